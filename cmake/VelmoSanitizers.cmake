@@ -1,0 +1,12 @@
+# -DVELMO_SANITIZE=address|thread instruments every target of the build.
+if(VELMO_SANITIZE STREQUAL "address")
+  set(velmo_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
+elseif(VELMO_SANITIZE STREQUAL "thread")
+  set(velmo_sanitizers -fsanitize=thread)
+elseif(VELMO_SANITIZE)
+  message(FATAL_ERROR "VELMO_SANITIZE is 'address' or 'thread', not '${VELMO_SANITIZE}'")
+endif()
+if(velmo_sanitizers)
+  add_compile_options(${velmo_sanitizers} -fno-omit-frame-pointer)
+  add_link_options(${velmo_sanitizers})
+endif()

@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOAttributes/ImageAttributes.h"
+
+#include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
+#include "VELMOImage/ImageGeometry.h"
+#include "VELMOUtil/LogMessageFormater.h"
+
+#include <sstream>
+
+namespace velmo {
+namespace imaproc {
+namespace attr {
+
+namespace {
+
+std::string describe(velmo::image::BaseImageGeometry const& geometry) {
+    std::ostringstream text;
+    text << "x=" << geometry.getSizeX() << " y=" << geometry.getSizeY() << " z=" << geometry.getSizeZ()
+         << " c=" << geometry.getSizeC() << " t=" << geometry.getSizeT() << ' ' << geometry.getBufferType();
+    return text.str();
+}
+
+} // namespace
+
+void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::BaseImage const& outImage) {
+    if (velmo::image::haveSamePixels(inImage.getGeometry(), outImage.getGeometry())) {
+        return;
+    }
+    raiseGuarded(VELMO_HERE, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
+        formater[processor::eProcessorMessage::ePM_ImageMismatch] % OutImg::s_name %
+            describe(outImage.getGeometry()) % InImg::s_name % describe(inImage.getGeometry());
+    });
+}
+
+} // namespace attr
+} // namespace imaproc
+} // namespace velmo

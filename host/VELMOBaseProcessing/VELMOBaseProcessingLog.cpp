@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
+
+#include "VELMOUtil/LogMessageManager.h"
+#include "VELMOUtil/Logging.h"
+
+namespace velmo {
+namespace processor {
+
+namespace {
+
+LibraryLog& getLog() {
+    static LibraryLog log("VELMOBaseProcessing");
+    return log;
+}
+
+bool registerMessages() {
+    using Message = eProcessorMessage;
+    LogMessageManager& manager = getVELMOBaseProcessingLogMessageManager();
+    manager.addMessage(Message::ePM_NotInitialised, "Processor %s takes no value for %s before its init");
+    manager.addMessage(Message::ePM_ValueMissing, "Processor %s needs a value for %s");
+    manager.addMessage(Message::ePM_ImageMismatch, "The pixels of %s (%s) do not fit those of %s (%s)");
+    return true;
+}
+
+bool const g_bMessagesRegistred = registerMessages();
+
+} // namespace
+
+LogMessageManager& getVELMOBaseProcessingLogMessageManager() {
+    return getLog().getManager();
+}
+
+log4cplus::Logger& getVELMOBaseProcessingLogger() {
+    return getLog().getLogger();
+}
+
+RaiseKind const g_velmoBaseProcessingRaise = {getVELMOBaseProcessingLogMessageManager,
+                                              getVELMOBaseProcessingLogger,
+                                              throwAs<VELMOBaseProcessingException>};
+
+} // namespace processor
+} // namespace velmo

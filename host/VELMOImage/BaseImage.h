@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/GeometricCalibration.h"
+#include "VELMOImage/ImageEnums.h"
+#include "VELMOUtil/BoolResult.h"
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+
+namespace velmo {
+namespace image {
+
+class BaseImage;
+class BaseImageGeometry;
+using ImagePtr = boost::shared_ptr<BaseImage>;
+using ImageConstPtr = boost::shared_ptr<BaseImage const>;
+
+/// An image: planes of pixels, wherever they lie, reached by runs of pixels of one plane.
+///
+/// Different threads may read and write different pixels of one image at once; everything else needs
+/// exclusive use.
+class VELMO_HOST_EXPORT BaseImage {
+  public:
+    virtual ~BaseImage();
+    BaseImage(BaseImage const&) = delete;
+    BaseImage& operator=(BaseImage const&) = delete;
+
+    /// Gives the image a geometry and room for its pixels, all zero; what it held is gone. A failure leaves
+    /// the image as it was. Kinds of image that take their geometry at construction refuse.
+    virtual BoolResult init(BaseImageGeometry const& geometry);
+
+    /// Throws VELMOImageException as long as the image has no geometry.
+    BaseImageGeometry const& getGeometry() const;
+    eImageBufferType getBufferType() const;
+    eTemporalGeometryType getTemporalGeometryType() const;
+
+    bool hasGeometricCalibration() const { return _pCalibration != nullptr; }
+    GeometricCalibrationConstPtr getGeometricCalibrationConstPtr() const { return _pCalibration; }
+    void setGeometricCalibration(GeometricCalibrationConstPtr const& pCalibration) {
+        _pCalibration = pCalibration;
+    }
+    std::string const& getUserPropertiesStr() const { return _userProperties; }
+    void setUserPropertiesStr(std::string const& text) { _userProperties = text; }
+
+    /// Whether the image must be replaced by a copy in memory before it is saved plane by plane, and that
+    /// copy, with calibration and user properties. The copy is thrown as VELMOImageException where it fails.
+    virtual bool requiresCpuCopy() const;
+    virtual ImageConstPtr createCpuCopy() const;
+
+    /// Reads pixels of one plane, from pixel `pixelStart` on in row-major order, into `buffer`. A run outside
+    /// of the image is thrown as VELMOImageException.
+    BoolResult readPixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                          void* buffer) const;
+    BoolResult writePixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                           void const* buffer);
+
+    /// The pixels of a plane where they lie one after the other in this process's memory, else null. Owned by
+    /// the image, valid until its next `init`. Throws VELMOImageException for a plane outside of the image.
+    void* accessPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t);
+    void const* accessPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
+
+  protected:
+    BaseImage() = default;
+    void setGeometry(BaseImageGeometry const& geometry);
+
+  private:
+    virtual BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart,
+                                         vlUInt64 nbPixels, void* buffer) const = 0;
+    virtual BoolResult writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart,
+                                          vlUInt64 nbPixels, void const* buffer) = 0;
+    virtual void* accessPlanDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
+    void requireInside(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels) const;
+
+    boost::shared_ptr<BaseImageGeometry const> _pGeometry;
+    GeometricCalibrationConstPtr _pCalibration;
+    std::string _userProperties;
+};
+
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/BaseImage.h"
+
+namespace velmo {
+namespace image {
+
+class BaseDiskImageAccessor;
+
+/// An image whose pixels stay in a file: every access goes to the accessor, which the image co-owns. It has
+/// the accessor's geometry and calibration.
+class VELMO_HOST_EXPORT DiskImage : public BaseImage {
+  public:
+    /// The accessor must be initialised; the factory checks it.
+    explicit DiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor);
+
+    boost::shared_ptr<BaseDiskImageAccessor> const& getAccessor() const { return _pAccessor; }
+
+  private:
+    BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                                 void* buffer) const override;
+    BoolResult writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                                  void const* buffer) override;
+
+    boost::shared_ptr<BaseDiskImageAccessor> _pAccessor;
+};
+
+using DiskImagePtr = boost::shared_ptr<DiskImage>;
+
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,103 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImage/DistributedImage.h"
+
+#include "VELMOImage/ImageGeometry.h"
+#include "VELMOImage/VELMOImageLog.h"
+#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/ParallelRun.h"
+
+#include <algorithm>
+
+namespace velmo {
+namespace image {
+
+namespace {
+
+/// Blocks for each worker: more than one, so that the end of the image is shared out too.
+constexpr vlUInt64 g_blocksPerOwner = 4;
+
+vlUInt64 divideUp(vlUInt64 value, vlUInt64 divisor) {
+    return value / divisor + (value % divisor == 0 ? 0 : 1);
+}
+
+} // namespace
+
+DistributedImage::DistributedImage(DistributionEnginePtr const& pEngine) : _pEngine(pEngine) {}
+
+DistributedImage::~DistributedImage() {
+    for (vlUInt64 index = 0; index < _blockIds.size(); ++index) {
+        getOwnerOf(index).dropBlock(_blockIds[index]);
+    }
+}
+
+BoolResult DistributedImage::init(BaseImageGeometry const& geometry) {
+    if (!_pEngine || _pEngine->getNbOwners() == 0) {
+        LogMessageFormater formater(getVELMOImageLogMessageManager());
+        return failure(formater[eImageMessage::eIM_NoWorker].string());
+    }
+    DistributedImage candidate(_pEngine); // gives its blocks back where one of them fails
+    vlUInt64 const nbPlans = geometry.getNbPlans();
+    vlUInt64 const nbPerBlock =
+        std::max<vlUInt64>(1, divideUp(nbPlans, _pEngine->getNbOwners() * g_blocksPerOwner));
+    for (vlUInt64 first = 0; first < nbPlans; first += nbPerBlock) {
+        PlanBlock const block = {_pEngine->createBlockId(), first, std::min(nbPerBlock, nbPlans - first)};
+        BoolResult result = getOwnerOf(candidate._blockIds.size()).addBlock(geometry, block);
+        if (!result) {
+            return result;
+        }
+        candidate._blockIds.push_back(block.id);
+    }
+    setGeometry(geometry);
+    _nbPlansPerBlock = nbPerBlock;
+    _blockIds.swap(candidate._blockIds);
+    return success();
+}
+
+bool DistributedImage::requiresCpuCopy() const {
+    return true;
+}
+
+BoolResult DistributedImage::fillFromAccessor(std::string const& accessorRecord) {
+    vlUInt64 const nbOwners = _pEngine->getNbOwners();
+    return runParallel(nbOwners, nbOwners, [&](vlUInt64 /*thread*/, vlUInt64 owner) {
+        std::vector<vlUInt64> ids;
+        for (vlUInt64 index = owner; index < _blockIds.size(); index += nbOwners) {
+            ids.push_back(_blockIds[index]);
+        }
+        return ids.empty() ? success() : _pEngine->getOwner(owner).fillBlocks(ids, accessorRecord);
+    });
+}
+
+BaseBlockOwner& DistributedImage::getOwnerOf(vlUInt64 blockIndex) const {
+    return _pEngine->getOwner(blockIndex % _pEngine->getNbOwners());
+}
+
+DistributedImage::Place DistributedImage::locate(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart,
+                                                 vlUInt64 nbPixels) const {
+    BaseImageGeometry const& geometry = getGeometry();
+    vlUInt64 const plan = (t * geometry.getSizeC() + c) * geometry.getSizeZ() + z;
+    vlUInt64 const block = plan / _nbPlansPerBlock;
+    vlUInt64 const blockStart = geometry.getPlansMemorySize(block * _nbPlansPerBlock);
+    vlUInt64 const pixelSize = getImageBufferBaseSize(geometry.getPlanGeometry(t).getBufferType());
+    return {&getOwnerOf(block), _blockIds[block],
+            geometry.getPlanOffset(z, c, t) - blockStart + pixelStart * pixelSize, nbPixels * pixelSize};
+}
+
+BoolResult DistributedImage::readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart,
+                                               vlUInt64 nbPixels, void* buffer) const {
+    Place const place = locate(z, c, t, pixelStart, nbPixels);
+    return place.nbBytes == 0 ? success()
+                              : place.pOwner->readBlock(place.id, place.offset, place.nbBytes, buffer);
+}
+
+BoolResult DistributedImage::writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart,
+                                                vlUInt64 nbPixels, void const* buffer) {
+    Place const place = locate(z, c, t, pixelStart, nbPixels);
+    return place.nbBytes == 0 ? success()
+                              : place.pOwner->writeBlock(place.id, place.offset, place.nbBytes, buffer);
+}
+
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,128 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImage/DistributionEngine.h"
+
+#include "VELMOImage/ImageAccessor.h"
+#include "VELMOImage/ImageGeometry.h"
+#include "VELMOImage/PixelMemory.h"
+#include "VELMOSerialization/BinaryArchive.h"
+
+#include <atomic>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <shared_mutex>
+#include <sstream>
+
+namespace velmo {
+namespace image {
+
+BaseBlockOwner::~BaseBlockOwner() = default;
+
+BaseDistributionEngine::~BaseDistributionEngine() = default;
+
+namespace {
+
+struct Block {
+    ImageGeometryPtr pGeometry;
+    PlanBlock plans{};
+    PageBuffer pixels;
+};
+
+vlUInt64 getBlockSize(BaseImageGeometry const& geometry, PlanBlock const& block) {
+    return geometry.getPlansMemorySize(block.firstPlan + block.nbPlans) -
+           geometry.getPlansMemorySize(block.firstPlan);
+}
+
+BoolResult fillBlock(Block& block, BaseImageAccessor const& accessor) {
+    BaseImageGeometry const& geometry = *block.pGeometry;
+    vlUInt64 offset = 0;
+    for (vlUInt64 i = 0; i < block.plans.nbPlans; ++i) {
+        PlanIndexes const plan = geometry.getPlanIndexes(block.plans.firstPlan + i);
+        BoolResult result = accessor.readRawData(plan.z, plan.c, plan.t, 0, geometry.getPlanNbPixels(),
+                                                 block.pixels.getData() + offset);
+        if (!result) {
+            return result;
+        }
+        offset += geometry.getPlanMemorySize(plan.t);
+    }
+    return success();
+}
+
+class LocalBlockOwner : public BaseBlockOwner {
+  public:
+    BoolResult addBlock(BaseImageGeometry const& geometry, PlanBlock const& plans) override {
+        auto pBlock = std::make_shared<Block>();
+        pBlock->pGeometry = duplicateGeometry(geometry);
+        pBlock->plans = plans;
+        BoolResult result = allocatePixels(getBlockSize(geometry, plans), pBlock->pixels);
+        if (result) {
+            std::unique_lock<std::shared_mutex> const lock(_mutex);
+            _blocks[plans.id] = std::move(pBlock);
+        }
+        return result;
+    }
+
+    void dropBlock(vlUInt64 id) override {
+        std::unique_lock<std::shared_mutex> const lock(_mutex);
+        _blocks.erase(id);
+    }
+
+    BoolResult readBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void* buffer) const override {
+        std::memcpy(buffer, find(id)->pixels.getData() + offset, nbBytes);
+        return success();
+    }
+
+    BoolResult writeBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void const* buffer) override {
+        std::memcpy(find(id)->pixels.getData() + offset, buffer, nbBytes);
+        return success();
+    }
+
+    BoolResult fillBlocks(std::vector<vlUInt64> const& ids, std::string const& accessorRecord) override {
+        std::istringstream stream(accessorRecord);
+        BinaryIArchive archive(stream);
+        auto const pAccessor = boost::dynamic_pointer_cast<BaseImageAccessor>(archive.readObject("accessor"));
+        if (!pAccessor) {
+            return failure("The record of the accessor holds no accessor");
+        }
+        for (vlUInt64 const id : ids) {
+            BoolResult result = fillBlock(*find(id), *pAccessor);
+            if (!result) {
+                return result;
+            }
+        }
+        return success();
+    }
+
+  private:
+    std::shared_ptr<Block> find(vlUInt64 id) const {
+        std::shared_lock<std::shared_mutex> const lock(_mutex);
+        return _blocks.at(id);
+    }
+
+    mutable std::shared_mutex _mutex;
+    std::map<vlUInt64, std::shared_ptr<Block>> _blocks;
+};
+
+class ThreadDistributionEngine : public BaseDistributionEngine {
+  public:
+    explicit ThreadDistributionEngine(vlUInt64 nbOwners) : _owners(nbOwners) {}
+    vlUInt64 getNbOwners() const override { return _owners.size(); }
+    vlUInt64 createBlockId() override { return _nextId++; }
+    BaseBlockOwner& getOwner(vlUInt64 index) override { return _owners.at(index); }
+
+  private:
+    std::vector<LocalBlockOwner> _owners;
+    std::atomic<vlUInt64> _nextId{0};
+};
+
+} // namespace
+
+DistributionEnginePtr createThreadDistributionEngine(vlUInt64 nbOwners) {
+    return boost::make_shared<ThreadDistributionEngine>(nbOwners);
+}
+
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOUtil/BoolResult.h"
+#include "VELMOUtil/Export.h"
+#include "VELMOUtil/Types.h"
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+#include <vector>
+
+namespace velmo {
+namespace image {
+
+class BaseImageGeometry;
+
+/// A run of planes, counted in (t, c, z) order, that one worker holds.
+struct PlanBlock {
+    vlUInt64 id;
+    vlUInt64 firstPlan;
+    vlUInt64 nbPlans;
+};
+
+/// A worker that owns blocks of planes. Whatever passes here could travel in a message: numbers, bytes, and
+/// the archive record of an accessor. An offset is counted in bytes from the block's first pixel.
+///
+/// Blocks are added before and dropped after all other use; reads and writes of different bytes may run at
+/// once.
+class VELMO_HOST_EXPORT BaseBlockOwner {
+  public:
+    virtual ~BaseBlockOwner();
+    /// Room for a block of an image, all zero.
+    virtual BoolResult addBlock(BaseImageGeometry const& geometry, PlanBlock const& block) = 0;
+    virtual void dropBlock(vlUInt64 id) = 0;
+    virtual BoolResult readBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void* buffer) const = 0;
+    virtual BoolResult writeBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void const* buffer) = 0;
+    /// Rebuilds an accessor from its archive record and reads the planes of the blocks from it. Stops at the
+    /// first failure and returns its text.
+    virtual BoolResult fillBlocks(std::vector<vlUInt64> const& ids, std::string const& accessorRecord) = 0;
+};
+
+/// The workers that distributed images can be spread over. Safe from any thread.
+class VELMO_HOST_EXPORT BaseDistributionEngine {
+  public:
+    virtual ~BaseDistributionEngine();
+    virtual vlUInt64 getNbOwners() const = 0;
+    /// Blocks of different images never share an id of one owner.
+    virtual vlUInt64 createBlockId() = 0;
+    virtual BaseBlockOwner& getOwner(vlUInt64 index) = 0;
+};
+
+using DistributionEnginePtr = boost::shared_ptr<BaseDistributionEngine>;
+
+/// An engine whose workers are this process: one for each processor, each with memory of its own.
+VELMO_HOST_EXPORT DistributionEnginePtr createThreadDistributionEngine(vlUInt64 nbOwners);
+
+} // namespace image
+} // namespace velmo

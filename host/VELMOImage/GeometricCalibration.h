@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOSerialization/CopyableObject.h"
+
+#include <array>
+#include <boost/shared_ptr.hpp>
+
+namespace velmo {
+namespace image {
+
+/// What a pixel measures: its size along X, Y and, in 3d, Z in a named unit, and further terms of the
+/// calibration that are kept as they are.
+class VELMO_HOST_EXPORT GeometricCalibration
+    : public CopyableObject<GeometricCalibration, BaseSerializationObject> {
+  public:
+    static std::string const& getTypeName();
+
+    /// Two dimensions, pixel size 1 and no unit.
+    GeometricCalibration() = default;
+
+    void init2d(float sizeX, float sizeY, std::string const& unit, float first, float second, float third,
+                float fourth, float fifth);
+    void init3d(float sizeX, float sizeY, float sizeZ, std::string const& unit, float first, float second,
+                float third, float fourth, float fifth, float sixth, float seventh);
+
+    bool is3d() const { return _b3d; }
+    float getPixelSizeX() const { return _sizeX; }
+    float getPixelSizeY() const { return _sizeY; }
+    /// 1 in two dimensions.
+    float getPixelSizeZ() const { return _sizeZ; }
+    std::string const& getUnit() const { return _unit; }
+    /// In the order of the init operations; in two dimensions the last two are 0.
+    std::array<float, 7> const& getFurtherTerms() const { return _furtherTerms; }
+
+    BoolResult write(BaseOArchive& archive) const override;
+    BoolResult read(BaseIArchive& archive) override;
+
+  private:
+    bool _b3d = false;
+    float _sizeX = 1.0F;
+    float _sizeY = 1.0F;
+    float _sizeZ = 1.0F;
+    std::string _unit;
+    std::array<float, 7> _furtherTerms{};
+};
+
+using GeometricCalibrationPtr = boost::shared_ptr<GeometricCalibration>;
+using GeometricCalibrationConstPtr = boost::shared_ptr<GeometricCalibration const>;
+
+/// A new calibration with the arguments of `GeometricCalibration::init2d`.
+VELMO_HOST_EXPORT GeometricCalibrationPtr createGeometricCalibration2d(float sizeX, float sizeY,
+                                                                       std::string const& unit, float first,
+                                                                       float second, float third,
+                                                                       float fourth, float fifth);
+
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/BaseImage.h"
+#include "VELMOUtil/PageBuffer.h"
+
+namespace velmo {
+namespace image {
+
+/// Pixels in one contiguous allocation, planes in (t, c, z) order. From 4 MiB up it asks the kernel for huge
+/// pages. `init` refuses, with both figures in its message, an image larger than the memory at hand.
+class VELMO_HOST_EXPORT MemoryImage : public BaseImage {
+  public:
+    MemoryImage() = default;
+
+    BoolResult init(BaseImageGeometry const& geometry) override;
+
+    /// The first pixel of the first plane; null for an image without bytes.
+    void* getDataPtr() { return _pixels.getData(); }
+    void const* getDataPtr() const { return _pixels.getData(); }
+
+  private:
+    BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                                 void* buffer) const override;
+    BoolResult writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                                  void const* buffer) override;
+    void* accessPlanDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t) const override;
+
+    PageBuffer _pixels;
+};
+
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImage/PixelMemory.h"
+
+#include "VELMOImage/VELMOImageLog.h"
+#include "VELMOUtil/AvailableMemory.h"
+#include "VELMOUtil/LogMessageFormater.h"
+
+#include <new>
+
+namespace velmo {
+namespace image {
+
+namespace {
+
+/// Smaller images are not worth the look at the machine's books.
+constexpr vlUInt64 g_checkedFrom = vlUInt64{1} << 20;
+
+} // namespace
+
+BoolResult allocatePixels(vlUInt64 nbBytes, PageBuffer& buffer) {
+    LogMessageFormater formater(getVELMOImageLogMessageManager());
+    if (nbBytes >= g_checkedFrom) {
+        vlUInt64 const available = getAvailableMemory();
+        if (nbBytes > available) {
+            return failure((formater[eImageMessage::eIM_MemoryTooSmall] % nbBytes % available).string());
+        }
+    }
+    try {
+        buffer = PageBuffer(nbBytes);
+    } catch (std::bad_alloc const&) {
+        return failure((formater[eImageMessage::eIM_AllocationFailed] % nbBytes).string());
+    }
+    return success();
+}
+
+} // namespace image
+} // namespace velmo

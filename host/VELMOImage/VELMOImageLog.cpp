@@ -1,0 +1,75 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImage/VELMOImageLog.h"
+
+#include "VELMOUtil/LogMessageManager.h"
+#include "VELMOUtil/Logging.h"
+
+namespace velmo {
+namespace image {
+
+namespace {
+
+LibraryLog& getLog() {
+    static LibraryLog log("VELMOImage");
+    return log;
+}
+
+void registerAccessorMessages(LogMessageManager& manager) {
+    using Message = eImageAccessorMessage;
+    manager.addMessage(Message::eIAM_NotInitialised, "The image accessor is not initialised");
+    manager.addMessage(Message::eIAM_InvalidFileFormat, "The image file is not of the expected format");
+}
+
+void registerImageMessages(LogMessageManager& manager) {
+    using Message = eImageMessage;
+    manager.addMessage(Message::eIM_GeometryTooLarge,
+                       "An image of sizes x=%d y=%d z=%d c=%d t=%d has more bytes than 64 bits can count");
+    manager.addMessage(
+        Message::eIM_BufferTypesCount,
+        "%d buffer types fit neither the time steps nor the planes of an image of sizes z=%d t=%d");
+    manager.addMessage(Message::eIM_TimeStepOutOfRange,
+                       "Time step %d lies outside of an image of %d time steps");
+    manager.addMessage(
+        Message::eIM_PixelsOutOfRange,
+        "The run from pixel %d of %d pixels in plane z=%d c=%d t=%d lies outside of an image of sizes "
+        "z=%d c=%d t=%d with planes of %d pixels");
+    manager.addMessage(Message::eIM_ChannelOutOfRange,
+                       "Channel %d lies outside of a color geometry of %d channels");
+    manager.addMessage(Message::eIM_MemoryTooSmall,
+                       "The image needs %d bytes of memory, and %d bytes are available");
+    manager.addMessage(Message::eIM_AllocationFailed, "Failed to allocate %d bytes for the image");
+    manager.addMessage(Message::eIM_AccessorMissing, "A disk image needs an accessor");
+    manager.addMessage(Message::eIM_AccessorNotReady, "A disk image needs an accessor that has a file open");
+    manager.addMessage(Message::eIM_InitNotSupported,
+                       "This kind of image takes its geometry at construction");
+    manager.addMessage(Message::eIM_CpuCopyFailed, "Failed to copy the image into memory\n%s");
+    manager.addMessage(Message::eIM_NoWorker, "A distributed image needs a worker");
+    manager.addMessage(Message::eIM_NotInitialised, "The image has no geometry yet");
+}
+
+bool registerMessages() {
+    LogMessageManager& manager = getVELMOImageLogMessageManager();
+    registerAccessorMessages(manager);
+    registerImageMessages(manager);
+    return true;
+}
+
+bool const g_bMessagesRegistred = registerMessages();
+
+} // namespace
+
+LogMessageManager& getVELMOImageLogMessageManager() {
+    return getLog().getManager();
+}
+
+log4cplus::Logger& getVELMOImageLogger() {
+    return getLog().getLogger();
+}
+
+RaiseKind const g_velmoImageRaise = {getVELMOImageLogMessageManager, getVELMOImageLogger,
+                                     throwAs<VELMOImageException>};
+
+} // namespace image
+} // namespace velmo

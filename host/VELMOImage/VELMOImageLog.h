@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOUtil/BaseException.h"
+#include "VELMOUtil/GuardedRaise.h"
+
+namespace velmo {
+namespace image {
+
+/// Failures of accessors.
+struct eImageAccessorMessage {
+    enum domain {
+        eIAM_NotInitialised = 1,   ///< no argument
+        eIAM_InvalidFileFormat = 6 ///< no argument
+    };
+};
+
+/// Failures of images and geometries.
+struct eImageMessage {
+    enum domain {
+        eIM_GeometryTooLarge = 0,   ///< sizes X, Y, Z, C, T
+        eIM_BufferTypesCount = 1,   ///< number of types, size Z, size T
+        eIM_TimeStepOutOfRange = 2, ///< t, size T
+        eIM_PixelsOutOfRange =
+            3, ///< first pixel, number of pixels, z, c, t, sizes Z, C, T, pixels of a plane
+        eIM_ChannelOutOfRange = 4, ///< index, number of channels
+        eIM_MemoryTooSmall = 5,    ///< bytes needed, bytes available
+        eIM_AllocationFailed = 6,  ///< bytes needed
+        eIM_AccessorMissing = 7,   ///< no argument
+        eIM_AccessorNotReady = 8,  ///< no argument
+        eIM_InitNotSupported = 9,  ///< no argument
+        eIM_CpuCopyFailed = 10,    ///< text of the failure
+        eIM_NoWorker = 11,         ///< no argument
+        eIM_NotInitialised = 12    ///< no argument
+    };
+};
+
+class VELMO_HOST_EXPORT VELMOImageException : public BaseException {
+  public:
+    VELMOImageException(std::string const& message, char const* function, char const* file, unsigned int line)
+        : BaseException(message, function, file, line) {}
+};
+
+VELMO_HOST_EXPORT LogMessageManager& getVELMOImageLogMessageManager();
+VELMO_HOST_EXPORT log4cplus::Logger& getVELMOImageLogger();
+/// Failures of this library, for raiseGuarded.
+VELMO_HOST_EXPORT extern RaiseKind const g_velmoImageRaise;
+
+} // namespace image
+} // namespace velmo

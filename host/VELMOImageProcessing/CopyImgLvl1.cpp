@@ -1,0 +1,173 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImageProcessing/CopyImgLvl1.h"
+
+#include "VELMOImage/DiskImage.h"
+#include "VELMOImage/DistributedImage.h"
+#include "VELMOImage/ImageAccessor.h"
+#include "VELMOImage/ImageGeometry.h"
+#include "VELMOSerialization/BinaryArchive.h"
+#include "VELMOUtil/ParallelRun.h"
+
+#include <algorithm>
+#include <sstream>
+#include <vector>
+
+namespace velmo {
+namespace imaproc {
+namespace util {
+
+namespace {
+
+using image::BaseImage;
+using image::BaseImageGeometry;
+using image::PlanIndexes;
+
+/// Bytes of one unit of work: two huge pages, small enough to share out and large enough that a call costs
+/// nothing.
+constexpr vlUInt64 g_unitSize = vlUInt64{4} << 20;
+/// Bytes that pay for one more thread under the default policy.
+constexpr vlUInt64 g_sizePerThread = vlUInt64{2} << 20;
+
+/// The cut of an image into runs of rows of one plane, numbered plane by plane in (t, c, z) order.
+class RowRuns {
+  public:
+    explicit RowRuns(BaseImageGeometry const& geometry) : _geometry(geometry) {
+        vlUInt64 const rowSize = std::clamp<vlUInt64>(geometry.getSizeX(), 1, g_unitSize) * g_largestPixel;
+        _nbRows = std::clamp<vlUInt64>(g_unitSize / rowSize, 1, std::max<vlUInt64>(1, geometry.getSizeY()));
+        _nbRunsPerPlan = (geometry.getSizeY() + _nbRows - 1) / _nbRows;
+    }
+
+    vlUInt64 getNbRuns() const { return _geometry.getNbPlans() * _nbRunsPerPlan; }
+    PlanIndexes getPlan(vlUInt64 run) const { return _geometry.getPlanIndexes(run / _nbRunsPerPlan); }
+    vlUInt64 getFirstPixel(vlUInt64 run) const {
+        return run % _nbRunsPerPlan * _nbRows * _geometry.getSizeX();
+    }
+    vlUInt64 getNbPixels(vlUInt64 run) const {
+        vlUInt64 const firstRow = run % _nbRunsPerPlan * _nbRows;
+        return std::min(_nbRows, _geometry.getSizeY() - firstRow) * _geometry.getSizeX();
+    }
+
+  private:
+    static constexpr vlUInt64 g_largestPixel = 4;
+
+    BaseImageGeometry const& _geometry;
+    vlUInt64 _nbRows = 1;
+    vlUInt64 _nbRunsPerPlan = 0;
+};
+
+class RunCopier {
+  public:
+    RunCopier(BaseImage const& source, BaseImage& target, vlUInt64 nbThreads)
+        : _source(source), _target(target), _runs(target.getGeometry()), _buffers(nbThreads) {}
+
+    vlUInt64 getNbRuns() const { return _runs.getNbRuns(); }
+
+    BoolResult copy(vlUInt64 thread, vlUInt64 run) {
+        PlanIndexes const plan = _runs.getPlan(run);
+        vlUInt64 const first = _runs.getFirstPixel(run);
+        vlUInt64 const nbPixels = _runs.getNbPixels(run);
+        vlUInt64 const offset = first * getPixelSize(plan.t);
+        if (void* const pPlan = _target.accessPlan(plan.z, plan.c, plan.t)) {
+            return _source.readPixels(plan.z, plan.c, plan.t, first, nbPixels,
+                                      static_cast<std::byte*>(pPlan) + offset);
+        }
+        if (void const* const pPlan = _source.accessPlan(plan.z, plan.c, plan.t)) {
+            return _target.writePixels(plan.z, plan.c, plan.t, first, nbPixels,
+                                       static_cast<std::byte const*>(pPlan) + offset);
+        }
+        std::vector<std::byte>& buffer = _buffers[thread];
+        buffer.resize(std::max<std::size_t>(buffer.size(), nbPixels * getPixelSize(plan.t)));
+        BoolResult result = _source.readPixels(plan.z, plan.c, plan.t, first, nbPixels, buffer.data());
+        if (result) {
+            result = _target.writePixels(plan.z, plan.c, plan.t, first, nbPixels, buffer.data());
+        }
+        return result;
+    }
+
+  private:
+    vlUInt64 getPixelSize(vlUInt64 t) const {
+        return image::getImageBufferBaseSize(_target.getGeometry().getPlanGeometry(t).getBufferType());
+    }
+
+    BaseImage const& _source;
+    BaseImage& _target;
+    RowRuns _runs;
+    std::vector<std::vector<std::byte>> _buffers; ///< one a thread, for copies that pass by no memory image
+};
+
+std::string toRecord(boost::shared_ptr<image::BaseDiskImageAccessor> const& pAccessor) {
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    archive.writeObject("accessor", pAccessor);
+    return stream.str();
+}
+
+vlUInt64 getUsefulThreads(processor::ProcessorDispatchPolicy const& policy,
+                          BaseImageGeometry const& geometry) {
+    if (!policy.isDefault()) {
+        return policy.getNbThreads();
+    }
+    return std::clamp<vlUInt64>(geometry.getFullMemorySize() / g_sizePerThread, 1, policy.getNbThreads());
+}
+
+} // namespace
+
+template <>
+void CopyImgLvl1::set<attr::InImg>(image::ImageConstPtr const& value) {
+    requireInit(attr::InImg::s_name);
+    if (!value) {
+        raiseValueMissing(attr::InImg::s_name);
+    }
+    if (_pTarget) {
+        attr::requireSamePixels(*value, *_pTarget);
+    }
+    _pSource = value;
+}
+
+template <>
+void CopyImgLvl1::set<attr::OutImg>(image::ImagePtr const& value) {
+    requireInit(attr::OutImg::s_name);
+    if (!value) {
+        raiseValueMissing(attr::OutImg::s_name);
+    }
+    if (_pSource) {
+        attr::requireSamePixels(*_pSource, *value);
+    }
+    _pTarget = value;
+}
+
+BoolResult CopyImgLvl1::runDerived() {
+    if (!_pSource) {
+        raiseValueMissing(attr::InImg::s_name);
+    }
+    if (!_pTarget) {
+        raiseValueMissing(attr::OutImg::s_name);
+    }
+    auto* const pDistributed = dynamic_cast<image::DistributedImage*>(_pTarget.get());
+    auto const* const pDisk = dynamic_cast<image::DiskImage const*>(_pSource.get());
+    if (getDispatchPolicy().isDefault() && pDistributed != nullptr && pDisk != nullptr) {
+        return pDistributed->fillFromAccessor(toRecord(pDisk->getAccessor()));
+    }
+    if (_pTarget->getGeometry().getFullMemorySize() == 0) {
+        return success();
+    }
+    vlUInt64 const nbThreads = getUsefulThreads(getDispatchPolicy(), _pTarget->getGeometry());
+    RunCopier copier(*_pSource, *_pTarget, nbThreads);
+    return runParallel(nbThreads, copier.getNbRuns(),
+                       [&](vlUInt64 thread, vlUInt64 run) { return copier.copy(thread, run); });
+}
+
+std::string CopyImgLvl1::getProcessorName() const {
+    return "CopyImgLvl1";
+}
+
+void CopyImgLvl1::resetAttributes() {
+    _pSource.reset();
+    _pTarget.reset();
+}
+
+} // namespace util
+} // namespace imaproc
+} // namespace velmo

@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOAttributes/ImageAttributes.h"
+#include "VELMOBaseProcessing/BaseProcessor.h"
+
+namespace velmo {
+namespace imaproc {
+namespace util {
+
+/// Copies all pixels of one image into another of the same sizes and pixel types, whatever kinds of image the
+/// two are.
+///
+/// The work is cut into runs of rows of one plane. A target or source in memory is read into or written from
+/// where it lies. A run stops at the first failure and returns its text; the target keeps what was copied
+/// until then. Under the default policy the workers of a distributed target read a disk image's file
+/// themselves.
+class VELMO_HOST_EXPORT CopyImgLvl1 : public processor::BaseProcessor {
+  public:
+    /// Throws VELMOBaseProcessingException before `init`, for an empty pointer, and for an image that does
+    /// not fit the one that was set before it.
+    template <class Attribute>
+    void set(typename Attribute::Value const& value);
+
+  private:
+    BoolResult runDerived() override;
+    std::string getProcessorName() const override;
+    void resetAttributes() override;
+
+    image::ImageConstPtr _pSource;
+    image::ImagePtr _pTarget;
+};
+
+template <>
+VELMO_HOST_EXPORT void CopyImgLvl1::set<attr::InImg>(image::ImageConstPtr const& value);
+template <>
+VELMO_HOST_EXPORT void CopyImgLvl1::set<attr::OutImg>(image::ImagePtr const& value);
+
+} // namespace util
+} // namespace imaproc
+} // namespace velmo

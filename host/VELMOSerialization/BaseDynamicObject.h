@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOUtil/Export.h"
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+
+namespace velmo {
+
+class BaseDynamicObject;
+using DynamicObjectPtr = boost::shared_ptr<BaseDynamicObject>;
+
+/// Root of what the object factory makes and the archives rebuild by class name.
+class VELMO_HOST_EXPORT BaseDynamicObject {
+  public:
+    virtual ~BaseDynamicObject();
+
+    virtual std::string const& getClassName() const = 0;
+    /// A new default object of the same class, owned by the caller.
+    virtual BaseDynamicObject* createNew() const = 0;
+    virtual DynamicObjectPtr createShared() const = 0;
+    /// Whether the copying operations below work; where they don't, they throw.
+    virtual bool hasCopySupport() const = 0;
+    /// Owned by the caller.
+    virtual BaseDynamicObject* duplicate() const = 0;
+    virtual DynamicObjectPtr duplicateShared() const = 0;
+    virtual void initCtorCopy(BaseDynamicObject const& other);
+    /// Assignment from an object of the same class.
+    virtual void copy(BaseDynamicObject const& other) = 0;
+
+  protected:
+    BaseDynamicObject() = default;
+    BaseDynamicObject(BaseDynamicObject const&) = default;
+    BaseDynamicObject& operator=(BaseDynamicObject const&) = default;
+};
+
+} // namespace velmo

@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOSerialization/DynamicObjectFactory.h"
+
+namespace velmo {
+
+/// Registers a class with the factory for as long as it lives. `T` gives `getTypeName()`, `createNewObject()`
+/// and `createSharedObject()`.
+template <class T>
+class DynamicRegistrator {
+  public:
+    DynamicRegistrator() {
+        DynamicObjectFactory::getInstance().registerClass(T::getTypeName(), newCreatorFcn, sharedCreatorFcn);
+    }
+    ~DynamicRegistrator() { DynamicObjectFactory::getInstance().unRegisterClass(T::getTypeName()); }
+    DynamicRegistrator(DynamicRegistrator const&) = delete;
+    DynamicRegistrator& operator=(DynamicRegistrator const&) = delete;
+
+    static BaseDynamicObject* newCreatorFcn() { return T::createNewObject(); }
+    static DynamicObjectPtr sharedCreatorFcn() { return T::createSharedObject(); }
+};
+
+} // namespace velmo

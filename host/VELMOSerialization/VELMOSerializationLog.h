@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOUtil/BaseException.h"
+#include "VELMOUtil/GuardedRaise.h"
+
+namespace velmo {
+
+struct eVELMOSerializationMessage {
+    enum domain {
+        eVSM_ArchiveTooShort = 1,    ///< item name, bytes wanted, bytes left
+        eVSM_StreamNotSeekable = 2,  ///< no argument
+        eVSM_StreamFailed = 3,       ///< item name
+        eVSM_XmlError = 4,           ///< what the parser says
+        eVSM_XmlItemMissing = 5,     ///< item name
+        eVSM_XmlItemInvalid = 6,     ///< item name, text found
+        eVSM_UnknownClass = 7,       ///< class name
+        eVSM_UnexpectedClass = 8,    ///< class name, item name
+        eVSM_ReadObjectError = 9,    ///< class name, text of the failure
+        eVSM_WriteObjectError = 10,  ///< class name, text of the failure
+        eVSM_NestedTooDeep = 11,     ///< section name, deepest level
+        eVSM_FileError = 12,         ///< path, system's text
+        eVSM_NewerClassVersion = 25, ///< version read, class name, current version
+        eVSM_UnknownEnumText = 26,   ///< text read
+        eVSM_UnknownEnumValue = 27   ///< value read
+    };
+};
+
+class VELMO_HOST_EXPORT VELMOSerializationException : public BaseException {
+  public:
+    VELMOSerializationException(std::string const& message, char const* function, char const* file,
+                                unsigned int line)
+        : BaseException(message, function, file, line) {}
+};
+
+VELMO_HOST_EXPORT LogMessageManager& getVELMOSerializationLogMessageManager();
+VELMO_HOST_EXPORT log4cplus::Logger& getVELMOSerializationLogger();
+/// Failures of this library, for raiseGuarded.
+VELMO_HOST_EXPORT extern RaiseKind const g_velmoSerializationRaise;
+
+} // namespace velmo

@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOSerialization/XmlFile.h"
+
+#include "VELMOSerialization/BaseSerializationObject.h"
+#include "VELMOSerialization/VELMOSerializationLog.h"
+#include "VELMOSerialization/XmlArchive.h"
+#include "VELMOUtil/LastError.h"
+#include "VELMOUtil/LogMessageFormater.h"
+
+#include <fstream>
+
+namespace velmo {
+
+namespace {
+
+using Message = eVELMOSerializationMessage;
+
+[[noreturn]] void raiseFileError(RaiseSite const& site, boost::filesystem::path const& path,
+                                 std::string const& reason) {
+    raiseGuarded(site, g_velmoSerializationRaise,
+                 [&](LogMessageFormater& formater) { formater[Message::eVSM_FileError] % path % reason; });
+}
+
+} // namespace
+
+void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObject& object) {
+    std::ifstream stream(path.string(), std::ios::in | std::ios::binary);
+    if (!stream) {
+        raiseFileError(VELMO_HERE, path, getLastError());
+    }
+    XmlIArchive archive(stream);
+    ArchiveSectionManager const section(archive, "object");
+    std::string className;
+    archive.readItem("className", className);
+    if (className != object.getClassName()) {
+        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
+            formater[Message::eVSM_UnexpectedClass] % className % "object";
+        });
+    }
+    BoolResult const result = object.read(archive);
+    if (!result) {
+        raiseFileError(VELMO_HERE, path, result.getMessage());
+    }
+}
+
+void writeToXmlFile(boost::filesystem::path const& path, BaseSerializationObject const& object) {
+    std::ofstream stream(path.string(), std::ios::out | std::ios::binary);
+    if (!stream) {
+        raiseFileError(VELMO_HERE, path, getLastError());
+    }
+    XmlOArchive archive(stream);
+    // The archive does not own what it writes, and the object outlives it.
+    archive.writeObject("object", boost::shared_ptr<BaseDynamicObject const>(&object, [](auto const*) {}));
+    archive.finish();
+}
+
+} // namespace velmo

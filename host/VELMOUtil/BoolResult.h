@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace velmo {
+
+/// A value and a message: the message is empty on success and the finished text on failure.
+template <class T>
+class ProcessingResult {
+  public:
+    ProcessingResult(T value, std::string message = {}) : _value(value), _message(std::move(message)) {}
+
+    T getValue() const { return _value; }
+    std::string const& getMessage() const { return _message; }
+    explicit operator bool() const { return static_cast<bool>(_value); }
+
+  private:
+    T _value;
+    std::string _message;
+};
+
+/// The result of every operation that can fail without throwing.
+using BoolResult = ProcessingResult<bool>;
+
+inline BoolResult success() {
+    return BoolResult(true);
+}
+
+inline BoolResult failure(std::string message) {
+    return BoolResult(false, std::move(message));
+}
+
+} // namespace velmo

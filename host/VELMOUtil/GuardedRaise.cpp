@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOUtil/GuardedRaise.h"
+
+#include "VELMOUtil/BaseException.h"
+#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Logging.h"
+
+#include <cstdlib>
+#include <log4cplus/loggingmacros.h>
+
+namespace velmo {
+
+namespace {
+
+template <class Cause>
+[[noreturn]] void throwGuardFailure(RaiseSite const& site, Cause const& cause) {
+    std::string const text("Exception thrown while processing message");
+    log4cplus::Logger& logger = getBaseLogger();
+    if (logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL)) {
+        log4cplus::tostringstream& os = log4cplus::detail::get_macro_body_oss();
+        os << text;
+        log4cplus::detail::macro_forced_log(logger, log4cplus::ERROR_LOG_LEVEL, os.str(), site.file,
+                                            static_cast<int>(site.line), site.function);
+    }
+    throw BaseException(text, site.function, site.file, site.line, cause);
+}
+
+template <class Work>
+void guard(RaiseSite const& site, Work const& work) {
+    try {
+        work();
+    } catch (BaseException& cause) {
+        throwGuardFailure<BaseException>(site, cause);
+    } catch (std::exception& cause) {
+        throwGuardFailure<std::exception>(site, cause);
+    } catch (...) {
+        throwGuardFailure<BaseException>(
+            site, UnHandleException("Unknown exception", site.function, site.file, site.line));
+    }
+}
+
+void logRecord(RaiseSite const& site, RaiseKind const& kind, std::string const& text) {
+    log4cplus::Logger logger = kind.getLogger();
+    if (!logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL)) {
+        return;
+    }
+    LogMessageFormater record(kind.getManager());
+    record.getStream() << text;
+    logMessage(logger, log4cplus::ERROR_LOG_LEVEL, record.string(), site.file, static_cast<int>(site.line));
+}
+
+} // namespace
+
+void raiseGuarded(RaiseSite const& site, RaiseKind const& kind, FeedRef feed) {
+    LogMessageFormater formater(kind.getManager());
+    guard(site, [&] {
+        feed(formater);
+        formater.requireAllFed();
+    });
+    guard(site, [&] { logRecord(site, kind, formater.string()); });
+    kind.throwAs(formater.string(), site);
+    std::abort(); // a kind that returns breaks its contract
+}
+
+} // namespace velmo

@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOUtil/Export.h"
+
+#include <string>
+#include <type_traits>
+
+namespace log4cplus {
+class Logger;
+}
+
+namespace velmo {
+
+class LogMessageFormater;
+class LogMessageManager;
+
+/// Where a failure is raised. The texts live as long as the library that holds them.
+struct RaiseSite {
+    char const* function;
+    char const* file;
+    unsigned int line;
+};
+
+/// The place where it stands, for raiseGuarded.
+#define VELMO_HERE                                                                                           \
+    ::velmo::RaiseSite {                                                                                     \
+        __PRETTY_FUNCTION__, __FILE__, static_cast<unsigned int>(__LINE__)                                   \
+    }
+
+/// Message manager, logger and exception class that belong together.
+struct RaiseKind {
+    LogMessageManager& (*getManager)();
+    log4cplus::Logger& (*getLogger)();
+    void (*throwAs)(std::string const& message, RaiseSite const& site);
+};
+
+template <class Exception>
+[[noreturn]] void throwAs(std::string const& message, RaiseSite const& site) {
+    throw Exception(message, site.function, site.file, site.line);
+}
+
+/// Selects a message and feeds its arguments: any callable on a `LogMessageFormater&`, referred to and not
+/// owned.
+class FeedRef {
+  public:
+    template <class Feed, class = std::enable_if_t<!std::is_same_v<std::decay_t<Feed>, FeedRef>>>
+    FeedRef(Feed const& feed)
+        : _pFeed(&feed), _call([](void const* pFeed, LogMessageFormater& formater) {
+              (*static_cast<Feed const*>(pFeed))(formater);
+          }) {}
+    void operator()(LogMessageFormater& formater) const { _call(_pFeed, formater); }
+
+  private:
+    void const* _pFeed;
+    void (*_call)(void const*, LogMessageFormater&);
+};
+
+/// Formats a message, writes it at ERROR to the logger of `kind` if that is enabled, and throws it as the
+/// exception of `kind` with the place `site`.
+///
+/// What fails on the way (a message that is not registered, arguments that do not fit, a log that throws) is
+/// written to the base logger and thrown as a plain BaseException, "Exception thrown while processing
+/// message", with the true cause chained. Any thread may raise at any time.
+[[noreturn]] VELMO_HOST_EXPORT void raiseGuarded(RaiseSite const& site, RaiseKind const& kind, FeedRef feed);
+
+} // namespace velmo

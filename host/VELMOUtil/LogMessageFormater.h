@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOUtil/Export.h"
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <typeinfo>
+
+namespace velmo {
+
+class LogMessageManager;
+
+/// Turns a message id and its arguments into text. For one thread at a time.
+class VELMO_HOST_EXPORT LogMessageFormater {
+  public:
+    explicit LogMessageFormater(LogMessageManager const& manager);
+    ~LogMessageFormater();
+    LogMessageFormater(LogMessageFormater const&) = delete;
+    LogMessageFormater& operator=(LogMessageFormater const&) = delete;
+
+    /// Selects a message; a second one is appended behind the finished text of the first. Throws a
+    /// BaseException if the manager has no such message.
+    LogMessageFormater& setMsgId(std::string const& domainKey, int id);
+
+    template <class Domain>
+    LogMessageFormater& operator[](Domain id) {
+        return setMsgId(typeid(Domain).name(), static_cast<int>(id));
+    }
+
+    /// Feeds the next placeholder with anything that can be streamed. Throws `boost::io::too_many_args` when
+    /// every placeholder is fed already.
+    template <class T>
+    LogMessageFormater& operator%(T const& value) {
+        return feed(
+            {&value, [](std::ostream& os, void const* pValue) { os << *static_cast<T const*>(pValue); }});
+    }
+
+    /// The text so far; placeholders that were not fed are empty in it.
+    std::string string() const;
+
+    /// Throws `boost::io::too_few_args` if a placeholder of the selected message was not fed.
+    void requireAllFed() const;
+
+    /// The stream behind the text, for text that is no message of a catalogue.
+    std::ostream& getStream();
+
+    /// A value on its way into a format that knows no types; the caller owns it.
+    struct Streamable {
+        void const* pValue;
+        void (*put)(std::ostream&, void const*);
+    };
+
+  private:
+    LogMessageFormater& feed(Streamable const& value);
+    void dumpWhenAllFed();
+
+    struct Impl;
+    std::unique_ptr<Impl> _pImpl;
+};
+
+} // namespace velmo

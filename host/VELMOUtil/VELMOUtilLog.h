@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOUtil/BaseException.h"
+#include "VELMOUtil/GuardedRaise.h"
+
+namespace velmo {
+
+struct eVELMOUtilErrors {
+    enum domain {
+        eVUE_CopyNotSupported = 3,  ///< class name
+        eVUE_CopyFromOtherClass = 4 ///< class name of the target, class name of the source
+    };
+};
+
+class VELMO_HOST_EXPORT VELMOUtilException : public BaseException {
+  public:
+    VELMOUtilException(std::string const& message, char const* function, char const* file, unsigned int line)
+        : BaseException(message, function, file, line) {}
+};
+
+VELMO_HOST_EXPORT LogMessageManager& getVELMOUtilLogMessageManager();
+VELMO_HOST_EXPORT log4cplus::Logger& getVELMOUtilLogger();
+/// Failures of this library, for raiseGuarded.
+VELMO_HOST_EXPORT extern RaiseKind const g_velmoUtilRaise;
+
+} // namespace velmo

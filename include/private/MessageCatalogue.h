@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOUtil/LogMessageManager.h>
+#include <initializer_list>
+#include <string>
+#include <utility>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Registers the catalogue of a message domain, in the order of its ids; a second call does nothing. Always
+/// true. For the load of the library alone: not safe from several threads.
+template <class Domain>
+struct MsgMapRegistrator {
+    static bool registerMessageMap();
+};
+
+/// The same under the plain name.
+template <class Domain>
+struct MessageMapRegistrator {
+    static bool process() { return MsgMapRegistrator<Domain>::registerMessageMap(); }
+};
+
+/// What every catalogue does with its entries. The flag is set before any work, so that a failure is not
+/// retried.
+template <class Domain>
+bool registerCatalogue(bool& bAlreadyRegistred,
+                       std::initializer_list<std::pair<Domain, char const*>> entries) {
+    if (bAlreadyRegistred) {
+        return true;
+    }
+    bAlreadyRegistred = true;
+    LogMessageManager& manager = LogMessageManager::getInstance("VELMOImageFile");
+    for (auto const& [id, text] : entries) {
+        manager.addMessage<Domain>(id, text);
+    }
+    return true;
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

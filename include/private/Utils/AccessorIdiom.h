@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOUtil/GuardedRaise.h>
+#include <boost/thread/mutex.hpp>
+#include <string>
+
+namespace velmo {
+namespace image {
+
+class BaseImageAccessor;
+
+namespace file {
+
+// What the accessors of all formats do alike.
+
+/// Guards the class name and the class version of an accessor; built at load.
+template <class Accessor>
+struct TypeNameMutex {
+    static boost::mutex& get() {
+        static boost::mutex mutex;
+        return mutex;
+    }
+};
+
+template <class Accessor>
+struct VersionMutex {
+    static boost::mutex& get() {
+        static boost::mutex mutex;
+        return mutex;
+    }
+};
+
+/// An accessor owns open files: it cannot be copied, only written to an archive and read back.
+[[noreturn]] void raiseNoCopySupport(RaiseSite const& site, std::string const& typeName);
+
+/// Raises VELMOImageException unless the accessor is initialised.
+void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor);
+
+/// Clears an accessor at the end of the scope unless told otherwise: a record that names a file which then
+/// does not open leaves no accessor that looks initialised.
+class ClearUnlessKept {
+  public:
+    explicit ClearUnlessKept(BaseImageAccessor& accessor) : _pAccessor(&accessor) {}
+    ~ClearUnlessKept();
+    ClearUnlessKept(ClearUnlessKept const&) = delete;
+    ClearUnlessKept& operator=(ClearUnlessKept const&) = delete;
+    void keep() { _pAccessor = nullptr; }
+
+  private:
+    BaseImageAccessor* _pAccessor;
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

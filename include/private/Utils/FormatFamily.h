@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImage/DiskImage.h>
+#include <VELMOImage/DistributedImage.h>
+#include <VELMOUtil/GuardedRaise.h>
+#include <boost/filesystem/path.hpp>
+
+namespace velmo {
+namespace image {
+
+class BaseDiskImageAccessor;
+
+namespace file {
+
+/// Where the messages of a format's public functions stand.
+struct FamilyMessages {
+    char const* domainKey;
+    int loadError;                   ///< path, text
+    int saveError;                   ///< path, text
+    int createDistributedImageError; ///< text
+};
+
+/// What a public function does when a step of it fails: raises its load or its save error, at its own place.
+class FamilyFailure {
+  public:
+    static FamilyFailure ofLoad(FamilyMessages const& messages, RaiseSite const& site,
+                                boost::filesystem::path const& path);
+    static FamilyFailure ofSave(FamilyMessages const& messages, RaiseSite const& site,
+                                boost::filesystem::path const& path);
+
+    /// Raises, with the path in quotes and the text of `result` behind it, unless the result is a success.
+    void require(BoolResult const& result) const;
+    /// The same for the creation of a distributed image, whose message names no path.
+    void requireDistributed(BoolResult const& result) const;
+
+  private:
+    FamilyFailure(FamilyMessages const& messages, int id, RaiseSite const& site,
+                  boost::filesystem::path const& path);
+
+    FamilyMessages const& _messages;
+    int _id;
+    RaiseSite _site;
+    boost::filesystem::path const& _path;
+};
+
+enum class eDispatch { Local, Default };
+
+// The steps that the public functions of all formats are made of.
+
+/// An image over an open accessor, which it co-owns from then on.
+DiskImagePtr createDiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor,
+                             FamilyFailure const& failure);
+
+/// A new image in memory.
+ImagePtr createMemoryTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure);
+
+/// A new distributed image.
+DistributedImagePtr createDistributedTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure);
+
+/// Copies all pixels; returns when they are copied.
+void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
+               FamilyFailure const& failure);
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Messages of Im6 image files, by id. Every id keeps its value, also where nothing raises it.
+struct eIm6ImageFileMessage {
+    enum domain {
+        eI6FM_CreateFileFailed = 0,
+        eI6FM_CreateFileError = 1,
+        eI6FM_CreateDistributedImageError = 2,
+        eI6FM_WriteFileHeaderError = 3,
+        eI6FM_GeometryExceedsFileSize = 4,
+        eI6FM_InvalidPlanIndexes = 5,
+        eI6FM_LoadFileError = 6,
+        eI6FM_OpenFileFailed = 7,
+        eI6FM_ReadFileFailed = 8,
+        eI6FM_ReserveFailed = 9,
+        eI6FM_ReserveError = 10,
+        eI6FM_SaveFileError = 11,
+        eI6FM_SeekFailed = 12,
+        eI6FM_WriteFileFailed = 13,
+        eI6FM_WriteFileError = 14
+    };
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,17 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Messages of file name patterns, by id. Every id keeps its value, also where nothing raises it.
+struct eImageFileUtilsMessage {
+    enum domain { eIFUM_MultipleIndexKeywords = 0, eIFUM_MixedPatterns = 1 };
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Messages of raw image files, by id. Every id keeps its value, also where nothing raises it.
+struct eRawImageFileMessage {
+    enum domain {
+        eRIFM_CreateFileFailed = 0,
+        eRIFM_CreateFileError = 1,
+        eRIFM_CreateDistributedImageError = 2,
+        eRIFM_WriteFileHeaderError = 3,
+        eRIFM_GeometryExceedsFileSize = 4,
+        eRIFM_InvalidPlanIndexes = 5,
+        eRIFM_LoadFileError = 6,
+        eRIFM_OpenFileFailed = 7,
+        eRIFM_ReadFileFailed = 8,
+        eRIFM_ReserveFailed = 9,
+        eRIFM_ReserveError = 10,
+        eRIFM_SaveFileError = 11,
+        eRIFM_SeekFailed = 12,
+        eRIFM_WriteFileFailed = 13,
+        eRIFM_WriteFileError = 14
+    };
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,61 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImage/DiskImage.h>
+#include <VELMOImage/DistributedImage.h>
+#include <VELMOImageFile/Export.h>
+#include <boost/filesystem/path.hpp>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+// Headerless pixel files as images. The file describes nothing of itself: the caller gives the geometry, and
+// with `dataStartOffset` the bytes before the first plane. RawImageFile tells how the planes lie.
+//
+// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes and,
+// behind a line feed, what went wrong. What the image library itself refuses (a target that does not fit, a
+// geometry beyond 64 bits) comes through as its own exception. Any number of calls may run at once on
+// different files; two saves to one path are not guarded against each other.
+
+/// An image whose pixels stay in the file, which is open, for reading, as long as the image lives.
+VELMO_IMAGE_FILE_EXPORT DiskImagePtr openRawImageFile(boost::filesystem::path const& path,
+                                                      BaseImageGeometry const& geometry,
+                                                      vlUInt64 dataStartOffset = 0);
+
+/// Fills an image that has its geometry already, on the calling thread. After a failure it keeps what was
+/// copied.
+VELMO_IMAGE_FILE_EXPORT void loadRawImageFile(boost::filesystem::path const& path,
+                                              BaseImageGeometry const& geometry, ImagePtr const& image,
+                                              vlUInt64 dataStartOffset = 0);
+
+/// A new image in memory, filled on the calling thread. The memory is taken before the file is opened.
+VELMO_IMAGE_FILE_EXPORT ImagePtr loadRawImageFile(boost::filesystem::path const& path,
+                                                  BaseImageGeometry const& geometry,
+                                                  vlUInt64 dataStartOffset = 0);
+
+/// A new distributed image. With `defaultDispatch` its workers read at once, else the calling thread reads
+/// alone.
+VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& path,
+                                                                        BaseImageGeometry const& geometry,
+                                                                        vlUInt64 dataStartOffset,
+                                                                        bool defaultDispatch);
+
+/// The same with the geometry of `model`, of which nothing else is used, and another pixel type.
+VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& path,
+                                                                        DistributedImage const& model,
+                                                                        eImageBufferType const& bufferType,
+                                                                        vlUInt64 dataStartOffset,
+                                                                        bool defaultDispatch);
+
+/// Writes `fileHeader` and all planes, from the calling thread. An existing file is replaced. A failed save
+/// leaves the file as far as it came. The file loads again with the same geometry and the header's length as
+/// `dataStartOffset`.
+VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
+                                              std::string const& fileHeader = std::string());
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImageFile/Export.h>
+#include <VELMOUtil/BaseException.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// A failure of this module: the text names the file, and behind a line feed stands what the lower level
+/// said. It was written to the module's log when it was thrown.
+class VELMO_IMAGE_FILE_EXPORT VELMOImageFileException : public BaseException {
+  public:
+    VELMOImageFileException(std::string const& message, char const* function, char const* file,
+                            unsigned int line)
+        : BaseException(message, function, file, line) {}
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

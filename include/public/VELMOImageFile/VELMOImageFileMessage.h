@@ -1,0 +1,17 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Messages of the module as a whole: none.
+struct eVELMOImageFileMessage {
+    enum domain {};
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

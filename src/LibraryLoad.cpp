@@ -1,0 +1,56 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "LogAccess.h"
+#include "MessageCatalogue.h"
+#include "Utils/AccessorIdiom.h"
+
+#include <VELMOImageFile/Im6ImageFileMessage.h>
+#include <VELMOImageFile/ImageFileUtilsMessage.h>
+#include <VELMOImageFile/RawImageFile.h>
+#include <VELMOImageFile/RawImageFileMessage.h>
+#include <VELMOImageFile/TiffImageFileMessage.h>
+#include <VELMOImageFile/VELMOImageFileMessage.h>
+#include <VELMOSerialization/DynamicRegistrator.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+template <class Message>
+bool registerMessages() {
+    return MsgMapRegistrator<typename Message::domain>::registerMessageMap();
+}
+
+/// A function-local mutex that is built here and now.
+template <class Mutex>
+bool buildMutex() {
+    Mutex::get();
+    return true;
+}
+
+/// Everything that happens when the library is loaded. The order of the members is the order of the steps;
+/// members of one object are the only initialisers whose order does not hang on the order of linking.
+struct LibraryLoad {
+    bool const _bIm6Messages = registerMessages<eIm6ImageFileMessage>();
+    bool const _bLoggerNameMutex = buildMutex<LoggerNameMutex>();
+    bool const _bManagerMutex = buildMutex<ManagerMutex>();
+    bool const _bLoggerMutex = buildMutex<LoggerMutex>();
+    bool const _bModuleMessages = registerMessages<eVELMOImageFileMessage>();
+    bool const _bRawTypeNameMutex = buildMutex<TypeNameMutex<RawImageFile>>();
+    bool const _bRawVersionMutex = buildMutex<VersionMutex<RawImageFile>>();
+    DynamicRegistrator<RawImageFile> const _rawRegistrator;
+    bool const _bRawMessages = registerMessages<eRawImageFileMessage>();
+    bool const _bTiffMessages = registerMessages<eTiffImageFileMessage>();
+    bool const _bUtilsMessages = registerMessages<eImageFileUtilsMessage>();
+};
+
+LibraryLoad const g_libraryLoad;
+
+} // namespace
+
+} // namespace file
+} // namespace image
+} // namespace velmo

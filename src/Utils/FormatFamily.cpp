@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Utils/FormatFamily.h"
+
+#include "LogAccess.h"
+
+#include <VELMOImage/ImageFactory.h>
+#include <VELMOImage/MemoryImage.h>
+#include <VELMOImageProcessing/CopyImgLvl1.h>
+#include <VELMOUtil/LogMessageFormater.h>
+#include <boost/make_shared.hpp>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+FamilyFailure::FamilyFailure(FamilyMessages const& messages, int id, RaiseSite const& site,
+                             boost::filesystem::path const& path)
+    : _messages(messages), _id(id), _site(site), _path(path) {}
+
+FamilyFailure FamilyFailure::ofLoad(FamilyMessages const& messages, RaiseSite const& site,
+                                    boost::filesystem::path const& path) {
+    return FamilyFailure(messages, messages.loadError, site, path);
+}
+
+FamilyFailure FamilyFailure::ofSave(FamilyMessages const& messages, RaiseSite const& site,
+                                    boost::filesystem::path const& path) {
+    return FamilyFailure(messages, messages.saveError, site, path);
+}
+
+void FamilyFailure::require(BoolResult const& result) const {
+    if (!result) {
+        raiseGuarded(_site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
+            formater.setMsgId(_messages.domainKey, _id) % _path % result.getMessage();
+        });
+    }
+}
+
+void FamilyFailure::requireDistributed(BoolResult const& result) const {
+    if (!result) {
+        raiseGuarded(_site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
+            formater.setMsgId(_messages.domainKey, _messages.createDistributedImageError) %
+                result.getMessage();
+        });
+    }
+}
+
+DiskImagePtr createDiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor,
+                             FamilyFailure const& failure) {
+    DiskImagePtr pDiskImage;
+    failure.require(ImageFactory::getInstance().createDiskImage(pAccessor, pDiskImage));
+    return pDiskImage;
+}
+
+ImagePtr createMemoryTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure) {
+    auto const pImage = boost::make_shared<MemoryImage>();
+    failure.require(pImage->init(geometry));
+    return pImage;
+}
+
+DistributedImagePtr createDistributedTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure) {
+    DistributedImagePtr pImage;
+    failure.requireDistributed(ImageFactory::getInstance().createDistributedImage(geometry, pImage));
+    return pImage;
+}
+
+void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
+               FamilyFailure const& failure) {
+    processor::ProcessorDispatchPolicy policy;
+    if (dispatch == eDispatch::Default) {
+        policy.initDefault();
+    } else {
+        policy.initLocal(1);
+    }
+    auto const pCopy = boost::make_shared<imaproc::util::CopyImgLvl1>();
+    pCopy->init(processor::ePRP_Strict);
+    pCopy->set<imaproc::attr::InImg>(pSource);
+    pCopy->set<imaproc::attr::OutImg>(pTarget);
+    pCopy->restrictDispatchPolicy(policy);
+    processor::ActionResult const result = pCopy->run(processor::eST_Synchronous);
+    failure.require(BoolResult(result.getStatus() == 0, result.getMessage()));
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

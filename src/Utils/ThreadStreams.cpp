@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Utils/ThreadStreams.h"
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+bool canSeek(boost::filesystem::path const& path) {
+    boost::system::error_code ignored;
+    switch (boost::filesystem::status(path, ignored).type()) {
+    case boost::filesystem::directory_file:
+    case boost::filesystem::fifo_file:
+    case boost::filesystem::socket_file:
+        return false;
+    default:
+        return true;
+    }
+}
+
+FStreamPtr open(boost::filesystem::path const& path, std::ios::openmode mode) {
+    auto const pStream = boost::make_shared<std::fstream>();
+    if (!canSeek(path)) {
+        pStream->setstate(std::ios::failbit);
+        return pStream;
+    }
+    pStream->rdbuf()->pubsetbuf(nullptr, 0); // heeded before the opening alone
+    pStream->open(path.string(), mode | std::ios::binary);
+    return pStream;
+}
+
+} // namespace
+
+FStreamPtr openStream(boost::filesystem::path const& path, eImageAccessMode const& accessMode) {
+    return open(path, accessMode == eIAM_ReadOnly ? std::ios::in : std::ios::in | std::ios::out);
+}
+
+FStreamPtr createStream(boost::filesystem::path const& path) {
+    return open(path, std::ios::out);
+}
+
+FStreamPtr ThreadStreams::find(boost::filesystem::path const& path, eImageAccessMode const& accessMode) {
+    boost::lock_guard<boost::mutex> const lock(_streamsMutex);
+    auto const found = _threadStreams.find(boost::this_thread::get_id());
+    if (found != _threadStreams.end()) {
+        return found->second;
+    }
+    FStreamPtr pStream = openStream(path, accessMode);
+    if (!pStream->good()) {
+        return FStreamPtr();
+    }
+    insert(pStream);
+    return pStream;
+}
+
+void ThreadStreams::insert(FStreamPtr const& pStream) {
+    _threadStreams[boost::this_thread::get_id()] = pStream;
+}
+
+void ThreadStreams::closeAll() {
+    for (auto const& [thread, pStream] : _threadStreams) {
+        if (pStream->rdbuf()->close() == nullptr) {
+            pStream->setstate(std::ios::failbit);
+        }
+    }
+    _threadStreams.clear();
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <VELMOImageFile/VELMOImageFileMessage.h>
+
+#include "MessageCatalogue.h"
+
+namespace velmo {
+namespace image {
+namespace file {
+
+template <>
+bool MsgMapRegistrator<eVELMOImageFileMessage::domain>::registerMessageMap() {
+    static bool g_bAlreadyRegistred = false;
+    return registerCatalogue<eVELMOImageFileMessage::domain>(g_bAlreadyRegistred, {});
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo
