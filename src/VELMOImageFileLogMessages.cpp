@@ -5,6 +5,8 @@
 
 #include "MessageCatalogue.h"
 
+#include <array>
+
 namespace velmo {
 namespace image {
 namespace file {
@@ -12,7 +14,8 @@ namespace file {
 template <>
 bool MsgMapRegistrator<eVELMOImageFileMessage::domain>::registerMessageMap() {
     static bool g_bAlreadyRegistred = false;
-    return registerCatalogue<eVELMOImageFileMessage::domain>(g_bAlreadyRegistred, {});
+    return registerCatalogue(g_bAlreadyRegistred,
+                             std::array<CatalogueEntry<eVELMOImageFileMessage::domain>, 0>());
 }
 
 } // namespace file

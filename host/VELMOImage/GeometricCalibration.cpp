@@ -68,7 +68,7 @@ BoolResult GeometricCalibration::read(BaseIArchive& archive) {
 GeometricCalibrationPtr createGeometricCalibration2d(float sizeX, float sizeY, std::string const& unit,
                                                      float first, float second, float third, float fourth,
                                                      float fifth) {
-    auto const pCalibration = boost::make_shared<GeometricCalibration>();
+    auto pCalibration = boost::make_shared<GeometricCalibration>();
     pCalibration->init2d(sizeX, sizeY, unit, first, second, third, fourth, fifth);
     return pCalibration;
 }

@@ -19,7 +19,7 @@ namespace {
 template <class T>
 boost::shared_ptr<T> readObjectOf(BaseIArchive& archive, std::string const& name) {
     DynamicObjectPtr const pObject = archive.readObject(name);
-    auto const pTyped = boost::dynamic_pointer_cast<T>(pObject);
+    auto pTyped = boost::dynamic_pointer_cast<T>(pObject);
     if (pObject && !pTyped) {
         raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
             formater[eVELMOSerializationMessage::eVSM_UnexpectedClass] % pObject->getClassName() % name;

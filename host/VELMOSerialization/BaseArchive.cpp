@@ -79,6 +79,7 @@ DynamicObjectPtr BaseIArchive::readObject(std::string const& name) {
             formater[eVELMOSerializationMessage::eVSM_UnknownClass] % className;
         });
     }
+    // cppcheck-suppress nullPointerRedundantCheck ; a raise does not return
     BoolResult const result = pSerializable->read(*this);
     if (!result) {
         raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {

@@ -4,9 +4,6 @@
 #pragma once
 
 #include <VELMOUtil/LogMessageManager.h>
-#include <initializer_list>
-#include <string>
-#include <utility>
 
 namespace velmo {
 namespace image {
@@ -25,18 +22,23 @@ struct MessageMapRegistrator {
     static bool process() { return MsgMapRegistrator<Domain>::registerMessageMap(); }
 };
 
+template <class Domain>
+struct CatalogueEntry {
+    Domain id;
+    char const* text;
+};
+
 /// What every catalogue does with its entries. The flag is set before any work, so that a failure is not
 /// retried.
-template <class Domain>
-bool registerCatalogue(bool& bAlreadyRegistred,
-                       std::initializer_list<std::pair<Domain, char const*>> entries) {
+template <class Entries>
+bool registerCatalogue(bool& bAlreadyRegistred, Entries const& entries) {
     if (bAlreadyRegistred) {
         return true;
     }
     bAlreadyRegistred = true;
     LogMessageManager& manager = LogMessageManager::getInstance("VELMOImageFile");
-    for (auto const& [id, text] : entries) {
-        manager.addMessage<Domain>(id, text);
+    for (auto const& entry : entries) {
+        manager.addMessage(entry.id, entry.text);
     }
     return true;
 }

@@ -206,7 +206,7 @@ bool RawImageFile::hasBinary8BitsStorage() const {
 BoolResult RawImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                      vlUInt64 nbPixels, void* buffer) const {
     FStreamPtr pStream;
-    BoolResult const found = findThreadFStream(pStream);
+    BoolResult found = findThreadFStream(pStream);
     if (!found) {
         return found;
     }
@@ -222,7 +222,7 @@ BoolResult RawImageFile::writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt
     PixelRun const run = {z, c, t, pixelStartOffset, nbPixels};
     ByteRun const bytes = locate(*_planOffsets, getGeometry(), run, VELMO_HERE);
     FStreamPtr pStream;
-    BoolResult const found = findThreadFStream(pStream);
+    BoolResult found = findThreadFStream(pStream);
     if (!found) {
         return found;
     }
@@ -233,7 +233,7 @@ BoolResult RawImageFile::writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt
 BoolResult RawImageFile::resizeData(BaseImageGeometry const& geometry) {
     vlUInt64 const end = processOffsets(0, geometry);
     FStreamPtr pStream;
-    BoolResult const found = findThreadFStream(pStream);
+    BoolResult found = findThreadFStream(pStream);
     if (!found || end == 0) {
         return found;
     }

@@ -9,18 +9,22 @@ namespace velmo {
 namespace image {
 namespace file {
 
+namespace {
+
+using Message = eImageFileUtilsMessage;
+
+constexpr CatalogueEntry<Message::domain> g_messages[] = {
+    {Message::eIFUM_MultipleIndexKeywords, "More than one instance of keyword \"<INDEX>\" in pattern \"%s\""},
+    {Message::eIFUM_MixedPatterns,
+     "Invalid pattern string (%s), mixing patterns with and without keyword \"<INDEX>\""},
+};
+
+} // namespace
+
 template <>
-bool MsgMapRegistrator<eImageFileUtilsMessage::domain>::registerMessageMap() {
-    using Message = eImageFileUtilsMessage;
+bool MsgMapRegistrator<Message::domain>::registerMessageMap() {
     static bool g_bAlreadyRegistred = false;
-    return registerCatalogue<Message::domain>(
-        g_bAlreadyRegistred,
-        {
-            {Message::eIFUM_MultipleIndexKeywords,
-             "More than one instance of keyword \"<INDEX>\" in pattern \"%s\""},
-            {Message::eIFUM_MixedPatterns,
-             "Invalid pattern string (%s), mixing patterns with and without keyword \"<INDEX>\""},
-        });
+    return registerCatalogue(g_bAlreadyRegistred, g_messages);
 }
 
 } // namespace file

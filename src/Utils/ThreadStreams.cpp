@@ -26,7 +26,7 @@ bool canSeek(boost::filesystem::path const& path) {
 }
 
 FStreamPtr open(boost::filesystem::path const& path, std::ios::openmode mode) {
-    auto const pStream = boost::make_shared<std::fstream>();
+    auto pStream = boost::make_shared<std::fstream>();
     if (!canSeek(path)) {
         pStream->setstate(std::ios::failbit);
         return pStream;
