@@ -21,11 +21,6 @@ struct OutImg {
     static constexpr char const* s_name = "OutImg";
 };
 
-/// Throws VELMOBaseProcessingException unless the two images have the same sizes and the same pixel type in
-/// each time step.
-VELMO_HOST_EXPORT void requireSamePixels(velmo::image::BaseImage const& inImage,
-                                         velmo::image::BaseImage const& outImage);
-
 } // namespace attr
 } // namespace imaproc
 } // namespace velmo

@@ -7,6 +7,7 @@
 #include "VELMOImage/DistributedImage.h"
 #include "VELMOImage/ImageAccessor.h"
 #include "VELMOImage/ImageGeometry.h"
+#include "VELMOImageProcessing/PixelRules.h"
 #include "VELMOSerialization/BinaryArchive.h"
 #include "VELMOUtil/ParallelRun.h"
 
@@ -121,7 +122,7 @@ void CopyImgLvl1::set<attr::InImg>(image::ImageConstPtr const& value) {
         raiseValueMissing(attr::InImg::s_name);
     }
     if (_pTarget) {
-        attr::requireSamePixels(*value, *_pTarget);
+        requireSamePixels(*value, *_pTarget);
     }
     _pSource = value;
 }
@@ -133,7 +134,7 @@ void CopyImgLvl1::set<attr::OutImg>(image::ImagePtr const& value) {
         raiseValueMissing(attr::OutImg::s_name);
     }
     if (_pSource) {
-        attr::requireSamePixels(*_pSource, *value);
+        requireSamePixels(*_pSource, *value);
     }
     _pTarget = value;
 }

@@ -131,34 +131,37 @@ void RawImageFile::copy(BaseDynamicObject const& /*other*/) {
 
 BoolResult RawImageFile::createFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                                     std::string const& fileHeader) {
+    KeptArguments const kept(path, geometry);
     clear();
-    vlUInt64 const end = processOffsets(fileHeader.size(), geometry);
-    FStreamPtr const pStream = createStream(path);
+    vlUInt64 const end = processOffsets(fileHeader.size(), kept.geometry());
+    FStreamPtr const pStream = createStream(kept.path);
     if (!pStream->good()) {
-        return fail(Message::eRIFM_CreateFileFailed, path.string());
+        return fail(Message::eRIFM_CreateFileFailed, kept.path.string());
     }
     if (!pStream->write(fileHeader.data(), static_cast<std::streamsize>(fileHeader.size()))) {
-        return fail(Message::eRIFM_WriteFileHeaderError, path.string(), getLastError());
+        return fail(Message::eRIFM_WriteFileHeaderError, kept.path.string(), getLastError());
     }
     if (!reserveBytes(*pStream, end)) {
-        return fail(Message::eRIFM_ReserveFailed, end, path.string());
+        return fail(Message::eRIFM_ReserveFailed, end, kept.path.string());
     }
     _threadStreams->insert(pStream);
-    initBase(path, eIAM_ReadWrite, geometry, GeometricCalibrationConstPtr(), false);
+    initBase(kept.path, eIAM_ReadWrite, kept.geometry(), GeometricCalibrationConstPtr(), false);
     return success();
 }
 
 BoolResult RawImageFile::openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                                   vlUInt64 dataStartOffset, BaseImageGeometry const& geometry) {
+    KeptArguments const kept(path, geometry);
     clear();
-    return openFileInternal(path, accessMode, dataStartOffset, geometry, false);
+    return openFileInternal(kept.path, accessMode, dataStartOffset, kept.geometry(), false);
 }
 
 BoolResult RawImageFile::openSharedRemoteFile(boost::filesystem::path const& path,
                                               eImageAccessMode const& accessMode, vlUInt64 dataStartOffset,
                                               BaseImageGeometry const& geometry) {
+    KeptArguments const kept(path, geometry);
     clear();
-    return openFileInternal(path, accessMode, dataStartOffset, geometry, true);
+    return openFileInternal(kept.path, accessMode, dataStartOffset, kept.geometry(), true);
 }
 
 BoolResult RawImageFile::openFileInternal(boost::filesystem::path const& path,

@@ -4,6 +4,7 @@
 #include "Utils/AccessorIdiom.h"
 
 #include <VELMOImage/ImageAccessor.h>
+#include <VELMOImage/ImageGeometry.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOUtil/LogMessageFormater.h>
 #include <VELMOUtil/VELMOUtilLog.h>
@@ -25,6 +26,9 @@ void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor
         });
     }
 }
+
+KeptArguments::KeptArguments(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry)
+    : path(givenPath), pGeometry(duplicateGeometry(givenGeometry)) {}
 
 ClearUnlessKept::~ClearUnlessKept() {
     if (_pAccessor != nullptr) {

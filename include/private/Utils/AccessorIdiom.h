@@ -4,6 +4,8 @@
 #pragma once
 
 #include <VELMOUtil/GuardedRaise.h>
+#include <boost/filesystem/path.hpp>
+#include <boost/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
 #include <string>
 
@@ -11,6 +13,7 @@ namespace velmo {
 namespace image {
 
 class BaseImageAccessor;
+class BaseImageGeometry;
 
 namespace file {
 
@@ -38,6 +41,16 @@ struct VersionMutex {
 
 /// Raises VELMOImageException unless the accessor is initialised.
 void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor);
+
+/// Copies of what a create or open operation was given: the arguments may be what the accessor itself holds,
+/// which its `clear` drops.
+struct KeptArguments {
+    KeptArguments(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry);
+    BaseImageGeometry const& geometry() const { return *pGeometry; }
+
+    boost::filesystem::path path;
+    boost::shared_ptr<BaseImageGeometry const> pGeometry;
+};
 
 /// Clears an accessor at the end of the scope unless told otherwise: a record that names a file which then
 /// does not open leaves no accessor that looks initialised.

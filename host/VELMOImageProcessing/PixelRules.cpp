@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOAttributes/ImageAttributes.h"
+#include "VELMOImageProcessing/PixelRules.h"
 
+#include "VELMOAttributes/ImageAttributes.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOUtil/LogMessageFormater.h"
@@ -11,7 +12,7 @@
 
 namespace velmo {
 namespace imaproc {
-namespace attr {
+namespace util {
 
 namespace {
 
@@ -29,11 +30,11 @@ void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::Bas
         return;
     }
     raiseGuarded(VELMO_HERE, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-        formater[processor::eProcessorMessage::ePM_ImageMismatch] % OutImg::s_name %
-            describe(outImage.getGeometry()) % InImg::s_name % describe(inImage.getGeometry());
+        formater[processor::eProcessorMessage::ePM_ImageMismatch] % attr::OutImg::s_name %
+            describe(outImage.getGeometry()) % attr::InImg::s_name % describe(inImage.getGeometry());
     });
 }
 
-} // namespace attr
+} // namespace util
 } // namespace imaproc
 } // namespace velmo
