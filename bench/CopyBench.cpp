@@ -1,0 +1,116 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Floor.h"
+#include "Suite.h"
+
+#include <VELMOBaseProcessing/ProcessorDispatchPolicy.h>
+#include <VELMOImage/MemoryImage.h>
+#include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageProcessing/CopyImgLvl1.h>
+#include <algorithm>
+#include <boost/make_shared.hpp>
+#include <cstring>
+
+namespace velmo {
+namespace bench {
+
+namespace {
+
+using processor::ProcessorDispatchPolicy;
+
+/// Small copies are measured many at a time, up to so many bytes in all.
+constexpr vlUInt64 g_nbBytesAtOnce = vlUInt64{64} << 20;
+
+ProcessorDispatchPolicy defaultPolicy() {
+    ProcessorDispatchPolicy policy;
+    policy.initDefault();
+    return policy;
+}
+
+ProcessorDispatchPolicy localPolicy() {
+    ProcessorDispatchPolicy policy;
+    policy.initLocal(1);
+    return policy;
+}
+
+boost::shared_ptr<image::MemoryImage> createTarget(RawFile const& file) {
+    auto const pTarget = boost::make_shared<image::MemoryImage>();
+    BoolResult const result = pTarget->init(*file.pGeometry);
+    require(static_cast<bool>(result), result.getMessage());
+    return pTarget;
+}
+
+double timeOneCopy(image::ImageConstPtr const& pSource, image::ImagePtr const& pTarget,
+                   ProcessorDispatchPolicy const& policy) {
+    Stopwatch const stopwatch;
+    auto const pCopy = boost::make_shared<imaproc::util::CopyImgLvl1>();
+    pCopy->init(processor::ePRP_Strict);
+    pCopy->set<imaproc::attr::InImg>(pSource);
+    pCopy->set<imaproc::attr::OutImg>(pTarget);
+    pCopy->restrictDispatchPolicy(policy);
+    processor::ActionResult const result = pCopy->run(processor::eST_Synchronous);
+    double const seconds = stopwatch.getSeconds();
+    require(result.getStatus() == 0, result.getMessage());
+    return seconds;
+}
+
+/// The average copy from an open disk image into a target that nobody has touched. Making and releasing the
+/// target is not counted.
+double timeCopy(RawFile const& file, ProcessorDispatchPolicy const& policy) {
+    image::ImageConstPtr const pSource = image::file::openRawImageFile(file.path, *file.pGeometry);
+    vlUInt64 const nbCopies = std::max<vlUInt64>(1, g_nbBytesAtOnce / file.nbBytes);
+    double seconds = 0;
+    for (vlUInt64 copy = 0; copy < nbCopies; ++copy) {
+        seconds += timeOneCopy(pSource, createTarget(file), policy);
+    }
+    return seconds / static_cast<double>(nbCopies);
+}
+
+double timePreadOfTwoThreads(RawFile const& file) {
+    FreshMemory const memory(file.nbBytes);
+    Descriptor const descriptor = Descriptor::openForReading(file.path.string());
+    vlUInt64 const half = file.nbBytes / 2;
+    return timeThreads(
+        2, [](vlUInt64) {},
+        [&](vlUInt64 thread) { descriptor.read(memory.getData() + thread * half, half, thread * half); });
+}
+
+void requireSameBytes(RawFile const& file) {
+    auto const pTarget = createTarget(file);
+    timeOneCopy(image::file::openRawImageFile(file.path, *file.pGeometry), pTarget, defaultPolicy());
+    FreshMemory const expected(file.nbBytes);
+    Descriptor::openForReading(file.path.string()).read(expected.getData(), file.nbBytes, 0);
+    require(std::memcmp(pTarget->getDataPtr(), expected.getData(), file.nbBytes) == 0,
+            "The copy differs from the file");
+}
+
+void addAgainstOneThread(Suite& suite, std::string const& size, vlUInt64 sizeX, vlUInt64 sizeY,
+                         vlUInt64 sizeZ) {
+    suite.add("copy " + size + ", default / 1 thread", Quantity::time(), atMost(1.05), [=, &suite] {
+        RawFile const& file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+        requireSameBytes(file);
+        return Contenders{[&file] { return timeCopy(file, defaultPolicy()); },
+                          [&file] { return timeCopy(file, localPolicy()); }};
+    });
+}
+
+} // namespace
+
+void addCopyBenchmarks(Suite& suite) {
+    suite.add("copy 800 MB, default / pread of 2 threads", Quantity::time(), atMost(1.2), [&suite] {
+        RawFile const& file = suite.getData().getVolume(1024, 1024, 400);
+        requireSameBytes(file);
+        return Contenders{[&file] { return timeCopy(file, defaultPolicy()); },
+                          [&file] { return timePreadOfTwoThreads(file); }};
+    });
+    addAgainstOneThread(suite, "64 KB", 128, 128, 2);
+    addAgainstOneThread(suite, "1 MB", 256, 256, 8);
+    addAgainstOneThread(suite, "4 MB", 512, 512, 8);
+    addAgainstOneThread(suite, "4 MB in one plane", 2048, 1024, 1);
+    addAgainstOneThread(suite, "16 MB", 512, 512, 32);
+    addAgainstOneThread(suite, "800 MB", 1024, 1024, 400);
+}
+
+} // namespace bench
+} // namespace velmo

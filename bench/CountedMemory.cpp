@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CountedMemory.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <malloc.h>
+#include <new>
+
+namespace velmo {
+namespace bench {
+
+namespace {
+
+std::atomic<bool> g_bCounting{false};
+std::atomic<std::int64_t> g_nbBytes{0};
+std::atomic<std::int64_t> g_nbPeakBytes{0};
+
+void count(void* pMemory, std::int64_t sign) {
+    if (!g_bCounting.load(std::memory_order_relaxed)) {
+        return;
+    }
+    std::int64_t const change = sign * static_cast<std::int64_t>(malloc_usable_size(pMemory));
+    std::int64_t const now = g_nbBytes.fetch_add(change) + change;
+    std::int64_t peak = g_nbPeakBytes.load();
+    while (now > peak && !g_nbPeakBytes.compare_exchange_weak(peak, now)) {
+    }
+}
+
+} // namespace
+
+vlUInt64 countPeakBytes(std::function<void()> const& work) {
+    g_nbBytes = 0;
+    g_nbPeakBytes = 0;
+    g_bCounting = true;
+    work();
+    g_bCounting = false;
+    return static_cast<vlUInt64>(g_nbPeakBytes.load());
+}
+
+void* allocateCounted(std::size_t nbBytes) {
+    void* const pMemory = std::malloc(nbBytes == 0 ? 1 : nbBytes);
+    if (pMemory == nullptr) {
+        throw std::bad_alloc();
+    }
+    count(pMemory, 1);
+    return pMemory;
+}
+
+void releaseCounted(void* pMemory) noexcept {
+    count(pMemory, -1);
+    std::free(pMemory);
+}
+
+} // namespace bench
+} // namespace velmo
+
+// The program's own, which the libraries use too. The array and nothrow forms of the standard library call
+// these.
+
+void* operator new(std::size_t nbBytes) {
+    return velmo::bench::allocateCounted(nbBytes);
+}
+
+void operator delete(void* pMemory) noexcept {
+    velmo::bench::releaseCounted(pMemory);
+}
+
+void operator delete(void* pMemory, std::size_t /*nbBytes*/) noexcept {
+    velmo::bench::releaseCounted(pMemory);
+}

@@ -1,0 +1,18 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOUtil/Types.h>
+
+#include <functional>
+
+namespace velmo {
+namespace bench {
+
+/// The most bytes that were allocated with `new` at one time, by any thread, while `work` ran, counted from
+/// what was allocated before it. One count at a time.
+vlUInt64 countPeakBytes(std::function<void()> const& work);
+
+} // namespace bench
+} // namespace velmo

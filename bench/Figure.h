@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace velmo {
+namespace bench {
+
+enum class eBound { None, AtMost, AtLeast };
+
+/// What is promised of ours / floor; nothing with `eBound::None`.
+struct Limit {
+    eBound bound = eBound::None;
+    double value = 0;
+};
+
+inline Limit atMost(double value) {
+    return {eBound::AtMost, value};
+}
+inline Limit atLeast(double value) {
+    return {eBound::AtLeast, value};
+}
+inline Limit noLimit() {
+    return {};
+}
+
+/// One line of the table: pairs of measurements, ours and the floor, that were taken one after the other.
+class Figure {
+  public:
+    Figure(std::string name, std::string unit, Limit limit);
+
+    void add(double ours, double floor);
+
+    std::string const& getName() const { return _name; }
+    std::string const& getUnit() const { return _unit; }
+    Limit const& getLimit() const { return _limit; }
+
+    /// Medians. The figure must have a pair.
+    double getOurs() const;
+    double getFloor() const;
+    /// Median of the ratios of the pairs, so that a change of the machine's pace between pairs falls out.
+    double getRatio() const { return getRatioQuantile(0.5); }
+    double getRatioQuantile(double quantile) const;
+    bool holds() const;
+
+  private:
+    std::string _name;
+    std::string _unit;
+    Limit _limit;
+    std::vector<double> _ours;
+    std::vector<double> _floors;
+    std::vector<double> _ratios;
+};
+
+/// The figures as a table in text: figure | ours | floor | ratio | quartiles | limit | ok.
+void print(std::ostream& out, std::vector<Figure> const& figures);
+
+} // namespace bench
+} // namespace velmo

@@ -1,0 +1,144 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Floor.h"
+
+#include <cerrno>
+#include <condition_variable>
+#include <cstdint>
+#include <fcntl.h>
+#include <mutex>
+#include <optional>
+#include <sys/mman.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace velmo {
+namespace bench {
+
+namespace {
+
+constexpr vlUInt64 g_hugePageSize = vlUInt64{2} << 20;
+
+[[noreturn]] void raise(std::string const& what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+/// Repeats a transfer, which may move less than it is asked to, until all bytes have moved.
+template <class Transfer>
+void transferAll(vlUInt64 nbBytes, std::string const& what, Transfer const& transfer) {
+    for (vlUInt64 done = 0; done < nbBytes;) {
+        ssize_t const moved = transfer(done);
+        if (moved <= 0) {
+            raise(what);
+        }
+        done += static_cast<vlUInt64>(moved);
+    }
+}
+
+/// Holds threads back until all of them have come, then starts the clock.
+class StartingLine {
+  public:
+    explicit StartingLine(vlUInt64 nbThreads) : _nbMissing(nbThreads) {}
+
+    void wait() {
+        std::unique_lock<std::mutex> lock(_mutex);
+        if (--_nbMissing == 0) {
+            _stopwatch.emplace();
+            _allHere.notify_all();
+        }
+        _allHere.wait(lock, [this] { return _nbMissing == 0; });
+    }
+
+    double getSeconds() const { return _stopwatch->getSeconds(); }
+
+  private:
+    std::mutex _mutex;
+    std::condition_variable _allHere;
+    vlUInt64 _nbMissing;
+    std::optional<Stopwatch> _stopwatch;
+};
+
+} // namespace
+
+FreshMemory::FreshMemory(vlUInt64 nbBytes) : _mappingSize(nbBytes + g_hugePageSize) {
+    _pMapping = mmap(nullptr, _mappingSize, PROT_READ | PROT_WRITE,
+                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (_pMapping == MAP_FAILED) {
+        raise("mmap");
+    }
+    auto const address = reinterpret_cast<std::uintptr_t>(_pMapping);
+    _pData =
+        static_cast<std::byte*>(_pMapping) + (g_hugePageSize - address % g_hugePageSize) % g_hugePageSize;
+    madvise(_pData, nbBytes, MADV_HUGEPAGE); // a kernel without huge pages refuses it to ours, too
+}
+
+FreshMemory::~FreshMemory() {
+    munmap(_pMapping, _mappingSize);
+}
+
+Descriptor::Descriptor(std::string const& path, int flags)
+    : _descriptor(::open(path.c_str(), flags | O_CLOEXEC, 0644)) {
+    if (_descriptor < 0) {
+        raise(path);
+    }
+}
+
+Descriptor Descriptor::openForReading(std::string const& path) {
+    return Descriptor(path, O_RDONLY);
+}
+
+Descriptor Descriptor::create(std::string const& path) {
+    return Descriptor(path, O_WRONLY | O_CREAT | O_TRUNC);
+}
+
+Descriptor::~Descriptor() {
+    ::close(_descriptor);
+}
+
+void Descriptor::read(void* pTarget, vlUInt64 nbBytes, vlUInt64 offset) const {
+    transferAll(nbBytes, "pread", [&](vlUInt64 done) {
+        return pread(_descriptor, static_cast<std::byte*>(pTarget) + done, nbBytes - done,
+                     static_cast<off_t>(offset + done));
+    });
+}
+
+void Descriptor::write(void const* pSource, vlUInt64 nbBytes, vlUInt64 offset) const {
+    transferAll(nbBytes, "pwrite", [&](vlUInt64 done) {
+        return pwrite(_descriptor, static_cast<std::byte const*>(pSource) + done, nbBytes - done,
+                      static_cast<off_t>(offset + done));
+    });
+}
+
+void Descriptor::setSize(vlUInt64 nbBytes) const {
+    if (ftruncate(_descriptor, static_cast<off_t>(nbBytes)) != 0) {
+        raise("ftruncate");
+    }
+}
+
+void Descriptor::sync() const {
+    if (fdatasync(_descriptor) != 0) {
+        raise("fdatasync");
+    }
+}
+
+double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork const& work) {
+    StartingLine start(nbThreads);
+    std::vector<std::thread> threads;
+    for (vlUInt64 thread = 0; thread < nbThreads; ++thread) {
+        threads.emplace_back([&, thread] {
+            prepare(thread);
+            start.wait();
+            work(thread);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    return start.getSeconds();
+}
+
+} // namespace bench
+} // namespace velmo

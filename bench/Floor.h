@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOUtil/Types.h>
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <string>
+
+namespace velmo {
+namespace bench {
+
+// What the system itself does with the same bytes: the floor that ours is measured against. It shares no code
+// with what it is compared to. All failures are thrown as std::system_error.
+
+/// Anonymous memory that nobody has touched, on a huge page and advised to be of huge pages.
+class FreshMemory {
+  public:
+    explicit FreshMemory(vlUInt64 nbBytes);
+    ~FreshMemory();
+    FreshMemory(FreshMemory const&) = delete;
+    FreshMemory& operator=(FreshMemory const&) = delete;
+
+    std::byte* getData() const { return _pData; }
+
+  private:
+    void* _pMapping;
+    vlUInt64 _mappingSize;
+    std::byte* _pData;
+};
+
+class Descriptor {
+  public:
+    static Descriptor openForReading(std::string const& path);
+    /// Creates a file or empties an existing one.
+    static Descriptor create(std::string const& path);
+    ~Descriptor();
+    Descriptor(Descriptor const&) = delete;
+    Descriptor& operator=(Descriptor const&) = delete;
+
+    void read(void* pTarget, vlUInt64 nbBytes, vlUInt64 offset) const;
+    void write(void const* pSource, vlUInt64 nbBytes, vlUInt64 offset) const;
+    void setSize(vlUInt64 nbBytes) const;
+    /// Waits until the disk has the file, so that no write-back runs beside a measurement.
+    void sync() const;
+
+  private:
+    Descriptor(std::string const& path, int flags);
+
+    int _descriptor;
+};
+
+/// Seconds since it was made.
+class Stopwatch {
+  public:
+    double getSeconds() const { return std::chrono::duration<double>(Clock::now() - _start).count(); }
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    Clock::time_point _start = Clock::now();
+};
+
+using ThreadWork = std::function<void(vlUInt64 thread)>;
+
+/// Seconds from the moment when `nbThreads` threads have all done `prepare` to the end of the last `work`. An
+/// exception of a thread ends the program.
+double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork const& work);
+
+} // namespace bench
+} // namespace velmo

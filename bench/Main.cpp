@@ -1,0 +1,147 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Suite.h"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <boost/filesystem/operations.hpp>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace velmo {
+namespace bench {
+
+namespace {
+
+char const* const g_help =
+    "velmo_bench [--folder DIR] [--pairs N] [--require] [--benchmark_filter=REGEX ...]\n"
+    "\n"
+    "Measures the module beside what the system itself does with the same bytes.\n"
+    "  --folder DIR  where the files are made, 1.2 GB (default: $TMPDIR, else /tmp); removed at the end\n"
+    "  --pairs N     measurements of each figure (default: 9)\n"
+    "  --require     exit status 1 where a figure does not hold, or none was measured\n"
+    "Further options are those of Google Benchmark (--benchmark_list_tests, --benchmark_out=FILE ...).\n"
+    "\n"
+    "Example: velmo_bench --require --benchmark_filter='load|save'\n";
+
+struct Options {
+    boost::filesystem::path folder = boost::filesystem::temp_directory_path();
+    vlUInt64 nbPairs = 9;
+    bool bRequire = false;
+    bool bHelp = false;
+    std::vector<char*> others; ///< for Google Benchmark
+};
+
+vlUInt64 toNbPairs(std::string const& text) {
+    std::size_t end = 0;
+    int const nbPairs = std::stoi(text, &end);
+    if (nbPairs < 1 || end != text.size()) {
+        throw std::invalid_argument(text);
+    }
+    return static_cast<vlUInt64>(nbPairs);
+}
+
+/// The value of "--name value" or "--name=value", with `index` on its last word; null for another option.
+char const* getValue(std::string const& name, std::vector<char*> const& words, std::size_t& index) {
+    std::string const word = words[index];
+    if (word.compare(0, name.size() + 1, name + '=') == 0) {
+        return words[index] + name.size() + 1;
+    }
+    if (word != name) {
+        return nullptr;
+    }
+    if (index + 1 == words.size()) {
+        throw std::invalid_argument(name + " takes a value");
+    }
+    return words[++index];
+}
+
+Options readOptions(std::vector<char*> const& words) {
+    Options options;
+    options.others.push_back(words.front());
+    for (std::size_t index = 1; index < words.size(); ++index) {
+        std::string const word = words[index];
+        if (char const* const folder = getValue("--folder", words, index)) {
+            options.folder = folder;
+        } else if (char const* const nbPairs = getValue("--pairs", words, index)) {
+            options.nbPairs = toNbPairs(nbPairs);
+        } else if (word == "--require") {
+            options.bRequire = true;
+        } else if (word == "--help") {
+            options.bHelp = true;
+        } else {
+            options.others.push_back(words[index]);
+        }
+    }
+    return options;
+}
+
+/// From here on an interrupt removes the files before it ends the program. To be called before any thread
+/// starts.
+void removeOnInterrupt(boost::filesystem::path const& folder) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread([signals, folder] {
+        int signal = 0;
+        sigwait(&signals, &signal);
+        boost::system::error_code ignored;
+        boost::filesystem::remove_all(folder, ignored);
+        std::_Exit(128 + signal);
+    }).detach();
+}
+
+bool runBenchmarks(Options const& options) {
+    BenchData data(options.folder);
+    removeOnInterrupt(data.getFolder());
+    Suite suite(data, options.nbPairs);
+    addLoadBenchmarks(suite);
+    addCopyBenchmarks(suite);
+    addThreadsBenchmarks(suite);
+    addOpenBenchmarks(suite);
+    addSaveBenchmarks(suite);
+    benchmark::RunSpecifiedBenchmarks();
+    if (!suite.getFigures().empty()) {
+        std::cout << "\nMedians of " << options.nbPairs << " pairs; of the ratio also the quartiles.\n";
+        print(std::cout, suite.getFigures());
+    }
+    return suite.getNbFailed() == 0 && !suite.getFigures().empty() &&
+           std::all_of(suite.getFigures().begin(), suite.getFigures().end(),
+                       [](Figure const& figure) { return figure.holds(); });
+}
+
+int run(std::vector<char*> const& words) {
+    Options options = readOptions(words);
+    if (options.bHelp) {
+        std::cout << g_help;
+        return 0;
+    }
+    int nbOthers = static_cast<int>(options.others.size());
+    benchmark::Initialize(&nbOthers, options.others.data());
+    if (benchmark::ReportUnrecognizedArguments(nbOthers, options.others.data())) {
+        return 2;
+    }
+    return runBenchmarks(options) || !options.bRequire ? 0 : 1;
+}
+
+} // namespace
+
+} // namespace bench
+} // namespace velmo
+
+int main(int nbWords, char** words) {
+    try {
+        return velmo::bench::run(std::vector<char*>(words, words + nbWords));
+    } catch (std::exception const& exception) {
+        std::cerr << "velmo_bench: " << exception.what() << '\n';
+        return 2;
+    }
+}

@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Floor.h"
+#include "Suite.h"
+
+#include <VELMOImage/BaseImage.h>
+#include <VELMOImageFile/RawImageFileUtils.h>
+#include <boost/filesystem/operations.hpp>
+#include <cstring>
+#include <memory>
+
+namespace velmo {
+namespace bench {
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+/// A volume in memory, and the file that it is saved to, which exists in a measurement alone.
+struct Saving {
+    RawFile const* pFile;
+    image::ImagePtr pImage;
+    fs::path target;
+
+    std::byte const* getPixels() const {
+        return static_cast<std::byte const*>(image::ImageConstPtr(pImage)->accessPlan(0, 0, 0));
+    }
+};
+
+using SavingPtr = std::shared_ptr<Saving const>;
+
+double timeSave(Saving const& saving) {
+    Stopwatch const stopwatch;
+    image::file::saveRawImageFile(saving.target, saving.pImage);
+    double const seconds = stopwatch.getSeconds();
+    fs::remove(saving.target);
+    return seconds;
+}
+
+double timePwrite(Saving const& saving) {
+    Stopwatch const stopwatch;
+    Descriptor::create(saving.target.string()).write(saving.getPixels(), saving.pFile->nbBytes, 0);
+    double const seconds = stopwatch.getSeconds();
+    fs::remove(saving.target);
+    return seconds;
+}
+
+void requireSameBytes(Saving const& saving) {
+    image::file::saveRawImageFile(saving.target, saving.pImage);
+    require(fs::file_size(saving.target) == saving.pFile->nbBytes, "The saved file has another size");
+    FreshMemory const saved(saving.pFile->nbBytes);
+    Descriptor::openForReading(saving.target.string()).read(saved.getData(), saving.pFile->nbBytes, 0);
+    fs::remove(saving.target);
+    require(std::memcmp(saved.getData(), saving.getPixels(), saving.pFile->nbBytes) == 0,
+            "The saved file differs from the image");
+}
+
+} // namespace
+
+void addSaveBenchmarks(Suite& suite) {
+    suite.add("save 800 MB / pwrite", Quantity::time(), atMost(1.25), [&suite] {
+        RawFile const& file = suite.getData().getVolume(1024, 1024, 400);
+        SavingPtr const pSaving = std::make_shared<Saving const>(
+            Saving{&file, image::file::loadRawImageFile(file.path, *file.pGeometry),
+                   suite.getData().getFolder() / "saved.raw"});
+        requireSameBytes(*pSaving);
+        return Contenders{[pSaving] { return timeSave(*pSaving); },
+                          [pSaving] { return timePwrite(*pSaving); }};
+    });
+}
+
+} // namespace bench
+} // namespace velmo

@@ -1,0 +1,90 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Suite.h"
+
+#include "Floor.h"
+
+#include <benchmark/benchmark.h>
+#include <exception>
+#include <stdexcept>
+
+namespace velmo {
+namespace bench {
+
+namespace {
+
+std::string getUnit(Quantity const& quantity) {
+    switch (quantity.kind) {
+    case Quantity::eKind::Time:
+        return "ms";
+    case Quantity::eKind::Rate:
+        return "GB/s";
+    case Quantity::eKind::Memory:
+        break;
+    }
+    return "KiB";
+}
+
+double toFigure(Quantity const& quantity, double measured) {
+    switch (quantity.kind) {
+    case Quantity::eKind::Time:
+        return measured * 1e3;
+    case Quantity::eKind::Rate:
+        return static_cast<double>(quantity.nbBytes) / measured / 1e9;
+    case Quantity::eKind::Memory:
+        break;
+    }
+    return measured / 1024;
+}
+
+/// Ours and the floor in turn, the first of a pair being the second of the next, so that neither always runs
+/// on what the other left behind.
+void measurePairs(benchmark::State& state, Quantity const& quantity, Contenders const& contenders,
+                  Figure& figure) {
+    bool bOursFirst = true;
+    for ([[maybe_unused]] auto const step : state) {
+        double floor = bOursFirst ? 0 : contenders.floor();
+        Stopwatch const stopwatch;
+        double const ours = contenders.ours();
+        state.SetIterationTime(quantity.kind == Quantity::eKind::Memory ? stopwatch.getSeconds() : ours);
+        floor = bOursFirst ? contenders.floor() : floor;
+        figure.add(toFigure(quantity, ours), toFigure(quantity, floor));
+        bOursFirst = !bOursFirst;
+    }
+    state.counters["ours"] = figure.getOurs();
+    state.counters["floor"] = figure.getFloor();
+    state.counters["ratio"] = figure.getRatio();
+}
+
+} // namespace
+
+void Suite::add(std::string const& name, Quantity const& quantity, Limit const& limit,
+                std::function<Contenders()> const& prepare) {
+    auto const run = [this, name, quantity, limit, prepare](benchmark::State& state) {
+        try {
+            Contenders const contenders = prepare();
+            Figure figure(name, getUnit(quantity), limit);
+            contenders.ours();
+            contenders.floor();
+            measurePairs(state, quantity, contenders, figure);
+            _figures.push_back(figure);
+        } catch (std::exception const& exception) {
+            ++_nbFailed;
+            state.SkipWithError(exception.what());
+        }
+    };
+    benchmark::RegisterBenchmark(name.c_str(), run)
+        ->UseManualTime()
+        ->Iterations(static_cast<benchmark::IterationCount>(_nbPairs))
+        ->Unit(benchmark::kMillisecond);
+}
+
+void require(bool bDone, std::string const& what) {
+    if (!bDone) {
+        throw std::runtime_error(what);
+    }
+}
+
+} // namespace bench
+} // namespace velmo
