@@ -1,0 +1,159 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImage/GeometricCalibration.h"
+
+#include "ArchiveRecords.h"
+
+#include <cstring>
+#include <limits>
+
+using namespace velmo;
+using namespace velmo::image;
+using namespace velmo::test;
+
+namespace {
+
+using Limits = std::numeric_limits<float>;
+
+/// The bits of all floats, and the rest in words.
+std::string describe(GeometricCalibration const& calibration) {
+    std::ostringstream text;
+    text << calibration.is3d() << ' ' << calibration.getUnit() << std::hex;
+    auto const putBits = [&text](float value) {
+        unsigned int bits = 0;
+        std::memcpy(&bits, &value, sizeof(bits));
+        text << ' ' << bits;
+    };
+    putBits(calibration.getPixelSizeX());
+    putBits(calibration.getPixelSizeY());
+    putBits(calibration.getPixelSizeZ());
+    for (float const term : calibration.getFurtherTerms()) {
+        putBits(term);
+    }
+    return text.str();
+}
+
+GeometricCalibration make2d() {
+    GeometricCalibration calibration;
+    calibration.init2d(0.1F, 1.0F / 3.0F, "\xC2\xB5m", -0.0F, Limits::denorm_min(), Limits::max(),
+                       Limits::lowest(), 16777217.0F);
+    return calibration;
+}
+
+GeometricCalibration make3d() {
+    GeometricCalibration calibration;
+    calibration.init3d(0.1F, 0.7F, 2.3F, "mm", Limits::min(), Limits::epsilon(), Limits::infinity(),
+                       -Limits::infinity(), 1e-30F, 3.4028234e38F, -1.17549421e-38F);
+    return calibration;
+}
+
+} // namespace
+
+TEST(GeometricCalibration, IsOnePixelWithoutAUnitByDefault) {
+    GeometricCalibration const calibration;
+    EXPECT_FALSE(calibration.is3d());
+    EXPECT_EQ(calibration.getPixelSizeX(), 1.0F);
+    EXPECT_EQ(calibration.getPixelSizeY(), 1.0F);
+    EXPECT_EQ(calibration.getPixelSizeZ(), 1.0F);
+    EXPECT_EQ(calibration.getUnit(), "");
+    EXPECT_EQ(calibration.getFurtherTerms(), (std::array<float, 7>{}));
+}
+
+TEST(GeometricCalibration, InTwoDimensionsKeepsItsArguments) {
+    GeometricCalibration calibration = make3d();
+    calibration.init2d(0.5F, 0.25F, "mm", 1, 2, 3, 4, 5);
+    EXPECT_FALSE(calibration.is3d());
+    EXPECT_EQ(calibration.getPixelSizeX(), 0.5F);
+    EXPECT_EQ(calibration.getPixelSizeY(), 0.25F);
+    EXPECT_EQ(calibration.getPixelSizeZ(), 1.0F);
+    EXPECT_EQ(calibration.getUnit(), "mm");
+    EXPECT_EQ(calibration.getFurtherTerms(), (std::array<float, 7>{1, 2, 3, 4, 5, 0, 0}));
+}
+
+TEST(GeometricCalibration, InThreeDimensionsKeepsItsArguments) {
+    GeometricCalibration calibration;
+    calibration.init3d(0.5F, 0.25F, 8.0F, "mm", 1, 2, 3, 4, 5, 6, 7);
+    EXPECT_TRUE(calibration.is3d());
+    EXPECT_EQ(calibration.getPixelSizeX(), 0.5F);
+    EXPECT_EQ(calibration.getPixelSizeY(), 0.25F);
+    EXPECT_EQ(calibration.getPixelSizeZ(), 8.0F);
+    EXPECT_EQ(calibration.getFurtherTerms(), (std::array<float, 7>{1, 2, 3, 4, 5, 6, 7}));
+}
+
+TEST(GeometricCalibration, TheFreeFunctionMakesOneOfTwoDimensions) {
+    GeometricCalibration expected;
+    expected.init2d(0.5F, 0.25F, "mm", 1, 2, 3, 4, 5);
+    EXPECT_EQ(describe(*createGeometricCalibration2d(0.5F, 0.25F, "mm", 1, 2, 3, 4, 5)), describe(expected));
+}
+
+TEST(GeometricCalibration, ComesBackFromArchivesBitForBit) {
+    for (GeometricCalibration const& calibration : {GeometricCalibration(), make2d(), make3d()}) {
+        GeometricCalibration fromBinaryRecord = make3d();
+        GeometricCalibration fromXmlRecord = make2d();
+        EXPECT_TRUE(fromBinary(toBinary(calibration), fromBinaryRecord));
+        EXPECT_TRUE(fromXml(toXml(calibration), fromXmlRecord));
+        EXPECT_EQ(describe(fromBinaryRecord), describe(calibration));
+        EXPECT_EQ(describe(fromXmlRecord), describe(calibration));
+    }
+}
+
+TEST(GeometricCalibration, BitsOfANumberThatIsNoneComeBackFromABinaryArchive) {
+    unsigned int const bits = 0xFFC12345U;
+    float payload = 0;
+    std::memcpy(&payload, &bits, sizeof(payload));
+    GeometricCalibration calibration;
+    calibration.init2d(payload, Limits::quiet_NaN(), "", 0, 0, 0, 0, 0);
+    GeometricCalibration read;
+    EXPECT_TRUE(fromBinary(toBinary(calibration), read));
+    EXPECT_EQ(describe(read), describe(calibration));
+}
+
+TEST(GeometricCalibration, ARecordCutAtAnyByteIsRefusedAndChangesNothing) {
+    std::string const binary = toBinary(make3d());
+    std::string const xml = toXml(make3d());
+    GeometricCalibration read = make2d();
+    std::string const before = describe(read);
+    for (std::size_t length = 0; length < binary.size(); ++length) {
+        EXPECT_THROW(fromBinary(binary.substr(0, length), read), VELMOSerializationException) << length;
+        EXPECT_EQ(describe(read), before) << length;
+    }
+    for (std::size_t length = 0; length < xml.rfind('>'); ++length) {
+        EXPECT_THROW(fromXml(xml.substr(0, length), read), VELMOSerializationException) << length;
+        EXPECT_EQ(describe(read), before) << length;
+    }
+}
+
+TEST(GeometricCalibration, ANewerVersionIsRefusedAndChangesNothing) {
+    GeometricCalibration read = make2d();
+    std::string const before = describe(read);
+    std::string const xml = withItem(toXml(make3d()), "version", "2");
+    EXPECT_EQ(textOf<VELMOSerializationException>([&] { fromXml(xml, read); }),
+              "Version 2 of class velmo::image::GeometricCalibration in the archive is newer than the known "
+              "version 1");
+    EXPECT_EQ(describe(read), before);
+}
+
+TEST(GeometricCalibration, AnItemThatIsNoNumberIsRefusedAndChangesNothing) {
+    GeometricCalibration read = make2d();
+    std::string const before = describe(read);
+    for (char const* const value : {"", "wide", "1.5x", "1,5"}) {
+        std::string const xml = withItem(toXml(make3d()), "pixelSizeY", value);
+        EXPECT_THROW(fromXml(xml, read), VELMOSerializationException) << value;
+        EXPECT_EQ(describe(read), before);
+    }
+}
+
+TEST(GeometricCalibration, CopiesAreEqualToAndIndependentOfTheOriginal) {
+    GeometricCalibration calibration = make3d();
+    std::string const before = describe(calibration);
+    DynamicObjectPtr const copies[] = {calibration.duplicateShared(),
+                                       DynamicObjectPtr(calibration.duplicate()), calibration.createShared()};
+    copies[2]->copy(calibration);
+    for (DynamicObjectPtr const& pObject : copies) {
+        auto& copy = dynamic_cast<GeometricCalibration&>(*pObject);
+        EXPECT_EQ(describe(copy), before);
+        copy.init2d(9, 9, "other", 0, 0, 0, 0, 0);
+        EXPECT_EQ(describe(calibration), before);
+    }
+}

@@ -1,0 +1,218 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ArchiveRecords.h"
+#include "GeometryBuilder.h"
+#include "VELMOImage/VELMOImageLog.h"
+
+#include <gmock/gmock.h>
+
+using namespace velmo;
+using namespace velmo::image;
+using namespace velmo::test;
+using testing::HasSubstr;
+
+namespace {
+
+ImageGeometryPtr makeNew(BaseImageGeometry const& geometry) {
+    return boost::dynamic_pointer_cast<BaseImageGeometry>(geometry.createShared());
+}
+
+/// A heterogeneous geometry with names and everything else away from its default.
+ImageGeometryPtr makeRich() {
+    ImageGeometryPtr const pGeometry = GeometryBuilder()
+                                           .volume(4)
+                                           .channels(3)
+                                           .sequence(3)
+                                           .types({eIBT_UInt8, eIBT_Real32, eIBT_Label16})
+                                           .build();
+    pGeometry->getColorGeometry().setMinIsBlack(false);
+    pGeometry->getColorGeometry().setChannelName("<red & \"rouge\">", 0);
+    pGeometry->getColorGeometry().setChannelName("gr\xC3\xBCn", 2);
+    return pGeometry;
+}
+
+/// Reads a damaged record into a geometry that holds something; it must keep it.
+template <class Exception>
+std::string refusalOf(std::string const& xml, BaseImageGeometry& geometry) {
+    std::string const before = describe(geometry);
+    std::string const text = textOf<Exception>([&] { fromXml(xml, geometry); });
+    EXPECT_EQ(describe(geometry), before);
+    return text;
+}
+
+} // namespace
+
+TEST(GeometryArchive, EveryKindComesBackFromABinaryArchive) {
+    for (NamedGeometry const& kind : makeAllKinds()) {
+        ImageGeometryPtr const pRead = makeNew(*kind.pGeometry);
+        EXPECT_TRUE(fromBinary(toBinary(*kind.pGeometry), *pRead)) << kind.name;
+        EXPECT_EQ(describe(*pRead), describe(*kind.pGeometry)) << kind.name;
+        EXPECT_EQ(pRead->getFullMemorySize(), kind.pGeometry->getFullMemorySize()) << kind.name;
+    }
+}
+
+TEST(GeometryArchive, EveryKindComesBackFromAnXmlArchive) {
+    for (NamedGeometry const& kind : makeAllKinds()) {
+        ImageGeometryPtr const pRead = makeNew(*kind.pGeometry);
+        EXPECT_TRUE(fromXml(toXml(*kind.pGeometry), *pRead)) << kind.name;
+        EXPECT_EQ(describe(*pRead), describe(*kind.pGeometry)) << kind.name;
+    }
+}
+
+TEST(GeometryArchive, NamesAndWhatIsBlackComeBack) {
+    ImageGeometryPtr const pGeometry = makeRich();
+    ImageGeometryPtr const pFromBinary = makeNew(*pGeometry);
+    ImageGeometryPtr const pFromXml = makeNew(*pGeometry);
+    EXPECT_TRUE(fromBinary(toBinary(*pGeometry), *pFromBinary));
+    EXPECT_TRUE(fromXml(toXml(*pGeometry), *pFromXml));
+    EXPECT_EQ(describe(*pFromBinary), describe(*pGeometry));
+    EXPECT_EQ(describe(*pFromXml), describe(*pGeometry));
+    EXPECT_EQ(pFromXml->getColorGeometry().getChannelName(0), "<red & \"rouge\">");
+    EXPECT_EQ(pFromXml->getColorGeometry().getChannelName(1), "");
+}
+
+TEST(GeometryArchive, SizesUpTo64BitsComeBack) {
+    ImageGeometryPtr const pGeometry = geometry3d(eIBT_UInt8, 1, 1, NumericLimits<vlUInt64>::s_max);
+    ImageGeometryPtr const pFromXml = makeNew(*pGeometry);
+    EXPECT_TRUE(fromXml(toXml(*pGeometry), *pFromXml));
+    EXPECT_EQ(pFromXml->getSizeZ(), NumericLimits<vlUInt64>::s_max);
+}
+
+TEST(GeometryArchive, ReadingReplacesWhatAGeometryHeld) {
+    ImageGeometryPtr const pRead = makeRich();
+    ImageGeometryPtr const pGeometry = GeometryBuilder().types({eIBT_Int8}).build();
+    EXPECT_TRUE(fromBinary(toBinary(*pGeometry), *pRead));
+    EXPECT_EQ(describe(*pRead), describe(*pGeometry));
+}
+
+TEST(GeometryArchive, ABinaryRecordCutAtAnyByteIsRefusedAndChangesNothing) {
+    for (ImageGeometryPtr const& pGeometry : {makeRich(), GeometryBuilder().volume(7).build()}) {
+        std::string const record = toBinary(*pGeometry);
+        ImageGeometryPtr const pRead = makeNew(*pGeometry);
+        pRead->setBufferType(eIBT_Label8);
+        std::string const before = describe(*pRead);
+        for (std::size_t length = 0; length < record.size(); ++length) {
+            EXPECT_THROW(fromBinary(record.substr(0, length), *pRead), VELMOSerializationException) << length;
+            EXPECT_EQ(describe(*pRead), before) << length;
+        }
+        EXPECT_TRUE(fromBinary(record, *pRead));
+    }
+}
+
+TEST(GeometryArchive, AnXmlRecordCutAtAnyByteIsRefusedAndChangesNothing) {
+    ImageGeometryPtr const pGeometry = makeRich();
+    std::string const record = toXml(*pGeometry);
+    ImageGeometryPtr const pRead = makeNew(*pGeometry);
+    std::string const before = describe(*pRead);
+    for (std::size_t length = 0; length < record.rfind('>'); ++length) {
+        EXPECT_THROW(fromXml(record.substr(0, length), *pRead), VELMOSerializationException) << length;
+        EXPECT_EQ(describe(*pRead), before) << length;
+    }
+}
+
+TEST(GeometryArchive, ACountOfBufferTypesThatLiesIsRefused) {
+    ImageGeometryPtr const pGeometry = makeRich();
+    std::string const xml = toXml(*pGeometry);
+    EXPECT_THAT(refusalOf<VELMOImageException>(withItem(xml, "nbBufferTypes", "2"), *pGeometry),
+                HasSubstr("2 buffer types fit neither"));
+    EXPECT_THAT(refusalOf<VELMOImageException>(withItem(xml, "nbBufferTypes", "0"), *pGeometry),
+                HasSubstr("0 buffer types fit neither"));
+    for (char const* const count : {"4", "1152921504606846976", "18446744073709551615"}) {
+        refusalOf<VELMOSerializationException>(withItem(xml, "nbBufferTypes", count), *pGeometry);
+    }
+}
+
+TEST(GeometryArchive, ABinaryCountOfBufferTypesPastTheEndIsRefused) {
+    ImageGeometryPtr const pGeometry = makeRich();
+    std::string record = toBinary(*pGeometry);
+    std::size_t const countAt = record.size() - 8 * 4; // the count and three types
+    record.replace(countAt, 8, std::string(8, '\xFF'));
+    std::string const before = describe(*pGeometry);
+    EXPECT_THROW(fromBinary(record, *pGeometry), VELMOSerializationException);
+    EXPECT_EQ(describe(*pGeometry), before);
+}
+
+TEST(GeometryArchive, ACountOfChannelNamesThatLiesIsRefused) {
+    ImageGeometryPtr const pGeometry = makeRich();
+    std::string const xml = toXml(*pGeometry);
+    for (char const* const count : {"2", "4", "18446744073709551615"}) {
+        refusalOf<VELMOSerializationException>(withItem(xml, "nbChannelNames", count), *pGeometry);
+    }
+}
+
+TEST(GeometryArchive, MoreChannelNamesThanChannelsAreRefused) {
+    ImageGeometryPtr const pGeometry = makeRich();
+    std::string const xml = withItem(toXml(*pGeometry), "sizeC", "2");
+    EXPECT_EQ(refusalOf<VELMOImageException>(xml, *pGeometry),
+              "Channel 2 lies outside of a color geometry of 2 channels");
+}
+
+TEST(GeometryArchive, SizesWhoseProductPasses64BitsAreRefused) {
+    ImageGeometryPtr const pGeometry = GeometryBuilder().volume(4).channels(3).sequence(3).build();
+    std::string const xml = toXml(*pGeometry);
+    for (char const* const name : {"sizeX", "sizeY", "sizeZ", "sizeC", "sizeT"}) {
+        EXPECT_THAT(refusalOf<VELMOImageException>(withItem(xml, name, "18446744073709551615"), *pGeometry),
+                    HasSubstr("more bytes than 64 bits can count"))
+            << name;
+    }
+}
+
+TEST(GeometryArchive, AnEnumerationValueThatNobodyKnowsIsRefused) {
+    struct Row {
+        char const* item;
+        char const* firstUnknown;
+    };
+    constexpr Row rows[] = {{"volumeGeometryType", "2"},
+                            {"colorGeometryType", "11"},
+                            {"temporalGeometryType", "2"},
+                            {"bufferType", "12"},
+                            {"bufferType", "18446744073709551615"}};
+    for (ImageGeometryPtr const& pGeometry : {makeRich(), GeometryBuilder().build()}) {
+        for (Row const& row : rows) {
+            std::string const xml = withItem(toXml(*pGeometry), row.item, row.firstUnknown);
+            EXPECT_EQ(refusalOf<VELMOSerializationException>(xml, *pGeometry),
+                      std::string("The archive holds the unknown enumeration value ") + row.firstUnknown)
+                << row.item;
+        }
+    }
+}
+
+TEST(GeometryArchive, ANewerVersionIsRefused) {
+    for (ImageGeometryPtr const& pGeometry : {makeRich(), GeometryBuilder().build()}) {
+        std::string const xml = withItem(toXml(*pGeometry), "version", "2");
+        EXPECT_EQ(refusalOf<VELMOSerializationException>(xml, *pGeometry),
+                  "Version 2 of class " + pGeometry->getClassName() +
+                      " in the archive is newer than the known version 1");
+    }
+}
+
+TEST(GeometryArchive, TheVersionOfAClassIsStoredOnceInAnArchive) {
+    ImageGeometryPtr const pFirst = GeometryBuilder().build();
+    ImageGeometryPtr const pSecond = GeometryBuilder().volume(3).build();
+    std::stringstream stream;
+    BinaryOArchive oArchive(stream);
+    EXPECT_TRUE(pFirst->write(oArchive));
+    auto const nbBytesOfFirst = stream.tellp();
+    EXPECT_TRUE(pSecond->write(oArchive));
+    EXPECT_EQ(stream.tellp() - nbBytesOfFirst, nbBytesOfFirst - std::streamoff(4));
+    BinaryIArchive iArchive(stream);
+    HomogeneousImageGeometry first;
+    HomogeneousImageGeometry second;
+    EXPECT_TRUE(first.read(iArchive));
+    EXPECT_TRUE(second.read(iArchive));
+    EXPECT_EQ(describe(first), describe(*pFirst));
+    EXPECT_EQ(describe(second), describe(*pSecond));
+}
+
+TEST(GeometryArchive, AnArchiveRebuildsAGeometryOfTheRightClass) {
+    for (NamedGeometry const& kind : makeAllKinds()) {
+        std::stringstream stream;
+        BinaryOArchive oArchive(stream);
+        oArchive.writeObject("geometry", kind.pGeometry);
+        BinaryIArchive iArchive(stream);
+        auto const pRead = boost::dynamic_pointer_cast<BaseImageGeometry>(iArchive.readObject("geometry"));
+        ASSERT_TRUE(pRead) << kind.name;
+        EXPECT_EQ(describe(*pRead), describe(*kind.pGeometry));
+    }
+}

@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/ImageGeometry.h"
+
+#include <string>
+#include <vector>
+
+namespace velmo {
+namespace test {
+
+/// Geometries for tests: a grey plane of 5 x 3 pixels of 8 bits unless told otherwise.
+class GeometryBuilder {
+  public:
+    GeometryBuilder& plane(vlUInt64 sizeX, vlUInt64 sizeY);
+    GeometryBuilder& volume(vlUInt64 sizeZ);
+    GeometryBuilder& color(image::eColorGeometryType type);
+    GeometryBuilder& channels(vlUInt64 sizeC);
+    GeometryBuilder& sequence(vlUInt64 sizeT);
+    GeometryBuilder& type(image::eImageBufferType bufferType);
+    /// Makes the geometry heterogeneous.
+    GeometryBuilder& types(std::vector<image::eImageBufferType> const& bufferTypes);
+
+    image::ImageGeometryPtr build() const;
+
+  private:
+    vlUInt64 _sizeX = 5;
+    vlUInt64 _sizeY = 3;
+    image::VolumeGeometry _volume;
+    image::ColorGeometry _color;
+    image::TemporalGeometry _temporal;
+    image::eImageBufferType _bufferType = image::eIBT_UInt8;
+    std::vector<image::eImageBufferType> _bufferTypes;
+};
+
+/// One geometry of a kind, and the kind in words.
+struct NamedGeometry {
+    std::string name;
+    image::ImageGeometryPtr pGeometry;
+};
+
+/// One geometry for each pair of a volume type, a colour type, a temporal type, and one type or several.
+std::vector<NamedGeometry> makeAllKinds();
+
+/// Everything that a geometry can be asked, in words: equal texts are equal geometries.
+std::string describe(image::BaseImageGeometry const& geometry);
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,202 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "AllocationCount.h"
+#include "ExceptionText.h"
+#include "GeometryBuilder.h"
+#include "VELMOImage/VELMOImageLog.h"
+
+#include <boost/make_shared.hpp>
+#include <chrono>
+#include <gtest/gtest.h>
+
+using namespace velmo;
+using namespace velmo::image;
+using namespace velmo::test;
+
+namespace {
+
+constexpr vlUInt64 g_max = NumericLimits<vlUInt64>::s_max;
+constexpr vlUInt64 g_half = vlUInt64{1} << 32U;
+
+struct Sizes {
+    vlUInt64 x;
+    vlUInt64 y;
+    vlUInt64 z;
+    vlUInt64 c;
+    vlUInt64 t;
+};
+
+GeometryBuilder builderOf(Sizes const& sizes) {
+    return GeometryBuilder().plane(sizes.x, sizes.y).volume(sizes.z).channels(sizes.c).sequence(sizes.t);
+}
+
+std::string refusalOf(Sizes const& sizes) {
+    return "An image of sizes x=" + std::to_string(sizes.x) + " y=" + std::to_string(sizes.y) +
+           " z=" + std::to_string(sizes.z) + " c=" + std::to_string(sizes.c) +
+           " t=" + std::to_string(sizes.t) + " has more bytes than 64 bits can count";
+}
+
+/// Runs `init` with sizes that must be refused on geometries that hold something already.
+template <class Geometry, class Types>
+void expectRefusedInitChangesNothing(Geometry& geometry, Sizes const& sizes, Types const& types) {
+    std::string const before = describe(geometry);
+    VolumeGeometry volume;
+    volume.init3d(sizes.z);
+    ColorGeometry color;
+    color.initUser(sizes.c);
+    TemporalGeometry temporal;
+    temporal.initSequence(sizes.t);
+    EXPECT_EQ(
+        textOf<VELMOImageException>([&] { geometry.init(volume, color, temporal, sizes.x, sizes.y, types); }),
+        refusalOf(sizes));
+    EXPECT_EQ(describe(geometry), before);
+}
+
+/// One dimension in turn is what takes the product past 64 bits.
+constexpr Sizes g_tooLarge[] = {
+    {g_half, g_half, 1, 1, 1}, {g_half, 1, g_half, 1, 1}, {g_half, 1, 1, g_half, 1},
+    {1, g_half, g_half, 1, 1}, {1, g_half, 1, g_half, 1}, {1, 1, g_half, g_half, 1},
+    {g_half, g_half, 2, 2, 2}, {g_max, 2, 1, 1, 1},       {2, g_max, 1, 1, 1},
+    {2, 1, g_max, 1, 1},       {2, 1, 1, g_max, 1},       {g_max, g_max, g_max, g_max, 1}};
+constexpr Sizes g_tooManySteps[] = {{g_half, 1, 1, 1, g_half}, {1, g_half, 1, 1, g_half},
+                                    {1, 1, g_half, 1, g_half}, {1, 1, 1, g_half, g_half},
+                                    {2, 1, 1, 1, g_max},       {g_max, g_max, g_max, g_max, g_max}};
+
+} // namespace
+
+TEST(GeometryLimits, ABytesCountPast64BitsIsRefusedInEveryDimension) {
+    HomogeneousImageGeometry homogeneous = dynamic_cast<HomogeneousImageGeometry&>(
+        *GeometryBuilder().volume(2).color(eCGT_Rgb).type(eIBT_Real32).build());
+    for (Sizes const& sizes : g_tooLarge) {
+        expectRefusedInitChangesNothing(homogeneous, sizes, eIBT_UInt8);
+    }
+    for (Sizes const& sizes : g_tooManySteps) {
+        expectRefusedInitChangesNothing(homogeneous, sizes, eIBT_UInt8);
+    }
+}
+
+TEST(GeometryLimits, ABytesCountPast64BitsIsRefusedByHeterogeneousGeometries) {
+    HeterogeneousImageGeometry heterogeneous = dynamic_cast<HeterogeneousImageGeometry&>(
+        *GeometryBuilder().sequence(2).types({eIBT_Real32, eIBT_UInt8}).build());
+    for (Sizes const& sizes : g_tooLarge) {
+        std::vector<eImageBufferType> const types(sizes.t, eIBT_UInt8);
+        expectRefusedInitChangesNothing(heterogeneous, sizes, types);
+    }
+}
+
+TEST(GeometryLimits, TheBytesOfAPixelCount) {
+    Sizes const sizes = {vlUInt64{1} << 62U, 1, 1, 1, 1};
+    EXPECT_EQ(builderOf(sizes).type(eIBT_UInt16).build()->getFullMemorySize(), vlUInt64{1} << 63U);
+    EXPECT_EQ(textOf<VELMOImageException>([&] { builderOf(sizes).type(eIBT_Real32).build(); }),
+              refusalOf(sizes));
+}
+
+TEST(GeometryLimits, TheSumOverTheTimeStepsCounts) {
+    Sizes const sizes = {vlUInt64{1} << 60U, 1, 1, 1, 4};
+    using Types = std::vector<eImageBufferType>;
+    Types const fits = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_UInt16};
+    Types const exceeds = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_Real32};
+    EXPECT_EQ(builderOf(sizes).types(fits).build()->getFullMemorySize(), 14 * (vlUInt64{1} << 60U));
+    EXPECT_EQ(textOf<VELMOImageException>([&] { builderOf(sizes).types(exceeds).build(); }),
+              refusalOf(sizes));
+}
+
+TEST(GeometryLimits, TheGreatestCountFits) {
+    for (Sizes const& sizes : {Sizes{g_max, 1, 1, 1, 1}, Sizes{1, g_max, 1, 1, 1}, Sizes{1, 1, g_max, 1, 1},
+                               Sizes{1, 1, 1, g_max, 1}, Sizes{1, 1, 1, 1, g_max}}) {
+        ImageGeometryPtr const pGeometry = builderOf(sizes).build();
+        EXPECT_EQ(pGeometry->getNbPixels(), g_max);
+        EXPECT_EQ(pGeometry->getFullMemorySize(), g_max);
+        EXPECT_EQ(pGeometry->getPlanOffset(sizes.z - 1, sizes.c - 1, sizes.t - 1), g_max - sizes.x * sizes.y);
+    }
+}
+
+TEST(GeometryLimits, ABufferTypeThatTakesTheBytesPast64BitsIsRefusedAndChangesNothing) {
+    Sizes const sizes = {vlUInt64{1} << 62U, 1, 1, 1, 1};
+    for (ImageGeometryPtr const& pGeometry :
+         {builderOf(sizes).type(eIBT_UInt16).build(), builderOf(sizes).types({eIBT_UInt16}).build()}) {
+        std::string const before = describe(*pGeometry);
+        EXPECT_EQ(textOf<VELMOImageException>([&] { pGeometry->setBufferType(eIBT_UInt32); }),
+                  refusalOf(sizes));
+        EXPECT_EQ(describe(*pGeometry), before);
+        pGeometry->setBufferType(eIBT_Int8);
+        EXPECT_EQ(pGeometry->getFullMemorySize(), vlUInt64{1} << 62U);
+    }
+}
+
+TEST(GeometryLimits, PartsChangedPast64BitsAreMetByTheNextQuestion) {
+    ImageGeometryPtr const pGeometry = builderOf({g_half, 1, 1, 1, 1}).build();
+    pGeometry->getVolumeGeometry().init3d(g_half);
+    EXPECT_EQ(textOf<VELMOImageException>([&] { pGeometry->getNbPixels(); }),
+              refusalOf({g_half, 1, g_half, 1, 1}));
+    EXPECT_THROW(pGeometry->getFullMemorySize(), VELMOImageException);
+    EXPECT_THROW(pGeometry->getPlanOffset(0, 0, 1), VELMOImageException);
+    pGeometry->getColorGeometry().initUser(g_half);
+    EXPECT_THROW(pGeometry->getNbPlans(), VELMOImageException);
+}
+
+TEST(GeometryLimits, ASizeOfZeroInAnyDimensionLeavesNoBytes) {
+    for (Sizes const& sizes : {Sizes{0, 3, 4, 2, 3}, Sizes{5, 0, 4, 2, 3}, Sizes{5, 3, 0, 2, 3},
+                               Sizes{5, 3, 4, 0, 3}, Sizes{5, 3, 4, 2, 0}, Sizes{0, 0, 0, 0, 0}}) {
+        ImageGeometryPtr const pGeometry = builderOf(sizes).build();
+        EXPECT_EQ(pGeometry->getNbPixels(), 0U);
+        EXPECT_EQ(pGeometry->getFullMemorySize(), 0U);
+        EXPECT_EQ(pGeometry->getNbPlans(), sizes.z * sizes.c * sizes.t);
+        EXPECT_EQ(pGeometry->getPlanNbPixels(), sizes.x * sizes.y);
+        EXPECT_EQ(pGeometry->getPlansMemorySize(pGeometry->getNbPlans()), 0U);
+    }
+}
+
+TEST(GeometryLimits, ABufferTypeOutsideOfTheEnumerationIsCarriedAndTakesNoBytes) {
+    auto const outside = static_cast<eImageBufferType>(12);
+    ImageGeometryPtr const pGeometry = GeometryBuilder().volume(4).type(outside).build();
+    EXPECT_EQ(pGeometry->getBufferType(), outside);
+    EXPECT_EQ(pGeometry->getNbPixels(), 60U);
+    EXPECT_EQ(pGeometry->getFullMemorySize(), 0U);
+    ImageGeometryPtr const pMixed =
+        GeometryBuilder().sequence(3).types({eIBT_UInt8, outside, eIBT_Int16}).build();
+    EXPECT_EQ(pMixed->getFullMemorySize(), 15U * 3);
+    EXPECT_EQ(pMixed->getPlanOffset(0, 0, 2), 15U);
+}
+
+TEST(GeometryLimits, MemoryOfAGeometryDoesNotGrowWithItsPlanes) {
+    auto const work = [](vlUInt64 nbPlans) {
+        ImageGeometryPtr const pGeometry = builderOf({64, 64, nbPlans, 1, 1}).build();
+        EXPECT_EQ(pGeometry->getPlanOffset(nbPlans - 1, 0, 0), 4096 * (nbPlans - 1));
+    };
+    work(10); // what is made once is made here
+    vlUInt64 const few = countAllocatedBytes([&] { work(10); });
+    vlUInt64 const many = countAllocatedBytes([&] { work(10'000'000); });
+    EXPECT_GT(few, 0U);
+    EXPECT_EQ(many, few);
+}
+
+TEST(GeometryLimits, PlaneOffsetsTakeNoMemoryAndNoTimePerPlane) {
+    constexpr vlUInt64 nbSteps = 10'000'000;
+    ImageGeometryPtr const pOne = builderOf({64, 64, 1, 1, nbSteps}).build();
+    ImageGeometryPtr const pEach = GeometryBuilder()
+                                       .plane(64, 64)
+                                       .sequence(nbSteps)
+                                       .types(std::vector<eImageBufferType>(nbSteps, eIBT_Int16))
+                                       .build();
+    for (ImageGeometryPtr const& pGeometry : {pOne, pEach}) {
+        auto const start = std::chrono::steady_clock::now();
+        vlUInt64 sum = 0;
+        vlUInt64 const nbAllocated = countAllocatedBytes([&] {
+            for (vlUInt64 i = 0; i < 100'000; ++i) {
+                sum += pGeometry->getPlanOffset(0, 0, nbSteps - 1 - i);
+            }
+        });
+        EXPECT_EQ(nbAllocated, 0U);
+        EXPECT_NE(sum, 0U);
+        // A walk over the planes would need 10^12 steps.
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    }
+}
+
+TEST(GeometryLimits, ACopyOfAHeterogeneousGeometryDoesNotCopyItsTypes) {
+    std::vector<eImageBufferType> const types(1'000'000, eIBT_Int16);
+    ImageGeometryPtr const pGeometry = GeometryBuilder().sequence(types.size()).types(types).build();
+    EXPECT_LT(countAllocatedBytes([&] { duplicateGeometry(*pGeometry); }), 10'000U);
+}
