@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "Command.h"
+#include "InputOptions.h"
+
+namespace velmo {
+namespace tool {
+
+/// `velmo-image convert`: one image file as another, plane by plane.
+class ConvertCommand : public Command {
+  public:
+    explicit ConvertCommand(CLI::App& parent);
+    eExitStatus run() const override;
+
+  private:
+    InputOptions _input;
+    std::string _inputFile;
+    std::string _outputFile;
+    std::string _outputFormat;
+    std::string _headerFile;
+    bool _bOverwrite = false;
+    bool _bQuiet = false;
+};
+
+} // namespace tool
+} // namespace velmo

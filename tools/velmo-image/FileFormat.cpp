@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "FileFormat.h"
+
+#include "CheckedParsing.h"
+
+#include <boost/algorithm/string/case_conv.hpp>
+
+namespace velmo {
+namespace tool {
+
+namespace {
+
+constexpr std::array<Choice<eFileFormat>, 3> g_formats = {
+    {{"raw", eFileFormat::Raw}, {"tiff", eFileFormat::Tiff}, {"im6", eFileFormat::Im6}}};
+
+} // namespace
+
+char const* getFormatName(eFileFormat format) {
+    return g_formats[static_cast<std::size_t>(format)].first;
+}
+
+eFileFormat chooseFormat(boost::filesystem::path const& path, std::string const& option,
+                         std::string const& optionValue) {
+    if (!optionValue.empty()) {
+        return parseChoice(option, optionValue, g_formats);
+    }
+    std::string const extension = boost::algorithm::to_lower_copy(path.extension().string());
+    if (extension == ".tif" || extension == ".tiff") {
+        return eFileFormat::Tiff;
+    }
+    return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
+}
+
+void requireReadable(eFileFormat format, boost::filesystem::path const& path) {
+    if (format != eFileFormat::Raw) {
+        throw WrongUse("this build reads raw files only, and " + quoted(path.string()) +
+                       " is to be read as " + getFormatName(format) +
+                       "; --format raw reads the bytes of any file as pixels");
+    }
+}
+
+void requireWritable(eFileFormat format, boost::filesystem::path const& path) {
+    if (format != eFileFormat::Raw) {
+        throw WrongUse("this build writes raw files only, and " + quoted(path.string()) +
+                       " is to be written as " + getFormatName(format) +
+                       "; --output-format raw writes raw pixels under any name");
+    }
+}
+
+} // namespace tool
+} // namespace velmo

@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "InfoCommand.h"
+
+#include "FileDescription.h"
+#include "InputImage.h"
+#include "Interrupt.h"
+#include "Terminal.h"
+
+#include <nlohmann/json.hpp>
+
+namespace velmo {
+namespace tool {
+
+namespace {
+
+std::string toDocument(nlohmann::ordered_json const& files) {
+    nlohmann::ordered_json const document = {{"schema", 1}, {"files", files}};
+    return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+}
+
+} // namespace
+
+InfoCommand::InfoCommand(CLI::App& parent)
+    : Command(parent, "info", "Tell what is in image files",
+              "  velmo-image info brain.raw --size 181,217,181 --type uint8\n"
+              "  velmo-image info --json --check frames.raw --size 640,480,1,3 --type uint8 --offset 512") {
+    getApp().add_option("FILE", _files, "Files to tell of")->required();
+    getApp().add_flag("--json", _bJson, "As a JSON document; \"bytes\" counts those of all pixels");
+    getApp().add_flag("--check", _bCheck, "Warn where a file holds something else than announced");
+    _input.addTo(getApp());
+}
+
+FileDescription InfoCommand::describe(std::string const& file) const {
+    FileDescription description = {file, getFormatName(_input.getFormat(file)), nullptr, {}, {}};
+    try {
+        description.pImage = openInput(file, _input).pImage;
+        if (_bCheck) {
+            description.warnings = findWarnings(file, _input);
+        }
+    } catch (BaseException const& failure) {
+        description.error = getFullText(failure);
+        printMessage(description.error);
+    }
+    return description;
+}
+
+eExitStatus InfoCommand::run() const {
+    for (std::string const& file : _files) {
+        _input.check(file);
+    }
+    eExitStatus status = eES_Done;
+    nlohmann::ordered_json entries = nlohmann::ordered_json::array();
+    for (std::string const& file : _files) {
+        throwIfInterrupted();
+        FileDescription const description = describe(file);
+        status = description.error.empty() ? status : eES_Failed;
+        if (_bJson) {
+            entries.push_back(toJson(description));
+        } else if (description.pImage) {
+            printOutput(toText(description));
+        }
+    }
+    if (_bJson) {
+        printOutput(toDocument(entries));
+    }
+    return status;
+}
+
+} // namespace tool
+} // namespace velmo

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "InputOptions.h"
+
+#include <VELMOImage/DiskImage.h>
+
+namespace velmo {
+namespace tool {
+
+class Progress;
+
+/// An input that is open for reading, and what is to be told of it.
+struct InputImage {
+    image::DiskImagePtr pImage; ///< as the file gives it: bytes not yet swapped
+    eFileFormat format;
+    bool bSwapBytes;
+};
+
+/// Failures are the library's.
+InputImage openInput(boost::filesystem::path const& path, InputOptions const& options);
+
+/// What the file holds otherwise than it was announced, a sentence each.
+std::vector<std::string> findWarnings(boost::filesystem::path const& path, InputOptions const& options);
+
+/// The pixels of the input in the machine's byte order. Reading counts the pixels in `progress`, which must
+/// outlive the image, and fails after an interrupt.
+image::DiskImagePtr observeInput(InputImage const& input, Progress& progress);
+
+} // namespace tool
+} // namespace velmo

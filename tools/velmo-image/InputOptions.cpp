@@ -1,0 +1,98 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "InputOptions.h"
+
+#include "CheckedParsing.h"
+
+#include <CLI/CLI.hpp>
+
+namespace velmo {
+namespace tool {
+
+namespace {
+
+using namespace image;
+
+constexpr std::array<Choice<eImageBufferType>, 11> g_types = {{{"uint8", eIBT_UInt8},
+                                                               {"int8", eIBT_Int8},
+                                                               {"uint16", eIBT_UInt16},
+                                                               {"int16", eIBT_Int16},
+                                                               {"uint32", eIBT_UInt32},
+                                                               {"int32", eIBT_Int32},
+                                                               {"real32", eIBT_Real32},
+                                                               {"binary", eIBT_Binary},
+                                                               {"label8", eIBT_Label8},
+                                                               {"label16", eIBT_Label16},
+                                                               {"label32", eIBT_Label32}}};
+
+constexpr bool g_bMachineIsBig = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
+/// Whether a word for a byte order asks for a swap on this machine.
+constexpr std::array<Choice<bool>, 2> g_byteOrders = {
+    {{"little", g_bMachineIsBig}, {"big", !g_bMachineIsBig}}};
+
+ColorGeometry createColor(vlUInt64 sizeC) {
+    ColorGeometry color;
+    switch (sizeC) {
+    case 1:
+        color.initGrey();
+        break;
+    case 3:
+        color.initRgb();
+        break;
+    case 4:
+        color.init(eCGT_Rgba);
+        break;
+    default:
+        color.initUser(sizeC);
+        break;
+    }
+    return color;
+}
+
+} // namespace
+
+ImageGeometryPtr RawDescription::createGeometry() const {
+    VolumeGeometry volume;
+    if (sizes.size() > 2) {
+        volume.init3d(sizes[2]);
+    }
+    TemporalGeometry temporal;
+    if (sizes.size() > 4 && sizes[4] > 1) {
+        temporal.initSequence(sizes[4]);
+    }
+    return geometry(bufferType, sizes[0], sizes[1], volume, createColor(sizes.size() > 3 ? sizes[3] : 1),
+                    temporal);
+}
+
+void InputOptions::addTo(CLI::App& app) {
+    app.add_option("--format", _format, "raw|tiff|im6; without it the extension decides, and none is raw");
+    app.add_option("--size", _size, "X,Y[,Z[,C[,T]]]: sizes of a raw input");
+    app.add_option("--type", _type,
+                   "uint8|int8|uint16|int16|uint32|int32|real32|binary|label8|label16|label32: pixels of a "
+                   "raw input");
+    app.add_option("--offset", _offset, "Bytes before the first plane of a raw input (0)");
+    app.add_option("--byte-order", _byteOrder, "little|big: byte order of a raw input (little)");
+}
+
+eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
+    return chooseFormat(path, "--format", _format);
+}
+
+RawDescription InputOptions::getRawDescription() const {
+    if (_size.empty() || _type.empty()) {
+        throw WrongUse("a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type "
+                       "TYPE, such as --size 181,217,181 --type uint8");
+    }
+    return {parseSizes("--size", _size), parseChoice("--type", _type, g_types),
+            parseNumber("--offset", _offset), parseChoice("--byte-order", _byteOrder, g_byteOrders)};
+}
+
+void InputOptions::check(boost::filesystem::path const& path) const {
+    eFileFormat const format = getFormat(path);
+    requireReadable(format, path);
+    getRawDescription();
+}
+
+} // namespace tool
+} // namespace velmo

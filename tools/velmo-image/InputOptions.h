@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "FileFormat.h"
+
+#include <VELMOImage/ImageGeometry.h>
+#include <boost/filesystem/path.hpp>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace velmo {
+namespace tool {
+
+/// What a raw file does not say of itself.
+struct RawDescription {
+    std::vector<vlUInt64> sizes; ///< X, Y and as much of Z, C, T as was given
+    image::eImageBufferType bufferType;
+    vlUInt64 offset;
+    bool bSwapBytes;
+
+    /// Throws VELMOImageException where 64 bits cannot count the bytes.
+    image::ImageGeometryPtr createGeometry() const;
+};
+
+/// The options that say how the input files are to be read.
+class InputOptions {
+  public:
+    /// The options write into this object, which must outlive the parsing.
+    void addTo(CLI::App& app);
+
+    eFileFormat getFormat(boost::filesystem::path const& path) const;
+    RawDescription getRawDescription() const;
+    /// Throws WrongUse where the file cannot be read with these options, without touching it.
+    void check(boost::filesystem::path const& path) const;
+
+  private:
+    std::string _format;
+    std::string _size;
+    std::string _type;
+    std::string _offset = "0";
+    std::string _byteOrder = "little";
+};
+
+} // namespace tool
+} // namespace velmo

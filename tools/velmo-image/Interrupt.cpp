@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Interrupt.h"
+
+#include "Failure.h"
+
+#include <csignal>
+
+namespace velmo {
+namespace tool {
+
+namespace {
+
+volatile std::sig_atomic_t g_bRequested = 0;
+
+extern "C" void requestInterrupt(int /*signal*/) {
+    g_bRequested = 1;
+}
+
+void catchSignal(int signal) {
+    struct sigaction action = {};
+    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
+        return;
+    }
+    action = {};
+    action.sa_handler = requestInterrupt;
+    action.sa_flags = SA_RESTART;
+    sigaction(signal, &action, nullptr);
+}
+
+} // namespace
+
+void catchInterrupts() {
+    catchSignal(SIGINT);
+    catchSignal(SIGTERM);
+    catchSignal(SIGHUP);
+}
+
+bool isInterruptRequested() {
+    return g_bRequested != 0;
+}
+
+void throwIfInterrupted() {
+    if (isInterruptRequested()) {
+        throw Interrupted();
+    }
+}
+
+} // namespace tool
+} // namespace velmo

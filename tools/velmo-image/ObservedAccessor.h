@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImage/DiskImage.h>
+#include <VELMOImage/ImageAccessor.h>
+
+namespace velmo {
+namespace tool {
+
+class Progress;
+
+/// Reads through to another image, so that a copy of it can be watched and stopped: each read swaps the bytes
+/// if asked to, counts its pixels, and fails after an interrupt. Read only; it does not travel in archives.
+class ObservedAccessor : public image::BaseDiskImageAccessor {
+  public:
+    /// `progress` must outlive the accessor.
+    ObservedAccessor(image::DiskImagePtr const& pImage, bool bSwapBytes, Progress& progress);
+
+    std::string const& getClassName() const override;
+    BaseDynamicObject* createNew() const override;
+    DynamicObjectPtr createShared() const override;
+    bool hasCopySupport() const override;
+    BaseDynamicObject* duplicate() const override;
+    DynamicObjectPtr duplicateShared() const override;
+    void copy(BaseDynamicObject const& other) override;
+
+    bool hasBinary8BitsStorage() const override;
+    BoolResult resizeData(image::BaseImageGeometry const& geometry) override;
+    BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                           void* buffer) const override;
+    BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                            void const* buffer) override;
+    void clearDerived() override;
+
+  private:
+    image::DiskImagePtr _pImage;
+    bool _bSwapBytes;
+    Progress& _progress;
+};
+
+} // namespace tool
+} // namespace velmo

@@ -1,0 +1,18 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <string>
+
+namespace velmo {
+namespace tool {
+
+/// Writes to standard output. A reader that has gone (`| head`) is no failure; anything else is thrown as
+/// WorkFailure.
+void printOutput(std::string const& text);
+/// One message on standard error, behind the name of the program.
+void printMessage(std::string const& text);
+
+} // namespace tool
+} // namespace velmo

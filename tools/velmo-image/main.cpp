@@ -1,0 +1,91 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ConvertCommand.h"
+#include "InfoCommand.h"
+#include "Interrupt.h"
+#include "PreviewCommand.h"
+#include "Terminal.h"
+
+#include <VELMOUtil/Logging.h>
+#include <csignal>
+#include <log4cplus/loglevel.h>
+#include <memory>
+#include <sstream>
+
+namespace velmo {
+namespace tool {
+
+namespace {
+
+constexpr char const* g_version = "velmo-image " VELMO_VERSION;
+
+/// What the parser stopped at: a request for help or the version, or a command line that it refuses.
+eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop) {
+    if (stop.get_exit_code() == 0) {
+        std::ostringstream text;
+        app.exit(stop, text, text);
+        printOutput(text.str());
+        return eES_Done;
+    }
+    throw WrongUse(std::string(stop.what()) +
+                   "; velmo-image --help and velmo-image COMMAND --help tell more");
+}
+
+eExitStatus runCommand(int argc, char** argv) {
+    CLI::App app("Look at and convert image files: raw planes of pixels", "velmo-image");
+    app.set_version_flag("--version", g_version);
+    app.require_subcommand(1);
+    app.footer("Exit status: 0 done, 1 the work failed, 2 wrong use, 130 interrupted.");
+    std::vector<std::unique_ptr<Command>> commands;
+    commands.push_back(std::make_unique<InfoCommand>(app));
+    commands.push_back(std::make_unique<ConvertCommand>(app));
+    commands.push_back(std::make_unique<PreviewCommand>(app));
+    try {
+        app.parse(argc, argv);
+    } catch (CLI::ParseError const& stop) {
+        return tellParsing(app, stop);
+    }
+    for (auto const& pCommand : commands) {
+        if (pCommand->isChosen()) {
+            return pCommand->run();
+        }
+    }
+    throw WrongUse("no command; velmo-image --help lists them");
+}
+
+eExitStatus fail(std::string const& text, eExitStatus status) {
+    printMessage(text);
+    return status;
+}
+
+eExitStatus runGuarded(int argc, char** argv) {
+    try {
+        return runCommand(argc, argv);
+    } catch (Interrupted const& stop) {
+        return fail(stop.what(), eES_Interrupted);
+    } catch (WrongUse const& failure) {
+        return fail(failure.what(), eES_WrongUse);
+    } catch (BaseException const& failure) {
+        return fail(getFullText(failure), eES_Failed);
+    } catch (std::bad_alloc const& failure) {
+        return fail(std::string("not enough memory (") + failure.what() + ')', eES_Failed);
+    } catch (std::exception const& failure) {
+        return fail(failure.what(), eES_Failed);
+    } catch (...) {
+        return fail("a failure that says nothing of itself", eES_Failed);
+    }
+}
+
+} // namespace
+
+} // namespace tool
+} // namespace velmo
+
+int main(int argc, char** argv) {
+    // Each failure is told once, as the exception that reaches the end of the work.
+    velmo::getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    std::signal(SIGPIPE, SIG_IGN);
+    velmo::tool::catchInterrupts();
+    return velmo::tool::runGuarded(argc, argv);
+}
