@@ -1,0 +1,261 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "RawFunctions.h"
+
+#include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
+#include <VELMOImage/ImageAccessor.h>
+#include <VELMOImage/MemoryImage.h>
+#include <VELMOImage/VELMOImageLog.h>
+#include <boost/filesystem/operations.hpp>
+#include <boost/make_shared.hpp>
+#include <set>
+#include <stdexcept>
+#include <thread>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+
+namespace {
+
+std::string readFailed(fs::path const& path, int z, int t) {
+    return "Failed to read raw image file " + path.string() + " for z=" + std::to_string(z) +
+           ", c=0, t=" + std::to_string(t) + ", pixelStartOffset=0 and nbPixels=12";
+}
+
+ImagePtr makeTarget(BaseImageGeometry const& geometry) {
+    return makeMemoryImage(geometry, std::string(geometry.getFullMemorySize(), '\0'));
+}
+
+} // namespace
+
+TEST_F(RawFunctions, EveryLoadAndTheOpenGiveThePixelsOfTheFile) {
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        ImagePtr const pImage = load.call(_path, 0);
+        EXPECT_TRUE(haveSamePixels(pImage->getGeometry(), *_pGeometry));
+        EXPECT_EQ(readPixels(*pImage), _pixels);
+    }
+}
+
+TEST_F(RawFunctions, BytesBeforeTheOffsetAndBehindTheLastPlaneAreIgnored) {
+    writeFile(_path, "head\nof 16 bytes" + _pixels + "tail");
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        EXPECT_EQ(readPixels(*load.call(_path, 16)), _pixels);
+    }
+}
+
+TEST_F(RawFunctions, NothingIsLoggedOnSuccess) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    for (Load const& load : getLoads()) {
+        load.call(_path, 0);
+    }
+    saveRawImageFile(_folder / "saved.raw", makeMemoryImage(*_pGeometry, _pixels), "header");
+    EXPECT_TRUE(log.getRecords().empty());
+}
+
+TEST_F(RawFunctions, AnOpenedFileStaysOpenAsLongAsItsImageLives) {
+    DiskImagePtr pImage = openRawImageFile(_path, *_pGeometry, 0);
+    EXPECT_EQ(countOpen(_path), 1);
+    std::thread([&] { EXPECT_EQ(readPixels(*pImage), _pixels); }).join();
+    EXPECT_EQ(countOpen(_path), 2);
+    DiskImagePtr pOther = pImage;
+    pImage.reset();
+    EXPECT_EQ(countOpen(_path), 2);
+    EXPECT_EQ(readPixels(*pOther), _pixels);
+    pOther.reset();
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
+TEST_F(RawFunctions, AnOpenedImageReadsTheFileAndNoCopy) {
+    DiskImagePtr const pImage = openRawImageFile(_path, *_pGeometry, 0);
+    std::string const later = makePixels(*_pGeometry, 2);
+    writeFile(_path, later);
+    EXPECT_EQ(readPixels(*pImage), later);
+}
+
+TEST_F(RawFunctions, AnOpenedImageIsReadOnly) {
+    DiskImagePtr const pImage = openRawImageFile(_path, *_pGeometry, 0);
+    EXPECT_EQ(pImage->getAccessor()->getAccessMode(), eIAM_ReadOnly);
+    BoolResult const result = pImage->getAccessor()->writeRawData(1, 0, 1, 2, 3, "secret");
+    EXPECT_FALSE(result);
+    EXPECT_EQ(result.getMessage(), "Failed to write raw image file " + _path.string() +
+                                       " for z=1, c=0, t=1, pixelStartOffset=2 and nbPixels=3");
+    EXPECT_EQ(readFile(_path), _pixels);
+}
+
+TEST_F(RawFunctions, ALoadHasClosedTheFileWhenItReturns) {
+    for (Load const& load : getLoads()) {
+        ImagePtr const pImage = load.call(_path, 0);
+        EXPECT_EQ(countOpen(_path), load.name == std::string("open") ? 1 : 0) << load.name;
+    }
+}
+
+TEST_F(RawFunctions, AMissingFileIsTheLoadErrorWithTheAccessorsText) {
+    fs::path const missing = _folder / "missing.raw";
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        expectRaisedText([&] { load.call(missing, 0); },
+                         loadError(missing, "Failed to open raw image file " + missing.string()));
+    }
+}
+
+TEST_F(RawFunctions, AFolderIsNoFile) {
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        fs::path const& folder = _folder.getPath();
+        expectRaisedText([&] { load.call(folder, 0); },
+                         loadError(folder, "Failed to open raw image file " + folder.string()));
+    }
+}
+
+TEST_F(RawFunctions, AnOffsetBehindWhichThePixelsDoNotFitIsTheLoadErrorWithBothSizes) {
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        expectRaisedText(
+            [&] { load.call(_path, 1); },
+            loadError(_path, "Input geometry with total size 96 and starting offset 1 is greater "
+                             "than global file size 96 for raw image file " +
+                                 _path.string()));
+        expectRaisedText([&] { load.call(_path, NumericLimits<vlUInt64>::s_max); },
+                         loadError(_path, "Input geometry with total size 96 and starting offset "
+                                          "18446744073709551615 is greater than global file size 96 for raw "
+                                          "image file " +
+                                              _path.string()));
+        EXPECT_EQ(countOpen(_path), 0);
+    }
+}
+
+TEST_F(RawFunctions, QuotesAndAmpersandsAreMarkedInTheQuotedPathAndBareInTheNestedText) {
+    struct {
+        std::string name;
+        std::string inQuotes;
+    } const names[] = {{"a\"b.raw", "a&\"b.raw"}, {"a&b.raw", "a&&b.raw"}, {"&\"\"&.raw", "&&&\"&\"&&.raw"}};
+    for (auto const& name : names) {
+        std::string const folder = _folder.getPath().string() + '/';
+        for (Load const& load : getLoads()) {
+            SCOPED_TRACE(load.name);
+            expectRaisedText([&] { load.call(folder + name.name, 0); },
+                             "Error while loading raw image file \"" + folder + name.inQuotes +
+                                 "\"\nFailed to open raw image file " + folder + name.name);
+        }
+    }
+}
+
+TEST_F(RawFunctions, ALoadOfAnImageTakesTheMemoryBeforeItOpensTheFile) {
+    fs::path const missing = _folder / "missing.raw";
+    auto const pHuge = geometry3d(eIBT_UInt8, 1UL << 20U, 1UL << 20U, 1UL << 10U);
+    auto const raised = expectRaised([&] { loadRawImageFile(missing, *pHuge, 0); });
+    ASSERT_TRUE(raised);
+    EXPECT_EQ(raised->text.find(loadError(missing, "The image needs 1125899906842624 bytes of memory, and ")),
+              0U)
+        << raised->text;
+#if !defined(__clang__)
+    EXPECT_EQ(raised->function,
+              "velmo::image::ImagePtr velmo::image::file::loadRawImageFile(const boost::filesystem::path&, "
+              "const velmo::image::BaseImageGeometry&, velmo::vlUInt64)");
+#endif
+}
+
+#if !defined(__clang__)
+TEST_F(RawFunctions, ARaiseNamesThePublicFunctionInFull) {
+    struct {
+        Action action;
+        std::string function;
+    } const cases[] = {
+        {[&] { openRawImageFile("/missing", *_pGeometry, 0); },
+         "velmo::image::DiskImagePtr velmo::image::file::openRawImageFile(const boost::filesystem::path&, "
+         "const velmo::image::BaseImageGeometry&, velmo::vlUInt64)"},
+        {[&] { loadRawImageFile("/missing", *_pGeometry, makeTarget(*_pGeometry), 0); },
+         "void velmo::image::file::loadRawImageFile(const boost::filesystem::path&, const "
+         "velmo::image::BaseImageGeometry&, const velmo::image::ImagePtr&, velmo::vlUInt64)"},
+        {[&] { loadDistributedRawImageFile("/missing", *_pGeometry, 0, false); },
+         "velmo::image::DistributedImagePtr velmo::image::file::loadDistributedRawImageFile(const "
+         "boost::filesystem::path&, const velmo::image::BaseImageGeometry&, velmo::vlUInt64, bool)"},
+        {[&] { loadDistributedRawImageFile("/missing", *_pModel, eIBT_UInt16, 0, false); },
+         "velmo::image::DistributedImagePtr velmo::image::file::loadDistributedRawImageFile(const "
+         "boost::filesystem::path&, const velmo::image::DistributedImage&, const "
+         "velmo::image::eImageBufferType&, velmo::vlUInt64, bool)"},
+        {[&] { saveRawImageFile("/missing/folder", makeTarget(*_pGeometry), ""); },
+         "void velmo::image::file::saveRawImageFile(const boost::filesystem::path&, const "
+         "velmo::image::ImageConstPtr&, const std::string&)"},
+    };
+    for (auto const& entry : cases) {
+        auto const raised = expectRaised(entry.action);
+        EXPECT_EQ(raised ? raised->function : std::string(), entry.function);
+    }
+}
+#endif
+
+TEST_F(RawFunctions, AFailedLoadKeepsWhatWasCopied) {
+    auto const pTarget = boost::make_shared<HookedImage>(*_pGeometry);
+    pTarget->setWriteHook(failAt(2, "the third plane is refused"));
+    expectRaisedText([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); },
+                     loadError(_path, "the third plane is refused"));
+    EXPECT_EQ(readPixels(*pTarget), _pixels.substr(0, 48) + std::string(48, '\0'));
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
+TEST_F(RawFunctions, AFileThatLosesItsEndDuringALoadIsTheLoadErrorWithThePlaneThatIsMissing) {
+    auto const pTarget = boost::make_shared<HookedImage>(*_pGeometry);
+    pTarget->setWriteHook([&](int access) {
+        if (access == 0) {
+            fs::resize_file(_path, 40);
+        }
+        return success();
+    });
+    expectRaisedText([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); },
+                     loadError(_path, readFailed(_path, 1, 0)));
+    EXPECT_EQ(readPixels(*pTarget), _pixels.substr(0, 24) + std::string(72, '\0'));
+}
+
+TEST_F(RawFunctions, ALoadRunsOnTheCallingThread) {
+    auto const pTarget = boost::make_shared<HookedImage>(*_pGeometry);
+    std::set<std::thread::id> writers;
+    pTarget->setWriteHook([&](int /*access*/) {
+        writers.insert(std::this_thread::get_id());
+        return success();
+    });
+    loadRawImageFile(_path, *_pGeometry, pTarget, 0);
+    EXPECT_EQ(writers, std::set<std::thread::id>{std::this_thread::get_id()});
+}
+
+TEST_F(RawFunctions, ATargetThatDoesNotFitIsRefusedByTheProcessor) {
+    ImagePtr const targets[] = {makeTarget(*makeSequence(eIBT_Int16)), // the same size, another type
+                                makeTarget(*geometry3d(eIBT_UInt16, 4, 3, 4)), ImagePtr()};
+    for (ImagePtr const& pTarget : targets) {
+        expectPassedThrough<processor::VELMOBaseProcessingException>(
+            [&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); });
+        EXPECT_EQ(countOpen(_path), 0);
+    }
+}
+
+TEST_F(RawFunctions, WhatATargetThrowsPassesThrough) {
+    auto const pTarget = boost::make_shared<HookedImage>(*_pGeometry);
+    pTarget->setWriteHook(
+        [](int access) -> BoolResult { throw std::out_of_range("access " + std::to_string(access)); });
+    expectPassedThrough<std::out_of_range>([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); });
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
+TEST_F(RawFunctions, ATargetWithoutAGeometryIsRefusedByTheImageLibrary) {
+    auto const pTarget = boost::make_shared<MemoryImage>();
+    expectPassedThrough<VELMOImageException>([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); });
+}
+
+TEST_F(RawFunctions, AnImageWithoutPixelsLoadsFromAnEmptyFile) {
+    writeFile(_path, "");
+    auto const pEmpty = geometry3d(eIBT_UInt8, 0, 3, 2);
+    EXPECT_EQ(loadRawImageFile(_path, *pEmpty, 0)->getGeometry().getSizeX(), 0U);
+    EXPECT_EQ(openRawImageFile(_path, *pEmpty, 0)->getGeometry().getSizeZ(), 2U);
+    EXPECT_EQ(loadDistributedRawImageFile(_path, *pEmpty, 0, true)->getGeometry().getSizeY(), 3U);
+    EXPECT_EQ(loadDistributedRawImageFile(_path, *pEmpty, 0, false)->getGeometry().getSizeY(), 3U);
+}
+
+} // namespace test
+} // namespace velmo
