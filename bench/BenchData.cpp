@@ -18,10 +18,7 @@ namespace {
 namespace fs = boost::filesystem;
 
 constexpr vlUInt64 g_chunkSize = vlUInt64{4} << 20;
-
-std::string toName(std::string const& kind, vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ) {
-    return kind + std::to_string(sizeX) + 'x' + std::to_string(sizeY) + 'x' + std::to_string(sizeZ) + ".raw";
-}
+constexpr vlUInt64 g_stampedSize = 4096; ///< bytes that begin with their own offset
 
 void fillFile(RawFile const& file) {
     std::vector<vlUInt64> chunk(g_chunkSize / sizeof(vlUInt64));
@@ -29,7 +26,9 @@ void fillFile(RawFile const& file) {
     std::generate(chunk.begin(), chunk.end(), random);
     Descriptor const descriptor = Descriptor::create(file.path.string());
     for (vlUInt64 offset = 0; offset < file.nbBytes; offset += g_chunkSize) {
-        chunk.front() = offset;
+        for (vlUInt64 stamped = 0; stamped < g_chunkSize; stamped += g_stampedSize) {
+            chunk[stamped / sizeof(vlUInt64)] = offset + stamped;
+        }
         descriptor.write(chunk.data(), std::min(g_chunkSize, file.nbBytes - offset), offset);
     }
     descriptor.sync();
@@ -54,33 +53,26 @@ BenchData::~BenchData() {
     fs::remove_all(_folder, ignored);
 }
 
-RawFile const& BenchData::getVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ) {
-    std::string const name = toName("volume", sizeX, sizeY, sizeZ);
-    auto const found = _files.find(name);
-    if (found != _files.end()) {
-        return found->second;
+RawFile BenchData::getVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ) {
+    auto const pGeometry = image::geometry3d(image::eIBT_UInt16, sizeX, sizeY, sizeZ);
+    vlUInt64 const nbBytes = pGeometry->getFullMemorySize();
+    RawFile const file = {_folder / ("volume" + std::to_string(nbBytes)), pGeometry, nbBytes};
+    if (_made.insert(file.path).second) {
+        fillFile(file);
+        readFile(file);
     }
-    RawFile const& file = add(name, image::geometry3d(image::eIBT_UInt16, sizeX, sizeY, sizeZ));
-    fillFile(file);
-    readFile(file);
     return file;
 }
 
-RawFile const& BenchData::getSparseVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ) {
-    std::string const name = toName("sparse", sizeX, sizeY, sizeZ);
-    auto const found = _files.find(name);
-    if (found != _files.end()) {
-        return found->second;
+RawFile BenchData::getSparseVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ) {
+    auto const pGeometry = image::geometry3d(image::eIBT_UInt8, sizeX, sizeY, sizeZ);
+    vlUInt64 const nbBytes = pGeometry->getFullMemorySize();
+    RawFile const file = {_folder / ("sparse" + std::to_string(nbBytes)), pGeometry, nbBytes};
+    if (_made.insert(file.path).second) {
+        Descriptor::create(file.path.string()).setSize(nbBytes);
+        readFile(file);
     }
-    RawFile const& file = add(name, image::geometry3d(image::eIBT_UInt8, sizeX, sizeY, sizeZ));
-    Descriptor::create(file.path.string()).setSize(file.nbBytes);
-    readFile(file);
     return file;
-}
-
-RawFile& BenchData::add(std::string const& name, image::ImageGeometryPtr const& pGeometry) {
-    RawFile const file = {_folder / name, pGeometry, pGeometry->getFullMemorySize()};
-    return _files.emplace(name, file).first->second;
 }
 
 } // namespace bench

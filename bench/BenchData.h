@@ -6,13 +6,13 @@
 #include <VELMOImage/ImageGeometry.h>
 
 #include <boost/filesystem/path.hpp>
-#include <map>
+#include <set>
 #include <string>
 
 namespace velmo {
 namespace bench {
 
-/// A raw file in the page cache.
+/// A file in the page cache and what its pixels are.
 struct RawFile {
     boost::filesystem::path path;
     image::ImageGeometryPtr pGeometry;
@@ -20,7 +20,7 @@ struct RawFile {
 };
 
 /// The files that the benchmarks read and write: made in a folder of their own at first use, removed at the
-/// end.
+/// end. Volumes of as many bytes share a file.
 class BenchData {
   public:
     /// Makes a new folder in `parent`.
@@ -30,16 +30,14 @@ class BenchData {
     BenchData& operator=(BenchData const&) = delete;
 
     boost::filesystem::path const& getFolder() const { return _folder; }
-    /// A grey volume of 16 bits, of bytes that differ from plane to plane.
-    RawFile const& getVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ);
+    /// A grey volume of 16 bits, in which no two parts are alike.
+    RawFile getVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ);
     /// The same of one byte for each pixel, as one hole that takes no room on the disk.
-    RawFile const& getSparseVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ);
+    RawFile getSparseVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ);
 
   private:
-    RawFile& add(std::string const& name, image::ImageGeometryPtr const& pGeometry);
-
     boost::filesystem::path _folder;
-    std::map<std::string, RawFile> _files;
+    std::set<boost::filesystem::path> _made;
 };
 
 } // namespace bench

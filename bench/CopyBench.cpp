@@ -20,7 +20,7 @@ namespace {
 using processor::ProcessorDispatchPolicy;
 
 /// Small copies are measured many at a time, up to so many bytes in all.
-constexpr vlUInt64 g_nbBytesAtOnce = vlUInt64{64} << 20;
+constexpr vlUInt64 g_nbBytesAtOnce = vlUInt64{256} << 20;
 
 ProcessorDispatchPolicy defaultPolicy() {
     ProcessorDispatchPolicy policy;
@@ -67,15 +67,6 @@ double timeCopy(RawFile const& file, ProcessorDispatchPolicy const& policy) {
     return seconds / static_cast<double>(nbCopies);
 }
 
-double timePreadOfTwoThreads(RawFile const& file) {
-    FreshMemory const memory(file.nbBytes);
-    Descriptor const descriptor = Descriptor::openForReading(file.path.string());
-    vlUInt64 const half = file.nbBytes / 2;
-    return timeThreads(
-        2, [](vlUInt64) {},
-        [&](vlUInt64 thread) { descriptor.read(memory.getData() + thread * half, half, thread * half); });
-}
-
 void requireSameBytes(RawFile const& file) {
     auto const pTarget = createTarget(file);
     timeOneCopy(image::file::openRawImageFile(file.path, *file.pGeometry), pTarget, defaultPolicy());
@@ -85,30 +76,38 @@ void requireSameBytes(RawFile const& file) {
             "The copy differs from the file");
 }
 
+void addAgainstTwoThreads(Suite& suite, std::string const& what, vlUInt64 sizeX, vlUInt64 sizeY,
+                          vlUInt64 sizeZ) {
+    suite.add("copy " + what + ", default / pread of 2 threads", Quantity::time(), atMost(1.2), [=, &suite] {
+        RawFile const file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+        requireSameBytes(file);
+        return Contenders{[file] { return timeCopy(file, defaultPolicy()); },
+                          [file] { return timePreadOfTwoThreads(file.path.string(), file.nbBytes); }};
+    });
+}
+
 void addAgainstOneThread(Suite& suite, std::string const& size, vlUInt64 sizeX, vlUInt64 sizeY,
                          vlUInt64 sizeZ) {
     suite.add("copy " + size + ", default / 1 thread", Quantity::time(), atMost(1.05), [=, &suite] {
-        RawFile const& file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+        RawFile const file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
         requireSameBytes(file);
-        return Contenders{[&file] { return timeCopy(file, defaultPolicy()); },
-                          [&file] { return timeCopy(file, localPolicy()); }};
+        return Contenders{[file] { return timeCopy(file, defaultPolicy()); },
+                          [file] { return timeCopy(file, localPolicy()); }};
     });
 }
 
 } // namespace
 
 void addCopyBenchmarks(Suite& suite) {
-    suite.add("copy 800 MB, default / pread of 2 threads", Quantity::time(), atMost(1.2), [&suite] {
-        RawFile const& file = suite.getData().getVolume(1024, 1024, 400);
-        requireSameBytes(file);
-        return Contenders{[&file] { return timeCopy(file, defaultPolicy()); },
-                          [&file] { return timePreadOfTwoThreads(file); }};
-    });
+    addAgainstTwoThreads(suite, "800 MB in planes of 2 MB", 1024, 1024, 400);
+    addAgainstTwoThreads(suite, "800 MB in planes of 512 KB", 512, 512, 1600);
+    addAgainstTwoThreads(suite, "800 MB in planes of 128 KB", 256, 256, 6400);
     addAgainstOneThread(suite, "64 KB", 128, 128, 2);
     addAgainstOneThread(suite, "1 MB", 256, 256, 8);
     addAgainstOneThread(suite, "4 MB", 512, 512, 8);
     addAgainstOneThread(suite, "4 MB in one plane", 2048, 1024, 1);
     addAgainstOneThread(suite, "16 MB", 512, 512, 32);
+    addAgainstOneThread(suite, "64 MB", 1024, 1024, 32);
     addAgainstOneThread(suite, "800 MB", 1024, 1024, 400);
 }
 

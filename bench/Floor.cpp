@@ -140,5 +140,24 @@ double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork con
     return start.getSeconds();
 }
 
+double timePread(std::string const& path, vlUInt64 nbBytes) {
+    Stopwatch const stopwatch;
+    FreshMemory const memory(nbBytes);
+    Descriptor::openForReading(path).read(memory.getData(), nbBytes, 0);
+    return stopwatch.getSeconds();
+}
+
+double timePreadOfTwoThreads(std::string const& path, vlUInt64 nbBytes) {
+    FreshMemory const memory(nbBytes);
+    Descriptor const descriptor = Descriptor::openForReading(path);
+    vlUInt64 const half = nbBytes / 2;
+    auto const readHalf = [&](vlUInt64 thread) {
+        vlUInt64 const first = thread * half;
+        descriptor.read(memory.getData() + first, thread == 0 ? half : nbBytes - half, first);
+    };
+    return timeThreads(
+        2, [](vlUInt64) {}, readHalf);
+}
+
 } // namespace bench
 } // namespace velmo

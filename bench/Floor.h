@@ -70,5 +70,10 @@ using ThreadWork = std::function<void(vlUInt64 thread)>;
 /// exception of a thread ends the program.
 double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork const& work);
 
+/// Seconds to read a whole file into fresh memory: of the calling thread, the taking of the memory and the
+/// opening included; and of two threads, of half of it each, without those.
+double timePread(std::string const& path, vlUInt64 nbBytes);
+double timePreadOfTwoThreads(std::string const& path, vlUInt64 nbBytes);
+
 } // namespace bench
 } // namespace velmo

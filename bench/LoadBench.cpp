@@ -7,7 +7,6 @@
 #include <VELMOImage/BaseImage.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <cstring>
-#include <memory>
 
 namespace velmo {
 namespace bench {
@@ -26,22 +25,6 @@ double timeDistributedLoad(RawFile const& file) {
     return stopwatch.getSeconds();
 }
 
-double timePread(RawFile const& file) {
-    Stopwatch const stopwatch;
-    FreshMemory const memory(file.nbBytes);
-    Descriptor::openForReading(file.path.string()).read(memory.getData(), file.nbBytes, 0);
-    return stopwatch.getSeconds();
-}
-
-double timePreadOfTwoThreads(RawFile const& file) {
-    FreshMemory const memory(file.nbBytes);
-    Descriptor const descriptor = Descriptor::openForReading(file.path.string());
-    vlUInt64 const half = file.nbBytes / 2;
-    return timeThreads(
-        2, [](vlUInt64) {},
-        [&](vlUInt64 thread) { descriptor.read(memory.getData() + thread * half, half, thread * half); });
-}
-
 void requireSameBytes(image::BaseImage const& image, RawFile const& file) {
     FreshMemory const expected(file.nbBytes);
     Descriptor::openForReading(file.path.string()).read(expected.getData(), file.nbBytes, 0);
@@ -56,20 +39,28 @@ void requireSameBytes(image::BaseImage const& image, RawFile const& file) {
     }
 }
 
+void addLoad(Suite& suite, std::string const& what, Limit const& limit, vlUInt64 sizeX, vlUInt64 sizeY,
+             vlUInt64 sizeZ) {
+    suite.add("load " + what + ", 1 thread / pread", Quantity::time(), limit, [=, &suite] {
+        RawFile const file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+        requireSameBytes(*image::file::loadRawImageFile(file.path, *file.pGeometry), file);
+        return Contenders{[file] { return timeLoad(file); },
+                          [file] { return timePread(file.path.string(), file.nbBytes); }};
+    });
+}
+
 } // namespace
 
 void addLoadBenchmarks(Suite& suite) {
-    suite.add("load 800 MB, 1 thread / pread", Quantity::time(), atMost(1.15), [&suite] {
-        RawFile const& file = suite.getData().getVolume(1024, 1024, 400);
-        requireSameBytes(*image::file::loadRawImageFile(file.path, *file.pGeometry), file);
-        return Contenders{[&file] { return timeLoad(file); }, [&file] { return timePread(file); }};
-    });
+    addLoad(suite, "800 MB in planes of 2 MB", atMost(1.15), 1024, 1024, 400);
+    addLoad(suite, "800 MB in planes of 128 KB", noLimit(), 256, 256, 6400);
+    addLoad(suite, "1 MB", noLimit(), 256, 256, 8);
     suite.add("distributed load 800 MB / pread of 2 threads", Quantity::time(), noLimit(), [&suite] {
-        RawFile const& file = suite.getData().getVolume(1024, 1024, 400);
+        RawFile const file = suite.getData().getVolume(1024, 1024, 400);
         requireSameBytes(*image::file::loadDistributedRawImageFile(file.path, *file.pGeometry, 0, true),
                          file);
-        return Contenders{[&file] { return timeDistributedLoad(file); },
-                          [&file] { return timePreadOfTwoThreads(file); }};
+        return Contenders{[file] { return timeDistributedLoad(file); },
+                          [file] { return timePreadOfTwoThreads(file.path.string(), file.nbBytes); }};
     });
 }
 

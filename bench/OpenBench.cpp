@@ -21,7 +21,7 @@ constexpr vlUInt64 g_many = 10000000;
 constexpr vlUInt64 g_few = 10;
 constexpr vlUInt64 g_nbPixelsOfPlan = 4;
 
-RawFile const& getFile(Suite const& suite, vlUInt64 nbPlans) {
+RawFile getFile(Suite const& suite, vlUInt64 nbPlans) {
     return suite.getData().getSparseVolume(2, g_nbPixelsOfPlan / 2, nbPlans);
 }
 
@@ -74,10 +74,9 @@ double timeFinding(RawFile const& file) {
 void add(Suite& suite, std::string const& name, Quantity const& quantity, Limit const& limit,
          double (*measure)(RawFile const&)) {
     suite.add(name + ", 10,000,000 planes / 10", quantity, limit, [&suite, measure] {
-        RawFile const& many = getFile(suite, g_many);
-        RawFile const& few = getFile(suite, g_few);
-        return Contenders{[&many, measure] { return measure(many); },
-                          [&few, measure] { return measure(few); }};
+        RawFile const many = getFile(suite, g_many);
+        RawFile const few = getFile(suite, g_few);
+        return Contenders{[many, measure] { return measure(many); }, [few, measure] { return measure(few); }};
     });
 }
 

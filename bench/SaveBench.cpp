@@ -19,7 +19,7 @@ namespace fs = boost::filesystem;
 
 /// A volume in memory, and the file that it is saved to, which exists in a measurement alone.
 struct Saving {
-    RawFile const* pFile;
+    RawFile file;
     image::ImagePtr pImage;
     fs::path target;
 
@@ -27,8 +27,6 @@ struct Saving {
         return static_cast<std::byte const*>(image::ImageConstPtr(pImage)->accessPlan(0, 0, 0));
     }
 };
-
-using SavingPtr = std::shared_ptr<Saving const>;
 
 double timeSave(Saving const& saving) {
     Stopwatch const stopwatch;
@@ -40,7 +38,7 @@ double timeSave(Saving const& saving) {
 
 double timePwrite(Saving const& saving) {
     Stopwatch const stopwatch;
-    Descriptor::create(saving.target.string()).write(saving.getPixels(), saving.pFile->nbBytes, 0);
+    Descriptor::create(saving.target.string()).write(saving.getPixels(), saving.file.nbBytes, 0);
     double const seconds = stopwatch.getSeconds();
     fs::remove(saving.target);
     return seconds;
@@ -48,26 +46,32 @@ double timePwrite(Saving const& saving) {
 
 void requireSameBytes(Saving const& saving) {
     image::file::saveRawImageFile(saving.target, saving.pImage);
-    require(fs::file_size(saving.target) == saving.pFile->nbBytes, "The saved file has another size");
-    FreshMemory const saved(saving.pFile->nbBytes);
-    Descriptor::openForReading(saving.target.string()).read(saved.getData(), saving.pFile->nbBytes, 0);
+    require(fs::file_size(saving.target) == saving.file.nbBytes, "The saved file has another size");
+    FreshMemory const saved(saving.file.nbBytes);
+    Descriptor::openForReading(saving.target.string()).read(saved.getData(), saving.file.nbBytes, 0);
     fs::remove(saving.target);
-    require(std::memcmp(saved.getData(), saving.getPixels(), saving.pFile->nbBytes) == 0,
+    require(std::memcmp(saved.getData(), saving.getPixels(), saving.file.nbBytes) == 0,
             "The saved file differs from the image");
+}
+
+void addSave(Suite& suite, std::string const& what, Limit const& limit, vlUInt64 sizeX, vlUInt64 sizeY,
+             vlUInt64 sizeZ) {
+    suite.add("save " + what + " / pwrite", Quantity::time(), limit, [=, &suite] {
+        RawFile const file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+        auto const pSaving = std::make_shared<Saving const>(
+            Saving{file, image::file::loadRawImageFile(file.path, *file.pGeometry),
+                   suite.getData().getFolder() / "saved"});
+        requireSameBytes(*pSaving);
+        return Contenders{[pSaving] { return timeSave(*pSaving); },
+                          [pSaving] { return timePwrite(*pSaving); }};
+    });
 }
 
 } // namespace
 
 void addSaveBenchmarks(Suite& suite) {
-    suite.add("save 800 MB / pwrite", Quantity::time(), atMost(1.25), [&suite] {
-        RawFile const& file = suite.getData().getVolume(1024, 1024, 400);
-        SavingPtr const pSaving = std::make_shared<Saving const>(
-            Saving{&file, image::file::loadRawImageFile(file.path, *file.pGeometry),
-                   suite.getData().getFolder() / "saved.raw"});
-        requireSameBytes(*pSaving);
-        return Contenders{[pSaving] { return timeSave(*pSaving); },
-                          [pSaving] { return timePwrite(*pSaving); }};
-    });
+    addSave(suite, "800 MB in planes of 2 MB", atMost(1.25), 1024, 1024, 400);
+    addSave(suite, "800 MB in planes of 128 KB", noLimit(), 256, 256, 6400);
 }
 
 } // namespace bench

@@ -19,7 +19,7 @@ std::string getUnit(Quantity const& quantity) {
     case Quantity::eKind::Time:
         return "ms";
     case Quantity::eKind::Rate:
-        return "GB/s";
+        return "MB/s";
     case Quantity::eKind::Memory:
         break;
     }
@@ -31,7 +31,7 @@ double toFigure(Quantity const& quantity, double measured) {
     case Quantity::eKind::Time:
         return measured * 1e3;
     case Quantity::eKind::Rate:
-        return static_cast<double>(quantity.nbBytes) / measured / 1e9;
+        return static_cast<double>(quantity.nbBytes) / measured / 1e6;
     case Quantity::eKind::Memory:
         break;
     }

@@ -22,21 +22,21 @@ struct Reads {
         vlUInt64 firstPixel;
     };
 
-    RawFile const* pFile;
+    RawFile file;
     vlUInt64 nbPixels;
     std::vector<std::vector<Place>> places; ///< of each thread
 
     vlUInt64 getNbThreads() const { return places.size(); }
     vlUInt64 getNbBytes() const { return nbPixels * sizeof(std::uint16_t); }
     vlUInt64 getOffset(Place const& place) const {
-        return (place.z * pFile->pGeometry->getPlanNbPixels() + place.firstPixel) * sizeof(std::uint16_t);
+        return (place.z * file.pGeometry->getPlanNbPixels() + place.firstPixel) * sizeof(std::uint16_t);
     }
 };
 
 using ReadsPtr = std::shared_ptr<Reads const>;
 
 ReadsPtr drawReads(RawFile const& file, vlUInt64 nbPixels, vlUInt64 nbThreads, vlUInt64 nbReads) {
-    Reads reads{&file, nbPixels, {}};
+    Reads reads{file, nbPixels, {}};
     std::mt19937_64 random(nbThreads);
     vlUInt64 const nbParts = file.pGeometry->getPlanNbPixels() / nbPixels;
     for (vlUInt64 thread = 0; thread < nbThreads; ++thread) {
@@ -58,7 +58,7 @@ std::unique_ptr<image::file::RawImageFile> openAccessor(RawFile const& file) {
 
 /// Each thread has read once, and so has its stream, before the clock starts.
 double timeAccessor(Reads const& reads) {
-    auto const pAccessor = openAccessor(*reads.pFile);
+    auto const pAccessor = openAccessor(reads.file);
     std::vector<std::vector<std::byte>> buffers(reads.getNbThreads());
     auto const read = [&](vlUInt64 thread, Reads::Place const& place) {
         BoolResult const result =
@@ -85,7 +85,7 @@ double timePread(Reads const& reads) {
         reads.getNbThreads(),
         [&](vlUInt64 thread) {
             buffers[thread].resize(reads.getNbBytes());
-            descriptors[thread].reset(new Descriptor(Descriptor::openForReading(reads.pFile->path.string())));
+            descriptors[thread].reset(new Descriptor(Descriptor::openForReading(reads.file.path.string())));
             descriptors[thread]->read(buffers[thread].data(), reads.getNbBytes(), 0);
         },
         [&](vlUInt64 thread) {
@@ -96,8 +96,8 @@ double timePread(Reads const& reads) {
 }
 
 void requireSameBytes(Reads const& reads) {
-    auto const pAccessor = openAccessor(*reads.pFile);
-    Descriptor const descriptor = Descriptor::openForReading(reads.pFile->path.string());
+    auto const pAccessor = openAccessor(reads.file);
+    Descriptor const descriptor = Descriptor::openForReading(reads.file.path.string());
     std::vector<std::byte> ours(reads.getNbBytes());
     std::vector<std::byte> expected(reads.getNbBytes());
     for (vlUInt64 read = 0; read < 16; ++read) {
@@ -114,7 +114,7 @@ void add(Suite& suite, std::string const& what, Limit const& limit, vlUInt64 nbP
         "read " + what + ", " + std::to_string(nbThreads) + (nbThreads == 1 ? " thread" : " threads");
     Quantity const quantity = Quantity::rate(nbReads * nbPixels * sizeof(std::uint16_t));
     suite.add(name + " / pread", quantity, limit, [=, &suite] {
-        RawFile const& file = suite.getData().getVolume(512, 512, 512);
+        RawFile const file = suite.getData().getVolume(512, 512, 512);
         ReadsPtr const pReads = drawReads(file, nbPixels, nbThreads, nbReads);
         requireSameBytes(*pReads);
         return Contenders{[pReads] { return timeAccessor(*pReads); },
