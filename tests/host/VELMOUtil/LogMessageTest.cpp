@@ -1,0 +1,222 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ThrownText.h"
+
+#include <VELMOUtil/BaseException.h>
+#include <VELMOUtil/LogMessageFormater.h>
+#include <VELMOUtil/LogMessageManager.h>
+#include <boost/filesystem/path.hpp>
+#include <boost/format/exceptions.hpp>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+namespace velmo {
+namespace test {
+
+struct eLogTestMessage {
+    enum domain {
+        eLTM_Plain = 1,
+        eLTM_One = 2,
+        eLTM_Two = 3,
+        eLTM_Kinds = 4,
+        eLTM_Broken = 5,
+        eLTM_Missing = 6
+    };
+};
+
+namespace {
+
+using Message = eLogTestMessage;
+
+LogMessageManager& getManager() {
+    static LogMessageManager& manager = [&]() -> LogMessageManager& {
+        LogMessageManager& made = LogMessageManager::getInstance("LogMessageTest");
+        made.addMessage(Message::eLTM_Plain, "Nothing to fill in, 100%% done");
+        made.addMessage(Message::eLTM_One, "<%s>");
+        made.addMessage(Message::eLTM_Two, "first %s, second %d.");
+        made.addMessage(Message::eLTM_Kinds, "%s|%d|%lld|%f");
+        made.addMessage(Message::eLTM_Broken, "%1% and %s");
+        return made;
+    }();
+    return manager;
+}
+
+template <class T>
+std::string format(T const& value, Message::domain id = Message::eLTM_One) {
+    LogMessageFormater formater(getManager());
+    formater[id] % value;
+    formater.requireAllFed();
+    return formater.string();
+}
+
+/// One value in placeholders of each kind.
+template <class T>
+std::string formatKinds(T const& value) {
+    LogMessageFormater formater(getManager());
+    formater[Message::eLTM_Kinds] % value % value % value % value;
+    return formater.string();
+}
+
+} // namespace
+
+TEST(LogMessageManager, IsTheSameForTheSameName) {
+    LogMessageManager& manager = LogMessageManager::getInstance("LogMessageTest.same");
+    EXPECT_EQ(&LogMessageManager::getInstance("LogMessageTest.same"), &manager);
+    EXPECT_NE(&LogMessageManager::getInstance("LogMessageTest.other"), &manager);
+}
+
+TEST(LogMessageManager, IsTheSameForAllThreadsThatAskAtOnce) {
+    std::vector<LogMessageManager*> managers(8, nullptr);
+    std::vector<std::thread> threads;
+    for (LogMessageManager*& pManager : managers) {
+        threads.emplace_back(
+            [&pManager] { pManager = &LogMessageManager::getInstance("LogMessageTest.race"); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(managers,
+              std::vector<LogMessageManager*>(8, &LogMessageManager::getInstance("LogMessageTest.race")));
+}
+
+TEST(LogMessageManager, GivesATextBackAsItWasRegistered) {
+    LogMessageManager& manager = LogMessageManager::getInstance("LogMessageTest.texts");
+    manager.addMessage("key", 7, "text with %s and 100%");
+    manager.addMessage("key", 8, "");
+    EXPECT_EQ(manager.getMessage("key", 7), "text with %s and 100%");
+    EXPECT_EQ(manager.getMessage("key", 8), "");
+}
+
+TEST(LogMessageManager, ALaterTextReplacesTheEarlierOne) {
+    LogMessageManager& manager = LogMessageManager::getInstance("LogMessageTest.replace");
+    manager.addMessage("key", 1, "old");
+    manager.addMessage("other key", 1, "untouched");
+    manager.addMessage("key", 1, "new");
+    EXPECT_EQ(manager.getMessage("key", 1), "new");
+    EXPECT_EQ(manager.getMessage("other key", 1), "untouched");
+}
+
+TEST(LogMessageManager, AMissingEntryIsThrownWithItsIdAndDomain) {
+    LogMessageManager& manager = LogMessageManager::getInstance("LogMessageTest.missing");
+    manager.addMessage("key", 1, "text");
+    std::string const text = thrownText<BaseException>([&] { manager.getMessage("key", 24); });
+    EXPECT_NE(text.find("24"), std::string::npos) << text;
+    EXPECT_NE(text.find("key"), std::string::npos) << text;
+    thrownText<BaseException>([&] { manager.getMessage("other key", 1); });
+}
+
+TEST(LogMessageManager, TheKeyOfADomainIsItsPlatformTypeName) {
+    EXPECT_EQ(getManager().getMessage("N5velmo4test15eLogTestMessage6domainE", Message::eLTM_One), "<%s>");
+}
+
+TEST(LogMessageFormater, FindsAMessageByEnumeratorAndByTheSpelledOutKey) {
+    LogMessageFormater byEnumerator(getManager());
+    EXPECT_EQ(&byEnumerator[Message::eLTM_One], &byEnumerator);
+    LogMessageFormater byKey(getManager());
+    EXPECT_EQ(&byKey.setMsgId("N5velmo4test15eLogTestMessage6domainE", 2), &byKey);
+    EXPECT_EQ(&(byKey % "x"), &byKey);
+    byEnumerator % "x";
+    EXPECT_EQ(byEnumerator.string(), "<x>");
+    EXPECT_EQ(byKey.string(), "<x>");
+}
+
+TEST(LogMessageFormater, TakesEveryKindOfArgument) {
+    char const* const pText = "pointed at";
+    EXPECT_EQ(format(std::string("a string")), "<a string>");
+    EXPECT_EQ(format(pText), "<pointed at>");
+    EXPECT_EQ(format("a literal"), "<a literal>");
+    EXPECT_EQ(format(""), "<>");
+    EXPECT_EQ(format(18446744073709551615UL), "<18446744073709551615>");
+    EXPECT_EQ(format(4294967295U), "<4294967295>");
+    EXPECT_EQ(format(-2147483647 - 1), "<-2147483648>");
+    EXPECT_EQ(format(static_cast<short>(-32768)), "<-32768>");
+    EXPECT_EQ(format(0.5F), "<0.5>");
+}
+
+TEST(LogMessageFormater, APlaceholderOfAnyKindTakesAnArgumentOfAnyType) {
+    EXPECT_EQ(formatKinds(std::string("text")), "text|text|text|text");
+    EXPECT_EQ(formatKinds("text"), "text|text|text|text");
+    EXPECT_EQ(formatKinds(-12), "-12|-12|-12|-12");
+    EXPECT_EQ(formatKinds(18446744073709551615UL),
+              "18446744073709551615|18446744073709551615|18446744073709551615|18446744073709551615");
+    EXPECT_EQ(formatKinds(2.5F), "2.5|2.5|2.5|2.500000"); // %f asks for fixed digits
+    EXPECT_EQ(formatKinds(boost::filesystem::path("/a")), "\"/a\"|\"/a\"|\"/a\"|\"/a\"");
+}
+
+TEST(LogMessageFormater, APathIsQuotedAndItsStringIsBare) {
+    struct {
+        char const* path;
+        char const* text;
+    } const rows[] = {{"/tmp/plain.tif", "<\"/tmp/plain.tif\">"},
+                      {"/tmp/with blank.tif", "<\"/tmp/with blank.tif\">"},
+                      {"/tmp/a\"b", "<\"/tmp/a&\"b\">"},
+                      {"/tmp/a&b", "<\"/tmp/a&&b\">"},
+                      {"", "<\"\">"}};
+    for (auto const& row : rows) {
+        EXPECT_EQ(format(boost::filesystem::path(row.path)), row.text);
+        EXPECT_EQ(format(boost::filesystem::path(row.path).string()), "<" + std::string(row.path) + ">");
+    }
+}
+
+TEST(LogMessageFormater, PercentSignsOfAnArgumentAreNoPlaceholders) {
+    EXPECT_EQ(format("100%s %d %"), "<100%s %d %>");
+}
+
+TEST(LogMessageFormater, PlaceholdersThatWereNotFedAreEmpty) {
+    LogMessageFormater formater(getManager());
+    formater[Message::eLTM_Two];
+    EXPECT_EQ(formater.string(), "first , second .");
+    formater % "one";
+    EXPECT_EQ(formater.string(), "first one, second .");
+    thrownText<boost::io::too_few_args>([&] { formater.requireAllFed(); });
+    formater % 2;
+    EXPECT_EQ(formater.string(), "first one, second 2.");
+    EXPECT_NO_THROW(formater.requireAllFed());
+}
+
+TEST(LogMessageFormater, AnArgumentTooManyIsThrownAndLeavesTheText) {
+    LogMessageFormater formater(getManager());
+    formater[Message::eLTM_One] % "one";
+    thrownText<boost::io::too_many_args>([&] { formater % "two"; });
+    EXPECT_EQ(formater.string(), "<one>");
+}
+
+TEST(LogMessageFormater, AMessageWithoutPlaceholdersIsCompleteAtOnce) {
+    LogMessageFormater formater(getManager());
+    formater[Message::eLTM_Plain];
+    EXPECT_EQ(formater.string(), "Nothing to fill in, 100% done");
+    EXPECT_NO_THROW(formater.requireAllFed());
+    thrownText<boost::io::too_many_args>([&] { formater % "one"; });
+}
+
+TEST(LogMessageFormater, ASecondMessageIsAppended) {
+    LogMessageFormater formater(getManager());
+    formater[Message::eLTM_One] % "one";
+    formater[Message::eLTM_Two] % "two" % 3;
+    EXPECT_EQ(formater.string(), "<one>first two, second 3.");
+}
+
+TEST(LogMessageFormater, ItsStreamTakesTextOfNoCatalogue) {
+    LogMessageFormater formater(getManager());
+    EXPECT_EQ(formater.string(), "");
+    formater.getStream() << "100% free text, " << 3 << ' ';
+    EXPECT_EQ(formater.string(), "100% free text, 3 ");
+    formater[Message::eLTM_One] % "one";
+    EXPECT_EQ(formater.string(), "100% free text, 3 <one>");
+}
+
+TEST(LogMessageFormater, AMissingMessageIsThrown) {
+    LogMessageFormater formater(getManager());
+    thrownText<BaseException>([&] { formater[Message::eLTM_Missing]; });
+    EXPECT_EQ(formater.string(), "");
+}
+
+TEST(LogMessageFormater, ATextThatIsNoFormatIsThrownAsAFormatError) {
+    LogMessageFormater formater(getManager());
+    EXPECT_THROW(formater[Message::eLTM_Broken], boost::io::bad_format_string);
+}
+
+} // namespace test
+} // namespace velmo
