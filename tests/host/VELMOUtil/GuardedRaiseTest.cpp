@@ -39,17 +39,14 @@ using Feed = std::function<void(LogMessageFormater&)>;
 
 std::string const g_guardText("Exception thrown while processing message");
 
-LibraryLog& getLog() {
-    static LibraryLog log("GuardedRaiseTest");
-    return log;
-}
-
 LogMessageManager& getManager() {
-    return getLog().getManager();
+    return LogMessageManager::getInstance("GuardedRaiseTest");
 }
 
 log4cplus::Logger& getLogger() {
-    return getLog().getLogger();
+    static log4cplus::Logger logger =
+        log4cplus::Logger::getInstance(getBaseLoggerName() + ".GuardedRaiseTest");
+    return logger;
 }
 
 RaiseKind const g_raise = {getManager, getLogger, throwAs<RaiseTestException>};
