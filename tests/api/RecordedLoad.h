@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace velmo {
+namespace test {
+
+/// One thing that the library did while it was loaded. A mutex has no name, only an address.
+struct LoadStep {
+    std::string text;
+    void const* pMutex;
+};
+
+/// What the library did up to now, in this order: "manager" for a look-up of its message manager, "message
+/// <domain key> <id>", "class <name>" and "mutex". The record ends with the first call.
+std::vector<LoadStep> const& endLoadRecord();
+
+void beginLockRecord();
+std::vector<void const*> endLockRecord();
+
+/// The mutexes that the library locks while `work` runs, in their order.
+template <class Work>
+std::vector<void const*> recordLocks(Work const& work) {
+    beginLockRecord();
+    work();
+    return endLockRecord();
+}
+
+} // namespace test
+} // namespace velmo
