@@ -1,0 +1,138 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImage/ImageFactory.h"
+
+#include "ByteAccessor.h"
+#include "CountingEngine.h"
+#include "ExceptionText.h"
+#include "GeometryBuilder.h"
+#include "VELMOImage/MemoryImage.h"
+#include "VELMOImage/VELMOImageLog.h"
+
+#include <algorithm>
+#include <thread>
+
+using namespace velmo;
+using namespace velmo::image;
+using namespace velmo::test;
+
+namespace {
+
+/// Sets an engine for one test, and one like the default afterwards.
+class ImageFactoryTest : public testing::Test {
+  protected:
+    ~ImageFactoryTest() override {
+        factory.setDistributionEngine(
+            createThreadDistributionEngine(std::max(1U, std::thread::hardware_concurrency())));
+    }
+
+    ImageFactory& factory = ImageFactory::getInstance();
+};
+
+} // namespace
+
+TEST_F(ImageFactoryTest, IsOneForTheProcess) {
+    EXPECT_EQ(&ImageFactory::getInstance(), &factory);
+}
+
+TEST_F(ImageFactoryTest, ADefaultImageOfEveryKindLiesInMemory) {
+    for (NamedGeometry const& kind : makeAllKinds()) {
+        ImagePtr pImage;
+        ASSERT_TRUE(factory.createDefaultImage(*kind.pGeometry, pImage)) << kind.name;
+        EXPECT_NE(dynamic_cast<MemoryImage*>(pImage.get()), nullptr);
+        EXPECT_EQ(describe(pImage->getGeometry()), describe(*kind.pGeometry));
+        EXPECT_EQ(readAll(*pImage), Bytes(countBytes(*kind.pGeometry)));
+    }
+}
+
+TEST_F(ImageFactoryTest, ADefaultImageLargerThanTheMemoryIsRefusedAndLeavesOut) {
+    ImagePtr const pBefore = boost::make_shared<MemoryImage>();
+    ImagePtr pImage = pBefore;
+    BoolResult const result =
+        factory.createDefaultImage(*geometry3d(eIBT_UInt8, vlUInt64{1} << 60U, 1, 1), pImage);
+    EXPECT_FALSE(result);
+    EXPECT_FALSE(result.getMessage().empty());
+    EXPECT_EQ(pImage, pBefore);
+}
+
+TEST_F(ImageFactoryTest, ADiskImageWrapsAnAccessor) {
+    auto const pAccessor = makeByteAccessor("wrapped.raw", *GeometryBuilder().volume(2).build());
+    DiskImagePtr pImage;
+    ASSERT_TRUE(factory.createDiskImage(pAccessor, pImage));
+    EXPECT_EQ(pImage->getAccessor(), pAccessor);
+    EXPECT_EQ(describe(pImage->getGeometry()), describe(pAccessor->getGeometry()));
+}
+
+TEST_F(ImageFactoryTest, ADiskImageWithoutAnAccessorIsRefusedAndLeavesOut) {
+    DiskImagePtr const pBefore =
+        boost::make_shared<DiskImage>(makeByteAccessor("kept.raw", *GeometryBuilder().build()));
+    DiskImagePtr pImage = pBefore;
+    BoolResult const missing = factory.createDiskImage(boost::shared_ptr<BaseDiskImageAccessor>(), pImage);
+    EXPECT_FALSE(missing);
+    EXPECT_EQ(missing.getMessage(), "A disk image needs an accessor");
+    BoolResult const notReady = factory.createDiskImage(boost::make_shared<ByteAccessor>(), pImage);
+    EXPECT_FALSE(notReady);
+    EXPECT_EQ(notReady.getMessage(), "A disk image needs an accessor that has a file open");
+    EXPECT_EQ(pImage, pBefore);
+}
+
+TEST_F(ImageFactoryTest, ADistributedImageIsSpreadOverTheEngineThatIsSet) {
+    auto const pEngine = boost::make_shared<CountingEngine>(3);
+    factory.setDistributionEngine(pEngine);
+    DistributedImagePtr pImage;
+    ASSERT_TRUE(factory.createDistributedImage(*GeometryBuilder().volume(9).build(), pImage));
+    EXPECT_EQ(pImage->getGeometry().getSizeZ(), 9U);
+    EXPECT_GT(pEngine->getNbLiveBlocks(), 0U);
+    EXPECT_EQ(readAll(*pImage), Bytes(15 * 9));
+}
+
+TEST_F(ImageFactoryTest, ADistributedImageLikeAModelHasItsGeometryAndAnotherBufferType) {
+    DistributedImagePtr pModel;
+    ImageGeometryPtr const pGeometry =
+        GeometryBuilder().volume(4).sequence(3).types({eIBT_UInt8, eIBT_Real32, eIBT_Label16}).build();
+    ASSERT_TRUE(factory.createDistributedImage(*pGeometry, pModel));
+    DistributedImagePtr pImage;
+    ASSERT_TRUE(factory.createDistributedImage(*pModel, eIBT_Int32, pImage));
+    EXPECT_EQ(describe(pModel->getGeometry()), describe(*pGeometry));
+    pGeometry->setBufferType(eIBT_Int32);
+    EXPECT_EQ(describe(pImage->getGeometry()), describe(*pGeometry));
+    Bytes const pattern = makePattern(countBytes(*pGeometry));
+    writeAll(*pImage, pattern);
+    EXPECT_EQ(readAll(*pImage), pattern);
+}
+
+TEST_F(ImageFactoryTest, ADistributedImageThatFailsLeavesOut) {
+    DistributedImagePtr pBefore;
+    ASSERT_TRUE(factory.createDistributedImage(*GeometryBuilder().build(), pBefore));
+    DistributedImagePtr pImage = pBefore;
+    factory.setDistributionEngine(boost::make_shared<CountingEngine>(2, 1));
+    BoolResult const result = factory.createDistributedImage(*GeometryBuilder().volume(9).build(), pImage);
+    EXPECT_FALSE(result);
+    EXPECT_EQ(result.getMessage(), "this engine gives no more blocks");
+    EXPECT_EQ(pImage, pBefore);
+    factory.setDistributionEngine(boost::make_shared<CountingEngine>(2, 0));
+    EXPECT_FALSE(factory.createDistributedImage(*pBefore, eIBT_Int32, pImage));
+    EXPECT_EQ(pImage, pBefore);
+}
+
+TEST_F(ImageFactoryTest, ADistributedImageWithoutAWorkerIsRefusedAndLeavesOut) {
+    for (DistributionEnginePtr const& pEngine :
+         {DistributionEnginePtr(), createThreadDistributionEngine(0)}) {
+        factory.setDistributionEngine(pEngine);
+        DistributedImagePtr pImage;
+        BoolResult const result = factory.createDistributedImage(*GeometryBuilder().build(), pImage);
+        EXPECT_FALSE(result);
+        EXPECT_EQ(result.getMessage(), "A distributed image needs a worker");
+        EXPECT_FALSE(pImage);
+    }
+}
+
+TEST_F(ImageFactoryTest, AModelWhoseBytesWouldPass64BitsIsRefusedAndLeavesOut) {
+    DistributedImagePtr pModel;
+    factory.setDistributionEngine(boost::make_shared<CountingEngine>(1));
+    ASSERT_TRUE(factory.createDistributedImage(*geometry3d(eIBT_None, vlUInt64{1} << 63U, 1, 1), pModel));
+    DistributedImagePtr pImage;
+    EXPECT_THROW(factory.createDistributedImage(*pModel, eIBT_Int16, pImage), VELMOImageException);
+    EXPECT_FALSE(pImage);
+}
