@@ -1,0 +1,146 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "TemporaryFolder.h"
+
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/RawImageFile.h>
+
+#include <functional>
+#include <future>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+using boost::filesystem::path;
+
+constexpr eImageAccessMode g_accessModeOne = static_cast<eImageAccessMode>(1);
+constexpr vlUInt64 g_largest = NumericLimits<vlUInt64>::s_max;
+
+struct Sizes {
+    vlUInt64 x = 1;
+    vlUInt64 y = 1;
+    vlUInt64 z = 1;
+    vlUInt64 c = 1;
+    vlUInt64 t = 1;
+};
+
+ImageGeometryPtr makeGeometry(eImageBufferType bufferType, Sizes const& sizes);
+ImageGeometryPtr makeHeterogeneousGeometry(std::vector<eImageBufferType> const& bufferTypes,
+                                           Sizes const& sizes);
+
+/// Four planes of 24 bytes: behind an offset of 16 they begin at 16, 40, 64 and 88 and end at 112.
+ImageGeometryPtr makeExampleGeometry();
+constexpr vlUInt64 g_exampleOffset = 16;
+constexpr vlUInt64 g_exampleEnd = 112;
+
+/// A run of pixels of one plane.
+struct Run {
+    vlUInt64 z = 0;
+    vlUInt64 c = 0;
+    vlUInt64 t = 0;
+    vlUInt64 start = 0;
+    vlUInt64 count = 1;
+};
+
+// The texts of the failures.
+std::string createFailed(path const& path);
+std::string openFailed(path const& path);
+std::string headerFailed(path const& path, std::string const& reason);
+std::string reserveFailed(vlUInt64 end, path const& path);
+std::string geometryExceeds(vlUInt64 size, vlUInt64 offset, vlUInt64 fileSize, path const& path);
+std::string seekFailed(path const& path, Run const& run);
+std::string readFailed(path const& path, Run const& run);
+std::string writeFailed(path const& path, Run const& run);
+std::string invalidPlan(Run const& run);
+
+/// Bytes of a run in memory.
+vlUInt64 countBytes(RawImageFile const& file, Run const& run);
+/// The pixels of a run, whose reading must succeed.
+std::string readPixels(RawImageFile const& file, Run const& run);
+void writePixels(RawImageFile& file, Run const& run, std::string const& bytes);
+/// Reading into and writing from a buffer of 4 KB.
+BoolResult tryRead(RawImageFile const& file, Run const& run);
+BoolResult tryWrite(RawImageFile& file, Run const& run);
+
+/// `nbBytes` bytes that go up from `first` and begin anew behind 250, which shifts planes against each other.
+std::string countingBytes(vlUInt64 nbBytes, unsigned int first = 1);
+
+/// Descriptors of this process on a file, which may have been removed since.
+std::size_t countDescriptors(path const& path);
+
+/// What `work` returns in a child process, which is killed when it takes a minute; "killed" or the like where
+/// it did not come to its end.
+std::string inChild(std::function<std::string()> const& work);
+/// The same for a user without rights on other users' files; "no such user" where the process cannot become
+/// one.
+std::string asOrdinaryUser(std::function<std::string()> const& work);
+constexpr char const* g_noSuchUser = "no such user";
+
+inline void inOtherThread(std::function<void()> const& work) {
+    std::thread(work).join();
+}
+
+/// Calls `work` with 0 to `nbThreads` - 1, each on a thread of its own, which all exist before the first
+/// begins.
+template <class Work>
+void onThreads(unsigned int nbThreads, Work const& work) {
+    std::promise<void> start;
+    std::shared_future<void> const started(start.get_future());
+    std::vector<std::thread> threads;
+    for (unsigned int index = 0; index < nbThreads; ++index) {
+        threads.emplace_back([&work, started, index] {
+            started.wait();
+            work(index);
+        });
+    }
+    start.set_value();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+/// What an exception says that `work` must throw.
+template <class Exception, class Work>
+std::string textThrownBy(Work const& work) {
+    try {
+        work();
+    } catch (Exception const& exception) {
+        return exception.what();
+    }
+    ADD_FAILURE() << "nothing was thrown";
+    return {};
+}
+
+MATCHER(Succeeds, "") {
+    *result_listener << arg.getMessage();
+    return static_cast<bool>(arg) && arg.getMessage().empty();
+}
+
+MATCHER_P(FailsWith, text, "") {
+    *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();
+    return !arg && arg.getMessage() == text;
+}
+
+/// A folder of its own and a path in it where no file is yet.
+class RawImageFileTest : public testing::Test {
+  protected:
+    /// Opens what the example describes, in a file of counting bytes.
+    void openExample(RawImageFile& file, eImageAccessMode accessMode) const;
+    /// Makes the file with these sizes and no content.
+    void makeSparseFile(vlUInt64 nbBytes) const;
+
+    velmo::test::TemporaryFolder const _folder;
+    path const _path = _folder / "planes.raw";
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo
