@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CopyTools.h"
+#include "CountingEngine.h"
+#include "ExceptionText.h"
+#include "GeometryBuilder.h"
+#include "VELMOImage/DiskImage.h"
+#include "VELMOImage/DistributedImage.h"
+#include "VELMOSerialization/BinaryArchive.h"
+#include "VELMOSerialization/DynamicRegistrator.h"
+#include "VELMOSerialization/VELMOSerializationLog.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+using namespace velmo;
+using namespace velmo::image;
+using namespace velmo::test;
+
+namespace {
+
+/// A filled disk image of 20 planes, to be copied under the default policy.
+class DefaultCopyFromDisk : public testing::Test {
+  protected:
+    DefaultCopyFromDisk() {
+        policy.initDefault();
+        writeAll(*pDisk, pattern);
+    }
+
+    ImageGeometryPtr const pGeometry =
+        GeometryBuilder().volume(10).sequence(2).types({eIBT_UInt8, eIBT_Int16}).build();
+    Bytes const pattern = makePattern(15 * 10 * 3);
+    boost::shared_ptr<ByteAccessor> const pAccessor = makeByteAccessor("default source", *pGeometry);
+    ImagePtr const pDisk = boost::make_shared<DiskImage>(pAccessor);
+    processor::ProcessorDispatchPolicy policy;
+};
+
+} // namespace
+
+TEST_F(DefaultCopyFromDisk, SendsTheRecordOfTheAccessorToTheWorkers) {
+    auto const pEngine = boost::make_shared<CountingEngine>(3);
+    auto const pTarget = boost::make_shared<DistributedImage>(pEngine);
+    ASSERT_TRUE(pTarget->init(*pGeometry));
+    std::ostringstream record;
+    BinaryOArchive archive(record);
+    archive.writeObject("accessor", pAccessor);
+    vlUInt64 const nbBefore = pAccessor->getStorage().getNbVisits();
+    EXPECT_EQ(runCopy(pDisk, pTarget, policy).getStatus(), 0U);
+    for (vlUInt64 index = 0; index < 3; ++index) {
+        EXPECT_EQ(pEngine->getCountingOwner(index).getFillRecord(), record.str());
+    }
+    EXPECT_EQ(pAccessor->getStorage().getNbVisits(), nbBefore);
+}
+
+TEST_F(DefaultCopyFromDisk, FillsWorkersThatRebuildARegisteredAccessor) {
+    DynamicRegistrator<ByteAccessor> const registrator;
+    for (vlUInt64 const nbOwners : {1UL, 2UL, 3UL, 8UL, 50UL}) {
+        auto const pTarget = boost::make_shared<DistributedImage>(createThreadDistributionEngine(nbOwners));
+        ASSERT_TRUE(pTarget->init(*pGeometry));
+        EXPECT_EQ(runCopy(pDisk, pTarget, policy).getStatus(), 0U);
+        EXPECT_EQ(readAll(*pTarget), pattern) << nbOwners;
+    }
+}
+
+TEST_F(DefaultCopyFromDisk, OfAnAccessorThatIsNotRegisteredIsThrown) {
+    ImagePtr const pTarget = makeImage(eIK_Distributed, *pGeometry, "");
+    EXPECT_EQ(textOf<VELMOSerializationException>([&] { runCopy(pDisk, pTarget, policy); }),
+              "The archive holds an object of the unknown class velmo::test::ByteAccessor");
+}
+
+TEST_F(DefaultCopyFromDisk, LocalThreadsNeedNoRegistration) {
+    for (vlUInt64 const nbThreads : {1UL, 4UL}) {
+        ImagePtr const pTarget = makeImage(eIK_Distributed, *pGeometry, "");
+        EXPECT_EQ(runCopy(pDisk, pTarget, makeLocal(nbThreads)).getStatus(), 0U);
+        EXPECT_EQ(readAll(*pTarget), pattern);
+    }
+}
+
+TEST_F(DefaultCopyFromDisk, ReturnsTheTextOfAWorkersFailure) {
+    DynamicRegistrator<ByteAccessor> const registrator;
+    pAccessor->getStorage().readGate = [](PixelRun const& run) {
+        return run.t == 1 && run.z == 4 ? failure("one plane is gone") : success();
+    };
+    processor::ActionResult const result = runCopy(pDisk, makeImage(eIK_Distributed, *pGeometry, ""), policy);
+    EXPECT_NE(result.getStatus(), 0U);
+    EXPECT_EQ(result.getMessage(), "one plane is gone");
+}
+
+TEST_F(DefaultCopyFromDisk, WorksThroughTheDiskImageToOtherTargets) {
+    for (eImageKind const kind : {eIK_Memory, eIK_Disk}) {
+        ImagePtr const pTarget = makeImage(kind, *pGeometry, "default target");
+        EXPECT_EQ(runCopy(pDisk, pTarget, policy).getStatus(), 0U);
+        EXPECT_EQ(readAll(*pTarget), pattern);
+    }
+}

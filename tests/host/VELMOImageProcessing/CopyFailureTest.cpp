@@ -1,0 +1,135 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CopyTools.h"
+#include "ExceptionText.h"
+#include "GeometryBuilder.h"
+#include "VELMOSerialization/DynamicRegistrator.h"
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+using namespace velmo;
+using namespace velmo::image;
+using namespace velmo::test;
+
+namespace {
+
+constexpr vlUInt64 g_sizeZ = 20;
+
+/// A disk image of 20 planes and what it is copied to or from.
+class FailingCopy : public testing::Test {
+  protected:
+    ByteStorage& getStorage() const { return *pStorage; }
+    ImagePtr makeOther(eImageKind kind) const { return makeImage(kind, *pGeometry, "other"); }
+
+    DynamicRegistrator<ByteAccessor> const registrator;
+    ImageGeometryPtr const pGeometry = GeometryBuilder().volume(g_sizeZ).build();
+    ImagePtr const pDisk = makeImage(eIK_Disk, *pGeometry, "failing");
+    std::shared_ptr<ByteStorage> const pStorage = ByteStorage::open("failing");
+};
+
+BoolResult refuseFromPlane3(PixelRun const& run) {
+    return run.z < 3 ? success() : failure("plane " + std::to_string(run.z) + " is gone");
+}
+
+} // namespace
+
+TEST_F(FailingCopy, StopsAtTheFirstFailureOfTheSourceAndReturnsItsText) {
+    Bytes const pattern = makePattern(15 * g_sizeZ);
+    writeAll(*pDisk, pattern);
+    vlUInt64 const nbBefore = getStorage().getNbVisits();
+    getStorage().readGate = refuseFromPlane3;
+    ImagePtr const pTarget = makeOther(eIK_Memory);
+    processor::ActionResult const result = runCopy(pDisk, pTarget, makeLocal(1));
+    EXPECT_NE(result.getStatus(), 0U);
+    EXPECT_EQ(result.getMessage(), "plane 3 is gone");
+    EXPECT_EQ(getStorage().getNbVisits() - nbBefore, 4U);
+    Bytes expected(pattern.size());
+    std::copy(pattern.begin(), pattern.begin() + 45, expected.begin());
+    EXPECT_EQ(readAll(*pTarget), expected);
+}
+
+TEST_F(FailingCopy, StopsAtTheFirstFailureOfTheTargetAndReturnsItsText) {
+    for (eImageKind const kind : {eIK_Memory, eIK_Disk, eIK_Distributed}) {
+        vlUInt64 const nbBefore = getStorage().getNbVisits();
+        getStorage().writeGate = refuseFromPlane3;
+        processor::ActionResult const result = runCopy(makeOther(kind), pDisk, makeLocal(1));
+        EXPECT_NE(result.getStatus(), 0U);
+        EXPECT_EQ(result.getMessage(), "plane 3 is gone");
+        EXPECT_EQ(getStorage().getNbVisits() - nbBefore, 4U);
+    }
+}
+
+TEST_F(FailingCopy, ReturnsTheTextOfTheFirstPlaneThatFailsUnderEveryPolicy) {
+    getStorage().readGate = refuseFromPlane3;
+    for (eImageKind const kind : {eIK_Memory, eIK_Disk}) {
+        for (NamedPolicy const& policy : makePolicies()) {
+            processor::ActionResult const result = runCopy(pDisk, makeOther(kind), policy.policy);
+            EXPECT_NE(result.getStatus(), 0U) << policy.name;
+            EXPECT_EQ(result.getMessage(), "plane 3 is gone") << policy.name;
+        }
+    }
+}
+
+TEST_F(FailingCopy, BeginsNoFurtherPlaneAfterAFailure) {
+    getStorage().readGate = [](PixelRun const&) { return failure("no plane at all"); };
+    EXPECT_EQ(runCopy(pDisk, makeOther(eIK_Memory), makeLocal(4)).getMessage(), "no plane at all");
+    EXPECT_LE(getStorage().getNbVisits(), 4U);
+}
+
+TEST_F(FailingCopy, AnExceptionOfTheAccessorComesOutOfTheRunWithItsType) {
+    getStorage().readGate = [](PixelRun const&) -> BoolResult { throw std::domain_error("torn"); };
+    for (eImageKind const kind : {eIK_Memory, eIK_Disk, eIK_Distributed}) {
+        for (NamedPolicy const& policy : makePolicies()) {
+            EXPECT_EQ(textOf<std::domain_error>([&] { runCopy(pDisk, makeOther(kind), policy.policy); }),
+                      "torn")
+                << policy.name;
+        }
+    }
+}
+
+TEST_F(FailingCopy, AnExceptionOnAWorkerThreadComesOutOfTheRunWithItsType) {
+    std::thread::id const caller = std::this_thread::get_id();
+    std::atomic<bool> bThrown{false};
+    getStorage().readGate = [&](PixelRun const&) -> BoolResult {
+        if (std::this_thread::get_id() != caller) {
+            bThrown = true;
+            throw std::domain_error("torn on a worker");
+        }
+        return waitUntil([&] { return bThrown.load(); }) ? success() : failure("no worker came");
+    };
+    EXPECT_EQ(textOf<std::domain_error>([&] { runCopy(pDisk, makeOther(eIK_Memory), makeLocal(2)); }),
+              "torn on a worker");
+}
+
+TEST(EmptyCopy, ImagesWithoutBytesAreCopiedWithoutAWalkOverTheirPlanes) {
+    DynamicRegistrator<ByteAccessor> const registrator;
+    constexpr vlUInt64 absurd = vlUInt64{1} << 40U;
+    ImageGeometryPtr const geometries[] = {
+        GeometryBuilder().plane(0, 3).build(),
+        GeometryBuilder().volume(0).build(),
+        GeometryBuilder().plane(0, absurd).volume(absurd).build(),
+        GeometryBuilder().plane(absurd, 0).sequence(absurd).build(),
+        GeometryBuilder().plane(0, 0).channels(absurd).build(),
+        GeometryBuilder().plane(1, 1).volume(absurd).type(eIBT_None).build()};
+    for (ImageGeometryPtr const& pGeometry : geometries) {
+        for (KindPair const& pair : makeKindPairs()) {
+            for (NamedPolicy const& policy : makePolicies()) {
+                SCOPED_TRACE(toText(pair) + " with " + policy.name +
+                             " x=" + std::to_string(pGeometry->getSizeX()) +
+                             " z=" + std::to_string(pGeometry->getSizeZ()));
+                ImagePtr const pSource = makeImage(pair.source, *pGeometry, "empty source");
+                ImagePtr const pTarget = makeImage(pair.target, *pGeometry, "empty target");
+                std::shared_ptr<ByteStorage> const pStorage = ByteStorage::open("empty source");
+                ByteStorage* const pVisited = pStorage.get();
+                pStorage->readGate = [pVisited](PixelRun const&) {
+                    return pVisited->getNbVisits() > 1000 ? failure("too many reads of nothing") : success();
+                };
+                processor::ActionResult const result = runCopy(pSource, pTarget, policy.policy);
+                EXPECT_EQ(result.getStatus(), 0U) << result.getMessage();
+            }
+        }
+    }
+}
