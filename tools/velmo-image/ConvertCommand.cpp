@@ -9,10 +9,11 @@
 #include "Terminal.h"
 
 #include <VELMOImageFile/RawImageFileUtils.h>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <memory>
 
 namespace velmo {
 namespace tool {
@@ -22,18 +23,19 @@ namespace {
 /// Headers are held in memory: one that is larger than this is taken for a mistake.
 constexpr std::size_t g_maxHeaderSize = std::size_t{64} << 20;
 
+struct FileCloser {
+    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
+};
+
 std::string readHeader(std::string const& file) {
-    if (file.empty()) {
-        return {};
-    }
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
+    std::unique_ptr<std::FILE, FileCloser> const pFile(std::fopen(file.c_str(), "rbe"));
     std::string header;
-    for (std::istreambuf_iterator<char> byte(stream), end; byte != end && header.size() <= g_maxHeaderSize;
-         ++byte) {
-        header += *byte;
+    std::array<char, 65536> piece{};
+    for (std::size_t nbRead = 1; pFile && nbRead != 0 && header.size() <= g_maxHeaderSize;) {
+        nbRead = std::fread(piece.data(), 1, piece.size(), pFile.get());
+        header.append(piece.data(), nbRead);
     }
-    if (!stream || errno != 0) {
+    if (!pFile || std::ferror(pFile.get()) != 0) {
         throw WorkFailure("cannot read the header " + quoted(file) + ": " + std::strerror(errno));
     }
     if (header.size() > g_maxHeaderSize) {
@@ -67,7 +69,7 @@ eExitStatus ConvertCommand::run() const {
     for (std::string const& warning : findWarnings(_inputFile, _input)) {
         printMessage("warning: " + quoted(_inputFile) + ": " + warning);
     }
-    std::string const header = readHeader(_headerFile);
+    std::string const header = _headerFile.empty() ? std::string() : readHeader(_headerFile);
     Progress progress(input.pImage->getGeometry().getNbPixels(), _bQuiet);
     image::DiskImagePtr const pImage = observeInput(input, progress);
     writeOutput(_outputFile, _bOverwrite, [&](boost::filesystem::path const& path) {

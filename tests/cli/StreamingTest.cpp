@@ -1,0 +1,163 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CliFixture.h"
+
+#include <chrono>
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <thread>
+
+namespace velmo {
+namespace test {
+
+using testing::ElementsAre;
+
+namespace {
+
+constexpr unsigned long g_gibibyte = 1UL << 30;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool g_bSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool g_bSanitized = true;
+#else
+constexpr bool g_bSanitized = false;
+#endif
+#else
+constexpr bool g_bSanitized = false;
+#endif
+
+/// Limits the address space of the processes that are started while it lives.
+class AddressSpaceLimit {
+  public:
+    explicit AddressSpaceLimit(rlim_t nbBytes) {
+        getrlimit(RLIMIT_AS, &_earlier);
+        rlimit const limit = {nbBytes, _earlier.rlim_max};
+        setrlimit(RLIMIT_AS, &limit);
+    }
+    ~AddressSpaceLimit() { setrlimit(RLIMIT_AS, &_earlier); }
+    AddressSpaceLimit(AddressSpaceLimit const&) = delete;
+    AddressSpaceLimit& operator=(AddressSpaceLimit const&) = delete;
+
+  private:
+    rlimit _earlier = {};
+};
+
+class Streaming : public CliTest {
+  protected:
+    /// Bytes on the disk of the file that is neither the input nor the output.
+    unsigned long getTemporarySize() const {
+        for (std::string const& name : list()) {
+            struct stat state = {};
+            if (name.find(".velmo-image-") == 0 && stat(path(name).c_str(), &state) == 0) {
+                return static_cast<unsigned long>(state.st_blocks) * 512;
+            }
+        }
+        return 0;
+    }
+
+    /// Whether the tool has begun to write pixels, within a minute.
+    bool waitForPixels() const {
+        for (int tries = 0; tries < 6000; ++tries) {
+            if (getTemporarySize() > (1UL << 20)) {
+                return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return false;
+    }
+
+    void expectStopLeavesTheEarlierOutput(int signal) const {
+        std::string const input = createSparse("in.raw", 16 * g_gibibyte);
+        create("out.raw", "earlier");
+        ToolProcess process(Arguments{"convert", input, path("out.raw"), "--overwrite"} +
+                            raw("65536,1024,256", "uint8"));
+        ASSERT_TRUE(waitForPixels());
+        process.send(signal);
+        expectFailure(process.wait(), 130, "interrupted");
+        EXPECT_EQ("earlier", read("out.raw"));
+        EXPECT_THAT(list(), ElementsAre("in.raw", "out.raw"));
+    }
+};
+
+} // namespace
+
+TEST_F(Streaming, AnInterruptedConversionLeavesTheEarlierOutputAndNothingElse) {
+    expectStopLeavesTheEarlierOutput(SIGINT);
+}
+
+TEST_F(Streaming, ATerminatedConversionLeavesTheEarlierOutputAndNothingElse) {
+    expectStopLeavesTheEarlierOutput(SIGTERM);
+}
+
+TEST_F(Streaming, AnInterruptedConversionToANewFileLeavesNone) {
+    std::string const input = createSparse("in.raw", 16 * g_gibibyte);
+    ToolProcess process(Arguments{"convert", input, path("out.raw")} + raw("65536,1024,256", "uint8"));
+    ASSERT_TRUE(waitForPixels());
+    EXPECT_THAT(list(), testing::Not(testing::Contains("out.raw")));
+    process.send(SIGINT);
+    expectFailure(process.wait(), 130, "interrupted");
+    EXPECT_THAT(list(), ElementsAre("in.raw"));
+}
+
+TEST_F(Streaming, AnInterruptedPreviewLeavesNoFile) {
+    std::string const input = createSparse("in.raw", 64 * g_gibibyte);
+    TerminalProcess process(Arguments{"preview", input, path("out.png")} + raw("262144,262144", "uint8"));
+    ASSERT_TRUE(process.waitFor(" %"));
+    process.send(SIGTERM);
+    EXPECT_EQ(130, process.wait().status);
+    EXPECT_THAT(list(), ElementsAre("in.raw"));
+}
+
+TEST_F(Streaming, AFileThatAppearsDuringTheConversionIsNotReplaced) {
+    std::string const input = createSparse("in.raw", g_gibibyte);
+    ToolProcess process(Arguments{"convert", input, path("out.raw")} + raw("65536,1024,16", "uint8"));
+    ASSERT_TRUE(waitForPixels());
+    process.send(SIGSTOP);
+    create("out.raw", "theirs");
+    process.send(SIGCONT);
+    expectFailure(process.wait(), 1, "cannot write \"" + path("out.raw") + "\": File exists");
+    EXPECT_EQ("theirs", read("out.raw"));
+    EXPECT_THAT(list(), ElementsAre("in.raw", "out.raw"));
+}
+
+TEST_F(Streaming, TheMemoryOfAConversionDoesNotGrowWithTheVolume) {
+    std::string const input = createSparse("in.raw", g_gibibyte);
+    Arguments const arguments = {"convert", input, path("out.raw"), "--overwrite"};
+    ToolResult const small = runTool(arguments + raw("1024,1024,4", "int16"));
+    ToolResult const large = runTool(arguments + raw("1024,1024,512", "int16"));
+    EXPECT_EQ(0, small.status) << small.err;
+    expectDone(large);
+    EXPECT_EQ(g_gibibyte, boost::filesystem::file_size(_folder / "out.raw"));
+    EXPECT_LT(large.maxRss - small.maxRss, 32 * 1024);
+}
+
+TEST_F(Streaming, TheMemoryOfAPreviewDoesNotGrowWithThePlane) {
+    std::string const input = createSparse("in.raw", g_gibibyte / 2);
+    Arguments const arguments = {"preview", input, path("out.png"), "--overwrite", "--max-size", "500"};
+    ToolResult const small = runTool(arguments + raw("1024,1024", "uint8"));
+    ToolResult const large = runTool(arguments + raw("32768,16384", "uint8"));
+    expectDone(small);
+    expectDone(large);
+    EXPECT_LT(large.maxRss - small.maxRss, 32 * 1024);
+}
+
+TEST_F(Streaming, APictureThatTheSystemGivesNoMemoryForIsAFailure) {
+    if (g_bSanitized) {
+        GTEST_SKIP() << "a sanitizer needs the address space that this test takes away";
+    }
+    std::string const input = createSparse("in.raw", 1UL << 28);
+    AddressSpaceLimit const limit(1UL << 29);
+    ToolResult const result = runTool(Arguments{"preview", input, path("out.png"), "--max-size", "16384"} +
+                                      raw("16384,16384", "uint8"));
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.err, testing::AnyOf("velmo-image: not enough memory (std::bad_alloc)\n",
+                                           testing::HasSubstr("a smaller --max-size takes less")));
+    EXPECT_THAT(list(), ElementsAre("in.raw"));
+}
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,153 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ToolProcess.h"
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace velmo {
+namespace test {
+
+namespace {
+
+int createAnonymousFile() {
+    std::string name = testing::TempDir() + "/velmo-cli-XXXXXX";
+    int const descriptor = mkostemp(name.data(), O_CLOEXEC);
+    unlink(name.c_str());
+    return descriptor;
+}
+
+std::string readAll(int descriptor) {
+    std::string text;
+    std::array<char, 4096> piece{};
+    lseek(descriptor, 0, SEEK_SET);
+    for (ssize_t nbRead = 0; (nbRead = read(descriptor, piece.data(), piece.size())) > 0;) {
+        text.append(piece.data(), static_cast<std::size_t>(nbRead));
+    }
+    return text;
+}
+
+/// Becomes the tool, in a child.
+[[noreturn]] void execute(std::vector<char*> const& words, std::string const& folder) {
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        std::signal(signal, SIG_DFL);
+    }
+    if (folder.empty() || chdir(folder.c_str()) == 0) {
+        execv(VELMO_IMAGE_TOOL, words.data());
+    }
+    _exit(127);
+}
+
+std::vector<char*> toWords(Arguments& arguments) {
+    arguments.insert(arguments.begin(), "velmo-image");
+    std::vector<char*> words;
+    for (std::string& argument : arguments) {
+        words.push_back(argument.data());
+    }
+    words.push_back(nullptr);
+    return words;
+}
+
+ToolResult waitForEnd(pid_t pid) {
+    int state = 0;
+    rusage usage = {};
+    EXPECT_EQ(pid, wait4(pid, &state, 0, &usage));
+    return {WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), usage.ru_maxrss, {}, {}};
+}
+
+void killIfRunning(pid_t pid) {
+    if (pid > 0) {
+        kill(pid, SIGKILL);
+        waitpid(pid, nullptr, 0);
+    }
+}
+
+} // namespace
+
+ToolProcess::ToolProcess(Arguments const& arguments, int outDescriptor, std::string const& folder)
+    : _out(createAnonymousFile()), _err(createAnonymousFile()) {
+    Arguments copy = arguments;
+    std::vector<char*> const words = toWords(copy);
+    _pid = fork();
+    if (_pid == 0) {
+        dup2(outDescriptor < 0 ? _out : outDescriptor, STDOUT_FILENO);
+        dup2(_err, STDERR_FILENO);
+        execute(words, folder);
+    }
+}
+
+ToolProcess::~ToolProcess() {
+    killIfRunning(_pid);
+    close(_out);
+    close(_err);
+}
+
+void ToolProcess::send(int signal) const {
+    kill(_pid, signal);
+}
+
+ToolResult ToolProcess::wait() {
+    ToolResult result = waitForEnd(_pid);
+    _pid = -1;
+    result.out = readAll(_out);
+    result.err = readAll(_err);
+    return result;
+}
+
+ToolResult runTool(Arguments const& arguments, std::string const& folder) {
+    return ToolProcess(arguments, -1, folder).wait();
+}
+
+TerminalProcess::TerminalProcess(Arguments const& arguments) {
+    Arguments copy = arguments;
+    std::vector<char*> const words = toWords(copy);
+    _pid = forkpty(&_terminal, nullptr, nullptr, nullptr);
+    if (_pid == 0) {
+        execute(words, {});
+    }
+}
+
+TerminalProcess::~TerminalProcess() {
+    killIfRunning(_pid);
+    close(_terminal);
+}
+
+bool TerminalProcess::readSome() {
+    std::array<char, 4096> piece{};
+    ssize_t const nbRead = read(_terminal, piece.data(), piece.size());
+    _shown.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(0, nbRead)));
+    return nbRead > 0;
+}
+
+bool TerminalProcess::waitFor(std::string const& text) {
+    while (_shown.find(text) == std::string::npos) {
+        if (!readSome()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void TerminalProcess::send(int signal) const {
+    kill(_pid, signal);
+}
+
+ToolResult TerminalProcess::wait() {
+    while (readSome()) {
+    }
+    ToolResult result = waitForEnd(_pid);
+    _pid = -1;
+    result.out = _shown;
+    return result;
+}
+
+} // namespace test
+} // namespace velmo

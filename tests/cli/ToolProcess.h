@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace velmo {
+namespace test {
+
+using Arguments = std::vector<std::string>;
+
+struct ToolResult {
+    int status;  ///< exit status, or 1000 and the signal that ended the process
+    long maxRss; ///< greatest resident size, in KiB
+    std::string out;
+    std::string err;
+};
+
+/// One run of velmo-image. Standard output and error go to files of their own, unless descriptors are given.
+class ToolProcess {
+  public:
+    /// The descriptors stay the caller's; -1 stands for a file.
+    explicit ToolProcess(Arguments const& arguments, int outDescriptor = -1, std::string const& folder = {});
+    /// Kills a process that was not waited for.
+    ~ToolProcess();
+    ToolProcess(ToolProcess const&) = delete;
+    ToolProcess& operator=(ToolProcess const&) = delete;
+
+    void send(int signal) const;
+    ToolResult wait();
+
+  private:
+    int _out;
+    int _err;
+    pid_t _pid;
+};
+
+/// A run from the start to the end, in `folder` if that is given.
+ToolResult runTool(Arguments const& arguments, std::string const& folder = {});
+
+/// A run whose three standard streams are a terminal.
+class TerminalProcess {
+  public:
+    explicit TerminalProcess(Arguments const& arguments);
+    ~TerminalProcess();
+    TerminalProcess(TerminalProcess const&) = delete;
+    TerminalProcess& operator=(TerminalProcess const&) = delete;
+
+    /// Reads what the terminal shows until the text was in it, or the process has ended.
+    bool waitFor(std::string const& text);
+    void send(int signal) const;
+    /// Exit status, and everything that was shown.
+    ToolResult wait();
+
+  private:
+    bool readSome();
+
+    int _terminal = -1;
+    pid_t _pid;
+    std::string _shown;
+};
+
+} // namespace test
+} // namespace velmo
