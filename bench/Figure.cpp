@@ -27,9 +27,11 @@ double getQuantile(std::vector<double> values, double quantile) {
     return values[below] * (1 - weight) + values[above] * weight;
 }
 
+/// Four digits, and all of those before the point.
 std::string toText(double value, std::string const& unit) {
+    int const nbBeforePoint = value < 1 ? 1 : static_cast<int>(std::log10(value)) + 1;
     std::ostringstream text;
-    text << std::setprecision(4) << value << ' ' << unit;
+    text << std::setprecision(std::max(4, nbBeforePoint)) << value << ' ' << unit;
     return text.str();
 }
 
