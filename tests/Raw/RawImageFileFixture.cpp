@@ -22,13 +22,13 @@ constexpr unsigned int g_secondsOfChild = 60;
 constexpr unsigned int g_nobody = 65534;
 constexpr vlUInt64 g_bufferSize = 4096;
 
-std::string runText(Run const& run) {
+std::string runText(PixelRun const& run) {
     std::ostringstream text;
     text << " for z=" << run.z << ", c=" << run.c << ", t=" << run.t;
     return text.str();
 }
 
-std::string transferFailed(std::string const& verb, path const& path, Run const& run) {
+std::string transferFailed(std::string const& verb, path const& path, PixelRun const& run) {
     return "Failed to " + verb + " raw image file " + path.string() + runText(run) +
            ", pixelStartOffset=" + std::to_string(run.start) + " and nbPixels=" + std::to_string(run.count);
 }
@@ -101,46 +101,46 @@ std::string geometryExceeds(vlUInt64 size, vlUInt64 offset, vlUInt64 fileSize, p
            " for raw image file " + path.string();
 }
 
-std::string seekFailed(path const& path, Run const& run) {
+std::string seekFailed(path const& path, PixelRun const& run) {
     return "Failed to seek position into raw image file " + path.string() + runText(run) +
            " and pixelStartOffset=" + std::to_string(run.start);
 }
 
-std::string readFailed(path const& path, Run const& run) {
+std::string readFailed(path const& path, PixelRun const& run) {
     return transferFailed("read", path, run);
 }
 
-std::string writeFailed(path const& path, Run const& run) {
+std::string writeFailed(path const& path, PixelRun const& run) {
     return transferFailed("write", path, run);
 }
 
-std::string invalidPlan(Run const& run) {
+std::string invalidPlan(PixelRun const& run) {
     std::ostringstream text;
     text << "Invalid plan component indexes z=" << run.z << " c=" << run.c << " t=" << run.t;
     return text.str();
 }
 
-vlUInt64 countBytes(RawImageFile const& file, Run const& run) {
+vlUInt64 countBytes(RawImageFile const& file, PixelRun const& run) {
     return run.count * getImageBufferBaseSize(file.getGeometry().getPlanGeometry(run.t).getBufferType());
 }
 
-std::string readPixels(RawImageFile const& file, Run const& run) {
+std::string readPixels(RawImageFile const& file, PixelRun const& run) {
     std::string bytes(countBytes(file, run), '\xEE');
     EXPECT_THAT(file.readRawData(run.z, run.c, run.t, run.start, run.count, bytes.data()), Succeeds());
     return bytes;
 }
 
-void writePixels(RawImageFile& file, Run const& run, std::string const& bytes) {
+void writePixels(RawImageFile& file, PixelRun const& run, std::string const& bytes) {
     ASSERT_EQ(bytes.size(), countBytes(file, run));
     EXPECT_THAT(file.writeRawData(run.z, run.c, run.t, run.start, run.count, bytes.data()), Succeeds());
 }
 
-BoolResult tryRead(RawImageFile const& file, Run const& run) {
+BoolResult tryRead(RawImageFile const& file, PixelRun const& run) {
     std::string buffer(g_bufferSize, '\0');
     return file.readRawData(run.z, run.c, run.t, run.start, run.count, buffer.data());
 }
 
-BoolResult tryWrite(RawImageFile& file, Run const& run) {
+BoolResult tryWrite(RawImageFile& file, PixelRun const& run) {
     std::string const buffer(g_bufferSize, '\x55');
     return file.writeRawData(run.z, run.c, run.t, run.start, run.count, buffer.data());
 }

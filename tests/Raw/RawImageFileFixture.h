@@ -42,7 +42,7 @@ constexpr vlUInt64 g_exampleOffset = 16;
 constexpr vlUInt64 g_exampleEnd = 112;
 
 /// A run of pixels of one plane.
-struct Run {
+struct PixelRun {
     vlUInt64 z = 0;
     vlUInt64 c = 0;
     vlUInt64 t = 0;
@@ -56,19 +56,19 @@ std::string openFailed(path const& path);
 std::string headerFailed(path const& path, std::string const& reason);
 std::string reserveFailed(vlUInt64 end, path const& path);
 std::string geometryExceeds(vlUInt64 size, vlUInt64 offset, vlUInt64 fileSize, path const& path);
-std::string seekFailed(path const& path, Run const& run);
-std::string readFailed(path const& path, Run const& run);
-std::string writeFailed(path const& path, Run const& run);
-std::string invalidPlan(Run const& run);
+std::string seekFailed(path const& path, PixelRun const& run);
+std::string readFailed(path const& path, PixelRun const& run);
+std::string writeFailed(path const& path, PixelRun const& run);
+std::string invalidPlan(PixelRun const& run);
 
 /// Bytes of a run in memory.
-vlUInt64 countBytes(RawImageFile const& file, Run const& run);
+vlUInt64 countBytes(RawImageFile const& file, PixelRun const& run);
 /// The pixels of a run, whose reading must succeed.
-std::string readPixels(RawImageFile const& file, Run const& run);
-void writePixels(RawImageFile& file, Run const& run, std::string const& bytes);
+std::string readPixels(RawImageFile const& file, PixelRun const& run);
+void writePixels(RawImageFile& file, PixelRun const& run, std::string const& bytes);
 /// Reading into and writing from a buffer of 4 KB.
-BoolResult tryRead(RawImageFile const& file, Run const& run);
-BoolResult tryWrite(RawImageFile& file, Run const& run);
+BoolResult tryRead(RawImageFile const& file, PixelRun const& run);
+BoolResult tryWrite(RawImageFile& file, PixelRun const& run);
 
 /// `nbBytes` bytes that go up from `first` and begin anew behind 250, which shifts planes against each other.
 std::string countingBytes(vlUInt64 nbBytes, unsigned int first = 1);
