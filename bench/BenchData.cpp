@@ -45,7 +45,7 @@ void readFile(RawFile const& file) {
 } // namespace
 
 BenchData::BenchData(fs::path const& parent) : _folder(parent / fs::unique_path("velmo-bench-%%%%%%%%")) {
-    fs::create_directories(_folder);
+    fs::create_directory(_folder);
 }
 
 BenchData::~BenchData() {

@@ -23,7 +23,7 @@ struct RawFile {
 /// end. Volumes of as many bytes share a file.
 class BenchData {
   public:
-    /// Makes a new folder in `parent`.
+    /// Makes a new folder in `parent`, which must exist.
     explicit BenchData(boost::filesystem::path const& parent);
     ~BenchData();
     BenchData(BenchData const&) = delete;

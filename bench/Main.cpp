@@ -39,12 +39,11 @@ struct Options {
 };
 
 vlUInt64 toNbPairs(std::string const& text) {
-    std::size_t end = 0;
-    int const nbPairs = std::stoi(text, &end);
-    if (nbPairs < 1 || end != text.size()) {
-        throw std::invalid_argument(text);
+    vlUInt64 const nbPairs = std::strtoull(text.c_str(), nullptr, 10);
+    if (nbPairs == 0 || nbPairs > 1000 || text != std::to_string(nbPairs)) {
+        throw std::invalid_argument("--pairs takes a number from 1 to 1000, not '" + text + "'");
     }
-    return static_cast<vlUInt64>(nbPairs);
+    return nbPairs;
 }
 
 /// The value of "--name value" or "--name=value", with `index` on its last word; null for another option.
