@@ -48,7 +48,8 @@ TEST(LibraryBorder, TheFactoryMakesAnAccessorByItsName) {
     EXPECT_EQ(pShared->getClassName(), "velmo::image::file::RawImageFile");
     auto const pAccessor = boost::dynamic_pointer_cast<RawImageFile>(pShared);
     ASSERT_TRUE(pAccessor);
-    EXPECT_TRUE(typeid(*pShared) == typeid(RawImageFile));
+    BaseDynamicObject const& object = *pShared;
+    EXPECT_TRUE(typeid(object) == typeid(RawImageFile));
     EXPECT_FALSE(pAccessor->isInit());
     std::unique_ptr<BaseDynamicObject> const pNew(factory.createNew("velmo::image::file::RawImageFile"));
     EXPECT_NE(dynamic_cast<BaseDiskImageAccessor*>(pNew.get()), nullptr);

@@ -32,9 +32,9 @@ std::vector<GeometryCase> getGeometries() {
     std::vector<GeometryCase> cases = {{"heterogeneous", makeHeterogeneous()}};
     for (unsigned int type = eIBT_None; type <= eIBT_Label8; ++type) {
         auto const bufferType = static_cast<eImageBufferType>(type);
-        for (vlUInt64 const sizeZ : {1, 3}) {
-            for (vlUInt64 const sizeC : {1, 3, 5}) {
-                for (vlUInt64 const sizeT : {1, 2}) {
+        for (vlUInt64 const sizeZ : {1U, 3U}) {
+            for (vlUInt64 const sizeC : {1U, 3U, 5U}) {
+                for (vlUInt64 const sizeT : {1U, 2U}) {
                     VolumeGeometry volume;
                     sizeZ == 1 ? volume.init2d() : volume.init3d(sizeZ);
                     ColorGeometry color;

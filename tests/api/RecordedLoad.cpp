@@ -18,28 +18,16 @@ namespace test {
 namespace {
 
 bool g_bLoadRecordEnded = false;
-bool g_bRecordsLocks = false;
 
 std::vector<LoadStep>& getSteps() {
     static std::vector<LoadStep> steps;
     return steps;
 }
 
-std::vector<void const*>& getLocks() {
-    static std::vector<void const*> locks;
-    return locks;
-}
-
 void addStep(std::string const& text, void const* pMutex = nullptr) {
     if (!g_bLoadRecordEnded) {
         getSteps().push_back({text, pMutex});
     }
-}
-
-bool isInImageFileLibrary(void const* pCode) {
-    Dl_info info;
-    return dladdr(pCode, &info) != 0 &&
-           std::string(info.dli_fname).find("libVELMOImageFile.so") != std::string::npos;
 }
 
 /// The definition behind this program's own.
@@ -59,16 +47,6 @@ LogMessageManager*& getModuleManager() {
 std::vector<LoadStep> const& endLoadRecord() {
     g_bLoadRecordEnded = true;
     return getSteps();
-}
-
-void beginLockRecord() {
-    getLocks().clear();
-    g_bRecordsLocks = true;
-}
-
-std::vector<void const*> endLockRecord() {
-    g_bRecordsLocks = false;
-    return getLocks();
 }
 
 } // namespace test
@@ -110,6 +88,40 @@ void DynamicObjectFactory::registerClass(std::string const& typeName, NewFcn new
 } // namespace velmo
 
 #ifdef VELMO_TEST_RECORDS_MUTEXES
+
+namespace velmo {
+namespace test {
+
+namespace {
+
+bool g_bRecordsLocks = false;
+
+std::vector<void const*>& getLocks() {
+    static std::vector<void const*> locks;
+    return locks;
+}
+
+bool isInImageFileLibrary(void const* pCode) {
+    Dl_info info;
+    return dladdr(pCode, &info) != 0 &&
+           std::string(info.dli_fname).find("libVELMOImageFile.so") != std::string::npos;
+}
+
+} // namespace
+
+void beginLockRecord() {
+    getLocks().clear();
+    g_bRecordsLocks = true;
+}
+
+std::vector<void const*> endLockRecord() {
+    g_bRecordsLocks = false;
+    return getLocks();
+}
+
+} // namespace test
+} // namespace velmo
+
 extern "C" __attribute__((visibility("default"))) int
 pthread_mutex_init(pthread_mutex_t* pMutex, pthread_mutexattr_t const* pAttributes) noexcept {
     using Function = int (*)(pthread_mutex_t*, pthread_mutexattr_t const*);
@@ -128,4 +140,5 @@ extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread
     }
     return next(pMutex);
 }
+
 #endif
