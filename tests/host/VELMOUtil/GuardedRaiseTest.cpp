@@ -190,8 +190,7 @@ TEST_F(GuardedRaise, TheFunctionIsTheSignatureOfTheRaiseSiteAndNotOfWhatItCalls)
     try {
         raiseWithSignature(1, {});
     } catch (RaiseTestException const& exception) {
-        EXPECT_NE(exception.getFunction().find("raiseWithSignature(const int&, const std::vector<int>&)"),
-                  std::string::npos)
+        EXPECT_NE(exception.getFunction().find("raiseWithSignature(const int"), std::string::npos)
             << exception.getFunction();
     }
 }
