@@ -87,6 +87,12 @@ TEST_F(StreamRunsTest, ReservingPutsAZeroAtTheEnd) {
                                            12));
 }
 
+TEST_F(StreamRunsTest, ASingleByteIsReserved) {
+    std::fstream stream = open("");
+    EXPECT_TRUE(reserveBytes(stream, 1));
+    EXPECT_EQ(readFile(_path), std::string(1, '\0'));
+}
+
 TEST_F(StreamRunsTest, ReservingOnAStreamThatOnlyReadsFails) {
     std::fstream stream = open("0123", std::ios::in | std::ios::binary);
     EXPECT_FALSE(reserveBytes(stream, 12));
