@@ -3,6 +3,7 @@
 
 #include "GeometryBuilder.h"
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <sstream>
 
@@ -95,6 +96,13 @@ std::vector<NamedGeometry> makeAllKinds() {
     return kinds;
 }
 
+namespace {
+
+/// A sequence of 2^64 steps has a description too.
+constexpr vlUInt64 g_nbDescribedSteps = 100;
+
+} // namespace
+
 std::string describe(BaseImageGeometry const& geometry) {
     std::ostringstream text;
     text << geometry.getClassName() << " x=" << geometry.getSizeX() << " y=" << geometry.getSizeY()
@@ -106,7 +114,7 @@ std::string describe(BaseImageGeometry const& geometry) {
     for (vlUInt64 c = 0; c < geometry.getColorGeometry().getNbChannelNames(); ++c) {
         text << " name=" << geometry.getColorGeometry().getChannelName(c);
     }
-    for (vlUInt64 t = 0; t < geometry.getSizeT(); ++t) {
+    for (vlUInt64 t = 0; t < std::min(geometry.getSizeT(), g_nbDescribedSteps); ++t) {
         text << " type=" << static_cast<vlUInt64>(geometry.getPlanGeometry(t).getBufferType());
     }
     if (auto const* pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(&geometry)) {

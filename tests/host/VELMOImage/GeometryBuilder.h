@@ -44,7 +44,7 @@ struct NamedGeometry {
 /// One geometry for each pair of a volume type, a colour type, a temporal type, and one type or several.
 std::vector<NamedGeometry> makeAllKinds();
 
-/// Everything that a geometry can be asked, in words: equal texts are equal geometries.
+/// What a geometry can be asked, in words: sizes, kinds, names, and the types of its first time steps.
 std::string describe(image::BaseImageGeometry const& geometry);
 
 } // namespace test
