@@ -55,16 +55,12 @@ double timeOneCopy(image::ImageConstPtr const& pSource, image::ImagePtr const& p
     return seconds;
 }
 
-/// The average copy from an open disk image into a target that nobody has touched. Making and releasing the
+/// The median copy from an open disk image into a target that nobody has touched. Making and releasing the
 /// target is not counted.
 double timeCopy(RawFile const& file, ProcessorDispatchPolicy const& policy) {
     image::ImageConstPtr const pSource = image::file::openRawImageFile(file.path, *file.pGeometry);
-    vlUInt64 const nbCopies = std::max<vlUInt64>(1, g_nbBytesAtOnce / file.nbBytes);
-    double seconds = 0;
-    for (vlUInt64 copy = 0; copy < nbCopies; ++copy) {
-        seconds += timeOneCopy(pSource, createTarget(file), policy);
-    }
-    return seconds / static_cast<double>(nbCopies);
+    return measureMedian(std::max<vlUInt64>(1, g_nbBytesAtOnce / file.nbBytes),
+                         [&] { return timeOneCopy(pSource, createTarget(file), policy); });
 }
 
 void requireSameBytes(RawFile const& file) {

@@ -6,7 +6,7 @@
 #include "Suite.h"
 
 #include <VELMOImageFile/RawImageFile.h>
-#include <memory>
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -43,12 +43,11 @@ void openAndRead(RawFile const& file) {
 }
 
 double timeOpening(RawFile const& file) {
-    constexpr vlUInt64 nbOpenings = 500;
-    Stopwatch const stopwatch;
-    for (vlUInt64 opening = 0; opening < nbOpenings; ++opening) {
+    return measureMedian(500, [&file] {
+        Stopwatch const stopwatch;
         openAndRead(file);
-    }
-    return stopwatch.getSeconds() / nbOpenings;
+        return stopwatch.getSeconds();
+    });
 }
 
 double measureOpening(RawFile const& file) {
@@ -56,19 +55,19 @@ double measureOpening(RawFile const& file) {
 }
 
 double timeFinding(RawFile const& file) {
-    constexpr vlUInt64 nbReads = 50000;
+    constexpr vlUInt64 nbReads = 500;
     RawImageFile accessor;
     open(accessor, file);
     std::mt19937_64 random(nbReads);
     std::vector<vlUInt64> plans(nbReads);
-    for (vlUInt64& plan : plans) {
-        plan = random() % file.pGeometry->getSizeZ();
-    }
-    Stopwatch const stopwatch;
-    for (vlUInt64 const plan : plans) {
-        read(accessor, plan, 1);
-    }
-    return stopwatch.getSeconds() / nbReads;
+    return measureMedian(100, [&] {
+        std::generate(plans.begin(), plans.end(), [&] { return random() % file.pGeometry->getSizeZ(); });
+        Stopwatch const stopwatch;
+        for (vlUInt64 const plan : plans) {
+            read(accessor, plan, 1);
+        }
+        return stopwatch.getSeconds() / nbReads;
+    });
 }
 
 void add(Suite& suite, std::string const& name, Quantity const& quantity, Limit const& limit,

@@ -5,6 +5,7 @@
 
 #include "Floor.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <exception>
 #include <stdexcept>
@@ -58,6 +59,14 @@ void measurePairs(benchmark::State& state, Quantity const& quantity, Contenders 
 }
 
 } // namespace
+
+double measureMedian(vlUInt64 nbTimes, Measure const& measure) {
+    std::vector<double> values(nbTimes);
+    std::generate(values.begin(), values.end(), measure);
+    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(nbTimes / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
 
 void Suite::add(std::string const& name, Quantity const& quantity, Limit const& limit,
                 std::function<Contenders()> const& prepare) {

@@ -16,6 +16,10 @@ namespace bench {
 /// One measurement, in seconds; of memory in bytes.
 using Measure = std::function<double()>;
 
+/// The median of `nbTimes` measurements: of short ones, where the mean would count the turns of other
+/// programs on the processor.
+double measureMedian(vlUInt64 nbTimes, Measure const& measure);
+
 /// What is measured in turn.
 struct Contenders {
     Measure ours;
