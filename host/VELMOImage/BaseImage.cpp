@@ -16,6 +16,9 @@ namespace {
 
 BoolResult copyPlans(BaseImage const& source, MemoryImage& target) {
     BaseImageGeometry const& geometry = source.getGeometry();
+    if (geometry.getFullMemorySize() == 0) {
+        return success();
+    }
     vlUInt64 const nbPixels = geometry.getPlanNbPixels();
     for (vlUInt64 t = 0; t < geometry.getSizeT(); ++t) {
         for (vlUInt64 c = 0; c < geometry.getSizeC(); ++c) {

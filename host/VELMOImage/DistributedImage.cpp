@@ -33,16 +33,17 @@ DistributedImage::~DistributedImage() {
 }
 
 BoolResult DistributedImage::init(BaseImageGeometry const& geometry) {
-    if (!_pEngine || _pEngine->getNbOwners() == 0) {
-        LogMessageFormater formater(getVELMOImageLogMessageManager());
-        return failure(formater[eImageMessage::eIM_NoWorker].string());
+    BoolResult room = requireRoom(geometry.getFullMemorySize());
+    if (!room) {
+        return room;
     }
     DistributedImage candidate(_pEngine); // gives its blocks back where one of them fails
     vlUInt64 const nbPlans = geometry.getNbPlans();
     vlUInt64 const nbPerBlock =
         std::max<vlUInt64>(1, divideUp(nbPlans, _pEngine->getNbOwners() * g_blocksPerOwner));
-    for (vlUInt64 first = 0; first < nbPlans; first += nbPerBlock) {
-        PlanBlock const block = {_pEngine->createBlockId(), first, std::min(nbPerBlock, nbPlans - first)};
+    for (vlUInt64 first = 0, nbInBlock = 0; first < nbPlans; first += nbInBlock) {
+        nbInBlock = std::min(nbPerBlock, nbPlans - first);
+        PlanBlock const block = {_pEngine->createBlockId(), first, nbInBlock};
         BoolResult result = getOwnerOf(candidate._blockIds.size()).addBlock(geometry, block);
         if (!result) {
             return result;
@@ -55,11 +56,23 @@ BoolResult DistributedImage::init(BaseImageGeometry const& geometry) {
     return success();
 }
 
+BoolResult DistributedImage::requireRoom(vlUInt64 nbBytes) const {
+    if (!_pEngine || _pEngine->getNbOwners() == 0) {
+        LogMessageFormater formater(getVELMOImageLogMessageManager());
+        return failure(formater[eImageMessage::eIM_NoWorker].string());
+    }
+    return _pEngine->requireRoom(nbBytes);
+}
+
 bool DistributedImage::requiresCpuCopy() const {
     return true;
 }
 
 BoolResult DistributedImage::fillFromAccessor(std::string const& accessorRecord) {
+    BoolResult workers = requireRoom(0);
+    if (!workers) {
+        return workers;
+    }
     vlUInt64 const nbOwners = _pEngine->getNbOwners();
     return runParallel(nbOwners, nbOwners, [&](vlUInt64 /*thread*/, vlUInt64 owner) {
         std::vector<vlUInt64> ids;

@@ -37,6 +37,7 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
         vlUInt64 nbBytes;
     };
     Place locate(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels) const;
+    BoolResult requireRoom(vlUInt64 nbBytes) const;
     BaseBlockOwner& getOwnerOf(vlUInt64 blockIndex) const;
 
     DistributionEnginePtr _pEngine;

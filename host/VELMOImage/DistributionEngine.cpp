@@ -23,6 +23,10 @@ BaseBlockOwner::~BaseBlockOwner() = default;
 
 BaseDistributionEngine::~BaseDistributionEngine() = default;
 
+BoolResult BaseDistributionEngine::requireRoom(vlUInt64 /*nbBytes*/) const {
+    return success();
+}
+
 namespace {
 
 struct Block {
@@ -110,6 +114,7 @@ class ThreadDistributionEngine : public BaseDistributionEngine {
   public:
     explicit ThreadDistributionEngine(vlUInt64 nbOwners) : _owners(nbOwners) {}
     vlUInt64 getNbOwners() const override { return _owners.size(); }
+    BoolResult requireRoom(vlUInt64 nbBytes) const override { return requireMemory(nbBytes); }
     vlUInt64 createBlockId() override { return _nextId++; }
     BaseBlockOwner& getOwner(vlUInt64 index) override { return _owners.at(index); }
 

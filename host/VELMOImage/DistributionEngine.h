@@ -46,6 +46,8 @@ class VELMO_HOST_EXPORT BaseDistributionEngine {
   public:
     virtual ~BaseDistributionEngine();
     virtual vlUInt64 getNbOwners() const = 0;
+    /// Whether the owners together have room for an image; true unless the engine knows better.
+    virtual BoolResult requireRoom(vlUInt64 nbBytes) const;
     /// Blocks of different images never share an id of one owner.
     virtual vlUInt64 createBlockId() = 0;
     virtual BaseBlockOwner& getOwner(vlUInt64 index) = 0;

@@ -77,14 +77,12 @@ void ColorGeometry::setChannelName(std::string const& name, vlUInt64 index) {
             formater[eImageMessage::eIM_ChannelOutOfRange] % index % _sizeC;
         });
     }
-    if (index >= _channelNames.size()) {
-        _channelNames.resize(index + 1);
-    }
     _channelNames[index] = name;
 }
 
 std::string ColorGeometry::getChannelName(vlUInt64 index) const {
-    return index < _channelNames.size() ? _channelNames[index] : std::string();
+    auto const found = _channelNames.find(index);
+    return found == _channelNames.end() ? std::string() : found->second;
 }
 
 } // namespace image

@@ -5,8 +5,8 @@
 
 #include "VELMOImage/ImageEnums.h"
 
+#include <map>
 #include <string>
-#include <vector>
 
 namespace velmo {
 namespace image {
@@ -65,8 +65,8 @@ class VELMO_HOST_EXPORT ColorGeometry {
     void setChannelName(std::string const& name, vlUInt64 index);
     /// Empty for a channel without a name.
     std::string getChannelName(vlUInt64 index) const;
-    /// Channels up to the last one that has a name.
-    vlUInt64 getNbChannelNames() const { return _channelNames.size(); }
+    /// The names by channel index, of those that have one.
+    std::map<vlUInt64, std::string> const& getChannelNames() const { return _channelNames; }
 
   private:
     void initChannels(eColorGeometryType type, vlUInt64 sizeC);
@@ -74,7 +74,7 @@ class VELMO_HOST_EXPORT ColorGeometry {
     eColorGeometryType _type = eCGT_Grey;
     vlUInt64 _sizeC = 1;
     bool _bMinIsBlack = true;
-    std::vector<std::string> _channelNames;
+    std::map<vlUInt64, std::string> _channelNames;
 };
 
 /// One plane: rows from first to last, pixels of a row from first to last.

@@ -11,6 +11,7 @@
 #include "VELMOUtil/CheckedArithmetic.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
+#include <algorithm>
 #include <initializer_list>
 
 namespace velmo {
@@ -23,7 +24,12 @@ constexpr unsigned int g_recordVersion = 1;
 DynamicRegistrator<HomogeneousImageGeometry> const g_homogeneousRegistrator;
 DynamicRegistrator<HeterogeneousImageGeometry> const g_heterogeneousRegistrator;
 
+/// 0 where a factor is 0, whatever the others; else empty where a factor is, or where the product passes 64
+/// bits.
 std::optional<vlUInt64> product(std::initializer_list<std::optional<vlUInt64>> factors) {
+    if (std::find(factors.begin(), factors.end(), std::optional<vlUInt64>(0)) != factors.end()) {
+        return 0;
+    }
     std::optional<vlUInt64> result = 1;
     for (auto const& factor : factors) {
         result = factor ? checkedMultiply(*result, *factor) : std::nullopt;
@@ -56,10 +62,10 @@ void writeColor(BaseOArchive& archive, ColorGeometry const& color) {
     writeEnum(archive, "colorGeometryType", color.getColorGeometryType());
     archive << oItem("sizeC", color.getSizeC());
     archive << oItem("minIsBlack", static_cast<int>(color.minIsBlack()));
-    vlUInt64 nbNames = color.getNbChannelNames();
+    vlUInt64 const nbNames = color.getChannelNames().size();
     archive << oItem("nbChannelNames", nbNames);
-    for (vlUInt64 index = 0; index < nbNames; ++index) {
-        archive << oItem("channelName", color.getChannelName(index));
+    for (auto const& [index, name] : color.getChannelNames()) {
+        archive << oItem("channelIndex", index) << oItem("channelName", name);
     }
 }
 
@@ -76,9 +82,10 @@ ColorGeometry readColor(BaseIArchive& archive) {
     color.setMinIsBlack(minIsBlack != 0);
     vlUInt64 nbNames = 0;
     archive >> iItem("nbChannelNames", nbNames);
-    for (vlUInt64 index = 0; index < nbNames; ++index) {
+    for (vlUInt64 nbRead = 0; nbRead < nbNames; ++nbRead) {
+        vlUInt64 index = 0;
         std::string name;
-        archive >> iItem("channelName", name);
+        archive >> iItem("channelIndex", index) >> iItem("channelName", name);
         color.setChannelName(name, index);
     }
     return color;
@@ -182,6 +189,7 @@ void BaseImageGeometry::setParts(VolumeGeometry const& volume, ColorGeometry con
 }
 
 void BaseImageGeometry::requireCountable() const {
+    getPlanNbPixels();
     getNbPlans();
     getNbPixels();
     getFullMemorySize();

@@ -9,6 +9,7 @@
 #include <boost/shared_ptr.hpp>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace velmo {
 namespace image {

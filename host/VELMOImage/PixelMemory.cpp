@@ -15,21 +15,31 @@ namespace image {
 namespace {
 
 /// Smaller images are not worth the look at the machine's books.
-constexpr vlUInt64 g_checkedFrom = vlUInt64{1} << 20;
+constexpr vlUInt64 g_checkedFrom = vlUInt64{16} << 20;
 
 } // namespace
 
-BoolResult allocatePixels(vlUInt64 nbBytes, PageBuffer& buffer) {
+BoolResult requireMemory(vlUInt64 nbBytes) {
+    if (nbBytes < g_checkedFrom) {
+        return success();
+    }
+    vlUInt64 const available = getAvailableMemory();
+    if (nbBytes <= available) {
+        return success();
+    }
     LogMessageFormater formater(getVELMOImageLogMessageManager());
-    if (nbBytes >= g_checkedFrom) {
-        vlUInt64 const available = getAvailableMemory();
-        if (nbBytes > available) {
-            return failure((formater[eImageMessage::eIM_MemoryTooSmall] % nbBytes % available).string());
-        }
+    return failure((formater[eImageMessage::eIM_MemoryTooSmall] % nbBytes % available).string());
+}
+
+BoolResult allocatePixels(vlUInt64 nbBytes, PageBuffer& buffer) {
+    BoolResult result = requireMemory(nbBytes);
+    if (!result) {
+        return result;
     }
     try {
         buffer = PageBuffer(nbBytes);
     } catch (std::bad_alloc const&) {
+        LogMessageFormater formater(getVELMOImageLogMessageManager());
         return failure((formater[eImageMessage::eIM_AllocationFailed] % nbBytes).string());
     }
     return success();

@@ -47,6 +47,7 @@ void registerImageMessages(LogMessageManager& manager) {
     manager.addMessage(Message::eIM_CpuCopyFailed, "Failed to copy the image into memory\n%s");
     manager.addMessage(Message::eIM_NoWorker, "A distributed image needs a worker");
     manager.addMessage(Message::eIM_NotInitialised, "The image has no geometry yet");
+    manager.addMessage(Message::eIM_PixelsInTarget, "The pixels of the image to save lie in %s itself");
 }
 
 bool registerMessages() {

@@ -33,7 +33,8 @@ struct eImageMessage {
         eIM_InitNotSupported = 9,  ///< no argument
         eIM_CpuCopyFailed = 10,    ///< text of the failure
         eIM_NoWorker = 11,         ///< no argument
-        eIM_NotInitialised = 12    ///< no argument
+        eIM_NotInitialised = 12,   ///< no argument
+        eIM_PixelsInTarget = 13    ///< path
     };
 };
 

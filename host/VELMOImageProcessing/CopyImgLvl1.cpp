@@ -25,18 +25,20 @@ using image::BaseImage;
 using image::BaseImageGeometry;
 using image::PlanIndexes;
 
-/// Bytes of one unit of work: two huge pages, small enough to share out and large enough that a call costs
-/// nothing.
-constexpr vlUInt64 g_unitSize = vlUInt64{4} << 20;
+/// Bytes of one call to an image: two huge pages, large enough that a call costs nothing.
+constexpr vlUInt64 g_runSize = vlUInt64{4} << 20;
+/// Bytes of the neighbouring runs that one thread takes at a time: several huge pages, so that two threads
+/// seldom touch one page for the first time together, which would clear it twice.
+constexpr vlUInt64 g_unitSize = vlUInt64{8} << 20;
 /// Bytes that pay for one more thread under the default policy.
-constexpr vlUInt64 g_sizePerThread = vlUInt64{2} << 20;
+constexpr vlUInt64 g_sizePerThread = vlUInt64{16} << 20;
 
 /// The cut of an image into runs of rows of one plane, numbered plane by plane in (t, c, z) order.
 class RowRuns {
   public:
     explicit RowRuns(BaseImageGeometry const& geometry) : _geometry(geometry) {
-        vlUInt64 const rowSize = std::clamp<vlUInt64>(geometry.getSizeX(), 1, g_unitSize) * g_largestPixel;
-        _nbRows = std::clamp<vlUInt64>(g_unitSize / rowSize, 1, std::max<vlUInt64>(1, geometry.getSizeY()));
+        vlUInt64 const rowSize = std::clamp<vlUInt64>(geometry.getSizeX(), 1, g_runSize) * g_largestPixel;
+        _nbRows = std::clamp<vlUInt64>(g_runSize / rowSize, 1, std::max<vlUInt64>(1, geometry.getSizeY()));
         _nbRunsPerPlan = (geometry.getSizeY() + _nbRows - 1) / _nbRows;
     }
 
@@ -61,11 +63,29 @@ class RowRuns {
 class RunCopier {
   public:
     RunCopier(BaseImage const& source, BaseImage& target, vlUInt64 nbThreads)
-        : _source(source), _target(target), _runs(target.getGeometry()), _buffers(nbThreads) {}
+        : _source(source), _target(target), _runs(target.getGeometry()) {
+        vlUInt64 const nbUnits = target.getGeometry().getFullMemorySize() / g_unitSize;
+        _nbRunsPerUnit = std::max<vlUInt64>(1, _runs.getNbRuns() / std::max<vlUInt64>(nbUnits, nbThreads));
+        _buffers.resize(std::min(nbThreads, getNbUnits()));
+    }
 
-    vlUInt64 getNbRuns() const { return _runs.getNbRuns(); }
+    /// No more than there are units.
+    vlUInt64 getNbThreads() const { return _buffers.size(); }
 
-    BoolResult copy(vlUInt64 thread, vlUInt64 run) {
+    vlUInt64 getNbUnits() const { return (_runs.getNbRuns() + _nbRunsPerUnit - 1) / _nbRunsPerUnit; }
+
+    BoolResult copyUnit(vlUInt64 thread, vlUInt64 unit) {
+        vlUInt64 const first = unit * _nbRunsPerUnit;
+        vlUInt64 const end = std::min(first + _nbRunsPerUnit, _runs.getNbRuns());
+        BoolResult result = success();
+        for (vlUInt64 run = first; run < end && result; ++run) {
+            result = copyRun(thread, run);
+        }
+        return result;
+    }
+
+  private:
+    BoolResult copyRun(vlUInt64 thread, vlUInt64 run) {
         PlanIndexes const plan = _runs.getPlan(run);
         vlUInt64 const first = _runs.getFirstPixel(run);
         vlUInt64 const nbPixels = _runs.getNbPixels(run);
@@ -87,7 +107,6 @@ class RunCopier {
         return result;
     }
 
-  private:
     vlUInt64 getPixelSize(vlUInt64 t) const {
         return image::getImageBufferBaseSize(_target.getGeometry().getPlanGeometry(t).getBufferType());
     }
@@ -95,6 +114,7 @@ class RunCopier {
     BaseImage const& _source;
     BaseImage& _target;
     RowRuns _runs;
+    vlUInt64 _nbRunsPerUnit = 1;
     std::vector<std::vector<std::byte>> _buffers; ///< one a thread, for copies that pass by no memory image
 };
 
@@ -146,18 +166,17 @@ BoolResult CopyImgLvl1::runDerived() {
     if (!_pTarget) {
         raiseValueMissing(attr::OutImg::s_name);
     }
+    if (_pTarget->getGeometry().getFullMemorySize() == 0) {
+        return success();
+    }
     auto* const pDistributed = dynamic_cast<image::DistributedImage*>(_pTarget.get());
     auto const* const pDisk = dynamic_cast<image::DiskImage const*>(_pSource.get());
     if (getDispatchPolicy().isDefault() && pDistributed != nullptr && pDisk != nullptr) {
         return pDistributed->fillFromAccessor(toRecord(pDisk->getAccessor()));
     }
-    if (_pTarget->getGeometry().getFullMemorySize() == 0) {
-        return success();
-    }
-    vlUInt64 const nbThreads = getUsefulThreads(getDispatchPolicy(), _pTarget->getGeometry());
-    RunCopier copier(*_pSource, *_pTarget, nbThreads);
-    return runParallel(nbThreads, copier.getNbRuns(),
-                       [&](vlUInt64 thread, vlUInt64 run) { return copier.copy(thread, run); });
+    RunCopier copier(*_pSource, *_pTarget, getUsefulThreads(getDispatchPolicy(), _pTarget->getGeometry()));
+    return runParallel(copier.getNbThreads(), copier.getNbUnits(),
+                       [&](vlUInt64 thread, vlUInt64 unit) { return copier.copyUnit(thread, unit); });
 }
 
 std::string CopyImgLvl1::getProcessorName() const {

@@ -83,6 +83,7 @@ void BinaryOArchive::writeBytes(std::string const& name, char const* pBytes, vlU
 }
 
 BinaryIArchive::BinaryIArchive(std::istream& stream) : _stream(stream) {
+    _stream.clear(_stream.rdstate() & ~std::ios::eofbit); // the end may have been met without a read past it
     auto const start = _stream.tellg();
     _stream.seekg(0, std::ios::end);
     auto const end = _stream.tellg();

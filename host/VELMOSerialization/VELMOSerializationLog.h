@@ -22,6 +22,7 @@ struct eVELMOSerializationMessage {
         eVSM_WriteObjectError = 10,  ///< class name, text of the failure
         eVSM_NestedTooDeep = 11,     ///< section name, deepest level
         eVSM_FileError = 12,         ///< path, system's text
+        eVSM_XmlZeroByte = 13,       ///< item name
         eVSM_NewerClassVersion = 25, ///< version read, class name, current version
         eVSM_UnknownEnumText = 26,   ///< text read
         eVSM_UnknownEnumValue = 27   ///< value read

@@ -46,6 +46,10 @@ struct XmlOArchive::Impl {
     bool bFinished = false;
 
     void addItem(std::string const& name, std::string const& value) {
+        if (value.find('\0') != std::string::npos) {
+            raiseGuarded(VELMO_HERE, g_velmoSerializationRaise,
+                         [&](LogMessageFormater& formater) { formater[Message::eVSM_XmlZeroByte] % name; });
+        }
         pugi::xml_node item = current.append_child(g_item);
         item.append_attribute("name") = name.c_str();
         item.append_attribute("value") = value.c_str();
@@ -107,8 +111,9 @@ struct XmlIArchive::Impl {
 
     pugi::xml_node take(char const* kind, std::string const& name) {
         pugi::xml_node const taken = next;
-        bool const bFits = std::strcmp(taken.name(), kind) == 0 &&
-                           (kind == g_section || name == taken.attribute("name").value());
+        bool const bFits =
+            std::strcmp(taken.name(), kind) == 0 &&
+            (kind == g_section || (name == taken.attribute("name").value() && taken.attribute("value")));
         if (!bFits) {
             raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
                 formater[Message::eVSM_XmlItemMissing] % name;
@@ -121,11 +126,13 @@ struct XmlIArchive::Impl {
     template <class Number>
     void takeNumber(std::string const& name, Number& value) {
         std::string const text = take(g_item, name).attribute("value").value();
-        if (!fromText(text, value)) {
+        Number read{};
+        if (!fromText(text, read)) {
             raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
                 formater[Message::eVSM_XmlItemInvalid] % name % text;
             });
         }
+        value = read;
     }
 };
 

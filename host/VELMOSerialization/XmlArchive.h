@@ -11,7 +11,8 @@
 namespace velmo {
 
 /// Archive of text: `<archive>` with an element `<item name="..." value="..."/>` for each value and
-/// `<section name="...">` for each section, in the order of writing. Numbers read back as the same bits.
+/// `<section name="...">` for each section, in the order of writing. Numbers read back as the same bits,
+/// except for the payload of a NaN; a text must not hold a zero byte.
 /// The document reaches the stream with `finish()` or, failures unseen, at destruction. Refers to the stream.
 class VELMO_HOST_EXPORT XmlOArchive : public BaseOArchive {
   public:

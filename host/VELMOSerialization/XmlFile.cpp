@@ -9,7 +9,9 @@
 #include "VELMOUtil/LastError.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
+#include <boost/filesystem/operations.hpp>
 #include <fstream>
+#include <system_error>
 
 namespace velmo {
 
@@ -23,9 +25,22 @@ using Message = eVELMOSerializationMessage;
                  [&](LogMessageFormater& formater) { formater[Message::eVSM_FileError] % path % reason; });
 }
 
+/// A folder opens like a file and claims a size that it has not; a pipe would be waited for.
+void requireRegularFile(RaiseSite const& site, boost::filesystem::path const& path) {
+    boost::system::error_code ignored;
+    auto const type = boost::filesystem::status(path, ignored).type();
+    if (type == boost::filesystem::directory_file) {
+        raiseFileError(site, path, std::make_error_code(std::errc::is_a_directory).message());
+    }
+    if (type == boost::filesystem::fifo_file || type == boost::filesystem::socket_file) {
+        raiseFileError(site, path, std::make_error_code(std::errc::invalid_seek).message());
+    }
+}
+
 } // namespace
 
 void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObject& object) {
+    requireRegularFile(VELMO_HERE, path);
     std::ifstream stream(path.string(), std::ios::in | std::ios::binary);
     if (!stream) {
         raiseFileError(VELMO_HERE, path, getLastError());

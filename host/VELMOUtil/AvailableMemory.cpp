@@ -100,7 +100,7 @@ vlUInt64 getAvailableMemory(fs::path const& root) {
         std::string const group = line.substr(second + 1);
         if (controllers.empty()) {
             available = std::min(available, groupsAvailable(root / "sys/fs/cgroup", group, g_unified));
-        } else if (controllers == "memory") {
+        } else if (("," + controllers + ",").find(",memory,") != std::string::npos) {
             available = std::min(available, groupsAvailable(root / "sys/fs/cgroup/memory", group, g_legacy));
         }
     }

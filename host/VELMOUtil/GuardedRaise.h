@@ -42,8 +42,8 @@ template <class Exception>
     throw Exception(message, site.function, site.file, site.line);
 }
 
-/// Selects a message and feeds its arguments: any callable on a `LogMessageFormater&`, referred to and not
-/// owned.
+/// Selects a message and feeds its arguments: any function object on a `LogMessageFormater&`, referred to
+/// and not owned.
 class FeedRef {
   public:
     template <class Feed, class = std::enable_if_t<!std::is_same_v<std::decay_t<Feed>, FeedRef>>>

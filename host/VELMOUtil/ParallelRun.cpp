@@ -7,6 +7,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -75,11 +76,14 @@ BoolResult runParallel(vlUInt64 nbThreads, vlUInt64 nbUnits, ParallelWork const&
     std::vector<std::thread> threads;
     vlUInt64 const nbUseful = std::min(nbThreads, nbUnits);
     try {
+        threads.reserve(nbUseful);
         for (vlUInt64 thread = 1; thread < nbUseful; ++thread) {
             threads.emplace_back([&run, thread] { run.work(thread); });
         }
     } catch (std::system_error const&) {
         // The system gives no more threads: the ones that run share the work.
+    } catch (std::bad_alloc const&) {
+        // Nor memory for them.
     }
     run.work(0);
     for (std::thread& thread : threads) {

@@ -79,6 +79,7 @@ DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& p
 void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
                       std::string const& fileHeader) {
     FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
+    requireSource(image, path, failure);
     auto const pAccessor = boost::make_shared<RawImageFile>();
     failure.require(pAccessor->createFile(path, image->getGeometry(), fileHeader));
     copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);

@@ -5,10 +5,13 @@
 
 #include "LogAccess.h"
 
+#include <VELMOImage/ImageAccessor.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/MemoryImage.h>
+#include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageProcessing/CopyImgLvl1.h>
 #include <VELMOUtil/LogMessageFormater.h>
+#include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 
 namespace velmo {
@@ -63,6 +66,21 @@ DistributedImagePtr createDistributedTarget(BaseImageGeometry const& geometry, F
     DistributedImagePtr pImage;
     failure.requireDistributed(ImageFactory::getInstance().createDistributedImage(geometry, pImage));
     return pImage;
+}
+
+void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& target,
+                   FamilyFailure const& failure) {
+    imaproc::util::CopyImgLvl1 copy;
+    copy.init(processor::ePRP_Strict);
+    copy.set<imaproc::attr::InImg>(pSource);
+    auto const* const pDisk = dynamic_cast<DiskImage const*>(pSource.get());
+    boost::system::error_code ignored;
+    if (pDisk != nullptr &&
+        boost::filesystem::equivalent(pDisk->getAccessor()->getFilePath(), target, ignored)) {
+        LogMessageFormater formater(getVELMOImageLogMessageManager());
+        formater[eImageMessage::eIM_PixelsInTarget] % target.string();
+        failure.require(BoolResult(false, formater.string()));
+    }
 }
 
 void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,

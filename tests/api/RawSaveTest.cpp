@@ -3,6 +3,7 @@
 
 #include "RawFunctions.h"
 
+#include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImage/MemoryImage.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <boost/filesystem/operations.hpp>
@@ -156,6 +157,26 @@ TEST_F(RawFunctions, ASourceFileThatIsCutOffIsTheSaveErrorOfTheTargetWithTheSour
                      saveError(saved, "Failed to read raw image file " + _path.string() +
                                           " for z=0, c=0, t=1, pixelStartOffset=0 and nbPixels=12"));
     EXPECT_EQ(readFile(saved), _pixels.substr(0, 48) + std::string(48, '\0'));
+}
+
+TEST_F(RawFunctions, ASaveOntoTheFileThatHoldsItsPixelsIsRefusedAndLeavesThem) {
+    writeFile(_path, _pixels);
+    fs::path const link = _folder / "link.raw";
+    fs::create_symlink(_path, link);
+    DiskImagePtr const pImage = openRawImageFile(_path, *_pGeometry, 0);
+    for (fs::path const& target : {_path, link}) {
+        expectRaisedText(
+            [&] { saveRawImageFile(target, pImage, "head"); },
+            saveError(target, "The pixels of the image to save lie in " + target.string() + " itself"));
+        EXPECT_EQ(readFile(_path), _pixels);
+    }
+}
+
+TEST_F(RawFunctions, ASaveOfNoImageIsRefusedBeforeTheFileIsTouched) {
+    writeFile(_path, _pixels);
+    expectPassedThrough<processor::VELMOBaseProcessingException>(
+        [&] { saveRawImageFile(_path, ImageConstPtr()); });
+    EXPECT_EQ(readFile(_path), _pixels);
 }
 
 TEST_F(RawFunctions, WhatASourceThrowsPassesThrough) {

@@ -50,7 +50,8 @@ VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedRawImageFile(boost::f
                                                                         vlUInt64 dataStartOffset,
                                                                         bool defaultDispatch);
 
-/// Writes `fileHeader` and all planes, from the calling thread. An existing file is replaced. A failed save
+/// Writes `fileHeader` and all planes, from the calling thread. An existing file is replaced, unless `image`
+/// is a disk image of that very file, which is refused. A failed save
 /// leaves the file as far as it came. The file loads again with the same geometry and the header's length as
 /// `dataStartOffset`.
 VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,

@@ -111,8 +111,8 @@ std::string describe(BaseImageGeometry const& geometry) {
          << " color=" << static_cast<vlUInt64>(geometry.getColorGeometryType())
          << " temporal=" << static_cast<vlUInt64>(geometry.getTemporalGeometryType())
          << " minIsBlack=" << geometry.getColorGeometry().minIsBlack();
-    for (vlUInt64 c = 0; c < geometry.getColorGeometry().getNbChannelNames(); ++c) {
-        text << " name=" << geometry.getColorGeometry().getChannelName(c);
+    for (auto const& [index, name] : geometry.getColorGeometry().getChannelNames()) {
+        text << " name" << index << '=' << name;
     }
     for (vlUInt64 t = 0; t < std::min(geometry.getSizeT(), g_nbDescribedSteps); ++t) {
         text << " type=" << static_cast<vlUInt64>(geometry.getPlanGeometry(t).getBufferType());

@@ -40,7 +40,7 @@ TEST(ColorGeometry, IsGreyWithZeroAsBlackByDefault) {
     EXPECT_EQ(color.getColorGeometryType(), eCGT_Grey);
     EXPECT_EQ(color.getSizeC(), 1U);
     EXPECT_TRUE(color.minIsBlack());
-    EXPECT_EQ(color.getNbChannelNames(), 0U);
+    EXPECT_TRUE(color.getChannelNames().empty());
 }
 
 TEST(ColorGeometry, GreyAndRgbHaveInitsOfTheirOwn) {
@@ -89,7 +89,7 @@ TEST(ColorGeometry, ChannelsHaveTheNamesThatTheyWereGiven) {
     EXPECT_EQ(color.getChannelName(1), "");
     EXPECT_EQ(color.getChannelName(2), "third");
     EXPECT_EQ(color.getChannelName(3), "");
-    EXPECT_EQ(color.getNbChannelNames(), 3U);
+    EXPECT_EQ(color.getChannelNames().size(), 2U);
     color.setChannelName("again", 2);
     EXPECT_EQ(color.getChannelName(2), "again");
 }
@@ -100,7 +100,15 @@ TEST(ColorGeometry, NamesGoWithTheChannelsThatBearThem) {
     color.setChannelName("red", 0);
     color.initRgb();
     EXPECT_EQ(color.getChannelName(0), "");
-    EXPECT_EQ(color.getNbChannelNames(), 0U);
+    EXPECT_TRUE(color.getChannelNames().empty());
+}
+
+TEST(ColorGeometry, ANameTakesNoRoomForTheChannelsBeforeIt) {
+    ColorGeometry color;
+    color.initUser(vlUInt64{1} << 60);
+    color.setChannelName("far", vlUInt64{1} << 59);
+    EXPECT_EQ(color.getChannelName(vlUInt64{1} << 59), "far");
+    EXPECT_EQ(color.getChannelNames().size(), 1U);
 }
 
 TEST(ColorGeometry, ANameForAChannelThatIsNotThereIsRefused) {
@@ -109,7 +117,7 @@ TEST(ColorGeometry, ANameForAChannelThatIsNotThereIsRefused) {
     color.setChannelName("blue", 2);
     std::string const text = textOf<VELMOImageException>([&] { color.setChannelName("alpha", 3); });
     EXPECT_EQ(text, "Channel 3 lies outside of a color geometry of 3 channels");
-    EXPECT_EQ(color.getNbChannelNames(), 3U);
+    EXPECT_EQ(color.getChannelNames().size(), 1U);
     EXPECT_EQ(color.getChannelName(3), "");
 }
 

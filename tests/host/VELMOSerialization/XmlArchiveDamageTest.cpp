@@ -50,8 +50,26 @@ TEST(XmlArchiveDamage, ATextThatIsNoValueOfItsTypeIsRefused) {
     expectNoValue<float>({"", "x", "1.5x", "1,5", " 1", "1e39", "-1e39", "1e"});
 }
 
-TEST(XmlArchiveDamage, AnItemWithoutAValueIsNoNumber) {
-    EXPECT_EQ(readError<int>("<item name=\"i\"/>"), "Item i of the archive has no value of its type: ");
+TEST(XmlArchiveDamage, AnItemWithoutAValueIsMissing) {
+    std::string const missing("The archive has no item i where it is expected");
+    EXPECT_EQ(readError<int>("<item name=\"i\"/>"), missing);
+    EXPECT_EQ(readError<std::string>("<item name=\"i\"/>"), missing);
+}
+
+TEST(XmlArchiveDamage, ARefusedTextLeavesTheValueAsItWas) {
+    std::istringstream stream("<archive><item name=\"i\" value=\"1x\"/></archive>");
+    XmlIArchive archive(stream);
+    int value = 7;
+    EXPECT_THROW(archive >> iItem("i", value), VELMOSerializationException);
+    EXPECT_EQ(value, 7);
+}
+
+TEST(XmlArchiveDamage, ATextWithAZeroByteIsRefusedOnWriting) {
+    std::ostringstream stream;
+    XmlOArchive archive(stream);
+    std::string const text("a\0b"s);
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { archive << oItem("i", text); }),
+              "Item i holds a zero byte, which XML cannot carry");
 }
 
 TEST(XmlArchiveDamage, AnItemThatIsNotWhereItIsExpectedIsMissing) {

@@ -132,6 +132,13 @@ TEST_F(AvailableMemory, PageCacheOfTheFirstGenerationCountsWithThatOfTheGroupsBe
     EXPECT_EQ(get(), 1900U);
 }
 
+TEST_F(AvailableMemory, AGroupOfSeveralControllersBoundsIt) {
+    putMachine(1000);
+    put("proc/self/cgroup", "5:cpu,memory:/work\n");
+    putLegacy("/work", "5000", "1500");
+    EXPECT_EQ(get(), 3500U);
+}
+
 TEST_F(AvailableMemory, TheLeastOfBothGenerationsCounts) {
     put("proc/self/cgroup", "4:memory:/work\n0::/work\n");
     putLegacy("/work", "5000", "4000");
