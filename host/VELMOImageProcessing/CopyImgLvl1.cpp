@@ -33,31 +33,31 @@ constexpr vlUInt64 g_unitSize = vlUInt64{8} << 20;
 /// Bytes that pay for one more thread under the default policy.
 constexpr vlUInt64 g_sizePerThread = vlUInt64{16} << 20;
 
-/// The cut of an image into runs of rows of one plane, numbered plane by plane in (t, c, z) order.
-class RowRuns {
+/// The cut of an image into runs of pixels of one plane, numbered plane by plane in (t, c, z) order: whole
+/// rows, or parts of a row where a row is larger than a run.
+class PixelRuns {
   public:
-    explicit RowRuns(BaseImageGeometry const& geometry) : _geometry(geometry) {
-        vlUInt64 const rowSize = std::clamp<vlUInt64>(geometry.getSizeX(), 1, g_runSize) * g_largestPixel;
-        _nbRows = std::clamp<vlUInt64>(g_runSize / rowSize, 1, std::max<vlUInt64>(1, geometry.getSizeY()));
-        _nbRunsPerPlan = (geometry.getSizeY() + _nbRows - 1) / _nbRows;
+    /// The image must have pixels.
+    explicit PixelRuns(BaseImageGeometry const& geometry)
+        : _geometry(geometry), _nbPixelsPerPlan(geometry.getPlanNbPixels()) {
+        constexpr vlUInt64 nbLargestPixels = g_runSize / 4; // no pixel takes more than 4 bytes
+        vlUInt64 const nbRows = std::max<vlUInt64>(1, nbLargestPixels / geometry.getSizeX());
+        _nbPixels = std::min(nbRows * std::min(geometry.getSizeX(), nbLargestPixels), _nbPixelsPerPlan);
+        _nbRunsPerPlan = _nbPixelsPerPlan / _nbPixels + (_nbPixelsPerPlan % _nbPixels == 0 ? 0 : 1);
     }
 
     vlUInt64 getNbRuns() const { return _geometry.getNbPlans() * _nbRunsPerPlan; }
     PlanIndexes getPlan(vlUInt64 run) const { return _geometry.getPlanIndexes(run / _nbRunsPerPlan); }
-    vlUInt64 getFirstPixel(vlUInt64 run) const {
-        return run % _nbRunsPerPlan * _nbRows * _geometry.getSizeX();
-    }
+    vlUInt64 getFirstPixel(vlUInt64 run) const { return run % _nbRunsPerPlan * _nbPixels; }
     vlUInt64 getNbPixels(vlUInt64 run) const {
-        vlUInt64 const firstRow = run % _nbRunsPerPlan * _nbRows;
-        return std::min(_nbRows, _geometry.getSizeY() - firstRow) * _geometry.getSizeX();
+        return std::min(_nbPixels, _nbPixelsPerPlan - getFirstPixel(run));
     }
 
   private:
-    static constexpr vlUInt64 g_largestPixel = 4;
-
     BaseImageGeometry const& _geometry;
-    vlUInt64 _nbRows = 1;
-    vlUInt64 _nbRunsPerPlan = 0;
+    vlUInt64 _nbPixelsPerPlan;
+    vlUInt64 _nbPixels = 1;
+    vlUInt64 _nbRunsPerPlan = 1;
 };
 
 class RunCopier {
@@ -113,7 +113,7 @@ class RunCopier {
 
     BaseImage const& _source;
     BaseImage& _target;
-    RowRuns _runs;
+    PixelRuns _runs;
     vlUInt64 _nbRunsPerUnit = 1;
     std::vector<std::vector<std::byte>> _buffers; ///< one a thread, for copies that pass by no memory image
 };

@@ -13,10 +13,10 @@ namespace util {
 /// Copies all pixels of one image into another of the same sizes and pixel types, whatever kinds of image the
 /// two are.
 ///
-/// The work is cut into runs of rows of one plane. A target or source in memory is read into or written from
-/// where it lies. A run stops at the first failure and returns its text; the target keeps what was copied
-/// until then. Under the default policy the workers of a distributed target read a disk image's file
-/// themselves.
+/// The work is cut into runs of rows of one plane, and a row larger than 4 MiB into parts. A target or source
+/// in memory is read into or written from where it lies. A run stops at the first failure and returns its
+/// text; the target keeps what was copied until then. Under the default policy the workers of a distributed
+/// target read a disk image's file themselves.
 class VELMO_HOST_EXPORT CopyImgLvl1 : public processor::BaseProcessor {
   public:
     /// Throws VELMOBaseProcessingException before `init`, for an empty pointer, and for an image that does

@@ -6,9 +6,29 @@
 #include "VELMOUtil/LogMessageManager.h"
 
 #include <boost/format.hpp>
+#include <limits>
+#include <locale>
+#include <optional>
 #include <sstream>
 
 namespace velmo {
+
+namespace {
+
+/// libstdc++ fills the tables of a character facet at their first use, without a lock. It happens here, at
+/// load, and not in threads that fail at once.
+bool fillFacetTables() {
+    auto const& facet = std::use_facet<std::ctype<char>>(std::locale::classic());
+    for (int c = std::numeric_limits<char>::min(); c <= std::numeric_limits<char>::max(); ++c) {
+        facet.narrow(static_cast<char>(c), '\0');
+        facet.widen(static_cast<char>(c));
+    }
+    return true;
+}
+
+bool const g_bFacetTablesFilled = fillFacetTables();
+
+} // namespace
 
 // Found by boost::format through its argument, hence in no unnamed namespace.
 static std::ostream& operator<<(std::ostream& os, LogMessageFormater::Streamable const& value) {
@@ -17,10 +37,12 @@ static std::ostream& operator<<(std::ostream& os, LogMessageFormater::Streamable
 }
 
 struct LogMessageFormater::Impl {
-    explicit Impl(LogMessageManager const& messages) : manager(messages) {}
+    explicit Impl(LogMessageManager const& messages) : manager(messages) {
+        text.imbue(std::locale::classic());
+    }
 
     LogMessageManager const& manager;
-    boost::format format;
+    std::optional<boost::format> format; ///< of the message that still has placeholders to feed
     std::ostringstream text;
 };
 
@@ -29,34 +51,41 @@ LogMessageFormater::LogMessageFormater(LogMessageManager const& manager) : _pImp
 LogMessageFormater::~LogMessageFormater() = default;
 
 LogMessageFormater& LogMessageFormater::setMsgId(std::string const& domainKey, int id) {
-    _pImpl->format = boost::format(_pImpl->manager.getMessage(domainKey, id));
+    // Numbers in messages look alike whatever the program's locale is. An assignment would lose the locale.
+    _pImpl->format.emplace(_pImpl->manager.getMessage(domainKey, id), std::locale::classic());
     dumpWhenAllFed();
     return *this;
 }
 
 LogMessageFormater& LogMessageFormater::feed(Streamable const& value) {
-    _pImpl->format % value;
+    if (!_pImpl->format) {
+        throw boost::io::too_many_args(1, 0);
+    }
+    *_pImpl->format % value;
     dumpWhenAllFed();
     return *this;
 }
 
 void LogMessageFormater::dumpWhenAllFed() {
-    if (_pImpl->format.remaining_args() == 0) {
-        _pImpl->text << _pImpl->format;
-        _pImpl->format = boost::format();
+    if (_pImpl->format->remaining_args() == 0) {
+        _pImpl->text << *_pImpl->format;
+        _pImpl->format.reset();
     }
 }
 
 std::string LogMessageFormater::string() const {
-    boost::format pending = _pImpl->format;
+    if (!_pImpl->format) {
+        return _pImpl->text.str();
+    }
+    boost::format pending = *_pImpl->format;
     pending.exceptions(boost::io::no_error_bits);
     return _pImpl->text.str() + pending.str();
 }
 
 void LogMessageFormater::requireAllFed() const {
-    if (_pImpl->format.remaining_args() != 0) {
-        throw boost::io::too_few_args(static_cast<std::size_t>(_pImpl->format.fed_args()),
-                                      static_cast<std::size_t>(_pImpl->format.expected_args()));
+    if (_pImpl->format) {
+        throw boost::io::too_few_args(static_cast<std::size_t>(_pImpl->format->fed_args()),
+                                      static_cast<std::size_t>(_pImpl->format->expected_args()));
     }
 }
 

@@ -62,6 +62,21 @@ TEST(CopyImgLvl1, CopiesRowsLargerThanAUnitOfWorkBetweenAllKindsOfImage) {
     expectCopies(*GeometryBuilder().plane((vlUInt64{4} << 20U) + 3, 2).type(eIBT_UInt8).build());
 }
 
+TEST(CopyImgLvl1, ReadsAHugeRowInPartsOfAtMostFourMebibytes) {
+    ImageGeometryPtr const pGeometry =
+        GeometryBuilder().plane((vlUInt64{5} << 20U) + 1, 1).type(eIBT_Real32).build();
+    ImagePtr const pSource = makeImage(eIK_Disk, *pGeometry, "huge row");
+    ImagePtr const pTarget = makeImage(eIK_Disk, *pGeometry, "its copy");
+    std::vector<vlUInt64> runs;
+    ByteStorage::open("huge row")->readGate = [&](PixelRun const& run) {
+        runs.push_back(run.nbPixels);
+        return success();
+    };
+    EXPECT_EQ(runCopy(pSource, pTarget, makeLocal(1)).getStatus(), 0U);
+    vlUInt64 const part = vlUInt64{1} << 20U;
+    EXPECT_THAT(runs, testing::ElementsAre(part, part, part, part, part, 1U));
+}
+
 TEST(CopyImgLvl1, CopiesEveryKindOfGeometry) {
     for (NamedGeometry const& kind : makeAllKinds()) {
         expectCopies(*kind.pGeometry);

@@ -9,6 +9,7 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/format/exceptions.hpp>
 #include <gtest/gtest.h>
+#include <locale>
 #include <thread>
 #include <vector>
 
@@ -60,6 +61,18 @@ std::string formatKinds(T const& value) {
 }
 
 } // namespace
+
+TEST(LogMessageFormater, WritesNumbersAlikeWhateverTheLocaleOfTheProgram) {
+    struct Grouping : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+        char do_decimal_point() const override { return ','; }
+    };
+    std::locale const former = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    std::string const text = format(1234567UL) + format(2.5F);
+    std::locale::global(former);
+    EXPECT_EQ(text, "<1234567><2.5>");
+}
 
 TEST(LogMessageManager, IsTheSameForTheSameName) {
     LogMessageManager& manager = LogMessageManager::getInstance("LogMessageTest.same");
