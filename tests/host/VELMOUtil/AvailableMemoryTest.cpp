@@ -60,17 +60,17 @@ TEST_F(AvailableMemory, WithoutGroupsItIsWhatTheMachineSays) {
 
 TEST_F(AvailableMemory, AGroupOfTheSecondGenerationBoundsIt) {
     putMachine(1000);
-    put("proc/self/cgroup", "0::/work\n");
-    putUnified("/work", "5000", "1500");
+    put("proc/self/cgroup", "0::/job\n");
+    putUnified("/job", "5000", "1500");
     EXPECT_EQ(get(), 3500U);
 }
 
 TEST_F(AvailableMemory, ALimitAtAParentBoundsItToo) {
     putMachine(1000);
-    put("proc/self/cgroup", "0::/slice/work/inner\n");
+    put("proc/self/cgroup", "0::/slice/job/inner\n");
     putUnified("/slice", "4000", "3000");
-    putUnified("/slice/work", "max", "2000");
-    putUnified("/slice/work/inner", "9000", "100");
+    putUnified("/slice/job", "max", "2000");
+    putUnified("/slice/job/inner", "9000", "100");
     EXPECT_EQ(get(), 1000U);
 }
 
@@ -82,67 +82,67 @@ TEST_F(AvailableMemory, ALimitAtTheMountBoundsIt) {
 
 TEST_F(AvailableMemory, TheMachineBoundsItBelowTheGroup) {
     putMachine(1);
-    put("proc/self/cgroup", "0::/work\n");
-    putUnified("/work", "5000", "0");
+    put("proc/self/cgroup", "0::/job\n");
+    putUnified("/job", "5000", "0");
     EXPECT_EQ(get(), 1024U);
 }
 
 TEST_F(AvailableMemory, AGroupWithoutALimitSetsNoBound) {
     putMachine(1000);
-    put("proc/self/cgroup", "0::/work\n");
-    putUnified("/work", "max", "1500");
+    put("proc/self/cgroup", "0::/job\n");
+    putUnified("/job", "max", "1500");
     EXPECT_EQ(get(), 1024000U);
 }
 
 TEST_F(AvailableMemory, PageCacheOfTheSecondGenerationCountsAsAvailable) {
-    put("proc/self/cgroup", "0::/work\n");
-    putUnified("/work", "5000", "4000");
-    put("sys/fs/cgroup/work/memory.stat", "anon 1\nfile 900\ninactive_file 600\nactive_file 300\n");
+    put("proc/self/cgroup", "0::/job\n");
+    putUnified("/job", "5000", "4000");
+    put("sys/fs/cgroup/job/memory.stat", "anon 1\nfile 900\ninactive_file 600\nactive_file 300\n");
     EXPECT_EQ(get(), 1900U);
 }
 
 TEST_F(AvailableMemory, PageCacheBeyondTheUsageGivesNoMoreThanTheLimit) {
-    put("proc/self/cgroup", "0::/work\n");
-    putUnified("/work", "5000", "400");
-    put("sys/fs/cgroup/work/memory.stat", "inactive_file 600\nactive_file 300\n");
+    put("proc/self/cgroup", "0::/job\n");
+    putUnified("/job", "5000", "400");
+    put("sys/fs/cgroup/job/memory.stat", "inactive_file 600\nactive_file 300\n");
     EXPECT_EQ(get(), 5000U);
 }
 
 TEST_F(AvailableMemory, AUsageAboveTheLimitLeavesNothing) {
-    put("proc/self/cgroup", "0::/work\n");
-    putUnified("/work", "5000", "5001");
+    put("proc/self/cgroup", "0::/job\n");
+    putUnified("/job", "5000", "5001");
     EXPECT_EQ(get(), 0U);
 }
 
 TEST_F(AvailableMemory, AGroupOfTheFirstGenerationBoundsIt) {
     putMachine(1000);
-    put("proc/self/cgroup", "5:cpu,cpuacct:/other\n4:memory:/slice/work\n1:name=systemd:/\n");
+    put("proc/self/cgroup", "5:cpu,cpuacct:/other\n4:memory:/slice/job\n1:name=systemd:/\n");
     putLegacy("", "9223372036854771712", "100");
     putLegacy("/slice", "6000", "1000");
-    putLegacy("/slice/work", "9223372036854771712", "100");
+    putLegacy("/slice/job", "9223372036854771712", "100");
     putLegacy("/other", "1", "1");
     EXPECT_EQ(get(), 5000U);
 }
 
 TEST_F(AvailableMemory, PageCacheOfTheFirstGenerationCountsWithThatOfTheGroupsBelow) {
-    put("proc/self/cgroup", "4:memory:/work\n");
-    putLegacy("/work", "5000", "4000");
-    put("sys/fs/cgroup/memory/work/memory.stat",
+    put("proc/self/cgroup", "4:memory:/job\n");
+    putLegacy("/job", "5000", "4000");
+    put("sys/fs/cgroup/memory/job/memory.stat",
         "inactive_file 1\nactive_file 2\ntotal_inactive_file 500\ntotal_active_file 400\n");
     EXPECT_EQ(get(), 1900U);
 }
 
 TEST_F(AvailableMemory, AGroupOfSeveralControllersBoundsIt) {
     putMachine(1000);
-    put("proc/self/cgroup", "5:cpu,memory:/work\n");
-    putLegacy("/work", "5000", "1500");
+    put("proc/self/cgroup", "5:cpu,memory:/job\n");
+    putLegacy("/job", "5000", "1500");
     EXPECT_EQ(get(), 3500U);
 }
 
 TEST_F(AvailableMemory, TheLeastOfBothGenerationsCounts) {
-    put("proc/self/cgroup", "4:memory:/work\n0::/work\n");
-    putLegacy("/work", "5000", "4000");
-    putUnified("/work", "5000", "4500");
+    put("proc/self/cgroup", "4:memory:/job\n0::/job\n");
+    putLegacy("/job", "5000", "4000");
+    putUnified("/job", "5000", "4500");
     EXPECT_EQ(get(), 500U);
 }
 
