@@ -7,10 +7,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace velmo {
@@ -63,6 +65,21 @@ ToolResult waitForEnd(pid_t pid) {
     return {WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), usage.ru_maxrss, {}, {}};
 }
 
+bool isAsleepAndCatchesInterrupts(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    std::string word;
+    char state = ' ';
+    unsigned long caught = 0;
+    while (status >> word) {
+        if (word == "State:") {
+            status >> state;
+        } else if (word == "SigCgt:") {
+            status >> std::hex >> caught;
+        }
+    }
+    return state == 'S' && ((caught >> (SIGINT - 1)) & 1) != 0;
+}
+
 void killIfRunning(pid_t pid) {
     if (pid > 0) {
         kill(pid, SIGKILL);
@@ -92,6 +109,25 @@ ToolProcess::~ToolProcess() {
 
 void ToolProcess::send(int signal) const {
     kill(_pid, signal);
+}
+
+bool ToolProcess::waitForSleep() const {
+    int nbAsleep = 0;
+    for (int tries = 0; tries < 6000 && nbAsleep < 10; ++tries) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        nbAsleep = isAsleepAndCatchesInterrupts(_pid) ? nbAsleep + 1 : 0;
+    }
+    return nbAsleep == 10;
+}
+
+bool ToolProcess::endsWithin(std::chrono::milliseconds time) const {
+    auto const end = std::chrono::steady_clock::now() + time;
+    siginfo_t info = {};
+    while (info.si_pid == 0 && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        waitid(P_PID, static_cast<id_t>(_pid), &info, WEXITED | WNOHANG | WNOWAIT);
+    }
+    return info.si_pid == _pid;
 }
 
 ToolResult ToolProcess::wait() {

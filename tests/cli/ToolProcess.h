@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -30,6 +31,11 @@ class ToolProcess {
     ToolProcess& operator=(ToolProcess const&) = delete;
 
     void send(int signal) const;
+    /// Until the tool answers to SIGINT and has slept for a while; whether that came within a minute.
+    bool waitForSleep() const;
+    /// Whether the process ends within the time.
+    bool endsWithin(std::chrono::milliseconds time) const;
+    pid_t getPid() const { return _pid; }
     ToolResult wait();
 
   private:

@@ -4,6 +4,7 @@
 #include "ConvertCommand.h"
 
 #include "InputImage.h"
+#include "Interrupt.h"
 #include "OutputFile.h"
 #include "Progress.h"
 #include "Terminal.h"
@@ -33,8 +34,10 @@ std::string readHeader(std::string const& file) {
     std::array<char, 65536> piece{};
     for (std::size_t nbRead = 1; pFile && nbRead != 0 && header.size() <= g_maxHeaderSize;) {
         nbRead = std::fread(piece.data(), 1, piece.size(), pFile.get());
+        throwIfInterrupted();
         header.append(piece.data(), nbRead);
     }
+    throwIfInterrupted();
     if (!pFile || std::ferror(pFile.get()) != 0) {
         throw WorkFailure("cannot read the header " + quoted(file) + ": " + std::strerror(errno));
     }

@@ -25,7 +25,7 @@ void catchSignal(int signal) {
     }
     action = {};
     action.sa_handler = requestInterrupt;
-    action.sa_flags = SA_RESTART;
+    action.sa_flags = 0; // no SA_RESTART: a request also ends a wait for a pipe or a terminal
     sigaction(signal, &action, nullptr);
 }
 
