@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -85,11 +86,23 @@ class TemporaryName {
     bool _bRenamed = false;
 };
 
+/// The file's own name in place of the one it was written under, as the library and the tool write names.
+std::string tellOf(fs::path const& target, fs::path const& writtenPath, std::string text) {
+    auto const inLibraryQuotes = [](fs::path const& path) {
+        std::ostringstream quotedPath;
+        quotedPath << path;
+        return quotedPath.str();
+    };
+    boost::algorithm::replace_all(text, inLibraryQuotes(writtenPath), inLibraryQuotes(target));
+    boost::algorithm::replace_all(text, writtenPath.string(), target.string());
+    return text;
+}
+
 void callWriter(std::function<void(fs::path const&)> const& write, fs::path const& writtenPath,
                 fs::path const& target) {
     auto const fail = [&](std::string const& text) {
         throwIfInterrupted();
-        throw WorkFailure(boost::algorithm::replace_all_copy(text, writtenPath.string(), target.string()));
+        throw WorkFailure(tellOf(target, writtenPath, text));
     };
     try {
         write(writtenPath);
@@ -101,10 +114,10 @@ void callWriter(std::function<void(fs::path const&)> const& write, fs::path cons
     throwIfInterrupted();
 }
 
-void replaceFile(fs::path const& target, fs::path const& namedTarget,
+void replaceFile(fs::path const& target, fs::path const& namedTarget, bool bOverwrite,
                  std::function<void(fs::path const&)> const& write) {
     struct stat old = {};
-    bool const bReplace = stat(target.c_str(), &old) == 0;
+    bool const bReplace = bOverwrite && stat(target.c_str(), &old) == 0;
     TemporaryName name(target, bReplace ? S_IRUSR | S_IWUSR : 0666);
     callWriter(write, name.getPath(), namedTarget);
     if (bReplace && chmod(name.getPath().c_str(), old.st_mode & g_permissions) != 0) {
@@ -132,7 +145,7 @@ void requireWritableTarget(fs::path const& target, bool bOverwrite) {
 void writeOutput(fs::path const& target, bool bOverwrite, std::function<void(fs::path const&)> const& write) {
     requireWritableTarget(target, bOverwrite);
     if (isReplaceable(getType(target))) {
-        replaceFile(followLinks(target), target, write);
+        replaceFile(followLinks(target), target, bOverwrite, write);
     } else {
         callWriter(write, target, target);
     }
