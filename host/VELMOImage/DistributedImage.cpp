@@ -5,6 +5,7 @@
 
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/VELMOImageLog.h"
+#include "VELMOUtil/CheckedArithmetic.h"
 #include "VELMOUtil/LogMessageFormater.h"
 #include "VELMOUtil/ParallelRun.h"
 
@@ -18,10 +19,6 @@ namespace {
 /// Blocks for each worker: more than one, so that the end of the image is shared out too.
 constexpr vlUInt64 g_blocksPerOwner = 4;
 
-vlUInt64 divideUp(vlUInt64 value, vlUInt64 divisor) {
-    return value / divisor + (value % divisor == 0 ? 0 : 1);
-}
-
 } // namespace
 
 DistributedImage::DistributedImage(DistributionEnginePtr const& pEngine) : _pEngine(pEngine) {}
@@ -33,9 +30,12 @@ DistributedImage::~DistributedImage() {
 }
 
 BoolResult DistributedImage::init(BaseImageGeometry const& geometry) {
-    BoolResult room = requireRoom(geometry.getFullMemorySize());
-    if (!room) {
-        return room;
+    BoolResult ready = requireWorkers();
+    if (ready) {
+        ready = _pEngine->requireRoom(geometry.getFullMemorySize());
+    }
+    if (!ready) {
+        return ready;
     }
     DistributedImage candidate(_pEngine); // gives its blocks back where one of them fails
     vlUInt64 const nbPlans = geometry.getNbPlans();
@@ -56,12 +56,12 @@ BoolResult DistributedImage::init(BaseImageGeometry const& geometry) {
     return success();
 }
 
-BoolResult DistributedImage::requireRoom(vlUInt64 nbBytes) const {
-    if (!_pEngine || _pEngine->getNbOwners() == 0) {
-        LogMessageFormater formater(getVELMOImageLogMessageManager());
-        return failure(formater[eImageMessage::eIM_NoWorker].string());
+BoolResult DistributedImage::requireWorkers() const {
+    if (_pEngine && _pEngine->getNbOwners() != 0) {
+        return success();
     }
-    return _pEngine->requireRoom(nbBytes);
+    LogMessageFormater formater(getVELMOImageLogMessageManager());
+    return failure(formater[eImageMessage::eIM_NoWorker].string());
 }
 
 bool DistributedImage::requiresCpuCopy() const {
@@ -69,17 +69,12 @@ bool DistributedImage::requiresCpuCopy() const {
 }
 
 BoolResult DistributedImage::fillFromAccessor(std::string const& accessorRecord) {
-    BoolResult workers = requireRoom(0);
-    if (!workers) {
-        return workers;
+    BoolResult ready = requireWorkers();
+    if (!ready) {
+        return ready;
     }
-    vlUInt64 const nbOwners = _pEngine->getNbOwners();
-    return runParallel(nbOwners, nbOwners, [&](vlUInt64 /*thread*/, vlUInt64 owner) {
-        std::vector<vlUInt64> ids;
-        for (vlUInt64 index = owner; index < _blockIds.size(); index += nbOwners) {
-            ids.push_back(_blockIds[index]);
-        }
-        return ids.empty() ? success() : _pEngine->getOwner(owner).fillBlocks(ids, accessorRecord);
+    return runParallel(_pEngine->getNbOwners(), _blockIds.size(), [&](vlUInt64 /*thread*/, vlUInt64 block) {
+        return getOwnerOf(block).fillBlock(_blockIds[block], accessorRecord);
     });
 }
 
@@ -90,10 +85,9 @@ BaseBlockOwner& DistributedImage::getOwnerOf(vlUInt64 blockIndex) const {
 DistributedImage::Place DistributedImage::locate(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart,
                                                  vlUInt64 nbPixels) const {
     BaseImageGeometry const& geometry = getGeometry();
-    vlUInt64 const plan = (t * geometry.getSizeC() + c) * geometry.getSizeZ() + z;
-    vlUInt64 const block = plan / _nbPlansPerBlock;
+    vlUInt64 const block = geometry.getPlanNumber({z, c, t}) / _nbPlansPerBlock;
     vlUInt64 const blockStart = geometry.getPlansMemorySize(block * _nbPlansPerBlock);
-    vlUInt64 const pixelSize = getImageBufferBaseSize(geometry.getPlanGeometry(t).getBufferType());
+    vlUInt64 const pixelSize = geometry.getPlanGeometry(t).getPixelSize();
     return {&getOwnerOf(block), _blockIds[block],
             geometry.getPlanOffset(z, c, t) - blockStart + pixelStart * pixelSize, nbPixels * pixelSize};
 }

@@ -19,8 +19,9 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
     /// True: the planes lie with the workers.
     bool requiresCpuCopy() const override;
 
-    /// Has each worker read its own planes, all workers at once, through an accessor that it rebuilds from
-    /// the record. Returns the text of the first worker's failure; an exception of a worker is thrown here.
+    /// Has the workers read their own planes, as many at once as there are workers, each through an accessor
+    /// that it rebuilds from the record. After a failure no further block is begun; the text of the first one
+    /// in the order of the planes is returned, an exception of a worker is thrown here.
     BoolResult fillFromAccessor(std::string const& accessorRecord);
 
   private:
@@ -37,7 +38,7 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
         vlUInt64 nbBytes;
     };
     Place locate(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels) const;
-    BoolResult requireRoom(vlUInt64 nbBytes) const;
+    BoolResult requireWorkers() const;
     BaseBlockOwner& getOwnerOf(vlUInt64 blockIndex) const;
 
     DistributionEnginePtr _pEngine;

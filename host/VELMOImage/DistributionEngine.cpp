@@ -6,7 +6,9 @@
 #include "VELMOImage/ImageAccessor.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/PixelMemory.h"
+#include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BinaryArchive.h"
+#include "VELMOUtil/LogMessageFormater.h"
 
 #include <atomic>
 #include <cstring>
@@ -40,7 +42,7 @@ vlUInt64 getBlockSize(BaseImageGeometry const& geometry, PlanBlock const& block)
            geometry.getPlansMemorySize(block.firstPlan);
 }
 
-BoolResult fillBlock(Block& block, BaseImageAccessor const& accessor) {
+BoolResult readPlans(Block& block, BaseImageAccessor const& accessor) {
     BaseImageGeometry const& geometry = *block.pGeometry;
     vlUInt64 offset = 0;
     for (vlUInt64 i = 0; i < block.plans.nbPlans; ++i) {
@@ -84,20 +86,15 @@ class LocalBlockOwner : public BaseBlockOwner {
         return success();
     }
 
-    BoolResult fillBlocks(std::vector<vlUInt64> const& ids, std::string const& accessorRecord) override {
+    BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override {
         std::istringstream stream(accessorRecord);
         BinaryIArchive archive(stream);
         auto const pAccessor = boost::dynamic_pointer_cast<BaseImageAccessor>(archive.readObject("accessor"));
         if (!pAccessor) {
-            return failure("The record of the accessor holds no accessor");
+            LogMessageFormater formater(getVELMOImageLogMessageManager());
+            return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
         }
-        for (vlUInt64 const id : ids) {
-            BoolResult result = fillBlock(*find(id), *pAccessor);
-            if (!result) {
-                return result;
-            }
-        }
-        return success();
+        return readPlans(*find(id), *pAccessor);
     }
 
   private:

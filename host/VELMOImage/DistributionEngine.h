@@ -36,9 +36,9 @@ class VELMO_HOST_EXPORT BaseBlockOwner {
     virtual void dropBlock(vlUInt64 id) = 0;
     virtual BoolResult readBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void* buffer) const = 0;
     virtual BoolResult writeBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void const* buffer) = 0;
-    /// Rebuilds an accessor from its archive record and reads the planes of the blocks from it. Stops at the
-    /// first failure and returns its text.
-    virtual BoolResult fillBlocks(std::vector<vlUInt64> const& ids, std::string const& accessorRecord) = 0;
+    /// Rebuilds an accessor from its archive record and reads the planes of a block from it. Returns the text
+    /// of the first failure.
+    virtual BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) = 0;
 };
 
 /// The workers that distributed images can be spread over. Safe from any thread.
@@ -55,7 +55,7 @@ class VELMO_HOST_EXPORT BaseDistributionEngine {
 
 using DistributionEnginePtr = boost::shared_ptr<BaseDistributionEngine>;
 
-/// An engine whose workers are this process: one for each processor, each with memory of its own.
+/// An engine of `nbOwners` workers in this process, each with memory of its own.
 VELMO_HOST_EXPORT DistributionEnginePtr createThreadDistributionEngine(vlUInt64 nbOwners);
 
 } // namespace image

@@ -87,6 +87,8 @@ class VELMO_HOST_EXPORT ImagePlanGeometry {
     vlUInt64 getSizeY() const { return _sizeY; }
     vlUInt64 getNbPixels() const { return _sizeX * _sizeY; }
     eImageBufferType getBufferType() const { return _bufferType; }
+    /// Bytes of one pixel.
+    vlUInt64 getPixelSize() const { return getImageBufferBaseSize(_bufferType); }
 
   private:
     vlUInt64 _sizeX;

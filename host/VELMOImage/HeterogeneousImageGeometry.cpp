@@ -52,11 +52,15 @@ void HeterogeneousImageGeometry::initBufferTypes(std::vector<eImageBufferType> b
     bool const bForTimeSteps = nbTypes == getSizeT();
     bool const bForPlanes = getSizeT() == 1 && nbTypes == getSizeZ();
     if (nbTypes == 0 || (!bForTimeSteps && !bForPlanes)) {
-        raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
-            formater[eImageMessage::eIM_BufferTypesCount] % nbTypes % getSizeZ() % getSizeT();
-        });
+        raiseBufferTypesCount(nbTypes);
     }
     _pTypes = std::make_shared<Types const>(std::move(bufferTypes));
+}
+
+void HeterogeneousImageGeometry::raiseBufferTypesCount(vlUInt64 nbTypes) const {
+    raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
+        formater[eImageMessage::eIM_BufferTypesCount] % nbTypes % getSizeZ() % getSizeT();
+    });
 }
 
 std::vector<eImageBufferType> const& HeterogeneousImageGeometry::getBufferTypes() const {
@@ -80,8 +84,8 @@ eImageBufferType HeterogeneousImageGeometry::getBufferTypeAt(vlUInt64 t) const {
 }
 
 std::optional<vlUInt64> HeterogeneousImageGeometry::getPixelSizesBefore(vlUInt64 t) const {
-    if (t >= _pTypes->pixelSizesBefore.size()) {
-        return std::nullopt;
+    if (t >= _pTypes->pixelSizesBefore.size()) { // the time steps were changed behind the types
+        raiseBufferTypesCount(_pTypes->types.size());
     }
     return _pTypes->pixelSizesBefore[t];
 }

@@ -9,8 +9,6 @@
 #include "VELMOSerialization/VELMOSerializationLog.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
-#include <sstream>
-
 namespace velmo {
 namespace image {
 
@@ -31,15 +29,7 @@ boost::shared_ptr<T> readObjectOf(BaseIArchive& archive, std::string const& name
 } // namespace
 
 std::string BaseImageAccessor::getImageInfoStr() const {
-    std::ostringstream text;
-    text << getClassName();
-    if (_bInit) {
-        BaseImageGeometry const& geometry = getGeometry();
-        text << " x=" << geometry.getSizeX() << " y=" << geometry.getSizeY() << " z=" << geometry.getSizeZ()
-             << " c=" << geometry.getSizeC() << " t=" << geometry.getSizeT() << ' '
-             << geometry.getBufferType();
-    }
-    return text.str();
+    return _bInit ? getClassName() + ' ' + describeGeometry(getGeometry()) : getClassName();
 }
 
 void BaseImageAccessor::clear() {
@@ -112,7 +102,8 @@ BoolResult BaseDiskImageAccessor::read(BaseIArchive& archive) {
     auto const pGeometry = readObjectOf<BaseImageGeometry>(archive, "geometry");
     auto const pCalibration = readObjectOf<GeometricCalibration>(archive, "calibration");
     if (!pGeometry) {
-        return failure("The archive holds an initialised accessor without a geometry");
+        LogMessageFormater formater(getVELMOImageLogMessageManager());
+        return failure(formater[eImageMessage::eIM_RecordWithoutGeometry].string());
     }
     initBase(path, static_cast<eImageAccessMode>(accessMode), *pGeometry, pCalibration, bSharedRemote != 0);
     return success();

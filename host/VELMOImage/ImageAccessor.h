@@ -60,7 +60,8 @@ class VELMO_HOST_EXPORT BaseDiskImageAccessor : public BaseImageAccessor {
     eImageAccessMode getAccessMode() const { return _accessMode; }
     bool hasSharedRemoteAccess() const { return _bSharedRemote; }
 
-    /// Path, access mode, shared-remote flag and, of an initialised accessor, geometry and calibration.
+    /// Whether the accessor is initialised and, if so, path, access mode, shared-remote flag, geometry and
+    /// calibration.
     BoolResult write(BaseOArchive& archive) const override;
     BoolResult read(BaseIArchive& archive) override;
 

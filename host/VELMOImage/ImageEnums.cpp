@@ -11,23 +11,14 @@ namespace image {
 
 namespace {
 
-struct BufferTypeRow {
-    char const* name;
-    eDataType dataType;
-};
+constexpr std::array<char const*, 12> g_bufferTypes = {
+    "eIBT_None",   "eIBT_Int8",   "eIBT_UInt8",  "eIBT_Int16",   "eIBT_UInt16",  "eIBT_Int32",
+    "eIBT_UInt32", "eIBT_Real32", "eIBT_Binary", "eIBT_Label16", "eIBT_Label32", "eIBT_Label8"};
 
-constexpr std::array<BufferTypeRow, 12> g_bufferTypes = {{{"eIBT_None", eDT_None},
-                                                          {"eIBT_Int8", eDT_Int8},
-                                                          {"eIBT_UInt8", eDT_UInt8},
-                                                          {"eIBT_Int16", eDT_Int16},
-                                                          {"eIBT_UInt16", eDT_UInt16},
-                                                          {"eIBT_Int32", eDT_Int32},
-                                                          {"eIBT_UInt32", eDT_UInt32},
-                                                          {"eIBT_Real32", eDT_Real32},
-                                                          {"eIBT_Binary", eDT_UInt8},
-                                                          {"eIBT_Label16", eDT_UInt16},
-                                                          {"eIBT_Label32", eDT_UInt32},
-                                                          {"eIBT_Label8", eDT_UInt8}}};
+/// By buffer type.
+constexpr std::array<eDataType, 12> g_dataTypes = {eDT_None,   eDT_Int8,   eDT_UInt8,  eDT_Int16,
+                                                   eDT_UInt16, eDT_Int32,  eDT_UInt32, eDT_Real32,
+                                                   eDT_UInt8,  eDT_UInt16, eDT_UInt32, eDT_UInt8};
 
 constexpr std::array<unsigned int, 8> g_dataTypeSizes = {0, 1, 1, 2, 2, 4, 4, 4};
 
@@ -49,7 +40,7 @@ std::ostream& putName(std::ostream& os, std::array<char const*, Count> const& na
 } // namespace
 
 eDataType toDataType(eImageBufferType const& bufferType) {
-    return bufferType < g_bufferTypes.size() ? g_bufferTypes[bufferType].dataType : eDT_None;
+    return bufferType < g_dataTypes.size() ? g_dataTypes[bufferType] : eDT_None;
 }
 
 unsigned int getBufferBaseSize(eDataType const& dataType) {
@@ -61,11 +52,7 @@ unsigned int getImageBufferBaseSize(eImageBufferType const& bufferType) {
 }
 
 std::ostream& operator<<(std::ostream& os, eImageBufferType const& value) {
-    if (value < g_bufferTypes.size()) {
-        return os << g_bufferTypes[value].name;
-    }
-    os.setstate(std::ios::badbit);
-    return os;
+    return putName(os, g_bufferTypes, value);
 }
 
 std::ostream& operator<<(std::ostream& os, eColorGeometryType const& value) {

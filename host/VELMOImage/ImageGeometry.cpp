@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <locale>
+#include <sstream>
 
 namespace velmo {
 namespace image {
@@ -48,29 +50,23 @@ ImagePlanGeometry BaseImageGeometry::getPlanGeometry(vlUInt64 t) const {
 }
 
 vlUInt64 BaseImageGeometry::getPlanNbPixels() const {
-    auto const nbPixels = product({_sizeX, _sizeY});
-    return nbPixels ? *nbPixels : (raiseTooLarge(), 0);
+    return orTooLarge(product({_sizeX, _sizeY}));
 }
 
 vlUInt64 BaseImageGeometry::getNbPixels() const {
-    auto const nbPixels = product({_sizeX, _sizeY, getSizeZ(), getSizeC(), getSizeT()});
-    return nbPixels ? *nbPixels : (raiseTooLarge(), 0);
+    return orTooLarge(product({_sizeX, _sizeY, getSizeZ(), getSizeC(), getSizeT()}));
 }
 
 vlUInt64 BaseImageGeometry::getPlanMemorySize(vlUInt64 t) const {
-    ImagePlanGeometry const plan = getPlanGeometry(t);
-    auto const nbBytes = product({_sizeX, _sizeY, getImageBufferBaseSize(plan.getBufferType())});
-    return nbBytes ? *nbBytes : (raiseTooLarge(), 0);
+    return orTooLarge(product({_sizeX, _sizeY, getPlanGeometry(t).getPixelSize()}));
 }
 
 vlUInt64 BaseImageGeometry::getFullMemorySize() const {
-    auto const nbBytes = product({_sizeX, _sizeY, getSizeZ(), getSizeC(), getPixelSizesBefore(getSizeT())});
-    return nbBytes ? *nbBytes : (raiseTooLarge(), 0);
+    return orTooLarge(product({_sizeX, _sizeY, getSizeZ(), getSizeC(), getPixelSizesBefore(getSizeT())}));
 }
 
 vlUInt64 BaseImageGeometry::getNbPlans() const {
-    auto const nbPlans = product({getSizeZ(), getSizeC(), getSizeT()});
-    return nbPlans ? *nbPlans : (raiseTooLarge(), 0);
+    return orTooLarge(product({getSizeZ(), getSizeC(), getSizeT()}));
 }
 
 PlanIndexes BaseImageGeometry::getPlanIndexes(vlUInt64 plan) const {
@@ -89,15 +85,17 @@ bool BaseImageGeometry::hasPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
     return z < getSizeZ() && c < getSizeC() && t < getSizeT();
 }
 
+vlUInt64 BaseImageGeometry::getPlanNumber(PlanIndexes const& plan) const {
+    auto const before = product({plan.t, getSizeC()});
+    auto const column = before ? checkedAdd(*before, plan.c) : std::nullopt;
+    auto const first = product({column, getSizeZ()});
+    return orTooLarge(first ? checkedAdd(*first, plan.z) : std::nullopt);
+}
+
 vlUInt64 BaseImageGeometry::getPlanOffset(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
     auto const stepsBefore = product({_sizeX, _sizeY, getSizeZ(), getSizeC(), getPixelSizesBefore(t)});
-    auto const plansBefore = product({c, getSizeZ()});
-    if (!stepsBefore || !plansBefore) {
-        raiseTooLarge();
-    }
-    auto const inStep = product({checkedAdd(*plansBefore, z), getPlanMemorySize(t)});
-    auto const offset = inStep ? checkedAdd(*stepsBefore, *inStep) : std::nullopt;
-    return offset ? *offset : (raiseTooLarge(), 0);
+    auto const inStep = product({getPlanNumber({z, c, 0}), getPlanMemorySize(t)});
+    return orTooLarge(stepsBefore && inStep ? checkedAdd(*stepsBefore, *inStep) : std::nullopt);
 }
 
 void BaseImageGeometry::setParts(VolumeGeometry const& volume, ColorGeometry const& color,
@@ -114,6 +112,13 @@ void BaseImageGeometry::requireCountable() const {
     getNbPlans();
     getNbPixels();
     getFullMemorySize();
+}
+
+vlUInt64 BaseImageGeometry::orTooLarge(std::optional<vlUInt64> const& size) const {
+    if (!size) {
+        raiseTooLarge();
+    }
+    return *size;
 }
 
 void BaseImageGeometry::raiseTooLarge() const {
@@ -167,6 +172,14 @@ ImageGeometryPtr geometry3d(eImageBufferType const& bufferType, vlUInt64 sizeX, 
 
 ImageGeometryPtr duplicateGeometry(BaseImageGeometry const& geometry) {
     return boost::dynamic_pointer_cast<BaseImageGeometry>(geometry.duplicateShared());
+}
+
+std::string describeGeometry(BaseImageGeometry const& geometry) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << "x=" << geometry.getSizeX() << " y=" << geometry.getSizeY() << " z=" << geometry.getSizeZ()
+         << " c=" << geometry.getSizeC() << " t=" << geometry.getSizeT() << ' ' << geometry.getBufferType();
+    return text.str();
 }
 
 bool haveSamePixels(BaseImageGeometry const& left, BaseImageGeometry const& right) {

@@ -64,6 +64,8 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
     vlUInt64 getNbPlans() const;
     /// Which plane is number `plan` (from 0) in (t, c, z) order. The plane must exist.
     PlanIndexes getPlanIndexes(vlUInt64 plan) const;
+    /// The converse.
+    vlUInt64 getPlanNumber(PlanIndexes const& plan) const;
     /// Bytes of the first `nbPlans` planes in (t, c, z) order, in constant time.
     vlUInt64 getPlansMemorySize(vlUInt64 nbPlans) const;
     /// Whether there is such a plane.
@@ -92,6 +94,8 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
   private:
     void readParts(BaseIArchive& archive);
     [[noreturn]] void raiseTooLarge() const;
+    /// The size, or the refusal where 64 bits do not hold it.
+    vlUInt64 orTooLarge(std::optional<vlUInt64> const& size) const;
 
     virtual eImageBufferType getBufferTypeAt(vlUInt64 t) const = 0;
     /// Sum of the bytes of a pixel over the time steps before `t`; empty where it passes 64 bits.
@@ -152,6 +156,7 @@ class VELMO_HOST_EXPORT HeterogeneousImageGeometry
     void writeBufferTypes(BaseOArchive& archive) const override;
     void readBufferTypes(BaseIArchive& archive) override;
     void initBufferTypes(std::vector<eImageBufferType> bufferTypes);
+    [[noreturn]] void raiseBufferTypesCount(vlUInt64 nbTypes) const;
 
     struct Types;
     std::shared_ptr<Types const> _pTypes; ///< shared by copies, since it has an entry for each time step
@@ -168,6 +173,9 @@ VELMO_HOST_EXPORT ImageGeometryPtr geometry3d(eImageBufferType const& bufferType
 
 /// A copy that can be changed and that the caller shares with nobody.
 VELMO_HOST_EXPORT ImageGeometryPtr duplicateGeometry(BaseImageGeometry const& geometry);
+
+/// Sizes and pixel type in words: "x=4 y=3 z=2 c=1 t=1 eIBT_UInt16".
+VELMO_HOST_EXPORT std::string describeGeometry(BaseImageGeometry const& geometry);
 
 /// Whether two images of these geometries can hold each other's pixels: the same sizes in all five dimensions
 /// and the same pixel type in each time step.

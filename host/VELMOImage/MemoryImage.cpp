@@ -20,7 +20,7 @@ struct Bytes {
 };
 
 Bytes toBytes(BaseImageGeometry const& geometry, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels) {
-    vlUInt64 const pixelSize = getImageBufferBaseSize(geometry.getPlanGeometry(t).getBufferType());
+    vlUInt64 const pixelSize = geometry.getPlanGeometry(t).getPixelSize();
     return {pixelStart * pixelSize, nbPixels * pixelSize};
 }
 
@@ -33,9 +33,11 @@ void copyBytes(void* pTarget, void const* pSource, vlUInt64 nbBytes) {
 } // namespace
 
 BoolResult MemoryImage::init(BaseImageGeometry const& geometry) {
-    BoolResult result = allocatePixels(geometry.getFullMemorySize(), _pixels);
+    PageBuffer pixels;
+    BoolResult result = allocatePixels(geometry.getFullMemorySize(), pixels);
     if (result) {
-        setGeometry(geometry);
+        setGeometry(geometry); // may throw: the pixels change behind it
+        _pixels = std::move(pixels);
     }
     return result;
 }

@@ -47,6 +47,9 @@ void registerImageMessages(LogMessageManager& manager) {
     manager.addMessage(Message::eIM_CpuCopyFailed, "Failed to copy the image into memory\n%s");
     manager.addMessage(Message::eIM_NoWorker, "A distributed image needs a worker");
     manager.addMessage(Message::eIM_NotInitialised, "The image has no geometry yet");
+    manager.addMessage(Message::eIM_RecordWithoutGeometry,
+                       "The archive holds an initialised accessor without a geometry");
+    manager.addMessage(Message::eIM_RecordWithoutAccessor, "The record of the accessor holds no accessor");
     manager.addMessage(Message::eIM_PixelsInTarget, "The pixels of the image to save lie in %s itself");
 }
 

@@ -25,16 +25,18 @@ struct eImageMessage {
         eIM_TimeStepOutOfRange = 2, ///< t, size T
         eIM_PixelsOutOfRange =
             3, ///< first pixel, number of pixels, z, c, t, sizes Z, C, T, pixels of a plane
-        eIM_ChannelOutOfRange = 4, ///< index, number of channels
-        eIM_MemoryTooSmall = 5,    ///< bytes needed, bytes available
-        eIM_AllocationFailed = 6,  ///< bytes needed
-        eIM_AccessorMissing = 7,   ///< no argument
-        eIM_AccessorNotReady = 8,  ///< no argument
-        eIM_InitNotSupported = 9,  ///< no argument
-        eIM_CpuCopyFailed = 10,    ///< text of the failure
-        eIM_NoWorker = 11,         ///< no argument
-        eIM_NotInitialised = 12,   ///< no argument
-        eIM_PixelsInTarget = 13    ///< path
+        eIM_ChannelOutOfRange = 4,      ///< index, number of channels
+        eIM_MemoryTooSmall = 5,         ///< bytes needed, bytes available
+        eIM_AllocationFailed = 6,       ///< bytes needed
+        eIM_AccessorMissing = 7,        ///< no argument
+        eIM_AccessorNotReady = 8,       ///< no argument
+        eIM_InitNotSupported = 9,       ///< no argument
+        eIM_CpuCopyFailed = 10,         ///< text of the failure
+        eIM_NoWorker = 11,              ///< no argument
+        eIM_NotInitialised = 12,        ///< no argument
+        eIM_PixelsInTarget = 13,        ///< path
+        eIM_RecordWithoutGeometry = 14, ///< no argument
+        eIM_RecordWithoutAccessor = 15  ///< no argument
     };
 };
 

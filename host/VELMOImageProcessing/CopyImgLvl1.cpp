@@ -9,6 +9,7 @@
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImageProcessing/PixelRules.h"
 #include "VELMOSerialization/BinaryArchive.h"
+#include "VELMOUtil/CheckedArithmetic.h"
 #include "VELMOUtil/ParallelRun.h"
 
 #include <algorithm>
@@ -43,7 +44,7 @@ class PixelRuns {
         constexpr vlUInt64 nbLargestPixels = g_runSize / 4; // no pixel takes more than 4 bytes
         vlUInt64 const nbRows = std::max<vlUInt64>(1, nbLargestPixels / geometry.getSizeX());
         _nbPixels = std::min(nbRows * std::min(geometry.getSizeX(), nbLargestPixels), _nbPixelsPerPlan);
-        _nbRunsPerPlan = _nbPixelsPerPlan / _nbPixels + (_nbPixelsPerPlan % _nbPixels == 0 ? 0 : 1);
+        _nbRunsPerPlan = divideUp(_nbPixelsPerPlan, _nbPixels);
     }
 
     vlUInt64 getNbRuns() const { return _geometry.getNbPlans() * _nbRunsPerPlan; }
@@ -72,7 +73,7 @@ class RunCopier {
     /// No more than there are units.
     vlUInt64 getNbThreads() const { return _buffers.size(); }
 
-    vlUInt64 getNbUnits() const { return (_runs.getNbRuns() + _nbRunsPerUnit - 1) / _nbRunsPerUnit; }
+    vlUInt64 getNbUnits() const { return divideUp(_runs.getNbRuns(), _nbRunsPerUnit); }
 
     BoolResult copyUnit(vlUInt64 thread, vlUInt64 unit) {
         vlUInt64 const first = unit * _nbRunsPerUnit;
@@ -108,7 +109,7 @@ class RunCopier {
     }
 
     vlUInt64 getPixelSize(vlUInt64 t) const {
-        return image::getImageBufferBaseSize(_target.getGeometry().getPlanGeometry(t).getBufferType());
+        return _target.getGeometry().getPlanGeometry(t).getPixelSize();
     }
 
     BaseImage const& _source;

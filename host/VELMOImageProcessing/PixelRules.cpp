@@ -8,22 +8,9 @@
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
-#include <sstream>
-
 namespace velmo {
 namespace imaproc {
 namespace util {
-
-namespace {
-
-std::string describe(velmo::image::BaseImageGeometry const& geometry) {
-    std::ostringstream text;
-    text << "x=" << geometry.getSizeX() << " y=" << geometry.getSizeY() << " z=" << geometry.getSizeZ()
-         << " c=" << geometry.getSizeC() << " t=" << geometry.getSizeT() << ' ' << geometry.getBufferType();
-    return text.str();
-}
-
-} // namespace
 
 void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::BaseImage const& outImage) {
     if (velmo::image::haveSamePixels(inImage.getGeometry(), outImage.getGeometry())) {
@@ -31,7 +18,8 @@ void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::Bas
     }
     raiseGuarded(VELMO_HERE, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
         formater[processor::eProcessorMessage::ePM_ImageMismatch] % attr::OutImg::s_name %
-            describe(outImage.getGeometry()) % attr::InImg::s_name % describe(inImage.getGeometry());
+            image::describeGeometry(outImage.getGeometry()) % attr::InImg::s_name %
+            image::describeGeometry(inImage.getGeometry());
     });
 }
 

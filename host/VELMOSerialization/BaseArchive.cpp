@@ -14,6 +14,11 @@ namespace {
 
 constexpr unsigned int g_deepestSection = 64;
 
+BoolResult failToWrite() {
+    LogMessageFormater formater(getVELMOSerializationLogMessageManager());
+    return failure(formater[eVELMOSerializationMessage::eVSM_NotSerializable].string());
+}
+
 } // namespace
 
 BaseArchive::~BaseArchive() = default;
@@ -55,8 +60,7 @@ void BaseOArchive::writeObject(std::string const& name,
     }
     writeItem("className", pObject->getClassName());
     auto const* const pSerializable = dynamic_cast<BaseSerializationObject const*>(pObject.get());
-    BoolResult const result =
-        pSerializable == nullptr ? failure("not an object of an archive") : pSerializable->write(*this);
+    BoolResult const result = pSerializable == nullptr ? failToWrite() : pSerializable->write(*this);
     if (!result) {
         raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
             formater[eVELMOSerializationMessage::eVSM_WriteObjectError] % pObject->getClassName() %

@@ -37,6 +37,7 @@ bool registerMessages() {
                        "Section %s of the archive is nested deeper than %d levels");
     manager.addMessage(Message::eVSM_FileError, "Failed to reach the archive file %s\n%s");
     manager.addMessage(Message::eVSM_XmlZeroByte, "Item %s holds a zero byte, which XML cannot carry");
+    manager.addMessage(Message::eVSM_NotSerializable, "not an object of an archive");
     manager.addMessage(Message::eVSM_NewerClassVersion,
                        "Version %d of class %s in the archive is newer than the known version %d");
     manager.addMessage(Message::eVSM_UnknownEnumText, "The archive holds the unknown enumerator %s");

@@ -23,6 +23,7 @@ struct eVELMOSerializationMessage {
         eVSM_NestedTooDeep = 11,     ///< section name, deepest level
         eVSM_FileError = 12,         ///< path, system's text
         eVSM_XmlZeroByte = 13,       ///< item name
+        eVSM_NotSerializable = 14,   ///< no argument
         eVSM_NewerClassVersion = 25, ///< version read, class name, current version
         eVSM_UnknownEnumText = 26,   ///< text read
         eVSM_UnknownEnumValue = 27   ///< value read

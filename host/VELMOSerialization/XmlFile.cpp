@@ -6,11 +6,12 @@
 #include "VELMOSerialization/BaseSerializationObject.h"
 #include "VELMOSerialization/VELMOSerializationLog.h"
 #include "VELMOSerialization/XmlArchive.h"
+#include "VELMOUtil/FileKind.h"
 #include "VELMOUtil/LastError.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
-#include <boost/filesystem/operations.hpp>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 
 namespace velmo {
@@ -26,21 +27,16 @@ using Message = eVELMOSerializationMessage;
 }
 
 /// A folder opens like a file and claims a size that it has not; a pipe would be waited for.
-void requireRegularFile(RaiseSite const& site, boost::filesystem::path const& path) {
-    boost::system::error_code ignored;
-    auto const type = boost::filesystem::status(path, ignored).type();
-    if (type == boost::filesystem::directory_file) {
-        raiseFileError(site, path, std::make_error_code(std::errc::is_a_directory).message());
-    }
-    if (type == boost::filesystem::fifo_file || type == boost::filesystem::socket_file) {
-        raiseFileError(site, path, std::make_error_code(std::errc::invalid_seek).message());
+void requireSeekable(RaiseSite const& site, boost::filesystem::path const& path) {
+    if (std::error_code const error = getSeekError(path)) {
+        raiseFileError(site, path, error.message());
     }
 }
 
 } // namespace
 
 void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObject& object) {
-    requireRegularFile(VELMO_HERE, path);
+    requireSeekable(VELMO_HERE, path);
     std::ifstream stream(path.string(), std::ios::in | std::ios::binary);
     if (!stream) {
         raiseFileError(VELMO_HERE, path, getLastError());
@@ -56,19 +52,23 @@ void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObjec
     }
     BoolResult const result = object.read(archive);
     if (!result) {
-        raiseFileError(VELMO_HERE, path, result.getMessage());
+        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
+            formater[Message::eVSM_ReadObjectError] % className % result.getMessage();
+        });
     }
 }
 
 void writeToXmlFile(boost::filesystem::path const& path, BaseSerializationObject const& object) {
-    std::ofstream stream(path.string(), std::ios::out | std::ios::binary);
-    if (!stream) {
-        raiseFileError(VELMO_HERE, path, getLastError());
-    }
-    XmlOArchive archive(stream);
+    std::ostringstream document;
+    XmlOArchive archive(document);
     // The archive does not own what it writes, and the object outlives it.
     archive.writeObject("object", boost::shared_ptr<BaseDynamicObject const>(&object, [](auto const*) {}));
     archive.finish();
+    requireSeekable(VELMO_HERE, path);
+    std::ofstream stream(path.string(), std::ios::out | std::ios::binary);
+    if (!(stream << document.str() << std::flush)) {
+        raiseFileError(VELMO_HERE, path, getLastError());
+    }
 }
 
 } // namespace velmo

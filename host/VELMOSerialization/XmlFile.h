@@ -16,7 +16,8 @@ class BaseSerializationObject;
 /// then be half filled.
 VELMO_HOST_EXPORT void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObject& object);
 
-/// Writes an object with its class name; an existing file is replaced. Throws VELMOSerializationException.
+/// Writes an object with its class name; an existing file is replaced. Throws VELMOSerializationException. An
+/// object that cannot be written leaves an existing file as it was.
 VELMO_HOST_EXPORT void writeToXmlFile(boost::filesystem::path const& path,
                                       BaseSerializationObject const& object);
 

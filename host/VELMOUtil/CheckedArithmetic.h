@@ -26,4 +26,9 @@ inline std::optional<vlUInt64> checkedAdd(vlUInt64 a, vlUInt64 b) {
     return sum;
 }
 
+/// The quotient, rounded up; `divisor` is not 0.
+inline vlUInt64 divideUp(vlUInt64 value, vlUInt64 divisor) {
+    return value / divisor + (value % divisor == 0 ? 0 : 1);
+}
+
 } // namespace velmo

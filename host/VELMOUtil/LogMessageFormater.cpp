@@ -19,9 +19,9 @@ namespace {
 /// load, and not in threads that fail at once.
 bool fillFacetTables() {
     auto const& facet = std::use_facet<std::ctype<char>>(std::locale::classic());
-    for (int c = std::numeric_limits<char>::min(); c <= std::numeric_limits<char>::max(); ++c) {
-        facet.narrow(static_cast<char>(c), '\0');
-        facet.widen(static_cast<char>(c));
+    for (int code = 0; code <= std::numeric_limits<unsigned char>::max(); ++code) {
+        facet.narrow(static_cast<char>(code), '\0');
+        facet.widen(static_cast<char>(code));
     }
     return true;
 }

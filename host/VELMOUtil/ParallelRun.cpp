@@ -53,9 +53,9 @@ class Run {
         std::lock_guard<std::mutex> const lock(_mutex);
         _bFailed = true;
         if (unit < _failedUnit) {
-            _failedUnit = unit;
-            _result = result;
+            _result = result; // may throw: the unit is marked behind it
             _exception = exception;
+            _failedUnit = unit;
         }
     }
 

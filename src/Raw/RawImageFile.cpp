@@ -138,7 +138,8 @@ BoolResult RawImageFile::createFile(boost::filesystem::path const& path, BaseIma
     if (!pStream->good()) {
         return fail(Message::eRIFM_CreateFileFailed, kept.path.string());
     }
-    if (!pStream->write(fileHeader.data(), static_cast<std::streamsize>(fileHeader.size()))) {
+    if (!fileHeader.empty() &&
+        !pStream->write(fileHeader.data(), static_cast<std::streamsize>(fileHeader.size()))) {
         return fail(Message::eRIFM_WriteFileHeaderError, kept.path.string(), getLastError());
     }
     if (!reserveBytes(*pStream, end)) {
@@ -172,7 +173,9 @@ BoolResult RawImageFile::openFileInternal(boost::filesystem::path const& path,
         return fail(Message::eRIFM_OpenFileFailed, path.string());
     }
     vlUInt64 const end = processOffsets(dataStartOffset, geometry);
-    pStream->seekg(0, std::ios::end);
+    if (!pStream->seekg(0, std::ios::end)) { // a terminal, say: nothing in it has a place
+        return fail(Message::eRIFM_OpenFileFailed, path.string());
+    }
     auto const fileSize = static_cast<vlUInt64>(static_cast<std::streamoff>(pStream->tellg()));
     if (fileSize < end) {
         if (accessMode == eIAM_ReadOnly) {

@@ -9,7 +9,6 @@
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
 #include <boost/make_shared.hpp>
-#include <typeinfo>
 
 namespace velmo {
 namespace image {
@@ -17,8 +16,8 @@ namespace file {
 
 namespace {
 
-FamilyMessages const g_messages = {
-    typeid(eRawImageFileMessage::domain).name(), eRawImageFileMessage::eRIFM_LoadFileError,
+constexpr FamilyMessages g_messages = {
+    "N5velmo5image4file20eRawImageFileMessage6domainE", eRawImageFileMessage::eRIFM_LoadFileError,
     eRawImageFileMessage::eRIFM_SaveFileError, eRawImageFileMessage::eRIFM_CreateDistributedImageError};
 
 DiskImagePtr openDiskImage(boost::filesystem::path const& path, BaseImageGeometry const& geometry,

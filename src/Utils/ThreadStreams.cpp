@@ -3,7 +3,7 @@
 
 #include "Utils/ThreadStreams.h"
 
-#include <boost/filesystem/operations.hpp>
+#include <VELMOUtil/FileKind.h>
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 
@@ -13,21 +13,9 @@ namespace file {
 
 namespace {
 
-bool canSeek(boost::filesystem::path const& path) {
-    boost::system::error_code ignored;
-    switch (boost::filesystem::status(path, ignored).type()) {
-    case boost::filesystem::directory_file:
-    case boost::filesystem::fifo_file:
-    case boost::filesystem::socket_file:
-        return false;
-    default:
-        return true;
-    }
-}
-
 FStreamPtr open(boost::filesystem::path const& path, std::ios::openmode mode) {
     auto pStream = boost::make_shared<std::fstream>();
-    if (!canSeek(path)) {
+    if (getSeekError(path)) {
         pStream->setstate(std::ios::failbit);
         return pStream;
     }

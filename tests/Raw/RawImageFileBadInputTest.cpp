@@ -8,11 +8,14 @@
 #include <boost/filesystem/operations.hpp>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <malloc.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace velmo {
 namespace image {
@@ -74,6 +77,19 @@ TEST_F(RawImageFileBadInputTest, AFileThatBecameAPipeIsRefusedByTheNextStream) {
                   return tryRead(file, {}).getMessage();
               }),
               openFailed(_path));
+}
+
+TEST_F(RawImageFileBadInputTest, ATerminalInWhichNothingCanBeSoughtIsRefused) {
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(grantpt(terminal), 0);
+    ASSERT_EQ(unlockpt(terminal), 0);
+    fs::path const path(ptsname(terminal));
+    RawImageFile file;
+    EXPECT_EQ(file.openFile(path, eIAM_ReadWrite, 0, *geometry3d(eIBT_UInt8, 1, 1, 1)).getMessage(),
+              "Failed to open raw image file " + path.string());
+    EXPECT_FALSE(file.isInit());
+    close(terminal);
 }
 
 TEST_F(RawImageFileBadInputTest, AnEmptyPathIsRefused) {

@@ -44,7 +44,7 @@ TEST_F(RawDistributedLoad, WithTheDefaultDispatchTheWorkersRead) {
     for (auto const& load : getForms()) {
         resetCounts();
         DistributedImagePtr const pImage = load(true);
-        EXPECT_EQ(_pRecord->nbFills, 2);
+        EXPECT_EQ(_pRecord->nbFills, 4);
         EXPECT_EQ(_pRecord->nbWrites, 0);
         EXPECT_EQ(readPixels(*pImage), _pixels);
     }

@@ -43,9 +43,9 @@ class RecordingOwner : public BaseBlockOwner {
                                             : failure(_record.writeFailure);
     }
 
-    BoolResult fillBlocks(std::vector<vlUInt64> const& ids, std::string const& accessorRecord) override {
+    BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override {
         ++_record.nbFills;
-        return _record.fillFailure.empty() ? _owner.fillBlocks(ids, accessorRecord)
+        return _record.fillFailure.empty() ? _owner.fillBlock(id, accessorRecord)
                                            : failure(_record.fillFailure);
     }
 
@@ -83,7 +83,7 @@ class BottomlessOwner : public BaseBlockOwner {
     BoolResult writeBlock(vlUInt64, vlUInt64, vlUInt64, void const* /*buffer*/) override {
         return failure("no pixels");
     }
-    BoolResult fillBlocks(std::vector<vlUInt64> const& /*ids*/, std::string const& /*record*/) override {
+    BoolResult fillBlock(vlUInt64 /*id*/, std::string const& /*record*/) override {
         return failure("no pixels");
     }
 };

@@ -60,7 +60,7 @@ ImagePtr createMemoryTarget(BaseImageGeometry const& geometry, FamilyFailure con
 /// A new distributed image.
 DistributedImagePtr createDistributedTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure);
 
-/// What a save asks before it touches its file. An empty pointer is thrown as the copy processor throws it;
+/// What a save asks before it touches its file. An empty pointer is thrown as the copy would throw it;
 /// an image whose pixels lie in that very file, which creating it would empty, is the failure.
 void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& target,
                    FamilyFailure const& failure);

@@ -73,10 +73,11 @@ BoolResult CountingOwner::writeBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBy
     return success();
 }
 
-BoolResult CountingOwner::fillBlocks(std::vector<vlUInt64> const& ids, std::string const& accessorRecord) {
-    _filledIds = ids;
+BoolResult CountingOwner::fillBlock(vlUInt64 id, std::string const& accessorRecord) {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    _filledIds.push_back(id);
     _fillRecord = accessorRecord;
-    return success();
+    return _engine._fillFailure.empty() ? success() : failure(_engine._fillFailure);
 }
 
 } // namespace test

@@ -8,6 +8,7 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 
 namespace velmo {
 namespace test {
@@ -25,6 +26,8 @@ class CountingEngine : public image::BaseDistributionEngine {
     image::BaseBlockOwner& getOwner(vlUInt64 index) override;
 
     CountingOwner const& getCountingOwner(vlUInt64 index) const { return *_owners.at(index); }
+    /// From now on every block that is to be filled fails with this text.
+    void failToFill(std::string const& text) { _fillFailure = text; }
     vlUInt64 getNbLiveBlocks() const;
     vlUInt64 getNbAdded() const { return _nbAdded; }
     vlUInt64 getNbDropped() const { return _nbDropped; }
@@ -36,6 +39,7 @@ class CountingEngine : public image::BaseDistributionEngine {
     vlUInt64 _nextId = 1000;
     vlUInt64 _nbAdded = 0;
     vlUInt64 _nbDropped = 0;
+    std::string _fillFailure;
     std::vector<std::unique_ptr<CountingOwner>> _owners;
 };
 
@@ -48,7 +52,7 @@ class CountingOwner : public image::BaseBlockOwner {
     BoolResult readBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void* buffer) const override;
     BoolResult writeBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void const* buffer) override;
     /// Remembers what it was asked and fills nothing.
-    BoolResult fillBlocks(std::vector<vlUInt64> const& ids, std::string const& accessorRecord) override;
+    BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override;
 
     struct Block {
         image::PlanBlock plans{};
@@ -61,6 +65,7 @@ class CountingOwner : public image::BaseBlockOwner {
   private:
     CountingEngine& _engine;
     std::map<vlUInt64, Block> _blocks;
+    std::mutex _mutex;
     std::vector<vlUInt64> _filledIds;
     std::string _fillRecord;
 };

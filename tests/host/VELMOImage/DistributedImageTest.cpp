@@ -200,6 +200,21 @@ TEST(DistributedImage, AsManyPlanesAs64BitsCountTakeAFewBlocks) {
     EXPECT_LE(pEngine->getNbAdded(), 8U);
 }
 
+TEST(DistributedImage, AfterAFailedBlockNoFurtherOneIsFilled) {
+    auto const pEngine = boost::make_shared<CountingEngine>(1);
+    DistributedImage image(pEngine);
+    ASSERT_TRUE(image.init(*GeometryBuilder().volume(40).build()));
+    pEngine->failToFill("the worker has lost its disk");
+    BoolResult const result = image.fillFromAccessor("the record");
+    EXPECT_EQ(result.getMessage(), "the worker has lost its disk");
+    EXPECT_EQ(pEngine->getCountingOwner(0).getFilledIds().size(), 1U);
+}
+
+TEST(DistributedImage, WithoutAnEngineThereIsNothingToFill) {
+    DistributedImage image(nullptr);
+    EXPECT_EQ(image.fillFromAccessor("the record").getMessage(), "A distributed image needs a worker");
+}
+
 TEST(DistributedImage, EachWorkerIsAskedToFillItsOwnBlocksFromTheRecord) {
     auto const pEngine = boost::make_shared<CountingEngine>(3);
     DistributedImage image(pEngine);

@@ -83,6 +83,7 @@ TEST_F(XmlFile, APipeIsRefusedAndNotWaitedFor) {
     auto const path = getFolder().getPath() / "pipe.xml";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_EQ(readError(path), fileError(path, "Illegal seek"));
+    EXPECT_EQ(writeError(path), fileError(path, "Illegal seek"));
 }
 
 TEST_F(XmlFile, AFolderIsRefusedOnWriting) {
@@ -95,7 +96,7 @@ TEST_F(XmlFile, AFolderThatIsMissingIsRaisedOnWriting) {
 }
 
 TEST_F(XmlFile, AFullDeviceIsRaised) {
-    EXPECT_EQ(writeError("/dev/full"), "The stream of the archive failed at item archive");
+    EXPECT_EQ(writeError("/dev/full"), fileError("/dev/full", "No space left on device"));
 }
 
 TEST_F(XmlFile, AnObjectOfAnotherClassIsRefusedByItsName) {
@@ -114,14 +115,16 @@ TEST_F(XmlFile, WhatIsNoArchiveIsRefused) {
 }
 
 TEST_F(XmlFile, AnObjectThatFailsIsRaisedWithItsText) {
+    writeFile(getPath(), "earlier");
     EXPECT_EQ(thrownText<VELMOSerializationException>([&] { writeToXmlFile(getPath(), Refusing()); }),
               "Failed to write an object of class velmo::test::Refusing to the archive\nnot today");
+    EXPECT_EQ(readFile(getPath()), "earlier");
     writeFile(getPath(), "<archive><section><item name=\"className\" value=\"velmo::test::Refusing\"/>"
                          "</section></archive>");
     Refusing refusing;
     std::string const error =
         thrownText<VELMOSerializationException>([&] { readFromXmlFile(getPath(), refusing); });
-    EXPECT_EQ(error, fileError(getPath(), "not today"));
+    EXPECT_EQ(error, "Failed to read an object of class velmo::test::Refusing from the archive\nnot today");
 }
 
 } // namespace test
