@@ -10,6 +10,7 @@
 namespace velmo {
 namespace test {
 
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -56,6 +57,22 @@ TEST_F(Usage, TheHelpOfEachCommandEndsWithExamples) {
         ASSERT_NE(std::string::npos, examples) << result.out;
         EXPECT_EQ(std::string::npos, result.out.find("\n\n", examples)) << result.out;
     }
+}
+
+TEST_F(Usage, TheHelpOffersNoFormatThatThisBuildRefuses) {
+    std::string const formats = " TEXT +raw .tiff and im6: not in this build.; without it";
+    for (char const* const command : {"info", "convert", "preview"}) {
+        EXPECT_THAT(runTool({command, "--help"}).out, ContainsRegex(" --format" + formats));
+    }
+    EXPECT_THAT(runTool({"convert", "--help"}).out, ContainsRegex(" --output-format" + formats));
+}
+
+TEST_F(Usage, AmongSeveralInputsOneOfAnotherFormatIsRefusedBeforeAnyIsTold) {
+    ToolResult const result =
+        runTool(Arguments{"info", create("a.raw", "x"), create("b.tif", "x")} + raw("1,1", "uint8"));
+    EXPECT_EQ(2, result.status);
+    EXPECT_EQ("", result.out);
+    EXPECT_THAT(result.err, HasSubstr("\"" + path("b.tif") + "\" is to be read as tiff"));
 }
 
 TEST_F(Usage, WhatTheParserRefusesIsWrongUse) {

@@ -57,8 +57,9 @@ ConvertCommand::ConvertCommand(CLI::App& parent)
     getApp().add_option("INPUT", _inputFile, "File to read")->required();
     getApp().add_option("OUTPUT", _outputFile, "File to write")->required();
     _input.addTo(getApp());
-    getApp().add_option("--output-format", _outputFormat,
-                        "raw|tiff; without it the extension decides, and none is raw");
+    getApp().add_option(
+        "--output-format", _outputFormat,
+        "raw (tiff and im6: not in this build); without it the extension decides, and none is raw");
     getApp().add_option("--header", _headerFile, "File whose bytes go before the planes of a raw output");
     getApp().add_flag("--overwrite", _bOverwrite, "Replace an output that exists");
     getApp().add_flag("--quiet", _bQuiet, "No progress bar");
@@ -66,10 +67,10 @@ ConvertCommand::ConvertCommand(CLI::App& parent)
 
 eExitStatus ConvertCommand::run() const {
     requireWritable(chooseFormat(_outputFile, "--output-format", _outputFormat), _outputFile);
-    _input.check(_inputFile);
+    RawDescription const raw = _input.describe({_inputFile});
     requireWritableTarget(_outputFile, _bOverwrite);
-    InputImage const input = openInput(_inputFile, _input);
-    for (std::string const& warning : findWarnings(_inputFile, _input)) {
+    InputImage const input = openInput(_inputFile, raw);
+    for (std::string const& warning : findWarnings(input)) {
         printMessage("warning: " + quoted(_inputFile) + ": " + warning);
     }
     std::string const header = _headerFile.empty() ? std::string() : readHeader(_headerFile);

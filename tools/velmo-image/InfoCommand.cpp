@@ -32,12 +32,13 @@ InfoCommand::InfoCommand(CLI::App& parent)
     _input.addTo(getApp());
 }
 
-FileDescription InfoCommand::describe(std::string const& file) const {
+FileDescription InfoCommand::describe(std::string const& file, RawDescription const& raw) const {
     FileDescription description = {file, getFormatName(_input.getFormat(file)), nullptr, {}, {}};
     try {
-        description.pImage = openInput(file, _input).pImage;
+        InputImage const input = openInput(file, raw);
+        description.pImage = input.pImage;
         if (_bCheck) {
-            description.warnings = findWarnings(file, _input);
+            description.warnings = findWarnings(input);
         }
     } catch (BaseException const& failure) {
         description.error = getFullText(failure);
@@ -47,14 +48,12 @@ FileDescription InfoCommand::describe(std::string const& file) const {
 }
 
 eExitStatus InfoCommand::run() const {
-    for (std::string const& file : _files) {
-        _input.check(file);
-    }
+    RawDescription const raw = _input.describe(_files);
     eExitStatus status = eES_Done;
     nlohmann::ordered_json entries = nlohmann::ordered_json::array();
     for (std::string const& file : _files) {
         throwIfInterrupted();
-        FileDescription const description = describe(file);
+        FileDescription const description = describe(file, raw);
         status = description.error.empty() ? status : eES_Failed;
         if (_bJson) {
             entries.push_back(toJson(description));

@@ -14,22 +14,19 @@
 namespace velmo {
 namespace tool {
 
-InputImage openInput(boost::filesystem::path const& path, InputOptions const& options) {
-    eFileFormat const format = options.getFormat(path);
-    requireReadable(format, path);
-    RawDescription const raw = options.getRawDescription();
-    return {image::file::openRawImageFile(path, *raw.createGeometry(), raw.offset), format, raw.bSwapBytes};
+InputImage openInput(boost::filesystem::path const& path, RawDescription const& raw) {
+    return {image::file::openRawImageFile(path, *raw.createGeometry(), raw.offset), raw.offset,
+            raw.bSwapBytes};
 }
 
-std::vector<std::string> findWarnings(boost::filesystem::path const& path, InputOptions const& options) {
-    RawDescription const raw = options.getRawDescription();
+std::vector<std::string> findWarnings(InputImage const& input) {
     boost::system::error_code error;
-    vlUInt64 const fileSize = boost::filesystem::file_size(path, error);
-    vlUInt64 const nbBytes = raw.createGeometry()->getFullMemorySize();
-    if (error || fileSize <= raw.offset || fileSize - raw.offset <= nbBytes) {
+    vlUInt64 const fileSize = boost::filesystem::file_size(input.pImage->getAccessor()->getFilePath(), error);
+    vlUInt64 const nbBytes = input.pImage->getGeometry().getFullMemorySize();
+    if (error || fileSize <= input.offset || fileSize - input.offset <= nbBytes) {
         return {};
     }
-    return {"the file is longer than its geometry: " + std::to_string(fileSize - raw.offset - nbBytes) +
+    return {"the file is longer than its geometry: " + std::to_string(fileSize - input.offset - nbBytes) +
             " bytes behind the last plane are not read"};
 }
 

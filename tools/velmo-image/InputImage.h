@@ -15,15 +15,15 @@ class Progress;
 /// An input that is open for reading, and what is to be told of it.
 struct InputImage {
     image::DiskImagePtr pImage; ///< as the file gives it: bytes not yet swapped
-    eFileFormat format;
+    vlUInt64 offset;            ///< bytes before the first plane
     bool bSwapBytes;
 };
 
 /// Failures are the library's.
-InputImage openInput(boost::filesystem::path const& path, InputOptions const& options);
+InputImage openInput(boost::filesystem::path const& path, RawDescription const& raw);
 
 /// What the file holds otherwise than it was announced, a sentence each.
-std::vector<std::string> findWarnings(boost::filesystem::path const& path, InputOptions const& options);
+std::vector<std::string> findWarnings(InputImage const& input);
 
 /// The pixels of the input in the machine's byte order. Reading counts the pixels in `progress`, which must
 /// outlive the image, and fails after an interrupt.

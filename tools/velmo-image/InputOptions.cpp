@@ -66,7 +66,9 @@ ImageGeometryPtr RawDescription::createGeometry() const {
 }
 
 void InputOptions::addTo(CLI::App& app) {
-    app.add_option("--format", _format, "raw|tiff|im6; without it the extension decides, and none is raw");
+    app.add_option(
+        "--format", _format,
+        "raw (tiff and im6: not in this build); without it the extension decides, and none is raw");
     app.add_option("--size", _size, "X,Y[,Z[,C[,T]]]: sizes of a raw input");
     app.add_option("--type", _type,
                    "uint8|int8|uint16|int16|uint32|int32|real32|binary|label8|label16|label32: pixels of a "
@@ -79,19 +81,16 @@ eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
     return chooseFormat(path, "--format", _format);
 }
 
-RawDescription InputOptions::getRawDescription() const {
+RawDescription InputOptions::describe(std::vector<std::string> const& files) const {
+    for (std::string const& file : files) {
+        requireReadable(getFormat(file), file);
+    }
     if (_size.empty() || _type.empty()) {
         throw WrongUse("a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type "
                        "TYPE, such as --size 181,217,181 --type uint8");
     }
     return {parseSizes("--size", _size), parseChoice("--type", _type, g_types),
             parseNumber("--offset", _offset), parseChoice("--byte-order", _byteOrder, g_byteOrders)};
-}
-
-void InputOptions::check(boost::filesystem::path const& path) const {
-    eFileFormat const format = getFormat(path);
-    requireReadable(format, path);
-    getRawDescription();
 }
 
 } // namespace tool

@@ -35,9 +35,9 @@ class InputOptions {
     void addTo(CLI::App& app);
 
     eFileFormat getFormat(boost::filesystem::path const& path) const;
-    RawDescription getRawDescription() const;
-    /// Throws WrongUse where the file cannot be read with these options, without touching it.
-    void check(boost::filesystem::path const& path) const;
+    /// What the options say of the files. Throws WrongUse where one of them cannot be read so, without
+    /// touching any.
+    RawDescription describe(std::vector<std::string> const& files) const;
 
   private:
     std::string _format;

@@ -100,7 +100,6 @@ PreviewCommand::PreviewCommand(CLI::App& parent)
 }
 
 void PreviewCommand::check() const {
-    _input.check(_inputFile);
     vlUInt64 const maxSize = parseNumber("--max-size", _maxSize);
     if (maxSize == 0 || maxSize > g_largestMaxSize) {
         throw WrongUse("--max-size takes 1 to " + std::to_string(g_largestMaxSize) + "; not " + _maxSize);
@@ -142,8 +141,9 @@ void PreviewCommand::writePicture(Picture const& picture, BaseImageGeometry cons
 }
 
 eExitStatus PreviewCommand::run() const {
+    RawDescription const raw = _input.describe({_inputFile});
     check();
-    InputImage const input = openInput(_inputFile, _input);
+    InputImage const input = openInput(_inputFile, raw);
     BaseImageGeometry const& geometry = input.pImage->getGeometry();
     if (geometry.getNbPixels() == 0) {
         throw WorkFailure(quoted(_inputFile) + " has no pixels to show");
