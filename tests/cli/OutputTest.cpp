@@ -2,9 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CliFixture.h"
+#include "SyscallTrace.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace velmo {
 namespace test {
@@ -14,7 +19,14 @@ using testing::Not;
 
 namespace {
 
-using Output = CliTest;
+class Output : public CliTest {
+  protected:
+    /// A conversion to "out.raw" that waits until its header has come through "pipe".
+    Arguments convertWithHeaderFromPipe() const {
+        return Arguments{"convert", path("in.raw"), path("out.raw"), "--header", path("pipe")} +
+               raw("2,2", "uint8");
+    }
+};
 
 /// Limits the files that are written by the processes that are started while it lives.
 class FileSizeLimit {
@@ -52,6 +64,32 @@ TEST_F(Output, AFailureNamesTheOutputWhateverCharactersItsNameHas) {
         EXPECT_THAT(result.err, HasSubstr(quotedOutput.str()));
         EXPECT_THAT(result.err, Not(HasSubstr(".velmo-image-")));
         EXPECT_TRUE(boost::filesystem::is_empty(_folder / name));
+    }
+}
+
+TEST_F(Output, AFileThatAppearsAtAnyMomentIsNotReplaced) {
+    create("in.raw", "ABCD");
+    ASSERT_EQ(0, mkfifo(path("pipe").c_str(), 0600));
+    long call = 0;
+    for (int nbPassed = 0; call != SYS_renameat2; ++nbPassed) {
+        int const pipe = open(path("pipe").c_str(), O_RDWR | O_CLOEXEC);
+        ToolProcess process(convertWithHeaderFromPipe());
+        ASSERT_TRUE(process.waitForSleep());
+        SyscallTrace trace(process.getPid());
+        if (!trace.isAttached()) {
+            GTEST_SKIP() << "the system forbids to trace a process";
+        }
+        close(pipe);
+        for (int index = 0; index <= nbPassed; ++index) {
+            call = trace.runToUseOf(path("out.raw"));
+            ASSERT_LT(0, call) << "the conversion ended without a call of renameat2";
+        }
+        create("out.raw", "theirs");
+        trace.detach();
+        EXPECT_EQ(1, process.wait().status) << "after " << nbPassed << " calls";
+        EXPECT_EQ("theirs", read("out.raw")) << "after " << nbPassed << " calls";
+        EXPECT_THAT(list(), testing::ElementsAre("in.raw", "out.raw", "pipe"));
+        boost::filesystem::remove(_folder / "out.raw");
     }
 }
 
