@@ -4,6 +4,7 @@
 #include "CliFixture.h"
 
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <sstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
