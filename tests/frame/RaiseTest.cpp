@@ -3,6 +3,7 @@
 
 #include "CapturedLog.h"
 #include "LogAccess.h"
+#include "Threshold.h"
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImage/VELMOImageLog.h>
@@ -94,22 +95,6 @@ void expectGuardFailure(Feed const& feed, std::string const& causeText) {
     EXPECT_EQ(records[0].file, getSite().file);
     EXPECT_EQ(records[0].line, static_cast<int>(getSite().line));
 }
-
-/// The threshold of a logger for as long as this object lives.
-class Threshold {
-  public:
-    Threshold(log4cplus::Logger const& logger, log4cplus::LogLevel level)
-        : _logger(logger), _former(logger.getLogLevel()) {
-        _logger.setLogLevel(level);
-    }
-    ~Threshold() { _logger.setLogLevel(_former); }
-    Threshold(Threshold const&) = delete;
-    Threshold& operator=(Threshold const&) = delete;
-
-  private:
-    log4cplus::Logger _logger;
-    log4cplus::LogLevel _former;
-};
 
 class ThrowingAppender : public log4cplus::Appender {
   public:

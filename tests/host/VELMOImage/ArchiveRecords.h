@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "ExceptionText.h"
+#include "ThrownText.h"
 #include "VELMOSerialization/BaseSerializationObject.h"
 #include "VELMOSerialization/BinaryArchive.h"
 #include "VELMOSerialization/VELMOSerializationLog.h"

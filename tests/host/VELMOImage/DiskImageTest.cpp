@@ -4,8 +4,8 @@
 #include "VELMOImage/DiskImage.h"
 
 #include "ByteAccessor.h"
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
+#include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
 
 #include <gmock/gmock.h>
@@ -57,7 +57,7 @@ TEST(DiskImage, AnswersWithTheFailureOfItsAccessor) {
     Bytes buffer(15);
     EXPECT_EQ(image.readPixels(0, 0, 0, 0, 15, buffer.data()).getMessage(), "the disk is gone");
     EXPECT_EQ(image.writePixels(0, 0, 0, 0, 15, buffer.data()).getMessage(), "the disk is full");
-    EXPECT_EQ(textOf<VELMOImageException>([&] { image.createCpuCopy(); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { image.createCpuCopy(); }),
               "Failed to copy the image into memory\nthe disk is gone");
 }
 

@@ -4,8 +4,8 @@
 #include "VELMOImage/DistributedImage.h"
 
 #include "CountingEngine.h"
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
+#include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
 
 #include <algorithm>

@@ -128,7 +128,7 @@ TEST(GeometricCalibration, ANewerVersionIsRefusedAndChangesNothing) {
     GeometricCalibration read = make2d();
     std::string const before = describe(read);
     std::string const xml = withItem(toXml(make3d()), "version", "2");
-    EXPECT_EQ(textOf<VELMOSerializationException>([&] { fromXml(xml, read); }),
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { fromXml(xml, read); }),
               "Version 2 of class velmo::image::GeometricCalibration in the archive is newer than the known "
               "version 1");
     EXPECT_EQ(describe(read), before);

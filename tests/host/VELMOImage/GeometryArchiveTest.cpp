@@ -36,7 +36,7 @@ ImageGeometryPtr makeRich() {
 template <class Exception>
 std::string refusalOf(std::string const& xml, BaseImageGeometry& geometry) {
     std::string const before = describe(geometry);
-    std::string const text = textOf<Exception>([&] { fromXml(xml, geometry); });
+    std::string const text = thrownText<Exception>([&] { fromXml(xml, geometry); });
     EXPECT_EQ(describe(geometry), before);
     return text;
 }

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "AllocationCount.h"
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
+#include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
 
 #include <boost/make_shared.hpp>
@@ -47,9 +47,9 @@ void expectRefusedInitChangesNothing(Geometry& geometry, Sizes const& sizes, Typ
     color.initUser(sizes.c);
     TemporalGeometry temporal;
     temporal.initSequence(sizes.t);
-    EXPECT_EQ(
-        textOf<VELMOImageException>([&] { geometry.init(volume, color, temporal, sizes.x, sizes.y, types); }),
-        refusalOf(sizes));
+    EXPECT_EQ(thrownText<VELMOImageException>(
+                  [&] { geometry.init(volume, color, temporal, sizes.x, sizes.y, types); }),
+              refusalOf(sizes));
     EXPECT_EQ(describe(geometry), before);
 }
 
@@ -88,7 +88,7 @@ TEST(GeometryLimits, ABytesCountPast64BitsIsRefusedByHeterogeneousGeometries) {
 TEST(GeometryLimits, TheBytesOfAPixelCount) {
     Sizes const sizes = {vlUInt64{1} << 62U, 1, 1, 1, 1};
     EXPECT_EQ(builderOf(sizes).type(eIBT_UInt16).build()->getFullMemorySize(), vlUInt64{1} << 63U);
-    EXPECT_EQ(textOf<VELMOImageException>([&] { builderOf(sizes).type(eIBT_Real32).build(); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { builderOf(sizes).type(eIBT_Real32).build(); }),
               refusalOf(sizes));
 }
 
@@ -98,7 +98,7 @@ TEST(GeometryLimits, TheSumOverTheTimeStepsCounts) {
     Types const fits = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_UInt16};
     Types const exceeds = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_Real32};
     EXPECT_EQ(builderOf(sizes).types(fits).build()->getFullMemorySize(), 14 * (vlUInt64{1} << 60U));
-    EXPECT_EQ(textOf<VELMOImageException>([&] { builderOf(sizes).types(exceeds).build(); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { builderOf(sizes).types(exceeds).build(); }),
               refusalOf(sizes));
 }
 
@@ -117,7 +117,7 @@ TEST(GeometryLimits, ABufferTypeThatTakesTheBytesPast64BitsIsRefusedAndChangesNo
     for (ImageGeometryPtr const& pGeometry :
          {builderOf(sizes).type(eIBT_UInt16).build(), builderOf(sizes).types({eIBT_UInt16}).build()}) {
         std::string const before = describe(*pGeometry);
-        EXPECT_EQ(textOf<VELMOImageException>([&] { pGeometry->setBufferType(eIBT_UInt32); }),
+        EXPECT_EQ(thrownText<VELMOImageException>([&] { pGeometry->setBufferType(eIBT_UInt32); }),
                   refusalOf(sizes));
         EXPECT_EQ(describe(*pGeometry), before);
         pGeometry->setBufferType(eIBT_Int8);
@@ -128,7 +128,7 @@ TEST(GeometryLimits, ABufferTypeThatTakesTheBytesPast64BitsIsRefusedAndChangesNo
 TEST(GeometryLimits, PartsChangedPast64BitsAreMetByTheNextQuestion) {
     ImageGeometryPtr const pGeometry = builderOf({g_half, 1, 1, 1, 1}).build();
     pGeometry->getVolumeGeometry().init3d(g_half);
-    EXPECT_EQ(textOf<VELMOImageException>([&] { pGeometry->getNbPixels(); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { pGeometry->getNbPixels(); }),
               refusalOf({g_half, 1, g_half, 1, 1}));
     EXPECT_THROW(pGeometry->getFullMemorySize(), VELMOImageException);
     EXPECT_THROW(pGeometry->getPlanOffset(0, 0, 1), VELMOImageException);

@@ -3,7 +3,7 @@
 
 #include "VELMOImage/GeometryParts.h"
 
-#include "ExceptionText.h"
+#include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
 
 #include <gmock/gmock.h>
@@ -11,7 +11,7 @@
 using namespace velmo;
 using namespace velmo::image;
 using testing::HasSubstr;
-using velmo::test::textOf;
+using velmo::test::thrownText;
 
 namespace {
 
@@ -115,7 +115,7 @@ TEST(ColorGeometry, ANameForAChannelThatIsNotThereIsRefused) {
     ColorGeometry color;
     color.initRgb();
     color.setChannelName("blue", 2);
-    std::string const text = textOf<VELMOImageException>([&] { color.setChannelName("alpha", 3); });
+    std::string const text = thrownText<VELMOImageException>([&] { color.setChannelName("alpha", 3); });
     EXPECT_EQ(text, "Channel 3 lies outside of a color geometry of 3 channels");
     EXPECT_EQ(color.getChannelNames().size(), 1U);
     EXPECT_EQ(color.getChannelName(3), "");

@@ -34,7 +34,7 @@ void expectCleared(BaseDiskImageAccessor const& accessor) {
     EXPECT_EQ(accessor.getAccessMode(), eIAM_ReadOnly);
     EXPECT_FALSE(accessor.hasSharedRemoteAccess());
     EXPECT_FALSE(accessor.getGeometricCalibrationConstPtr());
-    EXPECT_EQ(textOf<VELMOImageException>([&] { accessor.getGeometry(); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { accessor.getGeometry(); }),
               "The image accessor is not initialised");
 }
 
@@ -167,7 +167,7 @@ TEST(ImageAccessor, ARecordWithAnObjectOfAnotherClassIsRefused) {
     auto const from = calibratedXml.find("<section name=\"calibration\"");
     std::string const swapped =
         xml.substr(0, xml.size() - geometrySection.size()) + calibratedXml.substr(from);
-    EXPECT_THAT(textOf<VELMOSerializationException>([&] { fromXml(swapped, read); }),
+    EXPECT_THAT(thrownText<VELMOSerializationException>([&] { fromXml(swapped, read); }),
                 HasSubstr("An object of class " + calibration + " cannot be item geometry"));
     EXPECT_FALSE(read.isInit());
 }

@@ -5,8 +5,8 @@
 
 #include "ByteAccessor.h"
 #include "CountingEngine.h"
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
+#include "ThrownText.h"
 #include "VELMOImage/MemoryImage.h"
 #include "VELMOImage/VELMOImageLog.h"
 

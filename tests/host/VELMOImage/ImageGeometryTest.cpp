@@ -3,9 +3,9 @@
 
 #include "VELMOImage/ImageGeometry.h"
 
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
 #include "PixelPattern.h"
+#include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOUtil/VELMOUtilLog.h"
 
@@ -110,7 +110,7 @@ TEST(ImageGeometry, ATimeStepOutsideIsRefused) {
         SCOPED_TRACE(kind.name);
         BaseImageGeometry const& geometry = *kind.pGeometry;
         vlUInt64 const sizeT = geometry.getSizeT();
-        EXPECT_EQ(textOf<VELMOImageException>([&] { geometry.getPlanGeometry(sizeT); }),
+        EXPECT_EQ(thrownText<VELMOImageException>([&] { geometry.getPlanGeometry(sizeT); }),
                   "Time step " + std::to_string(sizeT) + " lies outside of an image of " +
                       std::to_string(sizeT) + " time steps");
         EXPECT_THROW(geometry.getPlanGeometry(NumericLimits<vlUInt64>::s_max), VELMOImageException);
@@ -179,8 +179,9 @@ TEST(HeterogeneousImageGeometry, RefusesANumberOfTypesThatFitsNeitherTimeStepsNo
             continue;
         }
         std::string const before = describe(geometry);
-        EXPECT_NE(textOf<VELMOImageException>(init).find(std::to_string(row.nbTypes) + " buffer types fit"),
-                  std::string::npos);
+        EXPECT_NE(
+            thrownText<VELMOImageException>(init).find(std::to_string(row.nbTypes) + " buffer types fit"),
+            std::string::npos);
         EXPECT_EQ(describe(geometry), before);
     }
 }

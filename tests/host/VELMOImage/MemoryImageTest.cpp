@@ -3,9 +3,9 @@
 
 #include "VELMOImage/MemoryImage.h"
 
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
 #include "PixelPattern.h"
+#include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
 
 #include <algorithm>
@@ -45,7 +45,7 @@ class FilledMemoryImage : public testing::Test {
 
 TEST(MemoryImage, HasNoGeometryBeforeInit) {
     MemoryImage image;
-    EXPECT_EQ(textOf<VELMOImageException>([&] { image.getGeometry(); }), "The image has no geometry yet");
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { image.getGeometry(); }), "The image has no geometry yet");
     EXPECT_THROW(image.getBufferType(), VELMOImageException);
     EXPECT_THROW(image.accessPlan(0, 0, 0), VELMOImageException);
     EXPECT_THROW(image.createCpuCopy(), VELMOImageException);
@@ -142,8 +142,8 @@ TEST_F(FilledMemoryImage, ARunOutsideInAnyDimensionIsRefused) {
         auto const write = [&] {
             image.writePixels(row.z, row.c, row.t, row.pixelStart, row.nbPixels, buffer.data());
         };
-        EXPECT_EQ(textOf<VELMOImageException>(read), expected.str());
-        EXPECT_EQ(textOf<VELMOImageException>(write), expected.str());
+        EXPECT_EQ(thrownText<VELMOImageException>(read), expected.str());
+        EXPECT_EQ(thrownText<VELMOImageException>(write), expected.str());
     }
     EXPECT_EQ(readAll(image), pattern);
 }

@@ -3,8 +3,8 @@
 
 #include "CopyTools.h"
 #include "CountingEngine.h"
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
+#include "ThrownText.h"
 #include "VELMOImage/DiskImage.h"
 #include "VELMOImage/DistributedImage.h"
 #include "VELMOSerialization/BinaryArchive.h"
@@ -65,7 +65,7 @@ TEST_F(DefaultCopyFromDisk, FillsWorkersThatRebuildARegisteredAccessor) {
 
 TEST_F(DefaultCopyFromDisk, OfAnAccessorThatIsNotRegisteredIsThrown) {
     ImagePtr const pTarget = makeImage(eIK_Distributed, *pGeometry, "");
-    EXPECT_EQ(textOf<VELMOSerializationException>([&] { runCopy(pDisk, pTarget, policy); }),
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { runCopy(pDisk, pTarget, policy); }),
               "The archive holds an object of the unknown class velmo::test::ByteAccessor");
 }
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CopyTools.h"
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
+#include "ThrownText.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 
 #include <atomic>
@@ -83,7 +83,7 @@ TEST_F(FailingCopy, AnExceptionOfTheAccessorComesOutOfTheRunWithItsType) {
     getStorage().readGate = [](PixelRun const&) -> BoolResult { throw std::domain_error("torn"); };
     for (eImageKind const kind : {eIK_Memory, eIK_Disk, eIK_Distributed}) {
         for (NamedPolicy const& policy : makePolicies()) {
-            EXPECT_EQ(textOf<std::domain_error>([&] { runCopy(pDisk, makeOther(kind), policy.policy); }),
+            EXPECT_EQ(thrownText<std::domain_error>([&] { runCopy(pDisk, makeOther(kind), policy.policy); }),
                       "torn")
                 << policy.name;
         }
@@ -100,7 +100,7 @@ TEST_F(FailingCopy, AnExceptionOnAWorkerThreadComesOutOfTheRunWithItsType) {
         }
         return waitUntil([&] { return bThrown.load(); }) ? success() : failure("no worker came");
     };
-    EXPECT_EQ(textOf<std::domain_error>([&] { runCopy(pDisk, makeOther(eIK_Memory), makeLocal(2)); }),
+    EXPECT_EQ(thrownText<std::domain_error>([&] { runCopy(pDisk, makeOther(eIK_Memory), makeLocal(2)); }),
               "torn on a worker");
 }
 

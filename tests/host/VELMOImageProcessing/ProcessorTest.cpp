@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CopyTools.h"
-#include "ExceptionText.h"
 #include "GeometryBuilder.h"
+#include "ThrownText.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 
 #include <gmock/gmock.h>
@@ -51,18 +51,18 @@ TEST(ProcessorDispatchPolicy, DefaultHasAThreadForEachProcessorAndCanBecomeLocal
 TEST(Processor, TakesNoValueBeforeItsInit) {
     CopyImgLvl1 copy;
     ImagePtr const pImage = makeMemoryImage(GeometryBuilder());
-    EXPECT_EQ(textOf<VELMOBaseProcessingException>([&] { copy.set<InImg>(pImage); }),
+    EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.set<InImg>(pImage); }),
               "Processor CopyImgLvl1 takes no value for InImg before its init");
-    EXPECT_EQ(textOf<VELMOBaseProcessingException>([&] { copy.set<OutImg>(pImage); }),
+    EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.set<OutImg>(pImage); }),
               "Processor CopyImgLvl1 takes no value for OutImg before its init");
 }
 
 TEST(Processor, TakesNoEmptyImage) {
     CopyImgLvl1 copy;
     EXPECT_TRUE(copy.init(ePRP_Strict));
-    EXPECT_EQ(textOf<VELMOBaseProcessingException>([&] { copy.set<InImg>(ImageConstPtr()); }),
+    EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.set<InImg>(ImageConstPtr()); }),
               "Processor CopyImgLvl1 needs a value for InImg");
-    EXPECT_EQ(textOf<VELMOBaseProcessingException>([&] { copy.set<OutImg>(ImagePtr()); }),
+    EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.set<OutImg>(ImagePtr()); }),
               "Processor CopyImgLvl1 needs a value for OutImg");
 }
 
@@ -71,10 +71,10 @@ TEST(Processor, DoesNotRunWithoutItsImages) {
     CopyImgLvl1 copy;
     EXPECT_THROW(copy.run(eST_Synchronous), VELMOBaseProcessingException);
     copy.init(ePRP_Strict);
-    EXPECT_EQ(textOf<VELMOBaseProcessingException>([&] { copy.run(eST_Synchronous); }),
+    EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.run(eST_Synchronous); }),
               "Processor CopyImgLvl1 needs a value for InImg");
     copy.set<InImg>(pImage);
-    EXPECT_EQ(textOf<VELMOBaseProcessingException>([&] { copy.run(eST_Synchronous); }),
+    EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.run(eST_Synchronous); }),
               "Processor CopyImgLvl1 needs a value for OutImg");
     copy.set<OutImg>(makeMemoryImage(GeometryBuilder()));
     EXPECT_EQ(copy.run(eST_Synchronous).getStatus(), 0U);
@@ -123,7 +123,7 @@ TEST(Processor, SaysWhatDoesNotFit) {
     CopyImgLvl1 copy;
     copy.init(ePRP_Strict);
     copy.set<InImg>(makeMemoryImage(GeometryBuilder().volume(4)));
-    EXPECT_EQ(textOf<VELMOBaseProcessingException>(
+    EXPECT_EQ(thrownText<VELMOBaseProcessingException>(
                   [&] { copy.set<OutImg>(makeMemoryImage(GeometryBuilder().type(eIBT_Real32))); }),
               "The pixels of OutImg (x=5 y=3 z=1 c=1 t=1 eIBT_Real32) do not fit those of InImg (x=5 y=3 z=4 "
               "c=1 t=1 eIBT_UInt8)");

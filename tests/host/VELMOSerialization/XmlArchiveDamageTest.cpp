@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "../VELMOUtil/ThrownText.h"
 #include "SampleObjects.h"
+#include "ThrownText.h"
 
 #include <VELMOSerialization/VELMOSerializationLog.h>
 #include <VELMOSerialization/XmlArchive.h>

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "../VELMOUtil/ThrownText.h"
 #include "SampleObjects.h"
 #include "TemporaryFolder.h"
+#include "ThrownText.h"
 
 #include <VELMOSerialization/VELMOSerializationLog.h>
 #include <VELMOSerialization/XmlFile.h>

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CapturedLog.h"
+#include "Threshold.h"
 
 #include <VELMOUtil/BaseException.h>
 #include <VELMOUtil/GuardedRaise.h>
@@ -129,22 +130,6 @@ class FailingLog {
 
     log4cplus::Logger _logger;
     log4cplus::SharedAppenderPtr _pAppender;
-};
-
-/// Sets the threshold of a logger for as long as it lives.
-class Threshold {
-  public:
-    Threshold(log4cplus::Logger const& logger, log4cplus::LogLevel level)
-        : _logger(logger), _former(logger.getLogLevel()) {
-        _logger.setLogLevel(level);
-    }
-    ~Threshold() { _logger.setLogLevel(_former); }
-    Threshold(Threshold const&) = delete;
-    Threshold& operator=(Threshold const&) = delete;
-
-  private:
-    log4cplus::Logger _logger;
-    log4cplus::LogLevel _former;
 };
 
 } // namespace
