@@ -57,6 +57,9 @@ class VELMO_HOST_EXPORT BaseImage {
     BoolResult writePixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                            void const* buffer);
 
+    /// Throws VELMOImageException for a run outside of the image.
+    void requireInside(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels) const;
+
     /// The pixels of a plane where they lie one after the other in this process's memory, else null. Owned by
     /// the image, valid until its next `init`. Throws VELMOImageException for a plane outside of the image.
     void* accessPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t);
@@ -72,7 +75,6 @@ class VELMO_HOST_EXPORT BaseImage {
     virtual BoolResult writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart,
                                           vlUInt64 nbPixels, void const* buffer) = 0;
     virtual void* accessPlanDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
-    void requireInside(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels) const;
 
     boost::shared_ptr<BaseImageGeometry const> _pGeometry;
     GeometricCalibrationConstPtr _pCalibration;

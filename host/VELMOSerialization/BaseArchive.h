@@ -19,6 +19,9 @@ class VELMO_HOST_EXPORT BaseArchive {
     BaseArchive(BaseArchive const&) = delete;
     BaseArchive& operator=(BaseArchive const&) = delete;
 
+    /// Whether the archive is text, in which an enumeration is its enumerator's name and not a number.
+    virtual bool isTextual() const { return false; }
+
     /// A class's version stands once in each archive; these remember which were written or read.
     bool isClassVersionRegistred(std::string const& className) const;
     /// 0 for a class that is not registered.

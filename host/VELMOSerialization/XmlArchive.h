@@ -18,6 +18,7 @@ class VELMO_HOST_EXPORT XmlOArchive : public BaseOArchive {
   public:
     explicit XmlOArchive(std::ostream& stream);
     ~XmlOArchive() override;
+    bool isTextual() const override { return true; }
 
     /// Throws VELMOSerializationException if the stream fails. Nothing may be written afterwards.
     void finish();
@@ -44,6 +45,7 @@ class VELMO_HOST_EXPORT XmlIArchive : public BaseIArchive {
   public:
     explicit XmlIArchive(std::istream& stream);
     ~XmlIArchive() override;
+    bool isTextual() const override { return true; }
 
     using BaseIArchive::readItem;
     void readItem(std::string const& name, int& value) override;

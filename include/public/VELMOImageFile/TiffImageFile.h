@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImage/ImageAccessor.h>
+#include <VELMOImageFile/Export.h>
+#include <VELMOImageFile/TiffImageFileTypes.h>
+#include <boost/thread/mutex.hpp>
+
+typedef struct tiff TIFF;
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Accessor of a TIFF file.
+///
+/// Opens grey, RGB and RGBA pixels side by side, of 8, 16 and 32 bits (integers with and without sign, floats
+/// of 32 bits) and, for reading alone, of 1 bit; in strips, with every codec of libtiff that decodes to such
+/// pixels. Directories of one file have the same sizes and colours; their buffer types may differ. The single
+/// directory of an ImageJ stack stands for all its planes.
+///
+/// Threads. A TIFF handle stands on one directory, so accesses to one accessor run one after the other;
+/// different accessors run at once. Creating, opening, clearing, `resizeData` and `read` need exclusive use.
+///
+/// Failures are returned as a false BoolResult whose text names the path and ends in libtiff's own words.
+/// Where a failure closes the file, every later access is a failure that says so.
+class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
+  public:
+    /// An accessor without a file.
+    TiffImageFile();
+    /// Closes the file.
+    ~TiffImageFile() override;
+
+    static unsigned int getVersion();
+    static std::string const& getTypeName();
+    static BaseDynamicObject* createNewObject();
+    static DynamicObjectPtr createSharedObject();
+
+    /// Opens a file; `userProperties` receives the text that a file of this module holds, or becomes empty
+    /// where it holds none, and is left alone by any other file. On a failure the accessor has no file.
+    BoolResult openFile(boost::filesystem::path const& filePath, eImageAccessMode const& accessMode,
+                        eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode,
+                        std::string& userProperties);
+
+    /// The same for reading only, with `hasSharedRemoteAccess` set, which an archive keeps.
+    BoolResult openSharedRemoteFile(boost::filesystem::path const& filePath,
+                                    eTiffDirectoryMode const& directoryMode,
+                                    eTiffBufferMode const& bufferMode, std::string& userProperties);
+
+    /// Creates a file, or replaces an existing one, with every plane of `imageGeometry` in zeros and without
+    /// compression. The first access must be a write; a read before it fails and closes the file. On a
+    /// failure the accessor has no file, and what was created stays.
+    BoolResult createFile(boost::filesystem::path const& filePath, BaseImageGeometry const& imageGeometry,
+                          GeometricCalibrationConstPtr const& pGeometricCalibration);
+
+    std::string const& getClassName() const override;
+    BaseDynamicObject* createNew() const override;
+    DynamicObjectPtr createShared() const override;
+    /// False: an accessor owns an open file. The copying operations throw VELMOUtilException; an archive
+    /// carries an accessor.
+    bool hasCopySupport() const override;
+    BaseDynamicObject* duplicate() const override;
+    DynamicObjectPtr duplicateShared() const override;
+    void copy(BaseDynamicObject const& other) override;
+
+    /// Stores the description of the open file (path, access, modes, geometry), not its pixels.
+    BoolResult write(BaseOArchive& archive) const override;
+    /// Opens the file that the archive describes, whose own geometry then counts. A file that is gone is made
+    /// anew, in zeros, where the record says read and write. A record of a newer version is thrown as
+    /// VELMOSerializationException. On a failure the accessor has no file.
+    BoolResult read(BaseIArchive& archive) override;
+
+    /// True. Throws VELMOImageException as long as no file is open.
+    bool hasBinary8BitsStorage() const override;
+    /// Makes the file anew for `imageGeometry`, in zeros: its pixels are gone.
+    BoolResult resizeData(BaseImageGeometry const& imageGeometry) override;
+    /// One channel of each pixel; packed bits as one byte of 0 or 1 each. In the single directory of an
+    /// ImageJ stack only whole planes are in their place, as they lie in the file: of a big-endian file they
+    /// are not swapped, and what lies behind the end of the file is zero.
+    BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                           void* buffer) const override;
+    /// The pixels around the run keep their values. Everything is in the file when it returns.
+    BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                            void const* buffer) override;
+    void clearDerived() override;
+
+  private:
+    BoolResult openFileInternal(boost::filesystem::path const& filePath, eImageAccessMode const& accessMode,
+                                eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode,
+                                std::string& userProperties, bool bSharedRemote);
+    BoolResult createFileInternal(boost::filesystem::path const& filePath,
+                                  BaseImageGeometry const& imageGeometry,
+                                  GeometricCalibrationConstPtr const& pGeometricCalibration);
+    BoolResult requireHandle() const;
+
+    mutable TIFF* _pTiff = nullptr; ///< owned; null without a file, and once a failure closed it
+    eTiffDirectoryMode _tiffDirectoryMode = eTDM_Volume;
+    eTiffBufferMode _tiffBufferMode = eTBM_Default;
+    mutable boost::mutex _mutex; ///< held for the whole of each access to pixels
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImageFile/Export.h>
+#include <VELMOSerialization/BaseArchive.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// What the directories of a TIFF file are that does not say so itself.
+enum eTiffDirectoryMode : vlUInt64 {
+    eTDM_Volume = 0,  ///< the planes of one volume, along Z
+    eTDM_Temporal = 1 ///< the time steps of a sequence
+};
+
+/// What the samples of a TIFF file are that does not say so itself.
+enum eTiffBufferMode : vlUInt64 {
+    eTBM_Default = 0, ///< numbers
+    eTBM_Binary = 1,  ///< unsigned samples of 8 bits are a binary image
+    eTBM_Label = 2    ///< unsigned samples are labels
+};
+
+enum eTiffCompression : vlUInt64 { eTC_None = 0, eTC_Lzw = 1, eTC_Deflate = 2 };
+
+} // namespace file
+} // namespace image
+
+// An archive of text holds the enumerator's name, another one its number as `int`; a number outside of the
+// enumeration is written as 0. What is read and is no enumerator is thrown as VELMOSerializationException.
+
+VELMO_IMAGE_FILE_EXPORT BaseOArchive& operator<<(
+    BaseOArchive& archive, SerializationOItem<image::file::eTiffDirectoryMode> const& item);
+VELMO_IMAGE_FILE_EXPORT BaseOArchive& operator<<(
+    BaseOArchive& archive, SerializationOItem<image::file::eTiffBufferMode> const& item);
+VELMO_IMAGE_FILE_EXPORT BaseIArchive& operator>>(
+    BaseIArchive& archive, SerializationIItem<image::file::eTiffDirectoryMode> const& item);
+VELMO_IMAGE_FILE_EXPORT BaseIArchive& operator>>(
+    BaseIArchive& archive, SerializationIItem<image::file::eTiffBufferMode> const& item);
+
+} // namespace velmo
