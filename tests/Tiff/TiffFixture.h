@@ -1,0 +1,186 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "TemporaryFolder.h"
+#include "Tiff/TiffErrorHandler.h"
+#include "Tiff/TiffImageFileTools.h"
+
+#include <cstdint>
+#include <functional>
+#include <future>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
+#include <thread>
+#include <tiffio.h>
+#include <variant>
+#include <vector>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+using boost::filesystem::path;
+using velmo::test::readFile;
+using velmo::test::writeFile;
+
+/// `nbBytes` bytes that go up from `first` and begin anew behind 250, which shifts planes against each other.
+std::string countingBytes(std::size_t nbBytes, unsigned int first = 1);
+
+// ---- Files as libtiff writes them
+
+using TagValue = std::variant<std::uint16_t, std::uint32_t, float, std::string>;
+
+/// A directory for libtiff to write, in strips.
+struct Directory {
+    std::uint32_t sizeX = 4;
+    std::uint32_t sizeY = 3;
+    std::uint16_t bits = 8;
+    std::uint16_t samples = 1;
+    std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
+    std::uint16_t planarConfig = PLANARCONFIG_CONTIG;
+    std::uint16_t compression = COMPRESSION_NONE;
+    std::uint32_t rowsPerStrip = 0;         ///< 0 for all rows in one strip
+    std::map<std::uint32_t, TagValue> tags; ///< further ones, set behind those above
+    std::string pixels;                     ///< decoded, row by row; zeros where it ends too early
+
+    std::size_t countBytes() const;
+};
+
+/// Writes a file; `mode` is that of TIFFOpen: "w8" for a BigTIFF, "wb" for big-endian numbers.
+void writeTiff(path const& path, std::vector<Directory> const& directories, std::string const& mode = "w");
+
+/// The decoded pixels of a directory, strip by strip; a failed test where one cannot be read.
+std::string readDirectoryPixels(path const& path, std::uint16_t directory);
+
+// ---- Files byte by byte, where libtiff would refuse to write them
+
+/// An entry of a directory. Values stand in the file's order of bytes at the type's width; a rational has
+/// two.
+struct RawField {
+    std::uint16_t type = TIFF_SHORT;
+    std::vector<std::uint64_t> values;
+    std::uint64_t count = g_asValues; ///< what the entry announces
+
+    static constexpr std::uint64_t g_asValues = ~std::uint64_t(0);
+};
+
+RawField shorts(std::vector<std::uint64_t> const& values);
+RawField longs(std::vector<std::uint64_t> const& values);
+RawField octets(std::string const& text);
+/// With a zero behind the text.
+RawField ascii(std::string const& text);
+/// A float, which libtiff takes for a rational tag as well.
+RawField real(float value);
+
+/// Stands among the values for the place of the directory's own pixels.
+constexpr std::uint64_t g_atPixels = 0xFFFFFFFFFFFFFF00U;
+/// Stands for the regular place of the following directory.
+constexpr std::uint64_t g_following = g_atPixels + 1;
+
+struct RawDirectory {
+    std::map<std::uint16_t, RawField> fields;
+    std::string pixels;
+    std::uint64_t next = g_following;
+
+    RawDirectory& set(std::uint16_t tag, RawField const& field);
+    RawDirectory& without(std::uint16_t tag);
+};
+
+/// Uncompressed grey pixels in one strip: the tags that a reader asks for and no other.
+RawDirectory greyDirectory(std::uint32_t sizeX = 4, std::uint32_t sizeY = 3, std::uint16_t bits = 8);
+/// Uncompressed pixels of several samples side by side.
+RawDirectory colorDirectory(std::uint16_t samples = 3, std::uint16_t photometric = PHOTOMETRIC_RGB);
+
+struct RawLayout {
+    bool bBigTiff = false;
+    bool bBigEndian = false;
+};
+
+/// The bytes of a file: header, then each directory with its values and its pixels behind it.
+std::string rawTiff(std::vector<RawDirectory> const& directories, RawLayout const& layout = {});
+/// The places of the directories in it.
+std::vector<std::uint64_t> findDirectories(std::vector<RawDirectory> const& directories,
+                                           RawLayout const& layout = {});
+void writeRawTiff(path const& path, std::vector<RawDirectory> const& directories,
+                  RawLayout const& layout = {});
+
+// ---- Files as the module opens them
+
+struct OpenRequest {
+    eImageAccessMode access = eIAM_ReadOnly;
+    eTiffDirectoryMode directoryMode = eTDM_Volume;
+    eTiffBufferMode bufferMode = eTBM_Default;
+};
+
+/// What opening a file gave; the handle is closed at the end.
+class OpenedTiff {
+  public:
+    explicit OpenedTiff(path const& path, OpenRequest const& request = {});
+    ~OpenedTiff();
+    OpenedTiff(OpenedTiff const&) = delete;
+    OpenedTiff& operator=(OpenedTiff const&) = delete;
+
+    TIFF* pTiff = nullptr;
+    boost::shared_ptr<BaseImageGeometry> pGeometry;
+    boost::shared_ptr<GeometricCalibration> pCalibration;
+    std::string userProperties = "untouched";
+    BoolResult result;
+};
+
+MATCHER(Succeeds, "") {
+    *result_listener << arg.getMessage();
+    return static_cast<bool>(arg) && arg.getMessage().empty();
+}
+
+MATCHER_P(FailsWith, text, "") {
+    *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();
+    return !arg && arg.getMessage() == text;
+}
+
+MATCHER_P(FailsLike, part, "") {
+    *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();
+    return !arg && arg.getMessage().find(part) != std::string::npos;
+}
+
+/// Descriptors of this process on a file.
+std::size_t countDescriptors(path const& path);
+
+/// What `work` returns in a child process, which is killed when it takes a minute; "killed" where it did not
+/// come to its end.
+std::string inChild(std::function<std::string()> const& work);
+
+/// Calls `work` with 0 to `nbThreads` - 1, each on a thread of its own, which all exist before the first
+/// begins.
+template <class Work>
+void onThreads(unsigned int nbThreads, Work const& work) {
+    std::promise<void> start;
+    std::shared_future<void> const started(start.get_future());
+    std::vector<std::thread> threads;
+    for (unsigned int index = 0; index < nbThreads; ++index) {
+        threads.emplace_back([&work, started, index] {
+            started.wait();
+            work(index);
+        });
+    }
+    start.set_value();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+/// A folder of its own, a path in it where no file is yet, and libtiff's words caught and empty.
+class TiffTest : public testing::Test {
+  protected:
+    TiffTest() { TiffErrorHandler::getInstance().clearCurrentError(); }
+
+    velmo::test::TemporaryFolder const _folder;
+    path const _path = _folder / "image.tif";
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo
