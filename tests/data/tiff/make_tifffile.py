@@ -102,10 +102,10 @@ def imagej_stacks():
         for dtype in ('u1', 'u2', 'f4'):
             write(f'tf-imagej-single-{dtype}-{name}', stack(dtype, 2), imagej=True, byteorder=order,
                   metadata={'axes': 'ZYX', 'unit': 'um', 'spacing': 2.0}, resolution=(4, 2), truncate=True)
-        hyper = stack('u1', 8).reshape(2, 2, 2, HEIGHT, WIDTH)
-        write('tf-imagej-hyperstack-' + name, hyper, imagej=True, byteorder=order, metadata={'axes': 'TZCYX'})
-        write('tf-imagej-hyperstack-single-' + name, hyper, imagej=True, byteorder=order,
-              metadata={'axes': 'TZCYX'}, truncate=True)
+    hyper = stack('u1', 8).reshape(2, 2, 2, HEIGHT, WIDTH)
+    axes = {'axes': 'TZCYX'}
+    write('tf-imagej-hyperstack', hyper, imagej=True, byteorder='<', metadata=axes)
+    write('tf-imagej-hyperstack-single', hyper, imagej=True, byteorder='>', metadata=axes, truncate=True)
     write('tf-imagej-single-rgb', numpy.stack([colour('u1', 3), colour('u1', 3, 9)]), imagej=True,
           metadata={'axes': 'ZYXS'}, truncate=True)
 

@@ -3,7 +3,7 @@
 """The pixels that the fixtures are made of: a ramp on the left, noise on the right, the extreme values in the corners."""
 import numpy
 
-WIDTH, HEIGHT = 37, 23
+WIDTH, HEIGHT = 37, 17
 
 
 def grey(dtype, seed=1, width=WIDTH, height=HEIGHT):
