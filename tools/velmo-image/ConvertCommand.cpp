@@ -3,6 +3,7 @@
 
 #include "ConvertCommand.h"
 
+#include "CheckedParsing.h"
 #include "InputImage.h"
 #include "Interrupt.h"
 #include "OutputFile.h"
@@ -10,6 +11,7 @@
 #include "Terminal.h"
 
 #include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -47,38 +49,68 @@ std::string readHeader(std::string const& file) {
     return header;
 }
 
+constexpr std::array<Choice<image::file::eTiffCompression>, 3> g_compressions = {
+    {{"none", image::file::eTC_None}, {"lzw", image::file::eTC_Lzw}, {"deflate", image::file::eTC_Deflate}}};
+
 } // namespace
 
 ConvertCommand::ConvertCommand(CLI::App& parent)
     : Command(parent, "convert", "Write an image file anew",
+              "  velmo-image convert brain.raw brain.tif --size 181,217,181 --type uint8 --compression lzw\n"
+              "  velmo-image convert frames.tif frames.raw --directories t\n"
               "  velmo-image convert big.raw little.raw --size 512,512,100 --type int16 --byte-order big\n"
               "  velmo-image convert scan.bin planes.raw --size 256,256,64 --type uint16 --offset 348\n"
               "  velmo-image convert planes.raw scan.bin --size 256,256,64 --type uint16 --header scan.hdr") {
     getApp().add_option("INPUT", _inputFile, "File to read")->required();
     getApp().add_option("OUTPUT", _outputFile, "File to write")->required();
     _input.addTo(getApp());
-    getApp().add_option(
-        "--output-format", _outputFormat,
-        "raw (tiff and im6: not in this build); without it the extension decides, and none is raw");
+    getApp().add_option("--output-format", _outputFormat,
+                        "raw|tiff; without it the extension decides: .tif and .tiff are tiff, others raw");
+    getApp().add_option("--compression", _compression, "none|lzw|deflate: of a TIFF output (none)");
     getApp().add_option("--header", _headerFile, "File whose bytes go before the planes of a raw output");
     getApp().add_flag("--overwrite", _bOverwrite, "Replace an output that exists");
     getApp().add_flag("--quiet", _bQuiet, "No progress bar");
 }
 
+eFileFormat ConvertCommand::getOutputFormat() const {
+    eFileFormat const format = chooseFormat(_outputFile, "--output-format", _outputFormat);
+    requireWritable(format, _outputFile);
+    if (format == eFileFormat::Tiff && !_headerFile.empty()) {
+        throw WrongUse("--header is for a raw output, and " + quoted(_outputFile) + " is a TIFF file");
+    }
+    if (format == eFileFormat::Raw && !_compression.empty()) {
+        throw WrongUse("--compression is for a TIFF output, and " + quoted(_outputFile) + " is a raw file");
+    }
+    return format;
+}
+
+ConvertCommand::Writer ConvertCommand::createWriter(image::DiskImagePtr const& pImage) const {
+    if (getOutputFormat() == eFileFormat::Tiff) {
+        image::file::eTiffCompression const compression = getCompression();
+        return [=](boost::filesystem::path const& path) {
+            image::file::saveTiffImageFile(path, pImage, compression);
+        };
+    }
+    std::string const header = _headerFile.empty() ? std::string() : readHeader(_headerFile);
+    return [=](boost::filesystem::path const& path) { image::file::saveRawImageFile(path, pImage, header); };
+}
+
+image::file::eTiffCompression ConvertCommand::getCompression() const {
+    return _compression.empty() ? image::file::eTC_None
+                                : parseChoice("--compression", _compression, g_compressions);
+}
+
 eExitStatus ConvertCommand::run() const {
-    requireWritable(chooseFormat(_outputFile, "--output-format", _outputFormat), _outputFile);
-    RawDescription const raw = _input.describe({_inputFile});
+    getOutputFormat();
+    getCompression();
+    InputDescription const description = _input.describe({_inputFile});
     requireWritableTarget(_outputFile, _bOverwrite);
-    InputImage const input = openInput(_inputFile, raw);
+    InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
     for (std::string const& warning : findWarnings(input)) {
         printMessage("warning: " + quoted(_inputFile) + ": " + warning);
     }
-    std::string const header = _headerFile.empty() ? std::string() : readHeader(_headerFile);
     Progress progress(input.pImage->getGeometry().getNbPixels(), _bQuiet);
-    image::DiskImagePtr const pImage = observeInput(input, progress);
-    writeOutput(_outputFile, _bOverwrite, [&](boost::filesystem::path const& path) {
-        image::file::saveRawImageFile(path, pImage, header);
-    });
+    writeOutput(_outputFile, _bOverwrite, createWriter(observeInput(input, progress)));
     return eES_Done;
 }
 

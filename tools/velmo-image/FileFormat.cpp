@@ -34,16 +34,16 @@ eFileFormat chooseFormat(boost::filesystem::path const& path, std::string const&
 }
 
 void requireReadable(eFileFormat format, boost::filesystem::path const& path) {
-    if (format != eFileFormat::Raw) {
-        throw WrongUse("this build reads raw files only, and " + quoted(path.string()) +
+    if (format == eFileFormat::Im6) {
+        throw WrongUse("this build reads raw and TIFF files only, and " + quoted(path.string()) +
                        " is to be read as " + getFormatName(format) +
                        "; --format raw reads the bytes of any file as pixels");
     }
 }
 
 void requireWritable(eFileFormat format, boost::filesystem::path const& path) {
-    if (format != eFileFormat::Raw) {
-        throw WrongUse("this build writes raw files only, and " + quoted(path.string()) +
+    if (format == eFileFormat::Im6) {
+        throw WrongUse("this build writes raw and TIFF files only, and " + quoted(path.string()) +
                        " is to be written as " + getFormatName(format) +
                        "; --output-format raw writes raw pixels under any name");
     }

@@ -24,6 +24,7 @@ std::string toDocument(nlohmann::ordered_json const& files) {
 
 InfoCommand::InfoCommand(CLI::App& parent)
     : Command(parent, "info", "Tell what is in image files",
+              "  velmo-image info --check brain.tif cells.tif\n"
               "  velmo-image info brain.raw --size 181,217,181 --type uint8\n"
               "  velmo-image info --json --check frames.raw --size 640,480,1,3 --type uint8 --offset 512") {
     getApp().add_option("FILE", _files, "Files to tell of")->required();
@@ -32,28 +33,33 @@ InfoCommand::InfoCommand(CLI::App& parent)
     _input.addTo(getApp());
 }
 
-FileDescription InfoCommand::describe(std::string const& file, RawDescription const& raw) const {
-    FileDescription description = {file, getFormatName(_input.getFormat(file)), nullptr, {}, {}};
+FileDescription InfoCommand::describe(std::string const& file, InputDescription const& input) const {
+    eFileFormat const format = _input.getFormat(file);
+    FileDescription description = {file, getFormatName(format), nullptr, {}, {}};
     try {
-        InputImage const input = openInput(file, raw);
-        description.pImage = input.pImage;
+        InputImage const image = openInput(file, format, input);
+        description.pImage = image.pImage;
         if (_bCheck) {
-            description.warnings = findWarnings(input);
+            description.warnings = findWarnings(image);
         }
     } catch (BaseException const& failure) {
         description.error = getFullText(failure);
+    } catch (WorkFailure const& failure) {
+        description.error = failure.what();
+    }
+    if (!description.error.empty()) {
         printMessage(description.error);
     }
     return description;
 }
 
 eExitStatus InfoCommand::run() const {
-    RawDescription const raw = _input.describe(_files);
+    InputDescription const input = _input.describe(_files);
     eExitStatus status = eES_Done;
     nlohmann::ordered_json entries = nlohmann::ordered_json::array();
     for (std::string const& file : _files) {
         throwIfInterrupted();
-        FileDescription const description = describe(file, raw);
+        FileDescription const description = describe(file, input);
         status = description.error.empty() ? status : eES_Failed;
         if (_bJson) {
             entries.push_back(toJson(description));

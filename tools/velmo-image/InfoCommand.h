@@ -18,7 +18,7 @@ class InfoCommand : public Command {
     eExitStatus run() const override;
 
   private:
-    FileDescription describe(std::string const& file, RawDescription const& raw) const;
+    FileDescription describe(std::string const& file, InputDescription const& input) const;
 
     InputOptions _input;
     std::vector<std::string> _files;

@@ -5,6 +5,8 @@
 
 #include "Failure.h"
 #include "ObservedAccessor.h"
+#include "TiffCheck.h"
+#include "TiffInput.h"
 
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
@@ -14,12 +16,9 @@
 namespace velmo {
 namespace tool {
 
-InputImage openInput(boost::filesystem::path const& path, RawDescription const& raw) {
-    return {image::file::openRawImageFile(path, *raw.createGeometry(), raw.offset), raw.offset,
-            raw.bSwapBytes};
-}
+namespace {
 
-std::vector<std::string> findWarnings(InputImage const& input) {
+std::vector<std::string> findRawWarnings(InputImage const& input) {
     boost::system::error_code error;
     vlUInt64 const fileSize = boost::filesystem::file_size(input.pImage->getAccessor()->getFilePath(), error);
     vlUInt64 const nbBytes = input.pImage->getGeometry().getFullMemorySize();
@@ -30,10 +29,28 @@ std::vector<std::string> findWarnings(InputImage const& input) {
             " bytes behind the last plane are not read"};
 }
 
+} // namespace
+
+InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
+                     InputDescription const& description) {
+    if (format == eFileFormat::Tiff) {
+        return {format, openTiffInput(path, description.tiff), 0, false};
+    }
+    RawDescription const& raw = description.raw;
+    return {format, image::file::openRawImageFile(path, *raw.createGeometry(), raw.offset), raw.offset,
+            raw.bSwapBytes};
+}
+
+std::vector<std::string> findWarnings(InputImage const& input) {
+    return input.format == eFileFormat::Tiff ? findTiffWarnings(*input.pImage) : findRawWarnings(input);
+}
+
 image::DiskImagePtr observeInput(InputImage const& input, Progress& progress) {
     image::DiskImagePtr pObserved;
     BoolResult const result = image::ImageFactory::getInstance().createDiskImage(
-        boost::make_shared<ObservedAccessor>(input.pImage, input.bSwapBytes, progress), pObserved);
+        boost::make_shared<ObservedAccessor>(input.pImage, input.bSwapBytes,
+                                             input.format == eFileFormat::Tiff, progress),
+        pObserved);
     if (!result) {
         throw WorkFailure(result.getMessage());
     }

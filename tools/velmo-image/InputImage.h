@@ -14,13 +14,15 @@ class Progress;
 
 /// An input that is open for reading, and what is to be told of it.
 struct InputImage {
+    eFileFormat format;
     image::DiskImagePtr pImage; ///< as the file gives it: bytes not yet swapped
-    vlUInt64 offset;            ///< bytes before the first plane
+    vlUInt64 offset;            ///< of a raw file: bytes before the first plane
     bool bSwapBytes;
 };
 
-/// Failures are the library's.
-InputImage openInput(boost::filesystem::path const& path, RawDescription const& raw);
+/// Failures have the library's words.
+InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
+                     InputDescription const& description);
 
 /// What the file holds otherwise than it was announced, a sentence each.
 std::vector<std::string> findWarnings(InputImage const& input);

@@ -6,6 +6,7 @@
 #include "CheckedParsing.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 namespace velmo {
 namespace tool {
@@ -30,6 +31,19 @@ constexpr bool g_bMachineIsBig = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
 /// Whether a word for a byte order asks for a swap on this machine.
 constexpr std::array<Choice<bool>, 2> g_byteOrders = {
     {{"little", g_bMachineIsBig}, {"big", !g_bMachineIsBig}}};
+
+constexpr std::array<Choice<file::eTiffDirectoryMode>, 2> g_directoryModes = {
+    {{"z", file::eTDM_Volume}, {"t", file::eTDM_Temporal}}};
+constexpr std::array<Choice<file::eTiffBufferMode>, 3> g_bufferModes = {
+    {{"default", file::eTBM_Default}, {"binary", file::eTBM_Binary}, {"label", file::eTBM_Label}}};
+
+void refuseGiven(std::vector<CLI::Option const*> const& options, std::string const& formatName) {
+    for (CLI::Option const* const pOption : options) {
+        if (pOption->count() != 0) {
+            throw WrongUse(pOption->get_name() + " is for " + formatName + " inputs, and none is given");
+        }
+    }
+}
 
 ColorGeometry createColor(vlUInt64 sizeC) {
     ColorGeometry color;
@@ -66,31 +80,56 @@ ImageGeometryPtr RawDescription::createGeometry() const {
 }
 
 void InputOptions::addTo(CLI::App& app) {
-    app.add_option(
-        "--format", _format,
-        "raw (tiff and im6: not in this build); without it the extension decides, and none is raw");
-    app.add_option("--size", _size, "X,Y[,Z[,C[,T]]]: sizes of a raw input");
-    app.add_option("--type", _type,
-                   "uint8|int8|uint16|int16|uint32|int32|real32|binary|label8|label16|label32: pixels of a "
-                   "raw input");
-    app.add_option("--offset", _offset, "Bytes before the first plane of a raw input (0)");
-    app.add_option("--byte-order", _byteOrder, "little|big: byte order of a raw input (little)");
+    app.add_option("--format", _format,
+                   "raw|tiff (im6: not in this build); without it the extension decides: .tif and .tiff are "
+                   "tiff, others raw");
+    _rawOptions = {
+        app.add_option("--size", _size, "X,Y[,Z[,C[,T]]]: sizes of a raw input"),
+        app.add_option("--type", _type,
+                       "uint8|int8|uint16|int16|uint32|int32|real32|binary|label8|label16|label32: pixels of "
+                       "a raw input"),
+        app.add_option("--offset", _offset, "Bytes before the first plane of a raw input (0)"),
+        app.add_option("--byte-order", _byteOrder, "little|big: byte order of a raw input (little)")};
+    _tiffOptions = {app.add_option("--directories", _directories,
+                                   "z|t: what the directories of a TIFF input are, planes or time steps, "
+                                   "unless it says so itself (z)"),
+                    app.add_option("--pixels", _pixels,
+                                   "default|binary|label: what the unsigned pixels of a TIFF input are, "
+                                   "unless it says so itself (default: numbers)")};
 }
 
 eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
     return chooseFormat(path, "--format", _format);
 }
 
-RawDescription InputOptions::describe(std::vector<std::string> const& files) const {
-    for (std::string const& file : files) {
-        requireReadable(getFormat(file), file);
-    }
+bool InputOptions::hasInput(std::vector<std::string> const& files, eFileFormat format) const {
+    return std::any_of(files.begin(), files.end(),
+                       [&](std::string const& file) { return getFormat(file) == format; });
+}
+
+RawDescription InputOptions::describeRaw() const {
     if (_size.empty() || _type.empty()) {
         throw WrongUse("a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type "
                        "TYPE, such as --size 181,217,181 --type uint8");
     }
     return {parseSizes("--size", _size), parseChoice("--type", _type, g_types),
             parseNumber("--offset", _offset), parseChoice("--byte-order", _byteOrder, g_byteOrders)};
+}
+
+InputDescription InputOptions::describe(std::vector<std::string> const& files) const {
+    for (std::string const& file : files) {
+        requireReadable(getFormat(file), file);
+    }
+    bool const bRaw = hasInput(files, eFileFormat::Raw);
+    if (!bRaw) {
+        refuseGiven(_rawOptions, "raw");
+    }
+    if (!hasInput(files, eFileFormat::Tiff)) {
+        refuseGiven(_tiffOptions, "TIFF");
+    }
+    return {bRaw ? describeRaw() : RawDescription{{}, eIBT_None, 0, false},
+            {parseChoice("--directories", _directories, g_directoryModes),
+             parseChoice("--pixels", _pixels, g_bufferModes)}};
 }
 
 } // namespace tool

@@ -6,13 +6,15 @@
 #include "FileFormat.h"
 
 #include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/TiffImageFileTypes.h>
 #include <boost/filesystem/path.hpp>
 #include <string>
 #include <vector>
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 
 namespace velmo {
 namespace tool {
@@ -28,6 +30,17 @@ struct RawDescription {
     image::ImageGeometryPtr createGeometry() const;
 };
 
+/// What a TIFF file of another program does not say of itself.
+struct TiffDescription {
+    image::file::eTiffDirectoryMode directoryMode;
+    image::file::eTiffBufferMode bufferMode;
+};
+
+struct InputDescription {
+    RawDescription raw; ///< without sizes where no input is raw
+    TiffDescription tiff;
+};
+
 /// The options that say how the input files are to be read.
 class InputOptions {
   public:
@@ -35,16 +48,23 @@ class InputOptions {
     void addTo(CLI::App& app);
 
     eFileFormat getFormat(boost::filesystem::path const& path) const;
-    /// What the options say of the files. Throws WrongUse where one of them cannot be read so, without
-    /// touching any.
-    RawDescription describe(std::vector<std::string> const& files) const;
+    /// What the options say of the files. Throws WrongUse where one of them cannot be read so, and where an
+    /// option fits none of them, without touching any.
+    InputDescription describe(std::vector<std::string> const& files) const;
 
   private:
+    bool hasInput(std::vector<std::string> const& files, eFileFormat format) const;
+    RawDescription describeRaw() const;
+
     std::string _format;
     std::string _size;
     std::string _type;
     std::string _offset = "0";
     std::string _byteOrder = "little";
+    std::string _directories = "z";
+    std::string _pixels = "default";
+    std::vector<CLI::Option const*> _rawOptions; ///< of the parser
+    std::vector<CLI::Option const*> _tiffOptions;
 };
 
 } // namespace tool

@@ -21,8 +21,10 @@ namespace {
 
 } // namespace
 
-ObservedAccessor::ObservedAccessor(image::DiskImagePtr const& pImage, bool bSwapBytes, Progress& progress)
-    : _pImage(pImage), _bSwapBytes(bSwapBytes), _progress(progress) {
+ObservedAccessor::ObservedAccessor(image::DiskImagePtr const& pImage, bool bSwapBytes, bool bWholePlanes,
+                                   Progress& progress)
+    : _pImage(pImage), _pPlanes(bWholePlanes ? std::make_unique<PlaneCache>(pImage) : nullptr),
+      _bSwapBytes(bSwapBytes), _progress(progress) {
     initBase(pImage->getAccessor()->getFilePath(), image::eIAM_ReadOnly, pImage->getGeometry(),
              pImage->getGeometricCalibrationConstPtr(), false);
 }
@@ -64,12 +66,18 @@ BoolResult ObservedAccessor::resizeData(image::BaseImageGeometry const& /*geomet
     return failure("an input image is not resized");
 }
 
+BoolResult ObservedAccessor::readSource(image::PlanIndexes const& plan, vlUInt64 pixelStart,
+                                        vlUInt64 nbPixels, void* buffer) const {
+    return _pPlanes ? _pPlanes->readPixels(plan, pixelStart, nbPixels, buffer)
+                    : _pImage->readPixels(plan.z, plan.c, plan.t, pixelStart, nbPixels, buffer);
+}
+
 BoolResult ObservedAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                          vlUInt64 nbPixels, void* buffer) const {
     if (isInterruptRequested()) {
         return failure("interrupted");
     }
-    BoolResult result = _pImage->readPixels(z, c, t, pixelStartOffset, nbPixels, buffer);
+    BoolResult result = readSource({z, c, t}, pixelStartOffset, nbPixels, buffer);
     if (result) {
         if (_bSwapBytes) {
             image::eImageBufferType const type = getGeometry().getPlanGeometry(t).getBufferType();
@@ -87,6 +95,7 @@ BoolResult ObservedAccessor::writeRawData(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt
 }
 
 void ObservedAccessor::clearDerived() {
+    _pPlanes.reset();
     _pImage.reset();
 }
 

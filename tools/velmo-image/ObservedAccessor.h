@@ -3,8 +3,11 @@
 
 #pragma once
 
+#include "PlaneCache.h"
+
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/ImageAccessor.h>
+#include <memory>
 
 namespace velmo {
 namespace tool {
@@ -15,8 +18,10 @@ class Progress;
 /// if asked to, counts its pixels, and fails after an interrupt. Read only; it does not travel in archives.
 class ObservedAccessor : public image::BaseDiskImageAccessor {
   public:
+    /// With `bWholePlanes` the image is asked for whole planes only, one of which is held in memory.
     /// `progress` must outlive the accessor.
-    ObservedAccessor(image::DiskImagePtr const& pImage, bool bSwapBytes, Progress& progress);
+    ObservedAccessor(image::DiskImagePtr const& pImage, bool bSwapBytes, bool bWholePlanes,
+                     Progress& progress);
 
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
@@ -35,7 +40,11 @@ class ObservedAccessor : public image::BaseDiskImageAccessor {
     void clearDerived() override;
 
   private:
+    BoolResult readSource(image::PlanIndexes const& plan, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                          void* buffer) const;
+
     image::DiskImagePtr _pImage;
+    std::unique_ptr<PlaneCache> _pPlanes; ///< null where runs of pixels are read
     bool _bSwapBytes;
     Progress& _progress;
 };

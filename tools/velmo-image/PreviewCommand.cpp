@@ -81,6 +81,7 @@ struct PreviewCommand::Selection {
 
 PreviewCommand::PreviewCommand(CLI::App& parent)
     : Command(parent, "preview", "Write planes of an image as a PNG picture",
+              "  velmo-image preview brain.tif planes.png --montage\n"
               "  velmo-image preview brain.raw middle.png --size 181,217,181 --type uint8\n"
               "  velmo-image preview brain.raw planes.png --size 181,217,181 --type uint8 --montage\n"
               "  velmo-image preview heat.raw heat.png --size 640,480 --type real32 --range=-10,40") {
@@ -141,9 +142,9 @@ void PreviewCommand::writePicture(Picture const& picture, BaseImageGeometry cons
 }
 
 eExitStatus PreviewCommand::run() const {
-    RawDescription const raw = _input.describe({_inputFile});
+    InputDescription const description = _input.describe({_inputFile});
     check();
-    InputImage const input = openInput(_inputFile, raw);
+    InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
     BaseImageGeometry const& geometry = input.pImage->getGeometry();
     if (geometry.getNbPixels() == 0) {
         throw WorkFailure(quoted(_inputFile) + " has no pixels to show");

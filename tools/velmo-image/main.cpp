@@ -6,6 +6,7 @@
 #include "Interrupt.h"
 #include "PreviewCommand.h"
 #include "Terminal.h"
+#include "TiffInput.h"
 
 #include <VELMOUtil/Logging.h>
 #include <csignal>
@@ -33,7 +34,7 @@ eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop) {
 }
 
 eExitStatus runCommand(int argc, char** argv) {
-    CLI::App app("Look at and convert image files: raw planes of pixels", "velmo-image");
+    CLI::App app("Look at and convert image files: TIFF, and raw planes of pixels", "velmo-image");
     app.set_version_flag("--version", g_version);
     app.require_subcommand(1);
     app.footer("Exit status: 0 done, 1 the work failed, 2 wrong use, 130 interrupted.");
@@ -86,6 +87,7 @@ int main(int argc, char** argv) {
     // Each failure is told once, as the exception that reaches the end of the work.
     velmo::getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
     std::signal(SIGPIPE, SIG_IGN);
+    velmo::tool::captureTiffMessages();
     velmo::tool::catchInterrupts();
     return velmo::tool::runGuarded(argc, argv);
 }

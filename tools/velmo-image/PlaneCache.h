@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImage/DiskImage.h>
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOUtil/PageBuffer.h>
+#include <mutex>
+#include <optional>
+
+namespace velmo {
+namespace tool {
+
+/// Runs of pixels of an image that is asked for whole planes alone: what a run costs or gives there may
+/// depend on the pixels around it (strips decoded from their first pixel on, stacks whose planes have no
+/// strips). The latest plane is held in memory. Any thread may read.
+class PlaneCache {
+  public:
+    explicit PlaneCache(image::DiskImagePtr const& pImage);
+
+    /// Fails with the image's words, and where there is no memory for a plane.
+    BoolResult readPixels(image::PlanIndexes const& plan, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                          void* buffer);
+
+  private:
+    BoolResult hold(image::PlanIndexes const& plan);
+    BoolResult makeRoom(vlUInt64 nbBytes);
+
+    image::DiskImagePtr const _pImage;
+    std::mutex _mutex;
+    PageBuffer _pixels;
+    std::optional<vlUInt64> _heldPlan; ///< number of the plane in `_pixels`
+};
+
+} // namespace tool
+} // namespace velmo
