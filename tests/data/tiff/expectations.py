@@ -4,8 +4,8 @@
 
 Rules: `source`, the pixels the file was made from; `planes`, the count of planes where it is not that of the
 directories; `single`, a stack whose planes lie behind each other in one directory; `load`, the beginning of the failure
-of reading the pixels of a file that opens; `refused`, the beginning of the failure of opening; `type`, the buffer type
-where that of tifffile says otherwise.
+of reading the pixels of a file that opens; `refused`, the beginning of the failure of opening; `warns`, the beginning
+of a warning; `type`, the buffer type where that of tifffile says otherwise.
 """
 from patterns import bilevel, colour, grey
 
@@ -64,7 +64,8 @@ def of_tifffile():
     add('tf-min-is-white', '8-bit grey, zero is white', source=grey('u1'))
     for unit in ('none', 'inch', 'cm'):
         add('tf-calibrated-' + unit, 'resolutions of which one is a fraction, unit ' + unit, source=grey('u1'))
-    add('tf-resolution-zero', 'a resolution of 0', source=grey('u1'))
+    add('tf-resolution-zero', 'a resolution of 0', source=grey('u1'),
+        warns='Resolution values x=0.000000 and y=72.000000 are not valid for image calibration into image file ')
 
 
 def refused_of_tifffile():
@@ -160,8 +161,9 @@ def tags_of_libtiff():
     add('lt-resolution-first', 'a resolution in the first directory alone')
     add('lt-resolution-without-unit', 'a resolution without a unit, which is the inch', source=grey('u1'))
     add('lt-resolution-x-only', 'a resolution in x alone', source=grey('u1'))
-    add('lt-orientation-3', 'orientation 3, upside down', source=grey('i1'))
-    add('lt-orientation-6', 'orientation 6, a quarter turned', source=grey('i1'))
+    for value, text in ((3, 'upside down'), (6, 'a quarter turned')):
+        add(f'lt-orientation-{value}', f'orientation {value}, {text}', source=grey('i1'),
+            warns=f'Un supported plan orientation value {value} for file ')
     add('lt-page', 'a page of a document', source=grey('i1'))
     add('lt-mask', 'a transparency mask', refused=SUBFILE % 4)
     add('lt-reduced', 'a reduced image', refused=SUBFILE % 1)

@@ -99,6 +99,10 @@ def opened(name, path, rule):
         'calibration': calibration_of(pages[0] if single else pages[count - 1])}
     if len(set(types)) > 1:
         geometry['bufferTypes'] = types
+    if single:
+        geometry['singleDirectory'] = True
+    if 'warns' in rule:
+        geometry['warning'] = rule['warns']
     if 'load' in rule:
         return {**geometry, 'loads': False, 'message': rule['load']}
     planes = stacked_planes(path, pages[0], count) if single else planes_of(arrays)
