@@ -168,7 +168,7 @@ RawDirectory& RawDirectory::without(std::uint16_t tag) {
     return *this;
 }
 
-RawDirectory greyDirectory(std::uint32_t sizeX, std::uint32_t sizeY, std::uint16_t bits) {
+RawDirectory greyDirectory(unsigned int sizeX, unsigned int sizeY, unsigned int bits) {
     std::size_t const nbBytes = (std::size_t(sizeX) * bits + 7) / 8 * sizeY;
     RawDirectory directory;
     directory.set(TIFFTAG_IMAGEWIDTH, longs({sizeX})).set(TIFFTAG_IMAGELENGTH, longs({sizeY}));
@@ -180,7 +180,7 @@ RawDirectory greyDirectory(std::uint32_t sizeX, std::uint32_t sizeY, std::uint16
     return directory;
 }
 
-RawDirectory colorDirectory(std::uint16_t samples, std::uint16_t photometric) {
+RawDirectory colorDirectory(unsigned int samples, unsigned int photometric) {
     RawDirectory directory = greyDirectory();
     directory.set(TIFFTAG_BITSPERSAMPLE, shorts(std::vector<std::uint64_t>(samples, 8)));
     directory.set(TIFFTAG_PHOTOMETRIC, shorts({photometric})).set(TIFFTAG_SAMPLESPERPIXEL, shorts({samples}));

@@ -91,9 +91,9 @@ struct RawDirectory {
 };
 
 /// Uncompressed grey pixels in one strip: the tags that a reader asks for and no other.
-RawDirectory greyDirectory(std::uint32_t sizeX = 4, std::uint32_t sizeY = 3, std::uint16_t bits = 8);
+RawDirectory greyDirectory(unsigned int sizeX = 4, unsigned int sizeY = 3, unsigned int bits = 8);
 /// Uncompressed pixels of several samples side by side.
-RawDirectory colorDirectory(std::uint16_t samples = 3, std::uint16_t photometric = PHOTOMETRIC_RGB);
+RawDirectory colorDirectory(unsigned int samples = 3, unsigned int photometric = PHOTOMETRIC_RGB);
 
 struct RawLayout {
     bool bBigTiff = false;
