@@ -141,6 +141,35 @@ TEST_F(Streaming, TheMemoryOfAConversionDoesNotGrowWithTheVolume) {
     EXPECT_LT(large.maxRss - small.maxRss, 32 * 1024);
 }
 
+TEST_F(Streaming, TheMemoryOfAConversionToAndFromTiffDoesNotGrowWithTheVolume) {
+    std::string const input = createSparse("in.raw", g_gibibyte / 8);
+    Arguments const toTiff = {"convert", input, path("out.tif"), "--overwrite"};
+    Arguments const toRaw = {"convert", path("out.tif"), path("out.raw"), "--overwrite"};
+    EXPECT_EQ(0, runTool(toTiff + raw("512,512,2", "uint8")).status); // warns of the bytes behind
+    ToolResult const smallToRaw = runTool(toRaw);
+    ToolResult const smallToTiff = runTool({"convert", path("out.tif"), path("copy.tif")});
+    ToolResult const large = runTool(toTiff + raw("512,512,512", "uint8"));
+    ToolResult const largeToRaw = runTool(toRaw);
+    for (ToolResult const& result : {smallToRaw, smallToTiff, large, largeToRaw}) {
+        expectDone(result);
+    }
+    EXPECT_EQ(g_gibibyte / 8, boost::filesystem::file_size(_folder / "out.raw"));
+    EXPECT_LT(large.maxRss - smallToTiff.maxRss, 32 * 1024);
+    EXPECT_LT(largeToRaw.maxRss - smallToRaw.maxRss, 32 * 1024);
+}
+
+TEST_F(Streaming, AnInterruptedConversionToTiffLeavesTheEarlierOutputAndNothingElse) {
+    std::string const input = createSparse("in.raw", g_gibibyte);
+    create("out.tif", "earlier");
+    ToolProcess process(Arguments{"convert", input, path("out.tif"), "--overwrite", "--compression", "lzw"} +
+                        raw("1024,1024,1024", "uint8"));
+    ASSERT_TRUE(waitForPixels());
+    process.send(SIGINT);
+    expectFailure(process.wait(), 130, "interrupted");
+    EXPECT_EQ("earlier", read("out.tif"));
+    EXPECT_THAT(list(), ElementsAre("in.raw", "out.tif"));
+}
+
 TEST_F(Streaming, TheMemoryOfAPreviewDoesNotGrowWithThePlane) {
     std::string const input = createSparse("in.raw", g_gibibyte / 2);
     Arguments const arguments = {"preview", input, path("out.png"), "--overwrite", "--max-size", "500"};

@@ -45,55 +45,78 @@ std::uint16_t getShort(TIFF* pTiff, std::uint32_t tag) {
     return TIFFGetFieldDefaulted(pTiff, tag, &value) == 1 ? value : std::uint16_t{1};
 }
 
-/// Of a stack whose planes follow the first one without directories of their own, as they lie.
-Warnings findStackWarnings(TIFF* pTiff, vlUInt64 nbPlanes, vlUInt64 nbDirectories,
-                           image::DiskImage const& image) {
-    Warnings warnings;
-    std::string const asTheyLie = ": its planes are delivered as they lie";
+/// The bytes that there are for the planes of a stack against those that it announces.
+Warnings findStackLengthWarnings(TIFF* pTiff, vlUInt64 nbPlanes, image::DiskImage const& image) {
     vlUInt64 const planeSize = image.getGeometry().getPlanMemorySize(0);
     vlUInt64 const fileSize = boost::filesystem::file_size(image.getAccessor()->getFilePath());
     vlUInt64 const offset = std::min<vlUInt64>(TIFFGetStrileOffset(pTiff, 0), fileSize);
-    if (planeSize != 0 && (fileSize - offset) / planeSize < nbPlanes) {
-        warnings.push_back("the ImageJ description announces " + std::to_string(nbPlanes) +
-                           " planes, and the file has bytes for " +
-                           std::to_string((fileSize - offset) / planeSize) +
-                           ": what is missing is read as zeros");
+    if (planeSize == 0 || (fileSize - offset) / planeSize >= nbPlanes) {
+        return {};
     }
-    if (nbDirectories > 1) {
-        warnings.push_back("the ImageJ description announces " + std::to_string(nbPlanes) +
-                           " planes, and the file has " + std::to_string(nbDirectories) +
-                           " directories: the planes are read one behind the other from the first on");
-    }
-    if (TIFFIsBigEndian(pTiff) != 0 && image::getImageBufferBaseSize(image.getBufferType()) > 1) {
-        warnings.push_back("the ImageJ stack is big-endian" + asTheyLie +
-                           ", with the bytes of each value in reverse order");
-    }
-    if (getShort(pTiff, TIFFTAG_COMPRESSION) != COMPRESSION_NONE) {
-        warnings.push_back("the ImageJ stack is compressed" + asTheyLie);
-    }
-    if (getShort(pTiff, TIFFTAG_SAMPLESPERPIXEL) > 1 || getShort(pTiff, TIFFTAG_BITSPERSAMPLE) < 8) {
-        warnings.push_back("the ImageJ stack has colours side by side or packed bits" + asTheyLie);
+    return {"the ImageJ description announces " + std::to_string(nbPlanes) +
+            " planes, and the file has bytes for " + std::to_string((fileSize - offset) / planeSize) +
+            ": what is missing is read as zeros"};
+}
+
+/// A stack whose planes have no directories of their own is read as it lies behind its first strip.
+Warnings findStackWarnings(TIFF* pTiff, vlUInt64 nbPlanes, vlUInt64 nbDirectories,
+                           image::DiskImage const& image) {
+    std::string const asTheyLie = ": its planes are delivered as they lie";
+    bool const bSwapped =
+        TIFFIsBigEndian(pTiff) != 0 && image::getImageBufferBaseSize(image.getBufferType()) > 1;
+    bool const bMixed =
+        getShort(pTiff, TIFFTAG_SAMPLESPERPIXEL) > 1 || getShort(pTiff, TIFFTAG_BITSPERSAMPLE) < 8;
+    Warnings warnings = findStackLengthWarnings(pTiff, nbPlanes, image);
+    for (auto const& [bFound, text] : std::initializer_list<std::pair<bool, std::string>>{
+             {nbDirectories > 1, "the ImageJ description announces " + std::to_string(nbPlanes) +
+                                     " planes, and the file has " + std::to_string(nbDirectories) +
+                                     " directories: the planes are read one behind the other from the first"},
+             {bSwapped, "the ImageJ stack is big-endian" + asTheyLie +
+                            ", with the bytes of each value in reverse order"},
+             {getShort(pTiff, TIFFTAG_COMPRESSION) != COMPRESSION_NONE,
+              "the ImageJ stack is compressed" + asTheyLie},
+             {bMixed, "the ImageJ stack has colours side by side or packed bits" + asTheyLie},
+             {TIFFIsTiled(pTiff) != 0, "the ImageJ stack is tiled: pixels in tiles cannot be read"}}) {
+        if (bFound) {
+            warnings.push_back(text);
+        }
     }
     return warnings;
 }
 
-/// Walks the directories from the first one on.
-Warnings findDirectoryWarnings(TIFF* pTiff, vlUInt64 nbDirectories) {
-    Warnings warnings;
+struct DirectoryCounts {
     vlUInt64 nbRead = 0;
     vlUInt64 nbTiled = 0;
+    vlUInt64 nbTurned = 0;
+};
+
+/// Walks the directories from the first one on.
+DirectoryCounts countDirectories(TIFF* pTiff) {
+    DirectoryCounts counts;
     do {
         throwIfInterrupted();
-        ++nbRead;
-        nbTiled += TIFFIsTiled(pTiff) != 0 ? 1 : 0;
+        ++counts.nbRead;
+        counts.nbTiled += TIFFIsTiled(pTiff) != 0 ? 1 : 0;
+        counts.nbTurned += getShort(pTiff, TIFFTAG_ORIENTATION) != ORIENTATION_TOPLEFT ? 1 : 0;
     } while (TIFFReadDirectory(pTiff) == 1);
-    if (nbRead < nbDirectories) {
+    return counts;
+}
+
+Warnings findDirectoryWarnings(TIFF* pTiff, vlUInt64 nbDirectories) {
+    DirectoryCounts const counts = countDirectories(pTiff);
+    std::string const ofAll = "of " + std::to_string(counts.nbRead) + " directories ";
+    Warnings warnings;
+    if (counts.nbRead < nbDirectories) {
         warnings.push_back("the file has " + std::to_string(nbDirectories) + " directories, of which " +
-                           std::to_string(nbRead) + " can be read: the rest is left out");
+                           std::to_string(counts.nbRead) + " can be read: the rest is left out");
     }
-    if (nbTiled != 0) {
-        warnings.push_back("of " + std::to_string(nbRead) + " directories " + std::to_string(nbTiled) +
+    if (counts.nbTiled != 0) {
+        warnings.push_back(ofAll + std::to_string(counts.nbTiled) +
                            " are tiled: pixels in tiles cannot be read");
+    }
+    if (counts.nbTurned != 0) {
+        warnings.push_back(ofAll + std::to_string(counts.nbTurned) +
+                           " are to be shown turned or mirrored: their rows are read as they lie");
     }
     return warnings;
 }
@@ -108,11 +131,7 @@ Warnings findTiffWarnings(image::DiskImage const& image) {
     vlUInt64 const nbDirectories = TIFFNumberOfDirectories(pTiff.get());
     std::optional<vlUInt64> const nbPlanes = findAnnouncedPlanes(pTiff.get());
     if (nbPlanes && *nbPlanes != nbDirectories) {
-        Warnings warnings = findStackWarnings(pTiff.get(), *nbPlanes, nbDirectories, image);
-        if (TIFFIsTiled(pTiff.get()) != 0) {
-            warnings.emplace_back("the ImageJ stack is tiled: pixels in tiles cannot be read");
-        }
-        return warnings;
+        return findStackWarnings(pTiff.get(), *nbPlanes, nbDirectories, image);
     }
     return findDirectoryWarnings(pTiff.get(), nbDirectories);
 }

@@ -1,0 +1,355 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CliFixture.h"
+#include "TiffSample.h"
+
+#include <VELMOImage/ImageFactory.h>
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <nlohmann/json.hpp>
+
+namespace velmo {
+namespace test {
+
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+std::string count(std::size_t nbBytes) {
+    std::string bytes(nbBytes, '\0');
+    for (std::size_t index = 0; index < nbBytes; ++index) {
+        bytes[index] = static_cast<char>(index * 7 + index / 256);
+    }
+    return bytes;
+}
+
+class TiffConvert : public CliTest {
+  protected:
+    /// A conversion of the file "in.tif" to raw planes.
+    std::string toRaw(Arguments const& options = {}) const {
+        expectDone(runTool(Arguments{"convert", path("in.tif"), path("out.raw"), "--overwrite"} + options));
+        return read("out.raw");
+    }
+
+    ToolResult fromRaw(std::string const& bytes, std::string const& size, std::string const& type,
+                       Arguments const& options = {}) const {
+        return runTool(Arguments{"convert", create("in.raw", bytes), path("out.tif")} + raw(size, type) +
+                       options);
+    }
+
+    json describe(std::string const& name) const {
+        ToolResult const result = runTool({"info", "--json", path(name)});
+        expectDone(result);
+        json entry = json::parse(result.out).at("files").at(0);
+        entry.erase("file");
+        return entry;
+    }
+};
+
+TiffPage page(std::uint32_t sizeX, std::uint32_t sizeY, std::uint16_t bits, std::string const& pixels) {
+    TiffPage result;
+    result.sizeX = sizeX;
+    result.sizeY = sizeY;
+    result.bits = bits;
+    result.pixels = pixels;
+    return result;
+}
+
+struct RawType {
+    char const* word;
+    std::uint16_t bits;
+    std::uint16_t sampleFormat;
+};
+
+struct Compression {
+    Arguments options;
+    std::uint16_t tag;
+};
+
+struct Misfit {
+    char const* name;
+    Arguments arguments; ///< of convert, behind the paths
+    char const* output;
+    char const* message;
+};
+
+std::ostream& operator<<(std::ostream& os, Misfit const& misfit) {
+    return os << misfit.name;
+}
+
+class TiffMisfit : public TiffConvert, public testing::WithParamInterface<Misfit> {};
+
+} // namespace
+
+TEST_F(TiffConvert, EveryRawTypeBecomesDirectoriesAndComesBack) {
+    for (RawType const& type : {RawType{"uint8", 8, SAMPLEFORMAT_UINT},
+                                {"int8", 8, SAMPLEFORMAT_INT},
+                                {"uint16", 16, SAMPLEFORMAT_UINT},
+                                {"int16", 16, SAMPLEFORMAT_INT},
+                                {"uint32", 32, SAMPLEFORMAT_UINT},
+                                {"int32", 32, SAMPLEFORMAT_INT},
+                                {"real32", 32, SAMPLEFORMAT_IEEEFP},
+                                {"binary", 8, SAMPLEFORMAT_UINT},
+                                {"label8", 8, SAMPLEFORMAT_UINT},
+                                {"label16", 16, SAMPLEFORMAT_UINT},
+                                {"label32", 32, SAMPLEFORMAT_UINT}}) {
+        std::size_t const planeSize = 5U * 4 * type.bits / 8;
+        std::string const bytes = count(3 * planeSize);
+        expectDone(fromRaw(bytes, "5,4,3", type.word, {"--overwrite"}));
+        std::vector<TiffPage> const pages = readTiff(_folder / "out.tif");
+        ASSERT_EQ(3U, pages.size());
+        for (std::size_t z = 0; z < 3; ++z) {
+            EXPECT_EQ(type.bits, pages[z].bits);
+            EXPECT_EQ(type.sampleFormat, pages[z].sampleFormat);
+            EXPECT_EQ(bytes.substr(z * planeSize, planeSize), pages[z].pixels) << type.word;
+        }
+        expectDone(runTool({"convert", path("out.tif"), path("back.raw"), "--overwrite"}));
+        EXPECT_EQ(bytes, read("back.raw")) << type.word;
+    }
+}
+
+TEST_F(TiffConvert, TheCompressionIsTheOneAskedFor) {
+    std::string const bytes = count(200 * 100) + std::string(200 * 100, 'x');
+    for (Compression const& compression : {Compression{{}, COMPRESSION_NONE},
+                                           {{"--compression", "none"}, COMPRESSION_NONE},
+                                           {{"--compression", "lzw"}, COMPRESSION_LZW},
+                                           {{"--compression", "deflate"}, COMPRESSION_DEFLATE}}) {
+        expectDone(fromRaw(bytes, "200,100,2", "uint8", compression.options + Arguments{"--overwrite"}));
+        std::vector<TiffPage> const pages = readTiff(_folder / "out.tif");
+        ASSERT_EQ(2U, pages.size());
+        EXPECT_EQ(compression.tag, pages[0].compression);
+        EXPECT_EQ(compression.tag, pages[1].compression);
+        EXPECT_TRUE(bytes == pages[0].pixels + pages[1].pixels);
+        expectDone(runTool({"convert", path("out.tif"), path("back.raw"), "--overwrite"}));
+        EXPECT_TRUE(bytes == read("back.raw"));
+    }
+}
+
+TEST_F(TiffConvert, FiveDimensionsComeBackInTheirOrder) {
+    for (char const* const size : {"3,2,4,2,2", "3,2,2,4,2"}) { // channels in directories, and side by side
+        std::string const bytes = count(3 * 2 * 4 * 2 * 2);
+        expectDone(fromRaw(bytes, size, "uint8", {"--overwrite", "--compression", "lzw"}));
+        expectDone(runTool({"convert", path("out.tif"), path("back.raw"), "--overwrite"}));
+        EXPECT_EQ(bytes, read("back.raw")) << size;
+    }
+}
+
+TEST_F(TiffConvert, ThreeRawChannelsBecomePixelsOfThreeSamples) {
+    expectDone(fromRaw("RrGgBb", "2,1,1,3", "uint8"));
+    std::vector<TiffPage> const pages = readTiff(_folder / "out.tif");
+    ASSERT_EQ(1U, pages.size());
+    EXPECT_EQ(3, pages[0].samples);
+    EXPECT_EQ(PHOTOMETRIC_RGB, pages[0].photometric);
+    EXPECT_EQ("RGBrgb", pages[0].pixels);
+}
+
+TEST_F(TiffConvert, ForeignColoursBecomePlanes) {
+    TiffPage first = page(2, 1, 8, "RGBArgba");
+    first.samples = 4;
+    first.photometric = PHOTOMETRIC_RGB;
+    TiffPage second = first;
+    second.pixels = "1234abcd";
+    second.compression = COMPRESSION_LZW;
+    writeTiff(_folder / "in.tif", {first, second});
+    EXPECT_EQ("Rr1aGg2bBb3cAa4d", toRaw());
+}
+
+TEST_F(TiffConvert, BigEndianFilesGiveLittleEndianPlanes) {
+    std::string const values = toBytes<std::uint16_t>({1, 2, 300, 4, 5, 60000});
+    writeTiff(_folder / "in.tif", {page(3, 2, 16, values), page(3, 2, 16, values)}, "wb");
+    EXPECT_EQ(values + values, toRaw());
+}
+
+TEST_F(TiffConvert, PackedBitsBecomeBytesAlsoInWideRows) {
+    std::uint32_t const sizeX = 1000;
+    std::uint32_t const sizeY = 300;
+    TiffPage plane = page(sizeX, sizeY, 1, count(sizeX / 8 * sizeY));
+    writeTiff(_folder / "in.tif", {plane});
+    std::string expected;
+    for (char const byte : plane.pixels) {
+        for (int bit = 7; bit >= 0; --bit) {
+            expected += static_cast<char>((static_cast<unsigned char>(byte) >> bit) & 1);
+        }
+    }
+    EXPECT_TRUE(expected == toRaw());
+    expectDone(runTool({"convert", path("in.tif"), path("out.tif")}));
+    std::vector<TiffPage> const pages = readTiff(_folder / "out.tif");
+    ASSERT_EQ(1U, pages.size());
+    EXPECT_TRUE(expected == pages[0].pixels);
+}
+
+TEST_F(TiffConvert, AnImageJStackOfOneDirectoryKeepsAllItsPlanes) {
+    std::string const bytes = count(3 * 1500 * 1000); // planes that a copy takes in several pieces
+    writeImageJStack(_folder / "in.tif", 3, page(1500, 1000, 8, bytes));
+    EXPECT_TRUE(bytes == toRaw());
+    expectDone(runTool({"convert", path("in.tif"), path("out.tif"), "--compression", "deflate"}));
+    std::vector<TiffPage> const pages = readTiff(_folder / "out.tif");
+    ASSERT_EQ(3U, pages.size());
+    EXPECT_TRUE(bytes == pages[0].pixels + pages[1].pixels + pages[2].pixels);
+}
+
+TEST_F(TiffConvert, StripsOfAForeignFileAreReadWhateverTheirSizeAndCodec) {
+    std::string const bytes = count(2 * 1500 * 1000);
+    TiffPage first = page(1500, 1000, 16, bytes);
+    for (std::uint32_t const rowsPerStrip : {0U, 1U, 7U}) {
+        for (int const compression : {COMPRESSION_NONE, COMPRESSION_PACKBITS, COMPRESSION_LZW}) {
+            first.rowsPerStrip = rowsPerStrip;
+            first.compression = static_cast<std::uint16_t>(compression);
+            writeTiff(_folder / "in.tif", {first});
+            EXPECT_TRUE(bytes == toRaw()) << rowsPerStrip << ' ' << compression;
+        }
+    }
+}
+
+TEST_F(TiffConvert, TheAxisAndTheTypeThatTheOptionsGiveAreInTheNewFile) {
+    writeTiff(_folder / "in.tif", {page(2, 1, 8, "ab"), page(2, 1, 8, "cd")});
+    EXPECT_EQ("abcd", toRaw({"--directories", "t"}));
+    expectDone(
+        runTool({"convert", path("in.tif"), path("out.tif"), "--directories", "t", "--pixels", "label"}));
+    json const entry = describe("out.tif");
+    EXPECT_EQ(2, entry.at("sizeT"));
+    EXPECT_EQ(1, entry.at("sizeZ"));
+    EXPECT_EQ("eIBT_Label8", entry.at("bufferType"));
+}
+
+TEST_F(TiffConvert, AForeignCalibrationIsHandedOn) {
+    TiffPage plane = page(2, 1, 8, "ab");
+    plane.resolution = 4;
+    writeTiff(_folder / "in.tif", {plane});
+    expectDone(runTool({"convert", path("in.tif"), path("out.tif")}));
+    EXPECT_EQ(describe("in.tif"), describe("out.tif"));
+    EXPECT_EQ(0.25, describe("out.tif").at("calibration").at("x"));
+}
+
+TEST_F(TiffConvert, EverythingThatAFileOfTheLibrarySaysIsHandedOn) {
+    image::ImagePtr pImage;
+    ASSERT_TRUE(image::ImageFactory::getInstance().createDefaultImage(
+        *image::geometry3d(image::eIBT_Label16, 3, 2, 4), pImage));
+    auto const pCalibration = boost::make_shared<image::GeometricCalibration>();
+    pCalibration->init3d(1, 2, 3.5F, "mm", 4, 5, 6, 7, 8, 9, 10);
+    pImage->setGeometricCalibration(pCalibration);
+    pImage->setUserPropertiesStr("scanner=\"B\", 17\n");
+    image::file::saveTiffImageFile(_folder / "in.tif", pImage, image::file::eTC_None);
+    expectDone(runTool({"convert", path("in.tif"), path("out.tif"), "--compression", "lzw"}));
+    json const entry = describe("out.tif");
+    EXPECT_EQ(describe("in.tif"), entry);
+    EXPECT_EQ("scanner=\"B\", 17\n", entry.at("userProperties"));
+    EXPECT_EQ(json({{"x", 1.0}, {"y", 2.0}, {"z", 3.5}, {"unit", "mm"}}), entry.at("calibration"));
+}
+
+TEST_F(TiffConvert, ADamagedStripLeavesTheEarlierOutputAndNothingElse) {
+    TiffPage plane = page(100, 100, 8, count(100 * 100));
+    plane.compression = COMPRESSION_LZW;
+    writeTiff(_folder / "in.tif", {plane});
+    create("in.tif", read("in.tif").replace(8, 200, std::string(200, '\xff')));
+    for (char const* const output : {"out.raw", "out.tif"}) {
+        create(output, "earlier");
+        ToolResult const result = runTool({"convert", path("in.tif"), path(output), "--overwrite"});
+        EXPECT_EQ(1, result.status);
+        EXPECT_THAT(result.err,
+                    HasSubstr("Failed to read data of strip 0 for directory z=0, c=0, t=0 of file " +
+                              path("in.tif") + "\nTiff Error : "));
+        EXPECT_EQ("earlier", read(output));
+    }
+    EXPECT_THAT(list(), ElementsAre("in.tif", "out.raw", "out.tif"));
+}
+
+TEST_F(TiffConvert, TooManyPlanesAreRefusedWithTheNameOfTheOutput) {
+    expectFailure(fromRaw(std::string(32768, 'x'), "1,1,32768", "uint8"), 1,
+                  "Error while saving tiff image file \"" + path("out.tif") +
+                      "\"\nUn supported number of image image plans 32768, greater than allowed tiff file "
+                      "number of pages 32767 for file " +
+                      path("out.tif"));
+    EXPECT_THAT(list(), ElementsAre("in.raw"));
+}
+
+TEST_F(TiffConvert, AnExistingOutputIsRefusedWithoutOverwrite) {
+    create("out.tif", "earlier");
+    expectFailure(fromRaw("ABCD", "2,2", "uint8"), 1,
+                  '"' + path("out.tif") + "\" exists already; --overwrite replaces it");
+    EXPECT_EQ("earlier", read("out.tif"));
+}
+
+TEST_F(TiffConvert, AFileCanBeReplacedByItsOwnConversion) {
+    writeTiff(_folder / "in.tif", {page(2, 1, 8, "ab"), page(2, 1, 8, "cd")});
+    expectDone(
+        runTool({"convert", path("in.tif"), path("in.tif"), "--overwrite", "--compression", "deflate"}));
+    std::vector<TiffPage> const pages = readTiff(_folder / "in.tif");
+    ASSERT_EQ(2U, pages.size());
+    EXPECT_EQ(COMPRESSION_DEFLATE, pages[1].compression);
+    EXPECT_EQ("abcd", pages[0].pixels + pages[1].pixels);
+    EXPECT_THAT(list(), ElementsAre("in.tif"));
+}
+
+TEST_F(TiffConvert, TheOutputFormatGoesBeforeTheExtension) {
+    expectDone(
+        runTool(Arguments{"convert", create("in.raw", "ab"), path("tiff.dat"), "--output-format", "tiff"} +
+                raw("2,1", "uint8")));
+    EXPECT_EQ("ab", readTiff(_folder / "tiff.dat").at(0).pixels);
+    expectDone(runTool({"convert", path("tiff.dat"), path("raw.tif"), "--format", "tiff", "--output-format",
+                        "raw", "--header", create("header", "head")}));
+    EXPECT_EQ("headab", read("raw.tif"));
+}
+
+TEST_F(TiffConvert, BigEndianRawPixelsAreSwappedOnTheirWay) {
+    expectDone(fromRaw(std::string("\1\2\3\4", 4), "2,1", "uint16", {"--byte-order", "big"}));
+    EXPECT_EQ("\2\1\4\3", readTiff(_folder / "out.tif").at(0).pixels);
+}
+
+TEST_P(TiffMisfit, IsRefusedBeforeAnyWork) {
+    writeTiff(_folder / "in.tif", {page(2, 1, 8, "ab")});
+    create("in.raw", "ab");
+    ToolResult const result =
+        runTool(Arguments{"convert", path(GetParam().arguments.front()), path(GetParam().output)} +
+                Arguments(GetParam().arguments.begin() + 1, GetParam().arguments.end()));
+    EXPECT_EQ(2, result.status);
+    EXPECT_THAT(result.err, StartsWith("velmo-image: " + std::string(GetParam().message)));
+    EXPECT_THAT(list(), ElementsAre("in.raw", "in.tif"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Options, TiffMisfit,
+    testing::Values(Misfit{"SizeOfATiffInput",
+                           {"in.tif", "--size", "2,1"},
+                           "out.raw",
+                           "--size is for raw inputs, and none is given"},
+                    Misfit{"ByteOrderOfATiffInput",
+                           {"in.tif", "--byte-order", "big"},
+                           "out.raw",
+                           "--byte-order is for raw inputs, and none is given"},
+                    Misfit{"DirectoriesOfARawInput",
+                           {"in.raw", "--size", "2,1", "--type", "uint8", "--directories", "t"},
+                           "out.raw",
+                           "--directories is for TIFF inputs, and none is given"},
+                    Misfit{"PixelsOfARawInput",
+                           {"in.raw", "--size", "2,1", "--type", "uint8", "--pixels", "label"},
+                           "out.raw",
+                           "--pixels is for TIFF inputs, and none is given"},
+                    Misfit{"UnknownDirectories",
+                           {"in.tif", "--directories", "c"},
+                           "out.raw",
+                           "--directories takes one of z, t; not \"c\""},
+                    Misfit{"UnknownPixels",
+                           {"in.tif", "--pixels", "labels"},
+                           "out.raw",
+                           "--pixels takes one of default, binary, label; not \"labels\""},
+                    Misfit{"UnknownCompression",
+                           {"in.tif", "--compression", "zip"},
+                           "out.tif",
+                           "--compression takes one of none, lzw, deflate; not \"zip\""},
+                    Misfit{"CompressionOfARawOutput",
+                           {"in.tif", "--compression", "lzw"},
+                           "out.raw",
+                           "--compression is for a TIFF output, and "},
+                    Misfit{"HeaderOfATiffOutput",
+                           {"in.tif", "--header", "h"},
+                           "out.tif",
+                           "--header is for a raw output, and "}),
+    [](testing::TestParamInfo<Misfit> const& parameter) { return std::string(parameter.param.name); });
+
+} // namespace test
+} // namespace velmo

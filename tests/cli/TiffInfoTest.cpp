@@ -1,0 +1,324 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CliFixture.h"
+#include "TiffSample.h"
+
+#include <nlohmann/json.hpp>
+
+namespace velmo {
+namespace test {
+
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+class TiffInfo : public CliTest {
+  protected:
+    /// The entries of a run of `info --json` that does not fail.
+    json describe(Arguments const& arguments) const {
+        ToolResult const result = runTool(Arguments{"info", "--json"} + arguments);
+        expectDone(result);
+        return json::parse(result.out).at("files");
+    }
+
+    json describe(std::vector<TiffPage> const& pages, Arguments const& options = {}) const {
+        writeTiff(_folder / "in.tif", pages);
+        return describe(Arguments{path("in.tif")} + options).at(0);
+    }
+};
+
+TiffPage page(std::uint16_t bits, std::uint16_t sampleFormat = SAMPLEFORMAT_UINT) {
+    TiffPage result;
+    result.bits = bits;
+    result.sampleFormat = sampleFormat;
+    return result;
+}
+
+TiffPage colorPage(std::uint16_t samples) {
+    TiffPage result;
+    result.samples = samples;
+    result.photometric = PHOTOMETRIC_RGB;
+    return result;
+}
+
+struct PixelType {
+    std::uint16_t bits;
+    std::uint16_t sampleFormat;
+    char const* byDefault;
+    char const* asLabel;
+};
+
+/// A file that holds something else than it announces, and what a check says of it.
+struct Suspect {
+    char const* name;
+    void (*write)(boost::filesystem::path const& path);
+    std::vector<std::string> warnings;
+};
+
+std::ostream& operator<<(std::ostream& os, Suspect const& suspect) {
+    return os << suspect.name;
+}
+
+class TiffCheck : public TiffInfo, public testing::WithParamInterface<Suspect> {};
+
+/// Planes of 30 x 20 pixels, which are longer than the directory that follows them.
+TiffPage stackPage(unsigned int nbPlanesHeld, std::uint16_t bits = 8) {
+    TiffPage result = page(bits);
+    result.sizeX = 30;
+    result.sizeY = 20;
+    result.pixels.assign(nbPlanesHeld * result.countBytes(), 'x');
+    return result;
+}
+
+TiffPage tiledPage() {
+    TiffPage result = page(8);
+    result.tileSize = 16;
+    return result;
+}
+
+TiffPage announcing(unsigned int nbPlanes) {
+    TiffPage result = page(8);
+    result.description = "ImageJ=1.53t\nslices=" + std::to_string(nbPlanes) + "\n";
+    return result;
+}
+
+/// Two directories, the second of which has no sizes.
+void writeBrokenChain(boost::filesystem::path const& path) {
+    writeTiff(path, {page(8), page(8)});
+    std::string bytes = readFile(path);
+    for (std::string const& tag : {std::string("\x00\x01", 2), std::string("\x01\x01", 2)}) {
+        std::size_t const entry = bytes.rfind(tag + std::string("\x03\x00\x01\x00", 4));
+        ASSERT_NE(std::string::npos, entry);
+        bytes.replace(entry, 2, "\x01\xfe");
+    }
+    writeFile(path, bytes);
+}
+
+} // namespace
+
+TEST_F(TiffInfo, TheEntryOfAForeignVolumeHasItsGeometryAndItsCalibration) {
+    TiffPage plane = page(16);
+    plane.resolution = 4;
+    json const expected = {{"file", path("in.tif")},
+                           {"format", "tiff"},
+                           {"sizeX", 3},
+                           {"sizeY", 2},
+                           {"sizeZ", 5},
+                           {"sizeC", 1},
+                           {"sizeT", 1},
+                           {"bufferType", "eIBT_UInt16"},
+                           {"colorGeometry", "eCGT_Grey"},
+                           {"volumeGeometry", "eVGT_3d"},
+                           {"temporalGeometry", "eTGT_Single"},
+                           {"minIsBlack", true},
+                           {"calibration", {{"x", 0.25}, {"y", 0.125}, {"z", 1.0}, {"unit", "cm"}}},
+                           {"userProperties", ""},
+                           {"bytes", 60},
+                           {"warnings", json::array()},
+                           {"error", nullptr}};
+    EXPECT_EQ(expected, describe(std::vector<TiffPage>(5, plane)));
+}
+
+TEST_F(TiffInfo, TheTextTellsTheSame) {
+    TiffPage plane = colorPage(3);
+    plane.resolution = 4;
+    writeTiff(_folder / "in.tiff", {plane});
+    ToolResult const result = runTool({"info", path("in.tiff")});
+    expectDone(result);
+    EXPECT_EQ(path("in.tiff") +
+                  "\n  format      tiff\n  size        X 3, Y 2, Z 1, C 3, T 1\n  pixels      eIBT_UInt8\n"
+                  "  colour      eCGT_Rgb, the least value is black\n  volume      eVGT_2d\n"
+                  "  time        eTGT_Single\n  pixel size  0.25 x 0.125 cm\n  bytes       18\n",
+              result.out);
+}
+
+TEST_F(TiffInfo, DirectoriesArePlanesOrTimeStepsAsTheOptionSays) {
+    std::vector<TiffPage> const pages(4, page(8));
+    json const volume = describe(pages, {"--directories", "z"});
+    EXPECT_EQ(4, volume.at("sizeZ"));
+    EXPECT_EQ("eTGT_Single", volume.at("temporalGeometry"));
+    json const sequence = describe(pages, {"--directories", "t"});
+    EXPECT_EQ(1, sequence.at("sizeZ"));
+    EXPECT_EQ(4, sequence.at("sizeT"));
+    EXPECT_EQ("eVGT_2d", sequence.at("volumeGeometry"));
+    EXPECT_EQ("eTGT_Sequence", sequence.at("temporalGeometry"));
+}
+
+TEST_F(TiffInfo, PixelsAreNumbersOrLabelsAsTheOptionSays) {
+    for (PixelType const& type : {PixelType{1, SAMPLEFORMAT_UINT, "eIBT_Binary", "eIBT_Binary"},
+                                  {8, SAMPLEFORMAT_UINT, "eIBT_UInt8", "eIBT_Label8"},
+                                  {16, SAMPLEFORMAT_UINT, "eIBT_UInt16", "eIBT_Label16"},
+                                  {32, SAMPLEFORMAT_UINT, "eIBT_UInt32", "eIBT_Label32"},
+                                  {8, SAMPLEFORMAT_INT, "eIBT_Int8", ""},
+                                  {16, SAMPLEFORMAT_INT, "eIBT_Int16", ""},
+                                  {32, SAMPLEFORMAT_INT, "eIBT_Int32", ""},
+                                  {32, SAMPLEFORMAT_IEEEFP, "eIBT_Real32", ""}}) {
+        TiffPage const plane = page(type.bits, type.sampleFormat);
+        EXPECT_EQ(type.byDefault, describe({plane}).at("bufferType"));
+        EXPECT_EQ(type.byDefault, describe({plane}, {"--pixels", "default"}).at("bufferType"));
+        if (*type.asLabel != '\0') {
+            EXPECT_EQ(type.asLabel, describe({plane}, {"--pixels", "label"}).at("bufferType"));
+        }
+    }
+    EXPECT_EQ("eIBT_Binary", describe({page(8)}, {"--pixels", "binary"}).at("bufferType"));
+}
+
+TEST_F(TiffInfo, PixelsThatTheOptionDoesNotFitAreRefusedWithTheLibrarysWords) {
+    writeTiff(_folder / "in.tif", {page(16)});
+    expectFailure(runTool({"info", path("in.tif"), "--pixels", "binary"}), 1,
+                  "Un supported image buffer type with bitsPerSamples=16, sampleFormat=1 and image buffer "
+                  "mode eTBM_Binary for file " +
+                      path("in.tif"));
+}
+
+TEST_F(TiffInfo, ColoursAndTheirSenseAreTold) {
+    EXPECT_EQ("eCGT_Rgb", describe({colorPage(3)}).at("colorGeometry"));
+    json const rgba = describe({colorPage(4), colorPage(4)});
+    EXPECT_EQ("eCGT_Rgba", rgba.at("colorGeometry"));
+    EXPECT_EQ(4, rgba.at("sizeC"));
+    EXPECT_EQ(48, rgba.at("bytes"));
+    TiffPage white = page(8);
+    white.photometric = PHOTOMETRIC_MINISWHITE;
+    EXPECT_EQ(false, describe({white}).at("minIsBlack"));
+}
+
+TEST_F(TiffInfo, DirectoriesOfDifferentTypesHaveOneTypeEach) {
+    json const entry = describe({page(8), page(16), page(8)});
+    EXPECT_EQ(0U, entry.count("bufferType"));
+    EXPECT_THAT(entry.at("bufferTypes"), ElementsAre("eIBT_UInt8", "eIBT_UInt16", "eIBT_UInt8"));
+}
+
+TEST_F(TiffInfo, AFileIsOpenedForReadingAndStaysAsItIs) {
+    writeTiff(_folder / "in.tif", {page(1)}); // packed bits cannot be opened for writing
+    std::string const bytes = read("in.tif");
+    EXPECT_EQ("eIBT_Binary", describe({path("in.tif"), "--check"}).at(0).at("bufferType"));
+    EXPECT_EQ(bytes, read("in.tif"));
+}
+
+TEST_F(TiffInfo, AnyNameIsReadAsTiffWhereTheFormatSaysSo) {
+    writeTiff(_folder / "in.dat", {page(8)});
+    EXPECT_EQ("tiff", describe({path("in.dat"), "--format", "tiff"}).at(0).at("format"));
+}
+
+TEST_F(TiffInfo, RawAndTiffFilesAreToldInOneRun) {
+    writeTiff(_folder / "b.tif", {page(16)});
+    json const files = describe(Arguments{create("a.raw", "xxxx"), path("b.tif")} + raw("2,2", "uint8"));
+    EXPECT_EQ("raw", files.at(0).at("format"));
+    EXPECT_EQ("eIBT_UInt8", files.at(0).at("bufferType"));
+    EXPECT_EQ("tiff", files.at(1).at("format"));
+    EXPECT_EQ("eIBT_UInt16", files.at(1).at("bufferType"));
+}
+
+TEST_F(TiffInfo, AFileThatFailsHasItsEntryWithLibtiffsWordsAndTheOthersAreTold) {
+    std::string const broken = create("broken.tif", "no image at all");
+    writeTiff(_folder / "good.tif", {page(8)});
+    ToolResult const result = runTool({"info", "--json", path("none.tif"), broken, path("good.tif")});
+    EXPECT_EQ(1, result.status);
+    json const files = json::parse(result.out).at("files");
+    EXPECT_THAT(files.at(0).at("error").get<std::string>(),
+                StartsWith("Failed to open tiff image file " + path("none.tif") + "\nTiff Error : "));
+    EXPECT_THAT(files.at(1).at("error").get<std::string>(),
+                StartsWith("Failed to open tiff image file " + broken + "\nTiff Error : Not a TIFF"));
+    EXPECT_EQ("tiff", files.at(1).at("format"));
+    EXPECT_TRUE(files.at(1).at("sizeX").is_null());
+    EXPECT_TRUE(files.at(2).at("error").is_null());
+    EXPECT_EQ("velmo-image: " + files.at(0).at("error").get<std::string>() +
+                  "\nvelmo-image: " + files.at(1).at("error").get<std::string>() + '\n',
+              result.err);
+}
+
+TEST_F(TiffInfo, WhatLibtiffWarnsOfIsNotOnStandardError) {
+    writeTiff(_folder / "in.tif", {page(8)});
+    std::string bytes = read("in.tif");
+    std::size_t const sampleFormat = bytes.find(std::string("\x53\x01\x03\x00", 4));
+    ASSERT_NE(std::string::npos, sampleFormat);
+    create("in.tif", bytes.replace(sampleFormat, 2, "\x4c\xfe")); // a tag that libtiff does not know
+    expectDone(runTool({"info", "--check", path("in.tif")}));
+}
+
+TEST_P(TiffCheck, WarnsOfItAndConversionWarnsAlike) {
+    GetParam().write(_folder / "in.tif");
+    json const checked = describe({path("in.tif"), "--check"}).at(0);
+    EXPECT_EQ(json(GetParam().warnings), checked.at("warnings"));
+    EXPECT_EQ(json::array(), describe({path("in.tif")}).at(0).at("warnings"));
+    ToolResult const converted = runTool({"convert", path("in.tif"), path("out.raw")});
+    std::string expected;
+    for (std::string const& warning : GetParam().warnings) {
+        expected += "velmo-image: warning: \"" + path("in.tif") + "\": " + warning + '\n';
+    }
+    EXPECT_THAT(converted.err, StartsWith(expected));
+    if (converted.status == 0) {
+        EXPECT_EQ(expected, converted.err);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, TiffCheck,
+    testing::Values(
+        Suspect{"GoodVolume",
+                [](auto const& path) {
+                    writeTiff(path, {page(8), page(16)}, "wb");
+                },
+                {}},
+        Suspect{"GoodStack", [](auto const& path) { writeImageJStack(path, 3, stackPage(3)); }, {}},
+        Suspect{"DescriptionOfAsManyPlanes",
+                [](auto const& path) {
+                    writeTiff(path, {announcing(2), page(8)}, "wb");
+                },
+                {}},
+        Suspect{"BigEndianStackOfBytes",
+                [](auto const& path) { writeImageJStack(path, 3, stackPage(3), "wb"); },
+                {}},
+        Suspect{"BigEndianStack",
+                [](auto const& path) { writeImageJStack(path, 3, stackPage(3, 16), "wb"); },
+                {"the ImageJ stack is big-endian: its planes are delivered as they lie, with the bytes of "
+                 "each value in reverse order"}},
+        Suspect{"ShortStack",
+                [](auto const& path) { writeImageJStack(path, 5, stackPage(3)); },
+                {"the ImageJ description announces 5 planes, and the file has bytes for 3: what is missing "
+                 "is read as zeros"}},
+        Suspect{"FewerPlanesThanDirectories",
+                [](auto const& path) {
+                    writeTiff(path, {announcing(1), page(8), page(8)});
+                },
+                {"the ImageJ description announces 1 planes, and the file has 3 directories: the planes are "
+                 "read one behind the other from the first"}},
+        Suspect{"CompressedStack",
+                [](auto const& path) {
+                    TiffPage plane = announcing(2);
+                    plane.compression = COMPRESSION_LZW;
+                    writeTiff(path, {plane});
+                },
+                {"the ImageJ stack is compressed: its planes are delivered as they lie"}},
+        Suspect{"ColourStack",
+                [](auto const& path) {
+                    TiffPage plane = colorPage(3);
+                    plane.description = announcing(2).description;
+                    writeTiff(path, {plane});
+                },
+                {"the ImageJ stack has colours side by side or packed bits: its planes are delivered as they "
+                 "lie"}},
+        Suspect{"TiledDirectories",
+                [](auto const& path) {
+                    writeTiff(path, {page(8), tiledPage(), tiledPage()});
+                },
+                {"of 3 directories 2 are tiled: pixels in tiles cannot be read"}},
+        Suspect{"TurnedDirectory",
+                [](auto const& path) {
+                    TiffPage turned = page(8);
+                    turned.orientation = ORIENTATION_BOTRIGHT;
+                    writeTiff(path, {page(8), turned});
+                },
+                {"of 2 directories 1 are to be shown turned or mirrored: their rows are read as they lie"}},
+        Suspect{"BrokenChain",
+                writeBrokenChain,
+                {"the file has 2 directories, of which 1 can be read: the rest is left out"}}),
+    [](testing::TestParamInfo<Suspect> const& parameter) { return std::string(parameter.param.name); });
+
+} // namespace test
+} // namespace velmo

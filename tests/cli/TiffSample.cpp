@@ -1,0 +1,128 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "TiffSample.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace velmo {
+namespace test {
+
+namespace {
+
+struct TiffCloser {
+    void operator()(TIFF* pTiff) const { TIFFClose(pTiff); }
+};
+using TiffHandle = std::unique_ptr<TIFF, TiffCloser>;
+
+void setTags(TIFF* pTiff, TiffPage const& page) {
+    TIFFSetField(pTiff, TIFFTAG_IMAGEWIDTH, page.sizeX);
+    TIFFSetField(pTiff, TIFFTAG_IMAGELENGTH, page.sizeY);
+    TIFFSetField(pTiff, TIFFTAG_BITSPERSAMPLE, page.bits);
+    TIFFSetField(pTiff, TIFFTAG_SAMPLESPERPIXEL, page.samples);
+    TIFFSetField(pTiff, TIFFTAG_SAMPLEFORMAT, page.sampleFormat);
+    TIFFSetField(pTiff, TIFFTAG_PHOTOMETRIC, page.photometric);
+    TIFFSetField(pTiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(pTiff, TIFFTAG_COMPRESSION, page.compression);
+    TIFFSetField(pTiff, TIFFTAG_ORIENTATION, page.orientation);
+    if (page.samples == 4) {
+        std::uint16_t const alpha = EXTRASAMPLE_UNASSALPHA;
+        TIFFSetField(pTiff, TIFFTAG_EXTRASAMPLES, 1, &alpha);
+    }
+    if (page.resolution != 0) {
+        TIFFSetField(pTiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
+        TIFFSetField(pTiff, TIFFTAG_XRESOLUTION, page.resolution);
+        TIFFSetField(pTiff, TIFFTAG_YRESOLUTION, 2 * page.resolution);
+    }
+    if (!page.description.empty()) {
+        TIFFSetField(pTiff, TIFFTAG_IMAGEDESCRIPTION, page.description.c_str());
+    }
+}
+
+void writeStrips(TIFF* pTiff, TiffPage const& page, std::string pixels) {
+    TIFFSetField(pTiff, TIFFTAG_ROWSPERSTRIP, page.rowsPerStrip == 0 ? page.sizeY : page.rowsPerStrip);
+    for (std::uint32_t row = 0; row < page.sizeY; ++row) {
+        ASSERT_EQ(1, TIFFWriteScanline(pTiff, &pixels[row * page.countRowBytes()], row, 0));
+    }
+}
+
+/// Tiles of one value each: what is in them is not to be read.
+void writeTiles(TIFF* pTiff, TiffPage const& page) {
+    TIFFSetField(pTiff, TIFFTAG_TILEWIDTH, page.tileSize);
+    TIFFSetField(pTiff, TIFFTAG_TILELENGTH, page.tileSize);
+    std::string tile(static_cast<std::size_t>(TIFFTileSize(pTiff)), 'x');
+    for (std::uint32_t index = 0; index < TIFFNumberOfTiles(pTiff); ++index) {
+        ASSERT_NE(-1, TIFFWriteEncodedTile(pTiff, index, tile.data(), -1));
+    }
+}
+
+TiffPage readPage(TIFF* pTiff) {
+    TiffPage page;
+    char const* pDescription = nullptr;
+    TIFFGetField(pTiff, TIFFTAG_IMAGEWIDTH, &page.sizeX);
+    TIFFGetField(pTiff, TIFFTAG_IMAGELENGTH, &page.sizeY);
+    TIFFGetField(pTiff, TIFFTAG_BITSPERSAMPLE, &page.bits);
+    TIFFGetField(pTiff, TIFFTAG_SAMPLESPERPIXEL, &page.samples);
+    TIFFGetField(pTiff, TIFFTAG_SAMPLEFORMAT, &page.sampleFormat);
+    TIFFGetField(pTiff, TIFFTAG_PHOTOMETRIC, &page.photometric);
+    TIFFGetField(pTiff, TIFFTAG_COMPRESSION, &page.compression);
+    TIFFGetField(pTiff, TIFFTAG_ROWSPERSTRIP, &page.rowsPerStrip);
+    if (TIFFGetField(pTiff, TIFFTAG_IMAGEDESCRIPTION, &pDescription) == 1) {
+        page.description = pDescription;
+    }
+    page.pixels.resize(page.countBytes());
+    for (std::uint32_t row = 0; row < page.sizeY; ++row) {
+        EXPECT_EQ(1, TIFFReadScanline(pTiff, &page.pixels[row * page.countRowBytes()], row, 0));
+    }
+    return page;
+}
+
+} // namespace
+
+void writeTiff(boost::filesystem::path const& path, std::vector<TiffPage> const& pages,
+               std::string const& mode) {
+    TiffHandle const pTiff(TIFFOpen(path.c_str(), mode.c_str()));
+    ASSERT_TRUE(pTiff);
+    for (TiffPage const& page : pages) {
+        setTags(pTiff.get(), page);
+        if (page.tileSize != 0) {
+            writeTiles(pTiff.get(), page);
+        } else {
+            std::string pixels = page.pixels;
+            pixels.resize(std::max(pixels.size(), page.countBytes()));
+            writeStrips(pTiff.get(), page, pixels);
+        }
+        ASSERT_EQ(1, TIFFWriteDirectory(pTiff.get()));
+    }
+}
+
+void writeImageJStack(boost::filesystem::path const& path, unsigned int nbPlanes, TiffPage const& page,
+                      std::string const& mode) {
+    TiffHandle const pTiff(TIFFOpen(path.c_str(), mode.c_str()));
+    ASSERT_TRUE(pTiff);
+    setTags(pTiff.get(), page);
+    std::string const description = "ImageJ=1.53t\nimages=" + std::to_string(nbPlanes) + "\nslices=7\n";
+    TIFFSetField(pTiff.get(), TIFFTAG_IMAGEDESCRIPTION, description.c_str());
+    TIFFSetField(pTiff.get(), TIFFTAG_ROWSPERSTRIP, page.sizeY);
+    std::string pixels = page.pixels;
+    auto const nbBytes = static_cast<tmsize_t>(pixels.size());
+    ASSERT_EQ(nbBytes, TIFFWriteRawStrip(pTiff.get(), 0, pixels.data(), nbBytes));
+}
+
+std::vector<TiffPage> readTiff(boost::filesystem::path const& path) {
+    std::vector<TiffPage> pages;
+    TiffHandle const pTiff(TIFFOpen(path.c_str(), "r"));
+    EXPECT_TRUE(pTiff) << path;
+    while (pTiff) {
+        pages.push_back(readPage(pTiff.get()));
+        if (TIFFReadDirectory(pTiff.get()) != 1) {
+            break;
+        }
+    }
+    return pages;
+}
+
+} // namespace test
+} // namespace velmo
