@@ -3,12 +3,15 @@
 
 #include "LogAccess.h"
 #include "MessageCatalogue.h"
+#include "Tiff/TiffErrorHandler.h"
+#include "Tiff/TiffTags.h"
 #include "Utils/AccessorIdiom.h"
 
 #include <VELMOImageFile/Im6ImageFileMessage.h>
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
+#include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOImageFile/VELMOImageFileMessage.h>
 #include <VELMOSerialization/DynamicRegistrator.h>
@@ -43,7 +46,10 @@ struct LibraryLoad {
     bool const _bRawVersionMutex = buildMutex<VersionMutex<RawImageFile>>();
     DynamicRegistrator<RawImageFile> const _rawRegistrator;
     bool const _bRawMessages = registerMessages<eRawImageFileMessage>();
+    bool const _bTiffHandlerMutex = buildMutex<TiffHandlerMutex>();
+    DynamicRegistrator<TiffImageFile> const _tiffRegistrator;
     bool const _bTiffMessages = registerMessages<eTiffImageFileMessage>();
+    bool const _bSoftware = !VelmoSoftware::get().empty();
     bool const _bUtilsMessages = registerMessages<eImageFileUtilsMessage>();
 };
 

@@ -6,27 +6,10 @@
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BaseArchive.h"
-#include "VELMOSerialization/VELMOSerializationLog.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
 namespace velmo {
 namespace image {
-
-namespace {
-
-template <class T>
-boost::shared_ptr<T> readObjectOf(BaseIArchive& archive, std::string const& name) {
-    DynamicObjectPtr const pObject = archive.readObject(name);
-    auto pTyped = boost::dynamic_pointer_cast<T>(pObject);
-    if (pObject && !pTyped) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_UnexpectedClass] % pObject->getClassName() % name;
-        });
-    }
-    return pTyped;
-}
-
-} // namespace
 
 std::string BaseImageAccessor::getImageInfoStr() const {
     return _bInit ? getClassName() + ' ' + describeGeometry(getGeometry()) : getClassName();

@@ -40,6 +40,11 @@ std::optional<vlUInt64> product(std::initializer_list<std::optional<vlUInt64>> f
 
 } // namespace
 
+std::string const& BaseImageGeometry::getTypeName() {
+    static std::string const typeName("velmo::image::BaseImageGeometry");
+    return typeName;
+}
+
 ImagePlanGeometry BaseImageGeometry::getPlanGeometry(vlUInt64 t) const {
     if (t >= getSizeT()) {
         raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {

@@ -33,6 +33,8 @@ struct PlanIndexes {
 /// is safe from any thread.
 class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
   public:
+    static std::string const& getTypeName();
+
     vlUInt64 getSizeX() const { return _sizeX; }
     vlUInt64 getSizeY() const { return _sizeY; }
     vlUInt64 getSizeZ() const { return _volume.getSizeZ(); }

@@ -15,14 +15,16 @@ BaseImageFragment::~BaseImageFragment() = default;
 BaseImageYStrip2d::BaseImageYStrip2d(BaseImage const& image, Place const& place) : _place(place) {
     BaseImageGeometry const& geometry = image.getGeometry();
     vlUInt64 const sizeX = geometry.getSizeX();
-    bool const bInside = place.yStart <= geometry.getSizeY() && place.nbRows <= geometry.getSizeY() - place.yStart;
+    bool const bInside =
+        place.yStart <= geometry.getSizeY() && place.nbRows <= geometry.getSizeY() - place.yStart;
     _pixelStart = bInside ? place.yStart * sizeX : geometry.getPlanNbPixels();
     _nbPixels = bInside ? place.nbRows * sizeX : NumericLimits<vlUInt64>::s_max;
     image.requireInside(place.z, place.c, place.t, _pixelStart, _nbPixels);
     vlUInt64 const pixelSize = geometry.getPlanGeometry(place.t).getPixelSize();
     _nbBytes = _nbPixels * pixelSize;
     // An input strip hands out its buffer as constant: the memory of a constant image is not written to.
-    auto* const pPlan = static_cast<std::byte*>(const_cast<void*>(image.accessPlan(place.z, place.c, place.t)));
+    auto* const pPlan =
+        static_cast<std::byte*>(const_cast<void*>(image.accessPlan(place.z, place.c, place.t)));
     _pImagePixels = pPlan == nullptr ? nullptr : pPlan + _pixelStart * pixelSize;
 }
 

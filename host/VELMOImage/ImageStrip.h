@@ -98,11 +98,10 @@ class ImageStripExtractor {
     /// The rows `yStart` to `yStart + nbRows - 1` of plane (z, c, t). Throws VELMOImageException where they
     /// lie outside of the image.
     template <class Strip>
-    static void extractYStrip2d(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 yStart, vlUInt64 nbRows,
-                                eStripAllocationType const& /*allocation*/,
-                                eStripParsingDirection const& /*direction*/,
-                                boost::shared_ptr<typename Strip::Image> const& pImage,
-                                boost::shared_ptr<Strip>& strip) {
+    static void
+    extractYStrip2d(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 yStart, vlUInt64 nbRows,
+                    eStripAllocationType const& /*allocation*/, eStripParsingDirection const& /*direction*/,
+                    boost::shared_ptr<typename Strip::Image> const& pImage, boost::shared_ptr<Strip>& strip) {
         strip.reset(new Strip(pImage, {z, c, t, yStart, nbRows}));
     }
 };

@@ -93,4 +93,10 @@ DynamicObjectPtr BaseIArchive::readObject(std::string const& name) {
     return pObject;
 }
 
+void raiseUnexpectedClass(std::string const& className, std::string const& name) {
+    raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
+        formater[eVELMOSerializationMessage::eVSM_UnexpectedClass] % className % name;
+    });
+}
+
 } // namespace velmo

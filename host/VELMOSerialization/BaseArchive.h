@@ -124,6 +124,20 @@ class VELMO_HOST_EXPORT BaseIArchive : public BaseArchive {
     virtual DynamicObjectPtr readObject(std::string const& name);
 };
 
+/// Raises VELMOSerializationException: the archive holds an object of another class.
+[[noreturn]] VELMO_HOST_EXPORT void raiseUnexpectedClass(std::string const& className, std::string const& name);
+
+/// An object of the archive that must be a `T`; may be null.
+template <class T>
+boost::shared_ptr<T> readObjectOf(BaseIArchive& archive, std::string const& name) {
+    DynamicObjectPtr const pObject = archive.readObject(name);
+    auto pTyped = boost::dynamic_pointer_cast<T>(pObject);
+    if (pObject && !pTyped) {
+        raiseUnexpectedClass(pObject->getClassName(), name);
+    }
+    return pTyped;
+}
+
 inline BaseOArchive& operator<<(BaseOArchive& archive, SerializationOItem<int> const& item) {
     archive.writeItem(item.getName(), item.getValue());
     return archive;

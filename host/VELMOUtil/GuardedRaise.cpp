@@ -41,27 +41,41 @@ void guard(RaiseSite const& site, Work const& work) {
     }
 }
 
-void logRecord(RaiseSite const& site, RaiseKind const& kind, std::string const& text) {
+template <class GetText>
+void logRecord(RaiseSite const& site, RaiseKind const& kind, int level, GetText const& getText) {
     log4cplus::Logger logger = kind.getLogger();
-    if (!logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL)) {
+    if (!logger.isEnabledFor(level)) {
         return;
     }
     LogMessageFormater record(kind.getManager());
-    record.getStream() << text;
-    logMessage(logger, log4cplus::ERROR_LOG_LEVEL, record.string(), site.file, static_cast<int>(site.line));
+    record.getStream() << getText();
+    logMessage(logger, level, record.string(), site.file, static_cast<int>(site.line));
+}
+
+void select(LogMessageFormater& formater, FeedRef feed) {
+    feed(formater);
+    formater.requireAllFed();
 }
 
 } // namespace
 
 void raiseGuarded(RaiseSite const& site, RaiseKind const& kind, FeedRef feed) {
     LogMessageFormater formater(kind.getManager());
-    guard(site, [&] {
-        feed(formater);
-        formater.requireAllFed();
-    });
-    guard(site, [&] { logRecord(site, kind, formater.string()); });
+    guard(site, [&] { select(formater, feed); });
+    guard(site,
+          [&] { logRecord(site, kind, log4cplus::ERROR_LOG_LEVEL, [&] { return formater.string(); }); });
     kind.throwAs(formater.string(), site);
     std::abort(); // a kind that returns breaks its contract
+}
+
+void logGuarded(RaiseSite const& site, RaiseKind const& kind, int level, FeedRef feed) {
+    guard(site, [&] {
+        logRecord(site, kind, level, [&] {
+            LogMessageFormater formater(kind.getManager());
+            select(formater, feed);
+            return formater.string();
+        });
+    });
 }
 
 } // namespace velmo

@@ -66,4 +66,8 @@ class FeedRef {
 /// message", with the true cause chained. Any thread may raise at any time.
 [[noreturn]] VELMO_HOST_EXPORT void raiseGuarded(RaiseSite const& site, RaiseKind const& kind, FeedRef feed);
 
+/// Formats a message and writes it to the logger of `kind`, if that is enabled for `level` (of log4cplus);
+/// else nothing is formatted. What fails on the way is thrown as of a raise. Any thread may log at any time.
+VELMO_HOST_EXPORT void logGuarded(RaiseSite const& site, RaiseKind const& kind, int level, FeedRef feed);
+
 } // namespace velmo

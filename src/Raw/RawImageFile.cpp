@@ -5,19 +5,17 @@
 
 #include "LogAccess.h"
 #include "Utils/AccessorIdiom.h"
+#include "Utils/FailureText.h"
 #include "Utils/PlanTable.h"
 #include "Utils/StreamRuns.h"
 #include "Utils/ThreadStreams.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
-#include <VELMOImageFile/VELMOImageFileLog.h>
 #include <VELMOSerialization/BaseArchive.h>
 #include <VELMOSerialization/ClassVersion.h>
 #include <VELMOUtil/LastError.h>
 #include <VELMOUtil/LogMessageFormater.h>
-#include <boost/make_shared.hpp>
-#include <boost/thread/lock_guard.hpp>
 
 namespace velmo {
 namespace image {
@@ -26,14 +24,6 @@ namespace file {
 namespace {
 
 using Message = eRawImageFileMessage;
-
-template <class... Arguments>
-BoolResult fail(Message::domain id, Arguments const&... arguments) {
-    LogMessageFormater formater(getVELMOImageFileLogMessageManager());
-    formater[id];
-    (formater % ... % arguments);
-    return failure(formater.string());
-}
 
 /// A run of pixels of one plane, as a caller asks for it.
 struct PixelRun {
@@ -78,54 +68,7 @@ RawImageFile::~RawImageFile() {
     RawImageFile::clearDerived();
 }
 
-// Identity
-
-unsigned int RawImageFile::getVersion() {
-    boost::lock_guard<boost::mutex> const lock(VersionMutex<RawImageFile>::get());
-    return 2;
-}
-
-std::string const& RawImageFile::getTypeName() {
-    boost::lock_guard<boost::mutex> const lock(TypeNameMutex<RawImageFile>::get());
-    static std::string const typeName("velmo::image::file::RawImageFile");
-    return typeName;
-}
-
-BaseDynamicObject* RawImageFile::createNewObject() {
-    return new RawImageFile;
-}
-
-DynamicObjectPtr RawImageFile::createSharedObject() {
-    return boost::make_shared<RawImageFile>();
-}
-
-std::string const& RawImageFile::getClassName() const {
-    return getTypeName();
-}
-
-BaseDynamicObject* RawImageFile::createNew() const {
-    return createNewObject();
-}
-
-DynamicObjectPtr RawImageFile::createShared() const {
-    return createSharedObject();
-}
-
-bool RawImageFile::hasCopySupport() const {
-    return false;
-}
-
-BaseDynamicObject* RawImageFile::duplicate() const {
-    raiseNoCopySupport(VELMO_HERE, getTypeName());
-}
-
-DynamicObjectPtr RawImageFile::duplicateShared() const {
-    raiseNoCopySupport(VELMO_HERE, getTypeName());
-}
-
-void RawImageFile::copy(BaseDynamicObject const& /*other*/) {
-    raiseNoCopySupport(VELMO_HERE, getTypeName());
-}
+VELMO_DEFINE_ACCESSOR_IDENTITY(RawImageFile, "velmo::image::file::RawImageFile", 2)
 
 // Creating and opening
 

@@ -25,13 +25,11 @@ namespace file {
 /// Opens a file and tells what is in it. The caller owns the handle and closes it with `TIFFClose`; after a
 /// failure it is null, and the file is as it was. `pGeometricCalibration` is null where the file has none.
 /// `pUserProperties` may be null; it is written for a file of this module alone.
-VELMO_IMAGE_FILE_EXPORT BoolResult openTiffFile(boost::filesystem::path const& filePath,
-                                                eImageAccessMode const& accessMode,
-                                                eTiffDirectoryMode const& directoryMode,
-                                                eTiffBufferMode const& bufferMode, TIFF*& pTiff,
-                                                boost::shared_ptr<BaseImageGeometry>& pImageGeometry,
-                                                boost::shared_ptr<GeometricCalibration>& pGeometricCalibration,
-                                                std::string* pUserProperties);
+VELMO_IMAGE_FILE_EXPORT BoolResult
+openTiffFile(boost::filesystem::path const& filePath, eImageAccessMode const& accessMode,
+             eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode, TIFF*& pTiff,
+             boost::shared_ptr<BaseImageGeometry>& pImageGeometry,
+             boost::shared_ptr<GeometricCalibration>& pGeometricCalibration, std::string* pUserProperties);
 
 /// Whether the current directory holds the channels of RGB pixels side by side. The path is not used.
 VELMO_IMAGE_FILE_EXPORT bool isInterleavedRgb(TIFF* pTiff, boost::filesystem::path const& filePath);
@@ -39,24 +37,24 @@ VELMO_IMAGE_FILE_EXPORT bool isInterleavedRgb(TIFF* pTiff, boost::filesystem::pa
 /// Creates a file with all its directories, in zeros, ready for writes to any plane in any order. An existing
 /// file is replaced. The caller owns the handle, which stands on no directory yet. After a failure the handle
 /// is null, and the file stays as far as it came.
-VELMO_IMAGE_FILE_EXPORT BoolResult createTiffFile(
-    boost::filesystem::path const& filePath, BaseImageGeometry const& imageGeometry,
-    boost::shared_ptr<GeometricCalibration const> const& pGeometricCalibration,
-    eTiffCompression const& compression, TIFF*& pTiff);
+VELMO_IMAGE_FILE_EXPORT BoolResult
+createTiffFile(boost::filesystem::path const& filePath, BaseImageGeometry const& imageGeometry,
+               boost::shared_ptr<GeometricCalibration const> const& pGeometricCalibration,
+               eTiffCompression const& compression, TIFF*& pTiff);
 
 /// The same with a text of the caller in the first directory.
-VELMO_IMAGE_FILE_EXPORT BoolResult createTiffFile(
-    boost::filesystem::path const& filePath, BaseImageGeometry const& imageGeometry,
-    boost::shared_ptr<GeometricCalibration const> const& pGeometricCalibration,
-    std::string const& userProperties, eTiffCompression const& compression, TIFF*& pTiff);
+VELMO_IMAGE_FILE_EXPORT BoolResult
+createTiffFile(boost::filesystem::path const& filePath, BaseImageGeometry const& imageGeometry,
+               boost::shared_ptr<GeometricCalibration const> const& pGeometricCalibration,
+               std::string const& userProperties, eTiffCompression const& compression, TIFF*& pTiff);
 
 /// Reads one channel of a run of pixels, tightly packed; packed bits as one byte of 0 or 1 each.
 /// `imageGeometry` is the file's. Of the single directory of an ImageJ stack whole planes alone are read as
 /// they lie. A current directory without bits per sample closes the handle.
 VELMO_IMAGE_FILE_EXPORT BoolResult readTiffData(TIFF* pTiff, boost::filesystem::path const& filePath,
-                                                BaseImageGeometry const& imageGeometry, vlUInt64 z, vlUInt64 c,
-                                                vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
-                                                void* pPixelData);
+                                                BaseImageGeometry const& imageGeometry, vlUInt64 z,
+                                                vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                                vlUInt64 nbPixels, void* pPixelData);
 
 /// The converse; pixels around the run keep their values. The bytes are in the file when it returns. A
 /// directory without rows per strip closes the handle.

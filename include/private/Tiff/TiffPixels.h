@@ -5,13 +5,18 @@
 
 #include <VELMOImage/GeometryParts.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
+#include <VELMOUtil/GuardedRaise.h>
 
 namespace velmo {
 namespace image {
+
+class BaseImageGeometry;
+
 namespace file {
 
 /// What samples of that size and format are; `eIBT_None` for what is not supported.
-eImageBufferType toImageBufferType(short bitsPerSample, short sampleFormat, eTiffBufferMode const& bufferMode);
+eImageBufferType toImageBufferType(short bitsPerSample, short sampleFormat,
+                                   eTiffBufferMode const& bufferMode);
 
 /// What several samples in a pixel are; empty for what is not supported.
 struct FoundColor {
@@ -21,10 +26,16 @@ struct FoundColor {
 FoundColor retrieveColorGeometry(short photometric, short samplesPerPixel);
 
 /// Whether a geometry's channels lie side by side in one directory.
-bool isInterleaved(BaseImageGeometry const& geometry);
+bool isInterleavedColor(BaseImageGeometry const& geometry);
+
+/// The buffer type of the planes of a time step; of one outside of the geometry, the geometry's.
+eImageBufferType getPlanBufferType(BaseImageGeometry const& geometry, vlUInt64 t);
 
 /// The directory of a plane: z varies fastest, then c unless the channels share a directory, then t.
 vlUInt64 toDirectoryIndex(BaseImageGeometry const& geometry, vlUInt64 z, vlUInt64 c, vlUInt64 t);
+
+/// Bytes of a sample. A buffer type without pixels is raised at `site` as VELMOImageFileException.
+unsigned int getSampleWidth(eImageBufferType const& bufferType, RaiseSite const& site);
 
 /// Copies sample `channelIdx` of each of `nbPixels` pixels of `nbChannels` samples to a plane. Throws
 /// VELMOImageFileException for a buffer type without pixels.

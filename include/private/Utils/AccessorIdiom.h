@@ -5,7 +5,9 @@
 
 #include <VELMOUtil/GuardedRaise.h>
 #include <boost/filesystem/path.hpp>
+#include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <string>
 
@@ -69,3 +71,42 @@ class ClearUnlessKept {
 } // namespace file
 } // namespace image
 } // namespace velmo
+
+/// Defines what every accessor class says of itself, and refuses to be copied, in the namespace of the class.
+#define VELMO_DEFINE_ACCESSOR_IDENTITY(Accessor, name, version)                                              \
+    unsigned int Accessor::getVersion() {                                                                    \
+        boost::lock_guard<boost::mutex> const lock(VersionMutex<Accessor>::get());                           \
+        return version;                                                                                      \
+    }                                                                                                        \
+    std::string const& Accessor::getTypeName() {                                                             \
+        boost::lock_guard<boost::mutex> const lock(TypeNameMutex<Accessor>::get());                          \
+        static std::string const typeName(name);                                                             \
+        return typeName;                                                                                     \
+    }                                                                                                        \
+    BaseDynamicObject* Accessor::createNewObject() {                                                         \
+        return new Accessor;                                                                                 \
+    }                                                                                                        \
+    DynamicObjectPtr Accessor::createSharedObject() {                                                        \
+        return boost::make_shared<Accessor>();                                                               \
+    }                                                                                                        \
+    std::string const& Accessor::getClassName() const {                                                      \
+        return getTypeName();                                                                                \
+    }                                                                                                        \
+    BaseDynamicObject* Accessor::createNew() const {                                                         \
+        return createNewObject();                                                                            \
+    }                                                                                                        \
+    DynamicObjectPtr Accessor::createShared() const {                                                        \
+        return createSharedObject();                                                                         \
+    }                                                                                                        \
+    bool Accessor::hasCopySupport() const {                                                                  \
+        return false;                                                                                        \
+    }                                                                                                        \
+    BaseDynamicObject* Accessor::duplicate() const {                                                         \
+        raiseNoCopySupport(VELMO_HERE, getTypeName());                                                       \
+    }                                                                                                        \
+    DynamicObjectPtr Accessor::duplicateShared() const {                                                     \
+        raiseNoCopySupport(VELMO_HERE, getTypeName());                                                       \
+    }                                                                                                        \
+    void Accessor::copy(BaseDynamicObject const& /*other*/) {                                                \
+        raiseNoCopySupport(VELMO_HERE, getTypeName());                                                       \
+    }

@@ -1,0 +1,119 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "Tiff/PlanContext.h"
+#include "Tiff/TiffStrips.h"
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Moves a run of pixels between the strips of the current directory and the planes of some of its channels:
+/// several strips at once where they lie in the file as pixels lie in memory, else strip by strip.
+class StripTransfer {
+  public:
+    virtual ~StripTransfer();
+    StripTransfer(StripTransfer const&) = delete;
+    StripTransfer& operator=(StripTransfer const&) = delete;
+
+    BoolResult run();
+
+  protected:
+    StripTransfer(PlanContext const& context, StripLayout const& layout);
+
+    /// Pixels of the run that lie in neighbouring strips.
+    struct Block {
+        vlUInt64 strip;    ///< the first one
+        vlUInt64 position; ///< of the first pixel, in that strip
+        vlUInt64 nbPixels;
+    };
+
+    /// Bytes before a block's first pixel in its strip, and bytes of its pixels.
+    vlUInt64 getSkip(Block const& block) const { return block.position * getLayout().pixelStride; }
+    vlUInt64 getSize(Block const& block) const { return block.nbPixels * getLayout().pixelStride; }
+
+    PlanContext const& getContext() const { return _context; }
+    TiffStrips& getStrips() { return _strips; }
+    StripLayout const& getLayout() const { return _strips.getLayout(); }
+    vlUInt64 getNbChannels() const { return _context.nbChannels; }
+    /// Where the next pixel of a channel's plane lies behind its first one, in bytes.
+    vlUInt64 getPlanOffset() const { return _nbDone * _sampleWidth; }
+    std::vector<std::byte>& accessBuffer() { return _buffer; }
+
+  private:
+    virtual bool movePlain(Block const& block) = 0;
+    virtual BoolResult moveStrip(Block const& block) = 0;
+    virtual BoolResult failAtStrip(vlUInt64 strip) const = 0;
+    std::optional<Block> findPlain(Block const& block) const;
+
+    PlanContext const& _context;
+    unsigned int _sampleWidth;
+    TiffStrips _strips;
+    vlUInt64 _nbDone = 0;
+    std::vector<std::byte> _buffer;
+};
+
+/// From the strips to the planes.
+class StripReader : public StripTransfer {
+  public:
+    /// Whether a strip that cannot be decoded is a failure, or leaves its pixels zero.
+    enum class eBrokenStrip { Fails, IsBlack };
+
+    StripReader(PlanContext const& context, StripLayout const& layout, eBrokenStrip brokenStrip)
+        : StripTransfer(context, layout), _brokenStrip(brokenStrip) {}
+    void addChannel(vlUInt64 channel, void* pPixels);
+
+  private:
+    struct Channel {
+        vlUInt64 index;
+        std::byte* pPixels;
+    };
+
+    bool movePlain(Block const& block) override;
+    BoolResult moveStrip(Block const& block) override;
+    BoolResult failAtStrip(vlUInt64 strip) const override;
+    std::byte* prepareBuffer(vlUInt64 nbBytes);
+    void spread(std::byte const* pSource, vlUInt64 nbPixels) const;
+
+    eBrokenStrip _brokenStrip;
+    std::vector<Channel> _channels;
+};
+
+/// From the planes to the strips. Samples of other pixels and of other channels keep their values, and each
+/// strip is in the file before the next one is touched.
+class StripWriter : public StripTransfer {
+  public:
+    /// Whether what libtiff gives for a failure, -1, counts as one.
+    enum class eMinusOne { Fails, IsLarge };
+
+    StripWriter(PlanContext const& context, StripLayout const& layout, eMinusOne minusOne)
+        : StripTransfer(context, layout), _minusOne(minusOne) {}
+    void addChannel(vlUInt64 channel, void const* pPixels);
+
+  private:
+    struct Channel {
+        vlUInt64 index;
+        std::byte const* pPixels;
+    };
+
+    bool movePlain(Block const& block) override;
+    BoolResult moveStrip(Block const& block) override;
+    BoolResult failAtStrip(vlUInt64 strip) const override;
+    BoolResult flush(vlUInt64 directoryOffset) const;
+    bool hasFailed(long result, vlUInt64 nbNeeded) const;
+    bool hasAllChannels() const { return _channels.size() == getNbChannels(); }
+    void merge(std::byte* pTarget, vlUInt64 nbPixels) const;
+
+    eMinusOne _minusOne;
+    std::vector<Channel> _channels;
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOUtil/BoolResult.h>
+#include <VELMOUtil/Types.h>
+#include <optional>
+#include <unordered_set>
+#include <vector>
+
+typedef struct tiff TIFF;
+
+namespace velmo {
+namespace image {
+namespace file {
+
+class TiffStream;
+
+/// Offsets of a file's directories, in their order, found once.
+class DirectoryChain {
+  public:
+    /// Where a directory lies; empty where the chain does not reach it.
+    std::optional<vlUInt64> find(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
+    /// How many there are; of a chain that breaks off, in a loop or outside of the file, as libtiff counts.
+    vlUInt64 count(TIFF* pTiff, TiffStream& stream);
+    /// Directories may lie elsewhere from now on.
+    void forget();
+
+  private:
+    bool findNext(TIFF* pTiff, TiffStream& stream);
+
+    std::vector<vlUInt64> _offsets;
+    std::unordered_set<vlUInt64> _known;
+    bool _bEnded = false;
+    bool _bBroken = false;
+    std::optional<vlUInt64> _count;
+};
+
+/// How a directory of a handle is reached and counted. What was seen once of a handle that this module opened
+/// is remembered with it, so that all N directories cost N steps; of any other handle libtiff walks the chain
+/// each time. Directories have numbers of 16 bits.
+class TiffDirectories {
+  public:
+    explicit TiffDirectories(TIFF* pTiff);
+
+    /// How many there are, in 16 bits.
+    unsigned int count() const;
+    /// Makes directory `index` modulo 65536 the current one, as it stands in the file. A failure has
+    /// libtiff's words, and the handle stands where it stood, if that can still be read.
+    BoolResult reach(vlUInt64 index) const;
+    /// Goes back to the directory at an offset that `TIFFCurrentDirOffset` gave.
+    bool goBack(vlUInt64 offset) const;
+    /// Finds the directories anew from now on: libtiff moved one in the file.
+    void forget() const;
+
+  private:
+    TIFF* _pTiff;
+    TiffStream* _pStream;
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

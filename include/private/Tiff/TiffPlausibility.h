@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOUtil/BoolResult.h>
+#include <boost/filesystem/path.hpp>
+
+typedef struct tiff TIFF;
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Whether a file can hold what it announces, asked before anything is allocated for it. Refused is an image
+/// many times larger than its file where pixels are not compressed, and one whose RGB pixels have other than
+/// 3 or 4 channels; a file that merely breaks off is not.
+BoolResult requirePlausible(TIFF* pTiff, boost::filesystem::path const& path,
+                            BaseImageGeometry const& geometry, bool bInterleaved);
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,81 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOImage/ImageEnums.h>
+#include <boost/filesystem/path.hpp>
+#include <memory>
+#include <vector>
+
+typedef struct tiff TIFF;
+
+namespace velmo {
+namespace image {
+namespace file {
+
+class DirectoryChain;
+
+/// The bytes of an open TIFF file, as libtiff reaches them and as this module does beside it.
+///
+/// The file is not mapped: one that another process cuts short gives short reads. What is written is in the
+/// file at once. Small reads come from a look ahead, which every write and `forgetAhead` drop. For one thread
+/// at a time.
+class TiffStream {
+  public:
+    /// A handle over a new stream, which closing the handle closes; null where libtiff or the system refuses,
+    /// with libtiff's words. `mode` is libtiff's: "r", "r+", "w", "w8". A file opened "r+" is not changed
+    /// before `allowWrites`.
+    static TIFF* open(boost::filesystem::path const& path, char const* mode);
+    /// The stream of a handle that `open` made; null for any other.
+    static TiffStream* find(TIFF* pTiff);
+
+    ~TiffStream();
+    TiffStream(TiffStream const&) = delete;
+    TiffStream& operator=(TiffStream const&) = delete;
+
+    void allowWrites() { _bWritable = true; }
+    void forgetAhead() { _aheadSize = 0; }
+    vlUInt64 getSize() const;
+
+    /// As many bytes as there are, at most `nbBytes`.
+    vlUInt64 readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
+    /// As many bytes as the file takes.
+    vlUInt64 writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
+
+    /// Has the file system set zeros aside behind the end of the file, whose writing then costs nothing.
+    /// Where it cannot, they are written as any bytes.
+    void reserveZeros(vlUInt64 nbBytes);
+    /// Gives back what was reserved and not written.
+    void releaseReserved();
+
+    /// Where the handle's directories lie, as far as that is known.
+    DirectoryChain& accessChain() { return *_pChain; }
+
+  private:
+    TiffStream(int descriptor, bool bWritable);
+    static TIFF* openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
+                            char const* mode);
+    vlUInt64 readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) const;
+    bool takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
+
+    struct ClientProcedures;
+
+    int _descriptor;
+    bool _bWritable;
+    vlUInt64 _position = 0; ///< libtiff's
+
+    std::vector<std::byte> _ahead;
+    vlUInt64 _aheadOffset = 0;
+    vlUInt64 _aheadSize = 0;
+
+    // Zeros that no write has reached yet; as long as nothing lies behind them, the file ends before them.
+    vlUInt64 _reservedStart = 0;
+    vlUInt64 _reservedEnd = 0;
+
+    std::unique_ptr<DirectoryChain> _pChain;
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,94 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOUtil/Types.h>
+
+typedef struct tiff TIFF;
+
+namespace velmo {
+namespace image {
+namespace file {
+
+class TiffStream;
+
+/// How a plane is cut into strips.
+struct StripLayout {
+    vlUInt64 sizeX;
+    vlUInt64 sizeY;
+    vlUInt64 rowsPerStrip; ///< at least 1, at most sizeY unless that is 0
+    vlUInt64 pixelStride;  ///< bytes from pixel to pixel
+
+    vlUInt64 getNbPixels() const { return sizeX * sizeY; }
+    vlUInt64 getStripPixels() const { return sizeX * rowsPerStrip; }
+    vlUInt64 getStripBytes() const { return getStripPixels() * pixelStride; }
+    /// Fewer of the last strip than of the others.
+    vlUInt64 getBytesOf(vlUInt64 strip) const;
+    /// The end of the row in which a strip's pixel before `nbPixels` lies, in bytes.
+    vlUInt64 getBytesOfRows(vlUInt64 nbPixels) const;
+    /// Whether every number above fits in 64 bits with room to spare.
+    bool isCountable() const;
+};
+
+/// Strips of the current directory of a handle, which stays the same as long as this lives.
+///
+/// Strips that lie in the file as pixels lie in memory ("plain": not compressed, not swapped) can be moved
+/// directly, several at once where they lie one behind the other. What fails that way is to be repeated strip
+/// by strip through libtiff, which knows the words for it.
+class TiffStrips {
+  public:
+    TiffStrips(TIFF* pTiff, StripLayout const& layout);
+
+    StripLayout const& getLayout() const { return _layout; }
+    bool isCompressed() const { return _bCompressed; }
+
+    /// Number of plain strips that lie one behind the other from `strip` on, at most `nbWanted`.
+    vlUInt64 countPlain(vlUInt64 strip, vlUInt64 nbWanted) const;
+    /// Reads or writes bytes of plain strips from byte `skip` of `strip` on. False, and no strip counts as
+    /// plain any more, where that does not move them all.
+    bool readPlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void* pBuffer);
+    bool writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void const* pBuffer);
+
+    /// Decodes the first `nbBytes` bytes of a strip; as many as libtiff says, less than 0 for none.
+    long read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;
+    /// Replaces a strip. `pBuffer` holds a whole one; what lies behind the last row of the plane is left out
+    /// where the strip in the file has no room for it. Result as of `read`.
+    long write(vlUInt64 strip, void const* pBuffer) const;
+
+    /// Whether the file can hold so many bytes in one strip, whatever its codec.
+    bool canHold(vlUInt64 nbBytes) const;
+
+  private:
+    bool isShort(vlUInt64 strip) const { return _layout.getBytesOf(strip) < _layout.getStripBytes(); }
+    bool liesAsInMemory() const;
+
+    TIFF* _pTiff;
+    TiffStream* _pStream;
+    StripLayout _layout;
+    bool _bCompressed;
+    bool _bDeflate;
+    bool _bPlain;
+};
+
+/// While it lives, Deflate strips are decoded by zlib. A last strip that holds more rows than the image has
+/// is decoded wrongly by libtiff's other choice.
+class ZlibDecoding {
+  public:
+    ZlibDecoding(TIFF* pTiff, bool bWanted);
+    ~ZlibDecoding();
+    ZlibDecoding(ZlibDecoding const&) = delete;
+    ZlibDecoding& operator=(ZlibDecoding const&) = delete;
+
+  private:
+    TIFF* _pTiff;
+    int _previous = 0;
+    bool _bSet = false;
+};
+
+/// Whether the current directory is compressed by Deflate, under either of its codes.
+bool isDeflate(TIFF* pTiff);
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "Tiff/TiffErrorHandler.h"
+#include "Utils/FailureText.h"
+
+#include <VELMOImageFile/TiffImageFileMessage.h>
+#include <boost/filesystem/path.hpp>
+#include <optional>
+#include <string>
+#include <tiffio.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// The value of a tag of the current directory; empty where the directory does not have it. `Value` must be
+/// the very type that libtiff gives for the tag.
+template <class Value>
+std::optional<Value> getTag(TIFF* pTiff, std::uint32_t tag) {
+    Value value = {};
+    return TIFFGetField(pTiff, tag, &value) == 1 ? std::optional(value) : std::nullopt;
+}
+
+inline BoolResult failToGetTag(char const* tagName, boost::filesystem::path const& path) {
+    return fail(eTiffImageFileMessage::eTIFM_GetTagError, tagName, path.string(), getTiffWords());
+}
+
+/// The value of a tag that the current directory must have; `tagName` is for the message.
+template <class Value>
+BoolResult requireTag(TIFF* pTiff, std::uint32_t tag, char const* tagName,
+                      boost::filesystem::path const& path, Value& value) {
+    auto const found = getTag<Value>(pTiff, tag);
+    if (!found) {
+        return failToGetTag(tagName, path);
+    }
+    value = *found;
+    return success();
+}
+
+/// What a module's own file says of itself in TIFFTAG_SOFTWARE; built at load.
+struct VelmoSoftware {
+    static std::string const& get();
+};
+
+/// The tag of the caller's text, of which libtiff must be told before a file is opened.
+constexpr std::uint32_t g_userPropertiesTag = 65000;
+
+/// Tells libtiff of the user properties tag, once in the process; any file that libtiff opens from then on
+/// knows the tag.
+void TIFFInitializeExtend();
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,69 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/StripTransfer.h"
+
+#include "Tiff/TiffPixels.h"
+
+#include <algorithm>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+/// Channels are picked and merged in blocks that stay in the processor's cache.
+constexpr vlUInt64 g_blockBytes = 65536;
+
+} // namespace
+
+StripTransfer::StripTransfer(PlanContext const& context, StripLayout const& layout)
+    : _context(context), _sampleWidth(getSampleWidth(context.bufferType, VELMO_HERE)),
+      _strips(context.pTiff, layout) {}
+
+StripTransfer::~StripTransfer() = default;
+
+BoolResult StripTransfer::run() {
+    vlUInt64 const nbPixels = _context.run.nbPixels;
+    vlUInt64 const stripPixels = getLayout().getStripPixels();
+    if (nbPixels != 0 && (stripPixels == 0 || !getLayout().isCountable())) {
+        return failAtStrip(0);
+    }
+    while (_nbDone < nbPixels) {
+        vlUInt64 const pixel = _context.run.pixelStart + _nbDone;
+        Block const left = {pixel / stripPixels, pixel % stripPixels, nbPixels - _nbDone};
+        auto const plain = findPlain(left);
+        if (plain && movePlain(*plain)) {
+            _nbDone += plain->nbPixels;
+            continue;
+        }
+        Block const inStrip = {left.strip, left.position,
+                               std::min(left.nbPixels, stripPixels - left.position)};
+        BoolResult result = moveStrip(inStrip);
+        if (!result) {
+            return result;
+        }
+        _nbDone += inStrip.nbPixels;
+    }
+    return success();
+}
+
+/// As much of a block as can be moved at once.
+std::optional<StripTransfer::Block> StripTransfer::findPlain(Block const& block) const {
+    vlUInt64 const stripPixels = getLayout().getStripPixels();
+    vlUInt64 nbStrips = (block.position + block.nbPixels - 1) / stripPixels + 1;
+    if (_context.isInterleaved()) {
+        nbStrips = std::min(nbStrips, std::max<vlUInt64>(1, g_blockBytes / getLayout().getStripBytes()));
+    }
+    vlUInt64 const nbPlain = _strips.countPlain(block.strip, nbStrips);
+    if (nbPlain == 0) {
+        return std::nullopt;
+    }
+    return Block{block.strip, block.position,
+                 std::min(block.nbPixels, nbPlain * stripPixels - block.position)};
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,84 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/StripTransfer.h"
+#include "Tiff/TiffPixels.h"
+#include "Tiff/TiffTags.h"
+
+namespace velmo {
+namespace image {
+namespace file {
+
+void StripWriter::addChannel(vlUInt64 channel, void const* pPixels) {
+    _channels.push_back({channel, static_cast<std::byte const*>(pPixels)});
+}
+
+BoolResult StripWriter::failAtStrip(vlUInt64 strip) const {
+    return getContext().failToWriteStrip(strip);
+}
+
+/// One channel is written as it is, whatever part of a strip it covers; others merge with what the file has.
+bool StripWriter::movePlain(Block const& block) {
+    if (getNbChannels() == 1) {
+        return getStrips().writePlain(block.strip, getSkip(block), getSize(block),
+                                      _channels.front().pPixels + getPlanOffset());
+    }
+    std::vector<std::byte>& buffer = accessBuffer();
+    buffer.resize(getSize(block));
+    if (!hasAllChannels() &&
+        !getStrips().readPlain(block.strip, getSkip(block), getSize(block), buffer.data())) {
+        return false;
+    }
+    merge(buffer.data(), block.nbPixels);
+    return getStrips().writePlain(block.strip, getSkip(block), getSize(block), buffer.data());
+}
+
+BoolResult StripWriter::moveStrip(Block const& block) {
+    StripLayout const& layout = getLayout();
+    vlUInt64 const nbNeeded = getSkip(block) + getSize(block);
+    bool const bWhole = block.nbPixels == layout.getStripPixels() && hasAllChannels();
+    vlUInt64 const directoryOffset = TIFFCurrentDirOffset(getContext().pTiff);
+
+    void const* pData = _channels.front().pPixels + getPlanOffset();
+    if (!bWhole || getNbChannels() != 1) {
+        std::vector<std::byte>& buffer = accessBuffer();
+        buffer.assign(layout.getStripBytes(), std::byte{0});
+        if (!bWhole && hasFailed(getStrips().read(block.strip, layout.getBytesOf(block.strip), buffer.data()),
+                                 nbNeeded)) {
+            return getContext().failToReadStrip(block.strip);
+        }
+        merge(buffer.data() + getSkip(block), block.nbPixels);
+        pData = buffer.data();
+    }
+    if (hasFailed(getStrips().write(block.strip, pData), nbNeeded)) {
+        return failAtStrip(block.strip);
+    }
+    return flush(directoryOffset);
+}
+
+// A strip whose size no longer fits its entry moves the directory, and leaves libtiff on none.
+BoolResult StripWriter::flush(vlUInt64 directoryOffset) const {
+    PlanContext const& context = getContext();
+    if (TIFFFlush(context.pTiff) != 1) {
+        return fail(eTiffImageFileMessage::eTIFM_FlushError, context.path.string(), getTiffWords());
+    }
+    return TIFFCurrentDirOffset(context.pTiff) == directoryOffset ? success() : context.reachMovedDirectory();
+}
+
+bool StripWriter::hasFailed(long result, vlUInt64 nbNeeded) const {
+    if (result < 0) {
+        return _minusOne == eMinusOne::Fails;
+    }
+    return static_cast<vlUInt64>(result) < nbNeeded;
+}
+
+void StripWriter::merge(std::byte* pTarget, vlUInt64 nbPixels) const {
+    for (Channel const& channel : _channels) {
+        planToColor(getContext().bufferType, getNbChannels(), channel.index, nbPixels,
+                    channel.pPixels + getPlanOffset(), pTarget);
+    }
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,134 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/TiffDirectories.h"
+
+#include "Tiff/TiffErrorHandler.h"
+#include "Tiff/TiffStream.h"
+
+#include <tiffio.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+constexpr vlUInt64 g_directoryNumbers = 65536;
+/// As many as libtiff follows.
+constexpr vlUInt64 g_longestChain = 1048576;
+
+/// Widths of the numbers of a directory: those of a classic file or of a BigTIFF.
+struct DirectoryLayout {
+    vlUInt64 firstLinkOffset;
+    vlUInt64 countSize;
+    vlUInt64 entrySize;
+    vlUInt64 linkSize;
+};
+
+constexpr DirectoryLayout g_classic = {4, 2, 12, 4};
+constexpr DirectoryLayout g_big = {8, 8, 20, 8};
+
+std::optional<vlUInt64> readNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 nbBytes) {
+    unsigned char bytes[8] = {};
+    if (stream.readAt(offset, bytes, nbBytes) != nbBytes) {
+        return std::nullopt;
+    }
+    bool const bBigEndian = TIFFIsBigEndian(pTiff) != 0;
+    vlUInt64 number = 0;
+    for (vlUInt64 i = 0; i < nbBytes; ++i) {
+        number = number << 8 | bytes[bBigEndian ? i : nbBytes - 1 - i];
+    }
+    return number;
+}
+
+/// The link behind the directory at `offset`.
+std::optional<vlUInt64> readLink(TIFF* pTiff, TiffStream& stream, DirectoryLayout const& layout,
+                                 vlUInt64 offset) {
+    auto const nbEntries = readNumber(pTiff, stream, offset, layout.countSize);
+    if (!nbEntries || *nbEntries >= g_directoryNumbers) {
+        return std::nullopt;
+    }
+    return readNumber(pTiff, stream, offset + layout.countSize + *nbEntries * layout.entrySize,
+                      layout.linkSize);
+}
+
+} // namespace
+
+bool DirectoryChain::findNext(TIFF* pTiff, TiffStream& stream) {
+    if (_bEnded) {
+        return false;
+    }
+    DirectoryLayout const& layout = TIFFIsBigTIFF(pTiff) != 0 ? g_big : g_classic;
+    auto const link = _offsets.empty() ? readNumber(pTiff, stream, layout.firstLinkOffset, layout.linkSize)
+                                       : readLink(pTiff, stream, layout, _offsets.back());
+    _bBroken = !link || _known.count(*link) != 0 || _offsets.size() == g_longestChain;
+    _bEnded = _bBroken || *link == 0;
+    if (!_bEnded) {
+        _offsets.push_back(*link);
+        _known.insert(*link);
+    }
+    return !_bEnded;
+}
+
+std::optional<vlUInt64> DirectoryChain::find(TIFF* pTiff, TiffStream& stream, vlUInt64 index) {
+    while (_offsets.size() <= index && findNext(pTiff, stream)) {
+    }
+    return index < _offsets.size() ? std::optional(_offsets[index]) : std::nullopt;
+}
+
+vlUInt64 DirectoryChain::count(TIFF* pTiff, TiffStream& stream) {
+    while (findNext(pTiff, stream)) {
+    }
+    if (!_count) {
+        _count = _bBroken ? TIFFNumberOfDirectories(pTiff) : _offsets.size();
+    }
+    return *_count;
+}
+
+void DirectoryChain::forget() {
+    *this = DirectoryChain();
+}
+
+TiffDirectories::TiffDirectories(TIFF* pTiff) : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)) {
+    if (_pStream != nullptr) {
+        _pStream->forgetAhead();
+    }
+}
+
+unsigned int TiffDirectories::count() const {
+    vlUInt64 const nbDirectories = _pStream == nullptr ? TIFFNumberOfDirectories(_pTiff)
+                                                       : _pStream->accessChain().count(_pTiff, *_pStream);
+    return static_cast<unsigned int>(nbDirectories % g_directoryNumbers);
+}
+
+BoolResult TiffDirectories::reach(vlUInt64 index) const {
+    vlUInt64 const number = index % g_directoryNumbers;
+    vlUInt64 const previousOffset = TIFFCurrentDirOffset(_pTiff);
+    auto const known =
+        _pStream == nullptr ? std::nullopt : _pStream->accessChain().find(_pTiff, *_pStream, number);
+    int const reached =
+        known ? TIFFSetSubDirectory(_pTiff, *known) : TIFFSetDirectory(_pTiff, static_cast<tdir_t>(number));
+    if (reached == 1) {
+        return success();
+    }
+    std::string const words = getTiffWords();
+    if (previousOffset != 0) {
+        goBack(previousOffset);
+    }
+    return failure(words);
+}
+
+bool TiffDirectories::goBack(vlUInt64 offset) const {
+    return TIFFSetSubDirectory(_pTiff, offset) == 1;
+}
+
+void TiffDirectories::forget() const {
+    if (_pStream != nullptr) {
+        _pStream->accessChain().forget();
+    }
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

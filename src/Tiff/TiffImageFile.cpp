@@ -1,0 +1,173 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <VELMOImageFile/TiffImageFile.h>
+
+#include "Tiff/TiffImageFileTools.h"
+#include "Tiff/TiffPlaneAccess.h"
+#include "Utils/AccessorIdiom.h"
+
+#include <VELMOSerialization/ClassVersion.h>
+#include <boost/filesystem/operations.hpp>
+#include <cstdio>
+#include <tiffio.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+bool isMissing(boost::filesystem::path const& path) {
+    boost::system::error_code ignored;
+    auto const type = boost::filesystem::status(path, ignored).type();
+    return type == boost::filesystem::file_not_found || type == boost::filesystem::status_error;
+}
+
+} // namespace
+
+TiffImageFile::TiffImageFile() = default;
+
+TiffImageFile::~TiffImageFile() {
+    TiffImageFile::clearDerived();
+}
+
+VELMO_DEFINE_ACCESSOR_IDENTITY(TiffImageFile, "velmo::image::file::TiffImageFile", 1)
+
+// Creating and opening
+
+BoolResult TiffImageFile::openFile(boost::filesystem::path const& filePath,
+                                   eImageAccessMode const& accessMode,
+                                   eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode,
+                                   std::string& userProperties) {
+    boost::filesystem::path const kept(filePath);
+    clear();
+    return openFileInternal(kept, accessMode, directoryMode, bufferMode, userProperties, false);
+}
+
+BoolResult TiffImageFile::openSharedRemoteFile(boost::filesystem::path const& filePath,
+                                               eTiffDirectoryMode const& directoryMode,
+                                               eTiffBufferMode const& bufferMode,
+                                               std::string& userProperties) {
+    boost::filesystem::path const kept(filePath);
+    clear();
+    return openFileInternal(kept, eIAM_ReadOnly, directoryMode, bufferMode, userProperties, true);
+}
+
+BoolResult TiffImageFile::createFile(boost::filesystem::path const& filePath,
+                                     BaseImageGeometry const& imageGeometry,
+                                     GeometricCalibrationConstPtr const& pGeometricCalibration) {
+    KeptArguments const kept(filePath, imageGeometry);
+    GeometricCalibrationConstPtr const pCalibration(pGeometricCalibration);
+    clear();
+    BoolResult result = createFileInternal(kept.path, kept.geometry(), pCalibration);
+    if (result) {
+        _tiffDirectoryMode = eTDM_Volume;
+        _tiffBufferMode = eTBM_Default;
+        initBase(kept.path, eIAM_ReadWrite, kept.geometry(), pCalibration, false);
+    }
+    return result;
+}
+
+BoolResult TiffImageFile::openFileInternal(boost::filesystem::path const& filePath,
+                                           eImageAccessMode const& accessMode,
+                                           eTiffDirectoryMode const& directoryMode,
+                                           eTiffBufferMode const& bufferMode, std::string& userProperties,
+                                           bool bSharedRemote) {
+    TIFF* pTiff = nullptr;
+    ImageGeometryPtr pGeometry;
+    GeometricCalibrationPtr pCalibration;
+    BoolResult result = openTiffFile(filePath, accessMode, directoryMode, bufferMode, pTiff, pGeometry,
+                                     pCalibration, &userProperties);
+    if (result) {
+        _pTiff = pTiff;
+        _tiffDirectoryMode = directoryMode;
+        _tiffBufferMode = bufferMode;
+        initBase(filePath, accessMode, *pGeometry, pCalibration, bSharedRemote);
+    }
+    return result;
+}
+
+BoolResult TiffImageFile::createFileInternal(boost::filesystem::path const& filePath,
+                                             BaseImageGeometry const& imageGeometry,
+                                             GeometricCalibrationConstPtr const& pGeometricCalibration) {
+    return createTiffFile(filePath, imageGeometry, pGeometricCalibration, eTC_None, _pTiff);
+}
+
+void TiffImageFile::clearDerived() {
+    if (_pTiff != nullptr) {
+        TIFFClose(_pTiff);
+        _pTiff = nullptr;
+    }
+}
+
+// Pixels
+
+bool TiffImageFile::hasBinary8BitsStorage() const {
+    requireInitialised(VELMO_HERE, *this);
+    return true;
+}
+
+BoolResult TiffImageFile::resizeData(BaseImageGeometry const& imageGeometry) {
+    clearDerived();
+    return createFileInternal(getFilePath(), imageGeometry, getGeometricCalibrationConstPtr());
+}
+
+BoolResult TiffImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                      vlUInt64 nbPixels, void* buffer) const {
+    boost::lock_guard<boost::mutex> const lock(_mutex);
+    try {
+        return readPlan(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, buffer);
+    } catch (std::exception const& exception) {
+        std::puts(exception.what());
+        return failure(exception.what());
+    }
+}
+
+BoolResult TiffImageFile::writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                       vlUInt64 nbPixels, void const* buffer) {
+    boost::lock_guard<boost::mutex> const lock(_mutex);
+    return writePlan(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, buffer);
+}
+
+// Archives
+
+BoolResult TiffImageFile::write(BaseOArchive& archive) const {
+    BoolResult result = BaseDiskImageAccessor::write(archive);
+    if (result) {
+        writeClassVersion(archive, getClassName(), getVersion());
+        archive << oItem("_tiffDirectoryMode", _tiffDirectoryMode)
+                << oItem("_tiffBufferMode", _tiffBufferMode);
+    }
+    return result;
+}
+
+BoolResult TiffImageFile::read(BaseIArchive& archive) {
+    ClearUnlessKept unlessOpened(*this);
+    BoolResult result = BaseDiskImageAccessor::read(archive);
+    if (!result) {
+        return result;
+    }
+    readClassVersion(archive, getClassName(), getVersion(), VELMO_HERE);
+    clearDerived();
+    archive >> iItem("_tiffDirectoryMode", _tiffDirectoryMode) >> iItem("_tiffBufferMode", _tiffBufferMode);
+    if (!isInit()) {
+        return success();
+    }
+    boost::filesystem::path const path(getFilePath());
+    if (getAccessMode() != eIAM_ReadOnly && isMissing(path)) {
+        result = createFileInternal(path, getGeometry(), getGeometricCalibrationConstPtr());
+    } else {
+        std::string userProperties;
+        result = openFileInternal(path, getAccessMode(), _tiffDirectoryMode, _tiffBufferMode, userProperties,
+                                  hasSharedRemoteAccess());
+    }
+    if (result) {
+        unlessOpened.keep();
+    }
+    return result;
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,145 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/TiffPlaneAccess.h"
+
+#include "Tiff/ImageJStack.h"
+#include "Tiff/PackedRows.h"
+#include "Tiff/PlanContext.h"
+#include "Tiff/StripTransfer.h"
+#include "Tiff/TiffDirectories.h"
+#include "Tiff/TiffImageFileTools.h"
+#include "Tiff/TiffPixels.h"
+#include "Tiff/TiffTags.h"
+
+#include <VELMOUtil/Chrono.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+BoolResult readStrips(PlanContext const& context, void* pPixels) {
+    bool const bInterleaved = context.isInterleaved();
+    BoolResult result = bInterleaved ? context.requireChannels() : success();
+    if (!result) {
+        return result;
+    }
+    auto const rowsPerStrip = getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0);
+    using eBroken = StripReader::eBrokenStrip;
+    StripReader reader(context, context.getLayout(rowsPerStrip),
+                       bInterleaved ? eBroken::IsBlack : eBroken::Fails);
+    if (!context.hasSampleSize() && context.run.nbPixels != 0) {
+        return context.failToReadStrip(0);
+    }
+    reader.addChannel(bInterleaved ? context.run.c : 0, pPixels);
+    return reader.run();
+}
+
+/// The layout of strips that can be written.
+BoolResult requireRowsPerStrip(PlanContext const& context, std::uint32_t& rowsPerStrip) {
+    auto const found = getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP);
+    if (!found) {
+        return context.failToGetTagAndClose("TIFFTAG_ROWSPERSTRIP");
+    }
+    rowsPerStrip = *found;
+    return success();
+}
+
+BoolResult requireInterleaved(PlanContext const& context) {
+    if (!isInterleavedRgb(context.pTiff, context.path)) {
+        return fail(eTiffImageFileMessage::eTIFM_NotInterleavedRgb, context.path.string());
+    }
+    return context.requireChannels();
+}
+
+/// The first steps of every access to a page.
+BoolResult reachPage(PlanContext const& context) {
+    BoolResult result = context.requireHandle();
+    if (result) {
+        result = context.reachDirectory();
+    }
+    return result ? requireInterleaved(context) : result;
+}
+
+} // namespace
+
+BoolResult readPlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                    PlanRun const& run, void* pPixels) {
+    Chrono chrono;
+    chrono.start();
+    PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Plan);
+    BoolResult result = context.requireHandle();
+    if (!result) {
+        return result;
+    }
+    if (!getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE)) {
+        return context.failToGetTagAndClose("TIFFTAG_BITSPERSAMPLE");
+    }
+    unsigned int const nbDirectories = TiffDirectories(pTiff).count();
+    if (isImageJStack(extractNbPagesFromIJDescription(pTiff), nbDirectories)) {
+        return readImageJPlan(pTiff, path, geometry, run, pPixels);
+    }
+    result = context.reachDirectory();
+    if (!result) {
+        return result;
+    }
+    bool const bPacked = getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0) == 1;
+    return bPacked ? readPackedRows(context, static_cast<std::byte*>(pPixels)) : readStrips(context, pPixels);
+}
+
+BoolResult writePlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                     PlanRun const& run, void const* pPixels) {
+    PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Plan);
+    bool const bInterleaved = context.isInterleaved();
+    std::uint32_t rowsPerStrip = 0;
+    BoolResult const result =
+        runSteps([&] { return context.requireHandle(); }, [&] { return context.reachDirectory(); },
+                 [&] { return requireRowsPerStrip(context, rowsPerStrip); },
+                 [&] { return bInterleaved ? context.requireChannels() : success(); });
+    if (!result) {
+        return result;
+    }
+    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::Fails);
+    if (!context.hasSampleSize() && run.nbPixels != 0) {
+        return context.failToWriteStrip(0);
+    }
+    writer.addChannel(bInterleaved ? run.c : 0, pPixels);
+    return writer.run();
+}
+
+BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                    PlanRun const& run, std::vector<void*> const& plans) {
+    PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Page);
+    BoolResult const result = reachPage(context);
+    if (!result) {
+        return result;
+    }
+    auto const rowsPerStrip = getTag<std::uint32_t>(pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0);
+    StripReader reader(context, context.getLayout(rowsPerStrip), StripReader::eBrokenStrip::Fails);
+    for (vlUInt64 channel = 0; channel < plans.size(); ++channel) {
+        reader.addChannel(channel, plans[channel]);
+    }
+    return reader.run();
+}
+
+BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                     PlanRun const& run, std::vector<void const*> const& plans) {
+    PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Page);
+    std::uint32_t rowsPerStrip = 0;
+    BoolResult const result = runSteps([&] { return reachPage(context); },
+                                       [&] { return requireRowsPerStrip(context, rowsPerStrip); });
+    if (!result) {
+        return result;
+    }
+    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::IsLarge);
+    for (vlUInt64 channel = 0; channel < plans.size(); ++channel) {
+        writer.addChannel(channel, plans[channel]);
+    }
+    return writer.run();
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,223 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/TiffStream.h"
+
+#include "Tiff/TiffDirectories.h"
+
+#include <VELMOUtil/FileKind.h>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <tiffio.h>
+#include <unistd.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+/// Enough for a directory with its arrays, so that one read brings a whole one.
+constexpr vlUInt64 g_aheadSize = 8192;
+/// Reads from this size on go straight to their place.
+constexpr vlUInt64 g_largeRead = 4096;
+/// libtiff would give a file that is shorter than its header a new one.
+constexpr vlUInt64 g_headerSize = 8;
+
+char const* const g_clientName = "VELMOImageFile";
+
+int toOpenFlags(char const* mode) {
+    if (mode[0] == 'w') {
+        return O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC;
+    }
+    return (std::strcmp(mode, "r+") == 0 ? O_RDWR : O_RDONLY) | O_CLOEXEC;
+}
+
+void reportOpenFailure(boost::filesystem::path const& path, std::error_code const& error) {
+    TIFFErrorExt(nullptr, "TIFFOpen", "%s: %s", path.c_str(), error.message().c_str());
+}
+
+/// Repeats a system call on what it left over, until it moves nothing more.
+template <class Transfer>
+vlUInt64 transferAll(vlUInt64 nbBytes, Transfer const& transfer) {
+    vlUInt64 done = 0;
+    while (done < nbBytes) {
+        ssize_t const moved = transfer(done);
+        if (moved > 0) {
+            done += static_cast<vlUInt64>(moved);
+        } else if (moved == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    return done;
+}
+
+bool isZero(void const* pBuffer, vlUInt64 nbBytes) {
+    auto const* const pBytes = static_cast<char const*>(pBuffer);
+    return nbBytes == 0 || (pBytes[0] == 0 && std::memcmp(pBytes, pBytes + 1, nbBytes - 1) == 0);
+}
+
+} // namespace
+
+struct TiffStream::ClientProcedures {
+    static tmsize_t read(thandle_t handle, void* pBuffer, tmsize_t nbBytes) {
+        TiffStream& stream = *static_cast<TiffStream*>(handle);
+        vlUInt64 const done = stream.readAt(stream._position, pBuffer, static_cast<vlUInt64>(nbBytes));
+        stream._position += done;
+        return static_cast<tmsize_t>(done);
+    }
+
+    static tmsize_t write(thandle_t handle, void* pBuffer, tmsize_t nbBytes) {
+        TiffStream& stream = *static_cast<TiffStream*>(handle);
+        vlUInt64 const done = stream.writeAt(stream._position, pBuffer, static_cast<vlUInt64>(nbBytes));
+        stream._position += done;
+        return static_cast<tmsize_t>(done);
+    }
+
+    static toff_t seek(thandle_t handle, toff_t offset, int whence) {
+        TiffStream& stream = *static_cast<TiffStream*>(handle);
+        switch (whence) {
+        case SEEK_CUR:
+            stream._position += offset;
+            break;
+        case SEEK_END:
+            stream._position = stream.getSize() + offset;
+            break;
+        default:
+            stream._position = offset;
+        }
+        return stream._position;
+    }
+
+    static int close(thandle_t handle) {
+        delete static_cast<TiffStream*>(handle);
+        return 0;
+    }
+
+    static toff_t size(thandle_t handle) { return static_cast<TiffStream*>(handle)->getSize(); }
+};
+
+TiffStream::TiffStream(int descriptor, bool bWritable)
+    : _descriptor(descriptor), _bWritable(bWritable), _pChain(new DirectoryChain) {}
+
+TiffStream::~TiffStream() {
+    releaseReserved();
+    ::close(_descriptor);
+}
+
+TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
+    std::error_code const seekError = getSeekError(path);
+    if (seekError) {
+        reportOpenFailure(path, seekError);
+        return nullptr;
+    }
+    constexpr mode_t anybody = 0666;
+    int const descriptor = ::open(path.c_str(), toOpenFlags(mode), anybody);
+    if (descriptor < 0) {
+        reportOpenFailure(path, std::error_code(errno, std::generic_category()));
+        return nullptr;
+    }
+    std::unique_ptr<TiffStream> pStream(new TiffStream(descriptor, mode[0] == 'w'));
+    bool const bTooShort = mode[0] == 'r' && pStream->getSize() < g_headerSize;
+    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode);
+}
+
+TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
+                             char const* mode) {
+    using Client = ClientProcedures;
+    TIFF* const pTiff = TIFFClientOpen(path.c_str(), mode, pStream.get(), Client::read, Client::write,
+                                       Client::seek, Client::close, Client::size, nullptr, nullptr);
+    if (pTiff != nullptr) {
+        TIFFSetClientInfo(pTiff, pStream.release(), g_clientName);
+    }
+    return pTiff;
+}
+
+TiffStream* TiffStream::find(TIFF* pTiff) {
+    return static_cast<TiffStream*>(TIFFGetClientInfo(pTiff, g_clientName));
+}
+
+vlUInt64 TiffStream::getSize() const {
+    struct stat status = {};
+    vlUInt64 const size = fstat(_descriptor, &status) == 0 ? static_cast<vlUInt64>(status.st_size) : 0;
+    return size == _reservedEnd ? _reservedStart : size;
+}
+
+vlUInt64 TiffStream::readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) const {
+    return transferAll(nbBytes, [&](vlUInt64 done) {
+        return pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
+                     static_cast<off_t>(offset + done));
+    });
+}
+
+vlUInt64 TiffStream::readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
+    bool const bAhead = offset >= _aheadOffset && offset - _aheadOffset < _aheadSize &&
+                        nbBytes <= _aheadSize - (offset - _aheadOffset);
+    if (!bAhead && nbBytes >= g_largeRead) {
+        return readDirectly(offset, pBuffer, nbBytes);
+    }
+    if (!bAhead) {
+        _ahead.resize(g_aheadSize);
+        _aheadOffset = offset;
+        _aheadSize = readDirectly(offset, _ahead.data(), g_aheadSize);
+    }
+    vlUInt64 const done = std::min(nbBytes, _aheadSize - (offset - _aheadOffset));
+    if (done != 0) {
+        std::memcpy(pBuffer, _ahead.data() + (offset - _aheadOffset), done);
+    }
+    return done;
+}
+
+vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes) {
+    if (!_bWritable) {
+        return 0;
+    }
+    forgetAhead();
+    if (takeAsReserved(offset, pBuffer, nbBytes)) {
+        return nbBytes;
+    }
+    return transferAll(nbBytes, [&](vlUInt64 done) {
+        return pwrite(_descriptor, static_cast<std::byte const*>(pBuffer) + done, nbBytes - done,
+                      static_cast<off_t>(offset + done));
+    });
+}
+
+void TiffStream::reserveZeros(vlUInt64 nbBytes) {
+    releaseReserved();
+    vlUInt64 const end = getSize();
+    if (nbBytes != 0 &&
+        fallocate(_descriptor, 0, static_cast<off_t>(end), static_cast<off_t>(nbBytes)) == 0) {
+        _reservedStart = end;
+        _reservedEnd = end + nbBytes;
+    }
+}
+
+// Behind what is written, space is reserved still; before it, a write of zeros must overwrite.
+bool TiffStream::takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes) {
+    vlUInt64 const end = offset + nbBytes;
+    if (end <= _reservedStart || offset >= _reservedEnd) {
+        return false;
+    }
+    bool const bInside = offset >= _reservedStart && end <= _reservedEnd;
+    _reservedStart = std::min(end, _reservedEnd);
+    return bInside && isZero(pBuffer, nbBytes);
+}
+
+void TiffStream::releaseReserved() {
+    if (_reservedStart < _reservedEnd) {
+        vlUInt64 const end = getSize();
+        if (ftruncate(_descriptor, static_cast<off_t>(end)) != 0) {
+            return; // the file is longer than it need be
+        }
+    }
+    _reservedStart = 0;
+    _reservedEnd = 0;
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,158 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/TiffStrips.h"
+
+#include "Tiff/TiffStream.h"
+#include "Tiff/TiffTags.h"
+
+#include <VELMOUtil/CheckedArithmetic.h>
+#include <algorithm>
+#include <vector>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+/// No codec whose strips can be judged packs more bytes in one.
+constexpr vlUInt64 g_strongestPacking = 4096;
+constexpr vlUInt64 g_smallStrip = 65536;
+
+bool packsLittle(std::uint16_t compression) {
+    switch (compression) {
+    case COMPRESSION_NONE:
+    case COMPRESSION_LZW:
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_DEFLATE:
+    case COMPRESSION_PACKBITS:
+        return true;
+    default:
+        return false;
+    }
+}
+
+std::uint16_t getCompression(TIFF* pTiff) {
+    return getTag<std::uint16_t>(pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE);
+}
+
+std::uint32_t toStripNumber(vlUInt64 strip) {
+    return static_cast<std::uint32_t>(std::min<vlUInt64>(strip, NumericLimits<std::uint32_t>::s_max));
+}
+
+vlUInt64 getOffset(TIFF* pTiff, vlUInt64 strip) {
+    return TIFFGetStrileOffset(pTiff, toStripNumber(strip));
+}
+
+vlUInt64 getByteCount(TIFF* pTiff, vlUInt64 strip) {
+    return TIFFGetStrileByteCount(pTiff, toStripNumber(strip));
+}
+
+} // namespace
+
+vlUInt64 StripLayout::getBytesOf(vlUInt64 strip) const {
+    auto const start = checkedMultiply(strip, getStripPixels());
+    bool const bInside = start && *start < getNbPixels();
+    return bInside ? std::min(getNbPixels() - *start, getStripPixels()) * pixelStride : getStripBytes();
+}
+
+vlUInt64 StripLayout::getBytesOfRows(vlUInt64 nbPixels) const {
+    return divideUp(nbPixels, sizeX) * sizeX * pixelStride;
+}
+
+bool StripLayout::isCountable() const {
+    auto const planPixels =
+        checkedMultiply(sizeX, checkedAdd(sizeY, rowsPerStrip).value_or(NumericLimits<vlUInt64>::s_max));
+    return planPixels && checkedMultiply(*planPixels, pixelStride);
+}
+
+TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout)
+    : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _layout(layout),
+      _bCompressed(getCompression(pTiff) != COMPRESSION_NONE), _bDeflate(isDeflate(pTiff)),
+      _bPlain(liesAsInMemory()) {}
+
+bool TiffStrips::liesAsInMemory() const {
+    auto const width = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
+    auto const length = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGELENGTH).value_or(0);
+    auto const fillOrder = getTag<std::uint16_t>(_pTiff, TIFFTAG_FILLORDER).value_or(FILLORDER_MSB2LSB);
+    bool const bOneByte = getTag<std::uint16_t>(_pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0) == 8;
+    return _pStream != nullptr && !_bCompressed && TIFFIsTiled(_pTiff) == 0 &&
+           (TIFFIsByteSwapped(_pTiff) == 0 || bOneByte) && fillOrder == FILLORDER_MSB2LSB &&
+           width == _layout.sizeX && length == _layout.sizeY &&
+           static_cast<vlUInt64>(TIFFScanlineSize(_pTiff)) == _layout.sizeX * _layout.pixelStride;
+}
+
+vlUInt64 TiffStrips::countPlain(vlUInt64 strip, vlUInt64 nbWanted) const {
+    vlUInt64 nbPlain = 0;
+    vlUInt64 const nbStrips = _bPlain ? TIFFNumberOfStrips(_pTiff) : 0;
+    vlUInt64 expectedOffset = _bPlain ? getOffset(_pTiff, strip) : 0;
+    for (vlUInt64 next = strip; nbPlain < nbWanted && next < nbStrips; ++next, ++nbPlain) {
+        vlUInt64 const offset = getOffset(_pTiff, next);
+        if (offset == 0 || offset != expectedOffset ||
+            getByteCount(_pTiff, next) < _layout.getBytesOf(next)) {
+            break;
+        }
+        expectedOffset = offset + _layout.getStripBytes();
+    }
+    return nbPlain;
+}
+
+bool TiffStrips::readPlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void* pBuffer) {
+    _bPlain = _pStream->readAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
+    return _bPlain;
+}
+
+bool TiffStrips::writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void const* pBuffer) {
+    _bPlain = _pStream->writeAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
+    return _bPlain;
+}
+
+long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
+    ZlibDecoding const zlib(_pTiff, _bDeflate && isShort(strip));
+    return TIFFReadEncodedStrip(_pTiff, toStripNumber(strip), pBuffer, static_cast<tmsize_t>(nbBytes));
+}
+
+long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
+    bool const bCut =
+        isShort(strip) && (_bCompressed || getByteCount(_pTiff, strip) < _layout.getStripBytes());
+    vlUInt64 const nbBytes = bCut ? _layout.getBytesOf(strip) : _layout.getStripBytes();
+    if (strip >= TIFFNumberOfStrips(_pTiff)) {
+        return -1; // libtiff would add the strip to the directory
+    }
+    std::vector<std::byte> swapped; // libtiff swaps in place
+    if (TIFFIsByteSwapped(_pTiff) != 0) {
+        auto const* const pBytes = static_cast<std::byte const*>(pBuffer);
+        swapped.assign(pBytes, pBytes + nbBytes);
+    }
+    return TIFFWriteEncodedStrip(_pTiff, toStripNumber(strip),
+                                 swapped.empty() ? const_cast<void*>(pBuffer) : swapped.data(),
+                                 static_cast<tmsize_t>(nbBytes));
+}
+
+bool TiffStrips::canHold(vlUInt64 nbBytes) const {
+    if (nbBytes <= g_smallStrip || _pStream == nullptr || !packsLittle(getCompression(_pTiff))) {
+        return true;
+    }
+    return nbBytes / g_strongestPacking <= _pStream->getSize();
+}
+
+bool isDeflate(TIFF* pTiff) {
+    std::uint16_t const compression = getCompression(pTiff);
+    return compression == COMPRESSION_DEFLATE || compression == COMPRESSION_ADOBE_DEFLATE;
+}
+
+ZlibDecoding::ZlibDecoding(TIFF* pTiff, bool bWanted) : _pTiff(pTiff) {
+    _bSet = bWanted && TIFFGetField(pTiff, TIFFTAG_DEFLATE_SUBCODEC, &_previous) == 1 &&
+            TIFFSetField(pTiff, TIFFTAG_DEFLATE_SUBCODEC, DEFLATE_SUBCODEC_ZLIB) == 1;
+}
+
+ZlibDecoding::~ZlibDecoding() {
+    if (_bSet) {
+        TIFFSetField(_pTiff, TIFFTAG_DEFLATE_SUBCODEC, _previous);
+    }
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

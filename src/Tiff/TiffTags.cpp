@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/TiffTags.h"
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+TIFFExtendProc g_pParentExtender = nullptr;
+
+void _XTIFFDefaultDirectory(TIFF* pTiff) {
+    static char fieldName[] = "User properties tag";
+    static TIFFFieldInfo const g_xtiffFieldInfo[] = {
+        {g_userPropertiesTag, TIFF_VARIABLE, TIFF_VARIABLE, TIFF_ASCII, FIELD_CUSTOM, 1, 0, fieldName}};
+    TIFFMergeFieldInfo(pTiff, g_xtiffFieldInfo, 1);
+    if (g_pParentExtender != nullptr) {
+        g_pParentExtender(pTiff);
+    }
+}
+
+/// A library that is unloaded leaves no pointer to itself in libtiff. An extender set by others since stays.
+struct Extender {
+    Extender() { g_pParentExtender = TIFFSetTagExtender(_XTIFFDefaultDirectory); }
+    ~Extender() {
+        TIFFExtendProc const extender = TIFFSetTagExtender(g_pParentExtender);
+        if (extender != _XTIFFDefaultDirectory) {
+            TIFFSetTagExtender(extender);
+        }
+    }
+    Extender(Extender const&) = delete;
+    Extender& operator=(Extender const&) = delete;
+};
+
+} // namespace
+
+std::string const& VelmoSoftware::get() {
+    static std::string const g_velmoSoftwareStr("VELMO_Library");
+    return g_velmoSoftwareStr;
+}
+
+void TIFFInitializeExtend() {
+    static Extender const extender;
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo
