@@ -139,10 +139,10 @@ TEST_F(TiffCreationStripsTest, AllPixelsAreZeroInEveryCompression) {
 
 TEST_F(TiffCreationStripsTest, TheFileIsCompleteBeforeItsHandleIsClosed) {
     for (Compression const& compression : g_compressions) {
-        Planes const planes = createPlanes(_path, makeGeometry(eIBT_UInt8, {100, 90, 3}), compression.value);
+        Planes planes = createPlanes(_path, makeGeometry(eIBT_UInt8, {100, 90, 3}), compression.value);
         expectDirectories(_path, std::vector<std::string>(3, std::string(9000, '\0')));
         std::uintmax_t const size = boost::filesystem::file_size(_path);
-        TIFFClose(const_cast<TiffPtr&>(planes.pTiff).release());
+        planes.pTiff.reset();
         EXPECT_EQ(boost::filesystem::file_size(_path), size);
     }
 }

@@ -105,10 +105,9 @@ TEST_F(TiffPlaneDataFailureTest, DirectoriesAreCountedModulo65536AndNamedUncut) 
 }
 
 TEST_F(TiffPlaneDataFailureTest, AFileCutShortNamesTheStripThatIsMissing) {
-    writeTiff(_path, {makeLongDirectory()});
     RawDirectory raw = greyDirectory(100, 200);
     raw.set(TIFFTAG_ROWSPERSTRIP, longs({81})).set(TIFFTAG_STRIPBYTECOUNTS, longs({8100, 8100, 3800}));
-    std::uint64_t const begin = rawTiff({raw}).size() - g_nbPixels + 8; // three offsets, not one
+    std::uint64_t const begin = rawTiff({raw.set(TIFFTAG_STRIPOFFSETS, longs({0, 0, 0}))}).size() - g_nbPixels;
     raw.set(TIFFTAG_STRIPOFFSETS, longs({begin, begin + 8100, begin + 16200}));
     writeRawTiff(_path, {raw});
     boost::filesystem::resize_file(_path, begin + 12000);
