@@ -23,7 +23,7 @@ char const* const g_help =
     "velmo_bench [--folder DIR] [--pairs N] [--require] [--benchmark_filter=REGEX ...]\n"
     "\n"
     "Measures the module beside what the system itself does with the same bytes.\n"
-    "  --folder DIR  where the files are made, 1.1 GB (default: $TMPDIR, else /tmp); removed at the end\n"
+    "  --folder DIR  where the files are made, 3 GB (default: $TMPDIR, else /tmp); removed at the end\n"
     "  --pairs N     measurements of each figure (default: 9)\n"
     "  --require     exit status 1 where a figure does not hold, or none was measured\n"
     "Further options are those of Google Benchmark (--benchmark_list_tests, --benchmark_out=FILE ...).\n"
@@ -107,6 +107,9 @@ bool runBenchmarks(Options const& options) {
     addThreadsBenchmarks(suite);
     addOpenBenchmarks(suite);
     addSaveBenchmarks(suite);
+    addTiffLoadBenchmarks(suite);
+    addTiffSaveBenchmarks(suite);
+    addTiffPlanesBenchmarks(suite);
     benchmark::RunSpecifiedBenchmarks();
     if (!suite.getFigures().empty()) {
         std::cout << "\nMedians of " << options.nbPairs << " pairs; of the ratio also the quartiles.\n";

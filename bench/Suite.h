@@ -68,6 +68,9 @@ void addCopyBenchmarks(Suite& suite);
 void addThreadsBenchmarks(Suite& suite);
 void addOpenBenchmarks(Suite& suite);
 void addSaveBenchmarks(Suite& suite);
+void addTiffLoadBenchmarks(Suite& suite);
+void addTiffSaveBenchmarks(Suite& suite);
+void addTiffPlanesBenchmarks(Suite& suite);
 
 } // namespace bench
 } // namespace velmo

@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "BenchData.h"
+#include "TiffFloor.h"
+
+#include <VELMOImage/BaseImage.h>
+
+namespace velmo {
+namespace bench {
+
+/// A TIFF file in the page cache, its pixels in memory, and another path to write to.
+struct TiffVolume {
+    image::ImagePtr pImage;
+    boost::filesystem::path path;
+    boost::filesystem::path target;
+    vlUInt64 nbBytes;
+
+    PlanesOf16Bits getPlanes() const;
+    void requireSamePixels(image::BaseImage const& other) const;
+};
+
+/// Pixels of 16 bits as a camera gives them: a bright shape, and noise in the low bits. `sizeC` is 1 or 3.
+image::ImagePtr makePicture(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeC, vlUInt64 sizeZ);
+
+/// A file of one directory for each plane, written by a plain libtiff loop; `compression` is libtiff's.
+TiffVolume makeTiff(BenchData& data, vlUInt64 size, vlUInt64 nbPlanes, int compression);
+
+/// A single-directory stack.
+TiffVolume makeImageJStack(BenchData& data, vlUInt64 size, vlUInt64 nbPlanes);
+
+} // namespace bench
+} // namespace velmo

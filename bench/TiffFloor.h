@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOUtil/Types.h>
+
+#include <cstddef>
+#include <string>
+
+namespace velmo {
+namespace bench {
+
+// What a plain loop over libtiff does: the floor of the TIFF benchmarks. It shares no code with what it is
+// compared to. Failures are thrown as std::runtime_error.
+
+/// Planes of 16 bits in memory, one behind the other.
+struct PlanesOf16Bits {
+    std::byte const* pPixels;
+    vlUInt64 sizeX;
+    vlUInt64 sizeY;
+    vlUInt64 nbPlanes;
+    vlUInt64 nbSamples = 1;
+
+    vlUInt64 getPlaneBytes() const { return sizeX * sizeY * nbSamples * 2; }
+};
+
+/// Writes a file of one directory for each plane in strips of about 8 KiB, each strip once.
+void saveByLibtiff(std::string const& path, PlanesOf16Bits const& planes, int compression);
+
+/// Writes one directory that announces all planes to ImageJ, which follow the first one in the file.
+void saveAsImageJStack(std::string const& path, PlanesOf16Bits const& planes);
+
+/// Seconds to read every directory, strip by strip, into a fresh array of `nbBytes`.
+double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes);
+
+} // namespace bench
+} // namespace velmo
