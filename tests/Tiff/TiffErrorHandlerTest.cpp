@@ -112,7 +112,7 @@ TEST_F(TiffErrorHandlerText, OfAnErrorIsReplacedByTheWarningOfTheSameThread) {
 }
 
 TEST_F(TiffErrorHandlerText, TooLongForItsBufferIsCut) {
-    std::string const words = countingBytes(10000).substr(1, 40) + std::string(20000, 'w');
+    std::string const words = "begins here" + std::string(20000, 'w');
     TIFFError("m", "%s", words.c_str());
     std::string const text = getTiffWords();
     EXPECT_THAT(text, StartsWith("Tiff Error : "));
@@ -215,6 +215,26 @@ TEST_F(TiffErrorHandlerProcess, AFailureBehindTheEndOfTheHandlerGoesToLibtiffsOu
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.output, "[Tiff Error : before the end]\n");
     EXPECT_THAT(outcome.errors, testing::HasSubstr("behind the end"));
+}
+
+TEST_F(TiffErrorHandlerProcess, AnExtenderOfAnotherUserIsCalledAsWell) {
+    writeRawTiff(_path,
+                 {greyDirectory().set(65000, ascii("text of 65000")).set(65001, ascii("text of 65001"))});
+    Outcome const outcome = run("extender");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "text of 65001\ntext of 65000\n");
+}
+
+TEST_F(TiffErrorHandlerProcess, WhatIsThrownWithinLibtiffIsAFailureOfTheOpening) {
+    writeRawTiff(_path, {greyDirectory()});
+    std::string const text = "An exception has been thrown while opening file " + _path.string() + "\n";
+    Outcome const standard = run("throwing");
+    EXPECT_EQ(standard.status, 0);
+    EXPECT_EQ(standard.output, text + "thrown by an extender\n");
+    Outcome const unknown = run("throwing-a-number");
+    EXPECT_EQ(unknown.status, 0);
+    EXPECT_THAT(unknown.output, StartsWith(text));
+    EXPECT_GT(unknown.output.size(), text.size() + 1);
 }
 
 } // namespace file

@@ -57,11 +57,14 @@ TEST_F(TiffOpeningColors, FilesOfSeveralSamplesOfAnythingElseAreRefused) {
         {PHOTOMETRIC_PALETTE, 3},    {PHOTOMETRIC_SEPARATED, 4},  {PHOTOMETRIC_CIELAB, 3},
         {PHOTOMETRIC_ICCLAB, 3},     {PHOTOMETRIC_LOGLUV, 3}};
     for (auto const& [photometric, samples] : others) {
-        writeRawTiff(_path, {colorDirectory(samples, photometric)});
+        // without a map, libtiff takes a palette of three samples for RGB
+        RawField const map = shorts(std::vector<std::uint64_t>(3 * 256, 7));
+        writeRawTiff(_path, {colorDirectory(samples, photometric).set(TIFFTAG_COLORMAP, map)});
         OpenedTiff const file(_path);
-        EXPECT_THAT(file.result, FailsWith("Un supported photometric interpretation value " +
-                                           std::to_string(photometric) + "  with " + std::to_string(samples) +
-                                           " samples per pixels for file " + _path.string()));
+        EXPECT_THAT(file.result,
+                    FailsWith("Un supported photometric interpretation value " +
+                              std::to_string(static_cast<short>(photometric)) + "  with " +
+                              std::to_string(samples) + " samples per pixels for file " + _path.string()));
         EXPECT_EQ(file.pTiff, nullptr);
     }
 }

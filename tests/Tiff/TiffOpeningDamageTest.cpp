@@ -3,6 +3,7 @@
 
 #include "TiffFixture.h"
 
+#include <boost/filesystem/operations.hpp>
 #include <random>
 #include <sys/resource.h>
 
@@ -198,6 +199,20 @@ TEST_F(TiffOpeningDamage, RandomBytesBehindAHeaderAreHarmless) {
         content.replace(0, 8, std::string("II*\0\x08\0\0\0", 8));
         expectHarmless(content);
         ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
+TEST_F(TiffOpeningDamage, AFileCutShortBehindItsOpeningGivesAFailedRead) {
+    RawDirectory large = greyDirectory(1000, 1000);
+    writeRawTiff(_path, {large, large});
+    for (eImageAccessMode const access : g_accesses) {
+        OpenedTiff const file(_path, {access});
+        ASSERT_THAT(file.result, Succeeds());
+        boost::filesystem::resize_file(_path, 300);
+        std::string pixels(large.pixels.size(), '\0');
+        std::uint32_t const last = TIFFNumberOfStrips(file.pTiff) - 1;
+        EXPECT_EQ(TIFFReadEncodedStrip(file.pTiff, last, pixels.data(), -1), -1);
+        writeRawTiff(_path, {large, large});
     }
 }
 

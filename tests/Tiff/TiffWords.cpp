@@ -8,6 +8,7 @@
 #include "Tiff/TiffImageFileTools.h"
 
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <tiffio.h>
@@ -66,6 +67,38 @@ void failAtExit() {
     std::cout << "[" << getTiffWords() << "]\n";
 }
 
+void mergeOwnTag(TIFF* pTiff) {
+    static char g_name[] = "Tag of another user";
+    static TIFFFieldInfo const g_info[] = {
+        {65001, TIFF_VARIABLE, TIFF_VARIABLE, TIFF_ASCII, FIELD_CUSTOM, 1, 0, g_name}};
+    TIFFMergeFieldInfo(pTiff, g_info, 1);
+}
+
+void showBothTags(std::string const& path) {
+    TIFFSetTagExtender(mergeOwnTag);
+    openAndClose(path);
+    TIFF* const pTiff = TIFFOpen(path.c_str(), "r");
+    for (std::uint32_t const tag : {65001U, 65000U}) {
+        char const* text = "absent";
+        TIFFGetField(pTiff, tag, &text);
+        std::cout << text << "\n";
+    }
+    TIFFClose(pTiff);
+}
+
+void throwText(TIFF* /*pTiff*/) {
+    throw std::runtime_error("thrown by an extender");
+}
+
+void throwNumber(TIFF* /*pTiff*/) {
+    throw 42;
+}
+
+void openThrowing(std::string const& path, TIFFExtendProc extender) {
+    TIFFSetTagExtender(extender);
+    std::cout << openAndClose(path).getMessage() << "\n";
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -82,6 +115,12 @@ int main(int argc, char** argv) {
         askOnThreads(path);
     } else if (scenario == "exit") {
         failAtExit();
+    } else if (scenario == "extender") {
+        showBothTags(path);
+    } else if (scenario == "throwing") {
+        openThrowing(path, throwText);
+    } else if (scenario == "throwing-a-number") {
+        openThrowing(path, throwNumber);
     } else {
         return 2;
     }

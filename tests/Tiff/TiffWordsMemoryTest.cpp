@@ -37,7 +37,7 @@ class FailingAllocations {
 
 } // namespace
 
-void* operator new(std::size_t size) {
+[[gnu::noinline]] void* operator new(std::size_t size) {
     ++g_nbAllocations;
     bool const bFails = g_nbAllocations == g_firstFailing || g_nbAllocations == g_secondFailing;
     void* const pMemory = bFails ? nullptr : std::malloc(size == 0 ? 1 : size);
@@ -47,11 +47,11 @@ void* operator new(std::size_t size) {
     return pMemory;
 }
 
-void operator delete(void* pMemory) noexcept {
+[[gnu::noinline]] void operator delete(void* pMemory) noexcept {
     std::free(pMemory);
 }
 
-void operator delete(void* pMemory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* pMemory, std::size_t /*size*/) noexcept {
     std::free(pMemory);
 }
 
