@@ -60,8 +60,7 @@ TEST_F(TiffCreationFailureTest, AFolderThatIsNotThereIsACreationFailure) {
     TIFF* pTiff = nullptr;
     BoolResult const result =
         createTiffFile(nowhere, *makeGeometry(eIBT_UInt8, {4, 3}), nullptr, eTC_None, pTiff);
-    EXPECT_THAT(result,
-                FailsWith("Failed to create tiff image file " + nowhere.string() + "\n" + getTiffWords()));
+    EXPECT_THAT(result, FailsInWords("Failed to create tiff image file " + nowhere.string() + "\n"));
     EXPECT_THAT(result, FailsLike("No such file or directory"));
     EXPECT_EQ(pTiff, nullptr);
 }
@@ -70,8 +69,8 @@ TEST_F(TiffCreationFailureTest, AFolderIsNoFileToCreate) {
     TIFF* pTiff = nullptr;
     BoolResult const result = createTiffFile(_folder.getPath(), *makeGeometry(eIBT_UInt8, {4, 3}), nullptr,
                                              "text", eTC_None, pTiff);
-    EXPECT_THAT(result, FailsWith("Failed to create tiff image file " + _folder.getPath().string() + "\n" +
-                                  getTiffWords()));
+    EXPECT_THAT(result,
+                FailsInWords("Failed to create tiff image file " + _folder.getPath().string() + "\n"));
 }
 
 TEST_F(TiffCreationFailureTest, AHeaderThatCannotBeWrittenIsACreationFailure) {
@@ -85,8 +84,7 @@ TEST_F(TiffCreationFailureTest, AStripThatDoesNotFitNamesItsDirectory) {
     EXPECT_THAT(createLimited(_path, pGeometry, 10000), testing::StartsWith(initFailed(0, _path)));
     EXPECT_THAT(createLimited(_path, pGeometry, 60000), testing::StartsWith(initFailed(2, _path)));
     EXPECT_TRUE(boost::filesystem::exists(_path));
-    EXPECT_THAT(createLimited(_path, pGeometry, 60000),
-                testing::EndsWith("Write error at scanline 4294967295"));
+    EXPECT_THAT(createLimited(_path, pGeometry, 60000), testing::EndsWith("Write error at scanline 81"));
 }
 
 TEST_F(TiffCreationFailureTest, ACompressedStripThatDoesNotFitNamesItsDirectory) {
@@ -132,9 +130,9 @@ TEST_F(TiffCreationFailureTest, NothingIsLogged) {
 
 TEST_F(TiffCreationFailureTest, ATagThatLibtiffRefusesIsNamed) {
     TIFF* pTiff = nullptr;
-    EXPECT_THAT(createTiffFile(_path, *makeGeometry(eIBT_UInt8, {4, 0}), nullptr, eTC_None, pTiff),
-                FailsWith("Error while setting tiff tag TIFFTAG_ROWSPERSTRIP for file " + _path.string() +
-                          "\n" + getTiffWords()));
+    EXPECT_THAT(
+        createTiffFile(_path, *makeGeometry(eIBT_UInt8, {4, 0}), nullptr, eTC_None, pTiff),
+        FailsInWords("Error while setting tiff tag TIFFTAG_ROWSPERSTRIP for file " + _path.string() + "\n"));
     EXPECT_EQ(countDescriptors(_path), 0U);
 }
 

@@ -21,6 +21,12 @@ struct Compression {
 constexpr Compression g_compressions[] = {
     {eTC_None, COMPRESSION_NONE}, {eTC_Lzw, COMPRESSION_LZW}, {eTC_Deflate, COMPRESSION_DEFLATE}};
 
+/// Samples of a pixel in one directory.
+int countSamples(BaseImageGeometry const& geometry) {
+    eColorGeometryType const type = geometry.getColorGeometryType();
+    return type == eCGT_Rgb || type == eCGT_Rgba ? static_cast<int>(geometry.getSizeC()) : 1;
+}
+
 /// Creates by plain calls of libtiff what `createTiffFile` is to create.
 class PlainCreation {
   public:
@@ -33,7 +39,7 @@ class PlainCreation {
     }
 
     void addDirectory(int page, int nbPages, std::string const& name) {
-        int const samples = isInterleaved(_geometry) ? static_cast<int>(_geometry.getSizeC()) : 1;
+        int const samples = countSamples(_geometry);
         set(TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
         set(TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(_geometry.getSizeX()));
         set(TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(_geometry.getSizeY()));
@@ -111,7 +117,7 @@ TEST_P(TiffCreationLayoutTest, IsByteForByteWhatLibtiffMakesOfTheSameTags) {
             plain.setText(TIFFTAG_SOFTWARE, "VELMO_Library");
             plain.setText(TIFFTAG_DATETIME, findText(pCreated, TIFFTAG_DATETIME).value_or(""));
             plain.setBlob(findBlob(pCreated).value_or(""));
-            bool const bColor = isInterleaved(*pGeometry);
+            bool const bColor = countSamples(*pGeometry) != 1;
             plain.addDirectory(0, 2, bColor ? "T=0 Z=0" : "T=0 C=0 Z=0");
             plain.addDirectory(1, 2, bColor ? "T=0 Z=1" : "T=0 C=0 Z=1");
         }

@@ -117,7 +117,7 @@ TEST_F(TiffImageJStackTest, OnlyTheFirstPlaneCanBeWritten) {
     writeRawTiff(_path, {directory});
     Planes const planes = openPlanesForWriting(_path);
     for (vlUInt64 z = 1; z < 5; ++z) {
-        EXPECT_THAT(planes.tryWrite(planes.wholePlane(z)), FailsWith(setDirectoryFailed(z, _path)));
+        EXPECT_THAT(planes.tryWrite(planes.wholePlane(z)), FailsInWords(setDirectoryFailed(z, _path)));
     }
     planes.writePlane("abcdefghijkl");
     EXPECT_EQ(planes.readPlane(), "abcdefghijkl");

@@ -76,10 +76,10 @@ void writeWithout(path const& path, std::uint32_t absentTag) {
 TEST_F(TiffInterleavedFailureTest, APageBeyondTheLastDirectoryIsNamedUncut) {
     createPlanes(_path, makeRgbGeometry());
     Planes const planes = openPlanesForWriting(_path);
-    EXPECT_THAT(planes.tryReadRgb({1, 0, 0, 0, 10}), FailsWith(setDirectoryFailed(1, _path)));
-    EXPECT_THAT(planes.tryWriteRgb({0, 0, 3, 0, 10}), FailsWith(setDirectoryFailed(3, _path)));
-    EXPECT_THAT(planes.tryReadRgb({65538, 0, 0, 0, 10}), FailsWith(setDirectoryFailed(65538, _path)));
-    EXPECT_THAT(planes.tryWriteRgb({65538, 0, 0, 0, 10}), FailsWith(setDirectoryFailed(65538, _path)));
+    EXPECT_THAT(planes.tryReadRgb({1, 0, 0, 0, 10}), FailsInWords(setDirectoryFailed(1, _path)));
+    EXPECT_THAT(planes.tryWriteRgb({0, 0, 3, 0, 10}), FailsInWords(setDirectoryFailed(3, _path)));
+    EXPECT_THAT(planes.tryReadRgb({65538, 0, 0, 0, 10}), FailsInWords(setDirectoryFailed(65538, _path)));
+    EXPECT_THAT(planes.tryWriteRgb({65538, 0, 0, 0, 10}), FailsInWords(setDirectoryFailed(65538, _path)));
 }
 
 TEST_F(TiffInterleavedFailureTest, GreyAndSeparatePlanesAreNoInterleavedRgb) {
@@ -107,7 +107,7 @@ TEST_F(TiffInterleavedFailureTest, AFileWithoutRowsPerStripReadsAsOneStripAndClo
     Planes planes = openPlanesForWriting(_path);
     EXPECT_EQ(planes.readRgb(planes.wholePlane()), pickChannels(countingBytes(36), 3, 1));
     EXPECT_THAT(planes.tryWriteRgb(planes.wholePlane()),
-                FailsWith(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
+                FailsInWords(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
     EXPECT_EQ(countDescriptors(_path), 0U);
     planes.pTiff.release(); // NOLINT(bugprone-unused-return-value): it is closed
 }
@@ -150,9 +150,9 @@ TEST_F(TiffInterleavedFailureTest, AStripThatDoesNotDecodeIsAFailureOfTheRead) {
     spoilStrip(_path, 1);
     Planes const planes = openPlanes(_path);
     PixelRun const run = planes.wholePlane();
-    EXPECT_THAT(planes.tryReadRgb(run), FailsWith(readStripFailed(1, run, _path)));
+    EXPECT_THAT(planes.tryReadRgb(run), FailsInWords(readStripFailed(1, run, _path)));
     PixelRun const other{0, 0, 0, 2800, 10};
-    EXPECT_THAT(planes.tryReadRgb(other), FailsWith(readStripFailed(1, other, _path)));
+    EXPECT_THAT(planes.tryReadRgb(other), FailsInWords(readStripFailed(1, other, _path)));
     EXPECT_THAT(planes.tryReadRgb({0, 0, 0, 0, 2700}), Succeeds()); // the first strip alone
 }
 

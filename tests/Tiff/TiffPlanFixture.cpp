@@ -211,12 +211,11 @@ std::string interleave(Channels const& channels, vlUInt64 sampleSize) {
 }
 
 std::string setDirectoryFailed(vlUInt64 directory, path const& path) {
-    return "Error while setting directory " + std::to_string(directory) + " for file " + path.string() +
-           "\n" + getTiffWords();
+    return "Error while setting directory " + std::to_string(directory) + " for file " + path.string() + "\n";
 }
 
 std::string getTagFailed(std::string const& tag, path const& path) {
-    return "Error while getting tiff tag " + tag + " for file " + path.string() + "\n" + getTiffWords();
+    return "Error while getting tiff tag " + tag + " for file " + path.string() + "\n";
 }
 
 namespace {
@@ -224,7 +223,7 @@ namespace {
 std::string stripFailed(std::string const& verb, vlUInt64 strip, PixelRun const& run, path const& path) {
     return "Failed to " + verb + " data of strip " + std::to_string(strip) +
            " for directory z=" + std::to_string(run.z) + ", c=" + std::to_string(run.c) +
-           ", t=" + std::to_string(run.t) + " of file " + path.string() + "\n" + getTiffWords();
+           ", t=" + std::to_string(run.t) + " of file " + path.string() + "\n";
 }
 
 } // namespace

@@ -102,7 +102,7 @@ std::string pickChannel(std::string const& pixels, vlUInt64 nbChannels, vlUInt64
 Channels pickChannels(std::string const& pixels, vlUInt64 nbChannels, vlUInt64 sampleSize);
 std::string interleave(Channels const& channels, vlUInt64 sampleSize);
 
-// The texts of the failures; libtiff's words are those that the calling thread has now.
+// The texts of failures, to the line feed before libtiff's words.
 std::string setDirectoryFailed(vlUInt64 directory, path const& path);
 std::string getTagFailed(std::string const& tag, path const& path);
 std::string readStripFailed(vlUInt64 strip, PixelRun const& run, path const& path);
@@ -111,6 +111,12 @@ std::string writeStripFailed(vlUInt64 strip, PixelRun const& run, path const& pa
 /// What `work` returns in a child process that can write no byte of a file from `limit` on, as on a disk
 /// that is full.
 std::string withFileSizeLimit(vlUInt64 limit, std::function<std::string()> const& work);
+/// A failure with that text and, behind it, the words that libtiff has for the calling thread.
+MATCHER_P(FailsInWords, text, "") {
+    *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();
+    return !arg && arg.getMessage() == text + getTiffWords();
+}
+
 /// "success", or the failure's text.
 std::string toText(BoolResult const& result);
 

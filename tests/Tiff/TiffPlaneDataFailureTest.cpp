@@ -54,7 +54,8 @@ void writeWithoutRowsPerStrip(path const& path) {
 
 TEST_F(TiffPlaneDataFailureTest, ABareDirectoryBehindCreationHasNoBitsAndClosesTheHandle) {
     Planes planes = createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3}));
-    EXPECT_THAT(planes.tryRead(planes.wholePlane()), FailsWith(getTagFailed("TIFFTAG_BITSPERSAMPLE", _path)));
+    EXPECT_THAT(planes.tryRead(planes.wholePlane()),
+                FailsInWords(getTagFailed("TIFFTAG_BITSPERSAMPLE", _path)));
     EXPECT_EQ(countDescriptors(_path), 0U);
     planes.pTiff.release(); // NOLINT(bugprone-unused-return-value): it is closed
 }
@@ -71,7 +72,8 @@ TEST_F(TiffPlaneDataFailureTest, AFileWithoutRowsPerStripReadsAndCannotBeWritten
     EXPECT_EQ(planes.readPlane(), countingBytes(40));
     EXPECT_EQ(planes.read({0, 0, 0, 13, 17}), countingBytes(17, 14));
     std::string const before = readFile(_path);
-    EXPECT_THAT(planes.tryWrite(planes.wholePlane()), FailsWith(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
+    EXPECT_THAT(planes.tryWrite(planes.wholePlane()),
+                FailsInWords(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
     EXPECT_EQ(countDescriptors(_path), 0U);
     planes.pTiff.release(); // NOLINT(bugprone-unused-return-value): it is closed
     EXPECT_EQ(readFile(_path), before);
@@ -80,7 +82,8 @@ TEST_F(TiffPlaneDataFailureTest, AFileWithoutRowsPerStripReadsAndCannotBeWritten
 TEST_F(TiffPlaneDataFailureTest, AHandleOfLibtiffAloneIsClosedAsWell) {
     writeWithoutRowsPerStrip(_path);
     Planes planes = plainPlanes(_path, "r+", makeGeometry(eIBT_UInt8, {10, 4}));
-    EXPECT_THAT(planes.tryWrite(planes.wholePlane()), FailsWith(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
+    EXPECT_THAT(planes.tryWrite(planes.wholePlane()),
+                FailsInWords(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
     EXPECT_EQ(countDescriptors(_path), 0U);
     planes.pTiff.release(); // NOLINT(bugprone-unused-return-value): it is closed
 }
@@ -88,8 +91,8 @@ TEST_F(TiffPlaneDataFailureTest, AHandleOfLibtiffAloneIsClosedAsWell) {
 TEST_F(TiffPlaneDataFailureTest, APlaneBeyondTheLastDirectoryIsAFailureOfReadAndWrite) {
     createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3, 2}));
     Planes const planes = openPlanesForWriting(_path);
-    EXPECT_THAT(planes.tryRead({2, 0, 0, 0, 12}), FailsWith(setDirectoryFailed(2, _path)));
-    EXPECT_THAT(planes.tryWrite({0, 0, 7, 0, 12}), FailsWith(setDirectoryFailed(14, _path)));
+    EXPECT_THAT(planes.tryRead({2, 0, 0, 0, 12}), FailsInWords(setDirectoryFailed(2, _path)));
+    EXPECT_THAT(planes.tryWrite({0, 0, 7, 0, 12}), FailsInWords(setDirectoryFailed(14, _path)));
     EXPECT_EQ(planes.readPlane(1), std::string(12, '\0')); // the handle is still open
 }
 
@@ -100,33 +103,34 @@ TEST_F(TiffPlaneDataFailureTest, DirectoriesAreCountedModulo65536AndNamedUncut) 
     EXPECT_EQ(planes.readPlane(1, 0, 32768), "abcdefghijkl");
     planes.writePlane("mnopqrstuvwx", 65536);
     EXPECT_EQ(readDirectoryPixels(_path, 0), "mnopqrstuvwx");
-    EXPECT_THAT(planes.tryRead({65538, 0, 0, 0, 12}), FailsWith(setDirectoryFailed(65538, _path)));
-    EXPECT_THAT(planes.tryWrite({65538, 0, 0, 0, 12}), FailsWith(setDirectoryFailed(65538, _path)));
+    EXPECT_THAT(planes.tryRead({65538, 0, 0, 0, 12}), FailsInWords(setDirectoryFailed(65538, _path)));
+    EXPECT_THAT(planes.tryWrite({65538, 0, 0, 0, 12}), FailsInWords(setDirectoryFailed(65538, _path)));
 }
 
 TEST_F(TiffPlaneDataFailureTest, AFileCutShortNamesTheStripThatIsMissing) {
     RawDirectory raw = greyDirectory(100, 200);
     raw.set(TIFFTAG_ROWSPERSTRIP, longs({81})).set(TIFFTAG_STRIPBYTECOUNTS, longs({8100, 8100, 3800}));
-    std::uint64_t const begin = rawTiff({raw.set(TIFFTAG_STRIPOFFSETS, longs({0, 0, 0}))}).size() - g_nbPixels;
+    std::uint64_t const begin =
+        rawTiff({raw.set(TIFFTAG_STRIPOFFSETS, longs({0, 0, 0}))}).size() - g_nbPixels;
     raw.set(TIFFTAG_STRIPOFFSETS, longs({begin, begin + 8100, begin + 16200}));
     writeRawTiff(_path, {raw});
-    boost::filesystem::resize_file(_path, begin + 12000);
     Planes const planes = openPlanesForWriting(_path);
+    boost::filesystem::resize_file(_path, begin + 12000);
     EXPECT_EQ(planes.read({0, 0, 0, 0, 8100}), raw.pixels.substr(0, 8100));
     PixelRun const run = planes.wholePlane();
-    EXPECT_THAT(planes.tryRead(run), FailsWith(readStripFailed(1, run, _path)));
+    EXPECT_THAT(planes.tryRead(run), FailsInWords(readStripFailed(1, run, _path)));
     EXPECT_THAT(planes.tryRead(run), FailsLike("\nTiff Error : Read error at scanline"));
     PixelRun const merged{0, 0, 0, 16300, 5};
-    EXPECT_THAT(planes.tryWrite(merged), FailsWith(readStripFailed(2, merged, _path)));
+    EXPECT_THAT(planes.tryWrite(merged), FailsInWords(readStripFailed(2, merged, _path)));
 }
 
-TEST_F(TiffPlaneDataFailureTest, AFileCutShortWhileItIsOpenIsAFailure) {
+TEST_F(TiffPlaneDataFailureTest, AFileThatLostItsDirectoriesWhileItIsOpenIsAFailure) {
     createPlanes(_path, makeGeometry(eIBT_UInt8, {100, 200, 2}));
     Planes const planes = openPlanes(_path);
     planes.readPlane(1);
     boost::filesystem::resize_file(_path, 4000);
-    PixelRun const run = planes.wholePlane();
-    EXPECT_THAT(planes.tryRead(run), FailsWith(readStripFailed(0, run, _path)));
+    EXPECT_THAT(planes.tryRead(planes.wholePlane()), FailsInWords(setDirectoryFailed(0, _path)));
+    EXPECT_THAT(planes.tryRead(planes.wholePlane()), FailsLike("\nTiff Error : "));
 }
 
 TEST_F(TiffPlaneDataFailureTest, AStripThatDoesNotDecodeIsNamed) {
@@ -134,12 +138,12 @@ TEST_F(TiffPlaneDataFailureTest, AStripThatDoesNotDecodeIsNamed) {
     spoil(_path, findStrip(_path, 2), 100);
     Planes const planes = openPlanesForWriting(_path);
     PixelRun const run{0, 0, 0, 5, g_nbPixels - 5};
-    EXPECT_THAT(planes.tryRead(run), FailsWith(readStripFailed(2, run, _path)));
+    EXPECT_THAT(planes.tryRead(run), FailsInWords(readStripFailed(2, run, _path)));
     std::string pixels;
     planes.tryRead(run, pixels);
     EXPECT_TRUE(pixels.substr(0, 16195) == noise(g_nbPixels).substr(5, 16195)); // what came before stays
     PixelRun const merged{0, 0, 0, 16200, 10};
-    EXPECT_THAT(planes.tryWrite(merged), FailsWith(readStripFailed(2, merged, _path)));
+    EXPECT_THAT(planes.tryWrite(merged), FailsInWords(readStripFailed(2, merged, _path)));
 }
 
 TEST_F(TiffPlaneDataFailureTest, AnInterleavedStripThatDoesNotDecodeIsBlackWithoutAFailure) {
@@ -161,7 +165,7 @@ TEST_F(TiffPlaneDataFailureTest, TheWrongBitsOfADirectoryAreAFailureOfItsStrip) 
     writeTiff(_path, {first, makeLongDirectory()});
     Planes const planes = openPlanes(_path); // a volume has the type of its first directory
     PixelRun const run = planes.wholePlane(1);
-    EXPECT_THAT(planes.tryRead(run), FailsWith(readStripFailed(0, run, _path)));
+    EXPECT_THAT(planes.tryRead(run), FailsInWords(readStripFailed(0, run, _path)));
 }
 
 TEST_F(TiffPlaneDataFailureTest, AWriteBeyondTheSpaceNamesItsStripInLibtiffsWords) {
@@ -173,7 +177,7 @@ TEST_F(TiffPlaneDataFailureTest, AWriteBeyondTheSpaceNamesItsStripInLibtiffsWord
         return toText(planes.tryWrite(planes.wholePlane()));
     });
     EXPECT_EQ(text, "Failed to write data of strip 1 for directory z=0, c=0, t=0 of file " + _path.string() +
-                        "\nTiff Error : Write error at scanline 4294967295");
+                        "\nTiff Error : Write error at scanline 81");
     EXPECT_TRUE(readFile(_path).substr(limit) == before.substr(limit));
 }
 
