@@ -90,10 +90,6 @@ Descriptor Descriptor::openForReading(std::string const& path) {
     return Descriptor(path, O_RDONLY);
 }
 
-Descriptor Descriptor::openForWriting(std::string const& path) {
-    return Descriptor(path, O_WRONLY);
-}
-
 Descriptor Descriptor::create(std::string const& path) {
     return Descriptor(path, O_WRONLY | O_CREAT | O_TRUNC);
 }

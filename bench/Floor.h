@@ -35,7 +35,6 @@ class FreshMemory {
 class Descriptor {
   public:
     static Descriptor openForReading(std::string const& path);
-    static Descriptor openForWriting(std::string const& path);
     /// Creates a file or empties an existing one.
     static Descriptor create(std::string const& path);
     ~Descriptor();

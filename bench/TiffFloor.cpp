@@ -9,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 #include <tiffio.h>
+#include <vector>
 
 namespace velmo {
 namespace bench {
@@ -53,6 +54,25 @@ void writeStrips(TIFF* pTiff, std::byte const* pPixels, vlUInt64 nbBytes, vlUInt
     }
 }
 
+struct Entry {
+    vlUInt64 tag;
+    vlUInt64 type;
+    vlUInt64 count;
+    vlUInt64 value;
+};
+
+struct LittleEndian {
+    LittleEndian& add16(vlUInt64 number) { return add(number, 2); }
+    LittleEndian& add32(vlUInt64 number) { return add(number, 4); }
+    LittleEndian& add(vlUInt64 number, int nbBytes) {
+        for (int i = 0; i < nbBytes; ++i) {
+            bytes += static_cast<char>(number >> (8 * i) & 0xFF);
+        }
+        return *this;
+    }
+    std::string bytes;
+};
+
 } // namespace
 
 void saveByLibtiff(std::string const& path, PlanesOf16Bits const& planes, int compression) {
@@ -70,22 +90,36 @@ void saveByLibtiff(std::string const& path, PlanesOf16Bits const& planes, int co
 }
 
 void saveAsImageJStack(std::string const& path, PlanesOf16Bits const& planes) {
-    {
-        Handle const handle = open(path, "w");
-        setTags(handle.get(), planes, COMPRESSION_NONE);
-        std::string const description = "ImageJ=1.53\nimages=" + std::to_string(planes.nbPlanes) + "\n";
-        TIFFSetField(handle.get(), TIFFTAG_IMAGEDESCRIPTION, description.c_str());
-        TIFFSetField(handle.get(), TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(planes.sizeY));
-        TIFFWriteDirectory(handle.get()); // makes room for the directory, whose strip comes last
-        TIFFSetDirectory(handle.get(), 0);
-        writeStrips(handle.get(), planes.pPixels, planes.getPlaneBytes(), planes.getPlaneBytes());
+    constexpr vlUInt64 dataOffset = 512;
+    constexpr std::uint16_t asShort = 3;
+    constexpr std::uint16_t asLong = 4;
+    constexpr std::uint16_t asText = 2;
+    std::string const description = "ImageJ=1.53\nimages=" + std::to_string(planes.nbPlanes) + '\n';
+    LittleEndian head;
+    head.add16(0x4949).add16(42).add32(8); // byte order, version, offset of the only directory
+    std::vector<Entry> const entries = {
+        {TIFFTAG_IMAGEWIDTH, asLong, 1, planes.sizeX},
+        {TIFFTAG_IMAGELENGTH, asLong, 1, planes.sizeY},
+        {TIFFTAG_BITSPERSAMPLE, asShort, 1, 16},
+        {TIFFTAG_COMPRESSION, asShort, 1, COMPRESSION_NONE},
+        {TIFFTAG_PHOTOMETRIC, asShort, 1, PHOTOMETRIC_MINISBLACK},
+        {TIFFTAG_IMAGEDESCRIPTION, asText, description.size() + 1, dataOffset / 2},
+        {TIFFTAG_STRIPOFFSETS, asLong, 1, dataOffset},
+        {TIFFTAG_SAMPLESPERPIXEL, asShort, 1, 1},
+        {TIFFTAG_ROWSPERSTRIP, asLong, 1, planes.sizeY},
+        {TIFFTAG_STRIPBYTECOUNTS, asLong, 1, planes.getPlaneBytes()},
+    };
+    head.add16(entries.size());
+    for (Entry const& entry : entries) {
+        head.add16(entry.tag).add16(entry.type).add32(entry.count).add32(entry.value);
     }
-    vlUInt64 offset = 0;
-    {
-        Handle const handle = open(path, "r");
-        offset = TIFFGetStrileOffset(handle.get(), 0);
-    }
-    Descriptor::openForWriting(path).write(planes.pPixels, planes.nbPlanes * planes.getPlaneBytes(), offset);
+    head.add32(0); // no further directory
+    head.bytes.resize(dataOffset / 2);
+    head.bytes += description;
+    head.bytes.resize(dataOffset);
+    Descriptor const descriptor = Descriptor::create(path);
+    descriptor.write(head.bytes.data(), dataOffset, 0);
+    descriptor.write(planes.pPixels, planes.nbPlanes * planes.getPlaneBytes(), dataOffset);
 }
 
 double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes) {
