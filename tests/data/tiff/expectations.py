@@ -152,8 +152,8 @@ def bilevels_of_libtiff():
     add('lt-ppm2tiff-bilevel', 'bilevel, LZW, strips of 7 rows', source=bilevel(321))
     add('lt-bilevel-tiled', 'tiled bilevel', load='Failed to read data of row 0 for directory z=0, c=0, t=0 of file ')
     add('lt-u1-tiled', 'tiled grey', load='Failed to read data of strip 0 for directory z=0, c=0, t=0 of file ')
-    add('lt-stack-bilevel-u1', 'a bilevel directory, then an 8-bit one',
-        load='Failed to read data of strip 0 for directory z=0, c=0, t=0 of file ')
+    add('lt-stack-bilevel-u1', 'a bilevel directory, then an 8-bit one', source=bilevel())
+    add('lt-stack-u1-bilevel', 'an 8-bit directory, then a bilevel one', source=grey('u1'))
 
 
 def tags_of_libtiff():

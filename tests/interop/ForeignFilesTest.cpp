@@ -1,0 +1,283 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CapturedLog.h"
+#include "ForeignFile.h"
+#include "TemporaryFolder.h"
+#include "ThrownText.h"
+
+#include <VELMOImageFile/TiffImageFile.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
+#include <VELMOImageFile/VELMOImageFileLog.h>
+#include <boost/filesystem/operations.hpp>
+#include <functional>
+#include <gmock/gmock.h>
+#include <set>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+
+namespace {
+
+eTiffDirectoryMode const g_directoryModes[] = {eTDM_Volume, eTDM_Temporal};
+
+/// Reads `nbPixels` pixels of a plane from pixel `start` on.
+using Read = std::function<BoolResult(PlanIndexes const&, vlUInt64 start, vlUInt64 nbPixels, void* buffer)>;
+
+Read readOf(BaseImage const& image) {
+    return [&image](PlanIndexes const& plan, vlUInt64 start, vlUInt64 nbPixels, void* buffer) {
+        return image.readPixels(plan.z, plan.c, plan.t, start, nbPixels, buffer);
+    };
+}
+
+Read readOf(BaseImageAccessor const& accessor) {
+    return [&accessor](PlanIndexes const& plan, vlUInt64 start, vlUInt64 nbPixels, void* buffer) {
+        return accessor.readRawData(plan.z, plan.c, plan.t, start, nbPixels, buffer);
+    };
+}
+
+/// A plane of a file, in one of the directory modes.
+class ForeignPlane {
+  public:
+    ForeignPlane(ForeignFile const& file, eTiffDirectoryMode directoryMode, vlUInt64 page, vlUInt64 channel)
+        : _file(file), _page(page), _channel(channel),
+          _pixelSize(getImageBufferBaseSize(file.getBufferType(page))) {
+        bool const bTemporal = directoryMode == eTDM_Temporal;
+        _indexes = {bTemporal ? 0 : page, channel, bTemporal ? page : 0};
+    }
+
+    vlUInt64 getNbPixels() const { return _file.sizeX * _file.sizeY; }
+    std::uint32_t getExpectedCrc() const { return _file.planes[_channel * _file.nbPages + _page]; }
+
+    std::string read(Read const& readPixels, vlUInt64 start, vlUInt64 nbPixels) const {
+        std::string bytes(nbPixels * _pixelSize, '\x55');
+        BoolResult const result = readPixels(_indexes, start, nbPixels, bytes.data());
+        EXPECT_TRUE(result) << result.getMessage();
+        return bytes;
+    }
+
+    /// The plane read in runs of the same length.
+    std::string readInRuns(Read const& readPixels, vlUInt64 length) const {
+        std::string bytes;
+        for (vlUInt64 start = 0; start < getNbPixels(); start += length) {
+            bytes += read(readPixels, start, std::min(length, getNbPixels() - start));
+        }
+        return bytes;
+    }
+
+    std::string getPart(std::string const& plane, vlUInt64 start, vlUInt64 nbPixels) const {
+        return plane.substr(start * _pixelSize, nbPixels * _pixelSize);
+    }
+
+  private:
+    ForeignFile const& _file;
+    vlUInt64 _page;
+    vlUInt64 _channel;
+    vlUInt64 _pixelSize;
+    PlanIndexes _indexes;
+};
+
+template <class Visit>
+void forEachPlane(ForeignFile const& file, eTiffDirectoryMode directoryMode, Visit const& visit) {
+    for (vlUInt64 channel = 0; channel < file.sizeC; ++channel) {
+        for (vlUInt64 page = 0; page < file.nbPages; ++page) {
+            SCOPED_TRACE("channel " + std::to_string(channel) + " page " + std::to_string(page));
+            visit(ForeignPlane(file, directoryMode, page, channel));
+        }
+    }
+}
+
+/// Of a volume whose planes differ in type only the first type is read; time steps have a type each.
+bool hasPixels(ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+    return file.bLoads && (!file.isHeterogeneous() || directoryMode == eTDM_Temporal);
+}
+
+void expectPlanes(Read const& readPixels, ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+    forEachPlane(file, directoryMode, [&](ForeignPlane const& plane) {
+        EXPECT_EQ(getCrc(plane.read(readPixels, 0, plane.getNbPixels())), plane.getExpectedCrc());
+    });
+}
+
+/// Runs of odd lengths that begin and end in the middle of rows and strips.
+std::vector<std::pair<vlUInt64, vlUInt64>> getOddRuns(ForeignFile const& file) {
+    vlUInt64 const sizeX = file.sizeX;
+    vlUInt64 const nbPixels = sizeX * file.sizeY;
+    return {{0, 1},
+            {1, 1},
+            {3, sizeX},
+            {sizeX - 1, 2},
+            {sizeX * 4 + 3, sizeX * 2 + 1},
+            {sizeX * 5 - 1, 2},
+            {sizeX * 5 + 1, nbPixels - sizeX * 5 - 1},
+            {1, nbPixels - 1},
+            {nbPixels - sizeX - 1, sizeX + 1},
+            {nbPixels - 1, 1}};
+}
+
+/// Rows of packed bits are read from their start, or from one of their first 256 columns.
+bool isReadable(ForeignFile const& file, vlUInt64 start) {
+    return file.bufferTypes.front() != eIBT_Binary || start % file.sizeX < 256;
+}
+
+void expectRowsAndRuns(Read const& readPixels, ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+    forEachPlane(file, directoryMode, [&](ForeignPlane const& plane) {
+        std::string const whole = plane.readInRuns(readPixels, file.sizeX);
+        EXPECT_EQ(getCrc(whole), plane.getExpectedCrc()) << "row by row";
+        for (auto const& [start, nbPixels] : getOddRuns(file)) {
+            if (isReadable(file, start)) {
+                EXPECT_EQ(plane.read(readPixels, start, nbPixels), plane.getPart(whole, start, nbPixels))
+                    << nbPixels << " pixels from " << start;
+            }
+        }
+    });
+}
+
+BoolResult open(TiffImageFile& accessor, ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+    std::string userProperties;
+    return accessor.openFile(file.path, eIAM_ReadOnly, directoryMode, eTBM_Default, userProperties);
+}
+
+/// Calls `visit` with each file in each directory mode.
+template <class Visit>
+void forEachFile(Visit const& visit) {
+    for (ForeignFile const& file : readForeignFiles()) {
+        for (eTiffDirectoryMode const directoryMode : g_directoryModes) {
+            SCOPED_TRACE(file.shows + (directoryMode == eTDM_Volume ? " (volume)" : " (sequence)"));
+            visit(file, directoryMode);
+        }
+    }
+}
+
+/// What a failure of loading has to begin with; the path follows.
+std::string getLoadFailure(ForeignFile const& file) {
+    return "Error while loading tiff image file \"" + file.path.string() + "\"\n" + file.message +
+           file.path.string();
+}
+
+} // namespace
+
+TEST(ForeignFiles, EveryFileOfTheFolderIsToldOf) {
+    std::set<fs::path> inFolder;
+    for (fs::directory_entry const& entry : fs::directory_iterator(getForeignFolder())) {
+        if (entry.path().extension() == ".tif") {
+            inFolder.insert(entry.path());
+        }
+    }
+    std::set<fs::path> told;
+    for (ForeignFile const& file : readForeignFiles()) {
+        told.insert(file.path);
+    }
+    EXPECT_EQ(inFolder, told);
+    EXPECT_FALSE(told.empty());
+}
+
+TEST(ForeignFiles, LoadAsTheirMakersWroteThem) {
+    forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        if (hasPixels(file, directoryMode)) {
+            ImagePtr const pImage = loadTiffImageFile(file.path, directoryMode, eTBM_Default);
+            expectGeometry(pImage->getGeometry(), file, directoryMode);
+            expectCalibration(pImage->getGeometricCalibrationConstPtr(), file);
+            expectPlanes(readOf(*pImage), file, directoryMode);
+            EXPECT_EQ(pImage->getUserPropertiesStr(), "");
+        }
+    });
+}
+
+TEST(ForeignFiles, OpenForReadingAsTheirMakersWroteThem) {
+    forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        TiffImageFile accessor;
+        if (file.bOpens) {
+            BoolResult const result = open(accessor, file, directoryMode);
+            ASSERT_TRUE(result) << result.getMessage();
+            expectGeometry(accessor.getGeometry(), file, directoryMode);
+            expectCalibration(accessor.getGeometricCalibrationConstPtr(), file);
+        }
+        if (hasPixels(file, directoryMode)) {
+            expectPlanes(readOf(accessor), file, directoryMode);
+        }
+    });
+}
+
+TEST(ForeignFiles, RowsAndOddRunsAreThePartsOfAPlane) {
+    forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        TiffImageFile accessor;
+        if (hasPixels(file, directoryMode) && !file.bSingleDirectory) {
+            ASSERT_TRUE(open(accessor, file, directoryMode));
+            expectRowsAndRuns(readOf(accessor), file, directoryMode);
+        }
+    });
+}
+
+TEST(ForeignFiles, WhatCannotBeOpenedSaysWhy) {
+    forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        if (!file.bOpens) {
+            TiffImageFile accessor;
+            BoolResult const result = open(accessor, file, directoryMode);
+            EXPECT_FALSE(result);
+            EXPECT_THAT(result.getMessage(), testing::HasSubstr(file.message + file.path.string()));
+            EXPECT_FALSE(accessor.isInit());
+        }
+    });
+}
+
+TEST(ForeignFiles, WhatCannotBeLoadedSaysWhy) {
+    forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        if (!file.bLoads) {
+            std::string const text = thrownText<VELMOImageFileException>(
+                [&] { loadTiffImageFile(file.path, directoryMode, eTBM_Default); });
+            EXPECT_THAT(text, testing::StartsWith(getLoadFailure(file)));
+        }
+    });
+}
+
+TEST(ForeignFiles, OnlyWhatIsNotKeptIsWarnedOf) {
+    forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        if (hasPixels(file, directoryMode)) {
+            CapturedLog const log(getVELMOImageFileLogger());
+            loadTiffImageFile(file.path, directoryMode, eTBM_Default);
+            std::vector<CapturedLog::Record> const records = log.getRecords();
+            ASSERT_EQ(records.size(), file.warning.empty() ? 0 : 1);
+            for (CapturedLog::Record const& record : records) {
+                EXPECT_EQ(record.level, log4cplus::WARN_LOG_LEVEL);
+                EXPECT_THAT(record.message, testing::HasSubstr(file.warning + file.path.string()));
+            }
+        }
+    });
+}
+
+TEST(ForeignFiles, OpenForWritingLeavesAFileAsItWas) {
+    TemporaryFolder const folder;
+    forEachFile([&folder](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        if (hasPixels(file, directoryMode) && file.bufferTypes.front() != eIBT_Binary) {
+            fs::path const copy = folder / file.path.filename().string();
+            std::string const bytes = readFile(file.path);
+            writeFile(copy, bytes);
+            {
+                DiskImagePtr const pImage = openTiffImageFile(copy, directoryMode, eTBM_Default);
+                expectGeometry(pImage->getGeometry(), file, directoryMode);
+                expectCalibration(pImage->getGeometricCalibrationConstPtr(), file);
+                expectPlanes(readOf(*pImage), file, directoryMode);
+            }
+            EXPECT_TRUE(readFile(copy) == bytes);
+        }
+    });
+}
+
+TEST(ForeignFiles, PackedBitsAreNotOpenedForWriting) {
+    forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        if (file.bOpens && file.bufferTypes.front() == eIBT_Binary) {
+            std::string const text = thrownText<VELMOImageFileException>(
+                [&] { openTiffImageFile(file.path, directoryMode, eTBM_Default); });
+            EXPECT_THAT(text, testing::HasSubstr("\nUn supported packed image with write access for file " +
+                                                 file.path.string()));
+        }
+    });
+}
+
+} // namespace test
+} // namespace velmo
