@@ -56,6 +56,10 @@ class PackedRows {
         if (TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1) {
             return success();
         }
+        return failToReadRow(row);
+    }
+
+    BoolResult failToReadRow(vlUInt64 row) const {
         PlanRun const& run = _context.run;
         return fail(eTiffImageFileMessage::eTIFM_ReadRowError, row, run.z, run.c, run.t,
                     _context.path.string(), getTiffWords());
@@ -85,6 +89,9 @@ BoolResult readPackedRows(PlanContext const& context, std::byte* pPixels) {
         return success();
     }
     PackedRows rows(context);
+    if (getImageBufferBaseSize(context.bufferType) != 1) { // a page among others of wider pixels
+        return rows.failToReadRow(context.run.pixelStart / sizeX);
+    }
     BoolResult result = rows.skipTo(context.run.pixelStart / sizeX);
     for (vlUInt64 pixel = context.run.pixelStart; result && pixel < end;) {
         vlUInt64 const column = pixel % sizeX;

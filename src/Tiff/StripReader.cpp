@@ -24,7 +24,7 @@ bool StripReader::movePlain(Block const& block) {
         return getStrips().readPlain(block.strip, getSkip(block), getSize(block),
                                      _channels.front().pPixels + getPlanOffset());
     }
-    std::byte* const pBuffer = prepareBuffer(getSize(block));
+    std::byte* const pBuffer = provideBuffer(getSize(block));
     bool const bRead = getStrips().readPlain(block.strip, getSkip(block), getSize(block), pBuffer);
     if (bRead) {
         spread(pBuffer, block.nbPixels);
@@ -33,17 +33,18 @@ bool StripReader::movePlain(Block const& block) {
 }
 
 /// Decodes a strip from its start to the end of the last row that is wanted: codecs know no other start, and
-/// predictors no other end.
+/// predictors no other end. The buffer is zero before, so that a strip that breaks off shows nothing of the
+/// one before it.
 BoolResult StripReader::moveStrip(Block const& block) {
     StripLayout const& layout = getLayout();
     vlUInt64 const nbBytes =
         std::min(layout.getBytesOfRows(block.position + block.nbPixels), layout.getBytesOf(block.strip));
-    if (!getStrips().canHold(nbBytes)) {
+    if (!getStrips().canHold(block.strip, nbBytes)) {
         return failAtStrip(block.strip);
     }
     bool const bInPlace = getNbChannels() == 1 && nbBytes == getSize(block);
     std::byte* const pBuffer =
-        bInPlace ? _channels.front().pPixels + getPlanOffset() : prepareBuffer(nbBytes);
+        bInPlace ? _channels.front().pPixels + getPlanOffset() : provideBuffer(nbBytes);
     long const nbRead = getStrips().read(block.strip, nbBytes, pBuffer);
     if (_brokenStrip == eBrokenStrip::Fails && nbRead != static_cast<long>(nbBytes)) {
         return failAtStrip(block.strip);
@@ -52,12 +53,6 @@ BoolResult StripReader::moveStrip(Block const& block) {
         spread(pBuffer + getSkip(block), block.nbPixels);
     }
     return success();
-}
-
-/// Zeroed, so that a strip that breaks off shows nothing of the one before it.
-std::byte* StripReader::prepareBuffer(vlUInt64 nbBytes) {
-    accessBuffer().assign(nbBytes, std::byte{0});
-    return accessBuffer().data();
 }
 
 void StripReader::spread(std::byte const* pSource, vlUInt64 nbPixels) const {

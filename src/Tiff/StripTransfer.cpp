@@ -16,7 +16,19 @@ namespace {
 /// Channels are picked and merged in blocks that stay in the processor's cache.
 constexpr vlUInt64 g_blockBytes = 65536;
 
+constexpr vlUInt64 g_largeBuffer = vlUInt64{1} << 20;
+
 } // namespace
+
+std::byte* ScratchBytes::provide(vlUInt64 nbBytes) {
+    if (nbBytes < g_largeBuffer) {
+        _small.assign(nbBytes, std::byte{0});
+        return _small.data();
+    }
+    _large = PageBuffer();
+    _large = PageBuffer(nbBytes);
+    return _large.getData();
+}
 
 StripTransfer::StripTransfer(PlanContext const& context, StripLayout const& layout)
     : _context(context), _sampleWidth(getSampleWidth(context.bufferType, VELMO_HERE)),

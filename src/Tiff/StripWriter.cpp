@@ -23,14 +23,12 @@ bool StripWriter::movePlain(Block const& block) {
         return getStrips().writePlain(block.strip, getSkip(block), getSize(block),
                                       _channels.front().pPixels + getPlanOffset());
     }
-    std::vector<std::byte>& buffer = accessBuffer();
-    buffer.resize(getSize(block));
-    if (!hasAllChannels() &&
-        !getStrips().readPlain(block.strip, getSkip(block), getSize(block), buffer.data())) {
+    std::byte* const pBuffer = provideBuffer(getSize(block));
+    if (!hasAllChannels() && !getStrips().readPlain(block.strip, getSkip(block), getSize(block), pBuffer)) {
         return false;
     }
-    merge(buffer.data(), block.nbPixels);
-    return getStrips().writePlain(block.strip, getSkip(block), getSize(block), buffer.data());
+    merge(pBuffer, block.nbPixels);
+    return getStrips().writePlain(block.strip, getSkip(block), getSize(block), pBuffer);
 }
 
 BoolResult StripWriter::moveStrip(Block const& block) {
@@ -41,14 +39,13 @@ BoolResult StripWriter::moveStrip(Block const& block) {
 
     void const* pData = _channels.front().pPixels + getPlanOffset();
     if (!bWhole || getNbChannels() != 1) {
-        std::vector<std::byte>& buffer = accessBuffer();
-        buffer.assign(layout.getStripBytes(), std::byte{0});
-        if (!bWhole && hasFailed(getStrips().read(block.strip, layout.getBytesOf(block.strip), buffer.data()),
-                                 nbNeeded)) {
+        std::byte* const pBuffer = provideBuffer(layout.getStripBytes());
+        if (!bWhole &&
+            hasFailed(getStrips().read(block.strip, layout.getBytesOf(block.strip), pBuffer), nbNeeded)) {
             return getContext().failToReadStrip(block.strip);
         }
-        merge(buffer.data() + getSkip(block), block.nbPixels);
-        pData = buffer.data();
+        merge(pBuffer + getSkip(block), block.nbPixels);
+        pData = pBuffer;
     }
     if (hasFailed(getStrips().write(block.strip, pData), nbNeeded)) {
         return failAtStrip(block.strip);

@@ -16,7 +16,7 @@ namespace file {
 
 namespace {
 
-/// No codec whose strips can be judged packs more bytes in one.
+/// No codec whose strips can be judged makes more bytes of one.
 constexpr vlUInt64 g_strongestPacking = 4096;
 constexpr vlUInt64 g_smallStrip = 65536;
 
@@ -130,11 +130,11 @@ long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
                                  static_cast<tmsize_t>(nbBytes));
 }
 
-bool TiffStrips::canHold(vlUInt64 nbBytes) const {
+bool TiffStrips::canHold(vlUInt64 strip, vlUInt64 nbBytes) const {
     if (nbBytes <= g_smallStrip || _pStream == nullptr || !packsLittle(getCompression(_pTiff))) {
         return true;
     }
-    return nbBytes / g_strongestPacking <= _pStream->getSize();
+    return nbBytes / g_strongestPacking <= std::min(getByteCount(_pTiff, strip), _pStream->getSize());
 }
 
 bool isDeflate(TIFF* pTiff) {

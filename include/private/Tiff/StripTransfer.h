@@ -6,6 +6,7 @@
 #include "Tiff/PlanContext.h"
 #include "Tiff/TiffStrips.h"
 
+#include <VELMOUtil/PageBuffer.h>
 #include <cstddef>
 #include <optional>
 #include <vector>
@@ -13,6 +14,16 @@
 namespace velmo {
 namespace image {
 namespace file {
+
+/// Bytes on their way, all zero when they are asked for. Large ones take memory at their first touch alone.
+class ScratchBytes {
+  public:
+    std::byte* provide(vlUInt64 nbBytes);
+
+  private:
+    std::vector<std::byte> _small;
+    PageBuffer _large;
+};
 
 /// Moves a run of pixels between the strips of the current directory and the planes of some of its channels:
 /// several strips at once where they lie in the file as pixels lie in memory, else strip by strip.
@@ -44,7 +55,7 @@ class StripTransfer {
     vlUInt64 getNbChannels() const { return _context.nbChannels; }
     /// Where the next pixel of a channel's plane lies behind its first one, in bytes.
     vlUInt64 getPlanOffset() const { return _nbDone * _sampleWidth; }
-    std::vector<std::byte>& accessBuffer() { return _buffer; }
+    std::byte* provideBuffer(vlUInt64 nbBytes) { return _buffer.provide(nbBytes); }
 
   private:
     virtual bool movePlain(Block const& block) = 0;
@@ -56,7 +67,7 @@ class StripTransfer {
     unsigned int _sampleWidth;
     TiffStrips _strips;
     vlUInt64 _nbDone = 0;
-    std::vector<std::byte> _buffer;
+    ScratchBytes _buffer;
 };
 
 /// From the strips to the planes.
@@ -78,7 +89,6 @@ class StripReader : public StripTransfer {
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip) const override;
-    std::byte* prepareBuffer(vlUInt64 nbBytes);
     void spread(std::byte const* pSource, vlUInt64 nbPixels) const;
 
     eBrokenStrip _brokenStrip;

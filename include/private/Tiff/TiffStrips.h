@@ -56,8 +56,8 @@ class TiffStrips {
     /// where the strip in the file has no room for it. Result as of `read`.
     long write(vlUInt64 strip, void const* pBuffer) const;
 
-    /// Whether the file can hold so many bytes in one strip, whatever its codec.
-    bool canHold(vlUInt64 nbBytes) const;
+    /// Whether a strip can hold so many bytes, by what it takes in the file.
+    bool canHold(vlUInt64 strip, vlUInt64 nbBytes) const;
 
   private:
     bool isShort(vlUInt64 strip) const { return _layout.getBytesOf(strip) < _layout.getStripBytes(); }

@@ -93,7 +93,6 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
     BoolResult createFileInternal(boost::filesystem::path const& filePath,
                                   BaseImageGeometry const& imageGeometry,
                                   GeometricCalibrationConstPtr const& pGeometricCalibration);
-    BoolResult requireHandle() const;
 
     mutable TIFF* _pTiff = nullptr; ///< owned; null without a file, and once a failure closed it
     eTiffDirectoryMode _tiffDirectoryMode = eTDM_Volume;
