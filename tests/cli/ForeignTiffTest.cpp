@@ -12,6 +12,7 @@ namespace velmo {
 namespace test {
 
 using nlohmann::json;
+using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {
@@ -79,8 +80,9 @@ TEST_F(ForeignTiff, InfoTellsOfEachFileWhatItsMakerPutIn) {
 }
 
 TEST_F(ForeignTiff, ConversionGivesThePixelsThatTheMakersReadInThem) {
+    json const expectations = readExpectations();
     std::size_t nbCompared = 0;
-    for (auto const& [name, expected] : readExpectations().items()) {
+    for (auto const& [name, expected] : expectations.items()) {
         SCOPED_TRACE(name);
         ToolResult const result = convert(name);
         if (expected.value("loads", expected.at("opens").get<bool>()) && !expected.count("bufferTypes")) {
@@ -88,9 +90,11 @@ TEST_F(ForeignTiff, ConversionGivesThePixelsThatTheMakersReadInThem) {
             std::vector<std::string> const planes = expected.at("planes");
             EXPECT_EQ(planes, getCrcs(read("out.raw"), planes.size()));
             ++nbCompared;
-        } else if (expected.count("message") != 0) {
+        } else if (!expected.at("opens").get<bool>()) {
             EXPECT_EQ(1, result.status);
-            EXPECT_THAT(result.err, testing::HasSubstr(expected.at("message").get<std::string>()));
+            EXPECT_THAT(result.err, HasSubstr(expected.at("message").get<std::string>()));
+        } else if (expected.count("message") != 0) {
+            EXPECT_THAT(result.err, testing::AnyOf(HasSubstr("Failed to read "), HasSubstr(": warning: ")));
         }
     }
     EXPECT_GT(nbCompared, 100U);

@@ -57,11 +57,6 @@ TEST_P(Interrupt, EndsTheWaitForAReaderOfThePicture) {
     expectStop(process);
 }
 
-TEST_P(Interrupt, EndsTheWaitForATiffInputThatNobodyWrites) {
-    ToolProcess process({"convert", path("pipe"), path("out.raw"), "--format", "tiff"});
-    expectStop(process);
-}
-
 INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, testing::Values(SIGINT, SIGTERM, SIGHUP),
                          [](testing::TestParamInfo<int> const& parameter) {
                              return "SIG" + std::string(sigabbrev_np(parameter.param));

@@ -8,6 +8,7 @@
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 namespace velmo {
 namespace test {
@@ -41,6 +42,20 @@ class TiffConvert : public CliTest {
                        options);
     }
 
+    /// The file "in.tif", whose first strip cannot be decoded.
+    void writeDamaged(std::uint16_t samples) const;
+
+    /// A conversion that fails with these words and leaves the folder as it was.
+    void expectEarlierOutput(std::string const& output, std::string const& words) const {
+        create(output, "earlier");
+        std::vector<std::string> const names = list();
+        ToolResult const result = runTool({"convert", path("in.tif"), path(output), "--overwrite"});
+        EXPECT_EQ(1, result.status);
+        EXPECT_THAT(result.err, HasSubstr(words));
+        EXPECT_EQ("earlier", read(output));
+        EXPECT_EQ(names, list());
+    }
+
     json describe(std::string const& name) const {
         ToolResult const result = runTool({"info", "--json", path(name)});
         expectDone(result);
@@ -57,6 +72,16 @@ TiffPage page(std::uint32_t sizeX, std::uint32_t sizeY, std::uint16_t bits, std:
     result.bits = bits;
     result.pixels = pixels;
     return result;
+}
+
+void TiffConvert::writeDamaged(std::uint16_t samples) const {
+    TiffPage plane = page(100, 100, 8, "");
+    plane.samples = samples;
+    plane.photometric = samples == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
+    plane.pixels = count(plane.countBytes());
+    plane.compression = COMPRESSION_LZW;
+    writeTiff(_folder / "in.tif", {plane});
+    create("in.tif", read("in.tif").replace(8, 200, std::string(200, '\xff')));
 }
 
 struct RawType {
@@ -242,20 +267,42 @@ TEST_F(TiffConvert, EverythingThatAFileOfTheLibrarySaysIsHandedOn) {
 }
 
 TEST_F(TiffConvert, ADamagedStripLeavesTheEarlierOutputAndNothingElse) {
-    TiffPage plane = page(100, 100, 8, count(100 * 100));
-    plane.compression = COMPRESSION_LZW;
-    writeTiff(_folder / "in.tif", {plane});
-    create("in.tif", read("in.tif").replace(8, 200, std::string(200, '\xff')));
+    writeDamaged(1);
     for (char const* const output : {"out.raw", "out.tif"}) {
-        create(output, "earlier");
-        ToolResult const result = runTool({"convert", path("in.tif"), path(output), "--overwrite"});
-        EXPECT_EQ(1, result.status);
-        EXPECT_THAT(result.err,
-                    HasSubstr("Failed to read data of strip 0 for directory z=0, c=0, t=0 of file " +
-                              path("in.tif") + "\nTiff Error : "));
-        EXPECT_EQ("earlier", read(output));
+        expectEarlierOutput(output, "Failed to read data of strip 0 for directory z=0, c=0, t=0 of file " +
+                                        path("in.tif") + "\nTiff Error : ");
     }
-    EXPECT_THAT(list(), ElementsAre("in.tif", "out.raw", "out.tif"));
+}
+
+TEST_F(TiffConvert, ADamagedStripOfColoursIsAFailureToo) {
+    writeDamaged(3);
+    for (char const* const output : {"out.raw", "out.tif"}) {
+        expectEarlierOutput(output, "Failed to read colours of plane z=0, t=0 of file " + path("in.tif") +
+                                        "\nTiff Error : ");
+    }
+}
+
+TEST_F(TiffConvert, TiledColoursAreAFailureBehindTheirWarning) {
+    TiffPage tiled = page(100, 100, 8, "");
+    tiled.samples = 3;
+    tiled.photometric = PHOTOMETRIC_RGB;
+    tiled.tileSize = 16;
+    writeTiff(_folder / "in.tif", {tiled});
+    expectEarlierOutput("out.raw", "Failed to read colours of plane z=0, t=0 of file " + path("in.tif") +
+                                       "\nTiff Error : ");
+}
+
+TEST_F(TiffConvert, PipesAreRefusedWithTheLibrarysWords) {
+    ASSERT_EQ(0, mkfifo(path("pipe").c_str(), 0600));
+    ToolResult const input = runTool({"convert", path("pipe"), path("out.raw"), "--format", "tiff"});
+    EXPECT_EQ(1, input.status);
+    EXPECT_THAT(input.err, StartsWith("velmo-image: Failed to open tiff image file " + path("pipe") + '\n'));
+    writeTiff(_folder / "in.tif", {page(2, 1, 8, "ab")});
+    ToolResult const output = runTool({"convert", path("in.tif"), path("pipe"), "--output-format", "tiff"});
+    EXPECT_EQ(1, output.status);
+    EXPECT_THAT(output.err, StartsWith("velmo-image: Error while saving tiff image file \"" + path("pipe") +
+                                       "\"\nFailed to create tiff image file " + path("pipe") + '\n'));
+    EXPECT_THAT(list(), ElementsAre("in.tif", "pipe"));
 }
 
 TEST_F(TiffConvert, TooManyPlanesAreRefusedWithTheNameOfTheOutput) {

@@ -23,7 +23,7 @@ namespace {
 
 ObservedAccessor::ObservedAccessor(image::DiskImagePtr const& pImage, bool bSwapBytes, bool bWholePlanes,
                                    Progress& progress)
-    : _pImage(pImage), _pPlanes(bWholePlanes ? std::make_unique<PlaneCache>(pImage) : nullptr),
+    : _pImage(pImage), _pPlanes(bWholePlanes ? std::make_unique<TiffPlanes>(pImage) : nullptr),
       _bSwapBytes(bSwapBytes), _progress(progress) {
     initBase(pImage->getAccessor()->getFilePath(), image::eIAM_ReadOnly, pImage->getGeometry(),
              pImage->getGeometricCalibrationConstPtr(), false);

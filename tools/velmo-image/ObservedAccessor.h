@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "PlaneCache.h"
+#include "TiffPlanes.h"
 
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/ImageAccessor.h>
@@ -44,7 +44,7 @@ class ObservedAccessor : public image::BaseDiskImageAccessor {
                           void* buffer) const;
 
     image::DiskImagePtr _pImage;
-    std::unique_ptr<PlaneCache> _pPlanes; ///< null where runs of pixels are read
+    std::unique_ptr<TiffPlanes> _pPlanes; ///< null where runs of pixels are read
     bool _bSwapBytes;
     Progress& _progress;
 };

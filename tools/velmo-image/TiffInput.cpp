@@ -9,7 +9,6 @@
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <boost/make_shared.hpp>
-#include <tiffio.h>
 
 namespace velmo {
 namespace tool {
@@ -26,15 +25,6 @@ void require(BoolResult const& result) {
 }
 
 } // namespace
-
-void captureTiffMessages() {
-    TIFFSetErrorHandler(nullptr);
-    TIFFSetWarningHandler(nullptr);
-    // The library listens to libtiff from its first failure on, whose own words would be lost: so it is this
-    // one, of a file without a name.
-    std::string userProperties;
-    file::TiffImageFile().openFile({}, eIAM_ReadOnly, file::eTDM_Volume, file::eTBM_Default, userProperties);
-}
 
 DiskImagePtr openTiffInput(boost::filesystem::path const& path, TiffDescription const& description) {
     auto const pAccessor = boost::make_shared<file::TiffImageFile>();

@@ -10,9 +10,6 @@
 namespace velmo {
 namespace tool {
 
-/// From here on what libtiff says is in the library's messages and nowhere else.
-void captureTiffMessages();
-
 /// A TIFF file that stays as it is, with its user properties. Failures have the library's words.
 image::DiskImagePtr openTiffInput(boost::filesystem::path const& path, TiffDescription const& description);
 

@@ -6,7 +6,7 @@
 #include "Interrupt.h"
 #include "PreviewCommand.h"
 #include "Terminal.h"
-#include "TiffInput.h"
+#include "TiffWords.h"
 
 #include <VELMOUtil/Logging.h>
 #include <csignal>
@@ -87,7 +87,7 @@ int main(int argc, char** argv) {
     // Each failure is told once, as the exception that reaches the end of the work.
     velmo::getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
     std::signal(SIGPIPE, SIG_IGN);
-    velmo::tool::captureTiffMessages();
+    velmo::tool::captureTiffWords();
     velmo::tool::catchInterrupts();
     return velmo::tool::runGuarded(argc, argv);
 }

@@ -12,18 +12,20 @@
 namespace velmo {
 namespace tool {
 
-/// Runs of pixels of an image that is asked for whole planes alone: what a run costs or gives there may
-/// depend on the pixels around it (strips decoded from their first pixel on, stacks whose planes have no
-/// strips). The latest plane is held in memory. Any thread may read.
-class PlaneCache {
+/// Runs of pixels of a TIFF image, which is asked for whole planes alone: what a run costs or gives there
+/// depends on the pixels around it (strips are decoded from their first pixel on, stacks are read by the
+/// plane). The latest plane is held in memory. Any thread may read.
+class TiffPlanes {
   public:
-    explicit PlaneCache(image::DiskImagePtr const& pImage);
+    explicit TiffPlanes(image::DiskImagePtr const& pImage);
 
-    /// Fails with the image's words, and where there is no memory for a plane.
+    /// Fails with the image's words; where there is no memory for a plane; and where libtiff reports an error
+    /// that reading colours passes over.
     BoolResult readPixels(image::PlanIndexes const& plan, vlUInt64 pixelStart, vlUInt64 nbPixels,
                           void* buffer);
 
   private:
+    BoolResult readPlane(image::PlanIndexes const& plan, void* buffer) const;
     BoolResult hold(image::PlanIndexes const& plan);
     BoolResult makeRoom(vlUInt64 nbBytes);
 

@@ -1,8 +1,11 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "PlaneCache.h"
+#include "TiffPlanes.h"
 
+#include "TiffWords.h"
+
+#include <VELMOImage/ImageAccessor.h>
 #include <VELMOUtil/AvailableMemory.h>
 #include <cstring>
 #include <string>
@@ -10,15 +13,15 @@
 namespace velmo {
 namespace tool {
 
-PlaneCache::PlaneCache(image::DiskImagePtr const& pImage) : _pImage(pImage) {}
+TiffPlanes::TiffPlanes(image::DiskImagePtr const& pImage) : _pImage(pImage) {}
 
-BoolResult PlaneCache::readPixels(image::PlanIndexes const& plan, vlUInt64 pixelStart, vlUInt64 nbPixels,
+BoolResult TiffPlanes::readPixels(image::PlanIndexes const& plan, vlUInt64 pixelStart, vlUInt64 nbPixels,
                                   void* buffer) {
     image::ImagePlanGeometry const geometry = _pImage->getGeometry().getPlanGeometry(plan.t);
-    if (nbPixels == geometry.getNbPixels()) {
-        return _pImage->readPixels(plan.z, plan.c, plan.t, pixelStart, nbPixels, buffer);
-    }
     _pImage->requireInside(plan.z, plan.c, plan.t, pixelStart, nbPixels);
+    if (nbPixels == geometry.getNbPixels()) {
+        return readPlane(plan, buffer);
+    }
     std::lock_guard<std::mutex> const lock(_mutex);
     BoolResult result = hold(plan);
     if (result) {
@@ -28,7 +31,19 @@ BoolResult PlaneCache::readPixels(image::PlanIndexes const& plan, vlUInt64 pixel
     return result;
 }
 
-BoolResult PlaneCache::hold(image::PlanIndexes const& plan) {
+BoolResult TiffPlanes::readPlane(image::PlanIndexes const& plan, void* buffer) const {
+    image::BaseImageGeometry const& geometry = _pImage->getGeometry();
+    clearTiffError();
+    BoolResult result = _pImage->readPixels(plan.z, plan.c, plan.t, 0, geometry.getPlanNbPixels(), buffer);
+    if (result && geometry.getSizeC() > 1 && !getTiffError().empty()) {
+        result = failure("Failed to read colours of plane z=" + std::to_string(plan.z) +
+                         ", t=" + std::to_string(plan.t) + " of file " +
+                         _pImage->getAccessor()->getFilePath().string() + '\n' + getTiffError());
+    }
+    return result;
+}
+
+BoolResult TiffPlanes::hold(image::PlanIndexes const& plan) {
     image::BaseImageGeometry const& geometry = _pImage->getGeometry();
     vlUInt64 const number = geometry.getPlanNumber(plan);
     if (_heldPlan == number) {
@@ -37,8 +52,7 @@ BoolResult PlaneCache::hold(image::PlanIndexes const& plan) {
     _heldPlan.reset();
     BoolResult result = makeRoom(geometry.getPlanMemorySize(plan.t));
     if (result) {
-        result =
-            _pImage->readPixels(plan.z, plan.c, plan.t, 0, geometry.getPlanNbPixels(), _pixels.getData());
+        result = readPlane(plan, _pixels.getData());
     }
     if (result) {
         _heldPlan = number;
@@ -46,7 +60,7 @@ BoolResult PlaneCache::hold(image::PlanIndexes const& plan) {
     return result;
 }
 
-BoolResult PlaneCache::makeRoom(vlUInt64 nbBytes) {
+BoolResult TiffPlanes::makeRoom(vlUInt64 nbBytes) {
     if (nbBytes <= _pixels.getSize()) {
         return success();
     }
