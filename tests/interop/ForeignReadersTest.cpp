@@ -27,6 +27,10 @@ struct Compression {
     eTiffCompression value;
 };
 
+void PrintTo(Compression const& compression, std::ostream* pStream) { // a name of the test that stays
+    *pStream << compression.name;
+}
+
 Compression const g_compressions[] = {{"None", eTC_None}, {"Lzw", eTC_Lzw}, {"Deflate", eTC_Deflate}};
 
 std::string toText(std::vector<std::string> const& planes) {
