@@ -23,6 +23,10 @@ struct Damage {
     std::function<void(RawDirectory&)> apply; ///< to the second of three directories
 };
 
+std::ostream& operator<<(std::ostream& os, Damage const& damage) {
+    return os << damage.name;
+}
+
 /// What libtiff refuses to read as a directory.
 std::vector<Damage> const g_damages = {
     {"NoPlaceOfStrips", [](RawDirectory& directory) { directory.without(TIFFTAG_STRIPOFFSETS); }},

@@ -222,6 +222,21 @@ TEST_F(TiffOpeningDirectories, ManyDirectoriesAreAllCounted) {
     EXPECT_EQ(TIFFCurrentDirectory(file.pTiff), 2999U);
 }
 
+TEST_F(TiffOpeningDirectories, TheirNumberHas16BitsWhereADescriptionIsHeldAgainstIt) {
+    std::vector<RawDirectory> directories(65536 + 4, greyDirectory(1, 1));
+    directories[0].set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1\nimages=4\n"));
+    writeRawTiff(_path, directories);
+    OpenedTiff const asMany(_path);
+    ASSERT_THAT(asMany.result, Succeeds());
+    EXPECT_EQ(asMany.pGeometry->getSizeZ(), directories.size());
+    directories[0].set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1\nimages=65541\n"));
+    writeRawTiff(_path, directories);
+    OpenedTiff const announced(_path);
+    ASSERT_THAT(announced.result, Succeeds());
+    EXPECT_EQ(announced.pGeometry->getSizeZ(), 65541U);
+    EXPECT_EQ(TIFFCurrentDirectory(announced.pTiff), 0U);
+}
+
 } // namespace file
 } // namespace image
 } // namespace velmo

@@ -3,6 +3,8 @@
 
 #include "TiffFixture.h"
 
+#include <ostream>
+
 namespace velmo {
 namespace image {
 namespace file {
@@ -34,6 +36,7 @@ std::vector<Announcement> const g_announcements = {
     {"One", "ImageJ=1\nimages=1\n", 1},
     {"AsManyAsDirectories", "ImageJ=1\nimages=2\n", g_walked},
     {"NoProgram", "images=40\nslices=40\n", g_walked},
+    {"ProgramWithoutItsSign", "ImageJ 1.53t\nimages=40\n", g_walked},
     {"ProgramInOtherLetters", "imagej=1\nimages=40\n", g_walked},
     {"NoCount", "ImageJ=1.53t\nunit=micron\n", g_walked},
     {"KeyInOtherLetters", "ImageJ=1\nImages=40\n", g_walked},
@@ -54,6 +57,14 @@ std::vector<Refusal> const g_noNumbers = {{"Empty", ""},
                                           {"TooLarge", "2147483648\n"},
                                           {"TooSmall", "-2147483649\n"},
                                           {"FarTooLarge", "99999999999999999999999999\n"}};
+
+std::ostream& operator<<(std::ostream& os, Announcement const& row) {
+    return os << testing::PrintToString(row.description);
+}
+
+std::ostream& operator<<(std::ostream& os, Refusal const& row) {
+    return os << testing::PrintToString(row.count);
+}
 
 template <class Row>
 std::string nameOf(testing::TestParamInfo<Row> const& row) {
@@ -141,6 +152,17 @@ TEST_F(TiffOpeningImageJ, TheDescriptionOfAFurtherDirectoryIsNotRead) {
     OpenedTiff const file(_path);
     ASSERT_THAT(file.result, Succeeds());
     EXPECT_EQ(file.pGeometry->getSizeZ(), 3U);
+}
+
+TEST_F(TiffOpeningImageJ, DirectoriesOfAChainThatComesBackAreCountedOnce) {
+    std::vector<RawDirectory> directories = {described("ImageJ=1\nimages=3\n"), greyDirectory(4, 3, 16),
+                                             greyDirectory()};
+    directories[2].next = findDirectories(directories)[1];
+    writeRawTiff(_path, directories);
+    OpenedTiff const file(_path);
+    ASSERT_THAT(file.result, Succeeds());
+    EXPECT_EQ(file.pGeometry->getSizeZ(), 3U);
+    EXPECT_NE(dynamic_cast<HeterogeneousImageGeometry*>(file.pGeometry.get()), nullptr);
 }
 
 TEST_F(TiffOpeningImageJ, AColorStackKeepsItsChannels) {
