@@ -241,6 +241,22 @@ TEST_F(TiffConvert, TheAxisAndTheTypeThatTheOptionsGiveAreInTheNewFile) {
     EXPECT_EQ("eIBT_Label8", entry.at("bufferType"));
 }
 
+TEST_F(TiffConvert, TimeStepsOfDifferentTypesKeepTheirs) {
+    std::string const values = toBytes<std::uint16_t>({300, 400});
+    writeTiff(_folder / "in.tif", {page(2, 1, 8, "ab"), page(2, 1, 16, values)});
+    EXPECT_EQ("ab" + values, toRaw({"--directories", "t"}));
+    expectDone(runTool({"convert", path("in.tif"), path("out.tif"), "--directories", "t"}));
+    EXPECT_THAT(describe("out.tif").at("bufferTypes"), ElementsAre("eIBT_UInt8", "eIBT_UInt16"));
+    expectDone(runTool({"convert", path("out.tif"), path("back.raw")}));
+    EXPECT_EQ("ab" + values, read("back.raw"));
+}
+
+TEST_F(TiffConvert, PlanesOfAVolumeWithPixelsOfDifferentSizesAreRefused) {
+    writeTiff(_folder / "in.tif", {page(2, 1, 8, "ab"), page(2, 1, 16, "cdef")});
+    expectEarlierOutput("out.raw", "Failed to read data of strip 0 for directory z=1, c=0, t=0 of file " +
+                                       path("in.tif"));
+}
+
 TEST_F(TiffConvert, AForeignCalibrationIsHandedOn) {
     TiffPage plane = page(2, 1, 8, "ab");
     plane.resolution = 4;
