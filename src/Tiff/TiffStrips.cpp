@@ -114,12 +114,22 @@ long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
 }
 
 long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
-    bool const bCut =
-        isShort(strip) && (_bCompressed || getByteCount(_pTiff, strip) < _layout.getStripBytes());
-    vlUInt64 const nbBytes = bCut ? _layout.getBytesOf(strip) : _layout.getStripBytes();
     if (strip >= TIFFNumberOfStrips(_pTiff)) {
         return -1; // libtiff would add the strip to the directory
     }
+    long written = encode(strip, pBuffer);
+    bool const bOutOfOrder =
+        _bCompressed && strip > 0 && getOffset(_pTiff, strip) < getOffset(_pTiff, strip - 1);
+    if (written >= 0 && bOutOfOrder) {
+        written = moveToEnd(strip) ? encode(strip, pBuffer) : -1;
+    }
+    return written;
+}
+
+long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
+    bool const bCut =
+        isShort(strip) && (_bCompressed || getByteCount(_pTiff, strip) < _layout.getStripBytes());
+    vlUInt64 const nbBytes = bCut ? _layout.getBytesOf(strip) : _layout.getStripBytes();
     std::vector<std::byte> swapped; // libtiff swaps in place
     if (TIFFIsByteSwapped(_pTiff) != 0) {
         auto const* const pBytes = static_cast<std::byte const*>(pBuffer);
@@ -128,6 +138,16 @@ long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
     return TIFFWriteEncodedStrip(_pTiff, toStripNumber(strip),
                                  swapped.empty() ? const_cast<void*>(pBuffer) : swapped.data(),
                                  static_cast<tmsize_t>(nbBytes));
+}
+
+/// A compressed strip that grows moves to the end of the file, and one that does not stays where it was.
+/// There are readers that take strips whose offsets do not rise for an image that stands on its head. A strip
+/// moves when it is larger than the place it has.
+bool TiffStrips::moveToEnd(vlUInt64 strip) const {
+    std::vector<std::byte> room(getByteCount(_pTiff, strip) + 1);
+    TIFFSetWriteOffset(_pTiff, 0); // else libtiff takes it for more of the strip before
+    auto const size = static_cast<tmsize_t>(room.size());
+    return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), room.data(), size) == size;
 }
 
 bool TiffStrips::canHold(vlUInt64 strip, vlUInt64 nbBytes) const {

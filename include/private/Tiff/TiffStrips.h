@@ -53,7 +53,8 @@ class TiffStrips {
     /// Decodes the first `nbBytes` bytes of a strip; as many as libtiff says, less than 0 for none.
     long read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;
     /// Replaces a strip. `pBuffer` holds a whole one; what lies behind the last row of the plane is left out
-    /// where the strip in the file has no room for it. Result as of `read`.
+    /// where the strip in the file has no room for it. A compressed strip comes to lie behind the one before
+    /// it. Result as of `read`.
     long write(vlUInt64 strip, void const* pBuffer) const;
 
     /// Whether a strip can hold so many bytes, by what it takes in the file.
@@ -62,6 +63,8 @@ class TiffStrips {
   private:
     bool isShort(vlUInt64 strip) const { return _layout.getBytesOf(strip) < _layout.getStripBytes(); }
     bool liesAsInMemory() const;
+    long encode(vlUInt64 strip, void const* pBuffer) const;
+    bool moveToEnd(vlUInt64 strip) const;
 
     TIFF* _pTiff;
     TiffStream* _pStream;
