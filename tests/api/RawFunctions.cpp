@@ -3,8 +3,6 @@
 
 #include "RawFunctions.h"
 
-#include <VELMOImageFile/VELMOImageFileException.h>
-#include <VELMOUtil/Logging.h>
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <thread>
@@ -16,45 +14,13 @@ namespace fs = boost::filesystem;
 using namespace image;
 using namespace image::file;
 
-namespace {
-
-void expectLogged(BaseException const& exception, std::vector<CapturedLog::Record> const& records) {
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records[0].logger, getVELMOImageFileLoggerName());
-    EXPECT_EQ(records[0].level, log4cplus::ERROR_LOG_LEVEL);
-    EXPECT_EQ(records[0].message, exception.what());
-    EXPECT_EQ(records[0].file, exception.getFile());
-    EXPECT_EQ(records[0].line, static_cast<int>(exception.getLine()));
-}
-
-} // namespace
-
 std::optional<Raised> expectRaised(Action const& action) {
-    CapturedLog const log(getBaseLogger());
-    try {
-        action();
-    } catch (VELMOImageFileException const& exception) {
-        EXPECT_TRUE(typeid(exception) == typeid(VELMOImageFileException));
-        EXPECT_EQ(exception.getFile(), "src/Raw/RawImageFileUtils.cpp");
-        expectLogged(exception, log.getRecords());
-        return Raised{exception.what(), exception.getFunction()};
-    }
-    ADD_FAILURE() << "nothing was raised";
-    return std::nullopt;
+    return expectRaisedFrom("src/Raw/RawImageFileUtils.cpp", action);
 }
 
 void expectRaisedText(Action const& action, std::string const& text) {
     auto const raised = expectRaised(action);
     EXPECT_EQ(raised ? raised->text : std::string(), text);
-}
-
-std::string quoted(fs::path const& path) {
-    std::string text = "\"";
-    for (char const character : path.string()) {
-        text +=
-            character == '"' || character == '&' ? std::string("&") + character : std::string(1, character);
-    }
-    return text + '"';
 }
 
 std::string loadError(fs::path const& path, std::string const& lower) {
@@ -63,15 +29,6 @@ std::string loadError(fs::path const& path, std::string const& lower) {
 
 std::string saveError(fs::path const& path, std::string const& lower) {
     return "Error while saving raw image file " + quoted(path) + '\n' + lower;
-}
-
-int countOpen(fs::path const& path) {
-    int nbOpen = 0;
-    for (fs::directory_entry const& entry : fs::directory_iterator("/proc/self/fd")) {
-        boost::system::error_code ignored; // the iterator's own descriptor is gone by now
-        nbOpen += fs::read_symlink(entry.path(), ignored) == path ? 1 : 0;
-    }
-    return nbOpen;
 }
 
 ReplacedEngine::ReplacedEngine(DistributionEnginePtr const& pEngine) {

@@ -1,0 +1,217 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "TiffFunctions.h"
+
+#include <boost/filesystem/operations.hpp>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+
+namespace {
+
+class TiffLoadFailure : public TiffFunctions {
+  protected:
+    static bool isOpen(Load const& load) { return load.name == std::string("open"); }
+};
+
+std::string stripFailed(int z, int c, int t, fs::path const& path) {
+    return "Failed to read data of strip 0 for directory z=" + std::to_string(z) +
+           ", c=" + std::to_string(c) + ", t=" + std::to_string(t) + " of file " + path.string() +
+           "\nTiff Error : ";
+}
+
+} // namespace
+
+TEST_F(TiffLoadFailure, AMissingFileOrAFolderIsTheLoadErrorWithTheSystemsWords) {
+    fs::path const missing = _folder / "missing.tif";
+    fs::path const& folder = _folder.getPath();
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        expectRaisedText([&] { load.call(missing); },
+                         loadError(missing, openFailed(missing, "No such file or directory")));
+        expectRaisedText([&] { load.call(folder); }, loadError(folder, openFailed(folder, "Is a directory")));
+    }
+}
+
+TEST_F(TiffLoadFailure, AFileThatIsNoTiffIsTheLoadErrorAndStaysAsItIs) {
+    for (std::string const& bytes : {std::string(), std::string("II*"), makeBytes(1000)}) {
+        writeFile(_path, bytes);
+        for (Load const& load : getLoads()) {
+            SCOPED_TRACE(load.name);
+            expectRaisedBeginning(
+                [&] { load.call(_path); },
+                loadError(_path, "Failed to open tiff image file " + _path.string() + "\nTiff Error : "));
+            EXPECT_EQ(readFile(_path), bytes);
+            EXPECT_EQ(countOpen(_path), 0);
+        }
+    }
+}
+
+TEST_F(TiffLoadFailure, QuotesAndAmpersandsAreMarkedInTheQuotedPathAndBareInTheNestedText) {
+    std::string const folder = _folder.getPath().string() + '/';
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        fs::path const path = folder + "a\"b&.tif";
+        expectRaisedText([&] { load.call(path); }, "Error while loading tiff image file \"" + folder +
+                                                       "a&\"b&&.tif\"\n" +
+                                                       openFailed(path, "No such file or directory"));
+    }
+}
+
+#if !defined(__clang__)
+TEST_F(TiffLoadFailure, ARaiseNamesThePublicFunctionInFull) {
+    std::string const main =
+        "void velmo::image::file::loadTiffImageFile(const boost::filesystem::path&, velmo::image::ImagePtr&, "
+        "const eTiffDirectoryMode&, const eTiffBufferMode&)";
+    std::string const open =
+        "velmo::image::DiskImagePtr velmo::image::file::openTiffImageFile(const boost::filesystem::path&, "
+        "const eTiffDirectoryMode&, const eTiffBufferMode&)";
+    for (Load const& load : getLoads()) {
+        auto const raised = expectRaised([&] { load.call("/missing"); });
+        EXPECT_EQ(raised ? raised->function : std::string(), isOpen(load) ? open : main);
+    }
+}
+#endif
+
+// What stays in the pointer
+
+TEST_F(TiffLoadFailure, AFileThatDoesNotOpenLeavesThePointerAsItWas) {
+    ImagePtr const pFormer = makeMemoryImage(*_pGeometry, _pixels);
+    for (ImagePtr const& pKept : {pFormer, ImagePtr()}) {
+        ImagePtr pImage = pKept;
+        expectRaised([&] { loadTiffImageFile(_folder / "missing", pImage, eTDM_Volume, eTBM_Default); });
+        EXPECT_EQ(pImage, pKept);
+        expectRaised([&] { loadTiffImageFile(_folder / "missing", eTBM_Default, pImage); });
+        EXPECT_EQ(pImage, pKept);
+    }
+    EXPECT_EQ(readPixels(*pFormer), _pixels);
+}
+
+// T is outermost, then C, then Z: the first plane that fails ends the load, and those before it are loaded.
+TEST_F(TiffLoadFailure, AfterAFailureThePointerHoldsTheNewImageWithThePlanesBeforeIt) {
+    saveExample(eTC_Lzw);
+    for (std::uint16_t plane = 8; plane-- > 0;) {
+        SCOPED_TRACE(plane);
+        spoilStrip(_path, plane);
+        PlanIndexes const at = _pGeometry->getPlanIndexes(plane);
+        std::string const text =
+            stripFailed(static_cast<int>(at.z), static_cast<int>(at.c), static_cast<int>(at.t), _path);
+        ImagePtr const pFormer = makeMemoryImage(*makeSequence(eIBT_UInt8), std::string(48, 'x'));
+        for (bool const bWithDirectoryMode : {false, true}) {
+            ImagePtr pImage = pFormer;
+            expectRaisedBeginning(
+                [&] {
+                    bWithDirectoryMode ? loadTiffImageFile(_path, pImage, eTDM_Volume, eTBM_Default)
+                                       : loadTiffImageFile(_path, eTBM_Default, pImage);
+                },
+                loadError(_path, text));
+            ASSERT_NE(pImage, pFormer);
+            std::string const loaded = _pixels.substr(0, 30U * plane);
+            EXPECT_EQ(readPixels(*pImage).substr(0, loaded.size()), loaded);
+            EXPECT_EQ(readPixels(*pImage).substr(30U * (plane + 1)), std::string(30U * (7U - plane), '\0'));
+            EXPECT_EQ(countOpen(_path), 0);
+        }
+        expectRaisedBeginning([&] { loadTiffImageFile(_path, eTBM_Default); }, loadError(_path, text));
+        EXPECT_EQ(countOpen(_path), 0);
+    }
+}
+
+TEST_F(TiffLoadFailure, OfInterleavedPagesThoseBeforeAFailureAreLoadedWithAllTheirChannels) {
+    auto const pGeometry = makeColorGeometry(eCGT_Rgb, 2, 2);
+    ImagePtr const pSaved = makeMemoryImage(*pGeometry, makePixels(*pGeometry));
+    saveTiffImageFile(_path, pSaved, eTC_Lzw);
+    spoilStrip(_path, 3);
+    spoilStrip(_path, 2);
+    ImagePtr pImage;
+    expectRaisedBeginning([&] { loadTiffImageFile(_path, eTBM_Default, pImage); },
+                          loadError(_path, stripFailed(0, 0, 1, _path)));
+    ASSERT_TRUE(pImage);
+    EXPECT_EQ(readPixels(*pImage).substr(0, 6 * 30), makePixels(*pGeometry).substr(0, 6 * 30));
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
+// Files that cannot be loaded, or opened
+
+TEST_F(TiffLoadFailure, PackedBitsLoadAndDoNotOpen) {
+    std::vector<Directory> pages = makePages(1);
+    pages[0].bits = 1;
+    pages[0].pixels = "\x50\xA0\xF0";
+    writeTiff(_path, pages);
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        if (isOpen(load)) {
+            expectRaisedText(
+                [&] { load.call(_path); },
+                loadError(_path, "Un supported packed image with write access for file " + _path.string()));
+        } else {
+            EXPECT_EQ(readPixels(*load.call(_path)), std::string("\0\1\0\1\1\0\1\0\1\1\1\1", 12));
+        }
+    }
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
+TEST_F(TiffLoadFailure, AReadOnlyFileLoadsAndDoesNotOpen) {
+    saveExample(eTC_None);
+    fs::permissions(_folder.getPath(), fs::perms(0755));
+    fs::permissions(_path, fs::perms(0444));
+    std::string const opened = asOrdinaryUser(
+        [&] { return textThrownBy([&] { openTiffImageFile(_path, eTDM_Volume, eTBM_Default); }); });
+    if (opened == g_noSuchUser) {
+        GTEST_SKIP() << "this process cannot become another user";
+    }
+    EXPECT_EQ(opened, loadError(_path, openFailed(_path, "Permission denied")));
+    EXPECT_EQ(asOrdinaryUser([&] { return readPixels(*loadTiffImageFile(_path, eTBM_Default)); }), _pixels);
+}
+
+TEST_F(TiffLoadFailure, AnImageJStackOfColoursSideBySideFailsAtItsSecondPlane) {
+    Directory directory;
+    directory.samples = 3;
+    directory.photometric = PHOTOMETRIC_RGB;
+    directory.tags[TIFFTAG_IMAGEDESCRIPTION] = std::string("ImageJ=1.53\nimages=2\n");
+    directory.pixels = countingBytes(36);
+    writeTiff(_path, {directory});
+    ImagePtr pImage;
+    expectRaisedBeginning(
+        [&] { loadTiffImageFile(_path, eTBM_Default, pImage); },
+        loadError(_path, "Error while setting directory 1 for file " + _path.string() + "\n"));
+    ASSERT_TRUE(pImage);
+    std::string plane(12, '\0');
+    EXPECT_TRUE(pImage->readPixels(0, 1, 0, 0, 12, plane.data()));
+    EXPECT_EQ(plane.substr(0, 2), std::string("\2\5"));
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
+TEST_F(TiffLoadFailure, OneSampleThatCallsItselfRgbIsRefused) {
+    RawDirectory directory = greyDirectory();
+    directory.set(TIFFTAG_PHOTOMETRIC, shorts({PHOTOMETRIC_RGB}))
+        .set(TIFFTAG_PLANARCONFIG, shorts({PLANARCONFIG_CONTIG}));
+    writeRawTiff(_path, {directory});
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        if (!isOpen(load)) {
+            expectRaisedText([&] { load.call(_path); },
+                             loadError(_path, "Un supported photometric interpretation value 2  with 1 "
+                                              "samples per pixels for file " +
+                                                  _path.string()));
+        }
+    }
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
+TEST_F(TiffLoadFailure, OfAHeterogeneousVolumeAPlaneOfOtherBitsFails) {
+    std::vector<Directory> pages = makePages(2);
+    pages[1].bits = 16;
+    writeTiff(_path, pages);
+    ImagePtr pImage;
+    expectRaisedBeginning([&] { loadTiffImageFile(_path, eTBM_Default, pImage); },
+                          loadError(_path, "Failed to read data of strip 0 for directory z=1, c=0, t=0"));
+    EXPECT_EQ(readPixels(*pImage), pages[0].pixels + std::string(12, '\0'));
+}
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,232 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "TiffFunctions.h"
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/make_shared.hpp>
+#include <cstring>
+#include <sstream>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+
+namespace {
+
+constexpr eTiffCompression g_compressions[] = {eTC_None, eTC_Lzw, eTC_Deflate};
+
+ColorGeometry makeColor(eColorGeometryType type, vlUInt64 nbUserChannels) {
+    ColorGeometry color;
+    type == eCGT_User ? color.initUser(nbUserChannels) : color.init(type);
+    return color;
+}
+
+/// Grey, every type of colours, and channels of the user's own.
+std::vector<ColorGeometry> getColors() {
+    std::vector<ColorGeometry> colors;
+    for (vlUInt64 type = eCGT_Grey; type <= eCGT_User; ++type) {
+        colors.push_back(makeColor(static_cast<eColorGeometryType>(type), 1));
+    }
+    colors.push_back(makeColor(eCGT_User, 2));
+    colors.push_back(makeColor(eCGT_User, 5));
+    return colors;
+}
+
+ImageGeometryPtr makeImageGeometry(eImageBufferType bufferType, ColorGeometry const& color, vlUInt64 sizeX,
+                                   vlUInt64 sizeY) {
+    VolumeGeometry volume;
+    volume.init3d(2);
+    TemporalGeometry temporal;
+    temporal.initSequence(2);
+    return geometry(bufferType, sizeX, sizeY, volume, color, temporal);
+}
+
+std::string describe(BaseImageGeometry const& geometry) {
+    std::ostringstream text;
+    text << describeGeometry(geometry) << ' ' << geometry.getColorGeometryType() << ' '
+         << geometry.getVolumeGeometryType() << ' ' << geometry.getTemporalGeometryType() << ' '
+         << geometry.getColorGeometry().minIsBlack();
+    for (auto const& [index, name] : geometry.getColorGeometry().getChannelNames()) {
+        text << ' ' << index << '=' << name;
+    }
+    return text.str();
+}
+
+void expectRoundTrip(fs::path const& path, BaseImageGeometry const& geometry, eTiffCompression compression) {
+    SCOPED_TRACE(testing::Message() << describe(geometry) << " compression " << compression);
+    std::string const pixels = makePixels(geometry, 3);
+    ImagePtr const pSaved = makeMemoryImage(geometry, pixels);
+    saveTiffImageFile(path, pSaved, compression);
+    for (ImagePtr const& pImage : {loadTiffImageFile(path, eTBM_Default),
+                                   ImagePtr(openTiffImageFile(path, eTDM_Temporal, eTBM_Label))}) {
+        EXPECT_EQ(describe(pImage->getGeometry()), describe(geometry));
+        EXPECT_TRUE(readPixels(*pImage) == pixels);
+    }
+    EXPECT_TRUE(readPixels(*pSaved) == pixels);
+}
+
+/// An image of any size that needs no memory: each of its pixels is the number of its plane.
+class PlainImage : public BaseImage {
+  public:
+    explicit PlainImage(BaseImageGeometry const& geometry) { setGeometry(geometry); }
+
+  private:
+    BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 /*c*/, vlUInt64 /*t*/, vlUInt64 /*pixelStart*/,
+                                 vlUInt64 nbPixels, void* buffer) const override {
+        std::memset(buffer, static_cast<int>(z), nbPixels * getImageBufferBaseSize(getBufferType()));
+        return success();
+    }
+    BoolResult writePixelsDerived(vlUInt64, vlUInt64, vlUInt64, vlUInt64, vlUInt64, void const*) override {
+        return failure("plain");
+    }
+};
+
+class TiffRoundTrip : public TiffFunctions {};
+
+} // namespace
+
+TEST_F(TiffRoundTrip, EveryTypeColourAndCompressionLoadsAsItWasSaved) {
+    for (unsigned int type = eIBT_Int8; type <= eIBT_Label8; ++type) {
+        for (ColorGeometry const& color : getColors()) {
+            auto const pGeometry = makeImageGeometry(static_cast<eImageBufferType>(type), color, 7, 3);
+            for (eTiffCompression const compression : g_compressions) {
+                expectRoundTrip(_path, *pGeometry, compression);
+            }
+        }
+    }
+}
+
+TEST_F(TiffRoundTrip, PlanesOfManyStripsWithAShorterLastOneLoadAsTheyWereSaved) {
+    for (eColorGeometryType const color : {eCGT_Grey, eCGT_Rgb, eCGT_Rgba, eCGT_HSV}) {
+        for (eTiffCompression const compression : g_compressions) {
+            expectRoundTrip(_path, *makeImageGeometry(eIBT_UInt16, makeColor(color, 1), 301, 203),
+                            compression);
+        }
+    }
+}
+
+TEST_F(TiffRoundTrip, OnePixelAndOneRowLoadAsTheyWereSaved) {
+    for (eTiffCompression const compression : g_compressions) {
+        expectRoundTrip(_path, *geometry3d(eIBT_UInt8, 1, 1, 1), compression);
+        expectRoundTrip(_path, *geometry3d(eIBT_Real32, 20000, 1, 1), compression);
+        expectRoundTrip(_path, *geometry3d(eIBT_Int16, 1, 20000, 2), compression);
+    }
+}
+
+TEST_F(TiffRoundTrip, BlackPixelsAndWhiteOnesLoadAsTheyWereSaved) {
+    auto const pGeometry = geometry3d(eIBT_UInt8, 700, 500, 1);
+    for (eTiffCompression const compression : g_compressions) {
+        for (char const value : {'\0', '\xFF'}) {
+            std::string const pixels(pGeometry->getFullMemorySize(), value);
+            saveTiffImageFile(_path, makeMemoryImage(*pGeometry, pixels), compression);
+            EXPECT_TRUE(readPixels(*loadTiffImageFile(_path, eTBM_Default)) == pixels);
+        }
+    }
+}
+
+TEST_F(TiffRoundTrip, WhatTheColoursAreIsKept) {
+    ColorGeometry color;
+    color.initUser(3);
+    color.setChannelName("DAPI", 0);
+    color.setChannelName("GFP", 2);
+    color.setMinIsBlack(false);
+    expectRoundTrip(_path, *makeImageGeometry(eIBT_UInt16, color, 5, 4), eTC_Lzw);
+}
+
+TEST_F(TiffRoundTrip, AVolumeOfOneDirectoryModeIsNoSequenceOfTheOther) {
+    saveTiffImageFile(_path, makeMemoryImage(*geometry3d(eIBT_UInt8, 2, 2, 3), std::string(12, 'x')),
+                      eTC_None);
+    ImagePtr const pImage = loadTiffImageFile(_path, eTDM_Temporal, eTBM_Binary);
+    EXPECT_EQ(describeGeometry(pImage->getGeometry()), "x=2 y=2 z=3 c=1 t=1 eIBT_UInt8");
+}
+
+TEST_F(TiffRoundTrip, ALoadedImageSavesAgainToTheSamePixelsAndCalibration) {
+    std::vector<Directory> pages = makePages(3);
+    pages[2].tags = {{TIFFTAG_XRESOLUTION, 2.0F}, {TIFFTAG_YRESOLUTION, 4.0F}};
+    writeTiff(_path, pages);
+    ImagePtr const pFirst = loadTiffImageFile(_path, eTBM_Label);
+    fs::path const copy = _folder / "copy.tif";
+    saveTiffImageFile(copy, pFirst, eTC_Lzw);
+    ImagePtr const pSecond = loadTiffImageFile(copy, eTBM_Default);
+    EXPECT_EQ(describe(pSecond->getGeometry()), describe(pFirst->getGeometry()));
+    EXPECT_EQ(readPixels(*pSecond), readPixels(*pFirst));
+    ASSERT_TRUE(pSecond->hasGeometricCalibration());
+    EXPECT_EQ(pSecond->getGeometricCalibrationConstPtr()->getPixelSizeX(), 0.5F);
+}
+
+TEST_F(TiffRoundTrip, FilesOfEightThreadsDoNotMeet) {
+    onThreads(8, [&](unsigned int thread) {
+        auto const pGeometry = thread % 2 == 0 ? makeGeometry(2, 2, 2) : makeColorGeometry(eCGT_Rgb, 2, 2);
+        fs::path const path = _folder / (std::to_string(thread) + ".tif");
+        for (unsigned int round = 0; round < 10; ++round) {
+            std::string const pixels = makePixels(*pGeometry, 100 * thread + round);
+            saveTiffImageFile(path, makeMemoryImage(*pGeometry, pixels), g_compressions[thread % 3]);
+            EXPECT_EQ(readPixels(*loadTiffImageFile(path, eTBM_Default)), pixels);
+            EXPECT_EQ(readPixels(*openTiffImageFile(path, eTDM_Volume, eTBM_Default)), pixels);
+        }
+    });
+}
+
+TEST_F(TiffRoundTrip, EightThreadsReadOneOpenedImage) {
+    saveExample(eTC_Deflate);
+    DiskImagePtr pImage = openTiffImageFile(_path, eTDM_Volume, eTBM_Default);
+    onThreads(8, [&](unsigned int) {
+        for (int round = 0; round < 20; ++round) {
+            EXPECT_EQ(readPixels(*pImage), _pixels);
+        }
+    });
+    EXPECT_EQ(countOpen(_path), 1);
+    pImage.reset();
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
+TEST_F(TiffRoundTrip, EachThreadGetsTheWordsOfItsOwnFailure) {
+    onThreads(8, [&](unsigned int thread) {
+        fs::path const missing = _folder / (std::to_string(thread) + ".tif");
+        for (int round = 0; round < 20; ++round) {
+            EXPECT_EQ(textThrownBy([&] { loadTiffImageFile(missing, eTBM_Default); }),
+                      loadError(missing, openFailed(missing, "No such file or directory")));
+        }
+    });
+}
+
+#ifdef VELMO_TEST_LIMITS_MEMORY
+
+constexpr std::size_t g_planeKilobytes = 4096;
+constexpr std::size_t g_slackKilobytes = 2048;
+
+TEST_F(TiffRoundTrip, ASaveTakesThePixelsOfOnePlaneWhateverTheImageHas) {
+    auto const pImage = boost::make_shared<PlainImage>(*geometry3d(eIBT_UInt16, 2048, 1024, 16));
+    for (eTiffCompression const compression : g_compressions) {
+        std::string const text = inChild([&] {
+            return std::to_string(measurePeak([&] { saveTiffImageFile(_path, pImage, compression); }));
+        });
+        EXPECT_GT(std::stoul(text), g_planeKilobytes / 2) << compression;
+        EXPECT_LT(std::stoul(text), g_planeKilobytes + g_slackKilobytes) << compression;
+    }
+}
+
+TEST_F(TiffRoundTrip, ALoadTakesTheImageAndThePixelsOfOnePlane) {
+    auto const pImage = boost::make_shared<PlainImage>(*geometry3d(eIBT_UInt16, 2048, 1024, 16));
+    for (eTiffCompression const compression : g_compressions) {
+        saveTiffImageFile(_path, pImage, compression);
+        std::string const text = inChild([&] {
+            return std::to_string(measurePeak([&] {
+                ImagePtr pLoaded;
+                loadTiffImageFile(_path, eTBM_Default, pLoaded);
+                EXPECT_EQ(static_cast<char const*>(pLoaded->accessPlan(15, 0, 0))[0], 15);
+            }));
+        });
+        EXPECT_GE(std::stoul(text), 16 * g_planeKilobytes - g_slackKilobytes) << compression;
+        EXPECT_LT(std::stoul(text), 17 * g_planeKilobytes + g_slackKilobytes) << compression;
+    }
+}
+
+#endif
+
+} // namespace test
+} // namespace velmo
