@@ -4,7 +4,6 @@
 #include "TiffPlanFixture.h"
 
 #include <ctime>
-#include <regex>
 
 namespace velmo {
 namespace image {
@@ -104,7 +103,7 @@ TEST_F(TiffCreationTagsTest, DirectoriesOfSeparatePlanesCarryTheirTags) {
         EXPECT_EQ(readTags(_path, page), (Tags{2, 7, 5, 16, 1, 1, 1, 1, page, 8, names[page], 1, 5}));
         EXPECT_TRUE(isInterleavedRgb(openPlain(_path, "r", page).get(), _path) == false);
     }
-    EXPECT_EQ(TIFFNumberOfDirectories(openPlain(_path).get()), 8U);
+    EXPECT_EQ(countDirectories(_path), 8U);
 }
 
 TEST_F(TiffCreationTagsTest, DirectoriesOfInterleavedColoursCarryTheirTags) {
@@ -114,7 +113,7 @@ TEST_F(TiffCreationTagsTest, DirectoriesOfInterleavedColoursCarryTheirTags) {
         EXPECT_EQ(readTags(_path, page), (Tags{2, 7, 5, 32, 3, 2, 5, 1, page, 4, names[page], 3, 5}));
         EXPECT_TRUE(isInterleavedRgb(openPlain(_path, "r", page).get(), _path));
     }
-    EXPECT_EQ(TIFFNumberOfDirectories(openPlain(_path).get()), 4U);
+    EXPECT_EQ(countDirectories(_path), 4U);
 }
 
 TEST_F(TiffCreationTagsTest, RgbaHasFourSamples) {
@@ -128,7 +127,7 @@ TEST_F(TiffCreationTagsTest, AColourThatIsNotRgbHasADirectoryForEachChannel) {
         std::string const name = "T=0 C=" + std::to_string(channel) + " Z=0";
         EXPECT_EQ(readTags(_path, channel), (Tags{2, 4, 3, 8, 1, 1, 1, 1, channel, 3, name, 1, 3}));
     }
-    EXPECT_EQ(TIFFNumberOfDirectories(openPlain(_path).get()), 3U);
+    EXPECT_EQ(countDirectories(_path), 3U);
 }
 
 TEST_F(TiffCreationTagsTest, AColourTypeOutOfTheEnumerationCountsAsGrey) {
@@ -195,7 +194,9 @@ TEST_F(TiffCreationTagsTest, TheDateIsNowInTheFormatOfTiff) {
     createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3}));
     std::time_t const after = std::time(nullptr);
     std::string const date = findText(openPlain(_path), TIFFTAG_DATETIME).value_or("");
-    ASSERT_TRUE(std::regex_match(date, std::regex("\\d{4}:\\d\\d:\\d\\d \\d\\d:\\d\\d:\\d\\d"))) << date;
+    std::string const two = "[0-9][0-9]";
+    ASSERT_THAT(date,
+                testing::MatchesRegex(two + two + ":" + two + ":" + two + " " + two + ":" + two + ":" + two));
     std::tm parts{};
     ASSERT_NE(strptime(date.c_str(), "%Y:%m:%d %H:%M:%S", &parts), nullptr);
     parts.tm_isdst = -1;
@@ -241,6 +242,24 @@ TEST_F(TiffCreationTagsTest, ABinaryImageIsBinaryToThisModuleAndGreyOf8BitsToOth
     EXPECT_EQ(TIFFRewriteDirectory(pTiff.get()), 1);
     pTiff.reset();
     EXPECT_EQ(openPlanes(_path).pGeometry->getBufferType(), eIBT_UInt8);
+}
+
+TEST_F(TiffCreationTagsTest, TheTimeStepsOfAHeterogeneousSequenceHaveTheirOwnBits) {
+    ImageGeometryPtr const pModel = makeGeometry(eIBT_UInt8, {9, 3, 2, 1, 3});
+    auto const pGeometry = boost::make_shared<HeterogeneousImageGeometry>();
+    pGeometry->init(pModel->getVolumeGeometry(), pModel->getColorGeometry(), pModel->getTemporalGeometry(), 9,
+                    3, {eIBT_UInt8, eIBT_Real32, eIBT_Int16});
+    for (eTiffCompression const compression : {eTC_None, eTC_Lzw}) {
+        createPlanes(_path, pGeometry, compression);
+        int const bits[] = {8, 8, 32, 32, 16, 16};
+        int const formats[] = {1, 1, 3, 3, 2, 2};
+        for (std::uint16_t page = 0; page < 6; ++page) {
+            EXPECT_EQ(readTags(_path, page).bits, bits[page]);
+            EXPECT_EQ(readTags(_path, page).sampleFormat, formats[page]);
+            EXPECT_EQ(readDirectoryPixels(_path, page).size(),
+                      27U * static_cast<unsigned int>(bits[page]) / 8);
+        }
+    }
 }
 
 TEST_F(TiffCreationTagsTest, CompressionsHaveTheirNumbers) {

@@ -179,6 +179,28 @@ TEST_F(TiffPackedRowsTest, ACompressedStripWithoutRowsPerStripIsReadFromItsMiddl
     EXPECT_TRUE(planes.readPlane() == pixels);
 }
 
+TEST_F(TiffPackedRowsTest, ARowBehindTheLastIsAFailure) {
+    for (int const compression : {COMPRESSION_NONE, COMPRESSION_LZW}) {
+        Directory directory = makePacked(200, 11);
+        directory.compression = static_cast<std::uint16_t>(compression);
+        Planes const planes = open({directory});
+        for (vlUInt64 const row : {vlUInt64(11), vlUInt64(4294967296), vlUInt64(4294967299)}) {
+            PixelRun const run{0, 0, 0, row * 200, 3};
+            EXPECT_THAT(planes.tryRead(run), FailsLike(readRowFailed(row, run, _path))) << row;
+        }
+        PixelRun const run{0, 0, 0, 2190, 20};
+        EXPECT_THAT(planes.tryRead(run), FailsLike(readRowFailed(11, run, _path)));
+    }
+}
+
+TEST_F(TiffPackedRowsTest, BitsInTheOtherOrderAreTurned) {
+    Directory directory = makePacked(37, 5);
+    std::string const pixels = unpack(directory);
+    directory.tags[TIFFTAG_FILLORDER] = std::uint16_t(FILLORDER_LSB2MSB);
+    Planes const planes = open({directory});
+    EXPECT_EQ(planes.readPlane(), pixels);
+}
+
 TEST_F(TiffPackedRowsTest, ARowThatDoesNotDecodeIsNamed) {
     Directory directory = makePacked(g_wide, 6);
     directory.compression = COMPRESSION_ADOBE_DEFLATE;

@@ -96,9 +96,11 @@ std::string Planes::readPlane(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
 
 void Planes::write(PixelRun const& run, std::string const& pixels) const {
     ASSERT_EQ(pixels.size(), countBytes(run));
+    std::string const given(pixels.data(), pixels.size());
     EXPECT_THAT(writeTiffData(pTiff.get(), filePath, *pGeometry, run.z, run.c, run.t, run.start, run.count,
-                              pixels.data()),
+                              given.data()),
                 Succeeds());
+    EXPECT_TRUE(given == pixels) << "the pixels given were changed";
 }
 
 void Planes::writePlane(std::string const& pixels, vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
@@ -167,6 +169,11 @@ Planes plainPlanes(path const& path, char const* mode, ImageGeometryPtr const& p
     return {path, openPlain(path, mode), pGeometry};
 }
 
+unsigned int countDirectories(path const& path) {
+    TiffPtr const pTiff = openPlain(path);
+    return pTiff ? TIFFNumberOfDirectories(pTiff.get()) : 0;
+}
+
 std::string noise(vlUInt64 nbBytes, unsigned int seed) {
     std::mt19937 random(seed);
     std::string bytes(nbBytes, '\0');
@@ -177,7 +184,7 @@ std::string noise(vlUInt64 nbBytes, unsigned int seed) {
 }
 
 void expectDirectories(path const& path, std::vector<std::string> const& expected) {
-    EXPECT_EQ(TIFFNumberOfDirectories(openPlain(path).get()), expected.size());
+    EXPECT_EQ(countDirectories(path), expected.size());
     for (std::uint16_t directory = 0; directory < expected.size(); ++directory) {
         EXPECT_TRUE(readDirectoryPixels(path, directory) == expected[directory]) << "directory " << directory;
     }

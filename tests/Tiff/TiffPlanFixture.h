@@ -91,6 +91,9 @@ Planes openPlanesForWriting(path const& path);
 /// Through a handle of libtiff alone.
 Planes plainPlanes(path const& path, char const* mode, ImageGeometryPtr const& pGeometry);
 
+/// As libtiff alone counts them.
+unsigned int countDirectories(path const& path);
+
 /// Bytes without pattern, the same for the same seed.
 std::string noise(vlUInt64 nbBytes, unsigned int seed = 1);
 

@@ -167,6 +167,71 @@ TEST_F(TiffPlaneDataForeignTest, AnUncompressedLastStripOfFullSizeIsReadForItsRo
     EXPECT_EQ(openPlanes(_path).readPlane(), directory.pixels.replace(320, 120, 120, 'x'));
 }
 
+TEST_F(TiffPlaneDataForeignTest, BitsInTheOtherOrderAreTurned) {
+    for (Coding const& coding : {g_codings[0], g_codings[1], g_codings[3], g_codings[8]}) {
+        Directory directory = makeDirectory(coding, 1);
+        directory.tags[TIFFTAG_FILLORDER] = std::uint16_t(FILLORDER_LSB2MSB);
+        writeTiff(_path, {directory}, coding.mode);
+        EXPECT_TRUE(openPlanes(_path).readPlane() == directory.pixels) << coding.name;
+        Planes planes = openPlanesForWriting(_path);
+        std::string const pixels = noise(planes.countBytes({0, 0, 0, 70, 300}), 9);
+        planes.write({0, 0, 0, 70, 300}, pixels);
+        planes.pTiff.reset();
+        directory.pixels.replace(70 * coding.bits / 8, pixels.size(), pixels);
+        EXPECT_TRUE(readDirectoryPixels(_path, 0) == directory.pixels) << coding.name;
+    }
+}
+
+TEST_F(TiffPlaneDataForeignTest, TilesAreAFailureInLibtiffsWords) {
+    std::string tile = noise(256);
+    {
+        TiffPtr const pTiff = openPlain(_path, "w");
+        for (auto const& [tag, value] : std::map<std::uint32_t, int>{{TIFFTAG_IMAGEWIDTH, 16},
+                                                                     {TIFFTAG_IMAGELENGTH, 16},
+                                                                     {TIFFTAG_BITSPERSAMPLE, 8},
+                                                                     {TIFFTAG_PHOTOMETRIC, 1},
+                                                                     {TIFFTAG_TILEWIDTH, 16},
+                                                                     {TIFFTAG_TILELENGTH, 16}}) {
+            TIFFSetField(pTiff.get(), tag, value);
+        }
+        EXPECT_EQ(TIFFWriteEncodedTile(pTiff.get(), 0, tile.data(), 256), 256);
+    }
+    std::string const before = readFile(_path);
+    Planes planes = plainPlanes(_path, "r+", makeGeometry(eIBT_UInt8, {16, 16}));
+    PixelRun const run = planes.wholePlane();
+    EXPECT_THAT(planes.tryRead(run), FailsInWords(readStripFailed(0, run, _path)));
+    EXPECT_THAT(planes.tryRead(run), FailsLike("tiled image"));
+    EXPECT_THAT(planes.tryWrite(run), FailsInWords(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
+    planes.pTiff.release(); // NOLINT(bugprone-unused-return-value): it is closed
+    EXPECT_TRUE(readFile(_path) == before);
+}
+
+TEST_F(TiffPlaneDataForeignTest, EachTimeStepOfASequenceHasItsOwnType) {
+    Coding const wide = {"", COMPRESSION_LZW, PREDICTOR_HORIZONTAL, 32, 3, 1, "w"};
+    std::vector<Directory> directories = {makeDirectory(g_codings[0], 1), makeDirectory(g_codings[5], 2),
+                                          makeDirectory(wide, 3)};
+    directories[2].tags[TIFFTAG_PREDICTOR] = std::uint16_t(PREDICTOR_FLOATINGPOINT);
+    writeTiff(_path, directories);
+    OpenRequest request;
+    request.access = eIAM_ReadWrite;
+    request.directoryMode = eTDM_Temporal;
+    Planes const planes = openPlanes(_path, request);
+    for (vlUInt64 t = 0; t < 3; ++t) {
+        ImageGeometryPtr const pOwn =
+            makeGeometry(planes.pGeometry->getPlanGeometry(t).getBufferType(), {40, 11, 1, 1, 3});
+        std::string pixels(directories[t].pixels.size(), '\0');
+        EXPECT_THAT(
+            readTiffData(planes.pTiff.get(), _path, *planes.pGeometry, 0, 0, t, 0, g_nbPixels, pixels.data()),
+            Succeeds());
+        EXPECT_TRUE(pixels == directories[t].pixels) << t;
+        directories[t].pixels = noise(pixels.size(), 30);
+        EXPECT_THAT(writeTiffData(planes.pTiff.get(), _path, *pOwn, 0, 0, t, 0, g_nbPixels,
+                                  directories[t].pixels.data()),
+                    Succeeds());
+    }
+    expectDirectories(_path, {directories[0].pixels, directories[1].pixels, directories[2].pixels});
+}
+
 TEST_F(TiffPlaneDataForeignTest, AShortLastStripStaysWhereItIs) {
     Directory const directory = makeDirectory(g_codings[0], 1);
     writeTiff(_path, {directory, directory});
