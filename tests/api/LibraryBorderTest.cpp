@@ -4,6 +4,8 @@
 #include "RawFunctions.h"
 
 #include <VELMOImageFile/RawImageFile.h>
+#include <VELMOImageFile/TiffImageFile.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOImageFile/VELMOImageFileException.h>
 #include <VELMOSerialization/DynamicObjectFactory.h>
 #include <memory>
@@ -27,6 +29,23 @@ bool isCaughtAs(Action const& action) {
     return false;
 }
 
+/// The factory's two forms of an object of a class that this program knows.
+template <class Accessor>
+void expectMadeByName(std::string const& name) {
+    DynamicObjectFactory const& factory = DynamicObjectFactory::getInstance();
+    DynamicObjectPtr const pShared = factory.createShared(name);
+    ASSERT_TRUE(pShared);
+    EXPECT_EQ(pShared->getClassName(), name);
+    auto const pAccessor = boost::dynamic_pointer_cast<Accessor>(pShared);
+    ASSERT_TRUE(pAccessor);
+    BaseDynamicObject const& object = *pShared;
+    EXPECT_TRUE(typeid(object) == typeid(Accessor));
+    EXPECT_FALSE(pAccessor->isInit());
+    std::unique_ptr<BaseDynamicObject> const pNew(factory.createNew(name));
+    EXPECT_NE(dynamic_cast<BaseDiskImageAccessor*>(pNew.get()), nullptr);
+    EXPECT_NE(dynamic_cast<Accessor*>(pNew.get()), nullptr);
+}
+
 struct Unrelated : BaseException {
     Unrelated() : BaseException("", "", "", 0) {}
 };
@@ -41,19 +60,31 @@ TEST_F(RawFunctions, ItsExceptionIsCaughtByEachOfItsTypes) {
     EXPECT_FALSE(isCaughtAs<Unrelated>(action));
 }
 
+TEST_F(RawFunctions, TheExceptionOfATiffFunctionIsCaughtByEachOfItsTypes) {
+    Action const action = [&] { loadTiffImageFile("/missing", eTBM_Default); };
+    EXPECT_TRUE(isCaughtAs<VELMOImageFileException>(action));
+    EXPECT_TRUE(isCaughtAs<BaseException>(action));
+    EXPECT_FALSE(isCaughtAs<Unrelated>(action));
+}
+
 TEST(LibraryBorder, TheFactoryMakesAnAccessorByItsName) {
-    DynamicObjectFactory const& factory = DynamicObjectFactory::getInstance();
-    DynamicObjectPtr const pShared = factory.createShared("velmo::image::file::RawImageFile");
-    ASSERT_TRUE(pShared);
-    EXPECT_EQ(pShared->getClassName(), "velmo::image::file::RawImageFile");
-    auto const pAccessor = boost::dynamic_pointer_cast<RawImageFile>(pShared);
+    expectMadeByName<RawImageFile>("velmo::image::file::RawImageFile");
+    expectMadeByName<TiffImageFile>("velmo::image::file::TiffImageFile");
+}
+
+TEST(LibraryBorder, ATiffAccessorOfTheFactoryServesAnImage) {
+    TemporaryFolder const folder;
+    auto const pGeometry = makeSequence(eIBT_UInt8);
+    auto const pAccessor = boost::dynamic_pointer_cast<TiffImageFile>(
+        DynamicObjectFactory::getInstance().createShared(TiffImageFile::getTypeName()));
     ASSERT_TRUE(pAccessor);
-    BaseDynamicObject const& object = *pShared;
-    EXPECT_TRUE(typeid(object) == typeid(RawImageFile));
-    EXPECT_FALSE(pAccessor->isInit());
-    std::unique_ptr<BaseDynamicObject> const pNew(factory.createNew("velmo::image::file::RawImageFile"));
-    EXPECT_NE(dynamic_cast<BaseDiskImageAccessor*>(pNew.get()), nullptr);
-    EXPECT_NE(dynamic_cast<RawImageFile*>(pNew.get()), nullptr);
+    ASSERT_TRUE(pAccessor->createFile(folder / "image.tif", *pGeometry, nullptr));
+    DiskImagePtr pImage;
+    ASSERT_TRUE(ImageFactory::getInstance().createDiskImage(pAccessor, pImage));
+    EXPECT_NE(dynamic_cast<TiffImageFile const*>(pImage->getAccessor().get()), nullptr);
+    std::string const pixels = makePixels(*pGeometry);
+    writePixels(*pImage, pixels);
+    EXPECT_EQ(readPixels(*loadTiffImageFile(folder / "image.tif", eTBM_Default)), pixels);
 }
 
 TEST(LibraryBorder, AnAccessorOfTheFactoryServesAnImage) {

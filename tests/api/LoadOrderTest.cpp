@@ -4,11 +4,13 @@
 #include "RecordedLoad.h"
 
 #include <VELMOImageFile/RawImageFile.h>
+#include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/VELMOImageFileLog.h>
 #include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
+#include <set>
 
 namespace velmo {
 namespace test {
@@ -38,6 +40,7 @@ Texts getExpectedSteps() {
     append(steps, getCatalogue("of the module as a whole", 0));
     append(steps, {"mutex RawTypeName", "mutex RawVersion", "class velmo::image::file::RawImageFile"});
     append(steps, getCatalogue("N5velmo5image4file20eRawImageFileMessage6domainE", 15));
+    append(steps, {"mutex TiffHandler", "mutex TiffTypeName", "class velmo::image::file::TiffImageFile"});
     append(steps, getCatalogue("N5velmo5image4file21eTiffImageFileMessage6domainE", 46));
     append(steps, getCatalogue("N5velmo5image4file22eImageFileUtilsMessage6domainE", 2));
     return steps;
@@ -53,6 +56,21 @@ void const* getOnlyLock(Work const& work) {
     return locks.empty() ? nullptr : locks[0];
 }
 
+/// The mutex that a failed open locks to fetch libtiff's words, besides those that have a name.
+void const* getHandlerLock(std::map<void const*, std::string> const& names) {
+    std::vector<void const*> locks = recordLocks([] {
+        std::string userProperties;
+        TiffImageFile().openFile("/missing.tif", image::eIAM_ReadOnly, eTDM_Volume, eTBM_Default,
+                                 userProperties);
+    });
+    locks.erase(std::remove_if(locks.begin(), locks.end(),
+                               [&](void const* pMutex) { return names.count(pMutex) != 0; }),
+                locks.end());
+    EXPECT_FALSE(locks.empty());
+    EXPECT_EQ(std::set<void const*>(locks.begin(), locks.end()).size(), 1U);
+    return locks.empty() ? nullptr : locks[0];
+}
+
 /// The mutexes by what they guard.
 std::map<void const*, std::string> getMutexNames() {
     std::map<void const*, std::string> names;
@@ -62,6 +80,8 @@ std::map<void const*, std::string> getMutexNames() {
     names[getOnlyLock([] { getVELMOImageFileLogger(); })] = "Logger";
     names[getOnlyLock([] { RawImageFile::getTypeName(); })] = "RawTypeName";
     names[getOnlyLock([] { RawImageFile::getVersion(); })] = "RawVersion";
+    names[getOnlyLock([] { TiffImageFile::getTypeName(); })] = "TiffTypeName";
+    names[getHandlerLock(names)] = "TiffHandler";
     return names;
 }
 
@@ -101,7 +121,7 @@ TEST(LibraryLoad, StepsRunInTheirFixedOrderAndTheLoggerLocksItsNameInside) {
     EXPECT_NE(locks[0], locks[1]);
     EXPECT_EQ(locks[1], getOnlyLock([] { getVELMOImageFileLoggerName(); }));
     EXPECT_EQ(locks[0], getOnlyLock([] { getVELMOImageFileLogger(); }));
-    EXPECT_EQ(getMutexNames().size(), 5U);
+    EXPECT_EQ(getMutexNames().size(), 7U);
     EXPECT_EQ(getSteps(), getExpectedSteps());
 }
 

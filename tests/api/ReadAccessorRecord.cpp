@@ -8,6 +8,7 @@
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFile.h>
+#include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOSerialization/BinaryArchive.h>
 #include <VELMOSerialization/XmlArchive.h>
 #include <VELMOUtil/BaseException.h>
@@ -30,7 +31,12 @@ DynamicObjectPtr readRecord(std::string const& format, std::string const& path) 
     return archive.readObject("accessor");
 }
 
-void describe(file::RawImageFile const& accessor) {
+bool isOfThisModule(DynamicObjectPtr const& pObject) {
+    return dynamic_cast<file::RawImageFile const*>(pObject.get()) != nullptr ||
+           dynamic_cast<file::TiffImageFile const*>(pObject.get()) != nullptr;
+}
+
+void describe(BaseDiskImageAccessor const& accessor) {
     BaseImageGeometry const& geometry = accessor.getGeometry();
     std::cout << accessor.getClassName() << " mode " << accessor.getAccessMode() << " shared "
               << accessor.hasSharedRemoteAccess() << " sizes " << geometry.getSizeX() << ' '
@@ -38,7 +44,7 @@ void describe(file::RawImageFile const& accessor) {
               << geometry.getSizeT() << " type " << geometry.getBufferType() << '\n';
 }
 
-void writeAllPixels(file::RawImageFile const& accessor, std::string const& path) {
+void writeAllPixels(BaseDiskImageAccessor const& accessor, std::string const& path) {
     std::ofstream stream(path, std::ios::binary);
     BaseImageGeometry const& geometry = accessor.getGeometry();
     for (vlUInt64 plan = 0; plan < geometry.getNbPlans(); ++plan) {
@@ -60,11 +66,12 @@ int main(int argc, char** argv) {
         return 2;
     }
     try {
-        auto const pAccessor = boost::dynamic_pointer_cast<file::RawImageFile>(readRecord(argv[1], argv[2]));
-        if (!pAccessor) {
-            std::cout << "no raw image file\n";
+        DynamicObjectPtr const pObject = readRecord(argv[1], argv[2]);
+        if (!isOfThisModule(pObject)) {
+            std::cout << "no accessor of this module\n";
             return 1;
         }
+        auto const pAccessor = boost::dynamic_pointer_cast<BaseDiskImageAccessor>(pObject);
         describe(*pAccessor);
         writeAllPixels(*pAccessor, argv[3]);
         return 0;
