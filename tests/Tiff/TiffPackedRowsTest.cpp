@@ -190,6 +190,8 @@ TEST_F(TiffPackedRowsTest, ARowBehindTheLastIsAFailure) {
         }
         PixelRun const run{0, 0, 0, 2190, 20};
         EXPECT_THAT(planes.tryRead(run), FailsLike(readRowFailed(11, run, _path)));
+        constexpr vlUInt64 largest = NumericLimits<vlUInt64>::s_max;
+        EXPECT_FALSE(planes.tryRead({0, 0, 0, largest - 9, 20}));
     }
 }
 

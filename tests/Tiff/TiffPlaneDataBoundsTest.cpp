@@ -13,10 +13,15 @@ namespace {
 constexpr vlUInt64 g_nbPixels = 20000;
 constexpr vlUInt64 g_huge = vlUInt64(1) << 40U;
 
-constexpr PixelRun g_runsBeyond[] = {{0, 0, 0, g_nbPixels - 10, 20},  {0, 0, 0, 16200, 3801},
-                                     {0, 0, 0, 0, g_nbPixels + 1},    {0, 0, 0, g_nbPixels - 10, 9000},
-                                     {0, 0, 0, g_nbPixels, 1},        {0, 0, 0, g_nbPixels + 5000, 1},
-                                     {0, 0, 0, g_huge * 20000000, 3}, {0, 0, 0, g_huge, 100}};
+constexpr PixelRun g_runsBeyond[] = {{0, 0, 0, NumericLimits<vlUInt64>::s_max - 9, 20},
+                                     {0, 0, 0, g_nbPixels - 10, 20},
+                                     {0, 0, 0, 16200, 3801},
+                                     {0, 0, 0, 0, g_nbPixels + 1},
+                                     {0, 0, 0, g_nbPixels - 10, 9000},
+                                     {0, 0, 0, g_nbPixels, 1},
+                                     {0, 0, 0, g_nbPixels + 5000, 1},
+                                     {0, 0, 0, g_huge * 20000000, 3},
+                                     {0, 0, 0, g_huge, 100}};
 
 vlUInt64 lastStripOf(PixelRun const& run) {
     return std::max<vlUInt64>(run.start / 8100, 2); // where the plane ends, or where the run begins behind it
@@ -90,7 +95,7 @@ TEST_P(TiffPlaneDataBoundsTest, AGeometryThatIsNotTheFilesOverrunsNothing) {
         for (eImageBufferType const bufferType : {eIBT_UInt8, eIBT_Real32}) {
             ImageGeometryPtr const pGrey = makeGeometry(bufferType, sizes);
             ImageGeometryPtr const pRgba = makeColorGeometry(eCGT_Rgba, bufferType, sizes);
-            bool const bLarger = sizes.x > 100 || sizes.y > 200 || bufferType != eIBT_UInt8;
+            bool const bLarger = sizes.x * sizes.y > g_nbPixels;
             writeExample(1);
             std::string const before = readFile(_path);
             EXPECT_FALSE(bLarger && plainPlanes(_path, "r", pGrey).tryRead({0, 0, 0, 0, sizes.x * sizes.y}));
@@ -107,6 +112,22 @@ TEST_P(TiffPlaneDataBoundsTest, AGeometryThatIsNotTheFilesOverrunsNothing) {
             EXPECT_TRUE(readDirectoryPixels(_path, 1) == noise(4 * g_nbPixels)) << sizes.x << 'x' << sizes.y;
         }
     }
+}
+
+TEST_P(TiffPlaneDataBoundsTest, GeometriesWithoutPixelsHaveACleanOutcome) {
+    writeExample(3);
+    std::string const before = readFile(_path);
+    for (PlanSizes const& sizes : {PlanSizes{0, 3}, PlanSizes{4, 0}, PlanSizes{0, 0}}) {
+        Planes const planes = openAs(makeColorGeometry(eCGT_Rgb, eIBT_UInt8, sizes));
+        planes.read({0, 0, 0, 0, 0});
+        planes.readRgb({0, 0, 0, 0, 0});
+        for (vlUInt64 const start : {0U, 5U}) {
+            EXPECT_FALSE(planes.tryRead({0, 0, 0, start, 1}));
+            EXPECT_FALSE(planes.tryReadRgb({0, 0, 0, start, 1}));
+            EXPECT_FALSE(planes.tryWrite({0, 0, 0, start, 1}));
+        }
+    }
+    EXPECT_TRUE(readFile(_path) == before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Compressions, TiffPlaneDataBoundsTest,

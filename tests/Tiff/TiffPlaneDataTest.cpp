@@ -149,6 +149,22 @@ TEST_P(TiffPlaneDataTest, NoPixelsAreNoFailureAndMoveNothing) {
     EXPECT_TRUE(readFile(_path) == bytes);
 }
 
+TEST_P(TiffPlaneDataTest, TheStripsOfAPlaneLieInTheirOrderWhateverTheOrderOfWrites) {
+    Planes const planes = createExample();
+    std::string plane(g_nbPixels, '\0');
+    unsigned int seed = 0;
+    for (vlUInt64 const start : {16200U, 0U, 8100U, 16200U, 100U, 9000U}) {
+        std::string const pixels = noise(3800, ++seed);
+        planes.write({1, 0, 0, start, 3800}, pixels);
+        plane.replace(start, 3800, pixels);
+    }
+    planes.writePlane(plane, 1);
+    EXPECT_TRUE(readDirectoryPixels(_path, 1) == plane);
+    TiffPtr const pTiff = openPlain(_path, "r", 1);
+    EXPECT_LT(TIFFGetStrileOffset(pTiff.get(), 0), TIFFGetStrileOffset(pTiff.get(), 1));
+    EXPECT_LT(TIFFGetStrileOffset(pTiff.get(), 1), TIFFGetStrileOffset(pTiff.get(), 2));
+}
+
 TEST_P(TiffPlaneDataTest, OneChannelOfRgbKeepsTheOthers) {
     ImageGeometryPtr const pGeometry = makeColorGeometry(eCGT_Rgb, eIBT_UInt16, {50, 90, 2});
     Planes const planes = createPlanes(_path, pGeometry, GetParam());
