@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CapturedLog.h"
+#include "FailingLog.h"
 #include "Threshold.h"
 
 #include <VELMOUtil/BaseException.h>
@@ -12,7 +13,6 @@
 #include <atomic>
 #include <functional>
 #include <gtest/gtest.h>
-#include <log4cplus/appender.h>
 #include <log4cplus/loglevel.h>
 #include <optional>
 #include <stdexcept>
@@ -102,35 +102,6 @@ void expectGuardFailure(Feed const& feed, std::string const& cause) {
     EXPECT_EQ(records[0].file, g_site.file);
     EXPECT_EQ(records[0].line, static_cast<int>(g_site.line));
 }
-
-/// A log that fails: throws at each record of a logger while it lives.
-class FailingLog {
-  public:
-    FailingLog(log4cplus::Logger const& logger, std::function<void()> fail)
-        : _logger(logger), _pAppender(new Appender(std::move(fail))) {
-        _logger.addAppender(_pAppender);
-    }
-    ~FailingLog() { _logger.removeAppender(_pAppender); }
-    FailingLog(FailingLog const&) = delete;
-    FailingLog& operator=(FailingLog const&) = delete;
-
-  private:
-    class Appender : public log4cplus::Appender {
-      public:
-        explicit Appender(std::function<void()> fail) : _fail(std::move(fail)) {}
-        ~Appender() override { destructorImpl(); }
-        void close() override {}
-
-      protected:
-        void append(log4cplus::spi::InternalLoggingEvent const& /*event*/) override { _fail(); }
-
-      private:
-        std::function<void()> _fail;
-    };
-
-    log4cplus::Logger _logger;
-    log4cplus::SharedAppenderPtr _pAppender;
-};
 
 } // namespace
 
