@@ -44,8 +44,10 @@ class TiffErrorHandlerProcess : public TiffTest {
     Outcome run(std::string const& scenario) const {
         path const output = _folder / "output";
         path const errors = _folder / "errors";
-        std::string const command = std::string(VELMO_TEST_TIFF_WORDS) + " " + scenario + " " +
-                                    _path.string() + " >" + output.string() + " 2>" + errors.string();
+        // what an exception leaves behind in libtiff is not freed
+        std::string const command = std::string("ASAN_OPTIONS=detect_leaks=0 ") + VELMO_TEST_TIFF_WORDS +
+                                    " " + scenario + " " + _path.string() + " >" + output.string() + " 2>" +
+                                    errors.string();
         int const status = std::system(command.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(output), readFile(errors)};
     }
