@@ -50,8 +50,15 @@ class ArchiveOfEachKind : public testing::Test {
     }
 };
 
+struct KindNames {
+    template <class Kind>
+    static std::string GetName(int /*index*/) {
+        return Kind::isTextual ? "Xml" : "Binary";
+    }
+};
+
 using Kinds = testing::Types<Binary, Xml>;
-TYPED_TEST_SUITE(ArchiveOfEachKind, Kinds);
+TYPED_TEST_SUITE(ArchiveOfEachKind, Kinds, KindNames);
 
 } // namespace
 
