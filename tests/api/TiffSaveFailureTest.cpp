@@ -112,6 +112,20 @@ TEST_F(TiffSaveFailure, MorePlanesThanAFileCanHaveAreRefusedAndNoFileIsMade) {
     EXPECT_FALSE(fs::exists(_path));
 }
 
+TEST_F(TiffSaveFailure, PlanesWithoutPixelsAreTheSaveErrorWithLibtiffsWords) {
+    ImageGeometryPtr const geometries[] = {geometry3d(eIBT_UInt8, 0, 3, 2), geometry3d(eIBT_UInt8, 3, 0, 2),
+                                           geometry3d(eIBT_None, 3, 3, 1)};
+    for (ImageGeometryPtr const& pGeometry : geometries) {
+        SCOPED_TRACE(describeGeometry(*pGeometry));
+        auto const raised =
+            expectRaised([&] { saveTiffImageFile(_path, makeMemoryImage(*pGeometry, ""), eTC_None); });
+        ASSERT_TRUE(raised);
+        EXPECT_THAT(raised->text, testing::StartsWith(saveError(_path, "")));
+        EXPECT_THAT(raised->text, testing::ContainsRegex("\nTiff Error : ."));
+        EXPECT_EQ(countOpen(_path), 0);
+    }
+}
+
 // Full disks
 
 TEST_F(TiffSaveFailure, WhereverTheDiskIsFullTheSaveErrorNamesTheFileWithLibtiffsWords) {

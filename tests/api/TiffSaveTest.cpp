@@ -115,8 +115,8 @@ TEST_F(TiffSave, EachStepOfAHeterogeneousSequenceIsWrittenWithItsOwnType) {
 }
 
 TEST_F(TiffSave, AnyTextIsKeptAndNoTextLeavesNoTrace) {
-    for (std::string const& text :
-         {std::string(" "), std::string("\n"), std::string("a text"), std::string()}) {
+    for (std::string const& text : {std::string(1000000, 'x'), std::string(" "), std::string("\n"),
+                                    std::string("a text"), std::string()}) {
         ImagePtr const pImage = makeMemoryImage(*_pGeometry, _pixels);
         pImage->setUserPropertiesStr(text);
         saveTiffImageFile(_path, pImage, eTC_None);
