@@ -118,7 +118,7 @@ BoolResult Planes::tryReadRgb(PixelRun const& run, Channels& channels) const {
 }
 
 BoolResult Planes::tryReadRgb(PixelRun const& run) const {
-    Channels channels(4);
+    Channels channels(pGeometry->getSizeC() == 4 ? 4 : 3);
     return tryReadRgb(run, channels);
 }
 
