@@ -28,6 +28,10 @@ constexpr vlUInt64 g_largeRead = 4096;
 /// libtiff would give a file that is shorter than its header a new one.
 constexpr vlUInt64 g_headerSize = 8;
 
+/// "c" leaves a single large strip as it is. Without it libtiff makes small ones of it and, in this mode
+/// alone, as many as the directory announces, whatever the size of the file.
+char const* const g_updateMode = "r+c";
+
 char const* const g_clientName = "VELMOImageFile";
 
 int toOpenFlags(char const* mode) {
@@ -122,8 +126,9 @@ TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
         return nullptr;
     }
     std::unique_ptr<TiffStream> pStream(new TiffStream(descriptor, mode[0] == 'w'));
-    bool const bTooShort = mode[0] == 'r' && pStream->getSize() < g_headerSize;
-    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode);
+    bool const bUpdate = std::strcmp(mode, "r+") == 0;
+    bool const bTooShort = bUpdate && pStream->getSize() < g_headerSize;
+    return openHandle(std::move(pStream), path, bTooShort ? "r" : bUpdate ? g_updateMode : mode);
 }
 
 TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
