@@ -152,6 +152,7 @@ TEST_F(TiffPlaneDataForeignHandleTest, ADirectoryThatTheCallerAddsIsReached) {
     Planes const planes = createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3, 1}));
     planes.writePlane("abcdefghijkl");
     ASSERT_EQ(TIFFSetDirectory(planes.pTiff.get(), 0), 1);
+    TIFFFreeDirectory(planes.pTiff.get());
     TIFFCreateDirectory(planes.pTiff.get());
     for (auto const& [tag, value] : std::map<std::uint32_t, int>{{TIFFTAG_IMAGEWIDTH, 4},
                                                                  {TIFFTAG_IMAGELENGTH, 3},
