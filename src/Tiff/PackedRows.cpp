@@ -30,10 +30,13 @@ class PackedRows {
   public:
     explicit PackedRows(PlanContext const& context)
         : _context(context), _sizeX(context.geometry.getSizeX()),
-          _rowsPerStrip(getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0)),
           _nbRows(getTag<std::uint32_t>(context.pTiff, TIFFTAG_IMAGELENGTH).value_or(0)),
+          _rowsPerStrip(getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0)),
           _bCompressed(getTag<std::uint16_t>(context.pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE) !=
                        COMPRESSION_NONE) {
+        if (_rowsPerStrip == 0) { // all rows in one
+            _rowsPerStrip = std::max<vlUInt64>(1, _nbRows);
+        }
         tmsize_t const scanlineSize = TIFFScanlineSize(context.pTiff);
         _buffer.resize(
             std::max((_sizeX + 7) / 8, static_cast<vlUInt64>(std::max<tmsize_t>(0, scanlineSize))));
@@ -42,7 +45,7 @@ class PackedRows {
     /// Codecs know no other start than a strip's first row.
     BoolResult skipTo(vlUInt64 row) {
         BoolResult result = success();
-        if (_bCompressed && _rowsPerStrip != 0) {
+        if (_bCompressed && row < _nbRows) {
             for (vlUInt64 before = row - row % _rowsPerStrip; result && before < row; ++before) {
                 result = read(before);
             }
@@ -51,6 +54,9 @@ class PackedRows {
     }
 
     BoolResult read(vlUInt64 row) {
+        if (row >= _nbRows) { // libtiff would cut its number to 32 bits
+            return failToReadRow(row);
+        }
         std::fill(_buffer.begin(), _buffer.end(), std::byte{0});
         ZlibDecoding const zlib(_context.pTiff, isInShortStrip(row) && isDeflate(_context.pTiff));
         if (TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1) {
@@ -68,14 +74,12 @@ class PackedRows {
     std::byte const* getBits() const { return _buffer.data(); }
 
   private:
-    bool isInShortStrip(vlUInt64 row) const {
-        return _rowsPerStrip != 0 && row - row % _rowsPerStrip + _rowsPerStrip > _nbRows;
-    }
+    bool isInShortStrip(vlUInt64 row) const { return row - row % _rowsPerStrip + _rowsPerStrip > _nbRows; }
 
     PlanContext const& _context;
     vlUInt64 _sizeX;
-    vlUInt64 _rowsPerStrip;
     vlUInt64 _nbRows;
+    vlUInt64 _rowsPerStrip;
     bool _bCompressed;
     std::vector<std::byte> _buffer;
 };
@@ -89,6 +93,9 @@ BoolResult readPackedRows(PlanContext const& context, std::byte* pPixels) {
         return success();
     }
     PackedRows rows(context);
+    if (!context.isRunInside()) {
+        return rows.failToReadRow(std::max(context.run.pixelStart / sizeX, context.geometry.getSizeY()));
+    }
     if (getImageBufferBaseSize(context.bufferType) != 1) { // a page among others of wider pixels
         return rows.failToReadRow(context.run.pixelStart / sizeX);
     }

@@ -50,6 +50,11 @@ BoolResult PlanContext::reachMovedDirectory() const {
     return reachDirectory();
 }
 
+bool PlanContext::isRunInside() const {
+    vlUInt64 const nbPixels = geometry.getPlanNbPixels();
+    return run.nbPixels <= nbPixels && run.pixelStart <= nbPixels - run.nbPixels;
+}
+
 BoolResult PlanContext::requireChannels() const {
     vlUInt64 const samples = getTag<std::uint16_t>(pTiff, TIFFTAG_SAMPLESPERPIXEL).value_or(g_unsaidSamples);
     if (samples == nbChannels && (samples == 3 || samples == 4)) {

@@ -39,8 +39,14 @@ StripTransfer::~StripTransfer() = default;
 BoolResult StripTransfer::run() {
     vlUInt64 const nbPixels = _context.run.nbPixels;
     vlUInt64 const stripPixels = getLayout().getStripPixels();
-    if (nbPixels != 0 && (stripPixels == 0 || !getLayout().isCountable())) {
+    if (nbPixels == 0) {
+        return success();
+    }
+    if (stripPixels == 0 || !getLayout().isCountable()) {
         return failAtStrip(0);
+    }
+    if (!_context.isRunInside()) {
+        return failAtStrip(std::max(_context.run.pixelStart, getLayout().getNbPixels()) / stripPixels);
     }
     while (_nbDone < nbPixels) {
         vlUInt64 const pixel = _context.run.pixelStart + _nbDone;

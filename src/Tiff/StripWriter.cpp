@@ -18,7 +18,12 @@ BoolResult StripWriter::failAtStrip(vlUInt64 strip) const {
 }
 
 /// One channel is written as it is, whatever part of a strip it covers; others merge with what the file has.
+/// Parts of strips that a file cut short no longer has are left to the way that reads them first.
 bool StripWriter::movePlain(Block const& block) {
+    bool const bWhole = block.position == 0 && block.nbPixels % getLayout().getStripPixels() == 0;
+    if (!bWhole && !getStrips().isInFile(block.strip, getSkip(block), getSize(block))) {
+        return false;
+    }
     if (getNbChannels() == 1) {
         return getStrips().writePlain(block.strip, getSkip(block), getSize(block),
                                       _channels.front().pPixels + getPlanOffset());

@@ -28,9 +28,11 @@ constexpr vlUInt64 g_largeRead = 4096;
 /// libtiff would give a file that is shorter than its header a new one.
 constexpr vlUInt64 g_headerSize = 8;
 
-/// "c" leaves a single large strip as it is. Without it libtiff makes small ones of it and, in this mode
-/// alone, as many as the directory announces, whatever the size of the file.
-char const* const g_updateMode = "r+c";
+/// What libtiff may allocate at once for a file that is read: the arrays of a directory and one strip as the
+/// file has it. In mode "r+" it would cut a large single strip into as many small ones as the directory
+/// announces.
+constexpr vlUInt64 g_smallAllocation = vlUInt64{64} << 20;
+constexpr vlUInt64 g_allocationFactor = 64;
 
 char const* const g_clientName = "VELMOImageFile";
 
@@ -126,16 +128,22 @@ TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
         return nullptr;
     }
     std::unique_ptr<TiffStream> pStream(new TiffStream(descriptor, mode[0] == 'w'));
-    bool const bUpdate = std::strcmp(mode, "r+") == 0;
-    bool const bTooShort = bUpdate && pStream->getSize() < g_headerSize;
-    return openHandle(std::move(pStream), path, bTooShort ? "r" : bUpdate ? g_updateMode : mode);
+    bool const bTooShort = std::strcmp(mode, "r+") == 0 && pStream->getSize() < g_headerSize;
+    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode);
 }
 
 TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
                              char const* mode) {
     using Client = ClientProcedures;
-    TIFF* const pTiff = TIFFClientOpen(path.c_str(), mode, pStream.get(), Client::read, Client::write,
-                                       Client::seek, Client::close, Client::size, nullptr, nullptr);
+    std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> const pOptions(TIFFOpenOptionsAlloc(),
+                                                                                TIFFOpenOptionsFree);
+    if (pOptions && mode[0] == 'r') {
+        vlUInt64 const limit = std::max(g_smallAllocation, pStream->getSize() * g_allocationFactor);
+        TIFFOpenOptionsSetMaxSingleMemAlloc(pOptions.get(), static_cast<tmsize_t>(limit));
+    }
+    TIFF* const pTiff =
+        TIFFClientOpenExt(path.c_str(), mode, pStream.get(), Client::read, Client::write, Client::seek,
+                          Client::close, Client::size, nullptr, nullptr, pOptions.get());
     if (pTiff != nullptr) {
         TIFFSetClientInfo(pTiff, pStream.release(), g_clientName);
     }

@@ -37,6 +37,10 @@ std::uint16_t getCompression(TIFF* pTiff) {
     return getTag<std::uint16_t>(pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE);
 }
 
+bool hasUsualFillOrder(TIFF* pTiff) {
+    return getTag<std::uint16_t>(pTiff, TIFFTAG_FILLORDER).value_or(FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB;
+}
+
 std::uint32_t toStripNumber(vlUInt64 strip) {
     return static_cast<std::uint32_t>(std::min<vlUInt64>(strip, NumericLimits<std::uint32_t>::s_max));
 }
@@ -75,10 +79,9 @@ TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout)
 bool TiffStrips::liesAsInMemory() const {
     auto const width = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
     auto const length = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGELENGTH).value_or(0);
-    auto const fillOrder = getTag<std::uint16_t>(_pTiff, TIFFTAG_FILLORDER).value_or(FILLORDER_MSB2LSB);
     bool const bOneByte = getTag<std::uint16_t>(_pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0) == 8;
     return _pStream != nullptr && !_bCompressed && TIFFIsTiled(_pTiff) == 0 &&
-           (TIFFIsByteSwapped(_pTiff) == 0 || bOneByte) && fillOrder == FILLORDER_MSB2LSB &&
+           (TIFFIsByteSwapped(_pTiff) == 0 || bOneByte) && hasUsualFillOrder(_pTiff) &&
            width == _layout.sizeX && length == _layout.sizeY &&
            static_cast<vlUInt64>(TIFFScanlineSize(_pTiff)) == _layout.sizeX * _layout.pixelStride;
 }
@@ -101,6 +104,11 @@ vlUInt64 TiffStrips::countPlain(vlUInt64 strip, vlUInt64 nbWanted) const {
 bool TiffStrips::readPlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void* pBuffer) {
     _bPlain = _pStream->readAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
     return _bPlain;
+}
+
+bool TiffStrips::isInFile(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes) const {
+    auto const end = checkedAdd(getOffset(_pTiff, strip), skip + nbBytes);
+    return end && *end <= _pStream->getSize();
 }
 
 bool TiffStrips::writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void const* pBuffer) {
@@ -130,13 +138,13 @@ long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
     bool const bCut =
         isShort(strip) && (_bCompressed || getByteCount(_pTiff, strip) < _layout.getStripBytes());
     vlUInt64 const nbBytes = bCut ? _layout.getBytesOf(strip) : _layout.getStripBytes();
-    std::vector<std::byte> swapped; // libtiff swaps in place
-    if (TIFFIsByteSwapped(_pTiff) != 0) {
+    std::vector<std::byte> turned; // libtiff turns bytes and bits in place
+    if (TIFFIsByteSwapped(_pTiff) != 0 || !hasUsualFillOrder(_pTiff)) {
         auto const* const pBytes = static_cast<std::byte const*>(pBuffer);
-        swapped.assign(pBytes, pBytes + nbBytes);
+        turned.assign(pBytes, pBytes + nbBytes);
     }
     return TIFFWriteEncodedStrip(_pTiff, toStripNumber(strip),
-                                 swapped.empty() ? const_cast<void*>(pBuffer) : swapped.data(),
+                                 turned.empty() ? const_cast<void*>(pBuffer) : turned.data(),
                                  static_cast<tmsize_t>(nbBytes));
 }
 

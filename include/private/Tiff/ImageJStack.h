@@ -7,7 +7,7 @@
 #include <VELMOUtil/BoolResult.h>
 #include <boost/filesystem/path.hpp>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {

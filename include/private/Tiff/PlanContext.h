@@ -9,7 +9,7 @@
 #include <VELMOUtil/BoolResult.h>
 #include <boost/filesystem/path.hpp>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {
@@ -39,6 +39,8 @@ struct PlanContext {
     BoolResult reachDirectory() const;
     /// The same after libtiff moved a directory in the file.
     BoolResult reachMovedDirectory() const;
+    /// Whether the plane has all pixels of the run.
+    bool isRunInside() const;
     /// Whether the channels share a directory.
     bool isInterleaved() const { return nbChannels != 1; }
     /// Fails where the channels share a directory, unless its pixels have that many samples, 3 or 4.

@@ -9,7 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {

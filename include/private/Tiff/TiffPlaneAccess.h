@@ -10,7 +10,7 @@
 #include <boost/filesystem/path.hpp>
 #include <vector>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {

@@ -9,7 +9,7 @@
 #include <boost/filesystem/path.hpp>
 #include <string>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {

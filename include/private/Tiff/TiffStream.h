@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {

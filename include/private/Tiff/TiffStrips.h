@@ -5,7 +5,7 @@
 
 #include <VELMOUtil/Types.h>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {
@@ -49,6 +49,8 @@ class TiffStrips {
     /// plain any more, where that does not move them all.
     bool readPlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void* pBuffer);
     bool writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void const* pBuffer);
+    /// Whether the file reaches to the end of bytes of plain strips.
+    bool isInFile(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes) const;
 
     /// Decodes the first `nbBytes` bytes of a strip; as many as libtiff says, less than 0 for none.
     long read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;

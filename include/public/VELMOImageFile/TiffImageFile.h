@@ -8,7 +8,7 @@
 #include <VELMOImageFile/TiffImageFileTypes.h>
 #include <boost/thread/mutex.hpp>
 
-typedef struct tiff TIFF;
+using TIFF = struct tiff;
 
 namespace velmo {
 namespace image {
