@@ -3,16 +3,15 @@
 
 #pragma once
 
+#include "Processes.h"
+#include "Results.h"
 #include "TemporaryFolder.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFile.h>
 
-#include <functional>
-#include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <thread>
 #include <vector>
 
 namespace velmo {
@@ -20,6 +19,15 @@ namespace image {
 namespace file {
 
 using boost::filesystem::path;
+using velmo::test::asOrdinaryUser;
+using velmo::test::countDescriptors;
+using velmo::test::countingBytes;
+using velmo::test::FailsWith;
+using velmo::test::g_noSuchUser;
+using velmo::test::inChild;
+using velmo::test::inOtherThread;
+using velmo::test::onThreads;
+using velmo::test::Succeeds;
 
 constexpr eImageAccessMode g_accessModeOne = static_cast<eImageAccessMode>(1);
 constexpr vlUInt64 g_largest = NumericLimits<vlUInt64>::s_max;
@@ -70,43 +78,6 @@ void writePixels(RawImageFile& file, PixelRun const& run, std::string const& byt
 BoolResult tryRead(RawImageFile const& file, PixelRun const& run);
 BoolResult tryWrite(RawImageFile& file, PixelRun const& run);
 
-/// `nbBytes` bytes that go up from `first` and begin anew behind 250, which shifts planes against each other.
-std::string countingBytes(vlUInt64 nbBytes, unsigned int first = 1);
-
-/// Descriptors of this process on a file, which may have been removed since.
-std::size_t countDescriptors(path const& path);
-
-/// What `work` returns in a child process, which is killed when it takes a minute; "killed" or the like where
-/// it did not come to its end.
-std::string inChild(std::function<std::string()> const& work);
-/// The same for a user without rights on other users' files; "no such user" where the process cannot become
-/// one.
-std::string asOrdinaryUser(std::function<std::string()> const& work);
-constexpr char const* g_noSuchUser = "no such user";
-
-inline void inOtherThread(std::function<void()> const& work) {
-    std::thread(work).join();
-}
-
-/// Calls `work` with 0 to `nbThreads` - 1, each on a thread of its own, which all exist before the first
-/// begins.
-template <class Work>
-void onThreads(unsigned int nbThreads, Work const& work) {
-    std::promise<void> start;
-    std::shared_future<void> const started(start.get_future());
-    std::vector<std::thread> threads;
-    for (unsigned int index = 0; index < nbThreads; ++index) {
-        threads.emplace_back([&work, started, index] {
-            started.wait();
-            work(index);
-        });
-    }
-    start.set_value();
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 /// What an exception says that `work` must throw.
 template <class Exception, class Work>
 std::string textThrownBy(Work const& work) {
@@ -117,16 +88,6 @@ std::string textThrownBy(Work const& work) {
     }
     ADD_FAILURE() << "nothing was thrown";
     return {};
-}
-
-MATCHER(Succeeds, "") {
-    *result_listener << arg.getMessage();
-    return static_cast<bool>(arg) && arg.getMessage().empty();
-}
-
-MATCHER_P(FailsWith, text, "") {
-    *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();
-    return !arg && arg.getMessage() == text;
 }
 
 /// A folder of its own and a path in it where no file is yet.

@@ -4,20 +4,13 @@
 #include "TiffFixture.h"
 
 #include <algorithm>
-#include <boost/filesystem/operations.hpp>
 #include <memory>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace velmo {
 namespace image {
 namespace file {
 
 namespace {
-
-namespace fs = boost::filesystem;
-
-constexpr unsigned int g_secondsOfChild = 60;
 
 using Handle = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
 
@@ -73,36 +66,7 @@ void writeStrips(TIFF* pTiff, Directory const& directory) {
     }
 }
 
-std::string readToEnd(int descriptor) {
-    std::string text;
-    char block[256];
-    for (ssize_t got = 0; (got = read(descriptor, block, sizeof(block))) > 0;) {
-        text.append(block, static_cast<std::size_t>(got));
-    }
-    return text;
-}
-
-[[noreturn]] void runChild(int descriptor, std::function<std::string()> const& work) {
-    alarm(g_secondsOfChild);
-    std::string text;
-    try {
-        text = work();
-    } catch (std::exception const& exception) {
-        text = std::string("thrown: ") + exception.what();
-    }
-    ssize_t const put = write(descriptor, text.data(), text.size());
-    _exit(put == static_cast<ssize_t>(text.size()) ? 0 : 1);
-}
-
 } // namespace
-
-std::string countingBytes(std::size_t nbBytes, unsigned int first) {
-    std::string bytes(nbBytes, '\0');
-    for (std::size_t index = 0; index < nbBytes; ++index) {
-        bytes[index] = static_cast<char>((first + index) % 251U);
-    }
-    return bytes;
-}
 
 std::size_t Directory::countBytes() const {
     bool const bSeparate = planarConfig == PLANARCONFIG_SEPARATE;
@@ -144,34 +108,6 @@ OpenedTiff::~OpenedTiff() {
     if (pTiff != nullptr) {
         TIFFClose(pTiff);
     }
-}
-
-std::size_t countDescriptors(path const& path) {
-    std::string const name = (fs::canonical(path.parent_path()) / path.filename()).string();
-    std::size_t count = 0;
-    for (fs::directory_entry const& entry : fs::directory_iterator("/proc/self/fd")) {
-        boost::system::error_code gone;
-        count += fs::read_symlink(entry.path(), gone).string() == name ? 1 : 0;
-    }
-    return count;
-}
-
-std::string inChild(std::function<std::string()> const& work) {
-    int ends[2] = {};
-    if (pipe(ends) != 0) {
-        return "no pipe";
-    }
-    pid_t const child = fork();
-    if (child == 0) {
-        close(ends[0]);
-        runChild(ends[1], work);
-    }
-    close(ends[1]);
-    std::string const text = readToEnd(ends[0]);
-    close(ends[0]);
-    int status = -1;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? text : "killed";
 }
 
 } // namespace file

@@ -3,18 +3,17 @@
 
 #pragma once
 
+#include "Processes.h"
+#include "Results.h"
 #include "TemporaryFolder.h"
 #include "Tiff/TiffErrorHandler.h"
 #include "Tiff/TiffImageFileTools.h"
 
 #include <cstdint>
-#include <functional>
-#include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <string>
-#include <thread>
 #include <tiffio.h>
 #include <variant>
 #include <vector>
@@ -24,11 +23,18 @@ namespace image {
 namespace file {
 
 using boost::filesystem::path;
+using velmo::test::asOrdinaryUser;
+using velmo::test::countDescriptors;
+using velmo::test::countingBytes;
+using velmo::test::FailsLike;
+using velmo::test::FailsWith;
+using velmo::test::g_noSuchUser;
+using velmo::test::inChild;
+using velmo::test::inOtherThread;
+using velmo::test::onThreads;
 using velmo::test::readFile;
+using velmo::test::Succeeds;
 using velmo::test::writeFile;
-
-/// `nbBytes` bytes that go up from `first` and begin anew behind 250, which shifts planes against each other.
-std::string countingBytes(std::size_t nbBytes, unsigned int first = 1);
 
 // ---- Files as libtiff writes them
 
@@ -130,47 +136,6 @@ class OpenedTiff {
     std::string userProperties = "untouched";
     BoolResult result;
 };
-
-MATCHER(Succeeds, "") {
-    *result_listener << arg.getMessage();
-    return static_cast<bool>(arg) && arg.getMessage().empty();
-}
-
-MATCHER_P(FailsWith, text, "") {
-    *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();
-    return !arg && arg.getMessage() == text;
-}
-
-MATCHER_P(FailsLike, part, "") {
-    *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();
-    return !arg && arg.getMessage().find(part) != std::string::npos;
-}
-
-/// Descriptors of this process on a file.
-std::size_t countDescriptors(path const& path);
-
-/// What `work` returns in a child process, which is killed when it takes a minute; "killed" where it did not
-/// come to its end.
-std::string inChild(std::function<std::string()> const& work);
-
-/// Calls `work` with 0 to `nbThreads` - 1, each on a thread of its own, which all exist before the first
-/// begins.
-template <class Work>
-void onThreads(unsigned int nbThreads, Work const& work) {
-    std::promise<void> start;
-    std::shared_future<void> const started(start.get_future());
-    std::vector<std::thread> threads;
-    for (unsigned int index = 0; index < nbThreads; ++index) {
-        threads.emplace_back([&work, started, index] {
-            started.wait();
-            work(index);
-        });
-    }
-    start.set_value();
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
 
 /// A folder of its own, a path in it where no file is yet, and libtiff's words caught and empty.
 class TiffTest : public testing::Test {
