@@ -5,7 +5,6 @@
 
 #include <boost/filesystem/operations.hpp>
 #include <fstream>
-#include <unistd.h>
 
 namespace velmo {
 namespace test {
@@ -16,7 +15,6 @@ using namespace image::file;
 
 namespace {
 
-constexpr unsigned int g_nobody = 65534;
 constexpr std::uint32_t g_userPropertiesTag = 65000;
 constexpr vlUInt64 g_sizeX = 5;
 constexpr vlUInt64 g_sizeY = 3;
@@ -68,15 +66,6 @@ std::string openFailed(fs::path const& path, std::string const& words) {
 std::string createFailed(fs::path const& path, std::string const& words) {
     return "Failed to create tiff image file " + path.string() + "\nTiff Error : " + path.string() + ": " +
            words;
-}
-
-std::string asOrdinaryUser(std::function<std::string()> const& work) {
-    return inChild([&]() -> std::string {
-        if (geteuid() == 0 && (setegid(g_nobody) != 0 || setuid(g_nobody) != 0)) {
-            return g_noSuchUser;
-        }
-        return work();
-    });
 }
 
 std::string textThrownBy(Action const& action) {

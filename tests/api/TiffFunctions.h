@@ -5,6 +5,7 @@
 
 #include "../Tiff/TiffFixture.h"
 #include "ImageBytes.h"
+#include "Processes.h"
 #include "Raised.h"
 #include "TemporaryFolder.h"
 
@@ -28,10 +29,6 @@ std::string saveError(boost::filesystem::path const& path, std::string const& lo
 std::string openFailed(boost::filesystem::path const& path, std::string const& words);
 std::string createFailed(boost::filesystem::path const& path, std::string const& words);
 
-/// `work` in a child process without rights on other users' files; "no such user" where the process cannot
-/// become one.
-std::string asOrdinaryUser(std::function<std::string()> const& work);
-constexpr char const* g_noSuchUser = "no such user";
 /// What an action throws, in words; "nothing thrown".
 std::string textThrownBy(Action const& action);
 
