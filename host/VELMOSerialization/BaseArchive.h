@@ -125,7 +125,8 @@ class VELMO_HOST_EXPORT BaseIArchive : public BaseArchive {
 };
 
 /// Raises VELMOSerializationException: the archive holds an object of another class.
-[[noreturn]] VELMO_HOST_EXPORT void raiseUnexpectedClass(std::string const& className, std::string const& name);
+[[noreturn]] VELMO_HOST_EXPORT void raiseUnexpectedClass(std::string const& className,
+                                                         std::string const& name);
 
 /// An object of the archive that must be a `T`; may be null.
 template <class T>

@@ -168,7 +168,7 @@ class TiffCreation {
     BoolResult writeZeros(eImageBufferType bufferType) {
         vlUInt64 const sizeY = _geometry.getSizeY();
         vlUInt64 const rowsPerStrip = std::min<vlUInt64>(TIFFDefaultStripSize(_pTiff, 0), sizeY);
-        BoolResult const result =
+        BoolResult result =
             setTag("TIFFTAG_ROWSPERSTRIP", TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(rowsPerStrip));
         if (!result) {
             return result;

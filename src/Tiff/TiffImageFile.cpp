@@ -40,7 +40,7 @@ BoolResult TiffImageFile::openFile(boost::filesystem::path const& filePath,
                                    eImageAccessMode const& accessMode,
                                    eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode,
                                    std::string& userProperties) {
-    boost::filesystem::path const kept(filePath);
+    boost::filesystem::path const kept(filePath); // NOLINT(*-unnecessary-copy*): may be the accessor's own
     clear();
     return openFileInternal(kept, accessMode, directoryMode, bufferMode, userProperties, false);
 }
@@ -49,7 +49,7 @@ BoolResult TiffImageFile::openSharedRemoteFile(boost::filesystem::path const& fi
                                                eTiffDirectoryMode const& directoryMode,
                                                eTiffBufferMode const& bufferMode,
                                                std::string& userProperties) {
-    boost::filesystem::path const kept(filePath);
+    boost::filesystem::path const kept(filePath); // NOLINT(*-unnecessary-copy*): may be the accessor's own
     clear();
     return openFileInternal(kept, eIAM_ReadOnly, directoryMode, bufferMode, userProperties, true);
 }
@@ -58,7 +58,7 @@ BoolResult TiffImageFile::createFile(boost::filesystem::path const& filePath,
                                      BaseImageGeometry const& imageGeometry,
                                      GeometricCalibrationConstPtr const& pGeometricCalibration) {
     KeptArguments const kept(filePath, imageGeometry);
-    GeometricCalibrationConstPtr const pCalibration(pGeometricCalibration);
+    GeometricCalibrationConstPtr const pCalibration(pGeometricCalibration); // NOLINT(*-unnecessary-copy*)
     clear();
     BoolResult result = createFileInternal(kept.path, kept.geometry(), pCalibration);
     if (result) {

@@ -94,7 +94,7 @@ BoolResult writePlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
     PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Plan);
     bool const bInterleaved = context.isInterleaved();
     std::uint32_t rowsPerStrip = 0;
-    BoolResult const result =
+    BoolResult result =
         runSteps([&] { return context.requireHandle(); }, [&] { return context.reachDirectory(); },
                  [&] { return requireRowsPerStrip(context, rowsPerStrip); },
                  [&] { return bInterleaved ? context.requireChannels() : success(); });
@@ -112,7 +112,7 @@ BoolResult writePlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                     PlanRun const& run, std::vector<void*> const& plans) {
     PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Page);
-    BoolResult const result = reachPage(context);
+    BoolResult result = reachPage(context);
     if (!result) {
         return result;
     }
@@ -128,8 +128,8 @@ BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
                      PlanRun const& run, std::vector<void const*> const& plans) {
     PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Page);
     std::uint32_t rowsPerStrip = 0;
-    BoolResult const result = runSteps([&] { return reachPage(context); },
-                                       [&] { return requireRowsPerStrip(context, rowsPerStrip); });
+    BoolResult result = runSteps([&] { return reachPage(context); },
+                                 [&] { return requireRowsPerStrip(context, rowsPerStrip); });
     if (!result) {
         return result;
     }

@@ -11,7 +11,7 @@ namespace {
 
 TIFFExtendProc g_pParentExtender = nullptr;
 
-void _XTIFFDefaultDirectory(TIFF* pTiff) {
+void _XTIFFDefaultDirectory(TIFF* pTiff) { // NOLINT(bugprone-reserved-identifier): libtiff's name for it
     static char fieldName[] = "User properties tag";
     static TIFFFieldInfo const g_xtiffFieldInfo[] = {
         {g_userPropertiesTag, TIFF_VARIABLE, TIFF_VARIABLE, TIFF_ASCII, FIELD_CUSTOM, 1, 0, fieldName}};

@@ -72,6 +72,7 @@ class ClearUnlessKept {
 } // namespace image
 } // namespace velmo
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a class name takes none
 /// Defines what every accessor class says of itself, and refuses to be copied, in the namespace of the class.
 #define VELMO_DEFINE_ACCESSOR_IDENTITY(Accessor, name, version)                                              \
     unsigned int Accessor::getVersion() {                                                                    \
@@ -110,3 +111,4 @@ class ClearUnlessKept {
     void Accessor::copy(BaseDynamicObject const& /*other*/) {                                                \
         raiseNoCopySupport(VELMO_HERE, getTypeName());                                                       \
     }
+// NOLINTEND(bugprone-macro-parentheses)
