@@ -96,7 +96,7 @@ BoolResult readPackedRows(PlanContext const& context, std::byte* pPixels) {
     if (!context.isRunInside()) {
         return rows.failToReadRow(std::max(context.run.pixelStart / sizeX, context.geometry.getSizeY()));
     }
-    if (getImageBufferBaseSize(context.bufferType) != 1) { // a page among others of wider pixels
+    if (!context.fitsDirectory()) { // a page among others of wider pixels, say
         return rows.failToReadRow(context.run.pixelStart / sizeX);
     }
     BoolResult result = rows.skipTo(context.run.pixelStart / sizeX);

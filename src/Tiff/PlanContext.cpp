@@ -61,7 +61,7 @@ BoolResult PlanContext::requireChannels() const {
         return success();
     }
     auto const photometric = getTag<std::uint16_t>(pTiff, TIFFTAG_PHOTOMETRIC).value_or(0);
-    return fail(Message::eTIFM_UnsupportedPhotometric, photometric, samples, path.string());
+    return failForChannels(photometric, samples, path);
 }
 
 StripLayout PlanContext::getLayout(vlUInt64 rowsPerStrip) const {
@@ -70,10 +70,13 @@ StripLayout PlanContext::getLayout(vlUInt64 rowsPerStrip) const {
     return {geometry.getSizeX(), sizeY, nbRows, nbChannels * getImageBufferBaseSize(bufferType)};
 }
 
-bool PlanContext::hasSampleSize() const {
+bool PlanContext::fitsDirectory() const {
     constexpr unsigned int bitsOfByte = 8;
-    return getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0) ==
-           getImageBufferBaseSize(bufferType) * bitsOfByte;
+    auto const bits = getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0);
+    bool const bPacked = bits == 1 && getImageBufferBaseSize(bufferType) == 1;
+    return getTag<std::uint32_t>(pTiff, TIFFTAG_IMAGEWIDTH).value_or(0) == geometry.getSizeX() &&
+           getTag<std::uint32_t>(pTiff, TIFFTAG_IMAGELENGTH).value_or(0) == geometry.getSizeY() &&
+           (bPacked || bits == getImageBufferBaseSize(bufferType) * bitsOfByte);
 }
 
 BoolResult PlanContext::failToGetTagAndClose(char const* tagName) const {

@@ -42,7 +42,7 @@ BoolResult StripTransfer::run() {
     if (nbPixels == 0) {
         return success();
     }
-    if (stripPixels == 0 || !getLayout().isCountable()) {
+    if (stripPixels == 0 || !getLayout().isCountable() || !_context.fitsDirectory()) {
         return failAtStrip(0);
     }
     if (!_context.isRunInside()) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Tiff/StripTransfer.h"
+#include "Tiff/TiffDirectories.h"
 #include "Tiff/TiffPixels.h"
 #include "Tiff/TiffTags.h"
 
@@ -52,15 +53,28 @@ BoolResult StripWriter::moveStrip(Block const& block) {
         merge(pBuffer + getSkip(block), block.nbPixels);
         pData = pBuffer;
     }
-    if (hasFailed(getStrips().write(block.strip, pData), nbNeeded)) {
-        return failAtStrip(block.strip);
+    BoolResult result = hasFailed(getStrips().write(block.strip, pData), nbNeeded) ? failAtStrip(block.strip)
+                                                                                   : flushWhenDue(block);
+    if (!result) { // libtiff has the strip where it did not come to lie, and would write that at the close
+        TiffDirectories(getContext().pTiff).goBack(directoryOffset);
     }
-    return flush(directoryOffset);
+    return result;
+}
+
+/// A flush writes the places of all strips of the directory: it is done for each strip of a few, and for
+/// several together of many. A strip that is not flushed yet is as it was for every other reader.
+BoolResult StripWriter::flushWhenDue(Block const& block) {
+    constexpr vlUInt64 nbFlushes = 64;
+    ++_nbUnflushed;
+    bool const bDue = isLast(block) || _nbUnflushed * nbFlushes >= TIFFNumberOfStrips(getContext().pTiff);
+    return bDue ? flush() : success();
 }
 
 // A strip whose size no longer fits its entry moves the directory, and leaves libtiff on none.
-BoolResult StripWriter::flush(vlUInt64 directoryOffset) const {
+BoolResult StripWriter::flush() {
     PlanContext const& context = getContext();
+    vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
+    _nbUnflushed = 0;
     if (TIFFFlush(context.pTiff) != 1) {
         return fail(eTiffImageFileMessage::eTIFM_FlushError, context.path.string(), getTiffWords());
     }

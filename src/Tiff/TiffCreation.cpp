@@ -105,11 +105,18 @@ class TiffCreation {
                 return setTag("TIFFTAG_PHOTOSHOP", TIFFTAG_PHOTOSHOP,
                               static_cast<std::uint32_t>(stored.size()), stored.data());
             },
-            [&] {
-                return _pUserProperties == nullptr
-                           ? success()
-                           : setTag("TIFFTAG_USERPROPERTIES", g_userPropertiesTag, _pUserProperties->c_str());
-            });
+            [&] { return setUserProperties(); });
+    }
+
+    /// A tag of text ends at the first zero byte; a text that has one is not cut short in silence.
+    BoolResult setUserProperties() const {
+        char const* const tagName = "TIFFTAG_USERPROPERTIES";
+        if (_pUserProperties == nullptr) {
+            return success();
+        }
+        return _pUserProperties->find('\0') == std::string::npos
+                   ? setTag(tagName, g_userPropertiesTag, _pUserProperties->c_str())
+                   : failToSetTag(tagName);
     }
 
     BoolResult writeDirectories() {

@@ -113,14 +113,18 @@ BoolResult TiffDirectories::reach(vlUInt64 index) const {
         return success();
     }
     std::string const words = getTiffWords();
-    if (previousOffset != 0) {
-        goBack(previousOffset);
-    }
+    goBack(previousOffset);
     return failure(words);
 }
 
-bool TiffDirectories::goBack(vlUInt64 offset) const {
-    return TIFFSetSubDirectory(_pTiff, offset) == 1;
+void TiffDirectories::goBack(vlUInt64 offset) const {
+    if (_pStream != nullptr) {
+        _pStream->forgetAhead();
+    }
+    if (offset == 0 || TIFFSetSubDirectory(_pTiff, offset) != 1) {
+        TIFFFreeDirectory(_pTiff);
+        TIFFCreateDirectory(_pTiff);
+    }
 }
 
 void TiffDirectories::forget() const {

@@ -99,7 +99,7 @@ BoolResult TiffForeignFile::readFirstColor(std::uint16_t& samples) {
         }
         FoundColor const found = retrieveColorGeometry(toShort(photometric.value_or(0)), toShort(samples));
         if (!found.bInit) {
-            return failUnsupported(photometric.value_or(0), samples);
+            return failForChannels(photometric.value_or(0), samples, _path);
         }
         _walk.color = found.color;
     }
@@ -114,11 +114,6 @@ BoolResult TiffForeignFile::requireContiguous() const {
         result = fail(Message::eTIFM_UnsupportedPlanarConfig, toShort(planarConfig), _path.string());
     }
     return result;
-}
-
-BoolResult TiffForeignFile::failUnsupported(std::uint16_t photometric, std::uint16_t samples) const {
-    return fail(Message::eTIFM_UnsupportedPhotometric, toShort(photometric), toShort(samples),
-                _path.string());
 }
 
 BoolResult TiffForeignFile::readFirstBufferType(std::uint16_t samples) {
@@ -218,7 +213,7 @@ BoolResult TiffForeignFile::readFurtherColor(std::uint16_t samples, ColorGeometr
     }
     FoundColor const found = retrieveColorGeometry(toShort(photometric), toShort(samples));
     if (!found.bInit) {
-        return failUnsupported(photometric, samples);
+        return failForChannels(photometric, samples, _path);
     }
     color = found.color;
     return requireContiguous();

@@ -30,9 +30,6 @@ BoolResult readStrips(PlanContext const& context, void* pPixels) {
     using eBroken = StripReader::eBrokenStrip;
     StripReader reader(context, context.getLayout(rowsPerStrip),
                        bInterleaved ? eBroken::IsBlack : eBroken::Fails);
-    if (!context.hasSampleSize() && context.run.nbPixels != 0) {
-        return context.failToReadStrip(0);
-    }
     reader.addChannel(bInterleaved ? context.run.c : 0, pPixels);
     return reader.run();
 }
@@ -102,9 +99,6 @@ BoolResult writePlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
         return result;
     }
     StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::Fails);
-    if (!context.hasSampleSize() && run.nbPixels != 0) {
-        return context.failToWriteStrip(0);
-    }
     writer.addChannel(bInterleaved ? run.c : 0, pPixels);
     return writer.run();
 }

@@ -15,8 +15,6 @@ namespace file {
 
 namespace {
 
-using Message = eTiffImageFileMessage;
-
 /// How many times its file an image may be whose pixels are not compressed: an announcement may be wrong, and
 /// a copy of the file may have broken off.
 constexpr vlUInt64 g_largestFactor = 16;
@@ -45,7 +43,7 @@ BoolResult requirePlausible(TIFF* pTiff, boost::filesystem::path const& path,
     vlUInt64 const sizeC = geometry.getSizeC();
     if (bInterleaved && sizeC != 3 && sizeC != 4) {
         auto const photometric = getTag<std::uint16_t>(pTiff, TIFFTAG_PHOTOMETRIC).value_or(0);
-        return fail(Message::eTIFM_UnsupportedPhotometric, photometric, sizeC, path.string());
+        return failForChannels(photometric, sizeC, path);
     }
     return requireSize(pTiff, geometry);
 }

@@ -4,6 +4,7 @@
 #include "Tiff/TiffStream.h"
 
 #include "Tiff/TiffDirectories.h"
+#include "Tiff/TiffStrips.h"
 
 #include <VELMOUtil/FileKind.h>
 #include <algorithm>
@@ -36,11 +37,15 @@ constexpr vlUInt64 g_allocationFactor = 64;
 
 char const* const g_clientName = "VELMOImageFile";
 
+bool isUpdate(char const* mode) {
+    return std::strcmp(mode, "r+") == 0;
+}
+
 int toOpenFlags(char const* mode) {
     if (mode[0] == 'w') {
         return O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC;
     }
-    return (std::strcmp(mode, "r+") == 0 ? O_RDWR : O_RDONLY) | O_CLOEXEC;
+    return (isUpdate(mode) ? O_RDWR : O_RDONLY) | O_CLOEXEC;
 }
 
 void reportOpenFailure(boost::filesystem::path const& path, std::error_code const& error) {
@@ -65,6 +70,18 @@ vlUInt64 transferAll(vlUInt64 nbBytes, Transfer const& transfer) {
 bool isZero(void const* pBuffer, vlUInt64 nbBytes) {
     auto const* const pBytes = static_cast<char const*>(pBuffer);
     return nbBytes == 0 || (pBytes[0] == 0 && std::memcmp(pBytes, pBytes + 1, nbBytes - 1) == 0);
+}
+
+/// What libtiff needs to encode a strip of a compressed file, whose strips it keeps as they are.
+vlUInt64 getEncodingRoom(TIFF* pTiff) {
+    std::uint16_t compression = COMPRESSION_NONE;
+    TIFFGetField(pTiff, TIFFTAG_COMPRESSION, &compression);
+    auto const stripSize = static_cast<vlUInt64>(std::max<tmsize_t>(0, TIFFStripSize(pTiff)));
+    vlUInt64 const nbBytesInFile =
+        std::min<vlUInt64>(TIFFGetStrileByteCount(pTiff, 0), TiffStream::find(pTiff)->getSize());
+    constexpr vlUInt64 margin = 8; // an eighth: strips may grow
+    bool const bEncoded = compression != COMPRESSION_NONE && isJustified(stripSize, nbBytesInFile);
+    return bEncoded ? stripSize + stripSize / margin : 0;
 }
 
 } // namespace
@@ -116,6 +133,16 @@ TiffStream::~TiffStream() {
 }
 
 TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
+    TIFF* pTiff = open(path, mode, g_smallAllocation);
+    vlUInt64 const room = pTiff != nullptr && isUpdate(mode) ? getEncodingRoom(pTiff) : 0;
+    if (room > g_smallAllocation) { // what libtiff may allocate is settled at the opening
+        TIFFClose(pTiff);
+        pTiff = open(path, mode, room);
+    }
+    return pTiff;
+}
+
+TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode, vlUInt64 room) {
     std::error_code const seekError = getSeekError(path);
     if (seekError) {
         reportOpenFailure(path, seekError);
@@ -128,17 +155,17 @@ TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
         return nullptr;
     }
     std::unique_ptr<TiffStream> pStream(new TiffStream(descriptor, mode[0] == 'w'));
-    bool const bTooShort = std::strcmp(mode, "r+") == 0 && pStream->getSize() < g_headerSize;
-    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode);
+    bool const bTooShort = isUpdate(mode) && pStream->getSize() < g_headerSize;
+    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode, room);
 }
 
 TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
-                             char const* mode) {
+                             char const* mode, vlUInt64 room) {
     using Client = ClientProcedures;
     std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> const pOptions(TIFFOpenOptionsAlloc(),
                                                                                 TIFFOpenOptionsFree);
     if (pOptions && mode[0] == 'r') {
-        vlUInt64 const limit = std::max(g_smallAllocation, pStream->getSize() * g_allocationFactor);
+        vlUInt64 const limit = std::max(room, pStream->getSize() * g_allocationFactor);
         TIFFOpenOptionsSetMaxSingleMemAlloc(pOptions.get(), static_cast<tmsize_t>(limit));
     }
     TIFF* const pTiff =

@@ -53,6 +53,14 @@ vlUInt64 getByteCount(TIFF* pTiff, vlUInt64 strip) {
     return TIFFGetStrileByteCount(pTiff, toStripNumber(strip));
 }
 
+/// Whether libtiff knows how to encode, and where the strips are: it takes both for granted.
+bool canBeWritten(TIFF* pTiff) {
+    auto const offsets = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPOFFSETS);
+    auto const byteCounts = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPBYTECOUNTS);
+    return offsets && *offsets != nullptr && byteCounts && *byteCounts != nullptr &&
+           TIFFIsCODECConfigured(getCompression(pTiff)) != 0;
+}
+
 } // namespace
 
 vlUInt64 StripLayout::getBytesOf(vlUInt64 strip) const {
@@ -74,7 +82,7 @@ bool StripLayout::isCountable() const {
 TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout)
     : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _layout(layout),
       _bCompressed(getCompression(pTiff) != COMPRESSION_NONE), _bDeflate(isDeflate(pTiff)),
-      _bPlain(liesAsInMemory()) {}
+      _bWritable(canBeWritten(pTiff)), _bPlain(_bWritable && liesAsInMemory()) {}
 
 bool TiffStrips::liesAsInMemory() const {
     auto const width = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
@@ -122,8 +130,11 @@ long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
 }
 
 long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
-    if (strip >= TIFFNumberOfStrips(_pTiff)) {
-        return -1; // libtiff would add the strip to the directory
+    // libtiff would add a strip that is not there, and take as much memory as one announces.
+    bool const bThere = _bWritable && strip < TIFFNumberOfStrips(_pTiff) &&
+                        (_pStream == nullptr || getByteCount(_pTiff, strip) <= _pStream->getSize());
+    if (!bThere) {
+        return -1;
     }
     long written = encode(strip, pBuffer);
     bool const bOutOfOrder =
@@ -162,7 +173,11 @@ bool TiffStrips::canHold(vlUInt64 strip, vlUInt64 nbBytes) const {
     if (nbBytes <= g_smallStrip || _pStream == nullptr || !packsLittle(getCompression(_pTiff))) {
         return true;
     }
-    return nbBytes / g_strongestPacking <= std::min(getByteCount(_pTiff, strip), _pStream->getSize());
+    return isJustified(nbBytes, std::min(getByteCount(_pTiff, strip), _pStream->getSize()));
+}
+
+bool isJustified(vlUInt64 nbBytes, vlUInt64 nbBytesInFile) {
+    return nbBytes / g_strongestPacking <= nbBytesInFile;
 }
 
 bool isDeflate(TIFF* pTiff) {

@@ -47,8 +47,9 @@ struct PlanContext {
     BoolResult requireChannels() const;
     /// The layout of the current directory's strips; `rowsPerStrip` as the directory says it.
     StripLayout getLayout(vlUInt64 rowsPerStrip) const;
-    /// Whether the current directory's samples have the size of the buffer type's.
-    bool hasSampleSize() const;
+    /// Whether the current directory has the sizes of the geometry and samples of the buffer type's size, or
+    /// packed bits for those of one byte.
+    bool fitsDirectory() const;
 
     BoolResult failToGetTagAndClose(char const* tagName) const;
     BoolResult failToReadStrip(vlUInt64 strip) const;

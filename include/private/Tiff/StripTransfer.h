@@ -49,6 +49,9 @@ class StripTransfer {
     vlUInt64 getSkip(Block const& block) const { return block.position * getLayout().pixelStride; }
     vlUInt64 getSize(Block const& block) const { return block.nbPixels * getLayout().pixelStride; }
 
+    /// Whether the run ends with a block.
+    bool isLast(Block const& block) const { return _nbDone + block.nbPixels == _context.run.nbPixels; }
+
     PlanContext const& getContext() const { return _context; }
     TiffStrips& getStrips() { return _strips; }
     StripLayout const& getLayout() const { return _strips.getLayout(); }
@@ -95,8 +98,8 @@ class StripReader : public StripTransfer {
     std::vector<Channel> _channels;
 };
 
-/// From the planes to the strips. Samples of other pixels and of other channels keep their values, and each
-/// strip is in the file before the next one is touched.
+/// From the planes to the strips. Samples of other pixels and of other channels keep their values. After a
+/// failure each strip has its new pixels or its old ones, but for one that was overwritten in its place.
 class StripWriter : public StripTransfer {
   public:
     /// Whether what libtiff gives for a failure, -1, counts as one.
@@ -115,12 +118,14 @@ class StripWriter : public StripTransfer {
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip) const override;
-    BoolResult flush(vlUInt64 directoryOffset) const;
+    BoolResult flushWhenDue(Block const& block);
+    BoolResult flush();
     bool hasFailed(long result, vlUInt64 nbNeeded) const;
     bool hasAllChannels() const { return _channels.size() == getNbChannels(); }
     void merge(std::byte* pTarget, vlUInt64 nbPixels) const;
 
     eMinusOne _minusOne;
+    vlUInt64 _nbUnflushed = 0; ///< strips
     std::vector<Channel> _channels;
 };
 

@@ -49,8 +49,11 @@ class TiffDirectories {
     /// Makes directory `index` modulo 65536 the current one, as it stands in the file. A failure has
     /// libtiff's words, and the handle stands where it stood, if that can still be read.
     BoolResult reach(vlUInt64 index) const;
-    /// Goes back to the directory at an offset that `TIFFCurrentDirOffset` gave.
-    bool goBack(vlUInt64 offset) const;
+    /// Goes to the directory at an offset that `TIFFCurrentDirOffset` gave, as it stands in the file: what
+    /// libtiff has in memory and has not written is dropped. Where it cannot be read, or with offset 0, the
+    /// handle stands on none. Either way closing the handle changes nothing; a handle that libtiff leaves
+    /// half way through a directory may crash there.
+    void goBack(vlUInt64 offset) const;
     /// Finds the directories anew from now on: libtiff moved one in the file.
     void forget() const;
 

@@ -51,7 +51,6 @@ class TiffForeignFile {
     BoolResult checkFurtherColor() const;
     BoolResult readFurtherColor(std::uint16_t samples, ColorGeometry& color) const;
     BoolResult readFurtherBufferType(eImageBufferType& bufferType) const;
-    BoolResult failUnsupported(std::uint16_t photometric, std::uint16_t samples) const;
     ImageGeometryPtr createGeometry() const;
     GeometricCalibrationPtr readCalibration() const;
 

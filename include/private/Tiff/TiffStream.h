@@ -54,8 +54,9 @@ class TiffStream {
 
   private:
     TiffStream(int descriptor, bool bWritable);
+    static TIFF* open(boost::filesystem::path const& path, char const* mode, vlUInt64 room);
     static TIFF* openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
-                            char const* mode);
+                            char const* mode, vlUInt64 room);
     vlUInt64 readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) const;
     bool takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
 

@@ -73,6 +73,7 @@ class TiffStrips {
     StripLayout _layout;
     bool _bCompressed;
     bool _bDeflate;
+    bool _bWritable;
     bool _bPlain;
 };
 
@@ -90,6 +91,9 @@ class ZlibDecoding {
     int _previous = 0;
     bool _bSet = false;
 };
+
+/// Whether a strip that takes so many bytes in the file can be so large.
+bool isJustified(vlUInt64 nbBytes, vlUInt64 nbBytesInFile);
 
 /// Whether the current directory is compressed by Deflate, under either of its codes.
 bool isDeflate(TIFF* pTiff);

@@ -7,6 +7,7 @@
 #include "Utils/FailureText.h"
 
 #include <VELMOImageFile/TiffImageFileMessage.h>
+#include <VELMOUtil/Types.h>
 #include <boost/filesystem/path.hpp>
 #include <optional>
 #include <string>
@@ -26,6 +27,14 @@ std::optional<Value> getTag(TIFF* pTiff, std::uint32_t tag) {
 
 inline BoolResult failToGetTag(char const* tagName, boost::filesystem::path const& path) {
     return fail(eTiffImageFileMessage::eTIFM_GetTagError, tagName, path.string(), getTiffWords());
+}
+
+/// The failure of a directory whose channels are none that are supported. Numbers of a directory go into
+/// messages with libtiff's 16 bits, signed.
+inline BoolResult failForChannels(std::uint16_t photometric, vlUInt64 samples,
+                                  boost::filesystem::path const& path) {
+    return fail(eTiffImageFileMessage::eTIFM_UnsupportedPhotometric, static_cast<short>(photometric),
+                static_cast<short>(samples), path.string());
 }
 
 /// The value of a tag that the current directory must have; `tagName` is for the message.

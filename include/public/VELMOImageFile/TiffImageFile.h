@@ -74,14 +74,16 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
 
     /// True. Throws VELMOImageException as long as no file is open.
     bool hasBinary8BitsStorage() const override;
-    /// Makes the file anew for `imageGeometry`, in zeros: its pixels are gone.
+    /// Makes the file anew for `imageGeometry`, in zeros: its pixels are gone, whatever the access mode.
     BoolResult resizeData(BaseImageGeometry const& imageGeometry) override;
     /// One channel of each pixel; packed bits as one byte of 0 or 1 each. In the single directory of an
     /// ImageJ stack only whole planes are in their place, as they lie in the file: of a big-endian file they
     /// are not swapped, and what lies behind the end of the file is zero.
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
-    /// The pixels around the run keep their values. Everything is in the file when it returns.
+    /// The pixels around the run keep their values. Everything is in the file when it returns. In a
+    /// compressed file a strip that grows is written anew behind the end, and its old place is lost: many
+    /// small writes make a large file.
     BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                             void const* buffer) override;
     void clearDerived() override;

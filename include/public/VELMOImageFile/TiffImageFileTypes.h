@@ -23,6 +23,7 @@ enum eTiffBufferMode : vlUInt64 {
     eTBM_Label = 2    ///< unsigned samples are labels
 };
 
+/// How the strips of a new file are compressed; any other value is as `eTC_None`.
 enum eTiffCompression : vlUInt64 { eTC_None = 0, eTC_Lzw = 1, eTC_Deflate = 2 };
 
 } // namespace file

@@ -50,8 +50,9 @@ VELMO_IMAGE_FILE_EXPORT DiskImagePtr openTiffImageFile(boost::filesystem::path c
 /// Writes all planes, from the calling thread, with calibration and user properties, into a new file; an
 /// existing one is replaced, unless `image` is a disk image of that very file, which is refused. RGB and RGBA
 /// images have one directory for each (z, t), with the channels of a pixel side by side; all others have one
-/// for each plane, at most 32767. Beyond 2 GiB of pixels the file is a BigTIFF. A failed save leaves the file
-/// as far as it came.
+/// for each plane, at most 32767. Beyond 2 GiB of pixels the file is a BigTIFF. An image without planes gives
+/// a file that does not open; user properties with a zero byte are refused. A failed save leaves the file as
+/// far as it came.
 VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
                                                ImageConstPtr const& image,
                                                eTiffCompression const& compression);
