@@ -197,7 +197,7 @@ TEST_F(TiffRoundTrip, EachThreadGetsTheWordsOfItsOwnFailure) {
 #ifdef VELMO_TEST_LIMITS_MEMORY
 
 constexpr std::size_t g_planeKilobytes = 4096;
-constexpr std::size_t g_slackKilobytes = 2048;
+constexpr std::size_t g_slackKilobytes = 3072;
 
 TEST_F(TiffRoundTrip, ASaveTakesThePixelsOfOnePlaneWhateverTheImageHas) {
     auto const pImage = boost::make_shared<PlainImage>(*geometry3d(eIBT_UInt16, 2048, 1024, 16));
