@@ -204,6 +204,8 @@ namespace {
 
 using TiffHandleSafetyTest = TiffTest;
 
+constexpr std::uint16_t g_codecs[] = {COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_PACKBITS};
+
 /// Writes noise into the first page of a file and closes it.
 std::string writeFirstPage(path const& path) {
     return inChild([&]() -> std::string {
@@ -236,8 +238,7 @@ TEST_F(TiffHandleSafetyTest, APlainStripWithoutAByteCountIsWrittenInItsPlace) {
 }
 
 TEST_F(TiffHandleSafetyTest, DISABLED_ACompressedStripWithoutAByteCountReachesNoOtherPage) {
-    for (unsigned int const compression :
-         {COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE, COMPRESSION_PACKBITS}) {
+    for (std::uint16_t const compression : g_codecs) {
         for (bool const bZero : {false, true}) {
             SCOPED_TRACE(std::to_string(compression) + (bZero ? ", zero" : ", none"));
             RawDirectory directory = greyDirectory(16, 8).without(TIFFTAG_STRIPBYTECOUNTS);
