@@ -133,6 +133,20 @@ void TiffDirectories::forget() const {
     }
 }
 
+vlUInt64 readEntryNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
+    DirectoryLayout const& layout = TIFFIsBigTIFF(pTiff) != 0 ? g_big : g_classic;
+    vlUInt64 const nbEntries = readNumber(pTiff, stream, offset, layout.countSize).value_or(0);
+    for (vlUInt64 entry = 0; entry < nbEntries && entry < g_directoryNumbers; ++entry) {
+        vlUInt64 const place = offset + layout.countSize + entry * layout.entrySize;
+        if (readNumber(pTiff, stream, place, 2).value_or(0) == tag) {
+            vlUInt64 const type = readNumber(pTiff, stream, place + 2, 2).value_or(0);
+            vlUInt64 const size = type == TIFF_SHORT ? 2 : type == TIFF_LONG8 ? 8 : 4;
+            return readNumber(pTiff, stream, place + layout.entrySize - layout.linkSize, size).value_or(0);
+        }
+    }
+    return 0;
+}
+
 } // namespace file
 } // namespace image
 } // namespace velmo

@@ -3,6 +3,7 @@
 
 #include "Tiff/TiffStrips.h"
 
+#include "Tiff/TiffDirectories.h"
 #include "Tiff/TiffStream.h"
 #include "Tiff/TiffTags.h"
 
@@ -53,12 +54,22 @@ vlUInt64 getByteCount(TIFF* pTiff, vlUInt64 strip) {
     return TIFFGetStrileByteCount(pTiff, toStripNumber(strip));
 }
 
+/// libtiff estimates the size of a single strip that the file does not tell, by what lies behind it; to write
+/// as much would overwrite that.
+bool hasEstimatedByteCount(TIFF* pTiff) {
+    TiffStream* const pStream = TiffStream::find(pTiff);
+    return pStream != nullptr && getCompression(pTiff) != COMPRESSION_NONE &&
+           TIFFNumberOfStrips(pTiff) == 1 &&
+           readEntryNumber(pTiff, *pStream, TIFFCurrentDirOffset(pTiff), TIFFTAG_STRIPBYTECOUNTS) !=
+               getByteCount(pTiff, 0);
+}
+
 /// Whether libtiff knows how to encode, and where the strips are: it takes both for granted.
 bool canBeWritten(TIFF* pTiff) {
     auto const offsets = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPOFFSETS);
     auto const byteCounts = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPBYTECOUNTS);
     return offsets && *offsets != nullptr && byteCounts && *byteCounts != nullptr &&
-           TIFFIsCODECConfigured(getCompression(pTiff)) != 0;
+           TIFFIsCODECConfigured(getCompression(pTiff)) != 0 && !hasEstimatedByteCount(pTiff);
 }
 
 } // namespace

@@ -62,6 +62,10 @@ class TiffDirectories {
     TiffStream* _pStream;
 };
 
+/// The number of an entry of one number, as the directory at `offset` has it in the file; 0 where it has none
+/// of that tag.
+vlUInt64 readEntryNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
+
 } // namespace file
 } // namespace image
 } // namespace velmo
