@@ -124,7 +124,9 @@ Warnings findDirectoryWarnings(TIFF* pTiff, vlUInt64 nbDirectories) {
 } // namespace
 
 Warnings findTiffWarnings(image::DiskImage const& image) {
-    std::unique_ptr<TIFF, TiffCloser> const pTiff(TIFFOpen(image.getAccessor()->getFilePath().c_str(), "r"));
+    // Not mapped into memory: a walk over the directories would keep pages around each, and a file cut short
+    // by another process would end this one.
+    std::unique_ptr<TIFF, TiffCloser> const pTiff(TIFFOpen(image.getAccessor()->getFilePath().c_str(), "rm"));
     if (!pTiff) {
         return {"the file has become unreadable"};
     }
