@@ -48,7 +48,9 @@ BoolResult StripWriter::moveStrip(Block const& block) {
         std::byte* const pBuffer = provideBuffer(layout.getStripBytes());
         if (!bWhole &&
             hasFailed(getStrips().read(block.strip, layout.getBytesOf(block.strip), pBuffer), nbNeeded)) {
-            return getContext().failToReadStrip(block.strip);
+            BoolResult unread = getContext().failToReadStrip(block.strip);
+            flush(); // the strips before it are whole
+            return unread;
         }
         merge(pBuffer + getSkip(block), block.nbPixels);
         pData = pBuffer;

@@ -41,7 +41,6 @@ class TiffStrips {
     TiffStrips(TIFF* pTiff, StripLayout const& layout);
 
     StripLayout const& getLayout() const { return _layout; }
-    bool isCompressed() const { return _bCompressed; }
 
     /// Number of plain strips that lie one behind the other from `strip` on, at most `nbWanted`.
     vlUInt64 countPlain(vlUInt64 strip, vlUInt64 nbWanted) const;
