@@ -3,21 +3,24 @@
 
 #include "Tiff/TiffTags.h"
 
+#include <atomic>
+
 namespace velmo {
 namespace image {
 namespace file {
 
 namespace {
 
-TIFFExtendProc g_pParentExtender = nullptr;
+/// Read by every thread that opens or creates a file while another one installs the extender.
+std::atomic<TIFFExtendProc> g_pParentExtender{nullptr};
 
 void _XTIFFDefaultDirectory(TIFF* pTiff) { // NOLINT(bugprone-reserved-identifier): libtiff's name for it
     static char fieldName[] = "User properties tag";
     static TIFFFieldInfo const g_xtiffFieldInfo[] = {
         {g_userPropertiesTag, TIFF_VARIABLE, TIFF_VARIABLE, TIFF_ASCII, FIELD_CUSTOM, 1, 0, fieldName}};
     TIFFMergeFieldInfo(pTiff, g_xtiffFieldInfo, 1);
-    if (g_pParentExtender != nullptr) {
-        g_pParentExtender(pTiff);
+    if (TIFFExtendProc const pParentExtender = g_pParentExtender) {
+        pParentExtender(pTiff);
     }
 }
 
