@@ -32,8 +32,7 @@ class PackedRows {
         : _context(context), _sizeX(context.geometry.getSizeX()),
           _nbRows(getTag<std::uint32_t>(context.pTiff, TIFFTAG_IMAGELENGTH).value_or(0)),
           _rowsPerStrip(getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0)),
-          _bCompressed(getTag<std::uint16_t>(context.pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE) !=
-                       COMPRESSION_NONE) {
+          _bCompressed(getCompression(context.pTiff) != COMPRESSION_NONE) {
         if (_rowsPerStrip == 0) { // all rows in one
             _rowsPerStrip = std::max<vlUInt64>(1, _nbRows);
         }

@@ -22,9 +22,8 @@ constexpr vlUInt64 g_smallFile = 65536;
 
 BoolResult requireSize(TIFF* pTiff, BaseImageGeometry const& geometry) {
     constexpr vlUInt64 bitsOfByte = 8;
-    auto const compression = getTag<std::uint16_t>(pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE);
     bool const bPacked = getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0) == 1;
-    if (compression != COMPRESSION_NONE) {
+    if (getCompression(pTiff) != COMPRESSION_NONE) {
         return success();
     }
     vlUInt64 const nbBytes = geometry.getFullMemorySize() / (bPacked ? bitsOfByte : 1);

@@ -5,6 +5,7 @@
 
 #include "Tiff/TiffDirectories.h"
 #include "Tiff/TiffStrips.h"
+#include "Tiff/TiffTags.h"
 
 #include <VELMOUtil/FileKind.h>
 #include <algorithm>
@@ -74,13 +75,11 @@ bool isZero(void const* pBuffer, vlUInt64 nbBytes) {
 
 /// What libtiff needs to encode a strip of a compressed file, whose strips it keeps as they are.
 vlUInt64 getEncodingRoom(TIFF* pTiff) {
-    std::uint16_t compression = COMPRESSION_NONE;
-    TIFFGetField(pTiff, TIFFTAG_COMPRESSION, &compression);
     auto const stripSize = static_cast<vlUInt64>(std::max<tmsize_t>(0, TIFFStripSize(pTiff)));
     vlUInt64 const nbBytesInFile =
         std::min<vlUInt64>(TIFFGetStrileByteCount(pTiff, 0), TiffStream::find(pTiff)->getSize());
     constexpr vlUInt64 margin = 8; // an eighth: strips may grow
-    bool const bEncoded = compression != COMPRESSION_NONE && isJustified(stripSize, nbBytesInFile);
+    bool const bEncoded = getCompression(pTiff) != COMPRESSION_NONE && isJustified(stripSize, nbBytesInFile);
     return bEncoded ? stripSize + stripSize / margin : 0;
 }
 

@@ -34,10 +34,6 @@ bool packsLittle(std::uint16_t compression) {
     }
 }
 
-std::uint16_t getCompression(TIFF* pTiff) {
-    return getTag<std::uint16_t>(pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE);
-}
-
 bool hasUsualFillOrder(TIFF* pTiff) {
     return getTag<std::uint16_t>(pTiff, TIFFTAG_FILLORDER).value_or(FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB;
 }

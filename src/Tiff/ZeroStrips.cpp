@@ -19,7 +19,7 @@ bool ZeroStrips::write(TIFF* pTiff, StripLayout const& layout) {
         throw std::bad_alloc();
     }
     vlUInt64 const nbStrips = layout.rowsPerStrip == 0 ? 0 : divideUp(layout.sizeY, layout.rowsPerStrip);
-    if (getTag<std::uint16_t>(pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE) == COMPRESSION_NONE) {
+    if (getCompression(pTiff) == COMPRESSION_NONE) {
         return writePlain(pTiff, layout, nbStrips);
     }
     bool bWritten = true;

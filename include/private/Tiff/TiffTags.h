@@ -29,6 +29,11 @@ inline BoolResult failToGetTag(char const* tagName, boost::filesystem::path cons
     return fail(eTiffImageFileMessage::eTIFM_GetTagError, tagName, path.string(), getTiffWords());
 }
 
+/// How the current directory's strips are compressed; one that does not say so has them as they are.
+inline std::uint16_t getCompression(TIFF* pTiff) {
+    return getTag<std::uint16_t>(pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE);
+}
+
 /// The failure of a directory whose channels are none that are supported. Numbers of a directory go into
 /// messages with libtiff's 16 bits, signed.
 inline BoolResult failForChannels(std::uint16_t photometric, vlUInt64 samples,
