@@ -22,6 +22,11 @@ bool registerMessages() {
     manager.addMessage(Message::ePM_NotInitialised, "Processor %s takes no value for %s before its init");
     manager.addMessage(Message::ePM_ValueMissing, "Processor %s needs a value for %s");
     manager.addMessage(Message::ePM_ImageMismatch, "The pixels of %s (%s) do not fit those of %s (%s)");
+    manager.addMessage(Message::ePM_StepRefused,
+                       "%s holds a step that is not positive and finite: step %d is %s");
+    manager.addMessage(Message::ePM_StepsCount, "%s of %d steps does not fit %s of %d planes");
+    manager.addMessage(Message::ePM_SizeRefused, "%s cannot be %d");
+    manager.addMessage(Message::ePM_NoResult, "There is no %s, as processor %s did not run to its end\n%s");
     return true;
 }
 

@@ -63,6 +63,10 @@ eTemporalGeometryType BaseImage::getTemporalGeometryType() const {
     return getGeometry().getTemporalGeometryType();
 }
 
+bool BaseImage::isStoredIn(boost::filesystem::path const& /*path*/) const {
+    return false;
+}
+
 bool BaseImage::requiresCpuCopy() const {
     return false;
 }

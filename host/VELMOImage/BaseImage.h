@@ -7,6 +7,7 @@
 #include "VELMOImage/ImageEnums.h"
 #include "VELMOUtil/BoolResult.h"
 
+#include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
 #include <string>
 
@@ -44,6 +45,9 @@ class VELMO_HOST_EXPORT BaseImage {
     }
     std::string const& getUserPropertiesStr() const { return _userProperties; }
     void setUserPropertiesStr(std::string const& text) { _userProperties = text; }
+
+    /// Whether pixels of the image lie in that file, so that writing the file would change the image.
+    virtual bool isStoredIn(boost::filesystem::path const& path) const;
 
     /// Whether the image must be replaced by a copy in memory before it is saved plane by plane, and that
     /// copy, with calibration and user properties. The copy is thrown as VELMOImageException where it fails.

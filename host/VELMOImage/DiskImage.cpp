@@ -13,6 +13,10 @@ DiskImage::DiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor) 
     setGeometricCalibration(pAccessor->getGeometricCalibrationConstPtr());
 }
 
+bool DiskImage::isStoredIn(boost::filesystem::path const& path) const {
+    return _pAccessor->isStoredIn(path);
+}
+
 BoolResult DiskImage::readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart,
                                         vlUInt64 nbPixels, void* buffer) const {
     return _pAccessor->readRawData(z, c, t, pixelStart, nbPixels, buffer);

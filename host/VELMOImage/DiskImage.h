@@ -18,6 +18,7 @@ class VELMO_HOST_EXPORT DiskImage : public BaseImage {
     explicit DiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor);
 
     boost::shared_ptr<BaseDiskImageAccessor> const& getAccessor() const { return _pAccessor; }
+    bool isStoredIn(boost::filesystem::path const& path) const override;
 
   private:
     BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,

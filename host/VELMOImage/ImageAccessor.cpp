@@ -8,6 +8,8 @@
 #include "VELMOSerialization/BaseArchive.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
+#include <boost/filesystem/operations.hpp>
+
 namespace velmo {
 namespace image {
 
@@ -56,6 +58,11 @@ void BaseDiskImageAccessor::clearBase() {
     _path.clear();
     _accessMode = eIAM_ReadOnly;
     _bSharedRemote = false;
+}
+
+bool BaseDiskImageAccessor::isStoredIn(boost::filesystem::path const& path) const {
+    boost::system::error_code ignored;
+    return boost::filesystem::equivalent(_path, path, ignored);
 }
 
 BoolResult BaseDiskImageAccessor::write(BaseOArchive& archive) const {

@@ -59,6 +59,8 @@ class VELMO_HOST_EXPORT BaseDiskImageAccessor : public BaseImageAccessor {
     boost::filesystem::path const& getFilePath() const { return _path; }
     eImageAccessMode getAccessMode() const { return _accessMode; }
     bool hasSharedRemoteAccess() const { return _bSharedRemote; }
+    /// Whether pixels lie in that file, by whatever path it is named.
+    virtual bool isStoredIn(boost::filesystem::path const& path) const;
 
     /// Whether the accessor is initialised and, if so, path, access mode, shared-remote flag, geometry and
     /// calibration.

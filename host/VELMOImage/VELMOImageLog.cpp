@@ -53,10 +53,20 @@ void registerImageMessages(LogMessageManager& manager) {
     manager.addMessage(Message::eIM_PixelsInTarget, "The pixels of the image to save lie in %s itself");
 }
 
+void registerJoinMessages(LogMessageManager& manager) {
+    using Message = eImageMessage;
+    manager.addMessage(Message::eIM_NothingToJoin, "There are no images to join");
+    manager.addMessage(Message::eIM_PartMismatch, "Image %d (%s) cannot be joined to the first one (%s)");
+    manager.addMessage(Message::eIM_PartMissing, "Image %d of those to join is missing");
+    manager.addMessage(Message::eIM_PartNotOnDisk, "Image %d of those to join is no disk image");
+    manager.addMessage(Message::eIM_JoinedResize, "Joined images have the sizes of their parts");
+}
+
 bool registerMessages() {
     LogMessageManager& manager = getVELMOImageLogMessageManager();
     registerAccessorMessages(manager);
     registerImageMessages(manager);
+    registerJoinMessages(manager);
     return true;
 }
 

@@ -36,7 +36,12 @@ struct eImageMessage {
         eIM_NotInitialised = 12,        ///< no argument
         eIM_PixelsInTarget = 13,        ///< path
         eIM_RecordWithoutGeometry = 14, ///< no argument
-        eIM_RecordWithoutAccessor = 15  ///< no argument
+        eIM_RecordWithoutAccessor = 15, ///< no argument
+        eIM_NothingToJoin = 16,         ///< no argument
+        eIM_PartMismatch = 17,          ///< part, its description, the first part's description
+        eIM_PartMissing = 18,           ///< part
+        eIM_PartNotOnDisk = 19,         ///< part
+        eIM_JoinedResize = 20           ///< no argument
     };
 };
 

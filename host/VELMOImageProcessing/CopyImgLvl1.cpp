@@ -160,6 +160,11 @@ void CopyImgLvl1::set<attr::OutImg>(image::ImagePtr const& value) {
     _pTarget = value;
 }
 
+template <>
+image::ImagePtr CopyImgLvl1::getStorage<attr::OutImg>() const {
+    return _pTarget;
+}
+
 BoolResult CopyImgLvl1::runDerived() {
     if (!_pSource) {
         raiseValueMissing(attr::InImg::s_name);

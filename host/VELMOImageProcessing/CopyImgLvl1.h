@@ -24,6 +24,10 @@ class VELMO_HOST_EXPORT CopyImgLvl1 : public processor::BaseProcessor {
     template <class Attribute>
     void set(typename Attribute::Value const& value);
 
+    /// The image that was set, empty without.
+    template <class Attribute>
+    typename Attribute::Value getStorage() const;
+
   private:
     BoolResult runDerived() override;
     std::string getProcessorName() const override;
@@ -37,6 +41,9 @@ template <>
 VELMO_HOST_EXPORT void CopyImgLvl1::set<attr::InImg>(image::ImageConstPtr const& value);
 template <>
 VELMO_HOST_EXPORT void CopyImgLvl1::set<attr::OutImg>(image::ImagePtr const& value);
+
+template <>
+VELMO_HOST_EXPORT image::ImagePtr CopyImgLvl1::getStorage<attr::OutImg>() const;
 
 } // namespace util
 } // namespace imaproc

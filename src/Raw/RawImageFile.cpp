@@ -3,7 +3,6 @@
 
 #include <VELMOImageFile/RawImageFile.h>
 
-#include "LogAccess.h"
 #include "Utils/AccessorIdiom.h"
 #include "Utils/FailureText.h"
 #include "Utils/PlanTable.h"
@@ -15,7 +14,6 @@
 #include <VELMOSerialization/BaseArchive.h>
 #include <VELMOSerialization/ClassVersion.h>
 #include <VELMOUtil/LastError.h>
-#include <VELMOUtil/LogMessageFormater.h>
 
 namespace velmo {
 namespace image {
@@ -39,9 +37,7 @@ ByteRun locate(PlanTable const& plans, BaseImageGeometry const& geometry, PixelR
     ImagePlanGeometry const plan = geometry.getPlanGeometry(run.t);
     auto const planOffset = plans.find(run.z, run.c, run.t);
     if (!planOffset) {
-        raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-            formater[Message::eRIFM_InvalidPlanIndexes] % run.z % run.c % run.t;
-        });
+        raise(site, Message::eRIFM_InvalidPlanIndexes, run.z, run.c, run.t);
     }
     return toByteRun(*planOffset, run.pixelStartOffset, run.nbPixels,
                      getBufferBaseSize(toDataType(plan.getBufferType())));

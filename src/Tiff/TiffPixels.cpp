@@ -3,11 +3,10 @@
 
 #include "Tiff/TiffPixels.h"
 
-#include "LogAccess.h"
+#include "Utils/FailureText.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
-#include <VELMOUtil/LogMessageFormater.h>
 #include <cstdint>
 #include <cstring>
 #include <tiff.h>
@@ -128,10 +127,8 @@ vlUInt64 toDirectoryIndex(BaseImageGeometry const& geometry, vlUInt64 z, vlUInt6
 unsigned int getSampleWidth(eImageBufferType const& bufferType, RaiseSite const& site) {
     unsigned int const width = getImageBufferBaseSize(bufferType);
     if (width == 0) {
-        raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-            formater[eTiffImageFileMessage::eTIFM_InvalidImageBufferType] %
-                static_cast<int>(bufferType > eIBT_Label8 ? eIBT_None : bufferType);
-        });
+        raise(site, eTiffImageFileMessage::eTIFM_InvalidImageBufferType,
+              static_cast<int>(bufferType > eIBT_Label8 ? eIBT_None : bufferType));
     }
     return width;
 }

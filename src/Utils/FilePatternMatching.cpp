@@ -3,11 +3,10 @@
 
 #include <VELMOImageFile/FilePatternMatching.h>
 
-#include "LogAccess.h"
+#include "Utils/FailureText.h"
 #include "Utils/FilePatterns.h"
 
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
-#include <VELMOUtil/LogMessageFormater.h>
 #include <algorithm>
 #include <boost/lexical_cast.hpp>
 
@@ -50,9 +49,7 @@ FilePattern::FilePattern(std::string const& pattern) {
     normalizeWildcards();
     auto const isIndex = [](Token const& token) { return token.kind == eToken::Index; };
     if (std::count_if(_tokens.begin(), _tokens.end(), isIndex) > 1) {
-        raiseGuarded(VELMO_HERE, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-            formater[eImageFileUtilsMessage::eIFUM_MultipleIndexKeywords] % pattern;
-        });
+        raise(VELMO_HERE, eImageFileUtilsMessage::eIFUM_MultipleIndexKeywords, pattern);
     }
     // An empty pattern takes everything, as a single star does.
     _bOpenEnd = _tokens.empty() || _tokens.back().kind == eToken::AnySequence;
@@ -214,9 +211,7 @@ FilePatterns::FilePatterns(std::string const& patterns) {
     bool const bMixed = std::any_of(_entries.begin(), _entries.end(),
                                     [&](Entry const& entry) { return hasIndex(entry.text) != bIndex; });
     if (bMixed) {
-        raiseGuarded(VELMO_HERE, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-            formater[eImageFileUtilsMessage::eIFUM_MixedPatterns] % patterns;
-        });
+        raise(VELMO_HERE, eImageFileUtilsMessage::eIFUM_MixedPatterns, patterns);
     }
 }
 

@@ -5,13 +5,11 @@
 
 #include "LogAccess.h"
 
-#include <VELMOImage/ImageAccessor.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/MemoryImage.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageProcessing/CopyImgLvl1.h>
 #include <VELMOUtil/LogMessageFormater.h>
-#include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 
 namespace velmo {
@@ -73,18 +71,15 @@ void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& 
     imaproc::util::CopyImgLvl1 copy;
     copy.init(processor::ePRP_Strict);
     copy.set<imaproc::attr::InImg>(pSource);
-    auto const* const pDisk = dynamic_cast<DiskImage const*>(pSource.get());
-    boost::system::error_code ignored;
-    if (pDisk != nullptr &&
-        boost::filesystem::equivalent(pDisk->getAccessor()->getFilePath(), target, ignored)) {
+    if (pSource->isStoredIn(target)) {
         LogMessageFormater formater(getVELMOImageLogMessageManager());
         formater[eImageMessage::eIM_PixelsInTarget] % target.string();
         failure.require(BoolResult(false, formater.string()));
     }
 }
 
-void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
-               FamilyFailure const& failure) {
+boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& pSource,
+                                                          ImagePtr const& pTarget, eDispatch dispatch) {
     processor::ProcessorDispatchPolicy policy;
     if (dispatch == eDispatch::Default) {
         policy.initDefault();
@@ -96,6 +91,12 @@ void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch 
     pCopy->set<imaproc::attr::InImg>(pSource);
     pCopy->set<imaproc::attr::OutImg>(pTarget);
     pCopy->restrictDispatchPolicy(policy);
+    return pCopy;
+}
+
+void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
+               FamilyFailure const& failure) {
+    auto const pCopy = prepareCopy(pSource, pTarget, dispatch);
     processor::ActionResult const result = pCopy->run(processor::eST_Synchronous);
     failure.require(BoolResult(result.getStatus() == 0, result.getMessage()));
 }

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "LogAccess.h"
+
 #include <VELMOImageFile/VELMOImageFileLog.h>
 #include <VELMOUtil/BoolResult.h>
 #include <VELMOUtil/LogMessageFormater.h>
@@ -18,6 +20,15 @@ BoolResult fail(Domain id, Arguments const&... arguments) {
     formater[id];
     (formater % ... % arguments);
     return failure(formater.string());
+}
+
+/// A failure by exception: the same, raised at `site` as VELMOImageFileException.
+template <class Domain, class... Arguments>
+[[noreturn]] void raise(RaiseSite const& site, Domain id, Arguments const&... arguments) {
+    raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
+        formater[id];
+        static_cast<void>((formater % ... % arguments));
+    });
 }
 
 /// Runs steps in their order until one fails.

@@ -9,6 +9,13 @@
 #include <boost/filesystem/path.hpp>
 
 namespace velmo {
+
+namespace imaproc {
+namespace util {
+class CopyImgLvl1;
+}
+} // namespace imaproc
+
 namespace image {
 
 class BaseDiskImageAccessor;
@@ -64,6 +71,10 @@ DistributedImagePtr createDistributedTarget(BaseImageGeometry const& geometry, F
 /// an image whose pixels lie in that very file, which creating it would empty, is the failure.
 void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& target,
                    FamilyFailure const& failure);
+
+/// The copy of all pixels, ready to be run.
+boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& pSource,
+                                                          ImagePtr const& pTarget, eDispatch dispatch);
 
 /// Copies all pixels; returns when they are copied.
 void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <VELMOAttributes/InterpolationPolicy.h>
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImageFile/Export.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
@@ -56,6 +57,56 @@ VELMO_IMAGE_FILE_EXPORT DiskImagePtr openTiffImageFile(boost::filesystem::path c
 VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
                                                ImageConstPtr const& image,
                                                eTiffCompression const& compression);
+
+// Directories of TIFF files as one image. The files are those of the directory itself, folders left out and
+// links followed, whose names match `pattern` (FilePatternMatching.h tells the language). With "<INDEX>" in
+// the pattern they come in the order of their numbers, and of files with equal numbers only the first that
+// the file system lists is taken; without it they come in lexicographic order of their names, in which
+// img10.tif stands before img2.tif.
+//
+// No match gives an empty pointer and is no failure. Exactly one match goes to loadTiffImageFile or
+// openTiffImageFile with the caller's modes. Two or more are each read as a volume and compared with the
+// first before any pixel is read: a file that differs is a VELMOImageFileException that names both. What the
+// file system says of the directory comes as boost::filesystem::filesystem_error. The calls hold one file
+// handle for each file; more files than the process may open end in a failure that names the file it came to.
+// Any number of calls may run at once.
+
+/// Joins the files along T where `directoryMode` is eTDM_Temporal, else along Z, into a new image in memory
+/// with the calibration of the first file. All handles are closed on return.
+///
+/// Along Z the depths may differ; sizes X, Y, C, the colours and the pixel type may not, and each file has
+/// one time step. Along T sizes X, Y, Z, C, the colours and 2d or 3d may not differ; the pixel types may, and
+/// each time step keeps its own. The user properties of the first file are kept along T and dropped along Z.
+/// Pixels that cannot be read after the comparison (a file cut short) stay zero without a failure, which
+/// openTiffImageFiles reports at the read.
+VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory,
+                                                    std::string const& pattern,
+                                                    eTiffDirectoryMode const& directoryMode,
+                                                    eTiffBufferMode const& bufferMode);
+
+/// The same as a DiskImage: pixels stay in the files, which stay open for reading as long as the image lives.
+/// Any number of threads may read from it at once. It has no user properties. A single match is open for
+/// reading and writing, as openTiffImageFile leaves it.
+VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path const& directory,
+                                                    std::string const& pattern,
+                                                    eTiffDirectoryMode const& directoryMode,
+                                                    eTiffBufferMode const& bufferMode);
+
+/// Loads a stack whose planes lie at uneven heights and resamples it along Z into a new image in memory of
+/// `outputSizeZ` evenly spaced planes (ResampleCustomZStack3dImgLvl1 tells how). `zStepsFile` holds the steps
+/// between neighbouring planes of all files, one fewer than there are planes: an XML archive of a ZSteps
+/// where its extension is ".xml", else a text of one number a line, where blank lines count for nothing and
+/// any other line that is no number for a step of no value. Steps have no unit.
+///
+/// It is read before any image file, and not at all where fewer than two files match: a single one is loaded
+/// as it is. The files are compared as along Z; then the number of steps is. Steps that are not all positive
+/// and finite, an `outputSizeZ` of 0 or beyond the memory, and pixels that cannot be read are a
+/// VELMOBaseProcessingException. Only the result and a few planes of the stack are in memory. The user
+/// properties of the first file are kept.
+VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
+    boost::filesystem::path const& directory, boost::filesystem::path const& zStepsFile,
+    unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
+    std::string const& pattern, eTiffBufferMode const& bufferMode);
 
 } // namespace file
 } // namespace image

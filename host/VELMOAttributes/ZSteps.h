@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOBaseData/DataItem.h"
+#include "VELMOSerialization/CopyableObject.h"
+
+#include <boost/shared_ptr.hpp>
+
+namespace velmo {
+namespace imaproc {
+namespace attr {
+
+/// The steps between the planes of a custom Z stack, in the order of the planes: one for each two neighbours.
+class VELMO_HOST_EXPORT ZSteps : public CopyableObject<ZSteps, BaseDataItemNode> {
+  public:
+    static std::string const& getTypeName();
+
+    std::vector<float> const& getSteps() const { return _steps.getValues(); }
+    std::vector<float>& accessSteps() { return _steps.accessValues(); }
+
+    BoolResult write(BaseOArchive& archive) const override;
+    BoolResult read(BaseIArchive& archive) override;
+
+  private:
+    DataItemLeafColl<float> _steps;
+};
+
+using ZStepsPtr = boost::shared_ptr<ZSteps>;
+using ZStepsConstPtr = boost::shared_ptr<ZSteps const>;
+
+} // namespace attr
+} // namespace imaproc
+} // namespace velmo

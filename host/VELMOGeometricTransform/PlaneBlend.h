@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/ImageEnums.h"
+
+#include <array>
+#include <cstddef>
+
+namespace velmo {
+namespace imaproc {
+namespace gtrans {
+
+/// A plane and what its difference from the base plane counts.
+struct BlendTerm {
+    std::byte const* pPlane;
+    double weight;
+};
+
+/// Fills `pTarget` with the base plane plus the weighted differences of the terms from it; integers are
+/// rounded to the nearest, halves away from zero, and kept within their type. At most 3 terms.
+void blendPlanes(image::eImageBufferType bufferType, vlUInt64 nbPixels, std::byte const* pBase,
+                 BlendTerm const* pTerms, unsigned int nbTerms, std::byte* pTarget);
+
+} // namespace gtrans
+} // namespace imaproc
+} // namespace velmo

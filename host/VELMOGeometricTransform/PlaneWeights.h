@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOAttributes/ResampleAttributes.h"
+
+#include <array>
+#include <vector>
+
+namespace velmo {
+namespace imaproc {
+namespace gtrans {
+
+/// How one plane of the result comes about: plane `base`, and the differences of further planes from it times
+/// their weights.
+struct PlaneWeights {
+    struct Term {
+        vlUInt64 plane;
+        double weight;
+    };
+    vlUInt64 base = 0;
+    std::array<Term, 3> terms{};
+    unsigned int nbTerms = 0; ///< 0 where the plane is `base` itself
+};
+
+/// Planes at the running sums of steps, and planes of a result that lie evenly from the first to the last.
+class PlanePositions {
+  public:
+    /// Every step must be positive and finite.
+    explicit PlanePositions(std::vector<float> const& steps);
+
+    /// Plane `index` of `nbPlanes`; with one plane that is the first one's position.
+    PlaneWeights weigh(vlUInt64 index, vlUInt64 nbPlanes, attr::eInterpolationPolicy policy) const;
+
+  private:
+    double step(vlUInt64 plane) const { return _positions[plane + 1] - _positions[plane]; }
+    PlaneWeights weighCubic(vlUInt64 plane, double fraction) const;
+
+    std::vector<double> _positions;
+};
+
+} // namespace gtrans
+} // namespace imaproc
+} // namespace velmo

@@ -1,0 +1,225 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h"
+
+#include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
+#include "VELMOGeometricTransform/PlaneBlend.h"
+#include "VELMOGeometricTransform/PlaneWeights.h"
+#include "VELMOImage/ImageFactory.h"
+#include "VELMOImage/ImageGeometry.h"
+#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/PageBuffer.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace velmo {
+namespace imaproc {
+namespace gtrans {
+
+namespace {
+
+using image::BaseImage;
+using image::BaseImageGeometry;
+using processor::eProcessorMessage;
+
+void requireSteps(RaiseSite const& site, std::vector<float> const& steps) {
+    auto const refused = std::find_if_not(steps.begin(), steps.end(),
+                                          [](float step) { return std::isfinite(step) && step > 0; });
+    if (refused != steps.end()) {
+        raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
+            formater[eProcessorMessage::ePM_StepRefused] % attr::InZSteps::s_name %
+                (refused - steps.begin()) % *refused;
+        });
+    }
+}
+
+void requireCount(RaiseSite const& site, std::vector<float> const& steps, BaseImageGeometry const& geometry) {
+    if (steps.size() + 1 != geometry.getSizeZ()) {
+        raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
+            formater[eProcessorMessage::ePM_StepsCount] % attr::InZSteps::s_name % steps.size() %
+                attr::InImg3d::s_name % geometry.getSizeZ();
+        });
+    }
+}
+
+bool isBlendable(image::eImageBufferType type) {
+    return type <= image::eIBT_Real32;
+}
+
+/// The planes of one channel and time step that are in use, read when they are asked for.
+class PlaneWindow {
+  public:
+    PlaneWindow(BaseImage const& source, vlUInt64 c, vlUInt64 t) : _source(source), _c(c), _t(t) {}
+
+    /// Valid until four other planes were asked for.
+    BoolResult find(vlUInt64 z, std::byte const*& pPlane) {
+        if (void const* const pInMemory = _source.accessPlan(z, _c, _t)) {
+            pPlane = static_cast<std::byte const*>(pInMemory);
+            return success();
+        }
+        Slot& slot = _slots[z % _slots.size()]; // neighbours fall into different slots
+        BoolResult result = success();
+        if (!slot.bFilled || slot.z != z) {
+            BaseImageGeometry const& geometry = _source.getGeometry();
+            slot.bFilled = false;
+            if (slot.pixels.getSize() == 0) {
+                slot.pixels = PageBuffer(geometry.getPlanMemorySize(_t));
+            }
+            result = _source.readPixels(z, _c, _t, 0, geometry.getPlanNbPixels(), slot.pixels.getData());
+            slot.bFilled = static_cast<bool>(result);
+            slot.z = z;
+        }
+        pPlane = slot.pixels.getData();
+        return result;
+    }
+
+  private:
+    struct Slot {
+        bool bFilled = false;
+        vlUInt64 z = 0;
+        PageBuffer pixels;
+    };
+
+    BaseImage const& _source;
+    vlUInt64 _c;
+    vlUInt64 _t;
+    std::array<Slot, 4> _slots;
+};
+
+BoolResult blendPlane(PlaneWindow& window, PlaneWeights const& weights, BaseImageGeometry const& geometry,
+                      vlUInt64 t, std::byte* pTarget) {
+    std::byte const* pBase = nullptr;
+    BoolResult result = window.find(weights.base, pBase);
+    std::array<BlendTerm, 3> terms{};
+    for (unsigned int term = 0; result && term < weights.nbTerms; ++term) {
+        terms[term].weight = weights.terms[term].weight;
+        result = window.find(weights.terms[term].plane, terms[term].pPlane);
+    }
+    if (result) {
+        blendPlanes(geometry.getPlanGeometry(t).getBufferType(), geometry.getPlanNbPixels(), pBase,
+                    terms.data(), weights.nbTerms, pTarget);
+    }
+    return result;
+}
+
+BoolResult resample(BaseImage const& source, PlanePositions const& positions,
+                    attr::eInterpolationPolicy policy, BaseImage& target) {
+    BaseImageGeometry const& geometry = target.getGeometry();
+    if (geometry.getFullMemorySize() == 0) {
+        return success();
+    }
+    BoolResult result = success();
+    for (vlUInt64 t = 0; result && t < geometry.getSizeT(); ++t) {
+        bool const bBlendable = isBlendable(geometry.getPlanGeometry(t).getBufferType());
+        for (vlUInt64 c = 0; result && c < geometry.getSizeC(); ++c) {
+            PlaneWindow window(source, c, t);
+            for (vlUInt64 z = 0; result && z < geometry.getSizeZ(); ++z) {
+                PlaneWeights const weights =
+                    positions.weigh(z, geometry.getSizeZ(), bBlendable ? policy : attr::eIP_Nearest);
+                auto* const pTarget = static_cast<std::byte*>(target.accessPlan(z, c, t));
+                result = blendPlane(window, weights, geometry, t, pTarget);
+            }
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+template <>
+void ResampleCustomZStack3dImgLvl1::set<attr::InImg3d>(image::ImageConstPtr const& value) {
+    requireInit(attr::InImg3d::s_name);
+    if (!value) {
+        raiseValueMissing(attr::InImg3d::s_name);
+    }
+    if (_pSteps) {
+        requireCount(VELMO_HERE, _pSteps->getSteps(), value->getGeometry());
+    }
+    _pSource = value;
+}
+
+template <>
+void ResampleCustomZStack3dImgLvl1::set<attr::InZSteps>(attr::ZStepsConstPtr const& value) {
+    requireInit(attr::InZSteps::s_name);
+    if (!value) {
+        raiseValueMissing(attr::InZSteps::s_name);
+    }
+    requireSteps(VELMO_HERE, value->getSteps());
+    if (_pSource) {
+        requireCount(VELMO_HERE, value->getSteps(), _pSource->getGeometry());
+    }
+    _pSteps = value;
+}
+
+template <>
+void ResampleCustomZStack3dImgLvl1::set<attr::InInterpolationPolicy>(
+    attr::eInterpolationPolicy const& value) {
+    requireInit(attr::InInterpolationPolicy::s_name);
+    _policy = value;
+}
+
+template <>
+void ResampleCustomZStack3dImgLvl1::set<attr::InOutputImg3dZSize>(unsigned long const& value) {
+    requireInit(attr::InOutputImg3dZSize::s_name);
+    if (value == 0) {
+        raiseGuarded(VELMO_HERE, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
+            formater[eProcessorMessage::ePM_SizeRefused] % attr::InOutputImg3dZSize::s_name % value;
+        });
+    }
+    _sizeZ = value;
+}
+
+template <>
+image::ImagePtr ResampleCustomZStack3dImgLvl1::getStorage<attr::OutImg>() const {
+    if (!_pTarget) {
+        raiseGuarded(VELMO_HERE, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
+            formater[eProcessorMessage::ePM_NoResult] % attr::OutImg::s_name % getProcessorName() % _failure;
+        });
+    }
+    return _pTarget;
+}
+
+BoolResult ResampleCustomZStack3dImgLvl1::runDerived() {
+    _pTarget.reset();
+    _failure.clear();
+    if (!_pSource) {
+        raiseValueMissing(attr::InImg3d::s_name);
+    }
+    if (!_pSteps) {
+        raiseValueMissing(attr::InZSteps::s_name);
+    }
+    image::ImageGeometryPtr const pGeometry = duplicateGeometry(_pSource->getGeometry());
+    pGeometry->getVolumeGeometry().init3d(_sizeZ);
+    image::ImagePtr pTarget;
+    BoolResult result = image::ImageFactory::getInstance().createDefaultImage(*pGeometry, pTarget);
+    if (result) {
+        pTarget->setGeometricCalibration(_pSource->getGeometricCalibrationConstPtr());
+        result = resample(*_pSource, PlanePositions(_pSteps->getSteps()), _policy, *pTarget);
+    }
+    if (result) {
+        _pTarget = pTarget;
+    } else {
+        _failure = result.getMessage();
+    }
+    return result;
+}
+
+std::string ResampleCustomZStack3dImgLvl1::getProcessorName() const {
+    return "ResampleCustomZStack3dImgLvl1";
+}
+
+void ResampleCustomZStack3dImgLvl1::resetAttributes() {
+    _pSource.reset();
+    _pSteps.reset();
+    _policy = attr::eIP_Linear;
+    _sizeZ = 0;
+    _pTarget.reset();
+    _failure.clear();
+}
+
+} // namespace gtrans
+} // namespace imaproc
+} // namespace velmo

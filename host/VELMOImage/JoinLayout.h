@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/ImageGeometry.h"
+#include "VELMOUtil/BoolResult.h"
+
+#include <vector>
+
+namespace velmo {
+namespace image {
+
+enum class eJoinAxis { Z, T };
+
+/// Which part of several that are joined along one axis holds a plane.
+class VELMO_HOST_EXPORT JoinLayout {
+  public:
+    /// A plane within a part.
+    struct Place {
+        std::size_t part;
+        PlanIndexes plan;
+    };
+
+    /// Parts must have the same sizes but for the axis, the same colours and, along Z, one pixel type and one
+    /// time step. A failure names the part (from 0) and changes nothing; a whole beyond 64 bits is thrown as
+    /// VELMOImageException.
+    BoolResult init(std::vector<BaseImageGeometry const*> const& parts, eJoinAxis axis);
+
+    /// Of the whole: the first part's, with the sum of the sizes along the axis. Along T each time step keeps
+    /// its pixel type.
+    BaseImageGeometry const& getGeometry() const { return *_pGeometry; }
+    /// Where a plane of the whole lies, in time logarithmic to the number of parts.
+    Place locate(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
+
+  private:
+    eJoinAxis _axis = eJoinAxis::Z;
+    std::vector<vlUInt64> _starts; ///< along the axis, of each part
+    ImageGeometryPtr _pGeometry;
+};
+
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/BaseImage.h"
+#include "VELMOImage/JoinLayout.h"
+
+namespace velmo {
+namespace image {
+
+/// Images joined along one axis without a copy: pixels stay where the parts have them, and the image co-owns
+/// its parts. It has the calibration of the first.
+class VELMO_HOST_EXPORT JoinedImage : public BaseImage {
+  public:
+    /// As JoinLayout::init. A failure leaves the image as it was.
+    BoolResult join(std::vector<ImagePtr> const& parts, eJoinAxis axis);
+
+    bool isStoredIn(boost::filesystem::path const& path) const override;
+
+  private:
+    BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                                 void* buffer) const override;
+    BoolResult writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                                  void const* buffer) override;
+    void* accessPlanDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t) const override;
+
+    JoinLayout _layout;
+    std::vector<ImagePtr> _parts;
+};
+
+} // namespace image
+} // namespace velmo

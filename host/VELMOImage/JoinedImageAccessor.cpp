@@ -1,0 +1,140 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImage/JoinedImageAccessor.h"
+
+#include "VELMOImage/VELMOImageLog.h"
+#include "VELMOSerialization/BaseArchive.h"
+#include "VELMOSerialization/DynamicRegistrator.h"
+#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/VELMOUtilLog.h"
+
+#include <algorithm>
+#include <boost/make_shared.hpp>
+
+namespace velmo {
+namespace image {
+
+namespace {
+
+DynamicRegistrator<JoinedImageAccessor> const g_registrator;
+
+BoolResult failNotInitialised() {
+    LogMessageFormater formater(getVELMOImageLogMessageManager());
+    return failure(formater[eImageAccessorMessage::eIAM_NotInitialised].string());
+}
+
+[[noreturn]] void raiseNoCopySupport(RaiseSite const& site) {
+    raiseGuarded(site, g_velmoUtilRaise, [](LogMessageFormater& formater) {
+        formater[eVELMOUtilErrors::eVUE_CopyNotSupported] % JoinedImageAccessor::getTypeName();
+    });
+}
+
+} // namespace
+
+std::string const& JoinedImageAccessor::getTypeName() {
+    static std::string const typeName("velmo::image::JoinedImageAccessor");
+    return typeName;
+}
+
+BaseDynamicObject* JoinedImageAccessor::createNewObject() {
+    return new JoinedImageAccessor;
+}
+
+DynamicObjectPtr JoinedImageAccessor::createSharedObject() {
+    return boost::make_shared<JoinedImageAccessor>();
+}
+
+BaseDynamicObject* JoinedImageAccessor::duplicate() const {
+    raiseNoCopySupport(VELMO_HERE);
+}
+
+DynamicObjectPtr JoinedImageAccessor::duplicateShared() const {
+    raiseNoCopySupport(VELMO_HERE);
+}
+
+void JoinedImageAccessor::copy(BaseDynamicObject const& /*other*/) {
+    raiseNoCopySupport(VELMO_HERE);
+}
+
+BoolResult JoinedImageAccessor::join(std::vector<PartPtr> const& parts, eJoinAxis axis) {
+    std::vector<PartPtr> const kept(parts);
+    clear();
+    std::vector<BaseImageGeometry const*> geometries;
+    for (PartPtr const& pPart : kept) {
+        geometries.push_back(&pPart->getGeometry());
+    }
+    BoolResult result = _layout.init(geometries, axis);
+    if (result) {
+        _parts = kept;
+        _axis = axis;
+        BaseDiskImageAccessor const& first = *_parts.front();
+        initBase(first.getFilePath(), first.getAccessMode(), _layout.getGeometry(),
+                 first.getGeometricCalibrationConstPtr(), first.hasSharedRemoteAccess());
+    }
+    return result;
+}
+
+BoolResult JoinedImageAccessor::write(BaseOArchive& archive) const {
+    archive << oItem("axis", static_cast<int>(_axis)) << oItem("nbParts", vlUInt64{_parts.size()});
+    for (PartPtr const& pPart : _parts) {
+        archive.writeObject("part", pPart);
+    }
+    return success();
+}
+
+BoolResult JoinedImageAccessor::read(BaseIArchive& archive) {
+    clear();
+    int axis = 0;
+    vlUInt64 nbParts = 0;
+    archive >> iItem("axis", axis) >> iItem("nbParts", nbParts);
+    std::vector<PartPtr> parts;
+    for (vlUInt64 part = 0; part < nbParts; ++part) {
+        parts.push_back(readObjectOf<BaseDiskImageAccessor>(archive, "part"));
+        if (!parts.back()) {
+            LogMessageFormater formater(getVELMOImageLogMessageManager());
+            return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+        }
+    }
+    return parts.empty() ? success() : join(parts, axis == 0 ? eJoinAxis::Z : eJoinAxis::T);
+}
+
+bool JoinedImageAccessor::isStoredIn(boost::filesystem::path const& path) const {
+    return std::any_of(_parts.begin(), _parts.end(),
+                       [&](PartPtr const& pPart) { return pPart->isStoredIn(path); });
+}
+
+bool JoinedImageAccessor::hasBinary8BitsStorage() const {
+    return std::all_of(_parts.begin(), _parts.end(),
+                       [](PartPtr const& pPart) { return pPart->hasBinary8BitsStorage(); });
+}
+
+BoolResult JoinedImageAccessor::resizeData(BaseImageGeometry const& /*geometry*/) {
+    LogMessageFormater formater(getVELMOImageLogMessageManager());
+    return failure(formater[eImageMessage::eIM_JoinedResize].string());
+}
+
+BoolResult JoinedImageAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                            vlUInt64 nbPixels, void* buffer) const {
+    if (_parts.empty()) {
+        return failNotInitialised();
+    }
+    auto const [part, plan] = _layout.locate(z, c, t);
+    return _parts[part]->readRawData(plan.z, plan.c, plan.t, pixelStartOffset, nbPixels, buffer);
+}
+
+BoolResult JoinedImageAccessor::writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                             vlUInt64 nbPixels, void const* buffer) {
+    if (_parts.empty()) {
+        return failNotInitialised();
+    }
+    auto const [part, plan] = _layout.locate(z, c, t);
+    return _parts[part]->writeRawData(plan.z, plan.c, plan.t, pixelStartOffset, nbPixels, buffer);
+}
+
+void JoinedImageAccessor::clearDerived() {
+    _parts.clear();
+}
+
+} // namespace image
+} // namespace velmo

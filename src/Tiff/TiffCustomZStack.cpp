@@ -1,0 +1,130 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/TiffFileList.h"
+#include "Utils/FailureText.h"
+
+#include <VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h>
+#include <VELMOImageFile/TiffImageFileMessage.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOSerialization/XmlFile.h>
+#include <VELMOUtil/BaseException.h>
+#include <VELMOUtil/FileKind.h>
+#include <VELMOUtil/LastError.h>
+#include <boost/algorithm/string/trim.hpp>
+#include <boost/filesystem/fstream.hpp>
+#include <boost/lexical_cast.hpp>
+#include <boost/make_shared.hpp>
+#include <cstdint>
+#include <limits>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+namespace attr = imaproc::attr;
+using Message = eTiffImageFileMessage;
+using Paths = std::vector<boost::filesystem::path>;
+
+[[noreturn]] void raiseFileError(boost::filesystem::path const& path, std::string const& reason) {
+    raise(VELMO_HERE, Message::eTIFM_ZStepsFileError, path.string(), reason);
+}
+
+/// A line that is no number has no value, but counts.
+float toStep(std::string const& line) {
+    try {
+        return boost::lexical_cast<float>(line);
+    } catch (boost::bad_lexical_cast const&) {
+        return std::numeric_limits<float>::quiet_NaN();
+    }
+}
+
+void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
+    if (std::error_code const error = getSeekError(path)) {
+        raiseFileError(path, error.message());
+    }
+    boost::filesystem::ifstream stream(path, std::ios::in);
+    if (!stream) {
+        raiseFileError(path, getLastError());
+    }
+    for (std::string line; std::getline(stream, line);) {
+        boost::algorithm::trim(line);
+        if (!line.empty()) {
+            steps.push_back(toStep(line));
+        }
+    }
+    if (!stream.eof()) {
+        raiseFileError(path, getLastError());
+    }
+}
+
+attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path) {
+    auto const pSteps = boost::make_shared<attr::ZSteps>();
+    if (path.extension() != ".xml") {
+        readText(path, pSteps->accessSteps());
+        return pSteps;
+    }
+    try {
+        readFromXmlFile(path, *pSteps);
+    } catch (BaseException const& exception) {
+        raiseFileError(path, exception.what());
+    }
+    return pSteps;
+}
+
+void requireCount(attr::ZSteps const& steps, vlUInt64 nbPlanes) {
+    auto const nbSteps = static_cast<std::uint32_t>(steps.getSteps().size());
+    if (nbSteps != nbPlanes - 1) {
+        raise(VELMO_HERE, Message::eTIFM_ZStepsCountMismatch, nbSteps, nbPlanes);
+    }
+}
+
+ImagePtr resample(ImagePtr const& pStack, attr::ZStepsConstPtr const& pSteps, vlUInt64 outputSizeZ,
+                  attr::eInterpolationPolicy const& interpolationPolicy) {
+    processor::ProcessorDispatchPolicy policy;
+    policy.initLocal(1);
+    auto const pResample = boost::make_shared<imaproc::gtrans::ResampleCustomZStack3dImgLvl1>();
+    pResample->init(processor::ePRP_Strict);
+    pResample->set<attr::InImg3d>(pStack);
+    pResample->set<attr::InZSteps>(pSteps);
+    pResample->set<attr::InInterpolationPolicy>(interpolationPolicy);
+    pResample->set<attr::InOutputImg3dZSize>(outputSizeZ);
+    pResample->restrictDispatchPolicy(policy);
+    pResample->run(processor::eST_Synchronous); // without a result, the next line throws
+    return pResample->getStorage<attr::OutImg>();
+}
+
+ImagePtr loadCustomZStackImageFiles(Paths const& paths, attr::ZStepsConstPtr const& pSteps,
+                                    vlUInt64 outputSizeZ,
+                                    attr::eInterpolationPolicy const& interpolationPolicy,
+                                    eTiffBufferMode const& bufferMode) {
+    TiffFileList files(paths, bufferMode, VELMO_HERE);
+    files.compare(TiffFileList::eRule::Volume);
+    requireCount(*pSteps, files.getNbPlanes());
+    ImagePtr pImage = resample(files.join(), pSteps, outputSizeZ, interpolationPolicy);
+    if (!files.getUserProperties().empty()) {
+        pImage->setUserPropertiesStr(files.getUserProperties());
+    }
+    return pImage;
+}
+
+} // namespace
+
+ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
+                                    boost::filesystem::path const& zStepsFile, unsigned long outputSizeZ,
+                                    attr::eInterpolationPolicy const& interpolationPolicy,
+                                    std::string const& pattern, eTiffBufferMode const& bufferMode) {
+    Paths const paths = findTiffFilesInDirectory(directory, pattern);
+    if (paths.empty()) {
+        return {};
+    }
+    return paths.size() == 1 ? loadTiffImageFile(paths.front(), eTDM_Volume, bufferMode)
+                             : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile), outputSizeZ,
+                                                          interpolationPolicy, bufferMode);
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo
