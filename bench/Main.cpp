@@ -110,6 +110,9 @@ bool runBenchmarks(Options const& options) {
     addTiffLoadBenchmarks(suite);
     addTiffSaveBenchmarks(suite);
     addTiffPlanesBenchmarks(suite);
+    addTiffFilesBenchmarks(suite);
+    addPatternBenchmarks(suite);
+    addResampleBenchmarks(suite);
     benchmark::RunSpecifiedBenchmarks();
     if (!suite.getFigures().empty()) {
         std::cout << "\nMedians of " << options.nbPairs << " pairs; of the ratio also the quartiles.\n";

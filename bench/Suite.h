@@ -71,6 +71,9 @@ void addSaveBenchmarks(Suite& suite);
 void addTiffLoadBenchmarks(Suite& suite);
 void addTiffSaveBenchmarks(Suite& suite);
 void addTiffPlanesBenchmarks(Suite& suite);
+void addTiffFilesBenchmarks(Suite& suite);
+void addPatternBenchmarks(Suite& suite);
+void addResampleBenchmarks(Suite& suite);
 
 } // namespace bench
 } // namespace velmo

@@ -122,15 +122,13 @@ void saveAsImageJStack(std::string const& path, PlanesOf16Bits const& planes) {
     descriptor.write(planes.pPixels, planes.nbPlanes * planes.getPlaneBytes(), dataOffset);
 }
 
-double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes) {
-    Stopwatch const stopwatch;
-    std::unique_ptr<std::byte[]> const pixels(new std::byte[nbBytes]);
+vlUInt64 readByLibtiff(std::string const& path, std::byte* pPixels, vlUInt64 nbBytes) {
     Handle const handle = open(path, "r");
     vlUInt64 offset = 0;
     do {
         std::uint32_t const nbStrips = TIFFNumberOfStrips(handle.get());
         for (std::uint32_t strip = 0; strip < nbStrips; ++strip) {
-            tmsize_t const size = TIFFReadEncodedStrip(handle.get(), strip, pixels.get() + offset,
+            tmsize_t const size = TIFFReadEncodedStrip(handle.get(), strip, pPixels + offset,
                                                        static_cast<tmsize_t>(nbBytes - offset));
             if (size < 0) {
                 throw std::runtime_error("libtiff cannot read a strip");
@@ -138,7 +136,13 @@ double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes) {
             offset += static_cast<vlUInt64>(size);
         }
     } while (TIFFReadDirectory(handle.get()) == 1);
-    requireBytes(static_cast<tmsize_t>(offset), nbBytes);
+    return offset;
+}
+
+double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes) {
+    Stopwatch const stopwatch;
+    std::unique_ptr<std::byte[]> const pixels(new std::byte[nbBytes]);
+    requireBytes(static_cast<tmsize_t>(readByLibtiff(path, pixels.get(), nbBytes)), nbBytes);
     return stopwatch.getSeconds();
 }
 

@@ -31,6 +31,9 @@ void saveByLibtiff(std::string const& path, PlanesOf16Bits const& planes, int co
 /// Writes one directory that announces all planes to ImageJ, which follow the first one in the file.
 void saveAsImageJStack(std::string const& path, PlanesOf16Bits const& planes);
 
+/// Reads every directory, strip by strip, into an array of `nbBytes`; gives the number of bytes read.
+vlUInt64 readByLibtiff(std::string const& path, std::byte* pPixels, vlUInt64 nbBytes);
+
 /// Seconds to read every directory, strip by strip, into a fresh array of `nbBytes`.
 double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes);
 

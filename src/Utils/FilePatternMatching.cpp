@@ -8,7 +8,9 @@
 
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
 #include <algorithm>
-#include <boost/lexical_cast.hpp>
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
+#include <charconv>
+#include <cstring>
 
 namespace velmo {
 namespace image {
@@ -29,17 +31,14 @@ bool hasIndex(std::string const& pattern) {
     return pattern.find(g_indexKeyword) != std::string::npos;
 }
 
-/// Empty pieces are patterns too.
-std::vector<std::string> split(std::string const& patterns) {
-    std::vector<std::string> pieces(1);
-    for (char const character : patterns) {
-        if (character == g_separator) {
-            pieces.emplace_back();
-        } else {
-            pieces.back() += character;
-        }
+/// A number beyond 64 bits is thrown as boost::bad_lexical_cast.
+vlUInt64 toNumber(std::string_view digits) {
+    vlUInt64 number = 0;
+    char const* const end = digits.data() + digits.size();
+    if (std::from_chars(digits.data(), end, number).ec != std::errc()) {
+        throw boost::bad_lexical_cast(typeid(std::string), typeid(vlUInt64));
     }
-    return pieces;
+    return number;
 }
 
 } // namespace
@@ -60,6 +59,7 @@ FilePattern::FilePattern(std::string const& pattern) {
 }
 
 void FilePattern::tokenize(std::string const& pattern) {
+    _tokens.reserve(4);
     std::string literal;
     for (std::size_t position = 0; position < pattern.size();) {
         if (pattern.compare(position, g_indexKeyword.size(), g_indexKeyword) == 0) {
@@ -77,17 +77,17 @@ void FilePattern::tokenize(std::string const& pattern) {
         }
     }
     if (!literal.empty()) {
-        _tokens.push_back({eToken::Literal, literal});
+        _tokens.push_back({eToken::Literal, literal, 0});
     }
 }
 
 /// Appends a keyword behind the literal before it, which becomes empty.
 void FilePattern::append(eToken kind, std::string& literal) {
     if (!literal.empty()) {
-        _tokens.push_back({eToken::Literal, literal});
+        _tokens.push_back({eToken::Literal, literal, 0});
         literal.clear();
     }
-    _tokens.push_back({kind, {}});
+    _tokens.push_back({kind, {}, 0});
 }
 
 /// From a star on, a run of wildcards becomes its "?" and one star behind them.
@@ -100,91 +100,119 @@ void FilePattern::normalizeWildcards() {
          next = std::find_if(next, _tokens.end(), isStar)) {
         auto const end = std::find_if_not(next, _tokens.end(), isWildcard);
         auto const star = std::remove_if(next, end, isStar);
-        *star = {eToken::AnySequence, {}};
+        *star = {eToken::AnySequence, {}, 0};
         next = _tokens.erase(star + 1, end);
     }
 }
 
 void FilePattern::findStops() {
-    _stops.assign(_tokens.size() + 1, _tokens.size());
-    for (std::size_t token = _tokens.size(); token-- > 1;) {
-        bool const bStop = _tokens[token].kind == eToken::Literal || _tokens[token].kind == eToken::Index;
-        _stops[token - 1] = bStop ? token : _stops[token];
+    std::size_t stop = _tokens.size();
+    for (std::size_t token = _tokens.size(); token-- > 0;) {
+        eToken const kind = _tokens[token].kind;
+        _tokens[token].stop = stop;
+        stop = kind == eToken::Literal || kind == eToken::Index ? token : stop;
     }
+    auto const isRun = [](Token const& token) {
+        return token.kind == eToken::AnySequence || token.kind == eToken::Index;
+    };
+    _fixedBegin =
+        static_cast<std::size_t>(_tokens.rend() - std::find_if(_tokens.rbegin(), _tokens.rend(), isRun));
+    _bNeedsRows = std::any_of(_tokens.begin(), _tokens.end(),
+                              [&](Token const& token) { return isRun(token) && token.stop < _fixedBegin; });
 }
 
-std::optional<std::string> FilePattern::match(std::string const& fileName) {
-    std::string digits;
+std::optional<std::string_view> FilePattern::match(std::string_view fileName) {
+    _name = fileName;
+    _rows.clear();
+    std::string_view digits;
     std::size_t position = 0;
-    _rowSize = 0;
     for (std::size_t token = 0; token < _tokens.size(); ++token) {
-        eToken const kind = _tokens[token].kind;
-        if (kind == eToken::Literal) {
-            std::string const& text = _tokens[token].text;
-            if (fileName.compare(position, text.size(), text) != 0) {
+        Token const& current = _tokens[token];
+        switch (current.kind) {
+        case eToken::Literal:
+            if (!hasLiteral(current, position)) {
                 return std::nullopt;
             }
-            position += text.size();
-            continue;
-        }
-        if (kind == eToken::AnyChar) {
-            if (position == fileName.size()) {
+            position += current.text.size();
+            break;
+        case eToken::AnyChar:
+            if (position == _name.size()) {
                 return std::nullopt;
             }
             ++position;
-            continue;
-        }
-        if (_rowSize == 0) {
-            fillRows(fileName);
-        }
-        if (kind == eToken::AnySequence) {
-            while (position < fileName.size() && !canRun(token + 1, position)) {
+            break;
+        case eToken::AnySequence:
+            fillRows();
+            while (position < _name.size() && !canRun(token + 1, position)) {
                 ++position;
             }
-            continue;
+            break;
+        case eToken::Index:
+            fillRows();
+            digits = _name.substr(position, endOfDigits(current, position) - position);
+            if (digits.empty()) {
+                return std::nullopt;
+            }
+            position += digits.size();
+            break;
         }
-        std::size_t const end = endOfDigits(token, position, fileName);
-        if (end == position) {
-            return std::nullopt;
-        }
-        digits = fileName.substr(position, end - position);
-        position = end;
     }
-    return _bOpenEnd || position == fileName.size() ? std::optional(digits) : std::nullopt;
+    return _bOpenEnd || position == _name.size() ? std::optional(digits) : std::nullopt;
+}
+
+bool FilePattern::hasLiteral(Token const& token, std::size_t position) const {
+    std::string const& text = token.text;
+    return text.size() <= _name.size() - position && text.front() == _name[position] &&
+           std::memcmp(text.data(), _name.data() + position, text.size()) == 0;
 }
 
 /// Digits end where the pattern can go on, if something of it is left that can be a stop.
-std::size_t FilePattern::endOfDigits(std::size_t token, std::size_t position,
-                                     std::string const& fileName) const {
-    std::size_t const stop = _stops[token];
-    bool const bHasStop = stop < _tokens.size();
-    while (position < fileName.size() && isDigit(fileName[position]) &&
-           !(bHasStop && canRun(stop, position))) {
+std::size_t FilePattern::endOfDigits(Token const& token, std::size_t position) const {
+    bool const bHasStop = token.stop < _tokens.size();
+    while (position < _name.size() && isDigit(_name[position]) &&
+           !(bHasStop && canRun(token.stop, position))) {
         ++position;
     }
     return position;
 }
 
-void FilePattern::fillRows(std::string const& fileName) {
-    _rowSize = fileName.size() + 1;
-    _rows.assign((_tokens.size() + 1) * _rowSize, 0);
-    std::fill(_rows.end() - static_cast<std::ptrdiff_t>(_rowSize), _rows.end(), 1);
-    for (std::size_t token = _tokens.size(); token-- > 0;) {
-        fillRow(token, fileName);
+/// Whether the tokens from this one on can be run, at any position.
+bool FilePattern::canRun(std::size_t token, std::size_t position) const {
+    return token < _fixedBegin ? _rows[token * (_name.size() + 1) + position] != 0
+                               : canRunFixed(token, position);
+}
+
+bool FilePattern::canRunFixed(std::size_t token, std::size_t position) const {
+    for (; token < _tokens.size(); ++token) {
+        Token const& current = _tokens[token];
+        if (current.kind == eToken::Literal ? !hasLiteral(current, position) : position == _name.size()) {
+            return false;
+        }
+        position += current.kind == eToken::Literal ? current.text.size() : 1;
+    }
+    return true;
+}
+
+/// Once for each name, unless all that is ever asked for is fixed: a pattern of one star or number.
+void FilePattern::fillRows() {
+    if (_bNeedsRows && _rows.empty()) {
+        _rows.resize(_fixedBegin * (_name.size() + 1));
+        for (std::size_t token = _fixedBegin; token-- > 0;) {
+            fillRow(token);
+        }
     }
 }
 
-void FilePattern::fillRow(std::size_t token, std::string const& fileName) {
-    char* const pRow = _rows.data() + token * _rowSize;
-    std::string const& text = _tokens[token].text;
-    std::size_t end = fileName.size(); // of the digits from a position on
-    for (std::size_t position = _rowSize; position-- > 0;) {
-        bool const bAtEnd = position == fileName.size();
+void FilePattern::fillRow(std::size_t token) {
+    Token const& current = _tokens[token];
+    char* const pRow = _rows.data() + token * (_name.size() + 1);
+    std::size_t end = _name.size(); // of the digits from a position on
+    for (std::size_t position = _name.size() + 1; position-- > 0;) {
+        bool const bAtEnd = position == _name.size();
         bool bRuns = false;
-        switch (_tokens[token].kind) {
+        switch (current.kind) {
         case eToken::Literal:
-            bRuns = fileName.compare(position, text.size(), text) == 0 &&
-                    canRun(token + 1, position + text.size());
+            bRuns = hasLiteral(current, position) && canRun(token + 1, position + current.text.size());
             break;
         case eToken::AnyChar:
             bRuns = !bAtEnd && canRun(token + 1, position + 1);
@@ -193,8 +221,8 @@ void FilePattern::fillRow(std::size_t token, std::string const& fileName) {
             bRuns = canRun(token + 1, position) || (!bAtEnd && pRow[position + 1] != 0);
             break;
         case eToken::Index: {
-            bool const bStops = _stops[token] < _tokens.size() && canRun(_stops[token], position);
-            end = !bAtEnd && isDigit(fileName[position]) && !bStops ? end : position;
+            bool const bStops = current.stop < _tokens.size() && canRun(current.stop, position);
+            end = !bAtEnd && isDigit(_name[position]) && !bStops ? end : position;
             bRuns = end != position && canRun(token + 1, end);
             break;
         }
@@ -204,8 +232,10 @@ void FilePattern::fillRow(std::size_t token, std::string const& fileName) {
 }
 
 FilePatterns::FilePatterns(std::string const& patterns) {
-    for (std::string& text : split(patterns)) {
-        _entries.push_back({std::move(text), std::nullopt});
+    for (std::size_t begin = 0, end = 0; end != std::string::npos;
+         begin = end + 1) { // empty pieces are patterns too
+        end = patterns.find(g_separator, begin);
+        _entries.push_back({patterns.substr(begin, end - begin), std::nullopt});
     }
     bool const bIndex = hasIndex(_entries.front().text);
     bool const bMixed = std::any_of(_entries.begin(), _entries.end(),
@@ -222,7 +252,7 @@ bool FilePatterns::test(std::string const& fileName, vlUInt64& index) {
         }
         auto const digits = entry.compiled->match(fileName);
         if (digits) {
-            index = digits->empty() ? index : boost::lexical_cast<vlUInt64>(*digits);
+            index = digits->empty() ? index : toNumber(*digits);
             return true;
         }
     }

@@ -6,45 +6,53 @@
 #include <VELMOUtil/Types.h>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmo {
 namespace image {
 namespace file {
 
-/// One pattern, compiled. A test takes at most a step for each token and position of the name.
+/// One pattern, compiled. A test takes at most a step for each token and position of the name. For one thread
+/// at a time.
 class FilePattern {
   public:
     /// A pattern that reads more than one number is raised as VELMOImageFileException.
     explicit FilePattern(std::string const& pattern);
 
-    /// The digits that `<INDEX>` matched, empty where the pattern has none; nothing where it does not match.
-    std::optional<std::string> match(std::string const& fileName);
+    /// The digits of the name that `<INDEX>` matched, empty where the pattern has none; nothing where it does
+    /// not match.
+    std::optional<std::string_view> match(std::string_view fileName);
 
   private:
     enum class eToken { Literal, AnyChar, AnySequence, Index };
     struct Token {
         eToken kind;
-        std::string text; ///< of a literal
+        std::string text;     ///< of a literal
+        std::size_t stop = 0; ///< the next literal or index; the number of tokens without
     };
 
     void tokenize(std::string const& pattern);
     void append(eToken kind, std::string& literal);
     void normalizeWildcards();
     void findStops();
-    void fillRows(std::string const& fileName);
-    void fillRow(std::size_t token, std::string const& fileName);
-    bool canRun(std::size_t token, std::size_t position) const {
-        return _rows[token * _rowSize + position] != 0;
-    }
-    std::size_t endOfDigits(std::size_t token, std::size_t position, std::string const& fileName) const;
+
+    bool canRun(std::size_t token, std::size_t position) const;
+    bool canRunFixed(std::size_t token, std::size_t position) const;
+    bool hasLiteral(Token const& token, std::size_t position) const;
+    std::size_t endOfDigits(Token const& token, std::size_t position) const;
+    void fillRows();
+    void fillRow(std::size_t token);
 
     std::vector<Token> _tokens;
-    std::vector<std::size_t>
-        _stops;             ///< for each token, the next literal or index; the number of tokens without
-    bool _bOpenEnd = false; ///< the pattern ends in a star, which is no token of its own
-    std::size_t _rowSize = 0;
-    std::vector<char> _rows; ///< for each token and position, whether the tokens from there on can be run
+    bool _bOpenEnd = false;      ///< the pattern ends in a star, which is no token of its own
+    std::size_t _fixedBegin = 0; ///< from this token on all take as many bytes whatever the name
+    bool _bNeedsRows = false;
+
+    // Of the name under test
+    std::string_view _name;
+    /// For each position and token before the fixed ones, whether the tokens from there on can be run.
+    std::vector<char> _rows;
 };
 
 /// The patterns of a pattern string, compiled once for the names of one scan. For one thread at a time.
