@@ -5,10 +5,7 @@
 
 #include "Command.h"
 #include "InputOptions.h"
-
-#include <VELMOImage/DiskImage.h>
-#include <VELMOImageFile/TiffImageFileTypes.h>
-#include <functional>
+#include "OutputOptions.h"
 
 namespace velmo {
 namespace tool {
@@ -20,22 +17,9 @@ class ConvertCommand : public Command {
     eExitStatus run() const override;
 
   private:
-    using Writer = std::function<void(boost::filesystem::path const&)>;
-
-    /// Throws WrongUse where the format cannot be written or does not go with another option.
-    eFileFormat getOutputFormat() const;
-    image::file::eTiffCompression getCompression() const;
-    /// Writes the image under the name that it is called with.
-    Writer createWriter(image::DiskImagePtr const& pImage) const;
-
     InputOptions _input;
     std::string _inputFile;
-    std::string _outputFile;
-    std::string _outputFormat;
-    std::string _compression;
-    std::string _headerFile;
-    bool _bOverwrite = false;
-    bool _bQuiet = false;
+    OutputOptions _output;
 };
 
 } // namespace tool

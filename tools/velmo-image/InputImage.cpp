@@ -3,15 +3,11 @@
 
 #include "InputImage.h"
 
-#include "Failure.h"
-#include "ObservedAccessor.h"
 #include "TiffCheck.h"
 #include "TiffInput.h"
 
-#include <VELMOImage/ImageFactory.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <boost/filesystem/operations.hpp>
-#include <boost/make_shared.hpp>
 
 namespace velmo {
 namespace tool {
@@ -45,17 +41,9 @@ std::vector<std::string> findWarnings(InputImage const& input) {
     return input.format == eFileFormat::Tiff ? findTiffWarnings(*input.pImage) : findRawWarnings(input);
 }
 
-image::DiskImagePtr observeInput(InputImage const& input, Progress& progress) {
-    image::DiskImagePtr pObserved;
-    BoolResult const result = image::ImageFactory::getInstance().createDiskImage(
-        boost::make_shared<ObservedAccessor>(input.pImage, input.bSwapBytes,
-                                             input.format == eFileFormat::Tiff, progress),
-        pObserved);
-    if (!result) {
-        throw WorkFailure(result.getMessage());
-    }
-    pObserved->setUserPropertiesStr(input.pImage->getUserPropertiesStr());
-    return pObserved;
+ObservedSource toSource(InputImage const& input) {
+    return {input.pImage, "file " + input.pImage->getAccessor()->getFilePath().string(), input.bSwapBytes,
+            input.format == eFileFormat::Tiff};
 }
 
 } // namespace tool

@@ -4,13 +4,10 @@
 #pragma once
 
 #include "InputOptions.h"
-
-#include <VELMOImage/DiskImage.h>
+#include "ObservedAccessor.h"
 
 namespace velmo {
 namespace tool {
-
-class Progress;
 
 /// An input that is open for reading, and what is to be told of it.
 struct InputImage {
@@ -27,9 +24,8 @@ InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
 /// What the file holds otherwise than it was announced, a sentence each.
 std::vector<std::string> findWarnings(InputImage const& input);
 
-/// The pixels of the input in the machine's byte order. Reading counts the pixels in `progress`, which must
-/// outlive the image, and fails after an interrupt.
-image::DiskImagePtr observeInput(InputImage const& input, Progress& progress);
+/// The pixels of the input in the machine's byte order. The source co-owns the open file.
+ObservedSource toSource(InputImage const& input);
 
 } // namespace tool
 } // namespace velmo

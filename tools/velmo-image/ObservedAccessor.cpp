@@ -4,10 +4,13 @@
 #include "ObservedAccessor.h"
 
 #include "ByteSwap.h"
+#include "Failure.h"
 #include "Interrupt.h"
 #include "Progress.h"
 
+#include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageGeometry.h>
+#include <boost/make_shared.hpp>
 #include <stdexcept>
 
 namespace velmo {
@@ -19,14 +22,21 @@ namespace {
     throw std::logic_error("an observed image has no copies");
 }
 
+/// Null for an image in memory.
+boost::shared_ptr<image::BaseDiskImageAccessor> getAccessorOf(image::ImagePtr const& pImage) {
+    auto const pDiskImage = boost::dynamic_pointer_cast<image::DiskImage>(pImage);
+    return pDiskImage ? pDiskImage->getAccessor() : nullptr;
+}
+
 } // namespace
 
-ObservedAccessor::ObservedAccessor(image::DiskImagePtr const& pImage, bool bSwapBytes, bool bWholePlanes,
-                                   Progress& progress)
-    : _pImage(pImage), _pPlanes(bWholePlanes ? std::make_unique<TiffPlanes>(pImage) : nullptr),
-      _bSwapBytes(bSwapBytes), _progress(progress) {
-    initBase(pImage->getAccessor()->getFilePath(), image::eIAM_ReadOnly, pImage->getGeometry(),
-             pImage->getGeometricCalibrationConstPtr(), false);
+ObservedAccessor::ObservedAccessor(ObservedSource const& source, Progress& progress)
+    : _pImage(source.pImage),
+      _pPlanes(source.bWholePlanes ? std::make_unique<TiffPlanes>(source.pImage, source.name) : nullptr),
+      _bSwapBytes(source.bSwapBytes), _progress(progress) {
+    auto const pAccessor = getAccessorOf(source.pImage);
+    initBase(pAccessor ? pAccessor->getFilePath() : boost::filesystem::path(), image::eIAM_ReadOnly,
+             source.pImage->getGeometry(), source.pImage->getGeometricCalibrationConstPtr(), false);
 }
 
 std::string const& ObservedAccessor::getClassName() const {
@@ -59,7 +69,8 @@ void ObservedAccessor::copy(BaseDynamicObject const& /*other*/) {
 }
 
 bool ObservedAccessor::hasBinary8BitsStorage() const {
-    return _pImage->getAccessor()->hasBinary8BitsStorage();
+    auto const pAccessor = getAccessorOf(_pImage);
+    return !pAccessor || pAccessor->hasBinary8BitsStorage();
 }
 
 BoolResult ObservedAccessor::resizeData(image::BaseImageGeometry const& /*geometry*/) {
@@ -97,6 +108,17 @@ BoolResult ObservedAccessor::writeRawData(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt
 void ObservedAccessor::clearDerived() {
     _pPlanes.reset();
     _pImage.reset();
+}
+
+image::DiskImagePtr observe(ObservedSource const& source, Progress& progress) {
+    image::DiskImagePtr pObserved;
+    BoolResult const result = image::ImageFactory::getInstance().createDiskImage(
+        boost::make_shared<ObservedAccessor>(source, progress), pObserved);
+    if (!result) {
+        throw WorkFailure(result.getMessage());
+    }
+    pObserved->setUserPropertiesStr(source.pImage->getUserPropertiesStr());
+    return pObserved;
 }
 
 } // namespace tool

@@ -14,14 +14,20 @@ namespace tool {
 
 class Progress;
 
+/// An image to be watched while it is read.
+struct ObservedSource {
+    image::ImagePtr pImage;
+    std::string name;  ///< what messages call the place of the pixels, such as `file a.tif`
+    bool bSwapBytes;   ///< of each pixel read
+    bool bWholePlanes; ///< ask the image for whole planes only, one of which is held in memory
+};
+
 /// Reads through to another image, so that a copy of it can be watched and stopped: each read swaps the bytes
 /// if asked to, counts its pixels, and fails after an interrupt. Read only; it does not travel in archives.
 class ObservedAccessor : public image::BaseDiskImageAccessor {
   public:
-    /// With `bWholePlanes` the image is asked for whole planes only, one of which is held in memory.
     /// `progress` must outlive the accessor.
-    ObservedAccessor(image::DiskImagePtr const& pImage, bool bSwapBytes, bool bWholePlanes,
-                     Progress& progress);
+    ObservedAccessor(ObservedSource const& source, Progress& progress);
 
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
@@ -43,11 +49,14 @@ class ObservedAccessor : public image::BaseDiskImageAccessor {
     BoolResult readSource(image::PlanIndexes const& plan, vlUInt64 pixelStart, vlUInt64 nbPixels,
                           void* buffer) const;
 
-    image::DiskImagePtr _pImage;
+    image::ImagePtr _pImage;
     std::unique_ptr<TiffPlanes> _pPlanes; ///< null where runs of pixels are read
     bool _bSwapBytes;
     Progress& _progress;
 };
+
+/// The image behind an ObservedAccessor, with the calibration and user properties of the source.
+image::DiskImagePtr observe(ObservedSource const& source, Progress& progress);
 
 } // namespace tool
 } // namespace velmo

@@ -153,7 +153,7 @@ eExitStatus PreviewCommand::run() const {
     PictureLayout const layout =
         layOut(geometry.getSizeX(), geometry.getSizeY(), selection.nbZ, parseNumber("--max-size", _maxSize));
     Progress progress(selection.nbZ * selection.channels.size() * geometry.getPlanNbPixels(), _bQuiet);
-    writePicture(selection.compose(*observeInput(input, progress), layout), geometry);
+    writePicture(selection.compose(*observe(toSource(input), progress), layout), geometry);
     return eES_Done;
 }
 

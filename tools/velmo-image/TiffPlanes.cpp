@@ -5,15 +5,14 @@
 
 #include "TiffWords.h"
 
-#include <VELMOImage/ImageAccessor.h>
 #include <VELMOUtil/AvailableMemory.h>
 #include <cstring>
-#include <string>
 
 namespace velmo {
 namespace tool {
 
-TiffPlanes::TiffPlanes(image::DiskImagePtr const& pImage) : _pImage(pImage) {}
+TiffPlanes::TiffPlanes(image::ImageConstPtr const& pImage, std::string const& source)
+    : _pImage(pImage), _source(source) {}
 
 BoolResult TiffPlanes::readPixels(image::PlanIndexes const& plan, vlUInt64 pixelStart, vlUInt64 nbPixels,
                                   void* buffer) {
@@ -37,8 +36,7 @@ BoolResult TiffPlanes::readPlane(image::PlanIndexes const& plan, void* buffer) c
     BoolResult result = _pImage->readPixels(plan.z, plan.c, plan.t, 0, geometry.getPlanNbPixels(), buffer);
     if (result && geometry.getSizeC() > 1 && !getTiffError().empty()) {
         result = failure("Failed to read colours of plane z=" + std::to_string(plan.z) +
-                         ", t=" + std::to_string(plan.t) + " of file " +
-                         _pImage->getAccessor()->getFilePath().string() + '\n' + getTiffError());
+                         ", t=" + std::to_string(plan.t) + " of " + _source + '\n' + getTiffError());
     }
     return result;
 }

@@ -3,11 +3,12 @@
 
 #pragma once
 
-#include <VELMOImage/DiskImage.h>
+#include <VELMOImage/BaseImage.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOUtil/PageBuffer.h>
 #include <mutex>
 #include <optional>
+#include <string>
 
 namespace velmo {
 namespace tool {
@@ -17,7 +18,8 @@ namespace tool {
 /// plane). The latest plane is held in memory. Any thread may read.
 class TiffPlanes {
   public:
-    explicit TiffPlanes(image::DiskImagePtr const& pImage);
+    /// `source` is what messages call the place of the pixels.
+    TiffPlanes(image::ImageConstPtr const& pImage, std::string const& source);
 
     /// Fails with the image's words; where there is no memory for a plane; and where libtiff reports an error
     /// that reading colours passes over.
@@ -29,7 +31,8 @@ class TiffPlanes {
     BoolResult hold(image::PlanIndexes const& plan);
     BoolResult makeRoom(vlUInt64 nbBytes);
 
-    image::DiskImagePtr const _pImage;
+    image::ImageConstPtr const _pImage;
+    std::string const _source;
     std::mutex _mutex;
     PageBuffer _pixels;
     std::optional<vlUInt64> _heldPlan; ///< number of the plane in `_pixels`

@@ -4,6 +4,7 @@
 #include "ConvertCommand.h"
 #include "InfoCommand.h"
 #include "Interrupt.h"
+#include "MatchCommand.h"
 #include "PreviewCommand.h"
 #include "Terminal.h"
 #include "TiffWords.h"
@@ -42,6 +43,7 @@ eExitStatus runCommand(int argc, char** argv) {
     commands.push_back(std::make_unique<InfoCommand>(app));
     commands.push_back(std::make_unique<ConvertCommand>(app));
     commands.push_back(std::make_unique<PreviewCommand>(app));
+    commands.push_back(std::make_unique<MatchCommand>(app));
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& stop) {

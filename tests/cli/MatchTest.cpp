@@ -1,0 +1,183 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CliFixture.h"
+
+#include <sys/stat.h>
+
+namespace velmo {
+namespace test {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+struct Listing {
+    char const* name;
+    char const* pattern;
+    Arguments names;
+    char const* lines;
+    char const* warnings;
+};
+
+std::ostream& operator<<(std::ostream& os, Listing const& listing) {
+    return os << listing.name;
+}
+
+class Match : public CliTest {
+  protected:
+    ToolResult matchFolder(std::string const& pattern, Arguments const& options = {}) const {
+        return runTool(Arguments{"match", pattern, "--directory", _folder.getPath().string()} + options);
+    }
+};
+
+class MatchedNames : public testing::TestWithParam<Listing> {};
+
+std::string const g_warning = "velmo-image: warning: ";
+std::string const g_left = " is left out: it has the index ";
+
+std::string countNames(unsigned int first, unsigned int last, unsigned int step) {
+    std::string text;
+    for (unsigned int number = first; number <= last; number += step) {
+        text += (text.empty() ? "" : ", ") + std::to_string(number);
+    }
+    return text;
+}
+
+} // namespace
+
+TEST_P(MatchedNames, AreListedInTheOrderOfALoad) {
+    ToolResult const result = runTool(Arguments{"match", GetParam().pattern, "--"} + GetParam().names);
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(GetParam().lines, result.out);
+    EXPECT_EQ(GetParam().warnings, result.err);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Names, MatchedNames,
+    testing::Values(
+        Listing{"ByNumber", "a<INDEX>.tif", {"a10.tif", "a9.tif", "b8.tif"}, "a9.tif\t9\na10.tif\t10\n", ""},
+        Listing{"ByNameWithoutANumber", "a*.tif", {"a2.tif", "a10.tif"}, "a10.tif\t-\na2.tif\t-\n", ""},
+        Listing{"AsPathsCompare", "*", {"a.b", "a/b", "B"}, "B\t-\na/b\t-\na.b\t-\n", ""},
+        Listing{"OfSeveralPatterns", "a<INDEX>|b<INDEX>", {"b2", "a3", "a1"}, "a1\t1\nb2\t2\na3\t3\n", ""},
+        Listing{"LargestNumber",
+                "<INDEX>",
+                {"18446744073709551615", "18446744073709551614"},
+                "18446744073709551614\t18446744073709551614\n18446744073709551615\t18446744073709551615\n",
+                ""},
+        Listing{"GapOfOne", "<INDEX>", {"4", "2"}, "2\t2\n4\t4\n", "velmo-image: warning: missing 3\n"},
+        Listing{"GapsBelowTheLowestAreNone", "<INDEX>", {"7", "8"}, "7\t7\n8\t8\n", ""},
+        Listing{"GapOfAll64Bits",
+                "<INDEX>",
+                {"18446744073709551615", "0"},
+                "0\t0\n18446744073709551615\t18446744073709551615\n",
+                "velmo-image: warning: missing 1-18446744073709551614\n"},
+        Listing{"GapAndDuplicate",
+                "a<INDEX>",
+                {"a13", "a2", "a02", "a4", "a5", "a6"},
+                "a2\t2\na02\t2\na4\t4\na5\t5\na6\t6\na13\t13\n",
+                "velmo-image: warning: \"a02\" is left out: it has the index 2 of \"a2\", which comes first\n"
+                "velmo-image: warning: missing 3, 7-12\n"},
+        Listing{"StrangeNames",
+                "*",
+                {"-x", "%s%n", "a b", "\"'", "\xff\xfe", "$(x)"},
+                "\"'\t-\n$(x)\t-\n%s%n\t-\n-x\t-\na b\t-\n\xff\xfe\t-\n",
+                ""},
+        Listing{"Braces", "*", {"{}"}, "{}\t-\n", ""},
+        Listing{"TwoPercents", "*", {"%%", "a"}, "%%\t-\na\t-\n", ""},
+        Listing{"TheEmptyName", "*", {""}, "\t-\n", ""}),
+    [](testing::TestParamInfo<Listing> const& parameter) { return std::string(parameter.param.name); });
+
+TEST_F(Match, ListsTheFilesOfADirectoryWithoutItsFolders) {
+    for (char const* const name : {"img10.tif", "img2.tif", "other.txt"}) {
+        create(name, "");
+    }
+    boost::filesystem::create_directory(_folder / "img3.tif");
+    create("img3.tif/img4.tif", "");
+    boost::filesystem::create_symlink("img3.tif", _folder / "img5.tif");
+    boost::filesystem::create_symlink("other.txt", _folder / "img11.tif");
+    boost::filesystem::create_symlink("nowhere", _folder / "img12.tif");
+    ToolResult const result = matchFolder("img<INDEX>.tif");
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("img2.tif\t2\nimg10.tif\t10\nimg11.tif\t11\nimg12.tif\t12\n", result.out);
+    EXPECT_EQ(g_warning + "missing 3-9\n", result.err);
+}
+
+TEST_F(Match, OfEqualNumbersTheFirstThatTheDirectoryListsIsTaken) {
+    create("a7", "");
+    create("a07", "");
+    std::string first;
+    for (auto const& entry : boost::filesystem::directory_iterator(_folder.getPath())) {
+        first = first.empty() ? entry.path().filename().string() : first;
+    }
+    std::string const second = first == "a7" ? "a07" : "a7";
+    ToolResult const result = matchFolder("a<INDEX>");
+    EXPECT_EQ(first + "\t7\n" + second + "\t7\n", result.out);
+    EXPECT_EQ(g_warning + '"' + second + '"' + g_left + "7 of \"" + first + "\", which comes first\n",
+              result.err);
+}
+
+TEST_F(Match, WithStrictEqualAndMissingNumbersAreOneFailureBehindTheListing) {
+    ToolResult const result = runTool({"match", "<INDEX>", "--strict", "1", "01", "3"});
+    EXPECT_EQ("1\t1\n01\t1\n3\t3\n", result.out);
+    expectFailure(result, 1, "\"01\"" + g_left + "1 of \"1\", which comes first\nmissing 2");
+    expectDone(runTool({"match", "<INDEX>", "--strict", "1", "2"}));
+}
+
+TEST_F(Match, ManyGapsAndDuplicatesAreSummarised) {
+    Arguments arguments = {"match", "<INDEX>"};
+    for (unsigned int number = 0; number <= 40; number += 2) {
+        arguments.push_back(std::to_string(number));
+        arguments.push_back("0" + std::to_string(number));
+    }
+    ToolResult const result = runTool(arguments);
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.err,
+                HasSubstr(g_warning + "missing " + countNames(1, 19, 2) + " and 10 more numbers\n"));
+    EXPECT_THAT(result.err, HasSubstr(g_warning + "11 more are left out for the same reason\n"));
+    EXPECT_EQ(12, std::count(result.err.begin(), result.err.end(), '\n'));
+}
+
+TEST_F(Match, NoMatchIsAFailure) {
+    create("a.txt", "");
+    expectFailure(runTool({"match", "b*", "a1", "a2"}), 1, "no name matches \"b*\"");
+    expectFailure(matchFolder("b*"), 1, "no file in \"" + _folder.getPath().string() + "\" matches \"b*\"");
+}
+
+TEST_F(Match, ADirectoryThatCannotBeListedIsToldWithTheReason) {
+    create("file", "");
+    expectFailure(runTool({"match", "*", "--directory", path("none")}), 1,
+                  "cannot list \"" + path("none") + "\": No such file or directory");
+    expectFailure(runTool({"match", "*", "--directory", path("file")}), 1,
+                  "cannot list \"" + path("file") + "\": Not a directory");
+    boost::filesystem::create_directory(_folder / "loops");
+    boost::filesystem::create_symlink("loop", _folder / "loops" / "loop");
+    expectFailure(runTool({"match", "*", "--directory", path("loops")}), 1,
+                  "cannot list \"" + path("loops/loop") + "\": Too many levels of symbolic links");
+}
+
+TEST_F(Match, ThePatternIsRefusedInTheWordsOfTheLibrary) {
+    expectFailure(
+        runTool({"match", "a<INDEX>|b*", "a1"}), 1,
+        "Invalid pattern string (a<INDEX>|b*), mixing patterns with and without keyword \"<INDEX>\"");
+    expectFailure(runTool({"match", "<INDEX>_<INDEX>", "a1"}), 1,
+                  "More than one instance of keyword \"<INDEX>\" in pattern \"<INDEX>_<INDEX>\"");
+}
+
+TEST_F(Match, ANumberBeyond64BitsIsAFailureThatNamesTheName) {
+    expectFailure(runTool({"match", "a<INDEX>", "a1", "a18446744073709551616"}), 1,
+                  "the number in \"a18446744073709551616\" is beyond 64 bits");
+}
+
+TEST_F(Match, EitherNamesOrADirectoryAreGiven) {
+    for (Arguments const& arguments :
+         {Arguments{"match", "a*"}, {"match", "a*", "a1", "--directory", path("")}}) {
+        ToolResult const result = runTool(arguments);
+        EXPECT_EQ(2, result.status);
+        EXPECT_THAT(result.err, StartsWith("velmo-image: match takes names or --directory, one of the two"));
+    }
+}
+
+} // namespace test
+} // namespace velmo

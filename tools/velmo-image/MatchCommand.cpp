@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "MatchCommand.h"
+
+#include "FileSeries.h"
+#include "Terminal.h"
+
+namespace velmo {
+namespace tool {
+
+MatchCommand::MatchCommand(CLI::App& parent)
+    : Command(parent, "match", "List the names that a pattern matches, in the order of a stack",
+              "  velmo-image match 'img<INDEX>.tif' --directory scans\n"
+              "  velmo-image match '*_z<INDEX>.tif|*_z<INDEX>.tiff' --directory scans --strict\n"
+              "  velmo-image match 'img<INDEX>.tif' img10.tif img2.tif\n"
+              "  velmo-image match 'img?.tif' -- -img1.tif img2.tif") {
+    getApp()
+        .add_option("PATTERN", _pattern,
+                    "Of the whole name: ? is any one byte, * any bytes, <INDEX> the digits of a number; "
+                    "| separates patterns")
+        ->required();
+    getApp().add_option("NAME", _names, "Names to try");
+    _pDirectory = getApp().add_option("--directory", _directory, "Try the names of the files in there");
+    getApp().add_flag("--strict", _bStrict, "Equal or missing numbers are failures");
+}
+
+eExitStatus MatchCommand::run() const {
+    bool const bDirectory = _pDirectory->count() != 0;
+    if (bDirectory == !_names.empty()) {
+        throw WrongUse("match takes names or --directory, one of the two: velmo-image match 'img<INDEX>.tif' "
+                       "--directory scans");
+    }
+    FileSeries const series =
+        bDirectory ? FileSeries::findIn(_directory, _pattern) : FileSeries::select(_names, _pattern);
+    if (series.getEntries().empty()) {
+        throw WorkFailure((bDirectory ? "no file in " + quoted(_directory) : std::string("no name")) +
+                          " matches " + quoted(_pattern));
+    }
+    std::string lines;
+    for (FileSeries::Entry const& entry : series.getEntries()) {
+        lines += entry.name + '\t' + (series.hasIndices() ? std::to_string(entry.index) : "-") + '\n';
+    }
+    printOutput(lines);
+    tellProblems(series, _bStrict);
+    return eES_Done;
+}
+
+} // namespace tool
+} // namespace velmo

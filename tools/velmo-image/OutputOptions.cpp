@@ -1,0 +1,109 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "OutputOptions.h"
+
+#include "CheckedParsing.h"
+#include "Interrupt.h"
+#include "OutputFile.h"
+#include "Progress.h"
+
+#include <CLI/CLI.hpp>
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace velmo {
+namespace tool {
+
+namespace {
+
+/// Headers are held in memory: one that is larger than this is taken for a mistake.
+constexpr std::size_t g_maxHeaderSize = std::size_t{64} << 20;
+
+struct FileCloser {
+    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
+};
+
+std::string readHeader(std::string const& file) {
+    std::unique_ptr<std::FILE, FileCloser> const pFile(std::fopen(file.c_str(), "rbe"));
+    std::string header;
+    std::array<char, 65536> piece{};
+    for (std::size_t nbRead = 1; pFile && nbRead != 0 && header.size() <= g_maxHeaderSize;) {
+        nbRead = std::fread(piece.data(), 1, piece.size(), pFile.get());
+        throwIfInterrupted();
+        header.append(piece.data(), nbRead);
+    }
+    throwIfInterrupted();
+    if (!pFile || std::ferror(pFile.get()) != 0) {
+        throw WorkFailure("cannot read the header " + quoted(file) + ": " + std::strerror(errno));
+    }
+    if (header.size() > g_maxHeaderSize) {
+        throw WorkFailure("the header " + quoted(file) + " is larger than 64 MiB");
+    }
+    return header;
+}
+
+constexpr std::array<Choice<image::file::eTiffCompression>, 3> g_compressions = {
+    {{"none", image::file::eTC_None}, {"lzw", image::file::eTC_Lzw}, {"deflate", image::file::eTC_Deflate}}};
+
+} // namespace
+
+void OutputOptions::addTo(CLI::App& app) {
+    app.add_option("OUTPUT", _file, "File to write")->required();
+    app.add_option("--output-format", _format,
+                   "raw|tiff; without it the extension decides: .tif and .tiff are tiff, others raw");
+    app.add_option("--compression", _compression, "none|lzw|deflate: of a TIFF output (none)");
+    app.add_option("--header", _headerFile, "File whose bytes go before the planes of a raw output");
+    app.add_flag("--overwrite", _bOverwrite, "Replace an output that exists");
+    app.add_flag("--quiet", _bQuiet, "No progress bar");
+}
+
+eFileFormat OutputOptions::getFormat() const {
+    return chooseFormat(_file, "--output-format", _format);
+}
+
+image::file::eTiffCompression OutputOptions::getCompression() const {
+    return _compression.empty() ? image::file::eTC_None
+                                : parseChoice("--compression", _compression, g_compressions);
+}
+
+void OutputOptions::requireFit() const {
+    eFileFormat const format = getFormat();
+    tool::requireWritable(format, _file);
+    if (format == eFileFormat::Tiff && !_headerFile.empty()) {
+        throw WrongUse("--header is for a raw output, and " + quoted(_file) + " is a TIFF file");
+    }
+    if (format == eFileFormat::Raw && !_compression.empty()) {
+        throw WrongUse("--compression is for a TIFF output, and " + quoted(_file) + " is a raw file");
+    }
+    getCompression();
+}
+
+void OutputOptions::requireWritable() const {
+    requireWritableTarget(_file, _bOverwrite);
+}
+
+OutputOptions::Writer OutputOptions::createWriter(image::DiskImagePtr const& pImage) const {
+    if (getFormat() == eFileFormat::Tiff) {
+        image::file::eTiffCompression const compression = getCompression();
+        return [=](boost::filesystem::path const& path) {
+            image::file::saveTiffImageFile(path, pImage, compression);
+        };
+    }
+    std::string const header = _headerFile.empty() ? std::string() : readHeader(_headerFile);
+    return [=](boost::filesystem::path const& path) { image::file::saveRawImageFile(path, pImage, header); };
+}
+
+void OutputOptions::save(ObservedSource const& source) const {
+    Progress progress(source.pImage->getGeometry().getNbPixels(), _bQuiet);
+    writeOutput(_file, _bOverwrite, createWriter(observe(source, progress)));
+}
+
+} // namespace tool
+} // namespace velmo

@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "FileFormat.h"
+#include "ObservedAccessor.h"
+
+#include <VELMOImageFile/TiffImageFileTypes.h>
+#include <functional>
+
+namespace CLI {
+class App;
+}
+
+namespace velmo {
+namespace tool {
+
+/// The output file of a command, and the options that say how an image is written to it.
+class OutputOptions {
+  public:
+    /// Adds the positional OUTPUT as well. The options write into this object, which must outlive the
+    /// parsing.
+    void addTo(CLI::App& app);
+
+    std::string const& getFile() const { return _file; }
+    /// Throws WrongUse where the format cannot be written or does not go with another option.
+    void requireFit() const;
+    /// Throws WorkFailure where `save` would refuse the file, before any work is done.
+    void requireWritable() const;
+    /// Writes the image plane by plane, with a progress bar, as `writeOutput` has it; an interrupt ends it.
+    void save(ObservedSource const& source) const;
+
+  private:
+    using Writer = std::function<void(boost::filesystem::path const&)>;
+
+    eFileFormat getFormat() const;
+    image::file::eTiffCompression getCompression() const;
+    /// Writes the image under the name that it is called with.
+    Writer createWriter(image::DiskImagePtr const& pImage) const;
+
+    std::string _file;
+    std::string _format;
+    std::string _compression;
+    std::string _headerFile;
+    bool _bOverwrite = false;
+    bool _bQuiet = false;
+};
+
+} // namespace tool
+} // namespace velmo
