@@ -1,0 +1,232 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOImage/JoinLayout.h"
+
+#include "GeometryBuilder.h"
+#include "Processes.h"
+#include "Results.h"
+#include "ThrownText.h"
+#include "VELMOImage/VELMOImageLog.h"
+
+#include <sys/resource.h>
+#include <tuple>
+
+namespace velmo {
+namespace test {
+
+using namespace velmo::image;
+
+namespace {
+
+BoolResult initLayout(JoinLayout& layout, std::vector<ImageGeometryPtr> const& parts, eJoinAxis axis) {
+    std::vector<BaseImageGeometry const*> pointers;
+    for (ImageGeometryPtr const& pPart : parts) {
+        pointers.push_back(pPart.get());
+    }
+    return layout.init(pointers, axis);
+}
+
+std::string joinedGeometry(std::vector<ImageGeometryPtr> const& parts, eJoinAxis axis) {
+    JoinLayout layout;
+    BoolResult const result = initLayout(layout, parts, axis);
+    return result ? describe(layout.getGeometry()) : result.getMessage();
+}
+
+/// Part, then z, c, t within it.
+using Found = std::tuple<std::size_t, vlUInt64, vlUInt64, vlUInt64>;
+Found locate(JoinLayout const& layout, vlUInt64 z, vlUInt64 c, vlUInt64 t) {
+    auto const [part, plan] = layout.locate(z, c, t);
+    return {part, plan.z, plan.c, plan.t};
+}
+
+/// Parts that do not fit, and the text of the refusal.
+struct Mismatch {
+    char const* name;
+    eJoinAxis axis;
+    GeometryBuilder first;
+    GeometryBuilder second;
+    char const* secondText;
+    char const* firstText;
+};
+
+void PrintTo(Mismatch const& mismatch, std::ostream* pStream) {
+    *pStream << mismatch.name;
+}
+
+GeometryBuilder volume() {
+    return GeometryBuilder().volume(2);
+}
+
+std::vector<Mismatch> makeMismatches() {
+    constexpr auto Z = eJoinAxis::Z;
+    constexpr auto T = eJoinAxis::T;
+    char const* const plain = "x=5 y=3 z=2 c=1 t=1 eIBT_UInt8";
+    return {{"SizeXAlongZ", Z, volume(), volume().plane(4, 3), "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
+            {"SizeXAlongT", T, volume(), volume().plane(4, 3), "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
+            {"SizeYAlongZ", Z, volume(), volume().plane(5, 4), "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
+            {"SizeYAlongT", T, volume(), volume().plane(5, 4), "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
+            {"SizeZAlongT", T, volume(), volume().volume(3), "x=5 y=3 z=3 c=1 t=1 eIBT_UInt8", plain},
+            {"SizeCAlongZ", Z, volume().channels(2), volume().channels(3), "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8",
+             "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
+            {"SizeCAlongT", T, volume().channels(2), volume().channels(3), "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8",
+             "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
+            {"ColorsAlongZ", Z, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
+             "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"},
+            {"ColorsAlongT", T, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
+             "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"},
+            {"TypeAlongZ", Z, volume(), volume().type(eIBT_Label8), "x=5 y=3 z=2 c=1 t=1 eIBT_Label8", plain},
+            {"TimeStepsOfTheSecondAlongZ", Z, volume(), volume().sequence(2),
+             "x=5 y=3 z=2 c=1 t=2 eIBT_UInt8", plain},
+            {"NoTimeStepOfTheSecondAlongZ", Z, volume(), volume().sequence(0),
+             "x=5 y=3 z=2 c=1 t=0 eIBT_UInt8", plain}};
+}
+
+class JoinMismatch : public testing::TestWithParam<Mismatch> {};
+
+} // namespace
+
+TEST_P(JoinMismatch, IsRefusedWithBothDescriptionsAndChangesNothing) {
+    Mismatch const& mismatch = GetParam();
+    JoinLayout layout;
+    ASSERT_TRUE(initLayout(layout, {volume().build(), volume().build()}, eJoinAxis::Z));
+    std::string const before = describe(layout.getGeometry());
+    std::string const text = std::string("Image 2 (") + mismatch.secondText +
+                             ") cannot be joined to the first one (" + mismatch.firstText + ")";
+    EXPECT_THAT(initLayout(layout, {mismatch.first.build(), mismatch.first.build(), mismatch.second.build()},
+                           mismatch.axis),
+                FailsWith(text));
+    EXPECT_EQ(describe(layout.getGeometry()), before);
+    EXPECT_EQ(locate(layout, 3, 0, 0), Found(1, 1, 0, 0));
+}
+
+INSTANTIATE_TEST_SUITE_P(JoinLayout, JoinMismatch, testing::ValuesIn(makeMismatches()),
+                         [](auto const& mismatch) { return mismatch.param.name; });
+
+TEST(JoinLayout, ASequenceCannotBeTheFirstOfAVolume) {
+    EXPECT_EQ(joinedGeometry({volume().sequence(2).build(), volume().build()}, eJoinAxis::Z),
+              "Image 0 (x=5 y=3 z=2 c=1 t=2 eIBT_UInt8) cannot be joined to the first one "
+              "(x=5 y=3 z=2 c=1 t=2 eIBT_UInt8)");
+}
+
+TEST(JoinLayout, NothingToJoinIsRefused) {
+    EXPECT_EQ(joinedGeometry({}, eJoinAxis::Z), "There are no images to join");
+    EXPECT_EQ(joinedGeometry({}, eJoinAxis::T), "There are no images to join");
+}
+
+TEST(JoinLayout, PlanesBecomeAVolume) {
+    EXPECT_EQ(joinedGeometry({GeometryBuilder().build(), GeometryBuilder().build()}, eJoinAxis::Z),
+              describe(*volume().build()));
+    EXPECT_EQ(joinedGeometry({GeometryBuilder().build()}, eJoinAxis::Z),
+              describe(*GeometryBuilder().volume(1).build()));
+}
+
+TEST(JoinLayout, ATimeStepBecomesASequence) {
+    EXPECT_EQ(joinedGeometry({volume().build()}, eJoinAxis::T), describe(*volume().sequence(1).build()));
+    EXPECT_EQ(
+        joinedGeometry({GeometryBuilder().build(), GeometryBuilder().sequence(1).build()}, eJoinAxis::T),
+        describe(*GeometryBuilder().sequence(2).build()));
+}
+
+TEST(JoinLayout, VolumesOfDifferentDepthsJoinToTheirSum) {
+    EXPECT_EQ(joinedGeometry({volume().build(), GeometryBuilder().build(), volume().volume(7).build()},
+                             eJoinAxis::Z),
+              describe(*volume().volume(10).build()));
+}
+
+TEST(JoinLayout, ASequenceOfOneStepJoinsAVolume) {
+    EXPECT_EQ(joinedGeometry({volume().build(), volume().sequence(1).build()}, eJoinAxis::Z),
+              describe(*volume().volume(4).build()));
+}
+
+TEST(JoinLayout, ColorsAreThoseOfTheFirstWithTheirNamesAndTheirBlack) {
+    auto const pFirst = volume().color(eCGT_Rgb).build();
+    pFirst->getColorGeometry().setChannelName("red", 0);
+    pFirst->getColorGeometry().setMinIsBlack(false);
+    auto const pSecond = volume().color(eCGT_Rgb).build();
+    for (eJoinAxis const axis : {eJoinAxis::Z, eJoinAxis::T}) {
+        JoinLayout layout;
+        ASSERT_TRUE(initLayout(layout, {pFirst, pSecond}, axis));
+        ColorGeometry const& color = layout.getGeometry().getColorGeometry();
+        EXPECT_EQ(color.getColorGeometryType(), eCGT_Rgb);
+        EXPECT_EQ(color.getChannelName(0), "red");
+        EXPECT_FALSE(color.minIsBlack());
+    }
+}
+
+TEST(JoinLayout, TimeStepsOfDifferentTypesEachKeepTheirs) {
+    EXPECT_EQ(joinedGeometry({volume().build(), volume().type(eIBT_Real32).sequence(2).build(),
+                              volume().sequence(2).types({eIBT_Label16, eIBT_UInt8}).build()},
+                             eJoinAxis::T),
+              describe(*volume()
+                            .sequence(5)
+                            .types({eIBT_UInt8, eIBT_Real32, eIBT_Real32, eIBT_Label16, eIBT_UInt8})
+                            .build()));
+}
+
+TEST(JoinLayout, TimeStepsOfOneTypeAfterAllMakeOneType) {
+    EXPECT_EQ(joinedGeometry({volume().sequence(2).types({eIBT_Int16, eIBT_Int16}).build(),
+                              volume().type(eIBT_Int16).build()},
+                             eJoinAxis::T),
+              describe(*volume().type(eIBT_Int16).sequence(3).build()));
+}
+
+TEST(JoinLayout, PlanesAreFoundAlongZ) {
+    JoinLayout layout;
+    auto const parts = {volume().build(), volume().volume(0).build(), GeometryBuilder().build(),
+                        volume().volume(3).build()};
+    ASSERT_TRUE(initLayout(layout, parts, eJoinAxis::Z));
+    std::vector<Found> const expected = {{0, 0, 0, 0}, {0, 1, 0, 0}, {2, 0, 0, 0},
+                                         {3, 0, 0, 0}, {3, 1, 0, 0}, {3, 2, 0, 0}};
+    for (vlUInt64 z = 0; z < expected.size(); ++z) {
+        EXPECT_EQ(locate(layout, z, 0, 0), expected[z]) << z;
+    }
+}
+
+TEST(JoinLayout, PlanesAreFoundAlongT) {
+    JoinLayout layout;
+    auto const three = volume().channels(4);
+    ASSERT_TRUE(initLayout(layout,
+                           {GeometryBuilder(three).sequence(2).build(), GeometryBuilder(three).build(),
+                            GeometryBuilder(three).sequence(3).build()},
+                           eJoinAxis::T));
+    std::vector<std::pair<std::size_t, vlUInt64>> const expected = {{0, 0}, {0, 1}, {1, 0},
+                                                                    {2, 0}, {2, 1}, {2, 2}};
+    for (vlUInt64 t = 0; t < expected.size(); ++t) {
+        EXPECT_EQ(locate(layout, 1, 3, t), Found(expected[t].first, 1, 3, expected[t].second)) << t;
+    }
+}
+
+TEST(JoinLayout, AWholeWhosePlanesPass64BitsIsThrown) {
+    auto const pPart = GeometryBuilder().plane(0, 3).color(eCGT_Rgb).volume(vlUInt64{1} << 62U).build();
+    JoinLayout layout;
+    EXPECT_EQ(
+        thrownText<VELMOImageException>([&] {
+            initLayout(layout, {pPart, pPart}, eJoinAxis::Z);
+        }),
+        "An image of sizes x=0 y=3 z=9223372036854775808 c=3 t=1 has more bytes than 64 bits can count");
+}
+
+TEST(JoinLayout, AWholeWhoseBytesPass64BitsIsThrown) {
+    auto const pPart = GeometryBuilder().plane(vlUInt64{1} << 31U, vlUInt64{1} << 31U).volume(3).build();
+    JoinLayout layout;
+    EXPECT_THROW(initLayout(layout, {pPart, pPart}, eJoinAxis::Z), VELMOImageException);
+    EXPECT_THROW(initLayout(layout, {pPart, pPart}, eJoinAxis::T), VELMOImageException);
+}
+
+#ifdef VELMO_TEST_LIMITS_MEMORY
+TEST(JoinLayout, DISABLED_SequencesOfAnyLengthTakeNoMemoryOfThatLength) {
+    EXPECT_EQ(inChild([]() -> std::string {
+                  rlimit const limit = {rlim_t{1} << 30U, rlim_t{1} << 30U};
+                  setrlimit(RLIMIT_AS, &limit);
+                  auto const pPart = GeometryBuilder().plane(0, 3).sequence(vlUInt64{1} << 40U).build();
+                  JoinLayout layout;
+                  BoolResult const result = initLayout(layout, {pPart, pPart}, eJoinAxis::T);
+                  return result ? std::to_string(layout.getGeometry().getSizeT()) : result.getMessage();
+              }),
+              "2199023255552");
+}
+#endif
+
+} // namespace test
+} // namespace velmo
