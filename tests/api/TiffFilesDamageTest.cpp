@@ -1,0 +1,102 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "TiffFilesFixture.h"
+
+#include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
+#include <VELMOUtil/Logging.h>
+#include <boost/filesystem/operations.hpp>
+#include <gmock/gmock.h>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+using processor::VELMOBaseProcessingException;
+
+namespace {
+
+/// Three files of two planes, whose directories are whole and whose second one ends in its last plane.
+class TiffFilesDamage : public TiffFiles {
+  protected:
+    TiffFilesDamage() {
+        for (unsigned int index = 0; index < 3; ++index) {
+            RawDirectory first = greyDirectory(4, 3, 8);
+            RawDirectory second = first;
+            first.pixels = countingBytes(12, 1 + 24 * index);
+            second.pixels = countingBytes(12, 13 + 24 * index);
+            writeRawTiff(numbered(index), {first, second});
+            _planes.push_back(first.pixels);
+            _planes.push_back(second.pixels);
+        }
+        fs::resize_file(numbered(1), fs::file_size(numbered(1)) - 5);
+        writeEvenSteps(6);
+    }
+
+    static std::string tryRead(BaseImage const& image, bool bAlongZ, vlUInt64 plane, std::string& pixels) {
+        pixels.assign(12, '\0');
+        return image.readPixels(bAlongZ ? plane : plane % 2, 0, bAlongZ ? 0 : plane / 2, 0, 12, pixels.data())
+            .getMessage();
+    }
+
+    std::string getReadError() const {
+        return "Failed to read data of strip 0 for directory z=1, c=0, t=0 of file " + numbered(1).string() +
+               "\nTiff Error : ";
+    }
+
+    std::vector<std::string> _planes;
+};
+
+} // namespace
+
+TEST_F(TiffFilesDamage, PlanesThatAreCutShortAndThoseBehindThemStayZeroInMemoryWithoutAWord) {
+    for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
+        CapturedLog const log(log4cplus::Logger::getRoot());
+        std::string const pixels = readPixels(*load(mode));
+        EXPECT_TRUE(log.getRecords().empty());
+        EXPECT_EQ(pixels.substr(0, 36), _planes[0] + _planes[1] + _planes[2]);
+        EXPECT_EQ(pixels.substr(48), std::string(24, '\0'));
+        EXPECT_EQ(countOpenFiles(), 0U);
+    }
+}
+
+TEST_F(TiffFilesDamage, OfAJoinedDiskImageThatPlaneFailsWithTheWordsOfTheFileAndTheOthersAreRead) {
+    for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
+        ImagePtr const pImage = open(mode);
+        for (vlUInt64 plane = 0; plane < 6; ++plane) {
+            std::string pixels;
+            std::string const message = tryRead(*pImage, mode == eTDM_Volume, plane, pixels);
+            if (plane == 3) {
+                EXPECT_THAT(message, testing::StartsWith(getReadError()));
+            } else {
+                EXPECT_EQ(message, "");
+                EXPECT_EQ(pixels, _planes[plane]);
+            }
+        }
+    }
+}
+
+TEST_F(TiffFilesDamage, ACustomStackFailsWithTheWordsOfTheFile) {
+    CapturedLog const log(getVELMOImageFileLogger());
+    try {
+        loadStack(6, imaproc::attr::eIP_Linear);
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (VELMOBaseProcessingException const& exception) {
+        EXPECT_THAT(exception.what(), testing::HasSubstr("ResampleCustomZStack3dImgLvl1"));
+        EXPECT_THAT(exception.what(), testing::HasSubstr(getReadError()));
+    }
+    EXPECT_TRUE(log.getRecords().empty());
+    EXPECT_EQ(countOpenFiles(), 0U);
+}
+
+TEST_F(TiffFilesDamage, ACustomStackThatNeedsNoneOfThePlanesThatAreCutShortLoads) {
+    writeSteps("1\n1\n0.5\n0.5\n2\n");
+    ImagePtr const pImage = loadStack(6, imaproc::attr::eIP_Nearest);
+    EXPECT_EQ(readPixels(*pImage),
+              _planes[0] + _planes[1] + _planes[2] + _planes[4] + _planes[4] + _planes[5]);
+}
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,171 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "TiffFilesFixture.h"
+
+#include <VELMOImage/ImageAccessor.h>
+#include <boost/filesystem/operations.hpp>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+
+namespace {
+
+constexpr unsigned int g_nbThreads = 8;
+
+/// Joined disk images over three files.
+class TiffFilesDisk : public TiffFiles {
+  protected:
+    void saveVolumes(eTiffCompression compression = eTC_None) {
+        for (unsigned int index = 0; index < 3; ++index) {
+            _parts.push_back(makePart(makeVolume(4, 2), index));
+            save(numbered(index), _parts.back(), compression);
+        }
+    }
+
+    static std::string readPlane(BaseImage const& image, PlanIndexes const& at) {
+        std::string plane(image.getGeometry().getPlanMemorySize(at.t), '\0');
+        BoolResult const result =
+            image.readPixels(at.z, at.c, at.t, 0, image.getGeometry().getPlanNbPixels(), plane.data());
+        return result ? plane : result.getMessage();
+    }
+
+    std::vector<Part> _parts;
+};
+
+} // namespace
+
+TEST_F(TiffFilesDisk, IsADiskImageThatReadsOnly) {
+    saveVolumes();
+    for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
+        auto const pDisk = boost::dynamic_pointer_cast<DiskImage>(open(mode));
+        ASSERT_TRUE(pDisk);
+        EXPECT_EQ(pDisk->getAccessor()->getAccessMode(), eIAM_ReadOnly);
+        EXPECT_EQ(pDisk->accessPlan(0, 0, 0), nullptr);
+        EXPECT_EQ(boost::dynamic_pointer_cast<DiskImage>(load(mode)), nullptr);
+    }
+}
+
+TEST_F(TiffFilesDisk, EveryRunOfPixelsIsThatOfItsFile) {
+    saveVolumes(eTC_Lzw);
+    ImagePtr const pImage = open(eTDM_Volume);
+    std::string const pixels = joinAlongZ(_parts);
+    BaseImageGeometry const& geometry = pImage->getGeometry();
+    for (vlUInt64 plan = 0; plan < geometry.getNbPlans(); ++plan) {
+        PlanIndexes const at = geometry.getPlanIndexes(plan);
+        for (vlUInt64 start = 0; start < 15; ++start) {
+            for (vlUInt64 const nbPixels : {vlUInt64{1}, 15 - start}) {
+                std::string run(2 * nbPixels, '\0');
+                EXPECT_TRUE(pImage->readPixels(at.z, at.c, at.t, start, nbPixels, run.data()));
+                EXPECT_EQ(run, pixels.substr(30 * plan + 2 * start, run.size()));
+            }
+        }
+    }
+}
+
+TEST_F(TiffFilesDisk, AWriteIsRefusedAndTheFilesStayAsTheyAre) {
+    saveVolumes();
+    std::string const before = readFile(numbered(1));
+    for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
+        ImagePtr const pImage = open(mode);
+        std::string const plane(30, 'x');
+        bool const bAlongZ = mode == eTDM_Volume;
+        BoolResult const result =
+            pImage->writePixels(bAlongZ ? 5 : 1, 0, bAlongZ ? 0 : 1, 0, 15, plane.data());
+        EXPECT_THAT(result, FailsLike("Failed to write data of strip 0 for directory z=1, c=0, t=0 of file " +
+                                      numbered(1).string()));
+        EXPECT_EQ(readPixels(*pImage), bAlongZ ? joinAlongZ(_parts) : joinAlongT(_parts));
+    }
+    EXPECT_EQ(readFile(numbered(1)), before);
+}
+
+TEST_F(TiffFilesDisk, ManyThreadsReadAllFilesAtOnce) {
+    saveVolumes(eTC_Deflate);
+    for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
+        ImagePtr const pImage = open(mode);
+        std::string const pixels = mode == eTDM_Volume ? joinAlongZ(_parts) : joinAlongT(_parts);
+        BaseImageGeometry const& geometry = pImage->getGeometry();
+        vlUInt64 const nbPlans = geometry.getNbPlans();
+        onThreads(g_nbThreads, [&](unsigned int thread) {
+            for (vlUInt64 step = 0; step < 4 * nbPlans; ++step) {
+                vlUInt64 const plan = (step * (2 * thread + 1) + thread) % nbPlans;
+                EXPECT_EQ(readPlane(*pImage, geometry.getPlanIndexes(plan)), pixels.substr(30 * plan, 30));
+            }
+        });
+        EXPECT_EQ(countOpenFiles(), 3U);
+    }
+}
+
+TEST_F(TiffFilesDisk, ManyThreadsJoinTheSameFilesAtOnce) {
+    saveVolumes();
+    writeEvenSteps(12);
+    onThreads(g_nbThreads, [&](unsigned int thread) {
+        for (Route const& route : getRoutes()) {
+            ImagePtr const pImage = route();
+            ASSERT_TRUE(pImage);
+            if (route.source == "src/Tiff/TiffImageFiles.cpp") {
+                EXPECT_EQ(readPixels(*pImage), route.bAlongZ ? joinAlongZ(_parts) : joinAlongT(_parts))
+                    << thread;
+            }
+        }
+    });
+    EXPECT_EQ(countOpenFiles(), 0U);
+}
+
+TEST_F(TiffFilesDisk, SurvivesTheRemovalOfItsFiles) {
+    saveVolumes();
+    ImagePtr const pImage = open(eTDM_Volume);
+    fs::remove(numbered(0));
+    fs::remove(numbered(2));
+    EXPECT_EQ(readPixels(*pImage), joinAlongZ(_parts));
+}
+
+// Saving
+
+TEST_F(TiffFilesDisk, CanBeSavedIntoAnotherFile) {
+    saveVolumes();
+    fs::path const path = _other / "joined.tif";
+    saveTiffImageFile(path, open(eTDM_Volume), eTC_Lzw);
+    ImagePtr const pVolume = loadTiffImageFile(path, eTBM_Default);
+    EXPECT_EQ(pVolume->getGeometry().getSizeZ(), 12U);
+    EXPECT_EQ(readPixels(*pVolume), joinAlongZ(_parts));
+    saveTiffImageFile(path, open(eTDM_Temporal), eTC_None);
+    ImagePtr const pSequence = loadTiffImageFile(path, eTBM_Default);
+    EXPECT_EQ(pSequence->getGeometry().getSizeT(), 3U);
+    EXPECT_EQ(readPixels(*pSequence), joinAlongT(_parts));
+}
+
+TEST_F(TiffFilesDisk, CannotBeSavedOntoOneOfItsFilesWhichStayUnharmed) {
+    saveVolumes();
+    fs::path const link = _other / "link.tif";
+    for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
+        ImagePtr const pImage = open(mode);
+        for (std::size_t index = 0; index < 3; ++index) {
+            std::string const before = readFile(numbered(index));
+            fs::remove(link);
+            fs::create_symlink(numbered(index), link);
+            for (fs::path const& target :
+                 {numbered(index), link, _folder / "." / numbered(index).filename()}) {
+                expectRaisedText([&] { saveTiffImageFile(target, pImage, eTC_None); },
+                                 saveError(target, "The pixels of the image to save lie in " +
+                                                       target.string() + " itself"));
+                EXPECT_EQ(readFile(numbered(index)), before);
+            }
+        }
+        EXPECT_EQ(readPixels(*pImage), mode == eTDM_Volume ? joinAlongZ(_parts) : joinAlongT(_parts));
+    }
+}
+
+TEST_F(TiffFilesDisk, AMemoryImageOfTheFilesCanReplaceOneOfThem) {
+    saveVolumes();
+    ImagePtr const pImage = load(eTDM_Volume);
+    saveTiffImageFile(numbered(1), pImage, eTC_None);
+    EXPECT_EQ(readPixels(*loadTiffImageFile(numbered(1), eTBM_Default)), joinAlongZ(_parts));
+}
+
+} // namespace test
+} // namespace velmo
