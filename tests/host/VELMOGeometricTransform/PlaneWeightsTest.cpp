@@ -1,0 +1,199 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "VELMOGeometricTransform/PlaneWeights.h"
+
+#include "ResampleTools.h"
+
+#include <cmath>
+#include <gmock/gmock.h>
+
+namespace velmo {
+namespace test {
+
+using namespace velmo::imaproc::attr;
+using imaproc::gtrans::PlanePositions;
+using imaproc::gtrans::PlaneWeights;
+using testing::DoubleNear;
+using testing::ElementsAre;
+using testing::Pointwise;
+
+namespace {
+
+/// What each input plane counts in one plane of the result.
+Column getShares(PlaneWeights const& weights, std::size_t nbPlanes) {
+    Column shares(nbPlanes, 0.0);
+    shares.at(weights.base) = 1;
+    for (unsigned int term = 0; term < weights.nbTerms; ++term) {
+        shares.at(weights.terms[term].plane) += weights.terms[term].weight;
+        shares[weights.base] -= weights.terms[term].weight;
+    }
+    return shares;
+}
+
+Column getShares(std::vector<float> const& steps, vlUInt64 index, vlUInt64 nbPlanes,
+                 eInterpolationPolicy policy) {
+    return getShares(PlanePositions(steps).weigh(index, nbPlanes, policy), steps.size() + 1);
+}
+
+/// The same from the plain interpolation of a column that is 1 in one plane and 0 elsewhere.
+Column getPlainShares(std::vector<float> const& steps, vlUInt64 index, vlUInt64 nbPlanes,
+                      eInterpolationPolicy policy) {
+    Column shares;
+    for (std::size_t plane = 0; plane <= steps.size(); ++plane) {
+        Column values(steps.size() + 1, 0.0);
+        values[plane] = 1;
+        shares.push_back(resampleColumn(values, steps, policy, nbPlanes)[index]);
+    }
+    return shares;
+}
+
+std::vector<std::vector<float>> makeSteps() {
+    return {{1},
+            {1, 1},
+            {1, 1, 1, 1},
+            {1, 2},
+            {3, 1},
+            {1, 3, 2, 0.5F},
+            {0.1F, 0.7F, 100, 2},
+            {1e-30F, 2e-30F, 1e-30F},
+            {1e30F, 3e30F},
+            {5, 4, 3, 2, 1, 1, 2, 3, 4, 5}};
+}
+
+} // namespace
+
+TEST(PlaneWeights, OfEveryPolicyAreThoseOfThePlainInterpolation) {
+    for (std::vector<float> const& steps : makeSteps()) {
+        for (auto const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
+            for (vlUInt64 const nbPlanes : {1U, 2U, 3U, 5U, 8U, 41U}) {
+                for (vlUInt64 index = 0; index < nbPlanes; ++index) {
+                    SCOPED_TRACE(testing::Message() << testing::PrintToString(steps) << " policy " << policy
+                                                    << " plane " << index << " of " << nbPlanes);
+                    EXPECT_THAT(getShares(steps, index, nbPlanes, policy),
+                                Pointwise(DoubleNear(1e-8), getPlainShares(steps, index, nbPlanes, policy)));
+                }
+            }
+        }
+    }
+}
+
+TEST(PlaneWeights, OfTheFirstAndTheLastPlaneAreThosePlanesThemselves) {
+    for (std::vector<float> const& steps : makeSteps()) {
+        for (auto const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
+            PlanePositions const positions(steps);
+            PlaneWeights const first = positions.weigh(0, 17, policy);
+            PlaneWeights const last = positions.weigh(16, 17, policy);
+            EXPECT_EQ(first.base, 0U);
+            EXPECT_EQ(first.nbTerms, 0U);
+            EXPECT_EQ(last.base, steps.size());
+            EXPECT_EQ(last.nbTerms, 0U);
+        }
+    }
+}
+
+TEST(PlaneWeights, OfAnInputPlanesPositionAreThatPlaneAlone) {
+    std::vector<float> const steps = {1, 3, 2}; // positions 0 1 4 6
+    for (auto const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
+        PlanePositions const positions(steps);
+        for (auto const& [index, plane] : {std::make_pair(0U, 0U), {1U, 1U}, {4U, 2U}, {6U, 3U}}) {
+            PlaneWeights const weights = positions.weigh(index, 7, policy);
+            EXPECT_EQ(weights.base, plane);
+            EXPECT_EQ(weights.nbTerms, 0U);
+        }
+    }
+}
+
+// Thirds of a total have no exact form: the position misses the plane by the last bit of its sum.
+TEST(PlaneWeights, OfAPositionThatMissesAPlaneByARoundingAreThatPlaneAlone) {
+    for (vlUInt64 nbSteps = 2; nbSteps < 60; ++nbSteps) {
+        for (float const step : {0.1F, 0.3F, 1.0F / 3, 1e-3F, 7.7F}) {
+            PlanePositions const positions(std::vector<float>(nbSteps, step));
+            for (vlUInt64 index = 0; index <= nbSteps; ++index) {
+                PlaneWeights const weights = positions.weigh(index, nbSteps + 1, eIP_Cubic);
+                EXPECT_EQ(weights.base, index);
+                EXPECT_EQ(weights.nbTerms, 0U);
+            }
+        }
+    }
+}
+
+TEST(PlaneWeights, NearestTakesThePlaneBeforeHalfWay) {
+    std::vector<float> const steps = {2, 4};                                // positions 0 2 6
+    EXPECT_THAT(getShares(steps, 1, 7, eIP_Nearest), ElementsAre(1, 0, 0)); // 1: half way
+    EXPECT_THAT(getShares(steps, 4, 7, eIP_Nearest), ElementsAre(0, 1, 0)); // 4: half way
+    EXPECT_THAT(getShares(steps, 3, 7, eIP_Nearest), ElementsAre(0, 1, 0));
+    EXPECT_THAT(getShares(steps, 5, 7, eIP_Nearest), ElementsAre(0, 0, 1));
+    EXPECT_THAT(getShares(steps, 3, 13, eIP_Nearest), ElementsAre(0, 1, 0)); // 1.5
+}
+
+TEST(PlaneWeights, LinearSharesByTheDistances) {
+    std::vector<float> const steps = {2, 4}; // positions 0 2 6
+    EXPECT_THAT(getShares(steps, 1, 7, eIP_Linear), ElementsAre(0.5, 0.5, 0));
+    EXPECT_THAT(getShares(steps, 3, 7, eIP_Linear), ElementsAre(0, 0.75, 0.25));
+    EXPECT_THAT(getShares(steps, 5, 7, eIP_Linear), ElementsAre(0, 0.25, 0.75));
+}
+
+TEST(PlaneWeights, CubicHalfWayBetweenEvenPlanesIsNineNineMinusOneMinusOne) {
+    EXPECT_THAT(getShares({1, 1, 1}, 3, 7, eIP_Cubic),
+                ElementsAre(DoubleNear(-0.0625, 1e-15), DoubleNear(0.5625, 1e-15), DoubleNear(0.5625, 1e-15),
+                            DoubleNear(-0.0625, 1e-15)));
+}
+
+TEST(PlaneWeights, CubicAtTheEndsTakesTheSlopeOfTheOnlyLine) {
+    // Half way in the first of even steps: (y0 + y1) / 2 + (slope0 - slope1) / 8 with the slopes
+    // y1 - y0 and (y2 - y0) / 2.
+    EXPECT_THAT(
+        getShares({1, 1, 1}, 1, 7, eIP_Cubic),
+        ElementsAre(DoubleNear(0.4375, 1e-15), DoubleNear(0.625, 1e-15), DoubleNear(-0.0625, 1e-15), 0));
+    EXPECT_THAT(
+        getShares({1, 1, 1}, 5, 7, eIP_Cubic),
+        ElementsAre(0, DoubleNear(-0.0625, 1e-15), DoubleNear(0.625, 1e-15), DoubleNear(0.4375, 1e-15)));
+}
+
+TEST(PlaneWeights, CubicBetweenTwoPlanesIsTheStraightLine) {
+    EXPECT_THAT(getShares({8}, 3, 9, eIP_Cubic),
+                ElementsAre(DoubleNear(0.625, 1e-15), DoubleNear(0.375, 1e-15)));
+}
+
+TEST(PlaneWeights, OfOnePlaneAreThatPlaneEverywhere) {
+    for (auto const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
+        for (vlUInt64 index = 0; index < 4; ++index) {
+            EXPECT_THAT(getShares({}, index, 4, policy), ElementsAre(1));
+        }
+        EXPECT_THAT(getShares({}, 0, 1, policy), ElementsAre(1));
+    }
+}
+
+TEST(PlaneWeights, DISABLED_AreFiniteForStepsThatAreAsDifferentAsCanBe) {
+    float const largest = std::numeric_limits<float>::max();
+    float const smallest = std::numeric_limits<float>::denorm_min();
+    for (std::vector<float> const& steps :
+         {std::vector<float>{largest, smallest, largest}, {smallest, largest, smallest}, {1e20F, 1, 1e20F}}) {
+        for (auto const policy : {eIP_Linear, eIP_Cubic}) {
+            for (vlUInt64 index = 0; index < 101; ++index) {
+                for (double const share : getShares(steps, index, 101, policy)) {
+                    EXPECT_TRUE(std::isfinite(share))
+                        << testing::PrintToString(steps) << " policy " << policy << " plane " << index;
+                }
+            }
+        }
+    }
+}
+
+TEST(PlaneWeights, UseFourNeighbouringPlanesAtMost) {
+    for (std::vector<float> const& steps : makeSteps()) {
+        for (vlUInt64 index = 0; index < 53; ++index) {
+            PlaneWeights const weights = PlanePositions(steps).weigh(index, 53, eIP_Cubic);
+            EXPECT_LE(weights.nbTerms, 3U);
+            for (unsigned int term = 0; term < weights.nbTerms; ++term) {
+                auto const distance = static_cast<std::int64_t>(weights.terms[term].plane) -
+                                      static_cast<std::int64_t>(weights.base);
+                EXPECT_TRUE(distance == -1 || distance == 1 || distance == 2) << distance;
+            }
+        }
+    }
+}
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,255 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "PixelPattern.h"
+#include "ResampleTools.h"
+#include "VELMOImage/GeometricCalibration.h"
+#include "VELMOImage/MemoryImage.h"
+
+#include <gmock/gmock.h>
+
+namespace velmo {
+namespace test {
+
+using namespace velmo::image;
+using namespace velmo::imaproc::attr;
+using testing::DoubleNear;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Pointwise;
+
+namespace {
+
+constexpr eInterpolationPolicy g_policies[] = {eIP_Nearest, eIP_Linear, eIP_Cubic};
+
+Column resampleReals(Column const& values, std::vector<float> const& steps, eInterpolationPolicy policy,
+                     unsigned long sizeZ) {
+    return getColumn(*resample(makeColumn(eIBT_Real32, values), steps, policy, sizeZ));
+}
+
+/// `f` at evenly spaced positions from 0 to `last`.
+template <class Function>
+Column sample(double last, vlUInt64 nbPlanes, Function const& f) {
+    Column values;
+    for (vlUInt64 z = 0; z < nbPlanes; ++z) {
+        values.push_back(f(last * static_cast<double>(z) / static_cast<double>(nbPlanes - 1)));
+    }
+    return values;
+}
+
+double parabola(double x) {
+    return 0.5 * x * x - 3 * x + 2;
+}
+
+} // namespace
+
+TEST(Resampling, NearestTakesPlanesAndTheOneBeforeHalfWay) {
+    // Positions 0 2 6; the result lies at 0 1 2 3 4 5 6.
+    EXPECT_THAT(resampleReals({10, 20, 30}, {2, 4}, eIP_Nearest, 7), ElementsAre(10, 10, 20, 20, 20, 30, 30));
+}
+
+TEST(Resampling, LinearLiesOnTheLinesBetweenThePlanes) {
+    EXPECT_THAT(resampleReals({10, 20, 40}, {2, 4}, eIP_Linear, 7), ElementsAre(10, 15, 20, 25, 30, 35, 40));
+    EXPECT_THAT(resampleReals({0, 8, 0}, {1, 1}, eIP_Linear, 5), ElementsAre(0, 4, 8, 4, 0));
+}
+
+TEST(Resampling, CubicGoesThroughThePlanesWithTheParabolasSlopes) {
+    // Even planes 0 0 16 16: half way -1/16, 9/16, 9/16, -1/16 inside; at the ends 7/16, 10/16, -1/16.
+    EXPECT_THAT(resampleReals({0, 0, 16, 16}, {1, 1, 1}, eIP_Cubic, 7), ElementsAre(0, -1, 0, 8, 16, 17, 16));
+}
+
+TEST(Resampling, TwoPlanesAreJoinedByALineUnderLinearAndCubic) {
+    EXPECT_THAT(resampleReals({1, 9}, {0.5F}, eIP_Nearest, 5), ElementsAre(1, 1, 1, 9, 9));
+    EXPECT_THAT(resampleReals({1, 9}, {0.5F}, eIP_Linear, 5), ElementsAre(1, 3, 5, 7, 9));
+    EXPECT_THAT(resampleReals({1, 9}, {0.5F}, eIP_Cubic, 5), ElementsAre(1, 3, 5, 7, 9));
+}
+
+TEST(Resampling, OnePlaneFillsTheWholeResult) {
+    for (auto const policy : g_policies) {
+        EXPECT_THAT(resampleReals({7}, {}, policy, 3), ElementsAre(7, 7, 7));
+        EXPECT_THAT(resampleReals({7}, {}, policy, 1), ElementsAre(7));
+    }
+}
+
+TEST(Resampling, AResultOfOnePlaneIsTheFirst) {
+    for (auto const policy : g_policies) {
+        EXPECT_THAT(resampleReals({7, 8, 9}, {1, 5}, policy, 1), ElementsAre(7));
+    }
+}
+
+TEST(Resampling, AResultOfTwoPlanesIsTheFirstAndTheLast) {
+    for (auto const policy : g_policies) {
+        EXPECT_THAT(resampleReals({7, 8, 9}, {1, 5}, policy, 2), ElementsAre(7, 9));
+    }
+}
+
+TEST(Resampling, EvenStepsAndAsManyPlanesCopyTheImage) {
+    for (NamedGeometry const& kind : makeAllKinds()) {
+        ImagePtr const pSource = makeNoise(*kind.pGeometry);
+        vlUInt64 const sizeZ = kind.pGeometry->getSizeZ();
+        for (auto const policy : g_policies) {
+            for (float const step : {1.0F, 0.1F}) {
+                ImagePtr const pResult =
+                    resample(pSource, std::vector<float>(sizeZ - 1, step), policy, sizeZ);
+                EXPECT_TRUE(readAll(*pResult) == readAll(*pSource)) << kind.name << " policy " << policy;
+            }
+        }
+    }
+}
+
+TEST(Resampling, ARampOfPositionsComesBackEvenUnderLinear) {
+    std::vector<float> const steps = {1, 3, 2, 0.5F, 1.5F};
+    Column const values = {0, 10, 40, 60, 65, 80}; // ten times the positions
+    for (unsigned long const sizeZ : {2UL, 3UL, 5UL, 9UL, 17UL, 81UL}) {
+        auto const ramp = [](double x) { return 10 * x; };
+        EXPECT_THAT(resampleReals(values, steps, eIP_Linear, sizeZ),
+                    Pointwise(DoubleNear(1e-5), sample(8, sizeZ, ramp)))
+            << sizeZ;
+    }
+    EXPECT_THAT(getColumn(*resample(makeColumn(eIBT_UInt8, values), steps, eIP_Linear, 9)),
+                ElementsAre(0, 10, 20, 30, 40, 50, 60, 70, 80));
+}
+
+TEST(Resampling, ARampOfPositionsComesBackEvenUnderCubic) {
+    std::vector<float> const steps = {1, 3, 2, 0.5F, 1.5F};
+    EXPECT_THAT(getColumn(*resample(makeColumn(eIBT_UInt8, {0, 10, 40, 60, 65, 80}), steps, eIP_Cubic, 9)),
+                ElementsAre(0, 10, 20, 30, 40, 50, 60, 70, 80));
+}
+
+TEST(Resampling, CubicFollowsAParabolaExactlyButInTheFirstAndTheLastStep) {
+    std::vector<float> const steps = {1, 3, 2, 0.5F, 1.5F}; // positions 0 1 4 6 6.5 8
+    Column values;
+    for (double const x : {0.0, 1.0, 4.0, 6.0, 6.5, 8.0}) {
+        values.push_back(parabola(x));
+    }
+    Column const result = resampleReals(values, steps, eIP_Cubic, 65);
+    Column const expected = sample(8, 65, parabola);
+    for (std::size_t z = 8; z <= 52; ++z) { // positions 1 to 6.5
+        EXPECT_NEAR(result[z], expected[z], 1e-5) << z;
+    }
+    EXPECT_GT(std::abs(result[4] - expected[4]), 0.01);
+}
+
+TEST(Resampling, UnevenStepsFollowThePlainInterpolation) {
+    Column const values = {3, 250, 17, 90, 91, 4, 130};
+    std::vector<float> const steps = {0.1F, 2, 0.7F, 5, 0.3F, 1};
+    for (auto const policy : g_policies) {
+        for (unsigned long const sizeZ : {1UL, 2UL, 3UL, 4UL, 7UL, 8UL, 64UL, 501UL}) {
+            EXPECT_THAT(resampleReals(values, steps, policy, sizeZ),
+                        Pointwise(DoubleNear(1e-4), resampleColumn(values, steps, policy, sizeZ)))
+                << "policy " << policy << " size " << sizeZ;
+        }
+    }
+}
+
+TEST(Resampling, LinearIsTheOneWithoutAPolicy) {
+    imaproc::gtrans::ResampleCustomZStack3dImgLvl1 processor;
+    processor.init(velmo::processor::ePRP_Strict);
+    processor.set<InImg3d>(makeColumn(eIBT_Real32, {1, 5}));
+    processor.set<InZSteps>(makeZSteps({1}));
+    processor.set<InOutputImg3dZSize>(3);
+    EXPECT_EQ(processor.run(velmo::processor::eST_Synchronous).getStatus(), 0U);
+    EXPECT_THAT(getColumn(*processor.getStorage<OutImg>()), ElementsAre(1, 3, 5));
+}
+
+TEST(Resampling, EveryPixelChannelAndTimeStepIsResampledByItself) {
+    ImagePtr const pSource =
+        makeNoise(*GeometryBuilder().volume(4).channels(3).sequence(2).type(eIBT_Int16).build());
+    std::vector<float> const steps = {1, 2, 1};
+    for (auto const policy : g_policies) {
+        ImagePtr const pResult = resample(pSource, steps, policy, 9);
+        for (vlUInt64 t = 0; t < 2; ++t) {
+            for (vlUInt64 c = 0; c < 3; ++c) {
+                for (vlUInt64 pixel = 0; pixel < 15; ++pixel) {
+                    Column const plain = resampleColumn(getColumn(*pSource, c, t, pixel), steps, policy, 9);
+                    Column limited;
+                    for (double const value : plain) {
+                        limited.push_back(std::min(32767.0, std::max(-32768.0, value)));
+                    }
+                    EXPECT_THAT(getColumn(*pResult, c, t, pixel), Pointwise(DoubleNear(0.501), limited));
+                }
+            }
+        }
+    }
+}
+
+TEST(Resampling, TheResultHasTheGeometryOfTheInputWithTheOtherSizeZ) {
+    GeometryBuilder builder;
+    builder.color(eCGT_Rgb).sequence(2).type(eIBT_UInt16);
+    ImagePtr const pResult = resample(makeNoise(*builder.volume(3).build()), {1, 1}, eIP_Linear, 11);
+    EXPECT_EQ(describe(pResult->getGeometry()), describe(*builder.volume(11).build()));
+    EXPECT_NE(dynamic_cast<MemoryImage const*>(pResult.get()), nullptr);
+}
+
+TEST(Resampling, APlaneBecomesAVolume) {
+    ImagePtr const pResult = resample(makeNoise(*GeometryBuilder().build()), {}, eIP_Linear, 2);
+    EXPECT_EQ(describe(pResult->getGeometry()), describe(*GeometryBuilder().volume(2).build()));
+}
+
+TEST(Resampling, TimeStepsOfDifferentTypesKeepThem) {
+    GeometryBuilder builder;
+    builder.plane(1, 1).sequence(4).types({eIBT_UInt8, eIBT_Real32, eIBT_None, eIBT_Label8});
+    ImagePtr const pSource = makeNoise(*builder.volume(2).build());
+    for (vlUInt64 const t : {0U, 1U, 3U}) {
+        setPixel(*pSource, 0, 0, t, 0, 10);
+        setPixel(*pSource, 1, 0, t, 0, 13);
+    }
+    ImagePtr const pResult = resample(pSource, {1}, eIP_Linear, 3);
+    EXPECT_EQ(describe(pResult->getGeometry()), describe(*builder.volume(3).build()));
+    EXPECT_THAT(getColumn(*pResult, 0, 0), ElementsAre(10, 12, 13));
+    EXPECT_THAT(getColumn(*pResult, 0, 1), ElementsAre(10, 11.5, 13));
+    EXPECT_THAT(getColumn(*pResult, 0, 3), ElementsAre(10, 10, 13));
+}
+
+TEST(Resampling, AVolumeWithATypeForEachPlaneKeepsTheFirstThatStandsForAll) {
+    auto const pGeometry = GeometryBuilder().plane(1, 1).volume(2).types({eIBT_UInt8, eIBT_Real32}).build();
+    ImagePtr const pSource = makeNoise(*pGeometry);
+    setPixel(*pSource, 0, 0, 0, 0, 10);
+    setPixel(*pSource, 1, 0, 0, 0, 20);
+    ImagePtr const pResult = resample(pSource, {1}, eIP_Linear, 3);
+    EXPECT_EQ(pResult->getGeometry().getSizeZ(), 3U);
+    EXPECT_EQ(pResult->getGeometry().getFullMemorySize(), 3U);
+    EXPECT_THAT(getColumn(*pResult), ElementsAre(10, 15, 20));
+}
+
+TEST(Resampling, ImagesWithoutPixelsStayWithoutPixels) {
+    for (GeometryBuilder const& builder :
+         {GeometryBuilder().plane(0, 3), GeometryBuilder().sequence(0), GeometryBuilder().channels(0),
+          GeometryBuilder().type(eIBT_None)}) {
+        ImagePtr const pSource = makeNoise(*GeometryBuilder(builder).volume(3).build());
+        ImagePtr const pResult = resample(pSource, {1, 1}, eIP_Cubic, vlUInt64{1} << 40U);
+        EXPECT_EQ(describe(pResult->getGeometry()),
+                  describe(*GeometryBuilder(builder).volume(vlUInt64{1} << 40U).build()));
+    }
+}
+
+TEST(Resampling, TheCalibrationIsKept) {
+    ImagePtr const pSource = makeNoise(*GeometryBuilder().volume(2).build());
+    EXPECT_FALSE(resample(pSource, {1}, eIP_Linear, 2)->hasGeometricCalibration());
+    auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
+    pSource->setGeometricCalibration(pCalibration);
+    EXPECT_EQ(resample(pSource, {1}, eIP_Linear, 2)->getGeometricCalibrationConstPtr(), pCalibration);
+}
+
+TEST(Resampling, UserPropertiesAreNotTakenOver) {
+    ImagePtr const pSource = makeNoise(*GeometryBuilder().volume(2).build());
+    pSource->setUserPropertiesStr("text");
+    EXPECT_EQ(resample(pSource, {1}, eIP_Linear, 2)->getUserPropertiesStr(), "");
+}
+
+TEST(Resampling, TheInputIsLeftAsItWas) {
+    ImagePtr const pSource = makeNoise(*GeometryBuilder().volume(3).build());
+    Bytes const before = readAll(*pSource);
+    resample(pSource, {1, 2}, eIP_Cubic, 7);
+    EXPECT_TRUE(readAll(*pSource) == before);
+}
+
+TEST(Resampling, AnEvenStackOfOneValueHasItEverywhere) {
+    for (auto const policy : g_policies) {
+        EXPECT_THAT(resampleReals(Column(5, 0.1F), {0.3F, 7, 0.01F, 2}, policy, 99),
+                    Each(static_cast<double>(0.1F)));
+    }
+}
+
+} // namespace test
+} // namespace velmo
