@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CliFixture.h"
+#include "SoftLimit.h"
 #include "SyscallTrace.h"
 
 #include <csignal>
 #include <fcntl.h>
 #include <sstream>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -32,21 +32,15 @@ class Output : public CliTest {
 /// Limits the files that are written by the processes that are started while it lives.
 class FileSizeLimit {
   public:
-    explicit FileSizeLimit(rlim_t nbBytes) : _earlierHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &_earlier);
-        rlimit const limit = {nbBytes, _earlier.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &_earlier);
-        std::signal(SIGXFSZ, _earlierHandler);
-    }
+    explicit FileSizeLimit(rlim_t nbBytes)
+        : _earlierHandler(std::signal(SIGXFSZ, SIG_IGN)), _limit(RLIMIT_FSIZE, nbBytes) {}
+    ~FileSizeLimit() { std::signal(SIGXFSZ, _earlierHandler); }
     FileSizeLimit(FileSizeLimit const&) = delete;
     FileSizeLimit& operator=(FileSizeLimit const&) = delete;
 
   private:
     void (*_earlierHandler)(int);
-    rlimit _earlier = {};
+    SoftLimit _limit;
 };
 
 } // namespace

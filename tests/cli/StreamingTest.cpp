@@ -1,13 +1,10 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "CliFixture.h"
+#include "SoftLimit.h"
+#include "StreamingFixture.h"
 
-#include <chrono>
 #include <csignal>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <thread>
 
 namespace velmo {
 namespace test {
@@ -15,8 +12,6 @@ namespace test {
 using testing::ElementsAre;
 
 namespace {
-
-constexpr unsigned long g_gibibyte = 1UL << 30;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool g_bSanitized = true;
@@ -30,52 +25,8 @@ constexpr bool g_bSanitized = false;
 constexpr bool g_bSanitized = false;
 #endif
 
-/// Limits the address space of the processes that are started while it lives.
-class AddressSpaceLimit {
-  public:
-    explicit AddressSpaceLimit(rlim_t nbBytes) {
-        getrlimit(RLIMIT_AS, &_earlier);
-        rlimit const limit = {nbBytes, _earlier.rlim_max};
-        setrlimit(RLIMIT_AS, &limit);
-    }
-    ~AddressSpaceLimit() { setrlimit(RLIMIT_AS, &_earlier); }
-    AddressSpaceLimit(AddressSpaceLimit const&) = delete;
-    AddressSpaceLimit& operator=(AddressSpaceLimit const&) = delete;
-
-  private:
-    rlimit _earlier = {};
-};
-
-class Streaming : public CliTest {
+class Streaming : public StreamingFixture {
   protected:
-    /// Bytes on the disk of the file that is neither the input nor the output.
-    unsigned long getTemporarySize() const {
-        for (std::string const& name : list()) {
-            struct stat state = {};
-            if (name.find(".velmo-image-") == 0 && stat(path(name).c_str(), &state) == 0) {
-                return static_cast<unsigned long>(state.st_blocks) * 512;
-            }
-        }
-        return 0;
-    }
-
-    /// Whether the tool has begun to write pixels, within a minute.
-    bool waitForPixels() const {
-        for (int tries = 0; tries < 6000; ++tries) {
-            if (getTemporarySize() > (1UL << 20)) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return false;
-    }
-
-    /// Asks for the size first: a wrong output is too large to be shown.
-    void expectOutput(std::string const& bytes) const {
-        ASSERT_EQ(bytes.size(), boost::filesystem::file_size(_folder / "out.raw"));
-        EXPECT_EQ(bytes, read("out.raw"));
-    }
-
     void expectStopLeavesTheEarlierOutput(int signal) const {
         std::string const input = createSparse("in.raw", 16 * g_gibibyte);
         create("out.raw", "earlier");
@@ -185,7 +136,7 @@ TEST_F(Streaming, APictureThatTheSystemGivesNoMemoryForIsAFailure) {
         GTEST_SKIP() << "a sanitizer needs the address space that this test takes away";
     }
     std::string const input = createSparse("in.raw", 1UL << 28);
-    AddressSpaceLimit const limit(1UL << 29);
+    SoftLimit const limit(RLIMIT_AS, 1UL << 29);
     ToolResult const result = runTool(Arguments{"preview", input, path("out.png"), "--max-size", "16384"} +
                                       raw("16384,16384", "uint8"));
     EXPECT_EQ(1, result.status);

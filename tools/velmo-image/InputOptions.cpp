@@ -79,6 +79,20 @@ ImageGeometryPtr RawDescription::createGeometry() const {
                     temporal);
 }
 
+CLI::Option* addPixelsOption(CLI::App& app, std::string& value, std::string const& what) {
+    return app.add_option("--pixels", value,
+                          "default|binary|label: what the unsigned pixels of " + what +
+                              " are, unless the file says so itself (default: numbers)");
+}
+
+file::eTiffBufferMode parseBufferMode(std::string const& text) {
+    return parseChoice("--pixels", text, g_bufferModes);
+}
+
+file::eTiffDirectoryMode parseDirectoryMode(std::string const& option, std::string const& text) {
+    return parseChoice(option, text, g_directoryModes);
+}
+
 void InputOptions::addTo(CLI::App& app) {
     app.add_option("--format", _format,
                    "raw|tiff (im6: not in this build); without it the extension decides: .tif and .tiff are "
@@ -93,9 +107,7 @@ void InputOptions::addTo(CLI::App& app) {
     _tiffOptions = {app.add_option("--directories", _directories,
                                    "z|t: what the directories of a TIFF input are, planes or time steps, "
                                    "unless it says so itself (z)"),
-                    app.add_option("--pixels", _pixels,
-                                   "default|binary|label: what the unsigned pixels of a TIFF input are, "
-                                   "unless it says so itself (default: numbers)")};
+                    addPixelsOption(app, _pixels, "a TIFF input")};
 }
 
 eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
@@ -128,8 +140,7 @@ InputDescription InputOptions::describe(std::vector<std::string> const& files) c
         refuseGiven(_tiffOptions, "TIFF");
     }
     return {bRaw ? describeRaw() : RawDescription{{}, eIBT_None, 0, false},
-            {parseChoice("--directories", _directories, g_directoryModes),
-             parseChoice("--pixels", _pixels, g_bufferModes)}};
+            {parseDirectoryMode("--directories", _directories), parseBufferMode(_pixels)}};
 }
 
 } // namespace tool

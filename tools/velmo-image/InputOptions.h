@@ -41,6 +41,13 @@ struct InputDescription {
     TiffDescription tiff;
 };
 
+/// The option --pixels of "what" (a word for the inputs), which writes into `value`.
+CLI::Option* addPixelsOption(CLI::App& app, std::string& value, std::string const& what);
+/// The value of --pixels.
+image::file::eTiffBufferMode parseBufferMode(std::string const& text);
+/// The value z or t of an option.
+image::file::eTiffDirectoryMode parseDirectoryMode(std::string const& option, std::string const& text);
+
 /// The options that say how the input files are to be read.
 class InputOptions {
   public:

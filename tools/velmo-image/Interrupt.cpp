@@ -6,6 +6,7 @@
 #include "Failure.h"
 
 #include <csignal>
+#include <unistd.h>
 
 namespace velmo {
 namespace tool {
@@ -13,9 +14,15 @@ namespace tool {
 namespace {
 
 volatile std::sig_atomic_t g_bRequested = 0;
+volatile std::sig_atomic_t g_bPrompt = 0;
 
 extern "C" void requestInterrupt(int /*signal*/) {
     g_bRequested = 1;
+    if (g_bPrompt != 0) {
+        constexpr char message[] = "velmo-image: interrupted\n";
+        static_cast<void>(!write(STDERR_FILENO, message, sizeof(message) - 1));
+        _exit(eES_Interrupted);
+    }
 }
 
 void catchSignal(int signal) {
@@ -45,6 +52,18 @@ void throwIfInterrupted() {
     if (isInterruptRequested()) {
         throw Interrupted();
     }
+}
+
+PromptInterrupts::PromptInterrupts() {
+    g_bPrompt = 1;
+    if (isInterruptRequested()) {
+        g_bPrompt = 0;
+        throw Interrupted();
+    }
+}
+
+PromptInterrupts::~PromptInterrupts() {
+    g_bPrompt = 0;
 }
 
 } // namespace tool

@@ -13,5 +13,16 @@ bool isInterruptRequested();
 /// Throws Interrupted after a request.
 void throwIfInterrupted();
 
+/// While it lives, a request ends the process at once, with the message and the exit status of an interrupt:
+/// for work that cannot be asked to stop and leaves nothing behind. A request before it is thrown as
+/// Interrupted. One at a time.
+class PromptInterrupts {
+  public:
+    PromptInterrupts();
+    ~PromptInterrupts();
+    PromptInterrupts(PromptInterrupts const&) = delete;
+    PromptInterrupts& operator=(PromptInterrupts const&) = delete;
+};
+
 } // namespace tool
 } // namespace velmo

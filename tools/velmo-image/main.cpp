@@ -6,6 +6,7 @@
 #include "Interrupt.h"
 #include "MatchCommand.h"
 #include "PreviewCommand.h"
+#include "StackCommand.h"
 #include "Terminal.h"
 #include "TiffWords.h"
 
@@ -43,6 +44,7 @@ eExitStatus runCommand(int argc, char** argv) {
     commands.push_back(std::make_unique<InfoCommand>(app));
     commands.push_back(std::make_unique<ConvertCommand>(app));
     commands.push_back(std::make_unique<PreviewCommand>(app));
+    commands.push_back(std::make_unique<StackCommand>(app));
     commands.push_back(std::make_unique<MatchCommand>(app));
     try {
         app.parse(argc, argv);

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "CliFixture.h"
+#include "TiffSample.h"
+
+#include <nlohmann/json.hpp>
+
+namespace velmo {
+namespace test {
+
+/// The TIFF files of a folder "s" of 3 x 2 pixels a plane, and what a command makes of them.
+class SeriesFixture : public CliTest {
+  protected:
+    void SetUp() override { boost::filesystem::create_directory(_folder / "s"); }
+
+    static TiffPage page(std::string const& pixels) {
+        TiffPage result;
+        result.pixels = pixels;
+        return result;
+    }
+
+    /// A file of one byte a pixel, with a plane for each six letters.
+    void put(std::string const& name, std::string const& pixels) const {
+        std::vector<TiffPage> pages;
+        for (std::size_t begin = 0; begin < pixels.size(); begin += 6) {
+            pages.push_back(page(pixels.substr(begin, 6)));
+        }
+        writeTiff(_folder / "s" / name, pages);
+    }
+
+    nlohmann::json describe(std::string const& name) const {
+        ToolResult const result = runTool({"info", "--json", path(name)});
+        expectDone(result);
+        return nlohmann::json::parse(result.out).at("files").at(0);
+    }
+
+    /// A failure with these words, once, that leaves no output, or an earlier one as it was.
+    void expectNoOutput(Arguments const& arguments, std::string const& message, int status = 1) const {
+        std::vector<std::string> const names = list();
+        expectFailure(runTool(arguments), status, message);
+        EXPECT_EQ(names, list());
+        create("earlier.raw", "earlier");
+        Arguments again = arguments + Arguments{"--overwrite"};
+        std::replace(again.begin(), again.end(), path("out.raw"), path("earlier.raw"));
+        ToolResult const result = runTool(again);
+        EXPECT_EQ(status, result.status);
+        EXPECT_EQ("earlier", read("earlier.raw"));
+        boost::filesystem::remove(_folder / "earlier.raw");
+        EXPECT_EQ(names, list());
+    }
+};
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "OpenFileLimit.h"
+
+#include <sys/resource.h>
+
+namespace velmo {
+namespace tool {
+
+void raiseOpenFileLimit() {
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+} // namespace tool
+} // namespace velmo

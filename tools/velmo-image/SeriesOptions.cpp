@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "SeriesOptions.h"
+
+#include "Failure.h"
+#include "InputOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <boost/filesystem/operations.hpp>
+
+namespace velmo {
+namespace tool {
+
+namespace fs = boost::filesystem;
+
+void SeriesOptions::addTo(CLI::App& app) {
+    app.add_option("DIRECTORY", _directory, "Where the TIFF files are")->required();
+    app.add_option(
+           "PATTERN", _pattern,
+           "Of their whole names: ? is any one byte, * any bytes, <INDEX> the digits of a number that "
+           "orders them; without it they come in the order of their names")
+        ->required();
+    addPixelsOption(app, _pixels, "the files");
+    app.add_flag("--strict", _bStrict, "Equal or missing numbers are failures");
+}
+
+image::file::eTiffBufferMode SeriesOptions::getBufferMode() const {
+    return parseBufferMode(_pixels);
+}
+
+FileSeries SeriesOptions::find(std::string const& outputFile) const {
+    FileSeries series = FileSeries::findIn(_directory, _pattern);
+    if (series.getEntries().empty()) {
+        failWithoutMatch();
+    }
+    for (FileSeries::Entry const& entry : series.getEntries()) {
+        boost::system::error_code error;
+        if (fs::equivalent(fs::path(_directory) / entry.name, outputFile, error)) {
+            throw WorkFailure("cannot write " + quoted(outputFile) + ": it is one of the files to read, " +
+                              quoted(entry.name));
+        }
+    }
+    tellProblems(series, _bStrict);
+    return series;
+}
+
+fs::path SeriesOptions::getFirstFile(FileSeries const& series) const {
+    return fs::path(_directory) / series.getEntries().front().name;
+}
+
+void SeriesOptions::failWithoutMatch() const {
+    throw WorkFailure("no file in " + quoted(_directory) + " matches " + quoted(_pattern));
+}
+
+} // namespace tool
+} // namespace velmo

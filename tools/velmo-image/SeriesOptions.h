@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "FileSeries.h"
+
+#include <VELMOImageFile/TiffImageFileTypes.h>
+
+namespace CLI {
+class App;
+}
+
+namespace velmo {
+namespace tool {
+
+/// The files of a directory that become one image, and the options that say how they are read.
+class SeriesOptions {
+  public:
+    /// Adds the positionals DIRECTORY and PATTERN as well. The options write into this object, which must
+    /// outlive the parsing.
+    void addTo(CLI::App& app);
+
+    std::string const& getDirectory() const { return _directory; }
+    std::string const& getPattern() const { return _pattern; }
+    /// Throws WrongUse where the option has no such value.
+    image::file::eTiffBufferMode getBufferMode() const;
+
+    /// The files, at least one. Throws WorkFailure where none matches and where the output is one of them,
+    /// and for equal and missing numbers if that was asked for; else these are warnings.
+    FileSeries find(std::string const& outputFile) const;
+    /// Of the series: the first file.
+    boost::filesystem::path getFirstFile(FileSeries const& series) const;
+    [[noreturn]] void failWithoutMatch() const;
+
+  private:
+    std::string _directory;
+    std::string _pattern;
+    std::string _pixels = "default";
+    bool _bStrict = false;
+};
+
+} // namespace tool
+} // namespace velmo

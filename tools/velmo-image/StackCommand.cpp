@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "StackCommand.h"
+
+#include "InputOptions.h"
+#include "Interrupt.h"
+#include "OpenFileLimit.h"
+#include "TiffInput.h"
+
+#include <VELMOImageFile/TiffImageFileUtils.h>
+
+namespace velmo {
+namespace tool {
+
+StackCommand::StackCommand(CLI::App& parent)
+    : Command(parent, "stack", "Join the TIFF files of a directory into one image",
+              "  velmo-image stack scans 'img<INDEX>.tif' volume.tif\n"
+              "  velmo-image stack scans 'img<INDEX>.tif' volume.tif --strict --compression deflate\n"
+              "  velmo-image stack frames 't<INDEX>.tif|t<INDEX>.tiff' film.tif --along t\n"
+              "  velmo-image stack masks '*.tif' masks.raw --pixels binary") {
+    _series.addTo(getApp());
+    getApp().add_option("--along", _along, "z|t: the axis along which the files follow each other (z)");
+    _output.addTo(getApp());
+}
+
+image::ImagePtr StackCommand::open(FileSeries const& series,
+                                   image::file::eTiffDirectoryMode directoryMode) const {
+    image::file::eTiffBufferMode const bufferMode = _series.getBufferMode();
+    if (series.countTaken() == 1) {
+        return openTiffInput(_series.getFirstFile(series), {directoryMode, bufferMode});
+    }
+    raiseOpenFileLimit();
+    PromptInterrupts const prompt;
+    return image::file::openTiffImageFiles(_series.getDirectory(), _series.getPattern(), directoryMode,
+                                           bufferMode);
+}
+
+eExitStatus StackCommand::run() const {
+    _output.requireFit();
+    _series.getBufferMode();
+    image::file::eTiffDirectoryMode const directoryMode = parseDirectoryMode("--along", _along);
+    FileSeries const series = _series.find(_output.getFile());
+    _output.requireWritable();
+    image::ImagePtr const pImage = open(series, directoryMode);
+    if (!pImage) {
+        _series.failWithoutMatch(); // they have gone meanwhile
+    }
+    _output.save({pImage, "the files of " + quoted(_series.getDirectory()), false, true});
+    return eES_Done;
+}
+
+} // namespace tool
+} // namespace velmo
