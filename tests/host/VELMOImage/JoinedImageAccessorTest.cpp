@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "VELMOImage/JoinedImageAccessor.h"
-#include "ArchiveRecords.h"
-#include "JoinTools.h"
+
+#include "JoinedAccessor.h"
 #include "Processes.h"
 #include "Results.h"
+#include "ThrownText.h"
 #include "VELMOImage/ImageFactory.h"
 #include "VELMOImage/VELMOImageLog.h"
-#include "VELMOSerialization/DynamicRegistrator.h"
 #include "VELMOUtil/VELMOUtilLog.h"
 
 #include <atomic>
@@ -20,71 +20,10 @@ namespace velmo {
 namespace test {
 
 using namespace velmo::image;
-using testing::HasSubstr;
 
 namespace {
 
 using PartPtr = JoinedImageAccessor::PartPtr;
-
-/// Three parts of 2, 1 and 3 planes, each with a calibration, a mode and a flag of its own.
-class JoinedAccessor : public testing::Test {
-  protected:
-    JoinedAccessor() {
-        for (vlUInt64 const sizeZ : {2UL, 1UL, 3UL}) {
-            auto const pPart = boost::make_shared<ByteAccessor>();
-            bool const bFirst = _parts.empty();
-            pPart->create("joined " + std::to_string(_parts.size()),
-                          *partBuilder(eJoinAxis::Z, sizeZ).build(),
-                          createGeometricCalibration2d(bFirst ? 3.0F : 4.0F, 2, "mm", 0, 0, 0, 0, 0),
-                          bFirst ? static_cast<eImageAccessMode>(1) : eIAM_ReadOnly, bFirst);
-            pPart->getStorage().bytes = makePattern(countBytes(pPart->getGeometry()), sizeZ * 100);
-            _storages.push_back(&pPart->getStorage());
-            _parts.push_back(pPart);
-            _images.push_back(boost::make_shared<DiskImage>(pPart));
-        }
-    }
-
-    void join() { ASSERT_THAT(_accessor.join(_parts, eJoinAxis::Z), Succeeds()); }
-    /// The pixels of an accessor that is joined from these parts.
-    void expectWhole(JoinedImageAccessor const& accessor) const {
-        ASSERT_TRUE(accessor.isInit());
-        EXPECT_EQ(describe(accessor.getGeometry()), describe(*partBuilder(eJoinAxis::Z, 6).build()));
-        auto const pShared = PartPtr(const_cast<JoinedImageAccessor*>(&accessor), [](auto const*) {});
-        EXPECT_TRUE(readAll(DiskImage(pShared)) == readParts(_images, eJoinAxis::Z));
-    }
-
-    DynamicRegistrator<ByteAccessor> const _registrator;
-    std::vector<PartPtr> _parts;
-    std::vector<ImagePtr> _images;
-    std::vector<ByteStorage*> _storages;
-    JoinedImageAccessor _accessor;
-};
-
-void expectWithoutFiles(JoinedImageAccessor& accessor) {
-    Bytes buffer(10);
-    EXPECT_FALSE(accessor.isInit());
-    EXPECT_TRUE(accessor.getFilePath().empty());
-    EXPECT_FALSE(accessor.isStoredIn("/proc/self/exe"));
-    EXPECT_THAT(accessor.readRawData(0, 0, 0, 0, 1, buffer.data()),
-                FailsWith("The image accessor is not initialised"));
-    EXPECT_THAT(accessor.writeRawData(0, 0, 0, 0, 1, buffer.data()),
-                FailsWith("The image accessor is not initialised"));
-    EXPECT_EQ(thrownText<VELMOImageException>([&] { accessor.getGeometry(); }),
-              "The image accessor is not initialised");
-    EXPECT_FALSE(accessor.resizeData(*GeometryBuilder().build()));
-}
-
-/// A binary record of joined accessors, each the only part of the one around it.
-std::string makeNestedRecord(vlUInt64 depth) {
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    for (vlUInt64 level = 0; level < depth; ++level) {
-        archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{1})
-                << oItem("className", JoinedImageAccessor::getTypeName());
-    }
-    archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{0});
-    return stream.str();
-}
 
 } // namespace
 
@@ -211,138 +150,6 @@ TEST_F(JoinedAccessor, CanBeJoinedAnew) {
     EXPECT_EQ(describe(_accessor.getGeometry()), describe(*partBuilder(eJoinAxis::Z, 3).build()));
     join();
     expectWhole(_accessor);
-}
-
-TEST_F(JoinedAccessor, ComesBackFromArchivesWithAllItsParts) {
-    join();
-    JoinedImageAccessor fromBytes;
-    JoinedImageAccessor fromText;
-    EXPECT_THAT(fromBinary(toBinary(_accessor), fromBytes), Succeeds());
-    EXPECT_THAT(fromXml(toXml(_accessor), fromText), Succeeds());
-    for (JoinedImageAccessor const* const pRead : {&fromBytes, &fromText}) {
-        expectWhole(*pRead);
-        EXPECT_EQ(pRead->getFilePath().string(), "joined 0");
-        EXPECT_EQ(static_cast<vlUInt64>(pRead->getAccessMode()), 1U);
-        EXPECT_TRUE(pRead->hasSharedRemoteAccess());
-        ASSERT_TRUE(pRead->getGeometricCalibrationConstPtr());
-        EXPECT_EQ(pRead->getGeometricCalibrationConstPtr()->getPixelSizeX(), 3);
-    }
-}
-
-TEST_F(JoinedAccessor, AlongTComesBackFromArchivesWithTheTypeOfEachTimeStep) {
-    std::vector<PartPtr> const parts = {
-        makeByteAccessor("step 0", *GeometryBuilder().build()),
-        makeByteAccessor("step 1", *GeometryBuilder().type(eIBT_Real32).sequence(2).build())};
-    ASSERT_THAT(_accessor.join(parts, eJoinAxis::T), Succeeds());
-    for (bool const bBinary : {true, false}) {
-        JoinedImageAccessor read;
-        EXPECT_THAT(bBinary ? fromBinary(toBinary(_accessor), read) : fromXml(toXml(_accessor), read),
-                    Succeeds());
-        EXPECT_EQ(
-            describe(read.getGeometry()),
-            describe(*GeometryBuilder().sequence(3).types({eIBT_UInt8, eIBT_Real32, eIBT_Real32}).build()));
-    }
-}
-
-TEST_F(JoinedAccessor, OfJoinedPartsComesBackFromAnArchive) {
-    auto const pInner = boost::make_shared<JoinedImageAccessor>();
-    ASSERT_THAT(pInner->join({_parts[0], _parts[1]}, eJoinAxis::Z), Succeeds());
-    ASSERT_THAT(_accessor.join({pInner, _parts[2]}, eJoinAxis::Z), Succeeds());
-    JoinedImageAccessor read;
-    EXPECT_THAT(fromBinary(toBinary(_accessor), read), Succeeds());
-    expectWhole(read);
-}
-
-TEST_F(JoinedAccessor, IsRebuiltByItsTypeName) {
-    auto const pAccessor = boost::make_shared<JoinedImageAccessor>();
-    ASSERT_THAT(pAccessor->join(_parts, eJoinAxis::Z), Succeeds());
-    std::stringstream stream;
-    BinaryOArchive oArchive(stream);
-    oArchive.writeObject("accessor", pAccessor);
-    BinaryIArchive iArchive(stream);
-    auto const pRead = boost::dynamic_pointer_cast<JoinedImageAccessor>(iArchive.readObject("accessor"));
-    ASSERT_TRUE(pRead);
-    expectWhole(*pRead);
-}
-
-TEST_F(JoinedAccessor, ARecordWithoutPartsIsAnAccessorWithoutFiles) {
-    JoinedImageAccessor const empty;
-    join();
-    EXPECT_THAT(fromBinary(toBinary(empty), _accessor), Succeeds());
-    expectWithoutFiles(_accessor);
-    join();
-    EXPECT_THAT(fromXml(toXml(empty), _accessor), Succeeds());
-    expectWithoutFiles(_accessor);
-}
-
-TEST_F(JoinedAccessor, ARecordCutAtAnyByteIsRefused) {
-    join();
-    std::string const record = toBinary(_accessor);
-    for (std::size_t length = 0; length < record.size(); ++length) {
-        JoinedImageAccessor read;
-        EXPECT_THROW(fromBinary(record.substr(0, length), read), VELMOSerializationException) << length;
-        EXPECT_FALSE(read.isInit()) << length;
-    }
-}
-
-TEST_F(JoinedAccessor, ARecordOfFewerPartsThanItAnnouncesIsRefused) {
-    join();
-    for (char const* const nbParts : {"4", "1000000000000", "18446744073709551615"}) {
-        JoinedImageAccessor read;
-        EXPECT_THROW(fromXml(withItem(toXml(_accessor), "nbParts", nbParts), read),
-                     VELMOSerializationException)
-            << nbParts;
-        expectWithoutFiles(read);
-    }
-}
-
-TEST_F(JoinedAccessor, ANullPointerForAPartIsRefused) {
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{2});
-    archive.writeObject("part", _parts[0]);
-    archive.writeObject("part", nullptr);
-    join();
-    EXPECT_THAT(fromBinary(stream.str(), _accessor),
-                FailsWith("The record of the accessor holds no accessor"));
-    expectWithoutFiles(_accessor);
-}
-
-TEST_F(JoinedAccessor, APartWithoutAFileInTheRecordIsRefused) {
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{1});
-    archive.writeObject("part", boost::make_shared<ByteAccessor>());
-    EXPECT_EQ(thrownText<VELMOImageException>([&] { EXPECT_FALSE(fromBinary(stream.str(), _accessor)); }),
-              "The image accessor is not initialised");
-    expectWithoutFiles(_accessor);
-}
-
-TEST_F(JoinedAccessor, AnObjectThatIsNoAccessorIsRefusedAsAPart) {
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{1});
-    archive.writeObject("part", boost::make_shared<GeometricCalibration>());
-    EXPECT_THAT(thrownText<VELMOSerializationException>([&] { fromBinary(stream.str(), _accessor); }),
-                HasSubstr("An object of class " + GeometricCalibration::getTypeName() +
-                          " cannot be item part of the archive"));
-    expectWithoutFiles(_accessor);
-}
-
-TEST_F(JoinedAccessor, PartsThatDoNotFitAreRefusedOnReading) {
-    join();
-    std::string const xml = toXml(_accessor);
-    EXPECT_THAT(fromXml(withItem(xml, "sizeX", "6"), _accessor), FailsLike("Image 1 (x=5 y=3 "));
-    expectWithoutFiles(_accessor);
-}
-
-TEST_F(JoinedAccessor, RecordsNestedInEachOtherAreRefusedBeforeTheStackEnds) {
-    for (vlUInt64 const depth : {65U, 100000U}) {
-        EXPECT_THAT(
-            thrownText<VELMOSerializationException>([&] { fromBinary(makeNestedRecord(depth), _accessor); }),
-            HasSubstr("is nested deeper than 64 levels"));
-        expectWithoutFiles(_accessor);
-    }
 }
 
 TEST_F(JoinedAccessor, ManyThreadsReadItAtOnce) {
