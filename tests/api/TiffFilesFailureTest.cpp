@@ -1,0 +1,185 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ThrownText.h"
+#include "TiffFilesFixture.h"
+
+#include <VELMOImageFile/VELMOImageFileException.h>
+#include <VELMOSerialization/BinaryArchive.h>
+#include <boost/filesystem/operations.hpp>
+#include <gmock/gmock.h>
+#include <sstream>
+#include <sys/stat.h>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+using testing::StartsWith;
+
+namespace {
+
+/// Three files, of which one or more do not open.
+class TiffFilesFailure : public TiffFiles {
+  protected:
+    TiffFilesFailure() { restore(); }
+
+    void restore() const {
+        for (unsigned int index = 0; index < 3; ++index) {
+            boost::system::error_code ignored;
+            fs::remove(numbered(index), ignored);
+            save(numbered(index), makePart(makeVolume(1), index));
+        }
+        writeEvenSteps(3);
+    }
+
+    std::string getText(Route const& route, eTiffBufferMode bufferMode = eTBM_Default) const {
+        auto const raised = expectRaisedFrom(route.source, [&] { route.call(bufferMode); });
+        EXPECT_EQ(countOpenFiles(), 0U);
+        return raised ? raised->text : std::string();
+    }
+
+    /// All routes raise the load error of the file with this nested text, wherever the file stands.
+    void expectUnopened(std::function<void(fs::path const&)> const& spoil,
+                        std::function<std::string(fs::path const&)> const& getNested) const {
+        for (std::size_t index = 0; index < 3; ++index) {
+            SCOPED_TRACE(index);
+            restore();
+            fs::remove(numbered(index));
+            spoil(numbered(index));
+            for (Route const& route : getRoutes()) {
+                expectFails(route, loadError(numbered(index), getNested(numbered(index))));
+            }
+        }
+    }
+};
+
+} // namespace
+
+TEST_F(TiffFilesFailure, AFileThatIsNoTiffIsTheLoadErrorOfThatFileWhereverItStands) {
+    for (std::size_t index = 0; index < 3; ++index) {
+        for (std::string const& bytes : {std::string(), std::string("II*"), makeBytes(1000)}) {
+            restore();
+            writeFile(numbered(index), bytes);
+            for (Route const& route : getRoutes()) {
+                SCOPED_TRACE(route.name);
+                fs::path const path = numbered(index);
+                EXPECT_THAT(getText(route),
+                            StartsWith(loadError(path, "Failed to open tiff image file " + path.string() +
+                                                           "\nTiff Error : ")));
+                EXPECT_EQ(readFile(path), bytes);
+            }
+        }
+    }
+}
+
+TEST_F(TiffFilesFailure, ALinkThatLeadsNowhereIsTheLoadErrorWithTheSystemsWords) {
+    expectUnopened([&](fs::path const& path) { fs::create_symlink("nowhere", path); },
+                   [&](fs::path const& path) { return openFailed(path, "No such file or directory"); });
+}
+
+TEST_F(TiffFilesFailure, APipeIsTheLoadErrorAndNotWaitedFor) {
+    expectUnopened([&](fs::path const& path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); },
+                   [&](fs::path const& path) { return openFailed(path, "Illegal seek"); });
+}
+
+TEST_F(TiffFilesFailure, AFileOfThisModuleWhoseGeometryIsBrokenIsTheLoadError) {
+    Directory directory;
+    directory.tags[TIFFTAG_SOFTWARE] = std::string("VELMO_Library");
+    directory.tags[TIFFTAG_PHOTOSHOP] = std::string("no archive");
+    for (std::size_t index = 0; index < 3; ++index) {
+        restore();
+        writeTiff(numbered(index), {directory});
+        for (Route const& route : getRoutes()) {
+            CapturedLog const log(getVELMOImageFileLogger()); // the archive has words of its own
+            EXPECT_THAT(thrownText<VELMOImageFileException>([&] { route(); }),
+                        StartsWith(loadError(numbered(index), "")))
+                << route.name;
+            EXPECT_EQ(log.getRecords().size(), 1U);
+        }
+    }
+}
+
+TEST_F(TiffFilesFailure, AFileWhosePixelTypeDoesNotFitTheBufferModeIsTheLoadError) {
+    std::vector<Directory> pages = makePages(1);
+    writeTiff(numbered(0), pages);
+    pages[0].bits = 16;
+    writeTiff(numbered(1), pages);
+    std::string const text =
+        "Un supported image buffer type with bitsPerSamples=16, sampleFormat=1 and image "
+        "buffer mode eTBM_Binary for file ";
+    for (Route const& route : getRoutes()) {
+        expectFails(route, loadError(numbered(1), text + numbered(1).string()), eTBM_Binary);
+    }
+}
+
+TEST_F(TiffFilesFailure, AFileWithoutPermissionIsTheLoadErrorWithTheSystemsWords) {
+    fs::permissions(_folder, fs::perms(0755));
+    fs::permissions(_other.getPath(), fs::perms(0755));
+    fs::permissions(numbered(1), fs::perms(0600));
+    for (Route const& route : getRoutes()) {
+        std::string const text = asOrdinaryUser([&] { return textThrownBy([&] { route(); }); });
+        if (text == g_noSuchUser) {
+            GTEST_SKIP() << "this process cannot become another user";
+        }
+        EXPECT_EQ(text, loadError(numbered(1), openFailed(numbered(1), "Permission denied"))) << route.name;
+    }
+}
+
+TEST_F(TiffFilesFailure, TheFirstOfSeveralFilesThatDoNotOpenIsNamed) {
+    for (std::size_t const index : {1U, 2U}) {
+        writeFile(numbered(index), "");
+    }
+    for (Route const& route : getRoutes()) {
+        EXPECT_THAT(getText(route), StartsWith(loadError(numbered(1), ""))) << route.name;
+    }
+}
+
+TEST_F(TiffFilesFailure, AFileThatDoesNotOpenIsNamedBeforeALaterOneThatDiffers) {
+    writeFile(numbered(1), "");
+    save(numbered(2), makePart(makeVolume(1, 2)));
+    for (Route const& route : getRoutes()) {
+        EXPECT_THAT(getText(route), StartsWith(loadError(numbered(1), ""))) << route.name;
+    }
+}
+
+TEST_F(TiffFilesFailure, QuotesAndAmpersandsAreMarkedInTheQuotedPathAndBareInTheNestedText) {
+    fs::path const path = at("a\"1&");
+    fs::create_symlink("nowhere", path);
+    save(at("a\"2&"), makePart(makeVolume(1)));
+    auto const raised = expectRaisedFrom("src/Tiff/TiffImageFiles.cpp", [&] { load(eTDM_Volume, "a\"*"); });
+    EXPECT_EQ(raised ? raised->text : "", "Error while loading tiff image file \"" + _folder.string() +
+                                              "/a&\"1&&\"\n" + openFailed(path, "No such file or directory"));
+}
+
+// Parts that cannot be made one image
+
+TEST_F(TiffFilesFailure, AnImageBeyondTheMemoryIsTheOutputImageError) {
+    // Files that say of themselves that they are large; no pixel is ever read.
+    VolumeGeometry volume;
+    volume.init3d(30000);
+    auto const pHuge = geometry(eIBT_UInt8, vlUInt64{1} << 20, vlUInt64{1} << 20, volume, ColorGeometry(),
+                                TemporalGeometry());
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    archive.writeObject("pObject", pHuge);
+    Directory directory;
+    directory.tags[TIFFTAG_SOFTWARE] = std::string("VELMO_Library");
+    directory.tags[TIFFTAG_PHOTOSHOP] = stream.str();
+    for (std::size_t index = 0; index < 3; ++index) {
+        writeTiff(numbered(index), {directory});
+    }
+    for (Route const& route : getJoins()) {
+        SCOPED_TRACE(route.name);
+        if (route.bDisk) {
+            EXPECT_TRUE(route());
+        } else {
+            EXPECT_THAT(getText(route), StartsWith("Failed to create output image\nThe image needs "));
+        }
+    }
+}
+
+} // namespace test
+} // namespace velmo

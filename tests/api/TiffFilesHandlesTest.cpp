@@ -1,0 +1,156 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "TiffFilesFixture.h"
+
+#include <boost/filesystem/operations.hpp>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+namespace attr = velmo::imaproc::attr;
+using testing::StartsWith;
+
+namespace {
+
+constexpr std::size_t g_nbFiles = 40;
+
+/// Opens handles until their numbers, of which the limit speaks, have no hole; how many are open then.
+int fillHoles() {
+    int highest = 0;
+    for (fs::directory_entry const& entry : fs::directory_iterator("/proc/self/fd")) {
+        highest = std::max(highest, std::stoi(entry.path().filename().string()));
+    }
+    int next = 0;
+    do {
+        next = dup(STDERR_FILENO);
+    } while (next < highest);
+    return next + 1;
+}
+
+class TiffFilesHandles : public TiffFiles {
+  protected:
+    TiffFilesHandles() {
+        for (std::size_t index = 0; index < g_nbFiles; ++index) {
+            _parts.push_back(makePart(makeVolume(1), static_cast<unsigned int>(index)));
+        }
+        save(_parts);
+        writeEvenSteps(g_nbFiles);
+    }
+
+    /// What `work` returns in a child process that can open `nbMore` further handles.
+    static std::string withHandles(rlim_t nbMore, std::function<std::string()> const& work) {
+        return inChild([&]() -> std::string {
+            auto const nbOpen = static_cast<rlim_t>(fillHoles());
+            rlimit const handles{nbOpen + nbMore, nbOpen + nbMore};
+            return setrlimit(RLIMIT_NOFILE, &handles) == 0 ? work() : "no limit";
+        });
+    }
+
+    std::vector<Part> _parts;
+};
+
+} // namespace
+
+TEST_F(TiffFilesHandles, NoneIsLeftAfterALoadInMemory) {
+    for (ImagePtr const& pImage : {load(eTDM_Volume), load(eTDM_Temporal), loadStack(3, attr::eIP_Linear)}) {
+        EXPECT_TRUE(pImage);
+        EXPECT_EQ(countOpenFiles(), 0U);
+    }
+}
+
+TEST_F(TiffFilesHandles, OneForEachFileIsOpenWhileAJoinedDiskImageLives) {
+    for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
+        ImagePtr pImage = open(mode);
+        for (std::size_t index = 0; index < g_nbFiles; ++index) {
+            EXPECT_EQ(countOpen(numbered(index)), 1);
+        }
+        ImagePtr pOther = pImage;
+        pImage.reset();
+        EXPECT_EQ(countOpenFiles(), g_nbFiles);
+        EXPECT_EQ(readPixels(*pOther), joinAlongZ(_parts));
+        EXPECT_EQ(countOpenFiles(), g_nbFiles);
+        pOther.reset();
+        EXPECT_EQ(countOpenFiles(), 0U);
+    }
+}
+
+TEST_F(TiffFilesHandles, AsManyAsThereAreFilesAreEnough) {
+    for (Route const& route : getRoutes()) {
+        EXPECT_EQ(withHandles(g_nbFiles + 1, [&] { return std::string(route() ? "an image" : "none"); }),
+                  "an image")
+            << route.name;
+    }
+}
+
+TEST_F(TiffFilesHandles, WhereTheyRunOutTheFileThatIsCameToIsNamed) {
+    for (Route const& route : getRoutes()) {
+        for (rlim_t const nbMore : {1U, 2U, 20U, unsigned{g_nbFiles} - 1}) {
+            SCOPED_TRACE(std::string(route.name) + " with " + std::to_string(nbMore));
+            std::string const text = withHandles(nbMore, [&] { return textThrownBy([&] { route(); }); });
+            EXPECT_EQ(text, loadError(numbered(nbMore), openFailed(numbered(nbMore), "Too many open files")));
+        }
+    }
+}
+
+TEST_F(TiffFilesHandles, WhereThereIsNoneTheFileSystemSaysThatTheDirectoryCannotBeListed) {
+    for (Route const& route : getRoutes()) {
+        std::string const text = withHandles(0, [&]() -> std::string {
+            try {
+                route();
+            } catch (fs::filesystem_error const& error) {
+                return std::to_string(error.code().value());
+            }
+            return "no error of the file system";
+        });
+        EXPECT_EQ(text, std::to_string(EMFILE)) << route.name;
+    }
+}
+
+TEST_F(TiffFilesHandles, AFileThatDiffersBehindTheLastHandleIsNamedAsThat) {
+    std::size_t const last = g_nbFiles - 1;
+    save(numbered(last), makePart(geometry3d(eIBT_UInt16, 6, 3, 1)));
+    for (Route const& route : getRoutes()) {
+        EXPECT_EQ(withHandles(10, [&] { return textThrownBy([&] { route(); }); }),
+                  "SizeX mismatch between input image read from \"" + numbered(0).string() +
+                      "\" (5) and input image read from \"" + numbered(last).string() + "\" (6)")
+            << route.name;
+    }
+}
+
+TEST_F(TiffFilesHandles, AFileThatDoesNotOpenBehindTheLastHandleIsNamedAsThat) {
+    std::size_t const last = g_nbFiles - 1;
+    writeFile(numbered(last), "");
+    for (Route const& route : getRoutes()) {
+        EXPECT_THAT(withHandles(10, [&] { return textThrownBy([&] { route(); }); }),
+                    StartsWith(loadError(numbered(last), "Failed to open tiff image file ")))
+            << route.name;
+    }
+}
+
+TEST_F(TiffFilesHandles, ACountOfStepsThatDoesNotFitIsNamedBeforeTheLackOfHandles) {
+    writeEvenSteps(3);
+    EXPECT_EQ(withHandles(10, [&] { return textThrownBy([&] { loadStack(3, attr::eIP_Linear); }); }),
+              "Number of z-steps (2) does not match with number of z-plans minus one (40-1)");
+}
+
+TEST_F(TiffFilesHandles, AllAreFreeAfterTheyRanOut) {
+    for (Route const& route : getRoutes()) {
+        EXPECT_EQ(withHandles(10,
+                              [&] {
+                                  textThrownBy([&] { route(); });
+                                  return std::to_string(countOpenFiles());
+                              }),
+                  "0")
+            << route.name;
+    }
+}
+
+} // namespace test
+} // namespace velmo
