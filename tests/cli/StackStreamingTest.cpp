@@ -88,11 +88,15 @@ TEST_F(StackStreaming, AnInterruptEndsTheComparisonOfTheFiles) {
     writeTiff(_folder / "plane", {TiffPage()});
     link("../plane", 5000);
     create("s/a5000.tif", "no TIFF file, which is not come to");
-    ToolProcess process(stack());
-    ASSERT_TRUE(waitForOpenFiles(process.getPid(), 50));
-    process.send(SIGINT);
-    expectFailure(process.wait(), 130, "interrupted");
-    EXPECT_THAT(list(), ElementsAre("plane", "s"));
+    create("steps", "1");
+    for (Arguments const& arguments : {stack(), Arguments{"resample", path("s"), "a<INDEX>.tif",
+                                                          path("steps"), path("out.raw"), "--size-z", "5"}}) {
+        ToolProcess process(arguments);
+        ASSERT_TRUE(waitForOpenFiles(process.getPid(), 50));
+        process.send(SIGINT);
+        expectFailure(process.wait(), 130, "interrupted");
+        EXPECT_THAT(list(), ElementsAre("plane", "s", "steps"));
+    }
 }
 
 TEST_F(StackStreaming, TheBarIsDrawnOnATerminalUnlessItIsToBeQuiet) {

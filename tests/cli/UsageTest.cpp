@@ -44,13 +44,14 @@ TEST_F(Usage, TheVersionIsTold) {
 TEST_F(Usage, TheHelpNamesTheCommandsAndTheExitStatuses) {
     ToolResult const result = runTool({"--help"});
     expectDone(result);
-    for (char const* const text : {"info", "convert", "preview", "stack", "match", "130 interrupted"}) {
+    for (char const* const text :
+         {"info", "convert", "preview", "stack", "resample", "match", "130 interrupted"}) {
         EXPECT_THAT(result.out, HasSubstr(text));
     }
 }
 
 TEST_F(Usage, TheHelpOfEachCommandEndsWithExamples) {
-    for (char const* const command : {"info", "convert", "preview", "stack", "match"}) {
+    for (char const* const command : {"info", "convert", "preview", "stack", "resample", "match"}) {
         ToolResult const result = runTool({command, "--help"});
         expectDone(result);
         std::size_t const examples = result.out.find("\nExamples:\n  velmo-image " + std::string(command));

@@ -6,6 +6,7 @@
 #include "Interrupt.h"
 #include "MatchCommand.h"
 #include "PreviewCommand.h"
+#include "ResampleCommand.h"
 #include "StackCommand.h"
 #include "Terminal.h"
 #include "TiffWords.h"
@@ -36,7 +37,8 @@ eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop) {
 }
 
 eExitStatus runCommand(int argc, char** argv) {
-    CLI::App app("Look at and convert image files: TIFF, and raw planes of pixels", "velmo-image");
+    CLI::App app("Look at, convert, join and resample image files: TIFF, and raw planes of pixels",
+                 "velmo-image");
     app.set_version_flag("--version", g_version);
     app.require_subcommand(1);
     app.footer("Exit status: 0 done, 1 the work failed, 2 wrong use, 130 interrupted.");
@@ -45,6 +47,7 @@ eExitStatus runCommand(int argc, char** argv) {
     commands.push_back(std::make_unique<ConvertCommand>(app));
     commands.push_back(std::make_unique<PreviewCommand>(app));
     commands.push_back(std::make_unique<StackCommand>(app));
+    commands.push_back(std::make_unique<ResampleCommand>(app));
     commands.push_back(std::make_unique<MatchCommand>(app));
     try {
         app.parse(argc, argv);

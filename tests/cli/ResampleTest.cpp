@@ -1,0 +1,298 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "SeriesFixture.h"
+#include "SoftLimit.h"
+
+#include <VELMOAttributes/ZSteps.h>
+#include <VELMOSerialization/XmlFile.h>
+#include <sys/stat.h>
+
+namespace velmo {
+namespace test {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+class Resample : public SeriesFixture {
+  protected:
+    /// To five planes of one value each, out of planes at the heights 0, 1 and 4.
+    void SetUp() override {
+        SeriesFixture::SetUp();
+        putPlane("a2.tif", 10);
+        putPlane("a3.tif", 20);
+        putPlane("a10.tif", 80);
+        create("steps.txt", "1\n3\n");
+    }
+
+    void putPlane(std::string const& name, int value) const {
+        put(name, std::string(6, static_cast<char>(value)));
+    }
+
+    static std::string planes(std::vector<int> const& values) {
+        std::string pixels;
+        for (int const value : values) {
+            pixels += std::string(6, static_cast<char>(value));
+        }
+        return pixels;
+    }
+
+    Arguments resample(Arguments const& options = {}) const {
+        return Arguments{"resample", path("s"), "a<INDEX>.tif", path("steps.txt"), path("out.raw"),
+                         "--size-z", "5"} +
+               options;
+    }
+
+    /// A run that warns of the gap in the numbers alone.
+    std::string resampleToRaw(Arguments const& options = {}) const {
+        ToolResult const result = runTool(resample(Arguments{"--overwrite"} + options));
+        EXPECT_EQ(0, result.status);
+        EXPECT_EQ("velmo-image: warning: missing 4-9\n", result.err);
+        return read("out.raw");
+    }
+
+    /// A failure with this message, behind the warning of the gap.
+    void expectStepsFailure(std::string const& message) const {
+        ToolResult const result = runTool(resample());
+        EXPECT_EQ(1, result.status);
+        EXPECT_EQ("velmo-image: warning: missing 4-9\nvelmo-image: " + message + '\n', result.err);
+        EXPECT_FALSE(boost::filesystem::exists(path("out.raw")));
+    }
+};
+
+struct BadLine {
+    char const* name;
+    std::string text;
+    int line;
+};
+
+std::ostream& operator<<(std::ostream& os, BadLine const& line) {
+    return os << line.name;
+}
+
+class ResampleBadLine : public Resample, public testing::WithParamInterface<BadLine> {};
+
+struct WrongOption {
+    char const* name;
+    Arguments arguments; ///< behind the command
+    char const* message;
+};
+
+std::ostream& operator<<(std::ostream& os, WrongOption const& option) {
+    return os << option.name;
+}
+
+class WrongResample : public CliTest, public testing::WithParamInterface<WrongOption> {};
+
+} // namespace
+
+TEST_F(Resample, PlanesLieEvenlyFromTheFirstHeightToTheLast) {
+    EXPECT_EQ(planes({10, 20, 40, 60, 80}), resampleToRaw());
+    EXPECT_EQ(planes({10, 20, 40, 60, 80}), resampleToRaw({"--interpolation", "linear"}));
+}
+
+TEST_F(Resample, TheNearestPlaneIsTakenWhenAskedFor) {
+    EXPECT_EQ(planes({10, 20, 20, 80, 80}), resampleToRaw({"--interpolation", "nearest"}));
+}
+
+TEST_F(Resample, TheCubicCurveGoesThroughThePlanes) {
+    std::string const pixels = resampleToRaw({"--interpolation", "cubic"});
+    ASSERT_EQ(30U, pixels.size());
+    EXPECT_EQ(planes({10, 20}), pixels.substr(0, 12));
+    EXPECT_EQ(planes({80}), pixels.substr(24));
+    EXPECT_NE(planes({40, 60}), pixels.substr(12, 12));
+}
+
+TEST_F(Resample, BlankLinesAndBlanksAroundANumberCountForNothing) {
+    create("steps.txt", "\n  1.0\r\n\r\n\t3e0 \n\n");
+    EXPECT_EQ(planes({10, 20, 40, 60, 80}), resampleToRaw());
+}
+
+TEST_F(Resample, StepsAreReadFromAnXmlArchive) {
+    imaproc::attr::ZSteps steps;
+    steps.accessSteps() = {1, 3};
+    writeToXmlFile(_folder / "steps.xml", steps);
+    Arguments arguments = resample();
+    arguments[3] = path("steps.xml");
+    EXPECT_EQ(0, runTool(arguments).status);
+    EXPECT_EQ(planes({10, 20, 40, 60, 80}), read("out.raw"));
+    create("steps.xml", "1\n3\n");
+    ToolResult const result = runTool(arguments + Arguments{"--overwrite"});
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.err, HasSubstr("Error while loading z-steps file \"" + path("steps.xml") + "\": "));
+    EXPECT_EQ(planes({10, 20, 40, 60, 80}), read("out.raw"));
+}
+
+TEST_F(Resample, AnExtensionInCapitalsIsATextOfSteps) {
+    create("steps.XML", "<steps/>");
+    Arguments arguments = resample();
+    arguments[3] = path("steps.XML");
+    EXPECT_THAT(runTool(arguments).err, HasSubstr("steps.XML\": field at line 1 is not a positive"));
+}
+
+TEST_F(Resample, ATiffOutputHasTheSizeAndTheCompressionAskedFor) {
+    ToolResult const result = runTool({"resample", path("s"), "a<INDEX>.tif", path("steps.txt"),
+                                       path("out.tif"), "--size-z", "9", "--compression", "deflate"});
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(9, describe("out.tif").at("sizeZ"));
+    EXPECT_EQ(planes({10}), readTiff(path("out.tif")).at(0).pixels);
+    EXPECT_EQ(planes({80}), readTiff(path("out.tif")).at(8).pixels);
+    EXPECT_EQ(COMPRESSION_DEFLATE, readTiff(path("out.tif")).at(8).compression);
+}
+
+TEST_F(Resample, ASingleFileIsWrittenAsItIsWithAWarning) {
+    boost::filesystem::remove(_folder / "steps.txt");
+    Arguments arguments = resample();
+    arguments[2] = "a3.tif";
+    ToolResult const result = runTool(arguments);
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(
+        "velmo-image: warning: \"a3.tif\" is the only file: it is written as it is, without --size-z and "
+        "z-steps\n",
+        result.err);
+    EXPECT_EQ(planes({20}), read("out.raw"));
+}
+
+TEST_P(ResampleBadLine, IsNamedByItsNumber) {
+    create("steps.txt", GetParam().text);
+    expectStepsFailure("Error while loading z-steps txt file \"" + path("steps.txt") + "\": field at line " +
+                       std::to_string(GetParam().line) + " is not a positive numerical value");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, ResampleBadLine,
+    testing::Values(BadLine{"Word", "1\nthree\n", 2}, BadLine{"Zero", "0\n3\n", 1},
+                    BadLine{"Negative", "1\n-3\n", 2}, BadLine{"BehindBlankLines", "\n1\n\n \nx", 5},
+                    BadLine{"TwoNumbers", "1 3\n", 1}, BadLine{"Comma", "1,5\n3\n", 1},
+                    BadLine{"Infinite", "1\ninf\n", 2}, BadLine{"NotANumber", "nan\n3\n", 1},
+                    BadLine{"BeyondSinglePrecision", "1\n1e39\n", 2}, BadLine{"Vanishing", "1e-60\n3\n", 1},
+                    BadLine{"LineWithoutAnEnd", std::string(1UL << 20, '1'), 1},
+                    BadLine{"ZeroBytes", std::string(10, '\0'), 1}),
+    [](testing::TestParamInfo<BadLine> const& parameter) { return std::string(parameter.param.name); });
+
+TEST_F(Resample, AFileOfStepsThatCannotBeReadIsAFailure) {
+    std::string const start = "Error while loading z-steps file \"" + path("steps.txt") + "\": ";
+    boost::filesystem::remove(_folder / "steps.txt");
+    expectStepsFailure(start + "No such file or directory");
+    boost::filesystem::create_directory(_folder / "steps.txt");
+    expectStepsFailure(start + "Is a directory");
+    boost::filesystem::remove(_folder / "steps.txt");
+    ASSERT_EQ(0, mkfifo(path("steps.txt").c_str(), 0600));
+    expectStepsFailure(start + "Illegal seek");
+}
+
+TEST_F(Resample, AnotherNumberOfStepsThanOfGapsIsToldInTheWordsOfTheLibrary) {
+    create("steps.txt", "1\n");
+    expectStepsFailure("Number of z-steps (1) does not match with number of z-plans minus one (3-1)");
+}
+
+TEST_F(Resample, FailuresLeaveAnEarlierOutput) {
+    putPlane("a4.tif", 1);
+    for (int number = 5; number < 10; ++number) {
+        putPlane("a" + std::to_string(number) + ".tif", number);
+    }
+    expectNoOutput(resample(), "Number of z-steps (2) does not match with number of z-plans minus one (9-1)");
+    TiffPage wider = page("");
+    wider.sizeX = 4;
+    writeTiff(_folder / "s" / "a11.tif", {wider});
+    std::string const folder = path("s") + '/';
+    expectNoOutput(resample(), "SizeX mismatch between input image read from \"" + folder +
+                                   "a2.tif\" (3) and "
+                                   "input image read from \"" +
+                                   folder + "a11.tif\" (4)");
+}
+
+TEST_F(Resample, WithStrictAGapIsAFailureBeforeAnyWork) {
+    expectNoOutput(resample({"--strict"}), "missing 4-9");
+}
+
+TEST_F(Resample, NoMatchIsAFailure) {
+    Arguments arguments = resample();
+    arguments[2] = "b*";
+    expectNoOutput(arguments, "no file in \"" + path("s") + "\" matches \"b*\"");
+}
+
+TEST_F(Resample, AnOutputAmongTheFilesAndAnExistingOneAreRefused) {
+    Arguments arguments = resample();
+    arguments[4] = path("s/a3.tif");
+    expectFailure(runTool(arguments + Arguments{"--overwrite"}), 1,
+                  "cannot write \"" + path("s/a3.tif") + "\": it is one of the files to read, \"a3.tif\"");
+    EXPECT_EQ(planes({20}), readTiff(path("s/a3.tif")).at(0).pixels);
+    create("out.raw", "earlier");
+    EXPECT_THAT(runTool(resample()).err, HasSubstr("exists already; --overwrite replaces it"));
+    EXPECT_EQ("earlier", read("out.raw"));
+}
+
+TEST_F(Resample, ASizeBeyondTheMemoryIsAFailureWithBothFigures) {
+    Arguments arguments = resample();
+    arguments.back() = "1000000000000000";
+    ToolResult const result = runTool(arguments);
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.err, HasSubstr("6000000000000000"));
+    EXPECT_FALSE(boost::filesystem::exists(path("out.raw")));
+}
+
+TEST_F(Resample, MoreFilesThanTheSoftLimitOfOpenFilesAreJoined) {
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    if (limit.rlim_max < 256) {
+        GTEST_SKIP() << "the system lets a process have " << limit.rlim_max << " open files";
+    }
+    std::vector<int> values;
+    std::string steps;
+    for (int number = 0; number < 100; ++number) {
+        putPlane("m" + std::to_string(number) + ".tif", number);
+        values.push_back(number);
+        steps += number == 0 ? "" : "2\n";
+    }
+    create("steps.txt", steps);
+    SoftLimit const softLimit(RLIMIT_NOFILE, 64);
+    expectDone(runTool(
+        {"resample", path("s"), "m<INDEX>.tif", path("steps.txt"), path("out.raw"), "--size-z", "100"}));
+    EXPECT_EQ(planes(values), read("out.raw"));
+}
+
+TEST_P(WrongResample, IsRefusedBeforeAnyWork) {
+    Arguments arguments = {"resample"};
+    for (std::string const& argument : GetParam().arguments) {
+        arguments.push_back(argument.find("out") == 0 || argument == "s" ? path(argument) : argument);
+    }
+    ToolResult const result = runTool(arguments); // there is no folder s
+    EXPECT_EQ(2, result.status);
+    EXPECT_EQ("", result.out);
+    EXPECT_THAT(result.err, StartsWith("velmo-image: " + std::string(GetParam().message)));
+    EXPECT_TRUE(list().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Options, WrongResample,
+    testing::Values(
+        WrongOption{"NoSizeZ", {"s", "*", "z", "out.tif"}, "--size-z is required; velmo-image --help"},
+        WrongOption{"NoOutput", {"s", "*", "z", "--size-z", "5"}, "OUTPUT is required; velmo-image --help"},
+        WrongOption{"SizeZZero",
+                    {"s", "*", "z", "out.tif", "--size-z", "0"},
+                    "--size-z takes a whole number from 1 on; not \"0\""},
+        WrongOption{"SizeZNegative",
+                    {"s", "*", "z", "out.tif", "--size-z", "-1"},
+                    "--size-z takes a whole number in digits"},
+        WrongOption{"SizeZWord",
+                    {"s", "*", "z", "out.tif", "--size-z", "many"},
+                    "--size-z takes a whole number in digits"},
+        WrongOption{"Interpolation",
+                    {"s", "*", "z", "out.tif", "--size-z", "5", "--interpolation", "spline"},
+                    "--interpolation takes one of nearest, linear, cubic; not \"spline\""},
+        WrongOption{"Pixels",
+                    {"s", "*", "z", "out.tif", "--size-z", "5", "--pixels", "grey"},
+                    "--pixels takes one of default, binary, label; not \"grey\""},
+        WrongOption{"CompressionOfRaw",
+                    {"s", "*", "z", "out.raw", "--size-z", "5", "--compression", "lzw"},
+                    "--compression is for a TIFF output"},
+        WrongOption{"Axis",
+                    {"s", "*", "z", "out.tif", "--size-z", "5", "--along", "z"},
+                    "The following arguments were not expected: "}),
+    [](testing::TestParamInfo<WrongOption> const& parameter) { return std::string(parameter.param.name); });
+
+} // namespace test
+} // namespace velmo
