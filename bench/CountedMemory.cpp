@@ -6,8 +6,11 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
 #include <malloc.h>
 #include <new>
+#include <stdexcept>
+#include <string>
 
 namespace velmo {
 namespace bench {
@@ -29,7 +32,26 @@ void count(void* pMemory, std::int64_t sign) {
     }
 }
 
+/// A line of what the kernel tells of this process, in bytes.
+vlUInt64 readStatus(std::string const& name) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.compare(0, name.size(), name) == 0) {
+            return std::stoull(line.substr(name.size() + 1)) * 1024;
+        }
+    }
+    throw std::runtime_error("The kernel does not tell " + name);
+}
+
 } // namespace
+
+vlUInt64 countPeakResident(std::function<void()> const& work) {
+    malloc_trim(0);
+    std::ofstream("/proc/self/clear_refs") << '5'; // the peak begins anew
+    vlUInt64 const before = readStatus("VmRSS");
+    work();
+    return readStatus("VmHWM") - before;
+}
 
 vlUInt64 countPeakBytes(std::function<void()> const& work) {
     g_nbBytes = 0;

@@ -14,5 +14,8 @@ namespace bench {
 /// what was allocated before it. One count at a time.
 vlUInt64 countPeakBytes(std::function<void()> const& work);
 
+/// How much the memory that the process has from the system grew at most while `work` ran.
+vlUInt64 countPeakResident(std::function<void()> const& work);
+
 } // namespace bench
 } // namespace velmo

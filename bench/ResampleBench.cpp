@@ -1,11 +1,15 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "CountedMemory.h"
 #include "Floor.h"
 #include "Suite.h"
+#include "TiffSeries.h"
 
 #include <VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOSerialization/XmlFile.h>
 #include <boost/make_shared.hpp>
 #include <cstring>
 
@@ -15,6 +19,7 @@ namespace bench {
 namespace {
 
 namespace attr = imaproc::attr;
+namespace fs = boost::filesystem;
 
 constexpr vlUInt64 g_size = 1024;
 constexpr vlUInt64 g_nbPlanes = 100;
@@ -46,30 +51,70 @@ double timeResample(RawFile const& file) {
     return stopwatch.getSeconds();
 }
 
-/// Reads each input plane once and writes each output plane once.
-double timeReadAndWrite(RawFile const& file) {
+image::ImagePtr resample(TiffSeries const& series, fs::path const& stepsFile) {
+    return image::file::loadCustomZStackImageFiles(series.volume.path, stepsFile, g_nbOutputPlanes,
+                                                   attr::eIP_Linear, g_seriesPattern,
+                                                   image::file::eTBM_Default);
+}
+
+double timeResample(TiffSeries const& series, fs::path const& stepsFile) {
     Stopwatch const stopwatch;
-    Descriptor const descriptor = Descriptor::openForReading(file.path.string());
+    image::ImagePtr const pImage = resample(series, stepsFile);
+    return stopwatch.getSeconds();
+}
+
+/// Reads each input plane once, by `read(z, pPlane)`, and writes each output plane once.
+template <class Read>
+double timeReadAndWrite(Read const& read) {
+    constexpr vlUInt64 nbOutputs = g_nbOutputPlanes / g_nbPlanes;
+    Stopwatch const stopwatch;
     FreshMemory const plane(g_planeBytes);
     FreshMemory const output(g_nbOutputPlanes * g_planeBytes);
     for (vlUInt64 z = 0; z < g_nbOutputPlanes; ++z) {
-        if (z % (g_nbOutputPlanes / g_nbPlanes) == 0) {
-            descriptor.read(plane.getData(), g_planeBytes,
-                            z / (g_nbOutputPlanes / g_nbPlanes) * g_planeBytes);
+        if (z % nbOutputs == 0) {
+            read(z / nbOutputs, plane.getData());
         }
         std::memcpy(output.getData() + z * g_planeBytes, plane.getData(), g_planeBytes);
     }
     return stopwatch.getSeconds();
 }
 
+double timeByPread(RawFile const& file) {
+    Descriptor const descriptor = Descriptor::openForReading(file.path.string());
+    return timeReadAndWrite(
+        [&](vlUInt64 z, std::byte* pPlane) { descriptor.read(pPlane, g_planeBytes, z * g_planeBytes); });
+}
+
+double timeByLibtiff(TiffSeries const& series) {
+    return timeReadAndWrite(
+        [&](vlUInt64 z, std::byte* pPlane) { readByLibtiff(series.files[z], pPlane, g_planeBytes); });
+}
+
+fs::path writeSteps(BenchData& data) {
+    fs::path const file = data.getFolder() / "steps.xml";
+    writeToXmlFile(file, *makeSteps());
+    return file;
+}
+
 } // namespace
 
 void addResampleBenchmarks(Suite& suite) {
-    suite.add(
-        "resample 100 planes of 2 MB to 300, linear / read and write", Quantity::time(), atMost(2), [&suite] {
-            RawFile const file = suite.getData().getVolume(g_size, g_size, g_nbPlanes);
-            return Contenders{[=] { return timeResample(file); }, [=] { return timeReadAndWrite(file); }};
-        });
+    suite.add("resample 100 files of 2 MB to 300 planes, linear / libtiff loop and write", Quantity::time(),
+              atMost(2), [&suite] {
+                  TiffSeriesPtr const pSeries = makeSeries(suite.getData(), g_size, g_nbPlanes);
+                  fs::path const steps = writeSteps(suite.getData());
+                  return Contenders{[=] { return timeResample(*pSeries, steps); },
+                                    [=] { return timeByLibtiff(*pSeries); }};
+              });
+    suite.add("resample a raw volume the same way / pread and write", Quantity::time(), noLimit(), [&suite] {
+        RawFile const file = suite.getData().getVolume(g_size, g_size, g_nbPlanes);
+        return Contenders{[=] { return timeResample(file); }, [=] { return timeByPread(file); }};
+    });
+    suite.add("resample, memory / the output", Quantity::memory(), atMost(1.05), [&suite] {
+        RawFile const file = suite.getData().getVolume(g_size, g_size, g_nbPlanes);
+        return Contenders{[=] { return static_cast<double>(countPeakResident([&] { resample(file); })); },
+                          [] { return static_cast<double>(g_nbOutputPlanes * g_planeBytes); }};
+    });
 }
 
 } // namespace bench

@@ -3,9 +3,9 @@
 
 #include "VELMOGeometricTransform/PlaneBlend.h"
 
-#include "VELMOUtil/Types.h"
+#include "VELMOGeometricTransform/BlendSample.h"
+#include "VELMOGeometricTransform/LinearBlend16.h"
 
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -16,31 +16,17 @@ namespace gtrans {
 
 namespace {
 
-template <class Sample>
-Sample toSample(double value) {
-    if constexpr (std::is_floating_point_v<Sample>) {
-        return static_cast<Sample>(value);
-    } else {
-        constexpr auto lowest = static_cast<double>(NumericLimits<Sample>::s_min);
-        constexpr auto highest = static_cast<double>(NumericLimits<Sample>::s_max);
-        double const rounded = value + std::copysign(0.5, value);
-        double const clamped = rounded < lowest ? lowest : rounded > highest ? highest : rounded;
-        using Wide = std::conditional_t<sizeof(Sample) < 4, std::int32_t, std::int64_t>;
-        return static_cast<Sample>(static_cast<Wide>(clamped));
-    }
-}
-
 /// The number of terms is known to the compiler, which then moves several samples at a time.
 template <class Sample, unsigned int nbTerms>
 void blend(vlUInt64 nbPixels, std::byte const* pBase, BlendTerm const* pTerms, std::byte* pTarget) {
     auto const* const pBaseSamples = reinterpret_cast<Sample const*>(pBase);
     auto* const pTargetSamples = reinterpret_cast<Sample*>(pTarget);
     for (vlUInt64 pixel = 0; pixel < nbPixels; ++pixel) {
-        auto const base = static_cast<double>(pBaseSamples[pixel]);
-        double value = base;
+        Sample const base = pBaseSamples[pixel];
+        auto value = static_cast<double>(base);
         for (unsigned int term = 0; term < nbTerms; ++term) {
             auto const* const pOther = reinterpret_cast<Sample const*>(pTerms[term].pPlane);
-            value += pTerms[term].weight * (static_cast<double>(pOther[pixel]) - base);
+            value += weigh(pTerms[term].weight, base, pOther[pixel]);
         }
         pTargetSamples[pixel] = toSample<Sample>(value);
     }
@@ -54,7 +40,13 @@ void blendSamples(vlUInt64 nbPixels, std::byte const* pBase, BlendTerm const* pT
         std::memcpy(pTarget, pBase, nbPixels * sizeof(Sample));
         break;
     case 1:
-        blend<Sample, 1>(nbPixels, pBase, pTerms, pTarget);
+        if constexpr (std::is_same_v<Sample, std::uint16_t>) {
+            blendLinear16(nbPixels, pTerms[0].weight, reinterpret_cast<Sample const*>(pBase),
+                          reinterpret_cast<Sample const*>(pTerms[0].pPlane),
+                          reinterpret_cast<Sample*>(pTarget));
+        } else {
+            blend<Sample, 1>(nbPixels, pBase, pTerms, pTarget);
+        }
         break;
     case 2:
         blend<Sample, 2>(nbPixels, pBase, pTerms, pTarget);

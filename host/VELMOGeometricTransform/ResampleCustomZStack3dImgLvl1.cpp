@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 
 namespace velmo {
 namespace imaproc {
@@ -52,7 +53,8 @@ bool isBlendable(image::eImageBufferType type) {
 /// The planes of one channel and time step that are in use, read when they are asked for.
 class PlaneWindow {
   public:
-    PlaneWindow(BaseImage const& source, vlUInt64 c, vlUInt64 t) : _source(source), _c(c), _t(t) {}
+    PlaneWindow(BaseImage const& source, vlUInt64 c, vlUInt64 t)
+        : _source(source), _c(c), _t(t), _planeSize(source.getGeometry().getPlanMemorySize(t)) {}
 
     /// Valid until four other planes were asked for.
     BoolResult find(vlUInt64 z, std::byte const*& pPlane) {
@@ -60,33 +62,31 @@ class PlaneWindow {
             pPlane = static_cast<std::byte const*>(pInMemory);
             return success();
         }
-        Slot& slot = _slots[z % _slots.size()]; // neighbours fall into different slots
-        BoolResult result = success();
-        if (!slot.bFilled || slot.z != z) {
-            BaseImageGeometry const& geometry = _source.getGeometry();
-            slot.bFilled = false;
-            if (slot.pixels.getSize() == 0) {
-                slot.pixels = PageBuffer(geometry.getPlanMemorySize(_t));
-            }
-            result = _source.readPixels(z, _c, _t, 0, geometry.getPlanNbPixels(), slot.pixels.getData());
-            slot.bFilled = static_cast<bool>(result);
-            slot.z = z;
+        if (_pixels.getSize() == 0) {
+            _pixels = PageBuffer(_planes.size() * _planeSize);
         }
-        pPlane = slot.pixels.getData();
+        auto const slot =
+            static_cast<std::size_t>(z % _planes.size()); // neighbours fall into different slots
+        std::byte* const pPixels = _pixels.getData() + slot * _planeSize;
+        BoolResult result = success();
+        if (_planes[slot] != z) {
+            _planes[slot].reset();
+            result = _source.readPixels(z, _c, _t, 0, _source.getGeometry().getPlanNbPixels(), pPixels);
+            if (result) {
+                _planes[slot] = z;
+            }
+        }
+        pPlane = pPixels;
         return result;
     }
 
   private:
-    struct Slot {
-        bool bFilled = false;
-        vlUInt64 z = 0;
-        PageBuffer pixels;
-    };
-
     BaseImage const& _source;
     vlUInt64 _c;
     vlUInt64 _t;
-    std::array<Slot, 4> _slots;
+    vlUInt64 _planeSize;
+    PageBuffer _pixels;                               ///< of all slots, one behind the other
+    std::array<std::optional<vlUInt64>, 4> _planes{}; ///< what each slot holds
 };
 
 BoolResult blendPlane(PlaneWindow& window, PlaneWeights const& weights, BaseImageGeometry const& geometry,
