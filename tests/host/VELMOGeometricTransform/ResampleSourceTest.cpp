@@ -74,6 +74,7 @@ ImageGeometryPtr makeStackGeometry() {
 
 std::vector<float> const g_steps = {1, 0.25F, 3, 1, 1, 0.5F};
 
+#ifdef VELMO_TEST_LIMITS_MEMORY
 /// Planes of 4 MiB whose every byte is the plane's number; they take no memory here.
 class EndlessAccessor : public ByteAccessor {
   public:
@@ -97,6 +98,7 @@ long getPeakMemory() {
     }
     return -1;
 }
+#endif
 
 } // namespace
 
