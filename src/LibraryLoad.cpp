@@ -7,6 +7,7 @@
 #include "Tiff/TiffTags.h"
 #include "Utils/AccessorIdiom.h"
 
+#include <VELMOImageFile/Im6ImageFile.h>
 #include <VELMOImageFile/Im6ImageFileMessage.h>
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
 #include <VELMOImageFile/RawImageFile.h>
@@ -37,6 +38,9 @@ bool buildMutex() {
 /// Everything that happens when the library is loaded. The order of the members is the order of the steps;
 /// members of one object are the only initialisers whose order does not hang on the order of linking.
 struct LibraryLoad {
+    bool const _bIm6TypeNameMutex = buildMutex<TypeNameMutex<Im6ImageFile>>();
+    bool const _bIm6VersionMutex = buildMutex<VersionMutex<Im6ImageFile>>();
+    DynamicRegistrator<Im6ImageFile> const _im6Registrator;
     bool const _bIm6Messages = registerMessages<eIm6ImageFileMessage>();
     bool const _bLoggerNameMutex = buildMutex<LoggerNameMutex>();
     bool const _bManagerMutex = buildMutex<ManagerMutex>();

@@ -5,9 +5,8 @@
 
 #include "Utils/AccessorIdiom.h"
 #include "Utils/FailureText.h"
-#include "Utils/PlanTable.h"
+#include "Utils/PlaneFile.h"
 #include "Utils/StreamRuns.h"
-#include "Utils/ThreadStreams.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
@@ -23,42 +22,16 @@ namespace {
 
 using Message = eRawImageFileMessage;
 
-/// A run of pixels of one plane, as a caller asks for it.
-struct PixelRun {
-    vlUInt64 z;
-    vlUInt64 c;
-    vlUInt64 t;
-    vlUInt64 pixelStartOffset;
-    vlUInt64 nbPixels;
-};
-
-ByteRun locate(PlanTable const& plans, BaseImageGeometry const& geometry, PixelRun const& run,
-               RaiseSite const& site) {
-    ImagePlanGeometry const plan = geometry.getPlanGeometry(run.t);
-    auto const planOffset = plans.find(run.z, run.c, run.t);
-    if (!planOffset) {
-        raise(site, Message::eRIFM_InvalidPlanIndexes, run.z, run.c, run.t);
-    }
-    return toByteRun(*planOffset, run.pixelStartOffset, run.nbPixels,
-                     getBufferBaseSize(toDataType(plan.getBufferType())));
-}
-
-BoolResult toResult(eStreamOutcome outcome, Message::domain transferFailed, std::string const& path,
-                    PixelRun const& run) {
-    switch (outcome) {
-    case eStreamOutcome::SeekFailed:
-        return fail(Message::eRIFM_SeekFailed, path, run.z, run.c, run.t, run.pixelStartOffset);
-    case eStreamOutcome::TransferFailed:
-        return fail(transferFailed, path, run.z, run.c, run.t, run.pixelStartOffset, run.nbPixels);
-    case eStreamOutcome::Done:
-        break;
-    }
-    return success();
-}
+constexpr PlaneFileMessages g_messages = {"N5velmo5image4file20eRawImageFileMessage6domainE",
+                                          Message::eRIFM_OpenFileFailed,
+                                          Message::eRIFM_InvalidPlanIndexes,
+                                          Message::eRIFM_SeekFailed,
+                                          Message::eRIFM_ReadFileFailed,
+                                          Message::eRIFM_WriteFileFailed};
 
 } // namespace
 
-RawImageFile::RawImageFile() : _planOffsets(new PlanTable), _threadStreams(new ThreadStreams) {}
+RawImageFile::RawImageFile() : _planes(new PlaneFile(g_messages)) {}
 
 RawImageFile::~RawImageFile() {
     RawImageFile::clearDerived();
@@ -84,7 +57,7 @@ BoolResult RawImageFile::createFile(boost::filesystem::path const& path, BaseIma
     if (!reserveBytes(*pStream, end)) {
         return fail(Message::eRIFM_ReserveFailed, end, kept.path.string());
     }
-    _threadStreams->insert(pStream);
+    _planes->accessStreams().insert(pStream);
     initBase(kept.path, eIAM_ReadWrite, kept.geometry(), GeometricCalibrationConstPtr(), false);
     return success();
 }
@@ -123,22 +96,17 @@ BoolResult RawImageFile::openFileInternal(boost::filesystem::path const& path,
         }
         return fail(Message::eRIFM_ReserveFailed, end, path.string());
     }
-    _threadStreams->insert(pStream);
+    _planes->accessStreams().insert(pStream);
     initBase(path, accessMode, geometry, GeometricCalibrationConstPtr(), sharedRemote);
     return success();
 }
 
 vlUInt64 RawImageFile::processOffsets(vlUInt64 dataStartOffset, BaseImageGeometry const& geometry) {
-    return _planOffsets->process(dataStartOffset, geometry);
-}
-
-BoolResult RawImageFile::findThreadFStream(boost::shared_ptr<std::fstream>& stream) const {
-    stream = _threadStreams->find(getFilePath(), getAccessMode());
-    return stream ? success() : fail(Message::eRIFM_OpenFileFailed, getFilePath().string());
+    return _planes->accessPlans().process(dataStartOffset, geometry);
 }
 
 void RawImageFile::clearDerived() {
-    _threadStreams->closeAll();
+    _planes->accessStreams().closeAll();
 }
 
 // Pixels
@@ -150,35 +118,18 @@ bool RawImageFile::hasBinary8BitsStorage() const {
 
 BoolResult RawImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                      vlUInt64 nbPixels, void* buffer) const {
-    FStreamPtr pStream;
-    BoolResult found = findThreadFStream(pStream);
-    if (!found) {
-        return found;
-    }
-    PixelRun const run = {z, c, t, pixelStartOffset, nbPixels};
-    ByteRun const bytes = locate(*_planOffsets, getGeometry(), run, VELMO_HERE);
-    return toResult(readRun(*pStream, bytes, buffer), Message::eRIFM_ReadFileFailed, getFilePath().string(),
-                    run);
+    return _planes->read(*this, {z, c, t, pixelStartOffset, nbPixels}, buffer, VELMO_HERE);
 }
 
-// Unlike a read, a write looks at the plane before it touches the file.
 BoolResult RawImageFile::writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                       vlUInt64 nbPixels, void const* buffer) {
-    PixelRun const run = {z, c, t, pixelStartOffset, nbPixels};
-    ByteRun const bytes = locate(*_planOffsets, getGeometry(), run, VELMO_HERE);
-    FStreamPtr pStream;
-    BoolResult found = findThreadFStream(pStream);
-    if (!found) {
-        return found;
-    }
-    return toResult(writeRun(*pStream, bytes, buffer), Message::eRIFM_WriteFileFailed, getFilePath().string(),
-                    run);
+    return _planes->write(*this, {z, c, t, pixelStartOffset, nbPixels}, buffer, VELMO_HERE);
 }
 
 BoolResult RawImageFile::resizeData(BaseImageGeometry const& geometry) {
     vlUInt64 const end = processOffsets(0, geometry);
     FStreamPtr pStream;
-    BoolResult found = findThreadFStream(pStream);
+    BoolResult found = _planes->findStream(*this, pStream);
     if (!found || end == 0) {
         return found;
     }
@@ -197,7 +148,7 @@ BoolResult RawImageFile::write(BaseOArchive& archive) const {
     }
     writeClassVersion(archive, getClassName(), getVersion());
     if (isInit()) {
-        archive << oItem("dataStartOffset", _planOffsets->getDataStartOffset());
+        archive << oItem("dataStartOffset", _planes->getPlans().getDataStartOffset());
     }
     return success();
 }

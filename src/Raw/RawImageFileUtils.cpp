@@ -30,10 +30,8 @@ DiskImagePtr openDiskImage(boost::filesystem::path const& path, BaseImageGeometr
 DistributedImagePtr loadDistributed(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                                     vlUInt64 dataStartOffset, bool defaultDispatch,
                                     FamilyFailure const& failure) {
-    DiskImagePtr const pDiskImage = openDiskImage(path, geometry, dataStartOffset, failure);
-    DistributedImagePtr pImage = createDistributedTarget(pDiskImage->getGeometry(), failure);
-    copyImage(pDiskImage, pImage, defaultDispatch ? eDispatch::Default : eDispatch::Local, failure);
-    return pImage;
+    return distributeImage(openDiskImage(path, geometry, dataStartOffset, failure),
+                           toDispatch(defaultDispatch), failure);
 }
 
 } // namespace

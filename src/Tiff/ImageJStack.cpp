@@ -3,9 +3,9 @@
 
 #include "Tiff/ImageJStack.h"
 
-#include "Tiff/PlanRun.h"
 #include "Tiff/TiffPixels.h"
 #include "Tiff/TiffTags.h"
+#include "Utils/PlanRun.h"
 #include "Utils/ThreadStreams.h"
 
 #include <VELMOUtil/CheckedArithmetic.h>

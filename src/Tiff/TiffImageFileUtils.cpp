@@ -119,6 +119,22 @@ void saveTiffCpuImageFile(boost::filesystem::path const& path, ImageConstPtr con
         [&](vlUInt64 z, vlUInt64 t) { transfer.savePage(pImage, z, t); });
 }
 
+DiskImagePtr openDiskImage(boost::filesystem::path const& path, eImageAccessMode accessMode,
+                           eTiffDirectoryMode directoryMode, eTiffBufferMode bufferMode,
+                           std::string& userProperties, FamilyFailure const& failure) {
+    auto const pAccessor = boost::make_shared<TiffImageFile>();
+    failure.require(pAccessor->openFile(path, accessMode, directoryMode, bufferMode, userProperties));
+    return createDiskImage(pAccessor, failure);
+}
+
+/// What of a file the copy of its pixels does not bring. An empty text and no calibration count as well.
+DistributedImagePtr describe(DistributedImagePtr const& pImage, DiskImagePtr const& pSource,
+                             std::string const& userProperties) {
+    pImage->setGeometricCalibration(pSource->getGeometricCalibrationConstPtr());
+    pImage->setUserPropertiesStr(userProperties);
+    return pImage;
+}
+
 } // namespace
 
 void loadTiffImageFile(boost::filesystem::path const& path, ImagePtr& image,
@@ -166,14 +182,35 @@ DiskImagePtr openTiffImageFile(boost::filesystem::path const& path, eTiffDirecto
                                eTiffBufferMode const& bufferMode) {
     constexpr auto readAndWrite = static_cast<eImageAccessMode>(1);
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
-    auto const pAccessor = boost::make_shared<TiffImageFile>();
     std::string userProperties;
-    failure.require(pAccessor->openFile(path, readAndWrite, directoryMode, bufferMode, userProperties));
-    DiskImagePtr pImage = createDiskImage(pAccessor, failure);
+    DiskImagePtr pImage =
+        openDiskImage(path, readAndWrite, directoryMode, bufferMode, userProperties, failure);
     if (!userProperties.empty()) {
         pImage->setUserPropertiesStr(userProperties);
     }
     return pImage;
+}
+
+DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
+                                                 eTiffDirectoryMode const& directoryMode,
+                                                 eTiffBufferMode const& bufferMode, bool defaultDispatch) {
+    FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
+    std::string userProperties;
+    DiskImagePtr const pSource =
+        openDiskImage(path, eIAM_ReadOnly, directoryMode, bufferMode, userProperties, failure);
+    return describe(distributeImage(pSource, toDispatch(defaultDispatch), failure), pSource, userProperties);
+}
+
+DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
+                                                 DistributedImage const& model,
+                                                 eTiffBufferMode const& bufferMode, bool defaultDispatch) {
+    FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
+    bool const bSequence = model.getTemporalGeometryType() == eTGT_Sequence;
+    std::string userProperties;
+    DiskImagePtr const pSource = openDiskImage(path, eIAM_ReadOnly, bSequence ? eTDM_Temporal : eTDM_Volume,
+                                               bufferMode, userProperties, failure);
+    return describe(distributeImage(pSource, model, toDispatch(defaultDispatch), failure), pSource,
+                    userProperties);
 }
 
 void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,

@@ -60,12 +60,6 @@ ImagePtr createMemoryTarget(BaseImageGeometry const& geometry, FamilyFailure con
     return pImage;
 }
 
-DistributedImagePtr createDistributedTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure) {
-    DistributedImagePtr pImage;
-    failure.requireDistributed(ImageFactory::getInstance().createDistributedImage(geometry, pImage));
-    return pImage;
-}
-
 void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& target,
                    FamilyFailure const& failure) {
     imaproc::util::CopyImgLvl1 copy;
@@ -99,6 +93,24 @@ void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch 
     auto const pCopy = prepareCopy(pSource, pTarget, dispatch);
     processor::ActionResult const result = pCopy->run(processor::eST_Synchronous);
     failure.require(BoolResult(result.getStatus() == 0, result.getMessage()));
+}
+
+DistributedImagePtr distributeImage(DiskImagePtr const& pSource, eDispatch dispatch,
+                                    FamilyFailure const& failure) {
+    DistributedImagePtr pImage;
+    failure.requireDistributed(
+        ImageFactory::getInstance().createDistributedImage(pSource->getGeometry(), pImage));
+    copyImage(pSource, pImage, dispatch, failure);
+    return pImage;
+}
+
+DistributedImagePtr distributeImage(DiskImagePtr const& pSource, DistributedImage const& model,
+                                    eDispatch dispatch, FamilyFailure const& failure) {
+    DistributedImagePtr pImage;
+    failure.requireDistributed(
+        ImageFactory::getInstance().createDistributedImage(model, pSource->getBufferType(), pImage));
+    copyImage(pSource, pImage, dispatch, failure);
+    return pImage;
 }
 
 } // namespace file

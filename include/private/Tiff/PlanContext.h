@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "Tiff/PlanRun.h"
+#include "Utils/PlanRun.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOUtil/BoolResult.h>

@@ -55,6 +55,10 @@ class FamilyFailure {
 
 enum class eDispatch { Local, Default };
 
+constexpr eDispatch toDispatch(bool defaultDispatch) {
+    return defaultDispatch ? eDispatch::Default : eDispatch::Local;
+}
+
 // The steps that the public functions of all formats are made of.
 
 /// An image over an open accessor, which it co-owns from then on.
@@ -63,9 +67,6 @@ DiskImagePtr createDiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAc
 
 /// A new image in memory.
 ImagePtr createMemoryTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure);
-
-/// A new distributed image.
-DistributedImagePtr createDistributedTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure);
 
 /// What a save asks before it touches its file. An empty pointer is thrown as the copy would throw it;
 /// an image whose pixels lie in that very file, which creating it would empty, is the failure.
@@ -79,6 +80,14 @@ boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& p
 /// Copies all pixels; returns when they are copied.
 void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
                FamilyFailure const& failure);
+
+/// A new distributed image of the geometry and the pixels of another.
+DistributedImagePtr distributeImage(DiskImagePtr const& pSource, eDispatch dispatch,
+                                    FamilyFailure const& failure);
+
+/// The same with the geometry of `model` and the pixel type of the source.
+DistributedImagePtr distributeImage(DiskImagePtr const& pSource, DistributedImage const& model,
+                                    eDispatch dispatch, FamilyFailure const& failure);
 
 } // namespace file
 } // namespace image

@@ -11,8 +11,7 @@ namespace velmo {
 namespace image {
 namespace file {
 
-class PlanTable;
-class ThreadStreams;
+class PlaneFile;
 
 /// Accessor of a headerless pixel file: the caller says what is in it.
 ///
@@ -91,11 +90,9 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     BoolResult openFileInternal(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                                 vlUInt64 dataStartOffset, BaseImageGeometry const& geometry,
                                 bool sharedRemote);
-    BoolResult findThreadFStream(boost::shared_ptr<std::fstream>& stream) const;
     vlUInt64 processOffsets(vlUInt64 dataStartOffset, BaseImageGeometry const& geometry);
 
-    std::unique_ptr<PlanTable> _planOffsets;
-    std::unique_ptr<ThreadStreams> _threadStreams;
+    std::unique_ptr<PlaneFile> _planes;
 };
 
 } // namespace file

@@ -5,6 +5,7 @@
 
 #include <VELMOAttributes/InterpolationPolicy.h>
 #include <VELMOImage/DiskImage.h>
+#include <VELMOImage/DistributedImage.h>
 #include <VELMOImageFile/Export.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
 #include <boost/filesystem/path.hpp>
@@ -47,6 +48,21 @@ VELMO_IMAGE_FILE_EXPORT void loadTiffImageFile(boost::filesystem::path const& pa
 VELMO_IMAGE_FILE_EXPORT DiskImagePtr openTiffImageFile(boost::filesystem::path const& path,
                                                        eTiffDirectoryMode const& directoryMode,
                                                        eTiffBufferMode const& bufferMode);
+
+/// Loads all planes into a new distributed image, with the file's calibration and user properties. With
+/// `defaultDispatch` its workers read at once, each through a handle of its own, else the calling thread
+/// reads alone.
+VELMO_IMAGE_FILE_EXPORT DistributedImagePtr
+loadDistributedTiffImageFile(boost::filesystem::path const& path, eTiffDirectoryMode const& directoryMode,
+                             eTiffBufferMode const& bufferMode, bool defaultDispatch);
+
+/// The same with the geometry and the layout of `model` and the file's pixel type. Directories are time steps
+/// where `model` is a sequence, else the planes of a volume. A file that does not fit `model` is thrown as
+/// VELMOBaseProcessingException.
+VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
+                                                                         DistributedImage const& model,
+                                                                         eTiffBufferMode const& bufferMode,
+                                                                         bool defaultDispatch);
 
 /// Writes all planes, from the calling thread, with calibration and user properties, into a new file; an
 /// existing one is replaced, unless `image` is a disk image of that very file, which is refused. RGB and RGBA

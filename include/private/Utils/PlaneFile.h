@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "Utils/PlanRun.h"
+#include "Utils/PlanTable.h"
+#include "Utils/ThreadStreams.h"
+
+#include <VELMOUtil/BoolResult.h>
+#include <VELMOUtil/GuardedRaise.h>
+
+namespace velmo {
+namespace image {
+
+class BaseDiskImageAccessor;
+
+namespace file {
+
+/// Where the messages of a format's plane access stand.
+struct PlaneFileMessages {
+    char const* domainKey;
+    int openFileFailed;     ///< path
+    int invalidPlanIndexes; ///< z, c, t
+    int seekFailed;         ///< path, z, c, t, first pixel
+    int readFileFailed;     ///< path, z, c, t, first pixel, number of pixels
+    int writeFileFailed;    ///< path, z, c, t, first pixel, number of pixels
+};
+
+/// A file of uncompressed planes behind a header, open on each thread that uses it. `read` and `write` may
+/// run on any number of threads at once.
+class PlaneFile {
+  public:
+    explicit PlaneFile(PlaneFileMessages const& messages) : _messages(messages) {}
+
+    PlanTable& accessPlans() { return _plans; }
+    PlanTable const& getPlans() const { return _plans; }
+    ThreadStreams& accessStreams() { return _streams; }
+
+    /// The calling thread's stream on the accessor's file, opened where there is none.
+    BoolResult findStream(BaseDiskImageAccessor const& accessor, FStreamPtr& pStream);
+
+    /// Moves a run of pixels between the accessor's file and a buffer. A plane that is not in the table is
+    /// raised, at `site`, as VELMOImageFileException; a time step that is not, as VELMOImageException.
+    BoolResult read(BaseDiskImageAccessor const& accessor, PlanRun const& run, void* buffer,
+                    RaiseSite const& site);
+    /// Unlike a read, a write looks at the plane before it touches the file.
+    BoolResult write(BaseDiskImageAccessor const& accessor, PlanRun const& run, void const* buffer,
+                     RaiseSite const& site);
+
+  private:
+    PlaneFileMessages const& _messages;
+    PlanTable _plans;
+    ThreadStreams _streams;
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo

@@ -1,0 +1,171 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <VELMOImageFile/Im6ImageFile.h>
+
+#include "Im6/Im6Records.h"
+#include "Utils/AccessorIdiom.h"
+#include "Utils/FailureText.h"
+#include "Utils/PlaneFile.h"
+#include "Utils/StreamRuns.h"
+
+#include <VELMOImageFile/Im6ImageFileMessage.h>
+#include <VELMOSerialization/BaseArchive.h>
+#include <VELMOSerialization/ClassVersion.h>
+#include <VELMOUtil/CheckedArithmetic.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+using Message = eIm6ImageFileMessage;
+
+constexpr PlaneFileMessages g_messages = {"N5velmo5image4file20eIm6ImageFileMessage6domainE",
+                                          Message::eI6FM_OpenFileFailed,
+                                          Message::eI6FM_InvalidPlanIndexes,
+                                          Message::eI6FM_SeekFailed,
+                                          Message::eI6FM_ReadFileFailed,
+                                          Message::eI6FM_WriteFileFailed};
+
+/// Bytes from the start of the file to the end of the third block; the largest number, which no file reaches,
+/// where 64 bits do not count them.
+vlUInt64 getEndOfBlocks(HeaderData const& header, vlUInt64 endOfPlanes) {
+    return checkedAdd(endOfPlanes,
+                      vlUInt64{header.textBlockSize} + header.secondBlockSize + header.thirdBlockSize)
+        .value_or(NumericLimits<vlUInt64>::s_max);
+}
+
+/// The record behind the blocks. Where it is not all there, the stream is good again and the file will be
+/// found too short; a stream that failed before stays failed.
+GeometricCalibrationPtr readCalibration(HeaderData const& header, vlUInt64 offset, bool is2d,
+                                        std::fstream& stream) {
+    if (!stream.good()) {
+        return {};
+    }
+    CalibrationData data{};
+    if (readRun(stream, {offset, sizeof(data)}, &data) != eStreamOutcome::Done) {
+        stream.clear();
+        return {};
+    }
+    return calibDataToGeometricCalibration(header, data, is2d);
+}
+
+} // namespace
+
+Im6ImageFile::Im6ImageFile() : _planes(new PlaneFile(g_messages)) {}
+
+Im6ImageFile::~Im6ImageFile() {
+    Im6ImageFile::clearDerived();
+}
+
+VELMO_DEFINE_ACCESSOR_IDENTITY(Im6ImageFile, "velmo::image::file::Im6ImageFile", 1)
+
+// Opening
+
+BoolResult Im6ImageFile::openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode) {
+    boost::filesystem::path const kept(path); // NOLINT(*-unnecessary-copy*): may be the accessor's own
+    clear();
+    return openFileInternal(kept, accessMode, false);
+}
+
+BoolResult Im6ImageFile::openSharedRemoteFile(boost::filesystem::path const& path,
+                                              eImageAccessMode const& accessMode) {
+    boost::filesystem::path const kept(path); // NOLINT(*-unnecessary-copy*): may be the accessor's own
+    clear();
+    return openFileInternal(kept, accessMode, true);
+}
+
+// What a read could not fill is not looked at in between: a stream that failed stays failed to the end, where
+// its position, -1, is beyond every size.
+BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
+                                          eImageAccessMode const& accessMode, bool sharedRemote) {
+    FStreamPtr const pStream = openStream(path, accessMode);
+    if (!pStream->good()) {
+        return fail(Message::eI6FM_OpenFileFailed, path.string());
+    }
+    HeaderData header{};
+    pStream->read(reinterpret_cast<char*>(&header), sizeof(header));
+    ImageGeometryPtr const pGeometry = headerToGeometry(header);
+    vlUInt64 required = getEndOfBlocks(header, processOffsets(sizeof(header), *pGeometry));
+    GeometricCalibrationPtr pCalibration;
+    if (fileContainsGeometricCalibration(header, pGeometry->getFullMemorySize(), *pStream)) {
+        pCalibration = readCalibration(header, required, pGeometry->getVolumeGeometry().is2d(), *pStream);
+        required = checkedAdd(required, sizeof(CalibrationData)).value_or(NumericLimits<vlUInt64>::s_max);
+    }
+    pStream->seekg(0, std::ios::end);
+    auto const fileSize = static_cast<vlUInt64>(static_cast<std::streamoff>(pStream->tellg()));
+    if (fileSize < required) {
+        return accessMode == eIAM_ReadOnly
+                   ? fail(Message::eI6FM_GeometryExceedsFileSize, required - sizeof(header), sizeof(header),
+                          fileSize, path.string())
+                   : fail(Message::eI6FM_ReserveFailed, required, path.string());
+    }
+    _planes->accessStreams().insert(pStream);
+    initBase(path, accessMode, *pGeometry, pCalibration, sharedRemote);
+    return success();
+}
+
+vlUInt64 Im6ImageFile::processOffsets(vlUInt64 firstOffset, BaseImageGeometry const& geometry) {
+    return _planes->accessPlans().process(firstOffset, geometry);
+}
+
+void Im6ImageFile::clearDerived() {
+    _planes->accessStreams().closeAll();
+}
+
+// Pixels
+
+bool Im6ImageFile::hasBinary8BitsStorage() const {
+    requireInitialised(VELMO_HERE, *this);
+    return true;
+}
+
+BoolResult Im6ImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                     vlUInt64 nbPixels, void* buffer) const {
+    return _planes->read(*this, {z, c, t, pixelStartOffset, nbPixels}, buffer, VELMO_HERE);
+}
+
+BoolResult Im6ImageFile::writeRawData(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/,
+                                      vlUInt64 /*pixelStartOffset*/, vlUInt64 /*nbPixels*/,
+                                      void const* /*buffer*/) {
+    return success();
+}
+
+BoolResult Im6ImageFile::resizeData(BaseImageGeometry const& /*geometry*/) {
+    return success();
+}
+
+// Archives
+
+BoolResult Im6ImageFile::write(BaseOArchive& archive) const {
+    BoolResult result = BaseDiskImageAccessor::write(archive);
+    if (result) {
+        writeClassVersion(archive, getClassName(), getVersion());
+    }
+    return result;
+}
+
+BoolResult Im6ImageFile::read(BaseIArchive& archive) {
+    ClearUnlessKept unlessOpened(*this);
+    BoolResult result = BaseDiskImageAccessor::read(archive);
+    if (!result) {
+        return result;
+    }
+    readClassVersion(archive, getClassName(), getVersion(), VELMO_HERE);
+    clearDerived();
+    if (!isInit()) {
+        return success();
+    }
+    boost::filesystem::path const path(getFilePath());
+    result = openFileInternal(path, getAccessMode(), hasSharedRemoteAccess());
+    if (result) {
+        unlessOpened.keep();
+    }
+    return result;
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo

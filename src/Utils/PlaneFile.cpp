@@ -1,0 +1,84 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Utils/PlaneFile.h"
+
+#include "LogAccess.h"
+#include "Utils/StreamRuns.h"
+
+#include <VELMOImage/ImageAccessor.h>
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/VELMOImageFileLog.h>
+#include <VELMOUtil/LogMessageFormater.h>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+ByteRun locate(PlanTable const& plans, PlaneFileMessages const& messages, BaseImageGeometry const& geometry,
+               PlanRun const& run, RaiseSite const& site) {
+    ImagePlanGeometry const plan = geometry.getPlanGeometry(run.t);
+    auto const planOffset = plans.find(run.z, run.c, run.t);
+    if (!planOffset) {
+        raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
+            formater.setMsgId(messages.domainKey, messages.invalidPlanIndexes) % run.z % run.c % run.t;
+        });
+    }
+    return toByteRun(*planOffset, run.pixelStart, run.nbPixels,
+                     getBufferBaseSize(toDataType(plan.getBufferType())));
+}
+
+BoolResult toResult(eStreamOutcome outcome, PlaneFileMessages const& messages, int transferFailed,
+                    BaseDiskImageAccessor const& accessor, PlanRun const& run) {
+    if (outcome == eStreamOutcome::Done) {
+        return success();
+    }
+    bool const bSeek = outcome == eStreamOutcome::SeekFailed;
+    LogMessageFormater formater(getVELMOImageFileLogMessageManager());
+    formater.setMsgId(messages.domainKey, bSeek ? messages.seekFailed : transferFailed) %
+        accessor.getFilePath().string() % run.z % run.c % run.t % run.pixelStart;
+    if (!bSeek) {
+        formater % run.nbPixels;
+    }
+    return failure(formater.string());
+}
+
+} // namespace
+
+BoolResult PlaneFile::findStream(BaseDiskImageAccessor const& accessor, FStreamPtr& pStream) {
+    pStream = _streams.find(accessor.getFilePath(), accessor.getAccessMode());
+    if (pStream) {
+        return success();
+    }
+    LogMessageFormater formater(getVELMOImageFileLogMessageManager());
+    formater.setMsgId(_messages.domainKey, _messages.openFileFailed) % accessor.getFilePath().string();
+    return failure(formater.string());
+}
+
+BoolResult PlaneFile::read(BaseDiskImageAccessor const& accessor, PlanRun const& run, void* buffer,
+                           RaiseSite const& site) {
+    FStreamPtr pStream;
+    BoolResult found = findStream(accessor, pStream);
+    if (!found) {
+        return found;
+    }
+    ByteRun const bytes = locate(_plans, _messages, accessor.getGeometry(), run, site);
+    return toResult(readRun(*pStream, bytes, buffer), _messages, _messages.readFileFailed, accessor, run);
+}
+
+BoolResult PlaneFile::write(BaseDiskImageAccessor const& accessor, PlanRun const& run, void const* buffer,
+                            RaiseSite const& site) {
+    ByteRun const bytes = locate(_plans, _messages, accessor.getGeometry(), run, site);
+    FStreamPtr pStream;
+    BoolResult found = findStream(accessor, pStream);
+    if (!found) {
+        return found;
+    }
+    return toResult(writeRun(*pStream, bytes, buffer), _messages, _messages.writeFileFailed, accessor, run);
+}
+
+} // namespace file
+} // namespace image
+} // namespace velmo
