@@ -12,7 +12,6 @@
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
 #include <limits>
-#include <regex>
 
 namespace velmo {
 namespace test {
@@ -191,10 +190,9 @@ TEST_F(ResampleRules, AResultBeyondTheMemoryFailsTheRunWithBothFigures) {
     Resampling resampling(pSource, {1}, eIP_Linear, 1000000000);
     auto const result = resampling.processor.run(processor::eST_Synchronous);
     EXPECT_NE(result.getStatus(), 0U);
-    EXPECT_TRUE(std::regex_match(
-        result.getMessage(),
-        std::regex("The image needs 1000000000000000 bytes of memory, and [0-9]+ bytes are available")))
-        << result.getMessage();
+    EXPECT_THAT(result.getMessage(),
+                testing::MatchesRegex(
+                    "The image needs 1000000000000000 bytes of memory, and [0-9]+ bytes are available"));
     EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { resampling.processor.getStorage<OutImg>(); }),
               g_noResult + result.getMessage());
 }
