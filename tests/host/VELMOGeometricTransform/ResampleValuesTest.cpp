@@ -210,7 +210,7 @@ TEST(Resampling, TimeStepsOfDifferentTypesKeepThem) {
 }
 
 // Planes lie one behind the other: those of 4 bytes a pixel begin at any byte.
-TEST(Resampling, DISABLED_TimeStepsThatBeginAtAnyByteAreResampled) {
+TEST(Resampling, TimeStepsThatBeginAtAnyByteAreResampled) {
     expectTimeStepsOfTypes(1);
 }
 
