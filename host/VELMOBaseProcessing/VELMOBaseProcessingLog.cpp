@@ -25,8 +25,8 @@ bool registerMessages() {
     manager.addMessage(Message::ePM_StepRefused,
                        "%s holds a step that is not positive and finite: step %d is %s");
     manager.addMessage(Message::ePM_StepsCount, "%s of %d steps does not fit %s of %d planes");
-    manager.addMessage(Message::ePM_SizeRefused, "%s cannot be %d");
-    manager.addMessage(Message::ePM_NoResult, "There is no %s, as processor %s did not run to its end\n%s");
+    manager.addMessage(Message::ePM_ValueRefused, "%s cannot be %d");
+    manager.addMessage(Message::ePM_NoResult, "There is no %s, as processor %s did not run to its end%s");
     return true;
 }
 

@@ -16,7 +16,7 @@ struct eProcessorMessage {
         ePM_ImageMismatch = 2,  ///< attribute, sizes and type, attribute, sizes and type
         ePM_StepRefused = 3,    ///< attribute, index of the step, its value
         ePM_StepsCount = 4,     ///< attribute, number of steps, attribute, number of planes
-        ePM_SizeRefused = 5,    ///< attribute, value
+        ePM_ValueRefused = 5,   ///< attribute, value
         ePM_NoResult = 6        ///< attribute, processor, text of the failure
     };
 };

@@ -6,7 +6,9 @@
 #include "VELMOUtil/Types.h"
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 namespace velmo {
@@ -29,15 +31,36 @@ Sample toSample(double value) {
     }
 }
 
+// Samples lie at any byte: a plane of several types in one memory begins where the one before ends.
+
+template <class Sample>
+Sample loadSample(std::byte const* pSamples, vlUInt64 index) {
+    Sample sample;
+    std::memcpy(&sample, pSamples + index * sizeof(Sample), sizeof(Sample));
+    return sample;
+}
+
+template <class Sample>
+void storeSample(std::byte* pSamples, vlUInt64 index, Sample sample) {
+    std::memcpy(pSamples + index * sizeof(Sample), &sample, sizeof(Sample));
+}
+
 /// What the difference of `other` from `base` counts.
 template <class Sample>
 double weigh(double weight, Sample base, Sample other) {
     return weight * (static_cast<double>(other) - static_cast<double>(base));
 }
 
+/// On the line between two samples. Between real numbers the sum of both parts is taken, as the difference of
+/// infinite ones is none.
 template <class Sample>
 Sample blendSample(double weight, Sample base, Sample other) {
-    return toSample<Sample>(static_cast<double>(base) + weigh(weight, base, other));
+    if constexpr (std::is_floating_point_v<Sample>) {
+        return static_cast<Sample>((1 - weight) * static_cast<double>(base) +
+                                   weight * static_cast<double>(other));
+    } else {
+        return toSample<Sample>(static_cast<double>(base) + weigh(weight, base, other));
+    }
 }
 
 } // namespace gtrans

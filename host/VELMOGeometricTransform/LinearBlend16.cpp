@@ -16,12 +16,14 @@ namespace gtrans {
 namespace {
 
 /// Few enough that seldom one of them is near a half.
-constexpr vlUInt64 g_groupSize = 32;
+constexpr vlUInt64 g_groupBytes = 64;
 
-void blendEach(vlUInt64 nbPixels, double weight, std::uint16_t const* pBase, std::uint16_t const* pOther,
-               std::uint16_t* pTarget) {
-    for (vlUInt64 pixel = 0; pixel < nbPixels; ++pixel) {
-        pTarget[pixel] = blendSample(weight, pBase[pixel], pOther[pixel]);
+void blendEach(vlUInt64 nbBytes, double weight, std::byte const* pBase, std::byte const* pOther,
+               std::byte* pTarget) {
+    for (vlUInt64 pixel = 0; pixel < nbBytes / sizeof(std::uint16_t); ++pixel) {
+        storeSample(pTarget, pixel,
+                    blendSample(weight, loadSample<std::uint16_t>(pBase, pixel),
+                                loadSample<std::uint16_t>(pOther, pixel)));
     }
 }
 
@@ -46,7 +48,7 @@ struct FixedWeight {
     __m256i low;
 };
 
-VELMO_AVX2 __m256i load(std::uint16_t const* pSamples) {
+VELMO_AVX2 __m256i load(std::byte const* pSamples) {
     return _mm256_loadu_si256(reinterpret_cast<__m256i const*>(pSamples));
 }
 
@@ -74,27 +76,27 @@ VELMO_AVX2 __m256i blendLanes(__m256i base, __m256i other, FixedWeight const& we
 }
 
 /// False where a sample of the group must be calculated in full.
-VELMO_AVX2 bool blendGroup(FixedWeight const& weight, std::uint16_t const* pBase, std::uint16_t const* pOther,
-                           std::uint16_t* pTarget) {
+VELMO_AVX2 bool blendGroup(FixedWeight const& weight, std::byte const* pBase, std::byte const* pOther,
+                           std::byte* pTarget) {
     __m256i nearHalf = _mm256_setzero_si256();
-    for (vlUInt64 pixel = 0; pixel < g_groupSize; pixel += 16) {
-        __m256i const blended = blendLanes(load(pBase + pixel), load(pOther + pixel), weight, nearHalf);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pTarget + pixel), blended);
+    for (vlUInt64 offset = 0; offset < g_groupBytes; offset += sizeof(__m256i)) {
+        __m256i const blended = blendLanes(load(pBase + offset), load(pOther + offset), weight, nearHalf);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pTarget + offset), blended);
     }
     return _mm256_testz_si256(nearHalf, nearHalf) != 0;
 }
 
-/// Blends whole groups and tells how many samples that were.
-VELMO_AVX2 vlUInt64 blendGroups(vlUInt64 nbPixels, double weight, std::uint16_t const* pBase,
-                                std::uint16_t const* pOther, std::uint16_t* pTarget) {
+/// Blends whole groups and tells how many bytes that were.
+VELMO_AVX2 vlUInt64 blendGroups(vlUInt64 nbBytes, double weight, std::byte const* pBase,
+                                std::byte const* pOther, std::byte* pTarget) {
     FixedWeight const fixed(weight);
-    vlUInt64 pixel = 0;
-    for (; pixel + g_groupSize <= nbPixels; pixel += g_groupSize) {
-        if (!blendGroup(fixed, pBase + pixel, pOther + pixel, pTarget + pixel)) {
-            blendEach(g_groupSize, weight, pBase + pixel, pOther + pixel, pTarget + pixel);
+    vlUInt64 offset = 0;
+    for (; offset + g_groupBytes <= nbBytes; offset += g_groupBytes) {
+        if (!blendGroup(fixed, pBase + offset, pOther + offset, pTarget + offset)) {
+            blendEach(g_groupBytes, weight, pBase + offset, pOther + offset, pTarget + offset);
         }
     }
-    return pixel;
+    return offset;
 }
 
 #else
@@ -103,8 +105,8 @@ bool hasAvx2() {
     return false;
 }
 
-vlUInt64 blendGroups(vlUInt64 /*nbPixels*/, double /*weight*/, std::uint16_t const* /*pBase*/,
-                     std::uint16_t const* /*pOther*/, std::uint16_t* /*pTarget*/) {
+vlUInt64 blendGroups(vlUInt64 /*nbBytes*/, double /*weight*/, std::byte const* /*pBase*/,
+                     std::byte const* /*pOther*/, std::byte* /*pTarget*/) {
     return 0;
 }
 
@@ -112,10 +114,11 @@ vlUInt64 blendGroups(vlUInt64 /*nbPixels*/, double /*weight*/, std::uint16_t con
 
 } // namespace
 
-void blendLinear16(vlUInt64 nbPixels, double weight, std::uint16_t const* pBase, std::uint16_t const* pOther,
-                   std::uint16_t* pTarget) {
-    vlUInt64 const nbDone = hasAvx2() ? blendGroups(nbPixels, weight, pBase, pOther, pTarget) : 0;
-    blendEach(nbPixels - nbDone, weight, pBase + nbDone, pOther + nbDone, pTarget + nbDone);
+void blendLinear16(vlUInt64 nbPixels, double weight, std::byte const* pBase, std::byte const* pOther,
+                   std::byte* pTarget) {
+    vlUInt64 const nbBytes = nbPixels * sizeof(std::uint16_t);
+    vlUInt64 const nbDone = hasAvx2() ? blendGroups(nbBytes, weight, pBase, pOther, pTarget) : 0;
+    blendEach(nbBytes - nbDone, weight, pBase + nbDone, pOther + nbDone, pTarget + nbDone);
 }
 
 } // namespace gtrans

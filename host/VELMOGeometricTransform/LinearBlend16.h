@@ -5,16 +5,17 @@
 
 #include "VELMOUtil/Types.h"
 
-#include <cstdint>
+#include <cstddef>
 
 namespace velmo {
 namespace imaproc {
 namespace gtrans {
 
-/// blendSample of each two samples with one weight between 0 and 1, several times as fast: most samples are
-/// calculated 8 at a time in integers of 16 bits, which tell where all but those near a half are rounded to.
-void blendLinear16(vlUInt64 nbPixels, double weight, std::uint16_t const* pBase, std::uint16_t const* pOther,
-                   std::uint16_t* pTarget);
+/// blendSample of each two samples of 16 bits without sign with one weight between 0 and 1, several times as
+/// fast: most samples are calculated 8 at a time in integers of 16 bits, which tell where all but those near
+/// a half are rounded to.
+void blendLinear16(vlUInt64 nbPixels, double weight, std::byte const* pBase, std::byte const* pOther,
+                   std::byte* pTarget);
 
 } // namespace gtrans
 } // namespace imaproc

@@ -19,16 +19,26 @@ namespace {
 /// The number of terms is known to the compiler, which then moves several samples at a time.
 template <class Sample, unsigned int nbTerms>
 void blend(vlUInt64 nbPixels, std::byte const* pBase, BlendTerm const* pTerms, std::byte* pTarget) {
-    auto const* const pBaseSamples = reinterpret_cast<Sample const*>(pBase);
-    auto* const pTargetSamples = reinterpret_cast<Sample*>(pTarget);
     for (vlUInt64 pixel = 0; pixel < nbPixels; ++pixel) {
-        Sample const base = pBaseSamples[pixel];
+        auto const base = loadSample<Sample>(pBase, pixel);
         auto value = static_cast<double>(base);
         for (unsigned int term = 0; term < nbTerms; ++term) {
-            auto const* const pOther = reinterpret_cast<Sample const*>(pTerms[term].pPlane);
-            value += weigh(pTerms[term].weight, base, pOther[pixel]);
+            value += weigh(pTerms[term].weight, base, loadSample<Sample>(pTerms[term].pPlane, pixel));
         }
-        pTargetSamples[pixel] = toSample<Sample>(value);
+        storeSample(pTarget, pixel, toSample<Sample>(value));
+    }
+}
+
+template <class Sample>
+void blendLinear(vlUInt64 nbPixels, std::byte const* pBase, BlendTerm const& term, std::byte* pTarget) {
+    if constexpr (std::is_same_v<Sample, std::uint16_t>) {
+        blendLinear16(nbPixels, term.weight, pBase, term.pPlane, pTarget);
+    } else {
+        for (vlUInt64 pixel = 0; pixel < nbPixels; ++pixel) {
+            storeSample(pTarget, pixel,
+                        blendSample(term.weight, loadSample<Sample>(pBase, pixel),
+                                    loadSample<Sample>(term.pPlane, pixel)));
+        }
     }
 }
 
@@ -40,13 +50,7 @@ void blendSamples(vlUInt64 nbPixels, std::byte const* pBase, BlendTerm const* pT
         std::memcpy(pTarget, pBase, nbPixels * sizeof(Sample));
         break;
     case 1:
-        if constexpr (std::is_same_v<Sample, std::uint16_t>) {
-            blendLinear16(nbPixels, pTerms[0].weight, reinterpret_cast<Sample const*>(pBase),
-                          reinterpret_cast<Sample const*>(pTerms[0].pPlane),
-                          reinterpret_cast<Sample*>(pTarget));
-        } else {
-            blend<Sample, 1>(nbPixels, pBase, pTerms, pTarget);
-        }
+        blendLinear<Sample>(nbPixels, pBase, pTerms[0], pTarget);
         break;
     case 2:
         blend<Sample, 2>(nbPixels, pBase, pTerms, pTarget);

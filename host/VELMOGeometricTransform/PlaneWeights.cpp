@@ -16,7 +16,7 @@ constexpr double g_tolerance = 1e-9;
 
 } // namespace
 
-PlanePositions::PlanePositions(std::vector<float> const& steps) : _positions(1, 0.0) {
+PlanePositions::PlanePositions(std::vector<float> const& steps) : _steps(steps), _positions(1, 0.0) {
     for (float const step : steps) {
         _positions.push_back(_positions.back() + static_cast<double>(step));
     }
@@ -35,7 +35,7 @@ PlaneWeights PlanePositions::weigh(vlUInt64 index, vlUInt64 nbPlanes,
     if (plane == last) {
         return weights;
     }
-    double const fraction = (position - _positions[plane]) / step(plane);
+    double const fraction = (position - _positions[plane]) / (_positions[plane + 1] - _positions[plane]);
     bool const bNearest = policy == attr::eIP_Nearest;
     if (fraction > 1 - g_tolerance || (bNearest && fraction > 0.5)) {
         weights.base = plane + 1;

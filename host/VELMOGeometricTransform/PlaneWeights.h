@@ -34,9 +34,10 @@ class PlanePositions {
     PlaneWeights weigh(vlUInt64 index, vlUInt64 nbPlanes, attr::eInterpolationPolicy policy) const;
 
   private:
-    double step(vlUInt64 plane) const { return _positions[plane + 1] - _positions[plane]; }
+    double step(vlUInt64 plane) const { return static_cast<double>(_steps[plane]); }
     PlaneWeights weighCubic(vlUInt64 plane, double fraction) const;
 
+    std::vector<float> _steps;
     std::vector<double> _positions;
 };
 

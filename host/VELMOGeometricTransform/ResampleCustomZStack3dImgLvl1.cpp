@@ -46,6 +46,12 @@ void requireCount(RaiseSite const& site, std::vector<float> const& steps, BaseIm
     }
 }
 
+[[noreturn]] void raiseRefused(RaiseSite const& site, char const* attribute, vlUInt64 value) {
+    raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
+        formater[eProcessorMessage::ePM_ValueRefused] % attribute % value;
+    });
+}
+
 bool isBlendable(image::eImageBufferType type) {
     return type <= image::eIBT_Real32;
 }
@@ -158,6 +164,9 @@ template <>
 void ResampleCustomZStack3dImgLvl1::set<attr::InInterpolationPolicy>(
     attr::eInterpolationPolicy const& value) {
     requireInit(attr::InInterpolationPolicy::s_name);
+    if (value > attr::eIP_Cubic) {
+        raiseRefused(VELMO_HERE, attr::InInterpolationPolicy::s_name, value);
+    }
     _policy = value;
 }
 
@@ -165,9 +174,7 @@ template <>
 void ResampleCustomZStack3dImgLvl1::set<attr::InOutputImg3dZSize>(unsigned long const& value) {
     requireInit(attr::InOutputImg3dZSize::s_name);
     if (value == 0) {
-        raiseGuarded(VELMO_HERE, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-            formater[eProcessorMessage::ePM_SizeRefused] % attr::InOutputImg3dZSize::s_name % value;
-        });
+        raiseRefused(VELMO_HERE, attr::InOutputImg3dZSize::s_name, value);
     }
     _sizeZ = value;
 }
@@ -191,6 +198,9 @@ BoolResult ResampleCustomZStack3dImgLvl1::runDerived() {
     if (!_pSteps) {
         raiseValueMissing(attr::InZSteps::s_name);
     }
+    if (_sizeZ == 0) {
+        raiseValueMissing(attr::InOutputImg3dZSize::s_name);
+    }
     image::ImageGeometryPtr const pGeometry = duplicateGeometry(_pSource->getGeometry());
     pGeometry->getVolumeGeometry().init3d(_sizeZ);
     image::ImagePtr pTarget;
@@ -202,7 +212,7 @@ BoolResult ResampleCustomZStack3dImgLvl1::runDerived() {
     if (result) {
         _pTarget = pTarget;
     } else {
-        _failure = result.getMessage();
+        _failure = '\n' + result.getMessage();
     }
     return result;
 }

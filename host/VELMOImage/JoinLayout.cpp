@@ -3,12 +3,14 @@
 
 #include "VELMOImage/JoinLayout.h"
 
+#include "VELMOImage/PixelMemory.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOUtil/CheckedArithmetic.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <functional>
 
 namespace velmo {
 namespace image {
@@ -29,18 +31,34 @@ bool fits(BaseImageGeometry const& part, BaseImageGeometry const& first, eJoinAx
     return bSamePlane && part.getSizeT() == 1 && part.getBufferType() == first.getBufferType();
 }
 
-std::vector<eImageBufferType> collectTypes(std::vector<BaseImageGeometry const*> const& parts) {
-    std::vector<eImageBufferType> types;
+using Geometries = std::vector<BaseImageGeometry const*>;
+using Types = std::vector<eImageBufferType>;
+
+bool haveOneType(Geometries const& parts) {
+    return std::all_of(parts.begin(), parts.end(), [&](BaseImageGeometry const* pPart) {
+        return dynamic_cast<HeterogeneousImageGeometry const*>(pPart) == nullptr &&
+               pPart->getBufferType() == parts.front()->getBufferType();
+    });
+}
+
+/// Of each time step. What a record says of their number is not believed beyond the memory at hand.
+BoolResult collectTypes(Geometries const& parts, vlUInt64 nbTimeSteps, Types& types) {
+    constexpr vlUInt64 bytesPerStep =
+        3 * sizeof(eImageBufferType); // here, in the geometry, and its running sum
+    BoolResult result =
+        requireMemory(checkedMultiply(nbTimeSteps, bytesPerStep).value_or(NumericLimits<vlUInt64>::s_max));
+    if (!result) {
+        return result;
+    }
     for (BaseImageGeometry const* const pPart : parts) {
         for (vlUInt64 t = 0; t < pPart->getSizeT(); ++t) {
             types.push_back(pPart->getPlanGeometry(t).getBufferType());
         }
     }
-    return types;
+    return result;
 }
 
-ImageGeometryPtr makeGeometry(std::vector<BaseImageGeometry const*> const& parts, eJoinAxis axis,
-                              vlUInt64 length) {
+BoolResult makeGeometry(Geometries const& parts, eJoinAxis axis, vlUInt64 length, ImageGeometryPtr& pWhole) {
     BaseImageGeometry const& first = *parts.front();
     VolumeGeometry volume = first.getVolumeGeometry();
     TemporalGeometry temporal = first.getTemporalGeometry();
@@ -49,16 +67,22 @@ ImageGeometryPtr makeGeometry(std::vector<BaseImageGeometry const*> const& parts
     } else {
         temporal.initSequence(length);
     }
-    auto const types = axis == eJoinAxis::T ? collectTypes(parts) : std::vector<eImageBufferType>();
-    bool const bOneType =
-        std::all_of(types.begin(), types.end(), [&](auto type) { return type == types.front(); });
-    if (bOneType) {
-        return geometry(first.getBufferType(), first.getSizeX(), first.getSizeY(), volume,
-                        first.getColorGeometry(), temporal);
+    Types types;
+    if (axis == eJoinAxis::T && !haveOneType(parts)) {
+        BoolResult result = collectTypes(parts, length, types);
+        if (!result) {
+            return result;
+        }
+    }
+    if (std::adjacent_find(types.begin(), types.end(), std::not_equal_to<>()) == types.end()) {
+        pWhole = geometry(first.getBufferType(), first.getSizeX(), first.getSizeY(), volume,
+                          first.getColorGeometry(), temporal);
+        return success();
     }
     auto const pGeometry = boost::make_shared<HeterogeneousImageGeometry>();
     pGeometry->init(volume, first.getColorGeometry(), temporal, first.getSizeX(), first.getSizeY(), types);
-    return pGeometry;
+    pWhole = pGeometry;
+    return success();
 }
 
 } // namespace
@@ -80,10 +104,12 @@ BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, 
         starts.push_back(length);
         length = *end;
     }
-    _pGeometry = makeGeometry(parts, axis, length);
-    _starts = std::move(starts);
-    _axis = axis;
-    return success();
+    BoolResult result = makeGeometry(parts, axis, length, _pGeometry);
+    if (result) {
+        _starts = std::move(starts);
+        _axis = axis;
+    }
+    return result;
 }
 
 JoinLayout::Place JoinLayout::locate(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {

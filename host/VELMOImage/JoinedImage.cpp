@@ -22,6 +22,11 @@ BoolResult JoinedImage::join(std::vector<ImagePtr> const& parts, eJoinAxis axis)
     return result;
 }
 
+bool JoinedImage::requiresCpuCopy() const {
+    return std::any_of(_parts.begin(), _parts.end(),
+                       [](ImagePtr const& pPart) { return pPart->requiresCpuCopy(); });
+}
+
 bool JoinedImage::isStoredIn(boost::filesystem::path const& path) const {
     return std::any_of(_parts.begin(), _parts.end(),
                        [&](ImagePtr const& pPart) { return pPart->isStoredIn(path); });

@@ -16,6 +16,7 @@ class VELMO_HOST_EXPORT JoinedImage : public BaseImage {
     /// As JoinLayout::init. A failure leaves the image as it was.
     BoolResult join(std::vector<ImagePtr> const& parts, eJoinAxis axis);
 
+    bool requiresCpuCopy() const override;
     bool isStoredIn(boost::filesystem::path const& path) const override;
 
   private:

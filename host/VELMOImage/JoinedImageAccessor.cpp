@@ -5,6 +5,7 @@
 
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BaseArchive.h"
+#include "VELMOSerialization/ClassVersion.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 #include "VELMOUtil/LogMessageFormater.h"
 #include "VELMOUtil/VELMOUtilLog.h"
@@ -16,6 +17,8 @@ namespace velmo {
 namespace image {
 
 namespace {
+
+constexpr unsigned int g_recordVersion = 1;
 
 DynamicRegistrator<JoinedImageAccessor> const g_registrator;
 
@@ -76,6 +79,7 @@ BoolResult JoinedImageAccessor::join(std::vector<PartPtr> const& parts, eJoinAxi
 }
 
 BoolResult JoinedImageAccessor::write(BaseOArchive& archive) const {
+    writeClassVersion(archive, getTypeName(), g_recordVersion);
     archive << oItem("axis", static_cast<int>(_axis)) << oItem("nbParts", vlUInt64{_parts.size()});
     for (PartPtr const& pPart : _parts) {
         archive.writeObject("part", pPart);
@@ -85,6 +89,7 @@ BoolResult JoinedImageAccessor::write(BaseOArchive& archive) const {
 
 BoolResult JoinedImageAccessor::read(BaseIArchive& archive) {
     clear();
+    readClassVersion(archive, getTypeName(), g_recordVersion, VELMO_HERE);
     int axis = 0;
     vlUInt64 nbParts = 0;
     archive >> iItem("axis", axis) >> iItem("nbParts", nbParts);

@@ -39,7 +39,8 @@ BoolResult joinDisk(std::vector<ImagePtr> const& parts, eJoinAxis axis, DiskImag
     for (ImagePtr const& pPart : parts) {
         auto const pDisk = boost::dynamic_pointer_cast<DiskImage>(pPart);
         if (!pDisk) {
-            return failAtPart(eImageMessage::eIM_PartNotOnDisk, accessors.size());
+            return failAtPart(pPart ? eImageMessage::eIM_PartNotOnDisk : eImageMessage::eIM_PartMissing,
+                              accessors.size());
         }
         accessors.push_back(pDisk->getAccessor());
     }

@@ -49,6 +49,17 @@ TEST_P(TiffArchiveProcess, ARebuiltAccessorReadsTheSamePixels) {
     EXPECT_EQ(readFile(_folder / "pixels"), _pixels);
 }
 
+TEST_P(TiffArchiveProcess, AJoinedAccessorOfSeveralFilesReadsTheSamePixels) {
+    saveTiffImageFile(_folder / "image2.tif", makeMemoryImage(*_pGeometry, _pixels), eTC_None);
+    ImagePtr const pJoined = openTiffImageFiles(_folder.getPath(), "image*.tif", eTDM_Temporal, eTBM_Default);
+    writeRecord(boost::dynamic_pointer_cast<DiskImage>(pJoined)->getAccessor());
+    Outcome const outcome = runReader();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output,
+              "velmo::image::JoinedImageAccessor mode 0 shared 0 sizes 4 3 2 1 4 type eIBT_UInt16\n");
+    EXPECT_EQ(readFile(_folder / "pixels"), _pixels + _pixels);
+}
+
 TEST_P(TiffArchiveProcess, TheSharedRemoteFlagIsRebuilt) {
     auto const pAccessor = boost::make_shared<TiffImageFile>();
     std::string ignored;

@@ -7,6 +7,7 @@
 #include <VELMOImageFile/VELMOImageFileException.h>
 #include <VELMOSerialization/BinaryArchive.h>
 #include <boost/filesystem/operations.hpp>
+#include <boost/format.hpp>
 #include <gmock/gmock.h>
 #include <sstream>
 #include <sys/stat.h>
@@ -20,6 +21,17 @@ using namespace image::file;
 using testing::StartsWith;
 
 namespace {
+
+/// A file that says of itself that it has this geometry, whatever its directory holds.
+void writeClaim(fs::path const& path, BaseImageGeometry const& geometry) {
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    archive.writeObject("pObject", duplicateGeometry(geometry));
+    Directory directory;
+    directory.tags[TIFFTAG_SOFTWARE] = std::string("VELMO_Library");
+    directory.tags[TIFFTAG_PHOTOSHOP] = stream.str();
+    writeTiff(path, {directory});
+}
 
 /// Three files, of which one or more do not open.
 class TiffFilesFailure : public TiffFiles {
@@ -156,20 +168,9 @@ TEST_F(TiffFilesFailure, QuotesAndAmpersandsAreMarkedInTheQuotedPathAndBareInThe
 
 // Parts that cannot be made one image
 
-TEST_F(TiffFilesFailure, AnImageBeyondTheMemoryIsTheOutputImageError) {
-    // Files that say of themselves that they are large; no pixel is ever read.
-    VolumeGeometry volume;
-    volume.init3d(30000);
-    auto const pHuge = geometry(eIBT_UInt8, vlUInt64{1} << 20, vlUInt64{1} << 20, volume, ColorGeometry(),
-                                TemporalGeometry());
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    archive.writeObject("pObject", pHuge);
-    Directory directory;
-    directory.tags[TIFFTAG_SOFTWARE] = std::string("VELMO_Library");
-    directory.tags[TIFFTAG_PHOTOSHOP] = stream.str();
+TEST_F(TiffFilesFailure, AnImageBeyondTheMemoryIsTheOutputImageErrorAndOpens) {
     for (std::size_t index = 0; index < 3; ++index) {
-        writeTiff(numbered(index), {directory});
+        writeClaim(numbered(index), *geometry3d(eIBT_UInt8, 1 << 20, 1 << 20, 30000));
     }
     for (Route const& route : getJoins()) {
         SCOPED_TRACE(route.name);
@@ -178,6 +179,25 @@ TEST_F(TiffFilesFailure, AnImageBeyondTheMemoryIsTheOutputImageError) {
         } else {
             EXPECT_THAT(getText(route), StartsWith("Failed to create output image\nThe image needs "));
         }
+    }
+}
+
+TEST_F(TiffFilesFailure, PlanesOrTimeStepsThat64BitsCannotCountAreTheOutputImageError) {
+    vlUInt64 const half = vlUInt64{1} << 63U;
+    for (Route const& route : getJoins()) {
+        ImageGeometryPtr const pPart = geometry3d(eIBT_UInt8, 1, 1, route.bAlongZ ? half : 1);
+        if (!route.bAlongZ) {
+            pPart->getTemporalGeometry().initSequence(half);
+        }
+        for (std::size_t index = 0; index < 3; ++index) {
+            writeClaim(numbered(index), *pPart);
+        }
+        EXPECT_EQ(
+            getText(route),
+            (boost::format("Failed to create output image\nImage 1 (%1%) cannot be joined to the first one "
+                           "(%1%)") %
+             describeGeometry(*pPart))
+                .str());
     }
 }
 

@@ -36,7 +36,7 @@ TEST_F(TiffFilesProperties, UserPropertiesOfTheFirstFileAreKeptAlongTInMemoryAnd
         for (std::string const& second : {std::string(), std::string("second")}) {
             save({makePartWith(first), makePartWith(second)});
             for (Route const& route : getRoutes()) {
-                SCOPED_TRACE(route.name + (": " + first) + ", " + second);
+                SCOPED_TRACE(testing::Message() << route.name << ": " << first << ", " << second);
                 bool const bKept =
                     route.name == std::string("load along T") || route.name == std::string("custom stack");
                 EXPECT_EQ(route()->getUserPropertiesStr(), bKept ? first : "");

@@ -6,7 +6,6 @@
 namespace velmo {
 namespace test {
 
-namespace fs = boost::filesystem;
 using namespace image;
 using namespace image::file;
 

@@ -28,9 +28,14 @@ Samples makeSamples(std::function<std::size_t(std::size_t)> const& toSample) {
     return samples;
 }
 
+void blend(double weight, Samples const& base, Samples const& other, std::uint16_t* pTarget) {
+    blendLinear16(base.size(), weight, reinterpret_cast<std::byte const*>(base.data()),
+                  reinterpret_cast<std::byte const*>(other.data()), reinterpret_cast<std::byte*>(pTarget));
+}
+
 std::size_t countDifferences(double weight, Samples const& base, Samples const& other) {
     Samples blended(base.size());
-    blendLinear16(base.size(), weight, base.data(), other.data(), blended.data());
+    blend(weight, base, other, blended.data());
     std::size_t nbDifferences = 0;
     for (std::size_t index = 0; index < base.size(); ++index) {
         nbDifferences += blended[index] == blendSample(weight, base[index], other[index]) ? 0U : 1U;
@@ -74,7 +79,7 @@ TEST(LinearBlend16, SamplesBehindTheLastGroupAreBlended) {
         Samples const base(nbSamples, 10);
         Samples const other(nbSamples, 20);
         Samples blended(nbSamples + 1, 7);
-        blendLinear16(nbSamples, 0.5, base.data(), other.data(), blended.data());
+        blend(0.5, base, other, blended.data());
         EXPECT_EQ(std::count(blended.begin(), blended.end(), 15), static_cast<std::ptrdiff_t>(nbSamples));
         EXPECT_EQ(blended.back(), 7) << "written behind the end";
     }

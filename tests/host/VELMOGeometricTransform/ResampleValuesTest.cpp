@@ -186,19 +186,32 @@ TEST(Resampling, APlaneBecomesAVolume) {
     EXPECT_EQ(describe(pResult->getGeometry()), describe(*GeometryBuilder().volume(2).build()));
 }
 
-TEST(Resampling, TimeStepsOfDifferentTypesKeepThem) {
+namespace {
+
+void expectTimeStepsOfTypes(vlUInt64 sizeX) {
     GeometryBuilder builder;
-    builder.plane(1, 1).sequence(4).types({eIBT_UInt8, eIBT_Real32, eIBT_None, eIBT_Label8});
+    builder.plane(sizeX, 1).sequence(4).types({eIBT_UInt8, eIBT_Real32, eIBT_None, eIBT_Label8});
     ImagePtr const pSource = makeNoise(*builder.volume(2).build());
     for (vlUInt64 const t : {0U, 1U, 3U}) {
-        setPixel(*pSource, 0, 0, t, 0, 10);
-        setPixel(*pSource, 1, 0, t, 0, 13);
+        setPixel(*pSource, 0, 0, t, sizeX - 1, 10);
+        setPixel(*pSource, 1, 0, t, sizeX - 1, 13);
     }
     ImagePtr const pResult = resample(pSource, {1}, eIP_Linear, 3);
     EXPECT_EQ(describe(pResult->getGeometry()), describe(*builder.volume(3).build()));
-    EXPECT_THAT(getColumn(*pResult, 0, 0), ElementsAre(10, 12, 13));
-    EXPECT_THAT(getColumn(*pResult, 0, 1), ElementsAre(10, 11.5, 13));
-    EXPECT_THAT(getColumn(*pResult, 0, 3), ElementsAre(10, 10, 13));
+    EXPECT_THAT(getColumn(*pResult, 0, 0, sizeX - 1), ElementsAre(10, 12, 13));
+    EXPECT_THAT(getColumn(*pResult, 0, 1, sizeX - 1), ElementsAre(10, 11.5, 13));
+    EXPECT_THAT(getColumn(*pResult, 0, 3, sizeX - 1), ElementsAre(10, 10, 13));
+}
+
+} // namespace
+
+TEST(Resampling, TimeStepsOfDifferentTypesKeepThem) {
+    expectTimeStepsOfTypes(4);
+}
+
+// Planes lie one behind the other: those of 4 bytes a pixel begin at any byte.
+TEST(Resampling, TimeStepsThatBeginAtAnyByteAreResampled) {
+    expectTimeStepsOfTypes(1);
 }
 
 TEST(Resampling, AVolumeWithATypeForEachPlaneKeepsTheFirstThatStandsForAll) {

@@ -7,6 +7,7 @@
 #include "JoinedAccessor.h"
 #include "Results.h"
 #include "VELMOImage/VELMOImageLog.h"
+#include "VELMOSerialization/ClassVersion.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/pointer_cast.hpp>
@@ -23,15 +24,21 @@ namespace {
 using PartPtr = JoinedImageAccessor::PartPtr;
 using JoinedRecord = JoinedAccessor;
 
+/// What stands before the parts, joined along Z.
+void writeHead(BaseOArchive& archive, vlUInt64 nbParts) {
+    writeClassVersion(archive, JoinedImageAccessor::getTypeName(), 1);
+    archive << oItem("axis", 0) << oItem("nbParts", nbParts);
+}
+
 /// A binary record of joined accessors, each the only part of the one around it.
 std::string makeNestedRecord(vlUInt64 depth) {
     std::ostringstream stream;
     BinaryOArchive archive(stream);
     for (vlUInt64 level = 0; level < depth; ++level) {
-        archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{1})
-                << oItem("className", JoinedImageAccessor::getTypeName());
+        writeHead(archive, 1);
+        archive << oItem("className", JoinedImageAccessor::getTypeName());
     }
-    archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{0});
+    writeHead(archive, 0);
     return stream.str();
 }
 
@@ -120,10 +127,19 @@ TEST_F(JoinedRecord, ARecordOfFewerPartsThanItAnnouncesIsRefused) {
     }
 }
 
+TEST_F(JoinedRecord, ARecordOfANewerVersionIsRefused) {
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    writeClassVersion(archive, JoinedImageAccessor::getTypeName(), 2);
+    EXPECT_THAT(thrownText<VELMOSerializationException>([&] { fromBinary(stream.str(), _accessor); }),
+                HasSubstr("JoinedImageAccessor"));
+    expectWithoutFiles(_accessor);
+}
+
 TEST_F(JoinedRecord, ANullPointerForAPartIsRefused) {
     std::ostringstream stream;
     BinaryOArchive archive(stream);
-    archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{2});
+    writeHead(archive, 2);
     archive.writeObject("part", _parts[0]);
     archive.writeObject("part", nullptr);
     join();
@@ -135,7 +151,7 @@ TEST_F(JoinedRecord, ANullPointerForAPartIsRefused) {
 TEST_F(JoinedRecord, APartWithoutAFileInTheRecordIsRefused) {
     std::ostringstream stream;
     BinaryOArchive archive(stream);
-    archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{1});
+    writeHead(archive, 1);
     archive.writeObject("part", boost::make_shared<ByteAccessor>());
     EXPECT_EQ(thrownText<VELMOImageException>([&] { EXPECT_FALSE(fromBinary(stream.str(), _accessor)); }),
               "The image accessor is not initialised");
@@ -145,7 +161,7 @@ TEST_F(JoinedRecord, APartWithoutAFileInTheRecordIsRefused) {
 TEST_F(JoinedRecord, AnObjectThatIsNoAccessorIsRefusedAsAPart) {
     std::ostringstream stream;
     BinaryOArchive archive(stream);
-    archive << oItem("axis", 0) << oItem("nbParts", vlUInt64{1});
+    writeHead(archive, 1);
     archive.writeObject("part", boost::make_shared<GeometricCalibration>());
     EXPECT_THAT(thrownText<VELMOSerializationException>([&] { fromBinary(stream.str(), _accessor); }),
                 HasSubstr("An object of class " + GeometricCalibration::getTypeName() +
