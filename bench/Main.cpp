@@ -111,6 +111,7 @@ bool runBenchmarks(Options const& options) {
     addTiffSaveBenchmarks(suite);
     addTiffPlanesBenchmarks(suite);
     addTiffFilesBenchmarks(suite);
+    addIm6Benchmarks(suite);
     addPatternBenchmarks(suite);
     addResampleBenchmarks(suite);
     benchmark::RunSpecifiedBenchmarks();

@@ -72,6 +72,7 @@ void addTiffLoadBenchmarks(Suite& suite);
 void addTiffSaveBenchmarks(Suite& suite);
 void addTiffPlanesBenchmarks(Suite& suite);
 void addTiffFilesBenchmarks(Suite& suite);
+void addIm6Benchmarks(Suite& suite);
 void addPatternBenchmarks(Suite& suite);
 void addResampleBenchmarks(Suite& suite);
 

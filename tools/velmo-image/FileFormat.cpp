@@ -33,19 +33,10 @@ eFileFormat chooseFormat(boost::filesystem::path const& path, std::string const&
     return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
 }
 
-void requireReadable(eFileFormat format, boost::filesystem::path const& path) {
-    if (format == eFileFormat::Im6) {
-        throw WrongUse("this build reads raw and TIFF files only, and " + quoted(path.string()) +
-                       " is to be read as " + getFormatName(format) +
-                       "; --format raw reads the bytes of any file as pixels");
-    }
-}
-
 void requireWritable(eFileFormat format, boost::filesystem::path const& path) {
     if (format == eFileFormat::Im6) {
-        throw WrongUse("this build writes raw and TIFF files only, and " + quoted(path.string()) +
-                       " is to be written as " + getFormatName(format) +
-                       "; --output-format raw writes raw pixels under any name");
+        throw WrongUse("Im6 files are read and not written, and " + quoted(path.string()) +
+                       " is to be written as one; --output-format raw or tiff writes under any name");
     }
 }
 

@@ -19,8 +19,7 @@ char const* getFormatName(eFileFormat format);
 eFileFormat chooseFormat(boost::filesystem::path const& path, std::string const& option,
                          std::string const& optionValue);
 
-/// What this build cannot read or write is thrown as WrongUse.
-void requireReadable(eFileFormat format, boost::filesystem::path const& path);
+/// A format that is only read is thrown as WrongUse.
 void requireWritable(eFileFormat format, boost::filesystem::path const& path);
 
 } // namespace tool

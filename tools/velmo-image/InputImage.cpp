@@ -3,6 +3,7 @@
 
 #include "InputImage.h"
 
+#include "Im6Input.h"
 #include "TiffCheck.h"
 #include "TiffInput.h"
 
@@ -32,13 +33,24 @@ InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
     if (format == eFileFormat::Tiff) {
         return {format, openTiffInput(path, description.tiff), 0, false};
     }
+    if (format == eFileFormat::Im6) {
+        return {format, openIm6Input(path), 0, false};
+    }
     RawDescription const& raw = description.raw;
     return {format, image::file::openRawImageFile(path, *raw.createGeometry(), raw.offset), raw.offset,
             raw.bSwapBytes};
 }
 
 std::vector<std::string> findWarnings(InputImage const& input) {
-    return input.format == eFileFormat::Tiff ? findTiffWarnings(*input.pImage) : findRawWarnings(input);
+    switch (input.format) {
+    case eFileFormat::Tiff:
+        return findTiffWarnings(*input.pImage);
+    case eFileFormat::Im6:
+        return findIm6Warnings(*input.pImage);
+    case eFileFormat::Raw:
+        break;
+    }
+    return findRawWarnings(input);
 }
 
 ObservedSource toSource(InputImage const& input) {

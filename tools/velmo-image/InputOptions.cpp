@@ -94,9 +94,9 @@ file::eTiffDirectoryMode parseDirectoryMode(std::string const& option, std::stri
 }
 
 void InputOptions::addTo(CLI::App& app) {
-    app.add_option("--format", _format,
-                   "raw|tiff (im6: not in this build); without it the extension decides: .tif and .tiff are "
-                   "tiff, others raw");
+    app.add_option(
+        "--format", _format,
+        "raw|tiff|im6; without it the extension decides: .tif and .tiff are tiff, .im6 is im6, others raw");
     _rawOptions = {
         app.add_option("--size", _size, "X,Y[,Z[,C[,T]]]: sizes of a raw input"),
         app.add_option("--type", _type,
@@ -129,9 +129,6 @@ RawDescription InputOptions::describeRaw() const {
 }
 
 InputDescription InputOptions::describe(std::vector<std::string> const& files) const {
-    for (std::string const& file : files) {
-        requireReadable(getFormat(file), file);
-    }
     bool const bRaw = hasInput(files, eFileFormat::Raw);
     if (!bRaw) {
         refuseGiven(_rawOptions, "raw");

@@ -37,7 +37,7 @@ eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop) {
 }
 
 eExitStatus runCommand(int argc, char** argv) {
-    CLI::App app("Look at, convert, join and resample image files: TIFF, and raw planes of pixels",
+    CLI::App app("Look at, convert, join and resample image files: TIFF, Im6, and raw planes of pixels",
                  "velmo-image");
     app.set_version_flag("--version", g_version);
     app.require_subcommand(1);
