@@ -1,8 +1,11 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "Im6Sample.h"
 #include "RawFunctions.h"
 
+#include <VELMOImageFile/Im6ImageFile.h>
+#include <VELMOImageFile/Im6ImageFileUtils.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
@@ -67,7 +70,15 @@ TEST_F(RawFunctions, TheExceptionOfATiffFunctionIsCaughtByEachOfItsTypes) {
     EXPECT_FALSE(isCaughtAs<Unrelated>(action));
 }
 
+TEST_F(RawFunctions, TheExceptionOfAnIm6FunctionIsCaughtByEachOfItsTypes) {
+    Action const action = [&] { loadIm6ImageFile("/missing"); };
+    EXPECT_TRUE(isCaughtAs<VELMOImageFileException>(action));
+    EXPECT_TRUE(isCaughtAs<BaseException>(action));
+    EXPECT_FALSE(isCaughtAs<Unrelated>(action));
+}
+
 TEST(LibraryBorder, TheFactoryMakesAnAccessorByItsName) {
+    expectMadeByName<Im6ImageFile>("velmo::image::file::Im6ImageFile");
     expectMadeByName<RawImageFile>("velmo::image::file::RawImageFile");
     expectMadeByName<TiffImageFile>("velmo::image::file::TiffImageFile");
 }
@@ -99,6 +110,20 @@ TEST(LibraryBorder, AnAccessorOfTheFactoryServesAnImage) {
     std::string const pixels = makePixels(*pGeometry);
     writePixels(*pImage, pixels);
     EXPECT_EQ(readFile(folder / "image.raw"), "head" + pixels);
+}
+
+TEST(LibraryBorder, AnIm6AccessorOfTheFactoryServesAnImage) {
+    TemporaryFolder const folder;
+    Im6Sample const sample = makeIm6Sequence();
+    sample.write(folder / "image.im6");
+    auto const pAccessor = boost::dynamic_pointer_cast<Im6ImageFile>(
+        DynamicObjectFactory::getInstance().createShared(Im6ImageFile::getTypeName()));
+    ASSERT_TRUE(pAccessor);
+    ASSERT_TRUE(pAccessor->openFile(folder / "image.im6", eIAM_ReadOnly));
+    DiskImagePtr pImage;
+    ASSERT_TRUE(ImageFactory::getInstance().createDiskImage(pAccessor, pImage));
+    EXPECT_NE(dynamic_cast<Im6ImageFile const*>(pImage->getAccessor().get()), nullptr);
+    EXPECT_EQ(readPixels(*pImage), sample.pixels);
 }
 
 TEST(LibraryBorder, AnImageOfAnApplicationsAccessorIsCastBack) {

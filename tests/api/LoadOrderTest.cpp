@@ -3,6 +3,7 @@
 
 #include "RecordedLoad.h"
 
+#include <VELMOImageFile/Im6ImageFile.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/VELMOImageFileLog.h>
@@ -35,7 +36,8 @@ Texts getCatalogue(std::string const& domainKey, int nbMessages) {
 }
 
 Texts getExpectedSteps() {
-    Texts steps = getCatalogue("N5velmo5image4file20eIm6ImageFileMessage6domainE", 15);
+    Texts steps = {"mutex Im6TypeName", "mutex Im6Version", "class velmo::image::file::Im6ImageFile"};
+    append(steps, getCatalogue("N5velmo5image4file20eIm6ImageFileMessage6domainE", 15));
     append(steps, {"mutex LoggerName", "mutex Manager", "mutex Logger"});
     append(steps, getCatalogue("of the module as a whole", 0));
     append(steps, {"mutex RawTypeName", "mutex RawVersion", "class velmo::image::file::RawImageFile"});
@@ -78,6 +80,8 @@ std::map<void const*, std::string> getMutexNames() {
     names[getOnlyLock([] { getVELMOImageFileLogMessageManager(); })] = "Manager";
     getVELMOImageFileLogger(); // the first call asks for the name
     names[getOnlyLock([] { getVELMOImageFileLogger(); })] = "Logger";
+    names[getOnlyLock([] { Im6ImageFile::getTypeName(); })] = "Im6TypeName";
+    names[getOnlyLock([] { Im6ImageFile::getVersion(); })] = "Im6Version";
     names[getOnlyLock([] { RawImageFile::getTypeName(); })] = "RawTypeName";
     names[getOnlyLock([] { RawImageFile::getVersion(); })] = "RawVersion";
     names[getOnlyLock([] { TiffImageFile::getTypeName(); })] = "TiffTypeName";
@@ -121,7 +125,7 @@ TEST(LibraryLoad, StepsRunInTheirFixedOrderAndTheLoggerLocksItsNameInside) {
     EXPECT_NE(locks[0], locks[1]);
     EXPECT_EQ(locks[1], getOnlyLock([] { getVELMOImageFileLoggerName(); }));
     EXPECT_EQ(locks[0], getOnlyLock([] { getVELMOImageFileLogger(); }));
-    EXPECT_EQ(getMutexNames().size(), 7U);
+    EXPECT_EQ(getMutexNames().size(), 9U);
     EXPECT_EQ(getSteps(), getExpectedSteps());
 }
 

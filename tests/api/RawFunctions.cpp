@@ -3,9 +3,7 @@
 
 #include "RawFunctions.h"
 
-#include <algorithm>
 #include <boost/filesystem/operations.hpp>
-#include <thread>
 
 namespace velmo {
 namespace test {
@@ -29,15 +27,6 @@ std::string loadError(fs::path const& path, std::string const& lower) {
 
 std::string saveError(fs::path const& path, std::string const& lower) {
     return "Error while saving raw image file " + quoted(path) + '\n' + lower;
-}
-
-ReplacedEngine::ReplacedEngine(DistributionEnginePtr const& pEngine) {
-    ImageFactory::getInstance().setDistributionEngine(pEngine);
-}
-
-ReplacedEngine::~ReplacedEngine() {
-    ImageFactory::getInstance().setDistributionEngine(
-        createThreadDistributionEngine(std::max(1U, std::thread::hardware_concurrency())));
 }
 
 RawFunctions::RawFunctions()

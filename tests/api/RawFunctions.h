@@ -22,15 +22,6 @@ void expectRaisedText(Action const& action, std::string const& text);
 std::string loadError(boost::filesystem::path const& path, std::string const& lower);
 std::string saveError(boost::filesystem::path const& path, std::string const& lower);
 
-/// The engine of new distributed images for as long as this object lives.
-class ReplacedEngine {
-  public:
-    explicit ReplacedEngine(image::DistributionEnginePtr const& pEngine);
-    ~ReplacedEngine();
-    ReplacedEngine(ReplacedEngine const&) = delete;
-    ReplacedEngine& operator=(ReplacedEngine const&) = delete;
-};
-
 /// A file of a sequence's pixels, and one call of each function that loads it.
 class RawFunctions : public testing::Test {
   protected:

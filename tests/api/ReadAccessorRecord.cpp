@@ -8,6 +8,7 @@
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImage/JoinedImageAccessor.h>
+#include <VELMOImageFile/Im6ImageFile.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOSerialization/BinaryArchive.h>
@@ -33,7 +34,8 @@ DynamicObjectPtr readRecord(std::string const& format, std::string const& path) 
 }
 
 bool isOfThisModule(DynamicObjectPtr const& pObject) {
-    return dynamic_cast<file::RawImageFile const*>(pObject.get()) != nullptr ||
+    return dynamic_cast<file::Im6ImageFile const*>(pObject.get()) != nullptr ||
+           dynamic_cast<file::RawImageFile const*>(pObject.get()) != nullptr ||
            dynamic_cast<file::TiffImageFile const*>(pObject.get()) != nullptr ||
            dynamic_cast<JoinedImageAccessor const*>(pObject.get()) != nullptr; // of files of this module
 }

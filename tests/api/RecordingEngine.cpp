@@ -3,6 +3,8 @@
 
 #include "RecordingEngine.h"
 
+#include <VELMOImage/ImageFactory.h>
+#include <algorithm>
 #include <boost/make_shared.hpp>
 
 namespace velmo {
@@ -107,6 +109,15 @@ DistributionEnginePtr createRecordingEngine(std::shared_ptr<WorkerRecord> const&
 
 DistributionEnginePtr createBottomlessEngine() {
     return boost::make_shared<BottomlessEngine>();
+}
+
+ReplacedEngine::ReplacedEngine(DistributionEnginePtr const& pEngine) {
+    ImageFactory::getInstance().setDistributionEngine(pEngine);
+}
+
+ReplacedEngine::~ReplacedEngine() {
+    ImageFactory::getInstance().setDistributionEngine(
+        createThreadDistributionEngine(std::max(1U, std::thread::hardware_concurrency())));
 }
 
 } // namespace test

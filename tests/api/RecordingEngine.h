@@ -36,5 +36,14 @@ image::DistributionEnginePtr createRecordingEngine(std::shared_ptr<WorkerRecord>
 /// An engine that takes blocks of any size and holds no pixels.
 image::DistributionEnginePtr createBottomlessEngine();
 
+/// The engine of new distributed images for as long as this object lives.
+class ReplacedEngine {
+  public:
+    explicit ReplacedEngine(image::DistributionEnginePtr const& pEngine);
+    ~ReplacedEngine();
+    ReplacedEngine(ReplacedEngine const&) = delete;
+    ReplacedEngine& operator=(ReplacedEngine const&) = delete;
+};
+
 } // namespace test
 } // namespace velmo

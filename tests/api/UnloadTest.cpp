@@ -23,6 +23,7 @@ namespace fs = boost::filesystem;
 
 namespace {
 
+std::string const g_im6Class("velmo::image::file::Im6ImageFile");
 std::string const g_rawClass("velmo::image::file::RawImageFile");
 std::string const g_tiffClass("velmo::image::file::TiffImageFile");
 
@@ -103,6 +104,7 @@ TEST(LibraryUnload, TheClassesAreRegisteredFromLoadToUnloadAndTheMessagesStay) {
         std::string className;
         std::string domainKey;
     } const classes[] = {{g_rawClass, "N5velmo5image4file20eRawImageFileMessage6domainE"},
+                         {g_im6Class, "N5velmo5image4file20eIm6ImageFileMessage6domainE"},
                          {g_tiffClass, "N5velmo5image4file21eTiffImageFileMessage6domainE"}};
     for (auto const& entry : classes) {
         EXPECT_FALSE(isRegistred(entry.className));

@@ -1,0 +1,239 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Im6ImageFileFixture.h"
+
+#include <VELMOImage/VELMOImageLog.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
+#include <VELMOImageFile/VELMOImageFileLog.h>
+
+#include <boost/filesystem/operations.hpp>
+
+namespace velmo {
+namespace image {
+namespace file {
+
+namespace {
+
+// Where planes lie
+
+TEST_F(Im6ImageFileTest, PlanesFollowTheHeaderInTheOrderOfTimeThenChannelThenZ) {
+    Im6Sample sample = makeIm6Sequence();
+    sample.sizeZ = 4;
+    sample.pixels = countingBytes(96);
+    Im6ImageFile file;
+    open(sample, file);
+    std::string const bytes = readFile(_path);
+    for (vlUInt64 t = 0; t < 2; ++t) {
+        for (vlUInt64 c = 0; c < 3; ++c) {
+            for (vlUInt64 z = 0; z < 4; ++z) {
+                vlUInt64 const offset = 116 + ((t * 3 + c) * 4 + z) * 4;
+                EXPECT_EQ(readPixels(file, {z, c, t, 0, 2}), bytes.substr(offset, 4)) << z << c << t;
+            }
+        }
+    }
+}
+
+struct LaidOut {
+    std::uint32_t sizeZ;
+    std::uint32_t sizeC;
+    std::uint32_t sizeT;
+    PixelRun plane;
+    vlUInt64 offset;
+};
+
+TEST_F(Im6ImageFileTest, APlaneLiesWhereItsSizesPutIt) {
+    LaidOut const cases[] = {
+        {1, 1, 1, {0, 0, 0, 0, 2}, 116}, {2, 1, 1, {1, 0, 0, 0, 2}, 120}, {1, 3, 1, {0, 1, 0, 0, 2}, 120},
+        {1, 1, 2, {0, 0, 1, 0, 2}, 120}, {2, 3, 2, {1, 2, 1, 0, 2}, 160}, {2, 3, 2, {0, 2, 0, 0, 2}, 132},
+        {2, 4, 2, {1, 2, 1, 0, 2}, 160}, {3, 2, 1, {2, 2, 0, 0, 2}, 148}, {1, 0, 1, {0, 2, 0, 0, 2}, 124}};
+    for (LaidOut const& entry : cases) {
+        Im6Sample sample = makeIm6Sequence();
+        sample.sizeZ = entry.sizeZ;
+        sample.sizeC = entry.sizeC;
+        sample.sizeT = entry.sizeT;
+        Im6ImageFile file;
+        open(sample, file);
+        EXPECT_EQ(readPixels(file, entry.plane), readFile(_path).substr(entry.offset, 4)) << entry.offset;
+    }
+}
+
+TEST_F(Im6ImageFileTest, EachPixelTypeTakesItsBytes) {
+    struct {
+        std::uint32_t dataType;
+        vlUInt64 nbBytes;
+    } const cases[] = {{0, 4}, {1, 4}, {2, 2}, {4, 1}, {18, 2}, {20, 1}, {34, 1}, {65, 4}, {66, 2}};
+    for (auto const& entry : cases) {
+        Im6Sample sample;
+        sample.sizeZ = 2;
+        sample.dataType = entry.dataType;
+        sample.pixels = countingBytes(24 * entry.nbBytes);
+        expectTooShort(sample.toBytes().substr(0, 115 + 24 * entry.nbBytes), 116 + 24 * entry.nbBytes);
+        Im6ImageFile file;
+        open(sample, file);
+        EXPECT_EQ(readPixels(file, {1, 0, 0, 0, 12}), sample.pixels.substr(12 * entry.nbBytes))
+            << entry.dataType;
+    }
+}
+
+TEST_F(Im6ImageFileTest, EveryOtherNumberOfChannelsAsksForThreeColours) {
+    for (std::uint32_t const sizeC : {0U, 2U, 4U}) {
+        Im6Sample sample;
+        sample.sizeC = sizeC;
+        sample.pixels = countingBytes(35);
+        expectTooShort(sample.toBytes(), 116 + 36);
+        sample.pixels = countingBytes(36);
+        Im6ImageFile file;
+        open(sample, file);
+        EXPECT_EQ(readPixels(file, {0, 2, 0, 0, 12}), countingBytes(12, 25));
+    }
+}
+
+// Runs
+
+TEST_F(Im6ImageFileTest, ARunIsCountedInPixels) {
+    Im6ImageFile file;
+    open(makeIm6Sequence(), file);
+    EXPECT_EQ(readPixels(file, {0, 1, 0, 1, 1}), countingBytes(2, 11));
+}
+
+TEST_F(Im6ImageFileTest, ARunPastThePlaneGoesOnInTheNext) {
+    Im6Sample sample = makeIm6Sequence();
+    sample.text = "blocks!!";
+    Im6ImageFile file;
+    open(sample, file);
+    EXPECT_EQ(readPixels(file, {0, 0, 0, 1, 3}), countingBytes(6, 3));
+    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 24}), countingBytes(48));
+    EXPECT_EQ(readPixels(file, {0, 0, 0, 4, 2}), countingBytes(4, 9));
+    EXPECT_EQ(readPixels(file, {1, 2, 1, 2, 4}), "blocks!!");
+}
+
+TEST_F(Im6ImageFileTest, ARunOfNoPixelsSucceeds) {
+    Im6ImageFile file;
+    open(makeIm6Sequence(), file);
+    EXPECT_THAT(file.readRawData(0, 0, 0, 0, 0, nullptr), Succeeds());
+}
+
+TEST_F(Im6ImageFileTest, ARunPastTheFileFailsAndTheThreadsStreamStaysFailed) {
+    Im6ImageFile file;
+    open(makeIm6Sequence(), file);
+    PixelRun const run = {1, 2, 1, 0, 3};
+    CapturedLog const log(getVELMOImageFileLogger());
+    EXPECT_THAT(tryRead(file, run), FailsWith(readFailed(_path, run)));
+    EXPECT_THAT(tryRead(file, {0, 1, 1, 1, 1}), FailsWith(seekFailed(_path, {0, 1, 1, 1, 1})));
+    inOtherThread([&] { EXPECT_THAT(tryRead(file, {}), Succeeds()); });
+    file.clearDerived();
+    EXPECT_THAT(tryRead(file, {}), Succeeds());
+    EXPECT_TRUE(log.getRecords().empty());
+}
+
+TEST_F(Im6ImageFileTest, ARunThat64BitsCannotCountFailsAndLeavesTheBuffer) {
+    struct {
+        PixelRun run;
+        bool bSeekFails;
+    } const cases[] = {{{0, 0, 0, g_largest, 1}, true},
+                       {{0, 0, 0, g_largest / 2, 1}, true},
+                       {{0, 0, 0, g_largest / 4 + 1, 1}, true},
+                       {{1, 2, 1, 0, g_largest}, false},
+                       {{1, 2, 1, 0, g_largest / 4 + 1}, false}};
+    for (auto const& [run, bSeekFails] : cases) {
+        std::string buffer(8, '#');
+        Im6ImageFile file;
+        open(makeIm6Sequence(), file);
+        EXPECT_THAT(file.readRawData(run.z, run.c, run.t, run.start, run.count, buffer.data()),
+                    FailsWith(bSeekFails ? seekFailed(_path, run) : readFailed(_path, run)));
+        EXPECT_EQ(buffer, "########");
+    }
+}
+
+// Planes that do not exist
+
+TEST_F(Im6ImageFileTest, APlaneOutsideOfTheFileIsRaised) {
+    Im6ImageFile file;
+    open(makeIm6Sequence(), file);
+    for (PixelRun const& run : {PixelRun{2, 0, 0}, PixelRun{0, 3, 0}, PixelRun{2, 3, 1},
+                                PixelRun{g_largest, 0, 0}, PixelRun{0, g_largest, 1}}) {
+        CapturedLog const log(getVELMOImageFileLogger());
+        EXPECT_EQ(thrownText<VELMOImageFileException>([&] { tryRead(file, run); }), invalidPlan(run));
+        ASSERT_EQ(log.getRecords().size(), 1U);
+        EXPECT_EQ(log.getRecords()[0].message, invalidPlan(run));
+    }
+    EXPECT_THAT(tryRead(file, {}), Succeeds());
+}
+
+TEST_F(Im6ImageFileTest, ATimePointOutsideOfTheFileIsThrownByTheImageLibrary) {
+    Im6ImageFile file;
+    open(makeIm6Sequence(), file);
+    EXPECT_EQ(thrownText<VELMOImageException>([&] {
+                  tryRead(file, {9, 9, 2});
+              }),
+              "Time step 2 lies outside of an image of 2 time steps");
+}
+
+TEST_F(Im6ImageFileTest, AFileWithoutPlanesOpensAndHasNone) {
+    for (std::uint32_t Im6Sample::*const pSize : {&Im6Sample::sizeZ, &Im6Sample::sizeT}) {
+        Im6Sample sample;
+        sample.*pSize = 0;
+        Im6ImageFile file;
+        open(sample, file);
+        EXPECT_EQ(file.getGeometry().getNbPlans(), 0U);
+        EXPECT_ANY_THROW(tryRead(file, {}));
+    }
+}
+
+// Nothing is written
+
+TEST_F(Im6ImageFileTest, WritingSucceedsAndWritesNothingInAnyMode) {
+    for (eImageAccessMode const accessMode : g_accessModes) {
+        Im6ImageFile file;
+        open(makeIm6Sequence(), file, accessMode);
+        std::string const bytes = readFile(_path);
+        for (PixelRun const& run : {PixelRun{}, PixelRun{1, 2, 1, 0, 2}, PixelRun{9, 9, 9, 9, 9},
+                                    PixelRun{g_largest, g_largest, g_largest, g_largest, g_largest}}) {
+            EXPECT_THAT(tryWrite(file, run), Succeeds());
+            EXPECT_THAT(file.writeRawData(run.z, run.c, run.t, run.start, run.count, nullptr), Succeeds());
+        }
+        EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 24}), countingBytes(48));
+        file.clear();
+        EXPECT_EQ(readFile(_path), bytes);
+    }
+}
+
+TEST_F(Im6ImageFileTest, ResizingSucceedsAndChangesNeitherFileNorGeometryNorPlanes) {
+    for (eImageAccessMode const accessMode : g_accessModes) {
+        Im6ImageFile file;
+        open(makeIm6Sequence(), file, accessMode);
+        std::string const bytes = readFile(_path);
+        for (vlUInt64 const sizeZ : {0U, 1U, 1000U}) {
+            EXPECT_THAT(file.resizeData(*geometry3d(eIBT_Real32, 8, 9, sizeZ)), Succeeds());
+        }
+        EXPECT_EQ(describeGeometry(file.getGeometry()), "x=2 y=1 z=2 c=3 t=2 eIBT_UInt16");
+        EXPECT_EQ(readPixels(file, {1, 2, 1, 0, 2}), countingBytes(4, 45));
+        file.clear();
+        EXPECT_EQ(readFile(_path), bytes);
+    }
+}
+
+TEST_F(Im6ImageFileTest, AWriteOpensNoStream) {
+    Im6ImageFile file;
+    open(makeIm6Sequence(), file, eIAM_ReadWrite);
+    file.clearDerived();
+    EXPECT_THAT(tryWrite(file, {}), Succeeds());
+    EXPECT_EQ(countDescriptors(_path), 0U);
+}
+
+// Files that change
+
+TEST_F(Im6ImageFileTest, AFileThatShrinksAfterItsOpeningFailsAtTheRead) {
+    Im6ImageFile file;
+    open(makeIm6Sequence(), file);
+    boost::filesystem::resize_file(_path, 163);
+    EXPECT_THAT(tryRead(file, {1, 2, 1, 0, 1}), Succeeds());
+    EXPECT_THAT(tryRead(file, {1, 2, 1, 0, 2}), FailsWith(readFailed(_path, {1, 2, 1, 0, 2})));
+}
+
+} // namespace
+
+} // namespace file
+} // namespace image
+} // namespace velmo
