@@ -288,7 +288,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongOption{
             "CompressionOfRaw", {"s", "*", "out.raw", "--compression", "lzw"}, "--compression is for"},
         WrongOption{"HeaderOfTiff", {"s", "*", "out.tif", "--header", "h"}, "--header is for a raw output"},
-        WrongOption{"Im6", {"s", "*", "out.im6"}, "this build writes raw and TIFF files only"},
+        WrongOption{"Im6", {"s", "*", "out.im6"}, "Im6 files are read and not written"},
         WrongOption{"Format",
                     {"s", "*", "out.tif", "--output-format", "png"},
                     "--output-format takes one of raw, tiff, im6; not \"png\""}),
