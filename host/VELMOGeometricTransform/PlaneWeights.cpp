@@ -25,6 +25,11 @@ PlanePositions::PlanePositions(std::vector<float> const& steps) : _steps(steps),
 PlaneWeights PlanePositions::weigh(vlUInt64 index, vlUInt64 nbPlanes,
                                    attr::eInterpolationPolicy policy) const {
     vlUInt64 const last = _positions.size() - 1;
+    if (nbPlanes > 1 && index + 1 == nbPlanes) { // the quotient below may fall short of it
+        PlaneWeights weights;
+        weights.base = last;
+        return weights;
+    }
     double const position =
         nbPlanes < 2 ? 0.0
                      : _positions[last] * static_cast<double>(index) / static_cast<double>(nbPlanes - 1);

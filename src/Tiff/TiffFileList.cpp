@@ -10,9 +10,11 @@
 #include <VELMOImage/SubImageExtractor.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
+#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
+#include <cerrno>
 #include <map>
 #include <optional>
 
@@ -77,12 +79,16 @@ TiffFileList::FilePtr TiffFileList::open(fs::path const& path, std::string& user
 /// reason why one cannot be opened: handles run out where the images are opened.
 TiffFileList::FilePtr TiffFileList::openToCompare(fs::path const& path, std::string& userProperties) {
     auto const pFile = boost::make_shared<TiffImageFile>();
-    if (pFile->openFile(path, eIAM_ReadOnly, eTDM_Volume, _bufferMode, userProperties)) {
-        return pFile;
+    errno = 0;
+    BoolResult const result = pFile->openFile(path, eIAM_ReadOnly, eTDM_Volume, _bufferMode, userProperties);
+    bool const bNoHandle = errno == EMFILE || errno == ENFILE;
+    if (!result && bNoHandle && !_openFiles.empty()) {
+        _openFiles.clear();
+        _bKeepOpen = false;
+        return open(path, userProperties);
     }
-    _openFiles.clear();
-    _bKeepOpen = false;
-    return open(path, userProperties);
+    requireOpen(result, path);
+    return pFile;
 }
 
 void TiffFileList::compare(eRule rule) {
@@ -97,7 +103,8 @@ void TiffFileList::compare(eRule rule) {
         }
         requireSameSizes(path, geometry);
         requireSameTypes(path, geometry);
-        _nbPlanes += geometry.getVolumeGeometry().getSizeZ();
+        _nbPlanes = checkedAdd(_nbPlanes, geometry.getVolumeGeometry().getSizeZ())
+                        .value_or(NumericLimits<vlUInt64>::s_max);
         if (_bKeepOpen) {
             _openFiles.push_back(pFile);
         }

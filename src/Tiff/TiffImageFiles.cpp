@@ -19,7 +19,7 @@ using Paths = std::vector<boost::filesystem::path>;
 /// Where the pixels of the result are.
 enum eImageType { eIT_Memory = 0, eIT_Disk = 1 };
 
-/// How the copy ended is not asked: pixels that cannot be read stay zero.
+/// How the copy ended is not asked: from the first pixels on that cannot be read all stay zero.
 ImagePtr copyToMemory(TiffFileList& files) {
     ImagePtr const pJoined = files.join();
     ImagePtr pOutput;

@@ -3,7 +3,7 @@
 
 #include "TiffFilesFixture.h"
 
-#include <boost/filesystem/operations.hpp>
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -11,7 +11,6 @@
 namespace velmo {
 namespace test {
 
-namespace fs = boost::filesystem;
 using namespace image;
 using namespace image::file;
 using namespace imaproc::attr;
@@ -262,14 +261,14 @@ TEST_F(CustomZStackValues, OfLabelsAndBinariesAreThoseOfTheNearestPlaneWhateverT
 
 TEST_F(CustomZStackValues, OfEachChannelAreItsOwn) {
     Stack<std::uint16_t> const stack;
-    std::string const other = makeBytes(6 * 2 * g_nbPixels, 5);
+    std::string const other = makeBytes(180, 5);
     TiffFiles::save({{makeVolume(2, 2), stack.pixels(0, 2) + other.substr(0, 60)},
                      {makeVolume(4, 2), stack.pixels(2, 4) + other.substr(60)}});
     for (eInterpolationPolicy const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
         std::string const bytes = readPixels(*loadStack(9, policy));
-        expectSamples(stack, bytes.substr(0, 9 * 30), 9, policy);
-        EXPECT_EQ(bytes.substr(9 * 30, 30), other.substr(0, 30));
-        EXPECT_EQ(bytes.substr(17 * 30), other.substr(150));
+        expectSamples(stack, bytes.substr(0, 270), 9, policy);
+        EXPECT_EQ(bytes.substr(270, 30), other.substr(0, 30));
+        EXPECT_EQ(bytes.substr(510), other.substr(150));
     }
 }
 

@@ -91,7 +91,7 @@ TEST_F(ZStepsFile, ALineThatIsNoNumberCountsLikeAnyOther) {
 TEST_F(ZStepsFile, WordsForInfinityAndNoNumberAreValuesThatTheProcessorRefuses) {
     for (std::string const sign : {"", "+", "-"}) {
         for (std::string const word : {"inf", "INF", "Inf", "infinity", "INFINITY", "Infinity"}) {
-            EXPECT_EQ(refusedText("1\n" + sign + word), refusal(1, sign == "-" ? "-inf" : "inf"));
+            EXPECT_EQ(refusedText(sign + word + "\n1\n"), refusal(0, sign == "-" ? "-inf" : "inf"));
         }
         for (std::string const word : {"nan", "NAN", "NaN"}) {
             EXPECT_EQ(refusedText(sign + word + "\n1\n"), refusal(0, sign == "-" ? "-nan" : "nan"));

@@ -225,6 +225,15 @@ TEST_F(Resample, AnOutputAmongTheFilesAndAnExistingOneAreRefused) {
     EXPECT_EQ("earlier", read("out.raw"));
 }
 
+TEST_F(Resample, TheFileOfStepsIsNoOutput) {
+    ToolResult const result =
+        runTool({"resample", path("s"), "a<INDEX>.tif", path("steps.txt"), path("steps.txt"), "--size-z", "5",
+                 "--overwrite", "--output-format", "raw"});
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.err, testing::HasSubstr("it is the file of z-steps"));
+    EXPECT_EQ("1\n3\n", read("steps.txt"));
+}
+
 TEST_F(Resample, ASizeBeyondTheMemoryIsAFailureWithBothFigures) {
     Arguments arguments = resample();
     arguments.back() = "1000000000000000";

@@ -10,6 +10,7 @@
 #include "ZStepsCheck.h"
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <boost/filesystem/operations.hpp>
 
 namespace velmo {
 namespace tool {
@@ -77,6 +78,10 @@ eExitStatus ResampleCommand::run() const {
     getSizeZ();
     getInterpolation();
     FileSeries const series = _series.find(_output.getFile());
+    boost::system::error_code error;
+    if (boost::filesystem::equivalent(_zStepsFile, _output.getFile(), error)) {
+        throw WorkFailure("cannot write " + quoted(_output.getFile()) + ": it is the file of z-steps");
+    }
     _output.requireWritable();
     checkSteps(series);
     image::ImagePtr const pImage = load();

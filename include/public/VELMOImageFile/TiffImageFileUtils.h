@@ -87,22 +87,22 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
 // handle for each file; more files than the process may open end in a failure that names the file it came to.
 // Any number of calls may run at once.
 
-/// Joins the files along T where `directoryMode` is eTDM_Temporal, else along Z, into a new image in memory
-/// with the calibration of the first file. All handles are closed on return.
+/// Joins the files along T where `directoryMode` is eTDM_Temporal, else along Z, into a new image in memory,
+/// without a calibration. All handles are closed on return.
 ///
 /// Along Z the depths may differ; sizes X, Y, C, the colours and the pixel type may not, and each file has
 /// one time step. Along T sizes X, Y, Z, C, the colours and 2d or 3d may not differ; the pixel types may, and
 /// each time step keeps its own. The user properties of the first file are kept along T and dropped along Z.
-/// Pixels that cannot be read after the comparison (a file cut short) stay zero without a failure, which
-/// openTiffImageFiles reports at the read.
+/// From the first pixels on that cannot be read (a file cut short) the planes stay zero without a failure,
+/// which openTiffImageFiles reports at the read.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     eTiffDirectoryMode const& directoryMode,
                                                     eTiffBufferMode const& bufferMode);
 
 /// The same as a DiskImage: pixels stay in the files, which stay open for reading as long as the image lives.
-/// Any number of threads may read from it at once. It has no user properties. A single match is open for
-/// reading and writing, as openTiffImageFile leaves it.
+/// Any number of threads may read from it at once. It has the calibration of the first file and no user
+/// properties. A single match is open for reading and writing, as openTiffImageFile leaves it.
 VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     eTiffDirectoryMode const& directoryMode,

@@ -165,6 +165,15 @@ TEST(PlaneWeights, OfOnePlaneAreThatPlaneEverywhere) {
     }
 }
 
+TEST(PlaneWeights, TheLastPlaneIsTheLastOneBehindASmallStep) {
+    PlanePositions const positions({370.0F, 1000.0F, 1e-6F});
+    for (vlUInt64 const nbPlanes : {2U, 4U, 7U, 13U, 25U, 26U}) {
+        PlaneWeights const weights = positions.weigh(nbPlanes - 1, nbPlanes, eIP_Linear);
+        EXPECT_EQ(weights.base, 3U) << nbPlanes;
+        EXPECT_EQ(weights.nbTerms, 0U) << nbPlanes;
+    }
+}
+
 TEST(PlaneWeights, AreFiniteForStepsThatAreAsDifferentAsCanBe) {
     float const largest = std::numeric_limits<float>::max();
     float const smallest = std::numeric_limits<float>::denorm_min();
