@@ -111,6 +111,9 @@ ImageGeometryPtr headerToGeometry(HeaderData const& header) {
 }
 
 bool fileContainsGeometricCalibration(HeaderData const& header, vlUInt64 dataSize, std::istream& stream) {
+    if (header.textBlockSize == 0) {
+        return false;
+    }
     std::streampos const position = stream.tellg();
     seek(stream, checkedAdd(sizeof(HeaderData), dataSize));
     bool const bFound = findWord(stream, header.textBlockSize);

@@ -4,9 +4,13 @@
 #include "Im6ImageFileFixture.h"
 
 #include <VELMOImage/VELMOImageLog.h>
+#include <VELMOImageFile/Im6ImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/operations.hpp>
 #include <chrono>
 #include <fstream>
+#include <map>
+#include <random>
 
 namespace velmo {
 namespace image {
@@ -17,6 +21,50 @@ namespace {
 constexpr std::uint32_t g_most = 0xFFFFFFFF;
 constexpr std::uint32_t g_manyPlanes = 4000000000U;
 constexpr long g_littleMemory = 16384; // kilobytes
+
+/// A header whose fields are small, large or anything; the magic number is right.
+Im6Sample makeAnyHeader(std::mt19937& random) {
+    Im6Sample sample;
+    auto const draw = [&]() -> std::uint32_t {
+        switch (random() % 4) {
+        case 0:
+            return static_cast<std::uint32_t>(random() % 4);
+        case 1:
+            return static_cast<std::uint32_t>(random() % 70);
+        case 2:
+            return g_most - static_cast<std::uint32_t>(random() % 3);
+        default:
+            return static_cast<std::uint32_t>(random());
+        }
+    };
+    for (std::uint32_t Im6Sample::*const pField :
+         {&Im6Sample::sizeX, &Im6Sample::sizeY, &Im6Sample::sizeZ, &Im6Sample::sizeC, &Im6Sample::sizeT,
+          &Im6Sample::dataType}) {
+        sample.*pField = draw();
+    }
+    sample.textBlockSize = draw();
+    sample.secondBlockSize = draw();
+    sample.thirdBlockSize = draw();
+    return sample;
+}
+
+/// Whether a file of a header alone, which becomes this one, opens, is refused as too short or is thrown at.
+std::string openAny(Im6Sample const& sample, path const& path) {
+    std::fstream(path.string(), std::ios::in | std::ios::out | std::ios::binary) << sample.toHeader();
+    Im6ImageFile file;
+    try {
+        BoolResult const result = file.openFile(path, eIAM_ReadOnly);
+        if (result) {
+            return sample.textBlockSize == 0U && file.getGeometry().getFullMemorySize() != 0 ? "no pixels"
+                                                                                             : "open";
+        }
+        return result.getMessage().find("is greater than global file size 116") != std::string::npos
+                   ? "too short"
+                   : result.getMessage();
+    } catch (VELMOImageException const&) {
+        return "thrown";
+    }
+}
 
 long readPeak() {
     std::ifstream status("/proc/self/status");
@@ -52,6 +100,53 @@ TEST_F(Im6HostileHeader, TheMeasureSeesAnAllocation) {
                                                                                                  : "");
               }),
               "seen");
+}
+
+TEST_F(Im6HostileHeader, AFileOfAHeaderThatSaysAnythingOpensOrIsRefusedInLittleMemory) {
+    Im6Sample().write(_path);
+    EXPECT_EQ(inChild([this]() -> std::string {
+                  long const before = readPeak();
+                  std::mt19937 random(6);
+                  std::map<std::string, int> counts;
+                  for (int round = 0; round < 4000; ++round) {
+                      ++counts[openAny(makeAnyHeader(random), _path)];
+                  }
+                  bool const bAllMet =
+                      counts["open"] > 100 && counts["too short"] > 100 && counts["thrown"] > 100;
+                  return counts.size() == 3 && bAllMet && readPeak() - before < g_littleMemory
+                             ? "in little memory"
+                             : counts.begin()->first + ' ' + std::to_string(readPeak() - before);
+              }),
+              "in little memory");
+}
+
+TEST_F(Im6HostileHeader, PlanesThatNoPositionCountsAreRefusedWhereThereIsNoTextBehindThem) {
+    Im6Sample sample;
+    sample.sizeX = sample.sizeY = g_most;
+    vlUInt64 const nbBytes = vlUInt64(g_most) * g_most;
+    expectTooShort(sample.toBytes(), 116 + nbBytes);
+    sample.secondBlockSize = sample.thirdBlockSize = g_most; // beyond 64 bits
+    expectTooShort(sample.toBytes(), g_largest);
+}
+
+// It opens, as its text is not there; the memory that its sizes ask for is not touched before the first read.
+TEST_F(Im6HostileHeader, ALoadOfAGigabyteThatIsNotThereFailsInLittleMemory) {
+    Im6Sample sample;
+    sample.sizeX = sample.sizeY = 1U << 15U;
+    sample.textBlockSize = 1;
+    sample.write(_path);
+    for (bool const bDistributed : {false, true}) {
+        std::string const text = inChild([&]() -> std::string {
+            long const before = readPeak();
+            std::string const raised = thrownText<VELMOImageFileException>([&] {
+                bDistributed ? static_cast<void>(loadDistributedIm6ImageFile(_path, true))
+                             : static_cast<void>(loadIm6ImageFile(_path));
+            });
+            long const added = readPeak() - before;
+            return added < g_littleMemory ? raised : std::to_string(added) + " KB";
+        });
+        EXPECT_THAT(text, testing::EndsWith(seekFailed(_path, {})));
+    }
 }
 
 TEST_F(Im6HostileHeader, FourThousandMillionPlanesInASmallFileAreRefusedInLittleMemory) {

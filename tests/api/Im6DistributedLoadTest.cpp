@@ -49,6 +49,15 @@ TEST_F(Im6DistributedLoad, WithTheDefaultDispatchTheWorkersRead) {
     }
 }
 
+TEST_F(Im6DistributedLoad, WithTheDefaultDispatchTheWorkersReadAtOnce) {
+    _pRecord->nbToMeet = 2;
+    for (auto const& load : getForms()) {
+        _pRecord->fillers.clear();
+        EXPECT_EQ(readPixels(*load(true)), _sample.pixels);
+        EXPECT_EQ(_pRecord->fillers.size(), 2U);
+    }
+}
+
 TEST_F(Im6DistributedLoad, WithoutItTheCallingThreadReadsAlone) {
     for (auto const& load : getForms()) {
         resetCounts();
@@ -137,11 +146,24 @@ TEST_F(Im6DistributedLoad, AWorkersFailureIsTheLoadError) {
 
 // As from any image
 
-TEST_F(Im6DistributedLoad, WhatIsLoadedIsSavedAsTiffAndAsRawAndLoadsAgain) {
+TEST_F(Im6DistributedLoad, ACpuCopyGathersThePlanesOfAllWorkers) {
     for (auto const& load : getForms()) {
         for (bool const defaultDispatch : {false, true}) {
             auto const pImage = load(defaultDispatch);
             EXPECT_TRUE(pImage->requiresCpuCopy());
+            EXPECT_EQ(pImage->accessPlan(0, 0, 0), nullptr);
+            ImageConstPtr const pCopy = pImage->createCpuCopy();
+            EXPECT_FALSE(pCopy->requiresCpuCopy());
+            EXPECT_TRUE(haveSamePixels(pCopy->getGeometry(), pImage->getGeometry()));
+            EXPECT_EQ(readPixels(*pCopy), _sample.pixels);
+        }
+    }
+}
+
+TEST_F(Im6DistributedLoad, WhatIsLoadedIsSavedAsTiffAndAsRawAndLoadsAgain) {
+    for (auto const& load : getForms()) {
+        for (bool const defaultDispatch : {false, true}) {
+            auto const pImage = load(defaultDispatch);
             saveTiffImageFile(_folder / "saved.tif", pImage, eTC_Lzw);
             ImagePtr const pAgain = loadTiffImageFile(_folder / "saved.tif", eTBM_Default);
             EXPECT_TRUE(haveSamePixels(pAgain->getGeometry(), pImage->getGeometry()));
@@ -162,7 +184,7 @@ TEST_F(Im6DistributedLoad, ManyLoadsOfOneFileRunAtOnce) {
     });
 }
 
-TEST_F(Im6DistributedLoad, AnImageOfManyPlanesIsReadByAllWorkersAtOnce) {
+TEST_F(Im6DistributedLoad, AnImageOfMorePlanesThanBlocksLoadsOnManyWorkers) {
     Im6Sample sample;
     sample.sizeX = 64;
     sample.sizeY = 64;

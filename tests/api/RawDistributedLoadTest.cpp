@@ -50,6 +50,15 @@ TEST_F(RawDistributedLoad, WithTheDefaultDispatchTheWorkersRead) {
     }
 }
 
+TEST_F(RawDistributedLoad, WithTheDefaultDispatchTheWorkersReadAtOnce) {
+    _pRecord->nbToMeet = 2;
+    for (auto const& load : getForms()) {
+        _pRecord->fillers.clear();
+        EXPECT_EQ(readPixels(*load(true)), _pixels);
+        EXPECT_EQ(_pRecord->fillers.size(), 2U);
+    }
+}
+
 TEST_F(RawDistributedLoad, WithoutItTheCallingThreadReadsAlone) {
     for (auto const& load : getForms()) {
         resetCounts();

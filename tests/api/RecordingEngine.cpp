@@ -6,6 +6,7 @@
 #include <VELMOImage/ImageFactory.h>
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <chrono>
 
 namespace velmo {
 namespace test {
@@ -47,11 +48,22 @@ class RecordingOwner : public BaseBlockOwner {
 
     BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override {
         ++_record.nbFills;
+        if (!meetOtherFillers()) {
+            return failure("a worker waits for others in vain");
+        }
         return _record.fillFailure.empty() ? _owner.fillBlock(id, accessorRecord)
                                            : failure(_record.fillFailure);
     }
 
   private:
+    bool meetOtherFillers() const {
+        std::unique_lock<std::mutex> lock(_record.mutex);
+        _record.fillers.insert(std::this_thread::get_id());
+        _record.filling.notify_all();
+        return _record.filling.wait_for(lock, std::chrono::seconds(10),
+                                        [this] { return _record.fillers.size() >= _record.nbToMeet; });
+    }
+
     BaseBlockOwner& _owner;
     WorkerRecord& _record;
 };

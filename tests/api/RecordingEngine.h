@@ -5,7 +5,7 @@
 
 #include <VELMOImage/DistributionEngine.h>
 #include <atomic>
-#include <map>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -20,13 +20,16 @@ struct WorkerRecord {
     std::string addFailure;
     std::string writeFailure;
     std::string fillFailure;
+    std::size_t nbToMeet = 0; ///< threads that a fill waits for, for ten seconds at most
 
     std::atomic<int> nbAdded{0};
     std::atomic<int> nbDropped{0};
     std::atomic<int> nbWrites{0};
     std::atomic<int> nbFills{0};
     std::mutex mutex;
+    std::condition_variable filling;
     std::set<std::thread::id> writers;
+    std::set<std::thread::id> fillers;
 };
 
 /// An engine of two workers, each of them one of this process's with a record kept. An `addFailure` is the

@@ -55,6 +55,15 @@ TEST_F(TiffDistributedLoad, WithTheDefaultDispatchTheWorkersRead) {
     }
 }
 
+TEST_F(TiffDistributedLoad, WithTheDefaultDispatchTheWorkersReadAtOnce) {
+    _pRecord->nbToMeet = 2;
+    for (Form const& load : getForms()) {
+        _pRecord->fillers.clear();
+        EXPECT_EQ(readPixels(*load(_path, true)), _pixels);
+        EXPECT_EQ(_pRecord->fillers.size(), 2U);
+    }
+}
+
 TEST_F(TiffDistributedLoad, WithoutItTheCallingThreadReadsAlone) {
     for (Form const& load : getForms()) {
         resetCounts();
@@ -277,13 +286,23 @@ TEST_F(TiffDistributedLoad, AHeterogeneousModelLosesItsOtherTypes) {
 
 // As any image
 
+TEST_F(TiffDistributedLoad, ACpuCopyGathersThePlanesOfAllWorkers) {
+    forEachLoad(getForms(), [&](DistributedImagePtr const& pImage) {
+        EXPECT_TRUE(pImage->requiresCpuCopy());
+        EXPECT_EQ(pImage->accessPlan(0, 0, 0), nullptr);
+        ImageConstPtr const pCopy = pImage->createCpuCopy();
+        EXPECT_FALSE(pCopy->requiresCpuCopy());
+        EXPECT_TRUE(haveSamePixels(pCopy->getGeometry(), pImage->getGeometry()));
+        EXPECT_EQ(readPixels(*pCopy), _pixels);
+    });
+}
+
 TEST_F(TiffDistributedLoad, WhatIsLoadedIsSavedAsTiffAndAsRawAndLoadsAgain) {
     ImagePtr const pSaved = makeMemoryImage(*_pGeometry, _pixels);
     pSaved->setGeometricCalibration(createGeometricCalibration2d(0.5F, 0.25F, "um", 1, 2, 3, 4, 5));
     pSaved->setUserPropertiesStr("kept");
     saveTiffImageFile(_path, pSaved, eTC_None);
     forEachLoad(getForms(), [&](DistributedImagePtr const& pImage) {
-        EXPECT_TRUE(pImage->requiresCpuCopy());
         saveTiffImageFile(_folder / "again.tif", pImage, eTC_Lzw);
         ImagePtr const pAgain = loadTiffImageFile(_folder / "again.tif", eTBM_Default);
         EXPECT_TRUE(haveSamePixels(pAgain->getGeometry(), *_pGeometry));

@@ -57,7 +57,8 @@ static_assert(sizeof(CalibrationData) == 4424);
 ImageGeometryPtr headerToGeometry(HeaderData const& header);
 
 /// Whether the text behind `dataSize` bytes of planes, up to its first zero byte, names a calibration. The
-/// read position stays; a text that is not all there leaves the stream failed.
+/// read position stays; a text that is not all there leaves the stream failed. Without a text nothing is
+/// read.
 bool fileContainsGeometricCalibration(HeaderData const& header, vlUInt64 dataSize, std::istream& stream);
 
 GeometricCalibrationPtr calibDataToGeometricCalibration(HeaderData const& header, CalibrationData const& data,
