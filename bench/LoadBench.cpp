@@ -55,7 +55,7 @@ void addLoadBenchmarks(Suite& suite) {
     addLoad(suite, "800 MB in planes of 2 MB", atMost(1.15), 1024, 1024, 400);
     addLoad(suite, "800 MB in planes of 128 KB", noLimit(), 256, 256, 6400);
     addLoad(suite, "1 MB", noLimit(), 256, 256, 8);
-    suite.add("distributed load 800 MB / pread of 2 threads", Quantity::time(), noLimit(), [&suite] {
+    suite.add("distributed load 800 MB / pread of 2 threads", Quantity::time(), atMost(1.2), [&suite] {
         RawFile const file = suite.getData().getVolume(1024, 1024, 400);
         requireSameBytes(*image::file::loadDistributedRawImageFile(file.path, *file.pGeometry, 0, true),
                          file);
