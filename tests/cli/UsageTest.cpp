@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "--format takes one of raw, tiff, im6; not \"png\""},
         WrongValue{"Im6Input", raw("1,1", "uint8") + Arguments{"--format", "im6"},
                    "this build reads raw and TIFF files only, and "}),
-    [](testing::TestParamInfo<WrongValue> const& parameter) { return std::string(parameter.param.name); });
+    getName<WrongValue>);
 
 TEST_F(Usage, AnIm6InputIsSaidToBeUnreadableByThisBuild) {
     std::string const input = create("a.IM6", "x");

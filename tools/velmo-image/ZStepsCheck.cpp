@@ -10,8 +10,10 @@
 #include <VELMOUtil/FileKind.h>
 #include <VELMOUtil/LastError.h>
 #include <VELMOUtil/LogMessageFormater.h>
+#include <VELMOUtil/Types.h>
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/filesystem/fstream.hpp>
+#include <boost/filesystem/operations.hpp>
 #include <boost/lexical_cast.hpp>
 #include <cmath>
 
@@ -24,12 +26,21 @@ namespace fs = boost::filesystem;
 using Message = image::file::eTiffImageFileMessage;
 
 /// A longer line is no number: another file was taken for one of steps.
-constexpr std::size_t g_maxLineSize = 65536;
+constexpr std::size_t g_maxLineSize = 4096;
 
 template <class Value>
 [[noreturn]] void fail(Message::domain id, fs::path const& path, Value const& value) {
     LogMessageFormater formater(image::file::getVELMOImageFileLogMessageManager());
     throw WorkFailure((formater[id] % path.string() % value).string());
+}
+
+/// A device may have no end, as /dev/zero has none.
+std::error_code getKindError(fs::path const& path) {
+    boost::system::error_code ignored;
+    fs::file_type const type = fs::status(path, ignored).type();
+    return type == fs::character_file || type == fs::block_file
+               ? std::make_error_code(std::errc::invalid_seek)
+               : getSeekError(path);
 }
 
 /// A line without its line feed, or the first bytes of a line that is too long. False at the end.
@@ -54,18 +65,18 @@ bool isStep(std::string const& line) {
 } // namespace
 
 void requireZSteps(fs::path const& path) {
+    if (std::error_code const error = getKindError(path)) {
+        fail(Message::eTIFM_ZStepsFileError, path, error.message());
+    }
     if (path.extension() == ".xml") {
         return;
-    }
-    if (std::error_code const error = getSeekError(path)) {
-        fail(Message::eTIFM_ZStepsFileError, path, error.message());
     }
     fs::ifstream stream(path, std::ios::in | std::ios::binary);
     if (!stream) {
         fail(Message::eTIFM_ZStepsFileError, path, getLastError());
     }
     std::string line;
-    for (int number = 1; readLine(stream, line); ++number) {
+    for (vlUInt64 number = 1; readLine(stream, line); ++number) {
         bool const bTooLong = line.size() > g_maxLineSize;
         boost::algorithm::trim(line);
         if (bTooLong || (!line.empty() && !isStep(line))) {
