@@ -13,7 +13,6 @@
 #include <VELMOUtil/Types.h>
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/filesystem/fstream.hpp>
-#include <boost/filesystem/operations.hpp>
 #include <boost/lexical_cast.hpp>
 #include <cmath>
 
@@ -32,15 +31,6 @@ template <class Value>
 [[noreturn]] void fail(Message::domain id, fs::path const& path, Value const& value) {
     LogMessageFormater formater(image::file::getVELMOImageFileLogMessageManager());
     throw WorkFailure((formater[id] % path.string() % value).string());
-}
-
-/// A device may have no end, as /dev/zero has none.
-std::error_code getKindError(fs::path const& path) {
-    boost::system::error_code ignored;
-    fs::file_type const type = fs::status(path, ignored).type();
-    return type == fs::character_file || type == fs::block_file
-               ? std::make_error_code(std::errc::invalid_seek)
-               : getSeekError(path);
 }
 
 /// A line without its line feed, or the first bytes of a line that is too long. False at the end.
@@ -65,7 +55,7 @@ bool isStep(std::string const& line) {
 } // namespace
 
 void requireZSteps(fs::path const& path) {
-    if (std::error_code const error = getKindError(path)) {
+    if (std::error_code const error = getReadAllError(path)) {
         fail(Message::eTIFM_ZStepsFileError, path, error.message());
     }
     if (path.extension() == ".xml") {
