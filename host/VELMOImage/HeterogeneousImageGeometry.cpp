@@ -16,30 +16,23 @@ DynamicRegistrator<HeterogeneousImageGeometry> const g_registrator;
 
 } // namespace
 
-struct HeterogeneousImageGeometry::Types {
-    std::vector<eImageBufferType> types;
-    std::vector<vlUInt64> pixelSizesBefore; ///< running sum of the pixel sizes, one entry more than types
-
-    explicit Types(std::vector<eImageBufferType> bufferTypes) : types(std::move(bufferTypes)) {
-        pixelSizesBefore.reserve(types.size() + 1);
-        pixelSizesBefore.push_back(0);
-        for (eImageBufferType const type : types) {
-            pixelSizesBefore.push_back(pixelSizesBefore.back() + getImageBufferBaseSize(type));
-        }
-    }
-};
-
 std::string const& HeterogeneousImageGeometry::getTypeName() {
     static std::string const typeName("velmo::image::HeterogeneousImageGeometry");
     return typeName;
 }
 
 HeterogeneousImageGeometry::HeterogeneousImageGeometry()
-    : _pTypes(std::make_shared<Types const>(std::vector<eImageBufferType>{eIBT_None})) {}
+    : _pTypes(std::make_shared<BufferTypeRuns const>(std::vector<eImageBufferType>{eIBT_None})) {}
 
 void HeterogeneousImageGeometry::init(VolumeGeometry const& volume, ColorGeometry const& color,
                                       TemporalGeometry const& temporal, vlUInt64 sizeX, vlUInt64 sizeY,
                                       std::vector<eImageBufferType> const& bufferTypes) {
+    init(volume, color, temporal, sizeX, sizeY, BufferTypeRuns(bufferTypes));
+}
+
+void HeterogeneousImageGeometry::init(VolumeGeometry const& volume, ColorGeometry const& color,
+                                      TemporalGeometry const& temporal, vlUInt64 sizeX, vlUInt64 sizeY,
+                                      BufferTypeRuns const& bufferTypes) {
     HeterogeneousImageGeometry candidate;
     candidate.setParts(volume, color, temporal, sizeX, sizeY);
     candidate.initBufferTypes(bufferTypes);
@@ -47,14 +40,14 @@ void HeterogeneousImageGeometry::init(VolumeGeometry const& volume, ColorGeometr
     *this = candidate;
 }
 
-void HeterogeneousImageGeometry::initBufferTypes(std::vector<eImageBufferType> bufferTypes) {
-    vlUInt64 const nbTypes = bufferTypes.size();
+void HeterogeneousImageGeometry::initBufferTypes(BufferTypeRuns bufferTypes) {
+    vlUInt64 const nbTypes = bufferTypes.getNbSteps();
     bool const bForTimeSteps = nbTypes == getSizeT();
     bool const bForPlanes = getSizeT() == 1 && nbTypes == getSizeZ();
     if (nbTypes == 0 || (!bForTimeSteps && !bForPlanes)) {
         raiseBufferTypesCount(nbTypes);
     }
-    _pTypes = std::make_shared<Types const>(std::move(bufferTypes));
+    _pTypes = std::make_shared<BufferTypeRuns const>(std::move(bufferTypes));
 }
 
 void HeterogeneousImageGeometry::raiseBufferTypesCount(vlUInt64 nbTypes) const {
@@ -63,38 +56,39 @@ void HeterogeneousImageGeometry::raiseBufferTypesCount(vlUInt64 nbTypes) const {
     });
 }
 
-std::vector<eImageBufferType> const& HeterogeneousImageGeometry::getBufferTypes() const {
-    return _pTypes->types;
+std::vector<eImageBufferType> HeterogeneousImageGeometry::getBufferTypes() const {
+    return _pTypes->expand();
 }
 
 eImageBufferType HeterogeneousImageGeometry::getBufferType() const {
-    return _pTypes->types.front();
+    return _pTypes->getType(0);
 }
 
 void HeterogeneousImageGeometry::setBufferType(eImageBufferType const& bufferType) {
     HeterogeneousImageGeometry candidate(*this);
-    candidate._pTypes =
-        std::make_shared<Types const>(std::vector<eImageBufferType>(_pTypes->types.size(), bufferType));
+    BufferTypeRuns bufferTypes;
+    bufferTypes.add(bufferType, _pTypes->getNbSteps());
+    candidate._pTypes = std::make_shared<BufferTypeRuns const>(std::move(bufferTypes));
     candidate.requireCountable();
     *this = candidate;
 }
 
 eImageBufferType HeterogeneousImageGeometry::getBufferTypeAt(vlUInt64 t) const {
-    return t < _pTypes->types.size() ? _pTypes->types[t] : eIBT_None;
+    return _pTypes->getType(t);
 }
 
 std::optional<vlUInt64> HeterogeneousImageGeometry::getPixelSizesBefore(vlUInt64 t) const {
-    if (t >= _pTypes->pixelSizesBefore.size()) { // the time steps were changed behind the types
-        raiseBufferTypesCount(_pTypes->types.size());
+    if (t > _pTypes->getNbSteps()) { // the time steps were changed behind the types
+        raiseBufferTypesCount(_pTypes->getNbSteps());
     }
-    return _pTypes->pixelSizesBefore[t];
+    return _pTypes->getPixelSizesBefore(t);
 }
 
 void HeterogeneousImageGeometry::writeBufferTypes(BaseOArchive& archive) const {
-    vlUInt64 const nbTypes = _pTypes->types.size();
+    vlUInt64 const nbTypes = _pTypes->getNbSteps();
     archive << oItem("nbBufferTypes", nbTypes);
-    for (eImageBufferType const type : _pTypes->types) {
-        writeEnum(archive, "bufferType", type);
+    for (vlUInt64 step = 0; step < nbTypes; ++step) {
+        writeEnum(archive, "bufferType", _pTypes->getType(step));
     }
 }
 
@@ -102,9 +96,9 @@ void HeterogeneousImageGeometry::writeBufferTypes(BaseOArchive& archive) const {
 void HeterogeneousImageGeometry::readBufferTypes(BaseIArchive& archive) {
     vlUInt64 nbTypes = 0;
     archive >> iItem("nbBufferTypes", nbTypes);
-    std::vector<eImageBufferType> bufferTypes;
+    BufferTypeRuns bufferTypes;
     for (vlUInt64 index = 0; index < nbTypes; ++index) {
-        bufferTypes.push_back(readEnum(archive, "bufferType", eIBT_Label8));
+        bufferTypes.add(readEnum(archive, "bufferType", eIBT_Label8), 1);
     }
     initBufferTypes(std::move(bufferTypes));
 }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "VELMOImage/BufferTypeRuns.h"
 #include "VELMOImage/GeometryParts.h"
 #include "VELMOSerialization/CopyableObject.h"
 
@@ -146,8 +147,11 @@ class VELMO_HOST_EXPORT HeterogeneousImageGeometry
     /// nor, with one time step, the planes.
     void init(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
               vlUInt64 sizeX, vlUInt64 sizeY, std::vector<eImageBufferType> const& bufferTypes);
+    void init(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
+              vlUInt64 sizeX, vlUInt64 sizeY, BufferTypeRuns const& bufferTypes);
 
-    std::vector<eImageBufferType> const& getBufferTypes() const;
+    std::vector<eImageBufferType> getBufferTypes() const;
+    BufferTypeRuns const& getBufferTypeRuns() const { return *_pTypes; }
 
     eImageBufferType getBufferType() const override;
     void setBufferType(eImageBufferType const& bufferType) override;
@@ -157,11 +161,10 @@ class VELMO_HOST_EXPORT HeterogeneousImageGeometry
     std::optional<vlUInt64> getPixelSizesBefore(vlUInt64 t) const override;
     void writeBufferTypes(BaseOArchive& archive) const override;
     void readBufferTypes(BaseIArchive& archive) override;
-    void initBufferTypes(std::vector<eImageBufferType> bufferTypes);
+    void initBufferTypes(BufferTypeRuns bufferTypes);
     [[noreturn]] void raiseBufferTypesCount(vlUInt64 nbTypes) const;
 
-    struct Types;
-    std::shared_ptr<Types const> _pTypes; ///< shared by copies, since it has an entry for each time step
+    std::shared_ptr<BufferTypeRuns const> _pTypes; ///< shared by copies, since it may be long
 };
 
 /// A homogeneous geometry. Throws VELMOImageException if its bytes pass 64 bits.

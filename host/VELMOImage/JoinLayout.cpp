@@ -3,14 +3,12 @@
 
 #include "VELMOImage/JoinLayout.h"
 
-#include "VELMOImage/PixelMemory.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOUtil/CheckedArithmetic.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
-#include <functional>
 
 namespace velmo {
 namespace image {
@@ -31,58 +29,59 @@ bool fits(BaseImageGeometry const& part, BaseImageGeometry const& first, eJoinAx
     return bSamePlane && part.getSizeT() == 1 && part.getBufferType() == first.getBufferType();
 }
 
-using Geometries = std::vector<BaseImageGeometry const*>;
-using Types = std::vector<eImageBufferType>;
+/// What must be countable of a whole.
+struct Extent {
+    vlUInt64 length = 0;
+    vlUInt64 nbPlans = 0;
+    vlUInt64 nbPixels = 0;
+    vlUInt64 nbBytes = 0;
 
-bool haveOneType(Geometries const& parts) {
-    return std::all_of(parts.begin(), parts.end(), [&](BaseImageGeometry const* pPart) {
-        return dynamic_cast<HeterogeneousImageGeometry const*>(pPart) == nullptr &&
-               pPart->getBufferType() == parts.front()->getBufferType();
-    });
-}
-
-/// Of each time step. What a record says of their number is not believed beyond the memory at hand.
-BoolResult collectTypes(Geometries const& parts, vlUInt64 nbTimeSteps, Types& types) {
-    constexpr vlUInt64 bytesPerStep =
-        3 * sizeof(eImageBufferType); // here, in the geometry, and its running sum
-    BoolResult result =
-        requireMemory(checkedMultiply(nbTimeSteps, bytesPerStep).value_or(NumericLimits<vlUInt64>::s_max));
-    if (!result) {
-        return result;
+    /// False where a sum passes 64 bits.
+    bool add(BaseImageGeometry const& part, eJoinAxis axis) {
+        auto const increase = [](vlUInt64& sum, vlUInt64 more) {
+            auto const result = checkedAdd(sum, more);
+            sum = result.value_or(0);
+            return result.has_value();
+        };
+        return increase(length, getLength(part, axis)) && increase(nbPlans, part.getNbPlans()) &&
+               increase(nbPixels, part.getNbPixels()) && increase(nbBytes, part.getFullMemorySize());
     }
+};
+
+using Geometries = std::vector<BaseImageGeometry const*>;
+
+/// Of each time step of the whole.
+BufferTypeRuns collectTypes(Geometries const& parts) {
+    BufferTypeRuns types;
     for (BaseImageGeometry const* const pPart : parts) {
-        for (vlUInt64 t = 0; t < pPart->getSizeT(); ++t) {
-            types.push_back(pPart->getPlanGeometry(t).getBufferType());
+        auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(pPart);
+        if (pTypes != nullptr && pTypes->getSizeT() != 1) {
+            types.add(pTypes->getBufferTypeRuns());
+        } else { // of one type for each plane, the first stands for all
+            types.add(pPart->getBufferType(), pPart->getSizeT());
         }
     }
-    return result;
+    return types;
 }
 
-BoolResult makeGeometry(Geometries const& parts, eJoinAxis axis, vlUInt64 length, ImageGeometryPtr& pWhole) {
+ImageGeometryPtr makeGeometry(Geometries const& parts, eJoinAxis axis, vlUInt64 length) {
     BaseImageGeometry const& first = *parts.front();
     VolumeGeometry volume = first.getVolumeGeometry();
     TemporalGeometry temporal = first.getTemporalGeometry();
+    BufferTypeRuns types;
     if (axis == eJoinAxis::Z) {
         volume.init3d(length);
     } else {
         temporal.initSequence(length);
+        types = collectTypes(parts);
     }
-    Types types;
-    if (axis == eJoinAxis::T && !haveOneType(parts)) {
-        BoolResult result = collectTypes(parts, length, types);
-        if (!result) {
-            return result;
-        }
-    }
-    if (std::adjacent_find(types.begin(), types.end(), std::not_equal_to<>()) == types.end()) {
-        pWhole = geometry(first.getBufferType(), first.getSizeX(), first.getSizeY(), volume,
-                          first.getColorGeometry(), temporal);
-        return success();
+    if (types.isUniform()) {
+        return geometry(first.getBufferType(), first.getSizeX(), first.getSizeY(), volume,
+                        first.getColorGeometry(), temporal);
     }
     auto const pGeometry = boost::make_shared<HeterogeneousImageGeometry>();
     pGeometry->init(volume, first.getColorGeometry(), temporal, first.getSizeX(), first.getSizeY(), types);
-    pWhole = pGeometry;
-    return success();
+    return pGeometry;
 }
 
 } // namespace
@@ -93,23 +92,19 @@ BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, 
         return failure(formater[eImageMessage::eIM_NothingToJoin].string());
     }
     std::vector<vlUInt64> starts;
-    vlUInt64 length = 0;
+    Extent whole;
     for (std::size_t part = 0; part < parts.size(); ++part) {
-        auto const end = checkedAdd(length, getLength(*parts[part], axis));
-        if (!end || !fits(*parts[part], *parts.front(), axis)) {
+        starts.push_back(whole.length);
+        if (!fits(*parts[part], *parts.front(), axis) || !whole.add(*parts[part], axis)) {
             return failure((formater[eImageMessage::eIM_PartMismatch] % part %
                             describeGeometry(*parts[part]) % describeGeometry(*parts.front()))
                                .string());
         }
-        starts.push_back(length);
-        length = *end;
     }
-    BoolResult result = makeGeometry(parts, axis, length, _pGeometry);
-    if (result) {
-        _starts = std::move(starts);
-        _axis = axis;
-    }
-    return result;
+    _pGeometry = makeGeometry(parts, axis, whole.length);
+    _starts = std::move(starts);
+    _axis = axis;
+    return success();
 }
 
 JoinLayout::Place JoinLayout::locate(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {

@@ -26,9 +26,9 @@ using Message = eVELMOSerializationMessage;
                  [&](LogMessageFormater& formater) { formater[Message::eVSM_FileError] % path % reason; });
 }
 
-/// A folder opens like a file and claims a size that it has not; a pipe would be waited for.
-void requireSeekable(RaiseSite const& site, boost::filesystem::path const& path) {
-    if (std::error_code const error = getSeekError(path)) {
+void requireNoError(RaiseSite const& site, boost::filesystem::path const& path,
+                    std::error_code const& error) {
+    if (error) {
         raiseFileError(site, path, error.message());
     }
 }
@@ -36,7 +36,7 @@ void requireSeekable(RaiseSite const& site, boost::filesystem::path const& path)
 } // namespace
 
 void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObject& object) {
-    requireSeekable(VELMO_HERE, path);
+    requireNoError(VELMO_HERE, path, getReadAllError(path));
     std::ifstream stream(path.string(), std::ios::in | std::ios::binary);
     if (!stream) {
         raiseFileError(VELMO_HERE, path, getLastError());
@@ -64,7 +64,7 @@ void writeToXmlFile(boost::filesystem::path const& path, BaseSerializationObject
     // The archive does not own what it writes, and the object outlives it.
     archive.writeObject("object", boost::shared_ptr<BaseDynamicObject const>(&object, [](auto const*) {}));
     archive.finish();
-    requireSeekable(VELMO_HERE, path);
+    requireNoError(VELMO_HERE, path, getSeekError(path));
     std::ofstream stream(path.string(), std::ios::out | std::ios::binary);
     if (!(stream << document.str() << std::flush)) {
         raiseFileError(VELMO_HERE, path, getLastError());

@@ -20,4 +20,11 @@ std::error_code getSeekError(boost::filesystem::path const& path) {
     }
 }
 
+std::error_code getReadAllError(boost::filesystem::path const& path) {
+    boost::system::error_code ignored;
+    return boost::filesystem::status(path, ignored).type() == boost::filesystem::character_file
+               ? std::make_error_code(std::errc::invalid_seek)
+               : getSeekError(path);
+}
+
 } // namespace velmo

@@ -14,4 +14,8 @@ namespace velmo {
 /// wait for ever. No error for anything else, also where there is nothing.
 VELMO_HOST_EXPORT std::error_code getSeekError(boost::filesystem::path const& path);
 
+/// Why what a path names cannot be read to its end: as of getSeekError, or it is a device such as /dev/zero,
+/// which may have none.
+VELMO_HOST_EXPORT std::error_code getReadAllError(boost::filesystem::path const& path);
+
 } // namespace velmo

@@ -28,8 +28,23 @@ namespace attr = imaproc::attr;
 using Message = eTiffImageFileMessage;
 using Paths = std::vector<boost::filesystem::path>;
 
-[[noreturn]] void raiseFileError(boost::filesystem::path const& path, std::string const& reason) {
-    raise(VELMO_HERE, Message::eTIFM_ZStepsFileError, path.string(), reason);
+[[noreturn]] void raiseFileError(RaiseSite const& site, boost::filesystem::path const& path,
+                                 std::string const& reason) {
+    raise(site, Message::eTIFM_ZStepsFileError, path.string(), reason);
+}
+
+constexpr std::size_t g_longestNumber = std::size_t{1} << 20U;
+
+/// The next line, of which no more is kept than shows that it is too long for a number.
+bool readLine(std::istream& stream, std::string& line) {
+    line.clear();
+    char character = 0;
+    while (stream.get(character) && character != '\n') {
+        if (line.size() <= g_longestNumber) {
+            line += character;
+        }
+    }
+    return stream || !line.empty();
 }
 
 /// A line that is no number has no value, but counts.
@@ -42,21 +57,23 @@ float toStep(std::string const& line) {
 }
 
 void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
-    if (std::error_code const error = getSeekError(path)) {
-        raiseFileError(path, error.message());
+    if (std::error_code const error = getReadAllError(path)) {
+        raiseFileError(VELMO_HERE, path, error.message());
     }
     boost::filesystem::ifstream stream(path, std::ios::in);
     if (!stream) {
-        raiseFileError(path, getLastError());
+        raiseFileError(VELMO_HERE, path, getLastError());
     }
-    for (std::string line; std::getline(stream, line);) {
-        boost::algorithm::trim(line);
+    for (std::string line; readLine(stream, line);) {
+        if (line.size() <= g_longestNumber) {
+            boost::algorithm::trim(line);
+        }
         if (!line.empty()) {
             steps.push_back(toStep(line));
         }
     }
     if (!stream.eof()) {
-        raiseFileError(path, getLastError());
+        raiseFileError(VELMO_HERE, path, getLastError());
     }
 }
 
@@ -69,15 +86,15 @@ attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path) {
     try {
         readFromXmlFile(path, *pSteps);
     } catch (BaseException const& exception) {
-        raiseFileError(path, exception.what());
+        raiseFileError(VELMO_HERE, path, exception.what());
     }
     return pSteps;
 }
 
-void requireCount(attr::ZSteps const& steps, vlUInt64 nbPlanes) {
+void requireCount(RaiseSite const& site, attr::ZSteps const& steps, vlUInt64 nbPlanes) {
     auto const nbSteps = static_cast<std::uint32_t>(steps.getSteps().size());
     if (nbSteps != nbPlanes - 1) {
-        raise(VELMO_HERE, Message::eTIFM_ZStepsCountMismatch, nbSteps, nbPlanes);
+        raise(site, Message::eTIFM_ZStepsCountMismatch, nbSteps, nbPlanes);
     }
 }
 
@@ -102,7 +119,7 @@ ImagePtr loadCustomZStackImageFiles(Paths const& paths, attr::ZStepsConstPtr con
                                     eTiffBufferMode const& bufferMode) {
     TiffFileList files(paths, bufferMode, VELMO_HERE);
     files.compare(TiffFileList::eRule::Volume);
-    requireCount(*pSteps, files.getNbPlanes());
+    requireCount(VELMO_HERE, *pSteps, files.getNbPlanes());
     ImagePtr pImage = resample(files.join(), pSteps, outputSizeZ, interpolationPolicy);
     if (!files.getUserProperties().empty()) {
         pImage->setUserPropertiesStr(files.getUserProperties());

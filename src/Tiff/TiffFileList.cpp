@@ -3,6 +3,7 @@
 
 #include "Tiff/TiffFileList.h"
 
+#include "Tiff/TiffStream.h"
 #include "Utils/FailureText.h"
 #include "Utils/FilePatterns.h"
 
@@ -14,7 +15,6 @@
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
-#include <cerrno>
 #include <map>
 #include <optional>
 
@@ -43,6 +43,10 @@ void scan(fs::path const& directory, std::string const& pattern, Take const& tak
             take(entry.path(), index);
         }
     }
+}
+
+bool lacksHandle(std::error_code const& error) {
+    return error == std::errc::too_many_files_open || error == std::errc::too_many_files_open_in_system;
 }
 
 } // namespace
@@ -79,10 +83,8 @@ TiffFileList::FilePtr TiffFileList::open(fs::path const& path, std::string& user
 /// reason why one cannot be opened: handles run out where the images are opened.
 TiffFileList::FilePtr TiffFileList::openToCompare(fs::path const& path, std::string& userProperties) {
     auto const pFile = boost::make_shared<TiffImageFile>();
-    errno = 0;
     BoolResult const result = pFile->openFile(path, eIAM_ReadOnly, eTDM_Volume, _bufferMode, userProperties);
-    bool const bNoHandle = errno == EMFILE || errno == ENFILE;
-    if (!result && bNoHandle && !_openFiles.empty()) {
+    if (!result && lacksHandle(TiffStream::getOpenError()) && !_openFiles.empty()) {
         _openFiles.clear();
         _bKeepOpen = false;
         return open(path, userProperties);

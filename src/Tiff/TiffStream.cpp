@@ -13,7 +13,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <tiffio.h>
 #include <unistd.h>
 
@@ -49,7 +48,10 @@ int toOpenFlags(char const* mode) {
     return (isUpdate(mode) ? O_RDWR : O_RDONLY) | O_CLOEXEC;
 }
 
+thread_local std::error_code g_openError;
+
 void reportOpenFailure(boost::filesystem::path const& path, std::error_code const& error) {
+    g_openError = error;
     TIFFErrorExt(nullptr, "TIFFOpen", "%s: %s", path.c_str(), error.message().c_str());
 }
 
@@ -131,7 +133,12 @@ TiffStream::~TiffStream() {
     ::close(_descriptor);
 }
 
+std::error_code TiffStream::getOpenError() {
+    return g_openError;
+}
+
 TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
+    g_openError.clear();
     TIFF* pTiff = open(path, mode, g_smallAllocation);
     vlUInt64 const room = pTiff != nullptr && isUpdate(mode) ? getEncodingRoom(pTiff) : 0;
     if (room > g_smallAllocation) { // what libtiff may allocate is settled at the opening

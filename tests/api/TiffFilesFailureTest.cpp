@@ -182,23 +182,39 @@ TEST_F(TiffFilesFailure, AnImageBeyondTheMemoryIsTheOutputImageErrorAndOpens) {
     }
 }
 
-TEST_F(TiffFilesFailure, PlanesOrTimeStepsThat64BitsCannotCountAreTheOutputImageError) {
+TEST_F(TiffFilesFailure, WhatIsTooMuchFor64BitsIsTheOutputImageError) {
     vlUInt64 const half = vlUInt64{1} << 63U;
     for (Route const& route : getJoins()) {
-        ImageGeometryPtr const pPart = geometry3d(eIBT_UInt8, 1, 1, route.bAlongZ ? half : 1);
+        ImageGeometryPtr const pLong = geometry3d(eIBT_UInt8, 1, 1, route.bAlongZ ? half : 1);
         if (!route.bAlongZ) {
-            pPart->getTemporalGeometry().initSequence(half);
+            pLong->getTemporalGeometry().initSequence(half);
         }
-        for (std::size_t index = 0; index < 3; ++index) {
-            writeClaim(numbered(index), *pPart);
+        ImageGeometryPtr const pWide = geometry3d(eIBT_UInt8, half / 2, 1, 2);
+        for (ImageGeometryPtr const& pPart : {pLong, pWide}) {
+            for (std::size_t index = 0; index < 3; ++index) {
+                writeClaim(numbered(index), *pPart);
+            }
+            EXPECT_EQ(getText(route), (boost::format("Failed to create output image\nImage 1 (%1%) cannot be "
+                                                     "joined to the first one (%1%)") %
+                                       describeGeometry(*pPart))
+                                          .str());
         }
-        EXPECT_EQ(
-            getText(route),
-            (boost::format("Failed to create output image\nImage 1 (%1%) cannot be joined to the first one "
-                           "(%1%)") %
-             describeGeometry(*pPart))
-                .str());
     }
+}
+
+TEST_F(TiffFilesFailure, ManyTimeStepsOfTwoTypesAreJoinedInNoTime) {
+    for (std::size_t index = 0; index < 3; ++index) {
+        ImageGeometryPtr const pPart = geometry3d(index == 1 ? eIBT_UInt16 : eIBT_UInt8, 1, 1, 1);
+        pPart->getTemporalGeometry().initSequence(vlUInt64{1} << 60U);
+        writeClaim(numbered(index), *pPart);
+    }
+    ImagePtr const pImage = open(eTDM_Temporal);
+    BaseImageGeometry const& geometry = pImage->getGeometry();
+    EXPECT_EQ(geometry.getSizeT(), vlUInt64{3} << 60U);
+    EXPECT_EQ(geometry.getPlanGeometry((vlUInt64{1} << 60U) - 1).getBufferType(), eIBT_UInt8);
+    EXPECT_EQ(geometry.getPlanGeometry(vlUInt64{1} << 60U).getBufferType(), eIBT_UInt16);
+    EXPECT_EQ(geometry.getPlanGeometry(vlUInt64{1} << 61U).getBufferType(), eIBT_UInt8);
+    EXPECT_EQ(geometry.getFullMemorySize(), vlUInt64{4} << 60U);
 }
 
 } // namespace test

@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace velmo {
@@ -108,7 +109,6 @@ TEST_F(ZStepsFile, AnEmptyFileOrOneOfBlanksHoldsNoStep) {
     for (std::string const text : {"", "\n", "\r\n\r\n", " \t\n \n"}) {
         EXPECT_EQ(countedText(text), countMismatch(0));
     }
-    EXPECT_EQ(raisedText("/dev/null"), countMismatch(0));
 }
 
 TEST_F(ZStepsFile, BytesOfAnyKindAreLinesThatAreNoNumbers) {
@@ -157,6 +157,31 @@ TEST_F(ZStepsFile, APipeIsRefusedAndNotWaitedFor) {
                     testing::AllOf(StartsWith(fileError(pipe, "")), HasSubstr("Illegal seek")));
     }
 }
+
+TEST_F(ZStepsFile, ADeviceThatMayHaveNoEndIsRefused) {
+    for (char const* device : {"/dev/zero", "/dev/null"}) {
+        EXPECT_EQ(raisedText(device), fileError(device, "Illegal seek"));
+        fs::path const link = _other / "device.xml";
+        fs::remove(link);
+        fs::create_symlink(device, link);
+        EXPECT_THAT(archiveText([&] { loadWith(link); }),
+                    testing::AllOf(StartsWith(fileError(link, "")), HasSubstr("Illegal seek")));
+    }
+}
+
+#ifdef VELMO_TEST_LIMITS_MEMORY
+TEST_F(ZStepsFile, ALineAsLongAsTheMemoryIsALineThatIsNoNumber) {
+    constexpr rlim_t limit = rlim_t{1} << 28U;
+    writeSteps("1\n7");
+    fs::resize_file(getStepsPath(), limit);
+    EXPECT_EQ(inChild([&]() -> std::string {
+                  rlimit const both = {limit, limit};
+                  setrlimit(RLIMIT_AS, &both);
+                  return textThrownBy([&] { loadWith(getStepsPath()); });
+              }),
+              refusal(1, "nan"));
+}
+#endif
 
 TEST_F(ZStepsFile, ATextThatCannotBeReadToItsEndIsAFailureWithTheSystemsWords) {
     EXPECT_EQ(raisedText("/proc/self/mem"), fileError("/proc/self/mem", "Input/output error"));

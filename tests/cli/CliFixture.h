@@ -60,6 +60,12 @@ class CliTest : public testing::Test {
     TemporaryFolder _folder;
 };
 
+/// What a test of a parameter with a `name` is called.
+template <class Parameter>
+std::string getName(testing::TestParamInfo<Parameter> const& info) {
+    return info.param.name;
+}
+
 /// One failure, one message: the whole of standard error.
 inline void expectFailure(ToolResult const& result, int status, std::string const& message) {
     EXPECT_EQ(status, result.status);

@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
         Listing{"Braces", "*", {"{}"}, "{}\t-\n", ""},
         Listing{"TwoPercents", "*", {"%%", "a"}, "%%\t-\na\t-\n", ""},
         Listing{"TheEmptyName", "*", {""}, "\t-\n", ""}),
-    [](testing::TestParamInfo<Listing> const& parameter) { return std::string(parameter.param.name); });
+    getName<Listing>);
 
 TEST_F(Match, ListsTheFilesOfADirectoryWithoutItsFolders) {
     for (char const* const name : {"img10.tif", "img2.tif", "other.txt"}) {
@@ -143,6 +143,25 @@ TEST_F(Match, NoMatchIsAFailure) {
     create("a.txt", "");
     expectFailure(runTool({"match", "b*", "a1", "a2"}), 1, "no name matches \"b*\"");
     expectFailure(matchFolder("b*"), 1, "no file in \"" + _folder.getPath().string() + "\" matches \"b*\"");
+}
+
+TEST_F(Match, ANameWithAFolderThatDoesNotMatchIsHintedAt) {
+    std::string const hint =
+        "hint: a name is matched whole, with its folders, and \"s/a1.tif\" does not match; "
+        "--directory FOLDER matches the names of the files in a folder";
+    expectFailure(runTool({"match", "a<INDEX>.tif", "s/a1.tif", "s/a2.tif"}), 1,
+                  "no name matches \"a<INDEX>.tif\"\n" + hint);
+    ToolResult const result = runTool({"match", "a<INDEX>.tif", "a3.tif", "s/a1.tif"});
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("a3.tif\t3\n", result.out);
+    EXPECT_EQ("velmo-image: " + hint + '\n', result.err);
+    expectDone(runTool({"match", "*a<INDEX>.tif", "s/a1.tif", "b"}));
+}
+
+TEST_F(Match, TheHelpSaysWhichOfEqualNumbersStays) {
+    ToolResult const result = runTool({"match", "--help"});
+    expectDone(result);
+    EXPECT_THAT(result.out, testing::ContainsRegex("of equal numbers +the first found stays"));
 }
 
 TEST_F(Match, ADirectoryThatCannotBeListedIsToldWithTheReason) {

@@ -3,8 +3,7 @@
 
 #include "SeriesFixture.h"
 #include "SoftLimit.h"
-
-#include <sys/stat.h>
+#include "WrongOption.h"
 
 namespace velmo {
 namespace test {
@@ -32,17 +31,7 @@ class Stack : public SeriesFixture {
     std::string inQuotes(std::string const& name) const { return '"' + bare(name) + '"'; }
 };
 
-struct WrongOption {
-    char const* name;
-    Arguments arguments; ///< behind the command
-    char const* message;
-};
-
-std::ostream& operator<<(std::ostream& os, WrongOption const& option) {
-    return os << option.name;
-}
-
-class WrongStack : public CliTest, public testing::WithParamInterface<WrongOption> {};
+using WrongStack = WrongSeries;
 
 } // namespace
 
@@ -210,8 +199,6 @@ TEST_F(Stack, AnOutputAmongTheFilesIsRefused) {
                       "cannot write \"" + output + "\": it is one of the files to read, \"a2.tif\"");
     }
     EXPECT_EQ(bytes, read("s/a2.tif"));
-    expectDone(runTool({"stack", path("s"), "a<INDEX>.tif", bare("a3.tif")}));
-    EXPECT_EQ("abcdef", readTiff(bare("a3.tif")).at(0).pixels);
 }
 
 TEST_F(Stack, AHeaderGoesBeforeRawPlanes) {
@@ -260,15 +247,7 @@ TEST_F(Stack, MoreFilesThanTheSoftLimitOfOpenFilesAreJoined) {
 }
 
 TEST_P(WrongStack, IsRefusedBeforeAnyWork) {
-    Arguments arguments = {"stack"};
-    for (std::string const& argument : GetParam().arguments) {
-        arguments.push_back(argument.find("out") == 0 || argument == "s" ? path(argument) : argument);
-    }
-    ToolResult const result = runTool(arguments); // there is no folder s
-    EXPECT_EQ(2, result.status);
-    EXPECT_EQ("", result.out);
-    EXPECT_THAT(result.err, StartsWith("velmo-image: " + std::string(GetParam().message)));
-    EXPECT_TRUE(list().empty());
+    expectRefused("stack");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -292,7 +271,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongOption{"Format",
                     {"s", "*", "out.tif", "--output-format", "png"},
                     "--output-format takes one of raw, tiff, im6; not \"png\""}),
-    [](testing::TestParamInfo<WrongOption> const& parameter) { return std::string(parameter.param.name); });
+    getName<WrongOption>);
 
 } // namespace test
 } // namespace velmo

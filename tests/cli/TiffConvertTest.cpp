@@ -412,7 +412,7 @@ INSTANTIATE_TEST_SUITE_P(
                            {"in.tif", "--header", "h"},
                            "out.tif",
                            "--header is for a raw output, and "}),
-    [](testing::TestParamInfo<Misfit> const& parameter) { return std::string(parameter.param.name); });
+    getName<Misfit>);
 
 } // namespace test
 } // namespace velmo

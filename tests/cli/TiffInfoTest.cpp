@@ -318,7 +318,7 @@ INSTANTIATE_TEST_SUITE_P(
         Suspect{"BrokenChain",
                 writeBrokenChain,
                 {"the file has 2 directories, of which 1 can be read: the rest is left out"}}),
-    [](testing::TestParamInfo<Suspect> const& parameter) { return std::string(parameter.param.name); });
+    getName<Suspect>);
 
 } // namespace test
 } // namespace velmo

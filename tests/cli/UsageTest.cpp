@@ -130,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "--byte-order takes one of little, big; not \"middle\""},
         WrongValue{"Format", raw("1,1", "uint8") + Arguments{"--format", "png"},
                    "--format takes one of raw, tiff, im6; not \"png\""}),
-    [](testing::TestParamInfo<WrongValue> const& parameter) { return std::string(parameter.param.name); });
+    getName<WrongValue>);
 
 TEST_F(Usage, OptionsOfARawInputAreRefusedForAnIm6File) {
     std::string const input = create("a.im6", "x");

@@ -24,6 +24,7 @@ ConvertCommand::ConvertCommand(CLI::App& parent)
 eExitStatus ConvertCommand::run() const {
     _output.requireFit();
     InputDescription const description = _input.describe({_inputFile});
+    _output.requireHeaderApartFrom(_inputFile, "the input itself");
     _output.requireWritable();
     InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
     for (std::string const& warning : findWarnings(input)) {

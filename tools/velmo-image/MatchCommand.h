@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Command.h"
+#include "FileSeries.h"
 
 namespace velmo {
 namespace tool {
@@ -15,6 +16,8 @@ class MatchCommand : public Command {
     eExitStatus run() const override;
 
   private:
+    std::string findHint(FileSeries const& series) const;
+
     std::string _pattern;
     std::vector<std::string> _names;
     std::string _directory;

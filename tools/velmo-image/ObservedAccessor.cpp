@@ -73,6 +73,10 @@ bool ObservedAccessor::hasBinary8BitsStorage() const {
     return !pAccessor || pAccessor->hasBinary8BitsStorage();
 }
 
+bool ObservedAccessor::isStoredIn(boost::filesystem::path const& path) const {
+    return _pImage && _pImage->isStoredIn(path);
+}
+
 BoolResult ObservedAccessor::resizeData(image::BaseImageGeometry const& /*geometry*/) {
     return failure("an input image is not resized");
 }

@@ -38,6 +38,7 @@ class ObservedAccessor : public image::BaseDiskImageAccessor {
     void copy(BaseDynamicObject const& other) override;
 
     bool hasBinary8BitsStorage() const override;
+    bool isStoredIn(boost::filesystem::path const& path) const override;
     BoolResult resizeData(image::BaseImageGeometry const& geometry) override;
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;

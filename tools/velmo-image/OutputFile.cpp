@@ -36,18 +36,6 @@ fs::file_type getType(fs::path const& path) {
     return fs::status(path, ignored).type();
 }
 
-/// What a chain of symbolic links ends at, whether that exists or not.
-fs::path followLinks(fs::path path) {
-    boost::system::error_code error;
-    for (int links = 0; fs::symlink_status(path, error).type() == fs::symlink_file; ++links) {
-        if (links == g_maxLinks) {
-            failAt("follow", path, ELOOP);
-        }
-        path = fs::absolute(fs::read_symlink(path), path.parent_path().empty() ? "." : path.parent_path());
-    }
-    return path;
-}
-
 /// The name of a file of its own, which is removed unless it was given another name.
 class TemporaryName {
   public:
@@ -131,6 +119,22 @@ bool isReplaceable(fs::file_type type) {
 }
 
 } // namespace
+
+fs::path followLinks(fs::path path) {
+    boost::system::error_code error;
+    for (int links = 0; fs::symlink_status(path, error).type() == fs::symlink_file; ++links) {
+        if (links == g_maxLinks) {
+            failAt("follow", path, ELOOP);
+        }
+        path = fs::absolute(fs::read_symlink(path), path.parent_path().empty() ? "." : path.parent_path());
+    }
+    return path;
+}
+
+bool isSameFile(fs::path const& left, fs::path const& right) {
+    boost::system::error_code ignored;
+    return fs::equivalent(left, right, ignored);
+}
 
 void requireWritableTarget(fs::path const& target, bool bOverwrite) {
     fs::file_type const type = getType(target);

@@ -20,6 +20,12 @@ namespace tool {
 void writeOutput(boost::filesystem::path const& target, bool bOverwrite,
                  std::function<void(boost::filesystem::path const&)> const& write);
 
+/// What a chain of symbolic links ends at, whether that exists or not. Throws WorkFailure for a circle.
+boost::filesystem::path followLinks(boost::filesystem::path path);
+
+/// Whether both name one file that exists.
+bool isSameFile(boost::filesystem::path const& left, boost::filesystem::path const& right);
+
 /// Throws WorkFailure where `writeOutput` would refuse the target, before any work is done.
 void requireWritableTarget(boost::filesystem::path const& target, bool bOverwrite);
 

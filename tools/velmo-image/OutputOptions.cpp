@@ -83,6 +83,21 @@ void OutputOptions::requireFit() const {
         throw WrongUse("--compression is for a TIFF output, and " + quoted(_file) + " is a raw file");
     }
     getCompression();
+    requireHeaderApartFrom(_file, "the output itself");
+}
+
+void OutputOptions::requireApartFrom(boost::filesystem::path const& input, std::string const& what) const {
+    if (isSameFile(input, _file)) {
+        throw WorkFailure("cannot write " + quoted(_file) + ": it is " + what);
+    }
+    requireHeaderApartFrom(input, what);
+}
+
+void OutputOptions::requireHeaderApartFrom(boost::filesystem::path const& input,
+                                           std::string const& what) const {
+    if (!_headerFile.empty() && isSameFile(input, _headerFile)) {
+        throw WrongUse("--header " + quoted(_headerFile) + " is " + what);
+    }
 }
 
 void OutputOptions::requireWritable() const {

@@ -24,8 +24,13 @@ class OutputOptions {
     void addTo(CLI::App& app);
 
     std::string const& getFile() const { return _file; }
-    /// Throws WrongUse where the format cannot be written or does not go with another option.
+    /// Throws WrongUse where the format cannot be written, an option does not go with another one, and
+    /// the header is the output.
     void requireFit() const;
+    /// Throws for a file to read, which `what` names: WorkFailure where it is the output, WrongUse where it
+    /// is the header.
+    void requireApartFrom(boost::filesystem::path const& input, std::string const& what) const;
+    void requireHeaderApartFrom(boost::filesystem::path const& input, std::string const& what) const;
     /// Throws WorkFailure where `save` would refuse the file, before any work is done.
     void requireWritable() const;
     /// Writes the image plane by plane, with a progress bar, as `writeOutput` has it; an interrupt ends it.

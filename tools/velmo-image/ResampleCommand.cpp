@@ -9,8 +9,8 @@
 #include "Terminal.h"
 #include "ZStepsCheck.h"
 
+#include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
-#include <boost/filesystem/operations.hpp>
 
 namespace velmo {
 namespace tool {
@@ -58,9 +58,15 @@ eInterpolationPolicy ResampleCommand::getInterpolation() const {
 image::ImagePtr ResampleCommand::load() const {
     raiseOpenFileLimit();
     PromptInterrupts const prompt;
-    return image::file::loadCustomZStackImageFiles(_series.getDirectory(), _zStepsFile, getSizeZ(),
-                                                   getInterpolation(), _series.getPattern(),
-                                                   _series.getBufferMode());
+    try {
+        return image::file::loadCustomZStackImageFiles(_series.getDirectory(), _zStepsFile, getSizeZ(),
+                                                       getInterpolation(), _series.getPattern(),
+                                                       _series.getBufferMode());
+    } catch (processor::VELMOBaseProcessingException const& failure) {
+        std::string const text = getFullText(failure);
+        // A run that failed is told as a first line on the processor, and the reason behind it.
+        throw WorkFailure(text.substr(text.find('\n') + 1));
+    }
 }
 
 void ResampleCommand::checkSteps(FileSeries const& series) const {
@@ -77,12 +83,8 @@ eExitStatus ResampleCommand::run() const {
     _series.getBufferMode();
     getSizeZ();
     getInterpolation();
-    FileSeries const series = _series.find(_output.getFile());
-    boost::system::error_code error;
-    if (boost::filesystem::equivalent(_zStepsFile, _output.getFile(), error)) {
-        throw WorkFailure("cannot write " + quoted(_output.getFile()) + ": it is the file of z-steps");
-    }
-    _output.requireWritable();
+    _output.requireApartFrom(_zStepsFile, "the file of z-steps");
+    FileSeries const series = _series.find(_output);
     checkSteps(series);
     image::ImagePtr const pImage = load();
     if (!pImage) {

@@ -5,9 +5,11 @@
 
 #include "Failure.h"
 #include "InputOptions.h"
+#include "OutputFile.h"
+#include "OutputOptions.h"
+#include "Terminal.h"
 
 #include <CLI/CLI.hpp>
-#include <boost/filesystem/operations.hpp>
 
 namespace velmo {
 namespace tool {
@@ -29,20 +31,28 @@ image::file::eTiffBufferMode SeriesOptions::getBufferMode() const {
     return parseBufferMode(_pixels);
 }
 
-FileSeries SeriesOptions::find(std::string const& outputFile) const {
+FileSeries SeriesOptions::find(OutputOptions const& output) const {
     FileSeries series = FileSeries::findIn(_directory, _pattern);
     if (series.getEntries().empty()) {
         failWithoutMatch();
     }
     for (FileSeries::Entry const& entry : series.getEntries()) {
-        boost::system::error_code error;
-        if (fs::equivalent(fs::path(_directory) / entry.name, outputFile, error)) {
-            throw WorkFailure("cannot write " + quoted(outputFile) + ": it is one of the files to read, " +
-                              quoted(entry.name));
-        }
+        output.requireApartFrom(fs::path(_directory) / entry.name,
+                                "one of the files to read, " + quoted(entry.name));
     }
     tellProblems(series, _bStrict);
+    output.requireWritable();
+    if (isLaterFound(output.getFile())) {
+        printMessage("warning: " + quoted(output.getFile()) +
+                     " lies among the files and matches the pattern: a later run would read it");
+    }
     return series;
+}
+
+bool SeriesOptions::isLaterFound(fs::path const& outputFile) const {
+    fs::path const target = followLinks(outputFile);
+    return isSameFile(_directory, target.has_parent_path() ? target.parent_path() : ".") &&
+           !FileSeries::select({target.filename().string()}, _pattern).getEntries().empty();
 }
 
 fs::path SeriesOptions::getFirstFile(FileSeries const& series) const {

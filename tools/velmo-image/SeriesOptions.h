@@ -14,6 +14,8 @@ class App;
 namespace velmo {
 namespace tool {
 
+class OutputOptions;
+
 /// The files of a directory that become one image, and the options that say how they are read.
 class SeriesOptions {
   public:
@@ -26,14 +28,17 @@ class SeriesOptions {
     /// Throws WrongUse where the option has no such value.
     image::file::eTiffBufferMode getBufferMode() const;
 
-    /// The files, at least one. Throws WorkFailure where none matches and where the output is one of them,
-    /// and for equal and missing numbers if that was asked for; else these are warnings.
-    FileSeries find(std::string const& outputFile) const;
+    /// The files, at least one. Throws where none matches, where the output or its header is one of them,
+    /// where the output cannot be written, and for equal and missing numbers if that was asked for; else
+    /// these are warnings, as is an output that would be found with the files.
+    FileSeries find(OutputOptions const& output) const;
     /// Of the series: the first file.
     boost::filesystem::path getFirstFile(FileSeries const& series) const;
     [[noreturn]] void failWithoutMatch() const;
 
   private:
+    bool isLaterFound(boost::filesystem::path const& outputFile) const;
+
     std::string _directory;
     std::string _pattern;
     std::string _pixels = "default";

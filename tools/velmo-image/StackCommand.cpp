@@ -40,8 +40,7 @@ eExitStatus StackCommand::run() const {
     _output.requireFit();
     _series.getBufferMode();
     image::file::eTiffDirectoryMode const directoryMode = parseDirectoryMode("--along", _along);
-    FileSeries const series = _series.find(_output.getFile());
-    _output.requireWritable();
+    FileSeries const series = _series.find(_output);
     image::ImagePtr const pImage = open(series, directoryMode);
     if (!pImage) {
         _series.failWithoutMatch(); // they have gone meanwhile

@@ -10,6 +10,7 @@
 #include <VELMOUtil/FileKind.h>
 #include <VELMOUtil/LastError.h>
 #include <VELMOUtil/LogMessageFormater.h>
+#include <VELMOUtil/Types.h>
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/filesystem/fstream.hpp>
 #include <boost/lexical_cast.hpp>
@@ -24,7 +25,7 @@ namespace fs = boost::filesystem;
 using Message = image::file::eTiffImageFileMessage;
 
 /// A longer line is no number: another file was taken for one of steps.
-constexpr std::size_t g_maxLineSize = 65536;
+constexpr std::size_t g_maxLineSize = 4096;
 
 template <class Value>
 [[noreturn]] void fail(Message::domain id, fs::path const& path, Value const& value) {
@@ -54,18 +55,18 @@ bool isStep(std::string const& line) {
 } // namespace
 
 void requireZSteps(fs::path const& path) {
+    if (std::error_code const error = getReadAllError(path)) {
+        fail(Message::eTIFM_ZStepsFileError, path, error.message());
+    }
     if (path.extension() == ".xml") {
         return;
-    }
-    if (std::error_code const error = getSeekError(path)) {
-        fail(Message::eTIFM_ZStepsFileError, path, error.message());
     }
     fs::ifstream stream(path, std::ios::in | std::ios::binary);
     if (!stream) {
         fail(Message::eTIFM_ZStepsFileError, path, getLastError());
     }
     std::string line;
-    for (int number = 1; readLine(stream, line); ++number) {
+    for (vlUInt64 number = 1; readLine(stream, line); ++number) {
         bool const bTooLong = line.size() > g_maxLineSize;
         boost::algorithm::trim(line);
         if (bTooLong || (!line.empty() && !isStep(line))) {

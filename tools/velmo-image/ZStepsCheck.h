@@ -8,9 +8,10 @@
 namespace velmo {
 namespace tool {
 
-/// Throws WorkFailure, in the words of the library's catalogue, for a text of z-steps that cannot be read,
-/// and for its first line that is neither blank nor a positive, finite number. An XML file (its extension is
-/// exactly ".xml") is not looked at.
+/// Throws WorkFailure, in the words of the library's catalogue, for z-steps that are no file (a folder, a
+/// pipe, a device), for a text that cannot be read, and for its first line that is longer than 4096
+/// characters or neither blank nor a positive, finite number. It takes little memory, however long the text
+/// is. What is in an XML file (its extension is exactly ".xml") is not looked at.
 void requireZSteps(boost::filesystem::path const& path);
 
 } // namespace tool

@@ -6,6 +6,7 @@
 #include <VELMOImage/ImageEnums.h>
 #include <boost/filesystem/path.hpp>
 #include <memory>
+#include <system_error>
 #include <vector>
 
 using TIFF = struct tiff;
@@ -27,6 +28,8 @@ class TiffStream {
     /// with libtiff's words. `mode` is libtiff's: "r", "r+", "w", "w8". A file opened "r+" is not changed
     /// before `allowWrites`.
     static TIFF* open(boost::filesystem::path const& path, char const* mode);
+    /// Why the system did not open the file of the last `open` of this thread; no error where it did.
+    static std::error_code getOpenError();
     /// The stream of a handle that `open` made; null for any other.
     static TiffStream* find(TIFF* pTiff);
 

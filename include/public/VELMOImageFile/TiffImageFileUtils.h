@@ -118,7 +118,7 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path cons
 /// as it is. The files are compared as along Z; then the number of steps is. Steps that are not all positive
 /// and finite, an `outputSizeZ` of 0 or beyond the memory, and pixels that cannot be read are a
 /// VELMOBaseProcessingException. Only the result and a few planes of the stack are in memory. The user
-/// properties of the first file are kept.
+/// properties and the calibration of the first file are kept, its spacing along Z as it is.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
     boost::filesystem::path const& directory, boost::filesystem::path const& zStepsFile,
     unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,

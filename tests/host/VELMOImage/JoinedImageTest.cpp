@@ -161,14 +161,14 @@ TEST(JoinedImage, ADiskVolumeOfAnImageInMemoryIsRefusedWithItsPlace) {
     EXPECT_EQ(out, pBefore);
 }
 
-TEST(JoinedImage, AJoinThatThrowsLeavesTheOutputAsItWas) {
+TEST(JoinedImage, AJoinBeyond64BitsLeavesTheOutputAsItWas) {
     auto const pPart = boost::make_shared<DiskImage>(makeByteAccessor(
         "endless", *GeometryBuilder().plane(0, 3).color(eCGT_Rgb).volume(vlUInt64{1} << 62U).build()));
     for (JoinCall const& call : getJoinCalls()) {
         if (call.axis == eJoinAxis::Z) {
             ImagePtr const pBefore = makeDiskPart(*GeometryBuilder().build());
             ImagePtr out = pBefore;
-            EXPECT_THROW(call.join({pPart, pPart}, out), VELMOImageException) << call.name;
+            EXPECT_THAT(call.join({pPart, pPart}, out), FailsLike("Image 1 (")) << call.name;
             EXPECT_EQ(out, pBefore) << call.name;
         }
     }

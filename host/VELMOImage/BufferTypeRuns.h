@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/ImageEnums.h"
+
+#include <optional>
+#include <vector>
+
+namespace velmo {
+namespace image {
+
+/// Pixel types of time steps (or of planes) in their order, as runs of equal ones: memory and time go by the
+/// changes of type and not by the steps. At most 2^64 - 1 steps in all.
+class VELMO_HOST_EXPORT BufferTypeRuns {
+  public:
+    BufferTypeRuns() = default;
+    explicit BufferTypeRuns(std::vector<eImageBufferType> const& types);
+
+    void add(eImageBufferType type, vlUInt64 nbSteps);
+    void add(BufferTypeRuns const& others);
+
+    vlUInt64 getNbSteps() const { return _nbSteps; }
+    /// Whether no two steps differ.
+    bool isUniform() const { return _runs.size() <= 1; }
+    /// Of no step past the end: eIBT_None.
+    eImageBufferType getType(vlUInt64 step) const;
+    /// Sum of the bytes of a pixel over the steps before `step`, which is at most the number of steps; empty
+    /// where it passes 64 bits.
+    std::optional<vlUInt64> getPixelSizesBefore(vlUInt64 step) const;
+    /// One entry for each step.
+    std::vector<eImageBufferType> expand() const;
+
+  private:
+    struct Run {
+        vlUInt64 start;
+        eImageBufferType type;
+        std::optional<vlUInt64> pixelSizesBefore;
+    };
+    Run const& find(vlUInt64 step) const;
+
+    std::vector<Run> _runs;
+    vlUInt64 _nbSteps = 0;
+};
+
+} // namespace image
+} // namespace velmo

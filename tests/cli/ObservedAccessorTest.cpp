@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "SeriesFixture.h"
+
+#include <ObservedAccessor.h>
+#include <Progress.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+
+namespace velmo {
+namespace test {
+
+namespace {
+
+using ObservedAccessor = SeriesFixture;
+
+} // namespace
+
+TEST_F(ObservedAccessor, IsStoredInEveryFileOfTheImageThatItReads) {
+    put("a1.tif", "abcdef");
+    put("a2.tif", "ghijkl");
+    put("b3.tif", "mnopqr");
+    boost::filesystem::create_symlink("s/a2.tif", _folder / "link");
+    tool::Progress progress(12, true);
+    image::DiskImagePtr const pObserved =
+        tool::observe({image::file::openTiffImageFiles(path("s"), "a<INDEX>.tif", image::file::eTDM_Volume,
+                                                       image::file::eTBM_Default),
+                       "the files", false, true},
+                      progress);
+    for (char const* const name : {"s/a1.tif", "s/a2.tif", "link"}) {
+        EXPECT_TRUE(pObserved->isStoredIn(path(name))) << name;
+    }
+    EXPECT_FALSE(pObserved->isStoredIn(path("s/b3.tif")));
+    EXPECT_FALSE(pObserved->isStoredIn(path("nowhere")));
+}
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,140 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ResampleFixture.h"
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using testing::HasSubstr;
+
+namespace {
+
+/// Files that a command reads and writes at once.
+class SameFile : public Resample {
+  protected:
+    Arguments convert(std::string const& output, std::string const& headerFile) const {
+        return Arguments{"convert", path("in.raw"), output, "--header", headerFile, "--overwrite"} +
+               raw("2,2", "uint8");
+    }
+
+    Arguments stack(std::string const& output, Arguments const& options = {}) const {
+        return Arguments{"stack", path("s"), "a<INDEX>.tif", output} + options;
+    }
+
+    /// What `stack` says behind the warning of the gap.
+    std::string warnOf(std::string const& output) const {
+        ToolResult const result = runTool(stack(output));
+        EXPECT_EQ(0, result.status) << result.err;
+        std::string const gap = "velmo-image: warning: missing 4-9\n";
+        EXPECT_EQ(0U, result.err.find(gap)) << result.err;
+        return result.err.substr(gap.size());
+    }
+};
+
+} // namespace
+
+TEST_F(SameFile, AHeaderThatIsTheOutputIsWrongUseByWhateverPath) {
+    create("in.raw", "ABCD");
+    std::string const header = create("head", "head");
+    fs::create_symlink("head", _folder / "link");
+    fs::create_hard_link(_folder / "head", _folder / "twin");
+    for (std::string const& other : {header, path("link"), path("twin"), path("s/../head")}) {
+        std::string const message = "--header \"" + other + "\" is the output itself";
+        expectFailure(runTool(convert(header, other)), 2, message);
+        EXPECT_EQ("head", read("head"));
+    }
+    expectFailure(runTool(stack(header, {"--header", path("link"), "--overwrite"})), 2,
+                  "--header \"" + path("link") + "\" is the output itself");
+    EXPECT_EQ("head", read("head"));
+}
+
+TEST_F(SameFile, AHeaderThatIsTheInputIsWrongUse) {
+    create("in.raw", "ABCD");
+    fs::create_symlink("in.raw", _folder / "link");
+    for (char const* const name : {"in.raw", "link", "s/../in.raw"}) {
+        expectFailure(runTool(convert(path("out.raw"), path(name))), 2,
+                      "--header \"" + path(name) + "\" is the input itself");
+    }
+    EXPECT_FALSE(fs::exists(path("out.raw")));
+}
+
+TEST_F(SameFile, AHeaderAmongTheFilesOfASeriesIsWrongUse) {
+    fs::create_symlink("s/a3.tif", _folder / "link");
+    std::string const end = "\" is one of the files to read, \"a3.tif\"";
+    for (char const* const name : {"s/a3.tif", "link"}) {
+        expectFailure(runTool(stack(path("out.raw"), {"--header", path(name)})), 2,
+                      "--header \"" + path(name) + end);
+        expectFailure(runTool(resample({"--header", path(name)})), 2, "--header \"" + path(name) + end);
+    }
+    EXPECT_FALSE(fs::exists(path("out.raw")));
+}
+
+TEST_F(SameFile, TheFileOfStepsIsNeitherOutputNorHeader) {
+    fs::create_symlink("steps.txt", _folder / "link");
+    for (char const* const name : {"steps.txt", "link"}) {
+        for (Arguments const& options : {Arguments{}, Arguments{"--overwrite"}}) {
+            Arguments arguments = resample({"--output-format", "raw"}) + options;
+            arguments[4] = path(name);
+            expectFailure(runTool(arguments), 1,
+                          "cannot write \"" + path(name) + "\": it is the file of z-steps");
+        }
+        expectFailure(runTool(resample({"--header", path(name)})), 2,
+                      "--header \"" + path(name) + "\" is the file of z-steps");
+    }
+    EXPECT_EQ("1\n3\n", read("steps.txt"));
+}
+
+TEST_F(SameFile, AnotherFileOfTheSameBytesIsAHeader) {
+    create("in.raw", "ABCD");
+    expectDone(runTool(convert(path("out.raw"), create("copy.raw", "ABCD"))));
+    EXPECT_EQ("ABCDABCD", read("out.raw"));
+}
+
+TEST_F(SameFile, AnOutputThatALaterRunWouldReadIsToldOf) {
+    fs::create_symlink("s", _folder / "folder");
+    fs::create_symlink("s/a14.tif", _folder / "dangling.tif");
+    for (char const* const name : {"s/a11.tif", "s/../s/a12.tif", "folder/a13.tif", "dangling.tif"}) {
+        EXPECT_EQ("velmo-image: warning: \"" + path(name) +
+                      "\" lies among the files and matches the pattern: a later run would read it\n",
+                  warnOf(path(name)));
+    }
+    EXPECT_TRUE(fs::exists(path("s/a14.tif")));
+    Arguments arguments = resample();
+    arguments[4] = path("s/a15.tif");
+    create("steps.txt", "1\n1\n1\n1\n1\n1\n");
+    EXPECT_THAT(runTool(arguments).err, HasSubstr("a later run would read it\n"));
+}
+
+TEST_F(SameFile, AnOutputThatNoLaterRunWouldReadIsNotToldOf) {
+    fs::create_directory(_folder / "t");
+    for (char const* const name : {"s/b11.tif", "t/a11.tif", "a11.tif", "s/a.tif"}) {
+        EXPECT_EQ("", warnOf(path(name))) << name;
+    }
+}
+
+TEST_F(SameFile, AnOutputBesideTheFilesIsToldOfInTheCurrentFolder) {
+    ToolResult const result = runTool({"stack", ".", "a<INDEX>.tif", "a11.tif"}, path("s"));
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.err, HasSubstr("\"a11.tif\" lies among the files and matches the pattern"));
+}
+
+TEST_F(SameFile, AnOutputWhoseNumberNoLaterRunCouldReadIsRefused) {
+    ToolResult const result = runTool(stack(path("s/a18446744073709551616.tif")));
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.err, HasSubstr("the number in \"a18446744073709551616.tif\" is beyond 64 bits\n"));
+    EXPECT_FALSE(fs::exists(path("s/a18446744073709551616.tif")));
+}
+
+TEST_F(SameFile, TheSecondRunIsRefusedAsItsOutputIsAnInput) {
+    warnOf(path("s/a11.tif"));
+    std::string const bytes = read("s/a11.tif");
+    ToolResult const result = runTool(stack(path("s/a11.tif"), {"--overwrite"}));
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.err, HasSubstr("it is one of the files to read, \"a11.tif\""));
+    EXPECT_EQ(bytes, read("s/a11.tif"));
+}
+
+} // namespace test
+} // namespace velmo
