@@ -83,7 +83,8 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
                            void* buffer) const override;
     /// The pixels around the run keep their values. Everything is in the file when it returns. In a
     /// compressed file a strip that grows is written anew behind the end, and its old place is lost: many
-    /// small writes make a large file.
+    /// small writes make a large file. Pixels of no type, which a damaged file of this module may announce,
+    /// are thrown as VELMOImageFileException.
     BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                             void const* buffer) override;
     void clearDerived() override;
