@@ -17,9 +17,9 @@ namespace fuzz {
 
 using namespace image;
 
-/// Pixel types, those that do not exist among them.
+/// Also that of no bytes.
 static eImageBufferType takeType(FuzzInput& input) {
-    return static_cast<eImageBufferType>(input.takeByte() % 14);
+    return static_cast<eImageBufferType>(input.takeByte() % 12);
 }
 
 static ImageGeometryPtr createGeometry(FuzzInput& input, VolumeGeometry const& volume,
@@ -54,7 +54,7 @@ static ImageGeometryPtr takeGeometry(FuzzInput& input) {
     if ((choice & 4U) != 0) {
         color.initUser(input.takeNumber());
     } else {
-        color.init(static_cast<eColorGeometryType>(choice >> 4U));
+        color.init(static_cast<eColorGeometryType>((choice >> 4U) % 10));
     }
     try {
         return createGeometry(input, volume, color, temporal, (choice & 8U) != 0);

@@ -3,8 +3,7 @@
 
 #include "Sandbox.h"
 
-#include "FileExercise.h"
-
+#include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOUtil/Logging.h>
 #include <boost/filesystem/operations.hpp>
 #include <csignal>
@@ -32,6 +31,16 @@ void limitFiles() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
+/// The library listens to libtiff from its first failure on: so it is this one, and all failures that an
+/// input leads to have the same words.
+void silenceTiff() {
+    TIFFSetErrorHandler(nullptr);
+    TIFFSetWarningHandler(nullptr);
+    std::string userProperties;
+    image::file::TiffImageFile().openFile({}, image::eIAM_ReadOnly, image::file::eTDM_Volume,
+                                          image::file::eTBM_Default, userProperties);
+}
+
 } // namespace
 
 Sandbox& Sandbox::get() {
@@ -42,8 +51,7 @@ Sandbox& Sandbox::get() {
 Sandbox::Sandbox() : _folder(fs::temp_directory_path() / fs::unique_path("velmo-fuzz-%%%%-%%%%-%%%%")) {
     fs::create_directory(_folder);
     getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    TIFFSetErrorHandler(nullptr);
-    TIFFSetWarningHandler(nullptr);
+    silenceTiff();
     limitFiles();
 }
 
@@ -63,12 +71,15 @@ fs::path Sandbox::write(std::string const& name, std::string const& bytes) const
     return path;
 }
 
-void exerciseOrAbort(image::BaseDiskImageAccessor const& accessor, bool bComparesRuns) {
+tool::ExerciseLimits getFuzzLimits() {
     tool::ExerciseLimits limits;
     limits.nbPlanes = 8;
-    limits.planeBytes = vlUInt64{1} << 20;
-    limits.fileBytes = vlUInt64{1} << 21;
-    limits.bComparesRuns = bComparesRuns;
+    limits.planeBytes = vlUInt64{1} << 16U;
+    limits.fileBytes = vlUInt64{1} << 18U;
+    return limits;
+}
+
+void exerciseOrAbort(image::BaseDiskImageAccessor const& accessor, tool::ExerciseLimits const& limits) {
     tool::Exercise const exercise = exerciseFile(accessor, limits);
     if (!exercise.contradictions.empty()) {
         abortWith(exercise.contradictions.front());

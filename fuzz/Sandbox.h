@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "FileExercise.h"
+
 #include <VELMOImage/ImageAccessor.h>
 #include <boost/filesystem/path.hpp>
 #include <string>
@@ -33,9 +35,12 @@ class Sandbox {
     boost::filesystem::path _folder;
 };
 
-/// Takes an open file through an exercise bounded for fuzzing; ends the process where the file contradicts
-/// itself.
-void exerciseOrAbort(image::BaseDiskImageAccessor const& accessor, bool bComparesRuns = true);
+/// How much of a file is read.
+tool::ExerciseLimits getFuzzLimits();
+
+/// Takes an open file through an exercise; ends the process where the file contradicts itself.
+void exerciseOrAbort(image::BaseDiskImageAccessor const& accessor,
+                     tool::ExerciseLimits const& limits = getFuzzLimits());
 
 /// Ends the process with a word on standard error.
 [[noreturn]] void abortWith(std::string const& text);

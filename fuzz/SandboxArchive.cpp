@@ -13,6 +13,14 @@
 namespace velmo {
 namespace fuzz {
 
+void SandboxArchive::readItem(std::string const& name, unsigned long& value) {
+    constexpr unsigned long largestSize = 64;
+    _archive.readItem(name, value);
+    if (_bMissing && name.find("size") == 0) {
+        value %= largestSize;
+    }
+}
+
 void SandboxArchive::readItem(std::string const& name, std::string& value) {
     _archive.readItem(name, value);
     if (name != "filePath") {
@@ -23,6 +31,7 @@ void SandboxArchive::readItem(std::string const& name, std::string& value) {
     for (char const* const sample : {"a.tif", "b.tif", "c.im6", "d.raw"}) {
         bSample = bSample || file == sample;
     }
+    _bMissing = !bSample;
     value = (Sandbox::get() / (bSample ? file : g_missingName)).string();
 }
 

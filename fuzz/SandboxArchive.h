@@ -9,7 +9,8 @@ namespace velmo {
 namespace fuzz {
 
 /// An archive whose file paths are led into the sandbox: the last part of a path is kept where it is the name
-/// of a sample there, and is `g_missingName` otherwise. All else is what the other archive gives.
+/// of a sample there, and is `g_missingName` otherwise. Of such a file, which a record may have made, the
+/// sizes are cut, since a file of any size would be made. All else is what the other archive gives.
 class SandboxArchive : public BaseIArchive {
   public:
     /// Refers to `archive`.
@@ -19,7 +20,7 @@ class SandboxArchive : public BaseIArchive {
     using BaseIArchive::readItem;
     void readItem(std::string const& name, int& value) override { _archive.readItem(name, value); }
     void readItem(std::string const& name, unsigned int& value) override { _archive.readItem(name, value); }
-    void readItem(std::string const& name, unsigned long& value) override { _archive.readItem(name, value); }
+    void readItem(std::string const& name, unsigned long& value) override;
     void readItem(std::string const& name, float& value) override { _archive.readItem(name, value); }
     void readItem(std::string const& name, std::string& value) override;
 
@@ -28,6 +29,7 @@ class SandboxArchive : public BaseIArchive {
     void closeSectionDerived() override { _archive.closeSection(); }
 
     BaseIArchive& _archive;
+    bool _bMissing = false;
 };
 
 /// A file that is not there when a target begins.

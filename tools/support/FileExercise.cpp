@@ -107,9 +107,10 @@ class Walk {
         }
         std::string const pixels = "pixels " + std::to_string(run.start) + " to " +
                                    std::to_string(run.start + run.nbPixels - 1) + " of " + describePlan(plan);
-        if (!failure.empty()) {
+        if (!failure.empty() && _limits.bRequiresRuns) {
             _exercise.contradictions.push_back(pixels + " cannot be read, and the plane can: " + failure);
-        } else if (std::memcmp(_plane.data() + run.start * pixelBytes, _run.data(), _run.size()) != 0) {
+        } else if (failure.empty() &&
+                   std::memcmp(_plane.data() + run.start * pixelBytes, _run.data(), _run.size()) != 0) {
             _exercise.contradictions.push_back(pixels + " are others than those of the whole plane");
         }
         return failure;
@@ -188,11 +189,10 @@ Exercise exerciseFile(BaseDiskImageAccessor const& accessor, ExerciseLimits cons
 }
 
 bool deliversRuns(BaseImageGeometry const& geometry, bool bHasImageJDescription) {
-    constexpr vlUInt64 countedColumns = 256;
     auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(&geometry);
     auto const types = pTypes != nullptr ? pTypes->getBufferTypes() : std::vector{geometry.getBufferType()};
     bool const bBinary = std::find(types.begin(), types.end(), eIBT_Binary) != types.end();
-    return !bHasImageJDescription && (!bBinary || geometry.getSizeX() <= countedColumns);
+    return !bHasImageJDescription && !bBinary;
 }
 
 std::vector<std::string> findReadWarnings(Exercise const& exercise) {
