@@ -50,12 +50,15 @@ bool read(std::string const& bytes, BaseDiskImageAccessor& accessor) {
     }
 }
 
-/// A TIFF file that the record had made anew cannot be read before something was written, and one without
-/// pixels not at all.
+/// A TIFF file that a record had made anew cannot be read before something was written, and one without
+/// pixels not at all. A part of a joined image is not reached.
 bool isReadable(BaseDiskImageAccessor& accessor) {
+    if (!boost::filesystem::exists(Sandbox::get() / g_missingName)) {
+        return true;
+    }
     std::uint32_t const pixel = 0;
-    return !boost::filesystem::exists(Sandbox::get() / g_missingName) ||
-           (accessor.getGeometry().getNbPixels() != 0 && accessor.writeRawData(0, 0, 0, 0, 1, &pixel));
+    return dynamic_cast<JoinedImageAccessor*>(&accessor) == nullptr &&
+           accessor.getGeometry().getNbPixels() != 0 && accessor.writeRawData(0, 0, 0, 0, 1, &pixel);
 }
 
 } // namespace

@@ -3,10 +3,12 @@
 
 #include "FuzzInput.h"
 #include "FuzzTarget.h"
+#include "PlainMatcher.h"
 #include "Sandbox.h"
 
 #include <VELMOImageFile/FilePatternMatching.h>
 #include <VELMOImageFile/VELMOImageFileException.h>
+#include <algorithm>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
 // Patterns and, behind the first line feed, the name of a file.
@@ -34,6 +36,26 @@ Match match(std::string const& patterns, std::string const& name) {
     return result;
 }
 
+/// Whether the plain reading, whose steps grow with every wildcard, is done in no time: one pattern of few
+/// wildcards and at most one number, and a short name.
+bool isPlain(std::string const& pattern, std::string const& name) {
+    std::string const index = "<INDEX>";
+    std::size_t const first = pattern.find(index);
+    bool const bTwice = first != std::string::npos && pattern.find(index, first + 1) != std::string::npos;
+    return !bTwice && pattern.find('|') == std::string::npos && name.size() <= 24 && pattern.size() <= 32 &&
+           std::count(pattern.begin(), pattern.end(), '*') <= 4;
+}
+
+void compareWithPlainReading(std::string const& pattern, std::string const& name, Match const& result) {
+    std::optional<std::string> const digits = test::matchPlainly(pattern, name);
+    if (result.bMatches != digits.has_value() ||
+        (digits && !digits->empty() &&
+         std::to_string(result.index) !=
+             digits->substr(std::min(digits->find_first_not_of('0'), digits->size() - 1)))) {
+        abortWith("the plain reading of the pattern gives something else");
+    }
+}
+
 void check(std::string const& patterns, std::string const& name) {
     Sandbox::get();
     Match const result = match(patterns, name);
@@ -44,6 +66,9 @@ void check(std::string const& patterns, std::string const& name) {
     bool const bLiteral = patterns.find_first_of("*?<|") == std::string::npos;
     if (bLiteral && result.bMatches != (patterns.empty() || patterns == name)) {
         abortWith("a name without wildcards is not matched as it stands");
+    }
+    if (result.refusal.empty() && isPlain(patterns, name)) {
+        compareWithPlainReading(patterns, name, result);
     }
     Match const widened = match(patterns + "|*", name);
     if (!bIndexed && result.refusal.empty() && !widened.bMatches) {

@@ -5,7 +5,9 @@
 
 #include "Sandbox.h"
 
+#include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFile.h>
+#include <algorithm>
 
 namespace velmo {
 namespace fuzz {
@@ -28,6 +30,22 @@ Modes toModes(unsigned int choice) {
                                                                                  : eTBM_Label};
 }
 
+bool hasBinary(BaseImageGeometry const& geometry) {
+    auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(&geometry);
+    auto const types = pTypes != nullptr ? pTypes->getBufferTypes() : std::vector{geometry.getBufferType()};
+    return std::find(types.begin(), types.end(), eIBT_Binary) != types.end();
+}
+
+/// Runs of pixels are not those of the whole plane in a stack that an ImageJ description announces, in packed
+/// bits of long rows, in a damaged fax, and in a damaged strip of colours, which ends in black where it ends.
+tool::ExerciseLimits getLimits(BaseImageGeometry const& geometry, std::string const& bytes) {
+    tool::ExerciseLimits limits = getFuzzLimits();
+    limits.bComparesRuns =
+        bytes.find("ImageJ=") == std::string::npos && !hasBinary(geometry) && geometry.getSizeC() == 1;
+    limits.bRequiresRuns = false; // libtiff reads whole strips that it refuses to read in part
+    return limits;
+}
+
 /// Opening for writing must leave the file as it is.
 void openForWriting(boost::filesystem::path const& path, Modes const& modes, std::string const& bytes) {
     {
@@ -37,6 +55,32 @@ void openForWriting(boost::filesystem::path const& path, Modes const& modes, std
     }
     if (readBytes(path) != bytes) {
         abortWith("a file that was opened and not written has changed");
+    }
+}
+
+/// A run in the middle of the first plane, then the whole plane; whether they can be written is another
+/// thing.
+void writePixels(TiffImageFile& accessor) {
+    BaseImageGeometry const& geometry = accessor.getGeometry();
+    vlUInt64 const nbPixels = geometry.getPlanNbPixels();
+    if (geometry.getNbPlans() == 0 || geometry.getPlanMemorySize(0) > getFuzzLimits().planeBytes) {
+        return;
+    }
+    std::vector<unsigned char> const pixels(geometry.getPlanMemorySize(0) + 1, 7);
+    accessor.writeRawData(0, 0, 0, nbPixels / 3, nbPixels / 2, pixels.data());
+    accessor.writeRawData(0, 0, 0, 0, nbPixels, pixels.data());
+}
+
+/// What was written to must be a file like any other.
+void writeAndRead(boost::filesystem::path const& path, Modes const& modes) {
+    std::string userProperties;
+    TiffImageFile accessor;
+    if (!accessor.openFile(path, eIAM_ReadWrite, modes.directories, modes.buffers, userProperties)) {
+        return;
+    }
+    writePixels(accessor);
+    if (accessor.openFile(path, eIAM_ReadOnly, modes.directories, modes.buffers, userProperties)) {
+        exerciseOrAbort(accessor, getLimits(accessor.getGeometry(), readBytes(path)));
     }
 }
 
@@ -128,7 +172,6 @@ std::string toText(std::string const& text) {
 
 void openAndRead(std::string const& bytes, unsigned int choice) {
     boost::filesystem::path const path = Sandbox::get().write("in.tif", bytes);
-    bool const bImageJ = bytes.find("ImageJ=") != std::string::npos;
     for (unsigned int mode = 0; mode < g_nbModes; ++mode) {
         Modes const modes = toModes(mode);
         TiffImageFile accessor;
@@ -136,13 +179,11 @@ void openAndRead(std::string const& bytes, unsigned int choice) {
         BoolResult const result =
             accessor.openFile(path, eIAM_ReadOnly, modes.directories, modes.buffers, userProperties);
         if (result && mode == choice % g_nbModes) {
-            tool::ExerciseLimits limits = getFuzzLimits();
-            limits.bComparesRuns = tool::deliversRuns(accessor.getGeometry(), bImageJ);
-            limits.bRequiresRuns = false; // libtiff reads whole strips that it refuses to read in part
-            exerciseOrAbort(accessor, limits);
+            exerciseOrAbort(accessor, getLimits(accessor.getGeometry(), bytes));
         }
     }
     openForWriting(path, toModes(choice), bytes);
+    writeAndRead(path, toModes(choice));
 }
 
 std::string makeTiff(std::string const& software, std::string const& description, std::string const& record,

@@ -9,7 +9,7 @@ namespace velmo {
 namespace fuzz {
 
 /// Opens a TIFF file in every directory mode and buffer mode, and exercises it in the one of `choice` modulo
-/// 6, in which it is also opened for writing.
+/// 6, in which it is also opened for writing, written to and read again.
 void openAndRead(std::string const& bytes, unsigned int choice);
 
 /// The bytes of a file of one plane of 5 x 4 pixels with two texts: the software that made it and a

@@ -14,11 +14,11 @@ namespace velmo {
 namespace test {
 
 using namespace image;
-using tool::exerciseFile;
-using tool::findReadWarnings;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using tool::exerciseFile;
+using tool::findReadWarnings;
 
 namespace {
 

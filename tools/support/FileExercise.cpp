@@ -5,6 +5,7 @@
 
 #include <VELMOSerialization/BinaryArchive.h>
 #include <algorithm>
+#include <boost/algorithm/string/trim.hpp>
 #include <boost/crc.hpp>
 #include <cstring>
 #include <sstream>
@@ -163,13 +164,18 @@ boost::shared_ptr<BaseDiskImageAccessor> reopen(BaseDiskImageAccessor const& acc
     return pAccessor;
 }
 
+std::string describeOutcome(ExercisedPlane const& plane) {
+    return plane.failure.empty() ? "bytes of CRC-32 " + std::to_string(plane.checksum) : plane.failure;
+}
+
 void compare(Exercise const& second, Exercise& first) {
     for (std::size_t plane = 0; plane < first.planes.size(); ++plane) {
         ExercisedPlane const& before = first.planes[plane];
         ExercisedPlane const& after = second.planes[plane];
         if (before.checksum != after.checksum || before.failure != after.failure) {
             first.contradictions.push_back(describePlan(before.plan) +
-                                           " is another one when it is read again");
+                                           " is another one when it is read again: " +
+                                           describeOutcome(before) + ", then " + describeOutcome(after));
         }
     }
 }
@@ -188,13 +194,6 @@ Exercise exerciseFile(BaseDiskImageAccessor const& accessor, ExerciseLimits cons
     return exercise;
 }
 
-bool deliversRuns(BaseImageGeometry const& geometry, bool bHasImageJDescription) {
-    auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(&geometry);
-    auto const types = pTypes != nullptr ? pTypes->getBufferTypes() : std::vector{geometry.getBufferType()};
-    bool const bBinary = std::find(types.begin(), types.end(), eIBT_Binary) != types.end();
-    return !bHasImageJDescription && !bBinary;
-}
-
 std::vector<std::string> findReadWarnings(Exercise const& exercise) {
     std::vector<std::string> warnings;
     auto const isLost = [](ExercisedPlane const& plane) { return !plane.failure.empty(); };
@@ -204,7 +203,7 @@ std::vector<std::string> findReadWarnings(Exercise const& exercise) {
         warnings.push_back("of " + std::to_string(planes.size()) + " planes tried " +
                            std::to_string(std::count_if(first, planes.end(), isLost)) +
                            " cannot be read, the first of them " + describePlan(first->plan) + ": " +
-                           first->failure);
+                           boost::algorithm::trim_right_copy(first->failure));
     }
     warnings.insert(warnings.end(), exercise.contradictions.begin(), exercise.contradictions.end());
     return warnings;

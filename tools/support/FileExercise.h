@@ -18,7 +18,7 @@ struct ExerciseLimits {
     vlUInt64 planeBytes = vlUInt64{1} << 28; ///< of a larger plane only runs of pixels are read
     vlUInt64 fileBytes = vlUInt64{1} << 29;  ///< no further plane is begun once so much was read
     bool bRequiresRuns = true; ///< a run that cannot be read in a plane that can is a contradiction
-    bool bComparesRuns = true; ///< not so where only whole planes are in their place: see deliversRuns
+    bool bComparesRuns = true; ///< not so where only whole planes are in their place
 };
 
 /// What the read of one plane gave.
@@ -42,11 +42,6 @@ struct Exercise {
 /// Within the limits, twice the bytes of the file are read, and one plane is in memory at a time. The
 /// accessor is used by the calling thread alone, and the file by one more accessor.
 Exercise exerciseFile(image::BaseDiskImageAccessor const& accessor, ExerciseLimits const& limits = {});
-
-/// Whether a run of pixels of a TIFF file is what these pixels are in the whole plane. Not so of a stack that
-/// an ImageJ description announces, nor of packed bits in a row of more than 256 pixels or in a damaged fax;
-/// so no file of binary pixels counts.
-bool deliversRuns(image::BaseImageGeometry const& geometry, bool bHasImageJDescription);
 
 /// How many planes cannot be read and why the first of them cannot, and the contradictions. A sentence each.
 std::vector<std::string> findReadWarnings(Exercise const& exercise);
