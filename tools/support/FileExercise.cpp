@@ -102,7 +102,7 @@ class Walk {
     std::string readRun(PlanIndexes const& plan, Run const& run, bool bCompared) {
         vlUInt64 const pixelBytes = _accessor.getGeometry().getPlanGeometry(plan.t).getPixelSize();
         _run.assign(run.nbPixels * pixelBytes, g_fillOfRuns);
-        std::string const failure = read(plan, run, _run);
+        std::string failure = read(plan, run, _run);
         if (!bCompared || _run.empty()) {
             return failure;
         }
