@@ -7,6 +7,7 @@
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFile.h>
+#include <VELMOUtil/BaseException.h>
 #include <algorithm>
 
 namespace velmo {
@@ -67,8 +68,12 @@ void writePixels(TiffImageFile& accessor) {
         return;
     }
     std::vector<unsigned char> const pixels(geometry.getPlanMemorySize(0) + 1, 7);
-    accessor.writeRawData(0, 0, 0, nbPixels / 3, nbPixels / 2, pixels.data());
-    accessor.writeRawData(0, 0, 0, 0, nbPixels, pixels.data());
+    try {
+        accessor.writeRawData(0, 0, 0, nbPixels / 3, nbPixels / 2, pixels.data());
+        accessor.writeRawData(0, 0, 0, 0, nbPixels, pixels.data());
+    } catch (BaseException const&) {
+        return; // pixels without a type are thrown
+    }
 }
 
 /// What was written to must be a file like any other.
