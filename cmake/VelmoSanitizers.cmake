@@ -1,10 +1,13 @@
-# -DVELMO_SANITIZE=address|thread instruments every target of the build.
+# -DVELMO_SANITIZE=address|thread|fuzzer instruments every target of the build; 'fuzzer' is 'address' with what
+# libFuzzer steers by, and needs clang.
 if(VELMO_SANITIZE STREQUAL "address")
   set(velmo_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
 elseif(VELMO_SANITIZE STREQUAL "thread")
   set(velmo_sanitizers -fsanitize=thread)
+elseif(VELMO_SANITIZE STREQUAL "fuzzer")
+  set(velmo_sanitizers -fsanitize=address,undefined,fuzzer-no-link -fno-sanitize-recover=all)
 elseif(VELMO_SANITIZE)
-  message(FATAL_ERROR "VELMO_SANITIZE is 'address' or 'thread', not '${VELMO_SANITIZE}'")
+  message(FATAL_ERROR "VELMO_SANITIZE is 'address', 'thread' or 'fuzzer', not '${VELMO_SANITIZE}'")
 endif()
 if(velmo_sanitizers)
   add_compile_options(${velmo_sanitizers} -fno-omit-frame-pointer)

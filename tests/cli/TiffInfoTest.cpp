@@ -241,6 +241,15 @@ TEST_F(TiffInfo, WhatLibtiffWarnsOfIsNotOnStandardError) {
     expectDone(runTool({"info", "--check", path("in.tif")}));
 }
 
+TEST_F(TiffInfo, TheCheckReadsThePlanesOfAFileThatLooksGood) {
+    writeTiff(_folder / "in.tif", {page(8), page(16)}); // of a volume, the first type is that of all planes
+    std::vector<std::string> const warnings = describe({path("in.tif"), "--check"}).at(0).at("warnings");
+    EXPECT_THAT(warnings,
+                ElementsAre("of 2 planes tried 1 cannot be read, the first of them plane z=1 c=0 t=0: "
+                            "Failed to read data of strip 0 for directory z=1, c=0, t=0 of file " +
+                            path("in.tif")));
+}
+
 TEST_P(TiffCheck, WarnsOfItAndConversionWarnsAlike) {
     GetParam().write(_folder / "in.tif");
     json const checked = describe({path("in.tif"), "--check"}).at(0);
@@ -262,7 +271,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Suspect{"GoodVolume",
                 [](auto const& path) {
-                    writeTiff(path, {page(8), page(16)}, "wb");
+                    writeTiff(path, {page(16), page(16)}, "wb");
                 },
                 {}},
         Suspect{"GoodStack", [](auto const& path) { writeImageJStack(path, 3, stackPage(3)); }, {}},

@@ -4,6 +4,7 @@
 #include "InfoCommand.h"
 
 #include "FileDescription.h"
+#include "FileExercise.h"
 #include "InputImage.h"
 #include "Interrupt.h"
 #include "Terminal.h"
@@ -20,6 +21,17 @@ std::string toDocument(nlohmann::ordered_json const& files) {
     return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 
+/// What the file says of itself; where that is all right, what a reader meets.
+std::vector<std::string> check(InputImage const& input) {
+    std::vector<std::string> warnings = findWarnings(input);
+    if (warnings.empty()) {
+        ExerciseLimits limits;
+        limits.bComparesRuns = input.format != eFileFormat::Tiff;
+        warnings = findReadWarnings(exerciseFile(*input.pImage->getAccessor(), limits));
+    }
+    return warnings;
+}
+
 } // namespace
 
 InfoCommand::InfoCommand(CLI::App& parent)
@@ -29,7 +41,8 @@ InfoCommand::InfoCommand(CLI::App& parent)
               "  velmo-image info --json --check frames.raw --size 640,480,1,3 --type uint8 --offset 512") {
     getApp().add_option("FILE", _files, "Files to tell of")->required();
     getApp().add_flag("--json", _bJson, "As a JSON document; \"bytes\" counts those of all pixels");
-    getApp().add_flag("--check", _bCheck, "Warn where a file holds something else than announced");
+    getApp().add_flag("--check", _bCheck,
+                      "Warn where a file holds something else than announced or cannot be read");
     _input.addTo(getApp());
 }
 
@@ -40,7 +53,7 @@ FileDescription InfoCommand::describe(std::string const& file, InputDescription 
         InputImage const image = openInput(file, format, input);
         description.pImage = image.pImage;
         if (_bCheck) {
-            description.warnings = findWarnings(image);
+            description.warnings = check(image);
         }
     } catch (BaseException const& failure) {
         description.error = getFullText(failure);

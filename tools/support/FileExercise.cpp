@@ -1,0 +1,213 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "FileExercise.h"
+
+#include <VELMOSerialization/BinaryArchive.h>
+#include <algorithm>
+#include <boost/algorithm/string/trim.hpp>
+#include <boost/crc.hpp>
+#include <cstring>
+#include <sstream>
+
+namespace velmo {
+namespace tool {
+
+namespace {
+
+using namespace image;
+
+/// Pixels of a run, at most.
+constexpr vlUInt64 g_runPixels = 4096;
+/// What buffers hold before a read, so that bytes which a read leaves out differ from run to run.
+constexpr unsigned char g_fillOfPlanes = 0xA5;
+constexpr unsigned char g_fillOfRuns = 0x5A;
+
+struct Run {
+    vlUInt64 start;
+    vlUInt64 nbPixels;
+};
+
+std::string describePlan(PlanIndexes const& plan) {
+    return "plane z=" + std::to_string(plan.z) + " c=" + std::to_string(plan.c) +
+           " t=" + std::to_string(plan.t);
+}
+
+/// Runs at both ends of a plane and one across its middle.
+std::vector<Run> chooseRuns(vlUInt64 nbPixels, vlUInt64 sizeX) {
+    if (nbPixels == 0) {
+        return {{0, 0}};
+    }
+    vlUInt64 const length = std::min({sizeX + 1, nbPixels, g_runPixels});
+    return {{0, 1}, {nbPixels - 1, 1}, {(nbPixels - length) / 2, length}};
+}
+
+/// Numbers of planes, from 0: all, or the first and the last ones.
+std::vector<vlUInt64> choosePlanes(vlUInt64 nbPlanes, vlUInt64 nbChosen) {
+    std::vector<vlUInt64> numbers;
+    for (vlUInt64 number = 0; number < std::min(nbPlanes, nbChosen); ++number) {
+        bool const bFirstHalf = nbPlanes <= nbChosen || number < nbChosen / 2;
+        numbers.push_back(bFirstHalf ? number : nbPlanes - nbChosen + number);
+    }
+    return numbers;
+}
+
+std::uint32_t getChecksum(std::vector<unsigned char> const& bytes) {
+    boost::crc_32_type crc;
+    crc.process_bytes(bytes.data(), bytes.size());
+    return crc.checksum();
+}
+
+/// One way through the planes of an accessor.
+class Walk {
+  public:
+    Walk(BaseDiskImageAccessor const& accessor, ExerciseLimits const& limits)
+        : _accessor(accessor), _limits(limits) {}
+
+    Exercise run() {
+        BaseImageGeometry const& geometry = _accessor.getGeometry();
+        vlUInt64 nbBytes = 0;
+        for (vlUInt64 const number : choosePlanes(geometry.getNbPlans(), _limits.nbPlanes)) {
+            if (nbBytes >= _limits.fileBytes) {
+                break;
+            }
+            PlanIndexes const plan = geometry.getPlanIndexes(number);
+            vlUInt64 const planeBytes = geometry.getPlanMemorySize(plan.t);
+            nbBytes += std::min(planeBytes, _limits.planeBytes);
+            readPlane(plan, planeBytes);
+        }
+        return std::move(_exercise);
+    }
+
+  private:
+    void readPlane(PlanIndexes const& plan, vlUInt64 planeBytes) {
+        vlUInt64 const nbPixels = _accessor.getGeometry().getPlanNbPixels();
+        ExercisedPlane outcome = {plan, 0, {}};
+        bool const bWhole = planeBytes <= _limits.planeBytes;
+        _plane.assign(bWhole ? planeBytes : 0, g_fillOfPlanes);
+        if (bWhole) {
+            outcome.failure = read(plan, {0, nbPixels}, _plane);
+            outcome.checksum = outcome.failure.empty() ? getChecksum(_plane) : 0;
+        }
+        bool const bCompared = bWhole && outcome.failure.empty() && _limits.bComparesRuns;
+        for (Run const& run : chooseRuns(nbPixels, _accessor.getGeometry().getSizeX())) {
+            std::string const failure = readRun(plan, run, bCompared);
+            if (!bWhole && outcome.failure.empty()) {
+                outcome.failure = failure;
+            }
+        }
+        _exercise.planes.push_back(outcome);
+    }
+
+    std::string readRun(PlanIndexes const& plan, Run const& run, bool bCompared) {
+        vlUInt64 const pixelBytes = _accessor.getGeometry().getPlanGeometry(plan.t).getPixelSize();
+        _run.assign(run.nbPixels * pixelBytes, g_fillOfRuns);
+        std::string failure = read(plan, run, _run);
+        if (!bCompared || _run.empty()) {
+            return failure;
+        }
+        std::string const pixels = "pixels " + std::to_string(run.start) + " to " +
+                                   std::to_string(run.start + run.nbPixels - 1) + " of " + describePlan(plan);
+        if (!failure.empty() && _limits.bRequiresRuns) {
+            _exercise.contradictions.push_back(pixels + " cannot be read, and the plane can: " + failure);
+        } else if (failure.empty() &&
+                   std::memcmp(_plane.data() + run.start * pixelBytes, _run.data(), _run.size()) != 0) {
+            _exercise.contradictions.push_back(pixels + " are others than those of the whole plane");
+        }
+        return failure;
+    }
+
+    std::string read(PlanIndexes const& plan, Run const& run, std::vector<unsigned char>& bytes) {
+        unsigned char none = 0;
+        BoolResult const result = _accessor.readRawData(plan.z, plan.c, plan.t, run.start, run.nbPixels,
+                                                        bytes.empty() ? &none : bytes.data());
+        if (!result && result.getMessage().empty()) {
+            _exercise.contradictions.push_back(describePlan(plan) + " fails without a word");
+        }
+        return result ? std::string() : result.getMessage();
+    }
+
+    BaseDiskImageAccessor const& _accessor;
+    ExerciseLimits const& _limits;
+    Exercise _exercise;
+    std::vector<unsigned char> _plane;
+    std::vector<unsigned char> _run;
+};
+
+std::string toRecord(BaseDiskImageAccessor const& accessor, std::string& failure) {
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    BoolResult const result = accessor.write(archive);
+    failure = result ? std::string() : result.getMessage();
+    return stream.str();
+}
+
+/// Null, with a word, where the record does not give the file.
+boost::shared_ptr<BaseDiskImageAccessor> reopen(BaseDiskImageAccessor const& accessor, std::string& failure) {
+    std::string const record = toRecord(accessor, failure);
+    if (!failure.empty()) {
+        return {};
+    }
+    auto pAccessor = boost::dynamic_pointer_cast<BaseDiskImageAccessor>(accessor.createShared());
+    std::istringstream stream(record);
+    BinaryIArchive archive(stream);
+    BoolResult const result = pAccessor->read(archive);
+    if (!result) {
+        failure = result.getMessage();
+        return {};
+    }
+    std::string const again = toRecord(*pAccessor, failure);
+    if (again != record) {
+        failure = "it has another record then";
+        return {};
+    }
+    return pAccessor;
+}
+
+std::string describeOutcome(ExercisedPlane const& plane) {
+    return plane.failure.empty() ? "bytes of CRC-32 " + std::to_string(plane.checksum) : plane.failure;
+}
+
+void compare(Exercise const& second, Exercise& first) {
+    for (std::size_t plane = 0; plane < first.planes.size(); ++plane) {
+        ExercisedPlane const& before = first.planes[plane];
+        ExercisedPlane const& after = second.planes[plane];
+        if (before.checksum != after.checksum || before.failure != after.failure) {
+            first.contradictions.push_back(describePlan(before.plan) +
+                                           " is another one when it is read again: " +
+                                           describeOutcome(before) + ", then " + describeOutcome(after));
+        }
+    }
+}
+
+} // namespace
+
+Exercise exerciseFile(BaseDiskImageAccessor const& accessor, ExerciseLimits const& limits) {
+    Exercise exercise = Walk(accessor, limits).run();
+    std::string failure;
+    auto const pReopened = reopen(accessor, failure);
+    if (pReopened) {
+        compare(Walk(*pReopened, limits).run(), exercise);
+    } else {
+        exercise.contradictions.push_back("the file cannot be opened again from an archive: " + failure);
+    }
+    return exercise;
+}
+
+std::vector<std::string> findReadWarnings(Exercise const& exercise) {
+    std::vector<std::string> warnings;
+    auto const isLost = [](ExercisedPlane const& plane) { return !plane.failure.empty(); };
+    auto const& planes = exercise.planes;
+    auto const first = std::find_if(planes.begin(), planes.end(), isLost);
+    if (first != planes.end()) {
+        warnings.push_back("of " + std::to_string(planes.size()) + " planes tried " +
+                           std::to_string(std::count_if(first, planes.end(), isLost)) +
+                           " cannot be read, the first of them " + describePlan(first->plan) + ": " +
+                           boost::algorithm::trim_right_copy(first->failure));
+    }
+    warnings.insert(warnings.end(), exercise.contradictions.begin(), exercise.contradictions.end());
+    return warnings;
+}
+
+} // namespace tool
+} // namespace velmo
