@@ -16,7 +16,7 @@
 namespace velmo {
 namespace test {
 
-struct eLogTestMessage {
+struct eFormaterTestMessage {
     enum domain {
         eLTM_Plain = 1,
         eLTM_One = 2,
@@ -29,7 +29,7 @@ struct eLogTestMessage {
 
 namespace {
 
-using Message = eLogTestMessage;
+using Message = eFormaterTestMessage;
 
 LogMessageManager& getManager() {
     static LogMessageManager& manager = [&]() -> LogMessageManager& {
@@ -121,14 +121,15 @@ TEST(LogMessageManager, AMissingEntryIsThrownWithItsIdAndDomain) {
 }
 
 TEST(LogMessageManager, TheKeyOfADomainIsItsPlatformTypeName) {
-    EXPECT_EQ(getManager().getMessage("N5velmo4test15eLogTestMessage6domainE", Message::eLTM_One), "<%s>");
+    EXPECT_EQ(getManager().getMessage("N5velmo4test20eFormaterTestMessage6domainE", Message::eLTM_One),
+              "<%s>");
 }
 
 TEST(LogMessageFormater, FindsAMessageByEnumeratorAndByTheSpelledOutKey) {
     LogMessageFormater byEnumerator(getManager());
     EXPECT_EQ(&byEnumerator[Message::eLTM_One], &byEnumerator);
     LogMessageFormater byKey(getManager());
-    EXPECT_EQ(&byKey.setMsgId("N5velmo4test15eLogTestMessage6domainE", 2), &byKey);
+    EXPECT_EQ(&byKey.setMsgId("N5velmo4test20eFormaterTestMessage6domainE", 2), &byKey);
     EXPECT_EQ(&(byKey % "x"), &byKey);
     byEnumerator % "x";
     EXPECT_EQ(byEnumerator.string(), "<x>");
