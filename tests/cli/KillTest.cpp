@@ -204,6 +204,20 @@ TEST_F(UnfinishedOutput, IsNoFileOfAnotherName) {
     EXPECT_THAT(list(), testing::UnorderedElementsAreArray(names));
 }
 
+TEST_F(UnfinishedOutput, IsNoPartOfAStack) {
+    fs::create_directory(_folder / "s");
+    TiffPage page;
+    page.pixels = "abcdef";
+    for (char const* const name : {"1.tif", "2.tif", g_unfinished}) {
+        writeTiff(_folder / "s" / name, {page});
+    }
+    expectFailure(runTool({"stack", path("s"), "*", path("out.raw")}), 1,
+                  "cannot read \"" + path("s") + '/' + g_unfinished +
+                      "\": it is an unfinished output of velmo-image, which \"*\" matches");
+    expectDone(runTool({"stack", path("s"), "*.tif", path("out.raw")}));
+    EXPECT_EQ("abcdefabcdef", read("out.raw"));
+}
+
 TEST_P(SignalledRun, OfAConversionAtAnyMomentLeavesTheOutputAlone) {
     std::string const input = createInput(16);
     expectNoTraceOf(
