@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // load_uses LIBRARY FOLDER: threads that load the library at the same moment, use it through the host alone
-// and unload it, a few times. The folder is that of first_uses, and so are output and status.
+// and unload it, a few times, while another one looks on. The folder is that of first_uses, and so are output
+// and status.
 
 #include "StartingGate.h"
 
@@ -100,6 +101,22 @@ void loadAndUse(char const* library, std::string const& folder, unsigned int thr
     g_complaints.expect(dlclose(pLibrary) == 0, "not closed");
 }
 
+std::atomic<unsigned int> g_nbAtWork{g_nbThreads};
+
+/// Asks the host for what the library registers, without a hold on the library.
+void watch() {
+    while (g_nbAtWork != 0) {
+        for (Format const& format : g_formats) {
+            DynamicObjectFactory::getInstance().isClassRegistred(format.className);
+            try {
+                LogMessageManager::getInstance("VELMOImageFile").getMessage(format.domainKey, 0);
+            } catch (BaseException const&) {
+                continue; // not loaded yet
+            }
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -107,10 +124,15 @@ int main(int argc, char** argv) {
         return 2;
     }
     log4cplus::Logger::getRoot().setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    velmo::test::raceThreads(g_nbThreads, [&](unsigned int thread) {
+    velmo::test::raceThreads(g_nbThreads + 1, [&](unsigned int thread) {
+        if (thread == g_nbThreads) {
+            watch();
+            return;
+        }
         for (int time = 0; time < g_nbTimes; ++time) {
             loadAndUse(argv[1], argv[2], thread);
         }
+        --g_nbAtWork;
     });
     for (Format const& format : g_formats) {
         g_complaints.expect(!DynamicObjectFactory::getInstance().isClassRegistred(format.className),

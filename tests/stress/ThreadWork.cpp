@@ -42,7 +42,7 @@ std::string catchText(std::function<void()> const& call) {
     } catch (VELMOImageFileException const& exception) {
         return exception.what();
     } catch (BaseException const& exception) {
-        return std::string("another class of exception: ") + exception.what();
+        return std::string("of the host: ") + exception.what();
     }
     return "nothing thrown";
 }
@@ -78,7 +78,7 @@ void expectPlane(Expected const& expected, unsigned int choice) {
 }
 
 ThreadFiles::ThreadFiles(fs::path const& folder, unsigned int thread)
-    : _folder(folder), _prefix(makePrefix(thread)),
+    : _folder(folder), _wrongPlane(1000 + thread), _prefix(makePrefix(thread)),
       _pGeometry(geometry3d(eIBT_UInt16, g_sizeX, g_sizeY, g_sizeZ)),
       _pixels(makePixels(*_pGeometry, 1 + thread)) {
     writeFiles();
@@ -96,6 +96,8 @@ void ThreadFiles::writeFiles() const {
     sample.dataType = g_im6Bits16;
     sample.pixels = _pixels;
     sample.write(at("whole.im6"));
+    sample.pixels.resize(100);
+    sample.write(at("short.im6"));
     saveTiffImageFile(at("whole.tif"), makeMemoryImage(*_pGeometry, _pixels), eTC_Deflate);
     for (vlUInt64 part = 0; part < 3; ++part) {
         auto const pPart = geometry3d(eIBT_UInt16, g_sizeX, g_sizeY, g_sizeZ / 3);
@@ -104,6 +106,17 @@ void ThreadFiles::writeFiles() const {
         saveTiffImageFile(at("part" + std::to_string(part) + ".tif"), makeMemoryImage(*pPart, pixels),
                           eTC_Lzw);
     }
+}
+
+BoolResult ThreadFiles::readWrongPlane(BaseDiskImageAccessor const& accessor) const {
+    char pixel[2];
+    return accessor.readRawData(_wrongPlane, 0, 0, 0, 1, pixel);
+}
+
+std::string ThreadFiles::getReadFailure(BaseDiskImageAccessor const& accessor) const {
+    std::string text;
+    std::string const thrown = catchText([&] { text = readWrongPlane(accessor).getMessage(); });
+    return text.empty() ? thrown : text;
 }
 
 DiskImagePtr ThreadFiles::openRaw() const {
@@ -139,6 +152,10 @@ void ThreadFiles::expectPixels() const {
     ImagePtr pLoaded;
     loadTiffImageFile(at("whole.tif"), pLoaded, eTDM_Volume, eTBM_Default);
     expectPixelsOf(pLoaded, _pixels, "tiff, loaded");
+    expectPixelsOf(loadDistributedRawImageFile(at("whole.raw"), *_pGeometry, 4, true), _pixels,
+                   "raw, distributed");
+    expectPixelsOf(loadDistributedTiffImageFile(at("whole.tif"), eTDM_Volume, eTBM_Default, true), _pixels,
+                   "tiff, distributed");
     expectPixelsOf(openJoined(), _pixels, "joined, opened");
     expectPixelsOf(loadTiffImageFiles(_folder, _prefix + "part<INDEX>.tif", eTDM_Volume, eTBM_Default),
                    _pixels, "joined, loaded");
@@ -154,7 +171,6 @@ void ThreadFiles::expectSaves() const {
 
 void ThreadFiles::makeRaising(unsigned int thread) {
     writeFile(at("broken.tif"), std::string("T") + static_cast<char>('A' + thread) + "no TIFF file");
-    writeFile(at("broken.im6"), _prefix + "no Im6 file" + std::string(200, ' '));
     auto const pTarget = makeMemoryImage(*_pGeometry, _pixels);
     auto const add = [this](std::function<void()> call) {
         _raising.push_back({[call] { return catchText(call); }, {}});
@@ -166,11 +182,12 @@ void ThreadFiles::makeRaising(unsigned int thread) {
     add([=] { loadRawImageFile(at("missing.raw"), *_pGeometry, pTarget, 4); });
     add([=] { openRawImageFile(at("short.raw"), *_pGeometry, thread); });
     add([=] { loadIm6ImageFile(at("missing.im6")); });
+    add([=] { loadIm6ImageFile(at("short.im6")); });
     add([=] { loadTiff("missing.tif"); });
     add([=] { loadTiff("broken.tif"); });
     add([=] { saveTiffImageFile(at("none/out.tif"), pTarget, eTC_None); });
     add([=] { saveRawImageFile(at("none/out.raw"), pTarget); });
-    add([=] { openRaw()->getAccessor()->readRawData(1000 + thread, 0, 0, 0, 1, nullptr); });
+    add([=] { readWrongPlane(*openRaw()->getAccessor()); });
     learnTexts(_raising);
 }
 
@@ -191,12 +208,7 @@ void ThreadFiles::makeFailing(unsigned int thread) {
              },
              {}});
     }
-    _failing.push_back(
-        {[=] {
-             char pixel[2];
-             return openTiff()->getAccessor()->readRawData(1000 + thread, 0, 0, 0, 1, pixel).getMessage();
-         },
-         {}});
+    _failing.push_back({[=] { return getReadFailure(*openTiff()->getAccessor()); }, {}});
     _failing.push_back(
         {[=] { return openTiff()->getAccessor()->writeRawData(0, 0, 0, 0, 1, "px").getMessage(); }, {}});
     learnTexts(_failing);

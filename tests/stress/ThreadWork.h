@@ -6,6 +6,7 @@
 #include "ImageBytes.h"
 
 #include <VELMOImage/DiskImage.h>
+#include <VELMOImage/ImageAccessor.h>
 #include <boost/filesystem/path.hpp>
 #include <chrono>
 #include <functional>
@@ -36,6 +37,8 @@ struct Expected {
     std::string name;
     image::ImagePtr pImage;
     std::string pixels;
+    vlUInt64 lastPart =
+        0; ///< where the last of joined files begins, which is asked for planes beyond the end
 };
 
 /// One plane, another for each `choice`, or a part of it.
@@ -66,6 +69,9 @@ class ThreadFiles {
     /// stands in the text.
     std::vector<Failing> const& getFailing() const { return _failing; }
 
+    /// Of a plane that no file has, another for each thread.
+    std::string getReadFailure(image::BaseDiskImageAccessor const& accessor) const;
+
     image::DiskImagePtr openRaw() const;
     image::DiskImagePtr openIm6() const;
     image::DiskImagePtr openTiff() const;
@@ -74,10 +80,12 @@ class ThreadFiles {
 
   private:
     void writeFiles() const;
+    BoolResult readWrongPlane(image::BaseDiskImageAccessor const& accessor) const;
     void makeRaising(unsigned int thread);
     void makeFailing(unsigned int thread);
 
     boost::filesystem::path const _folder;
+    vlUInt64 const _wrongPlane;
     std::string const _prefix;
     image::ImageGeometryPtr const _pGeometry;
     std::string const _pixels;
