@@ -1,9 +1,10 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-// load_uses LIBRARY FOLDER: threads that load the library at the same moment, use it through the host alone
-// and unload it, a few times, while another one looks on. The folder is that of first_uses, and so are output
-// and status.
+// load_uses together|apart LIBRARY FOLDER: threads that load the library at the same moment and use it
+// through the host alone, while another one looks on; a few times. Together, it is unloaded when all are done
+// with it; apart, each thread unloads and loads it when it comes to it. The folder is that of first_uses, and
+// so are output and status.
 
 #include "StartingGate.h"
 
@@ -14,6 +15,8 @@
 #include <VELMOUtil/BaseException.h>
 #include <VELMOUtil/LogMessageManager.h>
 #include <VELMOUtil/Logging.h>
+#include <algorithm>
+#include <array>
 #include <dlfcn.h>
 #include <log4cplus/loglevel.h>
 #include <sstream>
@@ -89,23 +92,32 @@ void use(Format const& format, std::string const& folder, unsigned int thread) {
     g_complaints.expect(!text.empty(), "an empty message");
 }
 
-void loadAndUse(char const* library, std::string const& folder, unsigned int thread) {
+void* load(char const* library, unsigned int thread) {
     void* const pLibrary = dlopen(library, (thread % 2 == 0 ? RTLD_NOW : RTLD_LAZY) | RTLD_LOCAL);
-    if (pLibrary == nullptr) {
-        g_complaints.expect(false, dlerror());
-        return;
-    }
+    g_complaints.expect(pLibrary != nullptr, "not loaded");
+    return pLibrary;
+}
+
+void useAll(std::string const& folder, unsigned int thread) {
     for (unsigned int index = 0; index < 3; ++index) {
         g_complaints.guard([&] { use(g_formats[(thread + index) % 3], folder, thread); });
     }
+}
+
+void unload(void* pLibrary) {
     g_complaints.expect(dlclose(pLibrary) == 0, "not closed");
 }
 
-std::atomic<unsigned int> g_nbAtWork{g_nbThreads};
+void expectUnloaded() {
+    for (Format const& format : g_formats) {
+        g_complaints.expect(!DynamicObjectFactory::getInstance().isClassRegistred(format.className),
+                            format.className + " is still registered");
+    }
+}
 
 /// Asks the host for what the library registers, without a hold on the library.
-void watch() {
-    while (g_nbAtWork != 0) {
+void watch(std::atomic<unsigned int> const& nbAtWork) {
+    while (nbAtWork != 0) {
         for (Format const& format : g_formats) {
             DynamicObjectFactory::getInstance().isClassRegistred(format.className);
             try {
@@ -117,26 +129,53 @@ void watch() {
     }
 }
 
+template <class Work>
+void raceWatched(Work const& work) {
+    std::atomic<unsigned int> nbAtWork{g_nbThreads};
+    velmo::test::raceThreads(g_nbThreads + 1, [&](unsigned int thread) {
+        if (thread == g_nbThreads) {
+            watch(nbAtWork);
+        } else {
+            work(thread);
+            --nbAtWork;
+        }
+    });
+}
+
+void loadTogether(char const* library, std::string const& folder) {
+    for (int time = 0; time < g_nbTimes; ++time) {
+        std::array<void*, g_nbThreads> libraries = {};
+        raceWatched([&](unsigned int thread) {
+            libraries[thread] = load(library, thread);
+            useAll(folder, thread);
+        });
+        std::for_each(libraries.begin(), libraries.end(), unload);
+        expectUnloaded();
+    }
+}
+
+void loadApart(char const* library, std::string const& folder) {
+    raceWatched([&](unsigned int thread) {
+        for (int time = 0; time < g_nbTimes; ++time) {
+            void* const pLibrary = load(library, thread);
+            useAll(folder, thread);
+            unload(pLibrary);
+        }
+    });
+    expectUnloaded();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
+    if (argc != 4) {
         return 2;
     }
     log4cplus::Logger::getRoot().setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    velmo::test::raceThreads(g_nbThreads + 1, [&](unsigned int thread) {
-        if (thread == g_nbThreads) {
-            watch();
-            return;
-        }
-        for (int time = 0; time < g_nbTimes; ++time) {
-            loadAndUse(argv[1], argv[2], thread);
-        }
-        --g_nbAtWork;
-    });
-    for (Format const& format : g_formats) {
-        g_complaints.expect(!DynamicObjectFactory::getInstance().isClassRegistred(format.className),
-                            format.className + " is still registered");
+    if (std::string(argv[1]) == "together") {
+        loadTogether(argv[2], argv[3]);
+    } else {
+        loadApart(argv[2], argv[3]);
     }
     return g_complaints.getStatus();
 }
