@@ -22,8 +22,9 @@ void logMessage(log4cplus::Logger& logger, int const& level, std::string const& 
     logger.forcedLog(level, message, file.c_str(), line);
 }
 
+// The base logger comes first: made later, it would be set above loggers that other threads write to.
 LibraryLog::LibraryLog(std::string const& libraryName)
     : _manager(LogMessageManager::getInstance(libraryName)),
-      _logger(log4cplus::Logger::getInstance(getBaseLoggerName() + "." + libraryName)) {}
+      _logger(log4cplus::Logger::getInstance(getBaseLogger().getName() + "." + libraryName)) {}
 
 } // namespace velmo

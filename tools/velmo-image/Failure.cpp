@@ -3,11 +3,18 @@
 
 #include "Failure.h"
 
+#include <cstring>
+
 namespace velmo {
 namespace tool {
 
 std::string quoted(std::string const& text) {
     return '"' + text + '"';
+}
+
+void failAt(char const* what, boost::filesystem::path const& path, int error) {
+    throw WorkFailure(std::string("cannot ") + what + ' ' + quoted(path.string()) + ": " +
+                      std::strerror(error));
 }
 
 std::string getFullText(BaseException const& failure) {

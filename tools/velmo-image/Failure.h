@@ -4,6 +4,7 @@
 #pragma once
 
 #include <VELMOUtil/BaseException.h>
+#include <boost/filesystem/path.hpp>
 #include <stdexcept>
 #include <string>
 
@@ -32,6 +33,8 @@ class Interrupted : public std::runtime_error {
 
 /// A name or value as messages show it.
 std::string quoted(std::string const& text);
+/// Throws WorkFailure: "cannot `what` `path`", and what the system says of `error`.
+[[noreturn]] void failAt(char const* what, boost::filesystem::path const& path, int error);
 /// The message of a failure and those of its causes, a line each.
 std::string getFullText(BaseException const& failure);
 

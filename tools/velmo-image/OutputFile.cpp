@@ -5,16 +5,13 @@
 
 #include "Failure.h"
 #include "Interrupt.h"
+#include "TemporaryName.h"
 
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fcntl.h>
 #include <sstream>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace velmo {
 namespace tool {
@@ -26,53 +23,10 @@ namespace fs = boost::filesystem;
 constexpr int g_maxLinks = 40;
 constexpr mode_t g_permissions = 0777;
 
-[[noreturn]] void failAt(char const* what, fs::path const& path, int error) {
-    throw WorkFailure(std::string("cannot ") + what + ' ' + quoted(path.string()) + ": " +
-                      std::strerror(error));
-}
-
 fs::file_type getType(fs::path const& path) {
     boost::system::error_code ignored;
     return fs::status(path, ignored).type();
 }
-
-/// The name of a file of its own, which is removed unless it was given another name.
-class TemporaryName {
-  public:
-    TemporaryName(fs::path const& target, mode_t mode)
-        : _path(target.parent_path() / fs::unique_path(".velmo-image-%%%%%%%%%%%%.tmp")) {
-        int const descriptor = open(_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-        if (descriptor < 0) {
-            failAt("create", target, errno);
-        }
-        close(descriptor);
-    }
-    ~TemporaryName() {
-        if (!_bRenamed) {
-            unlink(_path.c_str());
-        }
-    }
-    TemporaryName(TemporaryName const&) = delete;
-    TemporaryName& operator=(TemporaryName const&) = delete;
-
-    fs::path const& getPath() const { return _path; }
-
-    void rename(fs::path const& target, bool bReplace) {
-        int result = renameat2(AT_FDCWD, _path.c_str(), AT_FDCWD, target.c_str(),
-                               bReplace ? 0U : static_cast<unsigned int>(RENAME_NOREPLACE));
-        if (result != 0 && errno == EINVAL && getType(target) == fs::file_not_found) {
-            result = std::rename(_path.c_str(), target.c_str()); // file systems without the flag
-        }
-        if (result != 0) {
-            failAt("write", target, errno);
-        }
-        _bRenamed = true;
-    }
-
-  private:
-    fs::path _path;
-    bool _bRenamed = false;
-};
 
 /// The file's own name in place of the one it was written under, as the library and the tool write names.
 std::string tellOf(fs::path const& target, fs::path const& writtenPath, std::string text) {

@@ -10,7 +10,8 @@ namespace velmo {
 namespace tool {
 
 /// Runs `write` on a temporary name beside `target` and gives the file its name when `write` has returned. An
-/// interrupt or a failure removes the temporary file and leaves what had the name as it was.
+/// interrupt or a failure removes the temporary file and leaves what had the name as it was. Where the
+/// process is killed, the next run that writes into the folder removes it.
 ///
 /// A symbolic link is followed: what it names is replaced. A replaced file hands on its permissions. A device
 /// or a pipe is handed to `write` itself. A directory is refused, and, without `bOverwrite`, an existing

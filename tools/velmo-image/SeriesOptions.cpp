@@ -7,6 +7,7 @@
 #include "InputOptions.h"
 #include "OutputFile.h"
 #include "OutputOptions.h"
+#include "TemporaryName.h"
 #include "Terminal.h"
 
 #include <CLI/CLI.hpp>
@@ -37,6 +38,7 @@ FileSeries SeriesOptions::find(OutputOptions const& output) const {
         failWithoutMatch();
     }
     for (FileSeries::Entry const& entry : series.getEntries()) {
+        requireFinished(entry.name);
         output.requireApartFrom(fs::path(_directory) / entry.name,
                                 "one of the files to read, " + quoted(entry.name));
     }
@@ -53,6 +55,14 @@ bool SeriesOptions::isLaterFound(fs::path const& outputFile) const {
     fs::path const target = followLinks(outputFile);
     return isSameFile(_directory, target.has_parent_path() ? target.parent_path() : ".") &&
            !FileSeries::select({target.filename().string()}, _pattern).getEntries().empty();
+}
+
+void SeriesOptions::requireFinished(std::string const& name) const {
+    if (isTemporaryName(name)) {
+        throw WorkFailure("cannot read " + quoted((fs::path(_directory) / name).string()) +
+                          ": it is an unfinished output of velmo-image, which " + quoted(_pattern) +
+                          " matches");
+    }
 }
 
 fs::path SeriesOptions::getFirstFile(FileSeries const& series) const {

@@ -28,15 +28,17 @@ class SeriesOptions {
     /// Throws WrongUse where the option has no such value.
     image::file::eTiffBufferMode getBufferMode() const;
 
-    /// The files, at least one. Throws where none matches, where the output or its header is one of them,
-    /// where the output cannot be written, and for equal and missing numbers if that was asked for; else
-    /// these are warnings, as is an output that would be found with the files.
+    /// The files, at least one. Throws where none matches, where the output, its header or a file that a run
+    /// of the tool has not finished is one of them, where the output cannot be written, and for equal and
+    /// missing numbers if that was asked for; else these are warnings, as is an output that would be found
+    /// with the files.
     FileSeries find(OutputOptions const& output) const;
     /// Of the series: the first file.
     boost::filesystem::path getFirstFile(FileSeries const& series) const;
     [[noreturn]] void failWithoutMatch() const;
 
   private:
+    void requireFinished(std::string const& name) const;
     bool isLaterFound(boost::filesystem::path const& outputFile) const;
 
     std::string _directory;
