@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "FaultedFixture.h"
+
+namespace velmo {
+namespace test {
+
+class FaultedLoad : public FaultedTest {
+  protected:
+    FaultedLoad() {
+        inChild([this] {
+            _sample.save(_path);
+            return std::string();
+        });
+    }
+    Tally tally(unsigned int calls, eFaultMode mode) const {
+        return tallyLoads(_sample, _path, {calls, mode});
+    }
+};
+
+TEST_P(FaultedLoad, AReadThatFailsIsTheLoadError) {
+    Tally const outcomes = tally(eFC_Read, eFM_FailOnce);
+    expectOnly(outcomes, {"done", "raised"});
+    EXPECT_EQ(outcomes.count("raised"), 1U);
+}
+
+TEST_P(FaultedLoad, ReadsThatFailFromOneOnAreTheLoadError) {
+    expectOnly(tally(eFC_Read, eFM_FailFromThere), {"raised"});
+}
+
+TEST_P(FaultedLoad, AnInterruptedReadIsDoneAgain) {
+    expectOnly(tally(eFC_Read, eFM_Interrupt), {"done"});
+}
+
+TEST_P(FaultedLoad, ReadsThatMoveHalfOfTheirBytesAreContinued) {
+    EXPECT_EQ(loadInChild(_sample, _path, {eFC_Read, eFM_Halve}), "done");
+}
+
+TEST_P(FaultedLoad, AnOpenThatFailsIsTheLoadError) {
+    expectOnly(tally(eFC_Open, eFM_FailOnce), {"raised"});
+}
+
+TEST_P(FaultedLoad, ACloseThatFailsLeavesNoHandle) {
+    expectOnly(tally(eFC_Close, eFM_FailOnce), {"done", "raised"});
+}
+
+TEST_P(FaultedLoad, ALookAtTheFileThatFailsIsTheLoadErrorOrWasNotNeeded) {
+    expectOnly(tally(eFC_Look, eFM_FailOnce), {"done", "raised"});
+}
+
+TEST_P(FaultedLoad, AnAllocationThatFailsIsTheLoadErrorOrThrownAsItIs) {
+    expectOnly(tally(eFC_Allocate, eFM_FailOnce), {"done", "raised", "no memory"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, FaultedLoad, testing::Range<std::size_t>(0, 6), getSampleName);
+
+} // namespace test
+} // namespace velmo
