@@ -7,11 +7,13 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -67,9 +69,41 @@ bool fails(eFaultCalls family, int descriptor, int error) {
     return descriptor > STDERR_FILENO && fails(family, error);
 }
 
-bool isOutOfMemory() {
-    return fails(eFC_Allocate, ENOMEM);
+/// Where the code of libtiff lies in this process.
+struct CodeRange {
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+};
+
+CodeRange findLibtiff() {
+    CodeRange range;
+    dl_iterate_phdr(
+        [](dl_phdr_info* pInfo, std::size_t /*size*/, void* pRange) {
+            for (int index = 0;
+                 std::strstr(pInfo->dlpi_name, "libtiff.so") != nullptr && index < pInfo->dlpi_phnum;
+                 ++index) {
+                ElfW(Phdr) const& segment = pInfo->dlpi_phdr[index];
+                if (segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0) {
+                    std::uintptr_t const begin = pInfo->dlpi_addr + segment.p_vaddr;
+                    *static_cast<CodeRange*>(pRange) = {begin, begin + segment.p_memsz};
+                }
+            }
+            return 0;
+        },
+        &range);
+    return range;
 }
+
+CodeRange g_libtiff;
+
+/// For an allocation that returns to `pCaller`.
+bool isOutOfMemory(void* pCaller) {
+    auto const caller = reinterpret_cast<std::uintptr_t>(pCaller);
+    bool const bLibtiff = caller >= g_libtiff.begin && caller < g_libtiff.end;
+    return fails(bLibtiff ? eFC_AllocateInLibtiff : eFC_Allocate, ENOMEM);
+}
+
+#define VELMO_CALLER __builtin_return_address(0)
 
 /// A call that moves bytes: `move` is given as many of `nbBytes` as it is to move.
 template <class Move>
@@ -129,6 +163,7 @@ NextFunctions const& getNext() {
 
 [[gnu::constructor]] void lookUp() {
     getNext();
+    g_libtiff = findLibtiff();
 }
 
 ssize_t callRead(int descriptor, void* pBuffer, std::size_t nbBytes) {
@@ -178,10 +213,11 @@ int look(int descriptor, void* pStatus) {
     return fails(eFC_Look, descriptor, EIO) ? -1 : static_cast<int>(syscall(SYS_fstat, descriptor, pStatus));
 }
 
-void* map(void* pWish, std::size_t nbBytes, int protection, int flags, int descriptor, off_t offset) {
-    return isOutOfMemory() ? MAP_FAILED
-                           : reinterpret_cast<void*>(
-                                 syscall(SYS_mmap, pWish, nbBytes, protection, flags, descriptor, offset));
+void* map(void* pCaller, void* pWish, std::size_t nbBytes, int protection, int flags, int descriptor,
+          off_t offset) {
+    return isOutOfMemory(pCaller) ? MAP_FAILED
+                                  : reinterpret_cast<void*>(syscall(SYS_mmap, pWish, nbBytes, protection,
+                                                                    flags, descriptor, offset));
 }
 
 FILE* openStream(char const* path, char const* mode) {
@@ -210,23 +246,23 @@ long velmoDisarmFaults() {
 // Memory
 
 void* malloc(std::size_t nbBytes) noexcept {
-    return isOutOfMemory() ? nullptr : __libc_malloc(nbBytes);
+    return isOutOfMemory(VELMO_CALLER) ? nullptr : __libc_malloc(nbBytes);
 }
 
 void* calloc(std::size_t count, std::size_t nbBytes) noexcept {
-    return isOutOfMemory() ? nullptr : __libc_calloc(count, nbBytes);
+    return isOutOfMemory(VELMO_CALLER) ? nullptr : __libc_calloc(count, nbBytes);
 }
 
 void* realloc(void* pOld, std::size_t nbBytes) noexcept {
-    return isOutOfMemory() ? nullptr : __libc_realloc(pOld, nbBytes);
+    return isOutOfMemory(VELMO_CALLER) ? nullptr : __libc_realloc(pOld, nbBytes);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t nbBytes) noexcept {
-    return isOutOfMemory() ? nullptr : __libc_memalign(alignment, nbBytes);
+    return isOutOfMemory(VELMO_CALLER) ? nullptr : __libc_memalign(alignment, nbBytes);
 }
 
 int posix_memalign(void** ppMemory, std::size_t alignment, std::size_t nbBytes) noexcept {
-    void* const pMemory = aligned_alloc(alignment, nbBytes);
+    void* const pMemory = isOutOfMemory(VELMO_CALLER) ? nullptr : __libc_memalign(alignment, nbBytes);
     if (pMemory == nullptr) {
         return ENOMEM;
     }
@@ -236,12 +272,12 @@ int posix_memalign(void** ppMemory, std::size_t alignment, std::size_t nbBytes) 
 
 void* mmap(void* pWish, std::size_t nbBytes, int protection, int flags, int descriptor,
            off_t offset) noexcept {
-    return map(pWish, nbBytes, protection, flags, descriptor, offset);
+    return map(VELMO_CALLER, pWish, nbBytes, protection, flags, descriptor, offset);
 }
 
 void* mmap64(void* pWish, std::size_t nbBytes, int protection, int flags, int descriptor,
              off64_t offset) noexcept {
-    return map(pWish, nbBytes, protection, flags, descriptor, offset);
+    return map(VELMO_CALLER, pWish, nbBytes, protection, flags, descriptor, offset);
 }
 
 // Reads

@@ -10,10 +10,11 @@ namespace test {
 enum eFaultCalls : unsigned int {
     eFC_Write = 1,    ///< writes of all kinds, and what sets or reserves a file's size
     eFC_Read = 2,     ///< reads of all kinds
-    eFC_Allocate = 4, ///< the C library's allocations, under operator new too, and mappings
+    eFC_Allocate = 4, ///< the C library's allocations, under operator new too, and mappings; but libtiff's
     eFC_Close = 8,    ///< closes, which close what they fail to close
     eFC_Open = 16,    ///< opens
-    eFC_Look = 32     ///< seeks, and looks at the size of an open file
+    eFC_Look = 32,    ///< seeks, and looks at the size of an open file
+    eFC_AllocateInLibtiff = 64 ///< the allocations that libtiff's own code makes
 };
 
 enum eFaultMode : unsigned int {

@@ -6,6 +6,7 @@
 #include "Processes.h"
 
 #include <boost/filesystem/operations.hpp>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -24,6 +25,17 @@ struct ArmedFaults {
     ArmedFaults(ArmedFaults const&) = delete;
     ArmedFaults& operator=(ArmedFaults const&) = delete;
 };
+
+/// In a child whose end is awaited for a while, and of whose libraries nothing is heard.
+std::string describeInChild(std::function<std::string()> const& describe) {
+    return inChild([&] {
+        alarm(g_secondsOfCall);
+        int const silence = open("/dev/null", O_WRONLY);
+        dup2(silence, STDERR_FILENO);
+        close(silence);
+        return describe();
+    });
+}
 
 template <class Describe>
 Tally tally(long nbCalls, Faults faults, Describe const& describe) {
@@ -50,7 +62,7 @@ FaultSample withFaults(FaultSample const& sample, Faults const& faults) {
 }
 
 long countCalls(unsigned int calls, std::function<void()> const& action) {
-    return std::stol(inChild([&] {
+    return std::stol(describeInChild([&] {
         velmoArmFaults(calls, 0, eFM_Count);
         action();
         return std::to_string(velmoDisarmFaults());
@@ -58,8 +70,7 @@ long countCalls(unsigned int calls, std::function<void()> const& action) {
 }
 
 std::string saveInChild(FaultSample const& sample, fs::path const& path, Faults const& faults) {
-    return inChild([&] {
-        alarm(g_secondsOfCall);
+    return describeInChild([&] {
         fs::remove(path);
         std::string const outcome = describeSave(withFaults(sample, faults), path);
         return outcome == "done" ? describeLoad(sample, path) : outcome;
@@ -67,10 +78,7 @@ std::string saveInChild(FaultSample const& sample, fs::path const& path, Faults 
 }
 
 std::string loadInChild(FaultSample const& sample, fs::path const& path, Faults const& faults) {
-    return inChild([&] {
-        alarm(g_secondsOfCall);
-        return describeLoad(withFaults(sample, faults), path);
-    });
+    return describeInChild([&] { return describeLoad(withFaults(sample, faults), path); });
 }
 
 Tally tallySaves(FaultSample const& sample, fs::path const& path, Faults const& faults) {

@@ -53,6 +53,10 @@ TEST_P(FaultedLoad, AnAllocationThatFailsIsTheLoadErrorOrThrownAsItIs) {
     expectOnly(tally(eFC_Allocate, eFM_FailOnce), {"done", "raised", "no memory"});
 }
 
+TEST_P(FaultedLoad, AnAllocationOfLibtiffsThatFails) {
+    expectOnly(tally(eFC_AllocateInLibtiff, eFM_FailOnce), {"done", "raised"});
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, FaultedLoad, testing::Range<std::size_t>(0, 6), getSampleName);
 
 } // namespace test

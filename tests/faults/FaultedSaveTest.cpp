@@ -56,6 +56,10 @@ TEST_P(FaultedSave, AnAllocationThatFailsIsTheSaveErrorOrThrownAsItIs) {
     expectOnly(tally(eFC_Allocate, eFM_FailOnce), {"done", "raised", "no memory"});
 }
 
+TEST_P(FaultedSave, AnAllocationOfLibtiffsThatFails) {
+    expectOnly(tally(eFC_AllocateInLibtiff, eFM_FailOnce), {"done", "raised"});
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, FaultedSave, testing::Range<std::size_t>(0, 5),
                          getSampleName); // all but im6
 
