@@ -4,10 +4,10 @@
 #pragma once
 
 #include <VELMOImage/ImageEnums.h>
+#include <array>
 #include <boost/filesystem/path.hpp>
 #include <memory>
 #include <system_error>
-#include <vector>
 
 using TIFF = struct tiff;
 
@@ -56,7 +56,7 @@ class TiffStream {
     DirectoryChain& accessChain() { return *_pChain; }
 
   private:
-    TiffStream(int descriptor, bool bWritable);
+    explicit TiffStream(bool bWritable);
     static TIFF* open(boost::filesystem::path const& path, char const* mode, vlUInt64 room);
     static TIFF* openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
                             char const* mode, vlUInt64 room);
@@ -65,11 +65,13 @@ class TiffStream {
 
     struct ClientProcedures;
 
-    int _descriptor;
+    int _descriptor = -1;
     bool _bWritable;
     vlUInt64 _position = 0; ///< libtiff's
 
-    std::vector<std::byte> _ahead;
+    /// Enough for a directory with its arrays, so that one read brings a whole one. Nothing is allocated
+    /// where libtiff reads: it does not stand exceptions.
+    std::array<std::byte, 8192> _ahead;
     vlUInt64 _aheadOffset = 0;
     vlUInt64 _aheadSize = 0;
 
