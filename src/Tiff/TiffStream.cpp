@@ -192,10 +192,15 @@ vlUInt64 TiffStream::getSize() const {
     return size == _reservedEnd ? _reservedStart : size;
 }
 
-vlUInt64 TiffStream::readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) const {
+vlUInt64 TiffStream::readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
     return transferAll(nbBytes, [&](vlUInt64 done) {
-        return pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
-                     static_cast<off_t>(offset + done));
+        ssize_t const moved = pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
+                                    static_cast<off_t>(offset + done));
+        bool const bBeyondFiles = errno == EINVAL || errno == EOVERFLOW; // an offset that a file tells
+        if (moved < 0 && errno != EINTR && !bBeyondFiles) {
+            _readError = std::error_code(errno, std::generic_category());
+        }
+        return moved;
     });
 }
 
