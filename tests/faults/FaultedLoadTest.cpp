@@ -8,12 +8,7 @@ namespace test {
 
 class FaultedLoad : public FaultedTest {
   protected:
-    FaultedLoad() {
-        inChild([this] {
-            _sample.save(_path);
-            return std::string();
-        });
-    }
+    FaultedLoad() { EXPECT_EQ(saveInChild(_sample, _path, {0, eFM_Count}), "done"); }
     Tally tally(unsigned int calls, eFaultMode mode) const {
         return tallyLoads(_sample, _path, {calls, mode});
     }
@@ -26,7 +21,9 @@ TEST_P(FaultedLoad, AReadThatFailsIsTheLoadError) {
 }
 
 TEST_P(FaultedLoad, ReadsThatFailFromOneOnAreTheLoadError) {
-    expectOnly(tally(eFC_Read, eFM_FailFromThere), {"raised"});
+    Tally const outcomes = tally(eFC_Read, eFM_FailFromThere);
+    expectOnly(outcomes, {"done", "raised"});
+    EXPECT_EQ(outcomes.count("raised"), 1U);
 }
 
 TEST_P(FaultedLoad, AnInterruptedReadIsDoneAgain) {
@@ -54,6 +51,9 @@ TEST_P(FaultedLoad, AnAllocationThatFailsIsTheLoadErrorOrThrownAsItIs) {
 }
 
 TEST_P(FaultedLoad, AnAllocationOfLibtiffsThatFails) {
+    if (countCalls(eFC_AllocateInLibtiff, [this] { _sample.load(_path); }) == 0) {
+        GTEST_SKIP() << "libtiff has no part in this";
+    }
     expectOnly(tally(eFC_AllocateInLibtiff, eFM_FailOnce), {"done", "raised"});
 }
 
