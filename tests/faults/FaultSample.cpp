@@ -11,6 +11,7 @@
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOImageFile/VELMOImageFileException.h>
+#include <boost/algorithm/string/join.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 
@@ -189,6 +190,10 @@ std::string describeLoad(FaultSample const& sample, fs::path const& path) {
         describeOutcome(sample.loadError + quoted(path), [&] { pImage = sample.load(path); });
     std::string const difference = pImage ? findDifference(sample, *pImage) : "";
     return difference.empty() ? outcome : outcome + ", but other " + difference;
+}
+
+std::string join(std::vector<std::string> const& outcomes) {
+    return boost::algorithm::join(outcomes, ", ");
 }
 
 } // namespace test

@@ -47,5 +47,8 @@ std::string describeSave(FaultSample const& sample, boost::filesystem::path cons
 /// "done, but" tells in what the image differs.
 std::string describeLoad(FaultSample const& sample, boost::filesystem::path const& path);
 
+/// Outcomes in the order of their coming.
+std::string join(std::vector<std::string> const& outcomes);
+
 } // namespace test
 } // namespace velmo
