@@ -148,6 +148,37 @@ FaultSample makeInterleavedSample() {
     return makeTiffSampleOf("tiff rgb", true, eTC_None, "some properties");
 }
 
+namespace {
+
+FaultSample distributed(FaultSample sample, std::function<ImagePtr(fs::path const&)> load) {
+    sample.name += " distributed";
+    sample.load = std::move(load);
+    return sample;
+}
+
+} // namespace
+
+std::vector<FaultSample> makeDistributedSamples() {
+    FaultSample const rawSample = makeRawSample();
+    ImagePtr const pImage = rawSample.pImage;
+    FaultSample im6Sample = makeIm6Sample();
+    im6Sample.pImage = makeImage(false); // without the calibration
+    return {
+        distributed(rawSample,
+                    [pImage](fs::path const& path) {
+                        return loadDistributedRawImageFile(path, pImage->getGeometry(),
+                                                           std::string(g_header).size(), true);
+                    }),
+        distributed(im6Sample, [](fs::path const& path) { return loadDistributedIm6ImageFile(path, true); }),
+        distributed(makeTiffSample(),
+                    [](fs::path const& path) {
+                        return loadDistributedTiffImageFile(path, eTDM_Volume, eTBM_Default, true);
+                    }),
+        distributed(makeInterleavedSample(), [](fs::path const& path) {
+            return loadDistributedTiffImageFile(path, eTDM_Volume, eTBM_Default, true);
+        })};
+}
+
 std::vector<FaultSample> makeSavedSamples() {
     return {makeRawSample(), makeTiffSample(), makeLzwSample(), makeDeflateSample(), makeInterleavedSample()};
 }

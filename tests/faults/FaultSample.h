@@ -32,6 +32,9 @@ FaultSample makeLzwSample();
 FaultSample makeDeflateSample();
 FaultSample makeInterleavedSample();
 
+/// Loads by workers.
+std::vector<FaultSample> makeDistributedSamples();
+
 std::vector<FaultSample> makeSavedSamples();
 std::vector<FaultSample> makeAllSamples();
 

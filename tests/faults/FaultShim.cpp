@@ -94,13 +94,25 @@ CodeRange findLibtiff() {
     return range;
 }
 
+/// Where an allocation that fails is the end of the process, by the C library's own word.
+CodeRange findThreadExitList() {
+    auto const begin = reinterpret_cast<std::uintptr_t>(dlsym(RTLD_DEFAULT, "__cxa_thread_atexit_impl"));
+    constexpr std::uintptr_t atMost = 256;
+    return {begin, begin + atMost};
+}
+
 CodeRange g_libtiff;
+CodeRange g_threadExitList;
+
+bool isIn(CodeRange const& range, void* pCaller) {
+    auto const caller = reinterpret_cast<std::uintptr_t>(pCaller);
+    return caller >= range.begin && caller < range.end;
+}
 
 /// For an allocation that returns to `pCaller`.
 bool isOutOfMemory(void* pCaller) {
-    auto const caller = reinterpret_cast<std::uintptr_t>(pCaller);
-    bool const bLibtiff = caller >= g_libtiff.begin && caller < g_libtiff.end;
-    return fails(bLibtiff ? eFC_AllocateInLibtiff : eFC_Allocate, ENOMEM);
+    return !isIn(g_threadExitList, pCaller) &&
+           fails(isIn(g_libtiff, pCaller) ? eFC_AllocateInLibtiff : eFC_Allocate, ENOMEM);
 }
 
 #define VELMO_CALLER __builtin_return_address(0)
@@ -164,6 +176,7 @@ NextFunctions const& getNext() {
 [[gnu::constructor]] void lookUp() {
     getNext();
     g_libtiff = findLibtiff();
+    g_threadExitList = findThreadExitList();
 }
 
 ssize_t callRead(int descriptor, void* pBuffer, std::size_t nbBytes) {

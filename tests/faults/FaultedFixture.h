@@ -12,11 +12,18 @@
 namespace velmo {
 namespace test {
 
-/// A sample by its number in `makeAllSamples`, and a path for its file. This process itself neither saves nor
+inline FaultSample makeSample(std::size_t index) {
+    std::vector<FaultSample> samples = makeAllSamples();
+    std::vector<FaultSample> const more = makeDistributedSamples();
+    samples.insert(samples.end(), more.begin(), more.end());
+    return samples.at(index);
+}
+
+/// A sample by its number, and a path for its file. This process itself neither saves nor
 /// loads: each of its children does so for the first time.
 class FaultedTest : public testing::TestWithParam<std::size_t> {
   protected:
-    FaultedTest() : _sample(makeAllSamples()[GetParam()]), _path(_folder / ("image" + _sample.extension)) {}
+    FaultedTest() : _sample(makeSample(GetParam())), _path(_folder / ("image" + _sample.extension)) {}
 
     TemporaryFolder _folder;
     FaultSample _sample;
@@ -24,7 +31,7 @@ class FaultedTest : public testing::TestWithParam<std::size_t> {
 };
 
 inline std::string getSampleName(testing::TestParamInfo<std::size_t> const& info) {
-    std::string name = makeAllSamples()[info.param].name;
+    std::string name = makeSample(info.param).name;
     std::replace(name.begin(), name.end(), ' ', '_');
     return name;
 }

@@ -66,7 +66,7 @@ TEST_P(FaultedLoad, AnAllocationOfLibtiffsThatFailsGivesNoOtherPixelsAndLeavesNo
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, FaultedLoad, testing::Range<std::size_t>(0, 6), getSampleName);
+INSTANTIATE_TEST_SUITE_P(Formats, FaultedLoad, testing::Range<std::size_t>(0, 10), getSampleName);
 
 } // namespace test
 } // namespace velmo

@@ -20,7 +20,7 @@ using namespace image::file;
 namespace {
 
 constexpr char const* g_earlier = "an earlier output";
-constexpr long g_mostRuns = 80;
+constexpr long g_mostRuns = 100;
 
 /// A variable of the environment of what is started while it lives.
 class EnvironmentVariable {
@@ -44,12 +44,16 @@ struct Conversion {
     Arguments options;
 };
 
+std::ostream& operator<<(std::ostream& stream, Conversion const& conversion) {
+    return stream << conversion.name;
+}
+
 class ToolFault : public CliTest, public testing::WithParamInterface<Conversion> {
   protected:
     ToolFault() {
         writeFile(_folder / "in.raw", _pixels);
         auto const pGeometry = geometry3d(eIBT_UInt16, 70, 64, 4);
-        saveTiffImageFile(_folder / "in.tif", makeMemoryImage(*pGeometry, _pixels), eTC_Deflate);
+        saveTiffImageFile(_folder / "in.tif", makeMemoryImage(*pGeometry, _pixels), eTC_Lzw);
     }
 
     ToolResult convert(unsigned int calls, long at, eFaultMode mode) const {
