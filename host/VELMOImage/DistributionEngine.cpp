@@ -8,6 +8,7 @@
 #include "VELMOImage/PixelMemory.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BinaryArchive.h"
+#include "VELMOUtil/BaseException.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
 #include <atomic>
@@ -89,12 +90,17 @@ class LocalBlockOwner : public BaseBlockOwner {
     BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override {
         std::istringstream stream(accessorRecord);
         BinaryIArchive archive(stream);
-        auto const pAccessor = boost::dynamic_pointer_cast<BaseImageAccessor>(archive.readObject("accessor"));
-        if (!pAccessor) {
-            LogMessageFormater formater(getVELMOImageLogMessageManager());
-            return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+        try {
+            auto const pAccessor =
+                boost::dynamic_pointer_cast<BaseImageAccessor>(archive.readObject("accessor"));
+            if (!pAccessor) {
+                LogMessageFormater formater(getVELMOImageLogMessageManager());
+                return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+            }
+            return readPlans(*find(id), *pAccessor);
+        } catch (BaseException const& exception) { // a file that went away since the caller opened it
+            return failure(exception.what());
         }
-        return readPlans(*find(id), *pAccessor);
     }
 
   private:

@@ -21,6 +21,7 @@ struct FaultSample {
     std::function<image::ImagePtr(boost::filesystem::path const&)> load;
     std::string saveError; ///< what the texts of failures begin with, before the path in quotes
     std::string loadError;
+    bool bLosesBrokenStrips = false; ///< what of an interleaved file cannot be decoded is no failure
 };
 
 FaultSample makeRawSample();
@@ -41,9 +42,9 @@ std::vector<FaultSample> makeAllSamples();
 /// In what an image differs from the one of a sample; empty where in nothing.
 std::string findDifference(FaultSample const& sample, image::BaseImage const& image);
 
-/// What came of an action: "done", "raised" for the module's exception with a text that begins so, "no
-/// memory" for a plain std::bad_alloc, else what it threw. Behind that stands how many descriptors are open
-/// that were not, if any.
+/// What came of an action: "done", "raised" for the module's exception with a text that begins so (or that of
+/// a distributed image that was not created, which names no file), "no memory" for a plain std::bad_alloc,
+/// else what it threw. Behind that stands how many descriptors are open that were not, if any.
 std::string describeOutcome(std::string const& beginning, std::function<void()> const& action);
 
 std::string describeSave(FaultSample const& sample, boost::filesystem::path const& path);

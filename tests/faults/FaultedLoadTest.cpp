@@ -11,6 +11,11 @@ namespace test {
 class FaultedLoad : public FaultedTest {
   protected:
     FaultedLoad() { EXPECT_EQ(saveInChild(_sample, _path, {0, eFM_Count}), "done"); }
+    /// What may come of a read that fails.
+    std::set<std::string> getOutcomes() const {
+        return _sample.bLosesBrokenStrips ? std::set<std::string>{"done", "raised", "done, but other pixels"}
+                                          : std::set<std::string>{"done", "raised"};
+    }
     Tally tally(unsigned int calls, eFaultMode mode) const {
         return tallyLoads(_sample, _path, {calls, mode});
     }
@@ -18,13 +23,13 @@ class FaultedLoad : public FaultedTest {
 
 TEST_P(FaultedLoad, AReadThatFailsIsTheLoadError) {
     Tally const outcomes = tally(eFC_Read, eFM_FailOnce);
-    expectOnly(outcomes, {"done", "raised"});
+    expectOnly(outcomes, getOutcomes());
     EXPECT_EQ(outcomes.count("raised"), 1U);
 }
 
 TEST_P(FaultedLoad, ReadsThatFailFromOneOnAreTheLoadError) {
     Tally const outcomes = tally(eFC_Read, eFM_FailFromThere);
-    expectOnly(outcomes, {"done", "raised"});
+    expectOnly(outcomes, getOutcomes());
     EXPECT_EQ(outcomes.count("raised"), 1U);
 }
 
@@ -49,7 +54,8 @@ TEST_P(FaultedLoad, ALookAtTheFileThatFailsIsTheLoadErrorOrWasNotNeeded) {
 }
 
 TEST_P(FaultedLoad, AnAllocationThatFailsIsTheLoadErrorOrThrownAsItIs) {
-    expectOnly(tally(eFC_Allocate, eFM_FailOnce), {"done", "raised", "no memory"});
+    expectOnly(tally(eFC_Allocate, eFM_FailOnce),
+               {"done", "raised", "no memory", "thrown: The stream of the archive failed at item className"});
 }
 
 // Without memory libtiff falls over itself at many places, and leaves out tags: nothing else is asked of it.
@@ -61,7 +67,7 @@ TEST_P(FaultedLoad, AnAllocationOfLibtiffsThatFailsGivesNoOtherPixelsAndLeavesNo
     EXPECT_EQ(outcomes.count("raised"), 1U);
     for (auto const& [outcome, calls] : outcomes) {
         EXPECT_THAT(outcome,
-                    testing::Not(testing::AnyOf(testing::HasSubstr("pixels"), testing::HasSubstr("open"))))
+                    testing::Not(testing::AnyOf(testing::HasSubstr("pixels"), testing::HasSubstr("open: "))))
             << testing::PrintToString(calls);
     }
 }
