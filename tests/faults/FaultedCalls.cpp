@@ -31,6 +31,7 @@ std::string describeInChild(std::function<std::string()> const& describe) {
     return inChild([&] {
         alarm(g_secondsOfCall);
         int const silence = open("/dev/null", O_WRONLY);
+        dup2(silence, STDOUT_FILENO);
         dup2(silence, STDERR_FILENO);
         close(silence);
         return describe();

@@ -58,6 +58,12 @@ TEST_P(FaultedLoad, AnAllocationThatFailsIsTheLoadErrorOrThrownAsItIs) {
                {"done", "raised", "no memory", "thrown: The stream of the archive failed at item className"});
 }
 
+// A message needs memory too.
+TEST_P(FaultedLoad, AllocationsThatFailFromOneOnEndInAFailureAndLeaveNoHandle) {
+    Tally const outcomes = tally(eFC_Allocate, eFM_FailFromThere);
+    expectOnly(outcomes, {"done", "raised", "no memory"});
+}
+
 // Without memory libtiff falls over itself at many places, and leaves out tags: nothing else is asked of it.
 TEST_P(FaultedLoad, AnAllocationOfLibtiffsThatFailsGivesNoOtherPixelsAndLeavesNoHandle) {
     if (countCalls(eFC_AllocateInLibtiff, [this] { _sample.load(_path); }) == 0) {

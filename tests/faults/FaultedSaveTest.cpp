@@ -58,6 +58,12 @@ TEST_P(FaultedSave, AnAllocationThatFailsIsTheSaveErrorOrThrownAsItIs) {
     expectOnly(tally(eFC_Allocate, eFM_FailOnce), {"done", "raised", "no memory"});
 }
 
+// A message needs memory too.
+TEST_P(FaultedSave, AllocationsThatFailFromOneOnEndInAFailureAndLeaveNoHandle) {
+    Tally const outcomes = tally(eFC_Allocate, eFM_FailFromThere);
+    expectOnly(outcomes, {"done", "raised", "no memory"});
+}
+
 // Without memory libtiff falls over itself at many places, and leaves out tags: nothing else is asked of it.
 TEST_P(FaultedSave, AnAllocationOfLibtiffsThatFailsGivesNoOtherPixelsAndLeavesNoHandle) {
     if (countCalls(eFC_AllocateInLibtiff, [this] { _sample.save(_path); }) == 0) {
