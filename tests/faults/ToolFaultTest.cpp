@@ -77,13 +77,13 @@ class ToolFault : public CliTest, public testing::WithParamInterface<Conversion>
     }
 
     /// Not more than some of the calls, spread over all of them.
-    void expectEarlierOrWholeOutput(unsigned int calls) const {
+    void expectEarlierOrWholeOutput(unsigned int calls, eFaultMode mode = eFM_FailOnce) const {
         long const nbCalls = countCalls(calls);
         long nbFailures = 0;
         ASSERT_GT(nbCalls, 0);
         for (long call = 1; call <= nbCalls; call += std::max(1L, nbCalls / g_mostRuns)) {
             writeFile(_folder / GetParam().output, g_earlier);
-            ToolResult const result = convert(calls, call, eFM_FailOnce);
+            ToolResult const result = convert(calls, call, mode);
             SCOPED_TRACE(testing::Message() << "call " << call << " of " << nbCalls << ": " << result.err);
             nbFailures += result.status;
             if (result.status == 0) {
@@ -114,6 +114,14 @@ TEST_P(ToolFault, AReadThatFailsLeavesTheEarlierOutput) {
 
 TEST_P(ToolFault, AnAllocationThatFailsLeavesTheEarlierOutput) {
     expectEarlierOrWholeOutput(eFC_Allocate);
+}
+
+TEST_P(ToolFault, WritesThatFailFromOneOnLeaveTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Write, eFM_FailFromThere);
+}
+
+TEST_P(ToolFault, AllocationsThatFailFromOneOnLeaveTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Allocate, eFM_FailFromThere);
 }
 
 TEST_P(ToolFault, WritesAndReadsThatMoveHalfOfTheirBytesAreContinued) {

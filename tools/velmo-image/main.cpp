@@ -13,6 +13,7 @@
 
 #include <VELMOUtil/Logging.h>
 #include <csignal>
+#include <cstdio>
 #include <log4cplus/loglevel.h>
 #include <memory>
 #include <sstream>
@@ -100,5 +101,10 @@ eExitStatus runGuarded(int argc, char** argv) {
 } // namespace velmo
 
 int main(int argc, char** argv) {
-    return velmo::tool::runGuarded(argc, argv);
+    try {
+        return velmo::tool::runGuarded(argc, argv);
+    } catch (...) { // a message needs memory
+        std::fputs("velmo-image: not enough memory\n", stderr);
+        return velmo::tool::eES_Failed;
+    }
 }
