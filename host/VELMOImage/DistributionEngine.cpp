@@ -8,7 +8,8 @@
 #include "VELMOImage/PixelMemory.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BinaryArchive.h"
-#include "VELMOUtil/BaseException.h"
+#include "VELMOSerialization/DynamicObjectFactory.h"
+#include "VELMOSerialization/VELMOSerializationLog.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
 #include <atomic>
@@ -58,6 +59,15 @@ BoolResult readPlans(Block& block, BaseImageAccessor const& accessor) {
     return success();
 }
 
+std::string readClassName(std::string const& accessorRecord) {
+    std::istringstream stream(accessorRecord);
+    BinaryIArchive archive(stream);
+    ArchiveSectionManager const section(archive, "accessor");
+    std::string className;
+    archive.readItem("className", className);
+    return className;
+}
+
 class LocalBlockOwner : public BaseBlockOwner {
   public:
     BoolResult addBlock(BaseImageGeometry const& geometry, PlanBlock const& plans) override {
@@ -98,8 +108,11 @@ class LocalBlockOwner : public BaseBlockOwner {
                 return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
             }
             return readPlans(*find(id), *pAccessor);
-        } catch (BaseException const& exception) { // a file that went away since the caller opened it
-            return failure(exception.what());
+        } catch (VELMOSerializationException const& exception) {
+            if (!DynamicObjectFactory::getInstance().isClassRegistred(readClassName(accessorRecord))) {
+                throw;
+            }
+            return failure(exception.what()); // a file that went away since the caller opened it, say
         }
     }
 
