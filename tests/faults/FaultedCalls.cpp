@@ -8,6 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace velmo {
@@ -30,6 +31,8 @@ struct ArmedFaults {
 std::string describeInChild(std::function<std::string()> const& describe) {
     return inChild([&] {
         alarm(g_secondsOfCall);
+        rlimit const noCore = {0, 0};
+        setrlimit(RLIMIT_CORE, &noCore);
         int const silence = open("/dev/null", O_WRONLY);
         dup2(silence, STDOUT_FILENO);
         dup2(silence, STDERR_FILENO);

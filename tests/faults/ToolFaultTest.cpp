@@ -20,7 +20,7 @@ using namespace image::file;
 namespace {
 
 constexpr char const* g_earlier = "an earlier output";
-constexpr long g_mostRuns = 100;
+constexpr long g_mostRuns = 60;
 
 /// A variable of the environment of what is started while it lives.
 class EnvironmentVariable {
