@@ -9,6 +9,7 @@
 #include <VELMOUtil/LogMessageManager.h>
 #include <VELMOUtil/Logging.h>
 #include <boost/thread/lock_guard.hpp>
+#include <log4cplus/loglevel.h>
 
 namespace velmo {
 namespace image {
@@ -51,6 +52,13 @@ log4cplus::Logger& getVELMOImageFileLogger() {
 
 RaiseKind const g_velmoImageFileRaise = {getVELMOImageFileLogMessageManager, getVELMOImageFileLogger,
                                          throwAs<VELMOImageFileException>};
+
+void logWithoutThrow(RaiseSite const& site, FeedRef feed) noexcept {
+    try {
+        logGuarded(site, g_velmoImageFileRaise, log4cplus::ERROR_LOG_LEVEL, feed);
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+    }
+}
 
 } // namespace file
 } // namespace image

@@ -8,6 +8,8 @@
 #include "VELMOImage/PixelMemory.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BinaryArchive.h"
+#include "VELMOSerialization/DynamicObjectFactory.h"
+#include "VELMOSerialization/VELMOSerializationLog.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
 #include <atomic>
@@ -57,6 +59,15 @@ BoolResult readPlans(Block& block, BaseImageAccessor const& accessor) {
     return success();
 }
 
+std::string readClassName(std::string const& accessorRecord) {
+    std::istringstream stream(accessorRecord);
+    BinaryIArchive archive(stream);
+    ArchiveSectionManager const section(archive, "accessor");
+    std::string className;
+    archive.readItem("className", className);
+    return className;
+}
+
 class LocalBlockOwner : public BaseBlockOwner {
   public:
     BoolResult addBlock(BaseImageGeometry const& geometry, PlanBlock const& plans) override {
@@ -89,12 +100,20 @@ class LocalBlockOwner : public BaseBlockOwner {
     BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override {
         std::istringstream stream(accessorRecord);
         BinaryIArchive archive(stream);
-        auto const pAccessor = boost::dynamic_pointer_cast<BaseImageAccessor>(archive.readObject("accessor"));
-        if (!pAccessor) {
-            LogMessageFormater formater(getVELMOImageLogMessageManager());
-            return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+        try {
+            auto const pAccessor =
+                boost::dynamic_pointer_cast<BaseImageAccessor>(archive.readObject("accessor"));
+            if (!pAccessor) {
+                LogMessageFormater formater(getVELMOImageLogMessageManager());
+                return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+            }
+            return readPlans(*find(id), *pAccessor);
+        } catch (VELMOSerializationException const& exception) {
+            if (!DynamicObjectFactory::getInstance().isClassRegistred(readClassName(accessorRecord))) {
+                throw;
+            }
+            return failure(exception.what()); // a file that went away since the caller opened it, say
         }
-        return readPlans(*find(id), *pAccessor);
     }
 
   private:

@@ -28,6 +28,10 @@ struct LoggerMutex {
 /// Failures of this module, for raiseGuarded.
 extern RaiseKind const g_velmoImageFileRaise;
 
+/// Writes a record at ERROR where nothing may be thrown; where that fails, for want of memory say, there is
+/// none.
+void logWithoutThrow(RaiseSite const& site, FeedRef feed) noexcept;
+
 } // namespace file
 } // namespace image
 } // namespace velmo

@@ -87,10 +87,15 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
     }
     HeaderData header{};
     pStream->read(reinterpret_cast<char*>(&header), sizeof(header));
+    if (pStream->bad()) { // not the end of the file: the system refuses
+        return fail(Message::eI6FM_OpenFileFailed, path.string());
+    }
     ImageGeometryPtr const pGeometry = headerToGeometry(header);
     vlUInt64 required = getEndOfBlocks(header, processOffsets(sizeof(header), *pGeometry));
     GeometricCalibrationPtr pCalibration;
-    if (fileContainsGeometricCalibration(header, pGeometry->getFullMemorySize(), *pStream)) {
+    bool const bCalibrated =
+        fileContainsGeometricCalibration(header, pGeometry->getFullMemorySize(), *pStream);
+    if (bCalibrated) {
         pCalibration = readCalibration(header, required, pGeometry->getVolumeGeometry().is2d(), *pStream);
         required = checkedAdd(required, sizeof(CalibrationData)).value_or(NumericLimits<vlUInt64>::s_max);
     }
@@ -101,6 +106,9 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
                    ? fail(Message::eI6FM_GeometryExceedsFileSize, required - sizeof(header), sizeof(header),
                           fileSize, path.string())
                    : fail(Message::eI6FM_ReserveFailed, required, path.string());
+    }
+    if (bCalibrated && !pCalibration) { // it is there and was not read
+        pStream->setstate(std::ios::failbit);
     }
     _planes->accessStreams().insert(pStream);
     initBase(path, accessMode, *pGeometry, pCalibration, sharedRemote);

@@ -9,7 +9,6 @@
 #include <VELMOUtil/LogMessageFormater.h>
 #include <boost/thread/lock_guard.hpp>
 #include <cstdio>
-#include <log4cplus/loglevel.h>
 #include <tiffio.h>
 
 namespace velmo {
@@ -87,10 +86,9 @@ void TiffErrorHandler::keep(char const* prefix, char const* format, va_list args
         current = prefix;
         current += text;
     } catch (...) {
-        logGuarded(VELMO_HERE, g_velmoImageFileRaise, log4cplus::ERROR_LOG_LEVEL,
-                   [&](LogMessageFormater& formater) {
-                       formater[eTiffImageFileMessage::eTIFM_DecodeErrorMessageError] % format;
-                   });
+        logWithoutThrow(VELMO_HERE, [&](LogMessageFormater& formater) {
+            formater[eTiffImageFileMessage::eTIFM_DecodeErrorMessageError] % format;
+        });
     }
 }
 

@@ -7,7 +7,6 @@
 
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOUtil/LogMessageFormater.h>
-#include <log4cplus/loglevel.h>
 #include <tiffio.h>
 
 namespace velmo {
@@ -21,10 +20,9 @@ TiffFileClosure::~TiffFileClosure() {
     try {
         TIFFClose(_pTiff);
     } catch (...) {
-        logGuarded(VELMO_HERE, g_velmoImageFileRaise, log4cplus::ERROR_LOG_LEVEL,
-                   [&](LogMessageFormater& formater) {
-                       formater[eTiffImageFileMessage::eTIFM_CloseFileException] % _filePath;
-                   });
+        logWithoutThrow(VELMO_HERE, [&](LogMessageFormater& formater) {
+            formater[eTiffImageFileMessage::eTIFM_CloseFileException] % _filePath;
+        });
     }
     _pTiff = nullptr;
 }

@@ -49,8 +49,12 @@ BoolResult openTiffFile(boost::filesystem::path const& filePath, eImageAccessMod
                 ? readStoredFile(pTiff, filePath, pImageGeometry, pGeometricCalibration, pUserProperties)
                 : TiffForeignFile(pTiff, filePath, accessMode, directoryMode, bufferMode)
                       .read(pImageGeometry, pGeometricCalibration);
+        TiffStream& stream = *TiffStream::find(pTiff);
+        if (result && stream.getReadError()) {
+            result = fail(Message::eTIFM_OpenFileError, filePath.string(), stream.getReadError().message());
+        }
         if (result) {
-            TiffStream::find(pTiff)->allowWrites();
+            stream.allowWrites();
             closure.disarm();
         }
         return result;

@@ -22,8 +22,6 @@ namespace file {
 
 namespace {
 
-/// Enough for a directory with its arrays, so that one read brings a whole one.
-constexpr vlUInt64 g_aheadSize = 8192;
 /// Reads from this size on go straight to their place.
 constexpr vlUInt64 g_largeRead = 4096;
 /// libtiff would give a file that is shorter than its header a new one.
@@ -125,12 +123,13 @@ struct TiffStream::ClientProcedures {
     static toff_t size(thandle_t handle) { return static_cast<TiffStream*>(handle)->getSize(); }
 };
 
-TiffStream::TiffStream(int descriptor, bool bWritable)
-    : _descriptor(descriptor), _bWritable(bWritable), _pChain(new DirectoryChain) {}
+TiffStream::TiffStream(bool bWritable) : _bWritable(bWritable), _pChain(new DirectoryChain) {}
 
 TiffStream::~TiffStream() {
-    releaseReserved();
-    ::close(_descriptor);
+    if (_descriptor >= 0) {
+        releaseReserved();
+        ::close(_descriptor);
+    }
 }
 
 std::error_code TiffStream::getOpenError() {
@@ -155,12 +154,12 @@ TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode, vl
         return nullptr;
     }
     constexpr mode_t anybody = 0666;
-    int const descriptor = ::open(path.c_str(), toOpenFlags(mode), anybody);
-    if (descriptor < 0) {
+    std::unique_ptr<TiffStream> pStream(new TiffStream(mode[0] == 'w'));
+    pStream->_descriptor = ::open(path.c_str(), toOpenFlags(mode), anybody);
+    if (pStream->_descriptor < 0) {
         reportOpenFailure(path, std::error_code(errno, std::generic_category()));
         return nullptr;
     }
-    std::unique_ptr<TiffStream> pStream(new TiffStream(descriptor, mode[0] == 'w'));
     bool const bTooShort = isUpdate(mode) && pStream->getSize() < g_headerSize;
     return openHandle(std::move(pStream), path, bTooShort ? "r" : mode, room);
 }
@@ -193,10 +192,15 @@ vlUInt64 TiffStream::getSize() const {
     return size == _reservedEnd ? _reservedStart : size;
 }
 
-vlUInt64 TiffStream::readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) const {
+vlUInt64 TiffStream::readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
     return transferAll(nbBytes, [&](vlUInt64 done) {
-        return pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
-                     static_cast<off_t>(offset + done));
+        ssize_t const moved = pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
+                                    static_cast<off_t>(offset + done));
+        bool const bBeyondFiles = errno == EINVAL || errno == EOVERFLOW; // an offset that a file tells
+        if (moved < 0 && errno != EINTR && !bBeyondFiles) {
+            _readError = std::error_code(errno, std::generic_category());
+        }
+        return moved;
     });
 }
 
@@ -207,9 +211,8 @@ vlUInt64 TiffStream::readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
         return readDirectly(offset, pBuffer, nbBytes);
     }
     if (!bAhead) {
-        _ahead.resize(g_aheadSize);
         _aheadOffset = offset;
-        _aheadSize = readDirectly(offset, _ahead.data(), g_aheadSize);
+        _aheadSize = readDirectly(offset, _ahead.data(), _ahead.size());
     }
     vlUInt64 const done = std::min(nbBytes, _aheadSize - (offset - _aheadOffset));
     if (done != 0) {

@@ -13,6 +13,7 @@
 
 #include <VELMOUtil/Logging.h>
 #include <csignal>
+#include <cstdio>
 #include <log4cplus/loglevel.h>
 #include <memory>
 #include <sstream>
@@ -67,8 +68,17 @@ eExitStatus fail(std::string const& text, eExitStatus status) {
     return status;
 }
 
+void prepare() {
+    // Each failure is told once, as the exception that reaches the end of the work.
+    getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    std::signal(SIGPIPE, SIG_IGN);
+    captureTiffWords();
+    catchInterrupts();
+}
+
 eExitStatus runGuarded(int argc, char** argv) {
     try {
+        prepare();
         return runCommand(argc, argv);
     } catch (Interrupted const& stop) {
         return fail(stop.what(), eES_Interrupted);
@@ -91,10 +101,10 @@ eExitStatus runGuarded(int argc, char** argv) {
 } // namespace velmo
 
 int main(int argc, char** argv) {
-    // Each failure is told once, as the exception that reaches the end of the work.
-    velmo::getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    std::signal(SIGPIPE, SIG_IGN);
-    velmo::tool::captureTiffWords();
-    velmo::tool::catchInterrupts();
-    return velmo::tool::runGuarded(argc, argv);
+    try {
+        return velmo::tool::runGuarded(argc, argv);
+    } catch (...) { // a message needs memory
+        std::fputs("velmo-image: not enough memory\n", stderr);
+        return velmo::tool::eES_Failed;
+    }
 }

@@ -4,10 +4,10 @@
 #pragma once
 
 #include <VELMOImage/ImageEnums.h>
+#include <array>
 #include <boost/filesystem/path.hpp>
 #include <memory>
 #include <system_error>
-#include <vector>
 
 using TIFF = struct tiff;
 
@@ -43,6 +43,9 @@ class TiffStream {
 
     /// As many bytes as there are, at most `nbBytes`.
     vlUInt64 readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
+    /// Why the system last refused a read, as against the end of the file; no error where it never did. Of a
+    /// tag that cannot be read libtiff says no more than that it is left out.
+    std::error_code const& getReadError() const { return _readError; }
     /// As many bytes as the file takes.
     vlUInt64 writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
 
@@ -56,20 +59,23 @@ class TiffStream {
     DirectoryChain& accessChain() { return *_pChain; }
 
   private:
-    TiffStream(int descriptor, bool bWritable);
+    explicit TiffStream(bool bWritable);
     static TIFF* open(boost::filesystem::path const& path, char const* mode, vlUInt64 room);
     static TIFF* openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
                             char const* mode, vlUInt64 room);
-    vlUInt64 readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) const;
+    vlUInt64 readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
     bool takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
 
     struct ClientProcedures;
 
-    int _descriptor;
+    int _descriptor = -1;
     bool _bWritable;
     vlUInt64 _position = 0; ///< libtiff's
+    std::error_code _readError;
 
-    std::vector<std::byte> _ahead;
+    /// Enough for a directory with its arrays, so that one read brings a whole one. Nothing is allocated
+    /// where libtiff reads: it does not stand exceptions.
+    std::array<std::byte, 8192> _ahead;
     vlUInt64 _aheadOffset = 0;
     vlUInt64 _aheadSize = 0;
 

@@ -9,20 +9,31 @@
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOUtil/Types.h>
 #include <boost/filesystem/path.hpp>
+#include <new>
 #include <optional>
 #include <string>
 #include <tiffio.h>
+#include <type_traits>
 
 namespace velmo {
 namespace image {
 namespace file {
 
 /// The value of a tag of the current directory; empty where the directory does not have it. `Value` must be
-/// the very type that libtiff gives for the tag.
+/// the very type that libtiff gives for the tag. Throws `std::bad_alloc` for a tag that the directory has and
+/// whose text or array libtiff has not, which is so where it found no memory for it.
 template <class Value>
 std::optional<Value> getTag(TIFF* pTiff, std::uint32_t tag) {
     Value value = {};
-    return TIFFGetField(pTiff, tag, &value) == 1 ? std::optional(value) : std::nullopt;
+    if (TIFFGetField(pTiff, tag, &value) != 1) {
+        return std::nullopt;
+    }
+    if constexpr (std::is_pointer_v<Value>) {
+        if (value == nullptr) {
+            throw std::bad_alloc();
+        }
+    }
+    return value;
 }
 
 inline BoolResult failToGetTag(char const* tagName, boost::filesystem::path const& path) {

@@ -15,7 +15,8 @@ namespace file {
 // lies in it, and gives access on demand.
 //
 // Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes and,
-// behind a line feed, what went wrong. A file that is no Im6 file comes as VELMOImageException. Any number of
+// behind a line feed, what went wrong. A file that is no Im6 file comes as VELMOImageException. Too little
+// memory for the pixels is such a failure; for anything smaller it may come as std::bad_alloc. Any number of
 // calls may run at once.
 
 /// Gives `image`, which must be of a kind that accepts `init`, the file's geometry, then its pixels, on the

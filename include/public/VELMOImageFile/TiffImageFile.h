@@ -78,7 +78,9 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
     BoolResult resizeData(BaseImageGeometry const& imageGeometry) override;
     /// One channel of each pixel; packed bits as one byte of 0 or 1 each. In the single directory of an
     /// ImageJ stack only whole planes are in their place, as they lie in the file: of a big-endian file they
-    /// are not swapped, and what lies behind the end of the file is zero.
+    /// are not swapped, and what lies behind the end of the file is zero. Where channels lie side by side,
+    /// what of a strip cannot be read or decoded is zero without a failure; of a single channel it is a
+    /// failure.
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
     /// The pixels around the run keep their values. Everything is in the file when it returns. In a

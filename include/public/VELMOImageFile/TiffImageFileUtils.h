@@ -21,7 +21,8 @@ namespace file {
 //
 // Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes and,
 // behind line feeds, what went wrong and what libtiff said of it. What the image library itself refuses comes
-// through as its own exception. Any number of calls may run at once on different files; two saves to one path
+// through as its own exception. Too little memory for the pixels is such a failure; for anything smaller it
+// may come as std::bad_alloc. Any number of calls may run at once on different files; two saves to one path
 // are not guarded against each other.
 
 /// Loads all planes, on the calling thread, into a new image in memory, which stands in `image`. After a

@@ -1,0 +1,239 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "FaultSample.h"
+
+#include "Im6Sample.h"
+#include "ImageBytes.h"
+#include "Raised.h"
+
+#include <VELMOImageFile/Im6ImageFileUtils.h>
+#include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
+#include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
+#include <boost/make_shared.hpp>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+
+namespace {
+
+constexpr vlUInt64 g_sizeX = 70;
+constexpr vlUInt64 g_sizeY = 64;
+char const* const g_header = "header";
+
+/// 8960 bytes in each of 4 planes.
+ImageGeometryPtr makeFaultGeometry(bool bRgb) {
+    VolumeGeometry volume;
+    volume.init3d(2);
+    TemporalGeometry temporal;
+    temporal.initSequence(2);
+    ColorGeometry color;
+    if (bRgb) {
+        color.initRgb();
+    }
+    return geometry(eIBT_UInt16, g_sizeX, g_sizeY, volume, color, temporal);
+}
+
+ImagePtr makeImage(bool bRgb) {
+    auto const pGeometry = makeFaultGeometry(bRgb);
+    return makeMemoryImage(*pGeometry, makePixels(*pGeometry));
+}
+
+GeometricCalibrationPtr makeCalibration() {
+    auto pCalibration = boost::make_shared<GeometricCalibration>();
+    pCalibration->init3d(0.5F, 0.25F, 1.5F, "um", 11.0F, 12.0F, 13.0F, 0, 0, 0, 0);
+    return pCalibration;
+}
+
+FaultSample makeTiffSampleOf(std::string const& name, bool bRgb, eTiffCompression compression,
+                             std::string const& userProperties) {
+    ImagePtr const pImage = makeImage(bRgb);
+    pImage->setGeometricCalibration(makeCalibration());
+    pImage->setUserPropertiesStr(userProperties);
+    return {name,
+            ".tif",
+            pImage,
+            [pImage, compression](fs::path const& path) { saveTiffImageFile(path, pImage, compression); },
+            [](fs::path const& path) { return loadTiffImageFile(path, eTBM_Default); },
+            "Error while saving tiff image file ",
+            "Error while loading tiff image file ",
+            false};
+}
+
+std::string describeCalibration(GeometricCalibrationConstPtr const& pCalibration) {
+    if (!pCalibration) {
+        return "none";
+    }
+    std::string text = pCalibration->getUnit() + (pCalibration->is3d() ? " 3d" : " 2d");
+    for (float const size : {pCalibration->getPixelSizeX(), pCalibration->getPixelSizeY(),
+                             pCalibration->getPixelSizeZ(), pCalibration->getFurtherTerms()[0]}) {
+        text += ' ' + std::to_string(size);
+    }
+    return text;
+}
+
+std::size_t countOpenDescriptors() {
+    return static_cast<std::size_t>(
+        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
+
+std::string describeRun(std::string const& beginning, std::function<void()> const& action) {
+    try {
+        action();
+        return "done";
+    } catch (std::bad_alloc const&) {
+        return "no memory";
+    } catch (std::exception const& exception) {
+        std::string const text = exception.what();
+        bool const bOwn = typeid(exception) == typeid(VELMOImageFileException);
+        bool const bExpected = boost::algorithm::starts_with(text, beginning) ||
+                               boost::algorithm::starts_with(text, "Failed to create distributed image\n");
+        return bOwn && bExpected ? "raised" : "thrown: " + text;
+    }
+}
+
+} // namespace
+
+FaultSample makeRawSample() {
+    ImagePtr const pImage = makeImage(false);
+    return {"raw",
+            ".raw",
+            pImage,
+            [pImage](fs::path const& path) { saveRawImageFile(path, pImage, g_header); },
+            [pImage](fs::path const& path) {
+                return loadRawImageFile(path, pImage->getGeometry(), std::string(g_header).size());
+            },
+            "Error while saving raw image file ",
+            "Error while loading raw image file ",
+            false};
+}
+
+FaultSample makeIm6Sample() {
+    Im6Sample sample;
+    sample.sizeX = g_sizeX;
+    sample.sizeY = g_sizeY;
+    sample.sizeZ = 2;
+    sample.sizeT = 2;
+    sample.dataType = 18;
+    sample.text = g_calibrationText;
+    sample.calibration.emplace();
+    ImagePtr const pImage = makeImage(false);
+    pImage->setGeometricCalibration(makeCalibration());
+    sample.pixels = readPixels(*pImage);
+    return {"im6",
+            ".im6",
+            pImage,
+            [sample](fs::path const& path) { sample.write(path); },
+            [](fs::path const& path) { return loadIm6ImageFile(path); },
+            "",
+            "Error while loading im6 image file ",
+            false};
+}
+
+FaultSample makeTiffSample() {
+    return makeTiffSampleOf("tiff", false, eTC_None, "some properties");
+}
+
+FaultSample makeLzwSample() {
+    return makeTiffSampleOf("tiff lzw", false, eTC_Lzw, "some properties");
+}
+
+FaultSample makeDeflateSample() {
+    return makeTiffSampleOf("tiff deflate", false, eTC_Deflate, std::string(20000, 'p'));
+}
+
+FaultSample makeInterleavedSample() {
+    return makeTiffSampleOf("tiff rgb", true, eTC_None, "some properties");
+}
+
+namespace {
+
+FaultSample distributed(FaultSample sample, std::function<ImagePtr(fs::path const&)> load) {
+    sample.name += " distributed";
+    sample.load = std::move(load);
+    return sample;
+}
+
+} // namespace
+
+std::vector<FaultSample> makeDistributedSamples() {
+    FaultSample const rawSample = makeRawSample();
+    ImagePtr const pImage = rawSample.pImage;
+    FaultSample im6Sample = makeIm6Sample();
+    im6Sample.pImage = makeImage(false); // without the calibration
+    FaultSample interleavedSample = distributed(makeInterleavedSample(), [](fs::path const& path) {
+        return loadDistributedTiffImageFile(path, eTDM_Volume, eTBM_Default, true);
+    });
+    interleavedSample.bLosesBrokenStrips = true;
+    return {
+        distributed(rawSample,
+                    [pImage](fs::path const& path) {
+                        return loadDistributedRawImageFile(path, pImage->getGeometry(),
+                                                           std::string(g_header).size(), true);
+                    }),
+        distributed(im6Sample, [](fs::path const& path) { return loadDistributedIm6ImageFile(path, true); }),
+        distributed(makeTiffSample(),
+                    [](fs::path const& path) {
+                        return loadDistributedTiffImageFile(path, eTDM_Volume, eTBM_Default, true);
+                    }),
+        interleavedSample};
+}
+
+std::vector<FaultSample> makeSavedSamples() {
+    return {makeRawSample(), makeTiffSample(), makeLzwSample(), makeDeflateSample(), makeInterleavedSample()};
+}
+
+std::vector<FaultSample> makeAllSamples() {
+    std::vector<FaultSample> samples = makeSavedSamples();
+    samples.push_back(makeIm6Sample());
+    return samples;
+}
+
+std::string findDifference(FaultSample const& sample, BaseImage const& image) {
+    std::string const found = describeGeometry(image.getGeometry());
+    std::string const calibration = describeCalibration(image.getGeometricCalibrationConstPtr());
+    if (found != describeGeometry(sample.pImage->getGeometry())) {
+        return "geometry " + found;
+    }
+    if (calibration != describeCalibration(sample.pImage->getGeometricCalibrationConstPtr())) {
+        return "calibration " + calibration;
+    }
+    if (image.getUserPropertiesStr() != sample.pImage->getUserPropertiesStr()) {
+        return "user properties of " + std::to_string(image.getUserPropertiesStr().size()) + " bytes";
+    }
+    return readPixels(image) == readPixels(*sample.pImage) ? "" : "pixels";
+}
+
+std::string describeOutcome(std::string const& beginning, std::function<void()> const& action) {
+    std::size_t const nbOpen = countOpenDescriptors();
+    std::string const text = describeRun(beginning, action);
+    std::size_t const nbOpenNow = countOpenDescriptors();
+    return text + (nbOpen == nbOpenNow ? "" : ", open: " + std::to_string(nbOpenNow - nbOpen));
+}
+
+std::string describeSave(FaultSample const& sample, fs::path const& path) {
+    return describeOutcome(sample.saveError + quoted(path), [&] { sample.save(path); });
+}
+
+std::string describeLoad(FaultSample const& sample, fs::path const& path) {
+    ImagePtr pImage;
+    std::string const outcome =
+        describeOutcome(sample.loadError + quoted(path), [&] { pImage = sample.load(path); });
+    std::string const difference = pImage ? findDifference(sample, *pImage) : "";
+    return difference.empty() ? outcome : outcome + ", but other " + difference;
+}
+
+std::string join(std::vector<std::string> const& outcomes) {
+    return boost::algorithm::join(outcomes, ", ");
+}
+
+} // namespace test
+} // namespace velmo

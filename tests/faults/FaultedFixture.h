@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "FaultedCalls.h"
+#include "Processes.h"
+#include "TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace velmo {
+namespace test {
+
+inline FaultSample makeSample(std::size_t index) {
+    std::vector<FaultSample> samples = makeAllSamples();
+    std::vector<FaultSample> const more = makeDistributedSamples();
+    samples.insert(samples.end(), more.begin(), more.end());
+    return samples.at(index);
+}
+
+/// A sample by its number, and a path for its file. This process itself neither saves nor
+/// loads: each of its children does so for the first time.
+class FaultedTest : public testing::TestWithParam<std::size_t> {
+  protected:
+    FaultedTest() : _sample(makeSample(GetParam())), _path(_folder / ("image" + _sample.extension)) {}
+
+    TemporaryFolder _folder;
+    FaultSample _sample;
+    boost::filesystem::path _path;
+};
+
+inline std::string getSampleName(testing::TestParamInfo<std::size_t> const& info) {
+    std::string name = makeSample(info.param).name;
+    std::replace(name.begin(), name.end(), ' ', '_');
+    return name;
+}
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,85 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "FaultedFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace velmo {
+namespace test {
+
+class FaultedSave : public FaultedTest {
+  protected:
+    Tally tally(unsigned int calls, eFaultMode mode) const {
+        return tallySaves(_sample, _path, {calls, mode});
+    }
+};
+
+TEST_P(FaultedSave, AWriteThatFailsIsTheSaveErrorOrWasNotNeeded) {
+    Tally const outcomes = tally(eFC_Write, eFM_FailOnce);
+    expectOnly(outcomes, {"done", "raised"});
+    EXPECT_EQ(outcomes.count("raised"), 1U);
+}
+
+TEST_P(FaultedSave, WritesThatFailFromOneOnAreTheSaveError) {
+    Tally const outcomes = tally(eFC_Write, eFM_FailFromThere);
+    expectOnly(outcomes, {"done", "raised"});
+    EXPECT_EQ(outcomes.count("raised"), 1U);
+}
+
+TEST_P(FaultedSave, AnInterruptedWriteIsDoneAgain) {
+    expectOnly(tally(eFC_Write, eFM_Interrupt), {"done"});
+}
+
+TEST_P(FaultedSave, WritesThatMoveHalfOfTheirBytesAreContinued) {
+    EXPECT_EQ(saveInChild(_sample, _path, {eFC_Write, eFM_Halve}), "done");
+}
+
+TEST_P(FaultedSave, AnOpenThatFailsIsTheSaveError) {
+    expectOnly(tally(eFC_Open, eFM_FailOnce), {"raised"});
+}
+
+TEST_P(FaultedSave, ACloseThatFailsLeavesTheFileAndNoHandle) {
+    expectOnly(tally(eFC_Close, eFM_FailOnce), {"done", "raised"});
+}
+
+TEST_P(FaultedSave, AReadThatFailsIsTheSaveErrorOrWasNotNeeded) {
+    if (countCalls(eFC_Read, [this] { _sample.save(_path); }) == 0) {
+        GTEST_SKIP() << "this save reads nothing";
+    }
+    expectOnly(tally(eFC_Read, eFM_FailOnce), {"done", "raised"});
+}
+
+TEST_P(FaultedSave, ALookAtTheFileThatFailsIsTheSaveErrorOrWasNotNeeded) {
+    expectOnly(tally(eFC_Look, eFM_FailOnce), {"done", "raised"});
+}
+
+TEST_P(FaultedSave, AnAllocationThatFailsIsTheSaveErrorOrThrownAsItIs) {
+    expectOnly(tally(eFC_Allocate, eFM_FailOnce), {"done", "raised", "no memory"});
+}
+
+// A message needs memory too.
+TEST_P(FaultedSave, AllocationsThatFailFromOneOnEndInAFailureAndLeaveNoHandle) {
+    Tally const outcomes = tally(eFC_Allocate, eFM_FailFromThere);
+    expectOnly(outcomes, {"done", "raised", "no memory"});
+}
+
+// Without memory libtiff falls over itself at many places, and leaves out tags: nothing else is asked of it.
+TEST_P(FaultedSave, AnAllocationOfLibtiffsThatFailsGivesNoOtherPixelsAndLeavesNoHandle) {
+    if (countCalls(eFC_AllocateInLibtiff, [this] { _sample.save(_path); }) == 0) {
+        GTEST_SKIP() << "libtiff has no part in this";
+    }
+    Tally const outcomes = tally(eFC_AllocateInLibtiff, eFM_FailOnce);
+    EXPECT_EQ(outcomes.count("raised"), 1U);
+    for (auto const& [outcome, calls] : outcomes) {
+        EXPECT_THAT(outcome,
+                    testing::Not(testing::AnyOf(testing::HasSubstr("pixels"), testing::HasSubstr("open: "))))
+            << testing::PrintToString(calls);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, FaultedSave, testing::Range<std::size_t>(0, 5),
+                         getSampleName); // all but im6
+
+} // namespace test
+} // namespace velmo

@@ -1,0 +1,141 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "CliFixture.h"
+#include "FaultSample.h"
+#include "FaultShim.h"
+#include "ImageBytes.h"
+
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <algorithm>
+#include <cstdlib>
+
+namespace velmo {
+namespace test {
+
+namespace fs = boost::filesystem;
+using namespace image;
+using namespace image::file;
+
+namespace {
+
+constexpr char const* g_earlier = "an earlier output";
+constexpr long g_mostRuns = 60;
+
+/// A variable of the environment of what is started while it lives.
+class EnvironmentVariable {
+  public:
+    EnvironmentVariable(char const* name, std::string const& value) : _name(name) {
+        setenv(name, value.c_str(), 1);
+    }
+    ~EnvironmentVariable() { unsetenv(_name); }
+    EnvironmentVariable(EnvironmentVariable const&) = delete;
+    EnvironmentVariable& operator=(EnvironmentVariable const&) = delete;
+
+  private:
+    char const* _name;
+};
+
+/// A conversion of the four planes of a sample.
+struct Conversion {
+    char const* name;
+    char const* input;
+    char const* output;
+    Arguments options;
+};
+
+std::ostream& operator<<(std::ostream& stream, Conversion const& conversion) {
+    return stream << conversion.name;
+}
+
+class ToolFault : public CliTest, public testing::WithParamInterface<Conversion> {
+  protected:
+    ToolFault() {
+        writeFile(_folder / "in.raw", _pixels);
+        auto const pGeometry = geometry3d(eIBT_UInt16, 70, 64, 4);
+        saveTiffImageFile(_folder / "in.tif", makeMemoryImage(*pGeometry, _pixels), eTC_Lzw);
+    }
+
+    ToolResult convert(unsigned int calls, long at, eFaultMode mode) const {
+        EnvironmentVariable const preload("LD_PRELOAD", VELMO_FAULT_SHIM);
+        EnvironmentVariable const faults("VELMO_FAULTS", std::to_string(calls) + ' ' + std::to_string(at) +
+                                                             ' ' + std::to_string(mode));
+        EnvironmentVariable const count("VELMO_FAULTS_COUNT", (_counts / "count").string());
+        return runTool(Arguments{"convert", path(GetParam().input), path(GetParam().output), "--overwrite"} +
+                       GetParam().options);
+    }
+
+    long countCalls(unsigned int calls) const {
+        expectDone(convert(calls, 0, eFM_Count));
+        return std::stol(readFile(_counts / "count"));
+    }
+
+    bool isConverted() const {
+        std::string const name = GetParam().output;
+        return name == "out.raw" ? read(name) == _pixels
+                                 : readPixels(*loadTiffImageFile(_folder / name, eTBM_Default)) == _pixels;
+    }
+
+    /// Not more than some of the calls, spread over all of them.
+    void expectEarlierOrWholeOutput(unsigned int calls, eFaultMode mode = eFM_FailOnce) const {
+        long const nbCalls = countCalls(calls);
+        long nbFailures = 0;
+        ASSERT_GT(nbCalls, 0);
+        for (long call = 1; call <= nbCalls; call += std::max(1L, nbCalls / g_mostRuns)) {
+            writeFile(_folder / GetParam().output, g_earlier);
+            ToolResult const result = convert(calls, call, mode);
+            SCOPED_TRACE(testing::Message() << "call " << call << " of " << nbCalls << ": " << result.err);
+            nbFailures += result.status;
+            if (result.status == 0) {
+                EXPECT_TRUE(isConverted());
+            } else {
+                EXPECT_EQ(result.status, 1);
+                EXPECT_EQ(read(GetParam().output), g_earlier);
+                EXPECT_THAT(result.err, testing::StartsWith("velmo-image: "));
+            }
+            EXPECT_THAT(list(), testing::ElementsAre("in.raw", "in.tif", GetParam().output));
+        }
+        EXPECT_GT(nbFailures, 0);
+    }
+
+    TemporaryFolder _counts;
+    std::string const _pixels = readPixels(*makeRawSample().pImage);
+};
+
+} // namespace
+
+TEST_P(ToolFault, AWriteThatFailsLeavesTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Write);
+}
+
+TEST_P(ToolFault, AReadThatFailsLeavesTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Read);
+}
+
+TEST_P(ToolFault, AnAllocationThatFailsLeavesTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Allocate);
+}
+
+TEST_P(ToolFault, WritesThatFailFromOneOnLeaveTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Write, eFM_FailFromThere);
+}
+
+TEST_P(ToolFault, AllocationsThatFailFromOneOnLeaveTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Allocate, eFM_FailFromThere);
+}
+
+TEST_P(ToolFault, WritesAndReadsThatMoveHalfOfTheirBytesAreContinued) {
+    expectDone(convert(eFC_Write + eFC_Read, 1, eFM_Halve));
+    EXPECT_TRUE(isConverted());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Formats, ToolFault,
+    testing::Values(Conversion{"RawToTiff", "in.raw", "out.tif", raw("70,64,4", "uint16")},
+                    Conversion{"RawToLzw", "in.raw", "out.tif",
+                               Arguments{"--compression", "lzw"} + raw("70,64,4", "uint16")},
+                    Conversion{"TiffToRaw", "in.tif", "out.raw", {}}),
+    getName<Conversion>);
+
+} // namespace test
+} // namespace velmo
