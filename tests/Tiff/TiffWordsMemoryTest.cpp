@@ -8,7 +8,6 @@
 #include "Tiff/TiffErrorHandler.h"
 
 #include <VELMOImageFile/VELMOImageFileLog.h>
-#include <VELMOUtil/BaseException.h>
 #include <VELMOUtil/Logging.h>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -129,22 +128,16 @@ TEST_F(TiffWordsMemory, NothingIsLoggedWhereTheLoggerDoesNotTakeIt) {
     EXPECT_TRUE(log.getRecords().empty());
 }
 
-TEST_F(TiffWordsMemory, WhateverFailsBehindAFailureTheHandlerWorksAfterwards) {
-    unsigned int nbThrown = 0;
+TEST_F(TiffWordsMemory, WhateverFailsBehindAFailureNothingIsThrownAndTheHandlerWorksAfterwards) {
     for (unsigned int second = 2; second < 60; ++second) {
         std::string const words = makeWords();
-        try {
+        EXPECT_NO_THROW({
             FailingAllocations const failing(1, second);
             report(words);
-        } catch (BaseException const& exception) {
-            ++nbThrown;
-            EXPECT_STREQ(exception.what(), "Exception thrown while processing message");
-        }
+        }) << second;
         report(words);
         EXPECT_EQ(getTiffWords(), "Tiff Error : strip of " + words) << second;
     }
-    EXPECT_GT(nbThrown, 0U);
-    EXPECT_LT(nbThrown, 58U);
 }
 
 } // namespace file
