@@ -1,6 +1,6 @@
 # velmo_add_test(NAME SOURCES source... [LIBRARIES target...])
 # A test program of GoogleTest cases, each of them a test of CTest; under sanitizers, where a process takes long
-# to start, all of them together.
+# to start, two halves of them.
 include(GoogleTest)
 function(velmo_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
@@ -9,8 +9,11 @@ function(velmo_add_test name)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} velmo_test_support velmo_warnings)
   target_precompile_headers(${name} REUSE_FROM velmo_test_support)
   if(VELMO_SANITIZE)
-    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
-    set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+    foreach(half 0 1)
+      add_test(NAME ${name}.${half} COMMAND ${name} --gtest_brief=1)
+      set_tests_properties(${name}.${half} PROPERTIES
+        TIMEOUT 600 ENVIRONMENT "GTEST_TOTAL_SHARDS=2;GTEST_SHARD_INDEX=${half}")
+    endforeach()
   else()
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   endif()
