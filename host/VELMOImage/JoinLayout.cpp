@@ -54,11 +54,13 @@ using Geometries = std::vector<BaseImageGeometry const*>;
 BufferTypeRuns collectTypes(Geometries const& parts) {
     BufferTypeRuns types;
     for (BaseImageGeometry const* const pPart : parts) {
-        auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(pPart);
-        if (pTypes != nullptr && pTypes->getSizeT() != 1) {
+        vlUInt64 const nbSteps = pPart->getSizeT();
+        auto const* const pTypes =
+            nbSteps == 1 ? nullptr : dynamic_cast<HeterogeneousImageGeometry const*>(pPart);
+        if (pTypes != nullptr) {
             types.add(pTypes->getBufferTypeRuns());
-        } else { // of one type for each plane, the first stands for all
-            types.add(pPart->getBufferType(), pPart->getSizeT());
+        } else { // of one step with a type for each plane, the first stands for all
+            types.add(pPart->getBufferType(), nbSteps);
         }
     }
     return types;

@@ -10,6 +10,7 @@ namespace image {
 
 BoolResult JoinedImage::join(std::vector<ImagePtr> const& parts, eJoinAxis axis) {
     std::vector<BaseImageGeometry const*> geometries;
+    geometries.reserve(parts.size());
     for (ImagePtr const& pPart : parts) {
         geometries.push_back(&pPart->getGeometry());
     }

@@ -61,15 +61,16 @@ void JoinedImageAccessor::copy(BaseDynamicObject const& /*other*/) {
 }
 
 BoolResult JoinedImageAccessor::join(std::vector<PartPtr> const& parts, eJoinAxis axis) {
-    std::vector<PartPtr> const kept(parts);
+    std::vector<PartPtr> kept(parts); // may be the accessor's own
     clear();
     std::vector<BaseImageGeometry const*> geometries;
+    geometries.reserve(kept.size());
     for (PartPtr const& pPart : kept) {
         geometries.push_back(&pPart->getGeometry());
     }
     BoolResult result = _layout.init(geometries, axis);
     if (result) {
-        _parts = kept;
+        _parts = std::move(kept);
         _axis = axis;
         BaseDiskImageAccessor const& first = *_parts.front();
         initBase(first.getFilePath(), first.getAccessMode(), _layout.getGeometry(),

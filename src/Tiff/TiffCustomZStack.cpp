@@ -78,7 +78,7 @@ void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
 }
 
 attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path) {
-    auto const pSteps = boost::make_shared<attr::ZSteps>();
+    auto pSteps = boost::make_shared<attr::ZSteps>();
     if (path.extension() != ".xml") {
         readText(path, pSteps->accessSteps());
         return pSteps;

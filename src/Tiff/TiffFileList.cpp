@@ -74,7 +74,7 @@ void TiffFileList::requireOpen(BoolResult const& result, fs::path const& path) c
 }
 
 TiffFileList::FilePtr TiffFileList::open(fs::path const& path, std::string& userProperties) const {
-    auto const pFile = boost::make_shared<TiffImageFile>();
+    auto pFile = boost::make_shared<TiffImageFile>();
     requireOpen(pFile->openFile(path, eIAM_ReadOnly, eTDM_Volume, _bufferMode, userProperties), path);
     return pFile;
 }
@@ -82,7 +82,7 @@ TiffFileList::FilePtr TiffFileList::open(fs::path const& path, std::string& user
 /// The comparison itself needs one open file at a time, so files that are kept open beside it must not be the
 /// reason why one cannot be opened: handles run out where the images are opened.
 TiffFileList::FilePtr TiffFileList::openToCompare(fs::path const& path, std::string& userProperties) {
-    auto const pFile = boost::make_shared<TiffImageFile>();
+    auto pFile = boost::make_shared<TiffImageFile>();
     BoolResult const result = pFile->openFile(path, eIAM_ReadOnly, eTDM_Volume, _bufferMode, userProperties);
     if (!result && lacksHandle(TiffStream::getOpenError()) && !_openFiles.empty()) {
         _openFiles.clear();
@@ -157,7 +157,7 @@ std::vector<ImagePtr> TiffFileList::takeImages() {
             file < _openFiles.size() ? _openFiles[file] : open(_paths[file], userProperties);
         DiskImagePtr pImage;
         requireOpen(ImageFactory::getInstance().createDiskImage(pFile, pImage), _paths[file]);
-        images.push_back(pImage);
+        images.emplace_back(pImage);
     }
     _openFiles.clear();
     return images;

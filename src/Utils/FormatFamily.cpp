@@ -80,7 +80,7 @@ boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& p
     } else {
         policy.initLocal(1);
     }
-    auto const pCopy = boost::make_shared<imaproc::util::CopyImgLvl1>();
+    auto pCopy = boost::make_shared<imaproc::util::CopyImgLvl1>();
     pCopy->init(processor::ePRP_Strict);
     pCopy->set<imaproc::attr::InImg>(pSource);
     pCopy->set<imaproc::attr::OutImg>(pTarget);
