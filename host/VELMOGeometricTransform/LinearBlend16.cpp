@@ -39,11 +39,11 @@ bool hasAvx2() {
 
 /// A weight in parts of 2^32, rounded down.
 struct FixedWeight {
-    VELMO_AVX2 explicit FixedWeight(double weight) {
-        auto const parts = static_cast<std::uint32_t>(weight * 4294967296.0);
-        high = _mm256_set1_epi16(static_cast<short>(parts >> 16U));
-        low = _mm256_set1_epi16(static_cast<short>(parts & 0xFFFFU));
-    }
+    VELMO_AVX2 explicit FixedWeight(double weight)
+        : FixedWeight(static_cast<std::uint32_t>(weight * 4294967296.0)) {}
+    VELMO_AVX2 explicit FixedWeight(std::uint32_t parts)
+        : high(_mm256_set1_epi16(static_cast<short>(parts >> 16U))),
+          low(_mm256_set1_epi16(static_cast<short>(parts & 0xFFFFU))) {}
     __m256i high;
     __m256i low;
 };
