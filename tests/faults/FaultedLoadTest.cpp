@@ -3,8 +3,6 @@
 
 #include "FaultedFixture.h"
 
-#include <gmock/gmock.h>
-
 namespace velmo {
 namespace test {
 
@@ -64,18 +62,12 @@ TEST_P(FaultedLoad, AllocationsThatFailFromOneOnEndInAFailureAndLeaveNoHandle) {
     expectOnly(outcomes, {"done", "raised", "no memory"});
 }
 
-// Without memory libtiff falls over itself at many places, and leaves out tags: nothing else is asked of it.
-TEST_P(FaultedLoad, AnAllocationOfLibtiffsThatFailsGivesNoOtherPixelsAndLeavesNoHandle) {
+// libtiff itself does not survive the lack of memory at many places: "killed".
+TEST_P(FaultedLoad, AnAllocationOfLibtiffsThatFailsGivesNoOtherImageAndLeavesNoHandle) {
     if (countCalls(eFC_AllocateInLibtiff, [this] { _sample.load(_path); }) == 0) {
         GTEST_SKIP() << "libtiff has no part in this";
     }
-    Tally const outcomes = tally(eFC_AllocateInLibtiff, eFM_FailOnce);
-    EXPECT_EQ(outcomes.count("raised"), 1U);
-    for (auto const& [outcome, calls] : outcomes) {
-        EXPECT_THAT(outcome,
-                    testing::Not(testing::AnyOf(testing::HasSubstr("pixels"), testing::HasSubstr("open: "))))
-            << testing::PrintToString(calls);
-    }
+    expectOnly(tally(eFC_AllocateInLibtiff, eFM_FailOnce), {"done", "raised", "killed"});
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, FaultedLoad, testing::Range<std::size_t>(0, 10), getSampleName);
