@@ -127,7 +127,8 @@ struct TiffStream::ClientProcedures {
     static int noteError(TIFF* /*pTiff*/, void* pStream, char const* /*module*/, char const* format,
                          va_list /*args*/) {
         if (std::strstr(format, "Failed to allocate memory") != nullptr) {
-            static_cast<TiffStream*>(pStream)->_readError = std::make_error_code(std::errc::not_enough_memory);
+            static_cast<TiffStream*>(pStream)->_readError =
+                std::make_error_code(std::errc::not_enough_memory);
         }
         return 0;
     }

@@ -66,7 +66,7 @@ std::string spellCalibration() {
 
 // clang-format on
 
-std::string const g_firstPlane = literal("\x01\x00\x02\x00\x03\x80");
+std::string const g_spelledPlane = literal("\x01\x00\x02\x00\x03\x80");
 std::string const g_secondPlane = literal("\xFF\xFF\x00\x01\x0A\x0B");
 std::string const g_announcing = literal("the Calibration\0ab");
 std::string const g_silent = literal("\0the Calibrationab");
@@ -84,9 +84,9 @@ class Im6SpelledFile : public Im6ImageFileTest {
 TEST_F(Im6SpelledFile, AnImageWithACalibrationTakesItIn2d) {
     Im6ImageFile file;
     auto const pCalibration = openSpelled(
-        spellHeader('\1') + g_firstPlane + g_announcing + g_otherBlocks + spellCalibration(), file);
+        spellHeader('\1') + g_spelledPlane + g_announcing + g_otherBlocks + spellCalibration(), file);
     EXPECT_EQ(describeGeometry(file.getGeometry()), "x=3 y=1 z=1 c=1 t=1 eIBT_UInt16");
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 3}), g_firstPlane);
+    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 3}), g_spelledPlane);
     ASSERT_TRUE(pCalibration);
     EXPECT_FALSE(pCalibration->is3d());
     EXPECT_EQ(pCalibration->getPixelSizeX(), 0.5F);
@@ -98,11 +98,11 @@ TEST_F(Im6SpelledFile, AnImageWithACalibrationTakesItIn2d) {
 
 TEST_F(Im6SpelledFile, AVolumeWithACalibrationTakesItIn3d) {
     Im6ImageFile file;
-    auto const pCalibration = openSpelled(spellHeader('\2') + g_firstPlane + g_secondPlane + g_announcing +
+    auto const pCalibration = openSpelled(spellHeader('\2') + g_spelledPlane + g_secondPlane + g_announcing +
                                               g_otherBlocks + spellCalibration(),
                                           file);
     EXPECT_EQ(describeGeometry(file.getGeometry()), "x=3 y=1 z=2 c=1 t=1 eIBT_UInt16");
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 3}), g_firstPlane);
+    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 3}), g_spelledPlane);
     EXPECT_EQ(readPixels(file, {1, 0, 0, 0, 3}), g_secondPlane);
     ASSERT_TRUE(pCalibration);
     EXPECT_TRUE(pCalibration->is3d());
@@ -114,7 +114,7 @@ TEST_F(Im6SpelledFile, AVolumeWithACalibrationTakesItIn3d) {
 }
 
 TEST_F(Im6SpelledFile, AWordBehindAZeroByteLeavesTheRecordAloneAndTheFileMayEndBeforeIt) {
-    std::string const planes = g_firstPlane + g_secondPlane;
+    std::string const planes = g_spelledPlane + g_secondPlane;
     for (std::string const& record : {std::string(), spellCalibration()}) {
         Im6ImageFile file;
         EXPECT_FALSE(openSpelled(spellHeader('\2') + planes + g_silent + g_otherBlocks + record, file));
@@ -123,7 +123,7 @@ TEST_F(Im6SpelledFile, AWordBehindAZeroByteLeavesTheRecordAloneAndTheFileMayEndB
 }
 
 TEST_F(Im6SpelledFile, AWordWithoutTheWholeRecordBehindItIsAFileTooShort) {
-    std::string const start = spellHeader('\1') + g_firstPlane + g_announcing + g_otherBlocks;
+    std::string const start = spellHeader('\1') + g_spelledPlane + g_announcing + g_otherBlocks;
     ASSERT_EQ(start.size(), 144U);
     for (std::size_t const nbBytes : {0U, 1U, 4420U, 4423U}) {
         expectTooShort(start + spellCalibration().substr(0, nbBytes), 144 + 4424);

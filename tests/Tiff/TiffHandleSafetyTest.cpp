@@ -11,17 +11,17 @@ namespace file {
 
 namespace {
 
-constexpr vlUInt64 g_sizeX = 30;
-constexpr vlUInt64 g_sizeY = 20;
-constexpr vlUInt64 g_nbPixels = g_sizeX * g_sizeY;
+constexpr vlUInt64 g_pageSizeX = 30;
+constexpr vlUInt64 g_pageSizeY = 20;
+constexpr vlUInt64 g_nbPagePixels = g_pageSizeX * g_pageSizeY;
 constexpr vlUInt64 g_nbPages = 3;
 
 OpenRequest const g_forWriting = {eIAM_ReadWrite, eTDM_Volume, eTBM_Default};
 
 std::vector<Directory> makePages(std::uint16_t compression, std::uint16_t bits, std::uint16_t samples) {
     Directory page;
-    page.sizeX = g_sizeX;
-    page.sizeY = g_sizeY;
+    page.sizeX = g_pageSizeX;
+    page.sizeY = g_pageSizeY;
     page.bits = bits;
     page.samples = samples;
     page.photometric = samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
@@ -35,9 +35,10 @@ std::vector<Directory> makePages(std::uint16_t compression, std::uint16_t bits, 
 }
 
 void writeOwnFile(path const& path) {
-    Planes const planes = createPlanes(path, makeGeometry(eIBT_UInt16, {g_sizeX, g_sizeY, g_nbPages}));
+    Planes const planes =
+        createPlanes(path, makeGeometry(eIBT_UInt16, {g_pageSizeX, g_pageSizeY, g_nbPages}));
     for (unsigned int z = 0; z < g_nbPages; ++z) {
-        planes.writePlane(noise(2 * g_nbPixels, z + 1), z);
+        planes.writePlane(noise(2 * g_nbPagePixels, z + 1), z);
     }
 }
 
@@ -75,7 +76,7 @@ class TiffCutShortTest : public TiffTest, public testing::WithParamInterface<Fil
     std::string readPlanes(TiffImageFile const& file) const {
         for (vlUInt64 z = 0; z < g_nbPages; ++z) {
             std::string pixels(_planes[z].size(), '\xEE');
-            BoolResult const read = file.readRawData(z, 0, 0, 0, g_nbPixels, pixels.data());
+            BoolResult const read = file.readRawData(z, 0, 0, 0, g_nbPagePixels, pixels.data());
             if (read && !GetParam().bBlackWhereBroken && pixels != _planes[z]) {
                 return "other pixels are read of plane " + std::to_string(z);
             }
@@ -88,7 +89,7 @@ class TiffCutShortTest : public TiffTest, public testing::WithParamInterface<Fil
             return readPlanes(file);
         }
         for (vlUInt64 z = 0; z < g_nbPages; ++z) {
-            PixelRun const part = {z, 0, 0, g_nbPixels / 3, 5};
+            PixelRun const part = {z, 0, 0, g_nbPagePixels / 3, 5};
             tryWrite(file, use == eUse::Write ? wholePlane(file, z) : part);
         }
         return "safe";

@@ -19,7 +19,7 @@ namespace {
 using TiffInterleavedFailureTest = TiffTest;
 
 /// Pages of 50 x 90 pixels of three bytes: strips of 54 and 36 rows.
-constexpr vlUInt64 g_nbPixels = 4500;
+constexpr vlUInt64 g_nbBrokenPixels = 4500;
 
 Directory makeRgb(std::uint16_t compression = COMPRESSION_NONE) {
     Directory directory;
@@ -29,7 +29,7 @@ Directory makeRgb(std::uint16_t compression = COMPRESSION_NONE) {
     directory.photometric = PHOTOMETRIC_RGB;
     directory.rowsPerStrip = 54;
     directory.compression = compression;
-    directory.pixels = noise(3 * g_nbPixels);
+    directory.pixels = noise(3 * g_nbBrokenPixels);
     return directory;
 }
 
@@ -94,7 +94,7 @@ TEST_F(TiffInterleavedFailureTest, GreyAndSeparatePlanesAreNoInterleavedRgb) {
         writeTiff(_path, {directory});
         std::string const before = readFile(_path);
         Planes const planes = plainPlanes(_path, "r+", makeRgbGeometry());
-        for (vlUInt64 const count : {vlUInt64(0), g_nbPixels}) { // without pixels as well
+        for (vlUInt64 const count : {vlUInt64(0), g_nbBrokenPixels}) { // without pixels as well
             EXPECT_THAT(planes.tryReadRgb({0, 0, 0, 0, count}), FailsWith(notInterleaved(_path)));
             EXPECT_THAT(planes.tryWriteRgb({0, 0, 0, 0, count}), FailsWith(notInterleaved(_path)));
         }
@@ -124,7 +124,7 @@ TEST_F(TiffInterleavedFailureTest, AFileWithoutSamplesPerPixelIsAFailureAndNoOve
 TEST_F(TiffInterleavedFailureTest, ADirectoryLeftWithoutSamplesPerPixelDoesNotDisturbTheNext) {
     createPlanes(_path, makeRgbGeometry());
     Planes const planes = plainPlanes(_path, "r+", makeRgbGeometry());
-    Channels const channels(3, noise(g_nbPixels));
+    Channels const channels(3, noise(g_nbBrokenPixels));
     ASSERT_EQ(TIFFUnsetField(planes.pTiff.get(), TIFFTAG_SAMPLESPERPIXEL), 1);
     planes.writeRgb(planes.wholePlane(), channels);
     ASSERT_EQ(TIFFUnsetField(planes.pTiff.get(), TIFFTAG_SAMPLESPERPIXEL), 1);
@@ -159,7 +159,7 @@ TEST_F(TiffInterleavedFailureTest, AStripThatDoesNotDecodeIsAFailureOfTheRead) {
 TEST_F(TiffInterleavedFailureTest, AWriteGoesOnBehindAReadBackThatFailsOutright) {
     writeTiff(_path, {makeRgb(COMPRESSION_ADOBE_DEFLATE)});
     spoilStrip(_path, 1);
-    Channels channels = pickChannels(noise(3 * g_nbPixels), 3, 1);
+    Channels channels = pickChannels(noise(3 * g_nbBrokenPixels), 3, 1);
     Planes const planes = openPlanesForWriting(_path);
     planes.writeRgb({0, 0, 0, 2700, 1800}, Channels(3, noise(1800)));
     for (std::string& channel : channels) {
@@ -172,7 +172,7 @@ TEST_F(TiffInterleavedFailureTest, PixelsThatCouldNotBeReadBackBecomeBlack) {
     writeTiff(_path, {makeRgb(COMPRESSION_ADOBE_DEFLATE)});
     spoilStrip(_path, 1);
     openPlanesForWriting(_path).writeRgb({0, 0, 0, 2800, 50}, Channels(3, std::string(50, 'x')));
-    std::string expected = noise(3 * g_nbPixels);
+    std::string expected = noise(3 * g_nbBrokenPixels);
     expected.replace(8100, 5400, 5400, '\0').replace(8400, 150, 150, 'x');
     EXPECT_TRUE(readDirectoryPixels(_path, 0) == expected);
 }

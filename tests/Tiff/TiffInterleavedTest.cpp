@@ -14,18 +14,18 @@ constexpr eTiffCompression g_compressions[] = {eTC_None, eTC_Lzw, eTC_Deflate};
 /// Pages of 50 x 90 pixels of three bytes: strips of 54 and 36 rows.
 constexpr PlanSizes g_sizes{50, 90, 2, 1, 2};
 constexpr vlUInt64 g_stripPixels = 2700;
-constexpr vlUInt64 g_nbPixels = 4500;
+constexpr vlUInt64 g_nbInterleavedPixels = 4500;
 
 constexpr PixelRun g_runs[] = {{1, 0, 1, 0, 1},
                                {1, 0, 1, 17, 100},
                                {1, 0, 1, 0, g_stripPixels},
                                {1, 0, 1, g_stripPixels - 1, 2},
                                {1, 0, 1, g_stripPixels - 400, 1000},
-                               {1, 0, 1, g_stripPixels, g_nbPixels - g_stripPixels},
+                               {1, 0, 1, g_stripPixels, g_nbInterleavedPixels - g_stripPixels},
                                {1, 0, 1, g_stripPixels + 33, 400},
-                               {1, 0, 1, g_nbPixels - 1, 1},
-                               {1, 0, 1, 3, g_nbPixels - 3},
-                               {1, 0, 1, 0, g_nbPixels}};
+                               {1, 0, 1, g_nbInterleavedPixels - 1, 1},
+                               {1, 0, 1, 3, g_nbInterleavedPixels - 3},
+                               {1, 0, 1, 0, g_nbInterleavedPixels}};
 
 Channels noiseOf(std::size_t nbChannels, vlUInt64 nbBytes, unsigned int seed = 1) {
     Channels channels;
@@ -58,17 +58,18 @@ TEST_P(TiffInterleavedTest, AllPagesAreWrittenAndReadBack) {
     Planes const planes = createExample();
     std::vector<std::string> expected;
     for (unsigned int page = 0; page < 4; ++page) {
-        Channels const channels = noiseOf(3, g_nbPixels, page);
+        Channels const channels = noiseOf(3, g_nbInterleavedPixels, page);
         planes.writeRgb(planes.wholePlane(page % 2, 0, page / 2), channels);
         expected.push_back(interleave(channels, 1));
         EXPECT_TRUE(planes.readRgb(planes.wholePlane(page % 2, 0, page / 2)) == channels) << page;
     }
     expectDirectories(_path, expected);
-    EXPECT_TRUE(openPlanes(_path).readRgb(planes.wholePlane(1, 0, 1)) == noiseOf(3, g_nbPixels, 3));
+    EXPECT_TRUE(openPlanes(_path).readRgb(planes.wholePlane(1, 0, 1)) ==
+                noiseOf(3, g_nbInterleavedPixels, 3));
 }
 
 TEST_P(TiffInterleavedTest, PartsAreReadExactly) {
-    Channels const channels = noiseOf(3, g_nbPixels);
+    Channels const channels = noiseOf(3, g_nbInterleavedPixels);
     Planes const planes = createExample();
     planes.writeRgb(planes.wholePlane(1, 0, 1), channels);
     for (PixelRun const& run : g_runs) {
@@ -78,7 +79,7 @@ TEST_P(TiffInterleavedTest, PartsAreReadExactly) {
 }
 
 TEST_P(TiffInterleavedTest, PartsAreWrittenAndAllOtherPixelsStay) {
-    Channels channels = noiseOf(3, g_nbPixels);
+    Channels channels = noiseOf(3, g_nbInterleavedPixels);
     Planes const planes = createExample();
     planes.writeRgb(planes.wholePlane(1, 0, 1), channels);
     unsigned int seed = 10;
@@ -91,22 +92,22 @@ TEST_P(TiffInterleavedTest, PartsAreWrittenAndAllOtherPixelsStay) {
         EXPECT_TRUE(readDirectoryPixels(_path, 3) == interleave(channels, 1))
             << run.start << '+' << run.count;
     }
-    EXPECT_TRUE(readDirectoryPixels(_path, 2) == std::string(3 * g_nbPixels, '\0'));
+    EXPECT_TRUE(readDirectoryPixels(_path, 2) == std::string(3 * g_nbInterleavedPixels, '\0'));
 }
 
 TEST_P(TiffInterleavedTest, EqualBytesAcrossTheLastRowKeepTheirValue) {
-    Channels const white(3, std::string(g_nbPixels, '\xFF'));
+    Channels const white(3, std::string(g_nbInterleavedPixels, '\xFF'));
     Planes const planes = createExample();
     planes.writeRgb(planes.wholePlane(), white);
     EXPECT_TRUE(planes.readRgb(planes.wholePlane()) == white);
     EXPECT_TRUE(openPlanes(_path).readRgb(planes.wholePlane()) == white);
-    EXPECT_TRUE(readDirectoryPixels(_path, 0) == std::string(3 * g_nbPixels, '\xFF'));
+    EXPECT_TRUE(readDirectoryPixels(_path, 0) == std::string(3 * g_nbInterleavedPixels, '\xFF'));
 }
 
 TEST_P(TiffInterleavedTest, RgbaHasFourChannelsOfWhichAReaderMayLeaveTheLast) {
     ImageGeometryPtr const pGeometry = makeColorGeometry(eCGT_Rgba, eIBT_UInt16, g_sizes);
     Planes const planes = createPlanes(_path, pGeometry, GetParam());
-    Channels const channels = noiseOf(4, 2 * g_nbPixels);
+    Channels const channels = noiseOf(4, 2 * g_nbInterleavedPixels);
     planes.writeRgb(planes.wholePlane(1), channels); // the first access to the new file
     EXPECT_TRUE(readDirectoryPixels(_path, 1) == interleave(channels, 2));
     EXPECT_TRUE(planes.readRgb(planes.wholePlane(1)) == channels);
@@ -120,13 +121,13 @@ TEST_P(TiffInterleavedTest, ReadingMayBeTheFirstAccessToACreatedFile) {
         Planes const planes =
             createPlanes(_path, makeColorGeometry(colorType, eIBT_UInt8, g_sizes), GetParam());
         EXPECT_TRUE(planes.readRgb(planes.wholePlane(1, 0, 1)) ==
-                    Channels(planes.pGeometry->getSizeC(), std::string(g_nbPixels, '\0')));
+                    Channels(planes.pGeometry->getSizeC(), std::string(g_nbInterleavedPixels, '\0')));
     }
 }
 
 TEST_P(TiffInterleavedTest, ChannelsAndPagesAreTheSamePixels) {
     Planes const planes = createExample();
-    Channels const channels = noiseOf(3, g_nbPixels);
+    Channels const channels = noiseOf(3, g_nbInterleavedPixels);
     for (unsigned int channel = 0; channel < 3; ++channel) {
         planes.writePlane(channels[channel], 1, channel, 0);
     }
@@ -147,9 +148,9 @@ TEST_P(TiffInterleavedTest, NoPixelsAreNoFailureAndTouchNoStrip) {
 
 TEST_P(TiffInterleavedTest, WhatIsWrittenIsSeenByOtherHandlesAtOnce) {
     Planes planes = createExample();
-    planes.writeRgb(planes.wholePlane(1, 0, 1), noiseOf(3, g_nbPixels));
+    planes.writeRgb(planes.wholePlane(1, 0, 1), noiseOf(3, g_nbInterleavedPixels));
     std::string const bytes = readFile(_path);
-    EXPECT_TRUE(readDirectoryPixels(_path, 3) == interleave(noiseOf(3, g_nbPixels), 1));
+    EXPECT_TRUE(readDirectoryPixels(_path, 3) == interleave(noiseOf(3, g_nbInterleavedPixels), 1));
     planes.pTiff.reset();
     EXPECT_TRUE(readFile(_path) == bytes);
 }
@@ -157,7 +158,7 @@ TEST_P(TiffInterleavedTest, WhatIsWrittenIsSeenByOtherHandlesAtOnce) {
 TEST_P(TiffInterleavedTest, AHandleOfLibtiffAloneWorksAsWell) {
     ImageGeometryPtr const pGeometry = createExample().pGeometry;
     Planes const planes = plainPlanes(_path, "r+", pGeometry);
-    Channels channels = noiseOf(3, g_nbPixels);
+    Channels channels = noiseOf(3, g_nbInterleavedPixels);
     planes.writeRgb(planes.wholePlane(1), channels);
     planes.writeRgb({1, 0, 0, 2690, 3}, Channels(3, "abc"));
     for (std::string& channel : channels) {

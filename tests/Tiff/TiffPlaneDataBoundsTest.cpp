@@ -10,16 +10,16 @@ namespace file {
 namespace {
 
 /// Planes of 100 x 200 pixels: strips of 81, 81 and 38 rows.
-constexpr vlUInt64 g_nbPixels = 20000;
+constexpr vlUInt64 g_nbBoundsPixels = 20000;
 constexpr vlUInt64 g_huge = vlUInt64(1) << 40U;
 
 constexpr PixelRun g_runsBeyond[] = {{0, 0, 0, NumericLimits<vlUInt64>::s_max - 9, 20},
-                                     {0, 0, 0, g_nbPixels - 10, 20},
+                                     {0, 0, 0, g_nbBoundsPixels - 10, 20},
                                      {0, 0, 0, 16200, 3801},
-                                     {0, 0, 0, 0, g_nbPixels + 1},
-                                     {0, 0, 0, g_nbPixels - 10, 9000},
-                                     {0, 0, 0, g_nbPixels, 1},
-                                     {0, 0, 0, g_nbPixels + 5000, 1},
+                                     {0, 0, 0, 0, g_nbBoundsPixels + 1},
+                                     {0, 0, 0, g_nbBoundsPixels - 10, 9000},
+                                     {0, 0, 0, g_nbBoundsPixels, 1},
+                                     {0, 0, 0, g_nbBoundsPixels + 5000, 1},
                                      {0, 0, 0, g_huge * 20000000, 3},
                                      {0, 0, 0, g_huge, 100}};
 
@@ -67,7 +67,7 @@ TEST_P(TiffPlaneDataBoundsTest, ARunThatLeavesItsPlaneIsAFailureAndChangesNothin
         }
     }
     EXPECT_TRUE(readFile(_path) == before);
-    expectDirectories(_path, {noise(g_nbPixels), noise(g_nbPixels)});
+    expectDirectories(_path, {noise(g_nbBoundsPixels), noise(g_nbBoundsPixels)});
 }
 
 TEST_P(TiffPlaneDataBoundsTest, ARunThatLeavesItsPageOverrunsNothing) {
@@ -83,7 +83,7 @@ TEST_P(TiffPlaneDataBoundsTest, ARunThatLeavesItsPageOverrunsNothing) {
             }
         }
     }
-    std::string const page = noise(3 * g_nbPixels);
+    std::string const page = noise(3 * g_nbBoundsPixels);
     EXPECT_TRUE(readDirectoryPixels(_path, 1) == page);
     EXPECT_TRUE(readDirectoryPixels(_path, 0).substr(0, 3 * 16200) == page.substr(0, 3 * 16200));
     EXPECT_EQ(countDirectories(_path), 2U);
@@ -95,7 +95,7 @@ TEST_P(TiffPlaneDataBoundsTest, AGeometryThatIsNotTheFilesOverrunsNothing) {
         for (eImageBufferType const bufferType : {eIBT_UInt8, eIBT_Real32}) {
             ImageGeometryPtr const pGrey = makeGeometry(bufferType, sizes);
             ImageGeometryPtr const pRgba = makeColorGeometry(eCGT_Rgba, bufferType, sizes);
-            bool const bLarger = sizes.x * sizes.y > g_nbPixels;
+            bool const bLarger = sizes.x * sizes.y > g_nbBoundsPixels;
             writeExample(1);
             std::string const before = readFile(_path);
             EXPECT_FALSE(bLarger && plainPlanes(_path, "r", pGrey).tryRead({0, 0, 0, 0, sizes.x * sizes.y}));
@@ -109,7 +109,8 @@ TEST_P(TiffPlaneDataBoundsTest, AGeometryThatIsNotTheFilesOverrunsNothing) {
                 openAs(pRgba).tryWriteRgb({0, 0, 0, 0, sizes.x * sizes.y});
                 openAs(pRgba).tryWrite({0, 3, 0, 0, sizes.x * sizes.y});
             }
-            EXPECT_TRUE(readDirectoryPixels(_path, 1) == noise(4 * g_nbPixels)) << sizes.x << 'x' << sizes.y;
+            EXPECT_TRUE(readDirectoryPixels(_path, 1) == noise(4 * g_nbBoundsPixels))
+                << sizes.x << 'x' << sizes.y;
         }
     }
 }
@@ -144,7 +145,7 @@ TEST_F(TiffPlaneDataForeignHandleTest, TheHandleOfACreatedFileIsATargetOfLibtiff
         EXPECT_TRUE(planes.read({1, 0, 0, 8100, 8100}) == noise(8100));
         ASSERT_EQ(TIFFSetDirectory(planes.pTiff.get(), 2), 1);
         EXPECT_EQ(findText(planes.pTiff, TIFFTAG_PAGENAME), "T=0 C=0 Z=2");
-        EXPECT_TRUE(planes.readPlane(2) == std::string(g_nbPixels, '\0'));
+        EXPECT_TRUE(planes.readPlane(2) == std::string(g_nbBoundsPixels, '\0'));
     }
 }
 

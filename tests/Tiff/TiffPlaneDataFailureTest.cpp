@@ -17,7 +17,7 @@ namespace {
 using TiffPlaneDataFailureTest = TiffTest;
 
 /// Planes of 100 x 200 pixels: strips of 81, 81 and 38 rows.
-constexpr vlUInt64 g_nbPixels = 20000;
+constexpr vlUInt64 g_nbLongPixels = 20000;
 
 Directory makeLongDirectory(std::uint16_t compression = COMPRESSION_NONE) {
     Directory directory;
@@ -25,7 +25,7 @@ Directory makeLongDirectory(std::uint16_t compression = COMPRESSION_NONE) {
     directory.sizeY = 200;
     directory.rowsPerStrip = 81;
     directory.compression = compression;
-    directory.pixels = noise(g_nbPixels);
+    directory.pixels = noise(g_nbLongPixels);
     return directory;
 }
 
@@ -111,7 +111,7 @@ TEST_F(TiffPlaneDataFailureTest, AFileCutShortNamesTheStripThatIsMissing) {
     RawDirectory raw = greyDirectory(100, 200);
     raw.set(TIFFTAG_ROWSPERSTRIP, longs({81})).set(TIFFTAG_STRIPBYTECOUNTS, longs({8100, 8100, 3800}));
     std::uint64_t const begin =
-        rawTiff({raw.set(TIFFTAG_STRIPOFFSETS, longs({0, 0, 0}))}).size() - g_nbPixels;
+        rawTiff({raw.set(TIFFTAG_STRIPOFFSETS, longs({0, 0, 0}))}).size() - g_nbLongPixels;
     raw.set(TIFFTAG_STRIPOFFSETS, longs({begin, begin + 8100, begin + 16200}));
     writeRawTiff(_path, {raw});
     Planes const planes = openPlanesForWriting(_path);
@@ -137,11 +137,11 @@ TEST_F(TiffPlaneDataFailureTest, AStripThatDoesNotDecodeIsNamed) {
     writeTiff(_path, {makeLongDirectory(COMPRESSION_ADOBE_DEFLATE)});
     spoil(_path, findStrip(_path, 2), 100);
     Planes const planes = openPlanesForWriting(_path);
-    PixelRun const run{0, 0, 0, 5, g_nbPixels - 5};
+    PixelRun const run{0, 0, 0, 5, g_nbLongPixels - 5};
     EXPECT_THAT(planes.tryRead(run), FailsInWords(readStripFailed(2, run, _path)));
     std::string pixels;
     planes.tryRead(run, pixels);
-    EXPECT_TRUE(pixels.substr(0, 16195) == noise(g_nbPixels).substr(5, 16195)); // what came before stays
+    EXPECT_TRUE(pixels.substr(0, 16195) == noise(g_nbLongPixels).substr(5, 16195)); // what came before stays
     PixelRun const merged{0, 0, 0, 16200, 10};
     EXPECT_THAT(planes.tryWrite(merged), FailsInWords(readStripFailed(2, merged, _path)));
 }
@@ -150,7 +150,7 @@ TEST_F(TiffPlaneDataFailureTest, AnInterleavedStripThatDoesNotDecodeIsBlackWitho
     Directory directory = makeLongDirectory(COMPRESSION_ADOBE_DEFLATE);
     directory.samples = 3;
     directory.photometric = PHOTOMETRIC_RGB;
-    directory.pixels = noise(3 * g_nbPixels);
+    directory.pixels = noise(3 * g_nbLongPixels);
     writeTiff(_path, {directory});
     spoil(_path, findStrip(_path, 1), 100);
     std::string expected = pickChannel(directory.pixels, 3, 1, 1);
@@ -161,7 +161,7 @@ TEST_F(TiffPlaneDataFailureTest, AnInterleavedStripThatDoesNotDecodeIsBlackWitho
 TEST_F(TiffPlaneDataFailureTest, TheWrongBitsOfADirectoryAreAFailureOfItsStrip) {
     Directory first = makeLongDirectory();
     first.bits = 16;
-    first.pixels = noise(2 * g_nbPixels);
+    first.pixels = noise(2 * g_nbLongPixels);
     writeTiff(_path, {first, makeLongDirectory()});
     Planes const planes = openPlanes(_path); // a volume has the type of its first directory
     PixelRun const run = planes.wholePlane(1);
@@ -200,8 +200,8 @@ TEST_F(TiffPlaneDataFailureTest, ADirectoryThatCannotBeBroughtUpToDateIsAFailure
     std::memcpy(&directory, header.data(), sizeof(directory)); // it lies behind its strips
     std::string const text = withFileSizeLimit(directory, [&] {
         Planes const planes = openPlanesForWriting(_path);
-        std::string const black(g_nbPixels, '\0'); // needs less space
-        return toText(writeTiffData(planes.pTiff.get(), _path, *planes.pGeometry, 0, 0, 0, 0, g_nbPixels,
+        std::string const black(g_nbLongPixels, '\0'); // needs less space
+        return toText(writeTiffData(planes.pTiff.get(), _path, *planes.pGeometry, 0, 0, 0, 0, g_nbLongPixels,
                                     black.data()));
     });
     EXPECT_THAT(text, testing::StartsWith("Error while flushing tiff data for file " + _path.string() +
@@ -214,7 +214,7 @@ TEST_F(TiffPlaneDataFailureTest, AFileOpenForReadingCannotBeWritten) {
     EXPECT_THAT(
         planes.tryWrite(planes.wholePlane()),
         FailsLike("Failed to write data of strip 0 for directory z=0, c=0, t=0 of file " + _path.string()));
-    EXPECT_EQ(readDirectoryPixels(_path, 0), noise(g_nbPixels));
+    EXPECT_EQ(readDirectoryPixels(_path, 0), noise(g_nbLongPixels));
 }
 
 TEST_F(TiffPlaneDataFailureTest, NothingIsLogged) {

@@ -65,10 +65,16 @@ Directory makeDirectory(Coding const& coding, unsigned int seed) {
     return directory;
 }
 
-constexpr vlUInt64 g_nbPixels = 440;
-constexpr PixelRun g_runs[] = {{1, 0, 0, 0, g_nbPixels}, {1, 0, 0, 0, 1},     {1, 0, 0, 45, 20},
-                               {1, 0, 0, 45, 200},       {1, 0, 0, 160, 160}, {1, 0, 0, 150, 20},
-                               {1, 0, 0, 325, 90},       {1, 0, 0, 439, 1},   {1, 0, 0, 100, 340}};
+constexpr vlUInt64 g_nbForeignPixels = 440;
+constexpr PixelRun g_runs[] = {{1, 0, 0, 0, g_nbForeignPixels},
+                               {1, 0, 0, 0, 1},
+                               {1, 0, 0, 45, 20},
+                               {1, 0, 0, 45, 200},
+                               {1, 0, 0, 160, 160},
+                               {1, 0, 0, 150, 20},
+                               {1, 0, 0, 325, 90},
+                               {1, 0, 0, 439, 1},
+                               {1, 0, 0, 100, 340}};
 
 class TiffPlaneDataCodingTest : public TiffTest, public testing::WithParamInterface<Coding> {
   protected:
@@ -126,7 +132,7 @@ TEST_P(TiffPlaneDataCodingTest, AWholePlaneMayBeWrittenThroughAHandleOfLibtiffAl
     {
         Planes const planes = plainPlanes(_path, "r+", pGeometry);
         for (unsigned int channel = 0; channel < GetParam().samples; ++channel) {
-            channels.push_back(noise(g_nbPixels * sampleSize(), 20 + channel));
+            channels.push_back(noise(g_nbForeignPixels * sampleSize(), 20 + channel));
             planes.writePlane(channels.back(), 1, channel);
             EXPECT_TRUE(planes.readPlane(1, channel) == channels.back());
         }
@@ -220,12 +226,12 @@ TEST_F(TiffPlaneDataForeignTest, EachTimeStepOfASequenceHasItsOwnType) {
         ImageGeometryPtr const pOwn =
             makeGeometry(planes.pGeometry->getPlanGeometry(t).getBufferType(), {40, 11, 1, 1, 3});
         std::string pixels(directories[t].pixels.size(), '\0');
-        EXPECT_THAT(
-            readTiffData(planes.pTiff.get(), _path, *planes.pGeometry, 0, 0, t, 0, g_nbPixels, pixels.data()),
-            Succeeds());
+        EXPECT_THAT(readTiffData(planes.pTiff.get(), _path, *planes.pGeometry, 0, 0, t, 0, g_nbForeignPixels,
+                                 pixels.data()),
+                    Succeeds());
         EXPECT_TRUE(pixels == directories[t].pixels) << t;
         directories[t].pixels = noise(pixels.size(), 30);
-        EXPECT_THAT(writeTiffData(planes.pTiff.get(), _path, *pOwn, 0, 0, t, 0, g_nbPixels,
+        EXPECT_THAT(writeTiffData(planes.pTiff.get(), _path, *pOwn, 0, 0, t, 0, g_nbForeignPixels,
                                   directories[t].pixels.data()),
                     Succeeds());
     }
@@ -236,9 +242,9 @@ TEST_F(TiffPlaneDataForeignTest, AShortLastStripStaysWhereItIs) {
     Directory const directory = makeDirectory(g_codings[0], 1);
     writeTiff(_path, {directory, directory});
     std::string const before = readFile(_path);
-    openPlanesForWriting(_path).writePlane(noise(g_nbPixels, 5), 1);
+    openPlanesForWriting(_path).writePlane(noise(g_nbForeignPixels, 5), 1);
     EXPECT_EQ(readFile(_path).size(), before.size());
-    expectDirectories(_path, {directory.pixels, noise(g_nbPixels, 5)});
+    expectDirectories(_path, {directory.pixels, noise(g_nbForeignPixels, 5)});
 }
 
 TEST_F(TiffPlaneDataForeignTest, ALastDeflateStripOfFullSizeIsReadRight) {

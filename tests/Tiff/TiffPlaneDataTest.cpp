@@ -16,20 +16,20 @@ constexpr eTiffCompression g_compressions[] = {eTC_None, eTC_Lzw, eTC_Deflate};
 /// Planes of 100 x 200 pixels of one byte: strips of 81, 81 and 38 rows.
 constexpr PlanSizes g_sizes{100, 200, 2, 1, 2};
 constexpr vlUInt64 g_stripPixels = 8100;
-constexpr vlUInt64 g_nbPixels = 20000;
+constexpr vlUInt64 g_nbPlanPixels = 20000;
 
-constexpr PixelRun g_runs[] = {{1, 0, 1, 0, 1},
-                               {1, 0, 1, 50, 100},
-                               {1, 0, 1, 0, g_stripPixels},
-                               {1, 0, 1, g_stripPixels, g_stripPixels},
-                               {1, 0, 1, g_stripPixels - 1, 2},
-                               {1, 0, 1, g_stripPixels - 30, g_stripPixels + 60},
-                               {1, 0, 1, 2 * g_stripPixels - 10, 500},
-                               {1, 0, 1, 2 * g_stripPixels + 17, 1000},
-                               {1, 0, 1, 2 * g_stripPixels, g_nbPixels - 2 * g_stripPixels},
-                               {1, 0, 1, g_nbPixels - 1, 1},
-                               {1, 0, 1, 7, g_nbPixels - 7},
-                               {1, 0, 1, 0, g_nbPixels}};
+constexpr PixelRun g_planRuns[] = {{1, 0, 1, 0, 1},
+                                   {1, 0, 1, 50, 100},
+                                   {1, 0, 1, 0, g_stripPixels},
+                                   {1, 0, 1, g_stripPixels, g_stripPixels},
+                                   {1, 0, 1, g_stripPixels - 1, 2},
+                                   {1, 0, 1, g_stripPixels - 30, g_stripPixels + 60},
+                                   {1, 0, 1, 2 * g_stripPixels - 10, 500},
+                                   {1, 0, 1, 2 * g_stripPixels + 17, 1000},
+                                   {1, 0, 1, 2 * g_stripPixels, g_nbPlanPixels - 2 * g_stripPixels},
+                                   {1, 0, 1, g_nbPlanPixels - 1, 1},
+                                   {1, 0, 1, 7, g_nbPlanPixels - 7},
+                                   {1, 0, 1, 0, g_nbPlanPixels}};
 
 class TiffPlaneDataTest : public TiffTest, public testing::WithParamInterface<eTiffCompression> {
   protected:
@@ -41,7 +41,7 @@ class TiffPlaneDataTest : public TiffTest, public testing::WithParamInterface<eT
     Planes createNoise() const {
         Planes planes = createExample();
         for (unsigned int const directory : {2U, 0U, 3U, 1U}) {
-            planes.writePlane(noise(g_nbPixels, directory), directory % 2, 0, directory / 2);
+            planes.writePlane(noise(g_nbPlanPixels, directory), directory % 2, 0, directory / 2);
         }
         return planes;
     }
@@ -53,67 +53,69 @@ using TiffPlaneDataRunsTest = TiffTest;
 
 TEST_P(TiffPlaneDataTest, PlanesWrittenInAnyOrderLieInTheirDirectories) {
     Planes const planes = createNoise();
-    expectDirectories(
-        _path, {noise(g_nbPixels, 0), noise(g_nbPixels, 1), noise(g_nbPixels, 2), noise(g_nbPixels, 3)});
+    expectDirectories(_path, {noise(g_nbPlanPixels, 0), noise(g_nbPlanPixels, 1), noise(g_nbPlanPixels, 2),
+                              noise(g_nbPlanPixels, 3)});
     for (unsigned int directory = 0; directory < 4; ++directory) {
-        EXPECT_TRUE(planes.readPlane(directory % 2, 0, directory / 2) == noise(g_nbPixels, directory));
+        EXPECT_TRUE(planes.readPlane(directory % 2, 0, directory / 2) == noise(g_nbPlanPixels, directory));
     }
 }
 
 TEST_P(TiffPlaneDataTest, ReadsDeliverExactlyTheirPixels) {
     createNoise();
     Planes const planes = openPlanes(_path);
-    std::string const plane = noise(g_nbPixels, 3);
-    for (PixelRun const& run : g_runs) {
+    std::string const plane = noise(g_nbPlanPixels, 3);
+    for (PixelRun const& run : g_planRuns) {
         EXPECT_TRUE(planes.read(run) == plane.substr(run.start, run.count)) << run.start << '+' << run.count;
     }
 }
 
 TEST_P(TiffPlaneDataTest, WritesKeepAllOtherPixels) {
     Planes const planes = createNoise();
-    std::string plane = noise(g_nbPixels, 3);
+    std::string plane = noise(g_nbPlanPixels, 3);
     unsigned int seed = 10;
-    for (PixelRun const& run : g_runs) {
+    for (PixelRun const& run : g_planRuns) {
         std::string const pixels = noise(run.count, ++seed);
         planes.write(run, pixels);
         plane.replace(run.start, run.count, pixels);
         EXPECT_TRUE(readDirectoryPixels(_path, 3) == plane) << run.start << '+' << run.count;
     }
-    expectDirectories(_path, {noise(g_nbPixels, 0), noise(g_nbPixels, 1), noise(g_nbPixels, 2), plane});
+    expectDirectories(_path,
+                      {noise(g_nbPlanPixels, 0), noise(g_nbPlanPixels, 1), noise(g_nbPlanPixels, 2), plane});
 }
 
 TEST_P(TiffPlaneDataTest, WritesThroughAnOpenedFileKeepAllOtherPixels) {
     createNoise();
-    std::string plane = noise(g_nbPixels, 3);
+    std::string plane = noise(g_nbPlanPixels, 3);
     unsigned int seed = 10;
-    for (PixelRun const& run : g_runs) {
+    for (PixelRun const& run : g_planRuns) {
         std::string const pixels = noise(run.count, ++seed);
         openPlanesForWriting(_path).write(run, pixels);
         plane.replace(run.start, run.count, pixels);
     }
-    expectDirectories(_path, {noise(g_nbPixels, 0), noise(g_nbPixels, 1), noise(g_nbPixels, 2), plane});
+    expectDirectories(_path,
+                      {noise(g_nbPlanPixels, 0), noise(g_nbPlanPixels, 1), noise(g_nbPlanPixels, 2), plane});
 }
 
 TEST_P(TiffPlaneDataTest, EqualBytesAcrossTheLastRowKeepTheirValue) {
     for (char const value : {'\xFF', '\x01', '\x00'}) {
-        std::string const plane(g_nbPixels, value);
+        std::string const plane(g_nbPlanPixels, value);
         Planes const planes = createExample();
         planes.writePlane(plane);
         EXPECT_TRUE(planes.readPlane() == plane);
         EXPECT_TRUE(openPlanes(_path).readPlane() == plane);
         EXPECT_TRUE(readDirectoryPixels(_path, 0) == plane);
-        planes.write({0, 0, 0, g_nbPixels - 300, 150}, std::string(150, '\x02'));
+        planes.write({0, 0, 0, g_nbPlanPixels - 300, 150}, std::string(150, '\x02'));
         std::string expected = plane;
-        EXPECT_TRUE(planes.readPlane() == expected.replace(g_nbPixels - 300, 150, 150, '\x02'));
+        EXPECT_TRUE(planes.readPlane() == expected.replace(g_nbPlanPixels - 300, 150, 150, '\x02'));
     }
 }
 
 TEST_P(TiffPlaneDataTest, WhatIsWrittenIsSeenByOtherHandlesAtOnce) {
     Planes const planes = createExample();
     Planes const other = openPlanes(_path);
-    planes.writePlane(noise(g_nbPixels), 1, 0, 1);
-    EXPECT_TRUE(readDirectoryPixels(_path, 3) == noise(g_nbPixels));
-    EXPECT_TRUE(other.readPlane(1, 0, 1) == noise(g_nbPixels));
+    planes.writePlane(noise(g_nbPlanPixels), 1, 0, 1);
+    EXPECT_TRUE(readDirectoryPixels(_path, 3) == noise(g_nbPlanPixels));
+    EXPECT_TRUE(other.readPlane(1, 0, 1) == noise(g_nbPlanPixels));
     planes.write({1, 0, 1, 5, 3}, "abc");
     EXPECT_EQ(readDirectoryPixels(_path, 3).substr(5, 3), "abc");
 }
@@ -151,7 +153,7 @@ TEST_P(TiffPlaneDataTest, NoPixelsAreNoFailureAndMoveNothing) {
 
 TEST_P(TiffPlaneDataTest, TheStripsOfAPlaneLieInTheirOrderWhateverTheOrderOfWrites) {
     Planes const planes = createExample();
-    std::string plane(g_nbPixels, '\0');
+    std::string plane(g_nbPlanPixels, '\0');
     unsigned int seed = 0;
     for (vlUInt64 const start : {16200U, 0U, 8100U, 16200U, 100U, 9000U}) {
         std::string const pixels = noise(3800, ++seed);
@@ -242,21 +244,21 @@ TEST_F(TiffPlaneDataRunsTest, AHandleOfLibtiffAloneWorksAsWell) {
             createPlanes(_path, makeGeometry(eIBT_UInt8, g_sizes), compression).pGeometry;
         {
             Planes const planes = plainPlanes(_path, "r+", pGeometry);
-            planes.writePlane(noise(g_nbPixels), 1, 0, 1);
+            planes.writePlane(noise(g_nbPlanPixels), 1, 0, 1);
             planes.write({1, 0, 1, 9000, 3}, "abc");
-            EXPECT_TRUE(readDirectoryPixels(_path, 3) == noise(g_nbPixels).replace(9000, 3, "abc"));
+            EXPECT_TRUE(readDirectoryPixels(_path, 3) == noise(g_nbPlanPixels).replace(9000, 3, "abc"));
         }
         EXPECT_TRUE(plainPlanes(_path, "r", pGeometry).readPlane(1, 0, 1) ==
-                    noise(g_nbPixels).replace(9000, 3, "abc"));
+                    noise(g_nbPlanPixels).replace(9000, 3, "abc"));
     }
 }
 
 TEST_F(TiffPlaneDataRunsTest, RewritingACompressedPlaneDoesNotLetTheFileGrowForEver) {
     Planes const planes = createPlanes(_path, makeGeometry(eIBT_UInt8, g_sizes), eTC_Lzw);
-    planes.writePlane(noise(g_nbPixels), 1, 0, 1);
+    planes.writePlane(noise(g_nbPlanPixels), 1, 0, 1);
     std::uintmax_t const size = boost::filesystem::file_size(_path);
     for (unsigned int round = 0; round < 20; ++round) {
-        planes.writePlane(noise(g_nbPixels), 1, 0, 1);
+        planes.writePlane(noise(g_nbPlanPixels), 1, 0, 1);
     }
     EXPECT_EQ(boost::filesystem::file_size(_path), size);
 }

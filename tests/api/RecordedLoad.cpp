@@ -19,14 +19,14 @@ namespace {
 
 bool g_bLoadRecordEnded = false;
 
-std::vector<LoadStep>& getSteps() {
+std::vector<LoadStep>& accessSteps() {
     static std::vector<LoadStep> steps;
     return steps;
 }
 
 void addStep(std::string const& text, void const* pMutex = nullptr) {
     if (!g_bLoadRecordEnded) {
-        getSteps().push_back({text, pMutex});
+        accessSteps().push_back({text, pMutex});
     }
 }
 
@@ -46,7 +46,7 @@ LogMessageManager*& getModuleManager() {
 
 std::vector<LoadStep> const& endLoadRecord() {
     g_bLoadRecordEnded = true;
-    return getSteps();
+    return accessSteps();
 }
 
 } // namespace test

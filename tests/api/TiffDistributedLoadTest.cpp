@@ -14,14 +14,6 @@ using namespace image::file;
 
 namespace {
 
-std::string pixelsOf(std::vector<Directory> const& pages) {
-    std::string pixels;
-    for (Directory const& page : pages) {
-        pixels += page.pixels;
-    }
-    return pixels;
-}
-
 /// `nbPages` of colours side by side, and their channels one after the other over all pages.
 std::vector<Directory> makeColorPages(std::uint16_t samples, std::size_t nbPages, std::string& channels) {
     std::vector<Directory> pages(nbPages);

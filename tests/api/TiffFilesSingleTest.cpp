@@ -22,14 +22,6 @@ class TiffFilesSingle : public TiffFiles {
     fs::path const _path = numbered(3);
 };
 
-std::string pixelsOf(std::vector<Directory> const& pages) {
-    std::string pixels;
-    for (Directory const& page : pages) {
-        pixels += page.pixels;
-    }
-    return pixels;
-}
-
 } // namespace
 
 TEST_F(TiffFilesSingle, TheDirectoryModeIsTheCallers) {

@@ -113,6 +113,14 @@ std::vector<Directory> makePages(std::size_t nbPages) {
     return pages;
 }
 
+std::string pixelsOf(std::vector<Directory> const& pages) {
+    std::string pixels;
+    for (Directory const& page : pages) {
+        pixels += page.pixels;
+    }
+    return pixels;
+}
+
 ImageGeometryPtr makeGeometry(vlUInt64 sizeZ, vlUInt64 sizeC, vlUInt64 sizeT) {
     VolumeGeometry volume;
     volume.init3d(sizeZ);

@@ -41,8 +41,9 @@ void spoilStrip(boost::filesystem::path const& path, std::uint16_t directory);
 /// The user properties tag of a file; empty where there is none.
 std::optional<std::string> findUserProperties(boost::filesystem::path const& path);
 
-/// `nbPages` foreign directories of grey pixels, and all their pixels.
+/// `nbPages` foreign directories of grey pixels.
 std::vector<image::file::Directory> makePages(std::size_t nbPages);
+std::string pixelsOf(std::vector<image::file::Directory> const& pages);
 
 /// 5 x 3 pixels of 16 bits, `sizeZ` planes, `sizeC` channels, `sizeT` time steps.
 image::ImageGeometryPtr makeGeometry(vlUInt64 sizeZ, vlUInt64 sizeC, vlUInt64 sizeT);

@@ -18,14 +18,6 @@ using namespace image::file;
 
 namespace {
 
-std::string pixelsOf(std::vector<Directory> const& pages) {
-    std::string pixels;
-    for (Directory const& page : pages) {
-        pixels += page.pixels;
-    }
-    return pixels;
-}
-
 Directory makeRgbPage(std::uint16_t samples, unsigned int first) {
     Directory page;
     page.samples = samples;

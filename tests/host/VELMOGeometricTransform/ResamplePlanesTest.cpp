@@ -17,7 +17,6 @@ using namespace velmo::imaproc::attr;
 
 namespace {
 
-constexpr eInterpolationPolicy g_policies[] = {eIP_Nearest, eIP_Linear, eIP_Cubic};
 constexpr eImageBufferType g_integers[] = {eIBT_Int8,   eIBT_UInt8, eIBT_Int16,
                                            eIBT_UInt16, eIBT_Int32, eIBT_UInt32};
 

@@ -30,8 +30,6 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr eInterpolationPolicy g_policies[] = {eIP_Nearest, eIP_Linear, eIP_Cubic};
-
 using Plane = std::tuple<vlUInt64, vlUInt64, vlUInt64>;
 
 /// A stack on disk that remembers which planes were read, in their order, and can fail at one.

@@ -15,6 +15,9 @@ namespace test {
 
 using imaproc::attr::eInterpolationPolicy;
 
+constexpr eInterpolationPolicy g_policies[] = {imaproc::attr::eIP_Nearest, imaproc::attr::eIP_Linear,
+                                               imaproc::attr::eIP_Cubic};
+
 imaproc::attr::ZStepsConstPtr makeZSteps(std::vector<float> const& values);
 
 /// A processor with all its values.

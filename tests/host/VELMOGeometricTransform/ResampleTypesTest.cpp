@@ -19,8 +19,6 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr eInterpolationPolicy g_policies[] = {eIP_Nearest, eIP_Linear, eIP_Cubic};
-
 std::string toName(testing::TestParamInfo<eImageBufferType> const& type) {
     std::ostringstream name;
     name << type.param;

@@ -20,8 +20,6 @@ using testing::Pointwise;
 
 namespace {
 
-constexpr eInterpolationPolicy g_policies[] = {eIP_Nearest, eIP_Linear, eIP_Cubic};
-
 Column resampleReals(Column const& values, std::vector<float> const& steps, eInterpolationPolicy policy,
                      unsigned long sizeZ) {
     return getColumn(*resample(makeColumn(eIBT_Real32, values), steps, policy, sizeZ));

@@ -17,7 +17,7 @@ namespace {
 using Limits = std::numeric_limits<float>;
 
 /// The bits of all floats, and the rest in words.
-std::string describe(GeometricCalibration const& calibration) {
+std::string describeBits(GeometricCalibration const& calibration) {
     std::ostringstream text;
     text << calibration.is3d() << ' ' << calibration.getUnit() << std::hex;
     auto const putBits = [&text](float value) {
@@ -84,7 +84,8 @@ TEST(GeometricCalibration, InThreeDimensionsKeepsItsArguments) {
 TEST(GeometricCalibration, TheFreeFunctionMakesOneOfTwoDimensions) {
     GeometricCalibration expected;
     expected.init2d(0.5F, 0.25F, "mm", 1, 2, 3, 4, 5);
-    EXPECT_EQ(describe(*createGeometricCalibration2d(0.5F, 0.25F, "mm", 1, 2, 3, 4, 5)), describe(expected));
+    EXPECT_EQ(describeBits(*createGeometricCalibration2d(0.5F, 0.25F, "mm", 1, 2, 3, 4, 5)),
+              describeBits(expected));
 }
 
 TEST(GeometricCalibration, ComesBackFromArchivesBitForBit) {
@@ -93,8 +94,8 @@ TEST(GeometricCalibration, ComesBackFromArchivesBitForBit) {
         GeometricCalibration fromXmlRecord = make2d();
         EXPECT_TRUE(fromBinary(toBinary(calibration), fromBinaryRecord));
         EXPECT_TRUE(fromXml(toXml(calibration), fromXmlRecord));
-        EXPECT_EQ(describe(fromBinaryRecord), describe(calibration));
-        EXPECT_EQ(describe(fromXmlRecord), describe(calibration));
+        EXPECT_EQ(describeBits(fromBinaryRecord), describeBits(calibration));
+        EXPECT_EQ(describeBits(fromXmlRecord), describeBits(calibration));
     }
 }
 
@@ -106,54 +107,54 @@ TEST(GeometricCalibration, BitsOfANumberThatIsNoneComeBackFromABinaryArchive) {
     calibration.init2d(payload, Limits::quiet_NaN(), "", 0, 0, 0, 0, 0);
     GeometricCalibration read;
     EXPECT_TRUE(fromBinary(toBinary(calibration), read));
-    EXPECT_EQ(describe(read), describe(calibration));
+    EXPECT_EQ(describeBits(read), describeBits(calibration));
 }
 
 TEST(GeometricCalibration, ARecordCutAtAnyByteIsRefusedAndChangesNothing) {
     std::string const binary = toBinary(make3d());
     std::string const xml = toXml(make3d());
     GeometricCalibration read = make2d();
-    std::string const before = describe(read);
+    std::string const before = describeBits(read);
     for (std::size_t length = 0; length < binary.size(); ++length) {
         EXPECT_THROW(fromBinary(binary.substr(0, length), read), VELMOSerializationException) << length;
-        EXPECT_EQ(describe(read), before) << length;
+        EXPECT_EQ(describeBits(read), before) << length;
     }
     for (std::size_t length = 0; length < xml.rfind('>'); ++length) {
         EXPECT_THROW(fromXml(xml.substr(0, length), read), VELMOSerializationException) << length;
-        EXPECT_EQ(describe(read), before) << length;
+        EXPECT_EQ(describeBits(read), before) << length;
     }
 }
 
 TEST(GeometricCalibration, ANewerVersionIsRefusedAndChangesNothing) {
     GeometricCalibration read = make2d();
-    std::string const before = describe(read);
+    std::string const before = describeBits(read);
     std::string const xml = withItem(toXml(make3d()), "version", "2");
     EXPECT_EQ(thrownText<VELMOSerializationException>([&] { fromXml(xml, read); }),
               "Version 2 of class velmo::image::GeometricCalibration in the archive is newer than the known "
               "version 1");
-    EXPECT_EQ(describe(read), before);
+    EXPECT_EQ(describeBits(read), before);
 }
 
 TEST(GeometricCalibration, AnItemThatIsNoNumberIsRefusedAndChangesNothing) {
     GeometricCalibration read = make2d();
-    std::string const before = describe(read);
+    std::string const before = describeBits(read);
     for (char const* const value : {"", "wide", "1.5x", "1,5"}) {
         std::string const xml = withItem(toXml(make3d()), "pixelSizeY", value);
         EXPECT_THROW(fromXml(xml, read), VELMOSerializationException) << value;
-        EXPECT_EQ(describe(read), before);
+        EXPECT_EQ(describeBits(read), before);
     }
 }
 
 TEST(GeometricCalibration, CopiesAreEqualToAndIndependentOfTheOriginal) {
     GeometricCalibration calibration = make3d();
-    std::string const before = describe(calibration);
+    std::string const before = describeBits(calibration);
     DynamicObjectPtr const copies[] = {calibration.duplicateShared(),
                                        DynamicObjectPtr(calibration.duplicate()), calibration.createShared()};
     copies[2]->copy(calibration);
     for (DynamicObjectPtr const& pObject : copies) {
         auto& copy = dynamic_cast<GeometricCalibration&>(*pObject);
-        EXPECT_EQ(describe(copy), before);
+        EXPECT_EQ(describeBits(copy), before);
         copy.init2d(9, 9, "other", 0, 0, 0, 0, 0);
-        EXPECT_EQ(describe(calibration), before);
+        EXPECT_EQ(describeBits(calibration), before);
     }
 }

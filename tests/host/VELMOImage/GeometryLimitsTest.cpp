@@ -31,7 +31,7 @@ GeometryBuilder builderOf(Sizes const& sizes) {
     return GeometryBuilder().plane(sizes.x, sizes.y).volume(sizes.z).channels(sizes.c).sequence(sizes.t);
 }
 
-std::string refusalOf(Sizes const& sizes) {
+std::string refusalOfSizes(Sizes const& sizes) {
     return "An image of sizes x=" + std::to_string(sizes.x) + " y=" + std::to_string(sizes.y) +
            " z=" + std::to_string(sizes.z) + " c=" + std::to_string(sizes.c) +
            " t=" + std::to_string(sizes.t) + " has more bytes than 64 bits can count";
@@ -49,7 +49,7 @@ void expectRefusedInitChangesNothing(Geometry& geometry, Sizes const& sizes, Typ
     temporal.initSequence(sizes.t);
     EXPECT_EQ(thrownText<VELMOImageException>(
                   [&] { geometry.init(volume, color, temporal, sizes.x, sizes.y, types); }),
-              refusalOf(sizes));
+              refusalOfSizes(sizes));
     EXPECT_EQ(describe(geometry), before);
 }
 
@@ -89,7 +89,7 @@ TEST(GeometryLimits, TheBytesOfAPixelCount) {
     Sizes const sizes = {vlUInt64{1} << 62U, 1, 1, 1, 1};
     EXPECT_EQ(builderOf(sizes).type(eIBT_UInt16).build()->getFullMemorySize(), vlUInt64{1} << 63U);
     EXPECT_EQ(thrownText<VELMOImageException>([&] { builderOf(sizes).type(eIBT_Real32).build(); }),
-              refusalOf(sizes));
+              refusalOfSizes(sizes));
 }
 
 TEST(GeometryLimits, TheSumOverTheTimeStepsCounts) {
@@ -99,7 +99,7 @@ TEST(GeometryLimits, TheSumOverTheTimeStepsCounts) {
     Types const exceeds = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_Real32};
     EXPECT_EQ(builderOf(sizes).types(fits).build()->getFullMemorySize(), 14 * (vlUInt64{1} << 60U));
     EXPECT_EQ(thrownText<VELMOImageException>([&] { builderOf(sizes).types(exceeds).build(); }),
-              refusalOf(sizes));
+              refusalOfSizes(sizes));
 }
 
 TEST(GeometryLimits, TheGreatestCountFits) {
@@ -118,7 +118,7 @@ TEST(GeometryLimits, ABufferTypeThatTakesTheBytesPast64BitsIsRefusedAndChangesNo
          {builderOf(sizes).type(eIBT_UInt16).build(), builderOf(sizes).types({eIBT_UInt16}).build()}) {
         std::string const before = describe(*pGeometry);
         EXPECT_EQ(thrownText<VELMOImageException>([&] { pGeometry->setBufferType(eIBT_UInt32); }),
-                  refusalOf(sizes));
+                  refusalOfSizes(sizes));
         EXPECT_EQ(describe(*pGeometry), before);
         pGeometry->setBufferType(eIBT_Int8);
         EXPECT_EQ(pGeometry->getFullMemorySize(), vlUInt64{1} << 62U);
@@ -129,7 +129,7 @@ TEST(GeometryLimits, PartsChangedPast64BitsAreMetByTheNextQuestion) {
     ImageGeometryPtr const pGeometry = builderOf({g_half, 1, 1, 1, 1}).build();
     pGeometry->getVolumeGeometry().init3d(g_half);
     EXPECT_EQ(thrownText<VELMOImageException>([&] { pGeometry->getNbPixels(); }),
-              refusalOf({g_half, 1, g_half, 1, 1}));
+              refusalOfSizes({g_half, 1, g_half, 1, 1}));
     EXPECT_THROW(pGeometry->getFullMemorySize(), VELMOImageException);
     EXPECT_THROW(pGeometry->getPlanOffset(0, 0, 1), VELMOImageException);
     pGeometry->getColorGeometry().initUser(g_half);
