@@ -8,8 +8,13 @@ import re
 import subprocess
 import sys
 
-DATA = r"(?:typeinfo (?:name )?for |vtable for |VTT for |guard variable for |(?:non-)?virtual thunk to |covariant return thunk to )"
+DATA = (
+    r"(?:typeinfo (?:name )?for |vtable for |VTT for |guard variable for "
+    r"|(?:non-)?virtual thunk to |covariant return thunk to )"
+)
 NAME = re.compile(rf"{DATA}?(?:void )?(velmo::.*)")
+TYPE = re.compile(r"(?<!<)(?<!, )\b(?:class|struct|enum|namespace)\s+(?:VELMO_\w+_EXPORT\s+)?(\w+)\b[^;()]*?{")
+EXPORT = re.compile(r"VELMO_\w+_EXPORT[^;{}(]*?(operator[^\w(]+|\w+)\s*[(;]")
 
 
 def shown_symbols(library):
@@ -31,8 +36,8 @@ def declared_names(headers):
     names = set()
     for header in headers:
         text = re.sub(r"//.*", "", header.read_text())
-        names.update(re.findall(r"(?<!<)(?<!, )\b(?:class|struct|enum|namespace)\s+(?:VELMO_\w+_EXPORT\s+)?(\w+)\b[^;()]*?{", text))
-        names.update(re.findall(r"VELMO_\w+_EXPORT[^;{}(]*?(operator[^\w(]+|\w+)\s*[(;]", text))
+        names.update(TYPE.findall(text))
+        names.update(EXPORT.findall(text))
     return names
 
 

@@ -7,6 +7,7 @@
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOImageFile/VELMOImageFileException.h>
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <vector>
@@ -26,8 +27,8 @@ bool isRefused(boost::filesystem::path const& path, BaseImageGeometry const& geo
 
 } // namespace
 
-/// 0 if a volume goes from a raw file through a TIFF file unchanged, types are cast and failures caught over the borders of
-/// the libraries.
+/// 0 if a volume goes from a raw file through a TIFF file unchanged, and types are cast and failures caught
+/// over the borders of the libraries.
 int main(int argc, char** argv) {
     if (argc != 2) {
         return 2;
