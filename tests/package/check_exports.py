@@ -8,27 +8,32 @@ import re
 import subprocess
 import sys
 
-DATA = (
-    r"(?:typeinfo (?:name )?for |vtable for |VTT for |guard variable for "
-    r"|(?:non-)?virtual thunk to |covariant return thunk to )"
-)
-NAME = re.compile(rf"{DATA}?(?:void )?(velmo::.*)")
+# A mangled name: what of it (vtable, type information, thunk...), then its parts, each behind its length.
+SYMBOL = re.compile(r"_Z(?:T[ISVT]|T[hvc][0-9a-z_]*_)?NK?(5velmo.*)")
+OPERATORS = {"ls": "operator<<", "rs": "operator>>", "eq": "operator==", "ne": "operator!=", "lt": "operator<"}
 TYPE = re.compile(r"(?<!<)(?<!, )\b(?:class|struct|enum|namespace)\s+(?:VELMO_\w+_EXPORT\s+)?(\w+)\b[^;()]*?{")
 EXPORT = re.compile(r"VELMO_\w+_EXPORT[^;{}(]*?(operator[^\w(]+|\w+)\s*[(;]")
 
 
 def shown_symbols(library):
-    text = subprocess.run(["nm", "-DC", "--defined-only", library], check=True, capture_output=True, text=True).stdout
-    return [line[19:] for line in text.splitlines()]
+    text = subprocess.run(["nm", "-D", "--defined-only", library], check=True, capture_output=True, text=True).stdout
+    return [line.split()[2] for line in text.splitlines()]
 
 
-def entity(name):
+def entity(mangled):
     """The class or free function that a symbol belongs to, with its namespaces: those are in lower case."""
-    parts = re.match(r"(?:.*?\boperator(?:\(\)|[^\w(]+)|[^(<\[]+)", name)[0].split("::")
-    namespaces = 0
-    while namespaces < len(parts) - 1 and parts[namespaces].islower():
-        namespaces += 1
-    return "::".join(parts[: namespaces + 1])
+    parts = []
+    while not parts or parts[-1].islower():
+        length = re.match(r"\d+", mangled)
+        if not length:
+            parts.append(OPERATORS.get(mangled[:2], mangled))
+            break
+        end = length.end() + int(length[0])
+        parts.append(mangled[length.end() : end])
+        mangled = mangled[end:]
+        if mangled[:1] in "EBI":
+            break
+    return "::".join(parts)
 
 
 def declared_names(headers):
@@ -49,7 +54,7 @@ def main(prefix, besides):
     shown = set()
     for library in ("libVELMOHost.so", "libVELMOImageFile.so"):
         for symbol in shown_symbols(prefix / "lib" / library):
-            match = NAME.fullmatch(symbol)
+            match = SYMBOL.fullmatch(symbol)
             if match:
                 shown.add(entity(match[1]))
             else:
