@@ -12,6 +12,7 @@ namespace image {
 /// An image whose planes are spread, in blocks of consecutive planes, over the workers of an engine.
 class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
   public:
+    /// The image co-owns the engine. `init` spreads the planes; ImageFactory does both.
     explicit DistributedImage(DistributionEnginePtr const& pEngine);
     ~DistributedImage() override;
 

@@ -8,7 +8,9 @@
 
 namespace velmo {
 
+/// Failures of archives.
 struct eVELMOSerializationMessage {
+    /// With the arguments of each text.
     enum domain {
         eVSM_ArchiveTooShort = 1,    ///< item name, bytes wanted, bytes left
         eVSM_StreamNotSeekable = 2,  ///< no argument
@@ -30,8 +32,10 @@ struct eVELMOSerializationMessage {
     };
 };
 
+/// An archive is damaged, too short or of another version. Logged when it was thrown.
 class VELMO_HOST_EXPORT VELMOSerializationException : public BaseException {
   public:
+    /// `function`, `file` and `line` are those of the raise.
     VELMOSerializationException(std::string const& message, char const* function, char const* file,
                                 unsigned int line)
         : BaseException(message, function, file, line) {}

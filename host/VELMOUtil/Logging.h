@@ -23,9 +23,13 @@ VELMO_HOST_EXPORT void logMessage(log4cplus::Logger& logger, int const& level, s
 /// Message manager and logger of one library of the host, built at first use; safe from any thread.
 class LibraryLog {
   public:
+    /// The logger stands below the base logger, under the name of the library.
     explicit LibraryLog(std::string const& libraryName);
+    /// @{
+    /// Live to the end of the process.
     LogMessageManager& getManager() { return _manager; }
     log4cplus::Logger& getLogger() { return _logger; }
+    /// @}
 
   private:
     LogMessageManager& _manager;

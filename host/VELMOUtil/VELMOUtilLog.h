@@ -8,15 +8,19 @@
 
 namespace velmo {
 
+/// Failures of objects.
 struct eVELMOUtilErrors {
+    /// With the arguments of each text.
     enum domain {
         eVUE_CopyNotSupported = 3,  ///< class name
         eVUE_CopyFromOtherClass = 4 ///< class name of the target, class name of the source
     };
 };
 
+/// An object cannot be copied. Logged when it was thrown.
 class VELMO_HOST_EXPORT VELMOUtilException : public BaseException {
   public:
+    /// `function`, `file` and `line` are those of the raise.
     VELMOUtilException(std::string const& message, char const* function, char const* file, unsigned int line)
         : BaseException(message, function, file, line) {}
 };

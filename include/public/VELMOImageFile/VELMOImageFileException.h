@@ -14,6 +14,7 @@ namespace file {
 /// said. It was written to the module's log when it was thrown.
 class VELMO_IMAGE_FILE_EXPORT VELMOImageFileException : public BaseException {
   public:
+    /// `function`, `file` and `line` are those of the raise.
     VELMOImageFileException(std::string const& message, char const* function, char const* file,
                             unsigned int line)
         : BaseException(message, function, file, line) {}
