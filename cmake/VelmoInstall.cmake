@@ -1,0 +1,73 @@
+# What is installed, in three components: Runtime (the libraries), Development (headers, CMake packages, pkg-config files)
+# and Tools. Nothing installed holds a path of its prefix: it can be moved.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+set(VELMO_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/velmo)
+file(RELATIVE_PATH velmo_libraries_from_tools /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
+set(velmo_install_templates ${CMAKE_CURRENT_LIST_DIR})
+
+# velmo_export_only_velmo(TARGET): the library shows velmo:: names alone.
+function(velmo_export_only_velmo target)
+  set(map ${velmo_install_templates}/velmo-symbols.map)
+  target_link_options(${target} PRIVATE LINKER:--version-script=${map})
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+endfunction()
+
+# velmo_install_library(TARGET HEADERS folder/ [PRIVATE_HEADERS name...]
+#   PKG_CONFIG name DESCRIPTION text [REQUIRES module...] [LIBRARIES flag...])
+# A library as CMake package of the target's name (cmake/TARGET-config.cmake.in) and as pkg-config module.
+function(velmo_install_library target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS;PKG_CONFIG;DESCRIPTION" "PRIVATE_HEADERS;REQUIRES;LIBRARIES")
+  if(NOT VELMO_INSTALL)
+    return()
+  endif()
+  install(TARGETS ${target} EXPORT ${target}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
+    INCLUDES DESTINATION ${VELMO_INSTALL_INCLUDEDIR})
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN)
+  list(TRANSFORM arg_PRIVATE_HEADERS REPLACE "(.+)" "PATTERN;\\1;EXCLUDE")
+  install(DIRECTORY ${arg_HEADERS} DESTINATION ${VELMO_INSTALL_INCLUDEDIR} COMPONENT Development
+    FILES_MATCHING ${arg_PRIVATE_HEADERS} PATTERN *.h)
+  velmo_install_cmake_package(${target})
+  velmo_install_pkg_config(${target})
+endfunction()
+
+function(velmo_install_cmake_package target)
+  set(folder ${CMAKE_INSTALL_LIBDIR}/cmake/${target})
+  configure_package_config_file(${velmo_install_templates}/${target}-config.cmake.in
+    ${CMAKE_CURRENT_BINARY_DIR}/${target}-config.cmake INSTALL_DESTINATION ${folder})
+  write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/${target}-config-version.cmake
+    COMPATIBILITY SameMajorVersion)
+  install(
+    FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}-config.cmake ${CMAKE_CURRENT_BINARY_DIR}/${target}-config-version.cmake
+    DESTINATION ${folder} COMPONENT Development)
+  install(EXPORT ${target} FILE ${target}-targets.cmake NAMESPACE VELMO:: DESTINATION ${folder} COMPONENT Development)
+endfunction()
+
+# Of velmo_install_library's arguments.
+function(velmo_install_pkg_config target)
+  set(folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  file(RELATIVE_PATH prefix /prefix/${folder} /prefix)
+  string(REGEX REPLACE "/$" "" prefix "${prefix}")
+  list(JOIN arg_REQUIRES ", " requires)
+  list(JOIN arg_LIBRARIES " " libraries)
+  configure_file(${velmo_install_templates}/velmo.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${arg_PKG_CONFIG}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${arg_PKG_CONFIG}.pc DESTINATION ${folder} COMPONENT Development)
+endfunction()
+
+# velmo_install_tool(TARGET [MAN_PAGE file] [COMPLETION file]): files of the current folder.
+function(velmo_install_tool target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "MAN_PAGE;COMPLETION" "")
+  if(NOT VELMO_INSTALL)
+    return()
+  endif()
+  install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tools)
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN/${velmo_libraries_from_tools})
+  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${arg_MAN_PAGE})
+    install(FILES ${arg_MAN_PAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
+  endif()
+  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${arg_COMPLETION})
+    install(FILES ${arg_COMPLETION} RENAME ${target}
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT Tools)
+  endif()
+endfunction()
