@@ -9,7 +9,6 @@
 #include <boost/filesystem/operations.hpp>
 
 void quickStart() {
-    using velmo::BoolResult;
     // [quick start]
     using namespace velmo::image;
     ImagePtr const stack = file::loadTiffImageFile("stack.tif", file::eTBM_Default); // into memory
@@ -18,7 +17,7 @@ void quickStart() {
     // Left in its file: row y = 20 of plane z = 3 on demand, from any thread.
     DiskImagePtr const onDisk = file::openTiffImageFile("copy.tif", file::eTDM_Volume, file::eTBM_Default);
     std::vector<std::uint16_t> row(onDisk->getGeometry().getSizeX());
-    BoolResult const read = onDisk->readPixels(3, 0, 0, 20 * row.size(), row.size(), row.data());
+    velmo::BoolResult const read = onDisk->readPixels(3, 0, 0, 20 * row.size(), row.size(), row.data());
 
     // z1.tif, z2.tif ... of a folder, in the order of their numbers, as one volume.
     ImagePtr const volume =
