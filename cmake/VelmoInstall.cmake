@@ -15,7 +15,7 @@ endfunction()
 
 # velmo_install_library(TARGET HEADERS folder/ [PRIVATE_HEADERS name...]
 #   PKG_CONFIG name DESCRIPTION text [REQUIRES module...] [LIBRARIES flag...])
-# A library as CMake package of the target's name (cmake/TARGET-config.cmake.in) and as pkg-config module.
+# A library as CMake package of the target's name (cmake/TARGETConfig.cmake.in) and as pkg-config module.
 function(velmo_install_library target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS;PKG_CONFIG;DESCRIPTION" "PRIVATE_HEADERS;REQUIRES;LIBRARIES")
   if(NOT VELMO_INSTALL)
@@ -34,14 +34,14 @@ endfunction()
 
 function(velmo_install_cmake_package target)
   set(folder ${CMAKE_INSTALL_LIBDIR}/cmake/${target})
-  configure_package_config_file(${velmo_install_templates}/${target}-config.cmake.in
-    ${CMAKE_CURRENT_BINARY_DIR}/${target}-config.cmake INSTALL_DESTINATION ${folder})
-  write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/${target}-config-version.cmake
+  configure_package_config_file(${velmo_install_templates}/${target}Config.cmake.in
+    ${CMAKE_CURRENT_BINARY_DIR}/${target}Config.cmake INSTALL_DESTINATION ${folder})
+  write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/${target}ConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
   install(
-    FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}-config.cmake ${CMAKE_CURRENT_BINARY_DIR}/${target}-config-version.cmake
+    FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}Config.cmake ${CMAKE_CURRENT_BINARY_DIR}/${target}ConfigVersion.cmake
     DESTINATION ${folder} COMPONENT Development)
-  install(EXPORT ${target} FILE ${target}-targets.cmake NAMESPACE VELMO:: DESTINATION ${folder} COMPONENT Development)
+  install(EXPORT ${target} FILE ${target}Targets.cmake NAMESPACE VELMO:: DESTINATION ${folder} COMPONENT Development)
 endfunction()
 
 # Of velmo_install_library's arguments.
