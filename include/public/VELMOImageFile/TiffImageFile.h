@@ -26,6 +26,8 @@ namespace file {
 ///
 /// Failures are returned as a false BoolResult whose text names the path and ends in libtiff's own words.
 /// Where a failure closes the file, every later access is a failure that says so.
+///
+/// examples/write_record.cpp and read_record.cpp take an accessor to another process.
 class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
   public:
     /// An accessor without a file.
