@@ -34,8 +34,11 @@ class VELMO_HOST_EXPORT ZSteps : public CopyableObject<ZSteps, BaseDataItemNode>
     DataItemLeafColl<float> _steps;
 };
 
+/// @{
+/// Shared steps; the second form does not change them.
 using ZStepsPtr = boost::shared_ptr<ZSteps>;
 using ZStepsConstPtr = boost::shared_ptr<ZSteps const>;
+/// @}
 
 } // namespace attr
 } // namespace imaproc

@@ -32,8 +32,11 @@ class VELMO_HOST_EXPORT VELMOBaseProcessingException : public BaseException {
         : BaseException(message, function, file, line) {}
 };
 
+/// @{
+/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOBaseProcessingLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOBaseProcessingLogger();
+/// @}
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoBaseProcessingRaise;
 

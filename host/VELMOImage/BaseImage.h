@@ -16,8 +16,11 @@ namespace image {
 
 class BaseImage;
 class BaseImageGeometry;
+/// @{
+/// A shared image; the last pointer frees it, and closes its file. The second form reads alone.
 using ImagePtr = boost::shared_ptr<BaseImage>;
 using ImageConstPtr = boost::shared_ptr<BaseImage const>;
+/// @}
 
 /// An image: planes of pixels, wherever they lie, reached by runs of pixels of one plane.
 ///

@@ -30,6 +30,7 @@ class VELMO_HOST_EXPORT DiskImage : public BaseImage {
     boost::shared_ptr<BaseDiskImageAccessor> _pAccessor;
 };
 
+/// A shared disk image; the last pointer closes the file, unless others hold the accessor.
 using DiskImagePtr = boost::shared_ptr<DiskImage>;
 
 } // namespace image

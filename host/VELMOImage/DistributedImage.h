@@ -48,6 +48,7 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
         _blockIds; ///< in the order of the planes; block i lies with worker i modulo their number
 };
 
+/// A shared distributed image; the last pointer drops its blocks.
 using DistributedImagePtr = boost::shared_ptr<DistributedImage>;
 
 } // namespace image

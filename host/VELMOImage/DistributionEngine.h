@@ -62,6 +62,7 @@ class VELMO_HOST_EXPORT BaseDistributionEngine {
     virtual BaseBlockOwner& getOwner(vlUInt64 index) = 0;
 };
 
+/// A shared engine: every image made by it holds it.
 using DistributionEnginePtr = boost::shared_ptr<BaseDistributionEngine>;
 
 /// An engine of `nbOwners` workers in this process, each with memory of its own.

@@ -60,8 +60,11 @@ class VELMO_HOST_EXPORT GeometricCalibration
     std::array<float, 7> _furtherTerms{};
 };
 
+/// @{
+/// A shared calibration; images and accessors hold the second form and do not change it.
 using GeometricCalibrationPtr = boost::shared_ptr<GeometricCalibration>;
 using GeometricCalibrationConstPtr = boost::shared_ptr<GeometricCalibration const>;
+/// @}
 
 /// A new calibration with the arguments of `GeometricCalibration::init2d`.
 VELMO_HOST_EXPORT GeometricCalibrationPtr createGeometricCalibration2d(float sizeX, float sizeY,

@@ -16,6 +16,7 @@ namespace velmo {
 namespace image {
 
 class BaseImageGeometry;
+/// A shared geometry that can be changed; who keeps one takes a copy (`duplicateGeometry`).
 using ImageGeometryPtr = boost::shared_ptr<BaseImageGeometry>;
 
 /// The triple that names a plane.

@@ -55,8 +55,11 @@ class VELMO_HOST_EXPORT VELMOImageException : public BaseException {
         : BaseException(message, function, file, line) {}
 };
 
+/// @{
+/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOImageLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOImageLogger();
+/// @}
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoImageRaise;
 

@@ -159,6 +159,8 @@ boost::shared_ptr<T> readObjectOf(BaseIArchive& archive, std::string const& name
     return pTyped;
 }
 
+/// @{
+/// Writes the item and returns the archive.
 inline BaseOArchive& operator<<(BaseOArchive& archive, SerializationOItem<int> const& item) {
     archive.writeItem(item.getName(), item.getValue());
     return archive;
@@ -179,7 +181,10 @@ inline BaseOArchive& operator<<(BaseOArchive& archive, SerializationOItem<std::s
     archive.writeItem(item.getName(), item.getValue());
     return archive;
 }
+/// @}
 
+/// @{
+/// Reads the item, which must be the next one, and returns the archive.
 inline BaseIArchive& operator>>(BaseIArchive& archive, SerializationIItem<int> const& item) {
     archive.readItem(item.getName(), item.getValue());
     return archive;
@@ -200,5 +205,6 @@ inline BaseIArchive& operator>>(BaseIArchive& archive, SerializationIItem<std::s
     archive.readItem(item.getName(), item.getValue());
     return archive;
 }
+/// @}
 
 } // namespace velmo

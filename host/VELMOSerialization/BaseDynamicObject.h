@@ -11,6 +11,7 @@
 namespace velmo {
 
 class BaseDynamicObject;
+/// A shared object of any class; `boost::dynamic_pointer_cast` tells which.
 using DynamicObjectPtr = boost::shared_ptr<BaseDynamicObject>;
 
 /// Root of what the object factory makes and the archives rebuild by class name.

@@ -41,8 +41,11 @@ class VELMO_HOST_EXPORT VELMOSerializationException : public BaseException {
         : BaseException(message, function, file, line) {}
 };
 
+/// @{
+/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOSerializationLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOSerializationLogger();
+/// @}
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoSerializationRaise;
 

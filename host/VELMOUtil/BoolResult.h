@@ -30,10 +30,12 @@ class ProcessingResult {
 /// The result of every operation that can fail without throwing.
 using BoolResult = ProcessingResult<bool>;
 
+/// True, without a message.
 inline BoolResult success() {
     return BoolResult(true);
 }
 
+/// False, with the finished text.
 inline BoolResult failure(std::string message) {
     return BoolResult(false, std::move(message));
 }

@@ -14,6 +14,7 @@ class LogMessageManager;
 
 /// Name of the logger above all loggers of the framework's libraries: "VELMO".
 VELMO_HOST_EXPORT std::string const& getBaseLoggerName();
+/// The logger of that name: its level and appenders hold for all libraries of the framework.
 VELMO_HOST_EXPORT log4cplus::Logger& getBaseLogger();
 
 /// Writes one record: the message with the place it comes from. Does not ask whether the level is enabled.

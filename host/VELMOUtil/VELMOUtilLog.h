@@ -25,8 +25,11 @@ class VELMO_HOST_EXPORT VELMOUtilException : public BaseException {
         : BaseException(message, function, file, line) {}
 };
 
+/// @{
+/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOUtilLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOUtilLogger();
+/// @}
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoUtilRaise;
 
