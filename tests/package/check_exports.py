@@ -19,7 +19,7 @@ def shown_symbols(library):
 
 def entity(name):
     """The class or free function that a symbol belongs to, with its namespaces: those are in lower case."""
-    parts = re.split(r"[(<\[](?<!operator[(<])", name, maxsplit=1)[0].split("::")
+    parts = re.match(r"(?:.*?\boperator(?:\(\)|[^\w(]+)|[^(<\[]+)", name)[0].split("::")
     namespaces = 0
     while namespaces < len(parts) - 1 and parts[namespaces].islower():
         namespaces += 1
@@ -31,8 +31,8 @@ def declared_names(headers):
     names = set()
     for header in headers:
         text = re.sub(r"//.*", "", header.read_text())
-        names.update(re.findall(r"\b(?:class|struct|enum|namespace)\s+(?:VELMO_\w+_EXPORT\s+)?(\w+)\b[^;()]*?{", text))
-        names.update(re.findall(r"VELMO_\w+_EXPORT[^;{}(]*?(operator\W+?|\w+)\s*\(", text))
+        names.update(re.findall(r"(?<!<)(?<!, )\b(?:class|struct|enum|namespace)\s+(?:VELMO_\w+_EXPORT\s+)?(\w+)\b[^;()]*?{", text))
+        names.update(re.findall(r"VELMO_\w+_EXPORT[^;{}(]*?(operator[^\w(]+|\w+)\s*[(;]", text))
     return names
 
 
@@ -52,7 +52,7 @@ def main(prefix, besides):
     private = {name for name in shown if name.split("::")[-1] not in declared}
     wrong += [f"shown, and in no installed header: {name}" for name in sorted(private - listed)]
     wrong += [f"listed, and not shown or in an installed header: {name}" for name in sorted(listed - private)]
-    print(len(shown), "names", *wrong, sep="\n")
+    print(f"{len(shown)} names", *wrong, sep="\n")
     return 1 if wrong or not shown else 0
 
 
