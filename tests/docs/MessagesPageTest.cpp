@@ -3,17 +3,21 @@
 
 #include "TemporaryFolder.h"
 
+#include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
+#include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageFile/Im6ImageFileMessage.h>
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOImageFile/VELMOImageFileLog.h>
+#include <VELMOSerialization/VELMOSerializationLog.h>
 #include <VELMOUtil/BaseException.h>
 #include <VELMOUtil/LogMessageManager.h>
 #include <boost/algorithm/string/replace.hpp>
 #include <gtest/gtest.h>
 #include <optional>
 #include <regex>
+#include <set>
 
 namespace velmo {
 namespace test {
@@ -38,12 +42,37 @@ Domain const g_domains[] = {
     {typeid(eImageFileUtilsMessage::domain).name(), "ImageFileUtilsMessage.h", 2},
 };
 
-std::optional<std::string> findText(Domain const& domain, int id) {
+std::optional<std::string> findText(LogMessageManager const& manager, char const* domainKey, int id) {
     try {
-        return getVELMOImageFileLogMessageManager().getMessage(domain.key, id);
+        return manager.getMessage(domainKey, id);
     } catch (BaseException const&) {
         return std::nullopt;
     }
+}
+
+std::optional<std::string> findText(Domain const& domain, int id) {
+    return findText(getVELMOImageFileLogMessageManager(), domain.key, id);
+}
+
+/// Adds the texts of a domain of the host, whose ids have gaps.
+void addTexts(LogMessageManager const& manager, char const* domainKey, std::set<std::string>& texts) {
+    for (int id = 0; id < 100; ++id) {
+        if (std::optional<std::string> const text = findText(manager, domainKey, id)) {
+            texts.insert(*text);
+        }
+    }
+}
+
+std::set<std::string> getTextsOfTheHost() {
+    std::set<std::string> texts;
+    addTexts(image::getVELMOImageLogMessageManager(), typeid(image::eImageMessage::domain).name(), texts);
+    addTexts(image::getVELMOImageLogMessageManager(), typeid(image::eImageAccessorMessage::domain).name(),
+             texts);
+    addTexts(processor::getVELMOBaseProcessingLogMessageManager(),
+             typeid(processor::eProcessorMessage::domain).name(), texts);
+    addTexts(getVELMOSerializationLogMessageManager(), typeid(eVELMOSerializationMessage::domain).name(),
+             texts);
+    return texts;
 }
 
 /// The enumerators of a header, by id.
@@ -87,6 +116,19 @@ TEST(MessagesPage, EveryMessageStandsVerbatimUnderItsNameWithCauseAndRemedy) {
         }
         EXPECT_TRUE(findText(domain, domain.nbMessages - 1)) << domain.header;
     }
+}
+
+TEST(MessagesPage, WhatTheHostIsSaidToSayIsInItsCatalogues) {
+    std::string const page = readFile(g_root / "docs/messages.md");
+    std::string const section = page.substr(page.find("## What lies below says"));
+    std::set<std::string> const texts = getTextsOfTheHost();
+    std::regex const row("\n\\| `([^`]*)` \\|");
+    int nbRows = 0;
+    for (std::sregex_iterator found(section.begin(), section.end(), row), end; found != end;
+         ++found, ++nbRows) {
+        EXPECT_EQ(texts.count((*found)[1]), 1U) << (*found)[1];
+    }
+    EXPECT_GE(nbRows, 10);
 }
 
 } // namespace test
