@@ -24,7 +24,8 @@ function(velmo_install_library target)
   install(TARGETS ${target} EXPORT ${target}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
     INCLUDES DESTINATION ${VELMO_INSTALL_INCLUDEDIR})
-  set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN)
+  # An external host keeps its own folder.
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN INSTALL_RPATH_USE_LINK_PATH ON)
   list(TRANSFORM arg_PRIVATE_HEADERS REPLACE "(.+)" "PATTERN;\\1;EXCLUDE")
   install(DIRECTORY ${arg_HEADERS} DESTINATION ${VELMO_INSTALL_INCLUDEDIR} COMPONENT Development
     FILES_MATCHING ${arg_PRIVATE_HEADERS} PATTERN *.h)
@@ -62,7 +63,8 @@ function(velmo_install_tool target)
     return()
   endif()
   install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tools)
-  set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN/${velmo_libraries_from_tools})
+  set_target_properties(${target} PROPERTIES
+    INSTALL_RPATH $ORIGIN/${velmo_libraries_from_tools} INSTALL_RPATH_USE_LINK_PATH ON)
   if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${arg_MAN_PAGE})
     install(FILES ${arg_MAN_PAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
   endif()

@@ -1,1 +1,55 @@
-# Debian packages, by cpack in a build whose prefix is /usr ('./dev package').
+# Debian packages of the three components, by cpack; './dev package' makes them.
+set(CPACK_GENERATOR DEB)
+set(CPACK_COMPONENTS_ALL Runtime Development Tools)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_VENDOR "The VELMOImageFile authors")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The VELMOImageFile authors")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON) # of equal version
+
+set(library libvelmoimagefile${PROJECT_VERSION_MAJOR})
+set(what "VELMOImageFile turns image files on disk into images of up to five dimensions
+ (X, Y, Z, channels, time) and images into files: headerless raw volumes, TIFF
+ with ImageJ's stacks, folders of numbered TIFF files, and Im6.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "scientific image files as images of five dimensions
+ ${what}
+ .
+ This package holds the shared libraries.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvelmoimagefile-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+  "libboost-filesystem-dev (>= 1.74), liblog4cplus-dev (>= 2.0), pkg-config")
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS Runtime)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "scientific image files as images of five dimensions - development
+ ${what}
+ .
+ This package holds the headers, the CMake packages VELMOImageFile and
+ VELMOHost, and the pkg-config modules velmo-image-file and velmo-host.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME velmo-image)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
+set(CPACK_COMPONENT_TOOLS_DEPENDS Runtime)
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "look at, convert, join and resample scientific image files
+ ${what}
+ .
+ This package holds the command-line tool velmo-image.")
+
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} key)
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE RENAME copyright COMPONENT ${component}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${key}_PACKAGE_NAME})
+endforeach()
+include(CPack)
