@@ -21,11 +21,11 @@ namespace file {
 /// with, whatever the modes say. Of any other file the directories are the planes along Z or T, as the
 /// directory mode says, and the samples of a pixel are the channels; TiffImageFile tells what can be opened.
 ///
-/// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes and,
-/// behind line feeds, what went wrong and what libtiff said of it. What the image library itself refuses comes
-/// through as its own exception. Too little memory for the pixels is such a failure; for anything smaller it
-/// may come as std::bad_alloc. Any number of calls may run at once on different files; two saves to one path
-/// are not guarded against each other.
+/// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes
+/// and, behind line feeds, what went wrong and what libtiff said of it. What the image library itself refuses
+/// comes through as its own exception. Too little memory for the pixels is such a failure; for anything
+/// smaller it may come as std::bad_alloc. Any number of calls may run at once on different files; two saves
+/// to one path are not guarded against each other.
 
 /// Loads all planes, on the calling thread, into a new image in memory, which stands in `image`. After a
 /// failure `image` is what it was, or the new image with the planes so far, which is not to be used.
@@ -89,8 +89,8 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
 /// openTiffImageFile with the caller's modes. Two or more are each read as a volume and compared with the
 /// first before any pixel is read: a file that differs is a VELMOImageFileException that names both. What the
 /// file system says of the directory comes as boost::filesystem::filesystem_error. The calls hold one file
-/// handle for each file; more files than the process may open end in a failure that names the file it came to.
-/// Any number of calls may run at once.
+/// handle for each file; more files than the process may open end in a failure that names the file it came
+/// to. Any number of calls may run at once.
 /// @{
 
 /// Joins the files along T where `directoryMode` is eTDM_Temporal, else along Z, into a new image in memory,
