@@ -17,9 +17,13 @@ class VELMO_HOST_EXPORT BaseDataItemNode : public BaseSerializationObject {};
 template <class T>
 class DataItemLeafColl {
   public:
+    /// @{
+    /// Owned by the object.
     std::vector<T> const& getValues() const { return _values; }
     std::vector<T>& accessValues() { return _values; }
+    /// @}
 
+    /// Their number, then each. A failing stream is thrown as VELMOSerializationException.
     void write(BaseOArchive& archive) const {
         archive << oItem("nbValues", vlUInt64{_values.size()});
         for (T const& value : _values) {

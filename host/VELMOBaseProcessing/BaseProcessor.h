@@ -20,9 +20,13 @@ enum eProcessorRulePolicy : vlUInt64 { ePRP_Strict = 0 };
 /// How a run ended: status 0 for success, else a message.
 class ActionResult {
   public:
+    /// Success has status 0 and no message.
     ActionResult(vlUInt64 status, std::string message) : _status(status), _message(std::move(message)) {}
+    /// @{
+    /// As the action returned them.
     vlUInt64 getStatus() const { return _status; }
     std::string const& getMessage() const { return _message; }
+    /// @}
 
   private:
     vlUInt64 _status;
@@ -52,9 +56,11 @@ class VELMO_HOST_EXPORT BaseProcessor : public BaseAction {
   public:
     /// Forgets all attributes and makes the processor accept values.
     BoolResult init(eProcessorRulePolicy rulePolicy);
+    /// For the runs from now on; the calling thread alone unless it is set.
     void restrictDispatchPolicy(ProcessorDispatchPolicy const& policy) { _policy = policy; }
 
   protected:
+    /// What `restrictDispatchPolicy` was given.
     ProcessorDispatchPolicy const& getDispatchPolicy() const { return _policy; }
     /// Throws VELMOBaseProcessingException before `init`.
     void requireInit(std::string const& attribute) const;

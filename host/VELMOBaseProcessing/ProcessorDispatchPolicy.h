@@ -22,7 +22,9 @@ class VELMO_HOST_EXPORT ProcessorDispatchPolicy {
     /// thread.
     void initLocal(vlUInt64 nbThreads);
 
+    /// Whether `initDefault` was the last to be called.
     bool isDefault() const { return _bDefault; }
+    /// At least 1; how many `initDefault` found to be there.
     vlUInt64 getNbThreads() const { return _nbThreads; }
 
   private:

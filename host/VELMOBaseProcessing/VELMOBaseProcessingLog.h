@@ -9,7 +9,9 @@
 namespace velmo {
 namespace processor {
 
+/// Failures of processors.
 struct eProcessorMessage {
+    /// With the arguments of each text.
     enum domain {
         ePM_NotInitialised = 0, ///< processor, attribute
         ePM_ValueMissing = 1,   ///< processor, attribute
@@ -21,15 +23,20 @@ struct eProcessorMessage {
     };
 };
 
+/// A processor refuses a value, or has no result. Logged when it was thrown.
 class VELMO_HOST_EXPORT VELMOBaseProcessingException : public BaseException {
   public:
+    /// `function`, `file` and `line` are those of the raise.
     VELMOBaseProcessingException(std::string const& message, char const* function, char const* file,
                                  unsigned int line)
         : BaseException(message, function, file, line) {}
 };
 
+/// @{
+/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOBaseProcessingLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOBaseProcessingLogger();
+/// @}
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoBaseProcessingRaise;
 

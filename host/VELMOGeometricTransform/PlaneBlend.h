@@ -14,8 +14,11 @@ namespace gtrans {
 
 /// A plane and what its difference from the base plane counts.
 struct BlendTerm {
+    /// @{
+    /// Pixels of the plane, and the factor of their difference from the base.
     std::byte const* pPlane;
     double weight;
+    /// @}
 };
 
 /// Fills `pTarget` with the base plane plus the weighted differences of the terms from it; integers are

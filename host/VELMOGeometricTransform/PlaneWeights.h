@@ -15,12 +15,19 @@ namespace gtrans {
 /// How one plane of the result comes about: plane `base`, and the differences of further planes from it times
 /// their weights.
 struct PlaneWeights {
+    /// A further plane.
     struct Term {
+        /// @{
+        /// Its index, counted from 0, and its weight.
         vlUInt64 plane;
         double weight;
+        /// @}
     };
+    /// @{
+    /// The plane that differences are taken from, and the terms, of which the first `nbTerms` count.
     vlUInt64 base = 0;
     std::array<Term, 3> terms{};
+    /// @}
     unsigned int nbTerms = 0; ///< 0 where the plane is `base` itself
 };
 

@@ -45,6 +45,7 @@ class VELMO_HOST_EXPORT ResampleCustomZStack3dImgLvl1 : public processor::BasePr
     std::string _failure; ///< of the last run, behind a line feed
 };
 
+/// @cond
 template <>
 VELMO_HOST_EXPORT void ResampleCustomZStack3dImgLvl1::set<attr::InImg3d>(image::ImageConstPtr const& value);
 template <>
@@ -57,6 +58,7 @@ VELMO_HOST_EXPORT void
 ResampleCustomZStack3dImgLvl1::set<attr::InOutputImg3dZSize>(unsigned long const& value);
 template <>
 VELMO_HOST_EXPORT image::ImagePtr ResampleCustomZStack3dImgLvl1::getStorage<attr::OutImg>() const;
+/// @endcond
 
 } // namespace gtrans
 } // namespace imaproc

@@ -16,8 +16,11 @@ namespace image {
 
 class BaseImage;
 class BaseImageGeometry;
+/// @{
+/// A shared image; the last pointer frees it, and closes its file. The second form reads alone.
 using ImagePtr = boost::shared_ptr<BaseImage>;
 using ImageConstPtr = boost::shared_ptr<BaseImage const>;
+/// @}
 
 /// An image: planes of pixels, wherever they lie, reached by runs of pixels of one plane.
 ///
@@ -35,16 +38,25 @@ class VELMO_HOST_EXPORT BaseImage {
 
     /// Throws VELMOImageException as long as the image has no geometry.
     BaseImageGeometry const& getGeometry() const;
+    /// @{
+    /// Those of the geometry; throws as `getGeometry`.
     eImageBufferType getBufferType() const;
     eTemporalGeometryType getTemporalGeometryType() const;
+    /// @}
 
+    /// @{
+    /// What a pixel measures; may be empty, and is then not saved. Shared, and not changed by the image.
     bool hasGeometricCalibration() const { return _pCalibration != nullptr; }
     GeometricCalibrationConstPtr getGeometricCalibrationConstPtr() const { return _pCalibration; }
     void setGeometricCalibration(GeometricCalibrationConstPtr const& pCalibration) {
         _pCalibration = pCalibration;
     }
+    /// @}
+    /// @{
+    /// A text of the application, which TIFF files keep; without zero bytes. Empty unless it is set.
     std::string const& getUserPropertiesStr() const { return _userProperties; }
     void setUserPropertiesStr(std::string const& text) { _userProperties = text; }
+    /// @}
 
     /// Whether pixels of the image lie in that file, so that writing the file would change the image.
     virtual bool isStoredIn(boost::filesystem::path const& path) const;
@@ -52,12 +64,14 @@ class VELMO_HOST_EXPORT BaseImage {
     /// Whether the image must be replaced by a copy in memory before it is saved plane by plane, and that
     /// copy, with calibration and user properties. The copy is thrown as VELMOImageException where it fails.
     virtual bool requiresCpuCopy() const;
+    /// A new image in memory that the caller owns; the image itself is not touched.
     virtual ImageConstPtr createCpuCopy() const;
 
     /// Reads pixels of one plane, from pixel `pixelStart` on in row-major order, into `buffer`. A run outside
     /// of the image is thrown as VELMOImageException.
     BoolResult readPixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                           void* buffer) const;
+    /// As `readPixels`. A failure may leave the run written in part.
     BoolResult writePixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                            void const* buffer);
 
@@ -67,10 +81,12 @@ class VELMO_HOST_EXPORT BaseImage {
     /// The pixels of a plane where they lie one after the other in this process's memory, else null. Owned by
     /// the image, valid until its next `init`. Throws VELMOImageException for a plane outside of the image.
     void* accessPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t);
+    /// The same for reading.
     void const* accessPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
 
   protected:
     BaseImage() = default;
+    /// Keeps a copy. Pixels are not touched.
     void setGeometry(BaseImageGeometry const& geometry);
 
   private:

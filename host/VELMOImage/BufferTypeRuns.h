@@ -16,11 +16,16 @@ namespace image {
 class VELMO_HOST_EXPORT BufferTypeRuns {
   public:
     BufferTypeRuns() = default;
+    /// One type for each step, in their order.
     explicit BufferTypeRuns(std::vector<eImageBufferType> const& types);
 
+    /// @{
+    /// Appends steps behind the last one.
     void add(eImageBufferType type, vlUInt64 nbSteps);
     void add(BufferTypeRuns const& others);
+    /// @}
 
+    /// Of all runs together.
     vlUInt64 getNbSteps() const { return _nbSteps; }
     /// Whether no two steps differ.
     bool isUniform() const { return _runs.size() <= 1; }

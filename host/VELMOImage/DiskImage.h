@@ -17,6 +17,7 @@ class VELMO_HOST_EXPORT DiskImage : public BaseImage {
     /// The accessor must be initialised; the factory checks it.
     explicit DiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor);
 
+    /// Its record in an archive takes the image to another process.
     boost::shared_ptr<BaseDiskImageAccessor> const& getAccessor() const { return _pAccessor; }
     bool isStoredIn(boost::filesystem::path const& path) const override;
 
@@ -29,6 +30,7 @@ class VELMO_HOST_EXPORT DiskImage : public BaseImage {
     boost::shared_ptr<BaseDiskImageAccessor> _pAccessor;
 };
 
+/// A shared disk image; the last pointer closes the file, unless others hold the accessor.
 using DiskImagePtr = boost::shared_ptr<DiskImage>;
 
 } // namespace image

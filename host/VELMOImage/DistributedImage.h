@@ -12,6 +12,7 @@ namespace image {
 /// An image whose planes are spread, in blocks of consecutive planes, over the workers of an engine.
 class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
   public:
+    /// The image co-owns the engine. `init` spreads the planes; ImageFactory does both.
     explicit DistributedImage(DistributionEnginePtr const& pEngine);
     ~DistributedImage() override;
 
@@ -47,6 +48,7 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
         _blockIds; ///< in the order of the planes; block i lies with worker i modulo their number
 };
 
+/// A shared distributed image; the last pointer drops its blocks.
 using DistributedImagePtr = boost::shared_ptr<DistributedImage>;
 
 } // namespace image

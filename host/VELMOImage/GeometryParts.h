@@ -14,11 +14,17 @@ namespace image {
 /// Whether an image is one plane or a volume, and of how many planes. 2d with one plane by default.
 class VELMO_HOST_EXPORT VolumeGeometry {
   public:
+    /// One plane.
     void init2d();
+    /// A volume of `sizeZ` planes, also of one or none.
     void init3d(vlUInt64 sizeZ);
+    /// A volume of one plane is 3d all the same.
     bool is2d() const { return _type == eVGT_2d; }
+    /// @{
+    /// As the last `init` set them.
     eVolumeGeometryType getVolumeGeometryType() const { return _type; }
     vlUInt64 getSizeZ() const { return _sizeZ; }
+    /// @}
 
   private:
     eVolumeGeometryType _type = eVGT_2d;
@@ -28,10 +34,15 @@ class VELMO_HOST_EXPORT VolumeGeometry {
 /// Whether an image is one time step or a sequence, and of how many. Single by default.
 class VELMO_HOST_EXPORT TemporalGeometry {
   public:
+    /// One time step.
     void initSingle();
+    /// A sequence of `sizeT` time steps, also of one or none.
     void initSequence(vlUInt64 sizeT);
+    /// @{
+    /// As the last `init` set them.
     eTemporalGeometryType getTemporalGeometryType() const { return _type; }
     vlUInt64 getSizeT() const { return _sizeT; }
+    /// @}
 
   private:
     eTemporalGeometryType _type = eTGT_Single;
@@ -51,15 +62,23 @@ class VELMO_HOST_EXPORT TemporalGeometry {
 /// A value outside of the enumeration has 1. Grey by default, with 0 as black.
 class VELMO_HOST_EXPORT ColorGeometry {
   public:
+    /// @{
+    /// Sets the type, and the channels as the table says; drops the names. What black is stays.
     void initGrey();
     void initRgb();
     void init(eColorGeometryType const& type);
+    /// @}
+    /// `eCGT_User` with `sizeC` channels.
     void initUser(vlUInt64 sizeC);
 
+    /// @{
+    /// As the last `init` set them.
     eColorGeometryType getColorGeometryType() const { return _type; }
     vlUInt64 getSizeC() const { return _sizeC; }
+    /// @}
     /// False where the greatest value is black and 0 is white.
     bool minIsBlack() const { return _bMinIsBlack; }
+    /// Says how values are to be shown; no pixel is changed.
     void setMinIsBlack(bool bMinIsBlack) { _bMinIsBlack = bMinIsBlack; }
     /// Throws VELMOImageException if there is no channel of that index (from 0).
     void setChannelName(std::string const& name, vlUInt64 index);
@@ -83,10 +102,13 @@ class VELMO_HOST_EXPORT ImagePlanGeometry {
     /// The product of the sizes must fit in 64 bits, also in bytes.
     ImagePlanGeometry(vlUInt64 sizeX, vlUInt64 sizeY, eImageBufferType bufferType)
         : _sizeX(sizeX), _sizeY(sizeY), _bufferType(bufferType) {}
+    /// @{
+    /// Pixels of a row, rows, pixels of the plane, and their type.
     vlUInt64 getSizeX() const { return _sizeX; }
     vlUInt64 getSizeY() const { return _sizeY; }
     vlUInt64 getNbPixels() const { return _sizeX * _sizeY; }
     eImageBufferType getBufferType() const { return _bufferType; }
+    /// @}
     /// Bytes of one pixel.
     vlUInt64 getPixelSize() const { return getImageBufferBaseSize(_bufferType); }
 

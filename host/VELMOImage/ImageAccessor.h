@@ -29,6 +29,7 @@ class VELMO_HOST_EXPORT BaseImageAccessor : public BaseSerializationObject {
     /// buffer of that many pixels.
     virtual BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                    vlUInt64 nbPixels, void* buffer) const = 0;
+    /// As `readRawData`, from a buffer that is not changed. A failure may leave the run written in part.
     virtual BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                     vlUInt64 nbPixels, void const* buffer) = 0;
     /// Drops what the subclass holds.
@@ -36,6 +37,7 @@ class VELMO_HOST_EXPORT BaseImageAccessor : public BaseSerializationObject {
 
     /// Drops everything: what the subclass holds, then the state of the base.
     void clear();
+    /// Whether there are a geometry and pixels behind it.
     bool isInit() const { return _bInit; }
     /// Throws VELMOImageException as long as the accessor is not initialised.
     BaseImageGeometry const& getGeometry() const;
@@ -44,7 +46,9 @@ class VELMO_HOST_EXPORT BaseImageAccessor : public BaseSerializationObject {
 
   protected:
     BaseImageAccessor() = default;
+    /// Keeps both by value or shared, and marks the accessor as initialised.
     void initImage(BaseImageGeometry const& geometry, GeometricCalibrationConstPtr const& pCalibration);
+    /// Drops the state of the base, not that of the subclass.
     virtual void clearBase();
 
   private:
@@ -56,8 +60,11 @@ class VELMO_HOST_EXPORT BaseImageAccessor : public BaseSerializationObject {
 /// An accessor of a file.
 class VELMO_HOST_EXPORT BaseDiskImageAccessor : public BaseImageAccessor {
   public:
+    /// As it was given; empty without a file.
     boost::filesystem::path const& getFilePath() const { return _path; }
+    /// Reading alone without a file.
     eImageAccessMode getAccessMode() const { return _accessMode; }
+    /// Whether other processes are to open the same file; accesses are the same either way.
     bool hasSharedRemoteAccess() const { return _bSharedRemote; }
     /// Whether pixels lie in that file, by whatever path it is named.
     virtual bool isStoredIn(boost::filesystem::path const& path) const;
@@ -74,6 +81,7 @@ class VELMO_HOST_EXPORT BaseDiskImageAccessor : public BaseImageAccessor {
     void initBase(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                   BaseImageGeometry const& geometry, GeometricCalibrationConstPtr const& calibration,
                   bool sharedRemote);
+    /// Drops path and mode as well.
     void clearBase() override;
 
   private:

@@ -27,6 +27,7 @@ enum eImageBufferType : vlUInt64 {
     eIBT_Label8 = 11
 };
 
+/// What the channels of a pixel are; ColorGeometry has their numbers.
 enum eColorGeometryType : vlUInt64 {
     eCGT_Grey = 0,
     eCGT_Rgb = 1,
@@ -41,8 +42,10 @@ enum eColorGeometryType : vlUInt64 {
     eCGT_User = 10
 };
 
+/// One plane, or a volume of any number of planes.
 enum eVolumeGeometryType : vlUInt64 { eVGT_2d = 0, eVGT_3d = 1 };
 
+/// One time step, or a sequence of any number of steps.
 enum eTemporalGeometryType : vlUInt64 { eTGT_Single = 0, eTGT_Sequence = 1 };
 
 /// 0 reads only; every other value reads and writes.
@@ -60,17 +63,20 @@ enum eDataType : vlUInt64 {
     eDT_Real32 = 7
 };
 
+/// Binary and labels count as unsigned; `eDT_None` for a value outside of the enumeration.
 VELMO_HOST_EXPORT eDataType toDataType(eImageBufferType const& bufferType);
 /// Bytes of one value; 0 for `eDT_None` and for values outside of the enumeration.
 VELMO_HOST_EXPORT unsigned int getBufferBaseSize(eDataType const& dataType);
 /// Bytes of one pixel.
 VELMO_HOST_EXPORT unsigned int getImageBufferBaseSize(eImageBufferType const& bufferType);
 
+/// @{
 /// The enumerator's name. A value outside of the enumeration writes nothing and sets the stream's bad bit.
 VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eImageBufferType const& value);
 VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eColorGeometryType const& value);
 VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eVolumeGeometryType const& value);
 VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eTemporalGeometryType const& value);
+/// @}
 
 } // namespace image
 } // namespace velmo

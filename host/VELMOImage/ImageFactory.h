@@ -17,6 +17,7 @@ class BaseDiskImageAccessor;
 /// may call them.
 class VELMO_HOST_EXPORT ImageFactory {
   public:
+    /// The one of the process, made at the first call.
     static ImageFactory& getInstance();
 
     ImageFactory(ImageFactory const&) = delete;

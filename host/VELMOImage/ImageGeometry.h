@@ -16,13 +16,17 @@ namespace velmo {
 namespace image {
 
 class BaseImageGeometry;
+/// A shared geometry that can be changed; who keeps one takes a copy (`duplicateGeometry`).
 using ImageGeometryPtr = boost::shared_ptr<BaseImageGeometry>;
 
 /// The triple that names a plane.
 struct PlanIndexes {
+    /// @{
+    /// Each counted from 0.
     vlUInt64 z;
     vlUInt64 c;
     vlUInt64 t;
+    /// @}
 };
 
 /// Sizes of an image in X, Y, Z, C, T, what its channels, planes and time steps are, and the pixel type of
@@ -34,36 +38,49 @@ struct PlanIndexes {
 /// is safe from any thread.
 class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
   public:
+    /// The name under which archives know the class.
     static std::string const& getTypeName();
 
+    /// @{
+    /// Pixels of a row, rows of a plane, planes of a volume, channels, time steps.
     vlUInt64 getSizeX() const { return _sizeX; }
     vlUInt64 getSizeY() const { return _sizeY; }
     vlUInt64 getSizeZ() const { return _volume.getSizeZ(); }
     vlUInt64 getSizeC() const { return _color.getSizeC(); }
     vlUInt64 getSizeT() const { return _temporal.getSizeT(); }
+    /// @}
 
+    /// @{
+    /// Those of the parts below.
     eColorGeometryType getColorGeometryType() const { return _color.getColorGeometryType(); }
     eVolumeGeometryType getVolumeGeometryType() const { return _volume.getVolumeGeometryType(); }
     eTemporalGeometryType getTemporalGeometryType() const { return _temporal.getTemporalGeometryType(); }
+    /// @}
     /// The one of all planes; of a heterogeneous geometry the first.
     virtual eImageBufferType getBufferType() const = 0;
 
+    /// @{
+    /// Owned by the geometry. A change of a part changes the sizes; nothing is checked before the next use.
     ColorGeometry const& getColorGeometry() const { return _color; }
     ColorGeometry& getColorGeometry() { return _color; }
     VolumeGeometry const& getVolumeGeometry() const { return _volume; }
     VolumeGeometry& getVolumeGeometry() { return _volume; }
     TemporalGeometry const& getTemporalGeometry() const { return _temporal; }
     TemporalGeometry& getTemporalGeometry() { return _temporal; }
+    /// @}
 
     /// The planes of time step `t`. Throws VELMOImageException if there is no such step.
     ImagePlanGeometry getPlanGeometry(vlUInt64 t) const;
 
+    /// @{
     /// Pixels in one plane, in all planes; bytes of one plane of step `t`, of all planes.
     vlUInt64 getPlanNbPixels() const;
     vlUInt64 getNbPixels() const;
     vlUInt64 getPlanMemorySize(vlUInt64 t) const;
     vlUInt64 getFullMemorySize() const;
+    /// @}
 
+    /// Z * C * T.
     vlUInt64 getNbPlans() const;
     /// Which plane is number `plan` (from 0) in (t, c, z) order. The plane must exist.
     PlanIndexes getPlanIndexes(vlUInt64 plan) const;
@@ -80,15 +97,20 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
     /// bytes would pass 64 bits.
     virtual void setBufferType(eImageBufferType const& bufferType) = 0;
 
+    /// Sizes, parts and pixel types.
     BoolResult write(BaseOArchive& archive) const override;
     /// An archive that holds a refused geometry leaves this one as it was.
     BoolResult read(BaseIArchive& archive) override;
 
   protected:
     BaseImageGeometry() = default;
+    /// @{
+    /// Copied through `duplicateGeometry` alone.
     BaseImageGeometry(BaseImageGeometry const&) = default;
     BaseImageGeometry& operator=(BaseImageGeometry const&) = default;
+    /// @}
 
+    /// Replaces sizes and parts; raises nothing, `requireCountable` does.
     void setParts(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
                   vlUInt64 sizeX, vlUInt64 sizeY);
     /// Raises unless every size of the geometry fits in 64 bits.
@@ -117,13 +139,18 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
 class VELMO_HOST_EXPORT HomogeneousImageGeometry
     : public CopyableObject<HomogeneousImageGeometry, BaseImageGeometry> {
   public:
+    /// The name under which archives and the object factory know the class.
     static std::string const& getTypeName();
 
+    /// Replaces everything. Throws VELMOImageException, and changes nothing, where the bytes pass 64 bits.
     void init(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
               vlUInt64 sizeX, vlUInt64 sizeY, eImageBufferType const& bufferType);
 
+    /// @{
+    /// The one of all planes.
     eImageBufferType getBufferType() const override { return _bufferType; }
     void setBufferType(eImageBufferType const& bufferType) override;
+    /// @}
 
   private:
     eImageBufferType getBufferTypeAt(vlUInt64 t) const override;
@@ -139,21 +166,28 @@ class VELMO_HOST_EXPORT HomogeneousImageGeometry
 class VELMO_HOST_EXPORT HeterogeneousImageGeometry
     : public CopyableObject<HeterogeneousImageGeometry, BaseImageGeometry> {
   public:
+    /// The name under which archives and the object factory know the class.
     static std::string const& getTypeName();
 
     HeterogeneousImageGeometry();
 
+    /// @{
     /// Throws VELMOImageException, and changes nothing, if the number of types fits neither the time steps
     /// nor, with one time step, the planes.
     void init(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
               vlUInt64 sizeX, vlUInt64 sizeY, std::vector<eImageBufferType> const& bufferTypes);
     void init(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
               vlUInt64 sizeX, vlUInt64 sizeY, BufferTypeRuns const& bufferTypes);
+    /// @}
 
+    /// One for each time step (or plane), in their order, newly made.
     std::vector<eImageBufferType> getBufferTypes() const;
+    /// The same as runs; owned by the geometry.
     BufferTypeRuns const& getBufferTypeRuns() const { return *_pTypes; }
 
+    /// The first one's; eIBT_None without planes.
     eImageBufferType getBufferType() const override;
+    /// Makes all planes of that type.
     void setBufferType(eImageBufferType const& bufferType) override;
 
   private:

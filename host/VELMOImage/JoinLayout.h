@@ -11,6 +11,7 @@
 namespace velmo {
 namespace image {
 
+/// Along Z planes follow planes, along T time steps follow time steps.
 enum class eJoinAxis { Z, T };
 
 /// Which part of several that are joined along one axis holds a plane.
@@ -18,8 +19,11 @@ class VELMO_HOST_EXPORT JoinLayout {
   public:
     /// A plane within a part.
     struct Place {
+        /// @{
+        /// The part, counted from 0, and the plane within it.
         std::size_t part;
         PlanIndexes plan;
+        /// @}
     };
 
     /// Parts must have the same sizes but for the axis, the same colours and, along Z, one pixel type and one

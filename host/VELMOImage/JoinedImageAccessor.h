@@ -14,11 +14,16 @@ namespace image {
 /// once as the parts allow.
 class VELMO_HOST_EXPORT JoinedImageAccessor : public BaseDiskImageAccessor {
   public:
+    /// A file of the list.
     using PartPtr = boost::shared_ptr<BaseDiskImageAccessor>;
 
+    /// The name under which archives and the object factory know the class.
     static std::string const& getTypeName();
+    /// @{
+    /// A new accessor without files; the caller owns it.
     static BaseDynamicObject* createNewObject();
     static DynamicObjectPtr createSharedObject();
+    /// @}
 
     /// The parts must be initialised. Otherwise as JoinLayout::init; a failure leaves the accessor without
     /// files.
@@ -34,6 +39,7 @@ class VELMO_HOST_EXPORT JoinedImageAccessor : public BaseDiskImageAccessor {
 
     /// The records of all parts.
     BoolResult write(BaseOArchive& archive) const override;
+    /// Opens all parts again. A failure leaves the accessor without files.
     BoolResult read(BaseIArchive& archive) override;
 
     bool isStoredIn(boost::filesystem::path const& path) const override;

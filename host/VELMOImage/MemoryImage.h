@@ -19,6 +19,7 @@ class VELMO_HOST_EXPORT MemoryImage : public BaseImage {
 
     /// The first pixel of the first plane; null for an image without bytes.
     void* getDataPtr() { return _pixels.getData(); }
+    /// The same for reading.
     void const* getDataPtr() const { return _pixels.getData(); }
 
   private:

@@ -16,23 +16,30 @@ namespace image {
 class VELMO_HOST_EXPORT SubImageExtractor {
   public:
     template <class Image>
+    /// @{
+    /// Along Z, along T; of images of any kinds.
     static BoolResult concatenateVolumes(std::vector<boost::shared_ptr<Image>> const& parts,
                                          boost::shared_ptr<Image>& out);
     template <class Image>
     static BoolResult concatenateSequences(std::vector<boost::shared_ptr<Image>> const& parts,
                                            boost::shared_ptr<Image>& out);
+    /// @}
 
+    /// @{
     /// Of disk images, into a disk image over all their files.
     static BoolResult concatenateDiskVolumes(std::vector<ImagePtr> const& parts, DiskImagePtr& out);
     static BoolResult concatenateDiskSequences(std::vector<ImagePtr> const& parts, DiskImagePtr& out);
+    /// @}
 };
 
+/// @cond
 template <>
 VELMO_HOST_EXPORT BoolResult
 SubImageExtractor::concatenateVolumes<BaseImage>(std::vector<ImagePtr> const& parts, ImagePtr& out);
 template <>
 VELMO_HOST_EXPORT BoolResult
 SubImageExtractor::concatenateSequences<BaseImage>(std::vector<ImagePtr> const& parts, ImagePtr& out);
+/// @endcond
 
 } // namespace image
 } // namespace velmo

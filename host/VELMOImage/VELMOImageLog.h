@@ -11,6 +11,7 @@ namespace image {
 
 /// Failures of accessors.
 struct eImageAccessorMessage {
+    /// With the arguments of each text.
     enum domain {
         eIAM_NotInitialised = 1,   ///< no argument
         eIAM_InvalidFileFormat = 6 ///< no argument
@@ -19,6 +20,7 @@ struct eImageAccessorMessage {
 
 /// Failures of images and geometries.
 struct eImageMessage {
+    /// With the arguments of each text.
     enum domain {
         eIM_GeometryTooLarge = 0,   ///< sizes X, Y, Z, C, T
         eIM_BufferTypesCount = 1,   ///< number of types, size Z, size T
@@ -45,14 +47,19 @@ struct eImageMessage {
     };
 };
 
+/// The image library refuses something. Logged when it was thrown.
 class VELMO_HOST_EXPORT VELMOImageException : public BaseException {
   public:
+    /// `function`, `file` and `line` are those of the raise.
     VELMOImageException(std::string const& message, char const* function, char const* file, unsigned int line)
         : BaseException(message, function, file, line) {}
 };
 
+/// @{
+/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOImageLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOImageLogger();
+/// @}
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoImageRaise;
 

@@ -37,6 +37,7 @@ class VELMO_HOST_EXPORT CopyImgLvl1 : public processor::BaseProcessor {
     image::ImagePtr _pTarget;
 };
 
+/// @cond
 template <>
 VELMO_HOST_EXPORT void CopyImgLvl1::set<attr::InImg>(image::ImageConstPtr const& value);
 template <>
@@ -44,6 +45,7 @@ VELMO_HOST_EXPORT void CopyImgLvl1::set<attr::OutImg>(image::ImagePtr const& val
 
 template <>
 VELMO_HOST_EXPORT image::ImagePtr CopyImgLvl1::getStorage<attr::OutImg>() const;
+/// @endcond
 
 } // namespace util
 } // namespace imaproc

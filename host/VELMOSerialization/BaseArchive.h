@@ -26,11 +26,13 @@ class VELMO_HOST_EXPORT BaseArchive {
     bool isClassVersionRegistred(std::string const& className) const;
     /// 0 for a class that is not registered.
     unsigned int getRegisterClassVersion(std::string const& className) const;
+    /// A second version of a class replaces the first.
     void registerClassVersion(std::string const& className, unsigned int version);
 
     /// Opened and closed by ArchiveSectionManager. Throws VELMOSerializationException past 64 levels, which
     /// no object of the framework needs and a damaged archive could ask for.
     void openSection(std::string const& sectionName);
+    /// The one that was opened last.
     void closeSection();
 
   protected:
@@ -47,6 +49,7 @@ class VELMO_HOST_EXPORT BaseArchive {
 /// A named section for as long as it lives.
 class ArchiveSectionManager {
   public:
+    /// Opens the section; its destructor closes it.
     ArchiveSectionManager(BaseArchive& archive, std::string const& sectionName) : _archive(archive) {
         _archive.openSection(sectionName);
     }
@@ -62,9 +65,13 @@ class ArchiveSectionManager {
 template <class T>
 class SerializationOItem {
   public:
+    /// `pValue` must outlive the item.
     SerializationOItem(std::string name, T const* pValue) : _name(std::move(name)), _pValue(pValue) {}
+    /// @{
+    /// What the item was made of.
     std::string const& getName() const { return _name; }
     T const& getValue() const { return *_pValue; }
+    /// @}
 
   private:
     std::string _name;
@@ -75,20 +82,26 @@ class SerializationOItem {
 template <class T>
 class SerializationIItem {
   public:
+    /// `pValue` must outlive the item.
     SerializationIItem(std::string name, T* pValue) : _name(std::move(name)), _pValue(pValue) {}
+    /// @{
+    /// What the item was made of.
     std::string const& getName() const { return _name; }
     T& getValue() const { return *_pValue; }
+    /// @}
 
   private:
     std::string _name;
     T* _pValue;
 };
 
+/// An item to write: `archive << oItem("name", value)`.
 template <class T>
 SerializationOItem<T> oItem(std::string name, T const& value) {
     return SerializationOItem<T>(std::move(name), &value);
 }
 
+/// An item to read: `archive >> iItem("name", value)`.
 template <class T>
 SerializationIItem<T> iItem(std::string name, T& value) {
     return SerializationIItem<T>(std::move(name), &value);
@@ -97,11 +110,14 @@ SerializationIItem<T> iItem(std::string name, T& value) {
 /// An archive that is written. A failing stream is thrown as VELMOSerializationException.
 class VELMO_HOST_EXPORT BaseOArchive : public BaseArchive {
   public:
+    /// @{
+    /// Writes one value. An archive of bytes keeps no name; one of text does.
     virtual void writeItem(std::string const& name, int value) = 0;
     virtual void writeItem(std::string const& name, unsigned int value) = 0;
     virtual void writeItem(std::string const& name, unsigned long value) = 0;
     virtual void writeItem(std::string const& name, float value) = 0;
     virtual void writeItem(std::string const& name, std::string const& value) = 0;
+    /// @}
 
     /// The object with its class name; a null pointer is kept as such. Throws VELMOSerializationException for
     /// an object that is no BaseSerializationObject or whose `write` fails.
@@ -113,11 +129,15 @@ class VELMO_HOST_EXPORT BaseOArchive : public BaseArchive {
 /// early, a length greater than what is left, an item that is no value of its type.
 class VELMO_HOST_EXPORT BaseIArchive : public BaseArchive {
   public:
+    /// @{
+    /// Reads the next value, which must have been written as that type; an archive of text compares the
+    /// name. A failure leaves `value` as it was.
     virtual void readItem(std::string const& name, int& value) = 0;
     virtual void readItem(std::string const& name, unsigned int& value) = 0;
     virtual void readItem(std::string const& name, unsigned long& value) = 0;
     virtual void readItem(std::string const& name, float& value) = 0;
     virtual void readItem(std::string const& name, std::string& value) = 0;
+    /// @}
 
     /// A new object of the stored class, read from the archive; null where a null pointer was written. Throws
     /// for a class that the factory does not know, and for an object that refuses what it reads.
@@ -139,6 +159,8 @@ boost::shared_ptr<T> readObjectOf(BaseIArchive& archive, std::string const& name
     return pTyped;
 }
 
+/// @{
+/// Writes the item and returns the archive.
 inline BaseOArchive& operator<<(BaseOArchive& archive, SerializationOItem<int> const& item) {
     archive.writeItem(item.getName(), item.getValue());
     return archive;
@@ -159,7 +181,10 @@ inline BaseOArchive& operator<<(BaseOArchive& archive, SerializationOItem<std::s
     archive.writeItem(item.getName(), item.getValue());
     return archive;
 }
+/// @}
 
+/// @{
+/// Reads the item, which must be the next one, and returns the archive.
 inline BaseIArchive& operator>>(BaseIArchive& archive, SerializationIItem<int> const& item) {
     archive.readItem(item.getName(), item.getValue());
     return archive;
@@ -180,5 +205,6 @@ inline BaseIArchive& operator>>(BaseIArchive& archive, SerializationIItem<std::s
     archive.readItem(item.getName(), item.getValue());
     return archive;
 }
+/// @}
 
 } // namespace velmo

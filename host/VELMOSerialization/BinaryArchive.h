@@ -14,6 +14,7 @@ namespace velmo {
 /// Refers to the stream.
 class VELMO_HOST_EXPORT BinaryOArchive : public BaseOArchive {
   public:
+    /// The stream must outlive the archive.
     explicit BinaryOArchive(std::ostream& stream);
 
     using BaseOArchive::writeItem;
@@ -36,6 +37,7 @@ class VELMO_HOST_EXPORT BinaryOArchive : public BaseOArchive {
 /// anything is allocated.
 class VELMO_HOST_EXPORT BinaryIArchive : public BaseIArchive {
   public:
+    /// Asks the stream how much is left. The stream must outlive the archive.
     explicit BinaryIArchive(std::istream& stream);
 
     using BaseIArchive::readItem;

@@ -19,15 +19,24 @@ namespace velmo {
 template <class T, class Base>
 class CopyableObject : public Base {
   public:
+    /// A new default object; the caller owns it.
     static BaseDynamicObject* createNewObject() { return new T; }
+    /// The same, shared.
     static DynamicObjectPtr createSharedObject() { return boost::make_shared<T>(); }
 
+    /// `T::getTypeName()`.
     std::string const& getClassName() const override { return T::getTypeName(); }
+    /// As `createNewObject`.
     BaseDynamicObject* createNew() const override { return createNewObject(); }
+    /// As `createSharedObject`.
     DynamicObjectPtr createShared() const override { return createSharedObject(); }
+    /// True.
     bool hasCopySupport() const override { return true; }
+    /// A copy by the copy constructor; the caller owns it.
     BaseDynamicObject* duplicate() const override { return new T(self()); }
+    /// The same, shared.
     DynamicObjectPtr duplicateShared() const override { return boost::make_shared<T>(self()); }
+    /// Throws VELMOUtilException, and changes nothing, for an object of another class.
     void copy(BaseDynamicObject const& other) override {
         auto const* const pOther = dynamic_cast<T const*>(&other);
         if (pOther == nullptr) {

@@ -19,8 +19,11 @@ class DynamicRegistrator {
     DynamicRegistrator(DynamicRegistrator const&) = delete;
     DynamicRegistrator& operator=(DynamicRegistrator const&) = delete;
 
+    /// @{
+    /// What the factory calls.
     static BaseDynamicObject* newCreatorFcn() { return T::createNewObject(); }
     static DynamicObjectPtr sharedCreatorFcn() { return T::createSharedObject(); }
+    /// @}
 };
 
 } // namespace velmo

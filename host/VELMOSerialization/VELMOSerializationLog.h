@@ -8,7 +8,9 @@
 
 namespace velmo {
 
+/// Failures of archives.
 struct eVELMOSerializationMessage {
+    /// With the arguments of each text.
     enum domain {
         eVSM_ArchiveTooShort = 1,    ///< item name, bytes wanted, bytes left
         eVSM_StreamNotSeekable = 2,  ///< no argument
@@ -30,15 +32,20 @@ struct eVELMOSerializationMessage {
     };
 };
 
+/// An archive is damaged, too short or of another version. Logged when it was thrown.
 class VELMO_HOST_EXPORT VELMOSerializationException : public BaseException {
   public:
+    /// `function`, `file` and `line` are those of the raise.
     VELMOSerializationException(std::string const& message, char const* function, char const* file,
                                 unsigned int line)
         : BaseException(message, function, file, line) {}
 };
 
+/// @{
+/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOSerializationLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOSerializationLogger();
+/// @}
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoSerializationRaise;
 

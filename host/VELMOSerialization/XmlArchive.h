@@ -16,6 +16,7 @@ namespace velmo {
 /// The document reaches the stream with `finish()` or, failures unseen, at destruction. Refers to the stream.
 class VELMO_HOST_EXPORT XmlOArchive : public BaseOArchive {
   public:
+    /// The stream must outlive the archive.
     explicit XmlOArchive(std::ostream& stream);
     ~XmlOArchive() override;
     bool isTextual() const override { return true; }
@@ -43,6 +44,7 @@ class VELMO_HOST_EXPORT XmlOArchive : public BaseOArchive {
 /// VELMOSerializationException for what is no XML.
 class VELMO_HOST_EXPORT XmlIArchive : public BaseIArchive {
   public:
+    /// Reads the whole stream, which is not needed afterwards.
     explicit XmlIArchive(std::istream& stream);
     ~XmlIArchive() override;
     bool isTextual() const override { return true; }

@@ -15,6 +15,7 @@ namespace velmo {
 /// one. Copies share what they hold and do not throw.
 class VELMO_HOST_EXPORT BaseException : public std::exception {
   public:
+    /// Without a cause. The texts are copied.
     BaseException(std::string const& message, char const* function, char const* file, unsigned int line);
     /// The cause is kept with its own place and its own cause.
     BaseException(std::string const& message, char const* function, char const* file, unsigned int line,
@@ -29,6 +30,7 @@ class VELMO_HOST_EXPORT BaseException : public std::exception {
     std::string const& getFunction() const noexcept;
     /// Source file of the raise, relative to the root of its project.
     std::string const& getFile() const noexcept;
+    /// Of that file.
     unsigned int getLine() const noexcept;
     /// Null where there is none. Owned by the exception and its copies.
     BaseException const* getCause() const noexcept;
@@ -41,6 +43,7 @@ class VELMO_HOST_EXPORT BaseException : public std::exception {
 /// Stands as the cause of what was thrown outside of the `std::exception` family.
 class VELMO_HOST_EXPORT UnHandleException : public BaseException {
   public:
+    /// As a BaseException without a cause.
     UnHandleException(std::string const& message, char const* function, char const* file, unsigned int line)
         : BaseException(message, function, file, line) {}
 };

@@ -18,6 +18,7 @@ inline std::optional<vlUInt64> checkedMultiply(vlUInt64 a, vlUInt64 b) {
     return product;
 }
 
+/// As `checkedMultiply`.
 inline std::optional<vlUInt64> checkedAdd(vlUInt64 a, vlUInt64 b) {
     vlUInt64 sum = 0;
     if (__builtin_add_overflow(a, b, &sum)) {

@@ -10,6 +10,7 @@ namespace velmo {
 /// A stopwatch.
 class Chrono {
   public:
+    /// From now; a second call starts again.
     void start() { _start = std::chrono::steady_clock::now(); }
     /// Seconds since `start`.
     double getElapsed() const {

@@ -19,9 +19,12 @@ class LogMessageManager;
 
 /// Where a failure is raised. The texts live as long as the library that holds them.
 struct RaiseSite {
+    /// @{
+    /// As the compiler spells them.
     char const* function;
     char const* file;
     unsigned int line;
+    /// @}
 };
 
 /// The place where it stands, for raiseGuarded.
@@ -32,11 +35,15 @@ struct RaiseSite {
 
 /// Message manager, logger and exception class that belong together.
 struct RaiseKind {
+    /// @{
+    /// Called for each raise; `throwAs` must not return.
     LogMessageManager& (*getManager)();
     log4cplus::Logger& (*getLogger)();
     void (*throwAs)(std::string const& message, RaiseSite const& site);
+    /// @}
 };
 
+/// `RaiseKind::throwAs` of one exception class.
 template <class Exception>
 [[noreturn]] void throwAs(std::string const& message, RaiseSite const& site) {
     throw Exception(message, site.function, site.file, site.line);
@@ -46,11 +53,13 @@ template <class Exception>
 /// and not owned.
 class FeedRef {
   public:
+    /// `feed` must outlive the reference.
     template <class Feed, class = std::enable_if_t<!std::is_same_v<std::decay_t<Feed>, FeedRef>>>
     FeedRef(Feed const& feed)
         : _pFeed(&feed), _call([](void const* pFeed, LogMessageFormater& formater) {
               (*static_cast<Feed const*>(pFeed))(formater);
           }) {}
+    /// Calls the function object.
     void operator()(LogMessageFormater& formater) const { _call(_pFeed, formater); }
 
   private:

@@ -17,6 +17,7 @@ class LogMessageManager;
 /// Turns a message id and its arguments into text. For one thread at a time.
 class VELMO_HOST_EXPORT LogMessageFormater {
   public:
+    /// The manager must outlive the formater.
     explicit LogMessageFormater(LogMessageManager const& manager);
     ~LogMessageFormater();
     LogMessageFormater(LogMessageFormater const&) = delete;
@@ -26,6 +27,7 @@ class VELMO_HOST_EXPORT LogMessageFormater {
     /// BaseException if the manager has no such message.
     LogMessageFormater& setMsgId(std::string const& domainKey, int id);
 
+    /// The same under the key of the enumeration.
     template <class Domain>
     LogMessageFormater& operator[](Domain id) {
         return setMsgId(typeid(Domain).name(), static_cast<int>(id));
@@ -50,8 +52,11 @@ class VELMO_HOST_EXPORT LogMessageFormater {
 
     /// A value on its way into a format that knows no types; the caller owns it.
     struct Streamable {
+        /// @{
+        /// The value, and how it is streamed.
         void const* pValue;
         void (*put)(std::ostream&, void const*);
+        /// @}
     };
 
   private:

@@ -18,13 +18,17 @@ class VELMO_HOST_EXPORT PageBuffer {
     /// Throws `std::bad_alloc` if the system gives no address space. Pages are taken at their first touch.
     explicit PageBuffer(vlUInt64 nbBytes);
     ~PageBuffer();
+    /// @{
+    /// The mapping moves along; what is moved from has no bytes.
     PageBuffer(PageBuffer&& other) noexcept;
     PageBuffer& operator=(PageBuffer&& other) noexcept;
+    /// @}
     PageBuffer(PageBuffer const&) = delete;
     PageBuffer& operator=(PageBuffer const&) = delete;
 
     /// Null if the buffer has no bytes.
     std::byte* getData() const { return _pData; }
+    /// Bytes.
     vlUInt64 getSize() const { return _size; }
 
   private:

@@ -11,10 +11,14 @@ namespace velmo {
 using vlUInt64 = unsigned long;
 static_assert(sizeof(vlUInt64) == 8, "sizes of images and files are counted in 64 bits");
 
+/// Bounds of a number type.
 template <class T>
 struct NumericLimits {
+    /// @{
+    /// The greatest and the least value.
     static constexpr T s_max = std::numeric_limits<T>::max();
     static constexpr T s_min = std::numeric_limits<T>::lowest();
+    /// @}
 };
 
 } // namespace velmo

@@ -21,6 +21,8 @@ namespace file {
 /// then does not match ("*.tif" does not match "a.tif.tif", "<INDEX>1" matches "0011" with 1). The rest of a
 /// pattern does not include its last star and the end of the name.
 ///
+/// docs/formats/patterns.md has a table of verdicts, examples/stack_folder.cpp a call.
+///
 /// Throws VELMOImageFileException, logged at ERROR, where some patterns read a number and others do not, or
 /// where a pattern that is tried reads two; and `boost::bad_lexical_cast` for a number beyond 64 bits. Any
 /// number of calls may run at once.

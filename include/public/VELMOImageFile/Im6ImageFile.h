@@ -34,10 +34,15 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     /// Closes the file on all threads.
     ~Im6ImageFile() override;
 
+    /// Of the class in archives: the newest record that `read` takes.
     static unsigned int getVersion();
+    /// The name under which archives and the object factory know the class.
     static std::string const& getTypeName();
+    /// @{
+    /// A new accessor without a file, for the object factory; the caller owns it.
     static BaseDynamicObject* createNewObject();
     static DynamicObjectPtr createSharedObject();
+    /// @}
 
     /// Opens a file with the geometry and, if it has one, the calibration that it tells. A file that is
     /// shorter than what it tells is refused, one that is longer is not; but one that ends within the planes
@@ -48,13 +53,17 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     /// The same with `hasSharedRemoteAccess` set, which an archive keeps.
     BoolResult openSharedRemoteFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
+    /// @{
+    /// As the static operations above.
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
+    /// @}
     /// False: an accessor owns open files. The copying operations throw VELMOUtilException; an archive
     /// carries an accessor.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
+    /// Throws.
     DynamicObjectPtr duplicateShared() const override;
     void copy(BaseDynamicObject const& other) override;
 

@@ -9,6 +9,7 @@ namespace file {
 
 /// Messages of Im6 image files, by id. Every id keeps its value, also where nothing raises it.
 struct eIm6ImageFileMessage {
+    /// docs/messages.md has the text, the cause and the remedy of each.
     enum domain {
         eI6FM_CreateFileFailed = 0,
         eI6FM_CreateFileError = 1,

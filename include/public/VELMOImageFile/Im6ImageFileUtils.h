@@ -11,13 +11,14 @@ namespace velmo {
 namespace image {
 namespace file {
 
-// Im6 files as images. A file tells its own geometry, and it may carry a calibration. Im6ImageFile tells what
-// lies in it, and gives access on demand.
-//
-// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes and,
-// behind a line feed, what went wrong. A file that is no Im6 file comes as VELMOImageException. Too little
-// memory for the pixels is such a failure; for anything smaller it may come as std::bad_alloc. Any number of
-// calls may run at once.
+/// @file
+/// Im6 files as images. A file tells its own geometry, and it may carry a calibration. Im6ImageFile tells
+/// what lies in it, and gives access on demand. Example: examples/load_im6.cpp.
+///
+/// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes
+/// and, behind a line feed, what went wrong. A file that is no Im6 file comes as VELMOImageException. Too
+/// little memory for the pixels is such a failure; for anything smaller it may come as std::bad_alloc. Any
+/// number of calls may run at once.
 
 /// Gives `image`, which must be of a kind that accepts `init`, the file's geometry, then its pixels, on the
 /// calling thread, and its calibration, if it has one. After a failure the image is what it was, or has the

@@ -9,6 +9,7 @@ namespace file {
 
 /// Messages of file name patterns, by id. Every id keeps its value, also where nothing raises it.
 struct eImageFileUtilsMessage {
+    /// docs/messages.md has the text, the cause and the remedy of each.
     enum domain { eIFUM_MultipleIndexKeywords = 0, eIFUM_MixedPatterns = 1 };
 };
 

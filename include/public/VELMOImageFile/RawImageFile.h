@@ -33,10 +33,15 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     /// Closes the file on all threads.
     ~RawImageFile() override;
 
+    /// Of the class in archives: the newest record that `read` takes.
     static unsigned int getVersion();
+    /// The name under which archives and the object factory know the class.
     static std::string const& getTypeName();
+    /// @{
+    /// A new accessor without a file, for the object factory; the caller owns it.
     static BaseDynamicObject* createNewObject();
     static DynamicObjectPtr createSharedObject();
+    /// @}
 
     /// Creates a file, or empties an existing one, writes `fileHeader` and gives the file its full size, in
     /// zeros behind the header. The planes begin behind the header. On a failure the accessor has no file,
@@ -56,13 +61,17 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     BoolResult openSharedRemoteFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                                     vlUInt64 dataStartOffset, BaseImageGeometry const& geometry);
 
+    /// @{
+    /// As the static operations above.
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
+    /// @}
     /// False: an accessor owns open files. The copying operations throw VELMOUtilException; an archive
     /// carries an accessor.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
+    /// Throws.
     DynamicObjectPtr duplicateShared() const override;
     void copy(BaseDynamicObject const& other) override;
 

@@ -9,6 +9,7 @@ namespace file {
 
 /// Messages of raw image files, by id. Every id keeps its value, also where nothing raises it.
 struct eRawImageFileMessage {
+    /// docs/messages.md has the text, the cause and the remedy of each.
     enum domain {
         eRIFM_CreateFileFailed = 0,
         eRIFM_CreateFileError = 1,

@@ -12,14 +12,16 @@ namespace velmo {
 namespace image {
 namespace file {
 
-// Headerless pixel files as images. The file describes nothing of itself: the caller gives the geometry, and
-// with `dataStartOffset` the bytes before the first plane. RawImageFile tells how the planes lie.
-//
-// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes and,
-// behind a line feed, what went wrong. What the image library itself refuses (a target that does not fit, a
-// geometry beyond 64 bits) comes through as its own exception. Too little memory for the pixels is such a
-// failure; for anything smaller it may come as std::bad_alloc. Any number of calls may run at once on
-// different files; two saves to one path are not guarded against each other.
+/// @file
+/// Headerless pixel files as images. The file describes nothing of itself: the caller gives the geometry, and
+/// with `dataStartOffset` the bytes before the first plane. RawImageFile tells how the planes lie. Example:
+/// examples/raw_volume.cpp.
+///
+/// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes
+/// and, behind a line feed, what went wrong. What the image library itself refuses (a target that does not
+/// fit, a geometry beyond 64 bits) comes through as its own exception. Too little memory for the pixels is
+/// such a failure; for anything smaller it may come as std::bad_alloc. Any number of calls may run at once on
+/// different files; two saves to one path are not guarded against each other.
 
 /// An image whose pixels stay in the file, which is open, for reading, as long as the image lives.
 VELMO_IMAGE_FILE_EXPORT DiskImagePtr openRawImageFile(boost::filesystem::path const& path,

@@ -26,6 +26,8 @@ namespace file {
 ///
 /// Failures are returned as a false BoolResult whose text names the path and ends in libtiff's own words.
 /// Where a failure closes the file, every later access is a failure that says so.
+///
+/// examples/write_record.cpp and read_record.cpp take an accessor to another process.
 class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
   public:
     /// An accessor without a file.
@@ -33,10 +35,15 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
     /// Closes the file.
     ~TiffImageFile() override;
 
+    /// Of the class in archives: the newest record that `read` takes.
     static unsigned int getVersion();
+    /// The name under which archives and the object factory know the class.
     static std::string const& getTypeName();
+    /// @{
+    /// A new accessor without a file, for the object factory; the caller owns it.
     static BaseDynamicObject* createNewObject();
     static DynamicObjectPtr createSharedObject();
+    /// @}
 
     /// Opens a file; `userProperties` receives the text that a file of this module holds, or becomes empty
     /// where it holds none, and is left alone by any other file. On a failure the accessor has no file.
@@ -55,13 +62,17 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
     BoolResult createFile(boost::filesystem::path const& filePath, BaseImageGeometry const& imageGeometry,
                           GeometricCalibrationConstPtr const& pGeometricCalibration);
 
+    /// @{
+    /// As the static operations above.
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
+    /// @}
     /// False: an accessor owns an open file. The copying operations throw VELMOUtilException; an archive
     /// carries an accessor.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
+    /// Throws.
     DynamicObjectPtr duplicateShared() const override;
     void copy(BaseDynamicObject const& other) override;
 

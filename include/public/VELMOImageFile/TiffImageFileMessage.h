@@ -9,6 +9,7 @@ namespace file {
 
 /// Messages of TIFF image files, by id. Every id keeps its value, also where nothing raises it.
 struct eTiffImageFileMessage {
+    /// docs/messages.md has the text, the cause and the remedy of each.
     enum domain {
         eTIFM_BufferTypeMismatch = 0,
         eTIFM_CloseFileException = 1,

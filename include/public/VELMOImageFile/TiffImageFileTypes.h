@@ -29,9 +29,9 @@ enum eTiffCompression : vlUInt64 { eTC_None = 0, eTC_Lzw = 1, eTC_Deflate = 2 };
 } // namespace file
 } // namespace image
 
-// An archive of text holds the enumerator's name, another one its number as `int`; a number outside of the
-// enumeration is written as 0. What is read and is no enumerator is thrown as VELMOSerializationException.
-
+/// @{
+/// An archive of text holds the enumerator's name, another one its number as `int`; a number outside of the
+/// enumeration is written as 0. What is read and is no enumerator is thrown as VELMOSerializationException.
 VELMO_IMAGE_FILE_EXPORT BaseOArchive&
 operator<<(BaseOArchive& archive, SerializationOItem<image::file::eTiffDirectoryMode> const& item);
 VELMO_IMAGE_FILE_EXPORT BaseOArchive&
@@ -40,5 +40,6 @@ VELMO_IMAGE_FILE_EXPORT BaseIArchive&
 operator>>(BaseIArchive& archive, SerializationIItem<image::file::eTiffDirectoryMode> const& item);
 VELMO_IMAGE_FILE_EXPORT BaseIArchive&
 operator>>(BaseIArchive& archive, SerializationIItem<image::file::eTiffBufferMode> const& item);
+/// @}
 
 } // namespace velmo

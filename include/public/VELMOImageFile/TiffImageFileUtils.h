@@ -14,16 +14,18 @@ namespace velmo {
 namespace image {
 namespace file {
 
-// TIFF files as images. A file that this module wrote opens with the geometry, calibration and user
-// properties that it was saved with, whatever the modes say. Of any other file the directories are the planes
-// along Z or T, as the directory mode says, and the samples of a pixel are the channels; TiffImageFile tells
-// what can be opened.
-//
-// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes and,
-// behind line feeds, what went wrong and what libtiff said of it. What the image library itself refuses comes
-// through as its own exception. Too little memory for the pixels is such a failure; for anything smaller it
-// may come as std::bad_alloc. Any number of calls may run at once on different files; two saves to one path
-// are not guarded against each other.
+/// @file
+/// TIFF files as images: examples/load_stack.cpp, write_volume.cpp, read_planes.cpp, stack_folder.cpp.
+///
+/// A file that this module wrote opens with the geometry, calibration and user properties that it was saved
+/// with, whatever the modes say. Of any other file the directories are the planes along Z or T, as the
+/// directory mode says, and the samples of a pixel are the channels; TiffImageFile tells what can be opened.
+///
+/// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes
+/// and, behind line feeds, what went wrong and what libtiff said of it. What the image library itself refuses
+/// comes through as its own exception. Too little memory for the pixels is such a failure; for anything
+/// smaller it may come as std::bad_alloc. Any number of calls may run at once on different files; two saves
+/// to one path are not guarded against each other.
 
 /// Loads all planes, on the calling thread, into a new image in memory, which stands in `image`. After a
 /// failure `image` is what it was, or the new image with the planes so far, which is not to be used.
@@ -75,18 +77,21 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
                                                ImageConstPtr const& image,
                                                eTiffCompression const& compression);
 
-// Directories of TIFF files as one image. The files are those of the directory itself, folders left out and
-// links followed, whose names match `pattern` (FilePatternMatching.h tells the language). With "<INDEX>" in
-// the pattern they come in the order of their numbers, and of files with equal numbers only the first that
-// the file system lists is taken; without it they come in lexicographic order of their names, in which
-// img10.tif stands before img2.tif.
-//
-// No match gives an empty pointer and is no failure. Exactly one match goes to loadTiffImageFile or
-// openTiffImageFile with the caller's modes. Two or more are each read as a volume and compared with the
-// first before any pixel is read: a file that differs is a VELMOImageFileException that names both. What the
-// file system says of the directory comes as boost::filesystem::filesystem_error. The calls hold one file
-// handle for each file; more files than the process may open end in a failure that names the file it came to.
-// Any number of calls may run at once.
+/// @name Folders of files
+///
+/// Directories of TIFF files as one image. The files are those of the directory itself, folders left out and
+/// links followed, whose names match `pattern` (FilePatternMatching.h tells the language). With "<INDEX>" in
+/// the pattern they come in the order of their numbers, and of files with equal numbers only the first that
+/// the file system lists is taken; without it they come in lexicographic order of their names, in which
+/// img10.tif stands before img2.tif.
+///
+/// No match gives an empty pointer and is no failure. Exactly one match goes to loadTiffImageFile or
+/// openTiffImageFile with the caller's modes. Two or more are each read as a volume and compared with the
+/// first before any pixel is read: a file that differs is a VELMOImageFileException that names both. What the
+/// file system says of the directory comes as boost::filesystem::filesystem_error. The calls hold one file
+/// handle for each file; more files than the process may open end in a failure that names the file it came
+/// to. Any number of calls may run at once.
+/// @{
 
 /// Joins the files along T where `directoryMode` is eTDM_Temporal, else along Z, into a new image in memory,
 /// without a calibration. All handles are closed on return.
@@ -124,6 +129,7 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
     boost::filesystem::path const& directory, boost::filesystem::path const& zStepsFile,
     unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
     std::string const& pattern, eTiffBufferMode const& bufferMode);
+/// @}
 
 } // namespace file
 } // namespace image

@@ -17,8 +17,9 @@ class LogMessageManager;
 namespace image {
 namespace file {
 
-// The log of this module. Each is built at first use and lives to the end of the process; any thread may call
-// them.
+/// @file
+/// The log of this module. Each is built at first use and lives to the end of the process; any thread may
+/// call them.
 
 /// The texts of all messages of this module, by domain and id.
 VELMO_IMAGE_FILE_EXPORT LogMessageManager& getVELMOImageFileLogMessageManager();

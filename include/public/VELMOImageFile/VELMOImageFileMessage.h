@@ -9,6 +9,7 @@ namespace file {
 
 /// Messages of the module as a whole: none.
 struct eVELMOImageFileMessage {
+    /// Empty, and registered like the others.
     enum domain {};
 };
 

@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+// Spreads a TIFF file over the workers of a distributed image.
+
+#include "Example.h"
+
+#include <VELMOImageFile/TiffImageFileUtils.h>
+
+using namespace velmo;
+using namespace velmo::image;
+
+void loadDistributed() {
+    file::saveTiffImageFile("big.tif", makeVolume(8), file::eTC_Deflate);
+    // [load distributed]
+    // Each worker reads its own planes, through a handle of its own, all at once.
+    DistributedImagePtr const spread =
+        file::loadDistributedTiffImageFile("big.tif", file::eTDM_Volume, file::eTBM_Default, true);
+    std::vector<std::uint16_t> plane(spread->getGeometry().getPlanNbPixels());
+    BoolResult const read = spread->readPixels(6, 0, 0, 0, plane.size(), plane.data());
+    // [load distributed]
+    require(bool(read), read.getMessage());
+    require(plane[9] == pixelOf(6, 9), "a plane that lies with a worker");
+    require(spread->accessPlan(6, 0, 0) == nullptr,
+            "the planes of a distributed image are read, not pointed at");
+}
+
+int main() {
+    return runExample(loadDistributed);
+}

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+// Loads a TIFF stack into memory and looks at it.
+
+#include "Example.h"
+
+#include <VELMOImageFile/TiffImageFileUtils.h>
+
+using namespace velmo;
+using namespace velmo::image;
+
+void loadStack() {
+    file::saveTiffImageFile("stack.tif", makeVolume(8), file::eTC_Lzw);
+    // [load a stack]
+    ImagePtr const stack = file::loadTiffImageFile("stack.tif", file::eTDM_Volume, file::eTBM_Default);
+    BaseImageGeometry const& geometry = stack->getGeometry();
+    std::cout << geometry.getSizeX() << " x " << geometry.getSizeY() << " pixels, " << geometry.getSizeZ()
+              << " planes of " << geometry.getBufferType() << '\n'; // 64 x 48 pixels, 8 planes of eIBT_UInt16
+
+    // The pixels of plane z = 3, row after row; owned by the image.
+    auto const* const pPlane = static_cast<std::uint16_t const*>(stack->accessPlan(3, 0, 0));
+    std::uint16_t const pixel = pPlane[20 * geometry.getSizeX() + 10]; // x = 10, y = 20
+    // [load a stack]
+    require(geometry.getSizeZ() == 8 && geometry.getBufferType() == eIBT_UInt16, "eight planes of 16 bits");
+    require(pixel == pixelOf(3, 20 * 64 + 10), "the pixel at (10, 20, 3)");
+}
+
+void loadFrames() {
+    // [load a sequence]
+    // The directories of a file that does not say itself what they are: as time steps.
+    ImagePtr const film = file::loadTiffImageFile("film.tif", file::eTDM_Temporal, file::eTBM_Default);
+    vlUInt64 const nbFrames = film->getGeometry().getSizeT();
+    // [load a sequence]
+    // This file was written by the library, and says itself that it is a volume: the mode is not asked.
+    require(nbFrames == 1 && film->getGeometry().getSizeZ() == 8, "a file of the library keeps its geometry");
+}
+
+int main() {
+    return runExample([] {
+        loadStack();
+        file::saveTiffImageFile("film.tif", makeVolume(8), file::eTC_None);
+        loadFrames();
+    });
+}

@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+// Rebuilds the accessor that write_record described in another process, and reads through it.
+
+#include "Example.h"
+
+#include <VELMOImageFile/TiffImageFile.h>
+#include <VELMOSerialization/BinaryArchive.h>
+#include <fstream>
+
+using namespace velmo;
+using namespace velmo::image;
+
+void readRecord() {
+    // [read a record]
+    std::ifstream stream("shared.record", std::ios::binary);
+    BinaryIArchive archive(stream);
+    // Made by its class name, which the module registered when it was loaded, and opened.
+    auto const pAccessor = readObjectOf<BaseDiskImageAccessor>(archive, "accessor");
+
+    DiskImagePtr onDisk;
+    BoolResult const created = ImageFactory::getInstance().createDiskImage(pAccessor, onDisk);
+    // [read a record]
+    require(bool(created), created.getMessage());
+    require(pAccessor->getClassName() == file::TiffImageFile::getTypeName(),
+            "it is the accessor of TIFF files");
+    std::uint16_t pixel = 0;
+    BoolResult const read = onDisk->readPixels(3, 0, 0, 7, 1, &pixel);
+    require(bool(read), read.getMessage());
+    require(pixel == pixelOf(3, 7), "a pixel of the file that the other process opened");
+}
+
+int main() {
+    return runExample(readRecord);
+}
