@@ -84,7 +84,7 @@ TEST_F(Usage, WhatTheParserRefusesIsWrongUse) {
         EXPECT_EQ(2, result.status) << testing::PrintToString(arguments);
         EXPECT_EQ("", result.out);
         EXPECT_THAT(result.err, StartsWith("velmo-image: "));
-        EXPECT_THAT(result.err, EndsWith("--help tell more\n"));
+        EXPECT_THAT(result.err, EndsWith("--help tells more\n"));
     }
 }
 

@@ -10,8 +10,10 @@
 #include "PlaneReducer.h"
 #include "PngFile.h"
 #include "Progress.h"
+#include "Terminal.h"
 
 #include <VELMOUtil/AvailableMemory.h>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <numeric>
 
 namespace velmo {
@@ -109,6 +111,11 @@ void PreviewCommand::check() const {
         parseRange("--range", _range);
     }
     requireWritableTarget(_outputFile, _bOverwrite);
+    std::string const extension = boost::filesystem::path(_outputFile).extension().string();
+    if (!extension.empty() && boost::algorithm::to_lower_copy(extension) != ".png") {
+        printMessage("warning: " + quoted(_outputFile) +
+                     " is written as a PNG picture, whatever its name says");
+    }
 }
 
 PreviewCommand::Selection PreviewCommand::select(BaseImageGeometry const& geometry) const {

@@ -84,8 +84,7 @@ class ResolutionWriter {
         throw WorkFailure("cannot set the resolution of " + quoted(_path.string()) + ": " + reason);
     }
     [[noreturn]] void failAtDirectory(vlUInt64 offset, std::string const& reason) const {
-        fail("directory " + std::to_string(_found.size()) + ", at byte " + std::to_string(offset) + ", " +
-             reason);
+        fail("the directory at byte " + std::to_string(offset) + ' ' + reason);
     }
 
     Layout const& findLayout() const {

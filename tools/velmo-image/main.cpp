@@ -6,12 +6,14 @@
 #include "Interrupt.h"
 #include "MatchCommand.h"
 #include "PreviewCommand.h"
+#include "RefusedLine.h"
 #include "ResampleCommand.h"
 #include "StackCommand.h"
 #include "Terminal.h"
 #include "TiffWords.h"
 
 #include <VELMOUtil/Logging.h>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <log4cplus/loglevel.h>
@@ -26,15 +28,15 @@ namespace {
 constexpr char const* g_version = "velmo-image " VELMO_VERSION;
 
 /// What the parser stopped at: a request for help or the version, or a command line that it refuses.
-eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop) {
+eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop,
+                        std::vector<std::string> const& words) {
     if (stop.get_exit_code() == 0) {
         std::ostringstream text;
         app.exit(stop, text, text);
         printOutput(text.str());
         return eES_Done;
     }
-    throw WrongUse(std::string(stop.what()) +
-                   "; velmo-image --help and velmo-image COMMAND --help tell more");
+    throw WrongUse(explainRefusal(app, stop, words));
 }
 
 eExitStatus runCommand(int argc, char** argv) {
@@ -53,7 +55,7 @@ eExitStatus runCommand(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& stop) {
-        return tellParsing(app, stop);
+        return tellParsing(app, stop, {argv + std::min(argc, 1), argv + argc});
     }
     for (auto const& pCommand : commands) {
         if (pCommand->isChosen()) {
