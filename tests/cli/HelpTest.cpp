@@ -100,13 +100,14 @@ class Completion : public CliTest {
 
     void type(std::string const& keys) { _bash.type(keys); }
 
-    /// Types the keys behind a mark; whether the terminal then shows the line.
+    /// Types the keys; the terminal then shows the line.
     void expectLine(std::string const& keys, std::string const& line) {
         _bash.takeShown();
         type(keys);
         EXPECT_TRUE(_bash.waitFor(line));
-        type("\x03"); // gives the line up
-        EXPECT_TRUE(_bash.waitFor("ready> "));
+        _bash.takeShown();
+        type("\x15\n"); // the line is emptied before it ends
+        EXPECT_TRUE(_bash.waitFor("\nready> "));
     }
 
     TerminalProcess _bash{{"--norc", "--noprofile", "-i"}, 200, "dumb", "/bin/bash"};

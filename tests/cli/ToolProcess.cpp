@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
@@ -161,6 +162,12 @@ TerminalProcess::~TerminalProcess() {
 }
 
 bool TerminalProcess::readSome() {
+    constexpr int longestSilence = 60000; // in ms
+    pollfd state = {_terminal, POLLIN, 0};
+    if (poll(&state, 1, longestSilence) <= 0) {
+        ADD_FAILURE() << "nothing comes after: " << _shown;
+        return false;
+    }
     std::array<char, 4096> piece{};
     ssize_t const nbRead = read(_terminal, piece.data(), piece.size());
     _shown.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(0, nbRead)));

@@ -17,7 +17,8 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr std::size_t g_maxErrors = 2;
+/// Shorter words are meant as another with one error at most.
+constexpr std::size_t g_lengthForTwoErrors = 6;
 
 /// Letters left out, added, replaced or swapped with the next that lead from one word to the other.
 std::size_t countErrors(std::string const& from, std::string const& to) {
@@ -121,7 +122,7 @@ std::string explainValues(std::string const& words) {
 
 std::string findMeant(std::string const& word, Words const& candidates) {
     Words nearest;
-    std::size_t leastErrors = std::min(g_maxErrors, word.size() / 3 + 1);
+    std::size_t leastErrors = word.size() < g_lengthForTwoErrors ? 1 : 2;
     for (std::string const& candidate : candidates) {
         bool const bBegins = word.size() > 2 && candidate.compare(0, word.size(), word) == 0;
         std::size_t const nbErrors = bBegins ? 1 : countErrors(word, candidate);
@@ -143,11 +144,12 @@ std::string explainRefusal(CLI::App const& app, CLI::ParseError const& refusal, 
     }
     CLI::App const& command = *chosen.front();
     std::string text = refusal.what();
-    if (refusal.get_name() == "ExtrasError") {
+    auto const kind = static_cast<CLI::ExitCodes>(refusal.get_exit_code());
+    if (kind == CLI::ExitCodes::ExtrasError) {
         text = app.remaining().empty() ? explainExtras(command) : explainWithoutCommand(app, app.remaining());
-    } else if (refusal.get_name() == "ArgumentMismatch") {
+    } else if (kind == CLI::ExitCodes::ArgumentMismatch) {
         text = explainValues(text);
-    } else if (refusal.get_name() == "RequiredError") {
+    } else if (kind == CLI::ExitCodes::RequiredError) {
         text += ": " + command.get_name() + ' ' + listPositionals(command);
     }
     return text + "; velmo-image " + command.get_name() + " --help tells more";

@@ -19,8 +19,8 @@ namespace tool {
 std::string explainRefusal(CLI::App const& app, CLI::ParseError const& refusal,
                            std::vector<std::string> const& words);
 
-/// The candidate that a word was most probably meant to be: one that two typing errors at most lead to, or
-/// one that begins with it; empty where there is none or more than one.
+/// The candidate that a word was most probably meant to be: one that a typing error or, of longer words, two
+/// lead to, or one that begins with it; empty where there is none or more than one.
 std::string findMeant(std::string const& word, std::vector<std::string> const& candidates);
 
 } // namespace tool
