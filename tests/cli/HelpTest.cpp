@@ -124,6 +124,18 @@ TEST_F(Help, TellsOfEachCommandAndOfItsOptions) {
     EXPECT_EQ(11U, listValues(readHelp("info")).at("--type").size());
 }
 
+TEST_F(Help, PatternsInExamplesAreInQuotes) {
+    std::size_t nbPatterns = 0;
+    for (std::string const& command : listCommands()) {
+        std::string const help = runTool({command, "--help"}).out;
+        std::string const examples = help.substr(help.find("\nExamples:"));
+        std::string const outside = std::regex_replace(examples, std::regex("'[^'\n]*'"), "");
+        EXPECT_EQ(std::string::npos, outside.find_first_of("<>*?|")) << outside;
+        nbPatterns += findAll(examples, "'([^'\n]*)'").size();
+    }
+    EXPECT_LT(9U, nbPatterns);
+}
+
 TEST_F(Help, TheCompletionOffersEachCommandAndItsOptionsAndNothingElse) {
     EXPECT_EQ(toNames(listCommands()), complete({""}));
     EXPECT_EQ(listOptions(readHelp("")), complete({"--"}));

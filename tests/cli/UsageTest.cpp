@@ -132,6 +132,16 @@ INSTANTIATE_TEST_SUITE_P(
                    "--format takes one of raw, tiff, im6; not \"png\""}),
     getName<WrongValue>);
 
+TEST_F(Usage, AFileOfAnUnknownExtensionWithoutSizesIsNamed) {
+    create("good.tif", "");
+    expectFailure(runTool({"info", path("good.tif"), path("in.png")}), 2,
+                  "a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type TYPE, "
+                  "such as --size 181,217,181 --type uint8; \"" +
+                      path("in.png") + "\" is read as one unless --format says tiff or im6");
+    std::string const folder = _folder.getPath().string();
+    expectFailure(runTool({"info", folder}), 2, '"' + folder + "\" is a directory, and the input is a file");
+}
+
 TEST_F(Usage, OptionsOfARawInputAreRefusedForAnIm6File) {
     std::string const input = create("a.im6", "x");
     ToolResult const result = runTool(Arguments{"info", input} + raw("1,1", "uint8"));

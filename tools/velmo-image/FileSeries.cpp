@@ -4,6 +4,7 @@
 #include "FileSeries.h"
 
 #include "Failure.h"
+#include "Interrupt.h"
 #include "Terminal.h"
 
 #include <VELMOImageFile/FilePatternMatching.h>
@@ -80,6 +81,7 @@ FileSeries FileSeries::select(std::vector<std::string> const& names, std::string
 }
 
 void FileSeries::add(std::string const& pattern, std::string const& name) {
+    throwIfInterrupted();
     vlUInt64 index = 0;
     try {
         if (image::file::testFilePatternMatching(pattern, name, index)) {
