@@ -55,10 +55,11 @@ Names listOptions(std::string const& help) {
     return toNames(findAll(help, "\n  (?:-h,)?(--[a-z-]+)"));
 }
 
-/// Options that take one of a few words, and these: "  --name TEXT   a|b|c: ...".
+/// Options that take one of a few words, and these: "  --name VALUE   a|b|c: ...".
 std::map<std::string, Names> listValues(std::string const& help) {
     std::map<std::string, Names> values;
-    for (std::string const& line : findAll(help, "\n  (--[a-z-]+ TEXT +[a-z0-9]+(?:\\|[a-z0-9]+)+)[:;]")) {
+    for (std::string const& line :
+         findAll(help, "\n  (--[a-z-]+ VALUE(?: \\(required\\))? +[a-z0-9]+(?:\\|[a-z0-9]+)+)[:;]")) {
         std::vector<std::string> words;
         std::string const list = line.substr(line.rfind(' ') + 1);
         boost::algorithm::split(words, list, boost::algorithm::is_any_of("|"));
@@ -157,7 +158,7 @@ TEST_F(Help, TheCompletionOffersNoWordsForOtherValuesAndForFiles) {
     for (std::string const& command : listCommands()) {
         std::string const help = readHelp(command);
         EXPECT_EQ(Names(), complete({command, "a", "b", ""}));
-        for (std::string const& option : findAll(help, "\n  (--[a-z-]+) TEXT")) {
+        for (std::string const& option : findAll(help, "\n  (--[a-z-]+) VALUE")) {
             if (listValues(help).count(option) == 0 && option != "--directory") {
                 EXPECT_EQ(Names(), complete({command, option, ""})) << command << ' ' << option;
             }

@@ -162,7 +162,7 @@ TerminalProcess::~TerminalProcess() {
 }
 
 bool TerminalProcess::readSome() {
-    constexpr int longestSilence = 60000; // in ms
+    constexpr int longestSilence = 30000; // in ms
     pollfd state = {_terminal, POLLIN, 0};
     if (poll(&state, 1, longestSilence) <= 0) {
         ADD_FAILURE() << "nothing comes after: " << _shown;

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <sstream>
 #include <unistd.h>
 
 namespace velmo {
@@ -60,13 +61,23 @@ TEST_F(Usage, TheHelpOfEachCommandEndsWithExamples) {
     }
 }
 
+TEST_F(Usage, TheHelpFitsInto80ColumnsButForItsExamplesAndLongWords) {
+    for (char const* const command : {"info", "convert", "preview", "stack", "resample", "match"}) {
+        std::istringstream help(runTool({command, "--help"}).out);
+        for (std::string line; std::getline(help, line) && line != "Examples:";) {
+            bool const bLongWord = line.find("uint8|") != std::string::npos;
+            EXPECT_TRUE(line.size() <= 80 || bLongWord) << line;
+        }
+    }
+}
+
 TEST_F(Usage, TheHelpOffersTheFormatsThatAreReadAndWritten) {
     for (char const* const command : {"info", "convert", "preview"}) {
         EXPECT_THAT(runTool({command, "--help"}).out,
-                    ContainsRegex(" --format TEXT  *raw.tiff.im6; without it"));
+                    ContainsRegex(" --format VALUE  *raw.tiff.im6; without it"));
     }
     EXPECT_THAT(runTool({"convert", "--help"}).out,
-                ContainsRegex(" --output-format TEXT +raw.tiff; without it"));
+                ContainsRegex(" --output-format VALUE +raw.tiff; without it"));
 }
 
 TEST_F(Usage, WhatTheParserRefusesIsWrongUse) {

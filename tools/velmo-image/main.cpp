@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "ConvertCommand.h"
+#include "HelpFormatter.h"
 #include "InfoCommand.h"
 #include "Interrupt.h"
 #include "MatchCommand.h"
@@ -42,6 +43,7 @@ eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop,
 eExitStatus runCommand(int argc, char** argv) {
     CLI::App app("Look at, convert, join and resample image files: TIFF, Im6, and raw planes of pixels",
                  "velmo-image");
+    app.formatter(std::make_shared<HelpFormatter>()); // before the commands, which take it over
     app.set_version_flag("--version", g_version);
     app.require_subcommand(1);
     app.footer("Exit status: 0 done, 1 the work failed, 2 wrong use, 130 interrupted.");
