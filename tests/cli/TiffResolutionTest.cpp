@@ -8,6 +8,7 @@
 #include "TemporaryFolder.h"
 #include "TiffSample.h"
 
+#include <array>
 #include <boost/filesystem/operations.hpp>
 #include <fstream>
 #include <functional>
@@ -23,6 +24,8 @@ using test::readFile;
 using test::TiffPage;
 using test::writeFile;
 
+constexpr std::array<std::uint64_t, 3> g_tags = {TIFFTAG_XRESOLUTION, TIFFTAG_YRESOLUTION,
+                                                 TIFFTAG_RESOLUTIONUNIT};
 TiffResolution const g_resolution = {{200000, 13}, {7, 2}, RESUNIT_CENTIMETER};
 
 std::uint64_t toNumber(std::string const& bytes, std::size_t begin, std::size_t nbBytes) {
@@ -150,7 +153,7 @@ TEST_P(ResolutionTags, LeaveAllOtherEntriesAndBytesAsTheyWere) {
         EXPECT_EQ(0U, later[index].offset % 8);
         EXPECT_TRUE(std::is_sorted(later[index].tags.begin(), later[index].tags.end()));
         auto expected = earlier[index].entries;
-        for (std::uint64_t const tag : {TIFFTAG_XRESOLUTION, TIFFTAG_YRESOLUTION, TIFFTAG_RESOLUTIONUNIT}) {
+        for (std::uint64_t const tag : g_tags) {
             expected[tag] = later[index].entries.at(tag);
         }
         EXPECT_EQ(expected, later[index].entries);

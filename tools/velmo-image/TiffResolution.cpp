@@ -7,6 +7,7 @@
 #include "Failure.h"
 #include "Interrupt.h"
 
+#include <array>
 #include <limits>
 #include <map>
 #include <tiff.h>
@@ -17,6 +18,7 @@ namespace tool {
 
 namespace {
 
+constexpr std::array<vlUInt64, 3> g_tags = {TIFFTAG_XRESOLUTION, TIFFTAG_YRESOLUTION, TIFFTAG_RESOLUTIONUNIT};
 constexpr vlUInt64 g_maxEntries = std::numeric_limits<std::uint16_t>::max();
 constexpr std::size_t g_pieceSize = std::size_t{1} << 20;
 
@@ -140,8 +142,8 @@ class ResolutionWriter {
 
     /// Sets the three entries of a directory at `offset`; gives the bytes that belong behind it.
     std::string setEntries(Entries& entries, vlUInt64 offset) const {
-        for (vlUInt64 const tag : {TIFFTAG_XRESOLUTION, TIFFTAG_YRESOLUTION, TIFFTAG_RESOLUTIONUNIT}) {
-            entries[tag];
+        for (vlUInt64 const tag : g_tags) {
+            entries[tag]; // counted, and set below
         }
         std::string x = toBytes(_resolution.x);
         std::string y = toBytes(_resolution.y);
