@@ -3,9 +3,12 @@
 
 #include "CalibrationTags.h"
 
+#include <cmath>
 #include <gmock/gmock.h>
 #include <limits>
+#include <random>
 #include <tiff.h>
+#include <tuple>
 
 namespace velmo {
 namespace tool {
@@ -72,13 +75,30 @@ INSTANTIATE_TEST_SUITE_P(Names, KnownUnits, testing::ValuesIn(std::vector<KnownU
                                                                                      {"\"", 4 / 2.54},
                                                                                      {"kilometres", 4e-5}}));
 
-TEST(CalibrationTags, ASizeIsTakenByItsDigits) {
-    CalibrationTags const tags = toTagsOf(0.65F, 0.1F, "um");
-    ASSERT_TRUE(tags.resolution);
-    EXPECT_EQ(200000U, tags.resolution->x.numerator);
-    EXPECT_EQ(13U, tags.resolution->x.denominator);
-    EXPECT_EQ(100000U, tags.resolution->y.numerator);
-    EXPECT_EQ(1U, tags.resolution->y.denominator);
+TEST(CalibrationTags, ASizeIsToldAsTheSimpleNumberThatItIsRoundedFrom) {
+    for (auto const& [size, unit, numerator, denominator] :
+         std::initializer_list<std::tuple<float, char const*, unsigned, unsigned>>{
+             {0.65F, "um", 200000, 13},
+             {0.1F, "um", 100000, 1},
+             {1 / 300.0F, "inch", 15000, 127},
+             {1 / 3.0F, "", 3, 1},
+             {0.9375F, "mm", 32, 3}}) {
+        CalibrationTags const tags = toTagsOf(size, 1, unit);
+        ASSERT_TRUE(tags.resolution);
+        EXPECT_EQ(numerator, tags.resolution->x.numerator) << size;
+        EXPECT_EQ(denominator, tags.resolution->x.denominator) << size;
+    }
+}
+
+TEST(CalibrationTags, TheSizeComesBackToTheBit) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution<float> exponent(-3, 4);
+    for (int time = 0; time < 2000; ++time) {
+        float const size = std::pow(10.0F, exponent(random));
+        CalibrationTags const tags = toTagsOf(size, 1, "um");
+        ASSERT_TRUE(tags.resolution);
+        EXPECT_EQ(size, static_cast<float>(1e4 / toDouble(tags.resolution->x)));
+    }
 }
 
 TEST(CalibrationTags, WithoutAUnitThePixelsAreToldForAUnitWithoutAName) {

@@ -7,12 +7,14 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
+#include <tuple>
 
 namespace velmo {
 namespace tool {
 
 namespace {
 
+constexpr double g_exact = 4 * std::numeric_limits<double>::epsilon();
 constexpr std::uint32_t g_max = std::numeric_limits<std::uint32_t>::max();
 
 struct Nearest {
@@ -35,7 +37,7 @@ double getDistance(std::uint64_t numerator, std::uint64_t denominator, double va
 } // namespace
 
 TEST_P(NearestRational, IsTheSimplestThatIsExact) {
-    std::optional<Rational> const rational = findNearestRational(GetParam().value);
+    std::optional<Rational> const rational = findRational(GetParam().value, g_exact);
     ASSERT_TRUE(rational);
     EXPECT_EQ(GetParam().numerator, rational->numerator);
     EXPECT_EQ(GetParam().denominator, rational->denominator);
@@ -58,7 +60,7 @@ TEST(Rational, NoFractionOfANearbyDenominatorIsNearer) {
     std::uniform_real_distribution<double> exponent(-9, 9);
     for (int time = 0; time < 2000; ++time) {
         double const value = std::pow(10, exponent(random));
-        std::optional<Rational> const found = findNearestRational(value);
+        std::optional<Rational> const found = findRational(value, g_exact);
         ASSERT_TRUE(found);
         double const distance = getDistance(found->numerator, found->denominator, value);
         EXPECT_LT(distance, 2e-9 * value) << value;
@@ -73,11 +75,22 @@ TEST(Rational, NoFractionOfANearbyDenominatorIsNearer) {
     }
 }
 
+TEST(Rational, IsAsSimpleAsTheToleranceLetsIt) {
+    for (auto const& [tolerance, numerator, denominator] :
+         std::initializer_list<std::tuple<double, unsigned, unsigned>>{
+             {0.1, 3, 1}, {1e-3, 22, 7}, {1e-6, 355, 113}}) {
+        std::optional<Rational> const rational = findRational(3.14159265358979, tolerance);
+        ASSERT_TRUE(rational);
+        EXPECT_EQ(numerator, rational->numerator);
+        EXPECT_EQ(denominator, rational->denominator);
+    }
+}
+
 TEST(Rational, ThereIsNoneForWhatIsOutOfReachOrNoNumber) {
     using Limits = std::numeric_limits<double>;
     for (double const value : {0.0, -1.0, 4294967295.5, 1e300, 1e-10, Limits::infinity(), -Limits::infinity(),
                                Limits::quiet_NaN()}) {
-        EXPECT_FALSE(findNearestRational(value)) << value;
+        EXPECT_FALSE(findRational(value, g_exact)) << value;
     }
 }
 

@@ -11,6 +11,7 @@
 #include <boost/algorithm/string/trim.hpp>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <tiff.h>
 
 namespace velmo {
@@ -77,19 +78,19 @@ LengthUnit const* findUnit(std::string const& name) {
     return pWord != g_words.end() ? pWord : nullptr;
 }
 
-/// In as few digits as name it alone, which are the ones that were meant: 0.65, not 0.64999998.
 std::string toText(float size) {
     std::array<char, 32> text{};
     auto const [pEnd, error] = std::to_chars(text.data(), text.data() + text.size(), size);
     return {text.data(), pEnd};
 }
 
-/// Pixels in `length` units, for a size in units.
+/// Pixels in `length` units, for a size in units: the simplest number that the size is rounded from, which is
+/// most probably the one that was meant.
 std::optional<Rational> countPixels(float size, double length) {
-    std::string const text = toText(size);
-    double value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return findNearestRational(length / value);
+    double const next = std::nextafter(size, std::numeric_limits<float>::max());
+    double const rounding = (next - static_cast<double>(size)) / 2 / static_cast<double>(size);
+    constexpr double shareOfIt = 0.99; // a number on the border may have been rounded the other way
+    return findRational(length / static_cast<double>(size), shareOfIt * rounding);
 }
 
 } // namespace

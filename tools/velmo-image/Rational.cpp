@@ -13,8 +13,6 @@ namespace tool {
 namespace {
 
 constexpr std::uint64_t g_max = std::numeric_limits<std::uint32_t>::max();
-/// Relative error that the calculation of a value leaves in it.
-constexpr double g_tolerance = 4 * std::numeric_limits<double>::epsilon();
 
 struct Fraction {
     std::uint64_t numerator;
@@ -34,7 +32,7 @@ std::uint64_t findLargestFactor(Fraction const& before, Fraction const& last) {
 }
 
 /// By the continued fraction of the value.
-Fraction approximate(double value) {
+Fraction approximate(double value, double tolerance) {
     Fraction before = {0, 1};
     Fraction last = {1, 0};
     double rest = value;
@@ -46,7 +44,7 @@ Fraction approximate(double value) {
         if (factor != term) { // the last one may be nearer than the beginning of the next
             return next.getDistance(value) < last.getDistance(value) ? next : last;
         }
-        if (next.getDistance(value) <= value * g_tolerance) {
+        if (next.getDistance(value) <= value * tolerance) {
             return next;
         }
         before = last;
@@ -57,12 +55,12 @@ Fraction approximate(double value) {
 
 } // namespace
 
-std::optional<Rational> findNearestRational(double value) {
+std::optional<Rational> findRational(double value, double tolerance) {
     constexpr auto max = static_cast<double>(g_max);
     if (!(value >= 1 / max && value <= max)) {
         return std::nullopt;
     }
-    Fraction const fraction = approximate(value);
+    Fraction const fraction = approximate(value, tolerance);
     return Rational{static_cast<std::uint32_t>(fraction.numerator),
                     static_cast<std::uint32_t>(fraction.denominator)};
 }

@@ -15,9 +15,9 @@ struct Rational {
     std::uint32_t denominator;
 };
 
-/// The fraction nearest to a value, in lowest terms; the simplest one of those that are as near as the value
-/// is exact. None for what is not positive, and for values that no such fraction comes near to.
-std::optional<Rational> findNearestRational(double value);
+/// A simple fraction in lowest terms that differs from a value by a share of `tolerance` at most; where there
+/// is none, the nearest that there is. None for what is not positive, and for values that are out of reach.
+std::optional<Rational> findRational(double value, double tolerance);
 
 } // namespace tool
 } // namespace velmo
