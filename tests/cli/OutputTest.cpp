@@ -2,10 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CliFixture.h"
-#include "SoftLimit.h"
+#include "FileSizeLimit.h"
 #include "SyscallTrace.h"
 
-#include <csignal>
 #include <fcntl.h>
 #include <sstream>
 #include <sys/stat.h>
@@ -27,20 +26,6 @@ class Output : public CliTest {
         return Arguments{"convert", path("in.raw"), path("out.raw"), "--header", path("pipe")} +
                raw("2,2", "uint8");
     }
-};
-
-/// Limits the files that are written by the processes that are started while it lives.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t nbBytes)
-        : _earlierHandler(std::signal(SIGXFSZ, SIG_IGN)), _limit(RLIMIT_FSIZE, nbBytes) {}
-    ~FileSizeLimit() { std::signal(SIGXFSZ, _earlierHandler); }
-    FileSizeLimit(FileSizeLimit const&) = delete;
-    FileSizeLimit& operator=(FileSizeLimit const&) = delete;
-
-  private:
-    void (*_earlierHandler)(int);
-    SoftLimit _limit;
 };
 
 } // namespace

@@ -226,6 +226,20 @@ TEST_F(Preview, AMissingInputFailsWithTheLibrarysWords) {
                       input);
 }
 
+TEST_F(Preview, ANameOfAnotherKindOfPictureIsWarnedOf) {
+    std::string const input = create("in.raw", "x");
+    for (auto const& [name, bWarns] : std::vector<std::pair<std::string, bool>>{
+             {"a.jpg", true}, {"a.png.tif", true}, {"a.png", false}, {"a.PNG", false}, {"a", false}}) {
+        ToolResult const result = runTool(Arguments{"preview", input, path(name)} + raw("1,1", "uint8"));
+        EXPECT_EQ(0, result.status);
+        EXPECT_EQ(bWarns ? "velmo-image: warning: \"" + path(name) +
+                               "\" is written as a PNG picture, whatever its name says\n"
+                         : "",
+                  result.err);
+        EXPECT_EQ("\x89PNG", read(name).substr(0, 4));
+    }
+}
+
 TEST_F(Preview, AnExistingOutputIsRefusedWithoutOverwrite) {
     std::string const input = create("in.raw", "x");
     std::string const output = create("out.png", "earlier");

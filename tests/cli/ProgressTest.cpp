@@ -20,7 +20,23 @@ class ProgressBar : public CliTest {
         return Arguments{"preview", createSparse("in.raw", 1UL << 36), path("out.png")} +
                raw("262144,262144", "uint8");
     }
+
+    /// The next line that is drawn after a moment in which one begun for another width can end.
+    static std::string readLine(TerminalProcess& process) {
+        std::string shown;
+        for (int time = 0; time < 2; ++time) {
+            process.takeShown();
+            EXPECT_TRUE(process.waitFor(g_erase));
+            shown = process.takeShown();
+        }
+        shown.resize(shown.rfind(g_erase));
+        return shown.substr(shown.rfind('\r') + 1);
+    }
+
+    static std::string const g_erase; ///< the rest of a line
 };
+
+std::string const ProgressBar::g_erase = "\x1b[K";
 
 } // namespace
 
@@ -32,6 +48,27 @@ TEST_F(ProgressBar, IsDrawnOnATerminalOnceTheWorkLasts) {
     EXPECT_EQ(130, result.status);
     EXPECT_THAT(result.out, testing::StartsWith("\r["));
     EXPECT_THAT(result.out, testing::EndsWith("\r\x1b[Kvelmo-image: interrupted\r\n"));
+}
+
+TEST_F(ProgressBar, IsAsWideAsTheTerminalHasRoomForAtEachMoment) {
+    TerminalProcess process(createLongWork(), 0);
+    EXPECT_THAT(readLine(process), testing::MatchesRegex("\\[=* *\\]  *[0-9]+ %"));
+    for (auto const& [nbColumns, length] : std::vector<std::pair<unsigned short, std::size_t>>{
+             {200, 48}, {49, 48}, {48, 47}, {20, 19}, {14, 13}, {13, 5}, {6, 5}, {5, 0}, {80, 48}, {0, 48}}) {
+        process.resize(nbColumns);
+        EXPECT_EQ(length, readLine(process).size()) << nbColumns;
+    }
+    process.send(SIGINT);
+    ToolResult const result = process.wait();
+    EXPECT_EQ(130, result.status);
+    EXPECT_THAT(result.out, testing::EndsWith("\r\x1b[Kvelmo-image: interrupted\r\n"));
+}
+
+TEST_F(ProgressBar, IsNotDrawnOnATerminalThatCannotEraseALine) {
+    TerminalProcess process(createLongWork(), 80, "dumb");
+    sleep(2);
+    process.send(SIGINT);
+    EXPECT_EQ("velmo-image: interrupted\r\n", process.wait().out);
 }
 
 TEST_F(ProgressBar, IsNotDrawnForQuickWork) {

@@ -253,10 +253,11 @@ TEST_P(WrongStack, IsRefusedBeforeAnyWork) {
 INSTANTIATE_TEST_SUITE_P(
     Options, WrongStack,
     testing::Values(
-        WrongOption{"NoOutput", {"s", "*"}, "OUTPUT is required; velmo-image --help"},
-        WrongOption{"NoPattern", {"s"}, "PATTERN is required; velmo-image --help"},
-        WrongOption{
-            "TooMany", {"s", "*", "out.tif", "more"}, "The following argument was not expected: more"},
+        WrongOption{"NoOutput", {"s", "*"}, "OUTPUT is required: "},
+        WrongOption{"NoPattern", {"s"}, "PATTERN is required: "},
+        WrongOption{"TooMany",
+                    {"s", "*", "out.tif", "more"},
+                    "stack takes DIRECTORY PATTERN OUTPUT, and \"more\" is one too many"},
         WrongOption{"Axis", {"s", "*", "out.tif", "--along", "x"}, "--along takes one of z, t; not \"x\""},
         WrongOption{"Pixels",
                     {"s", "*", "out.tif", "--pixels", "grey"},

@@ -111,6 +111,23 @@ void writeImageJStack(boost::filesystem::path const& path, unsigned int nbPlanes
     ASSERT_EQ(nbBytes, TIFFWriteRawStrip(pTiff.get(), 0, pixels.data(), nbBytes));
 }
 
+std::ostream& operator<<(std::ostream& os, PageResolution const& resolution) {
+    return os << resolution.x << " x " << resolution.y << " in unit " << resolution.unit;
+}
+
+std::vector<PageResolution> readResolutions(boost::filesystem::path const& path) {
+    std::vector<PageResolution> resolutions;
+    TiffHandle const pTiff(TIFFOpen(path.c_str(), "r"));
+    EXPECT_TRUE(pTiff) << path;
+    for (bool bMore = pTiff != nullptr; bMore; bMore = TIFFReadDirectory(pTiff.get()) == 1) {
+        PageResolution& resolution = resolutions.emplace_back();
+        TIFFGetField(pTiff.get(), TIFFTAG_XRESOLUTION, &resolution.x);
+        TIFFGetField(pTiff.get(), TIFFTAG_YRESOLUTION, &resolution.y);
+        TIFFGetField(pTiff.get(), TIFFTAG_RESOLUTIONUNIT, &resolution.unit);
+    }
+    return resolutions;
+}
+
 std::vector<TiffPage> readTiff(boost::filesystem::path const& path) {
     std::vector<TiffPage> pages;
     TiffHandle const pTiff(TIFFOpen(path.c_str(), "r"));

@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/path.hpp>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <tiffio.h>
 #include <vector>
@@ -40,6 +41,20 @@ void writeTiff(boost::filesystem::path const& path, std::vector<TiffPage> const&
 /// planes one behind the other, in the byte order of the file, as many as `page.pixels` has.
 void writeImageJStack(boost::filesystem::path const& path, unsigned int nbPlanes, TiffPage const& page,
                       std::string const& mode = "wl");
+
+/// Pixels per unit; zeros where a directory has no such tags.
+struct PageResolution {
+    float x = 0;
+    float y = 0;
+    std::uint16_t unit = 0;
+    bool operator==(PageResolution const& other) const {
+        return x == other.x && y == other.y && unit == other.unit;
+    }
+};
+std::ostream& operator<<(std::ostream& os, PageResolution const& resolution);
+
+/// Of all directories, as libtiff reads them.
+std::vector<PageResolution> readResolutions(boost::filesystem::path const& path);
 
 /// All directories, with pixels decoded; a failed test where they cannot be read.
 std::vector<TiffPage> readTiff(boost::filesystem::path const& path);

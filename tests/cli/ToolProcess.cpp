@@ -9,7 +9,9 @@
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
@@ -37,13 +39,13 @@ std::string readAll(int descriptor) {
     return text;
 }
 
-/// Becomes the tool, in a child.
-[[noreturn]] void execute(std::vector<char*> const& words, std::string const& folder) {
+/// Becomes the program, in a child.
+[[noreturn]] void execute(char const* program, std::vector<char*> const& words, std::string const& folder) {
     for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
         std::signal(signal, SIG_DFL);
     }
     if (folder.empty() || chdir(folder.c_str()) == 0) {
-        execv(VELMO_IMAGE_TOOL, words.data());
+        execv(program, words.data());
     }
     _exit(127);
 }
@@ -97,7 +99,7 @@ ToolProcess::ToolProcess(Arguments const& arguments, int outDescriptor, std::str
     if (_pid == 0) {
         dup2(outDescriptor < 0 ? _out : outDescriptor, STDOUT_FILENO);
         dup2(_err, STDERR_FILENO);
-        execute(words, folder);
+        execute(VELMO_IMAGE_TOOL, words, folder);
     }
 }
 
@@ -142,12 +144,15 @@ ToolResult runTool(Arguments const& arguments, std::string const& folder) {
     return ToolProcess(arguments, -1, folder).wait();
 }
 
-TerminalProcess::TerminalProcess(Arguments const& arguments) {
+TerminalProcess::TerminalProcess(Arguments const& arguments, unsigned short nbColumns,
+                                 std::string const& type, char const* program) {
     Arguments copy = arguments;
     std::vector<char*> const words = toWords(copy);
-    _pid = forkpty(&_terminal, nullptr, nullptr, nullptr);
+    winsize const size = {24, nbColumns, 0, 0};
+    _pid = forkpty(&_terminal, nullptr, nullptr, &size);
     if (_pid == 0) {
-        execute(words, {});
+        setenv("TERM", type.c_str(), 1);
+        execute(program != nullptr ? program : VELMO_IMAGE_TOOL, words, {});
     }
 }
 
@@ -157,6 +162,12 @@ TerminalProcess::~TerminalProcess() {
 }
 
 bool TerminalProcess::readSome() {
+    constexpr int longestSilence = 30000; // in ms
+    pollfd state = {_terminal, POLLIN, 0};
+    if (poll(&state, 1, longestSilence) <= 0) {
+        ADD_FAILURE() << "nothing comes after: " << _shown;
+        return false;
+    }
     std::array<char, 4096> piece{};
     ssize_t const nbRead = read(_terminal, piece.data(), piece.size());
     _shown.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(0, nbRead)));
@@ -170,6 +181,21 @@ bool TerminalProcess::waitFor(std::string const& text) {
         }
     }
     return true;
+}
+
+void TerminalProcess::type(std::string const& keys) const {
+    EXPECT_EQ(static_cast<ssize_t>(keys.size()), write(_terminal, keys.data(), keys.size()));
+}
+
+void TerminalProcess::resize(unsigned short nbColumns) const {
+    winsize const size = {24, nbColumns, 0, 0};
+    ioctl(_terminal, TIOCSWINSZ, &size);
+}
+
+std::string TerminalProcess::takeShown() {
+    std::string shown;
+    shown.swap(_shown);
+    return shown;
 }
 
 void TerminalProcess::send(int signal) const {

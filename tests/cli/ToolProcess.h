@@ -47,10 +47,12 @@ class ToolProcess {
 /// A run from the start to the end, in `folder` if that is given.
 ToolResult runTool(Arguments const& arguments, std::string const& folder = {});
 
-/// A run whose three standard streams are a terminal.
+/// A run whose three standard streams are a terminal; of the tool, unless another program is given.
 class TerminalProcess {
   public:
-    explicit TerminalProcess(Arguments const& arguments);
+    /// A terminal of no columns is one that does not tell how wide it is.
+    explicit TerminalProcess(Arguments const& arguments, unsigned short nbColumns = 80,
+                             std::string const& type = "xterm", char const* program = nullptr);
     ~TerminalProcess();
     TerminalProcess(TerminalProcess const&) = delete;
     TerminalProcess& operator=(TerminalProcess const&) = delete;
@@ -58,6 +60,12 @@ class TerminalProcess {
     /// Reads what the terminal shows until the text was in it, or the process has ended.
     bool waitFor(std::string const& text);
     void send(int signal) const;
+    /// As a user presses keys.
+    void type(std::string const& keys) const;
+    /// As a user changes the window; the process is told with SIGWINCH.
+    void resize(unsigned short nbColumns) const;
+    /// What was shown since the beginning or the last call; it does not count any more.
+    std::string takeShown();
     /// Exit status, and everything that was shown.
     ToolResult wait();
 

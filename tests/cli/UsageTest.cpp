@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <sstream>
 #include <unistd.h>
 
 namespace velmo {
@@ -60,13 +61,23 @@ TEST_F(Usage, TheHelpOfEachCommandEndsWithExamples) {
     }
 }
 
+TEST_F(Usage, TheHelpFitsInto80ColumnsButForItsExamplesAndLongWords) {
+    for (char const* const command : {"info", "convert", "preview", "stack", "resample", "match"}) {
+        std::istringstream help(runTool({command, "--help"}).out);
+        for (std::string line; std::getline(help, line) && line != "Examples:";) {
+            bool const bLongWord = line.find("uint8|") != std::string::npos;
+            EXPECT_TRUE(line.size() <= 80 || bLongWord) << line;
+        }
+    }
+}
+
 TEST_F(Usage, TheHelpOffersTheFormatsThatAreReadAndWritten) {
     for (char const* const command : {"info", "convert", "preview"}) {
         EXPECT_THAT(runTool({command, "--help"}).out,
-                    ContainsRegex(" --format TEXT  *raw.tiff.im6; without it"));
+                    ContainsRegex(" --format VALUE  *raw.tiff.im6; without it"));
     }
     EXPECT_THAT(runTool({"convert", "--help"}).out,
-                ContainsRegex(" --output-format TEXT +raw.tiff; without it"));
+                ContainsRegex(" --output-format VALUE +raw.tiff; without it"));
 }
 
 TEST_F(Usage, WhatTheParserRefusesIsWrongUse) {
@@ -84,7 +95,7 @@ TEST_F(Usage, WhatTheParserRefusesIsWrongUse) {
         EXPECT_EQ(2, result.status) << testing::PrintToString(arguments);
         EXPECT_EQ("", result.out);
         EXPECT_THAT(result.err, StartsWith("velmo-image: "));
-        EXPECT_THAT(result.err, EndsWith("--help tell more\n"));
+        EXPECT_THAT(result.err, EndsWith("--help tells more\n"));
     }
 }
 
@@ -131,6 +142,16 @@ INSTANTIATE_TEST_SUITE_P(
         WrongValue{"Format", raw("1,1", "uint8") + Arguments{"--format", "png"},
                    "--format takes one of raw, tiff, im6; not \"png\""}),
     getName<WrongValue>);
+
+TEST_F(Usage, AFileOfAnUnknownExtensionWithoutSizesIsNamed) {
+    create("good.tif", "");
+    expectFailure(runTool({"info", path("good.tif"), path("in.png")}), 2,
+                  "a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type TYPE, "
+                  "such as --size 181,217,181 --type uint8; \"" +
+                      path("in.png") + "\" is read as one unless --format says tiff or im6");
+    std::string const folder = _folder.getPath().string();
+    expectFailure(runTool({"info", folder}), 2, '"' + folder + "\" is a directory, and the input is a file");
+}
 
 TEST_F(Usage, OptionsOfARawInputAreRefusedForAnIm6File) {
     std::string const input = create("a.im6", "x");

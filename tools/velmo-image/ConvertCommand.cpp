@@ -13,12 +13,14 @@ ConvertCommand::ConvertCommand(CLI::App& parent)
     : Command(parent, "convert", "Write an image file anew",
               "  velmo-image convert brain.raw brain.tif --size 181,217,181 --type uint8 --compression lzw\n"
               "  velmo-image convert frames.tif frames.raw --directories t\n"
+              "  velmo-image convert cells.im6 cells.tif --calibration-tags\n"
               "  velmo-image convert big.raw little.raw --size 512,512,100 --type int16 --byte-order big\n"
               "  velmo-image convert scan.bin planes.raw --size 256,256,64 --type uint16 --offset 348\n"
               "  velmo-image convert planes.raw scan.bin --size 256,256,64 --type uint16 --header scan.hdr") {
     getApp().add_option("INPUT", _inputFile, "File to read")->required();
     _input.addTo(getApp());
     _output.addTo(getApp());
+    _output.addCalibrationTagsTo(getApp());
 }
 
 eExitStatus ConvertCommand::run() const {

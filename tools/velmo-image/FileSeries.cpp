@@ -4,10 +4,12 @@
 #include "FileSeries.h"
 
 #include "Failure.h"
+#include "Interrupt.h"
 #include "Terminal.h"
 
 #include <VELMOImageFile/FilePatternMatching.h>
 #include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/join.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
@@ -26,6 +28,24 @@ std::string toRange(vlUInt64 first, vlUInt64 last) {
     return std::to_string(first) + (first == last ? "" : '-' + std::to_string(last));
 }
 
+std::string const g_keyword("<INDEX>");
+
+/// What begins like the keyword, whatever the case of its letters, and is another word; empty where there is
+/// none. It ends where the keyword would, or before what cannot be meant to be in it.
+std::string findMistakenKeyword(std::string const& pattern) {
+    std::string const beginning = "<ind";
+    std::string const lowerCase = boost::algorithm::to_lower_copy(pattern);
+    for (std::size_t begin = lowerCase.find(beginning); begin != std::string::npos;
+         begin = lowerCase.find(beginning, begin + 1)) {
+        if (pattern.compare(begin, g_keyword.size(), g_keyword) != 0) {
+            std::size_t const wordEnd = lowerCase.find_first_not_of("abcdefghijklmnopqrstuvwxyz", begin + 1);
+            bool const bClosed = wordEnd != std::string::npos && pattern[wordEnd] == '>';
+            return pattern.substr(begin, wordEnd == std::string::npos ? wordEnd : wordEnd - begin + bClosed);
+        }
+    }
+    return {};
+}
+
 [[noreturn]] void failToList(fs::path const& directory, fs::filesystem_error const& failure) {
     fs::path const& path = failure.path1().empty() ? directory : failure.path1();
     throw WorkFailure("cannot list " + quoted(path.string()) + ": " + failure.code().message());
@@ -34,7 +54,7 @@ std::string toRange(vlUInt64 first, vlUInt64 last) {
 } // namespace
 
 FileSeries::FileSeries(std::string const& pattern)
-    : _bIndices(pattern.find("<INDEX>") != std::string::npos) {}
+    : _bIndices(pattern.find(g_keyword) != std::string::npos) {}
 
 FileSeries FileSeries::findIn(fs::path const& directory, std::string const& pattern) {
     FileSeries series(pattern);
@@ -61,6 +81,7 @@ FileSeries FileSeries::select(std::vector<std::string> const& names, std::string
 }
 
 void FileSeries::add(std::string const& pattern, std::string const& name) {
+    throwIfInterrupted();
     vlUInt64 index = 0;
     try {
         if (image::file::testFilePatternMatching(pattern, name, index)) {
@@ -134,6 +155,14 @@ void FileSeries::findGaps(std::vector<std::string>& problems) const {
     if (!ranges.empty()) {
         problems.push_back("missing " + boost::algorithm::join(ranges, ", ") +
                            (nbUntold == 0 ? "" : " and " + std::to_string(nbUntold) + " more numbers"));
+    }
+}
+
+void tellMistakenKeyword(std::string const& pattern) {
+    std::string const mistaken = findMistakenKeyword(pattern);
+    if (!mistaken.empty()) {
+        printMessage("warning: the keyword for a number is \"<INDEX>\", and " + quoted(mistaken) + " in " +
+                     quoted(pattern) + " stands for its own letters");
     }
 }
 

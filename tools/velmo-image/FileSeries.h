@@ -47,6 +47,10 @@ class FileSeries {
     std::vector<Entry> _entries;
 };
 
+/// Prints a warning where the pattern has something that was meant as `<INDEX>` and is not: it is matched as
+/// the letters that it has.
+void tellMistakenKeyword(std::string const& pattern);
+
 /// Prints the problems as warnings, or, with `bStrict`, throws them as one WorkFailure.
 void tellProblems(FileSeries const& series, bool bStrict);
 

@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <boost/filesystem/operations.hpp>
 
 namespace velmo {
 namespace tool {
@@ -114,29 +115,35 @@ eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
     return chooseFormat(path, "--format", _format);
 }
 
-bool InputOptions::hasInput(std::vector<std::string> const& files, eFileFormat format) const {
-    return std::any_of(files.begin(), files.end(),
-                       [&](std::string const& file) { return getFormat(file) == format; });
+std::string const* InputOptions::findInput(std::vector<std::string> const& files, eFileFormat format) const {
+    auto const pFile = std::find_if(files.begin(), files.end(),
+                                    [&](std::string const& file) { return getFormat(file) == format; });
+    return pFile != files.end() ? &*pFile : nullptr;
 }
 
-RawDescription InputOptions::describeRaw() const {
+RawDescription InputOptions::describeRaw(std::string const& file) const {
     if (_size.empty() || _type.empty()) {
+        boost::system::error_code ignored;
+        if (boost::filesystem::is_directory(file, ignored)) {
+            throw WrongUse(quoted(file) + " is a directory, and the input is a file");
+        }
         throw WrongUse("a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type "
-                       "TYPE, such as --size 181,217,181 --type uint8");
+                       "TYPE, such as --size 181,217,181 --type uint8; " +
+                       quoted(file) + " is read as one unless --format says tiff or im6");
     }
     return {parseSizes("--size", _size), parseChoice("--type", _type, g_types),
             parseNumber("--offset", _offset), parseChoice("--byte-order", _byteOrder, g_byteOrders)};
 }
 
 InputDescription InputOptions::describe(std::vector<std::string> const& files) const {
-    bool const bRaw = hasInput(files, eFileFormat::Raw);
-    if (!bRaw) {
+    std::string const* const pRaw = findInput(files, eFileFormat::Raw);
+    if (pRaw == nullptr) {
         refuseGiven(_rawOptions, "raw");
     }
-    if (!hasInput(files, eFileFormat::Tiff)) {
+    if (findInput(files, eFileFormat::Tiff) == nullptr) {
         refuseGiven(_tiffOptions, "TIFF");
     }
-    return {bRaw ? describeRaw() : RawDescription{{}, eIBT_None, 0, false},
+    return {pRaw != nullptr ? describeRaw(*pRaw) : RawDescription{{}, eIBT_None, 0, false},
             {parseDirectoryMode("--directories", _directories), parseBufferMode(_pixels)}};
 }
 

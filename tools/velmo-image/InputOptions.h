@@ -60,8 +60,9 @@ class InputOptions {
     InputDescription describe(std::vector<std::string> const& files) const;
 
   private:
-    bool hasInput(std::vector<std::string> const& files, eFileFormat format) const;
-    RawDescription describeRaw() const;
+    /// The first one of the format, or null.
+    std::string const* findInput(std::vector<std::string> const& files, eFileFormat format) const;
+    RawDescription describeRaw(std::string const& file) const;
 
     std::string _format;
     std::string _size;

@@ -47,6 +47,7 @@ eExitStatus MatchCommand::run() const {
         throw WrongUse("match takes names or --directory, one of the two: velmo-image match 'img<INDEX>.tif' "
                        "--directory scans");
     }
+    tellMistakenKeyword(_pattern);
     FileSeries const series =
         bDirectory ? FileSeries::findIn(_directory, _pattern) : FileSeries::select(_names, _pattern);
     std::string const hint = findHint(series);

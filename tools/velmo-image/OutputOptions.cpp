@@ -3,10 +3,12 @@
 
 #include "OutputOptions.h"
 
+#include "CalibrationTags.h"
 #include "CheckedParsing.h"
 #include "Interrupt.h"
 #include "OutputFile.h"
 #include "Progress.h"
+#include "Terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <VELMOImage/ImageGeometry.h>
@@ -64,6 +66,13 @@ void OutputOptions::addTo(CLI::App& app) {
     app.add_flag("--quiet", _bQuiet, "No progress bar");
 }
 
+void OutputOptions::addCalibrationTagsTo(CLI::App& app) {
+    app.add_flag("--calibration-tags", _bCalibrationTags,
+                 "Tell other programs the pixel size along X and Y, in the resolution tags of a TIFF output: "
+                 "pixels per cm; of a calibration whose unit is unknown or missing, pixels per unit; without "
+                 "a calibration, none");
+}
+
 eFileFormat OutputOptions::getFormat() const {
     return chooseFormat(_file, "--output-format", _format);
 }
@@ -81,6 +90,9 @@ void OutputOptions::requireFit() const {
     }
     if (format == eFileFormat::Raw && !_compression.empty()) {
         throw WrongUse("--compression is for a TIFF output, and " + quoted(_file) + " is a raw file");
+    }
+    if (format == eFileFormat::Raw && _bCalibrationTags) {
+        throw WrongUse("--calibration-tags is for a TIFF output, and " + quoted(_file) + " is a raw file");
     }
     getCompression();
     requireHeaderApartFrom(_file, "the output itself");
@@ -104,11 +116,26 @@ void OutputOptions::requireWritable() const {
     requireWritableTarget(_file, _bOverwrite);
 }
 
+std::optional<TiffResolution> OutputOptions::getResolution(image::DiskImage const& image) const {
+    if (!_bCalibrationTags) {
+        return std::nullopt;
+    }
+    CalibrationTags const tags = toTags(image.getGeometricCalibrationConstPtr());
+    if (!tags.warning.empty()) {
+        printMessage("warning: " + quoted(_file) + ": " + tags.warning);
+    }
+    return tags.resolution;
+}
+
 OutputOptions::Writer OutputOptions::createWriter(image::DiskImagePtr const& pImage) const {
     if (getFormat() == eFileFormat::Tiff) {
         image::file::eTiffCompression const compression = getCompression();
+        std::optional<TiffResolution> const resolution = getResolution(*pImage);
         return [=](boost::filesystem::path const& path) {
             image::file::saveTiffImageFile(path, pImage, compression);
+            if (resolution) {
+                setTiffResolution(path, *resolution);
+            }
         };
     }
     std::string const header = _headerFile.empty() ? std::string() : readHeader(_headerFile);

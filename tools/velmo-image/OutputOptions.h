@@ -5,9 +5,11 @@
 
 #include "FileFormat.h"
 #include "ObservedAccessor.h"
+#include "TiffResolution.h"
 
 #include <VELMOImageFile/TiffImageFileTypes.h>
 #include <functional>
+#include <optional>
 
 namespace CLI {
 class App;
@@ -22,6 +24,9 @@ class OutputOptions {
     /// Adds the positional OUTPUT as well. The options write into this object, which must outlive the
     /// parsing.
     void addTo(CLI::App& app);
+
+    /// Adds --calibration-tags.
+    void addCalibrationTagsTo(CLI::App& app);
 
     std::string const& getFile() const { return _file; }
     /// Throws WrongUse where the format cannot be written, an option does not go with another one, and
@@ -40,6 +45,8 @@ class OutputOptions {
     using Writer = std::function<void(boost::filesystem::path const&)>;
 
     eFileFormat getFormat() const;
+    /// Tells what the tags will not say, if they were asked for.
+    std::optional<TiffResolution> getResolution(image::DiskImage const& image) const;
     image::file::eTiffCompression getCompression() const;
     /// Writes the image under the name that it is called with.
     Writer createWriter(image::DiskImagePtr const& pImage) const;
@@ -48,6 +55,7 @@ class OutputOptions {
     std::string _format;
     std::string _compression;
     std::string _headerFile;
+    bool _bCalibrationTags = false;
     bool _bOverwrite = false;
     bool _bQuiet = false;
 };

@@ -10,8 +10,10 @@
 #include "PlaneReducer.h"
 #include "PngFile.h"
 #include "Progress.h"
+#include "Terminal.h"
 
 #include <VELMOUtil/AvailableMemory.h>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <numeric>
 
 namespace velmo {
@@ -90,7 +92,9 @@ PreviewCommand::PreviewCommand(CLI::App& parent)
     auto* const pZ = getApp().add_option("--z", _z, "Plane, from 0 on (the middle one)");
     getApp().add_option("--c", _c, "Channel, from 0 on, as grey (colours of a colour image, else 0)");
     getApp().add_option("--t", _t, "Time step, from 0 on (0)");
-    getApp().add_flag("--montage", _bMontage, "All planes along Z in a grid, row by row")->excludes(pZ);
+    getApp()
+        .add_flag("--montage", _bMontage, "All planes along Z in a grid, row by row; not with --z")
+        ->excludes(pZ);
     getApp().add_option("--max-size", _maxSize,
                         "Longest side of the picture in pixels, at most 16384 (1600)");
     getApp().add_option("--range", _range,
@@ -109,6 +113,11 @@ void PreviewCommand::check() const {
         parseRange("--range", _range);
     }
     requireWritableTarget(_outputFile, _bOverwrite);
+    std::string const extension = boost::filesystem::path(_outputFile).extension().string();
+    if (!extension.empty() && boost::algorithm::to_lower_copy(extension) != ".png") {
+        printMessage("warning: " + quoted(_outputFile) +
+                     " is written as a PNG picture, whatever its name says");
+    }
 }
 
 PreviewCommand::Selection PreviewCommand::select(BaseImageGeometry const& geometry) const {

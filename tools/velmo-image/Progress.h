@@ -10,8 +10,8 @@
 namespace velmo {
 namespace tool {
 
-/// A bar on standard error for work that lasts longer than a second, drawn only on a terminal. Its line is
-/// removed at the end of its life. Any thread may count.
+/// A bar on standard error for work that lasts longer than a second, drawn only on a terminal that can erase
+/// a line, as wide as that has room for. Its line is removed at the end of its life. Any thread may count.
 class Progress {
   public:
     Progress(vlUInt64 nbPixels, bool bQuiet);

@@ -33,6 +33,7 @@ image::file::eTiffBufferMode SeriesOptions::getBufferMode() const {
 }
 
 FileSeries SeriesOptions::find(OutputOptions const& output) const {
+    tellMistakenKeyword(_pattern);
     FileSeries series = FileSeries::findIn(_directory, _pattern);
     if (series.getEntries().empty()) {
         failWithoutMatch();

@@ -22,6 +22,7 @@ StackCommand::StackCommand(CLI::App& parent)
     _series.addTo(getApp());
     getApp().add_option("--along", _along, "z|t: the axis along which the files follow each other (z)");
     _output.addTo(getApp());
+    _output.addCalibrationTagsTo(getApp());
 }
 
 image::ImagePtr StackCommand::open(FileSeries const& series,

@@ -4,6 +4,7 @@
 #include "Terminal.h"
 
 #include "Failure.h"
+#include "Interrupt.h"
 
 #include <cerrno>
 #include <cstring>
@@ -14,14 +15,14 @@ namespace tool {
 
 namespace {
 
-/// 0, or the error number of the write that failed.
+/// 0, or the error number of the write that failed; EINTR where an interrupt ended a wait for a reader.
 int writeAll(int descriptor, std::string const& text) {
     std::size_t done = 0;
     while (done < text.size()) {
         ssize_t const nbWritten = write(descriptor, text.data() + done, text.size() - done);
         if (nbWritten >= 0) {
             done += static_cast<std::size_t>(nbWritten);
-        } else if (errno != EINTR) {
+        } else if (errno != EINTR || isInterruptRequested()) {
             return errno;
         }
     }
@@ -32,6 +33,9 @@ int writeAll(int descriptor, std::string const& text) {
 
 void printOutput(std::string const& text) {
     int const error = writeAll(STDOUT_FILENO, text);
+    if (error == EINTR) {
+        throw Interrupted();
+    }
     if (error != 0 && error != EPIPE) {
         throw WorkFailure(std::string("cannot write to standard output: ") + std::strerror(error));
     }

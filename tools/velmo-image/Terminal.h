@@ -9,7 +9,7 @@ namespace velmo {
 namespace tool {
 
 /// Writes to standard output. A reader that has gone (`| head`) is no failure; anything else is thrown as
-/// WorkFailure.
+/// WorkFailure, and a request to stop that comes while nobody reads as Interrupted.
 void printOutput(std::string const& text);
 /// One message on standard error, behind the name of the program.
 void printMessage(std::string const& text);

@@ -2,16 +2,19 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "ConvertCommand.h"
+#include "HelpFormatter.h"
 #include "InfoCommand.h"
 #include "Interrupt.h"
 #include "MatchCommand.h"
 #include "PreviewCommand.h"
+#include "RefusedLine.h"
 #include "ResampleCommand.h"
 #include "StackCommand.h"
 #include "Terminal.h"
 #include "TiffWords.h"
 
 #include <VELMOUtil/Logging.h>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <log4cplus/loglevel.h>
@@ -26,20 +29,21 @@ namespace {
 constexpr char const* g_version = "velmo-image " VELMO_VERSION;
 
 /// What the parser stopped at: a request for help or the version, or a command line that it refuses.
-eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop) {
+eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop,
+                        std::vector<std::string> const& words) {
     if (stop.get_exit_code() == 0) {
         std::ostringstream text;
         app.exit(stop, text, text);
         printOutput(text.str());
         return eES_Done;
     }
-    throw WrongUse(std::string(stop.what()) +
-                   "; velmo-image --help and velmo-image COMMAND --help tell more");
+    throw WrongUse(explainRefusal(app, stop, words));
 }
 
 eExitStatus runCommand(int argc, char** argv) {
     CLI::App app("Look at, convert, join and resample image files: TIFF, Im6, and raw planes of pixels",
                  "velmo-image");
+    app.formatter(std::make_shared<HelpFormatter>()); // before the commands, which take it over
     app.set_version_flag("--version", g_version);
     app.require_subcommand(1);
     app.footer("Exit status: 0 done, 1 the work failed, 2 wrong use, 130 interrupted.");
@@ -53,7 +57,7 @@ eExitStatus runCommand(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& stop) {
-        return tellParsing(app, stop);
+        return tellParsing(app, stop, {argv + std::min(argc, 1), argv + argc});
     }
     for (auto const& pCommand : commands) {
         if (pCommand->isChosen()) {

@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "SoftLimit.h"
+
+#include <csignal>
+
+namespace velmo {
+namespace test {
+
+/// Limits the files that are written by this process and by those that are started while it lives.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(rlim_t nbBytes)
+        : _earlierHandler(std::signal(SIGXFSZ, SIG_IGN)), _limit(RLIMIT_FSIZE, nbBytes) {}
+    ~FileSizeLimit() { std::signal(SIGXFSZ, _earlierHandler); }
+    FileSizeLimit(FileSizeLimit const&) = delete;
+    FileSizeLimit& operator=(FileSizeLimit const&) = delete;
+
+  private:
+    void (*_earlierHandler)(int);
+    SoftLimit _limit;
+};
+
+} // namespace test
+} // namespace velmo
