@@ -122,6 +122,7 @@ void TiffDirectories::goBack(vlUInt64 offset) const {
         _pStream->forgetAhead();
     }
     if (offset == 0 || TIFFSetSubDirectory(_pTiff, offset) != 1) {
+        TIFFSetField(_pTiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE); // else libtiff loses the codec's memory
         TIFFFreeDirectory(_pTiff);
         TIFFCreateDirectory(_pTiff);
     }
