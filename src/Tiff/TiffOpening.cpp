@@ -9,6 +9,8 @@
 #include "Tiff/TiffTags.h"
 
 #include <VELMOUtil/BaseException.h>
+#include <cerrno>
+#include <system_error>
 
 namespace velmo {
 namespace image {
@@ -27,6 +29,13 @@ BoolResult readStoredFile(TIFF* pTiff, boost::filesystem::path const& path, Imag
     return result;
 }
 
+/// Why libtiff did not see all of the directories that it was to read, since the last zero of errno: it
+/// leaves out a tag that it has no memory for, and takes a directory for the end of the file, and says that
+/// in many words or in none. What the C library said stays.
+std::error_code findMissed(TiffStream const& stream) {
+    return errno == ENOMEM ? std::make_error_code(std::errc::not_enough_memory) : stream.getReadError();
+}
+
 } // namespace
 
 BoolResult openTiffFile(boost::filesystem::path const& filePath, eImageAccessMode const& accessMode,
@@ -40,6 +49,7 @@ BoolResult openTiffFile(boost::filesystem::path const& filePath, eImageAccessMod
     pGeometricCalibration.reset();
     TiffFileClosure closure(filePath.string(), pTiff);
     try {
+        errno = 0; // for findMissed
         pTiff = TiffStream::open(filePath, accessMode == eIAM_ReadOnly ? "r" : "r+");
         if (pTiff == nullptr) {
             return fail(Message::eTIFM_OpenFileError, filePath.string(), getTiffWords());
@@ -50,8 +60,9 @@ BoolResult openTiffFile(boost::filesystem::path const& filePath, eImageAccessMod
                 : TiffForeignFile(pTiff, filePath, accessMode, directoryMode, bufferMode)
                       .read(pImageGeometry, pGeometricCalibration);
         TiffStream& stream = *TiffStream::find(pTiff);
-        if (result && stream.getReadError()) {
-            result = fail(Message::eTIFM_OpenFileError, filePath.string(), stream.getReadError().message());
+        std::error_code const missed = findMissed(stream);
+        if (result && missed) {
+            result = fail(Message::eTIFM_OpenFileError, filePath.string(), missed.message());
         }
         if (result) {
             stream.allowWrites();

@@ -10,7 +10,6 @@
 #include <VELMOUtil/FileKind.h>
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -122,16 +121,6 @@ struct TiffStream::ClientProcedures {
     }
 
     static toff_t size(thandle_t handle) { return static_cast<TiffStream*>(handle)->getSize(); }
-
-    /// Leaves the word itself to the process's handler.
-    static int noteError(TIFF* /*pTiff*/, void* pStream, char const* /*module*/, char const* format,
-                         va_list /*args*/) {
-        if (std::strstr(format, "Failed to allocate memory") != nullptr) {
-            static_cast<TiffStream*>(pStream)->_readError =
-                std::make_error_code(std::errc::not_enough_memory);
-        }
-        return 0;
-    }
 };
 
 TiffStream::TiffStream(bool bWritable) : _bWritable(bWritable), _pChain(new DirectoryChain) {}
@@ -181,7 +170,6 @@ TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesys
     std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> const pOptions(TIFFOpenOptionsAlloc(),
                                                                                 TIFFOpenOptionsFree);
     if (pOptions && mode[0] == 'r') {
-        TIFFOpenOptionsSetErrorHandlerExtR(pOptions.get(), Client::noteError, pStream.get());
         vlUInt64 const limit = std::max(room, pStream->getSize() * g_allocationFactor);
         TIFFOpenOptionsSetMaxSingleMemAlloc(pOptions.get(), static_cast<tmsize_t>(limit));
     }

@@ -15,6 +15,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
+#include <tiffio.h>
 
 namespace velmo {
 namespace test {
@@ -185,6 +186,53 @@ std::vector<FaultSample> makeDistributedSamples() {
                         return loadDistributedTiffImageFile(path, eTDM_Volume, eTBM_Default, true);
                     }),
         interleavedSample};
+}
+
+namespace {
+
+constexpr vlUInt64 g_nbForeignPlanes = 4;
+
+/// A directory for each plane, as another program writes it.
+void writeForeignTiff(fs::path const& path, std::string pixels) {
+    std::unique_ptr<TIFF, decltype(&TIFFClose)> const pTiff(TIFFOpen(path.c_str(), "w"), TIFFClose);
+    if (!pTiff) {
+        throw std::bad_alloc();
+    }
+    auto const planeSize = static_cast<tmsize_t>(pixels.size() / g_nbForeignPlanes);
+    for (std::size_t plane = 0; plane < g_nbForeignPlanes; ++plane) {
+        TIFFSetField(pTiff.get(), TIFFTAG_IMAGEWIDTH, g_sizeX);
+        TIFFSetField(pTiff.get(), TIFFTAG_IMAGELENGTH, g_sizeY);
+        TIFFSetField(pTiff.get(), TIFFTAG_BITSPERSAMPLE, 16);
+        TIFFSetField(pTiff.get(), TIFFTAG_SAMPLESPERPIXEL, 1);
+        TIFFSetField(pTiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+        TIFFSetField(pTiff.get(), TIFFTAG_ROWSPERSTRIP, g_sizeY);
+        TIFFSetField(pTiff.get(), TIFFTAG_XRESOLUTION, 4.0);
+        TIFFSetField(pTiff.get(), TIFFTAG_YRESOLUTION, 2.0);
+        TIFFSetField(pTiff.get(), TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
+        char* const pPlane = pixels.data() + static_cast<tmsize_t>(plane) * planeSize;
+        TIFFWriteEncodedStrip(pTiff.get(), 0, pPlane, planeSize);
+        TIFFWriteDirectory(pTiff.get());
+    }
+}
+
+} // namespace
+
+FaultSample makeForeignTiffSample() {
+    VolumeGeometry volume;
+    volume.init3d(g_nbForeignPlanes);
+    auto const pGeometry =
+        geometry(eIBT_UInt16, g_sizeX, g_sizeY, volume, ColorGeometry(), TemporalGeometry());
+    std::string const pixels = makePixels(*pGeometry);
+    ImagePtr const pImage = makeMemoryImage(*pGeometry, pixels);
+    pImage->setGeometricCalibration(createGeometricCalibration2d(0.25F, 0.5F, "cm", 0, 0, 0, 0, 0));
+    return {"tiff foreign",
+            ".tif",
+            pImage,
+            [pixels](fs::path const& path) { writeForeignTiff(path, pixels); },
+            [](fs::path const& path) { return loadTiffImageFile(path, eTBM_Default); },
+            "",
+            "Error while loading tiff image file ",
+            false};
 }
 
 std::vector<FaultSample> makeSavedSamples() {

@@ -36,6 +36,9 @@ FaultSample makeInterleavedSample();
 /// Loads by workers.
 std::vector<FaultSample> makeDistributedSamples();
 
+/// A TIFF file of another program; its save is no function of the module.
+FaultSample makeForeignTiffSample();
+
 std::vector<FaultSample> makeSavedSamples();
 std::vector<FaultSample> makeAllSamples();
 

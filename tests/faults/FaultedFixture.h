@@ -16,6 +16,7 @@ inline FaultSample makeSample(std::size_t index) {
     std::vector<FaultSample> samples = makeAllSamples();
     std::vector<FaultSample> const more = makeDistributedSamples();
     samples.insert(samples.end(), more.begin(), more.end());
+    samples.push_back(makeForeignTiffSample());
     return samples.at(index);
 }
 

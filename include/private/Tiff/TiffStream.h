@@ -43,8 +43,8 @@ class TiffStream {
 
     /// As many bytes as there are, at most `nbBytes`.
     vlUInt64 readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
-    /// Why the system last refused a read, as against the end of the file, or libtiff the memory for one; no
-    /// error where none did. Of a tag that cannot be read libtiff says no more than that it is left out.
+    /// Why the system last refused a read, as against the end of the file; no error where it never did. Of a
+    /// tag that cannot be read libtiff says no more than that it is left out.
     std::error_code const& getReadError() const { return _readError; }
     /// As many bytes as the file takes.
     vlUInt64 writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
