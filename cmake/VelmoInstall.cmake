@@ -2,6 +2,11 @@
 # and Tools. Nothing installed holds a path of its prefix: it can be moved.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+foreach(folder BINDIR LIBDIR INCLUDEDIR)
+  if(VELMO_INSTALL AND IS_ABSOLUTE "${CMAKE_INSTALL_${folder}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${folder} is a folder below the prefix, not '${CMAKE_INSTALL_${folder}}'")
+  endif()
+endforeach()
 set(VELMO_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/velmo)
 file(RELATIVE_PATH velmo_libraries_from_tools /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
 set(velmo_install_templates ${CMAKE_CURRENT_LIST_DIR})
@@ -56,7 +61,7 @@ function(velmo_install_pkg_config target)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${arg_PKG_CONFIG}.pc DESTINATION ${folder} COMPONENT Development)
 endfunction()
 
-# velmo_install_tool(TARGET [MAN_PAGE file] [COMPLETION file]): files of the current folder.
+# velmo_install_tool(TARGET MAN_PAGE file COMPLETION file): files of the current folder.
 function(velmo_install_tool target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "MAN_PAGE;COMPLETION" "")
   if(NOT VELMO_INSTALL)
@@ -65,11 +70,7 @@ function(velmo_install_tool target)
   install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tools)
   set_target_properties(${target} PROPERTIES
     INSTALL_RPATH $ORIGIN/${velmo_libraries_from_tools} INSTALL_RPATH_USE_LINK_PATH ON)
-  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${arg_MAN_PAGE})
-    install(FILES ${arg_MAN_PAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
-  endif()
-  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${arg_COMPLETION})
-    install(FILES ${arg_COMPLETION} RENAME ${target}
-      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT Tools)
-  endif()
+  install(FILES ${arg_MAN_PAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
+  install(FILES ${arg_COMPLETION} RENAME ${target}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT Tools)
 endfunction()

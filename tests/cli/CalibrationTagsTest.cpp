@@ -101,6 +101,15 @@ TEST(CalibrationTags, TheSizeComesBackToTheBit) {
     }
 }
 
+TEST(CalibrationTags, APowerOfTwoComesBackToTheBit) {
+    for (int power = -20; power <= 20; ++power) {
+        float const size = std::ldexp(1.0F, power);
+        CalibrationTags const tags = toTagsOf(size, 1, "um");
+        ASSERT_TRUE(tags.resolution) << power;
+        EXPECT_EQ(size, static_cast<float>(1e4 / toDouble(tags.resolution->x))) << power;
+    }
+}
+
 TEST(CalibrationTags, WithoutAUnitThePixelsAreToldForAUnitWithoutAName) {
     CalibrationTags const tags = toTagsOf(0.25F, 2, "");
     EXPECT_EQ("", tags.warning);

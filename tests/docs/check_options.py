@@ -18,7 +18,7 @@ def find_helped(text):
     """Options of a help text as --name, and positional arguments by their names."""
     options = set(re.findall(r"^  (?:-\w,)?(--[\w-]+)", text, re.MULTILINE)) - {"--help"}
     positionals = text.partition("Positionals:\n")[2].partition("\n\n")[0]
-    return options | set(re.findall(r"^  ([A-Z]+) TEXT", positionals, re.MULTILINE))
+    return options | set(re.findall(r"^  ([A-Z]+)\b", positionals, re.MULTILINE))
 
 
 def find_told(section):
@@ -37,6 +37,9 @@ def main():
         helped = find_helped(run(tool, command, "--help"))
         told = find_told(sections.get(command, ""))
         problems += [f"docs/tool.md: the table of {command} lacks {name}" for name in sorted(helped - told)]
+        problems += [f"docs/tool.md: {command} has no {name}" for name in sorted(told - helped)]
+        if not any(name.isupper() for name in helped):
+            problems.append(f"velmo-image {command} --help shows no arguments")
     return pages.end(problems)
 
 

@@ -57,9 +57,9 @@ void BinaryFile::write(vlUInt64 offset, std::string const& bytes) {
     while (done < bytes.size()) {
         ssize_t const nbWritten =
             pwrite(_descriptor, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
-        if (nbWritten >= 0) {
+        if (nbWritten > 0) {
             done += static_cast<std::size_t>(nbWritten);
-        } else if (errno != EINTR) {
+        } else if (nbWritten == 0 || errno != EINTR) {
             failAt("write", _path, errno);
         }
     }

@@ -87,8 +87,8 @@ std::string toText(float size) {
 /// Pixels in `length` units, for a size in units: the simplest number that the size is rounded from, which is
 /// most probably the one that was meant.
 std::optional<Rational> countPixels(float size, double length) {
-    double const next = std::nextafter(size, std::numeric_limits<float>::max());
-    double const rounding = (next - static_cast<double>(size)) / 2 / static_cast<double>(size);
+    double const before = std::nextafter(size, 0.0F); // behind a power of two numbers lie less densely
+    double const rounding = (static_cast<double>(size) - before) / 2 / static_cast<double>(size);
     constexpr double shareOfIt = 0.99; // a number on the border may have been rounded the other way
     return findRational(length / static_cast<double>(size), shareOfIt * rounding);
 }

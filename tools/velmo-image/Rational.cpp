@@ -44,7 +44,7 @@ Fraction approximate(double value, double tolerance) {
         if (factor != term) { // the last one may be nearer than the beginning of the next
             return next.getDistance(value) < last.getDistance(value) ? next : last;
         }
-        if (next.getDistance(value) <= value * tolerance) {
+        if (next.getDistance(value) <= value * tolerance || rest == static_cast<double>(term)) {
             return next;
         }
         before = last;
