@@ -63,7 +63,7 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     /// carries an accessor.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
-    /// Throws.
+    /// Throws as `duplicate` does.
     DynamicObjectPtr duplicateShared() const override;
     void copy(BaseDynamicObject const& other) override;
 
