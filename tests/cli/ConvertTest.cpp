@@ -235,5 +235,27 @@ TEST_F(Convert, AnIm6OutputIsRefused) {
     EXPECT_EQ("ABCD", read("out.im6"));
 }
 
+TEST_F(Convert, ANameOfAPictureIsWarnedOfWhereNoFormatIsGiven) {
+    std::string const input = create("in.raw", "ABCD");
+    for (auto const& [name, bWarns] : std::vector<std::pair<std::string, bool>>{{"a.png", true},
+                                                                                {"a.JPG", true},
+                                                                                {"a.jpeg", true},
+                                                                                {"a.bmp", true},
+                                                                                {"a.gif", true},
+                                                                                {"a.png.raw", false},
+                                                                                {"png", false}}) {
+        Arguments const arguments = Arguments{"convert", input, path(name)} + raw("2,2", "uint8");
+        ToolResult const result = runTool(arguments);
+        EXPECT_EQ(0, result.status);
+        EXPECT_EQ(bWarns ? "velmo-image: warning: \"" + path(name) +
+                               "\" is written as raw planes, whatever its name says; velmo-image preview "
+                               "makes pictures\n"
+                         : "",
+                  result.err);
+        EXPECT_EQ("ABCD", read(name));
+        expectDone(runTool(arguments + Arguments{"--output-format", "raw", "--overwrite"}));
+    }
+}
+
 } // namespace test
 } // namespace velmo

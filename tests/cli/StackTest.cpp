@@ -246,6 +246,14 @@ TEST_F(Stack, MoreFilesThanTheSoftLimitOfOpenFilesAreJoined) {
     EXPECT_EQ(planes, stackToRaw("a<INDEX>.tif"));
 }
 
+TEST_F(Stack, ANameOfAPictureIsWarnedOf) {
+    put("a1.tif", "abcdef");
+    ToolResult const result = runTool({"stack", path("s"), "*", path("out.png")});
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.err, HasSubstr("out.png\" is written as raw planes, whatever its name says"));
+    EXPECT_EQ("abcdef", read("out.png"));
+}
+
 TEST_P(WrongStack, IsRefusedBeforeAnyWork) {
     expectRefused("stack");
 }

@@ -15,6 +15,10 @@ namespace {
 constexpr std::array<Choice<eFileFormat>, 3> g_formats = {
     {{"raw", eFileFormat::Raw}, {"tiff", eFileFormat::Tiff}, {"im6", eFileFormat::Im6}}};
 
+std::string getLowerCaseExtension(boost::filesystem::path const& path) {
+    return boost::algorithm::to_lower_copy(path.extension().string());
+}
+
 } // namespace
 
 char const* getFormatName(eFileFormat format) {
@@ -26,11 +30,17 @@ eFileFormat chooseFormat(boost::filesystem::path const& path, std::string const&
     if (!optionValue.empty()) {
         return parseChoice(option, optionValue, g_formats);
     }
-    std::string const extension = boost::algorithm::to_lower_copy(path.extension().string());
+    std::string const extension = getLowerCaseExtension(path);
     if (extension == ".tif" || extension == ".tiff") {
         return eFileFormat::Tiff;
     }
     return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
+}
+
+bool hasPictureExtension(boost::filesystem::path const& path) {
+    std::string const extension = getLowerCaseExtension(path);
+    return extension == ".png" || extension == ".jpg" || extension == ".jpeg" || extension == ".bmp" ||
+           extension == ".gif";
 }
 
 void requireWritable(eFileFormat format, boost::filesystem::path const& path) {

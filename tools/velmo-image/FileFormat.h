@@ -19,6 +19,9 @@ char const* getFormatName(eFileFormat format);
 eFileFormat chooseFormat(boost::filesystem::path const& path, std::string const& option,
                          std::string const& optionValue);
 
+/// Whether the name is that of a picture for looking at: .png, .jpg, .jpeg, .bmp or .gif.
+bool hasPictureExtension(boost::filesystem::path const& path);
+
 /// A format that is only read is thrown as WrongUse.
 void requireWritable(eFileFormat format, boost::filesystem::path const& path);
 

@@ -116,6 +116,13 @@ void OutputOptions::requireWritable() const {
     requireWritableTarget(_file, _bOverwrite);
 }
 
+void OutputOptions::tellPictureName() const {
+    if (_format.empty() && hasPictureExtension(_file)) {
+        printMessage("warning: " + quoted(_file) +
+                     " is written as raw planes, whatever its name says; velmo-image preview makes pictures");
+    }
+}
+
 std::optional<TiffResolution> OutputOptions::getResolution(image::DiskImage const& image) const {
     if (!_bCalibrationTags) {
         return std::nullopt;

@@ -45,6 +45,7 @@ FileSeries SeriesOptions::find(OutputOptions const& output) const {
     }
     tellProblems(series, _bStrict);
     output.requireWritable();
+    output.tellPictureName();
     if (isLaterFound(output.getFile())) {
         printMessage("warning: " + quoted(output.getFile()) +
                      " lies among the files and matches the pattern: a later run would read it");
