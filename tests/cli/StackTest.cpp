@@ -279,7 +279,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongOption{"Im6", {"s", "*", "out.im6"}, "Im6 files are read and not written"},
         WrongOption{"Format",
                     {"s", "*", "out.tif", "--output-format", "png"},
-                    "--output-format takes one of raw, tiff, im6; not \"png\""}),
+                    "--output-format takes one of raw, tiff; not \"png\""}),
     getName<WrongOption>);
 
 } // namespace test

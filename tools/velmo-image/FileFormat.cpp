@@ -14,9 +14,19 @@ namespace {
 
 constexpr std::array<Choice<eFileFormat>, 3> g_formats = {
     {{"raw", eFileFormat::Raw}, {"tiff", eFileFormat::Tiff}, {"im6", eFileFormat::Im6}}};
+constexpr std::array<Choice<eFileFormat>, 2> g_outputFormats = {
+    {{"raw", eFileFormat::Raw}, {"tiff", eFileFormat::Tiff}}};
 
 std::string getLowerCaseExtension(boost::filesystem::path const& path) {
     return boost::algorithm::to_lower_copy(path.extension().string());
+}
+
+eFileFormat getFormatOfName(boost::filesystem::path const& path) {
+    std::string const extension = getLowerCaseExtension(path);
+    if (extension == ".tif" || extension == ".tiff") {
+        return eFileFormat::Tiff;
+    }
+    return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
 }
 
 } // namespace
@@ -25,29 +35,26 @@ char const* getFormatName(eFileFormat format) {
     return g_formats[static_cast<std::size_t>(format)].first;
 }
 
-eFileFormat chooseFormat(boost::filesystem::path const& path, std::string const& option,
-                         std::string const& optionValue) {
+eFileFormat chooseInputFormat(boost::filesystem::path const& path, std::string const& optionValue) {
+    return optionValue.empty() ? getFormatOfName(path) : parseChoice("--format", optionValue, g_formats);
+}
+
+eFileFormat chooseOutputFormat(boost::filesystem::path const& path, std::string const& optionValue) {
     if (!optionValue.empty()) {
-        return parseChoice(option, optionValue, g_formats);
+        return parseChoice("--output-format", optionValue, g_outputFormats);
     }
-    std::string const extension = getLowerCaseExtension(path);
-    if (extension == ".tif" || extension == ".tiff") {
-        return eFileFormat::Tiff;
+    eFileFormat const format = getFormatOfName(path);
+    if (format == eFileFormat::Im6) {
+        throw WrongUse("Im6 files are read and not written, and " + quoted(path.string()) +
+                       " is to be written as one; --output-format raw or tiff writes under any name");
     }
-    return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
+    return format;
 }
 
 bool hasPictureExtension(boost::filesystem::path const& path) {
     std::string const extension = getLowerCaseExtension(path);
     return extension == ".png" || extension == ".jpg" || extension == ".jpeg" || extension == ".bmp" ||
            extension == ".gif";
-}
-
-void requireWritable(eFileFormat format, boost::filesystem::path const& path) {
-    if (format == eFileFormat::Im6) {
-        throw WrongUse("Im6 files are read and not written, and " + quoted(path.string()) +
-                       " is to be written as one; --output-format raw or tiff writes under any name");
-    }
 }
 
 } // namespace tool

@@ -112,7 +112,7 @@ void InputOptions::addTo(CLI::App& app) {
 }
 
 eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
-    return chooseFormat(path, "--format", _format);
+    return chooseInputFormat(path, _format);
 }
 
 std::string const* InputOptions::findInput(std::vector<std::string> const& files, eFileFormat format) const {
