@@ -134,7 +134,8 @@ TEST_F(Stack, WithStrictAGapIsAFailureBeforeAnyWork) {
 }
 
 TEST_F(Stack, NoMatchAndNoDirectoryAreFailures) {
-    expectNoOutput(stack("a<INDEX>.tif"), "no file in \"" + path("s") + "\" matches \"a<INDEX>.tif\"");
+    expectNoOutput(stack("a<INDEX>.tif"),
+                   "no file in \"" + path("s") + "\" matches \"a<INDEX>.tif\"; there is no file");
     expectNoOutput({"stack", path("none"), "*", path("out.raw")},
                    "cannot list \"" + path("none") + "\": No such file or directory");
     put("a18446744073709551616.tif", "abcdef");

@@ -72,7 +72,7 @@ fs::path SeriesOptions::getFirstFile(FileSeries const& series) const {
 }
 
 void SeriesOptions::failWithoutMatch() const {
-    throw WorkFailure("no file in " + quoted(_directory) + " matches " + quoted(_pattern));
+    throw WorkFailure(explainNoMatch(_directory, _pattern));
 }
 
 } // namespace tool
