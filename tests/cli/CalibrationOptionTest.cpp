@@ -52,6 +52,15 @@ class CalibrationOption : public SeriesFixture {
 
 } // namespace
 
+TEST_F(CalibrationOption, InfoTellsThePixelSizeWithItsUnitIfItHasOne) {
+    for (auto const& [unit, told] :
+         std::vector<std::pair<std::string, std::string>>{{"um", " um"}, {"", ""}}) {
+        saveVolume("in.tif", unit);
+        EXPECT_THAT(runTool({"info", path("in.tif")}).out,
+                    HasSubstr("\n  pixel size  0.65 x 0.5 x 3.5" + told + '\n'));
+    }
+}
+
 TEST_F(CalibrationOption, TellsThePixelSizeInEachDirectory) {
     saveVolume("in.tif", "um");
     for (char const* const compression : {"none", "lzw", "deflate"}) {

@@ -227,12 +227,36 @@ TEST_F(Convert, AnIm6OutputIsRefused) {
     ToolResult const result = runTool(Arguments{"convert", input, path("out.im6")} + raw("2,2", "uint8"));
     EXPECT_EQ(2, result.status);
     EXPECT_THAT(result.err, testing::HasSubstr("Im6 files are read and not written"));
-    EXPECT_EQ(2, convert(input, "2,2", {"--output-format", "im6"}).status);
-    EXPECT_EQ(2, convert(input, "2,2", {"--output-format", "x"}).status);
+    for (char const* const format : {"im6", "x"}) {
+        expectFailure(convert(input, "2,2", {"--output-format", format}), 2,
+                      std::string("--output-format takes one of raw, tiff; not \"") + format + '"');
+    }
     EXPECT_THAT(list(), ElementsAre("in.raw"));
     expectDone(runTool(Arguments{"convert", input, path("out.im6"), "--output-format", "raw"} +
                        raw("2,2", "uint8")));
     EXPECT_EQ("ABCD", read("out.im6"));
+}
+
+TEST_F(Convert, ANameOfAPictureIsWarnedOfWhereNoFormatIsGiven) {
+    std::string const input = create("in.raw", "ABCD");
+    for (auto const& [name, bWarns] : std::vector<std::pair<std::string, bool>>{{"a.png", true},
+                                                                                {"a.JPG", true},
+                                                                                {"a.jpeg", true},
+                                                                                {"a.bmp", true},
+                                                                                {"a.gif", true},
+                                                                                {"a.png.raw", false},
+                                                                                {"png", false}}) {
+        Arguments const arguments = Arguments{"convert", input, path(name)} + raw("2,2", "uint8");
+        ToolResult const result = runTool(arguments);
+        EXPECT_EQ(0, result.status);
+        EXPECT_EQ(bWarns ? "velmo-image: warning: \"" + path(name) +
+                               "\" is written as raw planes, whatever its name says; velmo-image preview "
+                               "makes pictures\n"
+                         : "",
+                  result.err);
+        EXPECT_EQ("ABCD", read(name));
+        expectDone(runTool(arguments + Arguments{"--output-format", "raw", "--overwrite"}));
+    }
 }
 
 } // namespace test

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "SeriesFixture.h"
+#include "SyscallTrace.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -51,6 +52,11 @@ class StuckOutput : public SeriesFixture {
     void TearDown() override {
         close(_ends[0]);
         close(_ends[1]);
+    }
+
+    void empty() const {
+        std::string bytes(static_cast<std::size_t>(fcntl(_ends[0], F_GETPIPE_SZ)), ' ');
+        ASSERT_LT(0, ::read(_ends[0], bytes.data(), bytes.size()));
     }
 
     int _ends[2] = {-1, -1}; ///< of a pipe that is full
@@ -105,6 +111,22 @@ TEST_F(StuckOutput, IsGivenUpAfterAnInterrupt) {
             expectFailure(process.wait(), 130, "interrupted");
         }
     }
+}
+
+TEST_F(StuckOutput, AnInterruptDuringACheckEndsItAtTheNextPlane) {
+    create("b.raw", "ABCD");
+    ToolProcess process(Arguments{"info", "--check", path("s/a1.tif"), path("b.raw")} + raw("2,2", "uint8"),
+                        _ends[1]);
+    ASSERT_TRUE(process.waitForSleep());
+    SyscallTrace trace(process.getPid());
+    if (!trace.isAttached()) {
+        GTEST_SKIP() << "the system forbids to trace a process";
+    }
+    empty();
+    ASSERT_LT(0, trace.runToUseOf(path("b.raw")));
+    process.send(SIGINT);
+    trace.detach();
+    expectFailure(process.wait(), 130, "interrupted");
 }
 
 } // namespace test

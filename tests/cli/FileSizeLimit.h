@@ -10,11 +10,12 @@
 namespace velmo {
 namespace test {
 
-/// Limits the files that are written by this process and by those that are started while it lives.
+/// Limits the files that are written by this process, which the signal does not end, and by those that are
+/// started while it lives: these have the signal as it is without a handler.
 class FileSizeLimit {
   public:
     explicit FileSizeLimit(rlim_t nbBytes)
-        : _earlierHandler(std::signal(SIGXFSZ, SIG_IGN)), _limit(RLIMIT_FSIZE, nbBytes) {}
+        : _earlierHandler(std::signal(SIGXFSZ, [](int) {})), _limit(RLIMIT_FSIZE, nbBytes) {}
     ~FileSizeLimit() { std::signal(SIGXFSZ, _earlierHandler); }
     FileSizeLimit(FileSizeLimit const&) = delete;
     FileSizeLimit& operator=(FileSizeLimit const&) = delete;

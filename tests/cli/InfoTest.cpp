@@ -128,8 +128,7 @@ TEST_F(Info, AFileThatFailsHasItsEntryAndTheOthersAreTold) {
     std::string const missing = path("missing.raw");
     std::string const good = create("good.raw", "xxxx");
     ToolResult const result = runTool(Arguments{"info", "--json", missing, good} + raw("2,2", "uint8"));
-    std::string const error =
-        "Error while loading raw image file \"" + missing + "\"\nFailed to open raw image file " + missing;
+    std::string const error = "cannot read \"" + missing + "\": No such file or directory";
     expectFailure(result, 1, error);
     json const files = getFiles(result);
     ASSERT_EQ(2U, files.size());

@@ -67,7 +67,8 @@ TEST_F(Keyword, AMistakenOneIsWarnedOfByStackAndResample) {
         ToolResult const result = runTool(arguments);
         EXPECT_EQ(1, result.status);
         EXPECT_EQ(warnOf("<INDEX", "a<INDEX.tif") + "velmo-image: no file in \"" + path("s") +
-                      "\" matches \"a<INDEX.tif\"\n",
+                      "\" matches \"a<INDEX.tif\"; there is \"a1.tif\", and a number in a name is written "
+                      "<INDEX>\n",
                   result.err);
     }
 }

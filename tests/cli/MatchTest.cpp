@@ -142,7 +142,21 @@ TEST_F(Match, ManyGapsAndDuplicatesAreSummarised) {
 TEST_F(Match, NoMatchIsAFailure) {
     create("a.txt", "");
     expectFailure(runTool({"match", "b*", "a1", "a2"}), 1, "no name matches \"b*\"");
-    expectFailure(matchFolder("b*"), 1, "no file in \"" + _folder.getPath().string() + "\" matches \"b*\"");
+    boost::filesystem::remove(_folder / "a.txt");
+    create(".hidden.tif", "");
+    expectFailure(matchFolder("b*"), 1,
+                  "no file in \"" + _folder.getPath().string() + "\" matches \"b*\"; there is no file");
+}
+
+TEST_F(Match, WhereNoFileMatchesOneThatIsThereIsNamed) {
+    std::string const noFile = "no file in \"" + _folder.getPath().string() + "\" matches ";
+    create("a.txt", "");
+    for (char const* const pattern : {"b<INDEX>", "b*"}) {
+        expectFailure(matchFolder(pattern), 1, noFile + '"' + pattern + "\"; there is \"a.txt\"");
+    }
+    create("img1.TIF", "");
+    expectFailure(matchFolder("img#.tif"), 1,
+                  noFile + "\"img#.tif\"; there is \"img1.TIF\", and a number in a name is written <INDEX>");
 }
 
 TEST_F(Match, ANameWithAFolderThatDoesNotMatchIsHintedAt) {

@@ -27,7 +27,10 @@ TEST_P(RefusedLine, IsToldWithWhatIsRight) {
     ToolResult const result = runTool(GetParam().arguments);
     EXPECT_EQ("", result.out);
     std::string const help = *GetParam().help == '\0' ? "" : GetParam().help + std::string(" ");
-    expectFailure(result, 2, std::string(GetParam().message) + "; velmo-image " + help + "--help tells more");
+    std::string const message = GetParam().message;
+    expectFailure(result, 2,
+                  message + (message.back() == '?' ? " " : "; ") + "velmo-image " + help +
+                      "--help tells more");
 }
 
 INSTANTIATE_TEST_SUITE_P(

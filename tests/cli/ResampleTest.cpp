@@ -115,7 +115,9 @@ TEST_F(Resample, WithStrictAGapIsAFailureBeforeAnyWork) {
 TEST_F(Resample, NoMatchIsAFailure) {
     Arguments arguments = resample();
     arguments[2] = "b*";
-    expectNoOutput(arguments, "no file in \"" + path("s") + "\" matches \"b*\"");
+    expectNoOutput(arguments,
+                   "no file in \"" + path("s") +
+                       "\" matches \"b*\"; there is \"a10.tif\", and a number in a name is written <INDEX>");
 }
 
 TEST_F(Resample, AnOutputAmongTheFilesAndAnExistingOneAreRefused) {

@@ -134,7 +134,8 @@ TEST_F(Stack, WithStrictAGapIsAFailureBeforeAnyWork) {
 }
 
 TEST_F(Stack, NoMatchAndNoDirectoryAreFailures) {
-    expectNoOutput(stack("a<INDEX>.tif"), "no file in \"" + path("s") + "\" matches \"a<INDEX>.tif\"");
+    expectNoOutput(stack("a<INDEX>.tif"),
+                   "no file in \"" + path("s") + "\" matches \"a<INDEX>.tif\"; there is no file");
     expectNoOutput({"stack", path("none"), "*", path("out.raw")},
                    "cannot list \"" + path("none") + "\": No such file or directory");
     put("a18446744073709551616.tif", "abcdef");
@@ -246,6 +247,14 @@ TEST_F(Stack, MoreFilesThanTheSoftLimitOfOpenFilesAreJoined) {
     EXPECT_EQ(planes, stackToRaw("a<INDEX>.tif"));
 }
 
+TEST_F(Stack, ANameOfAPictureIsWarnedOf) {
+    put("a1.tif", "abcdef");
+    ToolResult const result = runTool({"stack", path("s"), "*", path("out.png")});
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.err, HasSubstr("out.png\" is written as raw planes, whatever its name says"));
+    EXPECT_EQ("abcdef", read("out.png"));
+}
+
 TEST_P(WrongStack, IsRefusedBeforeAnyWork) {
     expectRefused("stack");
 }
@@ -271,7 +280,7 @@ INSTANTIATE_TEST_SUITE_P(
         WrongOption{"Im6", {"s", "*", "out.im6"}, "Im6 files are read and not written"},
         WrongOption{"Format",
                     {"s", "*", "out.tif", "--output-format", "png"},
-                    "--output-format takes one of raw, tiff, im6; not \"png\""}),
+                    "--output-format takes one of raw, tiff; not \"png\""}),
     getName<WrongOption>);
 
 } // namespace test

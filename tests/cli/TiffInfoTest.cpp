@@ -99,6 +99,24 @@ void writeBrokenChain(boost::filesystem::path const& path) {
     writeFile(path, bytes);
 }
 
+/// Three directories, each behind its pixels, without the end of the last one.
+void writeCutChain(boost::filesystem::path const& path) {
+    writeTiff(path, {page(8), page(8), page(8)});
+    boost::filesystem::resize_file(path, boost::filesystem::file_size(path) - 20);
+}
+
+/// Two directories, the second of which has the first one behind it.
+void writeChainInACircle(boost::filesystem::path const& path) {
+    writeTiff(path, {page(8)});
+    std::size_t const nextOfFirst = readFile(path).rfind(std::string(4, '\0'));
+    writeTiff(path, {page(8), page(8)});
+    std::string bytes = readFile(path);
+    std::size_t const nextOfLast = bytes.rfind(std::string(4, '\0'));
+    ASSERT_LT(nextOfFirst, nextOfLast);
+    bytes.replace(nextOfLast, 4, bytes.substr(4, 4));
+    writeFile(path, bytes);
+}
+
 } // namespace
 
 TEST_F(TiffInfo, TheEntryOfAForeignVolumeHasItsGeometryAndItsCalibration) {
@@ -326,7 +344,15 @@ INSTANTIATE_TEST_SUITE_P(
                 {"of 2 directories 1 are to be shown turned or mirrored: their rows are read as they lie"}},
         Suspect{"BrokenChain",
                 writeBrokenChain,
-                {"the file has 2 directories, of which 1 can be read: the rest is left out"}}),
+                {"the file has 2 directories, of which 1 can be read: the rest is left out"}},
+        Suspect{"CutChain",
+                writeCutChain,
+                {"the chain of directories cannot be followed behind directory 2: what follows is left "
+                 "out"}},
+        Suspect{"ChainInACircle",
+                writeChainInACircle,
+                {"the chain of directories cannot be followed behind directory 2: what follows is left "
+                 "out"}}),
     getName<Suspect>);
 
 } // namespace test

@@ -145,12 +145,28 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(Usage, AFileOfAnUnknownExtensionWithoutSizesIsNamed) {
     create("good.tif", "");
+    create("in.png", "x");
     expectFailure(runTool({"info", path("good.tif"), path("in.png")}), 2,
                   "a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type TYPE, "
                   "such as --size 181,217,181 --type uint8; \"" +
                       path("in.png") + "\" is read as one unless --format says tiff or im6");
-    std::string const folder = _folder.getPath().string();
-    expectFailure(runTool({"info", folder}), 2, '"' + folder + "\" is a directory, and the input is a file");
+}
+
+TEST_F(Usage, ARawInputThatCannotBeReadIsToldWithTheReasonWhateverElseIsMissing) {
+    create("file", "x");
+    boost::filesystem::create_symlink("loop", _folder / "loop");
+    boost::filesystem::create_directory(_folder / "folder");
+    for (auto const& [name, reason] :
+         std::vector<std::pair<std::string, std::string>>{{"none", "No such file or directory"},
+                                                          {"folder", "Is a directory"},
+                                                          {"file/x", "Not a directory"},
+                                                          {"loop", "Too many levels of symbolic links"}}) {
+        for (Arguments const& options : {Arguments{}, raw("1,1", "uint8")}) {
+            std::string const message = "cannot read \"" + path(name) + "\": " + reason;
+            expectFailure(runTool(Arguments{"info", path(name)} + options), 1, message);
+            expectFailure(runTool(Arguments{"convert", path(name), path("out.raw")} + options), 1, message);
+        }
+    }
 }
 
 TEST_F(Usage, OptionsOfARawInputAreRefusedForAnIm6File) {

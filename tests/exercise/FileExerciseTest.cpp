@@ -99,6 +99,22 @@ TEST_F(FileExercise, NoPlaneIsBegunOnceEnoughWasRead) {
     EXPECT_THAT(getPlanes(exerciseFile(accessor, limits)), ElementsAre(0, 1, 2));
 }
 
+TEST_F(FileExercise, WhatIsThrownBeforeAPlaneEndsIt) {
+    file::RawImageFile accessor;
+    open(accessor, 3, countingBytes(60));
+    tool::ExerciseLimits limits;
+    unsigned int nbCalls = 0;
+    limits.beforePlane = [&] { ++nbCalls; };
+    exerciseFile(accessor, limits);
+    EXPECT_EQ(nbCalls, 6U); // each plane is read anew through a second accessor
+    limits.beforePlane = [&] {
+        if (--nbCalls == 4) {
+            throw std::runtime_error("enough");
+        }
+    };
+    EXPECT_THROW(exerciseFile(accessor, limits), std::runtime_error);
+}
+
 TEST_F(FileExercise, OfALargePlaneOnlyRunsAreRead) {
     file::RawImageFile accessor;
     open(accessor, 1, countingBytes(20));

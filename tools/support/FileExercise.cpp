@@ -71,6 +71,7 @@ class Walk {
             if (nbBytes >= _limits.fileBytes) {
                 break;
             }
+            _limits.beforePlane();
             PlanIndexes const plan = geometry.getPlanIndexes(number);
             vlUInt64 const planeBytes = geometry.getPlanMemorySize(plan.t);
             nbBytes += std::min(planeBytes, _limits.planeBytes);

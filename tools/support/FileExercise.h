@@ -6,6 +6,7 @@
 #include <VELMOImage/ImageAccessor.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ struct ExerciseLimits {
     vlUInt64 fileBytes = vlUInt64{1} << 29;  ///< no further plane is begun once so much was read
     bool bRequiresRuns = true; ///< a run that cannot be read in a plane that can is a contradiction
     bool bComparesRuns = true; ///< not so where only whole planes are in their place
+    std::function<void()> beforePlane = [] {}; ///< what it throws ends the exercise
 };
 
 /// What the read of one plane gave.

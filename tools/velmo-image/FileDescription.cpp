@@ -89,7 +89,7 @@ void putCalibration(image::GeometricCalibrationConstPtr const& pCalibration, std
         if (pCalibration->is3d()) {
             text << " x " << pCalibration->getPixelSizeZ();
         }
-        text << ' ' << pCalibration->getUnit();
+        text << (pCalibration->getUnit().empty() ? "" : " ") << pCalibration->getUnit();
     }
 }
 

@@ -14,6 +14,20 @@ namespace {
 
 constexpr std::array<Choice<eFileFormat>, 3> g_formats = {
     {{"raw", eFileFormat::Raw}, {"tiff", eFileFormat::Tiff}, {"im6", eFileFormat::Im6}}};
+constexpr std::array<Choice<eFileFormat>, 2> g_outputFormats = {
+    {{"raw", eFileFormat::Raw}, {"tiff", eFileFormat::Tiff}}};
+
+std::string getLowerCaseExtension(boost::filesystem::path const& path) {
+    return boost::algorithm::to_lower_copy(path.extension().string());
+}
+
+eFileFormat getFormatOfName(boost::filesystem::path const& path) {
+    std::string const extension = getLowerCaseExtension(path);
+    if (extension == ".tif" || extension == ".tiff") {
+        return eFileFormat::Tiff;
+    }
+    return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
+}
 
 } // namespace
 
@@ -21,23 +35,26 @@ char const* getFormatName(eFileFormat format) {
     return g_formats[static_cast<std::size_t>(format)].first;
 }
 
-eFileFormat chooseFormat(boost::filesystem::path const& path, std::string const& option,
-                         std::string const& optionValue) {
-    if (!optionValue.empty()) {
-        return parseChoice(option, optionValue, g_formats);
-    }
-    std::string const extension = boost::algorithm::to_lower_copy(path.extension().string());
-    if (extension == ".tif" || extension == ".tiff") {
-        return eFileFormat::Tiff;
-    }
-    return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
+eFileFormat chooseInputFormat(boost::filesystem::path const& path, std::string const& optionValue) {
+    return optionValue.empty() ? getFormatOfName(path) : parseChoice("--format", optionValue, g_formats);
 }
 
-void requireWritable(eFileFormat format, boost::filesystem::path const& path) {
+eFileFormat chooseOutputFormat(boost::filesystem::path const& path, std::string const& optionValue) {
+    if (!optionValue.empty()) {
+        return parseChoice("--output-format", optionValue, g_outputFormats);
+    }
+    eFileFormat const format = getFormatOfName(path);
     if (format == eFileFormat::Im6) {
         throw WrongUse("Im6 files are read and not written, and " + quoted(path.string()) +
                        " is to be written as one; --output-format raw or tiff writes under any name");
     }
+    return format;
+}
+
+bool hasPictureExtension(boost::filesystem::path const& path) {
+    std::string const extension = getLowerCaseExtension(path);
+    return extension == ".png" || extension == ".jpg" || extension == ".jpeg" || extension == ".bmp" ||
+           extension == ".gif";
 }
 
 } // namespace tool

@@ -4,6 +4,7 @@
 #include "FileSeries.h"
 
 #include "Failure.h"
+#include "FileFormat.h"
 #include "Interrupt.h"
 #include "Terminal.h"
 
@@ -44,6 +45,18 @@ std::string findMistakenKeyword(std::string const& pattern) {
         }
     }
     return {};
+}
+
+/// A TIFF file before others, and hidden ones not at all; empty where there is none.
+std::string chooseExample(FileSeries const& files) {
+    std::string example;
+    for (FileSeries::Entry const& entry : files.getEntries()) {
+        if (entry.name.front() != '.' && chooseInputFormat(entry.name, "") == eFileFormat::Tiff) {
+            return entry.name;
+        }
+        example = example.empty() && entry.name.front() != '.' ? entry.name : example;
+    }
+    return example;
 }
 
 [[noreturn]] void failToList(fs::path const& directory, fs::filesystem_error const& failure) {
@@ -156,6 +169,15 @@ void FileSeries::findGaps(std::vector<std::string>& problems) const {
         problems.push_back("missing " + boost::algorithm::join(ranges, ", ") +
                            (nbUntold == 0 ? "" : " and " + std::to_string(nbUntold) + " more numbers"));
     }
+}
+
+std::string explainNoMatch(std::string const& directory, std::string const& pattern) {
+    std::string const example = chooseExample(FileSeries::findIn(directory, "*"));
+    bool const bKeywordHelps = pattern.find(g_keyword) == std::string::npos &&
+                               example.find_first_of("0123456789") != std::string::npos;
+    return "no file in " + quoted(directory) + " matches " + quoted(pattern) +
+           (example.empty() ? "; there is no file" : "; there is " + quoted(example)) +
+           (bKeywordHelps ? ", and a number in a name is written " + g_keyword : "");
 }
 
 void tellMistakenKeyword(std::string const& pattern) {

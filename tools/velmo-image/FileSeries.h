@@ -47,6 +47,10 @@ class FileSeries {
     std::vector<Entry> _entries;
 };
 
+/// The message where no file of a directory matches: with the name of one that is there, and with the keyword
+/// where the pattern lacks it.
+std::string explainNoMatch(std::string const& directory, std::string const& pattern);
+
 /// Prints a warning where the pattern has something that was meant as `<INDEX>` and is not: it is matched as
 /// the letters that it has.
 void tellMistakenKeyword(std::string const& pattern);

@@ -27,6 +27,7 @@ std::vector<std::string> check(InputImage const& input) {
     if (warnings.empty()) {
         ExerciseLimits limits;
         limits.bComparesRuns = input.format != eFileFormat::Tiff;
+        limits.beforePlane = throwIfInterrupted;
         warnings = findReadWarnings(exerciseFile(*input.pImage->getAccessor(), limits));
     }
     return warnings;

@@ -4,6 +4,7 @@
 #include "InputImage.h"
 
 #include "Im6Input.h"
+#include "InputFile.h"
 #include "TiffCheck.h"
 #include "TiffInput.h"
 
@@ -36,6 +37,7 @@ InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
     if (format == eFileFormat::Im6) {
         return {format, openIm6Input(path), 0, false};
     }
+    requireReadable(path);
     RawDescription const& raw = description.raw;
     return {format, image::file::openRawImageFile(path, *raw.createGeometry(), raw.offset), raw.offset,
             raw.bSwapBytes};

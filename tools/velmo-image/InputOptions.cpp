@@ -4,10 +4,10 @@
 #include "InputOptions.h"
 
 #include "CheckedParsing.h"
+#include "InputFile.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <boost/filesystem/operations.hpp>
 
 namespace velmo {
 namespace tool {
@@ -112,7 +112,7 @@ void InputOptions::addTo(CLI::App& app) {
 }
 
 eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
-    return chooseFormat(path, "--format", _format);
+    return chooseInputFormat(path, _format);
 }
 
 std::string const* InputOptions::findInput(std::vector<std::string> const& files, eFileFormat format) const {
@@ -123,10 +123,7 @@ std::string const* InputOptions::findInput(std::vector<std::string> const& files
 
 RawDescription InputOptions::describeRaw(std::string const& file) const {
     if (_size.empty() || _type.empty()) {
-        boost::system::error_code ignored;
-        if (boost::filesystem::is_directory(file, ignored)) {
-            throw WrongUse(quoted(file) + " is a directory, and the input is a file");
-        }
+        requireReadable(file);
         throw WrongUse("a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type "
                        "TYPE, such as --size 181,217,181 --type uint8; " +
                        quoted(file) + " is read as one unless --format says tiff or im6");

@@ -56,7 +56,8 @@ class InputOptions {
 
     eFileFormat getFormat(boost::filesystem::path const& path) const;
     /// What the options say of the files. Throws WrongUse where one of them cannot be read so, and where an
-    /// option fits none of them, without touching any.
+    /// option fits none of them, without opening any; WorkFailure where a raw one that lacks its options
+    /// cannot be read at all.
     InputDescription describe(std::vector<std::string> const& files) const;
 
   private:

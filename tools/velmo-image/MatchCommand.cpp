@@ -52,8 +52,9 @@ eExitStatus MatchCommand::run() const {
         bDirectory ? FileSeries::findIn(_directory, _pattern) : FileSeries::select(_names, _pattern);
     std::string const hint = findHint(series);
     if (series.getEntries().empty()) {
-        throw WorkFailure((bDirectory ? "no file in " + quoted(_directory) : std::string("no name")) +
-                          " matches " + quoted(_pattern) + (hint.empty() ? "" : '\n' + hint));
+        throw WorkFailure(bDirectory
+                              ? explainNoMatch(_directory, _pattern)
+                              : "no name matches " + quoted(_pattern) + (hint.empty() ? "" : '\n' + hint));
     }
     std::string lines;
     for (FileSeries::Entry const& entry : series.getEntries()) {

@@ -74,7 +74,7 @@ void OutputOptions::addCalibrationTagsTo(CLI::App& app) {
 }
 
 eFileFormat OutputOptions::getFormat() const {
-    return chooseFormat(_file, "--output-format", _format);
+    return chooseOutputFormat(_file, _format);
 }
 
 image::file::eTiffCompression OutputOptions::getCompression() const {
@@ -84,7 +84,6 @@ image::file::eTiffCompression OutputOptions::getCompression() const {
 
 void OutputOptions::requireFit() const {
     eFileFormat const format = getFormat();
-    tool::requireWritable(format, _file);
     if (format == eFileFormat::Tiff && !_headerFile.empty()) {
         throw WrongUse("--header is for a raw output, and " + quoted(_file) + " is a TIFF file");
     }
@@ -114,6 +113,13 @@ void OutputOptions::requireHeaderApartFrom(boost::filesystem::path const& input,
 
 void OutputOptions::requireWritable() const {
     requireWritableTarget(_file, _bOverwrite);
+}
+
+void OutputOptions::tellPictureName() const {
+    if (_format.empty() && hasPictureExtension(_file)) {
+        printMessage("warning: " + quoted(_file) +
+                     " is written as raw planes, whatever its name says; velmo-image preview makes pictures");
+    }
 }
 
 std::optional<TiffResolution> OutputOptions::getResolution(image::DiskImage const& image) const {

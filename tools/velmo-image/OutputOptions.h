@@ -38,6 +38,8 @@ class OutputOptions {
     void requireHeaderApartFrom(boost::filesystem::path const& input, std::string const& what) const;
     /// Throws WorkFailure where `save` would refuse the file, before any work is done.
     void requireWritable() const;
+    /// Prints a warning where the extension alone chose raw planes, and it is that of a picture.
+    void tellPictureName() const;
     /// Writes the image plane by plane, with a progress bar, as `writeOutput` has it; an interrupt ends it.
     void save(ObservedSource const& source) const;
 

@@ -118,6 +118,11 @@ std::string explainValues(std::string const& words) {
                                                       : option + " is given more than once";
 }
 
+/// The text with where the help is, behind its question mark or as a sentence of its own.
+std::string addHelp(std::string const& text, std::string const& command) {
+    return text + (text.back() == '?' ? " " : "; ") + "velmo-image " + command + "--help tells more";
+}
+
 } // namespace
 
 std::string findMeant(std::string const& word, Words const& candidates) {
@@ -140,7 +145,7 @@ std::string findMeant(std::string const& word, Words const& candidates) {
 std::string explainRefusal(CLI::App const& app, CLI::ParseError const& refusal, Words const& words) {
     std::vector<CLI::App*> const chosen = app.get_subcommands();
     if (chosen.empty()) {
-        return explainWithoutCommand(app, words) + "; velmo-image --help tells more";
+        return addHelp(explainWithoutCommand(app, words), "");
     }
     CLI::App const& command = *chosen.front();
     std::string text = refusal.what();
@@ -152,7 +157,7 @@ std::string explainRefusal(CLI::App const& app, CLI::ParseError const& refusal, 
     } else if (kind == CLI::ExitCodes::RequiredError) {
         text += ": " + command.get_name() + ' ' + listPositionals(command);
     }
-    return text + "; velmo-image " + command.get_name() + " --help tells more";
+    return addHelp(text, command.get_name() + ' ');
 }
 
 } // namespace tool

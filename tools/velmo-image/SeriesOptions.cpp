@@ -45,6 +45,7 @@ FileSeries SeriesOptions::find(OutputOptions const& output) const {
     }
     tellProblems(series, _bStrict);
     output.requireWritable();
+    output.tellPictureName();
     if (isLaterFound(output.getFile())) {
         printMessage("warning: " + quoted(output.getFile()) +
                      " lies among the files and matches the pattern: a later run would read it");
@@ -71,7 +72,7 @@ fs::path SeriesOptions::getFirstFile(FileSeries const& series) const {
 }
 
 void SeriesOptions::failWithoutMatch() const {
-    throw WorkFailure("no file in " + quoted(_directory) + " matches " + quoted(_pattern));
+    throw WorkFailure(explainNoMatch(_directory, _pattern));
 }
 
 } // namespace tool

@@ -84,32 +84,48 @@ Warnings findStackWarnings(TIFF* pTiff, vlUInt64 nbPlanes, vlUInt64 nbDirectorie
     return warnings;
 }
 
+/// Directories have numbers of 16 bits.
+constexpr vlUInt64 g_maxDirectories = 65535;
+
 struct DirectoryCounts {
     vlUInt64 nbRead = 0;
     vlUInt64 nbTiled = 0;
     vlUInt64 nbTurned = 0;
+    bool bCut = false; ///< another one is announced and cannot be read
 };
 
 /// Walks the directories from the first one on.
 DirectoryCounts countDirectories(TIFF* pTiff) {
     DirectoryCounts counts;
-    do {
+    for (bool bMore = true; bMore && !counts.bCut;) {
         throwIfInterrupted();
         ++counts.nbRead;
         counts.nbTiled += TIFFIsTiled(pTiff) != 0 ? 1 : 0;
         counts.nbTurned += getShort(pTiff, TIFFTAG_ORIENTATION) != ORIENTATION_TOPLEFT ? 1 : 0;
-    } while (TIFFReadDirectory(pTiff) == 1);
+        bMore = TIFFLastDirectory(pTiff) == 0 && counts.nbRead < g_maxDirectories;
+        counts.bCut = bMore && TIFFReadDirectory(pTiff) != 1;
+    }
     return counts;
+}
+
+/// libtiff counts the directories up to the first that it cannot pass, which may be one that it cannot read.
+Warnings findChainWarnings(DirectoryCounts const& counts, vlUInt64 nbDirectories) {
+    if (!counts.bCut) {
+        return {};
+    }
+    std::string const nbRead = std::to_string(counts.nbRead);
+    if (counts.nbRead < nbDirectories) {
+        return {"the file has " + std::to_string(nbDirectories) + " directories, of which " + nbRead +
+                " can be read: the rest is left out"};
+    }
+    return {"the chain of directories cannot be followed behind directory " + nbRead +
+            ": what follows is left out"};
 }
 
 Warnings findDirectoryWarnings(TIFF* pTiff, vlUInt64 nbDirectories) {
     DirectoryCounts const counts = countDirectories(pTiff);
     std::string const ofAll = "of " + std::to_string(counts.nbRead) + " directories ";
-    Warnings warnings;
-    if (counts.nbRead < nbDirectories) {
-        warnings.push_back("the file has " + std::to_string(nbDirectories) + " directories, of which " +
-                           std::to_string(counts.nbRead) + " can be read: the rest is left out");
-    }
+    Warnings warnings = findChainWarnings(counts, nbDirectories);
     if (counts.nbTiled != 0) {
         warnings.push_back(ofAll + std::to_string(counts.nbTiled) +
                            " are tiled: pixels in tiles cannot be read");

@@ -76,6 +76,7 @@ void prepare() {
     // Each failure is told once, as the exception that reaches the end of the work.
     getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a limit of the size of files is a failed write
     captureTiffWords();
     catchInterrupts();
 }

@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+
+namespace velmo {
+namespace tool {
+
+/// Throws WorkFailure, with the system's reason, for a file that is not there, is a directory or may not be
+/// read. It is not opened: that would wait for the writer of a pipe.
+void requireReadable(boost::filesystem::path const& path);
+
+} // namespace tool
+} // namespace velmo
