@@ -12,11 +12,17 @@
 namespace velmo {
 namespace test {
 
-inline FaultSample makeSample(std::size_t index) {
+inline std::vector<FaultSample> makeEverySample() {
     std::vector<FaultSample> samples = makeAllSamples();
     std::vector<FaultSample> const more = makeDistributedSamples();
     samples.insert(samples.end(), more.begin(), more.end());
     samples.push_back(makeForeignTiffSample());
+    return samples;
+}
+
+/// Made once: each case is a process, and asks for the names of all.
+inline FaultSample const& getSample(std::size_t index) {
+    static std::vector<FaultSample> const samples = makeEverySample();
     return samples.at(index);
 }
 
@@ -24,7 +30,7 @@ inline FaultSample makeSample(std::size_t index) {
 /// loads: each of its children does so for the first time.
 class FaultedTest : public testing::TestWithParam<std::size_t> {
   protected:
-    FaultedTest() : _sample(makeSample(GetParam())), _path(_folder / ("image" + _sample.extension)) {}
+    FaultedTest() : _sample(getSample(GetParam())), _path(_folder / ("image" + _sample.extension)) {}
 
     TemporaryFolder _folder;
     FaultSample _sample;
@@ -32,7 +38,7 @@ class FaultedTest : public testing::TestWithParam<std::size_t> {
 };
 
 inline std::string getSampleName(testing::TestParamInfo<std::size_t> const& info) {
-    std::string name = makeSample(info.param).name;
+    std::string name = getSample(info.param).name;
     std::replace(name.begin(), name.end(), ' ', '_');
     return name;
 }
