@@ -53,7 +53,7 @@ bool lacksHandle(std::error_code const& error) {
 
 std::vector<fs::path> findTiffFilesInDirectory(fs::path const& directory, std::string const& pattern) {
     std::vector<fs::path> paths;
-    if (pattern.find("<INDEX>") != std::string::npos) {
+    if (pattern.find(g_indexKeyword) != std::string::npos) {
         std::map<vlUInt64, fs::path> byIndex;
         scan(directory, pattern, [&](fs::path const& path, vlUInt64 index) { byIndex.emplace(index, path); });
         for (auto const& [index, path] : byIndex) {

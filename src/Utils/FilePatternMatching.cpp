@@ -18,7 +18,6 @@ namespace file {
 
 namespace {
 
-std::string const g_indexKeyword = "<INDEX>";
 constexpr char g_anyCharKeyword = '?';
 constexpr char g_anySequenceKeyword = '*';
 constexpr char g_separator = '|';

@@ -13,6 +13,9 @@ namespace velmo {
 namespace image {
 namespace file {
 
+/// What stands in a pattern for a number.
+constexpr std::string_view g_indexKeyword = "<INDEX>";
+
 /// One pattern, compiled. A test takes at most a step for each token and position of the name. For one thread
 /// at a time.
 class FilePattern {
