@@ -3,12 +3,14 @@
 
 #include "LogAccess.h"
 #include "MessageCatalogue.h"
+#include "Tiff/CheckedTiffImageFile.h"
 #include "Tiff/TiffErrorHandler.h"
 #include "Tiff/TiffTags.h"
 #include "Utils/AccessorIdiom.h"
 
 #include <VELMOImageFile/Im6ImageFile.h>
 #include <VELMOImageFile/Im6ImageFileMessage.h>
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
@@ -55,6 +57,8 @@ struct LibraryLoad {
     bool const _bTiffMessages = registerMessages<eTiffImageFileMessage>();
     bool const _bSoftware = !VelmoSoftware::get().empty();
     bool const _bUtilsMessages = registerMessages<eImageFileUtilsMessage>();
+    DynamicRegistrator<CheckedTiffImageFile> const _checkedTiffRegistrator;
+    bool const _bCheckMessages = registerMessages<eImageFileCheckMessage>();
 };
 
 LibraryLoad const g_libraryLoad;

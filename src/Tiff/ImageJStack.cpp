@@ -3,12 +3,17 @@
 
 #include "Tiff/ImageJStack.h"
 
+#include "Tiff/PlanContext.h"
+#include "Tiff/TiffDirectories.h"
 #include "Tiff/TiffPixels.h"
+#include "Tiff/TiffStoredGeometry.h"
+#include "Tiff/TiffStream.h"
 #include "Tiff/TiffTags.h"
-#include "Utils/PlanRun.h"
 #include "Utils/ThreadStreams.h"
 
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOUtil/CheckedArithmetic.h>
+#include <algorithm>
 #include <boost/format.hpp>
 #include <cstring>
 
@@ -17,6 +22,10 @@ namespace image {
 namespace file {
 
 namespace {
+
+using Check = eImageFileCheckMessage;
+
+constexpr vlUInt64 g_nothingAnnounced = NumericLimits<vlUInt64>::s_max;
 
 /// What stands behind a key of the description, to the end of its line.
 std::optional<std::string> findValue(std::string const& description, std::string const& key) {
@@ -28,8 +37,8 @@ std::optional<std::string> findValue(std::string const& description, std::string
     return description.substr(start, description.find('\n', start) - start);
 }
 
-/// Bytes from `offset` on; zeros where there are none.
-void readBytes(std::fstream& stream, std::optional<vlUInt64> const& offset, void* pBuffer, vlUInt64 nbBytes) {
+/// Bytes from `offset` on; zeros, and false, where there are none.
+bool readBytes(std::fstream& stream, std::optional<vlUInt64> const& offset, void* pBuffer, vlUInt64 nbBytes) {
     constexpr auto largestOffset = static_cast<vlUInt64>(NumericLimits<std::streamoff>::s_max);
     vlUInt64 nbRead = 0;
     if (offset && *offset <= largestOffset && nbBytes <= largestOffset) {
@@ -40,45 +49,178 @@ void readBytes(std::fstream& stream, std::optional<vlUInt64> const& offset, void
     if (nbRead < nbBytes) {
         std::memset(static_cast<std::byte*>(pBuffer) + nbRead, 0, nbBytes - nbRead);
     }
+    return nbRead == nbBytes;
 }
+
+bool hasWholeBytes(TIFF* pTiff) {
+    constexpr std::uint16_t bitsOfByte = 8;
+    return getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE).value_or(1) % bitsOfByte == 0;
+}
+
+/// Whether the strips of the current directory, of equal size but for the last one, follow each other.
+bool hasContiguousStrips(TIFF* pTiff) {
+    std::uint32_t const nbStrips = TIFFNumberOfStrips(pTiff);
+    std::uint64_t const stripBytes = TIFFStripSize64(pTiff);
+    std::uint64_t expected = TIFFGetStrileOffset(pTiff, 0);
+    bool bContiguous = nbStrips != 0;
+    for (std::uint32_t strip = 0; bContiguous && strip < nbStrips; ++strip) {
+        bContiguous = TIFFGetStrileOffset(pTiff, strip) == expected;
+        expected += stripBytes;
+    }
+    return bContiguous;
+}
+
+/// Moves a run of a plane of a stack, in pieces where its channels lie side by side.
+class StackReader {
+  public:
+    StackReader(PlanContext const& context, std::vector<StackChannel> const& channels)
+        : _context(context), _channels(channels), _stream(*TiffStream::find(context.pTiff)),
+          _width(getSampleWidth(context.bufferType, VELMO_HERE)), _stride(context.nbChannels * _width) {}
+
+    BoolResult run() {
+        vlUInt64 const nbPixels = _context.run.nbPixels;
+        bool bWhole = true;
+        if (!_context.isInterleaved()) {
+            bWhole = read(0, nbPixels, static_cast<std::byte*>(_channels.front().pPixels));
+        } else {
+            constexpr vlUInt64 pieceBytes = vlUInt64{1} << 20;
+            vlUInt64 const pieceSize = std::max<vlUInt64>(1, pieceBytes / _stride);
+            std::vector<std::byte> piece(std::min(pieceSize, nbPixels) * _stride);
+            for (vlUInt64 done = 0; done < nbPixels; done += pieceSize) {
+                vlUInt64 const size = std::min(pieceSize, nbPixels - done);
+                bWhole = read(done, size, piece.data()) && bWhole;
+                spread(piece.data(), done, size);
+            }
+        }
+        return bWhole ? success() : failOutsideFile();
+    }
+
+  private:
+    /// Pixels of the run from `done` on; false, and zeros, for those that the file does not have.
+    bool read(vlUInt64 done, vlUInt64 nbPixels, std::byte* pTarget) const {
+        vlUInt64 const nbBytes = nbPixels * _stride;
+        vlUInt64 const nbRead = _stream.readAt(getOffset(done), pTarget, nbBytes);
+        if (nbRead < nbBytes) {
+            std::memset(pTarget + nbRead, 0, nbBytes - nbRead);
+        }
+        if (TIFFIsByteSwapped(_context.pTiff) != 0) {
+            auto const nbSamples = static_cast<tmsize_t>(nbBytes / _width);
+            if (_width == sizeof(std::uint16_t)) {
+                TIFFSwabArrayOfShort(reinterpret_cast<std::uint16_t*>(pTarget), nbSamples);
+            } else if (_width == sizeof(std::uint32_t)) {
+                TIFFSwabArrayOfLong(reinterpret_cast<std::uint32_t*>(pTarget), nbSamples);
+            }
+        }
+        return nbRead == nbBytes;
+    }
+
+    /// Where a pixel of the run lies in the file; behind the end of every file where 64 bits do not tell.
+    vlUInt64 getOffset(vlUInt64 done) const {
+        constexpr vlUInt64 nowhere = NumericLimits<vlUInt64>::s_max >> 1U;
+        vlUInt64 const planePixels = _context.geometry.getPlanNbPixels();
+        auto const before = checkedMultiply(_context.directory, planePixels);
+        auto const pixel = before ? checkedAdd(*before, _context.run.pixelStart + done) : std::nullopt;
+        auto const byte = pixel ? checkedMultiply(*pixel, _stride) : std::nullopt;
+        return byte ? checkedAdd(*byte, TIFFGetStrileOffset(_context.pTiff, 0)).value_or(nowhere) : nowhere;
+    }
+
+    void spread(std::byte const* pSource, vlUInt64 done, vlUInt64 nbPixels) const {
+        for (StackChannel const& channel : _channels) {
+            colorToPlan(_context.bufferType, _context.nbChannels, channel.index, nbPixels, pSource,
+                        static_cast<std::byte*>(channel.pPixels) + done * _width);
+        }
+    }
+
+    BoolResult failOutsideFile() const {
+        PlanRun const& run = _context.run;
+        std::string const path = _context.path.string();
+        if (zeroesBrokenStrips(_context.policy)) {
+            warn(VELMO_HERE, Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, path);
+            return success();
+        }
+        return _context.failToReadStrip(0, toText(Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, path));
+    }
+
+    PlanContext const& _context;
+    std::vector<StackChannel> const& _channels;
+    TiffStream& _stream;
+    unsigned int _width;
+    vlUInt64 _stride;
+};
 
 } // namespace
 
 vlUInt64 extractNbPagesFromIJDescription(TIFF* pTiff) {
-    constexpr vlUInt64 nothing = NumericLimits<vlUInt64>::s_max;
     auto const text = getTag<char*>(pTiff, TIFFTAG_IMAGEDESCRIPTION);
     if (!text || std::strstr(*text, "ImageJ=") == nullptr) {
-        return nothing;
+        return g_nothingAnnounced;
     }
     std::string const description(*text);
     auto value = findValue(description, "images=");
     if (!value) {
         value = findValue(description, "slices=");
     }
-    return value ? static_cast<vlUInt64>(std::stoi(*value)) : nothing;
+    return value ? static_cast<vlUInt64>(std::stoi(*value)) : g_nothingAnnounced;
 }
 
-bool isImageJStack(vlUInt64 nbAnnounced, unsigned int nbDirectories) {
-    return nbAnnounced != NumericLimits<vlUInt64>::s_max && nbAnnounced != nbDirectories;
+bool isImageJStack(TIFF* pTiff, BaseImageGeometry const& geometry, eTiffPolicy policy) {
+    vlUInt64 const nbAnnounced = extractNbPagesFromIJDescription(pTiff);
+    vlUInt64 const nbDirectories = TiffDirectories(pTiff, policy).count();
+    if (readsStacksAsStored(policy)) {
+        return nbAnnounced != g_nothingAnnounced && nbAnnounced != nbDirectories;
+    }
+    return nbAnnounced != g_nothingAnnounced && nbDirectories == 1 && !isOwnFile(pTiff) &&
+           geometry.getSizeZ() * geometry.getSizeT() > 1;
 }
 
-BoolResult readImageJPlan(TIFF* pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                          PlanRun const& run, void* pPixels) {
-    auto const offsets = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPOFFSETS);
+std::optional<vlUInt64> countStackPlanes(TIFF* pTiff) {
+    auto const length = getTag<std::uint32_t>(pTiff, TIFFTAG_IMAGELENGTH).value_or(0);
+    auto const planeBytes = checkedMultiply(TIFFScanlineSize64(pTiff), length);
+    TiffStream const* const pStream = TiffStream::find(pTiff);
+    bool const bLocated = pStream != nullptr && planeBytes && *planeBytes != 0 &&
+                          getCompression(pTiff) == COMPRESSION_NONE && TIFFIsTiled(pTiff) == 0 &&
+                          hasUsualFillOrder(pTiff) && hasWholeBytes(pTiff) && hasContiguousStrips(pTiff);
+    if (!bLocated) {
+        return std::nullopt;
+    }
+    vlUInt64 const first = TIFFGetStrileOffset(pTiff, 0);
+    vlUInt64 const fileSize = pStream->getSize();
+    return first == 0 || first > fileSize ? 0 : (fileSize - first) / *planeBytes;
+}
+
+BoolResult readStoredPlan(PlanContext const& context, void* pPixels) {
+    PlanRun const& run = context.run;
+    auto const offsets = getTag<std::uint64_t*>(context.pTiff, TIFFTAG_STRIPOFFSETS);
     if (!offsets || *offsets == nullptr) {
         boost::format text("Can't read the strip offset for the slice z=%ld, c=%ld, t=%ld");
         return failure((text % run.z % run.c % run.t).str());
     }
-    FStreamPtr const pStream = openStream(path, eIAM_ReadOnly);
+    FStreamPtr const pStream = openStream(context.path, eIAM_ReadOnly);
     if (!pStream->good()) {
         boost::format text("Can't open the file %s to read the ImageJ slice z=%ld, c=%ld, t=%ld");
         return failure((text % run.z % run.c % run.t).str()); // throws: one value is missing
     }
-    vlUInt64 const nbBytes = run.nbPixels * getImageBufferBaseSize(getPlanBufferType(geometry, run.t));
-    auto const fromFirst = checkedMultiply(toDirectoryIndex(geometry, run.z, run.c, run.t), nbBytes);
+    if (run.pixelStart != 0 || run.nbPixels != context.geometry.getPlanNbPixels()) {
+        warn(VELMO_HERE, Check::eIFCM_PartReadElsewhere, run.z, run.c, run.t, context.path.string());
+    }
+    vlUInt64 const nbBytes = run.nbPixels * getImageBufferBaseSize(context.bufferType);
+    auto const fromFirst = checkedMultiply(context.directory, nbBytes);
     vlUInt64 const first = static_cast<std::uint32_t>((*offsets)[0]); // offsets of such stacks have 32 bits
-    readBytes(*pStream, fromFirst ? checkedAdd(first, *fromFirst) : std::nullopt, pPixels, nbBytes);
+    auto const start = fromFirst ? checkedAdd(first, *fromFirst) : std::nullopt;
+    if (!readBytes(*pStream, start, pPixels, nbBytes)) {
+        warn(VELMO_HERE, Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, context.path.string());
+    }
     return success();
+}
+
+BoolResult readStackRun(PlanContext const& context, std::vector<StackChannel> const& channels) {
+    BoolResult fits = runSteps([&] { return context.requireFittingDirectory(); },
+                               [&] { return context.requireRunInside(); });
+    if (!fits) {
+        return context.failToReadStrip(0, fits.getMessage());
+    }
+    BoolResult result = context.isInterleaved() ? context.requireChannels() : success();
+    return result ? StackReader(context, channels).run() : result;
 }
 
 } // namespace file

@@ -7,7 +7,9 @@
 #include "Tiff/TiffStrips.h"
 #include "Tiff/TiffTags.h"
 
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <algorithm>
+#include <string>
 #include <vector>
 
 namespace velmo {
@@ -16,10 +18,10 @@ namespace file {
 
 namespace {
 
-/// Bits from the most significant one on. The first one's number is a byte: a run that begins at column 256
-/// or beyond begins at a bit other than its own.
-void unpack(std::byte const* pBits, vlUInt64 startColumn, vlUInt64 nbPixels, std::byte* pPixels) {
-    vlUInt64 const first = startColumn & 0xFF;
+using Check = eImageFileCheckMessage;
+
+/// Bits from the most significant one on.
+void unpack(std::byte const* pBits, vlUInt64 first, vlUInt64 nbPixels, std::byte* pPixels) {
     for (vlUInt64 i = 0; i < nbPixels; ++i) {
         vlUInt64 const bit = first + i;
         pPixels[i] = (pBits[bit / 8] >> (7 - bit % 8)) & std::byte{1};
@@ -53,27 +55,68 @@ class PackedRows {
     }
 
     BoolResult read(vlUInt64 row) {
-        if (row >= _nbRows) { // libtiff would cut its number to 32 bits
-            return failToReadRow(row);
-        }
         std::fill(_buffer.begin(), _buffer.end(), std::byte{0});
-        ZlibDecoding const zlib(_context.pTiff, isInShortStrip(row) && isDeflate(_context.pTiff));
+        ZlibDecoding const zlib(_context.pTiff, isDeflate(_context.pTiff));
         if (TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1) {
             return success();
         }
-        return failToReadRow(row);
+        return failToReadRow(row, getTiffWords());
     }
 
-    BoolResult failToReadRow(vlUInt64 row) const {
+    BoolResult failToReadRow(vlUInt64 row, std::string const& reason) const {
         PlanRun const& run = _context.run;
         return fail(eTiffImageFileMessage::eTIFM_ReadRowError, row, run.z, run.c, run.t,
-                    _context.path.string(), getTiffWords());
+                    _context.path.string(), reason);
     }
 
-    std::byte const* getBits() const { return _buffer.data(); }
+    BoolResult unpackRun(std::byte* pPixels) {
+        vlUInt64 const end = _context.run.pixelStart + _context.run.nbPixels;
+        BoolResult result = acceptBroken(skipTo(_context.run.pixelStart / _sizeX));
+        for (vlUInt64 pixel = _context.run.pixelStart; result && pixel < end;) {
+            vlUInt64 const column = pixel % _sizeX;
+            vlUInt64 const nbPixels = std::min(end - pixel, _sizeX - column);
+            result = acceptBroken(read(pixel / _sizeX));
+            if (result) {
+                unpack(_buffer.data(), getFirstBit(column), nbPixels, pPixels);
+            }
+            pPixels += nbPixels;
+            pixel += nbPixels;
+        }
+        warnOfBroken();
+        return result;
+    }
 
   private:
-    bool isInShortStrip(vlUInt64 row) const { return row - row % _rowsPerStrip + _rowsPerStrip > _nbRows; }
+    /// Plain calls keep a byte of the column: a run that begins at column 256 or beyond begins at a bit other
+    /// than its own.
+    vlUInt64 getFirstBit(vlUInt64 column) const {
+        constexpr vlUInt64 byteMask = 0xFF;
+        PlanRun const& run = _context.run;
+        vlUInt64 const first = cutsPackedColumns(_context.policy) ? column & byteMask : column;
+        if (first != column) {
+            warn(VELMO_HERE, Check::eIFCM_PackedRunShifted, run.z, run.c, run.t, _context.path.string(),
+                 first, column);
+        }
+        return first;
+    }
+
+    /// Where a broken row is no failure, it stays as far as it was decoded.
+    BoolResult acceptBroken(BoolResult const& result) {
+        if (result || !zeroesBrokenStrips(_context.policy)) {
+            return result;
+        }
+        if (++_nbBroken == 1) {
+            _firstBroken = result.getMessage();
+        }
+        return success();
+    }
+
+    void warnOfBroken() const {
+        PlanRun const& run = _context.run;
+        if (_nbBroken != 0) {
+            warn(VELMO_HERE, Check::eIFCM_RowsNotDecoded, _nbBroken, run.z, run.c, run.t, _firstBroken);
+        }
+    }
 
     PlanContext const& _context;
     vlUInt64 _sizeX;
@@ -81,35 +124,26 @@ class PackedRows {
     vlUInt64 _rowsPerStrip;
     bool _bCompressed;
     std::vector<std::byte> _buffer;
+    vlUInt64 _nbBroken = 0;   ///< rows
+    std::string _firstBroken; ///< the text of its failure
 };
 
 } // namespace
 
 BoolResult readPackedRows(PlanContext const& context, std::byte* pPixels) {
     vlUInt64 const sizeX = context.geometry.getSizeX();
-    vlUInt64 const end = context.run.pixelStart + context.run.nbPixels;
+    vlUInt64 const sizeY = context.geometry.getSizeY();
     if (sizeX == 0 || context.run.nbPixels == 0) {
         return success();
     }
     PackedRows rows(context);
-    if (!context.isRunInside()) {
-        return rows.failToReadRow(std::max(context.run.pixelStart / sizeX, context.geometry.getSizeY()));
+    vlUInt64 const firstRow = context.run.pixelStart / sizeX;
+    BoolResult inside = context.requireRunInside();
+    if (!inside) {
+        return rows.failToReadRow(std::max(firstRow, sizeY), inside.getMessage());
     }
-    if (!context.fitsDirectory()) { // a page among others of wider pixels, say
-        return rows.failToReadRow(context.run.pixelStart / sizeX);
-    }
-    BoolResult result = rows.skipTo(context.run.pixelStart / sizeX);
-    for (vlUInt64 pixel = context.run.pixelStart; result && pixel < end;) {
-        vlUInt64 const column = pixel % sizeX;
-        vlUInt64 const nbPixels = std::min(end - pixel, sizeX - column);
-        result = rows.read(pixel / sizeX);
-        if (result) {
-            unpack(rows.getBits(), column, nbPixels, pPixels);
-        }
-        pPixels += nbPixels;
-        pixel += nbPixels;
-    }
-    return result;
+    BoolResult fits = context.requirePackedDirectory();
+    return fits ? rows.unpackRun(pPixels) : rows.failToReadRow(firstRow, fits.getMessage());
 }
 
 } // namespace file

@@ -8,6 +8,8 @@
 #include "Tiff/TiffStrips.h"
 #include "Tiff/TiffTags.h"
 
+#include <VELMOImageFile/ImageFileCheckMessage.h>
+#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 
 namespace velmo {
@@ -24,8 +26,9 @@ constexpr std::uint16_t g_unsaidSamples = 3;
 } // namespace
 
 PlanContext::PlanContext(TIFF*& givenTiff, boost::filesystem::path const& givenPath,
-                         BaseImageGeometry const& givenGeometry, PlanRun const& givenRun, eScope scope)
-    : pTiff(givenTiff), path(givenPath), geometry(givenGeometry), run(givenRun),
+                         BaseImageGeometry const& givenGeometry, PlanRun const& givenRun,
+                         eTiffPolicy givenPolicy, eScope scope)
+    : pTiff(givenTiff), path(givenPath), geometry(givenGeometry), run(givenRun), policy(givenPolicy),
       bufferType(getPlanBufferType(givenGeometry, givenRun.t)) {
     bool const bPage = scope == eScope::Page;
     run.c = bPage ? 0 : run.c;
@@ -40,19 +43,28 @@ BoolResult PlanContext::requireHandle() const {
 }
 
 BoolResult PlanContext::reachDirectory() const {
-    BoolResult const reached = TiffDirectories(pTiff).reach(directory);
+    TiffDirectories const directories(pTiff, policy);
+    BoolResult const reached = directories.reach(directory);
+    if (reached && directories.toNumber(directory) != directory) {
+        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_DirectoryNumberCut, directory,
+             directories.toNumber(directory), path.string());
+    }
     return reached ? success()
                    : fail(Message::eTIFM_SetDirectoryError, directory, path.string(), reached.getMessage());
 }
 
 BoolResult PlanContext::reachMovedDirectory() const {
-    TiffDirectories(pTiff).forget();
+    TiffDirectories(pTiff, policy).forget();
     return reachDirectory();
 }
 
-bool PlanContext::isRunInside() const {
+BoolResult PlanContext::requireRunInside() const {
     vlUInt64 const nbPixels = geometry.getPlanNbPixels();
-    return run.nbPixels <= nbPixels && run.pixelStart <= nbPixels - run.nbPixels;
+    if (run.nbPixels <= nbPixels && run.pixelStart <= nbPixels - run.nbPixels) {
+        return success();
+    }
+    auto const end = checkedAdd(run.pixelStart, run.nbPixels).value_or(NumericLimits<vlUInt64>::s_max);
+    return fail(eImageFileCheckMessage::eIFCM_RunOutsidePlane, run.pixelStart, end - 1, nbPixels);
 }
 
 BoolResult PlanContext::requireChannels() const {
@@ -70,13 +82,30 @@ StripLayout PlanContext::getLayout(vlUInt64 rowsPerStrip) const {
     return {geometry.getSizeX(), sizeY, nbRows, nbChannels * getImageBufferBaseSize(bufferType)};
 }
 
-bool PlanContext::fitsDirectory() const {
+BoolResult PlanContext::requireDirectoryOf(unsigned int nbBits) const {
+    auto const bits = findBitsPerSample().value_or(0);
+    auto const width = getTag<std::uint32_t>(pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
+    auto const length = getTag<std::uint32_t>(pTiff, TIFFTAG_IMAGELENGTH).value_or(0);
+    if (width == geometry.getSizeX() && length == geometry.getSizeY() && bits == nbBits) {
+        return success();
+    }
+    return fail(eImageFileCheckMessage::eIFCM_DirectoryMismatch, width, length, bits, geometry.getSizeX(),
+                geometry.getSizeY(), nbBits);
+}
+
+BoolResult PlanContext::requireFittingDirectory() const {
     constexpr unsigned int bitsOfByte = 8;
-    auto const bits = getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0);
-    bool const bPacked = bits == 1 && getImageBufferBaseSize(bufferType) == 1;
-    return getTag<std::uint32_t>(pTiff, TIFFTAG_IMAGEWIDTH).value_or(0) == geometry.getSizeX() &&
-           getTag<std::uint32_t>(pTiff, TIFFTAG_IMAGELENGTH).value_or(0) == geometry.getSizeY() &&
-           (bPacked || bits == getImageBufferBaseSize(bufferType) * bitsOfByte);
+    return requireDirectoryOf(getImageBufferBaseSize(bufferType) * bitsOfByte);
+}
+
+BoolResult PlanContext::requirePackedDirectory() const {
+    auto const samples = getTag<std::uint16_t>(pTiff, TIFFTAG_SAMPLESPERPIXEL).value_or(1);
+    bool const bOneByte = getImageBufferBaseSize(bufferType) == 1;
+    return bOneByte && samples == 1 ? requireDirectoryOf(1) : requireFittingDirectory();
+}
+
+std::optional<std::uint16_t> PlanContext::findBitsPerSample() const {
+    return ::velmo::image::file::findBitsPerSample(pTiff, policy);
 }
 
 BoolResult PlanContext::failToGetTagAndClose(char const* tagName) const {
@@ -86,12 +115,12 @@ BoolResult PlanContext::failToGetTagAndClose(char const* tagName) const {
     return failure;
 }
 
-BoolResult PlanContext::failToReadStrip(vlUInt64 strip) const {
-    return fail(Message::eTIFM_ReadStripError, strip, run.z, run.c, run.t, path.string(), getTiffWords());
+BoolResult PlanContext::failToReadStrip(vlUInt64 strip, std::string const& reason) const {
+    return fail(Message::eTIFM_ReadStripError, strip, run.z, run.c, run.t, path.string(), reason);
 }
 
-BoolResult PlanContext::failToWriteStrip(vlUInt64 strip) const {
-    return fail(Message::eTIFM_WriteStripError, strip, run.z, run.c, run.t, path.string(), getTiffWords());
+BoolResult PlanContext::failToWriteStrip(vlUInt64 strip, std::string const& reason) const {
+    return fail(Message::eTIFM_WriteStripError, strip, run.z, run.c, run.t, path.string(), reason);
 }
 
 } // namespace file

@@ -2,9 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Tiff/StripTransfer.h"
+#include "Tiff/TiffErrorHandler.h"
 #include "Tiff/TiffPixels.h"
+#include "Utils/FailureText.h"
 
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <algorithm>
+#include <cstring>
 
 namespace velmo {
 namespace image {
@@ -14,8 +18,18 @@ void StripReader::addChannel(vlUInt64 channel, void* pPixels) {
     _channels.push_back({channel, static_cast<std::byte*>(pPixels)});
 }
 
-BoolResult StripReader::failAtStrip(vlUInt64 strip) const {
-    return getContext().failToReadStrip(strip);
+BoolResult StripReader::failAtStrip(vlUInt64 strip, std::string const& reason) const {
+    return getContext().failToReadStrip(strip, reason);
+}
+
+BoolResult StripReader::run() {
+    BoolResult result = StripTransfer::run();
+    if (_nbBroken != 0) {
+        PlanRun const& run = getContext().run;
+        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_StripsNotDecoded, _nbBroken, run.z, run.c, run.t,
+             _firstBroken);
+    }
+    return result;
 }
 
 /// One channel goes straight to its place.
@@ -33,26 +47,38 @@ bool StripReader::movePlain(Block const& block) {
 }
 
 /// Decodes a strip from its start to the end of the last row that is wanted: codecs know no other start, and
-/// predictors no other end. The buffer is zero before, so that a strip that breaks off shows nothing of the
-/// one before it.
+/// predictors no other end. Where a broken strip is zero the buffer is so before, so that one that breaks off
+/// shows nothing of the one before it.
 BoolResult StripReader::moveStrip(Block const& block) {
     StripLayout const& layout = getLayout();
     vlUInt64 const nbBytes =
         std::min(layout.getBytesOfRows(block.position + block.nbPixels), layout.getBytesOf(block.strip));
-    if (!getStrips().canHold(block.strip, nbBytes)) {
-        return failAtStrip(block.strip);
-    }
     bool const bInPlace = getNbChannels() == 1 && nbBytes == getSize(block);
     std::byte* const pBuffer =
         bInPlace ? _channels.front().pPixels + getPlanOffset() : provideBuffer(nbBytes);
-    long const nbRead = getStrips().read(block.strip, nbBytes, pBuffer);
-    if (_brokenStrip == eBrokenStrip::Fails && nbRead != static_cast<long>(nbBytes)) {
-        return failAtStrip(block.strip);
+    if (bInPlace && _brokenStrip == eBrokenStrip::IsZero) {
+        std::memset(pBuffer, 0, nbBytes);
+    }
+    BoolResult decoded = decode(block.strip, nbBytes, pBuffer);
+    if (!decoded && _brokenStrip == eBrokenStrip::Fails) {
+        return decoded;
+    }
+    if (!decoded && ++_nbBroken == 1) {
+        _firstBroken = decoded.getMessage();
     }
     if (!bInPlace) {
         spread(pBuffer + getSkip(block), block.nbPixels);
     }
     return success();
+}
+
+BoolResult StripReader::decode(vlUInt64 strip, vlUInt64 nbBytes, std::byte* pBuffer) {
+    BoolResult held = getStrips().requireRoomFor(strip, nbBytes);
+    if (!held) {
+        return failAtStrip(strip, held.getMessage());
+    }
+    bool const bDecoded = getStrips().read(strip, nbBytes, pBuffer) == static_cast<long>(nbBytes);
+    return bDecoded ? success() : failAtStrip(strip, getTiffWords());
 }
 
 void StripReader::spread(std::byte const* pSource, vlUInt64 nbPixels) const {

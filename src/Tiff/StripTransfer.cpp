@@ -37,17 +37,25 @@ StripTransfer::StripTransfer(PlanContext const& context, StripLayout const& layo
 StripTransfer::~StripTransfer() = default;
 
 BoolResult StripTransfer::run() {
-    vlUInt64 const nbPixels = _context.run.nbPixels;
-    vlUInt64 const stripPixels = getLayout().getStripPixels();
-    if (nbPixels == 0) {
+    if (_context.run.nbPixels == 0) {
         return success();
     }
-    if (stripPixels == 0 || !getLayout().isCountable() || !_context.fitsDirectory()) {
-        return failAtStrip(0);
+    BoolResult fits = _context.requireFittingDirectory();
+    if (!fits || !getLayout().isCountable()) {
+        return failAtStrip(0, fits.getMessage());
     }
-    if (!_context.isRunInside()) {
-        return failAtStrip(std::max(_context.run.pixelStart, getLayout().getNbPixels()) / stripPixels);
+    BoolResult inside = _context.requireRunInside();
+    if (!inside) {
+        vlUInt64 const firstOutside = std::max(_context.run.pixelStart, getLayout().getNbPixels());
+        vlUInt64 const stripPixels = std::max<vlUInt64>(1, getLayout().getStripPixels());
+        return failAtStrip(firstOutside / stripPixels, inside.getMessage());
     }
+    return moveBlocks();
+}
+
+BoolResult StripTransfer::moveBlocks() {
+    vlUInt64 const nbPixels = _context.run.nbPixels;
+    vlUInt64 const stripPixels = getLayout().getStripPixels();
     while (_nbDone < nbPixels) {
         vlUInt64 const pixel = _context.run.pixelStart + _nbDone;
         Block const left = {pixel / stripPixels, pixel % stripPixels, nbPixels - _nbDone};

@@ -4,7 +4,10 @@
 #include "Tiff/StripTransfer.h"
 #include "Tiff/TiffDirectories.h"
 #include "Tiff/TiffPixels.h"
+#include "Tiff/TiffStream.h"
 #include "Tiff/TiffTags.h"
+
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 
 namespace velmo {
 namespace image {
@@ -14,8 +17,8 @@ void StripWriter::addChannel(vlUInt64 channel, void const* pPixels) {
     _channels.push_back({channel, static_cast<std::byte const*>(pPixels)});
 }
 
-BoolResult StripWriter::failAtStrip(vlUInt64 strip) const {
-    return getContext().failToWriteStrip(strip);
+BoolResult StripWriter::failAtStrip(vlUInt64 strip, std::string const& reason) const {
+    return getContext().failToWriteStrip(strip, reason);
 }
 
 /// One channel is written as it is, whatever part of a strip it covers; others merge with what the file has.
@@ -41,34 +44,73 @@ BoolResult StripWriter::moveStrip(Block const& block) {
     StripLayout const& layout = getLayout();
     vlUInt64 const nbNeeded = getSkip(block) + getSize(block);
     bool const bWhole = block.nbPixels == layout.getStripPixels() && hasAllChannels();
-    vlUInt64 const directoryOffset = TIFFCurrentDirOffset(getContext().pTiff);
-
     void const* pData = _channels.front().pPixels + getPlanOffset();
     if (!bWhole || getNbChannels() != 1) {
         std::byte* const pBuffer = provideBuffer(layout.getStripBytes());
-        if (!bWhole &&
-            hasFailed(getStrips().read(block.strip, layout.getBytesOf(block.strip), pBuffer), nbNeeded)) {
-            BoolResult unread = getContext().failToReadStrip(block.strip);
+        BoolResult read = bWhole ? success() : readBack(block.strip, nbNeeded, pBuffer);
+        if (!read) {
             flush(); // the strips before it are whole
-            return unread;
+            return read;
         }
         merge(pBuffer + getSkip(block), block.nbPixels);
         pData = pBuffer;
     }
-    BoolResult result = hasFailed(getStrips().write(block.strip, pData), nbNeeded) ? failAtStrip(block.strip)
-                                                                                   : flushWhenDue(block);
-    if (!result) { // libtiff has the strip where it did not come to lie, and would write that at the close
-        TiffDirectories(getContext().pTiff).goBack(directoryOffset);
+    return write(block, pData, nbNeeded);
+}
+
+BoolResult StripWriter::readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* pBuffer) {
+    PlanContext const& context = getContext();
+    long const nbRead = getStrips().read(strip, getLayout().getBytesOf(strip), pBuffer);
+    if (!hasFailed(nbRead, nbNeeded) && nbRead >= 0) {
+        return success();
+    }
+    BoolResult unread = context.failToReadStrip(strip, getTiffWords());
+    if (hasFailed(nbRead, nbNeeded)) {
+        return unread;
+    }
+    warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_StripsNotDecoded, 1, context.run.z, context.run.c,
+         context.run.t, unread.getMessage());
+    return success();
+}
+
+/// Where a strip is not written, libtiff has it where it did not come to lie, and would write that at the
+/// next flush or at the close: the handle goes back to the directory as the file has it.
+BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 nbNeeded) {
+    PlanContext const& context = getContext();
+    vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
+    BoolResult writable = getStrips().requireWritable(block.strip);
+    long const written = writable ? getStrips().write(block.strip, pStrip) : -1;
+    bool const bFailed = hasFailed(written, nbNeeded);
+    BoolResult result = success();
+    if (bFailed || written < 0) {
+        std::string const reason = writable ? getTiffFailure(context.pTiff) : writable.getMessage();
+        result = bFailed ? failAtStrip(block.strip, reason) : success();
+        if (!bFailed) {
+            warnOfStrip(block.strip, reason);
+        }
+    } else {
+        result = flushWhenDue(block);
+    }
+    if (!result || written < 0) {
+        TiffDirectories(context.pTiff).goBack(directoryOffset);
     }
     return result;
 }
 
+void StripWriter::warnOfStrip(vlUInt64 strip, std::string const& reason) const {
+    PlanContext const& context = getContext();
+    warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_StripNotWritten, strip, context.run.z, context.run.t,
+         context.path.string(), reason);
+}
+
 /// A flush writes the places of all strips of the directory: it is done for each strip of a few, and for
-/// several together of many. A strip that is not flushed yet is as it was for every other reader.
+/// several together of many. A strip that is not flushed yet is as it was for every other reader. Where an
+/// unwritten strip is no failure, going back from it must not lose the strips before.
 BoolResult StripWriter::flushWhenDue(Block const& block) {
     constexpr vlUInt64 nbFlushes = 64;
     ++_nbUnflushed;
-    bool const bDue = isLast(block) || _nbUnflushed * nbFlushes >= TIFFNumberOfStrips(getContext().pTiff);
+    bool const bDue = isLast(block) || _minusOne == eMinusOne::Ignored ||
+                      _nbUnflushed * nbFlushes >= TIFFNumberOfStrips(getContext().pTiff);
     return bDue ? flush() : success();
 }
 
@@ -78,7 +120,8 @@ BoolResult StripWriter::flush() {
     vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
     _nbUnflushed = 0;
     if (TIFFFlush(context.pTiff) != 1) {
-        return fail(eTiffImageFileMessage::eTIFM_FlushError, context.path.string(), getTiffWords());
+        return fail(eTiffImageFileMessage::eTIFM_FlushError, context.path.string(),
+                    getTiffFailure(context.pTiff));
     }
     return TIFFCurrentDirOffset(context.pTiff) == directoryOffset ? success() : context.reachMovedDirectory();
 }

@@ -10,6 +10,7 @@
 #include "Tiff/TiffTime.h"
 #include "Tiff/ZeroStrips.h"
 
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOUtil/BaseException.h>
 #include <VELMOUtil/CheckedArithmetic.h>
 
@@ -21,6 +22,7 @@ namespace {
 
 using Message = eTiffImageFileMessage;
 
+char const* const g_userPropertiesName = "TIFFTAG_USERPROPERTIES";
 constexpr vlUInt64 g_largestPageCount = 0x7fff;
 constexpr vlUInt64 g_largestClassicFile = 0x80000000;
 
@@ -63,9 +65,9 @@ class TiffCreation {
           _bInterleaved(isInterleavedColor(geometry)), _nbSamples(_bInterleaved ? geometry.getSizeC() : 1) {}
 
     BoolResult create() {
-        return runSteps([&] { return countPages(); }, [&] { return openHandle(); },
-                        [&] { return setFileTags(); }, [&] { return writeDirectories(); },
-                        [&] { return flush(); });
+        return runSteps([&] { return countPages(); }, [&] { return checkUserProperties(); },
+                        [&] { return openHandle(); }, [&] { return setFileTags(); },
+                        [&] { return writeDirectories(); }, [&] { return flush(); });
     }
 
   private:
@@ -108,15 +110,19 @@ class TiffCreation {
             [&] { return setUserProperties(); });
     }
 
-    /// A tag of text ends at the first zero byte; a text that has one is not cut short in silence.
+    /// A tag of text ends at the first zero byte. A text that has one is refused while an old file still
+    /// stands.
+    BoolResult checkUserProperties() const {
+        bool const bWhole = _pUserProperties == nullptr || _pUserProperties->find('\0') == std::string::npos;
+        return bWhole ? success()
+                      : fail(Message::eTIFM_SetTagError, g_userPropertiesName, _path.string(),
+                             toText(eImageFileCheckMessage::eIFCM_ZeroByteInText));
+    }
+
     BoolResult setUserProperties() const {
-        char const* const tagName = "TIFFTAG_USERPROPERTIES";
-        if (_pUserProperties == nullptr) {
-            return success();
-        }
-        return _pUserProperties->find('\0') == std::string::npos
-                   ? setTag(tagName, g_userPropertiesTag, _pUserProperties->c_str())
-                   : failToSetTag(tagName);
+        return _pUserProperties == nullptr
+                   ? success()
+                   : setTag(g_userPropertiesName, g_userPropertiesTag, _pUserProperties->c_str());
     }
 
     BoolResult writeDirectories() {
@@ -138,7 +144,8 @@ class TiffCreation {
         BoolResult result = runSteps([&] { return setDirectoryTags(page, pageName); },
                                      [&] { return writeZeros(getPlanBufferType(_geometry, page.t)); });
         if (result && TIFFWriteDirectory(_pTiff) != 1) {
-            result = fail(Message::eTIFM_WriteDirectoryError, pageName, _path.string(), getTiffWords());
+            result =
+                fail(Message::eTIFM_WriteDirectoryError, pageName, _path.string(), getTiffFailure(_pTiff));
         }
         return result;
     }
@@ -183,12 +190,14 @@ class TiffCreation {
         vlUInt64 const pixelStride = getImageBufferBaseSize(bufferType) * _nbSamples;
         return _zeros.write(_pTiff, {_geometry.getSizeX(), sizeY, rowsPerStrip, pixelStride})
                    ? success()
-                   : fail(Message::eTIFM_InitStripDataError, _pageIndex, _path.string(), getTiffWords());
+                   : fail(Message::eTIFM_InitStripDataError, _pageIndex, _path.string(),
+                          getTiffFailure(_pTiff));
     }
 
     BoolResult flush() const {
-        return TIFFFlush(_pTiff) == 1 ? success()
-                                      : fail(Message::eTIFM_FlushError, _path.string(), getTiffWords());
+        return TIFFFlush(_pTiff) == 1
+                   ? success()
+                   : fail(Message::eTIFM_FlushError, _path.string(), getTiffFailure(_pTiff));
     }
 
     /// A size that the tag's 32 bits would cut is refused.

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Tiff/TiffFileList.h"
+#include "Tiff/TiffOptions.h"
 #include "Utils/FailureText.h"
 
 #include <VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h>
@@ -116,8 +117,8 @@ ImagePtr resample(ImagePtr const& pStack, attr::ZStepsConstPtr const& pSteps, vl
 ImagePtr loadCustomZStackImageFiles(Paths const& paths, attr::ZStepsConstPtr const& pSteps,
                                     vlUInt64 outputSizeZ,
                                     attr::eInterpolationPolicy const& interpolationPolicy,
-                                    eTiffBufferMode const& bufferMode) {
-    TiffFileList files(paths, bufferMode, VELMO_HERE);
+                                    TiffOpenRequest const& request) {
+    TiffFileList files(paths, request, VELMO_HERE);
     files.compare(TiffFileList::eRule::Volume);
     requireCount(VELMO_HERE, *pSteps, files.getNbPlanes());
     ImagePtr pImage = resample(files.join(), pSteps, outputSizeZ, interpolationPolicy);
@@ -137,9 +138,23 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     if (paths.empty()) {
         return {};
     }
-    return paths.size() == 1 ? loadTiffImageFile(paths.front(), eTDM_Volume, bufferMode)
-                             : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile), outputSizeZ,
-                                                          interpolationPolicy, bufferMode);
+    return paths.size() == 1
+               ? loadTiffImageFile(paths.front(), eTDM_Volume, bufferMode)
+               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile), outputSizeZ,
+                                            interpolationPolicy,
+                                            {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain});
+}
+
+ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
+                                    boost::filesystem::path const& zStepsFile, unsigned long outputSizeZ,
+                                    attr::eInterpolationPolicy const& interpolationPolicy,
+                                    std::string const& pattern, TiffReadOptions const& options) {
+    Paths const paths = findTiffFilesInDirectory(directory, pattern);
+    if (paths.empty()) {
+        return {};
+    }
+    return loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile), outputSizeZ, interpolationPolicy,
+                                      toRequest(options));
 }
 
 } // namespace file

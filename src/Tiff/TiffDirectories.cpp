@@ -6,6 +6,8 @@
 #include "Tiff/TiffErrorHandler.h"
 #include "Tiff/TiffStream.h"
 
+#include <VELMOUtil/Types.h>
+#include <algorithm>
 #include <tiffio.h>
 
 namespace velmo {
@@ -42,6 +44,23 @@ std::optional<vlUInt64> readNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 off
     return number;
 }
 
+DirectoryLayout const& getDirectoryLayout(TIFF* pTiff) {
+    return TIFFIsBigTIFF(pTiff) != 0 ? g_big : g_classic;
+}
+
+/// Where the entry of a tag of the directory at `offset` lies.
+std::optional<vlUInt64> findEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
+    DirectoryLayout const& layout = getDirectoryLayout(pTiff);
+    vlUInt64 const nbEntries = readNumber(pTiff, stream, offset, layout.countSize).value_or(0);
+    for (vlUInt64 entry = 0; entry < nbEntries && entry < g_directoryNumbers; ++entry) {
+        vlUInt64 const place = offset + layout.countSize + entry * layout.entrySize;
+        if (readNumber(pTiff, stream, place, 2).value_or(0) == tag) {
+            return place;
+        }
+    }
+    return std::nullopt;
+}
+
 /// The link behind the directory at `offset`.
 std::optional<vlUInt64> readLink(TIFF* pTiff, TiffStream& stream, DirectoryLayout const& layout,
                                  vlUInt64 offset) {
@@ -59,7 +78,7 @@ bool DirectoryChain::findNext(TIFF* pTiff, TiffStream& stream) {
     if (_bEnded) {
         return false;
     }
-    DirectoryLayout const& layout = TIFFIsBigTIFF(pTiff) != 0 ? g_big : g_classic;
+    DirectoryLayout const& layout = getDirectoryLayout(pTiff);
     auto const link = _offsets.empty() ? readNumber(pTiff, stream, layout.firstLinkOffset, layout.linkSize)
                                        : readLink(pTiff, stream, layout, _offsets.back());
     _bBroken = !link || _known.count(*link) != 0 || _offsets.size() == g_longestChain;
@@ -86,29 +105,45 @@ vlUInt64 DirectoryChain::count(TIFF* pTiff, TiffStream& stream) {
     return *_count;
 }
 
+bool DirectoryChain::isBroken(TIFF* pTiff, TiffStream& stream) {
+    while (findNext(pTiff, stream)) {
+    }
+    return _bBroken;
+}
+
 void DirectoryChain::forget() {
     *this = DirectoryChain();
 }
 
-TiffDirectories::TiffDirectories(TIFF* pTiff) : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)) {
+TiffDirectories::TiffDirectories(TIFF* pTiff, eTiffPolicy policy)
+    : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _policy(policy) {
     if (_pStream != nullptr) {
         _pStream->forgetAhead();
     }
 }
 
-unsigned int TiffDirectories::count() const {
-    vlUInt64 const nbDirectories = _pStream == nullptr ? TIFFNumberOfDirectories(_pTiff)
-                                                       : _pStream->accessChain().count(_pTiff, *_pStream);
-    return static_cast<unsigned int>(nbDirectories % g_directoryNumbers);
+vlUInt64 TiffDirectories::count() const {
+    return toNumber(_pStream == nullptr ? TIFFNumberOfDirectories(_pTiff)
+                                        : _pStream->accessChain().count(_pTiff, *_pStream));
+}
+
+bool TiffDirectories::isBroken() const {
+    return _pStream != nullptr && _pStream->accessChain().isBroken(_pTiff, *_pStream);
+}
+
+vlUInt64 TiffDirectories::toNumber(vlUInt64 index) const {
+    return cutsDirectoryNumbers(_policy) ? index % g_directoryNumbers : index;
 }
 
 BoolResult TiffDirectories::reach(vlUInt64 index) const {
-    vlUInt64 const number = index % g_directoryNumbers;
+    vlUInt64 const number = toNumber(index);
     vlUInt64 const previousOffset = TIFFCurrentDirOffset(_pTiff);
     auto const known =
         _pStream == nullptr ? std::nullopt : _pStream->accessChain().find(_pTiff, *_pStream, number);
-    int const reached =
-        known ? TIFFSetSubDirectory(_pTiff, *known) : TIFFSetDirectory(_pTiff, static_cast<tdir_t>(number));
+    constexpr vlUInt64 largestNumber = NumericLimits<tdir_t>::s_max; // of none that there can be
+    int const reached = known
+                            ? TIFFSetSubDirectory(_pTiff, *known)
+                            : TIFFSetDirectory(_pTiff, static_cast<tdir_t>(std::min(number, largestNumber)));
     if (reached == 1) {
         return success();
     }
@@ -135,17 +170,18 @@ void TiffDirectories::forget() const {
 }
 
 vlUInt64 readEntryNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
-    DirectoryLayout const& layout = TIFFIsBigTIFF(pTiff) != 0 ? g_big : g_classic;
-    vlUInt64 const nbEntries = readNumber(pTiff, stream, offset, layout.countSize).value_or(0);
-    for (vlUInt64 entry = 0; entry < nbEntries && entry < g_directoryNumbers; ++entry) {
-        vlUInt64 const place = offset + layout.countSize + entry * layout.entrySize;
-        if (readNumber(pTiff, stream, place, 2).value_or(0) == tag) {
-            vlUInt64 const type = readNumber(pTiff, stream, place + 2, 2).value_or(0);
-            vlUInt64 const size = type == TIFF_SHORT ? 2 : type == TIFF_LONG8 ? 8 : 4;
-            return readNumber(pTiff, stream, place + layout.entrySize - layout.linkSize, size).value_or(0);
-        }
+    auto const place = findEntry(pTiff, stream, offset, tag);
+    if (!place) {
+        return 0;
     }
-    return 0;
+    DirectoryLayout const& layout = getDirectoryLayout(pTiff);
+    vlUInt64 const type = readNumber(pTiff, stream, *place + 2, 2).value_or(0);
+    vlUInt64 const size = type == TIFF_SHORT ? 2 : type == TIFF_LONG8 ? 8 : 4;
+    return readNumber(pTiff, stream, *place + layout.entrySize - layout.linkSize, size).value_or(0);
+}
+
+bool hasEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
+    return findEntry(pTiff, stream, offset, tag).has_value();
 }
 
 } // namespace file

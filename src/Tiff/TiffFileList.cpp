@@ -3,6 +3,7 @@
 
 #include "Tiff/TiffFileList.h"
 
+#include "Tiff/TiffOptions.h"
 #include "Tiff/TiffStream.h"
 #include "Utils/FailureText.h"
 #include "Utils/FilePatterns.h"
@@ -67,23 +68,32 @@ std::vector<fs::path> findTiffFilesInDirectory(fs::path const& directory, std::s
     return paths;
 }
 
-void TiffFileList::requireOpen(BoolResult const& result, fs::path const& path) const {
+RaiseSite TiffFileList::at(unsigned int line) const {
+    return {_site.function, __FILE__, line};
+}
+
+void TiffFileList::requireOpen(BoolResult const& result, fs::path const& path, unsigned int line) const {
     if (!result) {
-        raise(_site, Message::eTIFM_LoadFileError, path, result.getMessage());
+        raise(at(line), Message::eTIFM_LoadFileError, path, result.getMessage());
     }
 }
 
+BoolResult TiffFileList::openAsVolume(TiffImageFile& file, fs::path const& path,
+                                      std::string& userProperties) const {
+    return file.openFile(path, eIAM_ReadOnly, eTDM_Volume, _request.bufferMode, userProperties);
+}
+
 TiffFileList::FilePtr TiffFileList::open(fs::path const& path, std::string& userProperties) const {
-    auto pFile = boost::make_shared<TiffImageFile>();
-    requireOpen(pFile->openFile(path, eIAM_ReadOnly, eTDM_Volume, _bufferMode, userProperties), path);
+    FilePtr pFile = createAccessor(_request.policy);
+    requireOpen(openAsVolume(*pFile, path, userProperties), path);
     return pFile;
 }
 
 /// The comparison itself needs one open file at a time, so files that are kept open beside it must not be the
 /// reason why one cannot be opened: handles run out where the images are opened.
 TiffFileList::FilePtr TiffFileList::openToCompare(fs::path const& path, std::string& userProperties) {
-    auto pFile = boost::make_shared<TiffImageFile>();
-    BoolResult const result = pFile->openFile(path, eIAM_ReadOnly, eTDM_Volume, _bufferMode, userProperties);
+    FilePtr pFile = createAccessor(_request.policy);
+    BoolResult const result = openAsVolume(*pFile, path, userProperties);
     if (!result && lacksHandle(TiffStream::getOpenError()) && !_openFiles.empty()) {
         _openFiles.clear();
         _bKeepOpen = false;
@@ -102,6 +112,7 @@ void TiffFileList::compare(eRule rule) {
         if (!_pReference) {
             _pReference = duplicateGeometry(geometry);
             _userProperties = userProperties;
+            _pCalibration = pFile->getGeometricCalibrationConstPtr();
         }
         requireSameSizes(path, geometry);
         requireSameTypes(path, geometry);
@@ -116,7 +127,7 @@ void TiffFileList::compare(eRule rule) {
 void TiffFileList::requireSameSizes(fs::path const& path, BaseImageGeometry const& geometry) const {
     auto const require = [&](vlUInt64 reference, vlUInt64 size, Message::domain id) {
         if (size != reference) {
-            raise(_site, id, _paths.front().string(), reference, path.string(), size);
+            raise(at(__LINE__), id, _paths.front().string(), reference, path.string(), size);
         }
     };
     require(_pReference->getSizeX(), geometry.getSizeX(), Message::eTIFM_SizeXMismatch);
@@ -125,7 +136,7 @@ void TiffFileList::requireSameSizes(fs::path const& path, BaseImageGeometry cons
         require(_pReference->getSizeZ(), geometry.getSizeZ(), Message::eTIFM_SizeZMismatch);
     }
     if (_pReference->getSizeC() != geometry.getSizeC()) { // the message shows the depths
-        raise(_site, Message::eTIFM_SizeCMismatch, _paths.front().string(), _pReference->getSizeZ(),
+        raise(at(__LINE__), Message::eTIFM_SizeCMismatch, _paths.front().string(), _pReference->getSizeZ(),
               path.string(), geometry.getSizeZ());
     }
 }
@@ -133,7 +144,7 @@ void TiffFileList::requireSameSizes(fs::path const& path, BaseImageGeometry cons
 void TiffFileList::requireSameTypes(fs::path const& path, BaseImageGeometry const& geometry) const {
     auto const require = [&](auto reference, auto type, Message::domain id) {
         if (type != reference) {
-            raise(_site, id, _paths.front().string(), reference, path.string(), type);
+            raise(at(__LINE__), id, _paths.front().string(), reference, path.string(), type);
         }
     };
     require(_pReference->getColorGeometryType(), geometry.getColorGeometryType(),
@@ -144,7 +155,7 @@ void TiffFileList::requireSameTypes(fs::path const& path, BaseImageGeometry cons
         return;
     }
     if (geometry.getTemporalGeometryType() != eTGT_Single) {
-        raise(_site, Message::eTIFM_TemporalGeometryNotSingle);
+        raise(at(__LINE__), Message::eTIFM_TemporalGeometryNotSingle);
     }
     require(_pReference->getBufferType(), geometry.getBufferType(), Message::eTIFM_BufferTypeMismatch);
 }
@@ -180,9 +191,9 @@ DiskImagePtr TiffFileList::joinOnDisk() {
     return pJoined;
 }
 
-void TiffFileList::requireOutput(BoolResult const& result) const {
+void TiffFileList::requireOutput(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
-        raise(_site, Message::eTIFM_CreateOutputImageError, result.getMessage());
+        raise({_site.function, file, line}, Message::eTIFM_CreateOutputImageError, result.getMessage());
     }
 }
 

@@ -10,7 +10,6 @@
 #include "Tiff/TiffTags.h"
 
 #include <boost/make_shared.hpp>
-#include <log4cplus/loglevel.h>
 #include <sstream>
 
 namespace velmo {
@@ -20,14 +19,10 @@ namespace file {
 namespace {
 
 using Message = eTiffImageFileMessage;
+using Check = eImageFileCheckMessage;
 
-template <class... Arguments>
-void warn(RaiseSite const& site, Message::domain id, Arguments const&... arguments) {
-    logGuarded(site, g_velmoImageFileRaise, log4cplus::WARN_LOG_LEVEL, [&](LogMessageFormater& formater) {
-        formater[id];
-        (formater % ... % arguments);
-    });
-}
+/// Larger numbers were negative in the description.
+constexpr vlUInt64 g_largestAnnouncement = NumericLimits<int>::s_max;
 
 char const* getName(eTiffBufferMode bufferMode) {
     switch (bufferMode) {
@@ -117,11 +112,11 @@ BoolResult TiffForeignFile::requireContiguous() const {
 }
 
 BoolResult TiffForeignFile::readFirstBufferType(std::uint16_t samples) {
-    std::uint16_t bits = 0;
-    BoolResult result = requireTag(_pTiff, TIFFTAG_BITSPERSAMPLE, "TIFFTAG_BITSPERSAMPLE", _path, bits);
-    if (!result) {
-        return result;
+    auto const found = findBitsPerSample(_pTiff, _policy);
+    if (!found) {
+        return failToGetTag("TIFFTAG_BITSPERSAMPLE", _path);
     }
+    std::uint16_t const bits = *found;
     short const format = getSampleFormat(_pTiff);
     _walk.bufferType = toImageBufferType(toShort(bits), format, _bufferMode);
     if (_walk.bufferType == eIBT_None) {
@@ -140,13 +135,54 @@ BoolResult TiffForeignFile::readFirstBufferType(std::uint16_t samples) {
 // The planes
 
 BoolResult TiffForeignFile::countPlans() {
-    unsigned int const nbDirectories = TiffDirectories(_pTiff).count();
+    vlUInt64 const nbDirectories = TiffDirectories(_pTiff, _policy).count();
     vlUInt64 const nbAnnounced = extractNbPagesFromIJDescription(_pTiff);
-    if (!isImageJStack(nbAnnounced, nbDirectories)) {
+    if (nbAnnounced == NumericLimits<vlUInt64>::s_max || nbAnnounced == nbDirectories) {
+        return walkDirectories();
+    }
+    if (readsStacksAsStored(_policy)) {
+        _walk.nbPlans = nbAnnounced;
+        warnOfByteOrder();
+        return success();
+    }
+    bool const bFurtherPlans = nbAnnounced > nbDirectories && nbAnnounced <= g_largestAnnouncement;
+    return bFurtherPlans ? findFurtherPlans(nbAnnounced, nbDirectories) : walkDirectories();
+}
+
+void TiffForeignFile::warnOfByteOrder() const {
+    constexpr std::uint16_t bitsOfByte = 8;
+    if (TIFFIsByteSwapped(_pTiff) != 0 && findBitsPerSample(_pTiff, _policy).value_or(1) > bitsOfByte) {
+        warn(VELMO_HERE, Check::eIFCM_PlanesNotConverted, _path.string());
+    }
+}
+
+/// Planes that a description announces beyond the directories are those of a stack of one directory.
+BoolResult TiffForeignFile::findFurtherPlans(vlUInt64 nbAnnounced, vlUInt64 nbDirectories) {
+    bool const bOneDirectory = nbDirectories == 1;
+    auto const nbStacked = bOneDirectory ? countStackPlanes(_pTiff) : std::nullopt;
+    BoolResult result = success();
+    if (bOneDirectory && !nbStacked) {
+        result = acceptDamage(VELMO_HERE, Check::eIFCM_PlanesNotLocated, nbAnnounced, _path.string());
+    } else if (nbStacked.value_or(nbDirectories) < nbAnnounced) {
+        result = acceptDamage(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(),
+                              nbStacked.value_or(nbDirectories));
+    }
+    if (result && !nbStacked) {
         return walkDirectories();
     }
     _walk.nbPlans = nbAnnounced;
-    return success();
+    return result;
+}
+
+/// A warning or a failure, as the policy has it.
+template <class... Arguments>
+BoolResult TiffForeignFile::acceptDamage(RaiseSite const& site, Check::domain id,
+                                         Arguments const&... arguments) const {
+    if (acceptsBrokenChain(_policy)) {
+        warn(site, id, arguments...);
+        return success();
+    }
+    return fail(Message::eTIFM_OpenFileError, _path.string(), toText(id, arguments...));
 }
 
 // Wherever the walk ends, at the chain's end or at a directory that cannot be read, libtiff is left without a
@@ -160,7 +196,12 @@ BoolResult TiffForeignFile::walkDirectories() {
         result = checkFurtherDirectory();
     }
     _walk.nbPlans = _walk.bufferTypes.size();
-    TiffDirectories(_pTiff).goBack(lastOffset);
+    TiffDirectories const directories(_pTiff, _policy);
+    bool const bWhole = !directories.isBroken() && directories.toNumber(_walk.nbPlans) == directories.count();
+    if (result && !bWhole) {
+        result = acceptDamage(VELMO_HERE, Check::eIFCM_ChainBreaksOff, _walk.nbPlans - 1, _path.string());
+    }
+    directories.goBack(lastOffset);
     return result;
 }
 
@@ -220,11 +261,11 @@ BoolResult TiffForeignFile::readFurtherColor(std::uint16_t samples, ColorGeometr
 }
 
 BoolResult TiffForeignFile::readFurtherBufferType(eImageBufferType& bufferType) const {
-    std::uint16_t bits = 0;
-    BoolResult result = requireTag(_pTiff, TIFFTAG_BITSPERSAMPLE, "TIFFTAG_BITSPERSAMPLE", _path, bits);
-    if (!result) {
-        return result;
+    auto const found = findBitsPerSample(_pTiff, _policy);
+    if (!found) {
+        return failToGetTag("TIFFTAG_BITSPERSAMPLE", _path);
     }
+    std::uint16_t const bits = *found;
     short const format = getSampleFormat(_pTiff);
     bufferType = toImageBufferType(toShort(bits), format, _bufferMode);
     return bufferType != eIBT_None

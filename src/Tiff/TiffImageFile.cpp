@@ -4,9 +4,12 @@
 #include <VELMOImageFile/TiffImageFile.h>
 
 #include "Tiff/TiffImageFileTools.h"
+#include "Tiff/TiffOpening.h"
 #include "Tiff/TiffPlaneAccess.h"
 #include "Utils/AccessorIdiom.h"
+#include "Utils/FailureText.h"
 
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOSerialization/ClassVersion.h>
 #include <boost/filesystem/operations.hpp>
 #include <cstdio>
@@ -26,7 +29,9 @@ bool isMissing(boost::filesystem::path const& path) {
 
 } // namespace
 
-TiffImageFile::TiffImageFile() = default;
+TiffImageFile::TiffImageFile() : TiffImageFile(eTiffPolicy::Plain) {}
+
+TiffImageFile::TiffImageFile(eTiffPolicy policy) : _policy(policy) {}
 
 TiffImageFile::~TiffImageFile() {
     TiffImageFile::clearDerived();
@@ -74,16 +79,16 @@ BoolResult TiffImageFile::openFileInternal(boost::filesystem::path const& filePa
                                            eTiffDirectoryMode const& directoryMode,
                                            eTiffBufferMode const& bufferMode, std::string& userProperties,
                                            bool bSharedRemote) {
-    TIFF* pTiff = nullptr;
-    ImageGeometryPtr pGeometry;
-    GeometricCalibrationPtr pCalibration;
-    BoolResult result = openTiffFile(filePath, accessMode, directoryMode, bufferMode, pTiff, pGeometry,
-                                     pCalibration, &userProperties);
+    OpenedTiff opened;
+    BoolResult result = openTiff(filePath, {accessMode, directoryMode, bufferMode, _policy}, opened);
     if (result) {
-        _pTiff = pTiff;
+        _pTiff = opened.pTiff;
         _tiffDirectoryMode = directoryMode;
         _tiffBufferMode = bufferMode;
-        initBase(filePath, accessMode, *pGeometry, pCalibration, bSharedRemote);
+        if (opened.bHasUserProperties) {
+            userProperties = opened.userProperties;
+        }
+        initBase(filePath, accessMode, *opened.pGeometry, opened.pCalibration, bSharedRemote);
     }
     return result;
 }
@@ -117,9 +122,12 @@ BoolResult TiffImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt
                                       vlUInt64 nbPixels, void* buffer) const {
     boost::lock_guard<boost::mutex> const lock(_mutex);
     try {
-        return readPlan(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, buffer);
+        return readPlan(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, _policy,
+                        buffer);
     } catch (std::exception const& exception) {
-        std::puts(exception.what());
+        if (printsExceptions(_policy)) {
+            std::puts(exception.what());
+        }
         return failure(exception.what());
     }
 }
@@ -127,7 +135,8 @@ BoolResult TiffImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt
 BoolResult TiffImageFile::writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                        vlUInt64 nbPixels, void const* buffer) {
     boost::lock_guard<boost::mutex> const lock(_mutex);
-    return writePlan(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, buffer);
+    return writePlan(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, _policy,
+                     buffer);
 }
 
 // Archives
@@ -155,7 +164,8 @@ BoolResult TiffImageFile::read(BaseIArchive& archive) {
         return success();
     }
     boost::filesystem::path const path(getFilePath());
-    if (getAccessMode() != eIAM_ReadOnly && isMissing(path)) {
+    if (getAccessMode() != eIAM_ReadOnly && recreatesMissingFiles(_policy) && isMissing(path)) {
+        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_FileMadeAnew, path.string());
         result = createFileInternal(path, getGeometry(), getGeometricCalibrationConstPtr());
     } else {
         std::string userProperties;

@@ -3,23 +3,29 @@
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
 
+#include "Tiff/TiffErrorHandler.h"
 #include "Tiff/TiffFileClosure.h"
 #include "Tiff/TiffImageFileTools.h"
+#include "Tiff/TiffOptions.h"
+#include "Tiff/TiffPixels.h"
 #include "Tiff/TiffPlaneAccess.h"
 #include "Tiff/TiffPlausibility.h"
+#include "Utils/FailureText.h"
 #include "Utils/FormatFamily.h"
 
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageStrip.h>
-#include <VELMOImageFile/TiffImageFile.h>
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
-#include <boost/make_shared.hpp>
+#include <VELMOUtil/CheckedArithmetic.h>
 
 namespace velmo {
 namespace image {
 namespace file {
 
 namespace {
+
+using Check = eImageFileCheckMessage;
 
 constexpr FamilyMessages g_messages = {
     "N5velmo5image4file21eTiffImageFileMessage6domainE", eTiffImageFileMessage::eTIFM_LoadFileError,
@@ -44,6 +50,7 @@ struct PlanTransfer {
     TIFF*& pTiff;
     boost::filesystem::path const& path;
     BaseImageGeometry const& geometry;
+    eTiffPolicy policy;
     FamilyFailure const& failure;
 
     PlanRun toRun(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
@@ -53,7 +60,8 @@ struct PlanTransfer {
 
     void loadPlan(ImagePtr const& pImage, vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
         OutputPlanPtr const pPlan = extractPlan<OutputImageYStrip2d>(pImage, z, c, t, failure);
-        failure.require(readPlan(pTiff, path, geometry, toRun(z, c, t), pPlan->accessBuffer().getDataPtr()));
+        failure.require(
+            readPlan(pTiff, path, geometry, toRun(z, c, t), policy, pPlan->accessBuffer().getDataPtr()));
         failure.require(pPlan->writeToImage());
     }
 
@@ -64,7 +72,7 @@ struct PlanTransfer {
             plans.push_back(extractPlan<OutputImageYStrip2d>(pImage, z, c, t, failure));
             pixels.push_back(plans.back()->accessBuffer().getDataPtr());
         }
-        failure.require(readPage(pTiff, path, geometry, toRun(z, 0, t), pixels));
+        failure.require(readPage(pTiff, path, geometry, toRun(z, 0, t), policy, pixels));
         for (OutputPlanPtr const& pPlan : plans) {
             failure.require(pPlan->writeToImage());
         }
@@ -73,7 +81,8 @@ struct PlanTransfer {
     void savePlan(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
         InputPlanPtr const pPlan = extractPlan<InputImageYStrip2d>(pImage, z, c, t, failure);
         failure.require(pPlan->readFromImage());
-        failure.require(writePlan(pTiff, path, geometry, toRun(z, c, t), pPlan->accessBuffer().getDataPtr()));
+        failure.require(
+            writePlan(pTiff, path, geometry, toRun(z, c, t), policy, pPlan->accessBuffer().getDataPtr()));
     }
 
     /// Every component receives the first channel of the image.
@@ -85,7 +94,7 @@ struct PlanTransfer {
             failure.require(plans.back()->readFromImage());
             pixels.push_back(plans.back()->accessBuffer().getDataPtr());
         }
-        failure.require(writePage(pTiff, path, geometry, toRun(z, 0, t), pixels));
+        failure.require(writePage(pTiff, path, geometry, toRun(z, 0, t), policy, pixels));
     }
 
     /// Calls `doPage(z, t)` for each page of an interleaved file, else `doPlan(z, c, t)` for each plane.
@@ -102,7 +111,8 @@ struct PlanTransfer {
 };
 
 void saveTiffCpuImageFile(boost::filesystem::path const& path, ImageConstPtr const& pImage,
-                          eTiffCompression const& compression, FamilyFailure const& failure) {
+                          eTiffCompression const& compression, eTiffPolicy policy,
+                          FamilyFailure const& failure) {
     BaseImageGeometry const& geometry = pImage->getGeometry();
     std::string const& userProperties = pImage->getUserPropertiesStr();
     GeometricCalibrationConstPtr const pCalibration = pImage->getGeometricCalibrationConstPtr();
@@ -111,7 +121,7 @@ void saveTiffCpuImageFile(boost::filesystem::path const& path, ImageConstPtr con
     failure.require(userProperties.empty()
                         ? createTiffFile(path, geometry, pCalibration, compression, pTiff)
                         : createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff));
-    PlanTransfer const transfer = {pTiff, path, geometry, failure};
+    PlanTransfer const transfer = {pTiff, path, geometry, policy, failure};
     // A new file stands on no directory yet, so this is false and channels are merged one by one.
     transfer.traverse(
         isInterleavedRgb(pTiff, path),
@@ -119,47 +129,88 @@ void saveTiffCpuImageFile(boost::filesystem::path const& path, ImageConstPtr con
         [&](vlUInt64 z, vlUInt64 t) { transfer.savePage(pImage, z, t); });
 }
 
-DiskImagePtr openDiskImage(boost::filesystem::path const& path, eImageAccessMode accessMode,
-                           eTiffDirectoryMode directoryMode, eTiffBufferMode bufferMode,
+/// The image as the processor has it.
+ImageConstPtr toCpuImage(ImageConstPtr const& pImage) {
+    return pImage->requiresCpuCopy() ? pImage->createCpuCopy() : pImage;
+}
+
+/// Fails for an image that could be saved and not be loaded again.
+BoolResult requireLoadable(BaseImageGeometry const& geometry) {
+    constexpr vlUInt64 largestPageCount = 65536;
+    auto const nbPages = checkedMultiply(geometry.getSizeZ(), geometry.getSizeT());
+    if (isInterleavedColor(geometry) && (!nbPages || *nbPages > largestPageCount)) {
+        return fail(Check::eIFCM_TooManyPages, nbPages.value_or(NumericLimits<vlUInt64>::s_max),
+                    largestPageCount);
+    }
+    return geometry.getFullMemorySize() != 0 ? success() : fail(Check::eIFCM_ImageWithoutPixels);
+}
+
+/// Loads an image into `image`, which holds what has been loaded so far after a failure.
+void loadImage(boost::filesystem::path const& path, TiffOpenRequest const& request, ImagePtr& image,
+               FamilyFailure const& failure) {
+    OpenedTiff opened;
+    TiffFileClosure const closure(path.string(), opened.pTiff);
+    failure.require(openTiff(path, request, opened));
+    bool const bInterleaved = isInterleavedRgb(opened.pTiff, path);
+    BaseImageGeometry const& geometry = *opened.pGeometry;
+    failure.require(requirePlausible(opened.pTiff, path, geometry, request.policy, bInterleaved));
+    failure.require(ImageFactory::getInstance().createDefaultImage(geometry, image));
+    if (opened.pCalibration) {
+        image->setGeometricCalibration(opened.pCalibration);
+    }
+    if (!opened.userProperties.empty()) {
+        image->setUserPropertiesStr(opened.userProperties);
+    }
+    PlanTransfer const transfer = {opened.pTiff, path, geometry, request.policy, failure};
+    transfer.traverse(
+        bInterleaved, [&](vlUInt64 z, vlUInt64 c, vlUInt64 t) { transfer.loadPlan(image, z, c, t); },
+        [&](vlUInt64 z, vlUInt64 t) { transfer.loadPage(image, z, t); });
+}
+
+DiskImagePtr openDiskImage(boost::filesystem::path const& path, TiffOpenRequest const& request,
                            std::string& userProperties, FamilyFailure const& failure) {
-    auto const pAccessor = boost::make_shared<TiffImageFile>();
-    failure.require(pAccessor->openFile(path, accessMode, directoryMode, bufferMode, userProperties));
+    auto const pAccessor = createAccessor(request.policy);
+    failure.require(pAccessor->openFile(path, request.accessMode, request.directoryMode, request.bufferMode,
+                                        userProperties));
     return createDiskImage(pAccessor, failure);
 }
 
-/// What of a file the copy of its pixels does not bring. An empty text and no calibration count as well.
-DistributedImagePtr describe(DistributedImagePtr const& pImage, DiskImagePtr const& pSource,
-                             std::string const& userProperties) {
+/// The same with the user properties of the file, if there are any.
+DiskImagePtr openDiskImage(boost::filesystem::path const& path, TiffOpenRequest const& request,
+                           FamilyFailure const& failure) {
+    std::string userProperties;
+    DiskImagePtr pImage = openDiskImage(path, request, userProperties, failure);
+    if (!userProperties.empty()) {
+        pImage->setUserPropertiesStr(userProperties);
+    }
+    return pImage;
+}
+
+/// A load into a distributed image, whose description becomes that of the file, also where the file has no
+/// user properties and no calibration.
+template <class Distribute>
+DistributedImagePtr loadDistributed(boost::filesystem::path const& path, TiffOpenRequest const& request,
+                                    FamilyFailure const& failure, Distribute const& distribute) {
+    std::string userProperties;
+    DiskImagePtr const pSource = openDiskImage(path, request, userProperties, failure);
+    DistributedImagePtr pImage = distribute(pSource);
     pImage->setGeometricCalibration(pSource->getGeometricCalibrationConstPtr());
     pImage->setUserPropertiesStr(userProperties);
     return pImage;
 }
 
+eTiffDirectoryMode toDirectoryMode(DistributedImage const& model) {
+    return model.getTemporalGeometryType() == eTGT_Sequence ? eTDM_Temporal : eTDM_Volume;
+}
+
 } // namespace
+
+// Plain calls
 
 void loadTiffImageFile(boost::filesystem::path const& path, ImagePtr& image,
                        eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode) {
-    FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
-    TIFF* pTiff = nullptr;
-    TiffFileClosure const closure(path.string(), pTiff);
-    ImageGeometryPtr pGeometry;
-    GeometricCalibrationPtr pCalibration;
-    std::string userProperties;
-    failure.require(openTiffFile(path, eIAM_ReadOnly, directoryMode, bufferMode, pTiff, pGeometry,
-                                 pCalibration, &userProperties));
-    bool const bInterleaved = isInterleavedRgb(pTiff, path);
-    failure.require(requirePlausible(pTiff, path, *pGeometry, bInterleaved));
-    failure.require(ImageFactory::getInstance().createDefaultImage(*pGeometry, image));
-    if (pCalibration) {
-        image->setGeometricCalibration(pCalibration);
-    }
-    if (!userProperties.empty()) {
-        image->setUserPropertiesStr(userProperties);
-    }
-    PlanTransfer const transfer = {pTiff, path, *pGeometry, failure};
-    transfer.traverse(
-        bInterleaved, [&](vlUInt64 z, vlUInt64 c, vlUInt64 t) { transfer.loadPlan(image, z, c, t); },
-        [&](vlUInt64 z, vlUInt64 t) { transfer.loadPage(image, z, t); });
+    loadImage(path, {eIAM_ReadOnly, directoryMode, bufferMode, eTiffPolicy::Plain}, image,
+              FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
 }
 
 ImagePtr loadTiffImageFile(boost::filesystem::path const& path, eTiffDirectoryMode const& directoryMode,
@@ -181,44 +232,78 @@ void loadTiffImageFile(boost::filesystem::path const& path, eTiffBufferMode cons
 DiskImagePtr openTiffImageFile(boost::filesystem::path const& path, eTiffDirectoryMode const& directoryMode,
                                eTiffBufferMode const& bufferMode) {
     constexpr auto readAndWrite = static_cast<eImageAccessMode>(1);
-    FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
-    std::string userProperties;
-    DiskImagePtr pImage =
-        openDiskImage(path, readAndWrite, directoryMode, bufferMode, userProperties, failure);
-    if (!userProperties.empty()) {
-        pImage->setUserPropertiesStr(userProperties);
-    }
-    return pImage;
+    return openDiskImage(path, {readAndWrite, directoryMode, bufferMode, eTiffPolicy::Plain},
+                         FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
 }
 
 DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
                                                  eTiffDirectoryMode const& directoryMode,
                                                  eTiffBufferMode const& bufferMode, bool defaultDispatch) {
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
-    std::string userProperties;
-    DiskImagePtr const pSource =
-        openDiskImage(path, eIAM_ReadOnly, directoryMode, bufferMode, userProperties, failure);
-    return describe(distributeImage(pSource, toDispatch(defaultDispatch), failure), pSource, userProperties);
+    return loadDistributed(path, {eIAM_ReadOnly, directoryMode, bufferMode, eTiffPolicy::Plain}, failure,
+                           [&](DiskImagePtr const& pSource) {
+                               return distributeImage(pSource, toDispatch(defaultDispatch), failure);
+                           });
 }
 
 DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
                                                  DistributedImage const& model,
                                                  eTiffBufferMode const& bufferMode, bool defaultDispatch) {
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
-    bool const bSequence = model.getTemporalGeometryType() == eTGT_Sequence;
-    std::string userProperties;
-    DiskImagePtr const pSource = openDiskImage(path, eIAM_ReadOnly, bSequence ? eTDM_Temporal : eTDM_Volume,
-                                               bufferMode, userProperties, failure);
-    return describe(distributeImage(pSource, model, toDispatch(defaultDispatch), failure), pSource,
-                    userProperties);
+    return loadDistributed(path, {eIAM_ReadOnly, toDirectoryMode(model), bufferMode, eTiffPolicy::Plain},
+                           failure, [&](DiskImagePtr const& pSource) {
+                               return distributeImage(pSource, model, toDispatch(defaultDispatch), failure);
+                           });
 }
 
 void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
                        eTiffCompression const& compression) {
     FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
     requireSource(image, path, failure);
-    saveTiffCpuImageFile(path, image->requiresCpuCopy() ? image->createCpuCopy() : image, compression,
-                         failure);
+    saveTiffCpuImageFile(path, toCpuImage(image), compression, eTiffPolicy::Plain, failure);
+}
+
+// Calls with options
+
+ImagePtr loadTiffImageFile(boost::filesystem::path const& path, TiffReadOptions const& options) {
+    ImagePtr pImage;
+    loadImage(path, toRequest(options), pImage, FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
+    return pImage;
+}
+
+DiskImagePtr openTiffImageFile(boost::filesystem::path const& path, TiffReadOptions const& options,
+                               eImageAccessMode const& accessMode) {
+    TiffOpenRequest request = toRequest(options);
+    request.accessMode = accessMode;
+    return openDiskImage(path, request, FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
+}
+
+DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
+                                                 TiffReadOptions const& options, bool defaultDispatch) {
+    FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
+    return loadDistributed(path, toRequest(options), failure, [&](DiskImagePtr const& pSource) {
+        return distributeImage(pSource, toDispatch(defaultDispatch), failure);
+    });
+}
+
+DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
+                                                 DistributedImage const& model,
+                                                 TiffReadOptions const& options, bool defaultDispatch) {
+    FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
+    TiffOpenRequest request = toRequest(options);
+    request.directoryMode = toDirectoryMode(model);
+    return loadDistributed(path, request, failure, [&](DiskImagePtr const& pSource) {
+        return distributeImage(pSource, model, toDispatch(defaultDispatch), failure);
+    });
+}
+
+void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
+                       TiffWriteOptions const& options) {
+    FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
+    requireSource(image, path, failure);
+    failure.require(requireLoadable(image->getGeometry()));
+    TiffErrorHandler::getInstance().clearCurrentError();
+    saveTiffCpuImageFile(path, toCpuImage(image), options.compression, eTiffPolicy::Strict, failure);
 }
 
 } // namespace file

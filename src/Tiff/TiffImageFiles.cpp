@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Tiff/TiffFileList.h"
+#include "Tiff/TiffOptions.h"
+#include "Utils/FailureText.h"
 #include "Utils/FormatFamily.h"
 
 #include <VELMOImage/ImageFactory.h>
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOImageProcessing/CopyImgLvl1.h>
 
@@ -19,43 +22,55 @@ using Paths = std::vector<boost::filesystem::path>;
 /// Where the pixels of the result are.
 enum eImageType { eIT_Memory = 0, eIT_Disk = 1 };
 
-/// How the copy ended is not asked: from the first pixels on that cannot be read all stay zero.
-ImagePtr copyToMemory(TiffFileList& files) {
+/// The joined files in memory. A plain load along Z takes the image from the processor, which has none after
+/// a failed run; a plain load along T does not look at the run's result, which the processor logs.
+ImagePtr copyToMemory(TiffFileList& files, eTiffDirectoryMode directoryMode) {
     ImagePtr const pJoined = files.join();
     ImagePtr pOutput;
     files.requireOutput(ImageFactory::getInstance().createDefaultImage(pJoined->getGeometry(), pOutput));
-    prepareCopy(pJoined, pOutput, eDispatch::Local)->run(processor::eST_Synchronous);
+    auto const pCopy = prepareCopy(pJoined, pOutput, eDispatch::Local);
+    processor::ActionResult const result = pCopy->run(processor::eST_Synchronous);
+    if (files.getPolicy() == eTiffPolicy::Plain) {
+        return directoryMode == eTDM_Temporal ? pOutput : pCopy->getStorage<imaproc::attr::OutImg>();
+    }
+    bool const bFinished = result.getStatus() == 0;
+    if (!bFinished && acceptsUnfinishedCopy(files.getPolicy())) {
+        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_CopyNotFinished, result.getMessage());
+        return pOutput;
+    }
+    files.requireOutput(BoolResult(bFinished, result.getMessage()));
     return pOutput;
 }
 
-ImagePtr loadTiffImageFilesInVolumeMode(Paths const& paths, eTiffBufferMode const& bufferMode,
-                                        eImageType const& imageType) {
-    TiffFileList files(paths, bufferMode, VELMO_HERE);
-    files.compare(TiffFileList::eRule::Volume);
-    return imageType == eIT_Disk ? files.joinOnDisk() : copyToMemory(files);
-}
-
-ImagePtr loadTiffImageFilesInTemporalMode(Paths const& paths, eTiffBufferMode const& bufferMode,
-                                          eImageType const& imageType) {
-    TiffFileList files(paths, bufferMode, VELMO_HERE);
-    files.compare(TiffFileList::eRule::Temporal);
-    if (imageType == eIT_Disk) {
-        return files.joinOnDisk();
-    }
-    ImagePtr pImage = copyToMemory(files);
-    if (!files.getUserProperties().empty()) {
+/// Plain calls keep the user properties of the first file along T in memory alone, and set no calibration.
+void describe(ImagePtr const& pImage, TiffFileList const& files, bool bKeepsUserProperties) {
+    bool const bPlain = files.getPolicy() == eTiffPolicy::Plain;
+    if (!files.getUserProperties().empty() && (bKeepsUserProperties || !bPlain)) {
         pImage->setUserPropertiesStr(files.getUserProperties());
     }
+    if (files.getCalibration() && !bPlain) {
+        pImage->setGeometricCalibration(files.getCalibration());
+    }
+}
+
+ImagePtr loadList(Paths const& paths, TiffOpenRequest const& request, eImageType imageType,
+                  RaiseSite const& site) {
+    bool const bTemporal = request.directoryMode == eTDM_Temporal;
+    TiffFileList files(paths, request, site);
+    files.compare(bTemporal ? TiffFileList::eRule::Temporal : TiffFileList::eRule::Volume);
+    bool const bOnDisk = imageType == eIT_Disk;
+    ImagePtr pImage = bOnDisk ? files.joinOnDisk() : copyToMemory(files, request.directoryMode);
+    describe(pImage, files, bTemporal && !bOnDisk);
     return pImage;
 }
 
-ImagePtr loadList(Paths const& paths, eTiffDirectoryMode const& directoryMode,
-                  eTiffBufferMode const& bufferMode, eImageType const& imageType) {
-    return directoryMode == eTDM_Temporal ? loadTiffImageFilesInTemporalMode(paths, bufferMode, imageType)
-                                          : loadTiffImageFilesInVolumeMode(paths, bufferMode, imageType);
+TiffOpenRequest toPlainRequest(eTiffDirectoryMode directoryMode, eTiffBufferMode bufferMode) {
+    return {eIAM_ReadOnly, directoryMode, bufferMode, eTiffPolicy::Plain};
 }
 
 } // namespace
+
+// Plain calls
 
 ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory, std::string const& pattern,
                             eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode) {
@@ -63,8 +78,9 @@ ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory, std::strin
     if (paths.empty()) {
         return {};
     }
-    return paths.size() == 1 ? loadTiffImageFile(paths.front(), directoryMode, bufferMode)
-                             : loadList(paths, directoryMode, bufferMode, eIT_Memory);
+    return paths.size() == 1
+               ? loadTiffImageFile(paths.front(), directoryMode, bufferMode)
+               : loadList(paths, toPlainRequest(directoryMode, bufferMode), eIT_Memory, VELMO_HERE);
 }
 
 ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::string const& pattern,
@@ -73,8 +89,31 @@ ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::strin
     if (paths.empty()) {
         return {};
     }
-    return paths.size() == 1 ? ImagePtr(openTiffImageFile(paths.front(), directoryMode, bufferMode))
-                             : loadList(paths, directoryMode, bufferMode, eIT_Disk);
+    return paths.size() == 1
+               ? ImagePtr(openTiffImageFile(paths.front(), directoryMode, bufferMode))
+               : loadList(paths, toPlainRequest(directoryMode, bufferMode), eIT_Disk, VELMO_HERE);
+}
+
+// Calls with options
+
+ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory, std::string const& pattern,
+                            TiffReadOptions const& options) {
+    Paths const paths = findTiffFilesInDirectory(directory, pattern);
+    if (paths.empty()) {
+        return {};
+    }
+    return paths.size() == 1 ? loadTiffImageFile(paths.front(), options)
+                             : loadList(paths, toRequest(options), eIT_Memory, VELMO_HERE);
+}
+
+ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::string const& pattern,
+                            TiffReadOptions const& options) {
+    Paths const paths = findTiffFilesInDirectory(directory, pattern);
+    if (paths.empty()) {
+        return {};
+    }
+    return paths.size() == 1 ? ImagePtr(openTiffImageFile(paths.front(), options))
+                             : loadList(paths, toRequest(options), eIT_Disk, VELMO_HERE);
 }
 
 } // namespace file

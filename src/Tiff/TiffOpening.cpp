@@ -1,6 +1,9 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "Tiff/TiffOpening.h"
+
+#include "Tiff/TiffErrorHandler.h"
 #include "Tiff/TiffFileClosure.h"
 #include "Tiff/TiffForeignFile.h"
 #include "Tiff/TiffImageFileTools.h"
@@ -9,8 +12,8 @@
 #include "Tiff/TiffTags.h"
 
 #include <VELMOUtil/BaseException.h>
-#include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace velmo {
 namespace image {
@@ -20,61 +23,83 @@ namespace {
 
 using Message = eTiffImageFileMessage;
 
-BoolResult readStoredFile(TIFF* pTiff, boost::filesystem::path const& path, ImageGeometryPtr& pGeometry,
-                          GeometricCalibrationPtr& pCalibration, std::string* pUserProperties) {
-    BoolResult result = readStoredGeometry(pTiff, path, pGeometry, pCalibration);
-    if (result && pUserProperties != nullptr) {
-        *pUserProperties = readUserProperties(pTiff);
+BoolResult readStoredFile(boost::filesystem::path const& path, OpenedTiff& opened) {
+    BoolResult result = readStoredGeometry(opened.pTiff, path, opened.pGeometry, opened.pCalibration);
+    if (result) {
+        opened.userProperties = readUserProperties(opened.pTiff);
+        opened.bHasUserProperties = true;
     }
     return result;
 }
 
-/// Why libtiff did not see all of the directories that it was to read, since the last zero of errno: it
-/// leaves out a tag that it has no memory for, and takes a directory for the end of the file, and says that
-/// in many words or in none. What the C library said stays.
+/// Why libtiff did not see all of the directories that it was to read. It leaves out a tag that it cannot
+/// read or has no memory for, and takes a directory for the end of the file.
 std::error_code findMissed(TiffStream const& stream) {
-    return errno == ENOMEM ? std::make_error_code(std::errc::not_enough_memory) : stream.getReadError();
+    return stream.wasMemoryRefused() ? std::make_error_code(std::errc::not_enough_memory)
+                                     : stream.getReadError();
+}
+
+BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& request, OpenedTiff& opened) {
+    opened.pTiff = TiffStream::open(path, request.accessMode == eIAM_ReadOnly ? "r" : "r+");
+    if (opened.pTiff == nullptr) {
+        return fail(Message::eTIFM_OpenFileError, path.string(), getTiffWords());
+    }
+    BoolResult result = isOwnFile(opened.pTiff)
+                            ? readStoredFile(path, opened)
+                            : TiffForeignFile(opened.pTiff, path, request.accessMode, request.directoryMode,
+                                              request.bufferMode, request.policy)
+                                  .read(opened.pGeometry, opened.pCalibration);
+    TiffStream& stream = *TiffStream::find(opened.pTiff);
+    std::error_code const missed = findMissed(stream);
+    if (result && missed) {
+        result = fail(Message::eTIFM_OpenFileError, path.string(), missed.message());
+    }
+    if (result) {
+        stream.allowWrites();
+    }
+    return result;
 }
 
 } // namespace
+
+BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request, OpenedTiff& opened) {
+    TIFFInitializeExtend();
+    if (clearsTiffText(request.policy)) {
+        TiffErrorHandler::getInstance().clearCurrentError();
+    }
+    OpenedTiff found;
+    TiffFileClosure closure(path.string(), found.pTiff);
+    opened = OpenedTiff();
+    try {
+        BoolResult result = readFile(path, request, found);
+        if (result) {
+            opened = std::move(found);
+            closure.disarm();
+        }
+        return result;
+    } catch (std::exception const& exception) {
+        return fail(Message::eTIFM_OpenFileException, path.string(), exception.what());
+    } catch (...) {
+        UnHandleException const unknown("Unknown exception", __PRETTY_FUNCTION__, __FILE__, __LINE__);
+        return fail(Message::eTIFM_OpenFileException, path.string(), unknown.what());
+    }
+}
 
 BoolResult openTiffFile(boost::filesystem::path const& filePath, eImageAccessMode const& accessMode,
                         eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode,
                         TIFF*& pTiff, boost::shared_ptr<BaseImageGeometry>& pImageGeometry,
                         boost::shared_ptr<GeometricCalibration>& pGeometricCalibration,
                         std::string* pUserProperties) {
-    TIFFInitializeExtend();
-    pTiff = nullptr;
-    pImageGeometry.reset();
-    pGeometricCalibration.reset();
-    TiffFileClosure closure(filePath.string(), pTiff);
-    try {
-        errno = 0; // for findMissed
-        pTiff = TiffStream::open(filePath, accessMode == eIAM_ReadOnly ? "r" : "r+");
-        if (pTiff == nullptr) {
-            return fail(Message::eTIFM_OpenFileError, filePath.string(), getTiffWords());
-        }
-        BoolResult result =
-            isOwnFile(pTiff)
-                ? readStoredFile(pTiff, filePath, pImageGeometry, pGeometricCalibration, pUserProperties)
-                : TiffForeignFile(pTiff, filePath, accessMode, directoryMode, bufferMode)
-                      .read(pImageGeometry, pGeometricCalibration);
-        TiffStream& stream = *TiffStream::find(pTiff);
-        std::error_code const missed = findMissed(stream);
-        if (result && missed) {
-            result = fail(Message::eTIFM_OpenFileError, filePath.string(), missed.message());
-        }
-        if (result) {
-            stream.allowWrites();
-            closure.disarm();
-        }
-        return result;
-    } catch (std::exception const& exception) {
-        return fail(Message::eTIFM_OpenFileException, filePath.string(), exception.what());
-    } catch (...) {
-        UnHandleException const unknown("Unknown exception", __PRETTY_FUNCTION__, __FILE__, __LINE__);
-        return fail(Message::eTIFM_OpenFileException, filePath.string(), unknown.what());
+    OpenedTiff opened;
+    BoolResult result =
+        openTiff(filePath, {accessMode, directoryMode, bufferMode, eTiffPolicy::Plain}, opened);
+    pTiff = opened.pTiff;
+    pImageGeometry = opened.pGeometry;
+    pGeometricCalibration = opened.pCalibration;
+    if (pUserProperties != nullptr && opened.bHasUserProperties) {
+        *pUserProperties = opened.userProperties;
     }
+    return result;
 }
 
 bool isInterleavedRgb(TIFF* pTiff, boost::filesystem::path const& /*filePath*/) {

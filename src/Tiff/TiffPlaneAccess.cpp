@@ -7,7 +7,6 @@
 #include "Tiff/PackedRows.h"
 #include "Tiff/PlanContext.h"
 #include "Tiff/StripTransfer.h"
-#include "Tiff/TiffDirectories.h"
 #include "Tiff/TiffImageFileTools.h"
 #include "Tiff/TiffPixels.h"
 #include "Tiff/TiffTags.h"
@@ -28,8 +27,9 @@ BoolResult readStrips(PlanContext const& context, void* pPixels) {
     }
     auto const rowsPerStrip = getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0);
     using eBroken = StripReader::eBrokenStrip;
-    StripReader reader(context, context.getLayout(rowsPerStrip),
-                       bInterleaved ? eBroken::IsBlack : eBroken::Fails);
+    bool const bZero =
+        bInterleaved ? zeroesBrokenChannels(context.policy) : zeroesBrokenStrips(context.policy);
+    StripReader reader(context, context.getLayout(rowsPerStrip), bZero ? eBroken::IsZero : eBroken::Fails);
     reader.addChannel(bInterleaved ? context.run.c : 0, pPixels);
     return reader.run();
 }
@@ -63,32 +63,32 @@ BoolResult reachPage(PlanContext const& context) {
 } // namespace
 
 BoolResult readPlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                    PlanRun const& run, void* pPixels) {
+                    PlanRun const& run, eTiffPolicy policy, void* pPixels) {
     Chrono chrono;
     chrono.start();
-    PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Plan);
+    PlanContext const context(pTiff, path, geometry, run, policy, PlanContext::eScope::Plan);
     BoolResult result = context.requireHandle();
     if (!result) {
         return result;
     }
-    if (!getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE)) {
+    if (!context.findBitsPerSample()) {
         return context.failToGetTagAndClose("TIFFTAG_BITSPERSAMPLE");
     }
-    unsigned int const nbDirectories = TiffDirectories(pTiff).count();
-    if (isImageJStack(extractNbPagesFromIJDescription(pTiff), nbDirectories)) {
-        return readImageJPlan(pTiff, path, geometry, run, pPixels);
+    if (isImageJStack(pTiff, geometry, policy)) {
+        return readsStacksAsStored(policy) ? readStoredPlan(context, pPixels)
+                                           : readStackRun(context, {{context.run.c, pPixels}});
     }
     result = context.reachDirectory();
     if (!result) {
         return result;
     }
-    bool const bPacked = getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0) == 1;
+    bool const bPacked = context.findBitsPerSample() == 1;
     return bPacked ? readPackedRows(context, static_cast<std::byte*>(pPixels)) : readStrips(context, pPixels);
 }
 
 BoolResult writePlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                     PlanRun const& run, void const* pPixels) {
-    PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Plan);
+                     PlanRun const& run, eTiffPolicy policy, void const* pPixels) {
+    PlanContext const context(pTiff, path, geometry, run, policy, PlanContext::eScope::Plan);
     bool const bInterleaved = context.isInterleaved();
     std::uint32_t rowsPerStrip = 0;
     BoolResult result =
@@ -104,14 +104,23 @@ BoolResult writePlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
 }
 
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                    PlanRun const& run, std::vector<void*> const& plans) {
-    PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Page);
+                    PlanRun const& run, eTiffPolicy policy, std::vector<void*> const& plans) {
+    PlanContext const context(pTiff, path, geometry, run, policy, PlanContext::eScope::Page);
+    if (!readsStacksAsStored(policy) && isImageJStack(pTiff, geometry, policy)) {
+        std::vector<StackChannel> channels;
+        for (vlUInt64 channel = 0; channel < plans.size(); ++channel) {
+            channels.push_back({channel, plans[channel]});
+        }
+        return readStackRun(context, channels);
+    }
     BoolResult result = reachPage(context);
     if (!result) {
         return result;
     }
     auto const rowsPerStrip = getTag<std::uint32_t>(pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0);
-    StripReader reader(context, context.getLayout(rowsPerStrip), StripReader::eBrokenStrip::Fails);
+    using eBroken = StripReader::eBrokenStrip;
+    StripReader reader(context, context.getLayout(rowsPerStrip),
+                       zeroesBrokenStrips(policy) ? eBroken::IsZero : eBroken::Fails);
     for (vlUInt64 channel = 0; channel < plans.size(); ++channel) {
         reader.addChannel(channel, plans[channel]);
     }
@@ -119,15 +128,15 @@ BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImage
 }
 
 BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                     PlanRun const& run, std::vector<void const*> const& plans) {
-    PlanContext const context(pTiff, path, geometry, run, PlanContext::eScope::Page);
+                     PlanRun const& run, eTiffPolicy policy, std::vector<void const*> const& plans) {
+    PlanContext const context(pTiff, path, geometry, run, policy, PlanContext::eScope::Page);
     std::uint32_t rowsPerStrip = 0;
     BoolResult result = runSteps([&] { return reachPage(context); },
                                  [&] { return requireRowsPerStrip(context, rowsPerStrip); });
     if (!result) {
         return result;
     }
-    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::IsLarge);
+    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::Ignored);
     for (vlUInt64 channel = 0; channel < plans.size(); ++channel) {
         writer.addChannel(channel, plans[channel]);
     }

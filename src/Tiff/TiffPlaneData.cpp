@@ -11,13 +11,15 @@ namespace file {
 BoolResult readTiffData(TIFF* pTiff, boost::filesystem::path const& filePath,
                         BaseImageGeometry const& imageGeometry, vlUInt64 z, vlUInt64 c, vlUInt64 t,
                         vlUInt64 pixelStartOffset, vlUInt64 nbPixels, void* pPixelData) {
-    return readPlan(pTiff, filePath, imageGeometry, {z, c, t, pixelStartOffset, nbPixels}, pPixelData);
+    return readPlan(pTiff, filePath, imageGeometry, {z, c, t, pixelStartOffset, nbPixels}, eTiffPolicy::Plain,
+                    pPixelData);
 }
 
 BoolResult writeTiffData(TIFF* pTiff, boost::filesystem::path const& filePath,
                          BaseImageGeometry const& imageGeometry, vlUInt64 z, vlUInt64 c, vlUInt64 t,
                          vlUInt64 pixelStartOffset, vlUInt64 nbPixels, void const* pPixelData) {
-    return writePlan(pTiff, filePath, imageGeometry, {z, c, t, pixelStartOffset, nbPixels}, pPixelData);
+    return writePlan(pTiff, filePath, imageGeometry, {z, c, t, pixelStartOffset, nbPixels},
+                     eTiffPolicy::Plain, pPixelData);
 }
 
 BoolResult readRGBTiffData(TIFF* pTiff, boost::filesystem::path const& filePath,
@@ -27,7 +29,7 @@ BoolResult readRGBTiffData(TIFF* pTiff, boost::filesystem::path const& filePath,
     if (pPlan3 != nullptr) {
         plans.push_back(pPlan3);
     }
-    return readPage(pTiff, filePath, geometry, {z, 0, t, firstPixel, nbPixels}, plans);
+    return readPage(pTiff, filePath, geometry, {z, 0, t, firstPixel, nbPixels}, eTiffPolicy::Plain, plans);
 }
 
 BoolResult writeRGBTiffData(TIFF* pTiff, boost::filesystem::path const& filePath,
@@ -38,7 +40,7 @@ BoolResult writeRGBTiffData(TIFF* pTiff, boost::filesystem::path const& filePath
     if (geometry.getSizeC() == 4) {
         plans.push_back(pPlan3);
     }
-    return writePage(pTiff, filePath, geometry, {z, 0, t, firstPixel, nbPixels}, plans);
+    return writePage(pTiff, filePath, geometry, {z, 0, t, firstPixel, nbPixels}, eTiffPolicy::Plain, plans);
 }
 
 } // namespace file

@@ -4,14 +4,17 @@
 #include "Tiff/TiffStream.h"
 
 #include "Tiff/TiffDirectories.h"
+#include "Tiff/TiffErrorHandler.h"
 #include "Tiff/TiffStrips.h"
 #include "Tiff/TiffTags.h"
 
 #include <VELMOUtil/FileKind.h>
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/stat.h>
 #include <tiffio.h>
 #include <unistd.h>
@@ -32,8 +35,6 @@ constexpr vlUInt64 g_headerSize = 8;
 /// announces.
 constexpr vlUInt64 g_smallAllocation = vlUInt64{64} << 20;
 constexpr vlUInt64 g_allocationFactor = 64;
-
-char const* const g_clientName = "VELMOImageFile";
 
 bool isUpdate(char const* mode) {
     return std::strcmp(mode, "r+") == 0;
@@ -83,6 +84,16 @@ vlUInt64 getEncodingRoom(TIFF* pTiff) {
     return bEncoded ? stripSize + stripSize / margin : 0;
 }
 
+/// Whether libtiff left out a text of the first directory; of one without memory it may say nothing.
+bool lacksText(TIFF* pTiff, TiffStream& stream) {
+    constexpr std::uint32_t tags[] = {TIFFTAG_SOFTWARE, TIFFTAG_IMAGEDESCRIPTION, g_userPropertiesTag};
+    return std::any_of(std::begin(tags), std::end(tags), [&](std::uint32_t tag) {
+        char const* text = nullptr;
+        return TIFFGetField(pTiff, tag, &text) != 1 &&
+               hasEntry(pTiff, stream, TIFFCurrentDirOffset(pTiff), tag);
+    });
+}
+
 } // namespace
 
 struct TiffStream::ClientProcedures {
@@ -91,6 +102,22 @@ struct TiffStream::ClientProcedures {
         vlUInt64 const done = stream.readAt(stream._position, pBuffer, static_cast<vlUInt64>(nbBytes));
         stream._position += done;
         return static_cast<tmsize_t>(done);
+    }
+
+    /// libtiff's texts for memory that it did not get. A text says so too where a file asks for more than it
+    /// may have; nothing was refused then.
+    static int report(TIFF* /*pTiff*/, void* pStream, char const* /*module*/, char const* format,
+                      va_list /*arguments*/) {
+        constexpr char const* signs[] = {"emory", "o space", "llocate"};
+        bool const bOfMemory = std::any_of(std::begin(signs), std::end(signs), [&](char const* sign) {
+            return std::strstr(format, sign) != nullptr;
+        });
+        if (std::strstr(format, "beyond the") != nullptr) {
+            errno = 0;
+        }
+        TiffStream& stream = *static_cast<TiffStream*>(pStream);
+        stream._bMemoryRefused = stream._bMemoryRefused || (bOfMemory && errno == ENOMEM);
+        return 0; // the handlers of the process come next
     }
 
     static tmsize_t write(thandle_t handle, void* pBuffer, tmsize_t nbBytes) {
@@ -169,21 +196,40 @@ TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesys
     using Client = ClientProcedures;
     std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> const pOptions(TIFFOpenOptionsAlloc(),
                                                                                 TIFFOpenOptionsFree);
-    if (pOptions && mode[0] == 'r') {
+    if (!pOptions) {
+        reportOpenFailure(path, std::make_error_code(std::errc::not_enough_memory));
+        return nullptr;
+    }
+    TIFFOpenOptionsSetErrorHandlerExtR(pOptions.get(), Client::report, pStream.get());
+    TIFFOpenOptionsSetWarningHandlerExtR(pOptions.get(), Client::report, pStream.get());
+    if (mode[0] == 'r') {
         vlUInt64 const limit = std::max(room, pStream->getSize() * g_allocationFactor);
         TIFFOpenOptionsSetMaxSingleMemAlloc(pOptions.get(), static_cast<tmsize_t>(limit));
     }
+    errno = 0; // for `report` and `lacksText`
     TIFF* const pTiff =
         TIFFClientOpenExt(path.c_str(), mode, pStream.get(), Client::read, Client::write, Client::seek,
                           Client::close, Client::size, nullptr, nullptr, pOptions.get());
     if (pTiff != nullptr) {
-        TIFFSetClientInfo(pTiff, pStream.release(), g_clientName);
+        TiffStream& stream = *pStream.release();
+        stream._bMemoryRefused = stream._bMemoryRefused || (errno == ENOMEM && lacksText(pTiff, stream));
     }
     return pTiff;
 }
 
 TiffStream* TiffStream::find(TIFF* pTiff) {
-    return static_cast<TiffStream*>(TIFFGetClientInfo(pTiff, g_clientName));
+    bool const bOurs = TIFFGetReadProc(pTiff) == ClientProcedures::read;
+    return bOurs ? static_cast<TiffStream*>(TIFFClientdata(pTiff)) : nullptr;
+}
+
+std::string getTiffFailure(TIFF* pTiff) {
+    std::string text = getTiffWords();
+    TiffStream const* const pStream = TiffStream::find(pTiff);
+    if (pStream != nullptr && pStream->getWriteError()) {
+        text += text.empty() ? "" : ": ";
+        text += pStream->getWriteError().message();
+    }
+    return text;
 }
 
 vlUInt64 TiffStream::getSize() const {
@@ -229,9 +275,14 @@ vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBy
     if (takeAsReserved(offset, pBuffer, nbBytes)) {
         return nbBytes;
     }
+    _writeError.clear();
     return transferAll(nbBytes, [&](vlUInt64 done) {
-        return pwrite(_descriptor, static_cast<std::byte const*>(pBuffer) + done, nbBytes - done,
-                      static_cast<off_t>(offset + done));
+        ssize_t const moved = pwrite(_descriptor, static_cast<std::byte const*>(pBuffer) + done,
+                                     nbBytes - done, static_cast<off_t>(offset + done));
+        if (moved < 0 && errno != EINTR) {
+            _writeError = std::error_code(errno, std::generic_category());
+        }
+        return moved;
     });
 }
 

@@ -6,7 +6,9 @@
 #include "Tiff/TiffDirectories.h"
 #include "Tiff/TiffStream.h"
 #include "Tiff/TiffTags.h"
+#include "Utils/FailureText.h"
 
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 #include <vector>
@@ -32,10 +34,6 @@ bool packsLittle(std::uint16_t compression) {
     default:
         return false;
     }
-}
-
-bool hasUsualFillOrder(TIFF* pTiff) {
-    return getTag<std::uint16_t>(pTiff, TIFFTAG_FILLORDER).value_or(FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB;
 }
 
 std::uint32_t toStripNumber(vlUInt64 strip) {
@@ -132,17 +130,18 @@ bool TiffStrips::writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, voi
 }
 
 long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
-    ZlibDecoding const zlib(_pTiff, _bDeflate && isShort(strip));
+    ZlibDecoding const zlib(_pTiff, _bDeflate);
     return TIFFReadEncodedStrip(_pTiff, toStripNumber(strip), pBuffer, static_cast<tmsize_t>(nbBytes));
 }
 
-long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
+BoolResult TiffStrips::requireWritable(vlUInt64 strip) const {
     // libtiff would add a strip that is not there, and take as much memory as one announces.
     bool const bThere = _bWritable && strip < TIFFNumberOfStrips(_pTiff) &&
                         (_pStream == nullptr || getByteCount(_pTiff, strip) <= _pStream->getSize());
-    if (!bThere) {
-        return -1;
-    }
+    return bThere ? success() : fail(eImageFileCheckMessage::eIFCM_StripNotWritable);
+}
+
+long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
     long written = encode(strip, pBuffer);
     bool const bOutOfOrder =
         _bCompressed && strip > 0 && getOffset(_pTiff, strip) < getOffset(_pTiff, strip - 1);
@@ -176,11 +175,14 @@ bool TiffStrips::moveToEnd(vlUInt64 strip) const {
     return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), room.data(), size) == size;
 }
 
-bool TiffStrips::canHold(vlUInt64 strip, vlUInt64 nbBytes) const {
+BoolResult TiffStrips::requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const {
     if (nbBytes <= g_smallStrip || _pStream == nullptr || !packsLittle(getCompression(_pTiff))) {
-        return true;
+        return success();
     }
-    return isJustified(nbBytes, std::min(getByteCount(_pTiff, strip), _pStream->getSize()));
+    vlUInt64 const nbBytesInFile = std::min(getByteCount(_pTiff, strip), _pStream->getSize());
+    return isJustified(nbBytes, nbBytesInFile)
+               ? success()
+               : fail(eImageFileCheckMessage::eIFCM_StripTooSmall, nbBytesInFile, nbBytes);
 }
 
 bool isJustified(vlUInt64 nbBytes, vlUInt64 nbBytesInFile) {

@@ -30,17 +30,17 @@ FamilyFailure FamilyFailure::ofSave(FamilyMessages const& messages, RaiseSite co
     return FamilyFailure(messages, messages.saveError, site, path);
 }
 
-void FamilyFailure::require(BoolResult const& result) const {
+void FamilyFailure::require(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
-        raiseGuarded(_site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
+        raiseGuarded({_site.function, file, line}, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
             formater.setMsgId(_messages.domainKey, _id) % _path % result.getMessage();
         });
     }
 }
 
-void FamilyFailure::requireDistributed(BoolResult const& result) const {
+void FamilyFailure::requireDistributed(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
-        raiseGuarded(_site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
+        raiseGuarded({_site.function, file, line}, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
             formater.setMsgId(_messages.domainKey, _messages.createDistributedImageError) %
                 result.getMessage();
         });

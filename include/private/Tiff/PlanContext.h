@@ -3,11 +3,15 @@
 
 #pragma once
 
+#include "Tiff/TiffPolicy.h"
 #include "Utils/PlanRun.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOUtil/BoolResult.h>
 #include <boost/filesystem/path.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
 
 using TIFF = struct tiff;
 
@@ -23,14 +27,16 @@ struct PlanContext {
     enum class eScope { Plan, Page };
 
     PlanContext(TIFF*& givenTiff, boost::filesystem::path const& givenPath,
-                BaseImageGeometry const& givenGeometry, PlanRun const& givenRun, eScope scope);
+                BaseImageGeometry const& givenGeometry, PlanRun const& givenRun, eTiffPolicy givenPolicy,
+                eScope scope);
 
     TIFF*& pTiff; ///< null once a failure closed it
     boost::filesystem::path const& path;
     BaseImageGeometry const& geometry;
     PlanRun run;
+    eTiffPolicy policy;
     eImageBufferType bufferType;
-    vlUInt64 directory;  ///< uncut
+    vlUInt64 directory;  ///< not cut to 16 bits
     vlUInt64 nbChannels; ///< side by side in a strip
 
     /// Fails where an earlier failure closed the handle.
@@ -39,21 +45,27 @@ struct PlanContext {
     BoolResult reachDirectory() const;
     /// The same after libtiff moved a directory in the file.
     BoolResult reachMovedDirectory() const;
-    /// Whether the plane has all pixels of the run.
-    bool isRunInside() const;
+    /// Fails, with a reason for a message, unless the plane has all pixels of the run.
+    BoolResult requireRunInside() const;
     /// Whether the channels share a directory.
     bool isInterleaved() const { return nbChannels != 1; }
     /// Fails where the channels share a directory, unless its pixels have that many samples, 3 or 4.
     BoolResult requireChannels() const;
     /// The layout of the current directory's strips; `rowsPerStrip` as the directory says it.
     StripLayout getLayout(vlUInt64 rowsPerStrip) const;
-    /// Whether the current directory has the sizes of the geometry and samples of the buffer type's size, or
-    /// packed bits for those of one byte.
-    bool fitsDirectory() const;
+    /// Fails, with a reason for a message, unless the current directory has the sizes of the geometry and
+    /// samples of `nbBits` bits.
+    BoolResult requireDirectoryOf(unsigned int nbBits) const;
+    /// The same for samples of the size of the buffer type.
+    BoolResult requireFittingDirectory() const;
+    /// The same for packed pixels of one sample, one byte each in memory.
+    BoolResult requirePackedDirectory() const;
+    /// Bits of a sample of the current directory; empty where it does not say and has to.
+    std::optional<std::uint16_t> findBitsPerSample() const;
 
     BoolResult failToGetTagAndClose(char const* tagName) const;
-    BoolResult failToReadStrip(vlUInt64 strip) const;
-    BoolResult failToWriteStrip(vlUInt64 strip) const;
+    BoolResult failToReadStrip(vlUInt64 strip, std::string const& reason) const;
+    BoolResult failToWriteStrip(vlUInt64 strip, std::string const& reason) const;
 };
 
 } // namespace file

@@ -9,6 +9,7 @@
 #include <VELMOUtil/PageBuffer.h>
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace velmo {
@@ -33,7 +34,7 @@ class StripTransfer {
     StripTransfer(StripTransfer const&) = delete;
     StripTransfer& operator=(StripTransfer const&) = delete;
 
-    BoolResult run();
+    virtual BoolResult run();
 
   protected:
     StripTransfer(PlanContext const& context, StripLayout const& layout);
@@ -63,7 +64,8 @@ class StripTransfer {
   private:
     virtual bool movePlain(Block const& block) = 0;
     virtual BoolResult moveStrip(Block const& block) = 0;
-    virtual BoolResult failAtStrip(vlUInt64 strip) const = 0;
+    virtual BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const = 0;
+    BoolResult moveBlocks();
     std::optional<Block> findPlain(Block const& block) const;
 
     PlanContext const& _context;
@@ -76,12 +78,13 @@ class StripTransfer {
 /// From the strips to the planes.
 class StripReader : public StripTransfer {
   public:
-    /// Whether a strip that cannot be decoded is a failure, or leaves its pixels zero.
-    enum class eBrokenStrip { Fails, IsBlack };
+    /// Whether a strip that cannot be decoded is a failure, or has pixels of zero and is logged as a warning.
+    enum class eBrokenStrip { Fails, IsZero };
 
     StripReader(PlanContext const& context, StripLayout const& layout, eBrokenStrip brokenStrip)
         : StripTransfer(context, layout), _brokenStrip(brokenStrip) {}
     void addChannel(vlUInt64 channel, void* pPixels);
+    BoolResult run() override;
 
   private:
     struct Channel {
@@ -91,10 +94,13 @@ class StripReader : public StripTransfer {
 
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
-    BoolResult failAtStrip(vlUInt64 strip) const override;
+    BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
+    BoolResult decode(vlUInt64 strip, vlUInt64 nbBytes, std::byte* pBuffer);
     void spread(std::byte const* pSource, vlUInt64 nbPixels) const;
 
     eBrokenStrip _brokenStrip;
+    vlUInt64 _nbBroken = 0;   ///< strips
+    std::string _firstBroken; ///< the text of its failure
     std::vector<Channel> _channels;
 };
 
@@ -102,8 +108,8 @@ class StripReader : public StripTransfer {
 /// failure each strip has its new pixels or its old ones, but for one that was overwritten in its place.
 class StripWriter : public StripTransfer {
   public:
-    /// Whether what libtiff gives for a failure, -1, counts as one.
-    enum class eMinusOne { Fails, IsLarge };
+    /// Whether what libtiff gives for a failure, -1, is one, or is ignored and logged as a warning.
+    enum class eMinusOne { Fails, Ignored };
 
     StripWriter(PlanContext const& context, StripLayout const& layout, eMinusOne minusOne)
         : StripTransfer(context, layout), _minusOne(minusOne) {}
@@ -117,10 +123,13 @@ class StripWriter : public StripTransfer {
 
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
-    BoolResult failAtStrip(vlUInt64 strip) const override;
+    BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
+    BoolResult readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* pBuffer);
+    BoolResult write(Block const& block, void const* pStrip, vlUInt64 nbNeeded);
     BoolResult flushWhenDue(Block const& block);
     BoolResult flush();
     bool hasFailed(long result, vlUInt64 nbNeeded) const;
+    void warnOfStrip(vlUInt64 strip, std::string const& reason) const;
     bool hasAllChannels() const { return _channels.size() == getNbChannels(); }
     void merge(std::byte* pTarget, vlUInt64 nbPixels) const;
 

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Tiff/TiffPolicy.h"
+
 #include <VELMOUtil/BoolResult.h>
 #include <VELMOUtil/Types.h>
 #include <optional>
@@ -24,6 +26,8 @@ class DirectoryChain {
     std::optional<vlUInt64> find(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
     /// How many there are; of a chain that breaks off, in a loop or outside of the file, as libtiff counts.
     vlUInt64 count(TIFF* pTiff, TiffStream& stream);
+    /// Whether it breaks off: a link leads outside of the file or back to a directory before.
+    bool isBroken(TIFF* pTiff, TiffStream& stream);
     /// Directories may lie elsewhere from now on.
     void forget();
 
@@ -39,15 +43,19 @@ class DirectoryChain {
 
 /// How a directory of a handle is reached and counted. What was seen once of a handle that this module opened
 /// is remembered with it, so that all N directories cost N steps; of any other handle libtiff walks the chain
-/// each time. Directories have numbers of 16 bits.
+/// each time. Under the plain policy directories have numbers of 16 bits.
 class TiffDirectories {
   public:
-    explicit TiffDirectories(TIFF* pTiff);
+    explicit TiffDirectories(TIFF* pTiff, eTiffPolicy policy = eTiffPolicy::Plain);
 
-    /// How many there are, in 16 bits.
-    unsigned int count() const;
-    /// Makes directory `index` modulo 65536 the current one, as it stands in the file. A failure has
-    /// libtiff's words, and the handle stands where it stood, if that can still be read.
+    /// How many there are.
+    vlUInt64 count() const;
+    /// Whether the chain breaks off behind as many as `count` says; false for a handle of somebody else.
+    bool isBroken() const;
+    /// The number by which a directory is addressed.
+    vlUInt64 toNumber(vlUInt64 index) const;
+    /// Makes directory `toNumber(index)` the current one, as it stands in the file. A failure has libtiff's
+    /// text, and the handle stands where it stood, if that can still be read.
     BoolResult reach(vlUInt64 index) const;
     /// Goes to the directory at an offset that `TIFFCurrentDirOffset` gave, as it stands in the file: what
     /// libtiff has in memory and has not written is dropped. Where it cannot be read, or with offset 0, the
@@ -60,11 +68,14 @@ class TiffDirectories {
   private:
     TIFF* _pTiff;
     TiffStream* _pStream;
+    eTiffPolicy _policy;
 };
 
 /// The number of an entry of one number, as the directory at `offset` has it in the file; 0 where it has none
 /// of that tag.
 vlUInt64 readEntryNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
+/// Whether the directory at `offset` has an entry of a tag in the file.
+bool hasEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
 
 } // namespace file
 } // namespace image

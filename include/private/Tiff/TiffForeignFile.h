@@ -3,10 +3,14 @@
 
 #pragma once
 
+#include "Tiff/TiffPolicy.h"
+
 #include <VELMOImage/GeometricCalibration.h>
 #include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
 #include <VELMOUtil/BoolResult.h>
+#include <VELMOUtil/GuardedRaise.h>
 #include <boost/filesystem/path.hpp>
 #include <vector>
 
@@ -21,9 +25,9 @@ namespace file {
 class TiffForeignFile {
   public:
     TiffForeignFile(TIFF* pTiff, boost::filesystem::path const& path, eImageAccessMode accessMode,
-                    eTiffDirectoryMode directoryMode, eTiffBufferMode bufferMode)
+                    eTiffDirectoryMode directoryMode, eTiffBufferMode bufferMode, eTiffPolicy policy)
         : _pTiff(pTiff), _path(path), _accessMode(accessMode), _directoryMode(directoryMode),
-          _bufferMode(bufferMode) {}
+          _bufferMode(bufferMode), _policy(policy) {}
 
     /// What the host refuses is thrown as it comes; so is a description whose number is none.
     BoolResult read(ImageGeometryPtr& pGeometry, GeometricCalibrationPtr& pCalibration);
@@ -45,6 +49,11 @@ class TiffForeignFile {
     BoolResult requireContiguous() const;
     BoolResult readFirstBufferType(std::uint16_t samples);
     BoolResult countPlans();
+    void warnOfByteOrder() const;
+    BoolResult findFurtherPlans(vlUInt64 nbAnnounced, vlUInt64 nbDirectories);
+    template <class... Arguments>
+    BoolResult acceptDamage(RaiseSite const& site, eImageFileCheckMessage::domain id,
+                            Arguments const&... arguments) const;
     BoolResult walkDirectories();
     BoolResult checkFurtherDirectory();
     BoolResult checkFurtherSize() const;
@@ -59,6 +68,7 @@ class TiffForeignFile {
     eImageAccessMode _accessMode;
     eTiffDirectoryMode _directoryMode;
     eTiffBufferMode _bufferMode;
+    eTiffPolicy _policy;
     Walk _walk;
 };
 

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Tiff/TiffPolicy.h"
 #include "Utils/PlanRun.h"
 
 #include <VELMOImage/ImageGeometry.h>
@@ -20,16 +21,16 @@ namespace file {
 // it, it becomes null, and with a null handle they fail.
 
 BoolResult readPlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                    PlanRun const& run, void* pPixels);
+                    PlanRun const& run, eTiffPolicy policy, void* pPixels);
 BoolResult writePlan(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                     PlanRun const& run, void const* pPixels);
+                     PlanRun const& run, eTiffPolicy policy, void const* pPixels);
 
 /// All channels of an interleaved page at once; `run.c` is not used. One buffer for each channel, in order;
 /// a read fills as many as it is given.
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                    PlanRun const& run, std::vector<void*> const& plans);
+                    PlanRun const& run, eTiffPolicy policy, std::vector<void*> const& plans);
 BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                     PlanRun const& run, std::vector<void const*> const& plans);
+                     PlanRun const& run, eTiffPolicy policy, std::vector<void const*> const& plans);
 
 } // namespace file
 } // namespace image

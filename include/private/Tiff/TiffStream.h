@@ -7,6 +7,7 @@
 #include <array>
 #include <boost/filesystem/path.hpp>
 #include <memory>
+#include <string>
 #include <system_error>
 
 using TIFF = struct tiff;
@@ -46,6 +47,11 @@ class TiffStream {
     /// Why the system last refused a read, as against the end of the file; no error where it never did. Of a
     /// tag that cannot be read libtiff says no more than that it is left out.
     std::error_code const& getReadError() const { return _readError; }
+    /// Whether libtiff did not get memory that it asked for: it leaves out a tag that it has no memory for,
+    /// and takes a directory for the end of the file.
+    bool wasMemoryRefused() const { return _bMemoryRefused; }
+    /// Why the system refused the last write, no error where it did not.
+    std::error_code const& getWriteError() const { return _writeError; }
     /// As many bytes as the file takes.
     vlUInt64 writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
 
@@ -72,6 +78,8 @@ class TiffStream {
     bool _bWritable;
     vlUInt64 _position = 0; ///< libtiff's
     std::error_code _readError;
+    std::error_code _writeError;
+    bool _bMemoryRefused = false;
 
     /// Enough for a directory with its arrays, so that one read brings a whole one. Nothing is allocated
     /// where libtiff reads: it does not stand exceptions.
@@ -85,6 +93,9 @@ class TiffStream {
 
     std::unique_ptr<DirectoryChain> _pChain;
 };
+
+/// libtiff's text for the calling thread, and why the system refused the last write to the file.
+std::string getTiffFailure(TIFF* pTiff);
 
 } // namespace file
 } // namespace image

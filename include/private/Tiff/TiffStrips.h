@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <VELMOUtil/BoolResult.h>
 #include <VELMOUtil/Types.h>
 
 using TIFF = struct tiff;
@@ -55,11 +56,14 @@ class TiffStrips {
     long read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;
     /// Replaces a strip. `pBuffer` holds a whole one; what lies behind the last row of the plane is left out
     /// where the strip in the file has no room for it. A compressed strip comes to lie behind the one before
-    /// it. Result as of `read`.
+    /// it. The strip must be writable. Result as of `read`.
     long write(vlUInt64 strip, void const* pBuffer) const;
 
-    /// Whether a strip can hold so many bytes, by what it takes in the file.
-    bool canHold(vlUInt64 strip, vlUInt64 nbBytes) const;
+    /// Fails, with a reason for a message, where a strip cannot hold so many bytes by what it takes in the
+    /// file.
+    BoolResult requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const;
+    /// Fails, with a reason for a message, where `write` would have libtiff add a strip or guess its place.
+    BoolResult requireWritable(vlUInt64 strip) const;
 
   private:
     bool isShort(vlUInt64 strip) const { return _layout.getBytesOf(strip) < _layout.getStripBytes(); }
@@ -76,8 +80,8 @@ class TiffStrips {
     bool _bPlain;
 };
 
-/// While it lives, Deflate strips are decoded by zlib. A last strip that holds more rows than the image has
-/// is decoded wrongly by libtiff's other choice.
+/// While it lives, Deflate strips are decoded by zlib. libtiff's other choice leaves bytes unwritten, without
+/// a failure, where a strip holds more than is asked for.
 class ZlibDecoding {
   public:
     ZlibDecoding(TIFF* pTiff, bool bWanted);

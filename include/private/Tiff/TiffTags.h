@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Tiff/TiffErrorHandler.h"
+#include "Tiff/TiffPolicy.h"
 #include "Utils/FailureText.h"
 
 #include <VELMOImageFile/TiffImageFileMessage.h>
@@ -43,6 +44,17 @@ inline BoolResult failToGetTag(char const* tagName, boost::filesystem::path cons
 /// How the current directory's strips are compressed; one that does not say so has them as they are.
 inline std::uint16_t getCompression(TIFF* pTiff) {
     return getTag<std::uint16_t>(pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE);
+}
+
+/// Whether the first pixel of a byte is in its most significant bits.
+inline bool hasUsualFillOrder(TIFF* pTiff) {
+    return getTag<std::uint16_t>(pTiff, TIFFTAG_FILLORDER).value_or(FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB;
+}
+
+/// Bits of a sample of the current directory; empty where it does not say and has to.
+inline std::optional<std::uint16_t> findBitsPerSample(TIFF* pTiff, eTiffPolicy policy) {
+    auto const bits = getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE);
+    return bits || requiresBitsPerSample(policy) ? bits : std::optional<std::uint16_t>(1);
 }
 
 /// The failure of a directory whose channels are none that are supported. Numbers of a directory go into

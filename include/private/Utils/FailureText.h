@@ -8,6 +8,8 @@
 #include <VELMOImageFile/VELMOImageFileLog.h>
 #include <VELMOUtil/BoolResult.h>
 #include <VELMOUtil/LogMessageFormater.h>
+#include <log4cplus/loglevel.h>
+#include <string>
 
 namespace velmo {
 namespace image {
@@ -18,7 +20,7 @@ template <class Domain, class... Arguments>
 BoolResult fail(Domain id, Arguments const&... arguments) {
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
     formater[id];
-    (formater % ... % arguments);
+    static_cast<void>((formater % ... % arguments));
     return failure(formater.string());
 }
 
@@ -26,6 +28,21 @@ BoolResult fail(Domain id, Arguments const&... arguments) {
 template <class Domain, class... Arguments>
 [[noreturn]] void raise(RaiseSite const& site, Domain id, Arguments const&... arguments) {
     raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
+        formater[id];
+        static_cast<void>((formater % ... % arguments));
+    });
+}
+
+/// The text of message `id`.
+template <class Domain, class... Arguments>
+std::string toText(Domain id, Arguments const&... arguments) {
+    return fail(id, arguments...).getMessage();
+}
+
+/// A success that is not the whole truth: the same, logged at `site` as a warning where warnings are enabled.
+template <class Domain, class... Arguments>
+void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
+    logGuarded(site, g_velmoImageFileRaise, log4cplus::WARN_LOG_LEVEL, [&](LogMessageFormater& formater) {
         formater[id];
         static_cast<void>((formater % ... % arguments));
     });

@@ -30,7 +30,8 @@ struct FamilyMessages {
     int createDistributedImageError; ///< text
 };
 
-/// What a public function does when a step of it fails: raises its load or its save error, at its own place.
+/// What a public function does when a step of it fails: raises its load or its save error, as that function
+/// and at the line that asks.
 class FamilyFailure {
   public:
     static FamilyFailure ofLoad(FamilyMessages const& messages, RaiseSite const& site,
@@ -39,9 +40,11 @@ class FamilyFailure {
                                 boost::filesystem::path const& path);
 
     /// Raises, with the path in quotes and the text of `result` behind it, unless the result is a success.
-    void require(BoolResult const& result) const;
+    void require(BoolResult const& result, char const* file = __builtin_FILE(),
+                 unsigned int line = __builtin_LINE()) const;
     /// The same for the creation of a distributed image, whose message names no path.
-    void requireDistributed(BoolResult const& result) const;
+    void requireDistributed(BoolResult const& result, char const* file = __builtin_FILE(),
+                            unsigned int line = __builtin_LINE()) const;
 
   private:
     FamilyFailure(FamilyMessages const& messages, int id, RaiseSite const& site,

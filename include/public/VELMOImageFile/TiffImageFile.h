@@ -14,6 +14,8 @@ namespace velmo {
 namespace image {
 namespace file {
 
+enum class eTiffPolicy : unsigned char;
+
 /// Accessor of a TIFF file.
 ///
 /// Opens grey, RGB and RGBA pixels side by side, of 8, 16 and 32 bits (integers with and without sign, floats
@@ -102,6 +104,13 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
                             void const* buffer) override;
     void clearDerived() override;
 
+  protected:
+    /// What the operations do where a file does not hold what it announces; a public accessor of this class
+    /// reads under the plain policy.
+    explicit TiffImageFile(eTiffPolicy policy);
+    void setPolicy(eTiffPolicy policy) { _policy = policy; }
+    eTiffPolicy getPolicy() const { return _policy; }
+
   private:
     BoolResult openFileInternal(boost::filesystem::path const& filePath, eImageAccessMode const& accessMode,
                                 eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode,
@@ -111,6 +120,7 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
                                   GeometricCalibrationConstPtr const& pGeometricCalibration);
 
     mutable TIFF* _pTiff = nullptr; ///< owned; null without a file, and once a failure closed it
+    eTiffPolicy _policy;
     eTiffDirectoryMode _tiffDirectoryMode = eTDM_Volume;
     eTiffBufferMode _tiffBufferMode = eTBM_Default;
     mutable boost::mutex _mutex; ///< held for the whole of each access to pixels

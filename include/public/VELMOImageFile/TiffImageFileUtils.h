@@ -7,7 +7,7 @@
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/DistributedImage.h>
 #include <VELMOImageFile/Export.h>
-#include <VELMOImageFile/TiffImageFileTypes.h>
+#include <VELMOImageFile/TiffImageFileOptions.h>
 #include <boost/filesystem/path.hpp>
 
 namespace velmo {
@@ -17,18 +17,80 @@ namespace file {
 /// @file
 /// TIFF files as images: examples/load_stack.cpp, write_volume.cpp, read_planes.cpp, stack_folder.cpp.
 ///
+/// There are two kinds of calls. **Calls with options** (TiffReadOptions, TiffWriteOptions) give the pixels,
+/// the geometry and the calibration that the file holds, or throw. Use these. **Plain calls** (with
+/// enumerators) keep outcomes on which older programs rely: some of them succeed without all pixels. They log
+/// each such event as a warning, and every docstring below names it.
+///
 /// A file that this module wrote opens with the geometry, calibration and user properties that it was saved
 /// with, whatever the modes say. Of any other file the directories are the planes along Z or T, as the
 /// directory mode says, and the samples of a pixel are the channels; TiffImageFile tells what can be opened.
 ///
 /// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes
-/// and, behind line feeds, what went wrong and what libtiff said of it. What the image library itself refuses
+/// and, behind line feeds, what went wrong and libtiff's own text. What the image library itself refuses
 /// comes through as its own exception. Too little memory for the pixels is such a failure; for anything
 /// smaller it may come as std::bad_alloc. Any number of calls may run at once on different files; two saves
 /// to one path are not guarded against each other.
 
+/// @name Calls with options
+///
+/// With `TiffReadOptions::bTolerant` what cannot be read is zero and logged as a warning; everything else is
+/// as without it.
+/// @{
+
+/// Loads all planes, on the calling thread, into a new image in memory, with the file's calibration and user
+/// properties.
+///
+/// Errors, beside files that cannot be opened: a strip that cannot be decoded, grey or interleaved; a chain
+/// of directories that breaks off or runs in a circle; planes that an ImageJ description announces and the
+/// file does not hold; an image that the file cannot hold, found before memory is allocated. Planes of a
+/// single-directory ImageJ stack come in the byte order of this machine. BitsPerSample is 1 where a directory
+/// does not say. A file may have up to 1,048,576 directories.
+VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFile(boost::filesystem::path const& path,
+                                                   TiffReadOptions const& options = {});
+
+/// An image whose pixels stay in the file, which is open as long as the image lives; for reading, unless
+/// `accessMode` is another one. Errors at the opening and at each read are those of the load. Its accessor
+/// travels in archives; a file that is missing when the archive is read is an error.
+VELMO_IMAGE_FILE_EXPORT DiskImagePtr openTiffImageFile(boost::filesystem::path const& path,
+                                                       TiffReadOptions const& options = {},
+                                                       eImageAccessMode const& accessMode = eIAM_ReadOnly);
+
+/// Loads all planes into a new distributed image, with the file's calibration and user properties. With
+/// `defaultDispatch` its workers read at once, each through a handle of its own, else the calling thread
+/// reads alone. Errors are those of the load.
+VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
+                                                                         TiffReadOptions const& options = {},
+                                                                         bool defaultDispatch = true);
+
+/// The same with the geometry and the layout of `model` and the file's pixel type. Directories are time steps
+/// where `model` is a sequence, else the planes of a volume, whatever the options say. A file that does not
+/// fit `model` is thrown as VELMOBaseProcessingException.
+VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
+                                                                         DistributedImage const& model,
+                                                                         TiffReadOptions const& options = {},
+                                                                         bool defaultDispatch = true);
+
+/// Writes all planes, from the calling thread, with calibration and user properties.
+///
+/// With `TiffWriteOptions::bReplaceWhenWhole`, the default, the file appears under its name when it is whole:
+/// a failed save leaves an old file as it was and nothing else behind. An image that could not be loaded
+/// again is an error before any file is touched: one without pixels, or RGB or RGBA with more than 65,536
+/// pages. The layout of the file and the other errors are those of the plain save below.
+VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
+                                               ImageConstPtr const& image,
+                                               TiffWriteOptions const& options = {});
+/// @}
+
+/// @name Plain calls
+///
+/// Where one of them succeeds without all pixels, it logs a warning (ImageFileCheckMessage.h).
+/// @{
+
 /// Loads all planes, on the calling thread, into a new image in memory, which stands in `image`. After a
-/// failure `image` is what it was, or the new image with the planes so far, which is not to be used.
+/// failure `image` is what it was, or the new image with the planes so far, which is not to be used. Planes
+/// behind a break in the chain of directories are left out without an error. Planes of a single-directory
+/// ImageJ stack are bytes as in the file, zero where the file has none, without an error.
 VELMO_IMAGE_FILE_EXPORT void loadTiffImageFile(boost::filesystem::path const& path, ImagePtr& image,
                                                eTiffDirectoryMode const& directoryMode,
                                                eTiffBufferMode const& bufferMode);
@@ -76,6 +138,7 @@ VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::
 VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
                                                ImageConstPtr const& image,
                                                eTiffCompression const& compression);
+/// @}
 
 /// @name Folders of files
 ///
@@ -91,7 +154,29 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
 /// file system says of the directory comes as boost::filesystem::filesystem_error. The calls hold one file
 /// handle for each file; more files than the process may open end in a failure that names the file it came
 /// to. Any number of calls may run at once.
+///
+/// The calls with options differ: the first file's calibration and user properties are always kept, pixels
+/// that cannot be read are an error, and the image on disk needs one file handle for each file, whatever the
+/// files hold.
 /// @{
+
+/// With options; otherwise as the plain call below.
+VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory,
+                                                    std::string const& pattern,
+                                                    TiffReadOptions const& options = {});
+
+/// With options; otherwise as the plain call below, and read-only.
+VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path const& directory,
+                                                    std::string const& pattern,
+                                                    TiffReadOptions const& options = {});
+
+/// With options; otherwise as the plain call below. A line of the z-steps file that is no number is an error,
+/// and a single match is resampled like any stack. The directories of each file are planes along Z, whatever
+/// the options say.
+VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
+    boost::filesystem::path const& directory, boost::filesystem::path const& zStepsFile,
+    unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
+    std::string const& pattern, TiffReadOptions const& options = {});
 
 /// Joins the files along T where `directoryMode` is eTDM_Temporal, else along Z, into a new image in memory,
 /// without a calibration. All handles are closed on return.
@@ -99,8 +184,8 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
 /// Along Z the depths may differ; sizes X, Y, C, the colours and the pixel type may not, and each file has
 /// one time step. Along T sizes X, Y, Z, C, the colours and 2d or 3d may not differ; the pixel types may, and
 /// each time step keeps its own. The user properties of the first file are kept along T and dropped along Z.
-/// From the first pixels on that cannot be read (a file cut short) the planes stay zero without a failure,
-/// which openTiffImageFiles reports at the read.
+/// Pixels that cannot be read (a file cut short) are an error along Z; along T the planes from there on are
+/// zero without an exception, and the log has the error.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     eTiffDirectoryMode const& directoryMode,

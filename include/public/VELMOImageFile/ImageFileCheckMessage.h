@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+namespace velmo {
+namespace image {
+namespace file {
+
+/// Messages about files that do not hold what they announce, by id. A call with options fails with them; a
+/// plain call that goes on all the same logs them as warnings. Every id keeps its value.
+struct eImageFileCheckMessage {
+    /// docs/messages.md has the text, the cause and the remedy of each.
+    enum domain {
+        eIFCM_StripsNotDecoded = 0,
+        eIFCM_RowsNotDecoded = 1,
+        eIFCM_ChainBreaksOff = 2,
+        eIFCM_PlanesMissing = 3,
+        eIFCM_PlaneOutsideFile = 4,
+        eIFCM_PlanesNotLocated = 5,
+        eIFCM_PlanesNotConverted = 6,
+        eIFCM_PartReadElsewhere = 7,
+        eIFCM_PackedRunShifted = 8,
+        eIFCM_DirectoryNumberCut = 9,
+        eIFCM_StripNotWritten = 10,
+        eIFCM_RunOutsidePlane = 11,
+        eIFCM_DirectoryMismatch = 12,
+        eIFCM_StripTooSmall = 13,
+        eIFCM_StripNotWritable = 14,
+        eIFCM_ZeroByteInText = 15,
+        eIFCM_ImageExceedsFile = 16,
+        eIFCM_TooManyPages = 17,
+        eIFCM_ImageWithoutPixels = 18,
+        eIFCM_FileMadeAnew = 19,
+        eIFCM_CopyNotFinished = 20
+    };
+};
+
+} // namespace file
+} // namespace image
+} // namespace velmo
