@@ -148,7 +148,7 @@ BoolResult requireLoadable(BaseImageGeometry const& geometry) {
 /// Loads an image into `image`, which holds what has been loaded so far after a failure.
 void loadImage(boost::filesystem::path const& path, TiffOpenRequest const& request, ImagePtr& image,
                FamilyFailure const& failure) {
-    OpenedTiff opened;
+    TiffContents opened;
     TiffFileClosure const closure(path.string(), opened.pTiff);
     failure.require(openTiff(path, request, opened));
     bool const bInterleaved = isInterleavedRgb(opened.pTiff, path);
