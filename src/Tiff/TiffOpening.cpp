@@ -54,7 +54,7 @@ BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& 
     if (result && missed) {
         result = fail(Message::eTIFM_OpenFileError, path.string(), missed.message());
     }
-    if (result) {
+    if (result && request.accessMode != eIAM_ReadOnly) {
         stream.allowWrites();
     }
     return result;
