@@ -101,12 +101,12 @@ class CheckedStrips : public TiffTest {
 TEST_F(CheckedStrips, ADeflateStripPaddedToRowsBehindTheImageIsReadInAllCalls) {
     for (std::uint16_t const bits : {std::uint16_t{8}, std::uint16_t{16}}) {
         std::uint64_t const rowBytes = 31U * bits / 8;
-        std::string const pixels = noise(rowBytes * 37);
+        std::string const pixels = noise(rowBytes * 30) + std::string(rowBytes * 7, '\xff');
         writeStrips(_path, makeDirectory(31, 37, 64, bits),
                     {deflate(pixels + std::string(rowBytes * 27, '\xff'))});
         expectInAllCalls(pixels);
     }
-    std::string const rgb = noise(31 * 37 * 3);
+    std::string const rgb = noise(31 * 30 * 3) + std::string(31 * 7 * 3, '\xff');
     writeStrips(_path, makeRgb(31, 37, 64), {deflate(rgb + std::string(31 * 27 * 3, '\xff'))});
     Channels const channels = pickChannels(rgb, 3, 1);
     expectInAllCalls(channels[0] + channels[1] + channels[2]);
