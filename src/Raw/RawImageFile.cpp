@@ -54,7 +54,8 @@ BoolResult RawImageFile::createFile(boost::filesystem::path const& path, BaseIma
         !pStream->write(fileHeader.data(), static_cast<std::streamsize>(fileHeader.size()))) {
         return fail(Message::eRIFM_WriteFileHeaderError, kept.path.string(), getLastError());
     }
-    if (!reserveBytes(*pStream, end)) {
+    bool const bPlanes = end != fileHeader.size();
+    if (bPlanes && !reserveBytes(*pStream, end)) {
         return fail(Message::eRIFM_ReserveFailed, end, kept.path.string());
     }
     _planes->accessStreams().insert(pStream);
