@@ -162,7 +162,7 @@ BoolResult ReplacedFile::createBeside(fs::path const& target) {
     removeAbandonedIn(target.parent_path());
     std::string const pattern = std::string(g_prefix).append(g_digits).append(g_suffix);
     while (true) {
-        fs::path const path = target.parent_path() / fs::unique_path(pattern);
+        fs::path path = target.parent_path() / fs::unique_path(pattern);
         int const descriptor =
             open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, _bReplaces ? g_ownerOnly : g_newFile);
         if (descriptor < 0) {
@@ -170,8 +170,8 @@ BoolResult ReplacedFile::createBeside(fs::path const& target) {
         }
         lock(descriptor);
         if (!isNameless(descriptor)) {
+            _path.swap(path); // unlike an assignment does not allocate: the destructor removes `_path`
             _descriptor = descriptor;
-            _path = path;
             return success();
         }
         close(descriptor);
