@@ -5,6 +5,8 @@
 #include "RawImageFileFixture.h"
 
 #include <boost/filesystem/operations.hpp>
+#include <set>
+#include <vector>
 
 namespace velmo {
 namespace image {
@@ -52,6 +54,28 @@ TEST_F(ThreadStreamsTest, AThreadKeepsItsStreamAndHasItAlone) {
     EXPECT_EQ(streams.find(_path, eIAM_ReadOnly), pStream);
     inOtherThread([&] { EXPECT_NE(streams.find(_path, eIAM_ReadOnly), pStream); });
     EXPECT_EQ(countDescriptors(_path), 2U);
+}
+
+// Look-ups and first uses of many threads at once: without the lock the map breaks, and a thread loses its
+// stream or finds that of another.
+TEST_F(ThreadStreamsTest, ManyThreadsThatComeForTheFirstTimeAtOnceEachHaveAndKeepTheirOwn) {
+    constexpr unsigned int nbThreads = 16;
+    constexpr int nbRounds = 60;
+    for (int round = 0; round < nbRounds; ++round) {
+        ThreadStreams streams;
+        std::vector<FStreamPtr> found(nbThreads);
+        std::vector<int> nbLost(nbThreads, 0);
+        onThreads(nbThreads, [&](unsigned int thread) {
+            found[thread] = streams.find(_path, eIAM_ReadOnly);
+            for (int look = 0; look < 50; ++look) {
+                nbLost[thread] += streams.find(_path, eIAM_ReadOnly) == found[thread] ? 0 : 1;
+            }
+        });
+        ASSERT_EQ(nbLost, std::vector<int>(nbThreads, 0));
+        ASSERT_EQ(std::set<FStreamPtr>(found.begin(), found.end()).size(), nbThreads);
+        found.clear();
+        ASSERT_EQ(countDescriptors(_path), nbThreads);
+    }
 }
 
 TEST_F(ThreadStreamsTest, AnInsertedStreamIsFoundAgain) {
