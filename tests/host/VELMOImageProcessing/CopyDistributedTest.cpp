@@ -5,13 +5,15 @@
 #include "CopyTools.h"
 #include "CountingEngine.h"
 #include "GeometryBuilder.h"
+#include "ThrownText.h"
 #include "VELMOImage/DiskImage.h"
 #include "VELMOImage/DistributedImage.h"
 #include "VELMOImage/SubImageExtractor.h"
 #include "VELMOSerialization/BinaryArchive.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
+#include "VELMOSerialization/VELMOSerializationLog.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sstream>
 
 using namespace velmo;
@@ -110,6 +112,32 @@ TEST_F(DefaultCopyFromDisk, ReturnsTheTextOfAWorkersFailure) {
     processor::ActionResult const result = runCopy(pDisk, makeImage(eIK_Distributed, *pGeometry, ""), policy);
     EXPECT_NE(result.getStatus(), 0U);
     EXPECT_EQ(result.getMessage(), "one plane is gone");
+}
+
+TEST_F(DefaultCopyFromDisk, AWorkerThatCannotRebuildItsAccessorReturnsTheTextAndLogsNothing) {
+    DynamicRegistrator<ByteAccessor> const registrator;
+    std::ostringstream record;
+    BinaryOArchive archive(record);
+    archive.writeObject("accessor", pAccessor);
+    std::string const cut = record.str().substr(0, record.str().size() - 1);
+    auto const pTarget = boost::make_shared<DistributedImage>(createThreadDistributionEngine(2));
+    ASSERT_TRUE(pTarget->init(*pGeometry));
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    EXPECT_THAT(pTarget->fillFromAccessor(cut).getMessage(),
+                testing::StartsWith("The archive ends inside of item "));
+    EXPECT_TRUE(log.getRecords().empty());
+}
+
+TEST_F(DefaultCopyFromDisk, AWorkerThatDoesNotKnowTheClassThrowsWithOneRecord) {
+    std::ostringstream record;
+    BinaryOArchive archive(record);
+    archive.writeObject("accessor", pAccessor);
+    auto const pTarget = boost::make_shared<DistributedImage>(createThreadDistributionEngine(1));
+    ASSERT_TRUE(pTarget->init(*pGeometry));
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { pTarget->fillFromAccessor(record.str()); }),
+              "The archive holds an object of the unknown class velmo::test::ByteAccessor");
+    EXPECT_EQ(log.getRecords().size(), 1U);
 }
 
 TEST_F(DefaultCopyFromDisk, WorksThroughTheDiskImageToOtherTargets) {
