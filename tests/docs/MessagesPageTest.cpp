@@ -56,10 +56,11 @@ std::optional<std::string> findText(Domain const& domain, int id) {
     return findText(getVELMOImageFileLogMessageManager(), domain.key, id);
 }
 
-/// Adds the texts of a domain of the host, whose ids have gaps.
+/// Adds the texts of a domain of the host, whose ids have gaps; line feeds as the page shows them.
 void addTexts(LogMessageManager const& manager, char const* domainKey, std::set<std::string>& texts) {
     for (int id = 0; id < 100; ++id) {
-        if (std::optional<std::string> const text = findText(manager, domainKey, id)) {
+        if (std::optional<std::string> text = findText(manager, domainKey, id)) {
+            boost::replace_all(*text, "\n", "\\n");
             texts.insert(*text);
         }
     }
