@@ -92,9 +92,8 @@ ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory, std::strin
     if (paths.empty()) {
         return {};
     }
-    return paths.size() == 1
-               ? loadTiffImageFile(paths.front(), directoryMode, bufferMode)
-               : loadPlainList(paths, directoryMode, bufferMode, eIT_Memory);
+    return paths.size() == 1 ? loadTiffImageFile(paths.front(), directoryMode, bufferMode)
+                             : loadPlainList(paths, directoryMode, bufferMode, eIT_Memory);
 }
 
 ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::string const& pattern,
@@ -103,9 +102,8 @@ ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::strin
     if (paths.empty()) {
         return {};
     }
-    return paths.size() == 1
-               ? ImagePtr(openTiffImageFile(paths.front(), directoryMode, bufferMode))
-               : loadPlainList(paths, directoryMode, bufferMode, eIT_Disk);
+    return paths.size() == 1 ? ImagePtr(openTiffImageFile(paths.front(), directoryMode, bufferMode))
+                             : loadPlainList(paths, directoryMode, bufferMode, eIT_Disk);
 }
 
 // Calls with options

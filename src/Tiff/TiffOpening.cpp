@@ -39,7 +39,8 @@ std::error_code findMissed(TiffStream const& stream) {
                                      : stream.getReadError();
 }
 
-BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& request, TiffContents& opened) {
+BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& request,
+                    TiffContents& opened) {
     opened.pTiff = TiffStream::open(path, request.accessMode == eIAM_ReadOnly ? "r" : "r+");
     if (opened.pTiff == nullptr) {
         return fail(Message::eTIFM_OpenFileError, path.string(), getTiffWords());
@@ -62,7 +63,8 @@ BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& 
 
 } // namespace
 
-BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request, TiffContents& opened) {
+BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request,
+                    TiffContents& opened) {
     TIFFInitializeExtend();
     if (clearsTiffText(request.policy)) {
         TiffErrorHandler::getInstance().clearCurrentError();

@@ -35,7 +35,8 @@ struct TiffContents {
 };
 
 /// `openTiffFile` under any policy. After a failure `opened` is empty, and the file is as it was.
-BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request, TiffContents& opened);
+BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request,
+                    TiffContents& opened);
 
 } // namespace file
 } // namespace image
