@@ -27,6 +27,12 @@ constexpr bool zeroesBrokenStrips(eTiffPolicy policy) {
     return policy == eTiffPolicy::Tolerant;
 }
 
+/// Whether a part of an uncompressed strip whose byte count is wrong is a failure, although libtiff reads the
+/// whole of it.
+constexpr bool failsAtMiscountedParts(eTiffPolicy policy) {
+    return policy == eTiffPolicy::Plain;
+}
+
 /// Whether a file opens with the planes in front of the place where its chain of directories breaks off.
 constexpr bool acceptsBrokenChain(eTiffPolicy policy) {
     return policy != eTiffPolicy::Strict;
