@@ -109,7 +109,7 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
     }
     bool const bWhole = pStream->good();
     pStream->seekg(0, std::ios::end);
-    if (isRefused(*pStream) || (bWhole && !pStream->good())) {
+    if (isRefused(*pStream) || (bWhole && pStream->fail())) {
         return fail(Message::eI6FM_OpenFileFailed, path.string());
     }
     auto const fileSize = static_cast<vlUInt64>(static_cast<std::streamoff>(pStream->tellg()));
