@@ -84,23 +84,32 @@ class Tidying {
   public:
     void tidy(fs::path const& folder) {
         struct stat state = {};
-        if (stat(folder.c_str(), &state) != 0) {
-            return;
+        if (stat(folder.c_str(), &state) == 0 && isDue({state.st_dev, state.st_ino})) {
+            std::size_t const nbNames = removeAbandonedIn(folder);
+            std::lock_guard<std::mutex> const lock(_mutex);
+            _nbSavesToSkip[{state.st_dev, state.st_ino}] = nbNames / g_namesASave;
         }
+    }
+
+  private:
+    using FolderId = std::pair<dev_t, ino_t>;
+
+    bool isDue(FolderId const& folder) {
         std::lock_guard<std::mutex> const lock(_mutex);
         if (_nbSavesToSkip.size() >= g_mostFolders) {
             _nbSavesToSkip.clear();
         }
-        std::size_t& nbSavesToSkip = _nbSavesToSkip[{state.st_dev, state.st_ino}];
-        nbSavesToSkip = nbSavesToSkip == 0 ? removeAbandonedIn(folder) / g_namesASave : nbSavesToSkip - 1;
+        std::size_t& nbSavesToSkip = _nbSavesToSkip[folder];
+        bool const bDue = nbSavesToSkip == 0;
+        nbSavesToSkip -= bDue ? 0 : 1;
+        return bDue;
     }
 
-  private:
     static constexpr std::size_t g_mostFolders = 1024;
     static constexpr std::size_t g_namesASave = 64;
 
     std::mutex _mutex;
-    std::map<std::pair<dev_t, ino_t>, std::size_t> _nbSavesToSkip;
+    std::map<FolderId, std::size_t> _nbSavesToSkip;
 };
 
 void tidy(fs::path const& folder) {

@@ -287,11 +287,12 @@ TEST_F(ReplacedFileTest, FilesOfOtherNamesFoldersAndLinksAreNoLeftovers) {
     }
     fs::create_directory(_folder / g_leftover);
     std::string const link = ".velmo-image-ba9876543210.tmp";
+    writeFile(_folder / "elsewhere", "kept");
     fs::create_symlink("elsewhere", _folder / link);
     std::string const pipe = ".velmo-image-bbbbbbbbbbbb.tmp";
     ASSERT_EQ(mkfifo((_folder / pipe).c_str(), 0600), 0);
     EXPECT_EQ(replace(_target, "new"), "");
-    names.insert(names.end(), {g_leftover, link, pipe, "target"});
+    names.insert(names.end(), {g_leftover, link, pipe, "elsewhere", "target"});
     EXPECT_THAT(list(), testing::UnorderedElementsAreArray(names));
 }
 
