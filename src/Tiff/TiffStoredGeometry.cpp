@@ -32,9 +32,11 @@ static BaseIArchive& operator>>(BaseIArchive& archive, SerializationIItem<boost:
 namespace image {
 namespace file {
 
+namespace {
+
 /// A colour type outside of the enumeration counts as grey, here as in the directories: an archive does not
 /// hold it.
-static void makeColorKnown(ColorGeometry& color) {
+void makeColorKnown(ColorGeometry& color) {
     if (color.getColorGeometryType() <= eCGT_User) {
         return;
     }
@@ -44,6 +46,8 @@ static void makeColorKnown(ColorGeometry& color) {
         color.setChannelName(name, index);
     }
 }
+
+} // namespace
 
 bool isOwnFile(TIFF* pTiff) {
     auto const software = getTag<char*>(pTiff, TIFFTAG_SOFTWARE);
