@@ -82,16 +82,19 @@ TEST_F(TiffFilesDamage, OfAJoinedDiskImageThatPlaneFailsWithTheWordsOfTheFileAnd
     }
 }
 
-TEST_F(TiffFilesDamage, ACustomStackFailsWithTheWordsOfTheFile) {
-    CapturedLog const log(getVELMOImageFileLogger());
+TEST_F(TiffFilesDamage, ACustomStackFailsWithTheWordsOfTheFileAndOneRecord) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
     try {
         loadStack(6, imaproc::attr::eIP_Linear);
         ADD_FAILURE() << "nothing was thrown";
     } catch (VELMOBaseProcessingException const& exception) {
         EXPECT_THAT(exception.what(), testing::HasSubstr("ResampleCustomZStack3dImgLvl1"));
         EXPECT_THAT(exception.what(), testing::HasSubstr(getReadError()));
+        ASSERT_EQ(log.getRecords().size(), 1U);
+        EXPECT_EQ(log.getRecords()[0].message, exception.what());
+        EXPECT_EQ(log.getRecords()[0].level, log4cplus::ERROR_LOG_LEVEL);
     }
-    EXPECT_TRUE(log.getRecords().empty());
+    EXPECT_EQ(log.getRecords().size(), 1U);
     EXPECT_EQ(countOpenFiles(), 0U);
 }
 

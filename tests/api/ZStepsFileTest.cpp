@@ -6,6 +6,7 @@
 #include <VELMOAttributes/ZSteps.h>
 #include <VELMOSerialization/XmlFile.h>
 #include <boost/filesystem/operations.hpp>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -164,7 +165,11 @@ TEST_F(ZStepsFile, APipeIsReadToTheEndOfItsWriter) {
         ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
         std::string const bytes =
             pipe.extension() == ".xml" ? readFile(_other / "steps.xml") : std::string("2\n1\n");
-        std::thread writer([&] { writeFile(pipe, bytes); });
+        int const held = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC); // a writer is there from the start
+        std::thread writer([&] {
+            writeFile(pipe, bytes);
+            close(held);
+        });
         expectStepsOf(pipe, {2, 1});
         writer.join();
     }

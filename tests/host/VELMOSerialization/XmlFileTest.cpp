@@ -10,9 +10,11 @@
 #include <VELMOSerialization/VELMOSerializationLog.h>
 #include <VELMOSerialization/XmlFile.h>
 #include <boost/filesystem/operations.hpp>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace velmo {
 namespace test {
@@ -86,7 +88,11 @@ TEST_F(XmlFile, AnObjectIsReadFromAPipe) {
     auto const path = getFolder().getPath() / "pipe.xml";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     writeToXmlFile(getPath(), *makeNestedRecord());
-    std::thread writer([&] { writeFile(path, readFile(getPath())); });
+    int const held = open(path.c_str(), O_RDWR | O_CLOEXEC); // a writer is there from the start
+    std::thread writer([&] {
+        writeFile(path, readFile(getPath()));
+        close(held);
+    });
     auto const pRecord = boost::make_shared<Record>();
     readFromXmlFile(path, *pRecord);
     writer.join();

@@ -128,6 +128,25 @@ TEST_F(SequentialFileTest, APipeWithoutANameIsReadToTheEndOfItsWriter) {
     EXPECT_EQ(outcome.failure, "");
 }
 
+TEST_F(SequentialFileTest, APipeWithoutANameWhoseWriterWroteNothingIsEmptyAtOnce) {
+    Pipe pipe;
+    pipe.finish();
+    Outcome const outcome = readAll(pipe.getPath());
+    EXPECT_EQ(outcome.bytes, "");
+    EXPECT_EQ(outcome.failure, "");
+}
+
+TEST_F(SequentialFileTest, AWriterThatLeavesWithoutAByteAfterTheOpeningIsTheEnd) {
+    boost::filesystem::path const path = makePipe();
+    int const reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    int const writer = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    SequentialFile file(path); // behind the writer
+    close(writer);
+    EXPECT_EQ(file.get(), std::char_traits<char>::eof());
+    EXPECT_EQ(file.getFailure(), "");
+    close(reader);
+}
+
 TEST_F(SequentialFileTest, AWriterThatTakesItsTimeIsWaitedFor) {
     Pipe pipe;
     SequentialFile file(pipe.getPath());
