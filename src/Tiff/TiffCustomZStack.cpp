@@ -54,14 +54,24 @@ float toStep(std::string const& line) {
     }
 }
 
-void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
+void requireStep(boost::filesystem::path const& path, vlUInt64 lineNumber, float step, eTiffPolicy policy) {
+    bool const bPositive = step > 0.0F && step <= std::numeric_limits<float>::max();
+    if (!bPositive && !acceptsBadSteps(policy)) {
+        raise(VELMO_HERE, Message::eTIFM_ZStepsTxtFieldError, path.string(), lineNumber);
+    }
+}
+
+void readText(boost::filesystem::path const& path, eTiffPolicy policy, std::vector<float>& steps) {
     SequentialFile stream(path);
+    vlUInt64 lineNumber = 0;
     for (std::string line; readLine(stream, line);) {
+        ++lineNumber;
         if (line.size() <= g_longestNumber) {
             boost::algorithm::trim(line);
         }
         if (!line.empty()) {
             steps.push_back(toStep(line));
+            requireStep(path, lineNumber, steps.back(), policy);
         }
     }
     if (!stream.getFailure().empty()) {
@@ -69,10 +79,10 @@ void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
     }
 }
 
-attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path) {
+attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path, eTiffPolicy policy) {
     auto pSteps = boost::make_shared<attr::ZSteps>();
     if (path.extension() != ".xml") {
-        readText(path, pSteps->accessSteps());
+        readText(path, policy, pSteps->accessSteps());
         return pSteps;
     }
     BoolResult const result = tryReadFromXmlFile(path, *pSteps);
@@ -130,7 +140,7 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     }
     return paths.size() == 1
                ? loadTiffImageFile(paths.front(), eTDM_Volume, bufferMode)
-               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile), outputSizeZ,
+               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eTiffPolicy::Plain), outputSizeZ,
                                             interpolationPolicy,
                                             {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain});
 }
@@ -143,8 +153,9 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     if (paths.empty()) {
         return {};
     }
-    return loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile), outputSizeZ, interpolationPolicy,
-                                      toRequest(options));
+    TiffOpenRequest const request = toRequest(options);
+    return loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, request.policy), outputSizeZ,
+                                      interpolationPolicy, request);
 }
 
 } // namespace file

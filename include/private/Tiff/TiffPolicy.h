@@ -64,6 +64,11 @@ constexpr bool recreatesMissingFiles(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
+/// Whether a step of a z-steps text that is no positive number counts, for the processor to refuse.
+constexpr bool acceptsBadSteps(eTiffPolicy policy) {
+    return policy == eTiffPolicy::Plain;
+}
+
 /// Whether a folder's image in memory is returned when not all of its pixels could be read.
 constexpr bool acceptsUnfinishedCopy(eTiffPolicy policy) {
     return policy != eTiffPolicy::Strict;
