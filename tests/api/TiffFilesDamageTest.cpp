@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "ThrownText.h"
 #include "TiffFilesFixture.h"
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
@@ -64,6 +65,14 @@ TEST_F(TiffFilesDamage, OfASequencePlanesThatAreCutShortAndThoseBehindThemStayZe
     EXPECT_THAT(record.message,
                 testing::StartsWith("Processor CopyImgLvl1 failed, and its result was not looked at\n" +
                                     getReadError()));
+}
+
+TEST_F(TiffFilesDamage, OfAVolumeTheyAreAnErrorThatIsLoggedOnce) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    EXPECT_THAT(thrownText<VELMOBaseProcessingException>([&] { load(eTDM_Volume); }),
+                testing::HasSubstr(getReadError()));
+    EXPECT_EQ(countOpenFiles(), 0U);
+    EXPECT_EQ(log.getRecords().size(), 1U);
 }
 
 TEST_F(TiffFilesDamage, OfAJoinedDiskImageThatPlaneFailsWithTheWordsOfTheFileAndTheOthersAreRead) {
