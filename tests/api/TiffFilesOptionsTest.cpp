@@ -127,7 +127,7 @@ TEST_F(TiffFilesOptions, ASingleMatchIsResampledAsEveryStack) {
 
 TEST_F(TiffFilesOptions, ALineOfStepsThatIsNoPositiveNumberIsNamed) {
     save({makePart(makeVolume(2), 1), makePart(makeVolume(2), 2)});
-    for (std::string const& bad : {"x", "0", "-1", "nan", "inf", "1 1"}) {
+    for (std::string const bad : {"x", "0", "-1", "nan", "inf", "1 1"}) {
         writeSteps("1\n\n" + bad + "\n1\n");
         EXPECT_EQ(thrownText<VELMOImageFileException>([&] { resampleWith(5); }),
                   "Error while loading z-steps txt file \"" + getStepsPath().string() +
