@@ -4,7 +4,8 @@
 #include "DamagedColors.h"
 #include "TiffFunctions.h"
 
-#include <VELMOImage/MemoryImage.h>
+#include <VELMOSerialization/BinaryArchive.h>
+#include <sstream>
 
 namespace velmo {
 namespace test {
@@ -68,6 +69,29 @@ TEST_F(TiffSaveColors, WhatAColorSourceThrowsPassesThroughAndTheFileIsClosed) {
     };
     expectPassedThrough<std::logic_error>([&] { saveTiffImageFile(_path, pImage, eTC_None); });
     EXPECT_EQ(countOpen(_path), 0);
+}
+
+TEST_F(TiffSaveColors, PagesThatAreNotThereAreNeitherReadNorLoaded) {
+    for (ImageGeometryPtr const& pGeometry :
+         {makeColorGeometry(eCGT_Rgb, 0, 1), makeColorGeometry(eCGT_Rgba, 2, 0)}) {
+        auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
+        EXPECT_NO_THROW(saveTiffImageFile(_path, pImage, eTC_None));
+        EXPECT_TRUE(pImage->reads.empty());
+
+        std::ostringstream stream;
+        BinaryOArchive archive(stream);
+        archive.writeObject("pObject", pGeometry);
+        Directory directory; // a page that the geometry does not have
+        directory.samples = 3;
+        directory.photometric = PHOTOMETRIC_RGB;
+        directory.tags[TIFFTAG_SOFTWARE] = std::string("VELMO_Library");
+        directory.tags[TIFFTAG_PHOTOSHOP] = stream.str();
+        writeTiff(_path, {directory});
+        for (Load const& load : getLoads()) {
+            SCOPED_TRACE(load.name);
+            EXPECT_EQ(load.call(_path)->getGeometry().getNbPlans(), 0U);
+        }
+    }
 }
 
 // The number of a directory has 16 bits: page 65536 is written over page 0, and both are read from there.
