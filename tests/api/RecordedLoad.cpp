@@ -161,6 +161,7 @@ extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread
 }
 
 /// Announces an object that is built once and needs a destructor.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name in the interface of C++ binaries
 extern "C" __attribute__((visibility("default"))) int __cxa_atexit(void (*destroy)(void*), void* pObject,
                                                                    void* pLibrary) noexcept {
     using Function = int (*)(void (*)(void*), void*, void*);
