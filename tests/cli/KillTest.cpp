@@ -29,7 +29,7 @@ unsigned int getSeed() {
 /// Runs that a signal ends in the middle of their work, with an output that was there before.
 class EndedRun : public StreamingFixture {
   protected:
-    static constexpr int g_nbMoments = 10;
+    static constexpr int g_nbMoments = 5;
 
     Arguments convertToRaw() const {
         return Arguments{"convert", createEndless(), path("out.raw"), "--overwrite"} + rawVolume();

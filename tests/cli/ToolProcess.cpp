@@ -142,7 +142,7 @@ void ToolProcess::send(int signal) const {
 }
 
 bool ToolProcess::waitForSleep() const {
-    constexpr int nbLooks = 10;
+    constexpr int nbLooks = 100; // a millisecond apart
     int nbAsleep = 0;
     long lastSleep = -1;
     return waitUntil([&] {
