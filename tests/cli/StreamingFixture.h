@@ -70,7 +70,7 @@ class StreamingFixture : public CliTest {
     /// Until the tool has read a few planes more.
     static bool waitForReads(pid_t pid) {
         unsigned long const begin = countReadBytes(pid);
-        return waitUntil([&] { return countReadBytes(pid) > begin + (1UL << 26); });
+        return waitUntil([&] { return countReadBytes(pid) > begin + (1UL << 27); });
     }
 
     /// Asks for the size first: a wrong output is too large to be shown.
