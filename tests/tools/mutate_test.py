@@ -9,6 +9,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PROGRAM = ROOT / "tools" / "mutate"
@@ -106,7 +107,8 @@ class Outcome(unittest.TestCase):
     def test_a_mutant_is_noticed_and_leaves_the_copy_as_it_was(self):
         path = "src/Utils/FilePatternMatching.cpp"
         text = (ROOT / path).read_text()
-        with tempfile.TemporaryDirectory() as folder:
+        programs = unittest.mock.patch.dict(mutate.PROGRAMS, {"Utils": ("utils_test",)})
+        with tempfile.TemporaryDirectory() as folder, programs:
             tree = mutate.Tree(pathlib.Path(folder))
             noticed = [mutant for mutant in mutate.find_mutants(path, text) if mutant.before == "true"]
             self.assertEqual(tree.try_mutant(noticed[0]), "utils_test")
