@@ -60,7 +60,7 @@ class RecordingOwner : public BaseBlockOwner {
         std::unique_lock<std::mutex> lock(_record.mutex);
         _record.fillers.insert(std::this_thread::get_id());
         _record.filling.notify_all();
-        return _record.filling.wait_for(lock, std::chrono::seconds(10),
+        return _record.filling.wait_for(lock, std::chrono::minutes(2),
                                         [this] { return _record.fillers.size() >= _record.nbToMeet; });
     }
 

@@ -20,7 +20,7 @@ struct WorkerRecord {
     std::string addFailure;
     std::string writeFailure;
     std::string fillFailure;
-    std::size_t nbToMeet = 0; ///< threads that a fill waits for, for ten seconds at most
+    std::size_t nbToMeet = 0; ///< threads that a fill waits for, for two minutes at most
 
     std::atomic<int> nbAdded{0};
     std::atomic<int> nbDropped{0};

@@ -107,7 +107,7 @@ TEST_F(StuckOutput, IsGivenUpAfterAnInterrupt) {
             ToolProcess process(arguments, _ends[1]);
             ASSERT_TRUE(process.waitForSleep());
             process.send(signal);
-            ASSERT_TRUE(process.endsWithin(std::chrono::minutes(1)));
+            ASSERT_TRUE(process.waitForEnd());
             expectFailure(process.wait(), 130, "interrupted");
         }
     }

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "RunMoments.h"
 #include "StreamingFixture.h"
-#include "TiffSample.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <iostream>
+#include <random>
 
 namespace velmo {
 namespace test {
@@ -17,135 +17,84 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr int g_nbMoments = 50;
-constexpr int g_killed = 1000 + SIGKILL;
-constexpr std::uint32_t g_side = 256;
-constexpr std::size_t g_planeBytes = std::size_t{g_side} * g_side;
-
-/// Planes that take a compressor some time, each another.
-std::string makePixels(std::size_t nbPlanes) {
-    std::mt19937 random(7);
-    std::string plane(g_planeBytes, '\0');
-    for (char& pixel : plane) {
-        pixel = static_cast<char>(random() % 16);
-    }
-    std::string pixels;
-    for (std::size_t z = 0; z < nbPlanes; ++z) {
-        std::rotate(plane.begin(), plane.begin() + 1, plane.end());
-        pixels += plane;
-    }
-    return pixels;
+/// VELMO_TEST_SEED, or a number that is another in each run; printed, so that a failure can be repeated.
+unsigned int getSeed() {
+    char const* const text = std::getenv("VELMO_TEST_SEED");
+    unsigned int const seed =
+        text != nullptr ? static_cast<unsigned int>(std::strtoul(text, nullptr, 10)) : std::random_device{}();
+    std::cout << "VELMO_TEST_SEED=" << seed << std::endl;
+    return seed;
 }
 
-/// As readFile, for files of some size.
-std::string readWhole(fs::path const& path) {
-    std::string bytes(fs::file_size(path), '\0');
-    std::ifstream(path.string(), std::ios::binary)
-        .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
-}
-
-std::string joinPlanes(fs::path const& path) {
-    std::string pixels;
-    for (TiffPage const& page : readTiff(path)) {
-        pixels += page.pixels;
-    }
-    return pixels;
-}
-
-/// Runs that end at some moment, with an output that was there before.
-class EndedRun : public CliTest {
+/// Runs that a signal ends in the middle of their work, with an output that was there before.
+class EndedRun : public StreamingFixture {
   protected:
-    void SetUp() override { fs::create_directory(_folder / "out"); }
+    static constexpr int g_nbMoments = 5;
 
-    std::string createInput(std::size_t nbPlanes) {
-        _pixels = makePixels(nbPlanes);
-        return create("in.raw", _pixels);
+    Arguments convertToRaw() const {
+        return Arguments{"convert", createEndless(), path("out.raw"), "--overwrite"} + rawVolume();
+    }
+    Arguments convertToDeflate() const {
+        return Arguments{"convert",     createEndlessToCompress(), path("out.tif"),
+                         "--overwrite", "--compression",           "deflate"} +
+               rawVolumeToCompress();
+    }
+    Arguments stackToRaw() const {
+        createEndlessSeries(10);
+        return Arguments{"stack", path("s"), "a<INDEX>.tif", path("out.raw"), "--overwrite"};
+    }
+    Arguments stackToDeflate() const {
+        createEndlessSeries(10);
+        return {"stack",       path("s"),       "a<INDEX>.tif", path("out.tif"),
+                "--overwrite", "--compression", "deflate"};
     }
 
-    std::string createSeries(std::size_t nbFiles) {
-        _pixels = makePixels(nbFiles);
-        fs::create_directory(_folder / "s");
-        for (std::size_t file = 0; file < nbFiles; ++file) {
-            TiffPage page;
-            page.sizeX = page.sizeY = g_side;
-            page.pixels = _pixels.substr(file * g_planeBytes, g_planeBytes);
-            writeTiff(_folder / "s" / (std::to_string(file) + ".tif"), {page});
-        }
-        return path("s");
-    }
-
-    std::string size(std::size_t nbPlanes) const { return "256,256," + std::to_string(nbPlanes); }
-    std::string target(std::string const& name) const { return path("out/" + name); }
-    void restore(std::string const& name) const { writeFile(target(name), "earlier"); }
-    bool isEarlier(std::string const& name) const { return readWhole(target(name)) == "earlier"; }
-    bool isComplete(std::string const& name) const {
-        bool const bTiff = fs::path(name).extension() == ".tif";
-        return (bTiff ? joinPlanes(target(name)) : readWhole(target(name))) == _pixels;
-    }
-
-    std::vector<std::string> listOutputs() const {
-        std::vector<std::string> names;
-        for (fs::directory_entry const& entry : fs::directory_iterator(_folder / "out")) {
-            names.push_back(entry.path().filename().string());
-        }
-        return names;
-    }
-
-    /// To the last of the planned moments or, where runs are slow, for some seconds; and beyond as long as
-    /// none of the moments fell into the work.
-    bool goesOn(int moment, int nbPlanned, int nbWithinWork) const {
-        bool const bPlanned = moment < nbPlanned && std::chrono::steady_clock::now() < _end;
-        return !HasFailure() && (bPlanned || (nbWithinWork == 0 && moment < 10 * nbPlanned));
-    }
-
-    /// The earlier output or the whole new one, at every moment; a run behind it finds and leaves the folder
-    /// as if nothing had been.
-    void expectNoTraceOfKills(Arguments const& arguments, std::string const& name) const {
+    /// Sends the signal to runs that have written so many bytes: drawn, up to `mostBytes`.
+    template <class Check>
+    void endRuns(int signal, Arguments const& arguments, std::string const& name, unsigned long mostBytes,
+                 Check const& check) const {
         unsigned int const seed = getSeed();
-        RunMoments moments(arguments, seed);
-        int nbKilled = 0;
-        int nbUnfinished = 0;
-        for (int moment = 0; goesOn(moment, g_nbMoments, nbUnfinished); ++moment) {
-            restore(name);
-            nbKilled += moments.runUntil(SIGKILL).status == g_killed ? 1 : 0;
-            EXPECT_TRUE(isEarlier(name) || isComplete(name)) << "moment " << moment << ", seed " << seed;
-            if (listOutputs().size() != 1) {
-                ++nbUnfinished;
-                expectDone(runTool(arguments));
-                EXPECT_TRUE(isComplete(name));
-                EXPECT_THAT(listOutputs(), ElementsAre(name)) << "moment " << moment << ", seed " << seed;
-            }
+        std::mt19937 random(seed);
+        std::uniform_int_distribution<unsigned long> distribution(1, mostBytes);
+        for (int moment = 0; moment < g_nbMoments && !HasFailure(); ++moment) {
+            unsigned long const nbBytes = distribution(random);
+            SCOPED_TRACE(testing::Message() << nbBytes << " bytes, seed " << seed);
+            create(name, "earlier");
+            std::vector<std::string> const names = list();
+            ToolProcess process(arguments);
+            ASSERT_TRUE(waitUntil([&] { return getTemporarySize() >= nbBytes; }));
+            process.send(signal);
+            check(process.wait());
+            EXPECT_EQ("earlier", read(name));
+            removeUnfinished(name);
+            EXPECT_EQ(names, list());
         }
-        EXPECT_GT(nbUnfinished, 0);
-        std::cout << nbKilled << " runs killed, " << nbUnfinished << " of them while they wrote" << std::endl;
     }
 
-    /// Ends of its own or by the signal: nothing but the output stays, and a status that says which one.
-    void expectNoTraceOf(int signal, Arguments const& arguments, std::string const& name) const {
-        unsigned int const seed = getSeed();
-        RunMoments moments(arguments, seed);
-        int nbInterrupted = 0;
-        for (int moment = 0; goesOn(moment, g_nbMoments / 2, nbInterrupted); ++moment) {
-            restore(name);
-            ToolResult const result = moments.runUntil(signal);
-            if (result.status == 0) {
-                EXPECT_TRUE(isComplete(name));
-            } else {
-                EXPECT_TRUE(isEarlier(name));
-            }
-            bool const bBeforeItCares = result.status == 1000 + signal;
-            nbInterrupted += result.status == 130 ? 1 : 0;
-            EXPECT_TRUE(result.status == 0 || result.status == 130 || bBeforeItCares) << result.status;
-            EXPECT_EQ(result.status == 130 ? "velmo-image: interrupted\n" : "", result.err);
-            EXPECT_THAT(listOutputs(), ElementsAre(name)) << "moment " << moment << ", seed " << seed;
-        }
-        EXPECT_GT(nbInterrupted, 0);
+    void expectNoTraceOfKills(Arguments const& arguments, std::string const& name,
+                              unsigned long mostBytes) const {
+        endRuns(SIGKILL, arguments, name, mostBytes, [this](ToolResult const& result) {
+            EXPECT_EQ(1000 + SIGKILL, result.status);
+            EXPECT_NE(0U, getTemporarySize());
+        });
     }
 
-    std::string _pixels;
-    std::chrono::steady_clock::time_point const _end =
-        std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    void expectNoTraceOf(int signal, Arguments const& arguments, std::string const& name,
+                         unsigned long mostBytes) const {
+        std::vector<std::string> const inputs = list();
+        endRuns(signal, arguments, name, mostBytes, [&](ToolResult const& result) {
+            expectFailure(result, 130, "interrupted");
+            EXPECT_EQ(inputs.size() + 1, list().size());
+        });
+    }
+
+    /// By the next run to any file of the folder.
+    void removeUnfinished(std::string const& name) const {
+        create("small.raw", "ABCD");
+        expectDone(runTool(Arguments{"convert", path("small.raw"), path(name), "--overwrite"} +
+                           raw("2,2", "uint8")));
+        fs::remove(path("small.raw"));
+    }
 };
 
 /// What a killed run leaves, with a name of that kind.
@@ -164,24 +113,15 @@ class SignalledRun : public EndedRun, public testing::WithParamInterface<int> {}
 } // namespace
 
 TEST_F(EndedRun, AKilledConversionToADeflatedTiffLeavesTheOutputWholeAndNothingThatStays) {
-    std::string const input = createInput(8);
-    expectNoTraceOfKills(
-        Arguments{"convert", input, target("out.tif"), "--overwrite", "--compression", "deflate"} +
-            raw(size(8), "uint8"),
-        "out.tif");
+    expectNoTraceOfKills(convertToDeflate(), "out.tif", 1UL << 17);
 }
 
 TEST_F(EndedRun, AKilledConversionToRawLeavesTheOutputWholeAndNothingThatStays) {
-    std::string const input = createInput(128);
-    expectNoTraceOfKills(
-        Arguments{"convert", input, target("out.raw"), "--overwrite"} + raw(size(128), "uint8"), "out.raw");
+    expectNoTraceOfKills(convertToRaw(), "out.raw", 1UL << 24);
 }
 
 TEST_F(EndedRun, AKilledStackLeavesTheOutputWholeAndNothingThatStays) {
-    std::string const folder = createSeries(8);
-    expectNoTraceOfKills(
-        {"stack", folder, "<INDEX>.tif", target("out.tif"), "--overwrite", "--compression", "deflate"},
-        "out.tif");
+    expectNoTraceOfKills(stackToDeflate(), "out.tif", 1UL << 17);
 }
 
 TEST_F(UnfinishedOutput, OfAKilledRunIsRemovedByTheNextToAnyFileOfTheFolder) {
@@ -195,10 +135,10 @@ TEST_F(UnfinishedOutput, OfAKilledRunIsRemovedByTheNextToAnyFileOfTheFolder) {
 }
 
 TEST_F(UnfinishedOutput, OfALivingRunStays) {
-    std::string const input = createSparse("large.raw", 2 * g_gibibyte);
-    ToolProcess living(Arguments{"convert", input, path("living.raw")} + raw("65536,1024,32", "uint8"));
+    ToolProcess living(Arguments{"convert", createEndless(), path("living.raw")} + rawVolume());
     ASSERT_TRUE(waitForPixels());
     living.send(SIGSTOP);
+    ASSERT_TRUE(living.waitForStop());
     std::size_t const nbNames = list().size();
     expectDone(runTool(convertTo("out.raw")));
     EXPECT_EQ(nbNames + 1, list().size());
@@ -206,7 +146,7 @@ TEST_F(UnfinishedOutput, OfALivingRunStays) {
     living.send(SIGTERM);
     living.send(SIGCONT);
     expectFailure(living.wait(), 130, "interrupted");
-    EXPECT_THAT(list(), ElementsAre("large.raw", "out.raw", "small.raw"));
+    EXPECT_THAT(list(), ElementsAre("in.raw", "out.raw", "small.raw"));
 }
 
 TEST_F(UnfinishedOutput, IsNoFileOfAnotherName) {
@@ -236,19 +176,12 @@ TEST_F(UnfinishedOutput, IsNoPartOfAStack) {
     EXPECT_EQ("abcdefabcdef", read("out.raw"));
 }
 
-TEST_P(SignalledRun, OfAConversionAtAnyMomentLeavesTheOutputAlone) {
-    std::string const input = createInput(16);
-    expectNoTraceOf(
-        GetParam(),
-        Arguments{"convert", input, target("out.tif"), "--overwrite", "--compression", "deflate"} +
-            raw(size(16), "uint8"),
-        "out.tif");
+TEST_P(SignalledRun, OfAConversionLeavesTheOutputAlone) {
+    expectNoTraceOf(GetParam(), convertToDeflate(), "out.tif", 1UL << 17);
 }
 
-TEST_P(SignalledRun, OfAStackAtAnyMomentLeavesTheOutputAlone) {
-    std::string const folder = createSeries(16);
-    expectNoTraceOf(GetParam(), {"stack", folder, "<INDEX>.tif", target("out.raw"), "--overwrite"},
-                    "out.raw");
+TEST_P(SignalledRun, OfAStackLeavesTheOutputAlone) {
+    expectNoTraceOf(GetParam(), stackToRaw(), "out.raw", 1UL << 24);
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, SignalledRun, testing::Values(SIGINT, SIGTERM),

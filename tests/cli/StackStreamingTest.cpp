@@ -2,10 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "StreamingFixture.h"
-#include "TiffSample.h"
 
 #include <csignal>
-#include <unistd.h>
 
 namespace velmo {
 namespace test {
@@ -26,34 +24,22 @@ class StackStreaming : public StreamingFixture {
         link("../volume", nbFiles);
     }
 
-    void link(std::string const& target, int nbFiles) const {
-        boost::filesystem::create_directory(_folder / "s");
-        for (int number = 0; number < nbFiles; ++number) {
-            boost::filesystem::create_symlink(target,
-                                              _folder / "s" / ("a" + std::to_string(number) + ".tif"));
-        }
-    }
-
     Arguments stack(Arguments const& options = {}) const {
         return Arguments{"stack", path("s"), "a<INDEX>.tif", path("out.raw")} + options;
     }
 
-    /// Whether the tool comes to hold so many files open, within a minute.
+    /// Until the tool holds so many files open.
     static bool waitForOpenFiles(pid_t pid, long nbFiles) {
         boost::filesystem::path const folder("/proc/" + std::to_string(pid) + "/fd");
-        for (int tries = 0; tries < 60000; ++tries) {
+        return waitUntil([&] {
             boost::system::error_code error;
             long nbOpen = 0;
             for (boost::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
                  entry.increment(error)) {
                 ++nbOpen;
             }
-            if (nbOpen >= nbFiles) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return false;
+            return nbOpen >= nbFiles;
+        });
     }
 };
 
@@ -72,7 +58,7 @@ TEST_F(StackStreaming, TheMemoryDoesNotGrowWithTheVolume) {
 }
 
 TEST_F(StackStreaming, AnInterruptLeavesTheEarlierOutputAndNothingElse) {
-    createSeries(64);
+    createEndlessSeries(10);
     create("out.raw", "earlier");
     for (int const signal : {SIGINT, SIGTERM}) {
         ToolProcess process(stack({"--overwrite"}));
@@ -85,9 +71,9 @@ TEST_F(StackStreaming, AnInterruptLeavesTheEarlierOutputAndNothingElse) {
 }
 
 TEST_F(StackStreaming, AnInterruptEndsTheComparisonOfTheFiles) {
-    writeTiff(_folder / "plane", {TiffPage()});
-    link("../plane", 5000);
-    create("s/a5000.tif", "no TIFF file, which is not come to");
+    constexpr int nbFiles = 5000;
+    createEndlessSeries(nbFiles);
+    create("s/a" + std::to_string(nbFiles) + ".tif", "not a TIFF file: compared last");
     create("steps", "1");
     for (Arguments const& arguments : {stack(), Arguments{"resample", path("s"), "a<INDEX>.tif",
                                                           path("steps"), path("out.raw"), "--size-z", "5"}}) {
@@ -95,18 +81,18 @@ TEST_F(StackStreaming, AnInterruptEndsTheComparisonOfTheFiles) {
         ASSERT_TRUE(waitForOpenFiles(process.getPid(), 50));
         process.send(SIGINT);
         expectFailure(process.wait(), 130, "interrupted");
-        EXPECT_THAT(list(), ElementsAre("plane", "s", "steps"));
+        EXPECT_THAT(list(), ElementsAre("s", "steps", "volume"));
     }
 }
 
 TEST_F(StackStreaming, TheBarIsDrawnOnATerminalUnlessItIsToBeQuiet) {
-    createSeries(64);
+    createEndlessSeries(10);
     TerminalProcess drawn(stack());
     EXPECT_TRUE(drawn.waitFor(" %"));
     drawn.send(SIGINT);
     EXPECT_EQ(130, drawn.wait().status);
     TerminalProcess quiet(stack({"--quiet"}));
-    sleep(2);
+    EXPECT_TRUE(waitForLongWork(quiet.getPid()));
     quiet.send(SIGINT);
     EXPECT_EQ("velmo-image: interrupted\r\n", quiet.wait().out);
 }

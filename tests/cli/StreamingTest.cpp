@@ -28,10 +28,9 @@ constexpr bool g_bSanitized = false;
 class Streaming : public StreamingFixture {
   protected:
     void expectStopLeavesTheEarlierOutput(int signal) const {
-        std::string const input = createSparse("in.raw", 16 * g_gibibyte);
         create("out.raw", "earlier");
-        ToolProcess process(Arguments{"convert", input, path("out.raw"), "--overwrite"} +
-                            raw("65536,1024,256", "uint8"));
+        ToolProcess process(Arguments{"convert", createEndless(), path("out.raw"), "--overwrite"} +
+                            rawVolume());
         ASSERT_TRUE(waitForPixels());
         process.send(signal);
         expectFailure(process.wait(), 130, "interrupted");
@@ -51,8 +50,7 @@ TEST_F(Streaming, ATerminatedConversionLeavesTheEarlierOutputAndNothingElse) {
 }
 
 TEST_F(Streaming, AnInterruptedConversionToANewFileLeavesNone) {
-    std::string const input = createSparse("in.raw", 16 * g_gibibyte);
-    ToolProcess process(Arguments{"convert", input, path("out.raw")} + raw("65536,1024,256", "uint8"));
+    ToolProcess process(Arguments{"convert", createEndless(), path("out.raw")} + rawVolume());
     ASSERT_TRUE(waitForPixels());
     EXPECT_THAT(list(), testing::Not(testing::Contains("out.raw")));
     process.send(SIGINT);
@@ -61,8 +59,7 @@ TEST_F(Streaming, AnInterruptedConversionToANewFileLeavesNone) {
 }
 
 TEST_F(Streaming, AnInterruptedPreviewLeavesNoFile) {
-    std::string const input = createSparse("in.raw", 64 * g_gibibyte);
-    TerminalProcess process(Arguments{"preview", input, path("out.png")} + raw("262144,262144", "uint8"));
+    TerminalProcess process(Arguments{"preview", createEndless(), path("out.png")} + rawPlane());
     ASSERT_TRUE(process.waitFor(" %"));
     process.send(SIGTERM);
     EXPECT_EQ(130, process.wait().status);
@@ -70,15 +67,29 @@ TEST_F(Streaming, AnInterruptedPreviewLeavesNoFile) {
 }
 
 TEST_F(Streaming, AFileThatAppearsDuringTheConversionIsNotReplaced) {
-    std::string const input = createSparse("in.raw", g_gibibyte);
-    ToolProcess process(Arguments{"convert", input, path("out.raw")} + raw("65536,1024,16", "uint8"));
-    ASSERT_TRUE(waitForPixels());
-    process.send(SIGSTOP);
-    create("out.raw", "theirs");
-    process.send(SIGCONT);
-    expectFailure(process.wait(), 1, "cannot write \"" + path("out.raw") + "\": File exists");
-    expectOutput("theirs");
-    EXPECT_THAT(list(), ElementsAre("in.raw", "out.raw"));
+    // Twice the work where the tool came to its end before it could be stopped.
+    unsigned long nbPlanes = 1;
+    bool bStopped = false;
+    while (!bStopped && !HasFailure()) {
+        std::string const input = createSparse("in.raw", nbPlanes << 26);
+        ToolProcess process(Arguments{"convert", input, path("out.raw"), "--quiet"} +
+                            raw("65536,1024," + std::to_string(nbPlanes), "uint8"));
+        waitUntil([&] { return getTemporarySize() != 0 || boost::filesystem::exists(path("out.raw")); });
+        process.send(SIGSTOP);
+        bStopped = process.waitForStop() && !boost::filesystem::exists(path("out.raw"));
+        create("out.raw", bStopped ? "theirs" : "");
+        process.send(SIGCONT);
+        ToolResult const result = process.wait();
+        if (!bStopped) {
+            expectDone(result);
+        } else {
+            expectFailure(result, 1, "cannot write \"" + path("out.raw") + "\": File exists");
+            expectOutput("theirs");
+            EXPECT_THAT(list(), ElementsAre("in.raw", "out.raw"));
+        }
+        boost::filesystem::remove(path("out.raw"));
+        nbPlanes *= 2;
+    }
 }
 
 TEST_F(Streaming, TheMemoryOfAConversionDoesNotGrowWithTheVolume) {
@@ -110,10 +121,10 @@ TEST_F(Streaming, TheMemoryOfAConversionToAndFromTiffDoesNotGrowWithTheVolume) {
 }
 
 TEST_F(Streaming, AnInterruptedConversionToTiffLeavesTheEarlierOutputAndNothingElse) {
-    std::string const input = createSparse("in.raw", g_gibibyte);
     create("out.tif", "earlier");
-    ToolProcess process(Arguments{"convert", input, path("out.tif"), "--overwrite", "--compression", "lzw"} +
-                        raw("1024,1024,1024", "uint8"));
+    ToolProcess process(Arguments{"convert", createEndlessToCompress(), path("out.tif"), "--overwrite",
+                                  "--compression", "lzw"} +
+                        rawVolumeToCompress());
     ASSERT_TRUE(waitForPixels());
     process.send(SIGINT);
     expectFailure(process.wait(), 130, "interrupted");

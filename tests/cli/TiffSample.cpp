@@ -4,6 +4,7 @@
 #include "TiffSample.h"
 
 #include <algorithm>
+#include <array>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -79,6 +80,14 @@ TiffPage readPage(TIFF* pTiff) {
     return page;
 }
 
+void putNumbers(std::string& bytes, std::vector<std::uint32_t> const& numbers) {
+    for (std::uint32_t const number : numbers) {
+        for (int shift = 0; shift < 32; shift += 8) {
+            bytes += static_cast<char>(number >> shift & 0xFFU);
+        }
+    }
+}
+
 } // namespace
 
 void writeTiff(boost::filesystem::path const& path, std::vector<TiffPage> const& pages,
@@ -139,6 +148,45 @@ std::vector<TiffPage> readTiff(boost::filesystem::path const& path) {
         }
     }
     return pages;
+}
+
+std::string makeSharedStripTiff(std::uint32_t nbPlanes) {
+    constexpr std::uint32_t side = 8192;
+    constexpr std::uint32_t nbStrips = 64;
+    constexpr std::uint32_t stripBytes = side * side / nbStrips;
+    constexpr std::uint32_t header = 8;
+    constexpr std::uint32_t placeOfOffsets = header;
+    constexpr std::uint32_t placeOfCounts = placeOfOffsets + 4 * nbStrips;
+    constexpr std::uint32_t placeOfPixels = placeOfCounts + 4 * nbStrips;
+    constexpr std::uint32_t firstDirectory = placeOfPixels + stripBytes;
+    constexpr std::uint32_t shortType = 3;
+    constexpr std::uint32_t longType = 4;
+    std::vector<std::array<std::uint32_t, 4>> const fields = {
+        {TIFFTAG_IMAGEWIDTH, longType, 1, side},
+        {TIFFTAG_IMAGELENGTH, longType, 1, side},
+        {TIFFTAG_BITSPERSAMPLE, shortType, 1, 8},
+        {TIFFTAG_COMPRESSION, shortType, 1, COMPRESSION_NONE},
+        {TIFFTAG_PHOTOMETRIC, shortType, 1, PHOTOMETRIC_MINISBLACK},
+        {TIFFTAG_STRIPOFFSETS, longType, nbStrips, placeOfOffsets},
+        {TIFFTAG_SAMPLESPERPIXEL, shortType, 1, 1},
+        {TIFFTAG_ROWSPERSTRIP, longType, 1, side / nbStrips},
+        {TIFFTAG_STRIPBYTECOUNTS, longType, nbStrips, placeOfCounts}};
+    auto const directoryBytes = static_cast<std::uint32_t>(2 + 12 * fields.size() + 4);
+
+    std::string bytes("II*\0", 4);
+    putNumbers(bytes, {firstDirectory});
+    putNumbers(bytes, std::vector<std::uint32_t>(nbStrips, placeOfPixels));
+    putNumbers(bytes, std::vector<std::uint32_t>(nbStrips, stripBytes));
+    bytes.append(stripBytes, '\0');
+    for (std::uint32_t plane = 1; plane <= nbPlanes; ++plane) {
+        bytes += static_cast<char>(fields.size());
+        bytes += '\0';
+        for (auto const& [tag, type, count, value] : fields) {
+            putNumbers(bytes, {tag | type << 16, count, value});
+        }
+        putNumbers(bytes, {plane == nbPlanes ? 0 : firstDirectory + plane * directoryBytes});
+    }
+    return bytes;
 }
 
 } // namespace test

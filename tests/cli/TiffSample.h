@@ -42,6 +42,9 @@ void writeTiff(boost::filesystem::path const& path, std::vector<TiffPage> const&
 void writeImageJStack(boost::filesystem::path const& path, unsigned int nbPlanes, TiffPage const& page,
                       std::string const& mode = "wl");
 
+/// The bytes of a TIFF file of planes of 64 MiB, each of whose strips is the same MiB of zeros.
+std::string makeSharedStripTiff(std::uint32_t nbPlanes);
+
 /// Pixels per unit; zeros where a directory has no such tags.
 struct PageResolution {
     float x = 0;

@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
@@ -44,6 +45,7 @@ std::string readAll(int descriptor) {
     for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
         std::signal(signal, SIG_DFL);
     }
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // some runs would not end without the test
     if (folder.empty() || chdir(folder.c_str()) == 0) {
         execv(program, words.data());
     }
@@ -60,26 +62,31 @@ std::vector<char*> toWords(Arguments& arguments) {
     return words;
 }
 
-ToolResult waitForEnd(pid_t pid) {
+ToolResult reap(pid_t pid) {
     int state = 0;
     rusage usage = {};
     EXPECT_EQ(pid, wait4(pid, &state, 0, &usage));
     return {WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), usage.ru_maxrss, {}, {}};
 }
 
-bool isAsleepAndCatchesInterrupts(pid_t pid) {
+/// A number for each sleep of a process that catches SIGINT: how often it went to sleep. -1 while it is awake
+/// or does not catch the signal.
+long identifySleep(pid_t pid) {
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
     std::string word;
     char state = ' ';
     unsigned long caught = 0;
+    long nbSleeps = -1;
     while (status >> word) {
         if (word == "State:") {
             status >> state;
         } else if (word == "SigCgt:") {
-            status >> std::hex >> caught;
+            status >> std::hex >> caught >> std::dec;
+        } else if (word == "voluntary_ctxt_switches:") {
+            status >> nbSleeps;
         }
     }
-    return state == 'S' && ((caught >> (SIGINT - 1)) & 1) != 0;
+    return state == 'S' && ((caught >> (SIGINT - 1)) & 1) != 0 ? nbSleeps : -1;
 }
 
 void killIfRunning(pid_t pid) {
@@ -90,6 +97,27 @@ void killIfRunning(pid_t pid) {
 }
 
 } // namespace
+
+bool waitUntil(std::function<bool()> const& isReached) {
+    auto const end = std::chrono::steady_clock::now() + g_longestWait;
+    while (!isReached()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+unsigned long countReadBytes(pid_t pid) {
+    std::ifstream counts("/proc/" + std::to_string(pid) + "/io");
+    std::string word;
+    unsigned long nbBytes = 0;
+    while (counts >> word && word != "rchar:") {
+    }
+    counts >> nbBytes;
+    return nbBytes;
+}
 
 ToolProcess::ToolProcess(Arguments const& arguments, int outDescriptor, std::string const& folder)
     : _out(createAnonymousFile()), _err(createAnonymousFile()) {
@@ -114,26 +142,34 @@ void ToolProcess::send(int signal) const {
 }
 
 bool ToolProcess::waitForSleep() const {
+    constexpr int nbLooks = 100; // a millisecond apart
     int nbAsleep = 0;
-    for (int tries = 0; tries < 6000 && nbAsleep < 10; ++tries) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        nbAsleep = isAsleepAndCatchesInterrupts(_pid) ? nbAsleep + 1 : 0;
-    }
-    return nbAsleep == 10;
+    long lastSleep = -1;
+    return waitUntil([&] {
+        long const sleep = identifySleep(_pid);
+        nbAsleep = sleep >= 0 && sleep == lastSleep ? nbAsleep + 1 : 0;
+        lastSleep = sleep;
+        return nbAsleep == nbLooks;
+    });
 }
 
-bool ToolProcess::endsWithin(std::chrono::milliseconds time) const {
-    auto const end = std::chrono::steady_clock::now() + time;
+bool ToolProcess::waitForStop() const {
     siginfo_t info = {};
-    while (info.si_pid == 0 && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        waitid(P_PID, static_cast<id_t>(_pid), &info, WEXITED | WNOHANG | WNOWAIT);
-    }
-    return info.si_pid == _pid;
+    waitid(P_PID, static_cast<id_t>(_pid), &info, WEXITED | WSTOPPED | WNOWAIT);
+    return info.si_code == CLD_STOPPED &&
+           waitid(P_PID, static_cast<id_t>(_pid), &info, WSTOPPED | WNOHANG) == 0;
+}
+
+bool ToolProcess::waitForEnd() const {
+    return waitUntil([this] {
+        siginfo_t info = {};
+        return waitid(P_PID, static_cast<id_t>(_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               info.si_pid == _pid;
+    });
 }
 
 ToolResult ToolProcess::wait() {
-    ToolResult result = waitForEnd(_pid);
+    ToolResult result = reap(_pid);
     _pid = -1;
     result.out = readAll(_out);
     result.err = readAll(_err);
@@ -162,9 +198,9 @@ TerminalProcess::~TerminalProcess() {
 }
 
 bool TerminalProcess::readSome() {
-    constexpr int longestSilence = 30000; // in ms
+    constexpr std::chrono::milliseconds longestSilence = g_longestWait;
     pollfd state = {_terminal, POLLIN, 0};
-    if (poll(&state, 1, longestSilence) <= 0) {
+    if (poll(&state, 1, static_cast<int>(longestSilence.count())) <= 0) {
         ADD_FAILURE() << "nothing comes after: " << _shown;
         return false;
     }
@@ -205,7 +241,7 @@ void TerminalProcess::send(int signal) const {
 ToolResult TerminalProcess::wait() {
     while (readSome()) {
     }
-    ToolResult result = waitForEnd(_pid);
+    ToolResult result = reap(_pid);
     _pid = -1;
     result.out = _shown;
     return result;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -20,7 +21,18 @@ struct ToolResult {
     std::string err;
 };
 
-/// One run of velmo-image. Standard output and error go to files of their own, unless descriptors are given.
+/// How long tests wait for an event before they fail: longer than the slowest machine takes.
+constexpr std::chrono::seconds g_longestWait(120);
+
+/// Asks again and again until the answer is true, at most for g_longestWait; whether it came to be true.
+bool waitUntil(std::function<bool()> const& isReached);
+
+/// Bytes that a process has asked the system to read, from the beginning on; it may have ended, but must not
+/// have been waited for.
+unsigned long countReadBytes(pid_t pid);
+
+/// One run of velmo-image. It is killed when the test ends without waiting for it. Standard output and error
+/// go to files of their own, unless descriptors are given.
 class ToolProcess {
   public:
     /// The descriptors stay the caller's; -1 stands for a file.
@@ -31,10 +43,12 @@ class ToolProcess {
     ToolProcess& operator=(ToolProcess const&) = delete;
 
     void send(int signal) const;
-    /// Until the tool answers to SIGINT and has slept for a while; whether that came within a minute.
+    /// Until the tool answers to SIGINT and sleeps without being woken up.
     bool waitForSleep() const;
-    /// Whether the process ends within the time.
-    bool endsWithin(std::chrono::milliseconds time) const;
+    /// Until a signal has stopped the process; false if the process ends.
+    bool waitForStop() const;
+    /// Until the process ends, which is not waited for.
+    bool waitForEnd() const;
     pid_t getPid() const { return _pid; }
     ToolResult wait();
 
@@ -60,6 +74,7 @@ class TerminalProcess {
     /// Reads what the terminal shows until the text was in it, or the process has ended.
     bool waitFor(std::string const& text);
     void send(int signal) const;
+    pid_t getPid() const { return _pid; }
     /// As a user presses keys.
     void type(std::string const& keys) const;
     /// As a user changes the window; the process is told with SIGWINCH.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -46,6 +47,12 @@ eFate decide(eFaultCalls family) {
     long const call = ++g_nbCalls;
     unsigned int const mode = g_mode;
     if (mode == eFM_Count || call < g_at) {
+        return eFate::Passes;
+    }
+    if (mode == eFM_Stop) {
+        if (call == g_at) {
+            kill(getpid(), SIGSTOP);
+        }
         return eFate::Passes;
     }
     if (mode == eFM_Halve) {
@@ -366,7 +373,7 @@ int ftruncate64(int descriptor, off64_t size) noexcept {
     return resize(descriptor, size);
 }
 
-// Opens, looks and closes
+// Opens, looks, names and closes
 
 int open(char const* path, int flags, ...) {
     std::va_list arguments;
@@ -406,6 +413,20 @@ int fstat(int descriptor, struct stat* pStatus) noexcept {
 
 int fstat64(int descriptor, struct stat64* pStatus) noexcept {
     return look(descriptor, pStatus);
+}
+
+int rename(char const* path, char const* newPath) noexcept {
+    return fails(eFC_Name, EIO) ? -1 : static_cast<int>(syscall(SYS_rename, path, newPath));
+}
+
+int renameat2(int folder, char const* path, int newFolder, char const* newPath, unsigned int flags) noexcept {
+    return fails(eFC_Name, EIO)
+               ? -1
+               : static_cast<int>(syscall(SYS_renameat2, folder, path, newFolder, newPath, flags));
+}
+
+int unlink(char const* path) noexcept {
+    return fails(eFC_Name, EIO) ? -1 : static_cast<int>(syscall(SYS_unlink, path));
 }
 
 int close(int descriptor) {

@@ -14,7 +14,8 @@ enum eFaultCalls : unsigned int {
     eFC_Close = 8,    ///< closes, which close what they fail to close
     eFC_Open = 16,    ///< opens
     eFC_Look = 32,    ///< seeks, and looks at the size of an open file
-    eFC_AllocateInLibtiff = 64 ///< the allocations that libtiff's own code makes
+    eFC_AllocateInLibtiff = 64, ///< the allocations that libtiff's own code makes
+    eFC_Name = 128              ///< renames and removals
 };
 
 enum eFaultMode : unsigned int {
@@ -23,6 +24,7 @@ enum eFaultMode : unsigned int {
     eFM_FailFromThere = 2, ///< so do all behind it
     eFM_Interrupt = 3,     ///< one call is interrupted by a signal
     eFM_Halve = 4,         ///< from that call on a call moves half of the bytes, one at least
+    eFM_Stop = 5,          ///< the process stops before one call, as by SIGSTOP
 };
 
 } // namespace test

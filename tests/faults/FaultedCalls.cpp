@@ -18,8 +18,6 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-constexpr unsigned int g_secondsOfCall = 20;
-
 struct ArmedFaults {
     explicit ArmedFaults(Faults const& faults) { velmoArmFaults(faults.calls, faults.at, faults.mode); }
     ~ArmedFaults() { velmoDisarmFaults(); }
@@ -27,10 +25,9 @@ struct ArmedFaults {
     ArmedFaults& operator=(ArmedFaults const&) = delete;
 };
 
-/// In a child whose end is awaited for a while, and of whose libraries nothing is heard.
+/// In a child whose standard streams are silent.
 std::string describeInChild(std::function<std::string()> const& describe) {
     return inChild([&] {
-        alarm(g_secondsOfCall);
         rlimit const noCore = {0, 0};
         setrlimit(RLIMIT_CORE, &noCore);
         int const silence = open("/dev/null", O_WRONLY);

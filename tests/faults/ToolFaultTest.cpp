@@ -8,7 +8,9 @@
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
+#include <memory>
 
 namespace velmo {
 namespace test {
@@ -57,12 +59,17 @@ class ToolFault : public CliTest, public testing::WithParamInterface<Conversion>
     }
 
     ToolResult convert(unsigned int calls, long at, eFaultMode mode) const {
+        return start(calls, at, mode)->wait();
+    }
+
+    std::unique_ptr<ToolProcess> start(unsigned int calls, long at, eFaultMode mode) const {
         EnvironmentVariable const preload("LD_PRELOAD", VELMO_FAULT_SHIM);
         EnvironmentVariable const faults("VELMO_FAULTS", std::to_string(calls) + ' ' + std::to_string(at) +
                                                              ' ' + std::to_string(mode));
         EnvironmentVariable const count("VELMO_FAULTS_COUNT", (_counts / "count").string());
-        return runTool(Arguments{"convert", path(GetParam().input), path(GetParam().output), "--overwrite"} +
-                       GetParam().options);
+        return std::make_unique<ToolProcess>(
+            Arguments{"convert", path(GetParam().input), path(GetParam().output), "--overwrite"} +
+            GetParam().options);
     }
 
     long countCalls(unsigned int calls) const {
@@ -72,6 +79,9 @@ class ToolFault : public CliTest, public testing::WithParamInterface<Conversion>
 
     bool isConverted() const {
         std::string const name = GetParam().output;
+        if (read(name) == g_earlier) {
+            return false;
+        }
         return name == "out.raw" ? read(name) == _pixels
                                  : readPixels(*loadTiffImageFile(_folder / name, eTBM_Default)) == _pixels;
     }
@@ -98,6 +108,26 @@ class ToolFault : public CliTest, public testing::WithParamInterface<Conversion>
         EXPECT_GT(nbFailures, 0);
     }
 
+    /// Runs stop before each call in turn, and are sent the signal there.
+    template <class Check>
+    void sendAtEachCall(int signal, Check const& check) const {
+        constexpr unsigned int calls = eFC_Write + eFC_Close + eFC_Name;
+        long const nbCalls = countCalls(calls);
+        ASSERT_GT(nbCalls, 0);
+        for (long call = 1; call <= nbCalls && !HasFailure(); ++call) {
+            SCOPED_TRACE(testing::Message() << "call " << call << " of " << nbCalls);
+            writeFile(_folder / GetParam().output, g_earlier);
+            auto const pProcess = start(calls, call, eFM_Stop);
+            ASSERT_TRUE(pProcess->waitForStop());
+            pProcess->send(signal);
+            pProcess->send(SIGCONT);
+            ToolResult const result = pProcess->wait();
+            check(result, isConverted());
+        }
+    }
+
+    std::vector<std::string> getNames() const { return {"in.raw", "in.tif", GetParam().output}; }
+
     TemporaryFolder _counts;
     std::string const _pixels = readPixels(*makeRawSample().pImage);
 };
@@ -122,6 +152,33 @@ TEST_P(ToolFault, WritesThatFailFromOneOnLeaveTheEarlierOutput) {
 
 TEST_P(ToolFault, AllocationsThatFailFromOneOnLeaveTheEarlierOutput) {
     expectEarlierOrWholeOutput(eFC_Allocate, eFM_FailFromThere);
+}
+
+TEST_P(ToolFault, AKillBeforeAnyCallLeavesTheEarlierOrTheWholeOutput) {
+    int nbUnfinished = 0;
+    sendAtEachCall(SIGKILL, [&](ToolResult const& result, bool bConverted) {
+        EXPECT_EQ(1000 + SIGKILL, result.status);
+        EXPECT_TRUE(bConverted || read(GetParam().output) == g_earlier);
+        nbUnfinished += list() == getNames() ? 0 : 1;
+        expectDone(convert(eFC_Write, 0, eFM_Count));
+        EXPECT_TRUE(isConverted());
+        EXPECT_EQ(getNames(), list());
+    });
+    EXPECT_GT(nbUnfinished, 0);
+}
+
+TEST_P(ToolFault, AnInterruptBeforeAnyCallLeavesTheEarlierOrTheWholeOutputAndNothingElse) {
+    for (int const signal : {SIGINT, SIGTERM}) {
+        int nbInterrupted = 0;
+        sendAtEachCall(signal, [&](ToolResult const& result, bool bConverted) {
+            nbInterrupted += result.status == 130 ? 1 : 0;
+            EXPECT_EQ(result.status == 130 ? "velmo-image: interrupted\n" : "", result.err);
+            EXPECT_EQ(result.status, bConverted ? 0 : 130);
+            EXPECT_TRUE(bConverted || read(GetParam().output) == g_earlier);
+            EXPECT_EQ(getNames(), list());
+        });
+        EXPECT_GT(nbInterrupted, 0);
+    }
 }
 
 TEST_P(ToolFault, WritesAndReadsThatMoveHalfOfTheirBytesAreContinued) {

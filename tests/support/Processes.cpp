@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-constexpr unsigned int g_secondsOfChild = 60;
+constexpr unsigned int g_secondsOfChild = 120;
 constexpr unsigned int g_nobody = 65534;
 
 std::string readToEnd(int descriptor) {

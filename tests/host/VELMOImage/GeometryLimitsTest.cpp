@@ -7,7 +7,6 @@
 #include "VELMOImage/VELMOImageLog.h"
 
 #include <boost/make_shared.hpp>
-#include <chrono>
 #include <gtest/gtest.h>
 
 using namespace velmo;
@@ -181,7 +180,6 @@ TEST(GeometryLimits, PlaneOffsetsTakeNoMemoryAndNoTimePerPlane) {
                                        .types(std::vector<eImageBufferType>(nbSteps, eIBT_Int16))
                                        .build();
     for (ImageGeometryPtr const& pGeometry : {pOne, pEach}) {
-        auto const start = std::chrono::steady_clock::now();
         vlUInt64 sum = 0;
         vlUInt64 const nbAllocated = countAllocatedBytes([&] {
             for (vlUInt64 i = 0; i < 100'000; ++i) {
@@ -189,9 +187,7 @@ TEST(GeometryLimits, PlaneOffsetsTakeNoMemoryAndNoTimePerPlane) {
             }
         });
         EXPECT_EQ(nbAllocated, 0U);
-        EXPECT_NE(sum, 0U);
-        // A walk over the planes would need 10^12 steps.
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+        EXPECT_NE(sum, 0U); // a walk over the planes would take 10^12 steps and not come to this line
     }
 }
 

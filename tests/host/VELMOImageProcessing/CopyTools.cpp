@@ -78,7 +78,7 @@ std::string toText(KindPair const& pair) {
 }
 
 bool waitUntil(std::function<bool()> const& isDone) {
-    auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    auto const end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
     while (!isDone()) {
         if (std::chrono::steady_clock::now() > end) {
             return false;

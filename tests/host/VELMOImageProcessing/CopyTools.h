@@ -40,7 +40,7 @@ struct KindPair {
 std::vector<KindPair> makeKindPairs();
 std::string toText(KindPair const& pair);
 
-/// Waits until `isDone` holds; false after ten seconds. For gates of a ByteStorage that let threads meet.
+/// Waits until `isDone` holds; false after two minutes. For gates of a ByteStorage that let threads meet.
 bool waitUntil(std::function<bool()> const& isDone);
 
 } // namespace test
