@@ -16,7 +16,9 @@ using namespace velmo::image;
 void saveAndLoad() {
     // [save a raw volume]
     std::string const header = "64 x 48 x 8, 16 bits\n";
-    file::saveRawImageFile("volume.raw", makeVolume(8), header);
+    file::RawWriteOptions options;
+    options.fileHeader = header;
+    file::saveRawImageFile("volume.raw", makeVolume(8), options);
     // [save a raw volume]
 
     // [load a raw volume]

@@ -6,18 +6,68 @@
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
+#include <atomic>
+#include <log4cplus/loglevel.h>
+
 namespace velmo {
 namespace processor {
+
+struct ActionResult::Outcome {
+    Outcome(vlUInt64 endStatus, std::string endMessage, std::string name)
+        : status(endStatus), message(std::move(endMessage)), processor(std::move(name)) {}
+    Outcome(Outcome const&) = delete;
+    Outcome& operator=(Outcome const&) = delete;
+
+    ~Outcome() {
+        if (status == 0 || bAsked) {
+            return;
+        }
+        try {
+            logGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, log4cplus::WARN_LOG_LEVEL,
+                       [&](LogMessageFormater& formater) {
+                           formater[eProcessorMessage::ePM_RunFailed] % processor % message;
+                       });
+        } catch (...) {
+            // Nobody is there who could take it.
+        }
+    }
+
+    vlUInt64 status;
+    std::string message;
+    std::string processor;
+    std::atomic<bool> bAsked{false};
+};
+
+ActionResult::ActionResult(vlUInt64 status, std::string message)
+    : _pOutcome(std::make_shared<Outcome>(status, std::move(message), std::string())) {
+    _pOutcome->bAsked = true;
+}
+
+ActionResult::ActionResult(std::shared_ptr<Outcome> pOutcome) : _pOutcome(std::move(pOutcome)) {}
+
+vlUInt64 ActionResult::getStatus() const {
+    _pOutcome->bAsked = true;
+    return _pOutcome->status;
+}
+
+std::string const& ActionResult::getMessage() const {
+    _pOutcome->bAsked = true;
+    return _pOutcome->message;
+}
 
 BaseAction::~BaseAction() = default;
 
 ActionResult BaseAction::run(eSynchroType /*synchroType*/) {
+    _lastResult.reset();
     BoolResult const result = runDerived();
-    return ActionResult(result ? 0 : 1, result.getMessage());
+    _lastResult = ActionResult(
+        std::make_shared<ActionResult::Outcome>(result ? 0 : 1, result.getMessage(), getProcessorName()));
+    return *_lastResult;
 }
 
 BoolResult BaseProcessor::init(eProcessorRulePolicy /*rulePolicy*/) {
     resetAttributes();
+    forgetLastResult();
     _bInit = true;
     return success();
 }
@@ -33,6 +83,17 @@ void BaseProcessor::requireInit(std::string const& attribute) const {
 void BaseProcessor::raiseValueMissing(std::string const& attribute) const {
     raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
         formater[eProcessorMessage::ePM_ValueMissing] % getProcessorName() % attribute;
+    });
+}
+
+void BaseProcessor::requireResult(std::string const& attribute) const {
+    std::optional<ActionResult> const& result = getLastResult();
+    if (result && result->getStatus() == 0) {
+        return;
+    }
+    raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
+        formater[eProcessorMessage::ePM_NoResult] % attribute % getProcessorName() %
+            (result ? '\n' + result->getMessage() : std::string());
     });
 }
 

@@ -27,6 +27,9 @@ bool registerMessages() {
     manager.addMessage(Message::ePM_StepsCount, "%s of %d steps does not fit %s of %d planes");
     manager.addMessage(Message::ePM_ValueRefused, "%s cannot be %d");
     manager.addMessage(Message::ePM_NoResult, "There is no %s, as processor %s did not run to its end%s");
+    manager.addMessage(Message::ePM_TypesDiffer,
+                       "%s has planes of different pixel types: plane z=%d is of type %s");
+    manager.addMessage(Message::ePM_RunFailed, "Processor %s failed, and its result was not looked at\n%s");
     return true;
 }
 

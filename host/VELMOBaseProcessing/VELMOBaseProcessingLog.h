@@ -19,7 +19,9 @@ struct eProcessorMessage {
         ePM_StepRefused = 3,    ///< attribute, index of the step, its value
         ePM_StepsCount = 4,     ///< attribute, number of steps, attribute, number of planes
         ePM_ValueRefused = 5,   ///< attribute, value
-        ePM_NoResult = 6        ///< attribute, processor, text of the failure
+        ePM_NoResult = 6,       ///< attribute, processor, text of the failure
+        ePM_TypesDiffer = 7,    ///< attribute, plane, its pixel type
+        ePM_RunFailed = 8       ///< processor, text of the failure
     };
 };
 

@@ -46,6 +46,31 @@ void requireCount(RaiseSite const& site, std::vector<float> const& steps, BaseIm
     }
 }
 
+/// Planes can be blended with each other only where they have one type.
+void requireUniform(RaiseSite const& site, BaseImageGeometry const& geometry) {
+    if (auto const plane = image::findPlaneOfOtherType(geometry)) {
+        auto const& types =
+            dynamic_cast<image::HeterogeneousImageGeometry const&>(geometry).getBufferTypeRuns();
+        raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
+            formater[eProcessorMessage::ePM_TypesDiffer] % attr::InImg3d::s_name % *plane %
+                types.getType(*plane);
+        });
+    }
+}
+
+/// The geometry of a single time step has one type then: a list of types for the planes of the source would
+/// not fit the planes of the result.
+image::ImageGeometryPtr makeResultGeometry(BaseImageGeometry const& source, vlUInt64 sizeZ) {
+    image::ImageGeometryPtr pGeometry = duplicateGeometry(source);
+    if (source.getSizeT() == 1) {
+        pGeometry = image::geometry(source.getBufferType(), source.getSizeX(), source.getSizeY(),
+                                    source.getVolumeGeometry(), source.getColorGeometry(),
+                                    source.getTemporalGeometry());
+    }
+    pGeometry->getVolumeGeometry().init3d(sizeZ);
+    return pGeometry;
+}
+
 [[noreturn]] void raiseRefused(RaiseSite const& site, char const* attribute, vlUInt64 value) {
     raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
         formater[eProcessorMessage::ePM_ValueRefused] % attribute % value;
@@ -141,6 +166,7 @@ void ResampleCustomZStack3dImgLvl1::set<attr::InImg3d>(image::ImageConstPtr cons
     if (!value) {
         raiseValueMissing(attr::InImg3d::s_name);
     }
+    requireUniform(VELMO_HERE, value->getGeometry());
     if (_pSteps) {
         requireCount(VELMO_HERE, _pSteps->getSteps(), value->getGeometry());
     }
@@ -181,17 +207,12 @@ void ResampleCustomZStack3dImgLvl1::set<attr::InOutputImg3dZSize>(unsigned long 
 
 template <>
 image::ImagePtr ResampleCustomZStack3dImgLvl1::getStorage<attr::OutImg>() const {
-    if (!_pTarget) {
-        raiseGuarded(VELMO_HERE, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-            formater[eProcessorMessage::ePM_NoResult] % attr::OutImg::s_name % getProcessorName() % _failure;
-        });
-    }
+    requireResult(attr::OutImg::s_name);
     return _pTarget;
 }
 
 BoolResult ResampleCustomZStack3dImgLvl1::runDerived() {
     _pTarget.reset();
-    _failure.clear();
     if (!_pSource) {
         raiseValueMissing(attr::InImg3d::s_name);
     }
@@ -201,8 +222,7 @@ BoolResult ResampleCustomZStack3dImgLvl1::runDerived() {
     if (_sizeZ == 0) {
         raiseValueMissing(attr::InOutputImg3dZSize::s_name);
     }
-    image::ImageGeometryPtr const pGeometry = duplicateGeometry(_pSource->getGeometry());
-    pGeometry->getVolumeGeometry().init3d(_sizeZ);
+    image::ImageGeometryPtr const pGeometry = makeResultGeometry(_pSource->getGeometry(), _sizeZ);
     image::ImagePtr pTarget;
     BoolResult result = image::ImageFactory::getInstance().createDefaultImage(*pGeometry, pTarget);
     if (result) {
@@ -211,8 +231,6 @@ BoolResult ResampleCustomZStack3dImgLvl1::runDerived() {
     }
     if (result) {
         _pTarget = pTarget;
-    } else {
-        _failure = '\n' + result.getMessage();
     }
     return result;
 }
@@ -227,7 +245,6 @@ void ResampleCustomZStack3dImgLvl1::resetAttributes() {
     _policy = attr::eIP_Linear;
     _sizeZ = 0;
     _pTarget.reset();
-    _failure.clear();
 }
 
 } // namespace gtrans

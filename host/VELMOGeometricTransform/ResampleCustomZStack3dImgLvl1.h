@@ -23,7 +23,8 @@ class VELMO_HOST_EXPORT ResampleCustomZStack3dImgLvl1 : public processor::BasePr
   public:
     /// Throws VELMOBaseProcessingException before `init`, for an empty pointer, for steps that are not one
     /// fewer than the planes of the image that was set before them, for a step that is not positive and
-    /// finite, which the text names, for an unknown policy, and for a result without planes.
+    /// finite, which the text names, for an image whose planes differ in their pixel types, for an unknown
+    /// policy, and for a result without planes.
     template <class Attribute>
     void set(typename Attribute::Value const& value);
 
@@ -42,7 +43,6 @@ class VELMO_HOST_EXPORT ResampleCustomZStack3dImgLvl1 : public processor::BasePr
     attr::eInterpolationPolicy _policy = attr::eIP_Linear;
     unsigned long _sizeZ = 0;
     image::ImagePtr _pTarget;
-    std::string _failure; ///< of the last run, behind a line feed
 };
 
 /// @cond

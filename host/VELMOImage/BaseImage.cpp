@@ -52,7 +52,9 @@ BaseImageGeometry const& BaseImage::getGeometry() const {
 }
 
 void BaseImage::setGeometry(BaseImageGeometry const& geometry) {
-    _pGeometry = duplicateGeometry(geometry);
+    _pGeometry = duplicateGeometry(geometry); // may throw: the description changes behind it
+    _pCalibration.reset();
+    _userProperties.clear();
 }
 
 eImageBufferType BaseImage::getBufferType() const {

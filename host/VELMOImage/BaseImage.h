@@ -32,8 +32,9 @@ class VELMO_HOST_EXPORT BaseImage {
     BaseImage(BaseImage const&) = delete;
     BaseImage& operator=(BaseImage const&) = delete;
 
-    /// Gives the image a geometry and room for its pixels, all zero; what it held is gone. A failure leaves
-    /// the image as it was. Kinds of image that take their geometry at construction refuse.
+    /// Gives the image a geometry and room for its pixels, all zero; what it held is gone, its calibration
+    /// and its user properties too. A failure leaves the image as it was. Kinds of image that take their
+    /// geometry at construction refuse.
     virtual BoolResult init(BaseImageGeometry const& geometry);
 
     /// Throws VELMOImageException as long as the image has no geometry.
@@ -86,7 +87,8 @@ class VELMO_HOST_EXPORT BaseImage {
 
   protected:
     BaseImage() = default;
-    /// Keeps a copy. Pixels are not touched.
+    /// Keeps a copy, and drops the calibration and the user properties, which described another image. Pixels
+    /// are not touched.
     void setGeometry(BaseImageGeometry const& geometry);
 
   private:

@@ -36,6 +36,15 @@ BufferTypeRuns::Run const& BufferTypeRuns::find(vlUInt64 step) const {
     return *std::prev(next);
 }
 
+std::vector<eImageBufferType> BufferTypeRuns::getTypesOfRuns() const {
+    std::vector<eImageBufferType> types;
+    types.reserve(_runs.size());
+    for (Run const& run : _runs) {
+        types.push_back(run.type);
+    }
+    return types;
+}
+
 eImageBufferType BufferTypeRuns::getType(vlUInt64 step) const {
     return step < _nbSteps ? find(step).type : eIBT_None;
 }

@@ -29,6 +29,10 @@ class VELMO_HOST_EXPORT BufferTypeRuns {
     vlUInt64 getNbSteps() const { return _nbSteps; }
     /// Whether no two steps differ.
     bool isUniform() const { return _runs.size() <= 1; }
+    /// The first step whose type is not that of the one before it; the number of steps where there is none.
+    vlUInt64 getFirstChange() const { return isUniform() ? _nbSteps : _runs[1].start; }
+    /// The types that steps have, in the order of the runs; one may come several times.
+    std::vector<eImageBufferType> getTypesOfRuns() const;
     /// Of no step past the end: eIBT_None.
     eImageBufferType getType(vlUInt64 step) const;
     /// Sum of the bytes of a pixel over the steps before `step`, which is at most the number of steps; empty

@@ -14,7 +14,7 @@ class BaseDiskImageAccessor;
 /// the accessor's geometry and calibration.
 class VELMO_HOST_EXPORT DiskImage : public BaseImage {
   public:
-    /// The accessor must be initialised; the factory checks it.
+    /// The accessor must be initialised and exchange binary pixels as one byte each; the factory checks both.
     explicit DiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor);
 
     /// Its record in an archive takes the image to another process.

@@ -9,7 +9,6 @@
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BinaryArchive.h"
 #include "VELMOSerialization/DynamicObjectFactory.h"
-#include "VELMOSerialization/VELMOSerializationLog.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
 #include <atomic>
@@ -17,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <shared_mutex>
 #include <sstream>
 
@@ -68,6 +68,31 @@ std::string readClassName(std::string const& accessorRecord) {
     return className;
 }
 
+/// A failure of an accessor whose class is known (a file that went away since the caller opened it, say) is
+/// the result's, and not logged; an unknown class is thrown.
+BoolResult rebuild(std::string const& accessorRecord, boost::shared_ptr<BaseImageAccessor>& pAccessor) {
+    bool const bKnown = DynamicObjectFactory::getInstance().isClassRegistred(readClassName(accessorRecord));
+    std::optional<UnloggedRaises> unlogged;
+    if (bKnown) {
+        unlogged.emplace();
+    }
+    try {
+        std::istringstream stream(accessorRecord);
+        BinaryIArchive archive(stream);
+        pAccessor = boost::dynamic_pointer_cast<BaseImageAccessor>(archive.readObject("accessor"));
+    } catch (BaseException const& exception) {
+        if (!bKnown) {
+            throw;
+        }
+        return failure(exception.what());
+    }
+    if (!pAccessor) {
+        LogMessageFormater formater(getVELMOImageLogMessageManager());
+        return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+    }
+    return success();
+}
+
 class LocalBlockOwner : public BaseBlockOwner {
   public:
     BoolResult addBlock(BaseImageGeometry const& geometry, PlanBlock const& plans) override {
@@ -98,22 +123,9 @@ class LocalBlockOwner : public BaseBlockOwner {
     }
 
     BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override {
-        std::istringstream stream(accessorRecord);
-        BinaryIArchive archive(stream);
-        try {
-            auto const pAccessor =
-                boost::dynamic_pointer_cast<BaseImageAccessor>(archive.readObject("accessor"));
-            if (!pAccessor) {
-                LogMessageFormater formater(getVELMOImageLogMessageManager());
-                return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
-            }
-            return readPlans(*find(id), *pAccessor);
-        } catch (VELMOSerializationException const& exception) {
-            if (!DynamicObjectFactory::getInstance().isClassRegistred(readClassName(accessorRecord))) {
-                throw;
-            }
-            return failure(exception.what()); // a file that went away since the caller opened it, say
-        }
+        boost::shared_ptr<BaseImageAccessor> pAccessor;
+        BoolResult result = rebuild(accessorRecord, pAccessor);
+        return result ? readPlans(*find(id), *pAccessor) : result;
     }
 
   private:

@@ -15,6 +15,12 @@ void raiseUnknownEnumValue(vlUInt64 value) {
     });
 }
 
+void raiseEnumValueNotStorable(vlUInt64 value) {
+    raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
+        formater[eVELMOSerializationMessage::eVSM_EnumValueNotStorable] % value;
+    });
+}
+
 void writeVolume(BaseOArchive& archive, VolumeGeometry const& volume) {
     writeEnum(archive, "volumeGeometryType", volume.getVolumeGeometryType());
     archive << oItem("sizeZ", volume.getSizeZ());

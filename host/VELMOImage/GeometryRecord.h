@@ -10,9 +10,18 @@ namespace velmo {
 namespace image {
 
 // The parts of a geometry in its archive record. An enumeration is an item of its number; past its last
-// enumerator it is refused on reading, as VELMOSerializationException.
+// enumerator it is refused, before writing and on reading, as VELMOSerializationException.
 
 [[noreturn]] void raiseUnknownEnumValue(vlUInt64 value);
+[[noreturn]] void raiseEnumValueNotStorable(vlUInt64 value);
+
+/// Raises for a value that reading would refuse.
+template <class Enum>
+void requireKnownEnumValue(Enum value, Enum last) {
+    if (static_cast<vlUInt64>(value) > static_cast<vlUInt64>(last)) {
+        raiseEnumValueNotStorable(value);
+    }
+}
 
 template <class Enum>
 void writeEnum(BaseOArchive& archive, std::string const& name, Enum value) {

@@ -40,13 +40,17 @@ void HeterogeneousImageGeometry::init(VolumeGeometry const& volume, ColorGeometr
     *this = candidate;
 }
 
-void HeterogeneousImageGeometry::initBufferTypes(BufferTypeRuns bufferTypes) {
+void HeterogeneousImageGeometry::requireCountOf(BufferTypeRuns const& bufferTypes) const {
     vlUInt64 const nbTypes = bufferTypes.getNbSteps();
     bool const bForTimeSteps = nbTypes == getSizeT();
     bool const bForPlanes = getSizeT() == 1 && nbTypes == getSizeZ();
     if (nbTypes == 0 || (!bForTimeSteps && !bForPlanes)) {
         raiseBufferTypesCount(nbTypes);
     }
+}
+
+void HeterogeneousImageGeometry::initBufferTypes(BufferTypeRuns bufferTypes) {
+    requireCountOf(bufferTypes);
     _pTypes = std::make_shared<BufferTypeRuns const>(std::move(bufferTypes));
 }
 
@@ -82,6 +86,13 @@ std::optional<vlUInt64> HeterogeneousImageGeometry::getPixelSizesBefore(vlUInt64
         raiseBufferTypesCount(_pTypes->getNbSteps());
     }
     return _pTypes->getPixelSizesBefore(t);
+}
+
+void HeterogeneousImageGeometry::requireStorableTypes() const {
+    requireCountOf(*_pTypes);
+    for (eImageBufferType const type : _pTypes->getTypesOfRuns()) {
+        requireKnownEnumValue(type, eIBT_Label8);
+    }
 }
 
 void HeterogeneousImageGeometry::writeBufferTypes(BaseOArchive& archive) const {

@@ -45,6 +45,10 @@ std::optional<vlUInt64> HomogeneousImageGeometry::getPixelSizesBefore(vlUInt64 t
     return checkedMultiply(t, getImageBufferBaseSize(_bufferType));
 }
 
+void HomogeneousImageGeometry::requireStorableTypes() const {
+    requireKnownEnumValue(_bufferType, eIBT_Label8);
+}
+
 void HomogeneousImageGeometry::writeBufferTypes(BaseOArchive& archive) const {
     writeEnum(archive, "bufferType", _bufferType);
 }

@@ -6,6 +6,7 @@
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BaseArchive.h"
+#include "VELMOSerialization/DynamicObjectFactory.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
 #include <boost/filesystem/operations.hpp>
@@ -63,6 +64,10 @@ void BaseDiskImageAccessor::clearBase() {
 bool BaseDiskImageAccessor::isStoredIn(boost::filesystem::path const& path) const {
     boost::system::error_code ignored;
     return boost::filesystem::equivalent(_path, path, ignored);
+}
+
+bool BaseDiskImageAccessor::canBeRebuilt() const {
+    return DynamicObjectFactory::getInstance().isClassRegistred(getClassName());
 }
 
 BoolResult BaseDiskImageAccessor::write(BaseOArchive& archive) const {

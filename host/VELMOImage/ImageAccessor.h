@@ -19,7 +19,8 @@ class BaseImageGeometry;
 /// called from many threads at once; every other change needs exclusive use of the object.
 class VELMO_HOST_EXPORT BaseImageAccessor : public BaseSerializationObject {
   public:
-    /// Whether binary pixels are exchanged as one byte each, not as packed bits.
+    /// Whether binary pixels are exchanged as one byte each, not as packed bits. Only the former make a disk
+    /// image.
     virtual bool hasBinary8BitsStorage() const = 0;
     /// A description in words: class, sizes, pixel type.
     virtual std::string getImageInfoStr() const;
@@ -68,6 +69,10 @@ class VELMO_HOST_EXPORT BaseDiskImageAccessor : public BaseImageAccessor {
     bool hasSharedRemoteAccess() const { return _bSharedRemote; }
     /// Whether pixels lie in that file, by whatever path it is named.
     virtual bool isStoredIn(boost::filesystem::path const& path) const;
+
+    /// Whether an archive can rebuild the accessor from its record in this process: its class is registered
+    /// with DynamicObjectFactory.
+    virtual bool canBeRebuilt() const;
 
     /// Whether the accessor is initialised and, if so, path, access mode, shared-remote flag, geometry and
     /// calibration.

@@ -49,6 +49,11 @@ BoolResult ImageFactory::createDiskImage(boost::shared_ptr<BaseDiskImageAccessor
     if (!pAccessor->isInit()) {
         return fail(eImageMessage::eIM_AccessorNotReady);
     }
+    if (!pAccessor->hasBinary8BitsStorage() && hasBufferType(pAccessor->getGeometry(), eIBT_Binary)) {
+        LogMessageFormater formater(getVELMOImageLogMessageManager());
+        formater[eImageMessage::eIM_BinaryPacked] % pAccessor->getClassName();
+        return failure(formater.string());
+    }
     out = boost::make_shared<DiskImage>(pAccessor);
     return success();
 }

@@ -25,7 +25,8 @@ class VELMO_HOST_EXPORT ImageFactory {
 
     /// An image in memory, all zero.
     BoolResult createDefaultImage(BaseImageGeometry const& geometry, ImagePtr& out) const;
-    /// An image over an accessor that is initialised; the image co-owns it.
+    /// An image over an accessor that is initialised; the image co-owns it. An accessor that packs binary
+    /// pixels into bits is refused where its geometry has binary planes.
     BoolResult createDiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor,
                                DiskImagePtr& out) const;
     /// An image spread over the workers of the engine, all zero.

@@ -134,6 +134,9 @@ void BaseImageGeometry::raiseTooLarge() const {
 }
 
 BoolResult BaseImageGeometry::write(BaseOArchive& archive) const {
+    requireKnownEnumValue(getColorGeometryType(), eCGT_User);
+    requireStorableTypes();
+    requireCountable();
     writeClassVersion(archive, getClassName(), g_recordVersion);
     writeVolume(archive, _volume);
     writeColor(archive, _color);
@@ -185,6 +188,23 @@ std::string describeGeometry(BaseImageGeometry const& geometry) {
     text << "x=" << geometry.getSizeX() << " y=" << geometry.getSizeY() << " z=" << geometry.getSizeZ()
          << " c=" << geometry.getSizeC() << " t=" << geometry.getSizeT() << ' ' << geometry.getBufferType();
     return text.str();
+}
+
+bool hasBufferType(BaseImageGeometry const& geometry, eImageBufferType const& bufferType) {
+    auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(&geometry);
+    if (pTypes == nullptr) {
+        return geometry.getBufferType() == bufferType;
+    }
+    auto const types = pTypes->getBufferTypeRuns().getTypesOfRuns();
+    return std::find(types.begin(), types.end(), bufferType) != types.end();
+}
+
+std::optional<vlUInt64> findPlaneOfOtherType(BaseImageGeometry const& geometry) {
+    auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(&geometry);
+    if (pTypes == nullptr || geometry.getSizeT() != 1 || pTypes->getBufferTypeRuns().isUniform()) {
+        return std::nullopt;
+    }
+    return pTypes->getBufferTypeRuns().getFirstChange();
 }
 
 bool haveSamePixels(BaseImageGeometry const& left, BaseImageGeometry const& right) {

@@ -97,7 +97,9 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
     /// bytes would pass 64 bits.
     virtual void setBufferType(eImageBufferType const& bufferType) = 0;
 
-    /// Sizes, parts and pixel types.
+    /// Sizes, parts and pixel types. A geometry that `read` would refuse (bytes past 64 bits, types that fit
+    /// neither time steps nor planes, a value outside of an enumeration) is thrown before anything is
+    /// written, as VELMOImageException or VELMOSerializationException.
     BoolResult write(BaseOArchive& archive) const override;
     /// An archive that holds a refused geometry leaves this one as it was.
     BoolResult read(BaseIArchive& archive) override;
@@ -125,6 +127,8 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
     virtual eImageBufferType getBufferTypeAt(vlUInt64 t) const = 0;
     /// Sum of the bytes of a pixel over the time steps before `t`; empty where it passes 64 bits.
     virtual std::optional<vlUInt64> getPixelSizesBefore(vlUInt64 t) const = 0;
+    /// Raises for what an archive cannot hold: number of types, values outside of the enumeration.
+    virtual void requireStorableTypes() const = 0;
     virtual void writeBufferTypes(BaseOArchive& archive) const = 0;
     virtual void readBufferTypes(BaseIArchive& archive) = 0;
 
@@ -155,6 +159,7 @@ class VELMO_HOST_EXPORT HomogeneousImageGeometry
   private:
     eImageBufferType getBufferTypeAt(vlUInt64 t) const override;
     std::optional<vlUInt64> getPixelSizesBefore(vlUInt64 t) const override;
+    void requireStorableTypes() const override;
     void writeBufferTypes(BaseOArchive& archive) const override;
     void readBufferTypes(BaseIArchive& archive) override;
 
@@ -193,8 +198,10 @@ class VELMO_HOST_EXPORT HeterogeneousImageGeometry
   private:
     eImageBufferType getBufferTypeAt(vlUInt64 t) const override;
     std::optional<vlUInt64> getPixelSizesBefore(vlUInt64 t) const override;
+    void requireStorableTypes() const override;
     void writeBufferTypes(BaseOArchive& archive) const override;
     void readBufferTypes(BaseIArchive& archive) override;
+    void requireCountOf(BufferTypeRuns const& bufferTypes) const;
     void initBufferTypes(BufferTypeRuns bufferTypes);
     [[noreturn]] void raiseBufferTypesCount(vlUInt64 nbTypes) const;
 
@@ -215,6 +222,13 @@ VELMO_HOST_EXPORT ImageGeometryPtr duplicateGeometry(BaseImageGeometry const& ge
 
 /// Sizes and pixel type in words: "x=4 y=3 z=2 c=1 t=1 eIBT_UInt16".
 VELMO_HOST_EXPORT std::string describeGeometry(BaseImageGeometry const& geometry);
+
+/// Whether planes of the geometry have that pixel type.
+VELMO_HOST_EXPORT bool hasBufferType(BaseImageGeometry const& geometry, eImageBufferType const& bufferType);
+
+/// The number of a plane along Z whose pixel type is not that of the planes before it in the same time step;
+/// empty where the planes of each time step have one type.
+VELMO_HOST_EXPORT std::optional<vlUInt64> findPlaneOfOtherType(BaseImageGeometry const& geometry);
 
 /// Whether two images of these geometries can hold each other's pixels: the same sizes in all five dimensions
 /// and the same pixel type in each time step.

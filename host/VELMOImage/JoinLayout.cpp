@@ -26,7 +26,23 @@ bool fits(BaseImageGeometry const& part, BaseImageGeometry const& first, eJoinAx
     if (axis == eJoinAxis::T) {
         return bSamePlane && part.getSizeZ() == first.getSizeZ();
     }
-    return bSamePlane && part.getSizeT() == 1 && part.getBufferType() == first.getBufferType();
+    return bSamePlane && part.getBufferType() == first.getBufferType();
+}
+
+/// What a part must be, whatever the others are.
+BoolResult requireJoinable(std::size_t index, BaseImageGeometry const& part, eJoinAxis axis) {
+    LogMessageFormater formater(getVELMOImageLogMessageManager());
+    if (axis == eJoinAxis::Z && part.getSizeT() != 1) {
+        formater[eImageMessage::eIM_PartTimeSteps] % index % describeGeometry(part) % part.getSizeT();
+        return failure(formater.string());
+    }
+    if (auto const plane = findPlaneOfOtherType(part)) {
+        auto const& types = dynamic_cast<HeterogeneousImageGeometry const&>(part).getBufferTypeRuns();
+        formater[eImageMessage::eIM_PartNotUniform] % index % describeGeometry(part) % *plane %
+            types.getType(*plane);
+        return failure(formater.string());
+    }
+    return success();
 }
 
 /// What must be countable of a whole.
@@ -59,7 +75,7 @@ BufferTypeRuns collectTypes(Geometries const& parts) {
             nbSteps == 1 ? nullptr : dynamic_cast<HeterogeneousImageGeometry const*>(pPart);
         if (pTypes != nullptr) {
             types.add(pTypes->getBufferTypeRuns());
-        } else { // of one step with a type for each plane, the first stands for all
+        } else { // the planes of one step have one type
             types.add(pPart->getBufferType(), nbSteps);
         }
     }
@@ -96,6 +112,10 @@ BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, 
     std::vector<vlUInt64> starts;
     Extent whole;
     for (std::size_t part = 0; part < parts.size(); ++part) {
+        BoolResult const joinable = requireJoinable(part, *parts[part], axis);
+        if (!joinable) {
+            return joinable;
+        }
         starts.push_back(whole.length);
         if (!fits(*parts[part], *parts.front(), axis) || !whole.add(*parts[part], axis)) {
             return failure((formater[eImageMessage::eIM_PartMismatch] % part %

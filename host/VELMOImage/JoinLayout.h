@@ -27,8 +27,8 @@ class VELMO_HOST_EXPORT JoinLayout {
     };
 
     /// Parts must have the same sizes but for the axis, the same colours and, along Z, one pixel type and one
-    /// time step. A failure names the part (from 0) that does not fit, or with which the whole passes
-    /// 64 bits, and changes nothing.
+    /// time step. The planes of a time step must have one pixel type. A failure names the part (from 0) that
+    /// does not fit, or with which the whole passes 64 bits, and changes nothing.
     BoolResult init(std::vector<BaseImageGeometry const*> const& parts, eJoinAxis axis);
 
     /// Of the whole: the first part's, with the sum of the sizes along the axis. Along T each time step keeps

@@ -110,6 +110,12 @@ bool JoinedImageAccessor::isStoredIn(boost::filesystem::path const& path) const 
                        [&](PartPtr const& pPart) { return pPart->isStoredIn(path); });
 }
 
+bool JoinedImageAccessor::canBeRebuilt() const {
+    return BaseDiskImageAccessor::canBeRebuilt() &&
+           std::all_of(_parts.begin(), _parts.end(),
+                       [](PartPtr const& pPart) { return pPart->canBeRebuilt(); });
+}
+
 bool JoinedImageAccessor::hasBinary8BitsStorage() const {
     return std::all_of(_parts.begin(), _parts.end(),
                        [](PartPtr const& pPart) { return pPart->hasBinary8BitsStorage(); });

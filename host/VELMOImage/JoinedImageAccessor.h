@@ -43,6 +43,8 @@ class VELMO_HOST_EXPORT JoinedImageAccessor : public BaseDiskImageAccessor {
     BoolResult read(BaseIArchive& archive) override;
 
     bool isStoredIn(boost::filesystem::path const& path) const override;
+    /// Of all parts as well.
+    bool canBeRebuilt() const override;
     bool hasBinary8BitsStorage() const override;
     /// Refused: the parts have their sizes.
     BoolResult resizeData(BaseImageGeometry const& geometry) override;

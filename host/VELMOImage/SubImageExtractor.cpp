@@ -3,6 +3,7 @@
 
 #include "VELMOImage/SubImageExtractor.h"
 
+#include "VELMOImage/ImageFactory.h"
 #include "VELMOImage/JoinedImage.h"
 #include "VELMOImage/JoinedImageAccessor.h"
 #include "VELMOImage/VELMOImageLog.h"
@@ -45,11 +46,8 @@ BoolResult joinDisk(std::vector<ImagePtr> const& parts, eJoinAxis axis, DiskImag
         accessors.push_back(pDisk->getAccessor());
     }
     auto const pAccessor = boost::make_shared<JoinedImageAccessor>();
-    BoolResult result = pAccessor->join(accessors, axis);
-    if (result) {
-        out = boost::make_shared<DiskImage>(pAccessor);
-    }
-    return result;
+    BoolResult const result = pAccessor->join(accessors, axis);
+    return result ? ImageFactory::getInstance().createDiskImage(pAccessor, out) : result;
 }
 
 } // namespace

@@ -11,13 +11,13 @@ namespace velmo {
 namespace image {
 
 /// Joins images along Z or T, in the order of the vector. No pixel is copied: the result reads from its
-/// parts, which it co-owns. A failure (nothing to join, parts that do not fit, an empty pointer) leaves the
-/// output as it was.
+/// parts, which it co-owns. A failure (nothing to join, parts that do not fit, a part whose planes differ in
+/// their pixel types, an empty pointer) leaves the output as it was and names the part.
 class VELMO_HOST_EXPORT SubImageExtractor {
   public:
     template <class Image>
     /// @{
-    /// Along Z, along T; of images of any kinds.
+    /// Along Z, of images of one time step; along T. Images of any kinds.
     static BoolResult concatenateVolumes(std::vector<boost::shared_ptr<Image>> const& parts,
                                          boost::shared_ptr<Image>& out);
     template <class Image>

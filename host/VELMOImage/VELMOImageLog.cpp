@@ -50,6 +50,8 @@ void registerImageMessages(LogMessageManager& manager) {
     manager.addMessage(Message::eIM_RecordWithoutGeometry,
                        "The archive holds an initialised accessor without a geometry");
     manager.addMessage(Message::eIM_RecordWithoutAccessor, "The record of the accessor holds no accessor");
+    manager.addMessage(Message::eIM_BinaryPacked,
+                       "A disk image takes binary pixels as one byte each, and accessor %s packs them");
     manager.addMessage(Message::eIM_PixelsInTarget, "The pixels of the image to save lie in %s itself");
 }
 
@@ -57,6 +59,10 @@ void registerJoinMessages(LogMessageManager& manager) {
     using Message = eImageMessage;
     manager.addMessage(Message::eIM_NothingToJoin, "There are no images to join");
     manager.addMessage(Message::eIM_PartMismatch, "Image %d (%s) cannot be joined to the first one (%s)");
+    manager.addMessage(Message::eIM_PartNotUniform,
+                       "Image %d (%s) cannot be joined: its plane z=%d is of type %s");
+    manager.addMessage(Message::eIM_PartTimeSteps,
+                       "Image %d (%s) has %d time steps: only images of one time step are joined along Z");
     manager.addMessage(Message::eIM_PartMissing, "Image %d of those to join is missing");
     manager.addMessage(Message::eIM_PartNotOnDisk, "Image %d of those to join is no disk image");
     manager.addMessage(Message::eIM_JoinedResize, "Joined images have the sizes of their parts");

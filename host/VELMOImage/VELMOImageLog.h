@@ -43,7 +43,10 @@ struct eImageMessage {
         eIM_PartMismatch = 17,          ///< part, its description, the first part's description
         eIM_PartMissing = 18,           ///< part
         eIM_PartNotOnDisk = 19,         ///< part
-        eIM_JoinedResize = 20           ///< no argument
+        eIM_JoinedResize = 20,          ///< no argument
+        eIM_PartNotUniform = 21,        ///< part, its description, plane, its pixel type
+        eIM_PartTimeSteps = 22,         ///< part, its description, its number of time steps
+        eIM_BinaryPacked = 23           ///< class of the accessor
     };
 };
 

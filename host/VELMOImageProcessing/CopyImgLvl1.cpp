@@ -157,11 +157,13 @@ void CopyImgLvl1::set<attr::OutImg>(image::ImagePtr const& value) {
     if (_pSource) {
         requireSamePixels(*_pSource, *value);
     }
+    forgetLastResult();
     _pTarget = value;
 }
 
 template <>
 image::ImagePtr CopyImgLvl1::getStorage<attr::OutImg>() const {
+    requireResult(attr::OutImg::s_name);
     return _pTarget;
 }
 
@@ -177,7 +179,8 @@ BoolResult CopyImgLvl1::runDerived() {
     }
     auto* const pDistributed = dynamic_cast<image::DistributedImage*>(_pTarget.get());
     auto const* const pDisk = dynamic_cast<image::DiskImage const*>(_pSource.get());
-    if (getDispatchPolicy().isDefault() && pDistributed != nullptr && pDisk != nullptr) {
+    if (getDispatchPolicy().isDefault() && pDistributed != nullptr && pDisk != nullptr &&
+        pDisk->getAccessor()->canBeRebuilt()) {
         return pDistributed->fillFromAccessor(toRecord(pDisk->getAccessor()));
     }
     RunCopier copier(*_pSource, *_pTarget, getUsefulThreads(getDispatchPolicy(), _pTarget->getGeometry()));

@@ -38,6 +38,8 @@ bool registerMessages() {
     manager.addMessage(Message::eVSM_FileError, "Failed to reach the archive file %s\n%s");
     manager.addMessage(Message::eVSM_XmlZeroByte, "Item %s holds a zero byte, which XML cannot carry");
     manager.addMessage(Message::eVSM_NotSerializable, "not an object of an archive");
+    manager.addMessage(Message::eVSM_EnumValueNotStorable,
+                       "The unknown enumeration value %d cannot be stored in an archive");
     manager.addMessage(Message::eVSM_NewerClassVersion,
                        "Version %d of class %s in the archive is newer than the known version %d");
     manager.addMessage(Message::eVSM_UnknownEnumText, "The archive holds the unknown enumerator %s");

@@ -12,23 +12,24 @@ namespace velmo {
 struct eVELMOSerializationMessage {
     /// With the arguments of each text.
     enum domain {
-        eVSM_ArchiveTooShort = 1,    ///< item name, bytes wanted, bytes left
-        eVSM_StreamNotSeekable = 2,  ///< no argument
-        eVSM_StreamFailed = 3,       ///< item name
-        eVSM_XmlError = 4,           ///< what the parser says
-        eVSM_XmlItemMissing = 5,     ///< item name
-        eVSM_XmlItemInvalid = 6,     ///< item name, text found
-        eVSM_UnknownClass = 7,       ///< class name
-        eVSM_UnexpectedClass = 8,    ///< class name, item name
-        eVSM_ReadObjectError = 9,    ///< class name, text of the failure
-        eVSM_WriteObjectError = 10,  ///< class name, text of the failure
-        eVSM_NestedTooDeep = 11,     ///< section name, deepest level
-        eVSM_FileError = 12,         ///< path, system's text
-        eVSM_XmlZeroByte = 13,       ///< item name
-        eVSM_NotSerializable = 14,   ///< no argument
-        eVSM_NewerClassVersion = 25, ///< version read, class name, current version
-        eVSM_UnknownEnumText = 26,   ///< text read
-        eVSM_UnknownEnumValue = 27   ///< value read
+        eVSM_ArchiveTooShort = 1,       ///< item name, bytes wanted, bytes left
+        eVSM_StreamNotSeekable = 2,     ///< no argument
+        eVSM_StreamFailed = 3,          ///< item name
+        eVSM_XmlError = 4,              ///< what the parser says
+        eVSM_XmlItemMissing = 5,        ///< item name
+        eVSM_XmlItemInvalid = 6,        ///< item name, text found
+        eVSM_UnknownClass = 7,          ///< class name
+        eVSM_UnexpectedClass = 8,       ///< class name, item name
+        eVSM_ReadObjectError = 9,       ///< class name, text of the failure
+        eVSM_WriteObjectError = 10,     ///< class name, text of the failure
+        eVSM_NestedTooDeep = 11,        ///< section name, deepest level
+        eVSM_FileError = 12,            ///< path, system's text
+        eVSM_XmlZeroByte = 13,          ///< item name
+        eVSM_NotSerializable = 14,      ///< no argument
+        eVSM_EnumValueNotStorable = 15, ///< value to write
+        eVSM_NewerClassVersion = 25,    ///< version read, class name, current version
+        eVSM_UnknownEnumText = 26,      ///< text read
+        eVSM_UnknownEnumValue = 27      ///< value read
     };
 };
 

@@ -9,7 +9,9 @@
 #include "VELMOUtil/FileKind.h"
 #include "VELMOUtil/LastError.h"
 #include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/SequentialFile.h"
 
+#include <array>
 #include <fstream>
 #include <sstream>
 #include <system_error>
@@ -33,14 +35,23 @@ void requireNoError(RaiseSite const& site, boost::filesystem::path const& path,
     }
 }
 
+std::string readWhole(RaiseSite const& site, boost::filesystem::path const& path) {
+    SequentialFile file(path);
+    std::string text;
+    std::array<char, std::size_t{1} << 13U> some;
+    while (file.read(some.data(), some.size()) || file.gcount() != 0) {
+        text.append(some.data(), static_cast<std::size_t>(file.gcount()));
+    }
+    if (!file.getFailure().empty()) {
+        raiseFileError(site, path, file.getFailure());
+    }
+    return text;
+}
+
 } // namespace
 
 void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObject& object) {
-    requireNoError(VELMO_HERE, path, getReadAllError(path));
-    std::ifstream stream(path.string(), std::ios::in | std::ios::binary);
-    if (!stream) {
-        raiseFileError(VELMO_HERE, path, getLastError());
-    }
+    std::istringstream stream(readWhole(VELMO_HERE, path));
     XmlIArchive archive(stream);
     ArchiveSectionManager const section(archive, "object");
     std::string className;
@@ -56,6 +67,16 @@ void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObjec
             formater[Message::eVSM_ReadObjectError] % className % result.getMessage();
         });
     }
+}
+
+BoolResult tryReadFromXmlFile(boost::filesystem::path const& path, BaseSerializationObject& object) {
+    UnloggedRaises const unlogged;
+    try {
+        readFromXmlFile(path, object);
+    } catch (BaseException const& exception) {
+        return failure(exception.what());
+    }
+    return success();
 }
 
 void writeToXmlFile(boost::filesystem::path const& path, BaseSerializationObject const& object) {

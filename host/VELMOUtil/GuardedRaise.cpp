@@ -14,11 +14,14 @@ namespace velmo {
 
 namespace {
 
+/// Of this thread, how many UnloggedRaises live.
+thread_local unsigned int t_nbUnlogged = 0;
+
 template <class Cause>
 [[noreturn]] void throwGuardFailure(RaiseSite const& site, Cause const& cause) {
     std::string const text("Exception thrown while processing message");
     log4cplus::Logger& logger = getBaseLogger();
-    if (logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL)) {
+    if (t_nbUnlogged == 0 && logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL)) {
         log4cplus::tostringstream& os = log4cplus::detail::get_macro_body_oss();
         os << text;
         log4cplus::detail::macro_forced_log(logger, log4cplus::ERROR_LOG_LEVEL, os.str(), site.file,
@@ -59,11 +62,21 @@ void select(LogMessageFormater& formater, FeedRef feed) {
 
 } // namespace
 
+UnloggedRaises::UnloggedRaises() {
+    ++t_nbUnlogged;
+}
+
+UnloggedRaises::~UnloggedRaises() {
+    --t_nbUnlogged;
+}
+
 void raiseGuarded(RaiseSite const& site, RaiseKind const& kind, FeedRef feed) {
     LogMessageFormater formater(kind.getManager());
     guard(site, [&] { select(formater, feed); });
-    guard(site,
-          [&] { logRecord(site, kind, log4cplus::ERROR_LOG_LEVEL, [&] { return formater.string(); }); });
+    if (t_nbUnlogged == 0) {
+        guard(site,
+              [&] { logRecord(site, kind, log4cplus::ERROR_LOG_LEVEL, [&] { return formater.string(); }); });
+    }
     kind.throwAs(formater.string(), site);
     std::abort(); // a kind that returns breaks its contract
 }

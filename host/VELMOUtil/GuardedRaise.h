@@ -68,12 +68,23 @@ class FeedRef {
 };
 
 /// Formats a message, writes it at ERROR to the logger of `kind` if that is enabled, and throws it as the
-/// exception of `kind` with the place `site`.
+/// exception of `kind` with the place `site`. UnloggedRaises keep it out of the log.
 ///
 /// What fails on the way (a message that is not registered, arguments that do not fit, a log that throws) is
 /// written to the base logger and thrown as a plain BaseException, "Exception thrown while processing
 /// message", with the true cause chained. Any thread may raise at any time.
 [[noreturn]] VELMO_HOST_EXPORT void raiseGuarded(RaiseSite const& site, RaiseKind const& kind, FeedRef feed);
+
+/// While one lives, what its thread raises is thrown but not logged: for who catches every raise and reports
+/// it in another way, so that one failure makes one record. They may be nested.
+class VELMO_HOST_EXPORT UnloggedRaises {
+  public:
+    /// For the calling thread alone, on which it must be destroyed too.
+    UnloggedRaises();
+    ~UnloggedRaises();
+    UnloggedRaises(UnloggedRaises const&) = delete;
+    UnloggedRaises& operator=(UnloggedRaises const&) = delete;
+};
 
 /// Formats a message and writes it to the logger of `kind`, if that is enabled for `level` (of log4cplus);
 /// else nothing is formatted. What fails on the way is thrown as of a raise. Any thread may log at any time.

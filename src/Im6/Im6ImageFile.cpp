@@ -37,8 +37,13 @@ vlUInt64 getEndOfBlocks(HeaderData const& header, vlUInt64 endOfPlanes) {
         .value_or(NumericLimits<vlUInt64>::s_max);
 }
 
-/// The record behind the blocks. Where it is not all there, the stream is good again and the file will be
-/// found too short; a stream that failed before stays failed.
+/// Whether the system refused a read, as against the end of the file.
+bool isRefused(std::fstream const& stream) {
+    return stream.bad();
+}
+
+/// The record behind the blocks. Where the file ends before it does, the stream is good again and the file
+/// will be found too short; a stream that failed before, or that the system refuses to read, stays failed.
 GeometricCalibrationPtr readCalibration(HeaderData const& header, vlUInt64 offset, bool is2d,
                                         std::fstream& stream) {
     if (!stream.good()) {
@@ -46,7 +51,9 @@ GeometricCalibrationPtr readCalibration(HeaderData const& header, vlUInt64 offse
     }
     CalibrationData data{};
     if (readRun(stream, {offset, sizeof(data)}, &data) != eStreamOutcome::Done) {
-        stream.clear();
+        if (!isRefused(stream)) {
+            stream.clear();
+        }
         return {};
     }
     return calibDataToGeometricCalibration(header, data, is2d);
@@ -77,8 +84,9 @@ BoolResult Im6ImageFile::openSharedRemoteFile(boost::filesystem::path const& pat
     return openFileInternal(kept, accessMode, true);
 }
 
-// What a read could not fill is not looked at in between: a stream that failed stays failed to the end, where
-// its position, -1, is beyond every size.
+// What a read could not fill because the file ends is not looked at in between: a stream that failed stays
+// failed to the end, where its position, -1, is beyond every size. A read that the system refuses is a
+// failure.
 BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
                                           eImageAccessMode const& accessMode, bool sharedRemote) {
     FStreamPtr const pStream = openStream(path, accessMode);
@@ -87,7 +95,7 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
     }
     HeaderData header{};
     pStream->read(reinterpret_cast<char*>(&header), sizeof(header));
-    if (pStream->bad()) { // not the end of the file: the system refuses
+    if (isRefused(*pStream)) {
         return fail(Message::eI6FM_OpenFileFailed, path.string());
     }
     ImageGeometryPtr const pGeometry = headerToGeometry(header);
@@ -99,7 +107,11 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
         pCalibration = readCalibration(header, required, pGeometry->getVolumeGeometry().is2d(), *pStream);
         required = checkedAdd(required, sizeof(CalibrationData)).value_or(NumericLimits<vlUInt64>::s_max);
     }
+    bool const bWhole = pStream->good();
     pStream->seekg(0, std::ios::end);
+    if (isRefused(*pStream) || (bWhole && !pStream->good())) {
+        return fail(Message::eI6FM_OpenFileFailed, path.string());
+    }
     auto const fileSize = static_cast<vlUInt64>(static_cast<std::streamoff>(pStream->tellg()));
     if (fileSize < required) {
         return accessMode == eIAM_ReadOnly
@@ -107,8 +119,8 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
                           fileSize, path.string())
                    : fail(Message::eI6FM_ReserveFailed, required, path.string());
     }
-    if (bCalibrated && !pCalibration) { // it is there and was not read
-        pStream->setstate(std::ios::failbit);
+    if (bCalibrated && !pCalibration && pStream->good()) { // the record is there and was not read
+        return fail(Message::eI6FM_OpenFileFailed, path.string());
     }
     _planes->accessStreams().insert(pStream);
     initBase(path, accessMode, *pGeometry, pCalibration, sharedRemote);

@@ -8,6 +8,7 @@
 #include <VELMOImage/MemoryImage.h>
 #include <VELMOImageFile/Im6ImageFile.h>
 #include <VELMOImageFile/Im6ImageFileMessage.h>
+#include <VELMOImageProcessing/CopyImgLvl1.h>
 #include <boost/make_shared.hpp>
 
 namespace velmo {
@@ -26,11 +27,21 @@ DiskImagePtr openDiskImage(boost::filesystem::path const& path, FamilyFailure co
     return createDiskImage(pAccessor, failure);
 }
 
+/// An empty pointer is thrown as the copy would throw it.
+void requireTarget(ImagePtr const& pTarget) {
+    if (!pTarget) {
+        imaproc::util::CopyImgLvl1 copy;
+        copy.init(processor::ePRP_Strict);
+        copy.set<imaproc::attr::OutImg>(pTarget);
+    }
+}
+
 } // namespace
 
 void loadIm6ImageFile(boost::filesystem::path const& path, ImagePtr const& image) {
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
     DiskImagePtr const pDiskImage = openDiskImage(path, failure);
+    requireTarget(image);
     failure.require(image->init(pDiskImage->getGeometry()));
     copyImage(pDiskImage, image, eDispatch::Local, failure);
     if (pDiskImage->hasGeometricCalibration()) {

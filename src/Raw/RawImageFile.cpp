@@ -48,13 +48,17 @@ BoolResult RawImageFile::createFile(boost::filesystem::path const& path, BaseIma
     vlUInt64 const end = processOffsets(fileHeader.size(), kept.geometry());
     FStreamPtr const pStream = createStream(kept.path);
     if (!pStream->good()) {
+        KeptErrno const keptErrno;
         return fail(Message::eRIFM_CreateFileFailed, kept.path.string());
     }
     if (!fileHeader.empty() &&
-        !pStream->write(fileHeader.data(), static_cast<std::streamsize>(fileHeader.size()))) {
+        writeRun(*pStream, {0, fileHeader.size()}, fileHeader.data()) != eStreamOutcome::Done) {
+        KeptErrno const keptErrno;
         return fail(Message::eRIFM_WriteFileHeaderError, kept.path.string(), getLastError());
     }
-    if (!reserveBytes(*pStream, end)) {
+    bool const bPlanes = end != fileHeader.size();
+    if (bPlanes && !reserveBytes(*pStream, end)) {
+        KeptErrno const keptErrno;
         return fail(Message::eRIFM_ReserveFailed, end, kept.path.string());
     }
     _planes->accessStreams().insert(pStream);
@@ -88,7 +92,11 @@ BoolResult RawImageFile::openFileInternal(boost::filesystem::path const& path,
     if (!pStream->seekg(0, std::ios::end)) { // a terminal, say: nothing in it has a place
         return fail(Message::eRIFM_OpenFileFailed, path.string());
     }
-    auto const fileSize = static_cast<vlUInt64>(static_cast<std::streamoff>(pStream->tellg()));
+    auto const position = static_cast<std::streamoff>(pStream->tellg());
+    if (position < 0) {
+        return fail(Message::eRIFM_OpenFileFailed, path.string());
+    }
+    auto const fileSize = static_cast<vlUInt64>(position);
     if (fileSize < end) {
         if (accessMode == eIAM_ReadOnly) {
             return fail(Message::eRIFM_GeometryExceedsFileSize, geometry.getFullMemorySize(), dataStartOffset,

@@ -3,12 +3,17 @@
 
 #include <VELMOImageFile/RawImageFileUtils.h>
 
+#include "Utils/FailureText.h"
 #include "Utils/FormatFamily.h"
+#include "Utils/ReplacedFile.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
+#include <VELMOUtil/LastError.h>
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
+#include <cerrno>
 
 namespace velmo {
 namespace image {
@@ -32,6 +37,47 @@ DistributedImagePtr loadDistributed(boost::filesystem::path const& path, BaseIma
                                     FamilyFailure const& failure) {
     return distributeImage(openDiskImage(path, geometry, dataStartOffset, failure),
                            toDispatch(defaultDispatch), failure);
+}
+
+/// The file of a save with options. Its failures name the target, and their last line is the reason of the
+/// system, which makes eRIFM_CreateFileFailed, eRIFM_ReserveFailed and eRIFM_WriteFileFailed the texts of
+/// eRIFM_CreateFileError, eRIFM_ReserveError and eRIFM_WriteFileError.
+class SavedRawFile : public RawImageFile {
+  public:
+    explicit SavedRawFile(ReplacedFile const& file) : _file(file) {}
+
+    BoolResult create(BaseImageGeometry const& geometry, std::string const& fileHeader) {
+        return explain(createFile(_file.getPath(), geometry, fileHeader));
+    }
+
+    BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                            void const* buffer) override {
+        return explain(RawImageFile::writeRawData(z, c, t, pixelStartOffset, nbPixels, buffer));
+    }
+
+    /// Some file systems report what could not be written at the closing only.
+    BoolResult close() {
+        clear();
+        return errno == 0 ? success() : failure(getLastError());
+    }
+
+  private:
+    BoolResult explain(BoolResult const& result) const {
+        if (result) {
+            return result;
+        }
+        std::string const reason = errno == 0 ? std::string() : '\n' + getLastError();
+        std::string const text = _file.nameTarget(result.getMessage());
+        return failure(boost::algorithm::ends_with(text, reason) ? text : text + reason);
+    }
+
+    ReplacedFile const& _file;
+};
+
+BoolResult createTarget(ReplacedFile& file, boost::filesystem::path const& path) {
+    BoolResult const created = file.create();
+    return created ? created
+                   : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created.getMessage());
 }
 
 } // namespace
@@ -72,6 +118,26 @@ DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& p
     return loadDistributed(path, *pGeometry, dataStartOffset, defaultDispatch,
                            FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
 }
+
+template <class Options, class>
+void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
+                      Options const& options) {
+    FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
+    requireSource(image, path, failure);
+    ReplacedFile file(path);
+    if (options.bReplaceWhenWhole) {
+        failure.require(createTarget(file, path));
+    }
+    auto const pAccessor = boost::make_shared<SavedRawFile>(file);
+    failure.require(pAccessor->create(image->getGeometry(), options.fileHeader));
+    copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);
+    failure.require(pAccessor->close());
+    failure.require(file.commit());
+}
+
+template VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path,
+                                                       ImageConstPtr const& image,
+                                                       RawWriteOptions const& options);
 
 void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
                       std::string const& fileHeader) {

@@ -9,11 +9,8 @@
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOSerialization/XmlFile.h>
-#include <VELMOUtil/BaseException.h>
-#include <VELMOUtil/FileKind.h>
-#include <VELMOUtil/LastError.h>
+#include <VELMOUtil/SequentialFile.h>
 #include <boost/algorithm/string/trim.hpp>
-#include <boost/filesystem/fstream.hpp>
 #include <boost/lexical_cast.hpp>
 #include <boost/make_shared.hpp>
 #include <cstdint>
@@ -58,13 +55,7 @@ float toStep(std::string const& line) {
 }
 
 void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
-    if (std::error_code const error = getReadAllError(path)) {
-        raiseFileError(VELMO_HERE, path, error.message());
-    }
-    boost::filesystem::ifstream stream(path, std::ios::in);
-    if (!stream) {
-        raiseFileError(VELMO_HERE, path, getLastError());
-    }
+    SequentialFile stream(path);
     for (std::string line; readLine(stream, line);) {
         if (line.size() <= g_longestNumber) {
             boost::algorithm::trim(line);
@@ -73,8 +64,8 @@ void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
             steps.push_back(toStep(line));
         }
     }
-    if (!stream.eof()) {
-        raiseFileError(VELMO_HERE, path, getLastError());
+    if (!stream.getFailure().empty()) {
+        raiseFileError(VELMO_HERE, path, stream.getFailure());
     }
 }
 
@@ -84,10 +75,9 @@ attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path) {
         readText(path, pSteps->accessSteps());
         return pSteps;
     }
-    try {
-        readFromXmlFile(path, *pSteps);
-    } catch (BaseException const& exception) {
-        raiseFileError(VELMO_HERE, path, exception.what());
+    BoolResult const result = tryReadFromXmlFile(path, *pSteps);
+    if (!result) {
+        raiseFileError(VELMO_HERE, path, result.getMessage());
     }
     return pSteps;
 }

@@ -79,7 +79,7 @@ BoolResult TiffImageFile::openFileInternal(boost::filesystem::path const& filePa
                                            eTiffDirectoryMode const& directoryMode,
                                            eTiffBufferMode const& bufferMode, std::string& userProperties,
                                            bool bSharedRemote) {
-    OpenedTiff opened;
+    TiffContents opened;
     BoolResult result = openTiff(filePath, {accessMode, directoryMode, bufferMode, _policy}, opened);
     if (result) {
         _pTiff = opened.pTiff;

@@ -10,8 +10,10 @@
 #include "Tiff/TiffPixels.h"
 #include "Tiff/TiffPlaneAccess.h"
 #include "Tiff/TiffPlausibility.h"
+#include "Tiff/TiffStream.h"
 #include "Utils/FailureText.h"
 #include "Utils/FormatFamily.h"
+#include "Utils/ReplacedFile.h"
 
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageStrip.h>
@@ -134,6 +136,13 @@ ImageConstPtr toCpuImage(ImageConstPtr const& pImage) {
     return pImage->requiresCpuCopy() ? pImage->createCpuCopy() : pImage;
 }
 
+/// A save whose file the system has taken whole.
+void saveAndClose(boost::filesystem::path const& path, ImageConstPtr const& pImage,
+                  eTiffCompression compression, FamilyFailure const& failure) {
+    saveTiffCpuImageFile(path, toCpuImage(pImage), compression, eTiffPolicy::Strict, failure);
+    failure.require(TiffStream::getCloseResult());
+}
+
 /// Fails for an image that could be saved and not be loaded again.
 BoolResult requireLoadable(BaseImageGeometry const& geometry) {
     constexpr vlUInt64 largestPageCount = 65536;
@@ -148,7 +157,7 @@ BoolResult requireLoadable(BaseImageGeometry const& geometry) {
 /// Loads an image into `image`, which holds what has been loaded so far after a failure.
 void loadImage(boost::filesystem::path const& path, TiffOpenRequest const& request, ImagePtr& image,
                FamilyFailure const& failure) {
-    OpenedTiff opened;
+    TiffContents opened;
     TiffFileClosure const closure(path.string(), opened.pTiff);
     failure.require(openTiff(path, request, opened));
     bool const bInterleaved = isInterleavedRgb(opened.pTiff, path);
@@ -303,7 +312,14 @@ void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const&
     requireSource(image, path, failure);
     failure.require(requireLoadable(image->getGeometry()));
     TiffErrorHandler::getInstance().clearCurrentError();
-    saveTiffCpuImageFile(path, toCpuImage(image), options.compression, eTiffPolicy::Strict, failure);
+    if (!options.bReplaceWhenWhole) {
+        saveAndClose(path, image, options.compression, failure);
+        return;
+    }
+    ReplacedFile file(path);
+    failure.require(file.create());
+    saveAndClose(file.getPath(), image, options.compression, failure.writingTo(file));
+    failure.require(file.commit());
 }
 
 } // namespace file

@@ -64,8 +64,22 @@ ImagePtr loadList(Paths const& paths, TiffOpenRequest const& request, eImageType
     return pImage;
 }
 
-TiffOpenRequest toPlainRequest(eTiffDirectoryMode directoryMode, eTiffBufferMode bufferMode) {
-    return {eIAM_ReadOnly, directoryMode, bufferMode, eTiffPolicy::Plain};
+ImagePtr loadTiffImageFilesInVolumeMode(Paths const& paths, eTiffBufferMode const& bufferMode,
+                                        eImageType const& imageType) {
+    return loadList(paths, {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain}, imageType,
+                    VELMO_HERE);
+}
+
+ImagePtr loadTiffImageFilesInTemporalMode(Paths const& paths, eTiffBufferMode const& bufferMode,
+                                          eImageType const& imageType) {
+    return loadList(paths, {eIAM_ReadOnly, eTDM_Temporal, bufferMode, eTiffPolicy::Plain}, imageType,
+                    VELMO_HERE);
+}
+
+ImagePtr loadPlainList(Paths const& paths, eTiffDirectoryMode const& directoryMode,
+                       eTiffBufferMode const& bufferMode, eImageType const& imageType) {
+    return directoryMode == eTDM_Temporal ? loadTiffImageFilesInTemporalMode(paths, bufferMode, imageType)
+                                          : loadTiffImageFilesInVolumeMode(paths, bufferMode, imageType);
 }
 
 } // namespace
@@ -78,9 +92,8 @@ ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory, std::strin
     if (paths.empty()) {
         return {};
     }
-    return paths.size() == 1
-               ? loadTiffImageFile(paths.front(), directoryMode, bufferMode)
-               : loadList(paths, toPlainRequest(directoryMode, bufferMode), eIT_Memory, VELMO_HERE);
+    return paths.size() == 1 ? loadTiffImageFile(paths.front(), directoryMode, bufferMode)
+                             : loadPlainList(paths, directoryMode, bufferMode, eIT_Memory);
 }
 
 ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::string const& pattern,
@@ -89,9 +102,8 @@ ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::strin
     if (paths.empty()) {
         return {};
     }
-    return paths.size() == 1
-               ? ImagePtr(openTiffImageFile(paths.front(), directoryMode, bufferMode))
-               : loadList(paths, toPlainRequest(directoryMode, bufferMode), eIT_Disk, VELMO_HERE);
+    return paths.size() == 1 ? ImagePtr(openTiffImageFile(paths.front(), directoryMode, bufferMode))
+                             : loadPlainList(paths, directoryMode, bufferMode, eIT_Disk);
 }
 
 // Calls with options

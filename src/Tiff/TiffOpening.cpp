@@ -23,7 +23,7 @@ namespace {
 
 using Message = eTiffImageFileMessage;
 
-BoolResult readStoredFile(boost::filesystem::path const& path, OpenedTiff& opened) {
+BoolResult readStoredFile(boost::filesystem::path const& path, TiffContents& opened) {
     BoolResult result = readStoredGeometry(opened.pTiff, path, opened.pGeometry, opened.pCalibration);
     if (result) {
         opened.userProperties = readUserProperties(opened.pTiff);
@@ -39,7 +39,8 @@ std::error_code findMissed(TiffStream const& stream) {
                                      : stream.getReadError();
 }
 
-BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& request, OpenedTiff& opened) {
+BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& request,
+                    TiffContents& opened) {
     opened.pTiff = TiffStream::open(path, request.accessMode == eIAM_ReadOnly ? "r" : "r+");
     if (opened.pTiff == nullptr) {
         return fail(Message::eTIFM_OpenFileError, path.string(), getTiffWords());
@@ -54,7 +55,7 @@ BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& 
     if (result && missed) {
         result = fail(Message::eTIFM_OpenFileError, path.string(), missed.message());
     }
-    if (result) {
+    if (result && request.accessMode != eIAM_ReadOnly) {
         stream.allowWrites();
     }
     return result;
@@ -62,14 +63,15 @@ BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& 
 
 } // namespace
 
-BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request, OpenedTiff& opened) {
+BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request,
+                    TiffContents& opened) {
     TIFFInitializeExtend();
     if (clearsTiffText(request.policy)) {
         TiffErrorHandler::getInstance().clearCurrentError();
     }
-    OpenedTiff found;
+    TiffContents found;
     TiffFileClosure closure(path.string(), found.pTiff);
-    opened = OpenedTiff();
+    opened = TiffContents();
     try {
         BoolResult result = readFile(path, request, found);
         if (result) {
@@ -90,7 +92,7 @@ BoolResult openTiffFile(boost::filesystem::path const& filePath, eImageAccessMod
                         TIFF*& pTiff, boost::shared_ptr<BaseImageGeometry>& pImageGeometry,
                         boost::shared_ptr<GeometricCalibration>& pGeometricCalibration,
                         std::string* pUserProperties) {
-    OpenedTiff opened;
+    TiffContents opened;
     BoolResult result =
         openTiff(filePath, {accessMode, directoryMode, bufferMode, eTiffPolicy::Plain}, opened);
     pTiff = opened.pTiff;

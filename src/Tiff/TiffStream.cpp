@@ -48,6 +48,7 @@ int toOpenFlags(char const* mode) {
 }
 
 thread_local std::error_code g_openError;
+thread_local std::error_code g_closeError;
 
 void reportOpenFailure(boost::filesystem::path const& path, std::error_code const& error) {
     g_openError = error;
@@ -155,12 +156,17 @@ TiffStream::TiffStream(bool bWritable) : _bWritable(bWritable), _pChain(new Dire
 TiffStream::~TiffStream() {
     if (_descriptor >= 0) {
         releaseReserved();
-        ::close(_descriptor);
+        bool const bClosed = ::close(_descriptor) == 0;
+        g_closeError = bClosed ? std::error_code() : std::error_code(errno, std::generic_category());
     }
 }
 
 std::error_code TiffStream::getOpenError() {
     return g_openError;
+}
+
+BoolResult TiffStream::getCloseResult() {
+    return g_closeError ? failure(g_closeError.message()) : success();
 }
 
 TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {

@@ -4,6 +4,7 @@
 #include "Utils/FormatFamily.h"
 
 #include "LogAccess.h"
+#include "Utils/ReplacedFile.h"
 
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/MemoryImage.h>
@@ -30,10 +31,18 @@ FamilyFailure FamilyFailure::ofSave(FamilyMessages const& messages, RaiseSite co
     return FamilyFailure(messages, messages.saveError, site, path);
 }
 
+FamilyFailure FamilyFailure::writingTo(ReplacedFile const& file) const {
+    FamilyFailure failure(*this);
+    failure._pReplaced = &file;
+    return failure;
+}
+
 void FamilyFailure::require(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
         raiseGuarded({_site.function, file, line}, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-            formater.setMsgId(_messages.domainKey, _id) % _path % result.getMessage();
+            std::string const& text = result.getMessage();
+            formater.setMsgId(_messages.domainKey, _id) % _path %
+                (_pReplaced == nullptr ? text : _pReplaced->nameTarget(text));
         });
     }
 }

@@ -35,6 +35,7 @@ BoolResult toResult(eStreamOutcome outcome, PlaneFileMessages const& messages, i
     if (outcome == eStreamOutcome::Done) {
         return success();
     }
+    KeptErrno const keptErrno;
     bool const bSeek = outcome == eStreamOutcome::SeekFailed;
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
     formater.setMsgId(messages.domainKey, bSeek ? messages.seekFailed : transferFailed) %
@@ -52,6 +53,7 @@ BoolResult PlaneFile::findStream(BaseDiskImageAccessor const& accessor, FStreamP
     if (pStream) {
         return success();
     }
+    KeptErrno const keptErrno;
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
     formater.setMsgId(_messages.domainKey, _messages.openFileFailed) % accessor.getFilePath().string();
     return failure(formater.string());

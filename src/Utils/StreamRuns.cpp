@@ -46,6 +46,7 @@ ByteRun toByteRun(vlUInt64 planOffset, vlUInt64 pixelStartOffset, vlUInt64 nbPix
 }
 
 eStreamOutcome readRun(std::fstream& stream, ByteRun const& run, void* buffer) {
+    errno = 0;
     if (!seekRun(stream, run.offset, [&](std::streamoff offset) { stream.seekg(offset); })) {
         return eStreamOutcome::SeekFailed;
     }
@@ -54,6 +55,7 @@ eStreamOutcome readRun(std::fstream& stream, ByteRun const& run, void* buffer) {
 }
 
 eStreamOutcome writeRun(std::fstream& stream, ByteRun const& run, void const* buffer) {
+    errno = 0;
     if (!seekRun(stream, run.offset, [&](std::streamoff offset) { stream.seekp(offset); })) {
         return eStreamOutcome::SeekFailed;
     }

@@ -6,6 +6,7 @@
 #include <VELMOUtil/FileKind.h>
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
+#include <cerrno>
 
 namespace velmo {
 namespace image {
@@ -15,8 +16,9 @@ namespace {
 
 FStreamPtr open(boost::filesystem::path const& path, std::ios::openmode mode) {
     auto pStream = boost::make_shared<std::fstream>();
-    if (getSeekError(path)) {
+    if (std::error_code const error = getSeekError(path)) {
         pStream->setstate(std::ios::failbit);
+        errno = error.value();
         return pStream;
     }
     pStream->rdbuf()->pubsetbuf(nullptr, 0); // heeded before the opening alone
@@ -53,12 +55,16 @@ void ThreadStreams::insert(FStreamPtr const& pStream) {
 }
 
 void ThreadStreams::closeAll() {
+    int firstError = 0;
     for (auto const& [thread, pStream] : _threadStreams) {
+        errno = 0;
         if (pStream->rdbuf()->close() == nullptr) {
+            firstError = firstError == 0 ? errno : firstError;
             pStream->setstate(std::ios::failbit);
         }
     }
     _threadStreams.clear();
+    errno = firstError;
 }
 
 } // namespace file

@@ -238,6 +238,51 @@ TEST_P(RawImageFileEachArchiveTest, AFileThatIsGoneLeavesAnAccessorWithoutAFile)
     EXPECT_EQ(countDescriptors(_path), 0U);
 }
 
+// Unlike a TIFF accessor a raw one never makes a file anew.
+TEST_P(RawImageFileEachArchiveTest, AFileWhoseStatusCannotBeDeterminedIsNotOpenedAndNotMade) {
+    path const folder = _folder / "folder";
+    path const target = folder / "planes.raw";
+    for (eImageAccessMode const accessMode : {eIAM_ReadOnly, g_accessModeOne, eIAM_ReadWrite}) {
+        boost::filesystem::create_directory(folder);
+        writeFile(target, countingBytes(g_exampleEnd));
+        RawImageFile written;
+        ASSERT_THAT(written.openFile(target, accessMode, g_exampleOffset, *makeExampleGeometry()),
+                    Succeeds());
+        std::string const record = writeRecord(GetParam(), written);
+        boost::filesystem::remove_all(folder);
+        writeFile(folder, "a file where the folder was");
+        RawImageFile file;
+        EXPECT_THAT(readRecord(GetParam(), record, file), FailsWith(openFailed(target)));
+        EXPECT_FALSE(file.isInit());
+        EXPECT_EQ(velmo::test::readFile(folder), "a file where the folder was");
+        boost::filesystem::remove(folder);
+    }
+}
+
+TEST_P(RawImageFileEachArchiveTest, AFileInAFolderThatMayNotBeSearchedIsNotOpenedAndNotMade) {
+    path const folder = _folder / "folder";
+    path const target = folder / "planes.raw";
+    boost::filesystem::create_directory(folder);
+    writeFile(target, countingBytes(g_exampleEnd));
+    RawImageFile written;
+    ASSERT_THAT(written.openFile(target, eIAM_ReadWrite, g_exampleOffset, *makeExampleGeometry()),
+                Succeeds());
+    std::string const record = writeRecord(GetParam(), written);
+    boost::filesystem::permissions(_folder.getPath(), boost::filesystem::perms(0755));
+    boost::filesystem::permissions(folder, boost::filesystem::perms(0666));
+    std::string const text = asOrdinaryUser([&]() -> std::string {
+        RawImageFile file;
+        BoolResult const result = readRecord(GetParam(), record, file);
+        return file.isInit() ? "open" : result.getMessage();
+    });
+    boost::filesystem::permissions(folder, boost::filesystem::perms(0755));
+    if (text == g_noSuchUser) {
+        GTEST_SKIP() << "this process cannot become an ordinary user";
+    }
+    EXPECT_EQ(text, openFailed(target));
+    EXPECT_EQ(velmo::test::readFile(target), countingBytes(g_exampleEnd));
+}
+
 TEST_P(RawImageFileEachArchiveTest, AFileThatIsTooShortByNowLeavesAnAccessorWithoutAFile) {
     RawImageFile file;
     openExample(file, eIAM_ReadOnly);

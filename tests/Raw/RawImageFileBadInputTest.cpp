@@ -6,6 +6,7 @@
 #include <VELMOImage/VELMOImageLog.h>
 
 #include <boost/filesystem/operations.hpp>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -205,6 +206,48 @@ TEST_F(RawImageFileBadInputTest, AResizingThatPassesTheLargestFileFails) {
         withLargestFile(150, [&] { return file.resizeData(*makeGeometry(eIBT_UInt8, {151})).getMessage(); }),
         reserveFailed(151, _path));
     EXPECT_EQ(readFile(_path), countingBytes(g_exampleEnd));
+}
+
+// The reason of the system
+
+TEST_F(RawImageFileBadInputTest, AfterAFailedCreationErrnoIsTheReason) {
+    RawImageFile file;
+    ImageGeometryPtr const pGeometry = makeExampleGeometry();
+    EXPECT_FALSE(file.createFile(g_fullDisk, *pGeometry, "head"));
+    EXPECT_EQ(errno, ENOSPC);
+    errno = 0;
+    EXPECT_FALSE(file.createFile(g_fullDisk, *pGeometry, ""));
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_FALSE(file.createFile(_folder / "missing" / "planes.raw", *pGeometry, ""));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(file.createFile(_folder.getPath(), *pGeometry, ""));
+    EXPECT_EQ(errno, EISDIR);
+}
+
+TEST_F(RawImageFileBadInputTest, AfterAFailedTransferErrnoIsTheReasonOrZeroWhereTheSystemDidNotFail) {
+    RawImageFile file;
+    openExample(file, eIAM_ReadWrite);
+    EXPECT_EQ(withLargestFile(50,
+                              [&] {
+                                  bool const bWritten(tryWrite(file, {1, 0, 0, 0, 12}));
+                                  return bWritten ? "written" : std::to_string(errno);
+                              }),
+              std::to_string(EFBIG));
+    errno = ENOSPC;
+    fs::resize_file(_path, g_exampleEnd - 1);
+    EXPECT_FALSE(tryRead(file, {1, 0, 1, 0, 12}));
+    EXPECT_EQ(errno, 0);
+    errno = ENOSPC;
+    EXPECT_THAT(tryWrite(file, {}), FailsWith(seekFailed(_path, {})));
+    EXPECT_EQ(errno, 0);
+    fs::remove(_path);
+    inOtherThread([&] {
+        EXPECT_FALSE(tryWrite(file, {}));
+        EXPECT_EQ(errno, ENOENT);
+    });
+    errno = ENOSPC;
+    file.clear();
+    EXPECT_EQ(errno, 0);
 }
 
 // Numbers that pass 64 bits

@@ -128,11 +128,14 @@ TEST_F(RawImageFileTest, AGeometryOfNoBytesWithoutAHeaderMakesAnEmptyFile) {
     EXPECT_EQ(boost::filesystem::file_size(_path), 0U);
 }
 
-// The last byte of the data is put as a zero, here upon the header.
-TEST_F(RawImageFileTest, AGeometryOfNoBytesBehindAHeaderZerosTheHeadersLastByte) {
-    RawImageFile file;
-    ASSERT_THAT(file.createFile(_path, *makeGeometry(eIBT_None, {4, 3}), "head"), Succeeds());
-    EXPECT_EQ(readFile(_path), std::string("hea\0", 4));
+TEST_F(RawImageFileTest, AGeometryOfNoBytesLeavesTheHeaderWhole) {
+    for (ImageGeometryPtr const& pGeometry :
+         {makeGeometry(eIBT_None, {4, 3}), makeGeometry(eIBT_UInt8, {0, 3})}) {
+        RawImageFile file;
+        ASSERT_THAT(file.createFile(_path, *pGeometry, "head"), Succeeds());
+        EXPECT_EQ(readFile(_path), "head");
+        EXPECT_THAT(file.openFile(_path, eIAM_ReadOnly, 4, *pGeometry), Succeeds());
+    }
 }
 
 TEST_F(RawImageFileTest, CreatingEmptiesALongerFile) {

@@ -165,7 +165,10 @@ TEST_F(TiffPlaneDataFailureTest, TheWrongBitsOfADirectoryAreAFailureOfItsStrip) 
     writeTiff(_path, {first, makeLongDirectory()});
     Planes const planes = openPlanes(_path); // a volume has the type of its first directory
     PixelRun const run = planes.wholePlane(1);
-    EXPECT_THAT(planes.tryRead(run), FailsInWords(readStripFailed(0, run, _path)));
+    EXPECT_THAT(planes.tryRead(run),
+                FailsInWords(readStripFailed(0, run, _path) +
+                             "The directory has planes of 100 x 200 pixels of 8 bits, the image has 100 x "
+                             "200 of 16"));
 }
 
 TEST_F(TiffPlaneDataFailureTest, AWriteBeyondTheSpaceNamesItsStripInLibtiffsWords) {
@@ -177,7 +180,7 @@ TEST_F(TiffPlaneDataFailureTest, AWriteBeyondTheSpaceNamesItsStripInLibtiffsWord
         return toText(planes.tryWrite(planes.wholePlane()));
     });
     EXPECT_EQ(text, "Failed to write data of strip 1 for directory z=0, c=0, t=0 of file " + _path.string() +
-                        "\nTiff Error : Write error at scanline 81");
+                        "\nTiff Error : Write error at scanline 81: File too large");
     EXPECT_TRUE(readFile(_path).substr(limit) == before.substr(limit));
 }
 

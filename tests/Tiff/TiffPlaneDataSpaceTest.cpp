@@ -50,7 +50,8 @@ TEST_F(TiffPlaneDataSpaceTest, CreatingAFileThatDoesNotFitNamesTheDirectory) {
     }
     EXPECT_THAT(text,
                 testing::MatchesRegex("Failed to initialize strip data of directory 4 for file .*planes.tif\n"
-                                      "Tiff Error : Write error at scanline [0-9]+"));
+                                      "Tiff Error : Write error at scanline [0-9]+: No space left on "
+                                      "device"));
 }
 
 TEST_F(TiffPlaneDataSpaceTest, ACompressedStripThatDoesNotFitIsNamedAndTheOtherPlanesStay) {
@@ -75,7 +76,8 @@ TEST_F(TiffPlaneDataSpaceTest, ACompressedStripThatDoesNotFitIsNamedAndTheOtherP
         EXPECT_THAT(text,
                     testing::MatchesRegex("others stay: Failed to write data of strip [0-9]+ for directory "
                                           "z=[2-4], c=0, t=0 of file .*planes.tif\n"
-                                          "Tiff Error : Write error at scanline [0-9]+"));
+                                          "Tiff Error : Write error at scanline [0-9]+: No space left on "
+                                          "device"));
     }
 }
 

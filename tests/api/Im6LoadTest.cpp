@@ -3,6 +3,7 @@
 
 #include "Im6Functions.h"
 
+#include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageFile/Im6ImageFile.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
@@ -51,6 +52,14 @@ TEST_F(Im6Functions, ATargetIsShapedAnewWhateverItWas) {
     EXPECT_EQ(pImage->getGeometricCalibrationConstPtr()->getUnit(), "um");
     loadIm6ImageFile(_path, pImage);
     EXPECT_EQ(readPixels(*pImage), _sample.pixels);
+}
+
+TEST_F(Im6Functions, AnEmptyTargetIsRefusedByTheProcessorAsByTheRawLoad) {
+    expectPassedThrough<processor::VELMOBaseProcessingException>(
+        [&] { loadIm6ImageFile(_path, ImagePtr()); });
+    EXPECT_EQ(countOpen(_path), 0);
+    fs::path const missing = _folder / "missing.im6";
+    expectRaisedText([&] { loadIm6ImageFile(missing, ImagePtr()); }, loadError(missing, openFailed(missing)));
 }
 
 TEST_F(Im6Functions, ATargetMayBeDistributedAndHasTheCalibrationThen) {

@@ -165,5 +165,18 @@ TEST_F(Im6Functions, AFileWithoutACalibrationGivesAnImageWithoutOne) {
     }
 }
 
+TEST_F(Im6Functions, AFileWithoutACalibrationLeavesNothingOfWhatATargetWasDescribedBy) {
+    makeIm6Sequence().write(_path);
+    for (ImagePtr const& pTarget :
+         {makeMemoryImage(*makeSequence(eIBT_UInt8), std::string(48, 'x')), ImagePtr(_pReference)}) {
+        pTarget->setGeometricCalibration(createGeometricCalibration2d(7, 7, "m", 0, 0, 0, 0, 0));
+        pTarget->setUserPropertiesStr("text of another image");
+        loadIm6ImageFile(_path, pTarget);
+        EXPECT_EQ(readPixels(*pTarget), makeIm6Sequence().pixels);
+        EXPECT_FALSE(pTarget->hasGeometricCalibration());
+        EXPECT_EQ(pTarget->getUserPropertiesStr(), "");
+    }
+}
+
 } // namespace test
 } // namespace velmo

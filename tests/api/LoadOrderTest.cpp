@@ -35,6 +35,7 @@ Texts getCatalogue(std::string const& domainKey, int nbMessages) {
     return steps;
 }
 
+/// The mutex of a class that applications do not see has no name here.
 Texts getExpectedSteps() {
     Texts steps = {"mutex Im6TypeName", "mutex Im6Version", "class velmo::image::file::Im6ImageFile"};
     append(steps, getCatalogue("N5velmo5image4file20eIm6ImageFileMessage6domainE", 15));
@@ -45,6 +46,8 @@ Texts getExpectedSteps() {
     append(steps, {"mutex TiffHandler", "mutex TiffTypeName", "class velmo::image::file::TiffImageFile"});
     append(steps, getCatalogue("N5velmo5image4file21eTiffImageFileMessage6domainE", 46));
     append(steps, getCatalogue("N5velmo5image4file22eImageFileUtilsMessage6domainE", 2));
+    append(steps, {"mutex unknown", "class velmo::image::file::CheckedTiffImageFile"});
+    append(steps, getCatalogue("N5velmo5image4file22eImageFileCheckMessage6domainE", 21));
     return steps;
 }
 

@@ -3,17 +3,21 @@
 
 #include "ZStepsFixture.h"
 
+#include <VELMOAttributes/ZSteps.h>
+#include <VELMOSerialization/XmlFile.h>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 namespace velmo {
 namespace test {
 
 namespace fs = boost::filesystem;
 using namespace image::file;
-using testing::HasSubstr;
+using imaproc::attr::ZSteps;
 using testing::StartsWith;
 using Steps = std::vector<float>;
 
@@ -149,25 +153,70 @@ TEST_F(ZStepsFile, ATextThatCannotBeOpenedIsAFailureWithTheSystemsWords) {
     EXPECT_EQ(raisedText(inFile), fileError(inFile, "Not a directory"));
 }
 
-TEST_F(ZStepsFile, APipeIsRefusedAndNotWaitedFor) {
+// What is no ordinary file
+
+TEST_F(ZStepsFile, APipeIsReadToTheEndOfItsWriter) {
+    ZSteps steps;
+    steps.accessSteps() = {2, 1};
+    writeToXmlFile(_other / "steps.xml", steps);
     for (char const* name : {"pipe", "pipe.xml"}) {
         fs::path const pipe = _other / name;
         ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-        EXPECT_THAT(archiveText([&] { loadWith(pipe); }),
-                    testing::AllOf(StartsWith(fileError(pipe, "")), HasSubstr("Illegal seek")));
+        std::string const bytes =
+            pipe.extension() == ".xml" ? readFile(_other / "steps.xml") : std::string("2\n1\n");
+        std::thread writer([&] { writeFile(pipe, bytes); });
+        expectStepsOf(pipe, {2, 1});
+        writer.join();
     }
 }
 
-TEST_F(ZStepsFile, ADeviceThatMayHaveNoEndIsRefused) {
-    for (char const* device : {"/dev/zero", "/dev/null"}) {
-        EXPECT_EQ(raisedText(device), fileError(device, "Illegal seek"));
-        fs::path const link = _other / "device.xml";
-        fs::remove(link);
-        fs::create_symlink(device, link);
-        EXPECT_THAT(archiveText([&] { loadWith(link); }),
-                    testing::AllOf(StartsWith(fileError(link, "")), HasSubstr("Illegal seek")));
+TEST_F(ZStepsFile, ThePathOfAnOpenPipeIsReadAsTheShellGivesIt) {
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], "2\n1\n", 4), 4);
+    close(ends[1]);
+    expectStepsOf("/dev/fd/" + std::to_string(ends[0]), {2, 1});
+    close(ends[0]);
+}
+
+TEST_F(ZStepsFile, StandardInputIsRead) {
+    EXPECT_EQ(inChild([&]() -> std::string {
+                  int ends[2] = {-1, -1};
+                  if (pipe(ends) != 0 || write(ends[1], "2\n1\n", 4) != 4 || dup2(ends[0], 0) != 0) {
+                      return "no pipe";
+                  }
+                  close(ends[1]);
+                  expectStepsOf("/dev/stdin", {2, 1});
+                  return HasFailure() ? "other steps" : "read";
+              }),
+              "read");
+}
+
+TEST_F(ZStepsFile, APipeWithoutAWriterIsRefusedInBoundedTime) {
+    for (char const* name : {"pipe", "pipe.xml"}) {
+        fs::path const pipe = _other / name;
+        ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+        std::string const text = inChild([&] { return textThrownBy([&] { loadWith(pipe); }); });
+        EXPECT_THAT(text, StartsWith(fileError(pipe, "")));
+        EXPECT_THAT(text, testing::EndsWith("No process has opened the pipe for writing within 2 seconds"));
     }
 }
+
+TEST_F(ZStepsFile, ADeviceWithoutAnEndIsRefused) {
+    fs::path const link = _other / "device.xml";
+    fs::create_symlink("/dev/zero", link);
+    for (fs::path const& device : {fs::path("/dev/zero"), link}) {
+        std::string const text = raisedText(device);
+        EXPECT_THAT(text, StartsWith(fileError(device, "")));
+        EXPECT_THAT(text, testing::EndsWith("The stream does not end within 16777216 bytes"));
+    }
+}
+
+TEST_F(ZStepsFile, ADeviceOfNothingHoldsNoStep) {
+    EXPECT_EQ(raisedText("/dev/null"), countMismatch(0));
+}
+
+// No permission, and paths in texts
 
 #ifdef VELMO_TEST_LIMITS_MEMORY
 TEST_F(ZStepsFile, ALineAsLongAsTheMemoryIsALineThatIsNoNumber) {

@@ -6,6 +6,7 @@
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageFile/Im6ImageFileMessage.h>
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
@@ -40,6 +41,7 @@ Domain const g_domains[] = {
     {typeid(eIm6ImageFileMessage::domain).name(), "Im6ImageFileMessage.h", 15},
     {typeid(eTiffImageFileMessage::domain).name(), "TiffImageFileMessage.h", 46},
     {typeid(eImageFileUtilsMessage::domain).name(), "ImageFileUtilsMessage.h", 2},
+    {typeid(eImageFileCheckMessage::domain).name(), "ImageFileCheckMessage.h", 21},
 };
 
 std::optional<std::string> findText(LogMessageManager const& manager, char const* domainKey, int id) {
@@ -54,10 +56,11 @@ std::optional<std::string> findText(Domain const& domain, int id) {
     return findText(getVELMOImageFileLogMessageManager(), domain.key, id);
 }
 
-/// Adds the texts of a domain of the host, whose ids have gaps.
+/// Adds the texts of a domain of the host, whose ids have gaps; line feeds as the page shows them.
 void addTexts(LogMessageManager const& manager, char const* domainKey, std::set<std::string>& texts) {
     for (int id = 0; id < 100; ++id) {
-        if (std::optional<std::string> const text = findText(manager, domainKey, id)) {
+        if (std::optional<std::string> text = findText(manager, domainKey, id)) {
+            boost::replace_all(*text, "\n", "\\n");
             texts.insert(*text);
         }
     }
@@ -78,7 +81,7 @@ std::set<std::string> getTextsOfTheHost() {
 /// The enumerators of a header, by id.
 std::vector<std::string> readEnumerators(Domain const& domain) {
     std::string const text = readFile(g_root / "include/public/VELMOImageFile" / domain.header);
-    std::regex const pattern("(eI6FM_|eRIFM_|eTIFM_|eIFUM_)(\\w+) = (\\d+)");
+    std::regex const pattern("(eI6FM_|eRIFM_|eTIFM_|eIFUM_|eIFCM_)(\\w+) = (\\d+)");
     std::vector<std::string> names;
     for (std::sregex_iterator found(text.begin(), text.end(), pattern), end; found != end; ++found) {
         EXPECT_EQ((*found)[3], std::to_string(names.size()));

@@ -123,8 +123,34 @@ ExpectedCatalogue const g_utilsCatalogue = {
         {1, "Invalid pattern string (%s), mixing patterns with and without keyword \"<INDEX>\""},
     }};
 
+ExpectedCatalogue const g_checkCatalogue = {
+    "N5velmo5image4file22eImageFileCheckMessage6domainE",
+    {
+        {0, "%d strips of directory z=%d, c=%d, t=%d cannot be decoded, their pixels are zero; the first one:\n%s"},
+        {1, "%d rows of directory z=%d, c=%d, t=%d cannot be decoded, their pixels are zero; the first one:\n%s"},
+        {2, "The chain of directories breaks off behind directory %d of file %s"},
+        {3, "The description announces %d planes, file %s holds %d"},
+        {4, "Plane z=%d, c=%d, t=%d of file %s ends behind the end of the file"},
+        {5, "The description announces %d planes in one directory, whose pixels are stored in a way that does not tell where the further planes of file %s lie"},
+        {6, "Planes of file %s are delivered as they lie in the file, in the byte order of another machine"},
+        {7, "A part of plane z=%d, c=%d, t=%d of file %s is read from another place than its own: whole planes alone are in their place"},
+        {8, "Packed pixels of directory z=%d, c=%d, t=%d of file %s are read from column %d instead of %d on"},
+        {9, "Directory %d is taken for directory %d of file %s: directory numbers have 16 bits"},
+        {10, "Strip %d of directory z=%d, t=%d of file %s was not written, its pixels are the former ones\n%s"},
+        {11, "Pixels %d to %d are not all inside the plane of %d pixels"},
+        {12, "The directory has planes of %d x %d pixels of %d bits, the image has %d x %d of %d"},
+        {13, "The strip takes %d bytes in the file, which cannot hold %d bytes of pixels"},
+        {14, "The strip has no known place in the file, or its compression cannot be written"},
+        {15, "The text holds a zero byte, which would end it in the file"},
+        {16, "The file announces %d bytes of pixels and has %d bytes"},
+        {17, "The image has %d pages, a file that can be loaded again holds at most %d of them"},
+        {18, "The image has no pixels, its file could not be loaded again"},
+        {19, "File %s of an archive record is missing and is made anew, in zeros"},
+        {20, "Not all pixels could be read, the missing ones are zero\n%s"},
+    }};
+
 std::vector<ExpectedCatalogue const*> getAllCatalogues() {
-    return {&g_rawCatalogue, &g_im6Catalogue, &g_tiffCatalogue, &g_utilsCatalogue};
+    return {&g_rawCatalogue, &g_im6Catalogue, &g_tiffCatalogue, &g_utilsCatalogue, &g_checkCatalogue};
 }
 
 } // namespace test

@@ -24,6 +24,7 @@ extern ExpectedCatalogue const g_rawCatalogue;
 extern ExpectedCatalogue const g_im6Catalogue;
 extern ExpectedCatalogue const g_tiffCatalogue;
 extern ExpectedCatalogue const g_utilsCatalogue;
+extern ExpectedCatalogue const g_checkCatalogue;
 
 std::vector<ExpectedCatalogue const*> getAllCatalogues();
 

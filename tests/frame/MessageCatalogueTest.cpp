@@ -5,6 +5,7 @@
 #include "ExpectedCatalogues.h"
 
 #include <VELMOImageFile/Im6ImageFileMessage.h>
+#include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
@@ -101,7 +102,7 @@ TEST(MessageCatalogue, EveryEntryHasItsText) {
             ++nbMessages;
         }
     }
-    EXPECT_EQ(nbMessages, 78U);
+    EXPECT_EQ(nbMessages, 99U);
 }
 
 TEST(MessageCatalogue, IdsRunFromZeroWithoutGapsAndEndAtTheLastEntry) {
@@ -117,6 +118,7 @@ TEST(MessageCatalogue, IdsRunFromZeroWithoutGapsAndEndAtTheLastEntry) {
     EXPECT_EQ(g_rawCatalogue.messages.size(), 15U);
     EXPECT_EQ(g_im6Catalogue.messages.size(), 15U);
     EXPECT_EQ(g_utilsCatalogue.messages.size(), 2U);
+    EXPECT_EQ(g_checkCatalogue.messages.size(), 21U);
 }
 
 TEST(MessageCatalogue, DomainKeysAreTheTypeNamesOfTheirEnumerations) {
@@ -124,6 +126,7 @@ TEST(MessageCatalogue, DomainKeysAreTheTypeNamesOfTheirEnumerations) {
     EXPECT_EQ(g_im6Catalogue.domainKey, typeid(eIm6ImageFileMessage::domain).name());
     EXPECT_EQ(g_tiffCatalogue.domainKey, typeid(eTiffImageFileMessage::domain).name());
     EXPECT_EQ(g_utilsCatalogue.domainKey, typeid(eImageFileUtilsMessage::domain).name());
+    EXPECT_EQ(g_checkCatalogue.domainKey, typeid(eImageFileCheckMessage::domain).name());
 }
 
 TEST(MessageCatalogue, TheModulesOwnDomainHoldsNoMessage) {
@@ -162,7 +165,7 @@ TEST(MessageCatalogue, ATextWithALineFeedShowsTheLowerLevelsWordsOnTheSecondLine
                         testing::AnyOf("the lower level's words", "[the lower level's words]"));
         }
     }
-    EXPECT_EQ(nbTexts, 33);
+    EXPECT_EQ(nbTexts, 37);
 }
 
 TEST(MessageCatalogue, TheLibtiffTextThatCouldNotBeDecodedStandsInBrackets) {

@@ -144,8 +144,10 @@ OutputOptions::Writer OutputOptions::createWriter(image::DiskImagePtr const& pIm
             }
         };
     }
-    std::string const header = _headerFile.empty() ? std::string() : readHeader(_headerFile);
-    return [=](boost::filesystem::path const& path) { image::file::saveRawImageFile(path, pImage, header); };
+    image::file::RawWriteOptions options;
+    options.fileHeader = _headerFile.empty() ? std::string() : readHeader(_headerFile);
+    options.bReplaceWhenWhole = false; // the path is a temporary one already
+    return [=](boost::filesystem::path const& path) { image::file::saveRawImageFile(path, pImage, options); };
 }
 
 void OutputOptions::save(ObservedSource const& source) const {

@@ -26,7 +26,7 @@ struct TiffOpenRequest {
 };
 
 /// What an opening finds. The handle is the caller's, who closes it.
-struct OpenedTiff {
+struct TiffContents {
     TIFF* pTiff = nullptr;
     ImageGeometryPtr pGeometry;
     GeometricCalibrationPtr pCalibration; ///< null where the file has none
@@ -35,7 +35,8 @@ struct OpenedTiff {
 };
 
 /// `openTiffFile` under any policy. After a failure `opened` is empty, and the file is as it was.
-BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request, OpenedTiff& opened);
+BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request,
+                    TiffContents& opened);
 
 } // namespace file
 } // namespace image

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <VELMOImage/ImageEnums.h>
+#include <VELMOUtil/BoolResult.h>
 #include <array>
 #include <boost/filesystem/path.hpp>
 #include <memory>
@@ -31,6 +32,9 @@ class TiffStream {
     static TIFF* open(boost::filesystem::path const& path, char const* mode);
     /// Why the system did not open the file of the last `open` of this thread; no error where it did.
     static std::error_code getOpenError();
+    /// What the system said of the last closing of a file by this thread: some file systems report there what
+    /// they could not write.
+    static BoolResult getCloseResult();
     /// The stream of a handle that `open` made; null for any other.
     static TiffStream* find(TIFF* pTiff);
 

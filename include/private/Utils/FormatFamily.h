@@ -22,6 +22,8 @@ class BaseDiskImageAccessor;
 
 namespace file {
 
+class ReplacedFile;
+
 /// Where the messages of a format's public functions stand.
 struct FamilyMessages {
     char const* domainKey;
@@ -39,6 +41,9 @@ class FamilyFailure {
     static FamilyFailure ofSave(FamilyMessages const& messages, RaiseSite const& site,
                                 boost::filesystem::path const& path);
 
+    /// The same for steps that write to another file, which takes the target's name later: texts name the target.
+    FamilyFailure writingTo(ReplacedFile const& file) const;
+
     /// Raises, with the path in quotes and the text of `result` behind it, unless the result is a success.
     void require(BoolResult const& result, char const* file = __builtin_FILE(),
                  unsigned int line = __builtin_LINE()) const;
@@ -54,6 +59,7 @@ class FamilyFailure {
     int _id;
     RaiseSite _site;
     boost::filesystem::path const& _path;
+    ReplacedFile const* _pReplaced = nullptr;
 };
 
 enum class eDispatch { Local, Default };

@@ -37,6 +37,8 @@ class PlaneFile {
     PlanTable const& getPlans() const { return _plans; }
     ThreadStreams& accessStreams() { return _streams; }
 
+    // After each failure `errno` is the reason of the system, or 0 where the system did not fail.
+
     /// The calling thread's stream on the accessor's file, opened where there is none.
     BoolResult findStream(BaseDiskImageAccessor const& accessor, FStreamPtr& pStream);
 

@@ -46,8 +46,9 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
 
     /// Opens a file with the geometry and, if it has one, the calibration that it tells. A file that is
     /// shorter than what it tells is refused, one that is longer is not; but one that ends within the planes
-    /// or the text that is to follow them is open, and its reads tell what is missing. On a failure the
-    /// accessor has no file.
+    /// or the text that is to follow them is open, and its reads tell what is missing. A file whose header,
+    /// text or calibration record the system refuses to read is a failure. On a failure the accessor has no
+    /// file.
     BoolResult openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
     /// The same with `hasSharedRemoteAccess` set, which an archive keeps.

@@ -19,10 +19,13 @@ namespace file {
 /// and, behind a line feed, what went wrong. A file that is no Im6 file comes as VELMOImageException. Too
 /// little memory for the pixels is such a failure; for anything smaller it may come as std::bad_alloc. Any
 /// number of calls may run at once.
+///
+/// No function takes options: each returns the pixels that the file holds, or throws. The loads into an image
+/// in memory return the calibration as well; the distributed ones never do.
 
 /// Gives `image`, which must be of a kind that accepts `init`, the file's geometry, then its pixels, on the
 /// calling thread, and its calibration, if it has one. After a failure the image is what it was, or has the
-/// geometry and the pixels so far.
+/// geometry and the pixels so far. An empty pointer is thrown as VELMOBaseProcessingException.
 VELMO_IMAGE_FILE_EXPORT void loadIm6ImageFile(boost::filesystem::path const& path, ImagePtr const& image);
 
 /// A new image in memory.

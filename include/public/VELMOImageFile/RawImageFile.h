@@ -24,8 +24,11 @@ class PlaneFile;
 /// lock is held while bytes move. Writes to the same bytes are not ordered. Creating, opening, clearing,
 /// `resizeData` and `read` need exclusive use.
 ///
-/// Failures. The file's own are returned as a false BoolResult whose text names the path. A stream that
-/// failed is not mended: every later access on that thread fails at its seek, until the file is opened anew.
+/// Failures. The file's own are returned as a false BoolResult whose text names the path. After a failed
+/// `createFile`, `readRawData` or `writeRawData` the calling thread's `errno` is the reason of the system, or
+/// 0 where the system did not fail; `clear` sets it to 0, or to the reason for which a stream could not be
+/// closed. A stream that failed stays in its error state: every later access on that thread fails at its
+/// seek, until the file is opened anew.
 class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
   public:
     /// An accessor without a file.

@@ -90,6 +90,15 @@ TEST_F(ResampleRules, AnImageWithoutAGeometryBehindStepsIsThrown) {
     EXPECT_THROW(_processor.set<InImg3d>(boost::make_shared<MemoryImage>()), VELMOImageException);
 }
 
+TEST_F(ResampleRules, PlanesOfDifferentTypesAreRefusedWithTheirPlace) {
+    std::string const text = "InImg3d has planes of different pixel types: plane z=2 is of type eIBT_UInt16";
+    auto const types = {eIBT_UInt8, eIBT_UInt8, eIBT_UInt16};
+    ImagePtr const pMixed = makeNoise(*GeometryBuilder().volume(3).types(types).build());
+    EXPECT_EQ(refusal<InImg3d>(pMixed), text);
+    _processor.set<InZSteps>(makeZSteps({1, 1}));
+    EXPECT_EQ(refusal<InImg3d>(pMixed), text);
+}
+
 TEST_F(ResampleRules, StepsMustBeOneFewerThanThePlanesInEitherOrder) {
     std::string const text = "InZSteps of 1 steps does not fit InImg3d of 3 planes";
     _processor.set<InImg3d>(_pThree);

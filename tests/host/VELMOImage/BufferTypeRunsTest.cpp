@@ -40,6 +40,14 @@ TEST(BufferTypeRuns, OfOneTypeOrOfNoneAreUniform) {
     EXPECT_FALSE(BufferTypeRuns(Types{eIBT_UInt8, eIBT_Int16, eIBT_UInt8}).isUniform());
 }
 
+TEST(BufferTypeRuns, TellTheirFirstChangeAndTheTypesThatTheyHave) {
+    EXPECT_EQ(BufferTypeRuns().getFirstChange(), 0U);
+    EXPECT_EQ(BufferTypeRuns(Types(3, eIBT_UInt8)).getFirstChange(), 3U);
+    BufferTypeRuns const runs(Types{eIBT_UInt8, eIBT_UInt8, eIBT_Int16, eIBT_UInt8});
+    EXPECT_EQ(runs.getFirstChange(), 2U);
+    EXPECT_EQ(runs.getTypesOfRuns(), (Types{eIBT_UInt8, eIBT_Int16, eIBT_UInt8}));
+}
+
 TEST(BufferTypeRuns, FollowEachOther) {
     BufferTypeRuns runs(Types{eIBT_UInt8, eIBT_UInt16});
     runs.add(eIBT_Int16, 0);

@@ -64,7 +64,9 @@ class ByteAccessor : public CopyableObject<ByteAccessor, image::BaseDiskImageAcc
     ByteStorage& getStorage() const { return *_pStorage; }
     bool hasStorage() const { return _pStorage != nullptr; }
 
-    bool hasBinary8BitsStorage() const override { return true; }
+    bool hasBinary8BitsStorage() const override { return _bBytes; }
+    /// From now on answers that binary pixels are packed bits.
+    void packBinary() { _bBytes = false; }
     BoolResult resizeData(image::BaseImageGeometry const& geometry) override;
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
@@ -78,6 +80,7 @@ class ByteAccessor : public CopyableObject<ByteAccessor, image::BaseDiskImageAcc
     std::byte* find(PixelRun const& run) const;
 
     std::shared_ptr<ByteStorage> _pStorage;
+    bool _bBytes = true;
 };
 
 /// An accessor over a storage of its own path.

@@ -160,6 +160,16 @@ TEST(DistributedImage, InitAgainReplacesTheBlocks) {
     EXPECT_EQ(readAll(image), Bytes(15 * 3));
 }
 
+TEST(DistributedImage, InitAgainDropsCalibrationAndUserProperties) {
+    DistributedImage image(boost::make_shared<CountingEngine>(2));
+    ASSERT_TRUE(image.init(*GeometryBuilder().volume(3).build()));
+    image.setGeometricCalibration(createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0));
+    image.setUserPropertiesStr("key=value");
+    ASSERT_TRUE(image.init(*GeometryBuilder().volume(3).build()));
+    EXPECT_FALSE(image.hasGeometricCalibration());
+    EXPECT_EQ(image.getUserPropertiesStr(), "");
+}
+
 TEST(DistributedImage, AnInitWhoseSecondBlockFailsGivesTheFirstBack) {
     auto const pEngine = boost::make_shared<CountingEngine>(2, 1);
     DistributedImage image(pEngine);

@@ -41,6 +41,17 @@ std::string refusalOf(std::string const& xml, BaseImageGeometry& geometry) {
     return text;
 }
 
+/// A geometry that must not be written: neither archive holds a byte of it.
+template <class Exception>
+std::string writeRefusalOf(BaseImageGeometry const& geometry) {
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    std::string const text = thrownText<Exception>([&] { geometry.write(archive); });
+    EXPECT_EQ(stream.str(), "");
+    EXPECT_EQ(thrownText<Exception>([&] { toXml(geometry); }), text);
+    return text;
+}
+
 } // namespace
 
 TEST(GeometryArchive, EveryKindComesBackFromABinaryArchive) {
@@ -176,6 +187,41 @@ TEST(GeometryArchive, AnEnumerationValueThatNobodyKnowsIsRefused) {
                 << row.item;
         }
     }
+}
+
+TEST(GeometryArchive, AValueThatReadingWouldRefuseIsNotWritten) {
+    auto const outside = static_cast<eImageBufferType>(12);
+    ImageGeometryPtr const pColor =
+        GeometryBuilder().color(static_cast<eColorGeometryType>(eCGT_User + 1)).build();
+    EXPECT_EQ(writeRefusalOf<VELMOSerializationException>(*pColor),
+              "The unknown enumeration value 11 cannot be stored in an archive");
+    for (GeometryBuilder const& builder :
+         {GeometryBuilder().type(outside),
+          GeometryBuilder().sequence(3).types({eIBT_UInt8, eIBT_Label8, outside}),
+          GeometryBuilder().volume(2).types({outside, eIBT_UInt8})}) {
+        EXPECT_EQ(writeRefusalOf<VELMOSerializationException>(*builder.build()),
+                  "The unknown enumeration value 12 cannot be stored in an archive");
+    }
+}
+
+TEST(GeometryArchive, TypesThatNoLongerFitAreNotWritten) {
+    ImageGeometryPtr const pPlanes = GeometryBuilder().volume(2).types({eIBT_UInt8, eIBT_Int16}).build();
+    pPlanes->getVolumeGeometry().init3d(5);
+    EXPECT_EQ(writeRefusalOf<VELMOImageException>(*pPlanes),
+              "2 buffer types fit neither the time steps nor the planes of an image of sizes z=5 t=1");
+    ImageGeometryPtr const pSteps =
+        GeometryBuilder().sequence(3).types({eIBT_UInt8, eIBT_Int16, eIBT_UInt8}).build();
+    for (vlUInt64 const sizeT : {vlUInt64{0}, vlUInt64{2}, vlUInt64{4}}) {
+        pSteps->getTemporalGeometry().initSequence(sizeT);
+        EXPECT_THAT(writeRefusalOf<VELMOImageException>(*pSteps), HasSubstr("3 buffer types fit neither"));
+    }
+}
+
+TEST(GeometryArchive, SizesWhoseProductPasses64BitsAreNotWritten) {
+    ImageGeometryPtr const pGeometry = GeometryBuilder().build();
+    pGeometry->getVolumeGeometry().init3d(NumericLimits<vlUInt64>::s_max);
+    EXPECT_THAT(writeRefusalOf<VELMOImageException>(*pGeometry),
+                HasSubstr("more bytes than 64 bits can count"));
 }
 
 TEST(GeometryArchive, ANewerVersionIsRefused) {

@@ -77,6 +77,33 @@ TEST_F(ImageFactoryTest, ADiskImageWithoutAnAccessorIsRefusedAndLeavesOut) {
     EXPECT_EQ(pImage, pBefore);
 }
 
+TEST_F(ImageFactoryTest, AnAccessorThatPacksBinaryPixelsIsRefusedWhereThereAreAny) {
+    DiskImagePtr const pBefore =
+        boost::make_shared<DiskImage>(makeByteAccessor("kept.raw", *GeometryBuilder().build()));
+    for (GeometryBuilder const& builder :
+         {GeometryBuilder().type(eIBT_Binary),
+          GeometryBuilder().sequence(3).types({eIBT_UInt8, eIBT_Binary, eIBT_UInt8})}) {
+        auto const pAccessor = makeByteAccessor("packed.raw", *GeometryBuilder(builder).build());
+        DiskImagePtr pImage = pBefore;
+        EXPECT_TRUE(factory.createDiskImage(pAccessor, pImage));
+        pAccessor->packBinary();
+        pImage = pBefore;
+        BoolResult const result = factory.createDiskImage(pAccessor, pImage);
+        EXPECT_FALSE(result);
+        EXPECT_EQ(result.getMessage(), "A disk image takes binary pixels as one byte each, and accessor "
+                                       "velmo::test::ByteAccessor packs them");
+        EXPECT_EQ(pImage, pBefore);
+    }
+}
+
+TEST_F(ImageFactoryTest, AnAccessorThatPacksBinaryPixelsIsTakenWhereThereAreNone) {
+    auto const pAccessor = makeByteAccessor(
+        "unpacked.raw", *GeometryBuilder().sequence(2).types({eIBT_UInt8, eIBT_Label8}).build());
+    pAccessor->packBinary();
+    DiskImagePtr pImage;
+    EXPECT_TRUE(factory.createDiskImage(pAccessor, pImage));
+}
+
 TEST_F(ImageFactoryTest, ADistributedImageIsSpreadOverTheEngineThatIsSet) {
     auto const pEngine = boost::make_shared<CountingEngine>(3);
     factory.setDistributionEngine(pEngine);

@@ -260,6 +260,24 @@ TEST(ImageGeometry, FreeFunctionsMakeHomogeneousGeometries) {
     EXPECT_THROW(geometry3d(eIBT_Int16, vlUInt64{1} << 63U, 2, 1), VELMOImageException);
 }
 
+TEST(ImageGeometry, KnowsWhetherPlanesHaveAPixelType) {
+    EXPECT_TRUE(hasBufferType(*GeometryBuilder().type(eIBT_Binary).build(), eIBT_Binary));
+    EXPECT_FALSE(hasBufferType(*GeometryBuilder().type(eIBT_Label8).build(), eIBT_Binary));
+    ImageGeometryPtr const pMixed = GeometryBuilder().sequence(2).types({eIBT_UInt8, eIBT_Binary}).build();
+    EXPECT_TRUE(hasBufferType(*pMixed, eIBT_UInt8));
+    EXPECT_TRUE(hasBufferType(*pMixed, eIBT_Binary));
+    EXPECT_FALSE(hasBufferType(*pMixed, eIBT_Label8));
+}
+
+TEST(ImageGeometry, KnowsThePlaneWhoseTypeIsNotThatOfThePlanesBeforeIt) {
+    auto const find = [](GeometryBuilder const& builder) { return findPlaneOfOtherType(*builder.build()); };
+    EXPECT_EQ(find(GeometryBuilder().volume(3)), std::nullopt);
+    EXPECT_EQ(find(GeometryBuilder().volume(2).types({eIBT_Int16, eIBT_Int16})), std::nullopt);
+    EXPECT_EQ(find(GeometryBuilder().volume(2).sequence(2).types({eIBT_Int16, eIBT_UInt8})), std::nullopt);
+    EXPECT_EQ(find(GeometryBuilder().volume(3).types({eIBT_Int16, eIBT_Int16, eIBT_UInt8})), 2U);
+    EXPECT_EQ(find(GeometryBuilder().volume(3).sequence(1).types({eIBT_Int16, eIBT_UInt8, eIBT_UInt8})), 1U);
+}
+
 TEST(ImageGeometry, GeometriesOfTheSamePixelsAreEqualWhateverTheirClass) {
     ImageGeometryPtr const pOne = GeometryBuilder().sequence(2).type(eIBT_Real32).build();
     ImageGeometryPtr const pEach = GeometryBuilder().sequence(2).types({eIBT_Real32, eIBT_Real32}).build();

@@ -62,24 +62,21 @@ std::vector<Mismatch> makeMismatches() {
     constexpr auto Z = eJoinAxis::Z;
     constexpr auto T = eJoinAxis::T;
     char const* const plain = "x=5 y=3 z=2 c=1 t=1 eIBT_UInt8";
-    return {{"SizeXAlongZ", Z, volume(), volume().plane(4, 3), "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
-            {"SizeXAlongT", T, volume(), volume().plane(4, 3), "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
-            {"SizeYAlongZ", Z, volume(), volume().plane(5, 4), "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
-            {"SizeYAlongT", T, volume(), volume().plane(5, 4), "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
-            {"SizeZAlongT", T, volume(), volume().volume(3), "x=5 y=3 z=3 c=1 t=1 eIBT_UInt8", plain},
-            {"SizeCAlongZ", Z, volume().channels(2), volume().channels(3), "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8",
-             "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
-            {"SizeCAlongT", T, volume().channels(2), volume().channels(3), "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8",
-             "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
-            {"ColorsAlongZ", Z, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
-             "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"},
-            {"ColorsAlongT", T, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
-             "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"},
-            {"TypeAlongZ", Z, volume(), volume().type(eIBT_Label8), "x=5 y=3 z=2 c=1 t=1 eIBT_Label8", plain},
-            {"TimeStepsOfTheSecondAlongZ", Z, volume(), volume().sequence(2),
-             "x=5 y=3 z=2 c=1 t=2 eIBT_UInt8", plain},
-            {"NoTimeStepOfTheSecondAlongZ", Z, volume(), volume().sequence(0),
-             "x=5 y=3 z=2 c=1 t=0 eIBT_UInt8", plain}};
+    return {
+        {"SizeXAlongZ", Z, volume(), volume().plane(4, 3), "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
+        {"SizeXAlongT", T, volume(), volume().plane(4, 3), "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
+        {"SizeYAlongZ", Z, volume(), volume().plane(5, 4), "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
+        {"SizeYAlongT", T, volume(), volume().plane(5, 4), "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
+        {"SizeZAlongT", T, volume(), volume().volume(3), "x=5 y=3 z=3 c=1 t=1 eIBT_UInt8", plain},
+        {"SizeCAlongZ", Z, volume().channels(2), volume().channels(3), "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8",
+         "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
+        {"SizeCAlongT", T, volume().channels(2), volume().channels(3), "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8",
+         "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
+        {"ColorsAlongZ", Z, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
+         "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"},
+        {"ColorsAlongT", T, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
+         "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"},
+        {"TypeAlongZ", Z, volume(), volume().type(eIBT_Label8), "x=5 y=3 z=2 c=1 t=1 eIBT_Label8", plain}};
 }
 
 class JoinMismatch : public testing::TestWithParam<Mismatch> {};
@@ -103,10 +100,39 @@ TEST_P(JoinMismatch, IsRefusedWithBothDescriptionsAndChangesNothing) {
 INSTANTIATE_TEST_SUITE_P(JoinLayout, JoinMismatch, testing::ValuesIn(makeMismatches()),
                          [](auto const& mismatch) { return mismatch.param.name; });
 
-TEST(JoinLayout, ASequenceCannotBeTheFirstOfAVolume) {
-    EXPECT_EQ(joinedGeometry({volume().sequence(2).build(), volume().build()}, eJoinAxis::Z),
-              "Image 0 (x=5 y=3 z=2 c=1 t=2 eIBT_UInt8) cannot be joined to the first one "
-              "(x=5 y=3 z=2 c=1 t=2 eIBT_UInt8)");
+TEST(JoinLayout, APartWithoutExactlyOneTimeStepIsRefusedAlongZWithTheirNumber) {
+    EXPECT_EQ(joinedGeometry({volume().build(), volume().sequence(2).build()}, eJoinAxis::Z),
+              "Image 1 (x=5 y=3 z=2 c=1 t=2 eIBT_UInt8) has 2 time steps: only images of one time step are "
+              "joined along Z");
+    EXPECT_EQ(joinedGeometry({volume().sequence(0).build(), volume().build()}, eJoinAxis::Z),
+              "Image 0 (x=5 y=3 z=2 c=1 t=0 eIBT_UInt8) has 0 time steps: only images of one time step are "
+              "joined along Z");
+    EXPECT_EQ(joinedGeometry({volume().sequence(3).build(), volume().sequence(3).build()}, eJoinAxis::Z),
+              "Image 0 (x=5 y=3 z=2 c=1 t=3 eIBT_UInt8) has 3 time steps: only images of one time step are "
+              "joined along Z");
+}
+
+TEST(JoinLayout, APartWhoseTimeStepHasPlanesOfDifferentTypesIsRefusedWithItsPlace) {
+    auto const pUniform = volume().volume(4).build();
+    auto const pMixed = volume().volume(4).types({eIBT_UInt8, eIBT_UInt8, eIBT_Int8, eIBT_UInt8}).build();
+    std::string const text = " (x=5 y=3 z=4 c=1 t=1 eIBT_UInt8) cannot be joined: its plane z=2 is of type "
+                             "eIBT_Int8";
+    for (eJoinAxis const axis : {eJoinAxis::Z, eJoinAxis::T}) {
+        EXPECT_EQ(joinedGeometry({pUniform, pMixed}, axis), "Image 1" + text);
+        EXPECT_EQ(joinedGeometry({pMixed, pUniform}, axis), "Image 0" + text);
+        EXPECT_EQ(joinedGeometry({pMixed, pMixed}, axis), "Image 0" + text);
+    }
+}
+
+TEST(JoinLayout, APartWithOneTypeForEachPlaneThatAreAllTheSameJoins) {
+    auto const pEach = volume().types({eIBT_UInt16, eIBT_UInt16}).build();
+    auto const pOne = volume().type(eIBT_UInt16).build();
+    for (auto const& parts : {std::vector<ImageGeometryPtr>{pEach, pOne}, {pOne, pEach}}) {
+        EXPECT_EQ(joinedGeometry(parts, eJoinAxis::Z),
+                  describe(*volume().volume(4).type(eIBT_UInt16).build()));
+        EXPECT_EQ(joinedGeometry(parts, eJoinAxis::T),
+                  describe(*volume().sequence(2).type(eIBT_UInt16).build()));
+    }
 }
 
 TEST(JoinLayout, NothingToJoinIsRefused) {

@@ -133,15 +133,43 @@ TEST(JoinedImage, ItsCpuCopyKeepsTheTypeOfEachTimeStep) {
     EXPECT_TRUE(readAll(*pCopy) == readParts(parts, eJoinAxis::T));
 }
 
-TEST(JoinedImage, VolumesWithATypeForEachPlaneJoinByTheFirstThatStandsForAll) {
-    auto const parts = {
-        makeDiskPart(*GeometryBuilder().volume(2).types({eIBT_UInt16, eIBT_UInt8}).build(), 1),
-        makeDiskPart(*GeometryBuilder().volume(1).type(eIBT_UInt16).build(), 2)};
-    std::vector<ImagePtr> const images(parts.begin(), parts.end());
-    ImagePtr const pWhole = joinVolumes(images);
-    EXPECT_EQ(describe(pWhole->getGeometry()),
-              describe(*GeometryBuilder().volume(3).type(eIBT_UInt16).build()));
-    EXPECT_TRUE(readAll(*pWhole) == readParts(images, eJoinAxis::Z));
+TEST(JoinedImage, VolumesWithPlanesOfDifferentTypesAreRefusedByEveryCallAndLeaveTheOutput) {
+    std::vector<ImagePtr> const parts = {
+        makeDiskPart(*GeometryBuilder().volume(2).type(eIBT_UInt16).build(), 1),
+        makeDiskPart(*GeometryBuilder().volume(2).types({eIBT_UInt16, eIBT_UInt8}).build(), 2)};
+    for (JoinCall const& call : getJoinCalls()) {
+        ImagePtr const pBefore = makeDiskPart(*GeometryBuilder().build());
+        ImagePtr out = pBefore;
+        EXPECT_THAT(call.join(parts, out),
+                    FailsWith("Image 1 (x=5 y=3 z=2 c=1 t=1 eIBT_UInt16) cannot be joined: its plane z=1 is "
+                              "of type eIBT_UInt8"))
+            << call.name;
+        EXPECT_EQ(out, pBefore) << call.name;
+    }
+}
+
+TEST(JoinedImage, JoinedAgainHasNothingOfTheDescriptionBefore) {
+    JoinedImage image;
+    ASSERT_TRUE(image.join({makeMemoryPart(*GeometryBuilder().build())}, eJoinAxis::Z));
+    image.setGeometricCalibration(createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0));
+    image.setUserPropertiesStr("key=value");
+    ASSERT_TRUE(image.join({makeMemoryPart(*GeometryBuilder().build())}, eJoinAxis::Z));
+    EXPECT_FALSE(image.hasGeometricCalibration());
+    EXPECT_EQ(image.getUserPropertiesStr(), "");
+}
+
+TEST(JoinedImage, ADiskImageOfPartsOfWhichOnePacksItsBinaryPixelsIsRefused) {
+    auto const pGeometry = GeometryBuilder().type(eIBT_Binary).build();
+    auto const pPacked = makeByteAccessor("packed part", *pGeometry);
+    std::vector<ImagePtr> const parts = {makeDiskPart(*pGeometry), boost::make_shared<DiskImage>(pPacked)};
+    pPacked->packBinary();
+    DiskImagePtr out;
+    for (BoolResult const& result : {SubImageExtractor::concatenateDiskVolumes(parts, out),
+                                     SubImageExtractor::concatenateDiskSequences(parts, out)}) {
+        EXPECT_THAT(result, FailsWith("A disk image takes binary pixels as one byte each, and accessor "
+                                      "velmo::image::JoinedImageAccessor packs them"));
+    }
+    EXPECT_FALSE(out);
 }
 
 TEST(JoinedImage, IsStoredInNoFileWhereAllPartsAreInMemory) {

@@ -228,6 +228,18 @@ TEST_F(FilledMemoryImage, CalibrationAndUserPropertiesBelongToTheImage) {
     EXPECT_FALSE(image.hasGeometricCalibration());
 }
 
+TEST_F(FilledMemoryImage, InitDropsCalibrationAndUserPropertiesUnlessItFails) {
+    auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
+    image.setGeometricCalibration(pCalibration);
+    image.setUserPropertiesStr("key=value");
+    EXPECT_FALSE(image.init(*geometry3d(eIBT_UInt8, vlUInt64{1} << 30U, vlUInt64{1} << 30U, 1)));
+    EXPECT_EQ(image.getGeometricCalibrationConstPtr(), pCalibration);
+    EXPECT_EQ(image.getUserPropertiesStr(), "key=value");
+    ASSERT_TRUE(image.init(image.getGeometry()));
+    EXPECT_FALSE(image.hasGeometricCalibration());
+    EXPECT_EQ(image.getUserPropertiesStr(), "");
+}
+
 TEST_F(FilledMemoryImage, ACpuCopyHoldsAllThatTheImageHolds) {
     auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
     image.setGeometricCalibration(pCalibration);

@@ -1,17 +1,19 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "CapturedLog.h"
 #include "CopyTools.h"
 #include "CountingEngine.h"
 #include "GeometryBuilder.h"
 #include "ThrownText.h"
 #include "VELMOImage/DiskImage.h"
 #include "VELMOImage/DistributedImage.h"
+#include "VELMOImage/SubImageExtractor.h"
 #include "VELMOSerialization/BinaryArchive.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 #include "VELMOSerialization/VELMOSerializationLog.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sstream>
 
 using namespace velmo;
@@ -39,6 +41,7 @@ class DefaultCopyFromDisk : public testing::Test {
 } // namespace
 
 TEST_F(DefaultCopyFromDisk, SendsTheRecordOfTheAccessorToTheWorkers) {
+    DynamicRegistrator<ByteAccessor> const registrator;
     auto const pEngine = boost::make_shared<CountingEngine>(3);
     auto const pTarget = boost::make_shared<DistributedImage>(pEngine);
     ASSERT_TRUE(pTarget->init(*pGeometry));
@@ -63,10 +66,34 @@ TEST_F(DefaultCopyFromDisk, FillsWorkersThatRebuildARegisteredAccessor) {
     }
 }
 
-TEST_F(DefaultCopyFromDisk, OfAnAccessorThatIsNotRegisteredIsThrown) {
-    ImagePtr const pTarget = makeImage(eIK_Distributed, *pGeometry, "");
-    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { runCopy(pDisk, pTarget, policy); }),
-              "The archive holds an object of the unknown class velmo::test::ByteAccessor");
+TEST_F(DefaultCopyFromDisk, OfAnAccessorThatIsNotRegisteredIsAnOrdinaryCopy) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    auto const pEngine = boost::make_shared<CountingEngine>(3);
+    auto const pTarget = boost::make_shared<DistributedImage>(pEngine);
+    ASSERT_TRUE(pTarget->init(*pGeometry));
+    EXPECT_EQ(runCopy(pDisk, pTarget, policy).getMessage(), "");
+    EXPECT_EQ(readAll(*pTarget), pattern);
+    EXPECT_EQ(pEngine->getCountingOwner(0).getFillRecord(), "");
+    EXPECT_TRUE(log.getRecords().empty());
+}
+
+TEST_F(DefaultCopyFromDisk, OfAJoinedImageWithAPartThatIsNotRegisteredIsAnOrdinaryCopy) {
+    DiskImagePtr pJoined;
+    ASSERT_TRUE(SubImageExtractor::concatenateDiskSequences({pDisk, pDisk}, pJoined));
+    EXPECT_FALSE(pJoined->getAccessor()->canBeRebuilt());
+    ImagePtr const pTarget = makeImage(eIK_Distributed, pJoined->getGeometry(), "");
+    EXPECT_EQ(runCopy(pJoined, pTarget, policy).getMessage(), "");
+    EXPECT_EQ(readAll(*pTarget), readAll(*pJoined));
+    DynamicRegistrator<ByteAccessor> const registrator;
+    EXPECT_TRUE(pJoined->getAccessor()->canBeRebuilt());
+}
+
+TEST_F(DefaultCopyFromDisk, OfAnAccessorThatIsNotRegisteredReturnsTheTextOfItsFailure) {
+    pAccessor->getStorage().readGate = [](PixelRun const& run) {
+        return run.t == 1 && run.z == 4 ? failure("one plane is gone") : success();
+    };
+    EXPECT_EQ(runCopy(pDisk, makeImage(eIK_Distributed, *pGeometry, ""), policy).getMessage(),
+              "one plane is gone");
 }
 
 TEST_F(DefaultCopyFromDisk, LocalThreadsNeedNoRegistration) {
@@ -85,6 +112,32 @@ TEST_F(DefaultCopyFromDisk, ReturnsTheTextOfAWorkersFailure) {
     processor::ActionResult const result = runCopy(pDisk, makeImage(eIK_Distributed, *pGeometry, ""), policy);
     EXPECT_NE(result.getStatus(), 0U);
     EXPECT_EQ(result.getMessage(), "one plane is gone");
+}
+
+TEST_F(DefaultCopyFromDisk, AWorkerThatCannotRebuildItsAccessorReturnsTheTextAndLogsNothing) {
+    DynamicRegistrator<ByteAccessor> const registrator;
+    std::ostringstream record;
+    BinaryOArchive archive(record);
+    archive.writeObject("accessor", pAccessor);
+    std::string const cut = record.str().substr(0, record.str().size() - 1);
+    auto const pTarget = boost::make_shared<DistributedImage>(createThreadDistributionEngine(2));
+    ASSERT_TRUE(pTarget->init(*pGeometry));
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    EXPECT_THAT(pTarget->fillFromAccessor(cut).getMessage(),
+                testing::StartsWith("The archive ends inside of item "));
+    EXPECT_TRUE(log.getRecords().empty());
+}
+
+TEST_F(DefaultCopyFromDisk, AWorkerThatDoesNotKnowTheClassThrowsWithOneRecord) {
+    std::ostringstream record;
+    BinaryOArchive archive(record);
+    archive.writeObject("accessor", pAccessor);
+    auto const pTarget = boost::make_shared<DistributedImage>(createThreadDistributionEngine(1));
+    ASSERT_TRUE(pTarget->init(*pGeometry));
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { pTarget->fillFromAccessor(record.str()); }),
+              "The archive holds an object of the unknown class velmo::test::ByteAccessor");
+    EXPECT_EQ(log.getRecords().size(), 1U);
 }
 
 TEST_F(DefaultCopyFromDisk, WorksThroughTheDiskImageToOtherTargets) {

@@ -3,13 +3,17 @@
 
 // The copy's result as a value of the processor, and copies of joined images.
 
+#include "../VELMOUtil/FailingLog.h"
+#include "CapturedLog.h"
 #include "CopyTools.h"
 #include "JoinTools.h"
 #include "ThrownText.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 
+#include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
+#include <stdexcept>
 
 using namespace velmo;
 using namespace velmo::image;
@@ -30,60 +34,166 @@ std::vector<ImagePtr> makePartsFor(eJoinAxis axis) {
             makeDiskPart(*GeometryBuilder().volume(2).type(eIBT_Label16).build(), 3)};
 }
 
-} // namespace
+char const* const g_noResult = "There is no OutImg, as processor CopyImgLvl1 did not run to its end";
 
-TEST(CopyStorage, IsEmptyWithoutAnOutput) {
-    CopyImgLvl1 copy;
-    EXPECT_FALSE(copy.getStorage<OutImg>());
-    copy.init(processor::ePRP_Strict);
-    EXPECT_FALSE(copy.getStorage<OutImg>());
-    copy.set<InImg>(makeImage(eIK_Memory, *GeometryBuilder().build(), ""));
-    EXPECT_FALSE(copy.getStorage<OutImg>());
+std::string refusal(CopyImgLvl1 const& copy) {
+    return thrownText<processor::VELMOBaseProcessingException>([&] { copy.getStorage<OutImg>(); });
 }
 
-TEST(CopyStorage, IsTheImageThatWasSetBeforeAndAfterTheRun) {
-    ImagePtr const pSource = makeImage(eIK_Memory, *GeometryBuilder().build(), "");
+/// A copy from a disk image, which may fail, into memory.
+class ReadyCopy : public testing::Test {
+  protected:
+    ReadyCopy() {
+        writeAll(*pSource, makePattern(15));
+        prepare(copy);
+    }
+
+    void prepare(CopyImgLvl1& ready) const {
+        ready.init(processor::ePRP_Strict);
+        ready.set<InImg>(pSource);
+        ready.set<OutImg>(pTarget);
+    }
+    boost::shared_ptr<CopyImgLvl1> makeCopy() const {
+        auto const pCopy = boost::make_shared<CopyImgLvl1>();
+        prepare(*pCopy);
+        return pCopy;
+    }
+
+    ImagePtr const pSource = makeImage(eIK_Disk, *GeometryBuilder().build(), "may fail");
+    std::shared_ptr<ByteStorage> const pStorage = ByteStorage::open("may fail");
     ImagePtr const pTarget = makeImage(eIK_Memory, *GeometryBuilder().build(), "");
-    writeAll(*pSource, makePattern(15));
     CopyImgLvl1 copy;
+};
+
+} // namespace
+
+TEST(CopyStorage, ThereIsNoneWithoutARun) {
+    CopyImgLvl1 copy;
+    EXPECT_EQ(refusal(copy), g_noResult);
     copy.init(processor::ePRP_Strict);
-    copy.set<InImg>(pSource);
-    copy.set<OutImg>(pTarget);
-    EXPECT_EQ(copy.getStorage<OutImg>(), pTarget);
+    EXPECT_EQ(refusal(copy), g_noResult);
+    copy.set<InImg>(makeImage(eIK_Memory, *GeometryBuilder().build(), ""));
+    EXPECT_EQ(refusal(copy), g_noResult);
+    copy.set<OutImg>(makeImage(eIK_Memory, *GeometryBuilder().build(), ""));
+    EXPECT_EQ(refusal(copy), g_noResult);
+}
+
+TEST_F(ReadyCopy, IsTheImageThatWasSetAfterARunToItsEnd) {
     EXPECT_EQ(copy.run(processor::eST_Synchronous).getStatus(), 0U);
     EXPECT_EQ(copy.getStorage<OutImg>(), pTarget);
     EXPECT_EQ(readAll(*copy.getStorage<OutImg>()), makePattern(15));
 }
 
-TEST(CopyStorage, IsTheImageThatWasSetAfterAFailedRunToo) {
-    ImagePtr const pSource = makeImage(eIK_Disk, *GeometryBuilder().build(), "fails to be read");
-    ImagePtr const pTarget = makeImage(eIK_Memory, *GeometryBuilder().build(), "");
-    ByteStorage::open("fails to be read")->readGate = [](PixelRun const&) { return failure("gone"); };
-    CopyImgLvl1 copy;
-    copy.init(processor::ePRP_Strict);
-    copy.set<InImg>(pSource);
-    copy.set<OutImg>(pTarget);
+TEST_F(ReadyCopy, OfAFailedRunIsRefusedWithItsText) {
+    pStorage->readGate = [](PixelRun const&) { return failure("gone"); };
     EXPECT_EQ(copy.run(processor::eST_Synchronous).getMessage(), "gone");
+    EXPECT_EQ(refusal(copy), std::string(g_noResult) + "\ngone");
+    pStorage->readGate = nullptr;
+    EXPECT_EQ(copy.run(processor::eST_Synchronous).getStatus(), 0U);
     EXPECT_EQ(copy.getStorage<OutImg>(), pTarget);
 }
 
-TEST(CopyStorage, KeepsTheImageBeforeOneThatIsRefused) {
-    ImagePtr const pTarget = makeImage(eIK_Memory, *GeometryBuilder().build(), "");
-    CopyImgLvl1 copy;
-    copy.init(processor::ePRP_Strict);
-    copy.set<InImg>(makeImage(eIK_Memory, *GeometryBuilder().build(), ""));
-    copy.set<OutImg>(pTarget);
+TEST_F(ReadyCopy, OfARunThatAnExceptionLeftIsRefused) {
+    EXPECT_EQ(copy.run(processor::eST_Synchronous).getStatus(), 0U);
+    pStorage->readGate = [](PixelRun const&) -> BoolResult { throw std::domain_error("torn"); };
+    EXPECT_THROW(copy.run(processor::eST_Synchronous), std::domain_error);
+    EXPECT_EQ(refusal(copy), g_noResult);
+}
+
+TEST_F(ReadyCopy, OfAnImageThatWasSetBehindTheRunIsRefused) {
+    EXPECT_EQ(copy.run(processor::eST_Synchronous).getStatus(), 0U);
+    ImagePtr const pOther = makeImage(eIK_Memory, *GeometryBuilder().build(), "");
+    copy.set<OutImg>(pOther);
+    EXPECT_EQ(refusal(copy), g_noResult);
+    EXPECT_EQ(copy.run(processor::eST_Synchronous).getStatus(), 0U);
+    EXPECT_EQ(copy.getStorage<OutImg>(), pOther);
+}
+
+TEST_F(ReadyCopy, KeepsTheImageBeforeOneThatIsRefused) {
+    EXPECT_EQ(copy.run(processor::eST_Synchronous).getStatus(), 0U);
     EXPECT_THROW(copy.set<OutImg>(makeImage(eIK_Memory, *GeometryBuilder().volume(2).build(), "")),
                  processor::VELMOBaseProcessingException);
     EXPECT_EQ(copy.getStorage<OutImg>(), pTarget);
 }
 
-TEST(CopyStorage, IsForgottenByInit) {
-    CopyImgLvl1 copy;
+TEST_F(ReadyCopy, IsForgottenByInit) {
+    EXPECT_EQ(copy.run(processor::eST_Synchronous).getStatus(), 0U);
     copy.init(processor::ePRP_Strict);
-    copy.set<OutImg>(makeImage(eIK_Memory, *GeometryBuilder().build(), ""));
+    EXPECT_EQ(refusal(copy), g_noResult);
+}
+
+// A failed run that nobody asks about
+
+TEST_F(ReadyCopy, ThatFailsIsLoggedOnceWhereNobodyAsks) {
+    pStorage->readGate = [](PixelRun const&) { return failure("gone"); };
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    copy.run(processor::eST_Synchronous);
+    EXPECT_TRUE(log.getRecords().empty());
     copy.init(processor::ePRP_Strict);
-    EXPECT_FALSE(copy.getStorage<OutImg>());
+    ASSERT_EQ(log.getRecords().size(), 1U);
+    CapturedLog::Record const record = log.getRecords()[0];
+    EXPECT_EQ(record.logger, processor::getVELMOBaseProcessingLogger().getName());
+    EXPECT_EQ(record.level, log4cplus::WARN_LOG_LEVEL);
+    EXPECT_EQ(record.message, "Processor CopyImgLvl1 failed, and its result was not looked at\ngone");
+    EXPECT_THAT(record.file, testing::EndsWith("BaseProcessor.cpp"));
+}
+
+TEST_F(ReadyCopy, ThatFailsIsLoggedAtTheNextRunAndWithTheProcessor) {
+    pStorage->readGate = [](PixelRun const&) { return failure("gone"); };
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    {
+        auto const pCopy = makeCopy();
+        pCopy->run(processor::eST_Synchronous);
+        pCopy->run(processor::eST_Synchronous);
+        EXPECT_EQ(log.getRecords().size(), 1U);
+    }
+    EXPECT_EQ(log.getRecords().size(), 2U);
+}
+
+TEST_F(ReadyCopy, ThatFailsIsNotLoggedWhereSomebodyAsksInAnyWay) {
+    pStorage->readGate = [](PixelRun const&) { return failure("gone"); };
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    EXPECT_NE(makeCopy()->run(processor::eST_Synchronous).getStatus(), 0U);
+    EXPECT_EQ(makeCopy()->run(processor::eST_Synchronous).getMessage(), "gone");
+    processor::ActionResult const kept =
+        makeCopy()->run(processor::eST_Synchronous); // outlives its processor
+    EXPECT_TRUE(log.getRecords().empty());
+    EXPECT_EQ(kept.getMessage(), "gone");
+    EXPECT_TRUE(log.getRecords().empty());
+}
+
+TEST_F(ReadyCopy, ThatFailsIsLoggedByTheRefusalOfItsImageAlone) {
+    pStorage->readGate = [](PixelRun const&) { return failure("gone"); };
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    {
+        auto const pCopy = makeCopy();
+        pCopy->run(processor::eST_Synchronous);
+        refusal(*pCopy);
+    }
+    ASSERT_EQ(log.getRecords().size(), 1U);
+    EXPECT_EQ(log.getRecords()[0].level, log4cplus::ERROR_LOG_LEVEL);
+    EXPECT_EQ(log.getRecords()[0].message, std::string(g_noResult) + "\ngone");
+}
+
+TEST_F(ReadyCopy, ThatSucceedsIsNotLogged) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    makeCopy()->run(processor::eST_Synchronous);
+    EXPECT_TRUE(log.getRecords().empty());
+}
+
+TEST_F(ReadyCopy, ThatFailsSurvivesALogThatFails) {
+    pStorage->readGate = [](PixelRun const&) { return failure("gone"); };
+    FailingLog const log(processor::getVELMOBaseProcessingLogger(),
+                         [] { throw std::runtime_error("the log is full"); });
+    EXPECT_NO_THROW(makeCopy()->run(processor::eST_Synchronous));
+}
+
+TEST(ActionResult, OfNoRunIsNotLogged) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    processor::ActionResult(7, "made by hand");
+    EXPECT_TRUE(log.getRecords().empty());
+    EXPECT_EQ(processor::ActionResult(7, "made by hand").getStatus(), 7U);
+    EXPECT_EQ(processor::ActionResult(7, "made by hand").getMessage(), "made by hand");
 }
 
 TEST(CopyJoined, EveryJoinIsCopiedToEveryKindOfImageUnderEveryPolicy) {

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "CapturedLog.h"
+#include "Results.h"
 #include "SampleObjects.h"
 #include "TemporaryFolder.h"
 #include "ThrownText.h"
@@ -10,6 +12,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <thread>
 
 namespace velmo {
 namespace test {
@@ -79,11 +82,55 @@ TEST_F(XmlFile, AFolderIsRefusedOnReading) {
     EXPECT_EQ(readError(getFolder().getPath()), fileError(getFolder().getPath(), "Is a directory"));
 }
 
-TEST_F(XmlFile, APipeIsRefusedAndNotWaitedFor) {
+TEST_F(XmlFile, AnObjectIsReadFromAPipe) {
     auto const path = getFolder().getPath() / "pipe.xml";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    EXPECT_EQ(readError(path), fileError(path, "Illegal seek"));
+    writeToXmlFile(getPath(), *makeNestedRecord());
+    std::thread writer([&] { writeFile(path, readFile(getPath())); });
+    auto const pRecord = boost::make_shared<Record>();
+    readFromXmlFile(path, *pRecord);
+    writer.join();
+    expectNestedRecord(pRecord);
+}
+
+TEST_F(XmlFile, APipeWithoutAWriterIsRefused) {
+    auto const path = getFolder().getPath() / "pipe.xml";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(readError(path),
+              fileError(path, "No process has opened the pipe for writing within 2 seconds"));
+}
+
+TEST_F(XmlFile, APipeIsNotWrittenTo) {
+    auto const path = getFolder().getPath() / "pipe.xml";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_EQ(writeError(path), fileError(path, "Illegal seek"));
+}
+
+TEST_F(XmlFile, ADeviceWithoutAnEndIsRefused) {
+    EXPECT_EQ(readError("/dev/zero"),
+              fileError("/dev/zero", "The stream does not end within 16777216 bytes"));
+}
+
+TEST_F(XmlFile, AFailureAsAResultHasTheTextOfTheExceptionAndIsNotLogged) {
+    writeToXmlFile(getFolder() / "chain.xml", Chain());
+    writeFile(getFolder() / "broken.xml", "<archive>");
+    for (char const* const name : {"chain.xml", "broken.xml", "missing.xml", ""}) {
+        std::string const text = readError(getFolder() / name);
+        CapturedLog const log(log4cplus::Logger::getRoot());
+        Record record;
+        EXPECT_THAT(tryReadFromXmlFile(getFolder() / name, record), FailsWith(text));
+        EXPECT_TRUE(log.getRecords().empty());
+    }
+}
+
+TEST_F(XmlFile, ASuccessAsAResultHoldsTheObject) {
+    writeToXmlFile(getPath(), *makeNestedRecord());
+    auto const pRecord = boost::make_shared<Record>();
+    EXPECT_THAT(tryReadFromXmlFile(getPath(), *pRecord), Succeeds());
+    expectNestedRecord(pRecord);
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    readError(getFolder() / "missing.xml");
+    EXPECT_EQ(log.getRecords().size(), 1U); // raises are logged again
 }
 
 TEST_F(XmlFile, AFolderIsRefusedOnWriting) {

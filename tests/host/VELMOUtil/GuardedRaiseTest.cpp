@@ -105,6 +105,29 @@ void expectGuardFailure(Feed const& feed, std::string const& cause) {
 
 } // namespace
 
+TEST_F(GuardedRaise, IsThrownAndNotLoggedWhileItsThreadSaysSo) {
+    CapturedLog const log(getBaseLogger());
+    {
+        UnloggedRaises const outer;
+        {
+            UnloggedRaises const inner;
+            EXPECT_STREQ(raise(feedWell)->exception.what(), "Failed at one\n2 times");
+        }
+        auto const thrown = raise(feedWell);
+        EXPECT_EQ(thrown->type, std::type_index(typeid(RaiseTestException)));
+        expectPlace(thrown->exception);
+        EXPECT_EQ(raise([](LogMessageFormater& formater) { formater[Message::eRTM_Missing]; })->type,
+                  std::type_index(typeid(BaseException)));
+        EXPECT_TRUE(log.getRecords().empty());
+        std::thread([] { raise(feedWell); }).join();
+        EXPECT_EQ(log.getRecords().size(), 1U); // of the other thread
+        logGuarded(g_site, g_raise, log4cplus::WARN_LOG_LEVEL, feedWell);
+        EXPECT_EQ(log.getRecords().size(), 2U); // no raise
+    }
+    raise(feedWell);
+    EXPECT_EQ(log.getRecords().size(), 3U);
+}
+
 TEST_F(GuardedRaise, ThrowsTheClassOfItsKindWithTheTextAndThePlace) {
     auto const thrown = raise(feedWell);
     ASSERT_TRUE(thrown);
