@@ -13,6 +13,7 @@
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/lexical_cast.hpp>
 #include <boost/make_shared.hpp>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -33,13 +34,22 @@ using Paths = std::vector<boost::filesystem::path>;
 
 constexpr std::size_t g_longestNumber = std::size_t{1} << 20U;
 
-/// The next line, of which no more is kept than shows that it is too long for a number.
-bool readLine(std::istream& stream, std::string& line) {
+/// What happens at a line that is neither blank nor a positive, finite number.
+enum class eBadLine {
+    HasNoValue, ///< it counts as a step
+    Fails
+};
+
+/// The next line, of which no more is kept than shows that it is too long for a number. Where such a line
+/// fails, the rest of it is not read.
+bool readLine(std::istream& stream, eBadLine badLine, std::string& line) {
     line.clear();
     char character = 0;
     while (stream.get(character) && character != '\n') {
         if (line.size() <= g_longestNumber) {
             line += character;
+        } else if (badLine == eBadLine::Fails) {
+            break;
         }
     }
     return stream || !line.empty();
@@ -54,14 +64,21 @@ float toStep(std::string const& line) {
     }
 }
 
-void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
+void readText(boost::filesystem::path const& path, eBadLine badLine, std::vector<float>& steps) {
     SequentialFile stream(path);
-    for (std::string line; readLine(stream, line);) {
+    vlUInt64 nbLines = 0;
+    for (std::string line; readLine(stream, badLine, line);) {
+        ++nbLines;
         if (line.size() <= g_longestNumber) {
             boost::algorithm::trim(line);
         }
-        if (!line.empty()) {
-            steps.push_back(toStep(line));
+        if (line.empty()) {
+            continue;
+        }
+        steps.push_back(toStep(line));
+        bool const bStep = std::isfinite(steps.back()) && steps.back() > 0;
+        if (!bStep && badLine == eBadLine::Fails && stream.getFailure().empty()) {
+            raise(VELMO_HERE, Message::eTIFM_ZStepsTxtFieldError, path.string(), nbLines);
         }
     }
     if (!stream.getFailure().empty()) {
@@ -69,10 +86,10 @@ void readText(boost::filesystem::path const& path, std::vector<float>& steps) {
     }
 }
 
-attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path) {
+attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path, eBadLine badLine) {
     auto pSteps = boost::make_shared<attr::ZSteps>();
     if (path.extension() != ".xml") {
-        readText(path, pSteps->accessSteps());
+        readText(path, badLine, pSteps->accessSteps());
         return pSteps;
     }
     BoolResult const result = tryReadFromXmlFile(path, *pSteps);
@@ -130,8 +147,8 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     }
     return paths.size() == 1
                ? loadTiffImageFile(paths.front(), eTDM_Volume, bufferMode)
-               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile), outputSizeZ,
-                                            interpolationPolicy,
+               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eBadLine::HasNoValue),
+                                            outputSizeZ, interpolationPolicy,
                                             {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain});
 }
 
@@ -143,8 +160,8 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     if (paths.empty()) {
         return {};
     }
-    return loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile), outputSizeZ, interpolationPolicy,
-                                      toRequest(options));
+    return loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eBadLine::Fails), outputSizeZ,
+                                      interpolationPolicy, toRequest(options));
 }
 
 } // namespace file

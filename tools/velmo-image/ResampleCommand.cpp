@@ -8,7 +8,6 @@
 #include "Interrupt.h"
 #include "OpenFileLimit.h"
 #include "Terminal.h"
-#include "ZStepsCheck.h"
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
@@ -78,7 +77,6 @@ eExitStatus ResampleCommand::run() const {
     getInterpolation();
     _output.requireApartFrom(_zStepsFile, "the file of z-steps");
     _series.check(_output);
-    requireZSteps(_zStepsFile);
     image::ImagePtr const pImage = load();
     if (!pImage) {
         _series.failWithoutMatch(); // they have gone meanwhile
