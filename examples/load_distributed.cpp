@@ -11,11 +11,10 @@ using namespace velmo;
 using namespace velmo::image;
 
 void loadDistributed() {
-    file::saveTiffImageFile("big.tif", makeVolume(8), file::eTC_Deflate);
+    file::saveTiffImageFile("big.tif", makeVolume(8), file::TiffWriteOptions{file::eTC_Deflate});
     // [load distributed]
     // Each worker reads its own planes, through a handle of its own, all at once.
-    DistributedImagePtr const spread =
-        file::loadDistributedTiffImageFile("big.tif", file::eTDM_Volume, file::eTBM_Default, true);
+    DistributedImagePtr const spread = file::loadDistributedTiffImageFile("big.tif");
     std::vector<std::uint16_t> plane(spread->getGeometry().getPlanNbPixels());
     BoolResult const read = spread->readPixels(6, 0, 0, 0, plane.size(), plane.data());
     // [load distributed]

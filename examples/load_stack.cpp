@@ -11,9 +11,9 @@ using namespace velmo;
 using namespace velmo::image;
 
 void loadStack() {
-    file::saveTiffImageFile("stack.tif", makeVolume(8), file::eTC_Lzw);
+    file::saveTiffImageFile("stack.tif", makeVolume(8), file::TiffWriteOptions{file::eTC_Lzw});
     // [load a stack]
-    ImagePtr const stack = file::loadTiffImageFile("stack.tif", file::eTDM_Volume, file::eTBM_Default);
+    ImagePtr const stack = file::loadTiffImageFile("stack.tif");
     BaseImageGeometry const& geometry = stack->getGeometry();
     std::cout << geometry.getSizeX() << " x " << geometry.getSizeY() << " pixels, " << geometry.getSizeZ()
               << " planes of " << geometry.getBufferType() << '\n'; // 64 x 48 pixels, 8 planes of eIBT_UInt16
@@ -29,7 +29,7 @@ void loadStack() {
 void loadFrames() {
     // [load a sequence]
     // The directories of a file that does not say itself what they are: as time steps.
-    ImagePtr const film = file::loadTiffImageFile("film.tif", file::eTDM_Temporal, file::eTBM_Default);
+    ImagePtr const film = file::loadTiffImageFile("film.tif", file::TiffReadOptions{file::eTDM_Temporal});
     vlUInt64 const nbFrames = film->getGeometry().getSizeT();
     // [load a sequence]
     // This file was written by the library, and says itself that it is a volume: the mode is not asked.
@@ -39,7 +39,7 @@ void loadFrames() {
 int main() {
     return runExample([] {
         loadStack();
-        file::saveTiffImageFile("film.tif", makeVolume(8), file::eTC_None);
+        file::saveTiffImageFile("film.tif", makeVolume(8));
         loadFrames();
     });
 }

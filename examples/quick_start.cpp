@@ -11,17 +11,16 @@
 void quickStart() {
     // [quick start]
     using namespace velmo::image;
-    ImagePtr const stack = file::loadTiffImageFile("stack.tif", file::eTBM_Default); // into memory
-    file::saveTiffImageFile("copy.tif", stack, file::eTC_Lzw);                       // with all it carries
+    ImagePtr const stack = file::loadTiffImageFile("stack.tif");                       // into memory
+    file::saveTiffImageFile("copy.tif", stack, file::TiffWriteOptions{file::eTC_Lzw}); // with all it carries
 
     // Left in its file: row y = 20 of plane z = 3 on demand, from any thread.
-    DiskImagePtr const onDisk = file::openTiffImageFile("copy.tif", file::eTDM_Volume, file::eTBM_Default);
+    DiskImagePtr const onDisk = file::openTiffImageFile("copy.tif");
     std::vector<std::uint16_t> row(onDisk->getGeometry().getSizeX());
     velmo::BoolResult const read = onDisk->readPixels(3, 0, 0, 20 * row.size(), row.size(), row.data());
 
     // z1.tif, z2.tif ... of a folder, in the order of their numbers, as one volume.
-    ImagePtr const volume =
-        file::loadTiffImageFiles("slices", "z<INDEX>.tif", file::eTDM_Volume, file::eTBM_Default);
+    ImagePtr const volume = file::loadTiffImageFiles("slices", "z<INDEX>.tif");
     // [quick start]
     require(bool(read), read.getMessage());
     require(row[10] == pixelOf(3, 20 * 64 + 10), "the row on demand");
@@ -31,10 +30,10 @@ void quickStart() {
 int main() {
     return runExample([] {
         using namespace velmo::image;
-        file::saveTiffImageFile("stack.tif", makeVolume(8), file::eTC_None);
+        file::saveTiffImageFile("stack.tif", makeVolume(8));
         boost::filesystem::create_directories("slices");
         for (int z = 1; z <= 3; ++z) {
-            file::saveTiffImageFile("slices/z" + std::to_string(z) + ".tif", makeVolume(1), file::eTC_None);
+            file::saveTiffImageFile("slices/z" + std::to_string(z) + ".tif", makeVolume(1));
         }
         quickStart();
     });

@@ -16,7 +16,7 @@ using namespace velmo::image;
 void readOnePlane() {
     // [open on demand]
     // Opened for reading and writing; no pixel is read yet.
-    DiskImagePtr const onDisk = file::openTiffImageFile("stack.tif", file::eTDM_Volume, file::eTBM_Default);
+    DiskImagePtr const onDisk = file::openTiffImageFile("stack.tif");
     std::vector<std::uint16_t> plane(onDisk->getGeometry().getPlanNbPixels());
     BoolResult const read =
         onDisk->readPixels(5, 0, 0, 0, plane.size(), plane.data()); // z, c, t, first, number
@@ -31,7 +31,7 @@ void readOnePlane() {
     BoolResult const written = onDisk->writePixels(5, 0, 0, 0, plane.size(), plane.data());
     // [change pixels in a file]
     require(bool(written), written.getMessage());
-    ImagePtr const again = file::loadTiffImageFile("stack.tif", file::eTBM_Default);
+    ImagePtr const again = file::loadTiffImageFile("stack.tif");
     require(static_cast<std::uint16_t const*>(again->accessPlan(5, 0, 0))[7] == 0, "the file has changed");
     require(static_cast<std::uint16_t const*>(again->accessPlan(6, 0, 0))[7] == pixelOf(6, 7),
             "its neighbour has not");
@@ -41,8 +41,7 @@ void readInThreads() {
     std::atomic<unsigned int> nbRight{0};
     // [planes in threads]
     // One image for all threads: each takes its planes, into memory of its own.
-    ImagePtr const volume =
-        file::openTiffImageFiles("planes", "z<INDEX>.tif", file::eTDM_Volume, file::eTBM_Default);
+    ImagePtr const volume = file::openTiffImageFiles("planes", "z<INDEX>.tif");
     auto const work = [&](vlUInt64 firstZ) {
         std::vector<std::uint16_t> plane(volume->getGeometry().getPlanNbPixels());
         for (vlUInt64 z = firstZ; z < volume->getGeometry().getSizeZ(); z += 4) {
@@ -64,12 +63,11 @@ void readInThreads() {
 
 int main() {
     return runExample([] {
-        file::saveTiffImageFile("stack.tif", makeVolume(8), file::eTC_None);
+        file::saveTiffImageFile("stack.tif", makeVolume(8));
         readOnePlane();
         boost::filesystem::create_directories("planes");
         for (vlUInt64 z = 0; z < 12; ++z) {
-            file::saveTiffImageFile("planes/z" + std::to_string(z) + ".tif", makeVolume(1, z),
-                                    file::eTC_None);
+            file::saveTiffImageFile("planes/z" + std::to_string(z) + ".tif", makeVolume(1, z));
         }
         readInThreads();
     });

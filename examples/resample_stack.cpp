@@ -16,8 +16,8 @@ void resampleStack() {
     // [resample a stack]
     // Four planes at the heights 0, 1, 2 and 4: the steps between them, one a line.
     std::ofstream("steps.txt") << "1\n1\n2\n";
-    ImagePtr const even = file::loadCustomZStackImageFiles(
-        "heights", "steps.txt", 5, imaproc::attr::eIP_Linear, "h<INDEX>.tif", file::eTBM_Default);
+    ImagePtr const even = file::loadCustomZStackImageFiles("heights", "steps.txt", 5,
+                                                           imaproc::attr::eIP_Linear, "h<INDEX>.tif");
     // [resample a stack]
     require(even->getGeometry().getSizeZ() == 5, "five planes at the heights 0, 1, 2, 3 and 4");
     auto const firstOf = [&](vlUInt64 z) {
@@ -31,8 +31,7 @@ int main() {
     return runExample([] {
         boost::filesystem::create_directories("heights");
         for (vlUInt64 z = 0; z < 4; ++z) {
-            file::saveTiffImageFile("heights/h" + std::to_string(z) + ".tif", makeVolume(1, z),
-                                    file::eTC_None);
+            file::saveTiffImageFile("heights/h" + std::to_string(z) + ".tif", makeVolume(1, z));
         }
         resampleStack();
     });

@@ -15,20 +15,19 @@ using namespace velmo::image;
 void stackFolder() {
     // [stack a folder]
     // img1.tif, img2.tif ... img10.tif, in the order of their numbers. Empty where no name matches.
-    ImagePtr const volume =
-        file::loadTiffImageFiles("scans", "img<INDEX>.tif", file::eTDM_Volume, file::eTBM_Default);
+    ImagePtr const volume = file::loadTiffImageFiles("scans", "img<INDEX>.tif");
     if (!volume) {
         throw std::runtime_error("no img<INDEX>.tif in scans");
     }
     // The same as time steps, left in the files, which stay open as long as the image lives.
     ImagePtr const film =
-        file::openTiffImageFiles("scans", "img<INDEX>.tif", file::eTDM_Temporal, file::eTBM_Default);
+        file::openTiffImageFiles("scans", "img<INDEX>.tif", file::TiffReadOptions{file::eTDM_Temporal});
     // [stack a folder]
     require(volume->getGeometry().getSizeZ() == 10, "ten planes");
     require(film->getGeometry().getSizeT() == 10, "ten time steps");
     auto const* const pLast = static_cast<std::uint16_t const*>(volume->accessPlan(9, 0, 0));
     require(pLast[0] == pixelOf(10, 0), "img10.tif comes last, not behind img1.tif");
-    require(!file::loadTiffImageFiles("scans", "*.png", file::eTDM_Volume, file::eTBM_Default), "no match");
+    require(!file::loadTiffImageFiles("scans", "*.png"), "no match");
 }
 
 void matchNames() {
@@ -44,8 +43,7 @@ int main() {
     return runExample([] {
         boost::filesystem::create_directories("scans");
         for (vlUInt64 z = 1; z <= 10; ++z) {
-            file::saveTiffImageFile("scans/img" + std::to_string(z) + ".tif", makeVolume(1, z),
-                                    file::eTC_None);
+            file::saveTiffImageFile("scans/img" + std::to_string(z) + ".tif", makeVolume(1, z));
         }
         stackFolder();
         matchNames();

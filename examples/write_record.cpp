@@ -16,7 +16,7 @@ using namespace velmo;
 using namespace velmo::image;
 
 void writeRecord() {
-    file::saveTiffImageFile("shared.tif", makeVolume(8), file::eTC_Lzw);
+    file::saveTiffImageFile("shared.tif", makeVolume(8), file::TiffWriteOptions{file::eTC_Lzw});
     // [write a record]
     auto const pAccessor = boost::make_shared<file::TiffImageFile>();
     std::string userProperties;

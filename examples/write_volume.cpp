@@ -35,10 +35,10 @@ void writeVolume() {
     pCalibration->init3d(0.25F, 0.25F, 1.5F, "um", 0, 0, 0, 0, 0, 0, 0); // a pixel is 0.25 x 0.25 x 1.5 um
     pImage->setGeometricCalibration(pCalibration);
     pImage->setUserPropertiesStr("stain=DAPI;operator=Ada");
-    file::saveTiffImageFile("cells.tif", pImage, file::eTC_Deflate);
+    file::saveTiffImageFile("cells.tif", pImage, file::TiffWriteOptions{file::eTC_Deflate});
     // [write a volume]
 
-    ImagePtr const again = file::loadTiffImageFile("cells.tif", file::eTBM_Default);
+    ImagePtr const again = file::loadTiffImageFile("cells.tif");
     require(again->getUserPropertiesStr() == "stain=DAPI;operator=Ada", "user properties come back");
     require(again->getGeometricCalibrationConstPtr()->getPixelSizeZ() == 1.5F, "the calibration comes back");
     require(haveSamePixels(again->getGeometry(), pImage->getGeometry()), "the sizes come back");

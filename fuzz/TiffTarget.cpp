@@ -7,9 +7,11 @@
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFile.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOUtil/BaseException.h>
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <tiffio.h>
 
 namespace velmo {
@@ -39,27 +41,25 @@ bool hasBinary(BaseImageGeometry const& geometry) {
     return std::find(types.begin(), types.end(), eIBT_Binary) != types.end();
 }
 
-bool hasDeflate(boost::filesystem::path const& path) {
+bool hasCompression(boost::filesystem::path const& path, std::set<std::uint16_t> const& compressions) {
     std::unique_ptr<TIFF, decltype(&TIFFClose)> const pTiff(TIFFOpen(path.c_str(), "r"), TIFFClose);
     bool bFound = false;
     bool bMore = pTiff != nullptr;
     while (bMore && !bFound) {
         std::uint16_t compression = COMPRESSION_NONE;
         TIFFGetField(pTiff.get(), TIFFTAG_COMPRESSION, &compression);
-        bFound = compression == COMPRESSION_DEFLATE || compression == COMPRESSION_ADOBE_DEFLATE;
+        bFound = compressions.count(compression) != 0;
         bMore = TIFFReadDirectory(pTiff.get()) == 1;
     }
     return bFound;
 }
 
-/// Runs of pixels are not those of the whole plane in a stack that an ImageJ description announces, in packed
-/// bits of long rows, in a damaged fax, in a damaged strip of colours, which ends in black where it ends, and
-/// in a Deflate strip that holds more than it should, of which libtiff decodes all or a part by different
-/// means.
+/// In plain calls runs of pixels are not those of the whole plane in a stack that an ImageJ description
+/// announces, in packed bits of long rows, in a damaged fax and in a damaged strip of colours, which is zero.
 tool::ExerciseLimits getLimits(BaseImageGeometry const& geometry, boost::filesystem::path const& path) {
     tool::ExerciseLimits limits = getFuzzLimits();
     limits.bComparesRuns = readBytes(path).find("ImageJ=") == std::string::npos && !hasBinary(geometry) &&
-                           geometry.getSizeC() == 1 && !hasDeflate(path);
+                           geometry.getSizeC() == 1;
     limits.bRequiresRuns = false; // libtiff reads whole strips that it refuses to read in part
     return limits;
 }
@@ -103,6 +103,53 @@ void writeAndRead(boost::filesystem::path const& path, Modes const& modes) {
     writePixels(accessor);
     if (accessor.openFile(path, eIAM_ReadOnly, modes.directories, modes.buffers, userProperties)) {
         exerciseOrAbort(accessor, getLimits(accessor.getGeometry(), path));
+    }
+}
+
+/// Whether libtiff decodes a damaged strip to other pixels when it is asked for a part of it.
+bool hasFax(boost::filesystem::path const& path) {
+    return hasCompression(
+        path, {COMPRESSION_CCITTRLE, COMPRESSION_CCITTRLEW, COMPRESSION_CCITTFAX3, COMPRESSION_CCITTFAX4});
+}
+
+/// The pixels of a load with options must be those of the image on disk.
+void loadAndCompare(boost::filesystem::path const& path, TiffReadOptions const& options,
+                    DiskImage const& onDisk) {
+    BaseImageGeometry const& geometry = onDisk.getGeometry();
+    ImagePtr const pLoaded = loadTiffImageFile(path, options);
+    std::vector<unsigned char> loaded;
+    std::vector<unsigned char> read;
+    for (vlUInt64 t = 0; t < geometry.getSizeT(); ++t) {
+        loaded.assign(geometry.getPlanMemorySize(t), 1);
+        read.assign(geometry.getPlanMemorySize(t), 2);
+        for (vlUInt64 plane = 0; plane < geometry.getSizeZ() * geometry.getSizeC(); ++plane) {
+            vlUInt64 const z = plane % geometry.getSizeZ();
+            vlUInt64 const c = plane / geometry.getSizeZ();
+            vlUInt64 const nbPixels = geometry.getPlanNbPixels();
+            bool const bRead = pLoaded->readPixels(z, c, t, 0, nbPixels, loaded.data()) &&
+                               onDisk.readPixels(z, c, t, 0, nbPixels, read.data());
+            if (!bRead || loaded != read) {
+                abortWith("a load with options differs from the image on disk");
+            }
+        }
+    }
+}
+
+/// The calls with options: what they read is the same each time, in part and as a whole.
+void openWithOptions(boost::filesystem::path const& path, Modes const& modes, bool bTolerant) {
+    TiffReadOptions const options = {modes.directories, modes.buffers, bTolerant};
+    try {
+        DiskImagePtr const pOnDisk = openTiffImageFile(path, options);
+        tool::ExerciseLimits limits = getFuzzLimits();
+        limits.bComparesRuns = !bTolerant && !hasFax(path);
+        limits.bRequiresRuns = false; // a strip may be damaged where a part of it ends
+        exerciseOrAbort(*pOnDisk->getAccessor(), limits);
+        constexpr vlUInt64 largestLoad = vlUInt64{1} << 22U;
+        if (pOnDisk->getGeometry().getFullMemorySize() <= largestLoad) {
+            loadAndCompare(path, options, *pOnDisk);
+        }
+    } catch (BaseException const&) {
+        return; // a failure is one of the two outcomes
     }
 }
 
@@ -204,6 +251,8 @@ void openAndRead(std::string const& bytes, unsigned int choice) {
             exerciseOrAbort(accessor, getLimits(accessor.getGeometry(), path));
         }
     }
+    openWithOptions(path, toModes(choice), false);
+    openWithOptions(path, toModes(choice), true);
     openForWriting(path, toModes(choice), bytes);
     writeAndRead(path, toModes(choice));
 }

@@ -112,7 +112,7 @@ BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, 
     std::vector<vlUInt64> starts;
     Extent whole;
     for (std::size_t part = 0; part < parts.size(); ++part) {
-        BoolResult const joinable = requireJoinable(part, *parts[part], axis);
+        BoolResult joinable = requireJoinable(part, *parts[part], axis);
         if (!joinable) {
             return joinable;
         }

@@ -89,7 +89,6 @@ class SequentialFile::Buffer : public std::streambuf {
                     return fail(eVELMOUtilErrors::eVUE_PipeWithoutWriter, s_maxSecondsWithoutWriter);
                 }
             } else if (errno == EAGAIN) {
-                _bWriterSeen = true;
                 waitForInput(_descriptor, nullptr);
             } else if (errno != EINTR) {
                 _failure = getLastError();

@@ -42,8 +42,8 @@ bool isRefused(std::fstream const& stream) {
     return stream.bad();
 }
 
-/// The record behind the blocks. Where the file ends before it does, the stream is good again and the file
-/// will be found too short; a stream that failed before, or that the system refuses to read, stays failed.
+/// The record behind the blocks. Where it cannot be read, the stream is good again, and the file will be
+/// found too short or unreadable; a stream that failed before stays failed.
 GeometricCalibrationPtr readCalibration(HeaderData const& header, vlUInt64 offset, bool is2d,
                                         std::fstream& stream) {
     if (!stream.good()) {
@@ -51,9 +51,7 @@ GeometricCalibrationPtr readCalibration(HeaderData const& header, vlUInt64 offse
     }
     CalibrationData data{};
     if (readRun(stream, {offset, sizeof(data)}, &data) != eStreamOutcome::Done) {
-        if (!isRefused(stream)) {
-            stream.clear();
-        }
+        stream.clear();
         return {};
     }
     return calibDataToGeometricCalibration(header, data, is2d);
@@ -109,7 +107,7 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
     }
     bool const bWhole = pStream->good();
     pStream->seekg(0, std::ios::end);
-    if (isRefused(*pStream) || (bWhole && !pStream->good())) {
+    if (isRefused(*pStream) || (bWhole && pStream->fail())) {
         return fail(Message::eI6FM_OpenFileFailed, path.string());
     }
     auto const fileSize = static_cast<vlUInt64>(static_cast<std::streamoff>(pStream->tellg()));

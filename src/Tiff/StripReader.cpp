@@ -47,24 +47,24 @@ bool StripReader::movePlain(Block const& block) {
 }
 
 /// Decodes a strip from its start to the end of the last row that is wanted: codecs know no other start, and
-/// predictors no other end. Where a broken strip is zero the buffer is so before, so that one that breaks off
-/// shows nothing of the one before it.
+/// predictors no other end. Of a strip that breaks off, or whose checksum is wrong, no byte can be trusted.
 BoolResult StripReader::moveStrip(Block const& block) {
     StripLayout const& layout = getLayout();
+    bool const bWhole = !failsAtMiscountedParts(getContext().policy) && getStrips().isMiscounted(block.strip);
+    vlUInt64 const nbStripBytes = layout.getBytesOf(block.strip);
     vlUInt64 const nbBytes =
-        std::min(layout.getBytesOfRows(block.position + block.nbPixels), layout.getBytesOf(block.strip));
+        bWhole ? nbStripBytes
+               : std::min(layout.getBytesOfRows(block.position + block.nbPixels), nbStripBytes);
     bool const bInPlace = getNbChannels() == 1 && nbBytes == getSize(block);
     std::byte* const pBuffer =
         bInPlace ? _channels.front().pPixels + getPlanOffset() : provideBuffer(nbBytes);
-    if (bInPlace && _brokenStrip == eBrokenStrip::IsZero) {
-        std::memset(pBuffer, 0, nbBytes);
-    }
     BoolResult decoded = decode(block.strip, nbBytes, pBuffer);
     if (!decoded && _brokenStrip == eBrokenStrip::Fails) {
         return decoded;
     }
-    if (!decoded && ++_nbBroken == 1) {
-        _firstBroken = decoded.getMessage();
+    if (!decoded) {
+        std::memset(pBuffer, 0, nbBytes);
+        _firstBroken = ++_nbBroken == 1 ? decoded.getMessage() : _firstBroken;
     }
     if (!bInPlace) {
         spread(pBuffer + getSkip(block), block.nbPixels);

@@ -66,8 +66,9 @@ class TiffCreation {
 
     BoolResult create() {
         return runSteps([&] { return countPages(); }, [&] { return checkUserProperties(); },
-                        [&] { return openHandle(); }, [&] { return setFileTags(); },
-                        [&] { return writeDirectories(); }, [&] { return flush(); });
+                        [&] { return storeGeometry(); }, [&] { return openHandle(); },
+                        [&] { return setFileTags(); }, [&] { return writeDirectories(); },
+                        [&] { return flush(); });
     }
 
   private:
@@ -92,6 +93,12 @@ class TiffCreation {
         return success();
     }
 
+    /// What cannot be stored is thrown while an old file still stands.
+    BoolResult storeGeometry() {
+        _stored = toStoredGeometry(_geometry, _pCalibration);
+        return success();
+    }
+
     BoolResult openHandle() {
         _pTiff = TiffStream::open(_path, _geometry.getFullMemorySize() > g_largestClassicFile ? "w8" : "w");
         return _pTiff != nullptr ? success()
@@ -99,13 +106,12 @@ class TiffCreation {
     }
 
     BoolResult setFileTags() const {
-        std::string const stored = toStoredGeometry(_geometry, _pCalibration);
         return runSteps(
             [&] { return setTag("TIFFTAG_SOFTWARE", TIFFTAG_SOFTWARE, VelmoSoftware::get().c_str()); },
             [&] { return setTag("TIFFTAG_DATETIME", TIFFTAG_DATETIME, getTiffFormatedTime().c_str()); },
             [&] {
                 return setTag("TIFFTAG_PHOTOSHOP", TIFFTAG_PHOTOSHOP,
-                              static_cast<std::uint32_t>(stored.size()), stored.data());
+                              static_cast<std::uint32_t>(_stored.size()), _stored.data());
             },
             [&] { return setUserProperties(); });
     }
@@ -224,6 +230,7 @@ class TiffCreation {
     eTiffCompression _compression;
     bool _bInterleaved;
     vlUInt64 _nbSamples;
+    std::string _stored; ///< the record of the geometry and the calibration
     std::uint16_t _nbPages = 0;
     std::uint16_t _pageIndex = 0;
     ZeroStrips _zeros;

@@ -13,7 +13,6 @@
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/lexical_cast.hpp>
 #include <boost/make_shared.hpp>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -34,21 +33,15 @@ using Paths = std::vector<boost::filesystem::path>;
 
 constexpr std::size_t g_longestNumber = std::size_t{1} << 20U;
 
-/// What happens at a line that is neither blank nor a positive, finite number.
-enum class eBadLine {
-    HasNoValue, ///< it counts as a step
-    Fails
-};
-
-/// The next line, of which no more is kept than shows that it is too long for a number. Where such a line
-/// fails, the rest of it is not read.
-bool readLine(std::istream& stream, eBadLine badLine, std::string& line) {
+/// The next line, of which no more is kept than shows that it is too long for a number. Where such a line is
+/// an error, the rest of it is not read.
+bool readLine(std::istream& stream, eTiffPolicy policy, std::string& line) {
     line.clear();
     char character = 0;
     while (stream.get(character) && character != '\n') {
         if (line.size() <= g_longestNumber) {
             line += character;
-        } else if (badLine == eBadLine::Fails) {
+        } else if (!acceptsBadSteps(policy)) {
             break;
         }
     }
@@ -64,21 +57,24 @@ float toStep(std::string const& line) {
     }
 }
 
-void readText(boost::filesystem::path const& path, eBadLine badLine, std::vector<float>& steps) {
+void requireStep(boost::filesystem::path const& path, vlUInt64 lineNumber, float step, eTiffPolicy policy) {
+    bool const bPositive = step > 0.0F && step <= std::numeric_limits<float>::max();
+    if (!bPositive && !acceptsBadSteps(policy)) {
+        raise(VELMO_HERE, Message::eTIFM_ZStepsTxtFieldError, path.string(), lineNumber);
+    }
+}
+
+void readText(boost::filesystem::path const& path, eTiffPolicy policy, std::vector<float>& steps) {
     SequentialFile stream(path);
-    vlUInt64 nbLines = 0;
-    for (std::string line; readLine(stream, badLine, line);) {
-        ++nbLines;
+    vlUInt64 lineNumber = 0;
+    for (std::string line; readLine(stream, policy, line);) {
+        ++lineNumber;
         if (line.size() <= g_longestNumber) {
             boost::algorithm::trim(line);
         }
-        if (line.empty()) {
-            continue;
-        }
-        steps.push_back(toStep(line));
-        bool const bStep = std::isfinite(steps.back()) && steps.back() > 0;
-        if (!bStep && badLine == eBadLine::Fails && stream.getFailure().empty()) {
-            raise(VELMO_HERE, Message::eTIFM_ZStepsTxtFieldError, path.string(), nbLines);
+        if (!line.empty()) {
+            steps.push_back(toStep(line));
+            requireStep(path, lineNumber, steps.back(), policy);
         }
     }
     if (!stream.getFailure().empty()) {
@@ -86,10 +82,10 @@ void readText(boost::filesystem::path const& path, eBadLine badLine, std::vector
     }
 }
 
-attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path, eBadLine badLine) {
+attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path, eTiffPolicy policy) {
     auto pSteps = boost::make_shared<attr::ZSteps>();
     if (path.extension() != ".xml") {
-        readText(path, badLine, pSteps->accessSteps());
+        readText(path, policy, pSteps->accessSteps());
         return pSteps;
     }
     BoolResult const result = tryReadFromXmlFile(path, *pSteps);
@@ -147,7 +143,7 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     }
     return paths.size() == 1
                ? loadTiffImageFile(paths.front(), eTDM_Volume, bufferMode)
-               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eBadLine::HasNoValue),
+               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eTiffPolicy::Plain),
                                             outputSizeZ, interpolationPolicy,
                                             {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain});
 }
@@ -160,8 +156,9 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     if (paths.empty()) {
         return {};
     }
-    return loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eBadLine::Fails), outputSizeZ,
-                                      interpolationPolicy, toRequest(options));
+    TiffOpenRequest const request = toRequest(options);
+    return loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, request.policy), outputSizeZ,
+                                      interpolationPolicy, request);
 }
 
 } // namespace file

@@ -12,6 +12,7 @@
 #include "Tiff/TiffTags.h"
 
 #include <VELMOUtil/BaseException.h>
+#include <VELMOUtil/GuardedRaise.h>
 #include <system_error>
 #include <utility>
 
@@ -24,6 +25,7 @@ namespace {
 using Message = eTiffImageFileMessage;
 
 BoolResult readStoredFile(boost::filesystem::path const& path, TiffContents& opened) {
+    UnloggedRaises const unlogged; // the opening reports a damaged record
     BoolResult result = readStoredGeometry(opened.pTiff, path, opened.pGeometry, opened.pCalibration);
     if (result) {
         opened.userProperties = readUserProperties(opened.pTiff);

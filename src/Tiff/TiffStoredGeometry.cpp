@@ -32,6 +32,23 @@ static BaseIArchive& operator>>(BaseIArchive& archive, SerializationIItem<boost:
 namespace image {
 namespace file {
 
+namespace {
+
+/// A colour type outside of the enumeration counts as grey, here as in the directories: an archive does not
+/// hold it.
+void makeColorKnown(ColorGeometry& color) {
+    if (color.getColorGeometryType() <= eCGT_User) {
+        return;
+    }
+    auto const names = color.getChannelNames();
+    color.initGrey();
+    for (auto const& [index, name] : names) {
+        color.setChannelName(name, index);
+    }
+}
+
+} // namespace
+
 bool isOwnFile(TIFF* pTiff) {
     auto const software = getTag<char*>(pTiff, TIFFTAG_SOFTWARE);
     return software && VelmoSoftware::get() == *software;
@@ -42,6 +59,7 @@ std::string toStoredGeometry(BaseImageGeometry const& geometry,
     std::ostringstream stream;
     BinaryOArchive archive(stream);
     auto const pGeometry = duplicateGeometry(geometry);
+    makeColorKnown(pGeometry->getColorGeometry());
     archive << oItem("pGeometry", pGeometry) << oItem("pGeometricCalibration", pCalibration);
     return stream.str();
 }

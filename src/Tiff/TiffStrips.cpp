@@ -175,6 +175,10 @@ bool TiffStrips::moveToEnd(vlUInt64 strip) const {
     return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), room.data(), size) == size;
 }
 
+bool TiffStrips::isMiscounted(vlUInt64 strip) const {
+    return !_bCompressed && getByteCount(_pTiff, strip) != _layout.getBytesOf(strip);
+}
+
 BoolResult TiffStrips::requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const {
     if (nbBytes <= g_smallStrip || _pStream == nullptr || !packsLittle(getCompression(_pTiff))) {
         return success();

@@ -10,7 +10,9 @@
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <sstream>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -62,16 +64,57 @@ void removeIfAbandoned(fs::path const& path) {
     close(descriptor);
 }
 
-/// Folders may hold many files, and each save looks through its own: names are compared as the system gives
-/// them.
-void removeAbandonedIn(fs::path const& folder) {
-    std::unique_ptr<DIR, int (*)(DIR*)> const pFolder(opendir(folder.empty() ? "." : folder.c_str()),
-                                                      closedir);
+/// Returns how many names the folder has.
+std::size_t removeAbandonedIn(fs::path const& folder) {
+    std::unique_ptr<DIR, int (*)(DIR*)> const pFolder(opendir(folder.c_str()), closedir);
+    std::size_t nbNames = 0;
     while (dirent const* const pEntry = pFolder ? readdir(pFolder.get()) : nullptr) {
+        ++nbNames;
         if (isTemporaryName(pEntry->d_name)) {
             removeIfAbandoned(folder / pEntry->d_name);
         }
     }
+    return nbNames;
+}
+
+/// Removes what killed processes left in folders, at the first save of the process in each of them. As many
+/// files are saved to one folder, the looks at it must not cost more and more: behind a look at N names the
+/// next N / 64 saves do without. May be used by several threads.
+class Tidying {
+  public:
+    void tidy(fs::path const& folder) {
+        struct stat state = {};
+        if (stat(folder.c_str(), &state) == 0 && isDue({state.st_dev, state.st_ino})) {
+            std::size_t const nbNames = removeAbandonedIn(folder);
+            std::lock_guard<std::mutex> const lock(_mutex);
+            _nbSavesToSkip[{state.st_dev, state.st_ino}] = nbNames / g_namesASave;
+        }
+    }
+
+  private:
+    using FolderId = std::pair<dev_t, ino_t>;
+
+    bool isDue(FolderId const& folder) {
+        std::lock_guard<std::mutex> const lock(_mutex);
+        if (_nbSavesToSkip.size() >= g_mostFolders) {
+            _nbSavesToSkip.clear();
+        }
+        std::size_t& nbSavesToSkip = _nbSavesToSkip[folder];
+        bool const bDue = nbSavesToSkip == 0;
+        nbSavesToSkip -= bDue ? 0 : 1;
+        return bDue;
+    }
+
+    static constexpr std::size_t g_mostFolders = 1024;
+    static constexpr std::size_t g_namesASave = 64;
+
+    std::mutex _mutex;
+    std::map<FolderId, std::size_t> _nbSavesToSkip;
+};
+
+void tidy(fs::path const& folder) {
+    static Tidying tidying;
+    tidying.tidy(folder.empty() ? "." : folder);
 }
 
 /// Whether another process, which came between the creation and the lock, has removed the file.
@@ -159,7 +202,7 @@ BoolResult ReplacedFile::create() {
 }
 
 BoolResult ReplacedFile::createBeside(fs::path const& target) {
-    removeAbandonedIn(target.parent_path());
+    tidy(target.parent_path());
     std::string const pattern = std::string(g_prefix).append(g_digits).append(g_suffix);
     while (true) {
         fs::path path = target.parent_path() / fs::unique_path(pattern);

@@ -84,7 +84,8 @@ TEST_F(TiffCreationFailureTest, AStripThatDoesNotFitNamesItsDirectory) {
     EXPECT_THAT(createLimited(_path, pGeometry, 10000), testing::StartsWith(initFailed(0, _path)));
     EXPECT_THAT(createLimited(_path, pGeometry, 60000), testing::StartsWith(initFailed(2, _path)));
     EXPECT_TRUE(boost::filesystem::exists(_path));
-    EXPECT_THAT(createLimited(_path, pGeometry, 60000), testing::EndsWith("Write error at scanline 81: File too large"));
+    EXPECT_THAT(createLimited(_path, pGeometry, 60000),
+                testing::EndsWith("Write error at scanline 81: File too large"));
 }
 
 TEST_F(TiffCreationFailureTest, ACompressedStripThatDoesNotFitNamesItsDirectory) {

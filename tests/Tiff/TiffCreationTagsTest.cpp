@@ -139,6 +139,19 @@ TEST_F(TiffCreationTagsTest, AColourTypeOutOfTheEnumerationCountsAsGrey) {
     EXPECT_EQ(readTags(_path, 1).pageName, "T=0 C=0 Z=1");
 }
 
+TEST_F(TiffCreationTagsTest, AColourTypeOutOfTheEnumerationOpensAsGreyWithItsNameAndItsBlack) {
+    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {4, 3, 2});
+    ColorGeometry& color = pGeometry->getColorGeometry();
+    color.init(static_cast<eColorGeometryType>(11));
+    color.setMinIsBlack(false);
+    color.setChannelName("only", 0);
+    createPlanes(_path, pGeometry);
+    ColorGeometry const opened = openPlanes(_path).pGeometry->getColorGeometry();
+    EXPECT_EQ(opened.getColorGeometryType(), eCGT_Grey);
+    EXPECT_FALSE(opened.minIsBlack());
+    EXPECT_EQ(opened.getChannelName(0), "only");
+}
+
 TEST_F(TiffCreationTagsTest, AGreyGeometryWithWhiteAsZeroIsWrittenMinIsBlack) {
     ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {4, 3});
     pGeometry->getColorGeometry().setMinIsBlack(false);

@@ -86,6 +86,15 @@ TEST_F(TiffImageJStackTest, WhatLiesBehindTheEndOfTheFileIsZero) {
     EXPECT_EQ(planes.readPlane(4), std::string(12, '\0'));
 }
 
+// The place of a plane is a product, which may be more than a file can have or more than 64 bits count.
+TEST_F(TiffImageJStackTest, PlanesBeyondEveryPlaceAreZero) {
+    Planes const planes = open(makeStack());
+    for (unsigned int const bits : {33U, 50U, 59U, 60U, 61U, 63U}) {
+        EXPECT_EQ(planes.readPlane(vlUInt64(1) << bits), std::string(12, '\0')) << bits;
+    }
+    EXPECT_EQ(planes.readPlane(~vlUInt64(0)), std::string(12, '\0'));
+}
+
 TEST_F(TiffImageJStackTest, AFileThatVanishedIsTooFewArguments) {
     Planes const planes = open(makeStack());
     boost::filesystem::remove(_path);

@@ -9,7 +9,7 @@ namespace file {
 
 namespace {
 
-constexpr eTiffCompression g_compressions[] = {eTC_None, eTC_Lzw, eTC_Deflate};
+constexpr eTiffCompression g_pageCompressions[] = {eTC_None, eTC_Lzw, eTC_Deflate};
 
 /// Pages of 50 x 90 pixels of three bytes: strips of 54 and 36 rows.
 constexpr PlanSizes g_sizes{50, 90, 2, 1, 2};
@@ -168,11 +168,11 @@ TEST_P(TiffInterleavedTest, AHandleOfLibtiffAloneWorksAsWell) {
     EXPECT_TRUE(readDirectoryPixels(_path, 1) == interleave(channels, 1));
 }
 
-INSTANTIATE_TEST_SUITE_P(Compressions, TiffInterleavedTest, testing::ValuesIn(g_compressions));
+INSTANTIATE_TEST_SUITE_P(Compressions, TiffInterleavedTest, testing::ValuesIn(g_pageCompressions));
 
 TEST_F(TiffInterleavedPagesTest, PixelsOfEveryTypeKeepTheirBits) {
     for (vlUInt64 type = eIBT_Int8; type <= eIBT_Label8; ++type) {
-        for (eTiffCompression const compression : g_compressions) {
+        for (eTiffCompression const compression : g_pageCompressions) {
             auto const bufferType = static_cast<eImageBufferType>(type);
             Planes const planes =
                 createPlanes(_path, makeColorGeometry(eCGT_Rgb, bufferType, {50, 90}), compression);

@@ -66,15 +66,15 @@ Directory makeDirectory(Coding const& coding, unsigned int seed) {
 }
 
 constexpr vlUInt64 g_nbForeignPixels = 440;
-constexpr PixelRun g_runs[] = {{1, 0, 0, 0, g_nbForeignPixels},
-                               {1, 0, 0, 0, 1},
-                               {1, 0, 0, 45, 20},
-                               {1, 0, 0, 45, 200},
-                               {1, 0, 0, 160, 160},
-                               {1, 0, 0, 150, 20},
-                               {1, 0, 0, 325, 90},
-                               {1, 0, 0, 439, 1},
-                               {1, 0, 0, 100, 340}};
+constexpr PixelRun g_foreignRuns[] = {{1, 0, 0, 0, g_nbForeignPixels},
+                                      {1, 0, 0, 0, 1},
+                                      {1, 0, 0, 45, 20},
+                                      {1, 0, 0, 45, 200},
+                                      {1, 0, 0, 160, 160},
+                                      {1, 0, 0, 150, 20},
+                                      {1, 0, 0, 325, 90},
+                                      {1, 0, 0, 439, 1},
+                                      {1, 0, 0, 100, 340}};
 
 class TiffPlaneDataCodingTest : public TiffTest, public testing::WithParamInterface<Coding> {
   protected:
@@ -98,7 +98,7 @@ class TiffPlaneDataCodingTest : public TiffTest, public testing::WithParamInterf
 TEST_P(TiffPlaneDataCodingTest, ReadsDeliverExactlyTheirPixels) {
     Planes const planes = openPlanes(_path);
     Channels const channels = channelsOf(1);
-    for (PixelRun run : g_runs) {
+    for (PixelRun run : g_foreignRuns) {
         for (run.c = 0; run.c < channels.size(); ++run.c) {
             EXPECT_TRUE(planes.read(run) ==
                         channels[run.c].substr(run.start * sampleSize(), run.count * sampleSize()))
@@ -112,7 +112,7 @@ TEST_P(TiffPlaneDataCodingTest, WritesKeepAllOtherPixelsAndDirectories) {
     unsigned int seed = 10;
     {
         Planes const planes = openPlanesForWriting(_path);
-        for (PixelRun run : g_runs) {
+        for (PixelRun run : g_foreignRuns) {
             run.c = seed % channels.size();
             std::string const pixels = noise(planes.countBytes(run), ++seed);
             planes.write(run, pixels);

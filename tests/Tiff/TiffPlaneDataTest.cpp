@@ -11,22 +11,22 @@ namespace file {
 
 namespace {
 
-constexpr eTiffCompression g_compressions[] = {eTC_None, eTC_Lzw, eTC_Deflate};
+constexpr eTiffCompression g_planeCompressions[] = {eTC_None, eTC_Lzw, eTC_Deflate};
 
 /// Planes of 100 x 200 pixels of one byte: strips of 81, 81 and 38 rows.
-constexpr PlanSizes g_sizes{100, 200, 2, 1, 2};
-constexpr vlUInt64 g_stripPixels = 8100;
+constexpr PlanSizes g_planeSizes{100, 200, 2, 1, 2};
+constexpr vlUInt64 g_planeStripPixels = 8100;
 constexpr vlUInt64 g_nbPlanPixels = 20000;
 
 constexpr PixelRun g_planRuns[] = {{1, 0, 1, 0, 1},
                                    {1, 0, 1, 50, 100},
-                                   {1, 0, 1, 0, g_stripPixels},
-                                   {1, 0, 1, g_stripPixels, g_stripPixels},
-                                   {1, 0, 1, g_stripPixels - 1, 2},
-                                   {1, 0, 1, g_stripPixels - 30, g_stripPixels + 60},
-                                   {1, 0, 1, 2 * g_stripPixels - 10, 500},
-                                   {1, 0, 1, 2 * g_stripPixels + 17, 1000},
-                                   {1, 0, 1, 2 * g_stripPixels, g_nbPlanPixels - 2 * g_stripPixels},
+                                   {1, 0, 1, 0, g_planeStripPixels},
+                                   {1, 0, 1, g_planeStripPixels, g_planeStripPixels},
+                                   {1, 0, 1, g_planeStripPixels - 1, 2},
+                                   {1, 0, 1, g_planeStripPixels - 30, g_planeStripPixels + 60},
+                                   {1, 0, 1, 2 * g_planeStripPixels - 10, 500},
+                                   {1, 0, 1, 2 * g_planeStripPixels + 17, 1000},
+                                   {1, 0, 1, 2 * g_planeStripPixels, g_nbPlanPixels - 2 * g_planeStripPixels},
                                    {1, 0, 1, g_nbPlanPixels - 1, 1},
                                    {1, 0, 1, 7, g_nbPlanPixels - 7},
                                    {1, 0, 1, 0, g_nbPlanPixels}};
@@ -34,7 +34,7 @@ constexpr PixelRun g_planRuns[] = {{1, 0, 1, 0, 1},
 class TiffPlaneDataTest : public TiffTest, public testing::WithParamInterface<eTiffCompression> {
   protected:
     Planes createExample() const {
-        return createPlanes(_path, makeGeometry(eIBT_UInt8, g_sizes), GetParam());
+        return createPlanes(_path, makeGeometry(eIBT_UInt8, g_planeSizes), GetParam());
     }
 
     /// Four planes of noise, written in an order that is not theirs.
@@ -194,7 +194,7 @@ TEST_P(TiffPlaneDataTest, TheFirstAccessToACreatedRgbaFileMayBeAWrite) {
     EXPECT_TRUE(pickChannel(readDirectoryPixels(_path, 0), 4, 0, 1) == std::string(4500, '\0'));
 }
 
-INSTANTIATE_TEST_SUITE_P(Compressions, TiffPlaneDataTest, testing::ValuesIn(g_compressions));
+INSTANTIATE_TEST_SUITE_P(Compressions, TiffPlaneDataTest, testing::ValuesIn(g_planeCompressions));
 
 TEST_F(TiffPlaneDataRunsTest, ZVariesFastestThenTheChannelThenTheTime) {
     Planes const planes = createPlanes(_path, makeGeometry(eIBT_UInt16, {3, 2, 2, 3, 2}));
@@ -220,7 +220,7 @@ TEST_F(TiffPlaneDataRunsTest, InterleavedDirectoriesAreNumberedWithoutTheChannel
 TEST_F(TiffPlaneDataRunsTest, PixelsOfEveryTypeKeepTheirBits) {
     for (vlUInt64 type = eIBT_Int8; type <= eIBT_Label8; ++type) {
         auto const bufferType = static_cast<eImageBufferType>(type);
-        for (eTiffCompression const compression : g_compressions) {
+        for (eTiffCompression const compression : g_planeCompressions) {
             Planes const planes = createPlanes(_path, makeGeometry(bufferType, {61, 70}), compression);
             std::string const plane = noise(planes.countBytes(planes.wholePlane()));
             planes.writePlane(plane);
@@ -239,9 +239,9 @@ TEST_F(TiffPlaneDataRunsTest, WhiteAsZeroInvertsNothing) {
 }
 
 TEST_F(TiffPlaneDataRunsTest, AHandleOfLibtiffAloneWorksAsWell) {
-    for (eTiffCompression const compression : g_compressions) {
+    for (eTiffCompression const compression : g_planeCompressions) {
         ImageGeometryPtr const pGeometry =
-            createPlanes(_path, makeGeometry(eIBT_UInt8, g_sizes), compression).pGeometry;
+            createPlanes(_path, makeGeometry(eIBT_UInt8, g_planeSizes), compression).pGeometry;
         {
             Planes const planes = plainPlanes(_path, "r+", pGeometry);
             planes.writePlane(noise(g_nbPlanPixels), 1, 0, 1);
@@ -254,7 +254,7 @@ TEST_F(TiffPlaneDataRunsTest, AHandleOfLibtiffAloneWorksAsWell) {
 }
 
 TEST_F(TiffPlaneDataRunsTest, RewritingACompressedPlaneDoesNotLetTheFileGrowForEver) {
-    Planes const planes = createPlanes(_path, makeGeometry(eIBT_UInt8, g_sizes), eTC_Lzw);
+    Planes const planes = createPlanes(_path, makeGeometry(eIBT_UInt8, g_planeSizes), eTC_Lzw);
     planes.writePlane(noise(g_nbPlanPixels), 1, 0, 1);
     std::uintmax_t const size = boost::filesystem::file_size(_path);
     for (unsigned int round = 0; round < 20; ++round) {

@@ -33,7 +33,7 @@ boost::shared_ptr<HeterogeneousImageGeometry> makeStoredGeometry() {
     return pGeometry;
 }
 
-boost::shared_ptr<GeometricCalibration> makeCalibration() {
+boost::shared_ptr<GeometricCalibration> makeStoredCalibration() {
     auto pCalibration = boost::make_shared<GeometricCalibration>();
     pCalibration->init3d(0.5F, 0.25F, 2.0F, "\xC2\xB5m", 1, 2, 3, 4, 5, 6, 7);
     return pCalibration;
@@ -84,18 +84,18 @@ void expectStoredGeometry(OpenedTiff const& file) {
 } // namespace
 
 TEST_F(TiffStoredGeometry, GeometryAndCalibrationAreThoseOfTheBlob) {
-    writeOwn(toBlob({makeStoredGeometry(), makeCalibration()}));
+    writeOwn(toBlob({makeStoredGeometry(), makeStoredCalibration()}));
     OpenedTiff const file(_path);
     expectStoredGeometry(file);
     ASSERT_TRUE(file.pCalibration);
     EXPECT_TRUE(file.pCalibration->is3d());
     EXPECT_EQ(file.pCalibration->getPixelSizeZ(), 2.0F);
     EXPECT_EQ(file.pCalibration->getUnit(), "\xC2\xB5m");
-    EXPECT_EQ(file.pCalibration->getFurtherTerms(), makeCalibration()->getFurtherTerms());
+    EXPECT_EQ(file.pCalibration->getFurtherTerms(), makeStoredCalibration()->getFurtherTerms());
 }
 
 TEST_F(TiffStoredGeometry, ModesAndAccessPlayNoPart) {
-    writeOwn(toBlob({makeStoredGeometry(), makeCalibration()}));
+    writeOwn(toBlob({makeStoredGeometry(), makeStoredCalibration()}));
     for (eImageAccessMode const access : {eIAM_ReadOnly, eIAM_ReadWrite}) {
         for (vlUInt64 const directoryMode : {0U, 1U, 5U}) {
             for (vlUInt64 const bufferMode : {0U, 1U, 2U, 5U}) {
@@ -177,7 +177,7 @@ TEST_F(TiffStoredGeometry, TheNameInAFurtherDirectoryMarksNothing) {
 }
 
 TEST_F(TiffStoredGeometry, ABlobCutAtAnyByteIsRefusedUnlessItEndsBehindTheGeometry) {
-    std::string const whole = toBlob({makeStoredGeometry(), makeCalibration()});
+    std::string const whole = toBlob({makeStoredGeometry(), makeStoredCalibration()});
     std::size_t const geometryEnd = toBlob({makeStoredGeometry()}).size();
     ASSERT_LT(geometryEnd, whole.size());
     for (std::size_t size = 1; size < whole.size(); ++size) {
@@ -194,7 +194,7 @@ TEST_F(TiffStoredGeometry, ABlobCutAtAnyByteIsRefusedUnlessItEndsBehindTheGeomet
 TEST_F(TiffStoredGeometry, ABlobThatLiesAboutItsObjectsIsRefused) {
     std::string unknown = toBlob({makeStoredGeometry()});
     unknown[unknown.find("Heterogeneous")] = 'h';
-    std::string const blobs[] = {toBlob({makeCalibration(), makeCalibration()}),
+    std::string const blobs[] = {toBlob({makeStoredCalibration(), makeStoredCalibration()}),
                                  toBlob({makeStoredGeometry(), makeStoredGeometry()}),
                                  unknown,
                                  toBlob({makeStoredGeometry()}) + "no calibration",
@@ -209,21 +209,21 @@ TEST_F(TiffStoredGeometry, ABlobThatLiesAboutItsObjectsIsRefused) {
 }
 
 TEST_F(TiffStoredGeometry, ANullGeometryIsRefused) {
-    for (std::string const& blob : {toBlob({nullptr}), toBlob({nullptr, makeCalibration()})}) {
+    for (std::string const& blob : {toBlob({nullptr}), toBlob({nullptr, makeStoredCalibration()})}) {
         writeOwn(blob);
         expectException();
     }
 }
 
 TEST_F(TiffStoredGeometry, BytesBehindTheCalibrationAreIgnored) {
-    writeOwn(toBlob({makeStoredGeometry(), makeCalibration()}) + "trailing");
+    writeOwn(toBlob({makeStoredGeometry(), makeStoredCalibration()}) + "trailing");
     OpenedTiff const file(_path);
     expectStoredGeometry(file);
     EXPECT_TRUE(file.pCalibration);
 }
 
 TEST_F(TiffStoredGeometry, ABlobWithEachOfItsBytesChangedNeverCrashes) {
-    std::string const whole = toBlob({makeStoredGeometry(), makeCalibration()});
+    std::string const whole = toBlob({makeStoredGeometry(), makeStoredCalibration()});
     for (std::size_t index = 0; index < whole.size(); ++index) {
         for (char const value : {'\0', '\x7F', '\xFF'}) {
             std::string changed = whole;

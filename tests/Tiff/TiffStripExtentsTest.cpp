@@ -12,7 +12,7 @@ namespace file {
 
 namespace {
 
-OpenRequest const g_forWriting = {eIAM_ReadWrite, eTDM_Volume, eTBM_Default};
+OpenRequest const g_forExtents = {eIAM_ReadWrite, eTDM_Volume, eTBM_Default};
 
 /// Black grey pixels of one byte.
 void writeBlack(path const& path, std::uint16_t compression, std::uint32_t sizeX, std::uint32_t sizeY,
@@ -36,7 +36,7 @@ double measureWrite(path const& path, std::uint32_t nbStrips) {
     writeBlack(path, COMPRESSION_LZW, g_stripSizeX, nbStrips, 1);
     std::string const pixels = noise(vlUInt64{g_stripSizeX} * nbStrips);
     TiffImageFile file;
-    EXPECT_THAT(openFile(file, path, g_forWriting), Succeeds());
+    EXPECT_THAT(openFile(file, path, g_forExtents), Succeeds());
     std::clock_t const begin = std::clock();
     writePixels(file, wholePlane(file), pixels);
     std::clock_t const end = std::clock();
@@ -55,7 +55,7 @@ TEST_P(TiffHugeStripTest, AFileThatIsSmallOnDiskIsWrittenAndReadBack) {
     std::string const pixels(vlUInt64{size} * size, 'x');
     {
         TiffImageFile file;
-        ASSERT_THAT(openFile(file, _path, g_forWriting), Succeeds());
+        ASSERT_THAT(openFile(file, _path, g_forExtents), Succeeds());
         writePixels(file, wholePlane(file), pixels);
     }
     TiffImageFile file;

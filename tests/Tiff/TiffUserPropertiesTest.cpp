@@ -43,8 +43,9 @@ TEST_F(TiffUserPropertiesTest, ACreationRefusesAZeroByte) {
     for (std::string const& userProperties : _withZero) {
         TIFF* pTiff = nullptr;
         writeFile(_path, "an old file");
-        EXPECT_THAT(createTiffFile(_path, *_pGeometry, nullptr, userProperties, eTC_None, pTiff),
-                    FailsInWords(getFailure() + "The text holds a zero byte, which would end it in the file"));
+        EXPECT_THAT(
+            createTiffFile(_path, *_pGeometry, nullptr, userProperties, eTC_None, pTiff),
+            FailsInWords(getFailure() + "The text holds a zero byte, which would end it in the file"));
         EXPECT_EQ(pTiff, nullptr);
         EXPECT_EQ(countDescriptors(_path), 0U);
         EXPECT_EQ(readFile(_path), "an old file");

@@ -253,6 +253,23 @@ TEST_F(ReplacedFileTest, AKilledProcessLeavesTheOldFileAndTheNextSaveInTheFolder
     EXPECT_EQ(readFile(_target), "earlier");
 }
 
+// The looks for leftovers must not make each save cost as much as the folder holds.
+TEST_F(ReplacedFileTest, InALargeFolderTheLeftoversGoWithOneOfTheNextSaves) {
+    for (int name = 0; name < 640; ++name) {
+        writeFile(_folder / std::to_string(name), "");
+    }
+    EXPECT_EQ(replace(_target, "new"), "");
+    writeFile(_folder / g_leftover, "half");
+    int nbSaves = 0;
+    for (; fs::exists(_folder / g_leftover) && nbSaves < 20; ++nbSaves) {
+        EXPECT_EQ(replace(_target, "new"), "");
+    }
+    EXPECT_EQ(nbSaves, 11); // ten that do not look, and one that does
+    for (int save = 0; save < 10; ++save) {
+        EXPECT_EQ(replace(_target, "new"), ""); // a new folder may get the number of this one
+    }
+}
+
 TEST_F(ReplacedFileTest, TheTemporaryFileOfALivingProcessStays) {
     ReplacedFile living(_target);
     ASSERT_TRUE(living.create());
@@ -270,11 +287,12 @@ TEST_F(ReplacedFileTest, FilesOfOtherNamesFoldersAndLinksAreNoLeftovers) {
     }
     fs::create_directory(_folder / g_leftover);
     std::string const link = ".velmo-image-ba9876543210.tmp";
+    writeFile(_folder / "elsewhere", "kept");
     fs::create_symlink("elsewhere", _folder / link);
     std::string const pipe = ".velmo-image-bbbbbbbbbbbb.tmp";
     ASSERT_EQ(mkfifo((_folder / pipe).c_str(), 0600), 0);
     EXPECT_EQ(replace(_target, "new"), "");
-    names.insert(names.end(), {g_leftover, link, pipe, "target"});
+    names.insert(names.end(), {g_leftover, link, pipe, "elsewhere", "target"});
     EXPECT_THAT(list(), testing::UnorderedElementsAreArray(names));
 }
 

@@ -101,8 +101,10 @@ TEST_F(Im6Functions, ATargetIsWrittenByTheCallingThreadAlone) {
 TEST_F(Im6Functions, AFailedCopyIsTheLoadErrorAndLeavesShapeAndPixelsSoFar) {
     auto const pTarget = makeOwnImage(_path);
     pTarget->setWriteHook(failAt(2, "the third plane is refused"));
+    CapturedLog const log(log4cplus::Logger::getRoot());
     expectRaisedText([&] { loadIm6ImageFile(_path, pTarget); },
                      loadError(_path, "the third plane is refused"));
+    EXPECT_EQ(log.getRecords().size(), 1U);
     EXPECT_EQ(readPixels(*pTarget), _sample.pixels.substr(0, 8) + std::string(40, '\0'));
     EXPECT_FALSE(pTarget->hasGeometricCalibration());
     EXPECT_EQ(countOpen(_path), 0);

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
+#include <cerrno>
 #include <csignal>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -49,6 +50,22 @@ class RawSaveWithOptions : public RawFunctions {
 
     fs::path _saved;
     ImagePtr _pImage;
+};
+
+/// An image of a geometry for which there is no memory.
+class ImmenseImage : public BaseImage {
+  public:
+    explicit ImmenseImage(BaseImageGeometry const& geometry) { setGeometry(geometry); }
+
+  private:
+    BoolResult readPixelsDerived(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/, vlUInt64 /*pixelStart*/,
+                                 vlUInt64 /*nbPixels*/, void* /*buffer*/) const override {
+        return success();
+    }
+    BoolResult writePixelsDerived(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/, vlUInt64 /*pixelStart*/,
+                                  vlUInt64 /*nbPixels*/, void const* /*buffer*/) override {
+        return success();
+    }
 };
 
 } // namespace
@@ -271,6 +288,16 @@ TEST_F(RawSaveWithOptions, ALimitOfTheSizeOfFilesIsNamedAndLeavesTheOldFile) {
                                           "\nFile too large"));
     EXPECT_EQ(readFile(_saved), "earlier");
     EXPECT_THAT(list(), UnorderedElementsAre("saved.raw"));
+}
+
+TEST_F(RawSaveWithOptions, WhereTheSystemDidNotFailThereIsNoReason) {
+    vlUInt64 const side = vlUInt64{1} << 21U;
+    auto const pImage = boost::make_shared<ImmenseImage>(*geometry3d(eIBT_UInt8, side, side, side + 1));
+    errno = ENOSPC;
+    expectRaisedText([&] { saveRawImageFile(_saved, pImage, RawWriteOptions()); },
+                     saveError(_saved, "Failed to reserve " + std::to_string(side * side * (side + 1)) +
+                                           " bytes for raw image file " + _saved.string()));
+    EXPECT_THAT(list(), UnorderedElementsAre());
 }
 
 TEST_F(RawSaveWithOptions, AFailureOfTheSourceHasNoReasonOfTheTargets) {

@@ -9,7 +9,9 @@
 
 #include <VELMOSerialization/DynamicObjectFactory.h>
 #include <VELMOUtil/LogMessageManager.h>
+#include <cstring>
 #include <dlfcn.h>
+#include <optional>
 #include <pthread.h>
 
 namespace velmo {
@@ -107,6 +109,23 @@ bool isInImageFileLibrary(void const* pCode) {
            std::string(info.dli_fname).find("libVELMOImageFile.so") != std::string::npos;
 }
 
+/// The value of an object that is a short std::string: its characters lie within itself, behind their address
+/// and their number.
+std::optional<std::string> findShortText(void const* pObject) {
+    if (pObject == nullptr) {
+        return std::nullopt;
+    }
+    struct {
+        char const* pCharacters;
+        std::size_t size;
+    } head;
+    std::memcpy(&head, pObject, sizeof(head));
+    bool const bInside = head.pCharacters == static_cast<char const*>(pObject) + sizeof(head);
+    constexpr std::size_t longest = 15;
+    return bInside && head.size <= longest ? std::optional(std::string(head.pCharacters, head.size))
+                                           : std::nullopt;
+}
+
 } // namespace
 
 void beginLockRecord() {
@@ -139,6 +158,20 @@ extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread
         velmo::test::getLocks().push_back(pMutex);
     }
     return next(pMutex);
+}
+
+/// Announces an object that is built once and needs a destructor.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name in the interface of C++ binaries
+extern "C" __attribute__((visibility("default"))) int __cxa_atexit(void (*destroy)(void*), void* pObject,
+                                                                   void* pLibrary) noexcept {
+    using Function = int (*)(void (*)(void*), void*, void*);
+    static auto const next = velmo::test::findNext<Function>("__cxa_atexit");
+    if (!velmo::test::g_bLoadRecordEnded && velmo::test::isInImageFileLibrary(__builtin_return_address(0))) {
+        if (auto const text = velmo::test::findShortText(pObject)) {
+            velmo::test::addStep("text " + *text);
+        }
+    }
+    return next(destroy, pObject, pLibrary);
 }
 
 #endif

@@ -16,7 +16,8 @@ struct LoadStep {
 };
 
 /// What the library did up to now, in this order: "manager" for a look-up of its message manager, "message
-/// <domain key> <id>", "class <name>" and "mutex". The record ends with the first call.
+/// <domain key> <id>", "class <name>", "mutex", and "text <value>" for a short text that is built once. The
+/// record ends with the first call.
 std::vector<LoadStep> const& endLoadRecord();
 
 void beginLockRecord();

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "ThrownText.h"
 #include "TiffFilesFixture.h"
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
@@ -66,6 +67,14 @@ TEST_F(TiffFilesDamage, OfASequencePlanesThatAreCutShortAndThoseBehindThemStayZe
                                     getReadError()));
 }
 
+TEST_F(TiffFilesDamage, OfAVolumeTheyAreAnErrorThatIsLoggedOnce) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    EXPECT_THAT(thrownText<VELMOBaseProcessingException>([&] { load(eTDM_Volume); }),
+                testing::HasSubstr(getReadError()));
+    EXPECT_EQ(countOpenFiles(), 0U);
+    EXPECT_EQ(log.getRecords().size(), 1U);
+}
+
 TEST_F(TiffFilesDamage, OfAJoinedDiskImageThatPlaneFailsWithTheWordsOfTheFileAndTheOthersAreRead) {
     for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
         ImagePtr const pImage = open(mode);
@@ -82,16 +91,19 @@ TEST_F(TiffFilesDamage, OfAJoinedDiskImageThatPlaneFailsWithTheWordsOfTheFileAnd
     }
 }
 
-TEST_F(TiffFilesDamage, ACustomStackFailsWithTheWordsOfTheFile) {
-    CapturedLog const log(getVELMOImageFileLogger());
+TEST_F(TiffFilesDamage, ACustomStackFailsWithTheWordsOfTheFileAndOneRecord) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
     try {
         loadStack(6, imaproc::attr::eIP_Linear);
         ADD_FAILURE() << "nothing was thrown";
     } catch (VELMOBaseProcessingException const& exception) {
         EXPECT_THAT(exception.what(), testing::HasSubstr("ResampleCustomZStack3dImgLvl1"));
         EXPECT_THAT(exception.what(), testing::HasSubstr(getReadError()));
+        ASSERT_EQ(log.getRecords().size(), 1U);
+        EXPECT_EQ(log.getRecords()[0].message, exception.what());
+        EXPECT_EQ(log.getRecords()[0].level, log4cplus::ERROR_LOG_LEVEL);
     }
-    EXPECT_TRUE(log.getRecords().empty());
+    EXPECT_EQ(log.getRecords().size(), 1U);
     EXPECT_EQ(countOpenFiles(), 0U);
 }
 

@@ -5,6 +5,8 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace velmo {
 namespace test {
@@ -28,7 +30,29 @@ vlUInt64 getPlaneSize(Part const& part) {
     return part.pGeometry->getPlanMemorySize(0);
 }
 
+/// Opens handles until their numbers, of which the limit speaks, have no hole; how many are open then.
+int fillHoles() {
+    int highest = 0;
+    for (fs::directory_entry const& entry : fs::directory_iterator("/proc/self/fd")) {
+        highest = std::max(highest, std::stoi(entry.path().filename().string()));
+    }
+    int next = 0;
+    do {
+        next = dup(STDERR_FILENO);
+    } while (next < highest);
+    return next + 1;
+}
+
 } // namespace
+
+std::string withHandles(std::size_t nbMore, std::function<std::string()> const& work) {
+    return inChild([&]() -> std::string {
+        work();
+        rlim_t const nbHandles = static_cast<rlim_t>(fillHoles()) + nbMore;
+        rlimit const handles{nbHandles, nbHandles};
+        return setrlimit(RLIMIT_NOFILE, &handles) == 0 ? work() : "no limit";
+    });
+}
 
 ImageGeometryPtr makeVolume(vlUInt64 sizeZ, vlUInt64 sizeC, eImageBufferType bufferType) {
     VolumeGeometry volume;

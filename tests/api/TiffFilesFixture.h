@@ -33,6 +33,11 @@ Part makePart(image::ImageGeometryPtr const& pGeometry, unsigned int seed = 1);
 std::string joinAlongZ(std::vector<Part> const& parts);
 std::string joinAlongT(std::vector<Part> const& parts);
 
+/// What `work` returns in a child process that can open `nbMore` further handles. It is done once before
+/// without a limit: the undefined-behaviour sanitizer needs handles where it meets a class for the first
+/// time.
+std::string withHandles(std::size_t nbMore, std::function<std::string()> const& work);
+
 /// A folder where TIFF files are that are to become one image.
 class TiffFiles : public testing::Test {
   protected:

@@ -27,6 +27,12 @@ constexpr bool zeroesBrokenStrips(eTiffPolicy policy) {
     return policy == eTiffPolicy::Tolerant;
 }
 
+/// Whether a part of an uncompressed strip whose byte count is wrong is a failure, although libtiff reads the
+/// whole of it.
+constexpr bool failsAtMiscountedParts(eTiffPolicy policy) {
+    return policy == eTiffPolicy::Plain;
+}
+
 /// Whether a file opens with the planes in front of the place where its chain of directories breaks off.
 constexpr bool acceptsBrokenChain(eTiffPolicy policy) {
     return policy != eTiffPolicy::Strict;
@@ -55,6 +61,11 @@ constexpr bool requiresBitsPerSample(eTiffPolicy policy) {
 
 /// Whether a missing file that an archive record names for reading and writing is made anew.
 constexpr bool recreatesMissingFiles(eTiffPolicy policy) {
+    return policy == eTiffPolicy::Plain;
+}
+
+/// Whether a step of a z-steps text that is no positive number counts, for the processor to refuse.
+constexpr bool acceptsBadSteps(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 

@@ -59,6 +59,9 @@ class TiffStrips {
     /// it. The strip must be writable. Result as of `read`.
     long write(vlUInt64 strip, void const* pBuffer) const;
 
+    /// Whether the file says of an uncompressed strip that it has another number of bytes than its pixels
+    /// take.
+    bool isMiscounted(vlUInt64 strip) const;
     /// Fails, with a reason for a message, where a strip cannot hold so many bytes by what it takes in the
     /// file.
     BoolResult requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const;

@@ -30,7 +30,8 @@ enum class eOldFile { Replace, Refuse };
 /// - The new file takes the permissions of the old one and, where the user may set them, its owner and group.
 ///   A file that the user may not write is refused.
 /// - A device, a pipe or a socket is written directly: `getPath` is the target, and `commit` does nothing.
-/// - `create` removes the temporary files that killed processes left in the folder.
+/// - `create` removes the temporary files that killed processes left in the folder: at the first save of a
+///   process there, and at later ones as often as the number of files in the folder allows.
 /// - `commit` does not wait until the bytes are on the disk: a power failure may lose both files.
 ///
 /// The text of each failed result is the system's reason alone, such as "No space left on device". An object

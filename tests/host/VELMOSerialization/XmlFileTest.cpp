@@ -10,9 +10,10 @@
 #include <VELMOSerialization/VELMOSerializationLog.h>
 #include <VELMOSerialization/XmlFile.h>
 #include <boost/filesystem/operations.hpp>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <thread>
+#include <unistd.h>
 
 namespace velmo {
 namespace test {
@@ -86,10 +87,11 @@ TEST_F(XmlFile, AnObjectIsReadFromAPipe) {
     auto const path = getFolder().getPath() / "pipe.xml";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     writeToXmlFile(getPath(), *makeNestedRecord());
-    std::thread writer([&] { writeFile(path, readFile(getPath())); });
+    int const held = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); // keeps what is written
+    writeFile(path, readFile(getPath()));
     auto const pRecord = boost::make_shared<Record>();
     readFromXmlFile(path, *pRecord);
-    writer.join();
+    close(held);
     expectNestedRecord(pRecord);
 }
 

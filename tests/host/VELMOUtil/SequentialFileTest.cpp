@@ -73,6 +73,20 @@ class Pipe {
     int _ends[2] = {-1, -1};
 };
 
+/// A thread that opens the pipe, for which it waits for the reader, and writes to it. It is about to open it
+/// when this returns.
+template <class Write>
+std::thread startWriter(Write const& writeAll) {
+    std::promise<void> begun;
+    std::future<void> const hasBegun = begun.get_future();
+    std::thread writer([begun = std::move(begun), writeAll]() mutable {
+        begun.set_value();
+        writeAll();
+    });
+    hasBegun.wait();
+    return writer;
+}
+
 void writeTo(boost::filesystem::path const& path, std::string const& bytes) {
     int const descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC); // waits for the reader
     EXPECT_EQ(write(descriptor, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
@@ -128,6 +142,25 @@ TEST_F(SequentialFileTest, APipeWithoutANameIsReadToTheEndOfItsWriter) {
     EXPECT_EQ(outcome.failure, "");
 }
 
+TEST_F(SequentialFileTest, APipeWithoutANameWhoseWriterWroteNothingIsEmptyAtOnce) {
+    Pipe pipe;
+    pipe.finish();
+    Outcome const outcome = readAll(pipe.getPath());
+    EXPECT_EQ(outcome.bytes, "");
+    EXPECT_EQ(outcome.failure, "");
+}
+
+TEST_F(SequentialFileTest, AWriterThatLeavesWithoutAByteAfterTheOpeningIsTheEnd) {
+    boost::filesystem::path const path = makePipe();
+    int const reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    int const writer = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    SequentialFile file(path); // behind the writer
+    close(writer);
+    EXPECT_EQ(file.get(), std::char_traits<char>::eof());
+    EXPECT_EQ(file.getFailure(), "");
+    close(reader);
+}
+
 TEST_F(SequentialFileTest, AWriterThatTakesItsTimeIsWaitedFor) {
     Pipe pipe;
     SequentialFile file(pipe.getPath());
@@ -149,7 +182,7 @@ TEST_F(SequentialFileTest, AWriterThatTakesItsTimeIsWaitedFor) {
 TEST_F(SequentialFileTest, APipeWithANameIsReadFromAWriterThatWaitsForItsReader) {
     boost::filesystem::path const path = makePipe();
     std::string const bytes(300000, 'y'); // more than a pipe holds
-    std::thread writer([&] { writeTo(path, bytes); });
+    std::thread writer = startWriter([&] { writeTo(path, bytes); });
     Outcome const outcome = readAll(path);
     writer.join();
     EXPECT_TRUE(outcome.bytes == bytes);
@@ -158,7 +191,7 @@ TEST_F(SequentialFileTest, APipeWithANameIsReadFromAWriterThatWaitsForItsReader)
 
 TEST_F(SequentialFileTest, APipeWhoseWriterWritesNothingIsEmpty) {
     boost::filesystem::path const path = makePipe();
-    std::thread writer([&] { writeTo(path, ""); });
+    std::thread writer = startWriter([&] { writeTo(path, ""); });
     Outcome const outcome = readAll(path);
     writer.join();
     EXPECT_EQ(outcome.bytes, "");
@@ -197,7 +230,7 @@ TEST_F(SequentialFileTest, AStreamOfExactlyTheLargestSizeIsRead) {
     };
     auto const formerAction = std::signal(SIGPIPE, SIG_IGN);
     for (std::string const more : {"", "1"}) {
-        std::thread writer([&] { writeAll(more); });
+        std::thread writer = startWriter([&] { writeAll(more); });
         Outcome const outcome = readAll(path);
         writer.join();
         EXPECT_EQ(outcome.failure, more.empty() ? "" : "The stream does not end within 16777216 bytes");
