@@ -32,13 +32,19 @@ BoolResult StripReader::run() {
     return result;
 }
 
+/// A channel that pixels do not have is that number of samples behind a pixel's first one: zero behind the
+/// last.
+std::byte* StripReader::providePixels(vlUInt64 nbBytes) {
+    return provideBuffer(nbBytes + getLayout().pixelStride);
+}
+
 /// One channel goes straight to its place.
 bool StripReader::movePlain(Block const& block) {
     if (getNbChannels() == 1) {
         return getStrips().readPlain(block.strip, getSkip(block), getSize(block),
                                      _channels.front().pPixels + getPlanOffset());
     }
-    std::byte* const pBuffer = provideBuffer(getSize(block));
+    std::byte* const pBuffer = providePixels(getSize(block));
     bool const bRead = getStrips().readPlain(block.strip, getSkip(block), getSize(block), pBuffer);
     if (bRead) {
         spread(pBuffer, block.nbPixels);
@@ -46,39 +52,48 @@ bool StripReader::movePlain(Block const& block) {
     return bRead;
 }
 
-/// Decodes a strip from its start to the end of the last row that is wanted: codecs know no other start, and
-/// predictors no other end. Of a strip that breaks off, or whose checksum is wrong, no byte can be trusted.
 BoolResult StripReader::moveStrip(Block const& block) {
+    BoolResult result = decode(block);
+    if (result || _brokenStrip == eBrokenStrip::Fails) {
+        return result;
+    }
+    _firstBroken = ++_nbBroken == 1 ? result.getMessage() : _firstBroken;
+    return success();
+}
+
+/// Decodes a strip from its start to the end of the last row that is wanted: codecs know no other start, and
+/// predictors no other end. Of a strip that libtiff decodes in part the rest is zero; of one that it does not
+/// decode, with a wrong checksum say, everything is.
+BoolResult StripReader::decode(Block const& block) {
     StripLayout const& layout = getLayout();
     bool const bWhole = !failsAtMiscountedParts(getContext().policy) && getStrips().isMiscounted(block.strip);
     vlUInt64 const nbStripBytes = layout.getBytesOf(block.strip);
     vlUInt64 const nbBytes =
         bWhole ? nbStripBytes
                : std::min(layout.getBytesOfRows(block.position + block.nbPixels), nbStripBytes);
+    BoolResult held = getStrips().requireRoomFor(block.strip, nbBytes);
+    if (!held) {
+        fillWithZeros(block);
+        return failAtStrip(block.strip, held.getMessage());
+    }
     bool const bInPlace = getNbChannels() == 1 && nbBytes == getSize(block);
     std::byte* const pBuffer =
-        bInPlace ? _channels.front().pPixels + getPlanOffset() : provideBuffer(nbBytes);
-    BoolResult decoded = decode(block.strip, nbBytes, pBuffer);
-    if (!decoded && _brokenStrip == eBrokenStrip::Fails) {
-        return decoded;
-    }
-    if (!decoded) {
-        std::memset(pBuffer, 0, nbBytes);
-        _firstBroken = ++_nbBroken == 1 ? decoded.getMessage() : _firstBroken;
+        bInPlace ? _channels.front().pPixels + getPlanOffset() : providePixels(nbBytes);
+    long const nbRead = getStrips().read(block.strip, nbBytes, pBuffer);
+    vlUInt64 const nbDecoded = nbRead < 0 ? 0 : std::min(static_cast<vlUInt64>(nbRead), nbBytes);
+    if (nbDecoded < nbBytes) {
+        std::memset(pBuffer + nbDecoded, 0, nbBytes - nbDecoded);
     }
     if (!bInPlace) {
         spread(pBuffer + getSkip(block), block.nbPixels);
     }
-    return success();
+    return nbDecoded == nbBytes ? success() : failAtStrip(block.strip, getTiffWords());
 }
 
-BoolResult StripReader::decode(vlUInt64 strip, vlUInt64 nbBytes, std::byte* pBuffer) {
-    BoolResult held = getStrips().requireRoomFor(strip, nbBytes);
-    if (!held) {
-        return failAtStrip(strip, held.getMessage());
+void StripReader::fillWithZeros(Block const& block) const {
+    for (Channel const& channel : _channels) {
+        std::memset(channel.pPixels + getPlanOffset(), 0, block.nbPixels * getSampleBytes());
     }
-    bool const bDecoded = getStrips().read(strip, nbBytes, pBuffer) == static_cast<long>(nbBytes);
-    return bDecoded ? success() : failAtStrip(strip, getTiffWords());
 }
 
 void StripReader::spread(std::byte const* pSource, vlUInt64 nbPixels) const {

@@ -245,6 +245,20 @@ TEST_F(CheckedStrips, OneBitPixelsWithChannelsBehindAnRgbDirectoryAreNoGreyRows)
     }
 }
 
+TEST_F(CheckedStrips, AFourthBufferForThreeChannelsNeedsNoSampleBehindTheStrip) {
+    for (std::uint16_t const compression :
+         {std::uint16_t{COMPRESSION_NONE}, std::uint16_t{COMPRESSION_ADOBE_DEFLATE}}) {
+        Directory directory = makeRgb(20, 4, 4);
+        directory.compression = compression;
+        writeTiff(_path, {directory});
+        Planes const planes = openPlanes(_path);
+        Channels channels(4, std::string(80, 'x'));
+        EXPECT_THAT(planes.tryReadRgb(planes.wholePlane(), channels), Succeeds());
+        EXPECT_EQ(channels[0], pickChannel(directory.pixels, 3, 0, 1));
+        EXPECT_EQ(channels[3], channels[0].substr(1) + std::string(1, '\0')); // that of the next pixel
+    }
+}
+
 } // namespace file
 } // namespace image
 } // namespace velmo

@@ -58,6 +58,10 @@ void readGeometry(json const& entry, ForeignFile& file) {
     file.calibration = toCalibration(entry.at("calibration"));
     file.bSingleDirectory = entry.value("singleDirectory", false);
     file.warning = entry.value("warning", "");
+    for (json const& crc : entry.value("checkedPlanes", json::array())) {
+        file.checkedPlanes.push_back(
+            static_cast<std::uint32_t>(std::stoul(crc.get<std::string>(), nullptr, 16)));
+    }
 }
 
 ForeignFile toForeignFile(std::string const& name, json const& entry) {

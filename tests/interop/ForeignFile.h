@@ -40,6 +40,8 @@ struct ForeignFile {
     std::optional<ExpectedCalibration> calibration;
     std::vector<std::uint32_t> planes; ///< CRC-32, the page running faster than the channel
 
+    std::vector<std::uint32_t> checkedPlanes; ///< the same for calls with options, where they differ
+
     bool isHeterogeneous() const { return bufferTypes.size() > 1; }
     image::eImageBufferType getBufferType(vlUInt64 page) const {
         return bufferTypes[isHeterogeneous() ? page : 0];

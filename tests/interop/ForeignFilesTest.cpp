@@ -203,6 +203,46 @@ TEST(ForeignFiles, OpenForReadingAsTheirMakersWroteThem) {
     });
 }
 
+namespace {
+
+/// The planes of an image, the page running faster than the channel.
+std::vector<std::uint32_t> getCrcs(BaseImage const& image) {
+    BaseImageGeometry const& geometry = image.getGeometry();
+    std::vector<std::uint32_t> crcs;
+    for (vlUInt64 c = 0; c < geometry.getSizeC(); ++c) {
+        for (vlUInt64 page = 0; page < geometry.getSizeZ() * geometry.getSizeT(); ++page) {
+            bool const bTemporal = geometry.getSizeT() != 1;
+            vlUInt64 const t = bTemporal ? page : 0;
+            std::string plane(geometry.getPlanMemorySize(t), '\x55');
+            BoolResult const result =
+                image.readPixels(bTemporal ? 0 : page, c, t, 0, geometry.getPlanNbPixels(), plane.data());
+            EXPECT_TRUE(result) << result.getMessage();
+            crcs.push_back(getCrc(plane));
+        }
+    }
+    return crcs;
+}
+
+} // namespace
+
+TEST(ForeignFiles, CallsWithOptionsGiveWhatOtherReadersSeeAndWarnOfNoPixels) {
+    forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
+        std::vector<std::uint32_t> const& expected =
+            file.checkedPlanes.empty() ? file.planes : file.checkedPlanes;
+        bool const bLoads = hasPixels(file, directoryMode) || !file.checkedPlanes.empty();
+        if (bLoads) {
+            CapturedLog const log(getVELMOImageFileLogger());
+            TiffReadOptions const options = {directoryMode};
+            EXPECT_EQ(getCrcs(*loadTiffImageFile(file.path, options)), expected);
+            EXPECT_EQ(getCrcs(*openTiffImageFile(file.path, options)), expected);
+            for (CapturedLog::Record const& record : log.getRecords()) {
+                EXPECT_THAT(record.message, testing::AnyOf(testing::HasSubstr("orientation"),
+                                                           testing::StartsWith("Resolution values")));
+            }
+        }
+    });
+}
+
 TEST(ForeignFiles, RowsAndOddRunsAreThePartsOfAPlane) {
     forEachFile([](ForeignFile const& file, eTiffDirectoryMode directoryMode) {
         TiffImageFile accessor;

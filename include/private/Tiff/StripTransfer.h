@@ -59,6 +59,7 @@ class StripTransfer {
     vlUInt64 getNbChannels() const { return _context.nbChannels; }
     /// Where the next pixel of a channel's plane lies behind its first one, in bytes.
     vlUInt64 getPlanOffset() const { return _nbDone * _sampleWidth; }
+    unsigned int getSampleBytes() const { return _sampleWidth; }
     std::byte* provideBuffer(vlUInt64 nbBytes) { return _buffer.provide(nbBytes); }
 
   private:
@@ -95,7 +96,9 @@ class StripReader : public StripTransfer {
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
-    BoolResult decode(vlUInt64 strip, vlUInt64 nbBytes, std::byte* pBuffer);
+    BoolResult decode(Block const& block);
+    void fillWithZeros(Block const& block) const;
+    std::byte* providePixels(vlUInt64 nbBytes);
     void spread(std::byte const* pSource, vlUInt64 nbPixels) const;
 
     eBrokenStrip _brokenStrip;

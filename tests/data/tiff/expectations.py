@@ -109,7 +109,7 @@ def imagej_stacks_of_tifffile():
         add('tf-imagej-stack-u2-' + order, 'ImageJ stack of directories, ' + text, source=grey('u2'))
         for dtype in ('u1', 'u2', 'f4'):
             add(f'tf-imagej-single-{dtype}-{order}', f'ImageJ stack of one directory, {NAMES[dtype]}, {text}',
-                planes=2, single=True)
+                planes=2, single=True, **({'warns': 'Planes of file '} if order == 'be' and dtype != 'u1' else {}))
     add('tf-imagej-hyperstack', 'ImageJ hyperstack of directories, little-endian', source=grey('u1'))
     add('tf-imagej-hyperstack-single', 'ImageJ hyperstack of one directory, big-endian', planes=8, single=True)
     add('tf-imagej-single-rgb', 'ImageJ stack of one directory, RGB', planes=2, single=True,

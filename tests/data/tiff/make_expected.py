@@ -82,6 +82,16 @@ def buffer_type(page):
     return 'eIBT_Binary' if page.bitspersample == 1 else BUFFER_TYPES[str(page.dtype)]
 
 
+def checked_planes(path):
+    """What a file of one directory, or of another number than its description announces, really holds."""
+    with tifffile.TiffFile(path) as tiff:
+        pages = tiff.pages
+        page = pages[0]
+        stack = tiff.asarray() if len(pages) == 1 else numpy.stack([each.asarray() for each in pages])
+    shape = (page.imagelength, page.imagewidth) + ((page.samplesperpixel,) if page.samplesperpixel > 1 else ())
+    return ['%08x' % zlib.crc32(plane) for plane in planes_of(list(stack.reshape((-1,) + shape)))]
+
+
 def opened(name, path, rule):
     arrays, pages = directories(path)
     count = rule.get('planes', len(arrays))
@@ -103,6 +113,8 @@ def opened(name, path, rule):
         geometry['singleDirectory'] = True
     if 'warns' in rule:
         geometry['warning'] = rule['warns']
+    if single:
+        geometry['checkedPlanes'] = checked_planes(path)
     if 'load' in rule:
         return {**geometry, 'loads': False, 'message': rule['load']}
     planes = stacked_planes(path, pages[0], count) if single else planes_of(arrays)
