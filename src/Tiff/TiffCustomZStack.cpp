@@ -33,13 +33,16 @@ using Paths = std::vector<boost::filesystem::path>;
 
 constexpr std::size_t g_longestNumber = std::size_t{1} << 20U;
 
-/// The next line, of which no more is kept than shows that it is too long for a number.
-bool readLine(std::istream& stream, std::string& line) {
+/// The next line, of which no more is kept than shows that it is too long for a number. Where such a line is
+/// an error, the rest of it is not read.
+bool readLine(std::istream& stream, eTiffPolicy policy, std::string& line) {
     line.clear();
     char character = 0;
     while (stream.get(character) && character != '\n') {
         if (line.size() <= g_longestNumber) {
             line += character;
+        } else if (!acceptsBadSteps(policy)) {
+            break;
         }
     }
     return stream || !line.empty();
@@ -64,7 +67,7 @@ void requireStep(boost::filesystem::path const& path, vlUInt64 lineNumber, float
 void readText(boost::filesystem::path const& path, eTiffPolicy policy, std::vector<float>& steps) {
     SequentialFile stream(path);
     vlUInt64 lineNumber = 0;
-    for (std::string line; readLine(stream, line);) {
+    for (std::string line; readLine(stream, policy, line);) {
         ++lineNumber;
         if (line.size() <= g_longestNumber) {
             boost::algorithm::trim(line);
@@ -140,8 +143,8 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     }
     return paths.size() == 1
                ? loadTiffImageFile(paths.front(), eTDM_Volume, bufferMode)
-               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eTiffPolicy::Plain), outputSizeZ,
-                                            interpolationPolicy,
+               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eTiffPolicy::Plain),
+                                            outputSizeZ, interpolationPolicy,
                                             {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain});
 }
 

@@ -216,6 +216,9 @@ TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesys
     TIFF* const pTiff =
         TIFFClientOpenExt(path.c_str(), mode, pStream.get(), Client::read, Client::write, Client::seek,
                           Client::close, Client::size, nullptr, nullptr, pOptions.get());
+    if (pTiff == nullptr && pStream->_writeError) {
+        reportOpenFailure(path, pStream->_writeError); // libtiff does not name the reason
+    }
     if (pTiff != nullptr) {
         TiffStream& stream = *pStream.release();
         stream._bMemoryRefused = stream._bMemoryRefused || (errno == ENOMEM && lacksText(pTiff, stream));

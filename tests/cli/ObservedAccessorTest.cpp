@@ -23,10 +23,7 @@ TEST_F(ObservedAccessor, IsStoredInEveryFileOfTheImageThatItReads) {
     boost::filesystem::create_symlink("s/a2.tif", _folder / "link");
     tool::Progress progress(12, true);
     image::DiskImagePtr const pObserved =
-        tool::observe({image::file::openTiffImageFiles(path("s"), "a<INDEX>.tif", image::file::eTDM_Volume,
-                                                       image::file::eTBM_Default),
-                       "the files", false, true},
-                      progress);
+        tool::observe({image::file::openTiffImageFiles(path("s"), "a<INDEX>.tif"), false, true}, progress);
     for (char const* const name : {"s/a1.tif", "s/a2.tif", "link"}) {
         EXPECT_TRUE(pObserved->isStoredIn(path(name))) << name;
     }

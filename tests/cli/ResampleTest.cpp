@@ -6,6 +6,9 @@
 #include "WrongOption.h"
 
 #include <VELMOAttributes/ZSteps.h>
+#include <VELMOImage/ImageFactory.h>
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOSerialization/XmlFile.h>
 
 namespace velmo {
@@ -74,17 +77,52 @@ TEST_F(Resample, ATiffOutputHasTheSizeAndTheCompressionAskedFor) {
     EXPECT_EQ(COMPRESSION_DEFLATE, readTiff(path("out.tif")).at(8).compression);
 }
 
-TEST_F(Resample, ASingleFileIsWrittenAsItIsWithAWarning) {
+TEST_F(Resample, ASingleFileIsResampledLikeSeveral) {
+    put("only.tif", planes({10, 20, 80}));
+    Arguments arguments = resample();
+    arguments[2] = "only.tif";
+    expectDone(runTool(arguments));
+    EXPECT_EQ(planes({10, 20, 40, 60, 80}), read("out.raw"));
     boost::filesystem::remove(_folder / "steps.txt");
+    expectFailure(runTool(arguments + Arguments{"--overwrite"}), 1,
+                  "Error while loading z-steps file \"" + path("steps.txt") +
+                      "\": No such file or directory");
+}
+
+TEST_F(Resample, ASinglePlaneHasNoSteps) {
+    create("steps.txt", "");
     Arguments arguments = resample();
     arguments[2] = "a3.tif";
-    ToolResult const result = runTool(arguments);
-    EXPECT_EQ(0, result.status);
-    EXPECT_EQ(
-        "velmo-image: warning: \"a3.tif\" is the only file: it is written as it is, without --size-z and "
-        "z-steps\n",
-        result.err);
-    EXPECT_EQ(planes({20}), read("out.raw"));
+    expectDone(runTool(arguments));
+    EXPECT_EQ(planes({20, 20, 20, 20, 20}), read("out.raw"));
+}
+
+TEST_F(Resample, TheCalibrationAndTheUserPropertiesOfTheFirstFileAreKept) {
+    for (int const number : {1, 2}) {
+        image::ImagePtr pImage;
+        ASSERT_TRUE(image::ImageFactory::getInstance().createDefaultImage(
+            *image::geometry3d(image::eIBT_UInt8, 3, 2, 1), pImage));
+        pImage->setUserPropertiesStr("of " + std::to_string(number));
+        auto const pCalibration = boost::make_shared<image::GeometricCalibration>();
+        pCalibration->init3d(2, 3, 4, "mm", 0, 0, 0, 0, 0, 0, 0);
+        pImage->setGeometricCalibration(pCalibration);
+        image::file::saveTiffImageFile(_folder / "s" / ("b" + std::to_string(number) + ".tif"), pImage);
+    }
+    create("steps.txt", "5\n");
+    expectDone(runTool(
+        {"resample", path("s"), "b<INDEX>.tif", path("steps.txt"), path("out.tif"), "--size-z", "3"}));
+    nlohmann::json const entry = describe("out.tif");
+    EXPECT_EQ("of 1", entry.at("userProperties"));
+    EXPECT_EQ(nlohmann::json({{"x", 2.0}, {"y", 3.0}, {"z", 4.0}, {"unit", "mm"}}), entry.at("calibration"));
+}
+
+TEST_F(Resample, AnOutputThatOthersShowAsANegativeIsWarnedOf) {
+    TiffPage white = page(planes({10}));
+    white.photometric = PHOTOMETRIC_MINISWHITE;
+    writeTiff(_folder / "s" / "b1.tif", {white, white, white});
+    Arguments arguments = resample();
+    arguments[2] = "b1.tif";
+    EXPECT_THAT(runTool(arguments).err, HasSubstr("\": the least value is white: "));
 }
 
 TEST_F(Resample, AnotherNumberOfStepsThanOfGapsIsToldInTheWordsOfTheLibrary) {

@@ -5,6 +5,10 @@
 #include "SoftLimit.h"
 #include "WrongOption.h"
 
+#include <VELMOImage/ImageFactory.h>
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+
 namespace velmo {
 namespace test {
 
@@ -80,6 +84,36 @@ TEST_F(Stack, TheCalibrationOfTheFirstFileIsKept) {
     put("a2.tif", "ghijkl");
     expectDone(runTool({"stack", path("s"), "a<INDEX>.tif", path("out.tif")}));
     EXPECT_NEAR(0.01, describe("out.tif").at("calibration").at("x"), 1e-6);
+}
+
+TEST_F(Stack, TheUserPropertiesOfTheFirstFileAreKept) {
+    for (char const* const name : {"a1", "a2"}) {
+        image::ImagePtr pImage;
+        ASSERT_TRUE(image::ImageFactory::getInstance().createDefaultImage(
+            *image::geometry3d(image::eIBT_UInt8, 3, 2, 1), pImage));
+        pImage->setUserPropertiesStr(std::string("of ") + name);
+        image::file::saveTiffImageFile(bare(name + std::string(".tif")), pImage);
+    }
+    for (char const* const axis : {"z", "t"}) {
+        expectDone(
+            runTool({"stack", path("s"), "a<INDEX>.tif", path("out.tif"), "--along", axis, "--overwrite"}));
+        EXPECT_EQ("of a1", describe("out.tif").at("userProperties"));
+    }
+}
+
+TEST_F(Stack, AnOutputThatOthersShowAsANegativeIsWarnedOfOnce) {
+    for (char const* const name : {"a1.tif", "a2.tif"}) {
+        TiffPage white = page("abcdef");
+        white.photometric = PHOTOMETRIC_MINISWHITE;
+        writeTiff(bare(name), {white});
+    }
+    ToolResult const result = runTool(stack("a<INDEX>.tif"));
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("velmo-image: warning: \"" + path("s") +
+                  "\": the least value is white: a copy has the same values, and other programs show it as a "
+                  "negative\n",
+              result.err);
+    EXPECT_EQ("abcdefabcdef", read("out.raw"));
 }
 
 TEST_F(Stack, ColoursComeOutByChannel) {
@@ -247,11 +281,14 @@ TEST_F(Stack, MoreFilesThanTheSoftLimitOfOpenFilesAreJoined) {
     EXPECT_EQ(planes, stackToRaw("a<INDEX>.tif"));
 }
 
-TEST_F(Stack, ANameOfAPictureIsWarnedOf) {
+TEST_F(Stack, ANameOfAPictureIsRefusedUnlessAFormatIsGiven) {
     put("a1.tif", "abcdef");
-    ToolResult const result = runTool({"stack", path("s"), "*", path("out.png")});
-    EXPECT_EQ(0, result.status);
-    EXPECT_THAT(result.err, HasSubstr("out.png\" is written as raw planes, whatever its name says"));
+    Arguments const arguments = {"stack", path("s"), "*", path("out.png")};
+    ToolResult const result = runTool(arguments);
+    EXPECT_EQ(2, result.status);
+    EXPECT_THAT(result.err, HasSubstr("out.png\" is the name of a picture"));
+    EXPECT_THAT(list(), ElementsAre("s"));
+    expectDone(runTool(arguments + Arguments{"--output-format", "raw"}));
     EXPECT_EQ("abcdef", read("out.png"));
 }
 

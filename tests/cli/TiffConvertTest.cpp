@@ -293,8 +293,8 @@ TEST_F(TiffConvert, ADamagedStripLeavesTheEarlierOutputAndNothingElse) {
 TEST_F(TiffConvert, ADamagedStripOfColoursIsAFailureToo) {
     writeDamaged(3);
     for (char const* const output : {"out.raw", "out.tif"}) {
-        expectEarlierOutput(output, "Failed to read colours of plane z=0, t=0 of file " + path("in.tif") +
-                                        "\nTiff Error : ");
+        expectEarlierOutput(output, "Failed to read data of strip 0 for directory z=0, c=0, t=0 of file " +
+                                        path("in.tif") + "\nTiff Error : ");
     }
 }
 
@@ -304,15 +304,17 @@ TEST_F(TiffConvert, TiledColoursAreAFailureBehindTheirWarning) {
     tiled.photometric = PHOTOMETRIC_RGB;
     tiled.tileSize = 16;
     writeTiff(_folder / "in.tif", {tiled});
-    expectEarlierOutput("out.raw", "Failed to read colours of plane z=0, t=0 of file " + path("in.tif") +
-                                       "\nTiff Error : ");
+    expectEarlierOutput("out.raw", "Failed to read data of strip 0 for directory z=0, c=0, t=0 of file " +
+                                       path("in.tif") +
+                                       "\nTiff Error : Can not read scanlines from a tiled image");
 }
 
 TEST_F(TiffConvert, PipesAreRefusedWithTheLibrarysWords) {
     ASSERT_EQ(0, mkfifo(path("pipe").c_str(), 0600));
     ToolResult const input = runTool({"convert", path("pipe"), path("out.raw"), "--format", "tiff"});
     EXPECT_EQ(1, input.status);
-    EXPECT_THAT(input.err, StartsWith("velmo-image: Failed to open tiff image file " + path("pipe") + '\n'));
+    EXPECT_THAT(input.err, StartsWith("velmo-image: Error while loading tiff image file \"" + path("pipe") +
+                                      "\"\nFailed to open tiff image file " + path("pipe") + '\n'));
     writeTiff(_folder / "in.tif", {page(2, 1, 8, "ab")});
     ToolResult const output = runTool({"convert", path("in.tif"), path("pipe"), "--output-format", "tiff"});
     EXPECT_EQ(1, output.status);

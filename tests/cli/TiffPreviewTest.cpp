@@ -106,7 +106,8 @@ TEST_F(TiffPreview, AFileThatFailsLeavesNoPicture) {
     ToolResult const result = runTool({"preview", path("in.tif"), path("out.png")});
     EXPECT_EQ(1, result.status);
     EXPECT_THAT(result.err,
-                testing::StartsWith("velmo-image: Failed to open tiff image file " + path("in.tif")));
+                testing::StartsWith("velmo-image: Error while loading tiff image file \"" + path("in.tif") +
+                                    "\"\nFailed to open tiff image file " + path("in.tif")));
     EXPECT_THAT(list(), testing::ElementsAre("in.tif"));
 }
 

@@ -3,14 +3,52 @@
 
 #include "ResampleFixture.h"
 
+#include <VELMOAttributes/ZSteps.h>
+#include <VELMOSerialization/XmlFile.h>
+#include <array>
+#include <fcntl.h>
+#include <fstream>
 #include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 namespace velmo {
 namespace test {
 
+using testing::HasSubstr;
+
 namespace {
 
-using ZSteps = Resample;
+class ZSteps : public Resample {
+  protected:
+    /// A run that takes the steps 1 and 3 from the file.
+    void expectSteps(std::string const& file) const {
+        Arguments arguments = resample({"--overwrite"});
+        arguments[3] = file;
+        ToolResult const result = runTool(arguments);
+        EXPECT_EQ(0, result.status) << result.err;
+        EXPECT_EQ(planes({10, 20, 40, 60, 80}), read("out.raw"));
+    }
+};
+
+/// The reading end of a pipe that holds the bytes and has no writer any more. Processes inherit it.
+class InputPipe {
+  public:
+    explicit InputPipe(std::string const& bytes) {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(0, pipe(ends.data()));
+        EXPECT_EQ(static_cast<ssize_t>(bytes.size()), write(ends[1], bytes.data(), bytes.size()));
+        close(ends[1]);
+        _descriptor = ends[0];
+    }
+    ~InputPipe() { close(_descriptor); }
+    InputPipe(InputPipe const&) = delete;
+    InputPipe& operator=(InputPipe const&) = delete;
+    int getDescriptor() const { return _descriptor; }
+
+  private:
+    int _descriptor;
+};
 
 struct BadLine {
     char const* name;
@@ -39,13 +77,13 @@ INSTANTIATE_TEST_SUITE_P(
                     BadLine{"TwoNumbers", "1 3\n", 1}, BadLine{"Comma", "1,5\n3\n", 1},
                     BadLine{"Infinite", "1\ninf\n", 2}, BadLine{"NotANumber", "nan\n3\n", 1},
                     BadLine{"BeyondSinglePrecision", "1\n1e39\n", 2}, BadLine{"Vanishing", "1e-60\n3\n", 1},
-                    BadLine{"LineWithoutAnEnd", std::string(1UL << 20, '1'), 1},
-                    BadLine{"OneCharacterTooLong", "1\n3" + std::string(4096, ' ') + "\n", 2},
+                    BadLine{"LineWithoutAnEnd", std::string(2UL << 20, '1'), 1},
+                    BadLine{"OneCharacterTooLong", "1\n3" + std::string(1UL << 20, ' ') + "\n", 2},
                     BadLine{"ZeroBytes", std::string(10, '\0'), 1}),
     getName<BadLine>);
 
-TEST_F(ZSteps, ALineOf4096CharactersIsRead) {
-    create("steps.txt", "1\n3" + std::string(4095, ' ') + "\n");
+TEST_F(ZSteps, ALineOfOneMebibyteIsRead) {
+    create("steps.txt", "1\n3" + std::string((1UL << 20) - 1, ' ') + "\n");
     EXPECT_EQ(planes({10, 20, 40, 60, 80}), resampleToRaw());
 }
 
@@ -57,13 +95,71 @@ TEST_F(ZSteps, AFileOfGigabytesWithoutALineFeedTakesNoMemory) {
     EXPECT_GT(1L << 20, result.maxRss);
 }
 
-TEST_F(ZSteps, ADeviceIsRefusedWhateverItsName) {
+TEST_F(ZSteps, ADeviceWithoutAnEndIsAFailure) {
+    boost::filesystem::remove(_folder / "steps.txt");
     for (char const* const name : {"steps.txt", "steps.xml"}) {
-        for (char const* const device : {"/dev/zero", "/dev/null"}) {
-            boost::filesystem::remove(_folder / name);
-            boost::filesystem::create_symlink(device, _folder / name);
-            expectStepsFailure("Error while loading z-steps file \"" + path(name) + "\": Illegal seek", name);
-        }
+        boost::filesystem::create_symlink("/dev/zero", _folder / name);
+    }
+    expectStepsFailure("Error while loading z-steps txt file \"" + path("steps.txt") +
+                       "\": field at line 1 is not a positive numerical value");
+    Arguments arguments = resample();
+    arguments[3] = path("steps.xml");
+    ToolResult const result = runTool(arguments);
+    EXPECT_EQ(1, result.status);
+    EXPECT_THAT(result.err, HasSubstr("Error while loading z-steps file \"" + path("steps.xml") + "\": "));
+    EXPECT_GT(1L << 20, result.maxRss);
+}
+
+TEST_F(ZSteps, ADeviceWithoutBytesHoldsNoStep) {
+    boost::filesystem::remove(_folder / "steps.txt");
+    boost::filesystem::create_symlink("/dev/null", _folder / "steps.txt");
+    expectStepsFailure("Number of z-steps (0) does not match with number of z-plans minus one (3-1)");
+}
+
+TEST_F(ZSteps, ComeFromAPipeOfTheShell) {
+    InputPipe const pipe("1\n3\n"); // as <(printf '1\n3\n')
+    expectSteps("/dev/fd/" + std::to_string(pipe.getDescriptor()));
+}
+
+TEST_F(ZSteps, ComeFromStandardInput) {
+    InputPipe const pipe("1\n3\n");
+    int const earlier = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+    dup2(pipe.getDescriptor(), STDIN_FILENO);
+    expectSteps("/dev/stdin");
+    earlier < 0 ? close(STDIN_FILENO) : dup2(earlier, STDIN_FILENO);
+    close(earlier);
+}
+
+TEST_F(ZSteps, OfAPipeABadLineIsNamedToo) {
+    InputPipe const pipe("1\nthree\n");
+    expectStepsFailure("Error while loading z-steps txt file \"/dev/fd/" +
+                           std::to_string(pipe.getDescriptor()) +
+                           "\": field at line 2 is not a positive numerical value",
+                       "/dev/fd/" + std::to_string(pipe.getDescriptor()));
+}
+
+TEST_F(ZSteps, ComeFromAPipeThatIsWrittenLater) {
+    for (char const* const name : {"pipe", "pipe.xml"}) {
+        imaproc::attr::ZSteps steps;
+        steps.accessSteps() = {1, 3};
+        writeToXmlFile(_folder / "steps.xml", steps);
+        std::string const bytes = std::string(name) == "pipe" ? "1\n3\n" : read("steps.xml");
+        ASSERT_EQ(0, mkfifo(path(name).c_str(), 0600));
+        std::thread writer([&] { std::ofstream(path(name)) << bytes; });
+        expectSteps(path(name));
+        writer.join();
+    }
+}
+
+TEST_F(ZSteps, APipeWithoutAWriterIsAFailureAndNoWait) {
+    for (char const* const name : {"pipe", "pipe.xml"}) {
+        ASSERT_EQ(0, mkfifo(path(name).c_str(), 0600));
+        Arguments arguments = resample();
+        arguments[3] = path(name);
+        ToolResult const result = runTool(arguments);
+        EXPECT_EQ(1, result.status);
+        EXPECT_THAT(result.err, HasSubstr("Error while loading z-steps file \"" + path(name) + "\": "));
+        EXPECT_FALSE(boost::filesystem::exists(path("out.raw")));
     }
 }
 
@@ -73,9 +169,6 @@ TEST_F(ZSteps, AFileOfStepsThatCannotBeReadIsAFailure) {
     expectStepsFailure(start + "No such file or directory");
     boost::filesystem::create_directory(_folder / "steps.txt");
     expectStepsFailure(start + "Is a directory");
-    boost::filesystem::remove(_folder / "steps.txt");
-    ASSERT_EQ(0, mkfifo(path("steps.txt").c_str(), 0600));
-    expectStepsFailure(start + "Illegal seek");
 }
 
 } // namespace test

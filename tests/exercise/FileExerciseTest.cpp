@@ -17,8 +17,8 @@ using namespace image;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using tool::describeDamage;
 using tool::exerciseFile;
-using tool::findReadWarnings;
 
 namespace {
 
@@ -71,7 +71,7 @@ TEST_F(FileExercise, EachPlaneOfAGoodFileHasItsChecksum) {
     ASSERT_THAT(getPlanes(exercise), ElementsAre(0, 1));
     EXPECT_EQ(exercise.planes[0].checksum, 0x266F8BCEU); // CRC-32 of twenty a
     EXPECT_NE(exercise.planes[1].checksum, exercise.planes[0].checksum);
-    EXPECT_THAT(findReadWarnings(exercise), IsEmpty());
+    EXPECT_THAT(describeDamage(exercise), IsEmpty());
 }
 
 TEST_F(FileExercise, OfManyPlanesTheFirstAndTheLastOnesAreRead) {
@@ -123,17 +123,19 @@ TEST_F(FileExercise, OfALargePlaneOnlyRunsAreRead) {
     tool::Exercise const exercise = exerciseFile(accessor, limits);
     ASSERT_EQ(exercise.planes.size(), 1U);
     EXPECT_EQ(exercise.planes[0].checksum, 0U);
-    EXPECT_THAT(findReadWarnings(exercise), IsEmpty());
+    EXPECT_THAT(describeDamage(exercise), IsEmpty());
 }
 
-TEST_F(FileExercise, PlanesThatCannotBeReadAreCountedAndTheFirstIsTold) {
+TEST_F(FileExercise, PlanesThatCannotBeReadAreCountedAndListed) {
     file::RawImageFile accessor;
     open(accessor, 3, countingBytes(60));
     boost::filesystem::resize_file(_folder / "in.raw", 30);
     EXPECT_THAT(
-        findReadWarnings(exerciseFile(accessor)),
-        ElementsAre(HasSubstr("of 3 planes tried 2 cannot be read, the first of them plane z=1 c=0 t=0: "),
-                    HasSubstr("the file cannot be opened again from an archive: ")));
+        describeDamage(exerciseFile(accessor)),
+        ElementsAre(
+            HasSubstr(
+                "of 3 planes tried 2 cannot be read: plane z=1 c=0 t=0, plane z=2 c=0 t=0; the first one: "),
+            HasSubstr("the file cannot be opened again from an archive: ")));
 }
 
 TEST_F(FileExercise, RunsThatAreNotThePixelsOfThePlaneAreContradictions) {

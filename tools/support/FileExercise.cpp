@@ -8,6 +8,7 @@
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/crc.hpp>
 #include <cstring>
+#include <iterator>
 #include <sstream>
 
 namespace velmo {
@@ -181,6 +182,17 @@ void compare(Exercise const& second, Exercise& first) {
     }
 }
 
+/// The first of them by their indexes.
+std::string listPlanes(std::vector<ExercisedPlane> const& planes) {
+    constexpr std::size_t maxListed = 10;
+    std::string list;
+    for (std::size_t plane = 0; plane < std::min(planes.size(), maxListed); ++plane) {
+        list += (plane == 0 ? "" : ", ") + describePlan(planes[plane].plan);
+    }
+    return list + (planes.size() > maxListed ? " and " + std::to_string(planes.size() - maxListed) + " more"
+                                             : std::string());
+}
+
 } // namespace
 
 Exercise exerciseFile(BaseDiskImageAccessor const& accessor, ExerciseLimits const& limits) {
@@ -195,19 +207,18 @@ Exercise exerciseFile(BaseDiskImageAccessor const& accessor, ExerciseLimits cons
     return exercise;
 }
 
-std::vector<std::string> findReadWarnings(Exercise const& exercise) {
-    std::vector<std::string> warnings;
-    auto const isLost = [](ExercisedPlane const& plane) { return !plane.failure.empty(); };
-    auto const& planes = exercise.planes;
-    auto const first = std::find_if(planes.begin(), planes.end(), isLost);
-    if (first != planes.end()) {
-        warnings.push_back("of " + std::to_string(planes.size()) + " planes tried " +
-                           std::to_string(std::count_if(first, planes.end(), isLost)) +
-                           " cannot be read, the first of them " + describePlan(first->plan) + ": " +
-                           boost::algorithm::trim_right_copy(first->failure));
+std::vector<std::string> describeDamage(Exercise const& exercise) {
+    std::vector<ExercisedPlane> lost;
+    std::copy_if(exercise.planes.begin(), exercise.planes.end(), std::back_inserter(lost),
+                 [](ExercisedPlane const& plane) { return !plane.failure.empty(); });
+    std::vector<std::string> damage;
+    if (!lost.empty()) {
+        damage.push_back("of " + std::to_string(exercise.planes.size()) + " planes tried " +
+                         std::to_string(lost.size()) + " cannot be read: " + listPlanes(lost) +
+                         "; the first one: " + boost::algorithm::trim_right_copy(lost.front().failure));
     }
-    warnings.insert(warnings.end(), exercise.contradictions.begin(), exercise.contradictions.end());
-    return warnings;
+    damage.insert(damage.end(), exercise.contradictions.begin(), exercise.contradictions.end());
+    return damage;
 }
 
 } // namespace tool

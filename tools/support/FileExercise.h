@@ -45,8 +45,9 @@ struct Exercise {
 /// accessor is used by the calling thread alone, and the file by one more accessor.
 Exercise exerciseFile(image::BaseDiskImageAccessor const& accessor, ExerciseLimits const& limits = {});
 
-/// How many planes cannot be read and why the first of them cannot, and the contradictions. A sentence each.
-std::vector<std::string> findReadWarnings(Exercise const& exercise);
+/// Which planes cannot be read and why the first of them cannot, and the contradictions; empty where there is
+/// nothing of it. A sentence each, of which the first may have several lines.
+std::vector<std::string> describeDamage(Exercise const& exercise);
 
 } // namespace tool
 } // namespace velmo

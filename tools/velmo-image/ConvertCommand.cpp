@@ -28,11 +28,8 @@ eExitStatus ConvertCommand::run() const {
     InputDescription const description = _input.describe({_inputFile});
     _output.requireHeaderApartFrom(_inputFile, "the input itself");
     _output.requireWritable();
-    _output.tellPictureName();
     InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
-    for (std::string const& warning : findWarnings(input)) {
-        printMessage("warning: " + quoted(_inputFile) + ": " + warning);
-    }
+    printWarnings(_inputFile, findWarnings(input));
     _output.save(toSource(input));
     return eES_Done;
 }

@@ -17,10 +17,10 @@ struct FileDescription {
     std::string format;
     image::ImageConstPtr pImage; ///< null where the file cannot be opened
     std::vector<std::string> warnings;
-    std::string error; ///< empty unless the file cannot be opened
+    std::string error; ///< why it cannot be opened or what in it cannot be read; empty otherwise
 };
 
-/// All keys in every case; null where a file that failed has no answer.
+/// All keys in every case; null where a file that cannot be opened has no answer.
 nlohmann::ordered_json toJson(FileDescription const& description);
 /// A block of lines for readers.
 std::string toText(FileDescription const& description);

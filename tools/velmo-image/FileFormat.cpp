@@ -5,6 +5,7 @@
 
 #include "CheckedParsing.h"
 
+#include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
 
 namespace velmo {
@@ -52,9 +53,11 @@ eFileFormat chooseOutputFormat(boost::filesystem::path const& path, std::string 
 }
 
 bool hasPictureExtension(boost::filesystem::path const& path) {
-    std::string const extension = getLowerCaseExtension(path);
-    return extension == ".png" || extension == ".jpg" || extension == ".jpeg" || extension == ".bmp" ||
-           extension == ".gif";
+    constexpr std::array<char const*, 28> extensions = {
+        ".apng", ".avif", ".bmp", ".dib", ".exr",  ".gif", ".heic", ".heif", ".ico", ".j2k",
+        ".jfif", ".jp2",  ".jpe", ".jpg", ".jpeg", ".jxl", ".pam",  ".pbm",  ".pcx", ".pgm",
+        ".png",  ".pnm",  ".ppm", ".psd", ".svg",  ".tga", ".webp", ".xpm"};
+    return std::find(extensions.begin(), extensions.end(), getLowerCaseExtension(path)) != extensions.end();
 }
 
 } // namespace tool

@@ -116,14 +116,6 @@ bool FileSeries::isLeftOut(std::size_t entry) const {
     return _bIndices && entry != 0 && _entries[entry].index == _entries[entry - 1].index;
 }
 
-std::size_t FileSeries::countTaken() const {
-    std::size_t nbTaken = 0;
-    for (std::size_t entry = 0; entry < _entries.size(); ++entry) {
-        nbTaken += isLeftOut(entry) ? 0 : 1;
-    }
-    return nbTaken;
-}
-
 std::vector<std::string> FileSeries::findProblems() const {
     std::vector<std::string> problems;
     if (_bIndices && !_entries.empty()) {

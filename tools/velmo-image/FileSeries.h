@@ -28,8 +28,6 @@ class FileSeries {
     bool hasIndices() const { return _bIndices; }
     /// All matches, also those that a load leaves out.
     std::vector<Entry> const& getEntries() const { return _entries; }
-    /// How many a load takes.
-    std::size_t countTaken() const;
 
     /// Names that share a number and numbers that no name has, between the lowest and the highest: a sentence
     /// each, of a bounded number and length.

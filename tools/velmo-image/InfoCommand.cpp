@@ -9,6 +9,7 @@
 #include "Interrupt.h"
 #include "Terminal.h"
 
+#include <boost/algorithm/string/join.hpp>
 #include <nlohmann/json.hpp>
 
 namespace velmo {
@@ -21,16 +22,13 @@ std::string toDocument(nlohmann::ordered_json const& files) {
     return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 
-/// What the file says of itself; where that is all right, what a reader meets.
-std::vector<std::string> check(InputImage const& input) {
-    std::vector<std::string> warnings = findWarnings(input);
-    if (warnings.empty()) {
-        ExerciseLimits limits;
-        limits.bComparesRuns = input.format != eFileFormat::Tiff;
-        limits.beforePlane = throwIfInterrupted;
-        warnings = findReadWarnings(exerciseFile(*input.pImage->getAccessor(), limits));
-    }
-    return warnings;
+/// What cannot be read, a line each; empty where all that was tried can be.
+std::string findDamage(std::string const& file, InputImage const& input) {
+    ExerciseLimits limits;
+    limits.beforePlane = throwIfInterrupted;
+    std::vector<std::string> const damage =
+        describeDamage(exerciseFile(*input.pImage->getAccessor(), limits));
+    return damage.empty() ? std::string() : quoted(file) + ": " + boost::algorithm::join(damage, "\n");
 }
 
 } // namespace
@@ -43,7 +41,7 @@ InfoCommand::InfoCommand(CLI::App& parent)
     getApp().add_option("FILE", _files, "Files to tell of")->required();
     getApp().add_flag("--json", _bJson, "As a JSON document; \"bytes\" counts those of all pixels");
     getApp().add_flag("--check", _bCheck,
-                      "Warn where a file holds something else than announced or cannot be read");
+                      "Read planes and fail where one cannot be read; warn of what is unusual");
     _input.addTo(getApp());
 }
 
@@ -54,7 +52,8 @@ FileDescription InfoCommand::describe(std::string const& file, InputDescription 
         InputImage const image = openInput(file, format, input);
         description.pImage = image.pImage;
         if (_bCheck) {
-            description.warnings = check(image);
+            description.warnings = findWarnings(image);
+            description.error = findDamage(file, image);
         }
     } catch (BaseException const& failure) {
         description.error = getFullText(failure);

@@ -5,16 +5,28 @@
 
 #include "Im6Input.h"
 #include "InputFile.h"
+#include "Interrupt.h"
 #include "TiffCheck.h"
-#include "TiffInput.h"
 
 #include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOUtil/BaseException.h>
 #include <boost/filesystem/operations.hpp>
 
 namespace velmo {
 namespace tool {
 
 namespace {
+
+image::DiskImagePtr openTiffInput(boost::filesystem::path const& path,
+                                  image::file::TiffReadOptions const& options) {
+    try {
+        return image::file::openTiffImageFile(path, options);
+    } catch (BaseException const&) {
+        throwIfInterrupted(); // which may be why it failed
+        throw;
+    }
+}
 
 std::vector<std::string> findRawWarnings(InputImage const& input) {
     boost::system::error_code error;
@@ -25,6 +37,18 @@ std::vector<std::string> findRawWarnings(InputImage const& input) {
     }
     return {"the file is longer than its geometry: " + std::to_string(fileSize - input.offset - nbBytes) +
             " bytes behind the last plane are not read"};
+}
+
+std::vector<std::string> findFormatWarnings(InputImage const& input) {
+    switch (input.format) {
+    case eFileFormat::Tiff:
+        return findTiffWarnings(*input.pImage);
+    case eFileFormat::Im6:
+        return findIm6Warnings(*input.pImage);
+    case eFileFormat::Raw:
+        break;
+    }
+    return findRawWarnings(input);
 }
 
 } // namespace
@@ -44,20 +68,21 @@ InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
 }
 
 std::vector<std::string> findWarnings(InputImage const& input) {
-    switch (input.format) {
-    case eFileFormat::Tiff:
-        return findTiffWarnings(*input.pImage);
-    case eFileFormat::Im6:
-        return findIm6Warnings(*input.pImage);
-    case eFileFormat::Raw:
-        break;
+    std::vector<std::string> warnings = findFormatWarnings(input);
+    std::vector<std::string> const negative = findNegativeWarnings(*input.pImage);
+    warnings.insert(warnings.end(), negative.begin(), negative.end());
+    return warnings;
+}
+
+std::vector<std::string> findNegativeWarnings(image::BaseImage const& image) {
+    if (image.getGeometry().getColorGeometry().minIsBlack()) {
+        return {};
     }
-    return findRawWarnings(input);
+    return {"the least value is white: a copy has the same values, and other programs show it as a negative"};
 }
 
 ObservedSource toSource(InputImage const& input) {
-    return {input.pImage, "file " + input.pImage->getAccessor()->getFilePath().string(), input.bSwapBytes,
-            input.format == eFileFormat::Tiff};
+    return {input.pImage, input.bSwapBytes, input.format == eFileFormat::Tiff};
 }
 
 } // namespace tool

@@ -21,8 +21,10 @@ struct InputImage {
 InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
                      InputDescription const& description);
 
-/// What the file holds otherwise than it was announced, a sentence each.
+/// What the file holds otherwise than it was announced or expected, a sentence each.
 std::vector<std::string> findWarnings(InputImage const& input);
+/// Of these the one for an image whose least value is white; empty for any other image.
+std::vector<std::string> findNegativeWarnings(image::BaseImage const& image);
 
 /// The pixels of the input in the machine's byte order. The source co-owns the open file.
 ObservedSource toSource(InputImage const& input);

@@ -140,8 +140,10 @@ InputDescription InputOptions::describe(std::vector<std::string> const& files) c
     if (findInput(files, eFileFormat::Tiff) == nullptr) {
         refuseGiven(_tiffOptions, "TIFF");
     }
-    return {pRaw != nullptr ? describeRaw(*pRaw) : RawDescription{{}, eIBT_None, 0, false},
-            {parseDirectoryMode("--directories", _directories), parseBufferMode(_pixels)}};
+    file::TiffReadOptions tiff;
+    tiff.directories = parseDirectoryMode("--directories", _directories);
+    tiff.pixels = parseBufferMode(_pixels);
+    return {pRaw != nullptr ? describeRaw(*pRaw) : RawDescription{{}, eIBT_None, 0, false}, tiff};
 }
 
 } // namespace tool

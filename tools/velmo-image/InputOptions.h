@@ -6,7 +6,7 @@
 #include "FileFormat.h"
 
 #include <VELMOImage/ImageGeometry.h>
-#include <VELMOImageFile/TiffImageFileTypes.h>
+#include <VELMOImageFile/TiffImageFileOptions.h>
 #include <boost/filesystem/path.hpp>
 #include <string>
 #include <vector>
@@ -30,15 +30,9 @@ struct RawDescription {
     image::ImageGeometryPtr createGeometry() const;
 };
 
-/// What a TIFF file of another program does not say of itself.
-struct TiffDescription {
-    image::file::eTiffDirectoryMode directoryMode;
-    image::file::eTiffBufferMode bufferMode;
-};
-
 struct InputDescription {
     RawDescription raw; ///< without sizes where no input is raw
-    TiffDescription tiff;
+    image::file::TiffReadOptions tiff;
 };
 
 /// The option --pixels of "what" (a word for the inputs), which writes into `value`.

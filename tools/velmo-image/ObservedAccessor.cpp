@@ -32,7 +32,7 @@ boost::shared_ptr<image::BaseDiskImageAccessor> getAccessorOf(image::ImagePtr co
 
 ObservedAccessor::ObservedAccessor(ObservedSource const& source, Progress& progress)
     : _pImage(source.pImage),
-      _pPlanes(source.bWholePlanes ? std::make_unique<TiffPlanes>(source.pImage, source.name) : nullptr),
+      _pPlanes(source.bWholePlanes ? std::make_unique<TiffPlanes>(source.pImage) : nullptr),
       _bSwapBytes(source.bSwapBytes), _progress(progress) {
     auto const pAccessor = getAccessorOf(source.pImage);
     initBase(pAccessor ? pAccessor->getFilePath() : boost::filesystem::path(), image::eIAM_ReadOnly,

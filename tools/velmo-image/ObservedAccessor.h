@@ -17,7 +17,6 @@ class Progress;
 /// An image to be watched while it is read.
 struct ObservedSource {
     image::ImagePtr pImage;
-    std::string name;  ///< what messages call the place of the pixels, such as `file a.tif`
     bool bSwapBytes;   ///< of each pixel read
     bool bWholePlanes; ///< ask the image for whole planes only, one of which is held in memory
 };

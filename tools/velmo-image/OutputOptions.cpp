@@ -84,6 +84,11 @@ image::file::eTiffCompression OutputOptions::getCompression() const {
 
 void OutputOptions::requireFit() const {
     eFileFormat const format = getFormat();
+    if (_format.empty() && hasPictureExtension(_file)) {
+        throw WrongUse(quoted(_file) +
+                       " is the name of a picture, which this command does not write: velmo-image preview "
+                       "writes PNG pictures; --output-format raw or tiff writes under any name");
+    }
     if (format == eFileFormat::Tiff && !_headerFile.empty()) {
         throw WrongUse("--header is for a raw output, and " + quoted(_file) + " is a TIFF file");
     }
@@ -115,13 +120,6 @@ void OutputOptions::requireWritable() const {
     requireWritableTarget(_file, _bOverwrite);
 }
 
-void OutputOptions::tellPictureName() const {
-    if (_format.empty() && hasPictureExtension(_file)) {
-        printMessage("warning: " + quoted(_file) +
-                     " is written as raw planes, whatever its name says; velmo-image preview makes pictures");
-    }
-}
-
 std::optional<TiffResolution> OutputOptions::getResolution(image::DiskImage const& image) const {
     if (!_bCalibrationTags) {
         return std::nullopt;
@@ -135,17 +133,21 @@ std::optional<TiffResolution> OutputOptions::getResolution(image::DiskImage cons
 
 OutputOptions::Writer OutputOptions::createWriter(image::DiskImagePtr const& pImage) const {
     if (getFormat() == eFileFormat::Tiff) {
-        image::file::eTiffCompression const compression = getCompression();
+        image::file::TiffWriteOptions options;
+        options.compression = getCompression();
+        options.bReplaceWhenWhole = false; // the path is a temporary one already
         std::optional<TiffResolution> const resolution = getResolution(*pImage);
         return [=](boost::filesystem::path const& path) {
-            image::file::saveTiffImageFile(path, pImage, compression);
+            image::file::saveTiffImageFile(path, pImage, options);
             if (resolution) {
                 setTiffResolution(path, *resolution);
             }
         };
     }
-    std::string const header = _headerFile.empty() ? std::string() : readHeader(_headerFile);
-    return [=](boost::filesystem::path const& path) { image::file::saveRawImageFile(path, pImage, header); };
+    image::file::RawWriteOptions options;
+    options.fileHeader = _headerFile.empty() ? std::string() : readHeader(_headerFile);
+    options.bReplaceWhenWhole = false; // the path is a temporary one already
+    return [=](boost::filesystem::path const& path) { image::file::saveRawImageFile(path, pImage, options); };
 }
 
 void OutputOptions::save(ObservedSource const& source) const {

@@ -29,8 +29,8 @@ class OutputOptions {
     void addCalibrationTagsTo(CLI::App& app);
 
     std::string const& getFile() const { return _file; }
-    /// Throws WrongUse where the format cannot be written, an option does not go with another one, and
-    /// the header is the output.
+    /// Throws WrongUse where the format cannot be written, the extension alone chooses the format and is that
+    /// of a picture, an option does not go with another one, or the header is the output.
     void requireFit() const;
     /// Throws for a file to read, which `what` names: WorkFailure where it is the output, WrongUse where it
     /// is the header.
@@ -38,8 +38,6 @@ class OutputOptions {
     void requireHeaderApartFrom(boost::filesystem::path const& input, std::string const& what) const;
     /// Throws WorkFailure where `save` would refuse the file, before any work is done.
     void requireWritable() const;
-    /// Prints a warning where the extension alone chose raw planes, and it is that of a picture.
-    void tellPictureName() const;
     /// Writes the image plane by plane, with a progress bar, as `writeOutput` has it; an interrupt ends it.
     void save(ObservedSource const& source) const;
 

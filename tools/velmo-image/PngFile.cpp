@@ -32,15 +32,19 @@ void writePng(boost::filesystem::path const& path, vlUInt64 width, vlUInt64 heig
     image.width = static_cast<png_uint_32>(width);
     image.height = static_cast<png_uint_32>(height);
     image.format = nbChannels == 1 ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB;
-    int const bWritten = png_image_write_to_stdio(&image, pFile, 0, pixels.data(), 0, nullptr);
-    int const bClosed = std::fclose(pFile) == 0 ? 1 : 0;
-    int const error = errno;
+    errno = 0;
+    bool const bWritten = png_image_write_to_stdio(&image, pFile, 0, pixels.data(), 0, nullptr) != 0;
+    int const writeError = std::ferror(pFile) != 0 ? errno : 0; // libpng does not name the system's reason
+    int const closeError = std::fclose(pFile) != 0 ? errno : 0;
     png_image_free(&image);
-    if (bWritten == 0) {
+    if (writeError != 0) {
+        fail(path, std::strerror(writeError));
+    }
+    if (!bWritten) {
         fail(path, image.message);
     }
-    if (bClosed == 0) {
-        fail(path, std::strerror(error));
+    if (closeError != 0) {
+        fail(path, std::strerror(closeError));
     }
 }
 

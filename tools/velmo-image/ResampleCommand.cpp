@@ -4,10 +4,10 @@
 #include "ResampleCommand.h"
 
 #include "CheckedParsing.h"
+#include "InputImage.h"
 #include "Interrupt.h"
 #include "OpenFileLimit.h"
 #include "Terminal.h"
-#include "ZStepsCheck.h"
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
@@ -59,22 +59,14 @@ image::ImagePtr ResampleCommand::load() const {
     raiseOpenFileLimit();
     PromptInterrupts const prompt;
     try {
+        image::file::TiffReadOptions options;
+        options.pixels = _series.getBufferMode();
         return image::file::loadCustomZStackImageFiles(_series.getDirectory(), _zStepsFile, getSizeZ(),
-                                                       getInterpolation(), _series.getPattern(),
-                                                       _series.getBufferMode());
+                                                       getInterpolation(), _series.getPattern(), options);
     } catch (processor::VELMOBaseProcessingException const& failure) {
         std::string const text = getFullText(failure);
         // A run that failed is told as a first line on the processor, and the reason behind it.
         throw WorkFailure(text.substr(text.find('\n') + 1));
-    }
-}
-
-void ResampleCommand::checkSteps(FileSeries const& series) const {
-    if (series.countTaken() == 1) {
-        printMessage("warning: " + quoted(series.getEntries().front().name) +
-                     " is the only file: it is written as it is, without --size-z and z-steps");
-    } else {
-        requireZSteps(_zStepsFile);
     }
 }
 
@@ -84,13 +76,13 @@ eExitStatus ResampleCommand::run() const {
     getSizeZ();
     getInterpolation();
     _output.requireApartFrom(_zStepsFile, "the file of z-steps");
-    FileSeries const series = _series.find(_output);
-    checkSteps(series);
+    _series.check(_output);
     image::ImagePtr const pImage = load();
     if (!pImage) {
         _series.failWithoutMatch(); // they have gone meanwhile
     }
-    _output.save({pImage, "the files of " + quoted(_series.getDirectory()), false, false});
+    printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
+    _output.save({pImage, false, false});
     return eES_Done;
 }
 

@@ -22,8 +22,6 @@ class ResampleCommand : public Command {
     vlUInt64 getSizeZ() const;
     imaproc::attr::eInterpolationPolicy getInterpolation() const;
     image::ImagePtr load() const;
-    /// Told or thrown before the work: what will not come out as asked for.
-    void checkSteps(FileSeries const& series) const;
 
     SeriesOptions _series;
     std::string _zStepsFile;

@@ -32,9 +32,9 @@ image::file::eTiffBufferMode SeriesOptions::getBufferMode() const {
     return parseBufferMode(_pixels);
 }
 
-FileSeries SeriesOptions::find(OutputOptions const& output) const {
+void SeriesOptions::check(OutputOptions const& output) const {
     tellMistakenKeyword(_pattern);
-    FileSeries series = FileSeries::findIn(_directory, _pattern);
+    FileSeries const series = FileSeries::findIn(_directory, _pattern);
     if (series.getEntries().empty()) {
         failWithoutMatch();
     }
@@ -45,12 +45,10 @@ FileSeries SeriesOptions::find(OutputOptions const& output) const {
     }
     tellProblems(series, _bStrict);
     output.requireWritable();
-    output.tellPictureName();
     if (isLaterFound(output.getFile())) {
         printMessage("warning: " + quoted(output.getFile()) +
                      " lies among the files and matches the pattern: a later run would read it");
     }
-    return series;
 }
 
 bool SeriesOptions::isLaterFound(fs::path const& outputFile) const {
@@ -65,10 +63,6 @@ void SeriesOptions::requireFinished(std::string const& name) const {
                           ": it is an unfinished output of velmo-image, which " + quoted(_pattern) +
                           " matches");
     }
-}
-
-fs::path SeriesOptions::getFirstFile(FileSeries const& series) const {
-    return fs::path(_directory) / series.getEntries().front().name;
 }
 
 void SeriesOptions::failWithoutMatch() const {

@@ -28,13 +28,10 @@ class SeriesOptions {
     /// Throws WrongUse where the option has no such value.
     image::file::eTiffBufferMode getBufferMode() const;
 
-    /// The files, at least one. Throws where none matches, where the output, its header or a file that a run
-    /// of the tool has not finished is one of them, where the output cannot be written, and for equal and
-    /// missing numbers if that was asked for; else these are warnings, as is an output that would be found
-    /// with the files.
-    FileSeries find(OutputOptions const& output) const;
-    /// Of the series: the first file.
-    boost::filesystem::path getFirstFile(FileSeries const& series) const;
+    /// Throws where no file matches, where the output, its header or a file that a run of the tool has not
+    /// finished is one of the files, where the output cannot be written, and for equal and missing numbers if
+    /// that was asked for; else these are warnings, as is an output that would be found with the files.
+    void check(OutputOptions const& output) const;
     [[noreturn]] void failWithoutMatch() const;
 
   private:

@@ -3,10 +3,10 @@
 
 #include "StackCommand.h"
 
-#include "InputOptions.h"
+#include "InputImage.h"
 #include "Interrupt.h"
 #include "OpenFileLimit.h"
-#include "TiffInput.h"
+#include "Terminal.h"
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
 
@@ -25,28 +25,26 @@ StackCommand::StackCommand(CLI::App& parent)
     _output.addCalibrationTagsTo(getApp());
 }
 
-image::ImagePtr StackCommand::open(FileSeries const& series,
-                                   image::file::eTiffDirectoryMode directoryMode) const {
-    image::file::eTiffBufferMode const bufferMode = _series.getBufferMode();
-    if (series.countTaken() == 1) {
-        return openTiffInput(_series.getFirstFile(series), {directoryMode, bufferMode});
-    }
+image::ImagePtr StackCommand::open(image::file::eTiffDirectoryMode directoryMode) const {
+    image::file::TiffReadOptions options;
+    options.directories = directoryMode;
+    options.pixels = _series.getBufferMode();
     raiseOpenFileLimit();
     PromptInterrupts const prompt;
-    return image::file::openTiffImageFiles(_series.getDirectory(), _series.getPattern(), directoryMode,
-                                           bufferMode);
+    return image::file::openTiffImageFiles(_series.getDirectory(), _series.getPattern(), options);
 }
 
 eExitStatus StackCommand::run() const {
     _output.requireFit();
     _series.getBufferMode();
     image::file::eTiffDirectoryMode const directoryMode = parseDirectoryMode("--along", _along);
-    FileSeries const series = _series.find(_output);
-    image::ImagePtr const pImage = open(series, directoryMode);
+    _series.check(_output);
+    image::ImagePtr const pImage = open(directoryMode);
     if (!pImage) {
         _series.failWithoutMatch(); // they have gone meanwhile
     }
-    _output.save({pImage, "the files of " + quoted(_series.getDirectory()), false, true});
+    printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
+    _output.save({pImage, false, true});
     return eES_Done;
 }
 

@@ -17,7 +17,7 @@ class StackCommand : public Command {
     eExitStatus run() const override;
 
   private:
-    image::ImagePtr open(FileSeries const& series, image::file::eTiffDirectoryMode directoryMode) const;
+    image::ImagePtr open(image::file::eTiffDirectoryMode directoryMode) const;
 
     SeriesOptions _series;
     OutputOptions _output;

@@ -45,5 +45,11 @@ void printMessage(std::string const& text) {
     writeAll(STDERR_FILENO, "velmo-image: " + text + '\n');
 }
 
+void printWarnings(std::string const& file, std::vector<std::string> const& warnings) {
+    for (std::string const& warning : warnings) {
+        printMessage("warning: " + quoted(file) + ": " + warning);
+    }
+}
+
 } // namespace tool
 } // namespace velmo

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace velmo {
 namespace tool {
@@ -13,6 +14,8 @@ namespace tool {
 void printOutput(std::string const& text);
 /// One message on standard error, behind the name of the program.
 void printMessage(std::string const& text);
+/// A message each, which names the file.
+void printWarnings(std::string const& file, std::vector<std::string> const& warnings);
 
 } // namespace tool
 } // namespace velmo

@@ -10,8 +10,8 @@
 namespace velmo {
 namespace tool {
 
-/// Where a TIFF file, opened as this image, does not hold what it announces, or holds it in a way that the
-/// pixels read from it are not what they are meant to be. A sentence each.
+/// In what ways the pixels of a TIFF file, opened as this image, are stored that reading does not follow:
+/// tiles, and rows that are not to be shown from the top left. A sentence each.
 std::vector<std::string> findTiffWarnings(image::DiskImage const& image);
 
 } // namespace tool

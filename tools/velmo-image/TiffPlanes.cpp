@@ -3,16 +3,13 @@
 
 #include "TiffPlanes.h"
 
-#include "TiffWords.h"
-
 #include <VELMOUtil/AvailableMemory.h>
 #include <cstring>
 
 namespace velmo {
 namespace tool {
 
-TiffPlanes::TiffPlanes(image::ImageConstPtr const& pImage, std::string const& source)
-    : _pImage(pImage), _source(source) {}
+TiffPlanes::TiffPlanes(image::ImageConstPtr const& pImage) : _pImage(pImage) {}
 
 BoolResult TiffPlanes::readPixels(image::PlanIndexes const& plan, vlUInt64 pixelStart, vlUInt64 nbPixels,
                                   void* buffer) {
@@ -32,13 +29,7 @@ BoolResult TiffPlanes::readPixels(image::PlanIndexes const& plan, vlUInt64 pixel
 
 BoolResult TiffPlanes::readPlane(image::PlanIndexes const& plan, void* buffer) const {
     image::BaseImageGeometry const& geometry = _pImage->getGeometry();
-    clearTiffError();
-    BoolResult result = _pImage->readPixels(plan.z, plan.c, plan.t, 0, geometry.getPlanNbPixels(), buffer);
-    if (result && geometry.getSizeC() > 1 && !getTiffError().empty()) {
-        result = failure("Failed to read colours of plane z=" + std::to_string(plan.z) +
-                         ", t=" + std::to_string(plan.t) + " of " + _source + '\n' + getTiffError());
-    }
-    return result;
+    return _pImage->readPixels(plan.z, plan.c, plan.t, 0, geometry.getPlanNbPixels(), buffer);
 }
 
 BoolResult TiffPlanes::hold(image::PlanIndexes const& plan) {

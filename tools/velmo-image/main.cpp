@@ -11,7 +11,6 @@
 #include "ResampleCommand.h"
 #include "StackCommand.h"
 #include "Terminal.h"
-#include "TiffWords.h"
 
 #include <VELMOUtil/Logging.h>
 #include <algorithm>
@@ -77,7 +76,6 @@ void prepare() {
     getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a limit of the size of files is a failed write
-    captureTiffWords();
     catchInterrupts();
 }
 

@@ -170,9 +170,9 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path cons
                                                     std::string const& pattern,
                                                     TiffReadOptions const& options = {});
 
-/// With options; otherwise as the plain call below. A line of the z-steps file that is no number is an error,
-/// and a single match is resampled like any stack. The directories of each file are planes along Z, whatever
-/// the options say.
+/// With options; otherwise as the plain call below. A line of the z-steps text that is neither blank nor a
+/// positive, finite number is an error that names the line, and a single match is resampled like any stack.
+/// The directories of each file are planes along Z, whatever the options say.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
     boost::filesystem::path const& directory, boost::filesystem::path const& zStepsFile,
     unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
