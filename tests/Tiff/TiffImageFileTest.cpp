@@ -20,7 +20,7 @@ namespace {
 using velmo::test::CapturedLog;
 using velmo::test::thrownText;
 
-constexpr char const* g_className = "velmo::image::file::TiffImageFile";
+constexpr char const* g_typeName = "velmo::image::file::TiffImageFile";
 
 /// A call that must throw exactly `Exception` and write its text at ERROR, once.
 template <class Exception, class Call>
@@ -39,11 +39,11 @@ std::string textLoggedAndThrownBy(Call const& call) {
 
 TEST_F(TiffImageFileTest, HasItsNameAndVersionInEveryForm) {
     TiffImageFile const file;
-    EXPECT_EQ(TiffImageFile::getTypeName(), g_className);
+    EXPECT_EQ(TiffImageFile::getTypeName(), g_typeName);
     EXPECT_EQ(&TiffImageFile::getTypeName(), &TiffImageFile::getTypeName());
     EXPECT_EQ(TiffImageFile::getVersion(), 1U);
-    EXPECT_EQ(file.getClassName(), g_className);
-    EXPECT_EQ(file.getImageInfoStr(), g_className);
+    EXPECT_EQ(file.getClassName(), g_typeName);
+    EXPECT_EQ(file.getImageInfoStr(), g_typeName);
 }
 
 TEST_F(TiffImageFileTest, IsMadeByItsMakersAndByTheFactory) {
@@ -51,14 +51,14 @@ TEST_F(TiffImageFileTest, IsMadeByItsMakersAndByTheFactory) {
     std::unique_ptr<BaseDynamicObject> const made[] = {
         std::unique_ptr<BaseDynamicObject>(TiffImageFile::createNewObject()),
         std::unique_ptr<BaseDynamicObject>(file.createNew()),
-        std::unique_ptr<BaseDynamicObject>(DynamicObjectFactory::getInstance().createNew(g_className))};
+        std::unique_ptr<BaseDynamicObject>(DynamicObjectFactory::getInstance().createNew(g_typeName))};
     for (auto const& pObject : made) {
         auto const* const pFile = dynamic_cast<TiffImageFile const*>(pObject.get());
         ASSERT_NE(pFile, nullptr);
         EXPECT_FALSE(pFile->isInit());
     }
     for (DynamicObjectPtr const& pObject : {TiffImageFile::createSharedObject(), file.createShared(),
-                                            DynamicObjectFactory::getInstance().createShared(g_className)}) {
+                                            DynamicObjectFactory::getInstance().createShared(g_typeName)}) {
         EXPECT_TRUE(boost::dynamic_pointer_cast<TiffImageFile>(pObject));
     }
 }
@@ -69,7 +69,7 @@ TEST_F(TiffImageFileTest, EveryCopyIsRefused) {
     EXPECT_FALSE(file.hasCopySupport());
     TiffImageFile const other;
     std::string const text = textLoggedAndThrownBy<VELMOUtilException>([&] { file.copy(other); });
-    EXPECT_THAT(text, testing::HasSubstr(g_className));
+    EXPECT_THAT(text, testing::HasSubstr(g_typeName));
     EXPECT_EQ(textLoggedAndThrownBy<VELMOUtilException>([&] { delete file.duplicate(); }), text);
     EXPECT_EQ(textLoggedAndThrownBy<VELMOUtilException>([&] { file.duplicateShared(); }), text);
     expectExample(file);
