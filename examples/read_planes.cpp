@@ -16,7 +16,7 @@ using namespace velmo::image;
 void readOnePlane() {
     // [open on demand]
     // Opened for reading and writing; no pixel is read yet.
-    DiskImagePtr const onDisk = file::openTiffImageFile("stack.tif");
+    DiskImagePtr const onDisk = file::openTiffImageFile("stack.tif", {}, eIAM_ReadWrite);
     std::vector<std::uint16_t> plane(onDisk->getGeometry().getPlanNbPixels());
     BoolResult const read =
         onDisk->readPixels(5, 0, 0, 0, plane.size(), plane.data()); // z, c, t, first, number
