@@ -87,16 +87,22 @@ bool StripLayout::isCountable() const {
 TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout)
     : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _layout(layout),
       _bCompressed(getCompression(pTiff) != COMPRESSION_NONE), _bDeflate(isDeflate(pTiff)),
-      _bWritable(canBeWritten(pTiff)), _bPlain(_bWritable && liesAsInMemory()) {}
+      _bWritable(canBeWritten(pTiff)), _bPlain(_bWritable && !_bCompressed && hasPlainSamples()),
+      _bInflates(_bDeflate && !isPredicted() && hasPlainSamples()) {}
 
-bool TiffStrips::liesAsInMemory() const {
+/// Whether samples, once they are decoded, lie as in memory.
+bool TiffStrips::hasPlainSamples() const {
     auto const width = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
     auto const length = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGELENGTH).value_or(0);
     bool const bOneByte = getTag<std::uint16_t>(_pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0) == 8;
-    return _pStream != nullptr && !_bCompressed && TIFFIsTiled(_pTiff) == 0 &&
-           (TIFFIsByteSwapped(_pTiff) == 0 || bOneByte) && hasUsualFillOrder(_pTiff) &&
-           width == _layout.sizeX && length == _layout.sizeY &&
+    return _pStream != nullptr && TIFFIsTiled(_pTiff) == 0 && (TIFFIsByteSwapped(_pTiff) == 0 || bOneByte) &&
+           hasUsualFillOrder(_pTiff) && width == _layout.sizeX && length == _layout.sizeY &&
            static_cast<vlUInt64>(TIFFScanlineSize(_pTiff)) == _layout.sizeX * _layout.pixelStride;
+}
+
+bool TiffStrips::isPredicted() const {
+    std::uint16_t predictor = PREDICTOR_NONE;
+    return TIFFGetField(_pTiff, TIFFTAG_PREDICTOR, &predictor) == 1 && predictor != PREDICTOR_NONE;
 }
 
 vlUInt64 TiffStrips::countPlain(vlUInt64 strip, vlUInt64 nbWanted) const {
@@ -130,8 +136,25 @@ bool TiffStrips::writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, voi
 }
 
 long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
+    if (_bInflates && nbBytes == _layout.getBytesOf(strip) && inflate(strip, nbBytes, pBuffer)) {
+        return static_cast<long>(nbBytes);
+    }
     ZlibDecoding const zlib(_pTiff, _bDeflate);
     return TIFFReadEncodedStrip(_pTiff, toStripNumber(strip), pBuffer, static_cast<tmsize_t>(nbBytes));
+}
+
+/// False, and the strip is libtiff's, where anything is not as it should be.
+bool TiffStrips::inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
+    constexpr vlUInt64 room = 65536; // what does not pack takes a few bytes more
+    vlUInt64 const nbStrips = TIFFNumberOfStrips(_pTiff);
+    vlUInt64 const nbPacked = strip < nbStrips ? getByteCount(_pTiff, strip) : 0;
+    if (nbPacked == 0 || nbPacked > nbBytes + room) {
+        return false;
+    }
+    DeflateDecoder& decoder = _pStream->accessDeflateDecoder();
+    return _pStream->readAt(getOffset(_pTiff, strip), decoder.providePacked(nbPacked), nbPacked) ==
+               nbPacked &&
+           decoder.inflate(pBuffer, nbBytes);
 }
 
 BoolResult TiffStrips::requireWritable(vlUInt64 strip) const {

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Tiff/DeflateDecoder.h"
+
 #include <VELMOImage/ImageEnums.h>
 #include <VELMOUtil/BoolResult.h>
 #include <array>
@@ -65,6 +67,9 @@ class TiffStream {
     /// Gives back what was reserved and not written.
     void releaseReserved();
 
+    /// For strips that are inflated beside libtiff.
+    DeflateDecoder& accessDeflateDecoder() { return _deflateDecoder; }
+
     /// Where the handle's directories lie, as far as that is known.
     DirectoryChain& accessChain() { return *_pChain; }
 
@@ -96,6 +101,7 @@ class TiffStream {
     vlUInt64 _reservedEnd = 0;
 
     std::unique_ptr<DirectoryChain> _pChain;
+    DeflateDecoder _deflateDecoder;
 };
 
 /// libtiff's text for the calling thread, and why the system refused the last write to the file.

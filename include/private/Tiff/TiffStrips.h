@@ -70,7 +70,9 @@ class TiffStrips {
 
   private:
     bool isShort(vlUInt64 strip) const { return _layout.getBytesOf(strip) < _layout.getStripBytes(); }
-    bool liesAsInMemory() const;
+    bool hasPlainSamples() const;
+    bool isPredicted() const;
+    bool inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;
     long encode(vlUInt64 strip, void const* pBuffer) const;
     bool moveToEnd(vlUInt64 strip) const;
 
@@ -81,6 +83,7 @@ class TiffStrips {
     bool _bDeflate;
     bool _bWritable;
     bool _bPlain;
+    bool _bInflates; ///< whole strips, beside libtiff
 };
 
 /// While it lives, Deflate strips are decoded by zlib. libtiff's other choice leaves bytes unwritten, without
