@@ -5,6 +5,7 @@
 
 #include "Example.h"
 
+#include <VELMOImage/ImageAccessor.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOSerialization/BinaryArchive.h>
 #include <boost/filesystem/operations.hpp>

@@ -19,8 +19,8 @@ namespace file {
 ///
 /// There are two kinds of calls. **Calls with options** (TiffReadOptions, TiffWriteOptions) give the pixels,
 /// the geometry and the calibration that the file holds, or throw. Use these. **Plain calls** (with
-/// enumerators) keep outcomes on which older programs rely: some of them succeed without all pixels. They log
-/// each such event as a warning, and every docstring below names it.
+/// enumerators) keep outcomes on which older programs rely: some of them succeed without all pixels of the
+/// file, and log a warning then. The group of the plain calls names these outcomes.
 ///
 /// A file that this module wrote opens with the geometry, calibration and user properties that it was saved
 /// with, whatever the modes say. Of any other file the directories are the planes along Z or T, as the
