@@ -112,10 +112,12 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
     void clearDerived() override;
 
   protected:
-    /// What the operations do where a file does not hold what it announces; a public accessor of this class
-    /// reads under the plain policy.
+    /// An accessor without a file. The policy says what the operations do where a file does not hold what it
+    /// announces; the public constructor takes that of the plain calls.
     explicit TiffImageFile(eTiffPolicy policy);
+    /// Sets the policy of all later operations; not while a file is open.
     void setPolicy(eTiffPolicy policy) { _policy = policy; }
+    /// The policy of the operations.
     eTiffPolicy getPolicy() const { return _policy; }
 
   private:

@@ -145,8 +145,8 @@ VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::
 /// images have one directory for each (z, t), with the channels of a pixel side by side; all others have one
 /// for each plane, at most 32767. Beyond 2 GiB of pixels the file is a BigTIFF. An image without planes gives
 /// a file that does not open. RGB and RGBA pages beyond 65,536 overwrite the first ones. User properties with
-/// a zero byte and a geometry that cannot be stored are errors before an existing file is touched. A save that
-/// fails later leaves the file incomplete.
+/// a zero byte and a geometry that cannot be stored are errors before an existing file is touched. A save
+/// that fails later leaves the file incomplete.
 VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
                                                ImageConstPtr const& image,
                                                eTiffCompression const& compression);
