@@ -109,7 +109,7 @@ struct TiffStream::ClientProcedures {
     /// may have; nothing was refused then.
     static int report(TIFF* /*pTiff*/, void* pStream, char const* /*module*/, char const* format,
                       va_list /*arguments*/) {
-        constexpr char const* signs[] = {"emory", "o space", "llocate"};
+        constexpr char const* signs[] = {"emory", "o space", "lloc", "Insertion in"};
         bool const bOfMemory = std::any_of(std::begin(signs), std::end(signs), [&](char const* sign) {
             return std::strstr(format, sign) != nullptr;
         });

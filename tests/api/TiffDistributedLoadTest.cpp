@@ -4,6 +4,8 @@
 #include "TiffDistributedFixture.h"
 
 #include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
+#include <boost/filesystem/operations.hpp>
 
 namespace velmo {
 namespace test {
@@ -313,6 +315,36 @@ TEST_F(TiffDistributedLoad, ManyLoadsOfOneFileRunAtOnce) {
             EXPECT_EQ(readPixels(*getForms()[thread % 2](_path, thread % 4 < 2)), _pixels);
         }
     });
+}
+
+// Calls with options
+
+TEST_F(TiffDistributedLoad, WithOptionsWorkersReadUnderThePolicyOfTheCaller) {
+    RawDirectory stack = greyDirectory(4, 3, 16);
+    stack.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=5\n"));
+    stack.pixels = countingBytes(120);
+    fs::path const path = _folder / "stack.tif";
+    writeRawTiff(path, {stack}, {false, true});
+    std::string const stored = readFile(path).substr(fs::file_size(path) - 120);
+    std::string native;
+    for (std::size_t byte = 0; byte < stored.size(); byte += 2) {
+        native += {stored[byte + 1], stored[byte]};
+    }
+    for (bool const bDefaultDispatch : {true, false}) {
+        EXPECT_EQ(readPixels(*loadDistributedTiffImageFile(path, TiffReadOptions{}, bDefaultDispatch)),
+                  native);
+        EXPECT_EQ(
+            readPixels(*loadDistributedTiffImageFile(path, eTDM_Volume, eTBM_Default, bDefaultDispatch)),
+            stored);
+    }
+    fs::resize_file(path, fs::file_size(path) - 24);
+    for (bool const bDefaultDispatch : {true, false}) {
+        EXPECT_THROW(loadDistributedTiffImageFile(path, TiffReadOptions{}, bDefaultDispatch),
+                     VELMOImageFileException);
+        TiffReadOptions const tolerant = {eTDM_Volume, eTBM_Default, true};
+        EXPECT_EQ(readPixels(*loadDistributedTiffImageFile(path, tolerant, bDefaultDispatch)),
+                  native.substr(0, 96) + std::string(24, '\0'));
+    }
 }
 
 } // namespace test

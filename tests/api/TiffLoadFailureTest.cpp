@@ -78,6 +78,23 @@ TEST_F(TiffLoadFailure, ARaiseNamesThePublicFunctionInFull) {
 }
 #endif
 
+TEST_F(TiffLoadFailure, ARaiseCarriesTheLineOfTheStepThatFailed) {
+    auto const lineOf = [&](boost::filesystem::path const& path) {
+        try {
+            loadTiffImageFile(path, eTBM_Default);
+        } catch (VELMOImageFileException const& exception) {
+            return exception.getLine();
+        }
+        return 0U;
+    };
+    RawDirectory cut = greyDirectory(4, 3, 8);
+    cut.pixels.resize(5);
+    writeRawTiff(_folder / "cut.tif", {cut});
+    EXPECT_NE(lineOf(_folder / "missing"), 0U);
+    EXPECT_NE(lineOf(_folder / "cut.tif"), 0U);
+    EXPECT_NE(lineOf(_folder / "missing"), lineOf(_folder / "cut.tif"));
+}
+
 // What stays in the pointer
 
 TEST_F(TiffLoadFailure, AFileThatDoesNotOpenLeavesThePointerAsItWas) {

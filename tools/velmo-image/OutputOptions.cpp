@@ -58,8 +58,10 @@ constexpr std::array<Choice<image::file::eTiffCompression>, 3> g_compressions = 
 
 void OutputOptions::addTo(CLI::App& app) {
     app.add_option("OUTPUT", _file, "File to write")->required();
-    app.add_option("--output-format", _format,
-                   "raw|tiff; without it the extension decides: .tif and .tiff are tiff, others raw");
+    app.add_option(
+        "--output-format", _format,
+        "raw|tiff; without it the extension decides: .tif and .tiff are tiff, others raw, but not those "
+        "of pictures such as .png");
     app.add_option("--compression", _compression, "none|lzw|deflate: of a TIFF output (none)");
     app.add_option("--header", _headerFile, "File whose bytes go before the planes of a raw output");
     app.add_flag("--overwrite", _bOverwrite, "Replace an output that exists");
