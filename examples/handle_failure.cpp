@@ -15,8 +15,8 @@ using namespace velmo::image;
 
 void handleFailure() {
     // [silence the log]
-    // Each failure is logged at ERROR before it is thrown. Without an appender of its own the application
-    // sees log4cplus complain of that once; an application that tells failures itself turns the log off.
+    // Each error is logged at ERROR before it is thrown. In an application that sets no appender, log4cplus
+    // prints a complaint about that once; an application that reports errors itself turns the log off.
     getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
     // [silence the log]
     std::string text;
@@ -24,7 +24,7 @@ void handleFailure() {
     try {
         file::loadRawImageFile("short.raw", *geometry3d(eIBT_UInt8, 64, 48, 8));
     } catch (file::VELMOImageFileException const& failure) {
-        text = failure.what(); // the first line names the file, the next ones say what went wrong
+        text = failure.what(); // the first line names the file, the last line is the reason
         std::cerr << text << '\n';
     }
     // [catch a failure]

@@ -28,7 +28,7 @@ void loadStack() {
 
 void loadFrames() {
     // [load a sequence]
-    // The directories of a file that does not say itself what they are: as time steps.
+    // A file that this library did not write: its directories as time steps.
     ImagePtr const film = file::loadTiffImageFile("film.tif", file::TiffReadOptions{file::eTDM_Temporal});
     vlUInt64 const nbFrames = film->getGeometry().getSizeT();
     // [load a sequence]

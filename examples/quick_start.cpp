@@ -12,7 +12,7 @@ void quickStart() {
     // [quick start]
     using namespace velmo::image;
     ImagePtr const stack = file::loadTiffImageFile("stack.tif");                       // into memory
-    file::saveTiffImageFile("copy.tif", stack, file::TiffWriteOptions{file::eTC_Lzw}); // with all it carries
+    file::saveTiffImageFile("copy.tif", stack, file::TiffWriteOptions{file::eTC_Lzw}); // with its calibration
 
     // Left in its file: row y = 20 of plane z = 3 on demand, from any thread.
     DiskImagePtr const onDisk = file::openTiffImageFile("copy.tif");

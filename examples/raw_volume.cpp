@@ -22,7 +22,7 @@ void saveAndLoad() {
     // [save a raw volume]
 
     // [load a raw volume]
-    // The file says nothing of itself: type, sizes and the bytes before the first plane come from the caller.
+    // The file carries no description: type, sizes and the bytes before the first plane come from the caller.
     ImageGeometryPtr const geometry = geometry3d(eIBT_UInt16, 64, 48, 8);
     ImagePtr const volume = file::loadRawImageFile("volume.raw", *geometry, header.size());
 

@@ -15,8 +15,8 @@ using namespace velmo::image;
 
 void readOnePlane() {
     // [open on demand]
-    // Opened for reading and writing; no pixel is read yet.
-    DiskImagePtr const onDisk = file::openTiffImageFile("stack.tif", {}, eIAM_ReadWrite);
+    // Opened for reading; no pixel is read yet.
+    DiskImagePtr const onDisk = file::openTiffImageFile("stack.tif");
     std::vector<std::uint16_t> plane(onDisk->getGeometry().getPlanNbPixels());
     BoolResult const read =
         onDisk->readPixels(5, 0, 0, 0, plane.size(), plane.data()); // z, c, t, first, number
@@ -27,8 +27,9 @@ void readOnePlane() {
     require(plane[7] == pixelOf(5, 7), "plane 5 on demand");
 
     // [change pixels in a file]
+    DiskImagePtr const writable = file::openTiffImageFile("stack.tif", {}, eIAM_ReadWrite);
     plane.assign(plane.size(), 0);
-    BoolResult const written = onDisk->writePixels(5, 0, 0, 0, plane.size(), plane.data());
+    BoolResult const written = writable->writePixels(5, 0, 0, 0, plane.size(), plane.data());
     // [change pixels in a file]
     require(bool(written), written.getMessage());
     ImagePtr const again = file::loadTiffImageFile("stack.tif");

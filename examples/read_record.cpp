@@ -16,15 +16,15 @@ void readRecord() {
     // [read a record]
     std::ifstream stream("shared.record", std::ios::binary);
     BinaryIArchive archive(stream);
-    // Made by its class name, which the module registered when it was loaded, and opened.
+    // Created by its class name, which the module registered when it was loaded, and opened.
     auto const pAccessor = readObjectOf<BaseDiskImageAccessor>(archive, "accessor");
 
     DiskImagePtr onDisk;
     BoolResult const created = ImageFactory::getInstance().createDiskImage(pAccessor, onDisk);
     // [read a record]
     require(bool(created), created.getMessage());
-    require(pAccessor->getClassName() == file::TiffImageFile::getTypeName(),
-            "it is the accessor of TIFF files");
+    require(dynamic_cast<file::TiffImageFile const*>(pAccessor.get()) != nullptr,
+            "it is an accessor of TIFF files");
     std::uint16_t pixel = 0;
     BoolResult const read = onDisk->readPixels(3, 0, 0, 7, 1, &pixel);
     require(bool(read), read.getMessage());

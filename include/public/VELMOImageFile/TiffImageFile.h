@@ -26,8 +26,12 @@ enum class eTiffPolicy : unsigned char;
 /// Threads. A TIFF handle stands on one directory, so accesses to one accessor run one after the other;
 /// different accessors run at once. Creating, opening, clearing, `resizeData` and `read` need exclusive use.
 ///
-/// Failures are returned as a false BoolResult whose text names the path and ends in libtiff's own words.
-/// Where a failure closes the file, every later access is a failure that says so.
+/// Errors are returned as a false BoolResult whose text names the path; its last line is the reason. Where an
+/// error closes the file, every later access is an error whose text says so.
+///
+/// This class behaves as the plain calls of TiffImageFileUtils.h: some reads succeed without all pixels of
+/// the file, and each such read logs a warning. An image that a call with options opened has an accessor of
+/// a derived class, which gives the pixels of the file or an error.
 ///
 /// examples/write_record.cpp and read_record.cpp take an accessor to another process.
 class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
@@ -59,8 +63,9 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
                                     eTiffBufferMode const& bufferMode, std::string& userProperties);
 
     /// Creates a file, or replaces an existing one, with every plane of `imageGeometry` in zeros and without
-    /// compression. The first access must be a write; a read before it fails and closes the file. On a
-    /// failure the accessor has no file, and what was created stays.
+    /// compression. The first access must be a write; a read before it fails and closes the file. After an
+    /// error the accessor has no file, and what was created stays; a geometry that cannot be stored leaves an
+    /// existing file as it is.
     BoolResult createFile(boost::filesystem::path const& filePath, BaseImageGeometry const& imageGeometry,
                           GeometricCalibrationConstPtr const& pGeometricCalibration);
 
@@ -80,35 +85,39 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
 
     /// Stores the description of the open file (path, access, modes, geometry), not its pixels.
     BoolResult write(BaseOArchive& archive) const override;
-    /// Opens the file that the archive describes, whose own geometry then counts. A file that is gone is made
-    /// anew, in zeros, where the record says read and write. A record of a newer version is thrown as
-    /// VELMOSerializationException. On a failure the accessor has no file.
+    /// Opens the file that the archive describes, whose own geometry then counts. Where the record says read
+    /// and write, a missing file is created in zeros, with a warning in the log. A record of a newer version
+    /// is thrown as VELMOSerializationException. After an error the accessor has no file.
     BoolResult read(BaseIArchive& archive) override;
 
     /// True. Throws VELMOImageException as long as no file is open.
     bool hasBinary8BitsStorage() const override;
     /// Makes the file anew for `imageGeometry`, in zeros: its pixels are gone, whatever the access mode.
     BoolResult resizeData(BaseImageGeometry const& imageGeometry) override;
-    /// One channel of each pixel; packed bits as one byte of 0 or 1 each. In the single directory of an
-    /// ImageJ stack only whole planes are in their place, as they lie in the file: of a big-endian file they
-    /// are not swapped, and what lies behind the end of the file is zero. Where channels lie side by side,
-    /// what of a strip cannot be read or decoded is zero without a failure; of a single channel it is a
-    /// failure.
+    /// One channel of each pixel; packed bits as one byte of 0 or 1 each. A strip of a single channel that
+    /// cannot be decoded is an error. These reads succeed and log a warning:
+    /// - Channels side by side: what of a strip cannot be decoded is zero.
+    /// - The single directory of an ImageJ stack: pixels are bytes as in the file, without a change of their
+    ///   byte order, and zero behind the end of the file; only reads of whole planes start at their place.
+    /// - Packed bits: a run that starts at column 256 or later starts at the remainder of that column by 256.
+    /// - Directory numbers are taken modulo 65,536.
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
     /// The pixels around the run keep their values. Everything is in the file when it returns. In a
-    /// compressed file a strip that grows is written anew behind the end, and its old place is lost: many
-    /// small writes make a large file. Pixels of no type, which a damaged file of this module may announce,
-    /// are thrown as VELMOImageFileException.
+    /// compressed file a strip that grows is written again at the end, and its old place is lost: many small
+    /// writes make a large file. A directory of packed bits cannot be written, which is an error. Pixels of
+    /// no type, which a damaged file of this module may announce, are thrown as VELMOImageFileException.
     BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                             void const* buffer) override;
     void clearDerived() override;
 
   protected:
-    /// What the operations do where a file does not hold what it announces; a public accessor of this class
-    /// reads under the plain policy.
+    /// An accessor without a file. The policy says what the operations do where a file does not hold what it
+    /// announces; the public constructor takes that of the plain calls.
     explicit TiffImageFile(eTiffPolicy policy);
+    /// Sets the policy of all later operations; not while a file is open.
     void setPolicy(eTiffPolicy policy) { _policy = policy; }
+    /// The policy of the operations.
     eTiffPolicy getPolicy() const { return _policy; }
 
   private:

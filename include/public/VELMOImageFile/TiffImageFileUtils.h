@@ -19,18 +19,22 @@ namespace file {
 ///
 /// There are two kinds of calls. **Calls with options** (TiffReadOptions, TiffWriteOptions) give the pixels,
 /// the geometry and the calibration that the file holds, or throw. Use these. **Plain calls** (with
-/// enumerators) keep outcomes on which older programs rely: some of them succeed without all pixels. They log
-/// each such event as a warning, and every docstring below names it.
+/// enumerators) keep outcomes on which older programs rely: some of them succeed without all pixels of the
+/// file, and log a warning then. The group of the plain calls names these outcomes.
 ///
 /// A file that this module wrote opens with the geometry, calibration and user properties that it was saved
 /// with, whatever the modes say. Of any other file the directories are the planes along Z or T, as the
-/// directory mode says, and the samples of a pixel are the channels; TiffImageFile tells what can be opened.
+/// directory mode says, and the samples of a pixel are the channels; TiffImageFile lists what can be opened.
 ///
-/// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes
-/// and, behind line feeds, what went wrong and libtiff's own text. What the image library itself refuses
-/// comes through as its own exception. Too little memory for the pixels is such a failure; for anything
-/// smaller it may come as std::bad_alloc. Any number of calls may run at once on different files; two saves
-/// to one path are not guarded against each other.
+/// Every error is logged at ERROR and thrown as VELMOImageFileException. The first line of its text has the
+/// path in double quotes, the last line is the reason: libtiff's text, that of the system ("No space left on
+/// device"), or the module's own. libtiff's texts are captured from the first call with options on, or else
+/// from the first error on; libtiff prints what comes before to the standard error. Errors of the image
+/// library come as its own exceptions. Too little memory for the pixels is such an error; for anything
+/// smaller it may come as std::bad_alloc.
+///
+/// Any number of calls may run at once on different files. Two saves to one path must not run at once; with
+/// options and `bReplaceWhenWhole` the file is that of one of them, whole.
 
 /// @name Calls with options
 ///
@@ -74,9 +78,10 @@ VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::
 /// Writes all planes, from the calling thread, with calibration and user properties.
 ///
 /// With `TiffWriteOptions::bReplaceWhenWhole`, the default, the file appears under its name when it is whole:
-/// a failed save leaves an old file as it was and nothing else behind. An image that could not be loaded
-/// again is an error before any file is touched: one without pixels, or RGB or RGBA with more than 65,536
-/// pages. The layout of the file and the other errors are those of the plain save below.
+/// a failed save leaves an old file as it was and nothing else behind. The disk needs room for both files. An
+/// image that could not be loaded again is an error before any file is touched: one without pixels, or RGB or
+/// RGBA with more than 65,536 pages. The layout of the file and the other errors are those of the plain save
+/// below.
 VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
                                                ImageConstPtr const& image,
                                                TiffWriteOptions const& options = {});
@@ -84,13 +89,19 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
 
 /// @name Plain calls
 ///
-/// Where one of them succeeds without all pixels, it logs a warning (ImageFileCheckMessage.h).
+/// A call that succeeds without all pixels of the file, or with other ones, logs a warning
+/// (ImageFileCheckMessage.h). That holds for each call below, also in folders of files:
+/// - Planes behind a break in the chain of directories are left out.
+/// - Directory numbers are taken modulo 65,536.
+/// - Planes of a single-directory ImageJ stack are bytes as in the file, zero where the file has none.
+///
+/// Reads of an image on disk, and loads into distributed images and from folders, which read that way, also
+/// succeed where an RGB or RGBA strip cannot be decoded: its pixels are zero.
 /// @{
 
 /// Loads all planes, on the calling thread, into a new image in memory, which stands in `image`. After a
-/// failure `image` is what it was, or the new image with the planes so far, which is not to be used. Planes
-/// behind a break in the chain of directories are left out without an error. Planes of a single-directory
-/// ImageJ stack are bytes as in the file, zero where the file has none, without an error.
+/// failure `image` is what it was, or the new image with the planes so far, which is not to be used. A strip
+/// that cannot be decoded is an error.
 VELMO_IMAGE_FILE_EXPORT void loadTiffImageFile(boost::filesystem::path const& path, ImagePtr& image,
                                                eTiffDirectoryMode const& directoryMode,
                                                eTiffBufferMode const& bufferMode);
@@ -133,8 +144,9 @@ VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::
 /// existing one is replaced, unless `image` is a disk image of that very file, which is refused. RGB and RGBA
 /// images have one directory for each (z, t), with the channels of a pixel side by side; all others have one
 /// for each plane, at most 32767. Beyond 2 GiB of pixels the file is a BigTIFF. An image without planes gives
-/// a file that does not open; user properties with a zero byte are refused. A failed save leaves the file as
-/// far as it came.
+/// a file that does not open. RGB and RGBA pages beyond 65,536 overwrite the first ones. User properties with
+/// a zero byte and a geometry that cannot be stored are errors before an existing file is touched. A save
+/// that fails later leaves the file incomplete.
 VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
                                                ImageConstPtr const& image,
                                                eTiffCompression const& compression);
@@ -152,12 +164,12 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
 /// openTiffImageFile with the caller's modes. Two or more are each read as a volume and compared with the
 /// first before any pixel is read: a file that differs is a VELMOImageFileException that names both. What the
 /// file system says of the directory comes as boost::filesystem::filesystem_error. The calls hold one file
-/// handle for each file; more files than the process may open end in a failure that names the file it came
-/// to. Any number of calls may run at once.
+/// descriptor for each file; with too few descriptors they fail and name the file at which they stopped. Any
+/// number of calls may run at once.
 ///
 /// The calls with options differ: the first file's calibration and user properties are always kept, pixels
-/// that cannot be read are an error, and the image on disk needs one file handle for each file, whatever the
-/// files hold.
+/// that cannot be read are an error, and the image on disk needs one file descriptor for each file, whatever
+/// the files hold. Plain calls need a second one for each read of a single-directory ImageJ stack.
 /// @{
 
 /// With options; otherwise as the plain call below.
@@ -184,8 +196,8 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
 /// Along Z the depths may differ; sizes X, Y, C, the colours and the pixel type may not, and each file has
 /// one time step. Along T sizes X, Y, Z, C, the colours and 2d or 3d may not differ; the pixel types may, and
 /// each time step keeps its own. The user properties of the first file are kept along T and dropped along Z.
-/// Pixels that cannot be read (a file cut short) are an error along Z; along T the planes from there on are
-/// zero without an exception, and the log has the error.
+/// Pixels that cannot be read (a file cut short) are an error along Z, thrown as
+/// VELMOBaseProcessingException; along T the planes from there on are zero, and the host logs a warning.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     eTiffDirectoryMode const& directoryMode,
@@ -202,8 +214,8 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path cons
 /// Loads a stack whose planes lie at uneven heights and resamples it along Z into a new image in memory of
 /// `outputSizeZ` evenly spaced planes (ResampleCustomZStack3dImgLvl1 tells how). `zStepsFile` holds the steps
 /// between neighbouring planes of all files, one fewer than there are planes: an XML archive of a ZSteps
-/// where its extension is ".xml", else a text of one number a line, where blank lines count for nothing and
-/// any other line that is no number for a step of no value. Steps have no unit.
+/// where its extension is ".xml", else a text of one number a line, in which blank lines are ignored and any
+/// other line that is no number counts as NaN. Steps have no unit.
 ///
 /// It is read before any image file, and not at all where fewer than two files match: a single one is loaded
 /// as it is. The files are compared as along Z; then the number of steps is. Steps that are not all positive
