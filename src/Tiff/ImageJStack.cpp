@@ -40,8 +40,11 @@ std::optional<std::string> findValue(std::string const& description, std::string
 /// Bytes from `offset` on; zeros, and false, where there are none.
 bool readBytes(std::fstream& stream, std::optional<vlUInt64> const& offset, void* pBuffer, vlUInt64 nbBytes) {
     constexpr auto largestOffset = static_cast<vlUInt64>(NumericLimits<std::streamoff>::s_max);
+    if (nbBytes > largestOffset) { // no buffer is so large
+        return false;
+    }
     vlUInt64 nbRead = 0;
-    if (offset && *offset <= largestOffset && nbBytes <= largestOffset) {
+    if (offset && *offset <= largestOffset) {
         stream.seekg(static_cast<std::streamoff>(*offset));
         stream.read(static_cast<char*>(pBuffer), static_cast<std::streamsize>(nbBytes));
         nbRead = static_cast<vlUInt64>(stream.gcount());

@@ -142,17 +142,30 @@ BoolResult TiffForeignFile::countPlans() {
     }
     if (readsStacksAsStored(_policy)) {
         _walk.nbPlans = nbAnnounced;
-        warnOfByteOrder();
+        warnOfStoredPlanes(nbDirectories);
         return success();
     }
     bool const bFurtherPlans = nbAnnounced > nbDirectories && nbAnnounced <= g_largestAnnouncement;
     return bFurtherPlans ? findFurtherPlans(nbAnnounced, nbDirectories) : walkDirectories();
 }
 
-void TiffForeignFile::warnOfByteOrder() const {
+/// What of planes that are read as they lie in the file will not be the pixels of the file.
+void TiffForeignFile::warnOfStoredPlanes(vlUInt64 nbDirectories) const {
     constexpr std::uint16_t bitsOfByte = 8;
+    std::string const path = _path.string();
     if (TIFFIsByteSwapped(_pTiff) != 0 && findBitsPerSample(_pTiff, _policy).value_or(1) > bitsOfByte) {
-        warn(VELMO_HERE, Check::eIFCM_PlanesNotConverted, _path.string());
+        warn(VELMO_HERE, Check::eIFCM_PlanesNotConverted, path);
+    }
+    if (_walk.nbPlans > 1 && (nbDirectories != 1 || !countStackPlanes(_pTiff))) {
+        warn(VELMO_HERE, Check::eIFCM_PlanesNotLocated, _walk.nbPlans, path);
+    }
+    if (_walk.color.getColorGeometryType() != eCGT_Grey) {
+        warn(VELMO_HERE, Check::eIFCM_ChannelsNotSeparated, path);
+    }
+    vlUInt64 const offset = TIFFGetStrileOffset(_pTiff, 0);
+    vlUInt64 const cut = static_cast<std::uint32_t>(offset);
+    if (cut != offset) {
+        warn(VELMO_HERE, Check::eIFCM_OffsetCut, path, cut, offset);
     }
 }
 

@@ -21,9 +21,9 @@ constexpr CatalogueEntry<Message::domain> g_messages[] = {
     {Message::eIFCM_ChainBreaksOff, "The chain of directories breaks off behind directory %d of file %s"},
     {Message::eIFCM_PlanesMissing, "The description announces %d planes, file %s holds %d"},
     {Message::eIFCM_PlaneOutsideFile, "Plane z=%d, c=%d, t=%d of file %s ends behind the end of the file"},
-    {Message::eIFCM_PlanesNotLocated,
-     "The description announces %d planes in one directory, whose pixels are stored in a way that does not "
-     "tell where the further planes of file %s lie"},
+    {Message::eIFCM_PlanesNotLocated, "The description announces %d planes, and the pixels of the first "
+                                      "directory are stored in a way that does "
+                                      "not tell where the further planes of file %s lie"},
     {Message::eIFCM_PlanesNotConverted,
      "Planes of file %s are delivered as they lie in the file, in the byte order of another machine"},
     {Message::eIFCM_PartReadElsewhere,
@@ -49,6 +49,9 @@ constexpr CatalogueEntry<Message::domain> g_messages[] = {
     {Message::eIFCM_ImageWithoutPixels, "The image has no pixels, its file could not be loaded again"},
     {Message::eIFCM_FileMadeAnew, "File %s of an archive record is missing and is made anew, in zeros"},
     {Message::eIFCM_CopyNotFinished, "Not all pixels could be read, the missing ones are zero\n%s"},
+    {Message::eIFCM_OffsetCut,
+     "The first strip of file %s is taken from byte %d instead of %d: its offset has 32 bits"},
+    {Message::eIFCM_ChannelsNotSeparated, "Channels of the planes of file %s are not separated"},
 };
 
 } // namespace

@@ -184,7 +184,7 @@ TEST_F(CheckedStacks, APlaneOfACompressedDirectoryCannotBeLocated) {
     directory.tags[TIFFTAG_IMAGEDESCRIPTION] = std::string(g_description);
     directory.pixels = noise(12);
     writeTiff(_path, {directory});
-    expectRefused("The description announces 5 planes in one directory");
+    expectRefused("The description announces 5 planes, and the pixels of the first directory");
     EXPECT_EQ(loadChecked(_path, tolerant()).pixels, directory.pixels);
 }
 
@@ -193,7 +193,7 @@ TEST_F(CheckedStacks, StripsWithGapsDoNotTellWhereFurtherPlanesLie) {
     directory.set(TIFFTAG_ROWSPERSTRIP, shorts({2})).set(TIFFTAG_STRIPBYTECOUNTS, longs({8, 4}));
     directory.set(TIFFTAG_STRIPOFFSETS, longs({g_atPixels, 8})); // the second one in the header
     writeRawTiff(_path, {directory});
-    expectRefused("The description announces 5 planes in one directory");
+    expectRefused("The description announces 5 planes, and the pixels of the first directory");
 }
 
 TEST_F(CheckedStacks, ManyAnnouncedPlanesAreRefusedBeforeMemoryIsAllocated) {
@@ -310,6 +310,31 @@ TEST_F(CheckedStacks, AFileOfThisModuleIsNoStackWhateverADescriptionAnnounces) {
     planes.writePlane(std::string(12, 'a'), 0);
     planes.writePlane(std::string(12, 'b'), 1);
     EXPECT_EQ(loadChecked(_path).pixels, std::string(12, 'a') + std::string(12, 'b'));
+}
+
+TEST_F(CheckedStacks, APlainOpeningWarnsOfPlanesThatItCannotReadRight) {
+    auto const warningsOf = [&](RawDirectory const& directory, bool bBigTiff = false) {
+        writeRawTiff(_path, {directory}, {bBigTiff, false});
+        return PolicyFile(_path, eTiffPolicy::Plain).getWarnings();
+    };
+    EXPECT_THAT(warningsOf(makeStack()), IsEmpty());
+    RawDirectory color = colorDirectory();
+    color.set(TIFFTAG_IMAGEDESCRIPTION, ascii(g_description));
+    EXPECT_THAT(warningsOf(color),
+                ElementsAre("Channels of the planes of file " + _path.string() + " are not separated"));
+    RawDirectory packed = makeStack();
+    packed.set(TIFFTAG_COMPRESSION, shorts({COMPRESSION_LZW}));
+    EXPECT_THAT(warningsOf(packed), ElementsAre(HasSubstr("does not tell where the further planes of file")));
+    RawDirectory far = makeStack();
+    far.set(TIFFTAG_STRIPOFFSETS, RawField{TIFF_LONG8, {(std::uint64_t{5} << 30) + 7}});
+    EXPECT_THAT(warningsOf(far, true),
+                ElementsAre("The first strip of file " + _path.string() +
+                            " is taken from byte 1073741831 instead of 5368709127: its "
+                            "offset has 32 bits"));
+    RawDirectory second = greyDirectory();
+    writeRawTiff(_path, {makeStack(), second});
+    EXPECT_THAT(PolicyFile(_path, eTiffPolicy::Plain).getWarnings(),
+                ElementsAre(HasSubstr("does not tell where the further planes of file")));
 }
 
 } // namespace file

@@ -48,7 +48,7 @@ Texts getExpectedSteps() {
     steps.emplace_back("text VELMO_Library");
     append(steps, getCatalogue("N5velmo5image4file22eImageFileUtilsMessage6domainE", 2));
     append(steps, {"mutex unknown", "class velmo::image::file::CheckedTiffImageFile"});
-    append(steps, getCatalogue("N5velmo5image4file22eImageFileCheckMessage6domainE", 21));
+    append(steps, getCatalogue("N5velmo5image4file22eImageFileCheckMessage6domainE", 23));
     return steps;
 }
 

@@ -41,7 +41,7 @@ Domain const g_domains[] = {
     {typeid(eIm6ImageFileMessage::domain).name(), "Im6ImageFileMessage.h", 15},
     {typeid(eTiffImageFileMessage::domain).name(), "TiffImageFileMessage.h", 46},
     {typeid(eImageFileUtilsMessage::domain).name(), "ImageFileUtilsMessage.h", 2},
-    {typeid(eImageFileCheckMessage::domain).name(), "ImageFileCheckMessage.h", 21},
+    {typeid(eImageFileCheckMessage::domain).name(), "ImageFileCheckMessage.h", 23},
 };
 
 std::optional<std::string> findText(LogMessageManager const& manager, char const* domainKey, int id) {

@@ -126,17 +126,23 @@ ExpectedCatalogue const g_utilsCatalogue = {
 ExpectedCatalogue const g_checkCatalogue = {
     "N5velmo5image4file22eImageFileCheckMessage6domainE",
     {
-        {0, "%d strips of directory z=%d, c=%d, t=%d cannot be decoded, their pixels are zero; the first one:\n%s"},
-        {1, "%d rows of directory z=%d, c=%d, t=%d cannot be decoded, their pixels are zero; the first one:\n%s"},
+        {0, "%d strips of directory z=%d, c=%d, t=%d cannot be decoded, their pixels are zero; the first "
+            "one:\n%s"},
+        {1, "%d rows of directory z=%d, c=%d, t=%d cannot be decoded, their pixels are zero; the first "
+            "one:\n%s"},
         {2, "The chain of directories breaks off behind directory %d of file %s"},
         {3, "The description announces %d planes, file %s holds %d"},
         {4, "Plane z=%d, c=%d, t=%d of file %s ends behind the end of the file"},
-        {5, "The description announces %d planes in one directory, whose pixels are stored in a way that does not tell where the further planes of file %s lie"},
+        {5, "The description announces %d planes, and the pixels of the first directory are stored in a way "
+            "that does not tell where the further planes of file %s lie"},
         {6, "Planes of file %s are delivered as they lie in the file, in the byte order of another machine"},
-        {7, "A part of plane z=%d, c=%d, t=%d of file %s is read from another place than its own: whole planes alone are in their place"},
-        {8, "Packed pixels of directory z=%d, c=%d, t=%d of file %s are read from column %d instead of %d on"},
+        {7, "A part of plane z=%d, c=%d, t=%d of file %s is read from another place than its own: whole "
+            "planes alone are in their place"},
+        {8,
+         "Packed pixels of directory z=%d, c=%d, t=%d of file %s are read from column %d instead of %d on"},
         {9, "Directory %d is taken for directory %d of file %s: directory numbers have 16 bits"},
-        {10, "Strip %d of directory z=%d, t=%d of file %s was not written, its pixels are the former ones\n%s"},
+        {10,
+         "Strip %d of directory z=%d, t=%d of file %s was not written, its pixels are the former ones\n%s"},
         {11, "Pixels %d to %d are not all inside the plane of %d pixels"},
         {12, "The directory has planes of %d x %d pixels of %d bits, the image has %d x %d of %d"},
         {13, "The strip takes %d bytes in the file, which cannot hold %d bytes of pixels"},
@@ -147,6 +153,8 @@ ExpectedCatalogue const g_checkCatalogue = {
         {18, "The image has no pixels, its file could not be loaded again"},
         {19, "File %s of an archive record is missing and is made anew, in zeros"},
         {20, "Not all pixels could be read, the missing ones are zero\n%s"},
+        {21, "The first strip of file %s is taken from byte %d instead of %d: its offset has 32 bits"},
+        {22, "Channels of the planes of file %s are not separated"},
     }};
 
 std::vector<ExpectedCatalogue const*> getAllCatalogues() {

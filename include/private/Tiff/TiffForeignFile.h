@@ -49,7 +49,7 @@ class TiffForeignFile {
     BoolResult requireContiguous() const;
     BoolResult readFirstBufferType(std::uint16_t samples);
     BoolResult countPlans();
-    void warnOfByteOrder() const;
+    void warnOfStoredPlanes(vlUInt64 nbDirectories) const;
     BoolResult findFurtherPlans(vlUInt64 nbAnnounced, vlUInt64 nbDirectories);
     template <class... Arguments>
     BoolResult acceptDamage(RaiseSite const& site, eImageFileCheckMessage::domain id,

@@ -32,7 +32,9 @@ struct eImageFileCheckMessage {
         eIFCM_TooManyPages = 17,
         eIFCM_ImageWithoutPixels = 18,
         eIFCM_FileMadeAnew = 19,
-        eIFCM_CopyNotFinished = 20
+        eIFCM_CopyNotFinished = 20,
+        eIFCM_OffsetCut = 21,
+        eIFCM_ChannelsNotSeparated = 22
     };
 };
 
