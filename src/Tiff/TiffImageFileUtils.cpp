@@ -269,10 +269,10 @@ void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const&
                        eTiffCompression const& compression) {
     FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
     requireSource(image, path, failure);
-    if (image->getGeometry().getFullMemorySize() == 0) {
+    saveTiffCpuImageFile(path, toCpuImage(image), compression, eTiffPolicy::Plain, failure);
+    if (image->getGeometry().getNbPlans() == 0) {
         warn(VELMO_HERE, Check::eIFCM_ImageWithoutPixels);
     }
-    saveTiffCpuImageFile(path, toCpuImage(image), compression, eTiffPolicy::Plain, failure);
 }
 
 // Calls with options

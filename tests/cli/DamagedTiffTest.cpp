@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
                            "The chain of directories breaks off behind directory 1 of "},
                     Damage{"ShortStack", writeShortStack, 1, "The description announces 5 planes, file "},
                     Damage{"CompressedStack", writeCompressedStack, 1,
-                           "The description announces 2 planes in one directory, "}),
+                           "The description announces 2 planes, and the pixels of the first directory "}),
     getName<Damage>);
 
 class DamageReport : public CliTest {};
