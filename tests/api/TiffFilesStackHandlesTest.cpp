@@ -72,6 +72,8 @@ TEST_F(TiffFilesStackHandles, OneMoreThanThereAreFilesIsEnough) {
     }
 }
 
+#if defined(VELMO_TEST_LEAVES_NO_HANDLE) // sanitizers need one to look at an exception
+
 TEST_F(TiffFilesStackHandles, WithFewerALoadAlongZIsRightOrFails) {
     Route const route = getJoins().front();
     ASSERT_TRUE(route.bAlongZ && !route.bDisk);
@@ -123,6 +125,8 @@ TEST_F(TiffFilesStackHandles, WithFewerACustomStackFailsOrIsTheSame) {
         EXPECT_THAT(text, testing::AnyOf("thrown", "the same"));
     }
 }
+
+#endif
 
 } // namespace test
 } // namespace velmo

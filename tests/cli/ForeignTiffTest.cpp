@@ -124,7 +124,8 @@ TEST_F(ForeignTiff, ConversionGivesThePixelsThatTheMakersReadInThem) {
 }
 
 TEST_F(ForeignTiff, TheCheckFailsWhereAConversionDoes) {
-    for (auto const& item : readTrueExpectations().items()) {
+    json const expectations = readTrueExpectations();
+    for (auto const& item : expectations.items()) {
         SCOPED_TRACE(item.key());
         ToolResult const checked = runTool({"info", "--check", (g_folder / item.key()).string()});
         EXPECT_EQ(convert(item.key()).status, checked.status) << checked.err;
