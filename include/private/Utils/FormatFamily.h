@@ -41,7 +41,8 @@ class FamilyFailure {
     static FamilyFailure ofSave(FamilyMessages const& messages, RaiseSite const& site,
                                 boost::filesystem::path const& path);
 
-    /// The same for steps that write to another file, which takes the target's name later: texts name the target.
+    /// The same for steps that write to another file, which takes the target's name later: texts name the
+    /// target.
     FamilyFailure writingTo(ReplacedFile const& file) const;
 
     /// Raises, with the path in quotes and the text of `result` behind it, unless the result is a success.
