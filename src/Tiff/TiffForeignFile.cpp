@@ -135,7 +135,8 @@ BoolResult TiffForeignFile::readFirstBufferType(std::uint16_t samples) {
 // The planes
 
 BoolResult TiffForeignFile::countPlans() {
-    vlUInt64 const nbDirectories = TiffDirectories(_pTiff, _policy).count();
+    TiffDirectories const directories(_pTiff, _policy);
+    vlUInt64 const nbDirectories = directories.count();
     vlUInt64 const nbAnnounced = extractNbPagesFromIJDescription(_pTiff);
     if (nbAnnounced == NumericLimits<vlUInt64>::s_max || nbAnnounced == nbDirectories) {
         return walkDirectories();
@@ -145,7 +146,9 @@ BoolResult TiffForeignFile::countPlans() {
         warnOfStoredPlanes(nbDirectories);
         return success();
     }
-    bool const bFurtherPlans = nbAnnounced > nbDirectories && nbAnnounced <= g_largestAnnouncement;
+    // Behind a break there were directories, so that the first one is not that of a stack.
+    bool const bFurtherPlans =
+        nbAnnounced > nbDirectories && nbAnnounced <= g_largestAnnouncement && !directories.isBroken();
     return bFurtherPlans ? findFurtherPlans(nbAnnounced, nbDirectories) : walkDirectories();
 }
 
@@ -153,6 +156,9 @@ BoolResult TiffForeignFile::countPlans() {
 void TiffForeignFile::warnOfStoredPlanes(vlUInt64 nbDirectories) const {
     constexpr std::uint16_t bitsOfByte = 8;
     std::string const path = _path.string();
+    if (TiffDirectories(_pTiff, _policy).isBroken()) {
+        warn(VELMO_HERE, Check::eIFCM_ChainBreaksOff, nbDirectories - 1, path);
+    }
     if (TIFFIsByteSwapped(_pTiff) != 0 && findBitsPerSample(_pTiff, _policy).value_or(1) > bitsOfByte) {
         warn(VELMO_HERE, Check::eIFCM_PlanesNotConverted, path);
     }

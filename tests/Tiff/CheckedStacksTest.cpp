@@ -251,6 +251,18 @@ TEST_F(CheckedStacks, AChainThatBreaksOffIsAFailureOrAWarning) {
     EXPECT_THAT(loadPlainly(_path).warnings, IsEmpty());
 }
 
+TEST_F(CheckedStacks, DirectoriesThatAreLostBehindTheFirstDoNotMakeItAStack) {
+    std::vector<RawDirectory> directories(5, greyDirectory());
+    directories[0].set(TIFFTAG_IMAGEDESCRIPTION, ascii(g_description));
+    directories[0].next = 1000000;
+    writeRawTiff(_path, directories);
+    expectRefused(brokenBehind(0, _path));
+    Loaded const loaded = loadChecked(_path, tolerant());
+    EXPECT_EQ(loaded.pixels, directories[0].pixels);
+    EXPECT_THAT(loaded.warnings, ElementsAre(brokenBehind(0, _path)));
+    EXPECT_THAT(loadPlainly(_path).warnings, testing::Contains(brokenBehind(0, _path)));
+}
+
 TEST_F(CheckedStacks, ADirectoryWithoutEntriesBreaksTheChain) {
     std::vector<RawDirectory> directories(3, greyDirectory());
     directories[1].fields.clear();
