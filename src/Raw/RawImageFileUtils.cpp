@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOUtil/ReplacedFile.h>
 
 #include "Utils/FailureText.h"
 #include "Utils/FormatFamily.h"
-#include "Utils/ReplacedFile.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFile.h>

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOUtil/ReplacedFile.h>
 
 #include "Tiff/TiffErrorHandler.h"
 #include "Tiff/TiffFileClosure.h"
@@ -13,7 +14,6 @@
 #include "Tiff/TiffStream.h"
 #include "Utils/FailureText.h"
 #include "Utils/FormatFamily.h"
-#include "Utils/ReplacedFile.h"
 
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageStrip.h>

@@ -4,13 +4,13 @@
 #include "Utils/FormatFamily.h"
 
 #include "LogAccess.h"
-#include "Utils/ReplacedFile.h"
 
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/MemoryImage.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageProcessing/CopyImgLvl1.h>
 #include <VELMOUtil/LogMessageFormater.h>
+#include <VELMOUtil/ReplacedFile.h>
 #include <boost/make_shared.hpp>
 
 namespace velmo {

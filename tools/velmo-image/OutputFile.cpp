@@ -5,13 +5,10 @@
 
 #include "Failure.h"
 #include "Interrupt.h"
-#include "TemporaryName.h"
 
-#include <boost/algorithm/string/replace.hpp>
+#include <VELMOUtil/ReplacedFile.h>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
-#include <sstream>
-#include <sys/stat.h>
 
 namespace velmo {
 namespace tool {
@@ -21,33 +18,19 @@ namespace {
 namespace fs = boost::filesystem;
 
 constexpr int g_maxLinks = 40;
-constexpr mode_t g_permissions = 0777;
 
 fs::file_type getType(fs::path const& path) {
     boost::system::error_code ignored;
     return fs::status(path, ignored).type();
 }
 
-/// The file's own name in place of the one it was written under, as the library and the tool write names.
-std::string tellOf(fs::path const& target, fs::path const& writtenPath, std::string text) {
-    auto const inLibraryQuotes = [](fs::path const& path) {
-        std::ostringstream quotedPath;
-        quotedPath << path;
-        return quotedPath.str();
-    };
-    boost::algorithm::replace_all(text, inLibraryQuotes(writtenPath), inLibraryQuotes(target));
-    boost::algorithm::replace_all(text, writtenPath.string(), target.string());
-    return text;
-}
-
-void callWriter(std::function<void(fs::path const&)> const& write, fs::path const& writtenPath,
-                fs::path const& target) {
+void callWriter(std::function<void(fs::path const&)> const& write, ReplacedFile const& file) {
     auto const fail = [&](std::string const& text) {
         throwIfInterrupted();
-        throw WorkFailure(tellOf(target, writtenPath, text));
+        throw WorkFailure(file.nameTarget(text));
     };
     try {
-        write(writtenPath);
+        write(file.getPath());
     } catch (BaseException const& failure) {
         fail(getFullText(failure));
     } catch (WorkFailure const& failure) {
@@ -56,20 +39,10 @@ void callWriter(std::function<void(fs::path const&)> const& write, fs::path cons
     throwIfInterrupted();
 }
 
-void replaceFile(fs::path const& target, fs::path const& namedTarget, bool bOverwrite,
-                 std::function<void(fs::path const&)> const& write) {
-    struct stat old = {};
-    bool const bReplace = bOverwrite && stat(target.c_str(), &old) == 0;
-    TemporaryName name(target, bReplace ? S_IRUSR | S_IWUSR : 0666);
-    callWriter(write, name.getPath(), namedTarget);
-    if (bReplace && chmod(name.getPath().c_str(), old.st_mode & g_permissions) != 0) {
-        failAt("set the permissions of", target, errno);
+void require(BoolResult const& result, std::string const& what, fs::path const& target) {
+    if (!result) {
+        throw WorkFailure("cannot " + what + ' ' + quoted(target.string()) + ": " + result.getMessage());
     }
-    name.rename(target, bReplace);
-}
-
-bool isReplaceable(fs::file_type type) {
-    return type == fs::regular_file || type == fs::file_not_found || type == fs::status_error;
 }
 
 } // namespace
@@ -102,11 +75,10 @@ void requireWritableTarget(fs::path const& target, bool bOverwrite) {
 
 void writeOutput(fs::path const& target, bool bOverwrite, std::function<void(fs::path const&)> const& write) {
     requireWritableTarget(target, bOverwrite);
-    if (isReplaceable(getType(target))) {
-        replaceFile(followLinks(target), target, bOverwrite, write);
-    } else {
-        callWriter(write, target, target);
-    }
+    ReplacedFile file(target, bOverwrite ? eOldFile::Replace : eOldFile::Refuse);
+    require(file.create(), "create", target);
+    callWriter(write, file);
+    require(file.commit(), "write", target);
 }
 
 } // namespace tool

@@ -7,10 +7,10 @@
 #include "InputOptions.h"
 #include "OutputFile.h"
 #include "OutputOptions.h"
-#include "TemporaryName.h"
 #include "Terminal.h"
 
 #include <CLI/CLI.hpp>
+#include <VELMOUtil/ReplacedFile.h>
 
 namespace velmo {
 namespace tool {

@@ -10,6 +10,8 @@
 
 namespace velmo {
 
+class ReplacedFile;
+
 namespace imaproc {
 namespace util {
 class CopyImgLvl1;
@@ -21,8 +23,6 @@ namespace image {
 class BaseDiskImageAccessor;
 
 namespace file {
-
-class ReplacedFile;
 
 /// Where the messages of a format's public functions stand.
 struct FamilyMessages {

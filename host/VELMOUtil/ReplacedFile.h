@@ -3,15 +3,15 @@
 
 #pragma once
 
-#include <VELMOUtil/BoolResult.h>
+#include "VELMOUtil/BoolResult.h"
+#include "VELMOUtil/Export.h"
+
 #include <boost/filesystem/path.hpp>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
 
 namespace velmo {
-namespace image {
-namespace file {
 
 /// What happens to a file that has the target's name already.
 enum class eOldFile { Replace, Refuse };
@@ -36,7 +36,7 @@ enum class eOldFile { Replace, Refuse };
 ///
 /// The text of each failed result is the system's reason alone, such as "No space left on device". An object
 /// belongs to one thread; objects of the same target may exist at once, and the last `commit` holds.
-class ReplacedFile {
+class VELMO_HOST_EXPORT ReplacedFile {
   public:
     explicit ReplacedFile(boost::filesystem::path target, eOldFile oldFile = eOldFile::Replace);
     /// Removes the temporary file unless it was committed.
@@ -73,8 +73,6 @@ class ReplacedFile {
 
 /// Whether a file of this name is the temporary file of a save: of one that goes on, or of one that was
 /// killed.
-bool isTemporaryName(std::string_view name);
+VELMO_HOST_EXPORT bool isTemporaryName(std::string_view name);
 
-} // namespace file
-} // namespace image
 } // namespace velmo

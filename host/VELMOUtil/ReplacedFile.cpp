@@ -1,9 +1,10 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Utils/ReplacedFile.h"
+#include "VELMOUtil/ReplacedFile.h"
 
-#include <VELMOUtil/LastError.h>
+#include "VELMOUtil/LastError.h"
+
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
@@ -20,8 +21,6 @@
 #include <utility>
 
 namespace velmo {
-namespace image {
-namespace file {
 
 namespace {
 
@@ -266,6 +265,4 @@ std::string ReplacedFile::nameTarget(std::string text) const {
     return text;
 }
 
-} // namespace file
-} // namespace image
 } // namespace velmo

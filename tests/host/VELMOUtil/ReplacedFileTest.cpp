@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Utils/ReplacedFile.h"
 #include "PrivateDisk.h"
 #include "Processes.h"
 #include "TemporaryFolder.h"
 
+#include <VELMOUtil/ReplacedFile.h>
 #include <boost/filesystem/operations.hpp>
 #include <csignal>
 #include <fcntl.h>
@@ -16,13 +16,11 @@
 #include <unistd.h>
 
 namespace velmo {
-namespace image {
-namespace file {
+namespace test {
 
 namespace {
 
 namespace fs = boost::filesystem;
-using namespace velmo::test;
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
@@ -412,6 +410,5 @@ TEST_F(ReplacedFileTest, TextsNameTheTargetInsteadOfTheTemporaryFile) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
+} // namespace test
 } // namespace velmo
