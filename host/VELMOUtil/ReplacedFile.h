@@ -14,7 +14,10 @@
 namespace velmo {
 
 /// What happens to a file that has the target's name already.
-enum class eOldFile { Replace, Refuse };
+enum class eOldFile {
+    Replace, ///< it is replaced
+    Refuse   ///< the creation fails
+};
 
 /// A file that is written under a temporary name beside its target and takes the target's name at the end, so
 /// that an old file stays as it is until the new one is whole.
@@ -38,6 +41,7 @@ enum class eOldFile { Replace, Refuse };
 /// belongs to one thread; objects of the same target may exist at once, and the last `commit` holds.
 class VELMO_HOST_EXPORT ReplacedFile {
   public:
+    /// Touches no file; `oldFile` says whether an existing file of that name may be replaced.
     explicit ReplacedFile(boost::filesystem::path target, eOldFile oldFile = eOldFile::Replace);
     /// Removes the temporary file unless it was committed.
     ~ReplacedFile();
