@@ -37,7 +37,7 @@ vlUInt64 getEndOfBlocks(HeaderData const& header, vlUInt64 endOfPlanes) {
         .value_or(NumericLimits<vlUInt64>::s_max);
 }
 
-/// Whether the system refused a read, as against the end of the file.
+/// Whether the last read ended in an error of the system, not at the end of the file.
 bool isRefused(std::fstream const& stream) {
     return stream.bad();
 }
