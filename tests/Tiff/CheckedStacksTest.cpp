@@ -95,7 +95,10 @@ TEST_F(CheckedStacks, PartsOfPlanesAreInTheirPlace) {
 
     PolicyFile const plain(_path, eTiffPolicy::Plain);
     EXPECT_EQ(plain.read({2, 0, 0, 5, 6}).pixels, directory.pixels.substr(24, 12));
-    EXPECT_THAT(plain.getWarnings(), ElementsAre(HasSubstr("is read from another place than its own")));
+    EXPECT_EQ(plain.read({1, 0, 0, 0, 6}).pixels, directory.pixels.substr(12, 12));
+    EXPECT_EQ(plain.readPlane(3).pixels, directory.pixels.substr(72, 24));
+    EXPECT_THAT(plain.getWarnings(), ElementsAre(HasSubstr("A part of plane z=2, c=0, t=0"),
+                                                 HasSubstr("A part of plane z=1, c=0, t=0")));
 }
 
 TEST_F(CheckedStacks, ChannelsOfInterleavedPixelsAreSeparated) {
@@ -204,6 +207,17 @@ TEST_F(CheckedStacks, ManyAnnouncedPlanesAreRefusedBeforeMemoryIsAllocated) {
     EXPECT_THAT(loadChecked(_path, tolerant()).failure,
                 HasSubstr("The file announces 24000000000 bytes of pixels"));
     EXPECT_THAT(loadPlainly(_path).failure, HasSubstr("The file announces 24000000000 bytes of pixels"));
+}
+
+TEST_F(CheckedStacks, AnAnnouncementOf16TimesTheBytesOfAFileOf64KibibytesIsBelieved) {
+    for (std::uint64_t const sizeX : {524288U, 524296U}) { // 16 times 64 KiB in two planes, and 16 bytes more
+        RawDirectory directory = greyDirectory();
+        directory.set(TIFFTAG_IMAGEWIDTH, longs({sizeX})).set(TIFFTAG_IMAGELENGTH, longs({1}));
+        directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=2\n"));
+        writeRawTiff(_path, {directory});
+        Loaded const loaded = loadPlainly(_path);
+        EXPECT_EQ(loaded.pixels.has_value(), sizeX == 524288) << loaded.failure;
+    }
 }
 
 TEST_F(CheckedStacks, DirectoriesArePlanesWhereADescriptionAnnouncesFewer) {

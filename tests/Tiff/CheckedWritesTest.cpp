@@ -110,6 +110,25 @@ TEST_F(CheckedWrites, ARgbWriteWithoutSpaceLosesNoStripAndWarnsOfThoseNotWritten
     }
 }
 
+TEST_F(CheckedWrites, AShortLastStripOfSwappedPixelsStaysInItsPlace) {
+    Directory page;
+    page.sizeX = 4;
+    page.sizeY = 5;
+    page.bits = 16;
+    page.rowsPerStrip = 2;
+    page.pixels = noise(40);
+    writeTiff(_path, {page, page}, "wb");
+    std::size_t const size = readFile(_path).size();
+    std::string const pixels = noise(40, 7);
+    {
+        Planes const planes = openPlanesForWriting(_path);
+        planes.writePlane(pixels);
+    }
+    EXPECT_EQ(readFile(_path).size(), size);
+    EXPECT_EQ(readDirectoryPixels(_path, 0), pixels);
+    EXPECT_EQ(readDirectoryPixels(_path, 1), page.pixels);
+}
+
 } // namespace file
 } // namespace image
 } // namespace velmo

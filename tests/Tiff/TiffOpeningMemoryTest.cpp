@@ -27,7 +27,9 @@ class TiffOpeningMemory : public TiffTest {};
 } // namespace
 
 TEST_F(TiffOpeningMemory, ASoundFileOpensWhereTheHeapCannotGrow) {
-    std::vector<RawDirectory> const directories(3000, greyDirectory());
+    std::vector<RawDirectory> directories(3000, greyDirectory());
+    directories[0].set(TIFFTAG_IMAGEDESCRIPTION, ascii("a text that libtiff has to hold"));
+    directories[0].set(TIFFTAG_SOFTWARE, ascii("another one"));
     writeRawTiff(_path, directories);
     std::string const outcome = inChild([&]() -> std::string {
         if (!blockHeap()) {
