@@ -67,7 +67,10 @@ void makeTiffSeeds(fs::path const& fixtures, fs::path const& seeds) {
     unsigned int mode = 0;
     for (fs::directory_entry const& entry : fs::directory_iterator(fixtures)) {
         if (entry.path().extension() == ".tif") {
-            files.add(FuzzSeed(readBytes(entry.path())).putByte(mode++ % 6));
+            std::string const bytes = readBytes(entry.path());
+            files.add(FuzzSeed(bytes).putByte(mode % 6));
+            files.add(FuzzSeed(bytes.substr(0, bytes.size() * 2 / 3)).putByte(mode % 6)); // as a broken copy
+            ++mode;
         }
     }
 }
