@@ -167,13 +167,14 @@ vlUInt64 extractNbPagesFromIJDescription(TIFF* pTiff) {
 }
 
 bool isImageJStack(TIFF* pTiff, BaseImageGeometry const& geometry, eTiffPolicy policy) {
-    vlUInt64 const nbAnnounced = extractNbPagesFromIJDescription(pTiff);
     vlUInt64 const nbDirectories = TiffDirectories(pTiff, policy).count();
     if (readsStacksAsStored(policy)) {
+        vlUInt64 const nbAnnounced = extractNbPagesFromIJDescription(pTiff);
         return nbAnnounced != g_nothingAnnounced && nbAnnounced != nbDirectories;
     }
-    return nbAnnounced != g_nothingAnnounced && nbDirectories == 1 && !isOwnFile(pTiff) &&
-           geometry.getSizeZ() * geometry.getSizeT() > 1;
+    // The number of the only directory was read at the opening; those of others need not be numbers.
+    return nbDirectories == 1 && geometry.getSizeZ() * geometry.getSizeT() > 1 && !isOwnFile(pTiff) &&
+           extractNbPagesFromIJDescription(pTiff) != g_nothingAnnounced;
 }
 
 std::optional<vlUInt64> countStackPlanes(TIFF* pTiff) {

@@ -246,6 +246,17 @@ TEST_F(CheckedStacks, MoreAnnouncedPlanesThanSeveralDirectoriesAreMissing) {
     EXPECT_THAT(loaded.warnings, ElementsAre(missing(5, _path, 2)));
 }
 
+TEST_F(CheckedStacks, ADescriptionOfAFurtherDirectoryNeedsNoNumber) {
+    RawDirectory first = greyDirectory();
+    first.pixels = noise(12, 1);
+    RawDirectory second = greyDirectory();
+    second.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=many\n"));
+    second.pixels = noise(12, 2);
+    writeRawTiff(_path, {first, second, first});
+    EXPECT_EQ(loadChecked(_path).pixels, first.pixels + second.pixels + first.pixels);
+    EXPECT_EQ(PolicyFile(_path, eTiffPolicy::Strict).readPlane(1).pixels, second.pixels);
+}
+
 TEST_F(CheckedStacks, AChainThatBreaksOffIsAFailureOrAWarning) {
     std::vector<RawDirectory> directories(4, greyDirectory());
     for (std::uint64_t const next :
