@@ -50,8 +50,8 @@ class TiffStream {
 
     /// As many bytes as there are, at most `nbBytes`.
     vlUInt64 readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
-    /// Error of the last failed read; none at the end of the file. Of a tag that cannot be read libtiff says no
-    /// more than that it is left out.
+    /// Error of the last failed read; none at the end of the file. Of a tag that cannot be read libtiff says
+    /// no more than that it is left out.
     std::error_code const& getReadError() const { return _readError; }
     /// Whether libtiff did not get memory that it asked for: it leaves out a tag that it has no memory for,
     /// and takes a directory for the end of the file.
