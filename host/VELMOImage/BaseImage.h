@@ -46,7 +46,7 @@ class VELMO_HOST_EXPORT BaseImage {
     /// @}
 
     /// @{
-    /// What a pixel measures; may be empty, and is then not saved. Shared, and not changed by the image.
+    /// Physical size of a pixel; may be empty, and is then not saved. Shared, and not changed by the image.
     bool hasGeometricCalibration() const { return _pCalibration != nullptr; }
     GeometricCalibrationConstPtr getGeometricCalibrationConstPtr() const { return _pCalibration; }
     void setGeometricCalibration(GeometricCalibrationConstPtr const& pCalibration) {

@@ -11,7 +11,7 @@
 namespace velmo {
 namespace image {
 
-/// What a pixel measures: its size along X, Y and, in 3d, Z in a named unit, and further terms of the
+/// Physical size of a pixel: along X, Y and, in 3d, Z in a named unit, and further terms of the
 /// calibration that are kept as they are.
 class VELMO_HOST_EXPORT GeometricCalibration
     : public CopyableObject<GeometricCalibration, BaseSerializationObject> {

@@ -10,13 +10,13 @@ namespace velmo {
 namespace image {
 namespace file {
 
-/// What the directories of a TIFF file are that does not say so itself.
+/// How to interpret the directories of a TIFF file that this library did not write.
 enum eTiffDirectoryMode : vlUInt64 {
     eTDM_Volume = 0,  ///< the planes of one volume, along Z
     eTDM_Temporal = 1 ///< the time steps of a sequence
 };
 
-/// What the samples of a TIFF file are that does not say so itself.
+/// How to interpret the samples of a TIFF file that this library did not write.
 enum eTiffBufferMode : vlUInt64 {
     eTBM_Default = 0, ///< numbers
     eTBM_Binary = 1,  ///< unsigned samples of 8 bits are a binary image
