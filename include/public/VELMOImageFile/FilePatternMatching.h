@@ -16,10 +16,10 @@ namespace file {
 /// none or nothing matches.
 ///
 /// In a pattern "?" is any one byte, "*" any bytes, also none, "<INDEX>" the digits of the number; every
-/// other byte is itself. An empty pattern matches every name. Matching does not backtrack: a star ends at the first
-/// position from which the rest of its pattern can be run, digits end there as well, and what does not fit
-/// then does not match ("*.tif" does not match "a.tif.tif", "<INDEX>1" matches "0011" with 1). The rest of a
-/// pattern does not include its last star and the end of the name.
+/// other byte is itself. An empty pattern matches every name. Matching does not backtrack: a star ends at the
+/// first position from which the rest of its pattern can be run, digits end there as well, and what does not
+/// fit then does not match ("*.tif" does not match "a.tif.tif", "<INDEX>1" matches "0011" with 1). The rest
+/// of a pattern does not include its last star and the end of the name.
 ///
 /// docs/formats/patterns.md has a table of verdicts, examples/stack_folder.cpp a call.
 ///
