@@ -10,8 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -75,5 +74,4 @@ RawFile BenchData::getSparseVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 size
     return file;
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

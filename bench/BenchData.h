@@ -9,8 +9,7 @@
 #include <set>
 #include <string>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 /// A file in the page cache and what its pixels are.
 struct RawFile {
@@ -40,5 +39,4 @@ class BenchData {
     std::set<boost::filesystem::path> _made;
 };
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -12,8 +12,7 @@
 #include <boost/make_shared.hpp>
 #include <cstring>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -107,5 +106,4 @@ void addCopyBenchmarks(Suite& suite) {
     addAgainstOneThread(suite, "800 MB", 1024, 1024, 400);
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

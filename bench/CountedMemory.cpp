@@ -12,8 +12,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -76,8 +75,7 @@ void releaseCounted(void* pMemory) noexcept {
     std::free(pMemory);
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench
 
 // The program's own, which the libraries use too. The array and nothrow forms of the standard library call
 // these.

@@ -7,8 +7,7 @@
 
 #include <functional>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 /// The most bytes that were allocated with `new` at one time, by any thread, while `work` ran, counted from
 /// what was allocated before it. One count at a time.
@@ -17,5 +16,4 @@ vlUInt64 countPeakBytes(std::function<void()> const& work);
 /// How much the memory that the process has from the system grew at most while `work` ran.
 vlUInt64 countPeakResident(std::function<void()> const& work);
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

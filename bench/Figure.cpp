@@ -11,8 +11,7 @@
 #include <sstream>
 #include <utility>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -119,5 +118,4 @@ void print(std::ostream& out, std::vector<Figure> const& figures) {
     }
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 enum class eBound { None, AtMost, AtLeast };
 
@@ -59,5 +58,4 @@ class Figure {
 /// The figures as a table in text: figure | ours | floor | ratio | quartiles | limit | ok.
 void print(std::ostream& out, std::vector<Figure> const& figures);
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -15,8 +15,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -159,5 +158,4 @@ double timePreadOfTwoThreads(std::string const& path, vlUInt64 nbBytes) {
         2, [](vlUInt64) {}, readHalf);
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -10,8 +10,7 @@
 #include <functional>
 #include <string>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 // What the system itself does with the same bytes: the floor that ours is measured against. It shares no code
 // with what it is compared to. All failures are thrown as std::system_error.
@@ -75,5 +74,4 @@ double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork con
 double timePread(std::string const& path, vlUInt64 nbBytes);
 double timePreadOfTwoThreads(std::string const& path, vlUInt64 nbBytes);
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -13,8 +13,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -109,5 +108,4 @@ void addIm6Benchmarks(Suite& suite) {
     addClaim(suite, "Im6 header that lies, memory", Quantity::memory(), measureClaim);
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

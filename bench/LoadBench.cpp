@@ -8,8 +8,7 @@
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <cstring>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -28,13 +27,13 @@ double timeDistributedLoad(RawFile const& file) {
 void requireSameBytes(image::BaseImage const& image, RawFile const& file) {
     FreshMemory const expected(file.nbBytes);
     Descriptor::openForReading(file.path.string()).read(expected.getData(), file.nbBytes, 0);
-    vlUInt64 const planSize = file.pGeometry->getPlanMemorySize(0);
-    FreshMemory const plan(planSize);
+    vlUInt64 const planeSize = file.pGeometry->getPlanMemorySize(0);
+    FreshMemory const plane(planeSize);
     for (vlUInt64 z = 0; z < file.pGeometry->getSizeZ(); ++z) {
         BoolResult const result =
-            image.readPixels(z, 0, 0, 0, file.pGeometry->getPlanNbPixels(), plan.getData());
+            image.readPixels(z, 0, 0, 0, file.pGeometry->getPlanNbPixels(), plane.getData());
         require(static_cast<bool>(result), result.getMessage());
-        require(std::memcmp(plan.getData(), expected.getData() + z * planSize, planSize) == 0,
+        require(std::memcmp(plane.getData(), expected.getData() + z * planeSize, planeSize) == 0,
                 "The image differs from the file");
     }
 }
@@ -64,5 +63,4 @@ void addLoadBenchmarks(Suite& suite) {
     });
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

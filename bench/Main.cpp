@@ -14,8 +14,7 @@
 #include <thread>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -140,8 +139,7 @@ int run(std::vector<char*> const& words) {
 
 } // namespace
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench
 
 int main(int nbWords, char** words) {
     try {

@@ -10,8 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -19,10 +18,10 @@ using image::file::RawImageFile;
 
 constexpr vlUInt64 g_many = 10000000;
 constexpr vlUInt64 g_few = 10;
-constexpr vlUInt64 g_nbPixelsOfPlan = 4;
+constexpr vlUInt64 g_nbPixelsOfPlane = 4;
 
-RawFile getFile(Suite const& suite, vlUInt64 nbPlans) {
-    return suite.getData().getSparseVolume(2, g_nbPixelsOfPlan / 2, nbPlans);
+RawFile getFile(Suite const& suite, vlUInt64 nbPlanes) {
+    return suite.getData().getSparseVolume(2, g_nbPixelsOfPlane / 2, nbPlanes);
 }
 
 void open(RawImageFile& accessor, RawFile const& file) {
@@ -31,7 +30,7 @@ void open(RawImageFile& accessor, RawFile const& file) {
 }
 
 void read(RawImageFile const& accessor, vlUInt64 z, vlUInt64 nbPixels) {
-    std::byte pixels[g_nbPixelsOfPlan];
+    std::byte pixels[g_nbPixelsOfPlane];
     BoolResult const result = accessor.readRawData(z, 0, 0, 0, nbPixels, pixels);
     require(static_cast<bool>(result), result.getMessage());
 }
@@ -39,7 +38,7 @@ void read(RawImageFile const& accessor, vlUInt64 z, vlUInt64 nbPixels) {
 void openAndRead(RawFile const& file) {
     RawImageFile accessor;
     open(accessor, file);
-    read(accessor, 0, g_nbPixelsOfPlan);
+    read(accessor, 0, g_nbPixelsOfPlane);
 }
 
 double timeOpening(RawFile const& file) {
@@ -59,12 +58,12 @@ double timeFinding(RawFile const& file) {
     RawImageFile accessor;
     open(accessor, file);
     std::mt19937_64 random(nbReads);
-    std::vector<vlUInt64> plans(nbReads);
+    std::vector<vlUInt64> planes(nbReads);
     return measureMedian(100, [&] {
-        std::generate(plans.begin(), plans.end(), [&] { return random() % file.pGeometry->getSizeZ(); });
+        std::generate(planes.begin(), planes.end(), [&] { return random() % file.pGeometry->getSizeZ(); });
         Stopwatch const stopwatch;
-        for (vlUInt64 const plan : plans) {
-            read(accessor, plan, 1);
+        for (vlUInt64 const plane : planes) {
+            read(accessor, plane, 1);
         }
         return stopwatch.getSeconds() / nbReads;
     });
@@ -88,5 +87,4 @@ void addOpenBenchmarks(Suite& suite) {
     add(suite, "find a plane and read a pixel", Quantity::time(), atMost(1.5), timeFinding);
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

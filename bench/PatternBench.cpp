@@ -2,15 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Floor.h"
+#include "Patterns/FilePatterns.h"
 #include "Suite.h"
-#include "Utils/FilePatterns.h"
 
 #include <VELMOImageFile/FilePatternMatching.h>
 #include <fnmatch.h>
 #include <memory>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -74,5 +73,4 @@ void addPatternBenchmarks(Suite& suite) {
     });
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

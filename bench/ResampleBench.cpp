@@ -13,8 +13,7 @@
 #include <boost/make_shared.hpp>
 #include <cstring>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -117,5 +116,4 @@ void addResampleBenchmarks(Suite& suite) {
     });
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -10,8 +10,7 @@
 #include <cstring>
 #include <memory>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -74,5 +73,4 @@ void addSaveBenchmarks(Suite& suite) {
     addSave(suite, "800 MB in planes of 128 KB", noLimit(), 256, 256, 6400);
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

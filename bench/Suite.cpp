@@ -10,8 +10,7 @@
 #include <exception>
 #include <stdexcept>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -95,5 +94,4 @@ void require(bool bDone, std::string const& what) {
     }
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

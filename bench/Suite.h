@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 /// One measurement, in seconds; of memory in bytes.
 using Measure = std::function<double()>;
@@ -76,5 +75,4 @@ void addIm6Benchmarks(Suite& suite);
 void addPatternBenchmarks(Suite& suite);
 void addResampleBenchmarks(Suite& suite);
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

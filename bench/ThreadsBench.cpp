@@ -10,8 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -136,5 +135,4 @@ void addThreadsBenchmarks(Suite& suite) {
     }
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

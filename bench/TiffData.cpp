@@ -12,8 +12,7 @@
 #include <cstring>
 #include <random>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -82,5 +81,4 @@ TiffVolume makeImageJStack(BenchData& data, vlUInt64 size, vlUInt64 nbPlanes) {
     return volume;
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

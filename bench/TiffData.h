@@ -8,8 +8,7 @@
 
 #include <VELMOImage/BaseImage.h>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 /// A TIFF file in the page cache, its pixels in memory, and another path to write to.
 struct TiffVolume {
@@ -31,5 +30,4 @@ TiffVolume makeTiff(BenchData& data, vlUInt64 size, vlUInt64 nbPlanes, int compr
 /// A single-directory stack.
 TiffVolume makeImageJStack(BenchData& data, vlUInt64 size, vlUInt64 nbPlanes);
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

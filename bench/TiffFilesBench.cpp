@@ -7,8 +7,7 @@
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -51,5 +50,4 @@ void addTiffFilesBenchmarks(Suite& suite) {
     });
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -11,8 +11,7 @@
 #include <tiffio.h>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -146,5 +145,4 @@ double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes) {
     return stopwatch.getSeconds();
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -8,8 +8,7 @@
 #include <cstddef>
 #include <string>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 // What a plain loop over libtiff does: the floor of the TIFF benchmarks. It shares no code with what it is
 // compared to. Failures are thrown as std::runtime_error.
@@ -37,5 +36,4 @@ vlUInt64 readByLibtiff(std::string const& path, std::byte* pPixels, vlUInt64 nbB
 /// Seconds to read every directory, strip by strip, into a fresh array of `nbBytes`.
 double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes);
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

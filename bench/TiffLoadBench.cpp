@@ -9,8 +9,7 @@
 #include <memory>
 #include <tiff.h>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -56,5 +55,4 @@ void addTiffLoadBenchmarks(Suite& suite) {
               [&suite] { return besidePread(check(makeImageJStack(suite.getData(), 1024, 200))); });
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

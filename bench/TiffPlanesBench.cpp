@@ -13,8 +13,7 @@
 #include <tiff.h>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -92,5 +91,4 @@ void addTiffPlanesBenchmarks(Suite& suite) {
     addPerPlane(suite, "save", 32000, makeOf(1), timeSave); // 32767 planes of one channel at most
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

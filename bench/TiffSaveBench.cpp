@@ -11,8 +11,7 @@
 #include <tiff.h>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -63,9 +62,9 @@ std::vector<std::byte> interleave(image::BaseImage const& image) {
     vlUInt64 const sizeC = geometry.getSizeC();
     for (vlUInt64 z = 0; z < geometry.getSizeZ(); ++z) {
         for (vlUInt64 c = 0; c < sizeC; ++c) {
-            auto const* const pPlan = static_cast<std::uint16_t const*>(image.accessPlan(z, c, 0));
+            auto const* const pPlane = static_cast<std::uint16_t const*>(image.accessPlan(z, c, 0));
             for (vlUInt64 i = 0; i < geometry.getPlanNbPixels(); ++i) {
-                pTarget[(z * geometry.getPlanNbPixels() + i) * sizeC + c] = pPlan[i];
+                pTarget[(z * geometry.getPlanNbPixels() + i) * sizeC + c] = pPlane[i];
             }
         }
     }
@@ -123,5 +122,4 @@ void addTiffSaveBenchmarks(Suite& suite) {
     addSize(suite, "RGB, Deflate", noLimit(), 3, eTC_Deflate);
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -9,8 +9,7 @@
 #include <sys/resource.h>
 #include <tiff.h>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 namespace {
 
@@ -45,5 +44,4 @@ TiffSeriesPtr makeSeries(BenchData& data, vlUInt64 size, vlUInt64 nbFiles) {
     return pSeries;
 }
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

@@ -9,8 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace bench {
+namespace velmo::bench {
 
 /// A folder of files of one plane each, in the page cache: plane0.tif, plane1.tif and so on.
 struct TiffSeries {
@@ -27,5 +26,4 @@ extern char const* const g_seriesPattern;
 /// on.
 TiffSeriesPtr makeSeries(BenchData& data, vlUInt64 size, vlUInt64 nbFiles);
 
-} // namespace bench
-} // namespace velmo
+} // namespace velmo::bench

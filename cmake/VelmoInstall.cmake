@@ -18,11 +18,11 @@ function(velmo_export_only_velmo target)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
 endfunction()
 
-# velmo_install_library(TARGET HEADERS folder/ [PRIVATE_HEADERS name...]
+# velmo_install_library(TARGET HEADERS folder/
 #   PKG_CONFIG name DESCRIPTION text [REQUIRES module...] [LIBRARIES flag...])
 # A library as CMake package of the target's name (cmake/TARGETConfig.cmake.in) and as pkg-config module.
 function(velmo_install_library target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS;PKG_CONFIG;DESCRIPTION" "PRIVATE_HEADERS;REQUIRES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS;PKG_CONFIG;DESCRIPTION" "REQUIRES;LIBRARIES")
   if(NOT VELMO_INSTALL)
     return()
   endif()
@@ -31,9 +31,8 @@ function(velmo_install_library target)
     INCLUDES DESTINATION ${VELMO_INSTALL_INCLUDEDIR})
   # An external host keeps its own folder.
   set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN INSTALL_RPATH_USE_LINK_PATH ON)
-  list(TRANSFORM arg_PRIVATE_HEADERS REPLACE "(.+)" "PATTERN;\\1;EXCLUDE")
   install(DIRECTORY ${arg_HEADERS} DESTINATION ${VELMO_INSTALL_INCLUDEDIR} COMPONENT Development
-    FILES_MATCHING ${arg_PRIVATE_HEADERS} PATTERN *.h)
+    FILES_MATCHING PATTERN *.h PATTERN detail EXCLUDE)
   velmo_install_cmake_package(${target})
   velmo_install_pkg_config(${target})
 endfunction()

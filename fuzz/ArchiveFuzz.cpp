@@ -18,8 +18,7 @@
 
 // The record of an accessor. The last byte says of which, and whether in a binary or an XML archive.
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 namespace {
 
@@ -63,8 +62,7 @@ bool isReadable(BaseDiskImageAccessor& accessor) {
 
 } // namespace
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* pBytes, std::size_t nbBytes) {
     using namespace velmo;

@@ -8,8 +8,7 @@
 #include <cstdint>
 #include <string>
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 /// An input in parts. Choices are taken from its end, so that the rest is a file as it stands.
 class FuzzInput {
@@ -71,5 +70,4 @@ class FuzzSeed {
     std::string _choices;
 };
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz

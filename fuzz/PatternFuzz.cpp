@@ -13,8 +13,7 @@
 
 // Patterns and, behind the first line feed, the name of a file.
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 namespace {
 
@@ -78,8 +77,7 @@ void check(std::string const& patterns, std::string const& name) {
 
 } // namespace
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* pBytes, std::size_t nbBytes) {
     std::string const text = velmo::fuzz::FuzzInput(pBytes, nbBytes).getRest();

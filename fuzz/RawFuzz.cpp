@@ -12,8 +12,7 @@
 
 // A raw file, with a geometry and an offset at its end.
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 using namespace image;
 
@@ -63,8 +62,7 @@ static ImageGeometryPtr takeGeometry(FuzzInput& input) {
     }
 }
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* pBytes, std::size_t nbBytes) {
     velmo::fuzz::FuzzInput input(pBytes, nbBytes);

@@ -8,8 +8,7 @@
 #include <cstring>
 #include <initializer_list>
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 namespace {
 
@@ -51,5 +50,4 @@ std::string makeIm6(std::string const& text, bool bCalibration) {
     return bytes + text + (bCalibration ? makeCalibration() : std::string());
 }
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz

@@ -14,8 +14,7 @@
 #include <sys/resource.h>
 #include <tiffio.h>
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 namespace fs = boost::filesystem;
 
@@ -100,5 +99,4 @@ std::string readBytes(fs::path const& path) {
     return bytes;
 }
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz

@@ -9,8 +9,7 @@
 #include <boost/filesystem/path.hpp>
 #include <string>
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 /// Where the targets of this process have their files: a folder of its own in the place for temporary files
 /// (`TMPDIR`; a file system in memory is what makes a fuzzer quick), removed at the end of the process.
@@ -48,5 +47,4 @@ void exerciseOrAbort(image::BaseDiskImageAccessor const& accessor,
 /// The bytes of a file, which must be there.
 std::string readBytes(boost::filesystem::path const& path);
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz

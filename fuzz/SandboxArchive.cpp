@@ -10,8 +10,7 @@
 #include <array>
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 void SandboxArchive::readItem(std::string const& name, unsigned long& value) {
     constexpr unsigned long largestSize = 64;
@@ -47,5 +46,4 @@ void writeSamples() {
     static_cast<void>(bWritten);
 }
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz

@@ -5,8 +5,7 @@
 
 #include <VELMOSerialization/BaseArchive.h>
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 /// An archive whose file paths are led into the sandbox: the last part of a path is kept where it is the name
 /// of a sample there, and is `g_missingName` otherwise. Of such a file, which a record may have made, the
@@ -37,5 +36,4 @@ constexpr char const* g_missingName = "missing";
 /// Writes the samples that archives may name, once in the process: a.tif, b.tif, c.im6 and d.raw.
 void writeSamples();
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz

@@ -25,8 +25,7 @@
 // Writes what the fuzzers begin with: seed_maker FIXTURES SEEDS makes SEEDS/TARGET/... of the TIFF files in
 // FIXTURES and of its own.
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 namespace {
 
@@ -222,8 +221,7 @@ void makeImageJSeeds(fs::path const& seeds) {
 
 } // namespace
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz
 
 int main(int argc, char** argv) {
     if (argc != 3) {

@@ -14,8 +14,7 @@
 #include <set>
 #include <tiffio.h>
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 namespace {
 
@@ -280,5 +279,4 @@ std::string makeTiff(std::string const& software, std::string const& description
     return bytes.get();
 }
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz

@@ -5,8 +5,7 @@
 
 #include "FuzzInput.h"
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 /// Opens a TIFF file in every directory mode and buffer mode, and exercises it in the one of `choice` modulo
 /// 6, in which it is also opened for writing, written to and read again.
@@ -18,5 +17,4 @@ void openAndRead(std::string const& bytes, unsigned int choice);
 std::string makeTiff(std::string const& software, std::string const& description, std::string const& record,
                      unsigned int choice);
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz

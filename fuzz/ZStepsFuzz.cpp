@@ -14,8 +14,7 @@
 // Steps between planes. The last byte says whether they are a text or XML, how planes come about between
 // others, and how many there are to be. The stack has three planes in two files.
 
-namespace velmo {
-namespace fuzz {
+namespace velmo::fuzz {
 
 namespace {
 
@@ -45,8 +44,7 @@ void load(std::string const& steps, unsigned int choice) {
 
 } // namespace
 
-} // namespace fuzz
-} // namespace velmo
+} // namespace velmo::fuzz
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* pBytes, std::size_t nbBytes) {
     velmo::fuzz::FuzzInput input(pBytes, nbBytes);

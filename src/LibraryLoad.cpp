@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "LogAccess.h"
-#include "MessageCatalogue.h"
-#include "Tiff/CheckedTiffImageFile.h"
-#include "Tiff/TiffErrorHandler.h"
-#include "Tiff/TiffTags.h"
-#include "Utils/AccessorIdiom.h"
+#include "Frame/AccessorIdiom.h"
+#include "Frame/LogAccess.h"
+#include "Frame/MessageCatalogue.h"
+#include "Tiff/files/CheckedTiffImageFile.h"
+#include "Tiff/handle/TiffErrorHandler.h"
+#include "Tiff/handle/TiffTags.h"
 
 #include <VELMOImageFile/Im6ImageFile.h>
 #include <VELMOImageFile/Im6ImageFileMessage.h>
@@ -19,9 +19,7 @@
 #include <VELMOImageFile/VELMOImageFileMessage.h>
 #include <VELMOSerialization/DynamicRegistrator.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -65,6 +63,4 @@ LibraryLoad const g_libraryLoad;
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

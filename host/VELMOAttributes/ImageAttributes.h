@@ -5,9 +5,7 @@
 
 #include "VELMOImage/BaseImage.h"
 
-namespace velmo {
-namespace imaproc {
-namespace attr {
+namespace velmo::imaproc::attr {
 
 /// The image that a processor reads.
 struct InImg {
@@ -27,6 +25,4 @@ struct OutImg {
     /// @}
 };
 
-} // namespace attr
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::attr

@@ -5,9 +5,7 @@
 
 #include "VELMOUtil/Types.h"
 
-namespace velmo {
-namespace imaproc {
-namespace attr {
+namespace velmo::imaproc::attr {
 
 /// How a value between planes comes about.
 enum eInterpolationPolicy : vlUInt64 {
@@ -17,6 +15,4 @@ enum eInterpolationPolicy : vlUInt64 {
                      ///< each three neighbours
 };
 
-} // namespace attr
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::attr

@@ -7,9 +7,7 @@
 #include "VELMOAttributes/ZSteps.h"
 #include "VELMOImage/BaseImage.h"
 
-namespace velmo {
-namespace imaproc {
-namespace attr {
+namespace velmo::imaproc::attr {
 
 /// The stack that a processor reads.
 struct InImg3d {
@@ -47,6 +45,4 @@ struct InOutputImg3dZSize {
     /// @}
 };
 
-} // namespace attr
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::attr

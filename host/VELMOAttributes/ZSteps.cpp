@@ -6,9 +6,7 @@
 #include "VELMOSerialization/ClassVersion.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 
-namespace velmo {
-namespace imaproc {
-namespace attr {
+namespace velmo::imaproc::attr {
 
 namespace {
 
@@ -35,6 +33,4 @@ BoolResult ZSteps::read(BaseIArchive& archive) {
     return success();
 }
 
-} // namespace attr
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::attr

@@ -8,9 +8,7 @@
 
 #include <boost/shared_ptr.hpp>
 
-namespace velmo {
-namespace imaproc {
-namespace attr {
+namespace velmo::imaproc::attr {
 
 /// The steps between the planes of a custom Z stack, in the order of the planes: one for each two neighbours.
 class VELMO_HOST_EXPORT ZSteps : public CopyableObject<ZSteps, BaseDataItemNode> {
@@ -40,6 +38,4 @@ using ZStepsPtr = boost::shared_ptr<ZSteps>;
 using ZStepsConstPtr = boost::shared_ptr<ZSteps const>;
 /// @}
 
-} // namespace attr
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::attr

@@ -9,8 +9,7 @@
 #include <atomic>
 #include <log4cplus/loglevel.h>
 
-namespace velmo {
-namespace processor {
+namespace velmo::processor {
 
 struct ActionResult::Outcome {
     Outcome(vlUInt64 endStatus, std::string endMessage, std::string name)
@@ -97,5 +96,4 @@ void BaseProcessor::requireResult(std::string const& attribute) const {
     });
 }
 
-} // namespace processor
-} // namespace velmo
+} // namespace velmo::processor

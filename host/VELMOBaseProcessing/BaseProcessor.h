@@ -10,8 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace velmo {
-namespace processor {
+namespace velmo::processor {
 
 /// How a run is waited for.
 enum eSynchroType : vlUInt64 { eST_Synchronous = 0 };
@@ -93,5 +92,4 @@ class VELMO_HOST_EXPORT BaseProcessor : public BaseAction {
     ProcessorDispatchPolicy _policy;
 };
 
-} // namespace processor
-} // namespace velmo
+} // namespace velmo::processor

@@ -6,8 +6,7 @@
 #include <algorithm>
 #include <thread>
 
-namespace velmo {
-namespace processor {
+namespace velmo::processor {
 
 void ProcessorDispatchPolicy::initDefault() {
     _bDefault = true;
@@ -19,5 +18,4 @@ void ProcessorDispatchPolicy::initLocal(vlUInt64 nbThreads) {
     _nbThreads = std::max<vlUInt64>(1, nbThreads);
 }
 
-} // namespace processor
-} // namespace velmo
+} // namespace velmo::processor

@@ -6,8 +6,7 @@
 #include "VELMOUtil/Export.h"
 #include "VELMOUtil/Types.h"
 
-namespace velmo {
-namespace processor {
+namespace velmo::processor {
 
 /// On how many threads a run works, the calling one included.
 class VELMO_HOST_EXPORT ProcessorDispatchPolicy {
@@ -32,5 +31,4 @@ class VELMO_HOST_EXPORT ProcessorDispatchPolicy {
     vlUInt64 _nbThreads = 1;
 };
 
-} // namespace processor
-} // namespace velmo
+} // namespace velmo::processor

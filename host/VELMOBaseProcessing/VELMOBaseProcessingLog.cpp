@@ -6,8 +6,7 @@
 #include "VELMOUtil/LogMessageManager.h"
 #include "VELMOUtil/Logging.h"
 
-namespace velmo {
-namespace processor {
+namespace velmo::processor {
 
 namespace {
 
@@ -49,5 +48,4 @@ RaiseKind const g_velmoBaseProcessingRaise = {getVELMOBaseProcessingLogMessageMa
                                               getVELMOBaseProcessingLogger,
                                               throwAs<VELMOBaseProcessingException>};
 
-} // namespace processor
-} // namespace velmo
+} // namespace velmo::processor

@@ -6,8 +6,7 @@
 #include "VELMOUtil/BaseException.h"
 #include "VELMOUtil/GuardedRaise.h"
 
-namespace velmo {
-namespace processor {
+namespace velmo::processor {
 
 /// Failures of processors.
 struct eProcessorMessage {
@@ -42,5 +41,4 @@ VELMO_HOST_EXPORT log4cplus::Logger& getVELMOBaseProcessingLogger();
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoBaseProcessingRaise;
 
-} // namespace processor
-} // namespace velmo
+} // namespace velmo::processor

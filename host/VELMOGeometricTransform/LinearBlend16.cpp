@@ -1,17 +1,15 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOGeometricTransform/LinearBlend16.h"
+#include "VELMOGeometricTransform/detail/LinearBlend16.h"
 
-#include "VELMOGeometricTransform/BlendSample.h"
+#include "VELMOGeometricTransform/detail/BlendSample.h"
 
 #ifdef __x86_64__
 #include <immintrin.h>
 #endif
 
-namespace velmo {
-namespace imaproc {
-namespace gtrans {
+namespace velmo::imaproc::gtrans {
 
 namespace {
 
@@ -121,6 +119,4 @@ void blendLinear16(vlUInt64 nbPixels, double weight, std::byte const* pBase, std
     blendEach(nbBytes - nbDone, weight, pBase + nbDone, pOther + nbDone, pTarget + nbDone);
 }
 
-} // namespace gtrans
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::gtrans

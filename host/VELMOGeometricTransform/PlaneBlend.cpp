@@ -1,18 +1,16 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOGeometricTransform/PlaneBlend.h"
+#include "VELMOGeometricTransform/detail/PlaneBlend.h"
 
-#include "VELMOGeometricTransform/BlendSample.h"
-#include "VELMOGeometricTransform/LinearBlend16.h"
+#include "VELMOGeometricTransform/detail/BlendSample.h"
+#include "VELMOGeometricTransform/detail/LinearBlend16.h"
 
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
 
-namespace velmo {
-namespace imaproc {
-namespace gtrans {
+namespace velmo::imaproc::gtrans {
 
 namespace {
 
@@ -85,6 +83,4 @@ void blendPlanes(image::eImageBufferType bufferType, vlUInt64 nbPixels, std::byt
     }
 }
 
-} // namespace gtrans
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::gtrans

@@ -1,13 +1,11 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOGeometricTransform/PlaneWeights.h"
+#include "VELMOGeometricTransform/detail/PlaneWeights.h"
 
 #include <algorithm>
 
-namespace velmo {
-namespace imaproc {
-namespace gtrans {
+namespace velmo::imaproc::gtrans {
 
 namespace {
 
@@ -87,6 +85,4 @@ PlaneWeights PlanePositions::weighCubic(vlUInt64 plane, double fraction) const {
     return weights;
 }
 
-} // namespace gtrans
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::gtrans

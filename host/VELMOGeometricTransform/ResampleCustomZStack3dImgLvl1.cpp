@@ -4,8 +4,8 @@
 #include "VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h"
 
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
-#include "VELMOGeometricTransform/PlaneBlend.h"
-#include "VELMOGeometricTransform/PlaneWeights.h"
+#include "VELMOGeometricTransform/detail/PlaneBlend.h"
+#include "VELMOGeometricTransform/detail/PlaneWeights.h"
 #include "VELMOImage/ImageFactory.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOUtil/LogMessageFormater.h"
@@ -16,9 +16,7 @@
 #include <cmath>
 #include <optional>
 
-namespace velmo {
-namespace imaproc {
-namespace gtrans {
+namespace velmo::imaproc::gtrans {
 
 namespace {
 
@@ -247,6 +245,4 @@ void ResampleCustomZStack3dImgLvl1::resetAttributes() {
     _pTarget.reset();
 }
 
-} // namespace gtrans
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::gtrans

@@ -7,9 +7,7 @@
 #include "VELMOAttributes/ResampleAttributes.h"
 #include "VELMOBaseProcessing/BaseProcessor.h"
 
-namespace velmo {
-namespace imaproc {
-namespace gtrans {
+namespace velmo::imaproc::gtrans {
 
 /// Makes a volume of evenly spaced planes from one whose planes lie at the running sums of steps. The planes
 /// of the result lie evenly from the first to the last position; every channel and time step is resampled by
@@ -60,6 +58,4 @@ template <>
 VELMO_HOST_EXPORT image::ImagePtr ResampleCustomZStack3dImgLvl1::getStorage<attr::OutImg>() const;
 /// @endcond
 
-} // namespace gtrans
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::gtrans

@@ -9,8 +9,7 @@
 #include "VELMOUtil/CheckedArithmetic.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -128,5 +127,4 @@ void BaseImage::requireInside(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixel
     });
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

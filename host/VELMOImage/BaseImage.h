@@ -11,8 +11,7 @@
 #include <boost/shared_ptr.hpp>
 #include <string>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 class BaseImage;
 class BaseImageGeometry;
@@ -103,5 +102,4 @@ class VELMO_HOST_EXPORT BaseImage {
     std::string _userProperties;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -7,8 +7,7 @@
 
 #include <algorithm>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 BufferTypeRuns::BufferTypeRuns(std::vector<eImageBufferType> const& types) {
     for (eImageBufferType const type : types) {
@@ -67,5 +66,4 @@ std::vector<eImageBufferType> BufferTypeRuns::expand() const {
     return types;
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -8,8 +8,7 @@
 #include <optional>
 #include <vector>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Pixel types of time steps (or of planes) in their order, as runs of equal ones: memory and time go by the
 /// changes of type and not by the steps. At most 2^64 - 1 steps in all.
@@ -53,5 +52,4 @@ class VELMO_HOST_EXPORT BufferTypeRuns {
     vlUInt64 _nbSteps = 0;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

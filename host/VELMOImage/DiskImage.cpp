@@ -5,8 +5,7 @@
 
 #include "VELMOImage/ImageAccessor.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 DiskImage::DiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor) : _pAccessor(pAccessor) {
     setGeometry(pAccessor->getGeometry());
@@ -27,5 +26,4 @@ BoolResult DiskImage::writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlU
     return _pAccessor->writeRawData(z, c, t, pixelStart, nbPixels, buffer);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

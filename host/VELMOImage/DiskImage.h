@@ -5,8 +5,7 @@
 
 #include "VELMOImage/BaseImage.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 class BaseDiskImageAccessor;
 
@@ -33,5 +32,4 @@ class VELMO_HOST_EXPORT DiskImage : public BaseImage {
 /// A shared disk image; the last pointer closes the file, unless others hold the accessor.
 using DiskImagePtr = boost::shared_ptr<DiskImage>;
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

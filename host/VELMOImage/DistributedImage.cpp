@@ -11,8 +11,7 @@
 
 #include <algorithm>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -106,5 +105,4 @@ BoolResult DistributedImage::writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64
                               : place.pOwner->writeBlock(place.id, place.offset, place.nbBytes, buffer);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -6,8 +6,7 @@
 #include "VELMOImage/BaseImage.h"
 #include "VELMOImage/DistributionEngine.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// An image whose planes are spread, in blocks of consecutive planes, over the workers of an engine.
 class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
@@ -51,5 +50,4 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
 /// A shared distributed image; the last pointer drops its blocks.
 using DistributedImagePtr = boost::shared_ptr<DistributedImage>;
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -5,8 +5,8 @@
 
 #include "VELMOImage/ImageAccessor.h"
 #include "VELMOImage/ImageGeometry.h"
-#include "VELMOImage/PixelMemory.h"
 #include "VELMOImage/VELMOImageLog.h"
+#include "VELMOImage/detail/PixelMemory.h"
 #include "VELMOSerialization/BinaryArchive.h"
 #include "VELMOSerialization/DynamicObjectFactory.h"
 #include "VELMOUtil/LogMessageFormater.h"
@@ -20,8 +20,7 @@
 #include <shared_mutex>
 #include <sstream>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 BaseBlockOwner::~BaseBlockOwner() = default;
 
@@ -157,5 +156,4 @@ DistributionEnginePtr createThreadDistributionEngine(vlUInt64 nbOwners) {
     return boost::make_shared<ThreadDistributionEngine>(nbOwners);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -11,8 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 class BaseImageGeometry;
 
@@ -68,5 +67,4 @@ using DistributionEnginePtr = boost::shared_ptr<BaseDistributionEngine>;
 /// An engine of `nbOwners` workers in this process, each with memory of its own.
 VELMO_HOST_EXPORT DistributionEnginePtr createThreadDistributionEngine(vlUInt64 nbOwners);
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

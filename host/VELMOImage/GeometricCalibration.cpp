@@ -7,8 +7,7 @@
 #include "VELMOSerialization/ClassVersion.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -73,5 +72,4 @@ GeometricCalibrationPtr createGeometricCalibration2d(float sizeX, float sizeY, s
     return pCalibration;
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -8,8 +8,7 @@
 #include <array>
 #include <boost/shared_ptr.hpp>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Physical size of a pixel: along X, Y and, in 3d, Z in a named unit, and further terms of the
 /// calibration that are kept as they are.
@@ -72,5 +71,4 @@ VELMO_HOST_EXPORT GeometricCalibrationPtr createGeometricCalibration2d(float siz
                                                                        float second, float third,
                                                                        float fourth, float fifth);
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

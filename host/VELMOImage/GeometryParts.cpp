@@ -6,8 +6,7 @@
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 void VolumeGeometry::init2d() {
     _type = eVGT_2d;
@@ -85,5 +84,4 @@ std::string ColorGeometry::getChannelName(vlUInt64 index) const {
     return found == _channelNames.end() ? std::string() : found->second;
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -8,8 +8,7 @@
 #include <map>
 #include <string>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Whether an image is one plane or a volume, and of how many planes. 2d with one plane by default.
 class VELMO_HOST_EXPORT VolumeGeometry {
@@ -118,5 +117,4 @@ class VELMO_HOST_EXPORT ImagePlanGeometry {
     eImageBufferType _bufferType;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

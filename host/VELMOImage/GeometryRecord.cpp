@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOImage/GeometryRecord.h"
+#include "VELMOImage/detail/GeometryRecord.h"
 
 #include "VELMOSerialization/VELMOSerializationLog.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 void raiseUnknownEnumValue(vlUInt64 value) {
     raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
@@ -86,5 +85,4 @@ TemporalGeometry readTemporal(BaseIArchive& archive) {
     return temporal;
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

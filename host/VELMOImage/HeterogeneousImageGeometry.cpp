@@ -1,14 +1,13 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOImage/GeometryRecord.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/VELMOImageLog.h"
+#include "VELMOImage/detail/GeometryRecord.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -114,5 +113,4 @@ void HeterogeneousImageGeometry::readBufferTypes(BaseIArchive& archive) {
     initBufferTypes(std::move(bufferTypes));
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

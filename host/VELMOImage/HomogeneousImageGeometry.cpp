@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOImage/GeometryRecord.h"
 #include "VELMOImage/ImageGeometry.h"
+#include "VELMOImage/detail/GeometryRecord.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 #include "VELMOUtil/CheckedArithmetic.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -57,5 +56,4 @@ void HomogeneousImageGeometry::readBufferTypes(BaseIArchive& archive) {
     _bufferType = readEnum(archive, "bufferType", eIBT_Label8);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

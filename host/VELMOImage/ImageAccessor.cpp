@@ -11,8 +11,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 std::string BaseImageAccessor::getImageInfoStr() const {
     return _bInit ? getClassName() + ' ' + describeGeometry(getGeometry()) : getClassName();
@@ -104,5 +103,4 @@ BoolResult BaseDiskImageAccessor::read(BaseIArchive& archive) {
     return success();
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -10,8 +10,7 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 class BaseImageGeometry;
 
@@ -95,5 +94,4 @@ class VELMO_HOST_EXPORT BaseDiskImageAccessor : public BaseImageAccessor {
     bool _bSharedRemote = false;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -6,8 +6,7 @@
 #include <array>
 #include <ostream>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -67,5 +66,4 @@ std::ostream& operator<<(std::ostream& os, eTemporalGeometryType const& value) {
     return putName(os, g_temporalGeometryTypes, value);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

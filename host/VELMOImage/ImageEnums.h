@@ -8,8 +8,7 @@
 
 #include <iosfwd>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Pixel type of a plane. Any other value is carried as it is, takes no bytes and has no text.
 enum eImageBufferType : vlUInt64 {
@@ -78,5 +77,4 @@ VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eVolumeGeometryType
 VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eTemporalGeometryType const& value);
 /// @}
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

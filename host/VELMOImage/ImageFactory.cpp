@@ -12,8 +12,7 @@
 #include <algorithm>
 #include <thread>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -86,5 +85,4 @@ void ImageFactory::setDistributionEngine(DistributionEnginePtr const& pEngine) {
     _pEngine = pEngine;
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -8,8 +8,7 @@
 
 #include <mutex>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 class BaseDiskImageAccessor;
 
@@ -46,5 +45,4 @@ class VELMO_HOST_EXPORT ImageFactory {
     DistributionEnginePtr _pEngine;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

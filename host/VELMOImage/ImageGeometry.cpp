@@ -3,8 +3,8 @@
 
 #include "VELMOImage/ImageGeometry.h"
 
-#include "VELMOImage/GeometryRecord.h"
 #include "VELMOImage/VELMOImageLog.h"
+#include "VELMOImage/detail/GeometryRecord.h"
 #include "VELMOSerialization/BaseArchive.h"
 #include "VELMOSerialization/ClassVersion.h"
 #include "VELMOUtil/CheckedArithmetic.h"
@@ -15,8 +15,7 @@
 #include <locale>
 #include <sstream>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -225,5 +224,4 @@ bool haveSamePixels(BaseImageGeometry const& left, BaseImageGeometry const& righ
     return true;
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

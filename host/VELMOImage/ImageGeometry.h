@@ -12,8 +12,7 @@
 #include <optional>
 #include <vector>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 class BaseImageGeometry;
 /// A shared geometry that can be changed; who keeps one takes a copy (`duplicateGeometry`).
@@ -234,5 +233,4 @@ VELMO_HOST_EXPORT std::optional<vlUInt64> findPlaneOfOtherType(BaseImageGeometry
 /// and the same pixel type in each time step.
 VELMO_HOST_EXPORT bool haveSamePixels(BaseImageGeometry const& left, BaseImageGeometry const& right);
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

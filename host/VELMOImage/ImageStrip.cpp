@@ -4,11 +4,10 @@
 #include "VELMOImage/ImageStrip.h"
 
 #include "VELMOImage/ImageGeometry.h"
-#include "VELMOImage/PixelMemory.h"
+#include "VELMOImage/detail/PixelMemory.h"
 #include "VELMOUtil/CheckedArithmetic.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 BaseImageFragment::~BaseImageFragment() = default;
 
@@ -53,5 +52,4 @@ BoolResult BaseImageYStrip2d::writePixels(BaseImage& image) const {
     return image.writePixels(_place.z, _place.c, _place.t, _pixelStart, _nbPixels, _buffer._pData);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -6,8 +6,7 @@
 #include "VELMOImage/BaseImage.h"
 #include "VELMOUtil/PageBuffer.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Whose memory a strip uses: the image's where that works, else its own.
 enum eStripAllocationType : vlUInt64 { eSAT_Default = 0 };
@@ -127,5 +126,4 @@ class ImageStripExtractor {
     }
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -10,8 +10,7 @@
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -137,5 +136,4 @@ JoinLayout::Place JoinLayout::locate(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
     return _axis == eJoinAxis::Z ? Place{part, {inside, c, t}} : Place{part, {z, c, inside}};
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -8,8 +8,7 @@
 
 #include <vector>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Along Z planes follow planes, along T time steps follow time steps.
 enum class eJoinAxis { Z, T };
@@ -43,5 +42,4 @@ class VELMO_HOST_EXPORT JoinLayout {
     ImageGeometryPtr _pGeometry;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -5,8 +5,7 @@
 
 #include <algorithm>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 BoolResult JoinedImage::join(std::vector<ImagePtr> const& parts, eJoinAxis axis) {
     std::vector<BaseImageGeometry const*> geometries;
@@ -50,5 +49,4 @@ void* JoinedImage::accessPlanDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
     return _parts[part]->accessPlan(plan.z, plan.c, plan.t);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -6,8 +6,7 @@
 #include "VELMOImage/BaseImage.h"
 #include "VELMOImage/JoinLayout.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Images joined along one axis without a copy: pixels stay where the parts have them, and the image co-owns
 /// its parts. It has the calibration of the first.
@@ -30,5 +29,4 @@ class VELMO_HOST_EXPORT JoinedImage : public BaseImage {
     std::vector<ImagePtr> _parts;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

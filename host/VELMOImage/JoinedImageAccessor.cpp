@@ -13,8 +13,7 @@
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -148,5 +147,4 @@ void JoinedImageAccessor::clearDerived() {
     _parts.clear();
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -6,8 +6,7 @@
 #include "VELMOImage/ImageAccessor.h"
 #include "VELMOImage/JoinLayout.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Files joined along one axis: every access goes to the accessor of the file that holds the plane, which the
 /// joined one co-owns. It has the path, the access mode and the calibration of the first. As many threads at
@@ -60,5 +59,4 @@ class VELMO_HOST_EXPORT JoinedImageAccessor : public BaseDiskImageAccessor {
     std::vector<PartPtr> _parts;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -4,12 +4,11 @@
 #include "VELMOImage/MemoryImage.h"
 
 #include "VELMOImage/ImageGeometry.h"
-#include "VELMOImage/PixelMemory.h"
+#include "VELMOImage/detail/PixelMemory.h"
 
 #include <cstring>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -60,5 +59,4 @@ void* MemoryImage::accessPlanDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
     return _pixels.getData() + getGeometry().getPlanOffset(z, c, t);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

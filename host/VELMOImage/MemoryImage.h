@@ -6,8 +6,7 @@
 #include "VELMOImage/BaseImage.h"
 #include "VELMOUtil/PageBuffer.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Pixels in one contiguous allocation, planes in (t, c, z) order. From 4 MiB up it asks the kernel for huge
 /// pages. `init` refuses, with both figures in its message, an image larger than the memory at hand.
@@ -32,5 +31,4 @@ class VELMO_HOST_EXPORT MemoryImage : public BaseImage {
     PageBuffer _pixels;
 };
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOImage/PixelMemory.h"
+#include "VELMOImage/detail/PixelMemory.h"
 
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOUtil/AvailableMemory.h"
@@ -9,8 +9,7 @@
 
 #include <new>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -45,5 +44,4 @@ BoolResult allocatePixels(vlUInt64 nbBytes, PageBuffer& buffer) {
     return success();
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -12,8 +12,7 @@
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -73,5 +72,4 @@ BoolResult SubImageExtractor::concatenateDiskSequences(std::vector<ImagePtr> con
     return joinDisk(parts, eJoinAxis::T, out);
 }
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

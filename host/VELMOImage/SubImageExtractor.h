@@ -7,8 +7,7 @@
 
 #include <vector>
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Joins images along Z or T, in the order of the vector. No pixel is copied: the result reads from its
 /// parts, which it co-owns. A failure (nothing to join, parts that do not fit, a part whose planes differ in
@@ -41,5 +40,4 @@ VELMO_HOST_EXPORT BoolResult
 SubImageExtractor::concatenateSequences<BaseImage>(std::vector<ImagePtr> const& parts, ImagePtr& out);
 /// @endcond
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -6,8 +6,7 @@
 #include "VELMOUtil/LogMessageManager.h"
 #include "VELMOUtil/Logging.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 namespace {
 
@@ -91,5 +90,4 @@ log4cplus::Logger& getVELMOImageLogger() {
 RaiseKind const g_velmoImageRaise = {getVELMOImageLogMessageManager, getVELMOImageLogger,
                                      throwAs<VELMOImageException>};
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -6,8 +6,7 @@
 #include "VELMOUtil/BaseException.h"
 #include "VELMOUtil/GuardedRaise.h"
 
-namespace velmo {
-namespace image {
+namespace velmo::image {
 
 /// Failures of accessors.
 struct eImageAccessorMessage {
@@ -66,5 +65,4 @@ VELMO_HOST_EXPORT log4cplus::Logger& getVELMOImageLogger();
 /// Failures of this library, for raiseGuarded.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoImageRaise;
 
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image

@@ -7,7 +7,7 @@
 #include "VELMOImage/DistributedImage.h"
 #include "VELMOImage/ImageAccessor.h"
 #include "VELMOImage/ImageGeometry.h"
-#include "VELMOImageProcessing/PixelRules.h"
+#include "VELMOImageProcessing/detail/PixelRules.h"
 #include "VELMOSerialization/BinaryArchive.h"
 #include "VELMOUtil/CheckedArithmetic.h"
 #include "VELMOUtil/ParallelRun.h"
@@ -16,9 +16,7 @@
 #include <sstream>
 #include <vector>
 
-namespace velmo {
-namespace imaproc {
-namespace util {
+namespace velmo::imaproc::util {
 
 namespace {
 
@@ -197,6 +195,4 @@ void CopyImgLvl1::resetAttributes() {
     _pTarget.reset();
 }
 
-} // namespace util
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::util

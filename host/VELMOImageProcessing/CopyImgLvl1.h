@@ -6,9 +6,7 @@
 #include "VELMOAttributes/ImageAttributes.h"
 #include "VELMOBaseProcessing/BaseProcessor.h"
 
-namespace velmo {
-namespace imaproc {
-namespace util {
+namespace velmo::imaproc::util {
 
 /// Copies all pixels of one image into another of the same sizes and pixel types, whatever kinds of image the
 /// two are.
@@ -49,6 +47,4 @@ template <>
 VELMO_HOST_EXPORT image::ImagePtr CopyImgLvl1::getStorage<attr::OutImg>() const;
 /// @endcond
 
-} // namespace util
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::util

@@ -1,16 +1,14 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOImageProcessing/PixelRules.h"
+#include "VELMOImageProcessing/detail/PixelRules.h"
 
 #include "VELMOAttributes/ImageAttributes.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOUtil/LogMessageFormater.h"
 
-namespace velmo {
-namespace imaproc {
-namespace util {
+namespace velmo::imaproc::util {
 
 void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::BaseImage const& outImage) {
     if (velmo::image::haveSamePixels(inImage.getGeometry(), outImage.getGeometry())) {
@@ -23,6 +21,4 @@ void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::Bas
     });
 }
 
-} // namespace util
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::util

@@ -3,20 +3,18 @@
 
 #include <VELMOImageFile/Im6ImageFile.h>
 
+#include "Frame/AccessorIdiom.h"
+#include "Frame/FailureText.h"
 #include "Im6/Im6Records.h"
-#include "Utils/AccessorIdiom.h"
-#include "Utils/FailureText.h"
-#include "Utils/PlaneFile.h"
-#include "Utils/StreamRuns.h"
+#include "Planes/PlaneFile.h"
+#include "Planes/StreamRuns.h"
 
 #include <VELMOImageFile/Im6ImageFileMessage.h>
 #include <VELMOSerialization/BaseArchive.h>
 #include <VELMOSerialization/ClassVersion.h>
 #include <VELMOUtil/CheckedArithmetic.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -126,7 +124,7 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
 }
 
 vlUInt64 Im6ImageFile::processOffsets(vlUInt64 firstOffset, BaseImageGeometry const& geometry) {
-    return _planes->accessPlans().process(firstOffset, geometry);
+    return _planes->accessPlanes().process(firstOffset, geometry);
 }
 
 void Im6ImageFile::clearDerived() {
@@ -184,6 +182,4 @@ BoolResult Im6ImageFile::read(BaseIArchive& archive) {
     return result;
 }
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

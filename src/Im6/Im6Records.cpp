@@ -13,9 +13,7 @@
 #include <string>
 #include <string_view>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -138,6 +136,4 @@ GeometricCalibrationPtr calibDataToGeometricCalibration(HeaderData const& /*head
     return pCalibration;
 }
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -3,10 +3,10 @@
 
 #include <VELMOImageFile/RawImageFile.h>
 
-#include "Utils/AccessorIdiom.h"
-#include "Utils/FailureText.h"
-#include "Utils/PlaneFile.h"
-#include "Utils/StreamRuns.h"
+#include "Frame/AccessorIdiom.h"
+#include "Frame/FailureText.h"
+#include "Planes/PlaneFile.h"
+#include "Planes/StreamRuns.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
@@ -14,9 +14,7 @@
 #include <VELMOSerialization/ClassVersion.h>
 #include <VELMOUtil/LastError.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -110,7 +108,7 @@ BoolResult RawImageFile::openFileInternal(boost::filesystem::path const& path,
 }
 
 vlUInt64 RawImageFile::processOffsets(vlUInt64 dataStartOffset, BaseImageGeometry const& geometry) {
-    return _planes->accessPlans().process(dataStartOffset, geometry);
+    return _planes->accessPlanes().process(dataStartOffset, geometry);
 }
 
 void RawImageFile::clearDerived() {
@@ -156,7 +154,7 @@ BoolResult RawImageFile::write(BaseOArchive& archive) const {
     }
     writeClassVersion(archive, getClassName(), getVersion());
     if (isInit()) {
-        archive << oItem("dataStartOffset", _planes->getPlans().getDataStartOffset());
+        archive << oItem("dataStartOffset", _planes->getPlanes().getDataStartOffset());
     }
     return success();
 }
@@ -182,6 +180,4 @@ BoolResult RawImageFile::read(BaseIArchive& archive) {
     return result;
 }
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

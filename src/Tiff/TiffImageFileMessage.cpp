@@ -3,11 +3,9 @@
 
 #include <VELMOImageFile/TiffImageFileMessage.h>
 
-#include "MessageCatalogue.h"
+#include "Frame/MessageCatalogue.h"
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -95,6 +93,4 @@ bool MsgMapRegistrator<Message::domain>::registerMessageMap() {
     return registerCatalogue(g_bAlreadyRegistred, g_messages);
 }
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

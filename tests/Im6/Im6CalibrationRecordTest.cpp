@@ -9,9 +9,7 @@
 #include <cstring>
 #include <limits>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -115,6 +113,4 @@ TEST(Im6CalibrationRecord, EachConversionMakesANewCalibration) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -6,9 +6,7 @@
 
 #include <sstream>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -141,6 +139,4 @@ TEST(Im6CalibrationWord, ABlockOfNoBytesReadsNothing) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

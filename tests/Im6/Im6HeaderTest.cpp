@@ -9,9 +9,7 @@
 #include <VELMOUtil/Logging.h>
 #include <cstring>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -141,6 +139,4 @@ TEST(Im6Header, NothingIsLoggedOnSuccess) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -12,9 +12,7 @@
 #include <map>
 #include <random>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -285,6 +283,4 @@ TEST_F(Im6HostileHeader, TheSizesOfTheBlocksAreAddedIn64Bits) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

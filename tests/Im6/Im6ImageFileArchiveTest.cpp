@@ -12,9 +12,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <sstream>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -281,6 +279,4 @@ TEST_F(Im6ImageFileArchiveTest, ARecordThatEndsTooEarlyIsThrown) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -6,9 +6,7 @@
 #include <VELMOImage/ImageEnums.h>
 #include <sstream>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -46,7 +44,7 @@ std::string readFailed(path const& path, PixelRun const& run) {
            ", pixelStartOffset=" + std::to_string(run.start) + " and nbPixels=" + std::to_string(run.count);
 }
 
-std::string invalidPlan(PixelRun const& run) {
+std::string invalidPlane(PixelRun const& run) {
     std::ostringstream text;
     text << "Invalid plan component indexes z=" << run.z << " c=" << run.c << " t=" << run.t;
     return text.str();
@@ -86,6 +84,4 @@ void Im6ImageFileTest::expectTooShort(std::string const& bytes, vlUInt64 require
     EXPECT_EQ(readFile(_path), bytes);
 }
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

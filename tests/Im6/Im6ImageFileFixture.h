@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "../api/Im6Sample.h"
 #include "CapturedLog.h"
+#include "Im6Sample.h"
 #include "Processes.h"
 #include "Results.h"
 #include "TemporaryFolder.h"
@@ -16,9 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 using boost::filesystem::path;
 using velmo::test::asOrdinaryUser;
@@ -63,7 +61,7 @@ std::string reserveFailed(vlUInt64 required, path const& path);
 std::string geometryExceeds(vlUInt64 required, vlUInt64 fileSize, path const& path);
 std::string seekFailed(path const& path, PixelRun const& run);
 std::string readFailed(path const& path, PixelRun const& run);
-std::string invalidPlan(PixelRun const& run);
+std::string invalidPlane(PixelRun const& run);
 
 /// The pixels of a run, whose reading must succeed.
 std::string readPixels(Im6ImageFile const& file, PixelRun const& run);
@@ -83,6 +81,4 @@ class Im6ImageFileTest : public testing::Test {
     path const _path = _folder / "image.im6";
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

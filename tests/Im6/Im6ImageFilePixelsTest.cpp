@@ -9,9 +9,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -154,9 +152,9 @@ TEST_F(Im6ImageFileTest, APlaneOutsideOfTheFileIsRaised) {
     for (PixelRun const& run : {PixelRun{2, 0, 0}, PixelRun{0, 3, 0}, PixelRun{2, 3, 1},
                                 PixelRun{g_largest, 0, 0}, PixelRun{0, g_largest, 1}}) {
         CapturedLog const log(getVELMOImageFileLogger());
-        EXPECT_EQ(thrownText<VELMOImageFileException>([&] { tryRead(file, run); }), invalidPlan(run));
+        EXPECT_EQ(thrownText<VELMOImageFileException>([&] { tryRead(file, run); }), invalidPlane(run));
         ASSERT_EQ(log.getRecords().size(), 1U);
-        EXPECT_EQ(log.getRecords()[0].message, invalidPlan(run));
+        EXPECT_EQ(log.getRecords()[0].message, invalidPlane(run));
     }
     EXPECT_THAT(tryRead(file, {}), Succeeds());
 }
@@ -234,6 +232,4 @@ TEST_F(Im6ImageFileTest, AFileThatShrinksAfterItsOpeningFailsAtTheRead) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -13,9 +13,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -349,6 +347,4 @@ TEST_F(Im6ImageFileTest, TheEndOfAnAccessorClosesTheStreamsOfAllThreads) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -5,9 +5,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -106,6 +104,4 @@ TEST_F(Im6ImageFileThreadsTest, TheClassNameAndVersionAreReadFromAnyThread) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -5,9 +5,7 @@
 
 #include <VELMOImage/VELMOImageLog.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -45,12 +43,12 @@ class Im6ShortFile : public Im6ImageFileTest {
     void expectPlanesThatAreThere(vlUInt64 size) const {
         Im6ImageFile file;
         ASSERT_THAT(file.openFile(_path, eIAM_ReadOnly), Succeeds());
-        for (vlUInt64 plan = 0; plan < 12; ++plan) {
-            PixelRun const run = {plan % 2, plan / 2 % 3, plan / 6, 0, 2};
+        for (vlUInt64 plane = 0; plane < 12; ++plane) {
+            PixelRun const run = {plane % 2, plane / 2 % 3, plane / 6, 0, 2};
             inOtherThread([&] {
-                if (116 + 4 * (plan + 1) <= size) {
+                if (116 + 4 * (plane + 1) <= size) {
                     EXPECT_EQ(readPixels(file, run),
-                              countingBytes(4, static_cast<unsigned int>(1 + 4 * plan)));
+                              countingBytes(4, static_cast<unsigned int>(1 + 4 * plane)));
                 } else {
                     EXPECT_THAT(tryRead(file, run), FailsWith(readFailed(_path, run)));
                 }
@@ -219,6 +217,4 @@ TEST_F(Im6ShortFile, AFileOfAHeaderAloneOpensWhereThereAreNoPixels) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

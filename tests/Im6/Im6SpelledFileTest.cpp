@@ -7,9 +7,7 @@
 
 #include <VELMOImage/GeometricCalibration.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -132,6 +130,4 @@ TEST_F(Im6SpelledFile, AWordWithoutTheWholeRecordBehindItIsAFileTooShort) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

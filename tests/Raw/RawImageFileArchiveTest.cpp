@@ -12,9 +12,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <sstream>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -445,6 +443,4 @@ TEST_F(RawImageFileArchiveTest, AnOffsetNearTheEndOf64BitsIsRefused) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

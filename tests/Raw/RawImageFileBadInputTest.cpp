@@ -18,9 +18,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -399,6 +397,4 @@ TEST_F(RawImageFileBadInputTest, TheTimeOfAnOpeningDoesNotGrowWithThePlanes) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

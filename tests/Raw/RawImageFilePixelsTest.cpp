@@ -11,9 +11,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <log4cplus/loglevel.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -158,8 +156,8 @@ TEST_F(RawImageFilePixelsTest, AnInvalidZOrChannelIsThrown) {
     openExample(file, eIAM_ReadWrite);
     for (PixelRun const& run :
          {PixelRun{2, 0, 0}, PixelRun{0, 1, 0}, PixelRun{g_largest, 0, 1}, PixelRun{0, g_largest, 1}}) {
-        EXPECT_EQ(textThrownBy<VELMOImageFileException>([&] { tryRead(file, run); }), invalidPlan(run));
-        EXPECT_EQ(textThrownBy<VELMOImageFileException>([&] { tryWrite(file, run); }), invalidPlan(run));
+        EXPECT_EQ(textThrownBy<VELMOImageFileException>([&] { tryRead(file, run); }), invalidPlane(run));
+        EXPECT_EQ(textThrownBy<VELMOImageFileException>([&] { tryWrite(file, run); }), invalidPlane(run));
     }
     EXPECT_THAT(tryRead(file, {}), Succeeds());
 }
@@ -343,6 +341,4 @@ TEST_F(RawImageFilePixelsTest, ResizingToNothingSucceedsAlsoWhereNothingCanBeWri
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -11,9 +11,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -318,6 +316,4 @@ TEST_F(RawImageFileTest, TheEndOfAnAccessorClosesTheStreamsOfAllThreads) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

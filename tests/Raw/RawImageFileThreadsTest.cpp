@@ -5,9 +5,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 namespace {
 
@@ -15,16 +13,16 @@ using velmo::test::readFile;
 using velmo::test::writeFile;
 
 constexpr unsigned int g_nbThreads = 8;
-constexpr vlUInt64 g_planPixels = 256;
+constexpr vlUInt64 g_planePixels = 256;
 
 class RawImageFileThreadsTest : public RawImageFileTest {
   protected:
     static ImageGeometryPtr makePlanes(vlUInt64 nbPlanes) {
         return makeGeometry(eIBT_UInt16, {16, 16, nbPlanes});
     }
-    static PixelRun wholePlane(vlUInt64 z) { return {z, 0, 0, 0, g_planPixels}; }
+    static PixelRun wholePlane(vlUInt64 z) { return {z, 0, 0, 0, g_planePixels}; }
     static std::string pixelsOf(vlUInt64 z) {
-        return countingBytes(2 * g_planPixels, static_cast<unsigned int>(7 * z));
+        return countingBytes(2 * g_planePixels, static_cast<unsigned int>(7 * z));
     }
 };
 
@@ -152,6 +150,4 @@ TEST_F(RawImageFileThreadsTest, TheClassNameAndVersionAreReadFromAnyThread) {
 
 } // namespace
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

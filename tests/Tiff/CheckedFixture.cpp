@@ -3,14 +3,12 @@
 
 #include "CheckedFixture.h"
 
-#include "Tiff/TiffOptions.h"
+#include "Tiff/files/TiffOptions.h"
 
 #include <VELMOImageFile/VELMOImageFileLog.h>
 #include <log4cplus/loglevel.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 using velmo::test::CapturedLog;
 
@@ -34,7 +32,7 @@ PolicyFile::PolicyFile(path const& path, eTiffPolicy policy, OpenRequest const& 
 }
 
 PlaneRead PolicyFile::read(PixelRun const& run, char fill) const {
-    unsigned int const width = getImageBufferBaseSize(getPlanBufferType(getGeometry(), run.t));
+    unsigned int const width = getImageBufferBaseSize(getPlaneBufferType(getGeometry(), run.t));
     std::string pixels(run.count * width, fill);
     BoolResult const result = _pFile->readRawData(run.z, run.c, run.t, run.start, run.count, pixels.data());
     return result ? PlaneRead{pixels, {}} : PlaneRead{std::nullopt, result.getMessage()};
@@ -56,7 +54,7 @@ std::string collectPixels(BaseImage const& image) {
     for (vlUInt64 t = 0; t < geometry.getSizeT(); ++t) {
         for (vlUInt64 z = 0; z < geometry.getSizeZ(); ++z) {
             for (vlUInt64 c = 0; c < geometry.getSizeC(); ++c) {
-                unsigned int const width = getImageBufferBaseSize(getPlanBufferType(geometry, t));
+                unsigned int const width = getImageBufferBaseSize(getPlaneBufferType(geometry, t));
                 std::string plane(geometry.getPlanNbPixels() * width, '\x55');
                 EXPECT_THAT(image.readPixels(z, c, t, 0, geometry.getPlanNbPixels(), plane.data()),
                             Succeeds());
@@ -96,6 +94,4 @@ TiffReadOptions tolerant() {
     return options;
 }
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

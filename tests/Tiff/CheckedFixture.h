@@ -4,16 +4,14 @@
 #pragma once
 
 #include "CapturedLog.h"
-#include "Tiff/CheckedTiffImageFile.h"
-#include "TiffImageFileFixture.h"
+#include "Tiff/files/CheckedTiffImageFile.h"
+#include "files/TiffImageFileFixture.h"
 
 #include <VELMOImage/BaseImage.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <optional>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 inline constexpr eTiffPolicy g_allPolicies[] = {eTiffPolicy::Plain, eTiffPolicy::Strict,
                                                 eTiffPolicy::Tolerant};
@@ -57,6 +55,4 @@ TiffReadOptions tolerant();
 /// The warnings of the list that say something of pixels: not of orientation or resolution.
 std::vector<std::string> findWarnings(std::vector<velmo::test::CapturedLog::Record> const& records);
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

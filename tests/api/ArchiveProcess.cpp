@@ -11,8 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -54,5 +53,4 @@ Outcome ArchiveProcess::runReader() const {
     return {WEXITSTATUS(status), readFile(_folder / "output")};
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// What another program wrote to its standard output, and its exit status.
 struct Outcome {
@@ -34,5 +33,4 @@ inline std::string getName(testing::TestParamInfo<std::string> const& kind) {
     return kind.param;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -225,5 +224,4 @@ TEST_F(CustomZStack, AResultWhoseBytes64BitsCannotCountIsAFailure) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <cstring>
 #include <limits>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -272,5 +271,4 @@ TEST_F(CustomZStackValues, OfEachChannelAreItsOwn) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -3,13 +3,12 @@
 
 #include "DamagedColors.h"
 
-#include "../Tiff/TiffFixture.h"
 #include "ImageBytes.h"
+#include "TiffFixture.h"
 
 #include <memory>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image::file;
 
@@ -84,15 +83,15 @@ DamagedColors::DamagedColors(boost::filesystem::path const& path, ColorDamage co
         pages[page].rowsPerStrip = _rowsPerStrip;
         pages[page].pixels = makeBytes(3 * getPlanNbPixels(), seed + static_cast<unsigned int>(page));
         for (std::size_t channel = 0; channel < 3; ++channel) {
-            std::string plan(getPlanNbPixels(), '\0');
-            for (std::size_t pixel = 0; pixel < plan.size(); ++pixel) {
-                plan[pixel] = pages[page].pixels[3 * pixel + channel];
+            std::string plane(getPlanNbPixels(), '\0');
+            for (std::size_t pixel = 0; pixel < plane.size(); ++pixel) {
+                plane[pixel] = pages[page].pixels[3 * pixel + channel];
             }
-            _plans.push_back(plan);
+            _planes.push_back(plane);
         }
     }
     for (std::size_t channel = 0; channel < 3; ++channel) {
-        _plans[g_brokenPage * 3 + channel].replace(getBrokenStart(), getNbBroken(), getNbBroken(), '\0');
+        _planes[g_brokenPage * 3 + channel].replace(getBrokenStart(), getNbBroken(), getNbBroken(), '\0');
     }
     writeTiff(path, pages);
     damage(path, colorDamage.kind);
@@ -115,5 +114,4 @@ std::string readRun(image::BaseImage const& image, vlUInt64 z, vlUInt64 c, vlUIn
     return result ? pixels : result.getMessage();
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// How one Deflate strip of an RGB file is damaged.
 struct ColorDamage {
@@ -46,18 +45,17 @@ class DamagedColors {
     vlUInt64 getNbBroken() const { return g_sizeX * _rowsPerStrip; }
 
     /// One channel of a page, with the damaged strip in black.
-    std::string const& getPlan(vlUInt64 page, vlUInt64 channel) const { return _plans[page * 3 + channel]; }
+    std::string const& getPlan(vlUInt64 page, vlUInt64 channel) const { return _planes[page * 3 + channel]; }
     /// All channels one after the other, each with all pages.
     std::string getPixels() const;
 
   private:
     std::uint32_t _rowsPerStrip;
-    std::vector<std::string> _plans;
+    std::vector<std::string> _planes;
 };
 
 /// What reading a run of pixels gives: the pixels, or the failure's text.
 std::string readRun(image::BaseImage const& image, vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 start,
                     vlUInt64 nbPixels);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -6,8 +6,7 @@
 #include <VELMOImage/ImageFactory.h>
 #include <functional>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Changes what the process's image factory does, for as long as this object lives. One at a time, set before
 /// the calls that it is to change. A program that uses it links FactoryHooks.cpp, whose definitions come
@@ -30,5 +29,4 @@ class FactoryHooks {
     static BoolResult createDiskImageUnhooked(AccessorPtr const& pAccessor, image::DiskImagePtr& out);
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -95,5 +94,4 @@ TEST_P(Im6ArchiveProcess, AFileThatIsNoIm6FileByNowIsRefused) {
 
 INSTANTIATE_TEST_SUITE_P(Archives, Im6ArchiveProcess, testing::Values("binary", "xml"), getName);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

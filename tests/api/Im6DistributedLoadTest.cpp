@@ -9,8 +9,7 @@
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -195,5 +194,4 @@ TEST_F(Im6DistributedLoad, AnImageOfMorePlanesThanBlocksLoadsOnManyWorkers) {
     EXPECT_EQ(readPixels(*loadDistributedIm6ImageFile(_path, true)), sample.pixels);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

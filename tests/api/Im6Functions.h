@@ -17,8 +17,7 @@
 #include <boost/make_shared.hpp>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Runs an action that has to raise the module's exception from the Im6 functions' source.
 inline std::optional<Raised> expectRaised(Action const& action) {
@@ -103,5 +102,4 @@ class Im6Functions : public testing::Test {
         makeDistributedImage(*makeSequence(image::eIBT_Real32), std::string(192, 'r'));
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

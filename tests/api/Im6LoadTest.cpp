@@ -10,8 +10,7 @@
 #include <set>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -228,5 +227,4 @@ TEST_F(Im6Functions, ARaiseNamesThePublicFunctionInFull) {
 }
 #endif
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -3,8 +3,7 @@
 
 #include "Im6Functions.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -178,5 +177,4 @@ TEST_F(Im6Functions, AFileWithoutACalibrationLeavesNothingOfWhatATargetWasDescri
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

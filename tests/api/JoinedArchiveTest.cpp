@@ -19,8 +19,7 @@
 #include <gmock/gmock.h>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -143,5 +142,4 @@ TEST_P(JoinedFiles, AreReadByTheWorkersOfADistributedImage) {
 INSTANTIATE_TEST_SUITE_P(Copies, JoinedFiles, testing::Values("binary"),
                          [](auto const& kind) { return kind.param; });
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -13,8 +13,7 @@
 #include <VELMOSerialization/DynamicObjectFactory.h>
 #include <memory>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -134,5 +133,4 @@ TEST(LibraryBorder, AnImageOfAnApplicationsAccessorIsCastBack) {
     EXPECT_NE(dynamic_cast<RawImageFile const*>(pImage->getAccessor().get()), nullptr);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -13,8 +13,7 @@
 #include <map>
 #include <set>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -147,5 +146,4 @@ TEST(LibraryLoad, StepsRunInTheirFixedOrder) {
 
 #endif
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -86,5 +85,4 @@ TEST_P(RawArchiveProcess, AFileThatIsTooShortByNowIsRefused) {
 
 INSTANTIATE_TEST_SUITE_P(Archives, RawArchiveProcess, testing::Values("binary", "xml"), getName);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

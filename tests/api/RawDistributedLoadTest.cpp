@@ -7,8 +7,7 @@
 #include <VELMOImage/VELMOImageLog.h>
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -164,5 +163,4 @@ TEST_F(RawDistributedLoad, ABufferTypeThatTakesAModelBeyond64BitsIsRefusedByTheI
         [&] { loadDistributedRawImageFile(_path, *pHuge, eIBT_UInt16, 0, true); });
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

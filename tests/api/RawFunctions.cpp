@@ -5,8 +5,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -68,5 +67,4 @@ std::vector<RawFunctions::Load> RawFunctions::getLoads() const {
     };
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <VELMOUtil/BaseException.h>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Runs an action that has to raise the module's exception from the raw functions' source.
 std::optional<Raised> expectRaised(Action const& action);
@@ -41,5 +40,4 @@ class RawFunctions : public testing::Test {
     image::DistributedImagePtr _pModel; ///< the same sizes with another pixel type
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -13,8 +13,7 @@
 #include <stdexcept>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -257,5 +256,4 @@ TEST_F(RawFunctions, AnImageWithoutPixelsLoadsFromAnEmptyFile) {
     EXPECT_EQ(loadDistributedRawImageFile(_path, *pEmpty, 0, false)->getGeometry().getSizeY(), 3U);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

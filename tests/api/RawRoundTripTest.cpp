@@ -7,8 +7,7 @@
 #include <sstream>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -134,5 +133,4 @@ TEST(RawRoundTrip, EightThreadsReadOneOpenedImage) {
     EXPECT_EQ(countOpen(path), 0);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -15,8 +15,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -330,5 +329,4 @@ TEST_F(RawSaveWithOptions, AFileThatTheUserMayNotWriteStays) {
     EXPECT_EQ(readFile(_saved), "earlier");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

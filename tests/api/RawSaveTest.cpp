@@ -13,8 +13,7 @@
 #include <sys/stat.h>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -191,5 +190,4 @@ TEST_F(RawFunctions, ASourceWithoutAGeometryIsRefusedByTheImageLibrary) {
     EXPECT_FALSE(fs::exists(saved));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

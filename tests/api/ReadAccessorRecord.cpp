@@ -51,8 +51,8 @@ void describe(BaseDiskImageAccessor const& accessor) {
 void writeAllPixels(BaseDiskImageAccessor const& accessor, std::string const& path) {
     std::ofstream stream(path, std::ios::binary);
     BaseImageGeometry const& geometry = accessor.getGeometry();
-    for (vlUInt64 plan = 0; plan < geometry.getNbPlans(); ++plan) {
-        PlanIndexes const indexes = geometry.getPlanIndexes(plan);
+    for (vlUInt64 plane = 0; plane < geometry.getNbPlans(); ++plane) {
+        PlanIndexes const indexes = geometry.getPlanIndexes(plane);
         std::vector<char> pixels(geometry.getPlanMemorySize(indexes.t));
         BoolResult const result = accessor.readRawData(indexes.z, indexes.c, indexes.t, 0,
                                                        geometry.getPlanNbPixels(), pixels.data());

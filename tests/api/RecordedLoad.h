@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// One thing that the library did while it was loaded. A mutex has no name, only an address.
 struct LoadStep {
@@ -31,5 +30,4 @@ std::vector<void const*> recordLocks(Work const& work) {
     return endLockRecord();
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <boost/make_shared.hpp>
 #include <chrono>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 
@@ -132,5 +131,4 @@ ReplacedEngine::~ReplacedEngine() {
         createThreadDistributionEngine(std::max(1U, std::thread::hardware_concurrency())));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -12,8 +12,7 @@
 #include <string>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// What the workers of an engine were asked for, and what they answer where it is set.
 struct WorkerRecord {
@@ -48,5 +47,4 @@ class ReplacedEngine {
     ReplacedEngine& operator=(ReplacedEngine const&) = delete;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 
 #include <sys/resource.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -106,5 +105,4 @@ TEST_F(TiffAnnouncement, AnImageThatIsTooLargeForTheMemoryIsTheLoadError) {
     EXPECT_EQ(countOpen(_path), 0);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

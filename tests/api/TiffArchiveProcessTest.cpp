@@ -8,8 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -103,5 +102,4 @@ TEST_P(TiffArchiveProcess, AFileThatIsGoneIsMadeAnewForReadingAndWriting) {
 
 INSTANTIATE_TEST_SUITE_P(Archives, TiffArchiveProcess, testing::Values("binary", "xml"), getName);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

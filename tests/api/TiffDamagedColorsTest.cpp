@@ -7,8 +7,7 @@
 #include <VELMOImageFile/TiffImageFile.h>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -32,18 +31,19 @@ class TiffDamagedColors : public TiffFunctions, public testing::WithParamInterfa
         constexpr vlUInt64 sizeX = DamagedColors::g_sizeX;
         for (vlUInt64 page = 0; page < DamagedColors::g_nbPages; ++page) {
             for (vlUInt64 c = 0; c < 3; ++c) {
-                std::string const& plan = _file.getPlan(page, c);
+                std::string const& plane = _file.getPlan(page, c);
                 for (vlUInt64 row = 0; row < _file.getSizeY(); row += 7) {
-                    ASSERT_EQ(readRun(image, page, c, 0, row * sizeX, sizeX), plan.substr(row * sizeX, sizeX))
+                    ASSERT_EQ(readRun(image, page, c, 0, row * sizeX, sizeX),
+                              plane.substr(row * sizeX, sizeX))
                         << "page " << page << " channel " << c << " row " << row;
                 }
                 for (vlUInt64 const edge :
                      {_file.getBrokenStart(), _file.getBrokenStart() + _file.getNbBroken()}) {
                     vlUInt64 const start = edge - g_nbRunPixels / 2;
                     EXPECT_EQ(readRun(image, page, c, 0, start, g_nbRunPixels),
-                              plan.substr(start, g_nbRunPixels));
+                              plane.substr(start, g_nbRunPixels));
                 }
-                EXPECT_TRUE(readRun(image, page, c, 0, 0, _file.getPlanNbPixels()) == plan);
+                EXPECT_TRUE(readRun(image, page, c, 0, 0, _file.getPlanNbPixels()) == plane);
             }
         }
     }
@@ -109,5 +109,4 @@ TEST_P(TiffDamagedColors, ADistributedImageHasTheStripInBlack) {
 
 INSTANTIATE_TEST_SUITE_P(Damages, TiffDamagedColors, testing::ValuesIn(getColorDamages()), nameOfColorDamage);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -148,5 +147,4 @@ TEST_F(TiffDistributedLoad, ARaiseNamesThePublicFunctionInFull) {
 }
 #endif
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

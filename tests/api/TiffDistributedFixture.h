@@ -6,8 +6,7 @@
 #include "RecordingEngine.h"
 #include "TiffFunctions.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// 4 x 3 pixels in a volume of `nbPlanes`, or as many time steps of one plane.
 inline image::ImageGeometryPtr makeModelGeometry(vlUInt64 nbPlanes, bool bSequence) {
@@ -76,5 +75,4 @@ class TiffDistributedLoad : public TiffFunctions {
     image::DistributedImagePtr _pModel; ///< the example's sizes with another pixel type
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 #include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -347,5 +346,4 @@ TEST_F(TiffDistributedLoad, WithOptionsWorkersReadUnderThePolicyOfTheCaller) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

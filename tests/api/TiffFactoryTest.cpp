@@ -6,8 +6,7 @@
 
 #include <VELMOImage/GeometricCalibration.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -129,5 +128,4 @@ TEST_F(TiffFactory, ADistributedLoadSetsWhatTheFileHas) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -4,8 +4,7 @@
 #include "DamagedColors.h"
 #include "TiffFilesFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 
@@ -50,5 +49,4 @@ TEST_P(TiffFilesColors, InEveryJoinedImageTheStripIsBlackAndAllOthersAreRight) {
 
 INSTANTIATE_TEST_SUITE_P(Damages, TiffFilesColors, testing::ValuesIn(getColorDamages()), nameOfFilesDamage);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

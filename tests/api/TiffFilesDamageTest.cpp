@@ -9,8 +9,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -114,5 +113,4 @@ TEST_F(TiffFilesDamage, ACustomStackThatNeedsNoneOfThePlanesThatAreCutShortLoads
               _planes[0] + _planes[1] + _planes[2] + _planes[4] + _planes[4] + _planes[5]);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

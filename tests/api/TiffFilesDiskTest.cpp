@@ -6,8 +6,7 @@
 #include <VELMOImage/ImageAccessor.h>
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -55,13 +54,13 @@ TEST_F(TiffFilesDisk, EveryRunOfPixelsIsThatOfItsFile) {
     ImagePtr const pImage = open(eTDM_Volume);
     std::string const pixels = joinAlongZ(_parts);
     BaseImageGeometry const& geometry = pImage->getGeometry();
-    for (vlUInt64 plan = 0; plan < geometry.getNbPlans(); ++plan) {
-        PlanIndexes const at = geometry.getPlanIndexes(plan);
+    for (vlUInt64 plane = 0; plane < geometry.getNbPlans(); ++plane) {
+        PlanIndexes const at = geometry.getPlanIndexes(plane);
         for (vlUInt64 start = 0; start < 15; ++start) {
             for (vlUInt64 const nbPixels : {vlUInt64{1}, 15 - start}) {
                 std::string run(2 * nbPixels, '\0');
                 EXPECT_TRUE(pImage->readPixels(at.z, at.c, at.t, start, nbPixels, run.data()));
-                EXPECT_EQ(run, pixels.substr(30 * plan + 2 * start, run.size()));
+                EXPECT_EQ(run, pixels.substr(30 * plane + 2 * start, run.size()));
             }
         }
     }
@@ -89,11 +88,11 @@ TEST_F(TiffFilesDisk, ManyThreadsReadAllFilesAtOnce) {
         ImagePtr const pImage = open(mode);
         std::string const pixels = mode == eTDM_Volume ? joinAlongZ(_parts) : joinAlongT(_parts);
         BaseImageGeometry const& geometry = pImage->getGeometry();
-        vlUInt64 const nbPlans = geometry.getNbPlans();
+        vlUInt64 const nbPlanes = geometry.getNbPlans();
         onThreads(g_nbThreads, [&](unsigned int thread) {
-            for (vlUInt64 step = 0; step < 4 * nbPlans; ++step) {
-                vlUInt64 const plan = (step * (2 * thread + 1) + thread) % nbPlans;
-                EXPECT_EQ(readPlane(*pImage, geometry.getPlanIndexes(plan)), pixels.substr(30 * plan, 30));
+            for (vlUInt64 step = 0; step < 4 * nbPlanes; ++step) {
+                vlUInt64 const plane = (step * (2 * thread + 1) + thread) % nbPlanes;
+                EXPECT_EQ(readPlane(*pImage, geometry.getPlanIndexes(plane)), pixels.substr(30 * plane, 30));
             }
         });
         EXPECT_EQ(countOpenFiles(), 3U);
@@ -167,5 +166,4 @@ TEST_F(TiffFilesDisk, AMemoryImageOfTheFilesCanReplaceOneOfThem) {
     EXPECT_EQ(readPixels(*loadTiffImageFile(numbered(1), eTBM_Default)), joinAlongZ(_parts));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <mutex>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -109,5 +108,4 @@ TEST_F(TiffFilesFactory, AJoinedLoadReadsOnTheCallingThreadAndStartsNoOther) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -12,8 +12,7 @@
 #include <sstream>
 #include <sys/stat.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -217,5 +216,4 @@ TEST_F(TiffFilesFailure, ManyTimeStepsOfTwoTypesAreJoinedInNoTime) {
     EXPECT_EQ(geometry.getFullMemorySize(), vlUInt64{4} << 60U);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

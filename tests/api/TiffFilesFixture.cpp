@@ -8,8 +8,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -177,5 +176,4 @@ std::size_t TiffFiles::countOpenFiles() const {
     return nbOpen;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 
 #include <VELMOAttributes/InterpolationPolicy.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 constexpr char const* g_numbered = "a<INDEX>.tif";
 
@@ -95,5 +94,4 @@ class TiffFiles : public testing::Test {
     boost::filesystem::path const _steps;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

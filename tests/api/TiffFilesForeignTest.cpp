@@ -1,15 +1,14 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "../interop/ForeignFile.h"
+#include "ForeignFile.h"
 #include "TiffFilesFixture.h"
 
 #include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -95,5 +94,4 @@ TEST_F(TiffFilesForeign, EveryFileThatDoesNotOpenIsTheLoadErrorOfTheFirst) {
     EXPECT_GT(nbRefused, 5U);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -6,8 +6,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -130,5 +129,4 @@ TEST_F(TiffFilesHandles, AllAreFreeAfterTheyRanOut) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

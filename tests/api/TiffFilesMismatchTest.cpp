@@ -6,8 +6,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -259,5 +258,4 @@ TEST_F(TiffFilesMismatch, PathsStandInTheTextAsTheyAre) {
                                               "\" (6)");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

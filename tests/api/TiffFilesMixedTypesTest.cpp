@@ -8,8 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -85,5 +84,4 @@ TEST_F(TiffFilesMixedTypes, FilesOfTwoTypesAreJoinedAlongTWithTheirPixels) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -9,8 +9,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -154,5 +153,4 @@ TEST_F(TiffFilesOptions, StacksOfOneDirectoryAreJoinedInTheByteOrderOfThisMachin
     EXPECT_EQ(readPixels(*openWith({})), expected);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -3,8 +3,7 @@
 
 #include "TiffFilesFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -80,5 +79,4 @@ TEST_F(TiffFilesProperties, AForeignResolutionIsACalibrationAsWell) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

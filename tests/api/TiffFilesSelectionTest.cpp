@@ -7,8 +7,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/lexical_cast.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -204,5 +203,4 @@ TEST_F(TiffFilesSelection, ADirectoryThatMustNotBeListedPassesAsWhatTheFileSyste
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

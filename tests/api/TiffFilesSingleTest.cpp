@@ -6,8 +6,7 @@
 #include <VELMOImage/ImageAccessor.h>
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -168,5 +167,4 @@ TEST_F(TiffFilesSingle, ALoadClosesTheFileAndAnOpenedImageKeepsItUntilItGoes) {
     EXPECT_EQ(countOpenFiles(), 0U);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -3,8 +3,7 @@
 
 #include "TiffFilesFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -128,5 +127,4 @@ TEST_F(TiffFilesStackHandles, WithFewerACustomStackFailsOrIsTheSame) {
 
 #endif
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

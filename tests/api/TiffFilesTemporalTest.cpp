@@ -3,8 +3,7 @@
 
 #include "TiffFilesFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -172,5 +171,4 @@ TEST_F(TiffFilesTemporal, TheFilesStandInTheOrderOfTheirNumbersOrOfTheirNames) {
     EXPECT_EQ(readPixels(*open(eTDM_Temporal, "a*")), parts[1].pixels + parts[0].pixels);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

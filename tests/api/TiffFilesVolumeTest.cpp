@@ -5,8 +5,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -227,5 +226,4 @@ TEST_F(TiffFilesVolume, ImageJStacksOfOneDirectoryJoin) {
     expectJoined(parts);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -6,8 +6,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <fstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -196,5 +195,4 @@ void TiffFunctions::saveExample(eTiffCompression compression) const {
     saveTiffImageFile(_path, makeMemoryImage(*_pGeometry, _pixels), compression);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -3,18 +3,17 @@
 
 #pragma once
 
-#include "../Tiff/TiffFixture.h"
 #include "ImageBytes.h"
 #include "Processes.h"
 #include "Raised.h"
 #include "TemporaryFolder.h"
+#include "TiffFixture.h"
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <boost/weak_ptr.hpp>
 #include <set>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Runs an action that has to raise the module's exception from the TIFF functions' source.
 std::optional<Raised> expectRaised(Action const& action);
@@ -53,14 +52,14 @@ image::ImageGeometryPtr makeColorGeometry(image::eColorGeometryType colorType, v
 /// An image of the caller's own kind, which keeps a record of what is asked of it.
 class WatchedImage : public image::BaseImage {
   public:
-    using Plan = std::array<vlUInt64, 3>; ///< z, c, t
+    using Plane = std::array<vlUInt64, 3>; ///< z, c, t
 
     explicit WatchedImage(image::BaseImageGeometry const& geometry);
 
     bool bRequiresCopy = false;
     std::function<BoolResult()> beforeRead;
 
-    mutable std::vector<Plan> reads;
+    mutable std::vector<Plane> reads;
     mutable std::set<std::thread::id> readers;
     mutable int nbCopies = 0;
     mutable boost::weak_ptr<image::BaseImage const> pCopy;
@@ -99,5 +98,4 @@ class TiffFunctions : public testing::Test {
     std::string _pixels;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

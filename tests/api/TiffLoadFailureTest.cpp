@@ -3,10 +3,10 @@
 
 #include "TiffFunctions.h"
 
+#include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/operations.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -230,5 +230,4 @@ TEST_F(TiffLoadFailure, OfAHeterogeneousVolumeAPlaneOfOtherBitsFails) {
     EXPECT_EQ(readPixels(*pImage), pages[0].pixels + std::string(12, '\0'));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

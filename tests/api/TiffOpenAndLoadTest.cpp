@@ -9,8 +9,7 @@
 #include <sstream>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -265,5 +264,4 @@ TEST_F(TiffOpenAndLoad, AnOpenReadsNoPixels) {
     EXPECT_EQ(readFile(_path), bytes);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <cstring>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -228,5 +227,4 @@ TEST_F(TiffRoundTrip, ALoadTakesTheImageAndThePixelsOfOnePlane) {
 
 #endif
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 #include <VELMOSerialization/BinaryArchive.h>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -20,21 +19,21 @@ using TiffSaveColors = TiffFunctions;
 constexpr vlUInt64 g_nbColorPages = 65539; ///< three more than numbers of directories
 
 /// The planes of 2 x 2 pages in the order in which a save reads them.
-std::vector<WatchedImage::Plan> listColorPlans(vlUInt64 sizeC) {
-    std::vector<WatchedImage::Plan> plans;
+std::vector<WatchedImage::Plane> listColorPlanes(vlUInt64 sizeC) {
+    std::vector<WatchedImage::Plane> planes;
     for (vlUInt64 t = 0; t < 2; ++t) {
         for (vlUInt64 c = 0; c < sizeC; ++c) {
             for (vlUInt64 z = 0; z < 2; ++z) {
-                plans.push_back({z, c, t});
+                planes.push_back({z, c, t});
             }
         }
     }
-    return plans;
+    return planes;
 }
 
-std::string nameOfPlan(WatchedImage::Plan const& plan) {
-    return "no plane z=" + std::to_string(plan[0]) + ", c=" + std::to_string(plan[1]) +
-           ", t=" + std::to_string(plan[2]);
+std::string nameOfPlane(WatchedImage::Plane const& plane) {
+    return "no plane z=" + std::to_string(plane[0]) + ", c=" + std::to_string(plane[1]) +
+           ", t=" + std::to_string(plane[2]);
 }
 
 } // namespace
@@ -42,18 +41,18 @@ std::string nameOfPlan(WatchedImage::Plan const& plan) {
 TEST_F(TiffSaveColors, ASourceThatFailsIsTheSaveErrorOfItsFirstPlaneThatFails) {
     for (eColorGeometryType const colorType : {eCGT_Rgb, eCGT_Rgba}) {
         ImageGeometryPtr const pGeometry = makeColorGeometry(colorType, 2, 2);
-        std::vector<WatchedImage::Plan> const plans = listColorPlans(pGeometry->getSizeC());
-        for (std::size_t failing = 0; failing < plans.size(); ++failing) {
-            SCOPED_TRACE(nameOfPlan(plans[failing]));
+        std::vector<WatchedImage::Plane> const planes = listColorPlanes(pGeometry->getSizeC());
+        for (std::size_t failing = 0; failing < planes.size(); ++failing) {
+            SCOPED_TRACE(nameOfPlane(planes[failing]));
             auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
             pImage->beforeRead = [pSeen = pImage.get(), failing] {
-                return pSeen->reads.size() > failing ? failure(nameOfPlan(pSeen->reads.back())) : success();
+                return pSeen->reads.size() > failing ? failure(nameOfPlane(pSeen->reads.back())) : success();
             };
             expectRaisedText([&] { saveTiffImageFile(_path, pImage, eTC_Lzw); },
-                             saveError(_path, nameOfPlan(plans[failing])));
+                             saveError(_path, nameOfPlane(planes[failing])));
             EXPECT_EQ(pImage->reads,
-                      std::vector<WatchedImage::Plan>(
-                          plans.begin(), plans.begin() + 1 + static_cast<std::ptrdiff_t>(failing)));
+                      std::vector<WatchedImage::Plane>(
+                          planes.begin(), planes.begin() + 1 + static_cast<std::ptrdiff_t>(failing)));
             EXPECT_EQ(countOpen(_path), 0);
             std::string expected = pImage->pixels;
             expected.replace(30 * failing, std::string::npos, expected.size() - 30 * failing, '\0');
@@ -116,5 +115,4 @@ TEST_F(TiffSaveColors, BehindPage65535ThePagesAreCountedFromZeroAgain) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

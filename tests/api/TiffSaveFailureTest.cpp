@@ -13,8 +13,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -200,5 +199,4 @@ TEST_F(TiffSaveFailure, ASaveOfNoImageIsRefusedBeforeTheFileIsTouched) {
     EXPECT_EQ(readFile(_path), "untouched");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

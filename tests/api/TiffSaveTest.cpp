@@ -9,8 +9,7 @@
 #include <boost/make_shared.hpp>
 #include <stdexcept>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -30,13 +29,13 @@ class TiffSave : public TiffFunctions {
     }
 };
 
-std::vector<WatchedImage::Plan> listPlans(BaseImageGeometry const& geometry) {
-    std::vector<WatchedImage::Plan> plans;
-    for (vlUInt64 plan = 0; plan < geometry.getNbPlans(); ++plan) {
-        PlanIndexes const at = geometry.getPlanIndexes(plan);
-        plans.push_back({at.z, at.c, at.t});
+std::vector<WatchedImage::Plane> listPlanes(BaseImageGeometry const& geometry) {
+    std::vector<WatchedImage::Plane> planes;
+    for (vlUInt64 plane = 0; plane < geometry.getNbPlans(); ++plane) {
+        PlanIndexes const at = geometry.getPlanIndexes(plane);
+        planes.push_back({at.z, at.c, at.t});
     }
-    return plans;
+    return planes;
 }
 
 std::uint16_t getCompression(fs::path const& path) {
@@ -151,7 +150,7 @@ TEST_F(TiffSave, EachPlaneIsReadOnceOnTheCallingThread) {
     for (ImageGeometryPtr const& pGeometry : {_pGeometry, makeColorGeometry(eCGT_Rgb, 2, 2)}) {
         auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
         saveTiffImageFile(_path, pImage, eTC_None);
-        EXPECT_EQ(pImage->reads, listPlans(*pGeometry));
+        EXPECT_EQ(pImage->reads, listPlanes(*pGeometry));
         EXPECT_EQ(pImage->readers, std::set<std::thread::id>{std::this_thread::get_id()});
     }
 }
@@ -169,7 +168,7 @@ TEST_F(TiffSave, AnImageThatAsksForACopyIsSavedFromThatOneWhichGoes) {
     saveTiffImageFile(_path, pImage, eTC_None);
     EXPECT_EQ(pImage->nbCopies, 1);
     EXPECT_TRUE(pImage->pCopy.expired());
-    EXPECT_EQ(pImage->reads, listPlans(*_pGeometry)); // by the copy
+    EXPECT_EQ(pImage->reads, listPlanes(*_pGeometry)); // by the copy
     EXPECT_EQ(readDirectories(8), _pixels);
     EXPECT_EQ(findUserProperties(_path), "kept");
 }
@@ -227,5 +226,4 @@ TEST_F(TiffSave, ASourceWithoutAGeometryIsRefusedByTheImageLibrary) {
     EXPECT_FALSE(fs::exists(_path));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -16,8 +16,7 @@
 #include <sstream>
 #include <tiffio.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 
@@ -181,5 +180,4 @@ TEST(LibraryUnload, AnExtenderAndHandlersSetSinceStay) {
     EXPECT_EQ(TIFFSetTagExtender(nullptr), countExtended);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

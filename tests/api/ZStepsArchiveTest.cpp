@@ -8,8 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -101,5 +100,4 @@ TEST_F(ZStepsArchive, AnArchiveOfAnotherClassIsAFailureThatNamesIt) {
                                   " cannot be item object of the archive"));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

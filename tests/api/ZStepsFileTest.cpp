@@ -12,8 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image::file;
@@ -261,5 +260,4 @@ TEST_F(ZStepsFile, WithoutPermissionIsAFailureWithTheSystemsWords) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

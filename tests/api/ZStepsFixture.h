@@ -9,8 +9,7 @@
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImageFile/VELMOImageFileException.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// A stack of planes of one pixel, whose value is the number of the plane: resampled linearly it shows the
 /// steps.
@@ -107,5 +106,4 @@ class ZStepsFile : public TiffFiles {
     }
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

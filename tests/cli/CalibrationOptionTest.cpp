@@ -10,8 +10,7 @@
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -153,5 +152,4 @@ TEST_F(CalibrationOption, WithoutRoomForTheTagsTheEarlierOutputStays) {
     EXPECT_EQ(names, list());
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "CalibrationTags.h"
+#include "output/CalibrationTags.h"
 
 #include <cmath>
 #include <gmock/gmock.h>
@@ -10,8 +10,7 @@
 #include <tiff.h>
 #include <tuple>
 
-namespace velmo {
-namespace tool {
+namespace velmo::tool {
 
 namespace {
 
@@ -150,5 +149,4 @@ TEST(CalibrationTags, AnImageWithoutACalibrationGetsNone) {
     EXPECT_EQ("no resolution tags are written: the image has no calibration", tags.warning);
 }
 
-} // namespace tool
-} // namespace velmo
+} // namespace velmo::tool

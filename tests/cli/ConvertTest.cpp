@@ -6,8 +6,7 @@
 #include <cstdint>
 #include <sys/stat.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using testing::ElementsAre;
@@ -260,5 +259,4 @@ TEST_F(Convert, ANameThatIsOnlyLikeThatOfAPictureIsOneOfRawPlanes) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

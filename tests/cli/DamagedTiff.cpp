@@ -10,8 +10,7 @@
 #include <gtest/gtest.h>
 #include <map>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 
@@ -169,5 +168,4 @@ void writeCompressedStack(fs::path const& path) {
     writeTiff(path, {page});
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

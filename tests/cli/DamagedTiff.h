@@ -6,8 +6,7 @@
 #include <boost/filesystem/path.hpp>
 #include <string>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Files of planes of 30 x 20 pixels of 8 bits, all but the first one with damage.
 ///
@@ -30,5 +29,4 @@ void writeWithoutSamples(boost::filesystem::path const& path);
 /// A directory of compressed pixels that announces two planes.
 void writeCompressedStack(boost::filesystem::path const& path);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

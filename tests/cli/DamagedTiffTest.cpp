@@ -6,8 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -136,5 +135,4 @@ TEST_F(DamageReport, NamesTenPlanesAtMost) {
                 HasSubstr(", plane z=9 c=0 t=0 and 2 more; the first one: "));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -129,5 +128,4 @@ TEST_F(StuckOutput, AnInterruptDuringACheckEndsItAtTheNextPlane) {
     expectFailure(process.wait(), 130, "interrupted");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 
 #include <csignal>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Limits the files that are written by this process, which the signal does not end, and by those that are
 /// started while it lives: these have the signal as it is without a handler.
@@ -25,5 +24,4 @@ class FileSizeLimit {
     SoftLimit _limit;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -170,5 +169,4 @@ TEST_F(ForeignTiff, PicturesOfBigEndianStacksAreThoseOfTheirPixels) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

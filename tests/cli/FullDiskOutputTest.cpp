@@ -7,8 +7,7 @@
 
 #include <boost/algorithm/string/join.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -130,5 +129,4 @@ INSTANTIATE_TEST_SUITE_P(
             }}),
     getName<DiskOutput>);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

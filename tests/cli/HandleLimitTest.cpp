@@ -6,8 +6,7 @@
 
 #include <sys/resource.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::HasSubstr;
 using testing::Not;
@@ -75,5 +74,4 @@ TEST_F(HandleLimit, AStackOfSingleDirectoriesIsWholeOrFailsForWantOfHandles) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <regex>
 #include <set>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::HasSubstr;
 using testing::IsSupersetOf;
@@ -225,5 +224,4 @@ TEST_F(Completion, CompletesOnATerminal) {
     expectLine("velmo-image info --check in\t", "--check in.tif ");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using nlohmann::json;
 using testing::ElementsAre;
@@ -125,5 +124,4 @@ TEST_F(Im6, AWholeFileHasNothingToWarnOf) {
     EXPECT_TRUE(describe({"--check", create(makeCalibratedSequence())}).at("warnings").empty());
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -209,5 +208,4 @@ TEST_F(Info, AFileNamedLikeACommandIsAFile) {
     expectDone(runTool(Arguments{"info", "info"} + raw("1,1", "uint8"), _folder.getPath().string()));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -9,8 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::ElementsAre;
 
@@ -62,5 +61,4 @@ INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, testing::Values(SIGINT, SIGTERM, SI
                              return "SIG" + std::string(sigabbrev_np(parameter.param));
                          });
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

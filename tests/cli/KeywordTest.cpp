@@ -3,8 +3,7 @@
 
 #include "SeriesFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -73,5 +72,4 @@ TEST_F(Keyword, AMistakenOneIsWarnedOfByStackAndResample) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -9,8 +9,7 @@
 #include <iostream>
 #include <random>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using testing::ElementsAre;
@@ -189,5 +188,4 @@ INSTANTIATE_TEST_SUITE_P(Signals, SignalledRun, testing::Values(SIGINT, SIGTERM)
                              return "SIG" + std::string(sigabbrev_np(parameter.param));
                          });
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 
 #include <sys/stat.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -212,5 +211,4 @@ TEST_F(Match, EitherNamesOrADirectoryAreGiven) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

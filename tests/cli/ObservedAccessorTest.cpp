@@ -3,12 +3,11 @@
 
 #include "SeriesFixture.h"
 
-#include <ObservedAccessor.h>
-#include <Progress.h>
+#include "terminal/Progress.h"
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <input/ObservedAccessor.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -31,5 +30,4 @@ TEST_F(ObservedAccessor, IsStoredInEveryFileOfTheImageThatItReads) {
     EXPECT_FALSE(pObserved->isStoredIn(path("nowhere")));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

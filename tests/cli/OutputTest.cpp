@@ -11,8 +11,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::HasSubstr;
 using testing::Not;
@@ -73,5 +72,4 @@ TEST_F(Output, AFileThatAppearsAtAnyMomentIsNotReplaced) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -6,8 +6,7 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 PngImage readPng(boost::filesystem::path const& path) {
     png_image image = {};
@@ -23,5 +22,4 @@ PngImage readPng(boost::filesystem::path const& path) {
             std::vector<int>(bytes.begin(), bytes.end())};
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

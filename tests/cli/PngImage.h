@@ -6,8 +6,7 @@
 #include <boost/filesystem/path.hpp>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// A PNG file with 8 bits a channel, as libpng reads it, without any conversion.
 struct PngImage {
@@ -20,5 +19,4 @@ struct PngImage {
 /// A failed test, and an empty image, where the file is not of that kind.
 PngImage readPng(boost::filesystem::path const& path);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <cstdint>
 #include <limits>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -85,8 +84,8 @@ TEST_F(Preview, BinaryPixelsAreBlackAndWhite) {
 
 TEST_F(Preview, ThePlaneIsChosenByItsIndexes) {
     std::string bytes;
-    for (int plan = 0; plan < 3 * 2 * 2; ++plan) {
-        bytes += static_cast<char>(plan); // (t, c, z) order
+    for (int plane = 0; plane < 3 * 2 * 2; ++plane) {
+        bytes += static_cast<char>(plane); // (t, c, z) order
     }
     Arguments const options = raw("1,1,3,2,2", "uint8") + Arguments{"--range", "0,255"};
     EXPECT_EQ(Levels{1}, show(bytes, options).pixels) << "the middle plane of the first channel and step";
@@ -113,8 +112,8 @@ TEST_F(Preview, BigEndianValuesAreSwappedBeforeTheyAreShown) {
 
 TEST_F(Preview, AMontageShowsAllPlanesRowByRow) {
     std::string bytes;
-    for (int plan = 0; plan < 5; ++plan) {
-        bytes += toBytes<std::uint8_t>({static_cast<std::uint8_t>(10 * plan + 1), 255});
+    for (int plane = 0; plane < 5; ++plane) {
+        bytes += toBytes<std::uint8_t>({static_cast<std::uint8_t>(10 * plane + 1), 255});
     }
     PngImage const png = show(bytes, raw("2,1,5", "uint8") + Arguments{"--montage", "--range", "0,255"});
     EXPECT_EQ(6U, png.width);
@@ -124,8 +123,8 @@ TEST_F(Preview, AMontageShowsAllPlanesRowByRow) {
 
 TEST_F(Preview, AMontageOfASecondStepAndColoursKeepsThemTogether) {
     std::string bytes;
-    for (int plan = 0; plan < 2 * 3 * 2; ++plan) {
-        bytes += static_cast<char>(plan);
+    for (int plane = 0; plane < 2 * 3 * 2; ++plane) {
+        bytes += static_cast<char>(plane);
     }
     PngImage const png =
         show(bytes, raw("1,1,2,3,2", "uint8") + Arguments{"--montage", "--t", "1", "--range", "0,255"});
@@ -260,5 +259,4 @@ TEST_F(Preview, AFailedPictureLeavesNothing) {
     EXPECT_THAT(list(), ElementsAre("in.raw"));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

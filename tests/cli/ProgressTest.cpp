@@ -5,8 +5,7 @@
 
 #include <csignal>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::HasSubstr;
 using testing::Not;
@@ -103,5 +102,4 @@ TEST_F(ProgressBar, IsNotDrawnIntoAFile) {
     expectFailure(process.wait(), 130, "interrupted");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Rational.h"
+#include "output/Rational.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -9,8 +9,7 @@
 #include <random>
 #include <tuple>
 
-namespace velmo {
-namespace tool {
+namespace velmo::tool {
 
 namespace {
 
@@ -94,5 +93,4 @@ TEST(Rational, ThereIsNoneForWhatIsOutOfReachOrNoNumber) {
     }
 }
 
-} // namespace tool
-} // namespace velmo
+} // namespace velmo::tool

@@ -3,8 +3,7 @@
 
 #include "CliFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -98,5 +97,4 @@ INSTANTIATE_TEST_SUITE_P(
              "preview"}),
     getName<Line>);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

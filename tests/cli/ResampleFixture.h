@@ -5,8 +5,7 @@
 
 #include "SeriesFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 class Resample : public SeriesFixture {
   protected:
@@ -56,5 +55,4 @@ class Resample : public SeriesFixture {
     }
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOSerialization/XmlFile.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::HasSubstr;
 using testing::Not;
@@ -233,5 +232,4 @@ INSTANTIATE_TEST_SUITE_P(
                                 "resample has no option \"--along\""}),
     getName<WrongOption>);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

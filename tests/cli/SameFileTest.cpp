@@ -3,8 +3,7 @@
 
 #include "ResampleFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using testing::HasSubstr;
@@ -136,5 +135,4 @@ TEST_F(SameFile, TheSecondRunIsRefusedAsItsOutputIsAnInput) {
     EXPECT_EQ(bytes, read("s/a11.tif"));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// The TIFF files of a folder "s" of 3 x 2 pixels a plane, and what a command makes of them.
 class SeriesFixture : public CliTest {
@@ -53,5 +52,4 @@ class SeriesFixture : public CliTest {
     }
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -6,8 +6,7 @@
 #include <map>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -59,5 +58,4 @@ INSTANTIATE_TEST_SUITE_P(Patterns, SeriesOrder,
                          testing::Values("a<INDEX>.tif", "<INDEX>.tif|?<INDEX>.tif", "a0<INDEX>.tif",
                                          "a*.tif", "*", "?.tif|b*", "*<INDEX>.tif", "*<INDEX>*"));
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 
 #include <sys/resource.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Limits a resource of the processes that are started while it lives; they may raise the limit again.
 class SoftLimit {
@@ -25,5 +24,4 @@ class SoftLimit {
     rlimit _earlier = {};
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 
 #include <csignal>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::ElementsAre;
 
@@ -97,5 +96,4 @@ TEST_F(StackStreaming, TheBarIsDrawnOnATerminalUnlessItIsToBeQuiet) {
     EXPECT_EQ("velmo-image: interrupted\r\n", quiet.wait().out);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

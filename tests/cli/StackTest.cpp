@@ -9,8 +9,7 @@
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using nlohmann::json;
 using testing::ElementsAre;
@@ -320,5 +319,4 @@ INSTANTIATE_TEST_SUITE_P(
                     "--output-format takes one of raw, tiff; not \"png\""}),
     getName<WrongOption>);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -9,8 +9,7 @@
 #include <sys/stat.h>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 constexpr unsigned long g_gibibyte = 1UL << 30;
 
@@ -80,5 +79,4 @@ class StreamingFixture : public CliTest {
     }
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

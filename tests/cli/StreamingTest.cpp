@@ -6,8 +6,7 @@
 
 #include <csignal>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::ElementsAre;
 
@@ -156,5 +155,4 @@ TEST_F(Streaming, APictureThatTheSystemGivesNoMemoryForIsAFailure) {
     EXPECT_THAT(list(), ElementsAre("in.raw"));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <sys/uio.h>
 #include <sys/wait.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -69,5 +68,4 @@ void SyscallTrace::detach() {
     _bAttached = false;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -6,8 +6,7 @@
 #include <string>
 #include <sys/types.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Stops the first thread of a process of our own at its system calls.
 class SyscallTrace {
@@ -30,5 +29,4 @@ class SyscallTrace {
     bool _bAttached;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -10,8 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using nlohmann::json;
 using testing::ElementsAre;
@@ -416,5 +415,4 @@ INSTANTIATE_TEST_SUITE_P(
                            "--header is for a raw output, and "}),
     getName<Misfit>);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using nlohmann::json;
 using testing::ElementsAre;
@@ -336,5 +335,4 @@ INSTANTIATE_TEST_SUITE_P(
                 {"of 2 directories 1 are to be shown turned or mirrored: their rows are read as they lie"}}),
     getName<Suspect>);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

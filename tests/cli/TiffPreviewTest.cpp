@@ -7,8 +7,7 @@
 
 #include <numeric>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::Each;
 using Levels = std::vector<int>;
@@ -111,5 +110,4 @@ TEST_F(TiffPreview, AFileThatFailsLeavesNoPicture) {
     EXPECT_THAT(list(), testing::ElementsAre("in.tif"));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "TiffResolution.h"
+#include "output/TiffResolution.h"
 
-#include "Failure.h"
 #include "FileSizeLimit.h"
 #include "TemporaryFolder.h"
 #include "TiffSample.h"
+#include "terminal/Failure.h"
 
 #include <array>
 #include <boost/filesystem/operations.hpp>
@@ -15,8 +15,7 @@
 #include <gmock/gmock.h>
 #include <map>
 
-namespace velmo {
-namespace tool {
+namespace velmo::tool {
 
 namespace {
 
@@ -260,5 +259,4 @@ TEST(ResolutionTagsOfMany, TakeAFixedNumberOfTransfersForEachDirectory) {
     EXPECT_EQ(8 + 18 * nbDirectories + nbDirectories * 72, boost::filesystem::file_size(folder / "a.tif"));
 }
 
-} // namespace tool
-} // namespace velmo
+} // namespace velmo::tool

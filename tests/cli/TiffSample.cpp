@@ -8,8 +8,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -189,5 +188,4 @@ std::string makeSharedStripTiff(std::uint32_t nbPlanes) {
     return bytes;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

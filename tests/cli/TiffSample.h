@@ -10,8 +10,7 @@
 #include <tiffio.h>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// A directory of a TIFF file as another program writes or reads it.
 struct TiffPage {
@@ -62,5 +61,4 @@ std::vector<PageResolution> readResolutions(boost::filesystem::path const& path)
 /// All directories, with pixels decoded; a failed test where they cannot be read.
 std::vector<TiffPage> readTiff(boost::filesystem::path const& path);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

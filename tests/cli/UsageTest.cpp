@@ -8,8 +8,7 @@
 #include <sstream>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::ContainsRegex;
 using testing::EndsWith;
@@ -195,5 +194,4 @@ TEST_F(Usage, AnOutputThatCannotBeWrittenIsAFailure) {
     expectFailure(process.wait(), 1, "cannot write to standard output: No space left on device");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 
 #include "CliFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Arguments of a command on a series of files, and how the message that refuses them starts.
 struct WrongOption {
@@ -35,5 +34,4 @@ class WrongSeries : public CliTest, public testing::WithParamInterface<WrongOpti
     }
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

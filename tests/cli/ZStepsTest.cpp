@@ -12,8 +12,7 @@
 #include <thread>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using testing::HasSubstr;
 
@@ -171,5 +170,4 @@ TEST_F(ZSteps, AFileOfStepsThatCannotBeReadIsAFailure) {
     expectStepsFailure(start + "Is a directory");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

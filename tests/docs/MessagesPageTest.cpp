@@ -20,8 +20,7 @@
 #include <regex>
 #include <set>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -134,5 +133,4 @@ TEST(MessagesPage, WhatTheHostIsSaidToSayIsInItsCatalogues) {
     EXPECT_GE(nbRows, 10);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <gtest/gtest.h>
 #include <regex>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -36,5 +35,4 @@ TEST(PatternsPage, EveryRowOfTheTableOfVerdictsIsSo) {
     EXPECT_GE(nbRows, 20);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

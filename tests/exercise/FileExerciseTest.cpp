@@ -10,8 +10,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <cstring>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using testing::ElementsAre;
@@ -57,7 +56,7 @@ class FileExercise : public testing::Test {
 std::vector<vlUInt64> getPlanes(tool::Exercise const& exercise) {
     std::vector<vlUInt64> numbers;
     for (tool::ExercisedPlane const& plane : exercise.planes) {
-        numbers.push_back(plane.plan.z);
+        numbers.push_back(plane.plane.z);
     }
     return numbers;
 }
@@ -159,5 +158,4 @@ TEST_F(FileExercise, RunsThatFailInAPlaneThatCanBeReadAreContradictions) {
               "pixels 0 to 0 of plane z=0 c=0 t=0 cannot be read, and the plane can: no run");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -94,5 +93,4 @@ INSTANTIATE_TEST_SUITE_P(Modes, FixtureExercise,
                              return std::string(parameter.param.name);
                          });
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -15,8 +15,7 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -138,5 +137,4 @@ INSTANTIATE_TEST_SUITE_P(Formats, ChangedFileTest,
                                          OpenedFormat{"deflate", makeDeflateSample, openTiff, false}),
                          getFormatName);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

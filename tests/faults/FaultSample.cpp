@@ -17,8 +17,7 @@
 #include <boost/make_shared.hpp>
 #include <tiffio.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -283,5 +282,4 @@ std::string join(std::vector<std::string> const& outcomes) {
     return boost::algorithm::join(outcomes, ", ");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -9,8 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// A small image, with what a format can tell of it, and the ways to a file of that format and back.
 struct FaultSample {
@@ -57,5 +56,4 @@ std::string describeLoad(FaultSample const& sample, boost::filesystem::path cons
 /// Outcomes in the order of their coming.
 std::string join(std::vector<std::string> const& outcomes);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -3,8 +3,7 @@
 
 #pragma once
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Families of calls, to be added up. Those on the standard streams are left alone.
 enum eFaultCalls : unsigned int {
@@ -27,8 +26,7 @@ enum eFaultMode : unsigned int {
     eFM_Stop = 5,          ///< the process stops before one call, as by SIGSTOP
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test
 
 // The shim stands in front of the C library in a process that is linked with it or has it preloaded. Where it
 // is preloaded, VELMO_FAULTS="calls at mode" arms it as long as `main` runs, and the number of calls goes to

@@ -11,8 +11,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 
@@ -100,5 +99,4 @@ void expectOnly(Tally const& tally, std::set<std::string> const& allowed) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

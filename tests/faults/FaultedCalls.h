@@ -9,8 +9,7 @@
 #include <map>
 #include <set>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// The calls that are to fail, and how.
 struct Faults {
@@ -40,5 +39,4 @@ Tally tallyLoads(FaultSample const& sample, boost::filesystem::path const& path,
 /// There were calls, and no outcome is another than those allowed.
 void expectOnly(Tally const& tally, std::set<std::string> const& allowed);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

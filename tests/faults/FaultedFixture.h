@@ -9,8 +9,7 @@
 
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 inline std::vector<FaultSample> makeEverySample() {
     std::vector<FaultSample> samples = makeAllSamples();
@@ -43,5 +42,4 @@ inline std::string getSampleName(testing::TestParamInfo<std::size_t> const& info
     return name;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

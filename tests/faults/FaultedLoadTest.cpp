@@ -3,8 +3,7 @@
 
 #include "FaultedFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 class FaultedLoad : public FaultedTest {
   protected:
@@ -77,5 +76,4 @@ TEST_P(FaultedLoad, AnAllocationOfLibtiffsThatFailsGivesNoOtherImageAndLeavesNoH
 
 INSTANTIATE_TEST_SUITE_P(Formats, FaultedLoad, testing::Range<std::size_t>(0, 11), getSampleName);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

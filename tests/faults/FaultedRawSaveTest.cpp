@@ -11,8 +11,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -136,5 +135,4 @@ INSTANTIATE_TEST_SUITE_P(Ways, FaultedRawSave, testing::Bool(),
                              return parameter.param ? "replaced_when_whole" : "in_place";
                          });
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

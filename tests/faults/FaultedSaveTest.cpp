@@ -3,8 +3,7 @@
 
 #include "FaultedFixture.h"
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 class FaultedSave : public FaultedTest {
   protected:
@@ -78,5 +77,4 @@ TEST_P(FaultedSave, AnAllocationOfLibtiffsThatFailsGivesNoOtherImageAndLeavesNoH
 INSTANTIATE_TEST_SUITE_P(Formats, FaultedSave, testing::Range<std::size_t>(0, 5),
                          getSampleName); // all but im6
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image::file;
@@ -77,5 +76,4 @@ TEST(FullDisk, AWriteToItNamesThePlaneAndTheTarget) {
                         "No space left on device");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

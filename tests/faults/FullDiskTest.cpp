@@ -12,8 +12,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image::file;
@@ -124,5 +123,4 @@ TEST_F(StorageTest, WhereTheSystemLimitsFilesASaveFailsAndNoFileIsLarger) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <VELMOUtil/BaseException.h>
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -90,5 +89,4 @@ TEST_F(RefusedIm6Read, IsTheLoadError) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <gtest/gtest.h>
 #include <tiffio.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -69,5 +68,4 @@ TEST(RefusedTiffRead, AFailureAtTheEndOfAnOpeningLeavesNoGeometry) {
     EXPECT_EQ(outcome, "sound");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -18,8 +18,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -176,5 +175,4 @@ TEST_F(ResourceLimitTest, APlaneThatFindsNoAddressesIsTheSaveErrorAsTiffAndIsSav
 
 #endif
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

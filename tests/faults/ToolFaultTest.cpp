@@ -12,8 +12,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -194,5 +193,4 @@ INSTANTIATE_TEST_SUITE_P(
                     Conversion{"TiffToRaw", "in.tif", "out.raw", {}}),
     getName<Conversion>);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -1,18 +1,17 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "../cli/ToolProcess.h"
 #include "ForeignPrograms.h"
 #include "SavedImages.h"
 #include "TemporaryFolder.h"
+#include "ToolProcess.h"
 
 #include <VELMOImage/GeometricCalibration.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <algorithm>
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -126,5 +125,4 @@ TEST_F(CalibrationTags, ImageJShowsThePixelSize) {
     EXPECT_EQ(expected, select(result.out, "pixel: ")) << result.err;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

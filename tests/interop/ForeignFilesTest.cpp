@@ -15,8 +15,7 @@
 #include <gmock/gmock.h>
 #include <set>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -30,14 +29,14 @@ eTiffDirectoryMode const g_directoryModes[] = {eTDM_Volume, eTDM_Temporal};
 using Read = std::function<BoolResult(PlanIndexes const&, vlUInt64 start, vlUInt64 nbPixels, void* buffer)>;
 
 Read readOf(BaseImage const& image) {
-    return [&image](PlanIndexes const& plan, vlUInt64 start, vlUInt64 nbPixels, void* buffer) {
-        return image.readPixels(plan.z, plan.c, plan.t, start, nbPixels, buffer);
+    return [&image](PlanIndexes const& plane, vlUInt64 start, vlUInt64 nbPixels, void* buffer) {
+        return image.readPixels(plane.z, plane.c, plane.t, start, nbPixels, buffer);
     };
 }
 
 Read readOf(BaseImageAccessor const& accessor) {
-    return [&accessor](PlanIndexes const& plan, vlUInt64 start, vlUInt64 nbPixels, void* buffer) {
-        return accessor.readRawData(plan.z, plan.c, plan.t, start, nbPixels, buffer);
+    return [&accessor](PlanIndexes const& plane, vlUInt64 start, vlUInt64 nbPixels, void* buffer) {
+        return accessor.readRawData(plane.z, plane.c, plane.t, start, nbPixels, buffer);
     };
 }
 
@@ -319,5 +318,4 @@ TEST(ForeignFiles, PackedBitsAreNotOpenedForWriting) {
     });
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

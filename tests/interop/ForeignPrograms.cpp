@@ -10,8 +10,7 @@
 #include <sstream>
 #include <sys/wait.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -83,5 +82,4 @@ std::vector<std::string> toLines(std::string const& text) {
     return lines;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using Arguments = std::vector<std::string>;
 
@@ -34,5 +33,4 @@ bool hasLibtiffTools();
 /// The lines of a text, without the line feeds.
 std::vector<std::string> toLines(std::string const& text);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

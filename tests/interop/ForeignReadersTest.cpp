@@ -13,8 +13,7 @@
 #include <set>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -211,5 +210,4 @@ TEST_P(ForeignReaders, StripsLieInTheirOrder) {
 INSTANTIATE_TEST_SUITE_P(Compressions, ForeignReaders, testing::ValuesIn(g_compressions),
                          [](auto const& entry) { return std::string(entry.param.name); });
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -3,14 +3,13 @@
 
 #include "SavedImages.h"
 
-#include "../api/ImageBytes.h"
+#include "ImageBytes.h"
 
 #include <algorithm>
 #include <cstring>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 
@@ -62,12 +61,12 @@ std::string makePlanes(BaseImageGeometry const& geometry) {
     std::string pixels = makePixels(geometry);
     makeValid(geometry.getBufferType(), pixels);
     vlUInt64 const planeSize = geometry.getPlanMemorySize(0);
-    vlUInt64 const nbPlans = geometry.getNbPlans();
+    vlUInt64 const nbPlanes = geometry.getNbPlans();
     vlUInt64 const border =
         geometry.getSizeY() > g_nbBlackRows ? planeSize / geometry.getSizeY() * g_nbBlackRows : 0;
-    for (vlUInt64 plan = 0; plan < nbPlans; ++plan) {
-        vlUInt64 const black = plan == 1 && nbPlans > 2 ? planeSize : border;
-        pixels.replace((plan + 1) * planeSize - black, black, black, '\0');
+    for (vlUInt64 plane = 0; plane < nbPlanes; ++plane) {
+        vlUInt64 const black = plane == 1 && nbPlanes > 2 ? planeSize : border;
+        pixels.replace((plane + 1) * planeSize - black, black, black, '\0');
     }
     return pixels;
 }
@@ -91,12 +90,12 @@ bool SavedImage::isInterleaved() const {
 std::vector<std::string> SavedImage::getPlanes() const {
     std::vector<std::string> planes;
     vlUInt64 const sizeC = pGeometry->getSizeC();
-    vlUInt64 const nbPlans = pGeometry->getNbPlans();
-    for (vlUInt64 plan = 0; plan < nbPlans; ++plan) {
+    vlUInt64 const nbPlanes = pGeometry->getNbPlans();
+    for (vlUInt64 plane = 0; plane < nbPlanes; ++plane) {
         vlUInt64 const nbPages = pGeometry->getSizeZ();
-        PlanIndexes indexes = pGeometry->getPlanIndexes(plan);
+        PlanIndexes indexes = pGeometry->getPlanIndexes(plane);
         if (isInterleaved()) { // the channel runs fastest
-            indexes = {plan / sizeC % nbPages, plan % sizeC, plan / sizeC / nbPages};
+            indexes = {plane / sizeC % nbPages, plane % sizeC, plane / sizeC / nbPages};
         }
         planes.push_back(pixels.substr(pGeometry->getPlanOffset(indexes.z, indexes.c, indexes.t),
                                        pGeometry->getPlanMemorySize(indexes.t)));
@@ -131,5 +130,4 @@ std::vector<SavedImage> makeSavedImages() {
     return images;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// An image to save, and what a reader of the file has to find.
 struct SavedImage {
@@ -27,5 +26,4 @@ struct SavedImage {
 /// last rows of all are black, and so is one plane.
 std::vector<SavedImage> makeSavedImages();
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

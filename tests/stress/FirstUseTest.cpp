@@ -13,8 +13,7 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -69,5 +68,4 @@ TEST_F(FirstUse, MayFollowAnUnloadingByAnotherThread) {
 #endif
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

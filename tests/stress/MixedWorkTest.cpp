@@ -23,8 +23,7 @@
 #include <set>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 using namespace image::file;
@@ -218,5 +217,4 @@ TEST_F(MixedWork, ArchivesAreWrittenAndReadBesideReadsAndFailures) {
     });
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Runs `work` with 0 to `nbThreads` - 1 on threads that all set off at the same moment, closer together than
 /// a lock would let them go.
@@ -60,5 +59,4 @@ class Complaints {
     bool _bAny = false;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -17,8 +17,7 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 using namespace image;
@@ -214,5 +213,4 @@ void ThreadFiles::makeFailing(unsigned int thread) {
     learnTexts(_failing);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -13,8 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 constexpr unsigned int g_nbThreads = 16;
 
@@ -93,5 +92,4 @@ class ThreadFiles {
     std::vector<Failing> _failing;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 #include <log4cplus/spi/loggingevent.h>
 #include <mutex>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 class CapturedLog::Appender : public log4cplus::Appender {
   public:
@@ -44,5 +43,4 @@ std::vector<CapturedLog::Record> CapturedLog::getRecords() const {
     return static_cast<Appender&>(*_pAppender).getRecords();
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// What one logger, and the loggers below it, write while this object lives.
 class CapturedLog {
@@ -35,5 +34,4 @@ class CapturedLog {
     log4cplus::SharedAppenderPtr _pAppender;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

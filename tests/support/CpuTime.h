@@ -7,8 +7,7 @@
 #include <chrono>
 #include <ctime>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Time that the processor has spent on this thread, whatever else the machine does.
 inline std::chrono::nanoseconds getCpuTime() {
@@ -30,5 +29,4 @@ std::chrono::nanoseconds measureCpuTime(Work const& work) {
     return shortest;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -79,5 +78,4 @@ std::size_t countDescriptors(fs::path const& path) {
     return count;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// What `work` returns in a child process, which is killed when it takes a minute; "killed" where it did not
 /// come to its end.
@@ -48,5 +47,4 @@ void onThreads(unsigned int nbThreads, Work const& work) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -6,8 +6,7 @@
 #include <gmock/gmock.h>
 #include <string>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 MATCHER(Succeeds, "") {
     *result_listener << arg.getMessage();
@@ -33,5 +32,4 @@ inline std::string countingBytes(std::size_t nbBytes, unsigned int first = 1) {
     return bytes;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

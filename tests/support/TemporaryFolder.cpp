@@ -8,8 +8,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace fs = boost::filesystem;
 
@@ -35,5 +34,4 @@ void writeFile(fs::path const& path, std::string const& bytes) {
     EXPECT_TRUE(stream.good()) << path;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -6,8 +6,7 @@
 #include <boost/filesystem/path.hpp>
 #include <string>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// A new folder in the system's place for temporary files; removed with all it holds at the end of its life.
 class TemporaryFolder {
@@ -28,5 +27,4 @@ class TemporaryFolder {
 std::string readFile(boost::filesystem::path const& path);
 void writeFile(boost::filesystem::path const& path, std::string const& bytes);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 
 #include <log4cplus/logger.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// The threshold of a logger for as long as this object lives.
 class Threshold {
@@ -24,5 +23,4 @@ class Threshold {
     log4cplus::LogLevel _former;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <string>
 #include <typeindex>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// The text of what a call throws, which is of the class `Exception` itself and of none derived from it.
 template <class Exception, class Call>
@@ -24,5 +23,4 @@ std::string thrownText(Call const& call) {
     return std::string();
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <iterator>
 #include <sstream>
 
-namespace velmo {
-namespace tool {
+namespace velmo::tool {
 
 namespace {
 
@@ -29,9 +28,9 @@ struct Run {
     vlUInt64 nbPixels;
 };
 
-std::string describePlan(PlanIndexes const& plan) {
-    return "plane z=" + std::to_string(plan.z) + " c=" + std::to_string(plan.c) +
-           " t=" + std::to_string(plan.t);
+std::string describePlane(PlanIndexes const& plane) {
+    return "plane z=" + std::to_string(plane.z) + " c=" + std::to_string(plane.c) +
+           " t=" + std::to_string(plane.t);
 }
 
 /// Runs at both ends of a plane and one across its middle.
@@ -73,27 +72,27 @@ class Walk {
                 break;
             }
             _limits.beforePlane();
-            PlanIndexes const plan = geometry.getPlanIndexes(number);
-            vlUInt64 const planeBytes = geometry.getPlanMemorySize(plan.t);
+            PlanIndexes const plane = geometry.getPlanIndexes(number);
+            vlUInt64 const planeBytes = geometry.getPlanMemorySize(plane.t);
             nbBytes += std::min(planeBytes, _limits.planeBytes);
-            readPlane(plan, planeBytes);
+            readPlane(plane, planeBytes);
         }
         return std::move(_exercise);
     }
 
   private:
-    void readPlane(PlanIndexes const& plan, vlUInt64 planeBytes) {
+    void readPlane(PlanIndexes const& plane, vlUInt64 planeBytes) {
         vlUInt64 const nbPixels = _accessor.getGeometry().getPlanNbPixels();
-        ExercisedPlane outcome = {plan, 0, {}};
+        ExercisedPlane outcome = {plane, 0, {}};
         bool const bWhole = planeBytes <= _limits.planeBytes;
         _plane.assign(bWhole ? planeBytes : 0, g_fillOfPlanes);
         if (bWhole) {
-            outcome.failure = read(plan, {0, nbPixels}, _plane);
+            outcome.failure = read(plane, {0, nbPixels}, _plane);
             outcome.checksum = outcome.failure.empty() ? getChecksum(_plane) : 0;
         }
         bool const bCompared = bWhole && outcome.failure.empty() && _limits.bComparesRuns;
         for (Run const& run : chooseRuns(nbPixels, _accessor.getGeometry().getSizeX())) {
-            std::string const failure = readRun(plan, run, bCompared);
+            std::string const failure = readRun(plane, run, bCompared);
             if (!bWhole && outcome.failure.empty()) {
                 outcome.failure = failure;
             }
@@ -101,15 +100,16 @@ class Walk {
         _exercise.planes.push_back(outcome);
     }
 
-    std::string readRun(PlanIndexes const& plan, Run const& run, bool bCompared) {
-        vlUInt64 const pixelBytes = _accessor.getGeometry().getPlanGeometry(plan.t).getPixelSize();
+    std::string readRun(PlanIndexes const& plane, Run const& run, bool bCompared) {
+        vlUInt64 const pixelBytes = _accessor.getGeometry().getPlanGeometry(plane.t).getPixelSize();
         _run.assign(run.nbPixels * pixelBytes, g_fillOfRuns);
-        std::string failure = read(plan, run, _run);
+        std::string failure = read(plane, run, _run);
         if (!bCompared || _run.empty()) {
             return failure;
         }
         std::string const pixels = "pixels " + std::to_string(run.start) + " to " +
-                                   std::to_string(run.start + run.nbPixels - 1) + " of " + describePlan(plan);
+                                   std::to_string(run.start + run.nbPixels - 1) + " of " +
+                                   describePlane(plane);
         if (!failure.empty() && _limits.bRequiresRuns) {
             _exercise.contradictions.push_back(pixels + " cannot be read, and the plane can: " + failure);
         } else if (failure.empty() &&
@@ -119,12 +119,12 @@ class Walk {
         return failure;
     }
 
-    std::string read(PlanIndexes const& plan, Run const& run, std::vector<unsigned char>& bytes) {
+    std::string read(PlanIndexes const& plane, Run const& run, std::vector<unsigned char>& bytes) {
         unsigned char none = 0;
-        BoolResult const result = _accessor.readRawData(plan.z, plan.c, plan.t, run.start, run.nbPixels,
+        BoolResult const result = _accessor.readRawData(plane.z, plane.c, plane.t, run.start, run.nbPixels,
                                                         bytes.empty() ? &none : bytes.data());
         if (!result && result.getMessage().empty()) {
-            _exercise.contradictions.push_back(describePlan(plan) + " fails without a word");
+            _exercise.contradictions.push_back(describePlane(plane) + " fails without a word");
         }
         return result ? std::string() : result.getMessage();
     }
@@ -175,7 +175,7 @@ void compare(Exercise const& second, Exercise& first) {
         ExercisedPlane const& before = first.planes[plane];
         ExercisedPlane const& after = second.planes[plane];
         if (before.checksum != after.checksum || before.failure != after.failure) {
-            first.contradictions.push_back(describePlan(before.plan) +
+            first.contradictions.push_back(describePlane(before.plane) +
                                            " is another one when it is read again: " +
                                            describeOutcome(before) + ", then " + describeOutcome(after));
         }
@@ -187,7 +187,7 @@ std::string listPlanes(std::vector<ExercisedPlane> const& planes) {
     constexpr std::size_t maxListed = 10;
     std::string list;
     for (std::size_t plane = 0; plane < std::min(planes.size(), maxListed); ++plane) {
-        list += (plane == 0 ? "" : ", ") + describePlan(planes[plane].plan);
+        list += (plane == 0 ? "" : ", ") + describePlane(planes[plane].plane);
     }
     return list + (planes.size() > maxListed ? " and " + std::to_string(planes.size() - maxListed) + " more"
                                              : std::string());
@@ -221,5 +221,4 @@ std::vector<std::string> describeDamage(Exercise const& exercise) {
     return damage;
 }
 
-} // namespace tool
-} // namespace velmo
+} // namespace velmo::tool

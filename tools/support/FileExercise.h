@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace tool {
+namespace velmo::tool {
 
 /// How far an exercise goes. A file of a few bytes can announce 2^60 planes: nobody waits for those.
 struct ExerciseLimits {
@@ -25,7 +24,7 @@ struct ExerciseLimits {
 
 /// What the read of one plane gave.
 struct ExercisedPlane {
-    image::PlanIndexes plan;
+    image::PlanIndexes plane;
     std::uint32_t checksum; ///< CRC-32 of its bytes; 0 where it was not read whole
     std::string failure;    ///< empty where the read succeeded
 };
@@ -49,5 +48,4 @@ Exercise exerciseFile(image::BaseDiskImageAccessor const& accessor, ExerciseLimi
 /// nothing of it. A sentence each, of which the first may have several lines.
 std::vector<std::string> describeDamage(Exercise const& exercise);
 
-} // namespace tool
-} // namespace velmo
+} // namespace velmo::tool

@@ -1,16 +1,16 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "ConvertCommand.h"
-#include "HelpFormatter.h"
-#include "InfoCommand.h"
-#include "Interrupt.h"
-#include "MatchCommand.h"
-#include "PreviewCommand.h"
-#include "RefusedLine.h"
-#include "ResampleCommand.h"
-#include "StackCommand.h"
-#include "Terminal.h"
+#include "commands/ConvertCommand.h"
+#include "commands/InfoCommand.h"
+#include "commands/MatchCommand.h"
+#include "commands/PreviewCommand.h"
+#include "commands/ResampleCommand.h"
+#include "commands/StackCommand.h"
+#include "terminal/HelpFormatter.h"
+#include "terminal/Interrupt.h"
+#include "terminal/RefusedLine.h"
+#include "terminal/Terminal.h"
 
 #include <VELMOUtil/Logging.h>
 #include <algorithm>
@@ -20,8 +20,7 @@
 #include <memory>
 #include <sstream>
 
-namespace velmo {
-namespace tool {
+namespace velmo::tool {
 
 namespace {
 
@@ -100,8 +99,7 @@ eExitStatus runGuarded(int argc, char** argv) {
 
 } // namespace
 
-} // namespace tool
-} // namespace velmo
+} // namespace velmo::tool
 
 int main(int argc, char** argv) {
     try {

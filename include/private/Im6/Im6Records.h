@@ -9,9 +9,7 @@
 #include <cstdint>
 #include <iosfwd>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 // The records of an Im6 file as they lie in it, little-endian. What is not used has no name.
 
@@ -64,6 +62,4 @@ bool fileContainsGeometricCalibration(HeaderData const& header, vlUInt64 dataSiz
 GeometricCalibrationPtr calibDataToGeometricCalibration(HeaderData const& header, CalibrationData const& data,
                                                         bool is2d);
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -13,9 +13,7 @@
 
 using TIFF = struct tiff;
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 // Operations on a TIFF handle. A failure is a false result whose text names the path and ends in libtiff's
 // words; nothing is logged. A handle is for one thread at a time, and every operation may leave it on another
@@ -78,6 +76,4 @@ VELMO_IMAGE_FILE_EXPORT BoolResult writeRGBTiffData(TIFF* pTiff, boost::filesyst
                                                     void const* pPlan0, void const* pPlan1,
                                                     void const* pPlan2, void const* pPlan3);
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -5,9 +5,7 @@
 
 #include <VELMOImageFile/TiffImageFile.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// What an operation does where a file does not hold what it announces.
 ///
@@ -85,6 +83,4 @@ constexpr bool clearsTiffText(eTiffPolicy policy) {
     return policy != eTiffPolicy::Plain;
 }
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -7,9 +7,7 @@
 #include <VELMOUtil/Types.h>
 #include <string>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// Whether at least one of several patterns, separated by "|", matches the whole of a file name. `index`
 /// receives the number that the first matching pattern reads, and keeps its value where that pattern reads
@@ -29,6 +27,4 @@ namespace file {
 VELMO_IMAGE_FILE_EXPORT bool testFilePatternMatching(std::string const& patterns, std::string const& fileName,
                                                      vlUInt64& index);
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -7,9 +7,7 @@
 #include <VELMOImageFile/Export.h>
 #include <memory>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 class PlaneFile;
 
@@ -95,6 +93,4 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     std::unique_ptr<PlaneFile> _planes;
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

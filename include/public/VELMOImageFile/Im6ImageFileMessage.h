@@ -3,9 +3,7 @@
 
 #pragma once
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// Messages of Im6 image files, by id. Every id keeps its value, also where nothing raises it.
 struct eIm6ImageFileMessage {
@@ -29,6 +27,4 @@ struct eIm6ImageFileMessage {
     };
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -7,9 +7,7 @@
 #include <VELMOImageFile/Export.h>
 #include <boost/filesystem/path.hpp>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// @file
 /// Im6 files as images. A file tells its own geometry, and it may carry a calibration. Im6ImageFile tells
@@ -41,6 +39,4 @@ VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedIm6ImageFile(boost::f
                                                                         DistributedImage const& reference,
                                                                         bool defaultDispatch);
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -3,9 +3,7 @@
 
 #pragma once
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// Messages about files that do not hold what they announce, by id. A call with options fails with them; a
 /// plain call that goes on all the same logs them as warnings. Every id keeps its value.
@@ -38,6 +36,4 @@ struct eImageFileCheckMessage {
     };
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

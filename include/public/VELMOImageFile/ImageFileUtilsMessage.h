@@ -3,9 +3,7 @@
 
 #pragma once
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// Messages of file name patterns, by id. Every id keeps its value, also where nothing raises it.
 struct eImageFileUtilsMessage {
@@ -13,6 +11,4 @@ struct eImageFileUtilsMessage {
     enum domain { eIFUM_MultipleIndexKeywords = 0, eIFUM_MixedPatterns = 1 };
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

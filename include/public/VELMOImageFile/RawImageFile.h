@@ -7,9 +7,7 @@
 #include <VELMOImageFile/Export.h>
 #include <memory>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 class PlaneFile;
 
@@ -107,6 +105,4 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     std::unique_ptr<PlaneFile> _planes;
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

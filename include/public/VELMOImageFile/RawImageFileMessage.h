@@ -3,9 +3,7 @@
 
 #pragma once
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// Messages of raw image files, by id. Every id keeps its value, also where nothing raises it.
 struct eRawImageFileMessage {
@@ -29,6 +27,4 @@ struct eRawImageFileMessage {
     };
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -6,9 +6,7 @@
 #include <VELMOImageFile/Export.h>
 #include <string>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// How `saveRawImageFile` writes.
 struct VELMO_IMAGE_FILE_EXPORT RawWriteOptions {
@@ -20,6 +18,4 @@ struct VELMO_IMAGE_FILE_EXPORT RawWriteOptions {
     bool bReplaceWhenWhole = true;
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -10,9 +10,7 @@
 #include <boost/filesystem/path.hpp>
 #include <type_traits>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// @file
 /// Headerless pixel files as images. The file describes nothing of itself: the caller gives the geometry, and
@@ -77,6 +75,4 @@ VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& pat
 VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
                                               std::string const& fileHeader = std::string());
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -10,9 +10,7 @@
 
 using TIFF = struct tiff;
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 enum class eTiffPolicy : unsigned char;
 
@@ -135,6 +133,4 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
     mutable boost::mutex _mutex; ///< held for the whole of each access to pixels
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -3,9 +3,7 @@
 
 #pragma once
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// Messages of TIFF image files, by id. Every id keeps its value, also where nothing raises it.
 struct eTiffImageFileMessage {
@@ -60,6 +58,4 @@ struct eTiffImageFileMessage {
     };
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

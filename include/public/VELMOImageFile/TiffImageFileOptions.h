@@ -5,9 +5,7 @@
 
 #include <VELMOImageFile/TiffImageFileTypes.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// How a TIFF file is read by the calls with options.
 struct TiffReadOptions {
@@ -30,6 +28,4 @@ struct TiffWriteOptions {
     bool bReplaceWhenWhole = true;
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -10,9 +10,7 @@
 #include <VELMOImageFile/TiffImageFileOptions.h>
 #include <boost/filesystem/path.hpp>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// @file
 /// TIFF files as images: examples/load_stack.cpp, write_volume.cpp, read_planes.cpp, stack_folder.cpp.
@@ -228,6 +226,4 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
     std::string const& pattern, eTiffBufferMode const& bufferMode);
 /// @}
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

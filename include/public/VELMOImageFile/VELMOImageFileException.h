@@ -6,9 +6,7 @@
 #include <VELMOImageFile/Export.h>
 #include <VELMOUtil/BaseException.h>
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// A failure of this module: the text names the file, and behind a line feed stands what the lower level
 /// said. It was written to the module's log when it was thrown.
@@ -21,6 +19,4 @@ class VELMO_IMAGE_FILE_EXPORT VELMOImageFileException : public BaseException {
         : BaseException(message, function, file, line) {}
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -14,8 +14,7 @@ namespace velmo {
 
 class LogMessageManager;
 
-namespace image {
-namespace file {
+namespace image::file {
 
 /// @file
 /// The log of this module. Each is built at first use and lives to the end of the process; any thread may
@@ -29,6 +28,5 @@ VELMO_IMAGE_FILE_EXPORT std::string const& getVELMOImageFileLoggerName();
 /// The logger of every failure that this module throws, at ERROR. Include <log4cplus/logger.h> to use it.
 VELMO_IMAGE_FILE_EXPORT log4cplus::Logger& getVELMOImageFileLogger();
 
-} // namespace file
-} // namespace image
+} // namespace image::file
 } // namespace velmo

@@ -3,9 +3,7 @@
 
 #pragma once
 
-namespace velmo {
-namespace image {
-namespace file {
+namespace velmo::image::file {
 
 /// Messages of the module as a whole: none.
 struct eVELMOImageFileMessage {
@@ -13,6 +11,4 @@ struct eVELMOImageFileMessage {
     enum domain {};
 };
 
-} // namespace file
-} // namespace image
-} // namespace velmo
+} // namespace velmo::image::file

@@ -16,8 +16,7 @@
 #include <gmock/gmock.h>
 #include <limits>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -195,5 +194,4 @@ TEST(ZSteps, AreNotCopiedFromAnObjectOfAnotherClass) {
     EXPECT_THAT(steps.getSteps(), ElementsAre(1, 2));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOGeometricTransform/LinearBlend16.h"
-#include "VELMOGeometricTransform/BlendSample.h"
+#include "VELMOGeometricTransform/detail/LinearBlend16.h"
+#include "VELMOGeometricTransform/detail/BlendSample.h"
 
 #include <algorithm>
 #include <functional>
@@ -10,9 +10,7 @@
 #include <random>
 #include <vector>
 
-namespace velmo {
-namespace imaproc {
-namespace gtrans {
+namespace velmo::imaproc::gtrans {
 
 namespace {
 
@@ -85,6 +83,4 @@ TEST(LinearBlend16, SamplesBehindTheLastGroupAreBlended) {
     }
 }
 
-} // namespace gtrans
-} // namespace imaproc
-} // namespace velmo
+} // namespace velmo::imaproc::gtrans

@@ -1,15 +1,14 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOGeometricTransform/PlaneWeights.h"
+#include "VELMOGeometricTransform/detail/PlaneWeights.h"
 
 #include "ResampleTools.h"
 
 #include <cmath>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::imaproc::attr;
 using imaproc::gtrans::PlanePositions;
@@ -204,5 +203,4 @@ TEST(PlaneWeights, UseFourNeighbouringPlanesAtMost) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -9,8 +9,7 @@
 #include <cmath>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 using namespace velmo::imaproc::attr;
@@ -128,5 +127,4 @@ TEST(ResamplePlanes, OfRealsOfEverySizeAreResampledToTheLastPixel) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -13,8 +13,7 @@
 #include <gmock/gmock.h>
 #include <limits>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 using namespace velmo::imaproc::attr;
@@ -232,5 +231,4 @@ INSTANTIATE_TEST_SUITE_P(
                     RefusedSteps{"FirstOfSeveral", {1, -1, 0, -2}, "1 is -1"}),
     [](auto const& refused) { return refused.param.name; });
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -20,8 +20,7 @@
 #include <map>
 #include <tuple>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 using namespace velmo::imaproc::attr;
@@ -244,5 +243,4 @@ TEST(ResampleSource, AtMostFourPlanesAreInMemoryWhateverTheDepth) {
 }
 #endif
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

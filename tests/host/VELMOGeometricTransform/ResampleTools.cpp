@@ -13,8 +13,7 @@
 #include <limits>
 #include <stdexcept>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 using namespace velmo::imaproc::attr;
@@ -192,5 +191,4 @@ Column resampleColumn(Column const& values, std::vector<float> const& steps, eIn
     return result;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

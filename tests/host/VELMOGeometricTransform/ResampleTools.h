@@ -10,8 +10,7 @@
 
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using imaproc::attr::eInterpolationPolicy;
 
@@ -54,5 +53,4 @@ struct Range {
 };
 Range getRange(image::eImageBufferType type);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -10,8 +10,7 @@
 #include <limits>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 using namespace velmo::imaproc::attr;
@@ -202,5 +201,4 @@ TEST(PlanesOfManyPixels, AreResampledToTheLastOne) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -10,8 +10,7 @@
 #include <gmock/gmock.h>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 using namespace velmo::imaproc::attr;
@@ -283,5 +282,4 @@ TEST(Resampling, AnEvenStackOfOneValueHasItEverywhere) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

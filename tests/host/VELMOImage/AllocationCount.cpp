@@ -29,8 +29,7 @@ void operator delete(void* pBytes, std::size_t /*nbBytes*/) noexcept {
     std::free(pBytes);
 }
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 vlUInt64 countAllocatedBytes(std::function<void()> const& work) {
     vlUInt64 const before = g_nbBytesAllocated;
@@ -38,5 +37,4 @@ vlUInt64 countAllocatedBytes(std::function<void()> const& work) {
     return g_nbBytesAllocated - before;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

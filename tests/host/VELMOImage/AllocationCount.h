@@ -7,11 +7,9 @@
 
 #include <functional>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Bytes that `operator new` gave out while `work` ran, whoever asked for them.
 vlUInt64 countAllocatedBytes(std::function<void()> const& work);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

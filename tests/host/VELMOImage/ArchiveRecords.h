@@ -12,8 +12,7 @@
 #include <sstream>
 #include <string>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 template <class OArchive>
 std::string toArchive(BaseSerializationObject const& object) {
@@ -60,5 +59,4 @@ inline std::string withItem(std::string record, std::string const& name, std::st
     return record.replace(from, record.find('"', from) - from, value);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

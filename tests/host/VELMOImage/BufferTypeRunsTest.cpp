@@ -5,8 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace image;
 
@@ -72,5 +71,4 @@ TEST(BufferTypeRuns, OfAnyLengthAreFoundAndTheirBytesNeverWrap) {
     EXPECT_EQ(runs.getPixelSizesBefore(2 * g_many + 1), std::nullopt);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 
 #include <cstring>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -109,5 +108,4 @@ boost::shared_ptr<ByteAccessor> makeByteAccessor(std::string const& path, BaseIm
     return pAccessor;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

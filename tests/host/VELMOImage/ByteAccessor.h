@@ -15,8 +15,7 @@
 #include <string>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// A run of pixels that an accessor was asked for.
 struct PixelRun {
@@ -87,5 +86,4 @@ class ByteAccessor : public CopyableObject<ByteAccessor, image::BaseDiskImageAcc
 boost::shared_ptr<ByteAccessor> makeByteAccessor(std::string const& path,
                                                  image::BaseImageGeometry const& geometry);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 
 #include <cstring>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -80,5 +79,4 @@ BoolResult CountingOwner::fillBlock(vlUInt64 id, std::string const& accessorReco
     return _engine._fillFailure.empty() ? success() : failure(_engine._fillFailure);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -10,8 +10,7 @@
 #include <memory>
 #include <mutex>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 class CountingOwner;
 
@@ -55,7 +54,7 @@ class CountingOwner : public image::BaseBlockOwner {
     BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override;
 
     struct Block {
-        image::PlanBlock plans{};
+        image::PlanBlock planes{};
         Bytes bytes;
     };
     std::map<vlUInt64, Block> const& getBlocks() const { return _blocks; }
@@ -70,5 +69,4 @@ class CountingOwner : public image::BaseBlockOwner {
     std::string _fillRecord;
 };
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

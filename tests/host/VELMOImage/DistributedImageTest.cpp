@@ -25,7 +25,7 @@ std::vector<std::pair<vlUInt64, vlUInt64>> getPlaneRuns(CountingEngine const& en
     std::vector<std::pair<vlUInt64, vlUInt64>> runs;
     for (vlUInt64 owner = 0; owner < engine.getNbOwners(); ++owner) {
         for (auto const& entry : engine.getCountingOwner(owner).getBlocks()) {
-            runs.emplace_back(entry.second.plans.firstPlan, entry.second.plans.nbPlans);
+            runs.emplace_back(entry.second.planes.firstPlan, entry.second.planes.nbPlans);
         }
     }
     std::sort(runs.begin(), runs.end());

@@ -7,8 +7,7 @@
 #include <boost/make_shared.hpp>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -125,5 +124,4 @@ std::string describe(BaseImageGeometry const& geometry) {
     return text.str();
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Geometries for tests: a grey plane of 5 x 3 pixels of 8 bits unless told otherwise.
 class GeometryBuilder {
@@ -47,5 +46,4 @@ std::vector<NamedGeometry> makeAllKinds();
 /// What a geometry can be asked, in words: sizes, kinds, names, and the types of its first time steps.
 std::string describe(image::BaseImageGeometry const& geometry);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -160,9 +160,9 @@ TEST(GeometryLimits, ABufferTypeOutsideOfTheEnumerationIsCarriedAndTakesNoBytes)
 }
 
 TEST(GeometryLimits, MemoryOfAGeometryDoesNotGrowWithItsPlanes) {
-    auto const work = [](vlUInt64 nbPlans) {
-        ImageGeometryPtr const pGeometry = builderOf({64, 64, nbPlans, 1, 1}).build();
-        EXPECT_EQ(pGeometry->getPlanOffset(nbPlans - 1, 0, 0), 4096 * (nbPlans - 1));
+    auto const work = [](vlUInt64 nbPlanes) {
+        ImageGeometryPtr const pGeometry = builderOf({64, 64, nbPlanes, 1, 1}).build();
+        EXPECT_EQ(pGeometry->getPlanOffset(nbPlanes - 1, 0, 0), 4096 * (nbPlanes - 1));
     };
     work(10); // what is made once is made here
     vlUInt64 const few = countAllocatedBytes([&] { work(10); });

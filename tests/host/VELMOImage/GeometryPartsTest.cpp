@@ -174,9 +174,9 @@ TEST(TemporalGeometry, CanBecomeASequenceAndASingleStepAgain) {
 }
 
 TEST(ImagePlanGeometry, CountsItsPixels) {
-    ImagePlanGeometry const plan(7, 11, eIBT_Label16);
-    EXPECT_EQ(plan.getSizeX(), 7U);
-    EXPECT_EQ(plan.getSizeY(), 11U);
-    EXPECT_EQ(plan.getNbPixels(), 77U);
-    EXPECT_EQ(plan.getBufferType(), eIBT_Label16);
+    ImagePlanGeometry const plane(7, 11, eIBT_Label16);
+    EXPECT_EQ(plane.getSizeX(), 7U);
+    EXPECT_EQ(plane.getSizeY(), 11U);
+    EXPECT_EQ(plane.getNbPixels(), 77U);
+    EXPECT_EQ(plane.getBufferType(), eIBT_Label16);
 }

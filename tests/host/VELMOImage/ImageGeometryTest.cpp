@@ -41,23 +41,23 @@ ImageGeometryPtr makeRandomGeometry(std::mt19937& random) {
 
 /// Holds what a geometry says about each of its planes against a plain walk over them.
 void expectPlanesInOrder(BaseImageGeometry const& geometry) {
-    vlUInt64 plan = 0;
+    vlUInt64 plane = 0;
     vlUInt64 offset = 0;
     for (vlUInt64 t = 0; t < geometry.getSizeT(); ++t) {
         for (vlUInt64 c = 0; c < geometry.getSizeC(); ++c) {
             for (vlUInt64 z = 0; z < geometry.getSizeZ(); ++z) {
                 EXPECT_EQ(geometry.getPlanOffset(z, c, t), offset);
-                EXPECT_EQ(geometry.getPlansMemorySize(plan), offset);
-                PlanIndexes const indexes = geometry.getPlanIndexes(plan);
-                EXPECT_TRUE(indexes.z == z && indexes.c == c && indexes.t == t) << "plane " << plan;
+                EXPECT_EQ(geometry.getPlansMemorySize(plane), offset);
+                PlanIndexes const indexes = geometry.getPlanIndexes(plane);
+                EXPECT_TRUE(indexes.z == z && indexes.c == c && indexes.t == t) << "plane " << plane;
                 EXPECT_TRUE(geometry.hasPlan(z, c, t));
                 offset += countPlaneBytes(geometry, t);
-                ++plan;
+                ++plane;
             }
         }
     }
-    EXPECT_EQ(geometry.getNbPlans(), plan);
-    EXPECT_EQ(geometry.getPlansMemorySize(plan), offset);
+    EXPECT_EQ(geometry.getNbPlans(), plane);
+    EXPECT_EQ(geometry.getPlansMemorySize(plane), offset);
     EXPECT_EQ(geometry.getFullMemorySize(), offset);
 }
 
@@ -121,9 +121,9 @@ TEST(ImageGeometry, ATimeStepOutsideIsRefused) {
 TEST(HomogeneousImageGeometry, HasTheSamePlanesInEachTimeStep) {
     ImageGeometryPtr const pGeometry = GeometryBuilder().sequence(3).type(eIBT_Int32).build();
     for (vlUInt64 t = 0; t < 3; ++t) {
-        ImagePlanGeometry const plan = pGeometry->getPlanGeometry(t);
-        EXPECT_EQ(plan.getBufferType(), eIBT_Int32);
-        EXPECT_EQ(plan.getNbPixels(), 15U);
+        ImagePlanGeometry const plane = pGeometry->getPlanGeometry(t);
+        EXPECT_EQ(plane.getBufferType(), eIBT_Int32);
+        EXPECT_EQ(plane.getNbPixels(), 15U);
         EXPECT_EQ(pGeometry->getPlanMemorySize(t), 60U);
     }
 }

@@ -96,8 +96,8 @@ INSTANTIATE_TEST_SUITE_P(Images, ImageStrip,
 } // namespace
 
 TEST_P(ImageStrip, AnInputStripHasTheRowsOfItsPlane) {
-    for (vlUInt64 plan = 0; plan < _pGeometry->getNbPlans(); ++plan) {
-        PlanIndexes const at = _pGeometry->getPlanIndexes(plan);
+    for (vlUInt64 plane = 0; plane < _pGeometry->getNbPlans(); ++plane) {
+        PlanIndexes const at = _pGeometry->getPlanIndexes(plane);
         for (Place const& place :
              {Place{at.z, at.c, at.t, 0, 3}, Place{at.z, at.c, at.t, 1, 2}, Place{at.z, at.c, at.t, 2, 1}}) {
             auto const pStrip = extractInput(_pImage, place);
@@ -150,10 +150,10 @@ TEST_P(ImageStrip, AStripIsTheMemoryOfAnImageThatHasIt) {
         ASSERT_TRUE(pOutput->initBuffer());
         EXPECT_EQ(pInput->accessBuffer().getDataPtr() == pOutput->accessBuffer().getDataPtr(),
                   GetParam().bShares);
-        auto const* const pPlan = static_cast<std::byte const*>(_pImage->accessPlan(1, 1, 1));
-        EXPECT_EQ(pPlan != nullptr, GetParam().bShares);
-        if (pPlan != nullptr) {
-            EXPECT_EQ(pInput->accessBuffer().getDataPtr(), pPlan + s_rowBytes * yStart);
+        auto const* const pPlane = static_cast<std::byte const*>(_pImage->accessPlan(1, 1, 1));
+        EXPECT_EQ(pPlane != nullptr, GetParam().bShares);
+        if (pPlane != nullptr) {
+            EXPECT_EQ(pInput->accessBuffer().getDataPtr(), pPlane + s_rowBytes * yStart);
         }
     }
 }

@@ -13,8 +13,7 @@
 #include <boost/weak_ptr.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 using testing::HasSubstr;
@@ -251,5 +250,4 @@ TEST_P(JoinCalls, RefuseLengthsWhoseSumPasses64Bits) {
 INSTANTIATE_TEST_SUITE_P(SubImageExtractor, JoinCalls, testing::ValuesIn(getJoinCalls()),
                          [](auto const& call) { return call.param.name; });
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -12,8 +12,7 @@
 #include <sys/resource.h>
 #include <tuple>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -36,8 +35,8 @@ std::string joinedGeometry(std::vector<ImageGeometryPtr> const& parts, eJoinAxis
 /// Part, then z, c, t within it.
 using Found = std::tuple<std::size_t, vlUInt64, vlUInt64, vlUInt64>;
 Found locate(JoinLayout const& layout, vlUInt64 z, vlUInt64 c, vlUInt64 t) {
-    auto const [part, plan] = layout.locate(z, c, t);
-    return {part, plan.z, plan.c, plan.t};
+    auto const [part, plane] = layout.locate(z, c, t);
+    return {part, plane.z, plane.c, plane.t};
 }
 
 /// Parts that do not fit, and the text of the refusal.
@@ -254,5 +253,4 @@ TEST(JoinLayout, SequencesOfAnyLengthTakeNoMemoryOfThatLength) {
 }
 #endif
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -10,8 +10,7 @@
 #include <boost/make_shared.hpp>
 #include <stdexcept>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -112,5 +111,4 @@ Bytes readParts(std::vector<ImagePtr> const& parts, eJoinAxis axis) {
     return bytes;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -12,8 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// One of the calls that join images. The disk calls need an `out` that is empty or a disk image.
 struct JoinCall {
@@ -38,5 +37,4 @@ GeometryBuilder partBuilder(image::eJoinAxis axis, vlUInt64 length);
 /// All planes of the whole in (t, c, z) order, each found by counting through the parts.
 Bytes readParts(std::vector<image::ImagePtr> const& parts, image::eJoinAxis axis);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

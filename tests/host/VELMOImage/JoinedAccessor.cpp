@@ -9,8 +9,7 @@
 
 #include <boost/make_shared.hpp>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -54,5 +53,4 @@ void expectWithoutFiles(JoinedImageAccessor& accessor) {
     EXPECT_FALSE(accessor.resizeData(*GeometryBuilder().build()));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -9,8 +9,7 @@
 
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// Three parts of 2, 1 and 3 planes, each with a calibration, a mode and a flag of its own.
 class JoinedAccessor : public testing::Test {
@@ -30,5 +29,4 @@ class JoinedAccessor : public testing::Test {
 
 void expectWithoutFiles(image::JoinedImageAccessor& accessor);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

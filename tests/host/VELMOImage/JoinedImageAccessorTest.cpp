@@ -16,8 +16,7 @@
 #include <boost/pointer_cast.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -176,5 +175,4 @@ TEST_F(JoinedAccessor, ManyThreadsWriteDifferentPlanesAtOnce) {
     expectWhole(_accessor);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

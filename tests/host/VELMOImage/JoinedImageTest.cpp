@@ -15,8 +15,7 @@
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -226,5 +225,4 @@ TEST(JoinedImage, ManyThreadsReadAndWriteItAtOnce) {
     EXPECT_EQ(nbWrong, 0U);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

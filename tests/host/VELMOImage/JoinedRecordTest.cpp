@@ -13,8 +13,7 @@
 #include <boost/pointer_cast.hpp>
 #include <gmock/gmock.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 using testing::HasSubstr;
@@ -185,5 +184,4 @@ TEST_F(JoinedRecord, RecordsNestedInEachOtherAreRefusedBeforeTheStackEnds) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -7,8 +7,7 @@
 
 #include <stdexcept>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -87,5 +86,4 @@ Bytes readAll(BaseImage const& image) {
     return bytes;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using Bytes = std::vector<std::byte>;
 
@@ -26,5 +25,4 @@ vlUInt64 countBytesBefore(image::BaseImageGeometry const& geometry, vlUInt64 z, 
 void writeAll(image::BaseImage& image, Bytes const& bytes);
 Bytes readAll(image::BaseImage const& image);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -3,9 +3,9 @@
 
 // The copy's result as a value of the processor, and copies of joined images.
 
-#include "../VELMOUtil/FailingLog.h"
 #include "CapturedLog.h"
 #include "CopyTools.h"
+#include "FailingLog.h"
 #include "JoinTools.h"
 #include "ThrownText.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"

@@ -10,8 +10,7 @@
 #include <chrono>
 #include <stdexcept>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 using namespace velmo::image;
 
@@ -88,5 +87,4 @@ bool waitUntil(std::function<bool()> const& isDone) {
     return true;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 enum eImageKind { eIK_Memory, eIK_Disk, eIK_Distributed };
 
@@ -43,5 +42,4 @@ std::string toText(KindPair const& pair);
 /// Waits until `isDone` holds; false after two minutes. For gates of a ByteStorage that let threads meet.
 bool waitUntil(std::function<bool()> const& isDone);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -12,8 +12,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -99,5 +98,4 @@ TYPED_TEST(ArchiveOfEachKind, AnArchiveThatEndsBeforeTheObjectIsThrown) {
     EXPECT_THROW(this->template readAs<Record>(std::string()), VELMOSerializationException);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -11,8 +11,7 @@
 #include <sstream>
 #include <streambuf>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -227,5 +226,4 @@ TEST(BinaryArchiveDamage, AStreamThatFailsOnWritingIsRaisedWithTheItem) {
               "The stream of the archive failed at item className");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

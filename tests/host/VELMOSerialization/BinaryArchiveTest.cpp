@@ -9,8 +9,7 @@
 #include <sstream>
 #include <string_view>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -157,5 +156,4 @@ TEST(BinaryArchive, ObjectsNestUpToSixtyFourLevels) {
     EXPECT_EQ(nbObjects, 63);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

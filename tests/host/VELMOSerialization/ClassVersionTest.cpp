@@ -11,8 +11,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -101,5 +100,4 @@ TEST(ClassVersion, AnArchiveThatEndsBeforeItIsRefused) {
     EXPECT_FALSE(archive.isClassVersionRegistred(g_class));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -13,8 +13,7 @@
 #include <thread>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -125,5 +124,4 @@ TEST(CopyableObject, ACopyFromAnotherClassIsRaisedAndChangesNothing) {
     expectNestedRecord(pTarget);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

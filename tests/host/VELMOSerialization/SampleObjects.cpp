@@ -9,8 +9,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -134,5 +133,4 @@ float floatOf(unsigned int bits) {
     return value;
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

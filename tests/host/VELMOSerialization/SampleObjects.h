@@ -9,8 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 /// One item of each kind and an object, which may be another record.
 class Record : public CopyableObject<Record, BaseSerializationObject> {
@@ -60,5 +59,4 @@ std::vector<float> getHardFloats();
 unsigned int bitsOf(float value);
 float floatOf(unsigned int bits);
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

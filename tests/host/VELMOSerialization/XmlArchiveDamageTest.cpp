@@ -10,8 +10,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -155,5 +154,4 @@ TEST(XmlArchiveDamage, AStreamThatFailsAtTheDestructionGoesUnseen) {
     EXPECT_FALSE(stream.flush());
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

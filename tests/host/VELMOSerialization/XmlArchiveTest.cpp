@@ -9,8 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -197,5 +196,4 @@ TEST(XmlArchive, CommentsAndWhiteSpaceBetweenElementsAreNoItems) {
     EXPECT_EQ(b, 2);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

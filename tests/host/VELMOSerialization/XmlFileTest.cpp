@@ -15,8 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -176,5 +175,4 @@ TEST_F(XmlFile, AnObjectThatFailsIsRaisedWithItsText) {
     EXPECT_EQ(error, "Failed to read an object of class velmo::test::Refusing from the archive\nnot today");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -8,8 +8,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -156,5 +155,4 @@ TEST(AvailableMemoryOfThisMachine, IsMoreThanNothingAndNoMoreThanTheMachineHas) 
     EXPECT_LE(getAvailableMemory(), nbKibibytes * 1024);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

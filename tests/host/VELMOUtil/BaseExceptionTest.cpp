@@ -7,8 +7,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -80,5 +79,4 @@ TEST(BaseException, AnUnHandleExceptionIsABaseException) {
     EXPECT_EQ(base.getLine(), 7U);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -5,8 +5,7 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -51,5 +50,4 @@ TEST(Chrono, ASecondStartBeginsAnew) {
     EXPECT_LE(second, most);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

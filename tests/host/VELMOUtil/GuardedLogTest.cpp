@@ -16,8 +16,7 @@
 #include <thread>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 struct eLogTestMessage {
     enum domain { eLTM_Two = 1, eLTM_Missing = 2 };
@@ -143,5 +142,4 @@ TEST_F(GuardedLog, ThreadsLogAtOnce) {
     EXPECT_EQ(log.getRecords().size(), static_cast<std::size_t>(nbThreads * nbRecords));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -20,8 +20,7 @@
 #include <typeindex>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 struct eRaiseTestMessage {
     enum domain { eRTM_Two = 1, eRTM_Plain = 2, eRTM_Missing = 3 };
@@ -298,5 +297,4 @@ TEST_F(GuardedRaise, GuardsOfManyThreadsFailAtOnce) {
     EXPECT_EQ(log.getRecords().size(), static_cast<std::size_t>(nbThreads));
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

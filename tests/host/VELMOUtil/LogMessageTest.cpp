@@ -13,8 +13,7 @@
 #include <thread>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 struct eFormaterTestMessage {
     enum domain {
@@ -232,5 +231,4 @@ TEST(LogMessageFormater, ATextThatIsNoFormatIsThrownAsAFormatError) {
     EXPECT_THROW(formater[Message::eLTM_Broken], boost::io::bad_format_string);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -12,8 +12,7 @@
 #include <string>
 #include <type_traits>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -133,5 +132,4 @@ TEST(PageBuffer, ASizeThatTheSystemCannotGiveIsABadAlloc) {
     }
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -13,8 +13,7 @@
 #include <thread>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -198,5 +197,4 @@ TEST(ParallelRun, AnExceptionLeavesNoThreadBehind) {
     EXPECT_EQ(nbInside, 0);
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -15,8 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -410,5 +409,4 @@ TEST_F(ReplacedFileTest, TextsNameTheTargetInsteadOfTheTemporaryFile) {
 
 } // namespace
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -16,8 +16,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -261,5 +260,4 @@ TEST_F(SequentialFileTest, ASignalDoesNotEndTheWait) {
     EXPECT_EQ(outcome.failure, "");
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -13,8 +13,7 @@
 #include <type_traits>
 #include <unistd.h>
 
-namespace velmo {
-namespace test {
+namespace velmo::test {
 
 namespace {
 
@@ -118,5 +117,4 @@ TEST(NumericLimits, AreTheExtremesOfEachType) {
     EXPECT_EQ(NumericLimits<float>::s_min, -3.40282347e+38F); // the lowest, not the least positive one
 }
 
-} // namespace test
-} // namespace velmo
+} // namespace velmo::test

@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "VELMOImage/ImageEnums.h"
+
+#include <array>
+#include <cstddef>
+
+namespace velmo::imaproc::gtrans {
+
+/// A plane and what its difference from the base plane counts.
+struct BlendTerm {
+    /// @{
+    /// Pixels of the plane, and the factor of their difference from the base.
+    std::byte const* pPlane;
+    double weight;
+    /// @}
+};
+
+/// Fills `pTarget` with the base plane plus the weighted differences of the terms from it; integers are
+/// rounded to the nearest, halves away from zero, and kept within their type. At most 3 terms.
+void blendPlanes(image::eImageBufferType bufferType, vlUInt64 nbPixels, std::byte const* pBase,
+                 BlendTerm const* pTerms, unsigned int nbTerms, std::byte* pTarget);
+
+} // namespace velmo::imaproc::gtrans

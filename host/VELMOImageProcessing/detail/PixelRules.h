@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+namespace velmo {
+
+namespace image {
+class BaseImage;
+}
+
+namespace imaproc::util {
+
+/// Throws VELMOBaseProcessingException unless the two images have the same sizes and the same pixel type in
+/// each time step.
+void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::BaseImage const& outImage);
+
+} // namespace imaproc::util
+} // namespace velmo

@@ -1,0 +1,112 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <VELMOUtil/GuardedRaise.h>
+#include <boost/filesystem/path.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+#include <string>
+
+namespace velmo::image {
+
+class BaseImageAccessor;
+class BaseImageGeometry;
+
+namespace file {
+
+// What the accessors of all formats do alike.
+
+/// Guards the class name and the class version of an accessor; built at load.
+template <class Accessor>
+struct TypeNameMutex {
+    static boost::mutex& get() {
+        static boost::mutex mutex;
+        return mutex;
+    }
+};
+
+template <class Accessor>
+struct VersionMutex {
+    static boost::mutex& get() {
+        static boost::mutex mutex;
+        return mutex;
+    }
+};
+
+/// An accessor owns open files: it cannot be copied, only written to an archive and read back.
+[[noreturn]] void raiseNoCopySupport(RaiseSite const& site, std::string const& typeName);
+
+/// Raises VELMOImageException unless the accessor is initialised.
+void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor);
+
+/// Copies of what a create or open operation was given: the arguments may be what the accessor itself holds,
+/// which its `clear` drops.
+struct KeptArguments {
+    KeptArguments(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry);
+    BaseImageGeometry const& geometry() const { return *pGeometry; }
+
+    boost::filesystem::path path;
+    boost::shared_ptr<BaseImageGeometry const> pGeometry;
+};
+
+/// Clears an accessor at the end of the scope unless told otherwise: a record that names a file which then
+/// does not open leaves no accessor that looks initialised.
+class ClearUnlessKept {
+  public:
+    explicit ClearUnlessKept(BaseImageAccessor& accessor) : _pAccessor(&accessor) {}
+    ~ClearUnlessKept();
+    ClearUnlessKept(ClearUnlessKept const&) = delete;
+    ClearUnlessKept& operator=(ClearUnlessKept const&) = delete;
+    void keep() { _pAccessor = nullptr; }
+
+  private:
+    BaseImageAccessor* _pAccessor;
+};
+
+} // namespace file
+} // namespace velmo::image
+
+// NOLINTBEGIN(bugprone-macro-parentheses): a class name takes none
+/// Defines what every accessor class says of itself, and refuses to be copied, in the namespace of the class.
+#define VELMO_DEFINE_ACCESSOR_IDENTITY(Accessor, name, version)                                              \
+    unsigned int Accessor::getVersion() {                                                                    \
+        boost::lock_guard<boost::mutex> const lock(VersionMutex<Accessor>::get());                           \
+        return version;                                                                                      \
+    }                                                                                                        \
+    std::string const& Accessor::getTypeName() {                                                             \
+        boost::lock_guard<boost::mutex> const lock(TypeNameMutex<Accessor>::get());                          \
+        static std::string const typeName(name);                                                             \
+        return typeName;                                                                                     \
+    }                                                                                                        \
+    BaseDynamicObject* Accessor::createNewObject() {                                                         \
+        return new Accessor;                                                                                 \
+    }                                                                                                        \
+    DynamicObjectPtr Accessor::createSharedObject() {                                                        \
+        return boost::make_shared<Accessor>();                                                               \
+    }                                                                                                        \
+    std::string const& Accessor::getClassName() const {                                                      \
+        return getTypeName();                                                                                \
+    }                                                                                                        \
+    BaseDynamicObject* Accessor::createNew() const {                                                         \
+        return createNewObject();                                                                            \
+    }                                                                                                        \
+    DynamicObjectPtr Accessor::createShared() const {                                                        \
+        return createSharedObject();                                                                         \
+    }                                                                                                        \
+    bool Accessor::hasCopySupport() const {                                                                  \
+        return false;                                                                                        \
+    }                                                                                                        \
+    BaseDynamicObject* Accessor::duplicate() const {                                                         \
+        raiseNoCopySupport(VELMO_HERE, getTypeName());                                                       \
+    }                                                                                                        \
+    DynamicObjectPtr Accessor::duplicateShared() const {                                                     \
+        raiseNoCopySupport(VELMO_HERE, getTypeName());                                                       \
+    }                                                                                                        \
+    void Accessor::copy(BaseDynamicObject const& /*other*/) {                                                \
+        raiseNoCopySupport(VELMO_HERE, getTypeName());                                                       \
+    }
+// NOLINTEND(bugprone-macro-parentheses)

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "Frame/LogAccess.h"
+
+#include <VELMOImageFile/VELMOImageFileLog.h>
+#include <VELMOUtil/BoolResult.h>
+#include <VELMOUtil/LogMessageFormater.h>
+#include <log4cplus/loglevel.h>
+#include <string>
+
+namespace velmo::image::file {
+
+/// A failure by result: message `id` with its arguments in the order of its placeholders. Nothing is logged.
+template <class Domain, class... Arguments>
+BoolResult fail(Domain id, Arguments const&... arguments) {
+    LogMessageFormater formater(getVELMOImageFileLogMessageManager());
+    formater[id];
+    static_cast<void>((formater % ... % arguments));
+    return failure(formater.string());
+}
+
+/// A failure by exception: the same, raised at `site` as VELMOImageFileException.
+template <class Domain, class... Arguments>
+[[noreturn]] void raise(RaiseSite const& site, Domain id, Arguments const&... arguments) {
+    raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
+        formater[id];
+        static_cast<void>((formater % ... % arguments));
+    });
+}
+
+/// The text of message `id`.
+template <class Domain, class... Arguments>
+std::string toText(Domain id, Arguments const&... arguments) {
+    return fail(id, arguments...).getMessage();
+}
+
+/// A success that is not the whole truth: the same, logged at `site` as a warning where warnings are enabled.
+template <class Domain, class... Arguments>
+void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
+    logGuarded(site, g_velmoImageFileRaise, log4cplus::WARN_LOG_LEVEL, [&](LogMessageFormater& formater) {
+        formater[id];
+        static_cast<void>((formater % ... % arguments));
+    });
+}
+
+/// Runs steps in their order until one fails.
+template <class... Steps>
+BoolResult runSteps(Steps const&... steps) {
+    BoolResult result = success();
+    static_cast<void>(((result = steps(), static_cast<bool>(result)) && ...));
+    return result;
+}
+
+} // namespace velmo::image::file

@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "Tiff/model/TiffOpening.h"
+
+#include <VELMOImageFile/TiffImageFile.h>
+#include <VELMOImageFile/TiffImageFileOptions.h>
+
+namespace velmo::image::file {
+
+/// A read-only opening by the options of a public call.
+TiffOpenRequest toRequest(TiffReadOptions const& options);
+
+/// A new accessor, without a file, that reads under a policy.
+boost::shared_ptr<TiffImageFile> createAccessor(eTiffPolicy policy);
+
+} // namespace velmo::image::file

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Planes/PlaneTable.h"
+
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOUtil/CheckedArithmetic.h>
+
+namespace velmo::image::file {
+
+vlUInt64 PlaneTable::process(vlUInt64 dataStartOffset, BaseImageGeometry const& geometry) {
+    vlUInt64 const dataSize = geometry.getFullMemorySize();
+    _dataStartOffset = dataStartOffset;
+    _pGeometry = duplicateGeometry(geometry);
+    return checkedAdd(dataStartOffset, dataSize).value_or(NumericLimits<vlUInt64>::s_max);
+}
+
+std::optional<vlUInt64> PlaneTable::find(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
+    if (!_pGeometry || !_pGeometry->hasPlan(z, c, t)) {
+        return std::nullopt;
+    }
+    return checkedAdd(_dataStartOffset, _pGeometry->getPlanOffset(z, c, t));
+}
+
+} // namespace velmo::image::file

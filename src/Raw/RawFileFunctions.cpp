@@ -1,0 +1,149 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOUtil/ReplacedFile.h>
+
+#include "Frame/FailureText.h"
+#include "Frame/FormatFamily.h"
+
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/RawImageFile.h>
+#include <VELMOImageFile/RawImageFileMessage.h>
+#include <VELMOUtil/LastError.h>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/make_shared.hpp>
+#include <cerrno>
+
+namespace velmo::image::file {
+
+namespace {
+
+constexpr FamilyMessages g_messages = {
+    "N5velmo5image4file20eRawImageFileMessage6domainE", eRawImageFileMessage::eRIFM_LoadFileError,
+    eRawImageFileMessage::eRIFM_SaveFileError, eRawImageFileMessage::eRIFM_CreateDistributedImageError};
+
+DiskImagePtr openDiskImage(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                           vlUInt64 dataStartOffset, FamilyFailure const& failure) {
+    auto const pAccessor = boost::make_shared<RawImageFile>();
+    failure.require(pAccessor->openFile(path, eIAM_ReadOnly, dataStartOffset, geometry));
+    return createDiskImage(pAccessor, failure);
+}
+
+DistributedImagePtr loadDistributed(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                                    vlUInt64 dataStartOffset, bool defaultDispatch,
+                                    FamilyFailure const& failure) {
+    return distributeImage(openDiskImage(path, geometry, dataStartOffset, failure),
+                           toDispatch(defaultDispatch), failure);
+}
+
+/// The file of a save with options. Its failures name the target, and their last line is the reason of the
+/// system, which makes eRIFM_CreateFileFailed, eRIFM_ReserveFailed and eRIFM_WriteFileFailed the texts of
+/// eRIFM_CreateFileError, eRIFM_ReserveError and eRIFM_WriteFileError.
+class SavedRawFile : public RawImageFile {
+  public:
+    explicit SavedRawFile(ReplacedFile const& file) : _file(file) {}
+
+    BoolResult create(BaseImageGeometry const& geometry, std::string const& fileHeader) {
+        return explain(createFile(_file.getPath(), geometry, fileHeader));
+    }
+
+    BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                            void const* buffer) override {
+        return explain(RawImageFile::writeRawData(z, c, t, pixelStartOffset, nbPixels, buffer));
+    }
+
+    /// Some file systems report what could not be written at the closing only.
+    BoolResult close() {
+        clear();
+        return errno == 0 ? success() : failure(getLastError());
+    }
+
+  private:
+    BoolResult explain(BoolResult const& result) const {
+        if (result) {
+            return result;
+        }
+        std::string const reason = errno == 0 ? std::string() : '\n' + getLastError();
+        std::string const text = _file.nameTarget(result.getMessage());
+        return failure(boost::algorithm::ends_with(text, reason) ? text : text + reason);
+    }
+
+    ReplacedFile const& _file;
+};
+
+BoolResult createTarget(ReplacedFile& file, boost::filesystem::path const& path) {
+    BoolResult const created = file.create();
+    return created ? created
+                   : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created.getMessage());
+}
+
+} // namespace
+
+DiskImagePtr openRawImageFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                              vlUInt64 dataStartOffset) {
+    return openDiskImage(path, geometry, dataStartOffset,
+                         FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
+}
+
+void loadRawImageFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                      ImagePtr const& image, vlUInt64 dataStartOffset) {
+    FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
+    DiskImagePtr const pDiskImage = openDiskImage(path, geometry, dataStartOffset, failure);
+    copyImage(pDiskImage, image, eDispatch::Local, failure);
+}
+
+ImagePtr loadRawImageFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                          vlUInt64 dataStartOffset) {
+    ImagePtr pImage = createMemoryTarget(geometry, FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
+    loadRawImageFile(path, geometry, pImage, dataStartOffset);
+    return pImage;
+}
+
+DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& path,
+                                                BaseImageGeometry const& geometry, vlUInt64 dataStartOffset,
+                                                bool defaultDispatch) {
+    return loadDistributed(path, geometry, dataStartOffset, defaultDispatch,
+                           FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
+}
+
+DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& path,
+                                                DistributedImage const& model,
+                                                eImageBufferType const& bufferType, vlUInt64 dataStartOffset,
+                                                bool defaultDispatch) {
+    ImageGeometryPtr const pGeometry = duplicateGeometry(model.getGeometry());
+    pGeometry->setBufferType(bufferType);
+    return loadDistributed(path, *pGeometry, dataStartOffset, defaultDispatch,
+                           FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
+}
+
+template <class Options, class>
+void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
+                      Options const& options) {
+    FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
+    requireSource(image, path, failure);
+    ReplacedFile file(path);
+    if (options.bReplaceWhenWhole) {
+        failure.require(createTarget(file, path));
+    }
+    auto const pAccessor = boost::make_shared<SavedRawFile>(file);
+    failure.require(pAccessor->create(image->getGeometry(), options.fileHeader));
+    copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);
+    failure.require(pAccessor->close());
+    failure.require(file.commit());
+}
+
+template VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path,
+                                                       ImageConstPtr const& image,
+                                                       RawWriteOptions const& options);
+
+void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
+                      std::string const& fileHeader) {
+    FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
+    requireSource(image, path, failure);
+    auto const pAccessor = boost::make_shared<RawImageFile>();
+    failure.require(pAccessor->createFile(path, image->getGeometry(), fileHeader));
+    copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);
+}
+
+} // namespace velmo::image::file

@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/files/CheckedTiffImageFile.h"
+
+#include "Frame/AccessorIdiom.h"
+
+#include <VELMOSerialization/BaseArchive.h>
+
+namespace velmo::image::file {
+
+CheckedTiffImageFile::CheckedTiffImageFile() : CheckedTiffImageFile(eTiffPolicy::Strict) {}
+
+CheckedTiffImageFile::CheckedTiffImageFile(eTiffPolicy policy) : TiffImageFile(policy) {}
+
+VELMO_DEFINE_ACCESSOR_IDENTITY(CheckedTiffImageFile, "velmo::image::file::CheckedTiffImageFile", 1)
+
+BoolResult CheckedTiffImageFile::write(BaseOArchive& archive) const {
+    int const tolerant = getPolicy() == eTiffPolicy::Tolerant ? 1 : 0;
+    archive << oItem("_bTolerant", tolerant);
+    return TiffImageFile::write(archive);
+}
+
+// The base opens the file, so that the policy must be known before.
+BoolResult CheckedTiffImageFile::read(BaseIArchive& archive) {
+    int tolerant = 0;
+    archive >> iItem("_bTolerant", tolerant);
+    setPolicy(tolerant != 0 ? eTiffPolicy::Tolerant : eTiffPolicy::Strict);
+    return TiffImageFile::read(archive);
+}
+
+} // namespace velmo::image::file

@@ -1,0 +1,179 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include <VELMOImageFile/TiffImageFile.h>
+
+#include "Frame/AccessorIdiom.h"
+#include "Frame/FailureText.h"
+#include "Tiff/TiffImageFileTools.h"
+#include "Tiff/model/TiffOpening.h"
+#include "Tiff/planes/TiffPlaneAccess.h"
+
+#include <VELMOImageFile/ImageFileCheckMessage.h>
+#include <VELMOSerialization/ClassVersion.h>
+#include <boost/filesystem/operations.hpp>
+#include <cstdio>
+#include <tiffio.h>
+
+namespace velmo::image::file {
+
+namespace {
+
+bool isMissing(boost::filesystem::path const& path) {
+    boost::system::error_code ignored;
+    auto const type = boost::filesystem::status(path, ignored).type();
+    return type == boost::filesystem::file_not_found || type == boost::filesystem::status_error;
+}
+
+} // namespace
+
+TiffImageFile::TiffImageFile() : TiffImageFile(eTiffPolicy::Plain) {}
+
+TiffImageFile::TiffImageFile(eTiffPolicy policy) : _policy(policy) {}
+
+TiffImageFile::~TiffImageFile() {
+    TiffImageFile::clearDerived();
+}
+
+VELMO_DEFINE_ACCESSOR_IDENTITY(TiffImageFile, "velmo::image::file::TiffImageFile", 1)
+
+// Creating and opening
+
+BoolResult TiffImageFile::openFile(boost::filesystem::path const& filePath,
+                                   eImageAccessMode const& accessMode,
+                                   eTiffDirectoryMode const& directoryMode, eTiffBufferMode const& bufferMode,
+                                   std::string& userProperties) {
+    boost::filesystem::path const kept(filePath); // NOLINT(*-unnecessary-copy*): may be the accessor's own
+    clear();
+    return openFileInternal(kept, accessMode, directoryMode, bufferMode, userProperties, false);
+}
+
+BoolResult TiffImageFile::openSharedRemoteFile(boost::filesystem::path const& filePath,
+                                               eTiffDirectoryMode const& directoryMode,
+                                               eTiffBufferMode const& bufferMode,
+                                               std::string& userProperties) {
+    boost::filesystem::path const kept(filePath); // NOLINT(*-unnecessary-copy*): may be the accessor's own
+    clear();
+    return openFileInternal(kept, eIAM_ReadOnly, directoryMode, bufferMode, userProperties, true);
+}
+
+BoolResult TiffImageFile::createFile(boost::filesystem::path const& filePath,
+                                     BaseImageGeometry const& imageGeometry,
+                                     GeometricCalibrationConstPtr const& pGeometricCalibration) {
+    KeptArguments const kept(filePath, imageGeometry);
+    GeometricCalibrationConstPtr const pCalibration(pGeometricCalibration); // NOLINT(*-unnecessary-copy*)
+    clear();
+    BoolResult result = createFileInternal(kept.path, kept.geometry(), pCalibration);
+    if (result) {
+        _tiffDirectoryMode = eTDM_Volume;
+        _tiffBufferMode = eTBM_Default;
+        initBase(kept.path, eIAM_ReadWrite, kept.geometry(), pCalibration, false);
+    }
+    return result;
+}
+
+BoolResult TiffImageFile::openFileInternal(boost::filesystem::path const& filePath,
+                                           eImageAccessMode const& accessMode,
+                                           eTiffDirectoryMode const& directoryMode,
+                                           eTiffBufferMode const& bufferMode, std::string& userProperties,
+                                           bool bSharedRemote) {
+    TiffContents opened;
+    BoolResult result = openTiff(filePath, {accessMode, directoryMode, bufferMode, _policy}, opened);
+    if (result) {
+        _pTiff = opened.pTiff;
+        _tiffDirectoryMode = directoryMode;
+        _tiffBufferMode = bufferMode;
+        if (opened.bHasUserProperties) {
+            userProperties = opened.userProperties;
+        }
+        initBase(filePath, accessMode, *opened.pGeometry, opened.pCalibration, bSharedRemote);
+    }
+    return result;
+}
+
+BoolResult TiffImageFile::createFileInternal(boost::filesystem::path const& filePath,
+                                             BaseImageGeometry const& imageGeometry,
+                                             GeometricCalibrationConstPtr const& pGeometricCalibration) {
+    return createTiffFile(filePath, imageGeometry, pGeometricCalibration, eTC_None, _pTiff);
+}
+
+void TiffImageFile::clearDerived() {
+    if (_pTiff != nullptr) {
+        TIFFClose(_pTiff);
+        _pTiff = nullptr;
+    }
+}
+
+// Pixels
+
+bool TiffImageFile::hasBinary8BitsStorage() const {
+    requireInitialised(VELMO_HERE, *this);
+    return true;
+}
+
+BoolResult TiffImageFile::resizeData(BaseImageGeometry const& imageGeometry) {
+    clearDerived();
+    return createFileInternal(getFilePath(), imageGeometry, getGeometricCalibrationConstPtr());
+}
+
+BoolResult TiffImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                      vlUInt64 nbPixels, void* buffer) const {
+    boost::lock_guard<boost::mutex> const lock(_mutex);
+    try {
+        return readPlane(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, _policy,
+                         buffer);
+    } catch (std::exception const& exception) {
+        if (printsExceptions(_policy)) {
+            std::puts(exception.what());
+        }
+        return failure(exception.what());
+    }
+}
+
+BoolResult TiffImageFile::writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                       vlUInt64 nbPixels, void const* buffer) {
+    boost::lock_guard<boost::mutex> const lock(_mutex);
+    return writePlane(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, _policy,
+                      buffer);
+}
+
+// Archives
+
+BoolResult TiffImageFile::write(BaseOArchive& archive) const {
+    BoolResult result = BaseDiskImageAccessor::write(archive);
+    if (result) {
+        writeClassVersion(archive, getClassName(), getVersion());
+        archive << oItem("_tiffDirectoryMode", _tiffDirectoryMode)
+                << oItem("_tiffBufferMode", _tiffBufferMode);
+    }
+    return result;
+}
+
+BoolResult TiffImageFile::read(BaseIArchive& archive) {
+    ClearUnlessKept unlessOpened(*this);
+    BoolResult result = BaseDiskImageAccessor::read(archive);
+    if (!result) {
+        return result;
+    }
+    readClassVersion(archive, getClassName(), getVersion(), VELMO_HERE);
+    clearDerived();
+    archive >> iItem("_tiffDirectoryMode", _tiffDirectoryMode) >> iItem("_tiffBufferMode", _tiffBufferMode);
+    if (!isInit()) {
+        return success();
+    }
+    boost::filesystem::path const path(getFilePath());
+    if (getAccessMode() != eIAM_ReadOnly && recreatesMissingFiles(_policy) && isMissing(path)) {
+        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_FileMadeAnew, path.string());
+        result = createFileInternal(path, getGeometry(), getGeometricCalibrationConstPtr());
+    } else {
+        std::string userProperties;
+        result = openFileInternal(path, getAccessMode(), _tiffDirectoryMode, _tiffBufferMode, userProperties,
+                                  hasSharedRemoteAccess());
+    }
+    if (result) {
+        unlessOpened.keep();
+    }
+    return result;
+}
+
+} // namespace velmo::image::file

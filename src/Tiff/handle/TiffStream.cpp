@@ -1,0 +1,328 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/handle/TiffStream.h"
+
+#include "Tiff/handle/TiffDirectories.h"
+#include "Tiff/handle/TiffErrorHandler.h"
+#include "Tiff/handle/TiffStrips.h"
+#include "Tiff/handle/TiffTags.h"
+
+#include <VELMOUtil/FileKind.h>
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+#include <fcntl.h>
+#include <iterator>
+#include <sys/stat.h>
+#include <tiffio.h>
+#include <unistd.h>
+
+namespace velmo::image::file {
+
+namespace {
+
+/// Reads from this size on go straight to their place.
+constexpr vlUInt64 g_largeRead = 4096;
+/// libtiff would give a file that is shorter than its header a new one.
+constexpr vlUInt64 g_headerSize = 8;
+
+/// What libtiff may allocate at once for a file that is read: the arrays of a directory and one strip as the
+/// file has it. In mode "r+" it would cut a large single strip into as many small ones as the directory
+/// announces.
+constexpr vlUInt64 g_smallAllocation = vlUInt64{64} << 20;
+constexpr vlUInt64 g_allocationFactor = 64;
+
+bool isUpdate(char const* mode) {
+    return std::strcmp(mode, "r+") == 0;
+}
+
+int toOpenFlags(char const* mode) {
+    if (mode[0] == 'w') {
+        return O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC;
+    }
+    return (isUpdate(mode) ? O_RDWR : O_RDONLY) | O_CLOEXEC;
+}
+
+thread_local std::error_code g_openError;
+thread_local std::error_code g_closeError;
+
+void reportOpenFailure(boost::filesystem::path const& path, std::error_code const& error) {
+    g_openError = error;
+    TIFFErrorExt(nullptr, "TIFFOpen", "%s: %s", path.c_str(), error.message().c_str());
+}
+
+/// Repeats a system call on what it left over, until it moves nothing more.
+template <class Transfer>
+vlUInt64 transferAll(vlUInt64 nbBytes, Transfer const& transfer) {
+    vlUInt64 done = 0;
+    while (done < nbBytes) {
+        ssize_t const moved = transfer(done);
+        if (moved > 0) {
+            done += static_cast<vlUInt64>(moved);
+        } else if (moved == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    return done;
+}
+
+bool isZero(void const* pBuffer, vlUInt64 nbBytes) {
+    auto const* const pBytes = static_cast<char const*>(pBuffer);
+    return nbBytes == 0 || (pBytes[0] == 0 && std::memcmp(pBytes, pBytes + 1, nbBytes - 1) == 0);
+}
+
+/// What libtiff needs to encode a strip of a compressed file, whose strips it keeps as they are.
+vlUInt64 getEncodingRoom(TIFF* pTiff) {
+    auto const stripSize = static_cast<vlUInt64>(std::max<tmsize_t>(0, TIFFStripSize(pTiff)));
+    vlUInt64 const nbBytesInFile =
+        std::min<vlUInt64>(TIFFGetStrileByteCount(pTiff, 0), TiffStream::find(pTiff)->getSize());
+    constexpr vlUInt64 margin = 8; // an eighth: strips may grow
+    bool const bEncoded = getCompression(pTiff) != COMPRESSION_NONE && isJustified(stripSize, nbBytesInFile);
+    return bEncoded ? stripSize + stripSize / margin : 0;
+}
+
+/// Whether libtiff left out a text of the first directory; of one without memory it may say nothing.
+bool lacksText(TIFF* pTiff, TiffStream& stream) {
+    constexpr std::uint32_t tags[] = {TIFFTAG_SOFTWARE, TIFFTAG_IMAGEDESCRIPTION, g_userPropertiesTag};
+    return std::any_of(std::begin(tags), std::end(tags), [&](std::uint32_t tag) {
+        char const* text = nullptr;
+        return TIFFGetField(pTiff, tag, &text) != 1 &&
+               hasEntry(pTiff, stream, TIFFCurrentDirOffset(pTiff), tag);
+    });
+}
+
+} // namespace
+
+struct TiffStream::ClientProcedures {
+    static tmsize_t read(thandle_t handle, void* pBuffer, tmsize_t nbBytes) {
+        TiffStream& stream = *static_cast<TiffStream*>(handle);
+        vlUInt64 const done = stream.readAt(stream._position, pBuffer, static_cast<vlUInt64>(nbBytes));
+        stream._position += done;
+        return static_cast<tmsize_t>(done);
+    }
+
+    /// libtiff's texts for memory that it did not get. A text says so too where a file asks for more than it
+    /// may have; nothing was refused then.
+    static int report(TIFF* /*pTiff*/, void* pStream, char const* /*module*/, char const* format,
+                      va_list /*arguments*/) {
+        constexpr char const* signs[] = {"emory", "o space", "lloc", "Insertion in"};
+        bool const bOfMemory = std::any_of(std::begin(signs), std::end(signs), [&](char const* sign) {
+            return std::strstr(format, sign) != nullptr;
+        });
+        if (std::strstr(format, "beyond the") != nullptr) {
+            errno = 0;
+        }
+        TiffStream& stream = *static_cast<TiffStream*>(pStream);
+        stream._bMemoryRefused = stream._bMemoryRefused || (bOfMemory && errno == ENOMEM);
+        return 0; // the handlers of the process come next
+    }
+
+    static tmsize_t write(thandle_t handle, void* pBuffer, tmsize_t nbBytes) {
+        TiffStream& stream = *static_cast<TiffStream*>(handle);
+        vlUInt64 const done = stream.writeAt(stream._position, pBuffer, static_cast<vlUInt64>(nbBytes));
+        stream._position += done;
+        return static_cast<tmsize_t>(done);
+    }
+
+    static toff_t seek(thandle_t handle, toff_t offset, int whence) {
+        TiffStream& stream = *static_cast<TiffStream*>(handle);
+        switch (whence) {
+        case SEEK_CUR:
+            stream._position += offset;
+            break;
+        case SEEK_END:
+            stream._position = stream.getSize() + offset;
+            break;
+        default:
+            stream._position = offset;
+        }
+        return stream._position;
+    }
+
+    static int close(thandle_t handle) {
+        delete static_cast<TiffStream*>(handle);
+        return 0;
+    }
+
+    static toff_t size(thandle_t handle) { return static_cast<TiffStream*>(handle)->getSize(); }
+};
+
+TiffStream::TiffStream(bool bWritable) : _bWritable(bWritable), _pChain(new DirectoryChain) {}
+
+TiffStream::~TiffStream() {
+    if (_descriptor >= 0) {
+        releaseReserved();
+        bool const bClosed = ::close(_descriptor) == 0;
+        g_closeError = bClosed ? std::error_code() : std::error_code(errno, std::generic_category());
+    }
+}
+
+std::error_code TiffStream::getOpenError() {
+    return g_openError;
+}
+
+BoolResult TiffStream::getCloseResult() {
+    return g_closeError ? failure(g_closeError.message()) : success();
+}
+
+TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
+    g_openError.clear();
+    TIFF* pTiff = open(path, mode, g_smallAllocation);
+    vlUInt64 const room = pTiff != nullptr && isUpdate(mode) ? getEncodingRoom(pTiff) : 0;
+    if (room > g_smallAllocation) { // what libtiff may allocate is settled at the opening
+        TIFFClose(pTiff);
+        pTiff = open(path, mode, room);
+    }
+    return pTiff;
+}
+
+TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode, vlUInt64 room) {
+    std::error_code const seekError = getSeekError(path);
+    if (seekError) {
+        reportOpenFailure(path, seekError);
+        return nullptr;
+    }
+    constexpr mode_t anybody = 0666;
+    std::unique_ptr<TiffStream> pStream(new TiffStream(mode[0] == 'w'));
+    pStream->_descriptor = ::open(path.c_str(), toOpenFlags(mode), anybody);
+    if (pStream->_descriptor < 0) {
+        reportOpenFailure(path, std::error_code(errno, std::generic_category()));
+        return nullptr;
+    }
+    bool const bTooShort = isUpdate(mode) && pStream->getSize() < g_headerSize;
+    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode, room);
+}
+
+TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
+                             char const* mode, vlUInt64 room) {
+    using Client = ClientProcedures;
+    std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> const pOptions(TIFFOpenOptionsAlloc(),
+                                                                                TIFFOpenOptionsFree);
+    if (!pOptions) {
+        reportOpenFailure(path, std::make_error_code(std::errc::not_enough_memory));
+        return nullptr;
+    }
+    TIFFOpenOptionsSetErrorHandlerExtR(pOptions.get(), Client::report, pStream.get());
+    TIFFOpenOptionsSetWarningHandlerExtR(pOptions.get(), Client::report, pStream.get());
+    if (mode[0] == 'r') {
+        vlUInt64 const limit = std::max(room, pStream->getSize() * g_allocationFactor);
+        TIFFOpenOptionsSetMaxSingleMemAlloc(pOptions.get(), static_cast<tmsize_t>(limit));
+    }
+    errno = 0; // for `report` and `lacksText`
+    TIFF* const pTiff =
+        TIFFClientOpenExt(path.c_str(), mode, pStream.get(), Client::read, Client::write, Client::seek,
+                          Client::close, Client::size, nullptr, nullptr, pOptions.get());
+    if (pTiff == nullptr && pStream->_writeError) {
+        reportOpenFailure(path, pStream->_writeError); // libtiff does not name the reason
+    }
+    if (pTiff != nullptr) {
+        TiffStream& stream = *pStream.release();
+        stream._bMemoryRefused = stream._bMemoryRefused || (errno == ENOMEM && lacksText(pTiff, stream));
+    }
+    return pTiff;
+}
+
+TiffStream* TiffStream::find(TIFF* pTiff) {
+    bool const bOurs = TIFFGetReadProc(pTiff) == ClientProcedures::read;
+    return bOurs ? static_cast<TiffStream*>(TIFFClientdata(pTiff)) : nullptr;
+}
+
+std::string getTiffFailure(TIFF* pTiff) {
+    std::string text = getTiffWords();
+    TiffStream const* const pStream = TiffStream::find(pTiff);
+    if (pStream != nullptr && pStream->getWriteError()) {
+        text += text.empty() ? "" : ": ";
+        text += pStream->getWriteError().message();
+    }
+    return text;
+}
+
+vlUInt64 TiffStream::getSize() const {
+    struct stat status = {};
+    vlUInt64 const size = fstat(_descriptor, &status) == 0 ? static_cast<vlUInt64>(status.st_size) : 0;
+    return size == _reservedEnd ? _reservedStart : size;
+}
+
+vlUInt64 TiffStream::readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
+    return transferAll(nbBytes, [&](vlUInt64 done) {
+        ssize_t const moved = pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
+                                    static_cast<off_t>(offset + done));
+        bool const bBeyondFiles = errno == EINVAL || errno == EOVERFLOW; // an offset that a file tells
+        if (moved < 0 && errno != EINTR && !bBeyondFiles) {
+            _readError = std::error_code(errno, std::generic_category());
+        }
+        return moved;
+    });
+}
+
+vlUInt64 TiffStream::readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
+    bool const bAhead = offset >= _aheadOffset && offset - _aheadOffset < _aheadSize &&
+                        nbBytes <= _aheadSize - (offset - _aheadOffset);
+    if (!bAhead && nbBytes >= g_largeRead) {
+        return readDirectly(offset, pBuffer, nbBytes);
+    }
+    if (!bAhead) {
+        _aheadOffset = offset;
+        _aheadSize = readDirectly(offset, _ahead.data(), _ahead.size());
+    }
+    vlUInt64 const done = std::min(nbBytes, _aheadSize - (offset - _aheadOffset));
+    if (done != 0) {
+        std::memcpy(pBuffer, _ahead.data() + (offset - _aheadOffset), done);
+    }
+    return done;
+}
+
+vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes) {
+    if (!_bWritable) {
+        return 0;
+    }
+    forgetAhead();
+    if (takeAsReserved(offset, pBuffer, nbBytes)) {
+        return nbBytes;
+    }
+    _writeError.clear();
+    return transferAll(nbBytes, [&](vlUInt64 done) {
+        ssize_t const moved = pwrite(_descriptor, static_cast<std::byte const*>(pBuffer) + done,
+                                     nbBytes - done, static_cast<off_t>(offset + done));
+        if (moved < 0 && errno != EINTR) {
+            _writeError = std::error_code(errno, std::generic_category());
+        }
+        return moved;
+    });
+}
+
+void TiffStream::reserveZeros(vlUInt64 nbBytes) {
+    releaseReserved();
+    vlUInt64 const end = getSize();
+    if (nbBytes != 0 &&
+        fallocate(_descriptor, 0, static_cast<off_t>(end), static_cast<off_t>(nbBytes)) == 0) {
+        _reservedStart = end;
+        _reservedEnd = end + nbBytes;
+    }
+}
+
+// Behind what is written, space is reserved still; before it, a write of zeros must overwrite.
+bool TiffStream::takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes) {
+    vlUInt64 const end = offset + nbBytes;
+    if (end <= _reservedStart || offset >= _reservedEnd) {
+        return false;
+    }
+    bool const bInside = offset >= _reservedStart && end <= _reservedEnd;
+    _reservedStart = std::min(end, _reservedEnd);
+    return bInside && isZero(pBuffer, nbBytes);
+}
+
+void TiffStream::releaseReserved() {
+    if (_reservedStart < _reservedEnd) {
+        vlUInt64 const end = getSize();
+        if (ftruncate(_descriptor, static_cast<off_t>(end)) != 0) {
+            return; // the file is longer than it need be
+        }
+    }
+    _reservedStart = 0;
+    _reservedEnd = 0;
+}
+
+} // namespace velmo::image::file

@@ -1,0 +1,233 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/handle/TiffStrips.h"
+
+#include "Frame/FailureText.h"
+#include "Tiff/handle/TiffDirectories.h"
+#include "Tiff/handle/TiffStream.h"
+#include "Tiff/handle/TiffTags.h"
+
+#include <VELMOImageFile/ImageFileCheckMessage.h>
+#include <VELMOUtil/CheckedArithmetic.h>
+#include <algorithm>
+#include <vector>
+
+namespace velmo::image::file {
+
+namespace {
+
+/// No codec whose strips can be judged makes more bytes of one.
+constexpr vlUInt64 g_strongestPacking = 4096;
+constexpr vlUInt64 g_smallStrip = 65536;
+
+bool packsLittle(std::uint16_t compression) {
+    switch (compression) {
+    case COMPRESSION_NONE:
+    case COMPRESSION_LZW:
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_DEFLATE:
+    case COMPRESSION_PACKBITS:
+        return true;
+    default:
+        return false;
+    }
+}
+
+std::uint32_t toStripNumber(vlUInt64 strip) {
+    return static_cast<std::uint32_t>(std::min<vlUInt64>(strip, NumericLimits<std::uint32_t>::s_max));
+}
+
+vlUInt64 getOffset(TIFF* pTiff, vlUInt64 strip) {
+    return TIFFGetStrileOffset(pTiff, toStripNumber(strip));
+}
+
+vlUInt64 getByteCount(TIFF* pTiff, vlUInt64 strip) {
+    return TIFFGetStrileByteCount(pTiff, toStripNumber(strip));
+}
+
+/// libtiff estimates the size of a single strip that the file does not tell, by what lies behind it; to write
+/// as much would overwrite that.
+bool hasEstimatedByteCount(TIFF* pTiff) {
+    TiffStream* const pStream = TiffStream::find(pTiff);
+    return pStream != nullptr && getCompression(pTiff) != COMPRESSION_NONE &&
+           TIFFNumberOfStrips(pTiff) == 1 &&
+           readEntryNumber(pTiff, *pStream, TIFFCurrentDirOffset(pTiff), TIFFTAG_STRIPBYTECOUNTS) !=
+               getByteCount(pTiff, 0);
+}
+
+/// Whether libtiff knows how to encode, and where the strips are: it takes both for granted.
+bool canBeWritten(TIFF* pTiff) {
+    auto const offsets = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPOFFSETS);
+    auto const byteCounts = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPBYTECOUNTS);
+    return offsets && *offsets != nullptr && byteCounts && *byteCounts != nullptr &&
+           TIFFIsCODECConfigured(getCompression(pTiff)) != 0 && !hasEstimatedByteCount(pTiff);
+}
+
+} // namespace
+
+vlUInt64 StripLayout::getBytesOf(vlUInt64 strip) const {
+    auto const start = checkedMultiply(strip, getStripPixels());
+    bool const bInside = start && *start < getNbPixels();
+    return bInside ? std::min(getNbPixels() - *start, getStripPixels()) * pixelStride : getStripBytes();
+}
+
+vlUInt64 StripLayout::getBytesOfRows(vlUInt64 nbPixels) const {
+    return divideUp(nbPixels, sizeX) * sizeX * pixelStride;
+}
+
+bool StripLayout::isCountable() const {
+    auto const planePixels =
+        checkedMultiply(sizeX, checkedAdd(sizeY, rowsPerStrip).value_or(NumericLimits<vlUInt64>::s_max));
+    return planePixels && checkedMultiply(*planePixels, pixelStride);
+}
+
+TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout)
+    : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _layout(layout),
+      _bCompressed(getCompression(pTiff) != COMPRESSION_NONE), _bDeflate(isDeflate(pTiff)),
+      _bWritable(canBeWritten(pTiff)), _bPlain(_bWritable && !_bCompressed && hasPlainSamples()),
+      _bInflates(_bDeflate && !isPredicted() && hasPlainSamples()) {}
+
+/// Whether samples, once they are decoded, lie as in memory.
+bool TiffStrips::hasPlainSamples() const {
+    auto const width = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
+    auto const length = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGELENGTH).value_or(0);
+    bool const bOneByte = getTag<std::uint16_t>(_pTiff, TIFFTAG_BITSPERSAMPLE).value_or(0) == 8;
+    return _pStream != nullptr && TIFFIsTiled(_pTiff) == 0 && (TIFFIsByteSwapped(_pTiff) == 0 || bOneByte) &&
+           hasUsualFillOrder(_pTiff) && width == _layout.sizeX && length == _layout.sizeY &&
+           static_cast<vlUInt64>(TIFFScanlineSize(_pTiff)) == _layout.sizeX * _layout.pixelStride;
+}
+
+bool TiffStrips::isPredicted() const {
+    std::uint16_t predictor = PREDICTOR_NONE;
+    return TIFFGetField(_pTiff, TIFFTAG_PREDICTOR, &predictor) == 1 && predictor != PREDICTOR_NONE;
+}
+
+vlUInt64 TiffStrips::countPlain(vlUInt64 strip, vlUInt64 nbWanted) const {
+    vlUInt64 nbPlain = 0;
+    vlUInt64 const nbStrips = _bPlain ? TIFFNumberOfStrips(_pTiff) : 0;
+    vlUInt64 expectedOffset = _bPlain ? getOffset(_pTiff, strip) : 0;
+    for (vlUInt64 next = strip; nbPlain < nbWanted && next < nbStrips; ++next, ++nbPlain) {
+        vlUInt64 const offset = getOffset(_pTiff, next);
+        if (offset == 0 || offset != expectedOffset ||
+            getByteCount(_pTiff, next) < _layout.getBytesOf(next)) {
+            break;
+        }
+        expectedOffset = offset + _layout.getStripBytes();
+    }
+    return nbPlain;
+}
+
+bool TiffStrips::readPlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void* pBuffer) {
+    _bPlain = _pStream->readAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
+    return _bPlain;
+}
+
+bool TiffStrips::isInFile(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes) const {
+    auto const end = checkedAdd(getOffset(_pTiff, strip), skip + nbBytes);
+    return end && *end <= _pStream->getSize();
+}
+
+bool TiffStrips::writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void const* pBuffer) {
+    _bPlain = _pStream->writeAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
+    return _bPlain;
+}
+
+long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
+    if (_bInflates && nbBytes == _layout.getBytesOf(strip) && inflate(strip, nbBytes, pBuffer)) {
+        return static_cast<long>(nbBytes);
+    }
+    ZlibDecoding const zlib(_pTiff, _bDeflate);
+    return TIFFReadEncodedStrip(_pTiff, toStripNumber(strip), pBuffer, static_cast<tmsize_t>(nbBytes));
+}
+
+/// False, and the strip is libtiff's, where anything is not as it should be.
+bool TiffStrips::inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
+    constexpr vlUInt64 room = 65536; // what does not pack takes a few bytes more
+    vlUInt64 const nbStrips = TIFFNumberOfStrips(_pTiff);
+    vlUInt64 const nbPacked = strip < nbStrips ? getByteCount(_pTiff, strip) : 0;
+    if (nbPacked == 0 || nbPacked > nbBytes + room) {
+        return false;
+    }
+    DeflateDecoder& decoder = _pStream->accessDeflateDecoder();
+    return _pStream->readAt(getOffset(_pTiff, strip), decoder.providePacked(nbPacked), nbPacked) ==
+               nbPacked &&
+           decoder.inflate(pBuffer, nbBytes);
+}
+
+BoolResult TiffStrips::requireWritable(vlUInt64 strip) const {
+    // libtiff would add a strip that is not there, and take as much memory as one announces.
+    bool const bThere = _bWritable && strip < TIFFNumberOfStrips(_pTiff) &&
+                        (_pStream == nullptr || getByteCount(_pTiff, strip) <= _pStream->getSize());
+    return bThere ? success() : fail(eImageFileCheckMessage::eIFCM_StripNotWritable);
+}
+
+long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
+    long written = encode(strip, pBuffer);
+    bool const bOutOfOrder =
+        _bCompressed && strip > 0 && getOffset(_pTiff, strip) < getOffset(_pTiff, strip - 1);
+    if (written >= 0 && bOutOfOrder) {
+        written = moveToEnd(strip) ? encode(strip, pBuffer) : -1;
+    }
+    return written;
+}
+
+long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
+    bool const bCut =
+        isShort(strip) && (_bCompressed || getByteCount(_pTiff, strip) < _layout.getStripBytes());
+    vlUInt64 const nbBytes = bCut ? _layout.getBytesOf(strip) : _layout.getStripBytes();
+    std::vector<std::byte> turned; // libtiff turns bytes and bits in place
+    if (TIFFIsByteSwapped(_pTiff) != 0 || !hasUsualFillOrder(_pTiff)) {
+        auto const* const pBytes = static_cast<std::byte const*>(pBuffer);
+        turned.assign(pBytes, pBytes + nbBytes);
+    }
+    return TIFFWriteEncodedStrip(_pTiff, toStripNumber(strip),
+                                 turned.empty() ? const_cast<void*>(pBuffer) : turned.data(),
+                                 static_cast<tmsize_t>(nbBytes));
+}
+
+/// A compressed strip that grows moves to the end of the file, and one that does not stays where it was.
+/// There are readers that take strips whose offsets do not rise for an image that stands on its head. A strip
+/// moves when it is larger than the place it has.
+bool TiffStrips::moveToEnd(vlUInt64 strip) const {
+    std::vector<std::byte> room(getByteCount(_pTiff, strip) + 1);
+    TIFFSetWriteOffset(_pTiff, 0); // else libtiff takes it for more of the strip before
+    auto const size = static_cast<tmsize_t>(room.size());
+    return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), room.data(), size) == size;
+}
+
+bool TiffStrips::isMiscounted(vlUInt64 strip) const {
+    return !_bCompressed && getByteCount(_pTiff, strip) != _layout.getBytesOf(strip);
+}
+
+BoolResult TiffStrips::requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const {
+    if (nbBytes <= g_smallStrip || _pStream == nullptr || !packsLittle(getCompression(_pTiff))) {
+        return success();
+    }
+    vlUInt64 const nbBytesInFile = std::min(getByteCount(_pTiff, strip), _pStream->getSize());
+    return isJustified(nbBytes, nbBytesInFile)
+               ? success()
+               : fail(eImageFileCheckMessage::eIFCM_StripTooSmall, nbBytesInFile, nbBytes);
+}
+
+bool isJustified(vlUInt64 nbBytes, vlUInt64 nbBytesInFile) {
+    return nbBytes / g_strongestPacking <= nbBytesInFile;
+}
+
+bool isDeflate(TIFF* pTiff) {
+    std::uint16_t const compression = getCompression(pTiff);
+    return compression == COMPRESSION_DEFLATE || compression == COMPRESSION_ADOBE_DEFLATE;
+}
+
+ZlibDecoding::ZlibDecoding(TIFF* pTiff, bool bWanted) : _pTiff(pTiff) {
+    _bSet = bWanted && TIFFGetField(pTiff, TIFFTAG_DEFLATE_SUBCODEC, &_previous) == 1 &&
+            TIFFSetField(pTiff, TIFFTAG_DEFLATE_SUBCODEC, DEFLATE_SUBCODEC_ZLIB) == 1;
+}
+
+ZlibDecoding::~ZlibDecoding() {
+    if (_bSet) {
+        TIFFSetField(_pTiff, TIFFTAG_DEFLATE_SUBCODEC, _previous);
+    }
+}
+
+} // namespace velmo::image::file

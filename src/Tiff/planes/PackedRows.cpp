@@ -1,0 +1,147 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/planes/PackedRows.h"
+
+#include "Tiff/handle/TiffStrips.h"
+#include "Tiff/handle/TiffTags.h"
+#include "Tiff/planes/PlaneContext.h"
+
+#include <VELMOImageFile/ImageFileCheckMessage.h>
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace velmo::image::file {
+
+namespace {
+
+using Check = eImageFileCheckMessage;
+
+/// Bits from the most significant one on.
+void unpack(std::byte const* pBits, vlUInt64 first, vlUInt64 nbPixels, std::byte* pPixels) {
+    for (vlUInt64 i = 0; i < nbPixels; ++i) {
+        vlUInt64 const bit = first + i;
+        pPixels[i] = (pBits[bit / 8] >> (7 - bit % 8)) & std::byte{1};
+    }
+}
+
+class PackedRows {
+  public:
+    explicit PackedRows(PlaneContext const& context)
+        : _context(context), _sizeX(context.geometry.getSizeX()),
+          _nbRows(getTag<std::uint32_t>(context.pTiff, TIFFTAG_IMAGELENGTH).value_or(0)),
+          _rowsPerStrip(getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0)),
+          _bCompressed(getCompression(context.pTiff) != COMPRESSION_NONE) {
+        if (_rowsPerStrip == 0) { // all rows in one
+            _rowsPerStrip = std::max<vlUInt64>(1, _nbRows);
+        }
+        tmsize_t const scanlineSize = TIFFScanlineSize(context.pTiff);
+        _buffer.resize(
+            std::max((_sizeX + 7) / 8, static_cast<vlUInt64>(std::max<tmsize_t>(0, scanlineSize))));
+    }
+
+    /// Codecs know no other start than a strip's first row.
+    BoolResult skipTo(vlUInt64 row) {
+        BoolResult result = success();
+        if (_bCompressed && row < _nbRows) {
+            for (vlUInt64 before = row - row % _rowsPerStrip; result && before < row; ++before) {
+                result = read(before);
+            }
+        }
+        return result;
+    }
+
+    BoolResult read(vlUInt64 row) {
+        std::fill(_buffer.begin(), _buffer.end(), std::byte{0});
+        ZlibDecoding const zlib(_context.pTiff, isDeflate(_context.pTiff));
+        if (TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1) {
+            return success();
+        }
+        return failToReadRow(row, getTiffWords());
+    }
+
+    BoolResult failToReadRow(vlUInt64 row, std::string const& reason) const {
+        PlaneRun const& run = _context.run;
+        return fail(eTiffImageFileMessage::eTIFM_ReadRowError, row, run.z, run.c, run.t,
+                    _context.path.string(), reason);
+    }
+
+    BoolResult unpackRun(std::byte* pPixels) {
+        vlUInt64 const end = _context.run.pixelStart + _context.run.nbPixels;
+        BoolResult result = acceptBroken(skipTo(_context.run.pixelStart / _sizeX));
+        for (vlUInt64 pixel = _context.run.pixelStart; result && pixel < end;) {
+            vlUInt64 const column = pixel % _sizeX;
+            vlUInt64 const nbPixels = std::min(end - pixel, _sizeX - column);
+            result = acceptBroken(read(pixel / _sizeX));
+            if (result) {
+                unpack(_buffer.data(), getFirstBit(column), nbPixels, pPixels);
+            }
+            pPixels += nbPixels;
+            pixel += nbPixels;
+        }
+        warnOfBroken();
+        return result;
+    }
+
+  private:
+    /// Plain calls keep a byte of the column: a run that begins at column 256 or beyond begins at a bit other
+    /// than its own.
+    vlUInt64 getFirstBit(vlUInt64 column) const {
+        constexpr vlUInt64 byteMask = 0xFF;
+        PlaneRun const& run = _context.run;
+        vlUInt64 const first = cutsPackedColumns(_context.policy) ? column & byteMask : column;
+        if (first != column) {
+            warn(VELMO_HERE, Check::eIFCM_PackedRunShifted, run.z, run.c, run.t, _context.path.string(),
+                 first, column);
+        }
+        return first;
+    }
+
+    /// Where a broken row is no failure, it stays as far as it was decoded.
+    BoolResult acceptBroken(BoolResult const& result) {
+        if (result || !zeroesBrokenStrips(_context.policy)) {
+            return result;
+        }
+        if (++_nbBroken == 1) {
+            _firstBroken = result.getMessage();
+        }
+        return success();
+    }
+
+    void warnOfBroken() const {
+        PlaneRun const& run = _context.run;
+        if (_nbBroken != 0) {
+            warn(VELMO_HERE, Check::eIFCM_RowsNotDecoded, _nbBroken, run.z, run.c, run.t, _firstBroken);
+        }
+    }
+
+    PlaneContext const& _context;
+    vlUInt64 _sizeX;
+    vlUInt64 _nbRows;
+    vlUInt64 _rowsPerStrip;
+    bool _bCompressed;
+    std::vector<std::byte> _buffer;
+    vlUInt64 _nbBroken = 0;   ///< rows
+    std::string _firstBroken; ///< the text of its failure
+};
+
+} // namespace
+
+BoolResult readPackedRows(PlaneContext const& context, std::byte* pPixels) {
+    vlUInt64 const sizeX = context.geometry.getSizeX();
+    vlUInt64 const sizeY = context.geometry.getSizeY();
+    if (sizeX == 0 || context.run.nbPixels == 0) {
+        return success();
+    }
+    PackedRows rows(context);
+    vlUInt64 const firstRow = context.run.pixelStart / sizeX;
+    BoolResult inside = context.requireRunInside();
+    if (!inside) {
+        return rows.failToReadRow(std::max(firstRow, sizeY), inside.getMessage());
+    }
+    BoolResult fits = context.requirePackedDirectory();
+    return fits ? rows.unpackRun(pPixels) : rows.failToReadRow(firstRow, fits.getMessage());
+}
+
+} // namespace velmo::image::file

@@ -1,0 +1,104 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Frame/FailureText.h"
+#include "Tiff/handle/TiffErrorHandler.h"
+#include "Tiff/model/TiffPixels.h"
+#include "Tiff/planes/StripTransfer.h"
+
+#include <VELMOImageFile/ImageFileCheckMessage.h>
+#include <algorithm>
+#include <cstring>
+
+namespace velmo::image::file {
+
+void StripReader::addChannel(vlUInt64 channel, void* pPixels) {
+    _channels.push_back({channel, static_cast<std::byte*>(pPixels)});
+}
+
+BoolResult StripReader::failAtStrip(vlUInt64 strip, std::string const& reason) const {
+    return getContext().failToReadStrip(strip, reason);
+}
+
+BoolResult StripReader::run() {
+    BoolResult result = StripTransfer::run();
+    if (_nbBroken != 0) {
+        PlaneRun const& run = getContext().run;
+        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_StripsNotDecoded, _nbBroken, run.z, run.c, run.t,
+             _firstBroken);
+    }
+    return result;
+}
+
+/// A channel that pixels do not have is that number of samples behind a pixel's first one: zero behind the
+/// last.
+std::byte* StripReader::providePixels(vlUInt64 nbBytes) {
+    return provideBuffer(nbBytes + getLayout().pixelStride);
+}
+
+/// One channel goes straight to its place.
+bool StripReader::movePlain(Block const& block) {
+    if (getNbChannels() == 1) {
+        return getStrips().readPlain(block.strip, getSkip(block), getSize(block),
+                                     _channels.front().pPixels + getPlanOffset());
+    }
+    std::byte* const pBuffer = providePixels(getSize(block));
+    bool const bRead = getStrips().readPlain(block.strip, getSkip(block), getSize(block), pBuffer);
+    if (bRead) {
+        spread(pBuffer, block.nbPixels);
+    }
+    return bRead;
+}
+
+BoolResult StripReader::moveStrip(Block const& block) {
+    BoolResult result = decode(block);
+    if (result || _brokenStrip == eBrokenStrip::Fails) {
+        return result;
+    }
+    _firstBroken = ++_nbBroken == 1 ? result.getMessage() : _firstBroken;
+    return success();
+}
+
+/// Decodes a strip from its start to the end of the last row that is wanted: codecs know no other start, and
+/// predictors no other end. Of a strip that libtiff decodes in part the rest is zero; of one that it does not
+/// decode, with a wrong checksum say, everything is.
+BoolResult StripReader::decode(Block const& block) {
+    StripLayout const& layout = getLayout();
+    bool const bWhole = !failsAtMiscountedParts(getContext().policy) && getStrips().isMiscounted(block.strip);
+    vlUInt64 const nbStripBytes = layout.getBytesOf(block.strip);
+    vlUInt64 const nbBytes =
+        bWhole ? nbStripBytes
+               : std::min(layout.getBytesOfRows(block.position + block.nbPixels), nbStripBytes);
+    BoolResult held = getStrips().requireRoomFor(block.strip, nbBytes);
+    if (!held) {
+        fillWithZeros(block);
+        return failAtStrip(block.strip, held.getMessage());
+    }
+    bool const bInPlace = getNbChannels() == 1 && nbBytes == getSize(block);
+    std::byte* const pBuffer =
+        bInPlace ? _channels.front().pPixels + getPlanOffset() : providePixels(nbBytes);
+    long const nbRead = getStrips().read(block.strip, nbBytes, pBuffer);
+    vlUInt64 const nbDecoded = nbRead < 0 ? 0 : std::min(static_cast<vlUInt64>(nbRead), nbBytes);
+    if (nbDecoded < nbBytes) {
+        std::memset(pBuffer + nbDecoded, 0, nbBytes - nbDecoded);
+    }
+    if (!bInPlace) {
+        spread(pBuffer + getSkip(block), block.nbPixels);
+    }
+    return nbDecoded == nbBytes ? success() : failAtStrip(block.strip, getTiffWords());
+}
+
+void StripReader::fillWithZeros(Block const& block) const {
+    for (Channel const& channel : _channels) {
+        std::memset(channel.pPixels + getPlanOffset(), 0, block.nbPixels * getSampleBytes());
+    }
+}
+
+void StripReader::spread(std::byte const* pSource, vlUInt64 nbPixels) const {
+    for (Channel const& channel : _channels) {
+        colorToPlan(getContext().bufferType, getNbChannels(), channel.index, nbPixels, pSource,
+                    channel.pPixels + getPlanOffset());
+    }
+}
+
+} // namespace velmo::image::file

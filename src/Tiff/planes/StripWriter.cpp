@@ -1,0 +1,141 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/handle/TiffDirectories.h"
+#include "Tiff/handle/TiffStream.h"
+#include "Tiff/handle/TiffTags.h"
+#include "Tiff/model/TiffPixels.h"
+#include "Tiff/planes/StripTransfer.h"
+
+#include <VELMOImageFile/ImageFileCheckMessage.h>
+
+namespace velmo::image::file {
+
+void StripWriter::addChannel(vlUInt64 channel, void const* pPixels) {
+    _channels.push_back({channel, static_cast<std::byte const*>(pPixels)});
+}
+
+BoolResult StripWriter::failAtStrip(vlUInt64 strip, std::string const& reason) const {
+    return getContext().failToWriteStrip(strip, reason);
+}
+
+/// One channel is written as it is, whatever part of a strip it covers; others merge with what the file has.
+/// Parts of strips that a file cut short no longer has are left to the way that reads them first.
+bool StripWriter::movePlain(Block const& block) {
+    bool const bWhole = block.position == 0 && block.nbPixels % getLayout().getStripPixels() == 0;
+    if (!bWhole && !getStrips().isInFile(block.strip, getSkip(block), getSize(block))) {
+        return false;
+    }
+    if (getNbChannels() == 1) {
+        return getStrips().writePlain(block.strip, getSkip(block), getSize(block),
+                                      _channels.front().pPixels + getPlanOffset());
+    }
+    std::byte* const pBuffer = provideBuffer(getSize(block));
+    if (!hasAllChannels() && !getStrips().readPlain(block.strip, getSkip(block), getSize(block), pBuffer)) {
+        return false;
+    }
+    merge(pBuffer, block.nbPixels);
+    return getStrips().writePlain(block.strip, getSkip(block), getSize(block), pBuffer);
+}
+
+BoolResult StripWriter::moveStrip(Block const& block) {
+    StripLayout const& layout = getLayout();
+    vlUInt64 const nbNeeded = getSkip(block) + getSize(block);
+    bool const bWhole = block.nbPixels == layout.getStripPixels() && hasAllChannels();
+    void const* pData = _channels.front().pPixels + getPlanOffset();
+    if (!bWhole || getNbChannels() != 1) {
+        std::byte* const pBuffer = provideBuffer(layout.getStripBytes());
+        BoolResult read = bWhole ? success() : readBack(block.strip, nbNeeded, pBuffer);
+        if (!read) {
+            flush(); // the strips before it are whole
+            return read;
+        }
+        merge(pBuffer + getSkip(block), block.nbPixels);
+        pData = pBuffer;
+    }
+    return write(block, pData, nbNeeded);
+}
+
+BoolResult StripWriter::readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* pBuffer) {
+    PlaneContext const& context = getContext();
+    long const nbRead = getStrips().read(strip, getLayout().getBytesOf(strip), pBuffer);
+    if (!hasFailed(nbRead, nbNeeded) && nbRead >= 0) {
+        return success();
+    }
+    BoolResult unread = context.failToReadStrip(strip, getTiffWords());
+    if (hasFailed(nbRead, nbNeeded)) {
+        return unread;
+    }
+    warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_StripsNotDecoded, 1, context.run.z, context.run.c,
+         context.run.t, unread.getMessage());
+    return success();
+}
+
+/// Where a strip is not written, libtiff has it where it did not come to lie, and would write that at the
+/// next flush or at the close: the handle goes back to the directory as the file has it.
+BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 nbNeeded) {
+    PlaneContext const& context = getContext();
+    vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
+    BoolResult writable = getStrips().requireWritable(block.strip);
+    long const written = writable ? getStrips().write(block.strip, pStrip) : -1;
+    bool const bFailed = hasFailed(written, nbNeeded);
+    BoolResult result = success();
+    if (bFailed || written < 0) {
+        std::string const reason = writable ? getTiffFailure(context.pTiff) : writable.getMessage();
+        result = bFailed ? failAtStrip(block.strip, reason) : success();
+        if (!bFailed) {
+            warnOfStrip(block.strip, reason);
+        }
+    } else {
+        result = flushWhenDue(block);
+    }
+    if (!result || written < 0) {
+        TiffDirectories(context.pTiff).goBack(directoryOffset);
+    }
+    return result;
+}
+
+void StripWriter::warnOfStrip(vlUInt64 strip, std::string const& reason) const {
+    PlaneContext const& context = getContext();
+    warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_StripNotWritten, strip, context.run.z, context.run.t,
+         context.path.string(), reason);
+}
+
+/// A flush writes the places of all strips of the directory: it is done for each strip of a few, and for
+/// several together of many. A strip that is not flushed yet is as it was for every other reader. Where an
+/// unwritten strip is no failure, going back from it must not lose the strips before.
+BoolResult StripWriter::flushWhenDue(Block const& block) {
+    constexpr vlUInt64 nbFlushes = 64;
+    ++_nbUnflushed;
+    bool const bDue = isLast(block) || _minusOne == eMinusOne::Ignored ||
+                      _nbUnflushed * nbFlushes >= TIFFNumberOfStrips(getContext().pTiff);
+    return bDue ? flush() : success();
+}
+
+// A strip whose size no longer fits its entry moves the directory, and leaves libtiff on none.
+BoolResult StripWriter::flush() {
+    PlaneContext const& context = getContext();
+    vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
+    _nbUnflushed = 0;
+    if (TIFFFlush(context.pTiff) != 1) {
+        return fail(eTiffImageFileMessage::eTIFM_FlushError, context.path.string(),
+                    getTiffFailure(context.pTiff));
+    }
+    return TIFFCurrentDirOffset(context.pTiff) == directoryOffset ? success() : context.reachMovedDirectory();
+}
+
+bool StripWriter::hasFailed(long result, vlUInt64 nbNeeded) const {
+    if (result < 0) {
+        return _minusOne == eMinusOne::Fails;
+    }
+    return static_cast<vlUInt64>(result) < nbNeeded;
+}
+
+void StripWriter::merge(std::byte* pTarget, vlUInt64 nbPixels) const {
+    for (Channel const& channel : _channels) {
+        planToColor(getContext().bufferType, getNbChannels(), channel.index, nbPixels,
+                    channel.pPixels + getPlanOffset(), pTarget);
+    }
+}
+
+} // namespace velmo::image::file

@@ -1,0 +1,102 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Planes/StreamRuns.h"
+#include "RawImageFileFixture.h"
+
+#include <boost/filesystem/operations.hpp>
+
+namespace velmo::image::file {
+
+namespace {
+
+using velmo::test::readFile;
+using velmo::test::writeFile;
+
+constexpr auto g_readWrite = std::ios::in | std::ios::out | std::ios::binary;
+
+class StreamRunsTest : public RawImageFileTest {
+  protected:
+    std::fstream open(std::string const& bytes, std::ios::openmode mode = g_readWrite) const {
+        writeFile(_path, bytes);
+        return std::fstream(_path.string(), mode);
+    }
+};
+
+TEST(ByteRun, CountsPixelsInBytes) {
+    ByteRun const run = toByteRun(100, 3, 5, 4);
+    EXPECT_EQ(run.offset, 112U);
+    EXPECT_EQ(run.size, 20U);
+}
+
+TEST(ByteRun, IsEmptyWhere64BitsCannotCount) {
+    EXPECT_FALSE(toByteRun(0, g_largest / 2 + 1, 1, 2).offset);
+    EXPECT_FALSE(toByteRun(2, g_largest - 1, 1, 1).offset);
+    EXPECT_FALSE(toByteRun(0, 0, g_largest / 4 + 1, 4).size);
+    EXPECT_EQ(toByteRun(1, g_largest - 1, g_largest, 1).offset, g_largest);
+    EXPECT_EQ(toByteRun(1, g_largest - 1, g_largest, 1).size, g_largest);
+    EXPECT_EQ(toByteRun(1, g_largest, g_largest, 0).size, 0U);
+}
+
+TEST_F(StreamRunsTest, ReadAndWriteAtTheirOffset) {
+    std::fstream stream = open("0123456789");
+    std::string buffer(3, '#');
+    EXPECT_EQ(readRun(stream, {4, 3}, buffer.data()), eStreamOutcome::Done);
+    EXPECT_EQ(buffer, "456");
+    EXPECT_EQ(writeRun(stream, {2, 2}, "ab"), eStreamOutcome::Done);
+    EXPECT_EQ(readFile(_path), "01ab456789");
+}
+
+TEST_F(StreamRunsTest, AFailureStaysInTheStream) {
+    std::fstream stream = open("0123456789");
+    std::string buffer(3, '#');
+    EXPECT_EQ(readRun(stream, {8, 3}, buffer.data()), eStreamOutcome::TransferFailed);
+    EXPECT_EQ(readRun(stream, {0, 1}, buffer.data()), eStreamOutcome::SeekFailed);
+    EXPECT_EQ(writeRun(stream, {0, 1}, "x"), eStreamOutcome::SeekFailed);
+    EXPECT_FALSE(reserveBytes(stream, 20));
+    EXPECT_EQ(readFile(_path), "0123456789");
+}
+
+TEST_F(StreamRunsTest, OffsetsAndSizesThatNoFileHasFailWithoutATransfer) {
+    vlUInt64 const tooLarge = g_largest / 2 + 1;
+    for (std::optional<vlUInt64> const& number :
+         {std::optional<vlUInt64>(), std::optional<vlUInt64>(tooLarge)}) {
+        std::string buffer(3, '#');
+        std::fstream seeking = open("0123456789");
+        EXPECT_EQ(readRun(seeking, {number, 1}, buffer.data()), eStreamOutcome::SeekFailed);
+        std::fstream reading = open("0123456789");
+        EXPECT_EQ(readRun(reading, {1, number}, buffer.data()), eStreamOutcome::TransferFailed);
+        std::fstream writing = open("0123456789");
+        EXPECT_EQ(writeRun(writing, {1, number}, buffer.data()), eStreamOutcome::TransferFailed);
+        EXPECT_EQ(buffer, "###");
+        EXPECT_EQ(readFile(_path), "0123456789");
+    }
+}
+
+TEST_F(StreamRunsTest, ReservingPutsAZeroAtTheEnd) {
+    std::fstream stream = open("0123456789");
+    EXPECT_TRUE(reserveBytes(stream, 0));
+    EXPECT_EQ(readFile(_path), "0123456789");
+    EXPECT_TRUE(reserveBytes(stream, 12));
+    EXPECT_EQ(readFile(_path), std::string("0123456789\0\0", 12));
+    EXPECT_TRUE(reserveBytes(stream, 4));
+    EXPECT_EQ(readFile(_path), std::string("012\0"
+                                           "456789\0\0",
+                                           12));
+}
+
+TEST_F(StreamRunsTest, ASingleByteIsReserved) {
+    std::fstream stream = open("");
+    EXPECT_TRUE(reserveBytes(stream, 1));
+    EXPECT_EQ(readFile(_path), std::string(1, '\0'));
+}
+
+TEST_F(StreamRunsTest, ReservingOnAStreamThatOnlyReadsFails) {
+    std::fstream stream = open("0123", std::ios::in | std::ios::binary);
+    EXPECT_FALSE(reserveBytes(stream, 12));
+    EXPECT_EQ(readFile(_path), "0123");
+}
+
+} // namespace
+
+} // namespace velmo::image::file

@@ -1,0 +1,56 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "planes/TiffPlaneFixture.h"
+
+#include <VELMOImageFile/TiffImageFile.h>
+
+namespace velmo::image::file {
+
+PixelRun wholePlane(TiffImageFile const& file, vlUInt64 z = 0, vlUInt64 c = 0, vlUInt64 t = 0);
+
+BoolResult tryRead(TiffImageFile const& file, PixelRun const& run);
+BoolResult tryWrite(TiffImageFile& file, PixelRun const& run);
+/// The pixels of a run, whose reading must succeed.
+std::string readPixels(TiffImageFile const& file, PixelRun const& run);
+void writePixels(TiffImageFile& file, PixelRun const& run, std::string const& pixels);
+
+BoolResult openFile(TiffImageFile& file, path const& path, OpenRequest const& request = {});
+
+/// What every access says once a failure closed the file.
+std::string closedEarlier(path const& path);
+/// To the line feed before libtiff's words.
+std::string openFailed(path const& path);
+
+/// One function for each direction of a kind of archive.
+struct ArchiveKind {
+    using Writing = std::function<void(BaseOArchive&)>;
+    using Reading = std::function<void(BaseIArchive&)>;
+
+    char const* name;
+    std::string (*write)(Writing const&);
+    void (*read)(std::string const&, Reading const&);
+};
+extern ArchiveKind const g_binary;
+extern ArchiveKind const g_xml;
+
+std::string writeRecord(ArchiveKind const& kind, TiffImageFile const& file);
+BoolResult readRecord(ArchiveKind const& kind, std::string const& record, TiffImageFile& file);
+
+/// A file of this module: 4 x 3 pixels of 16 bits, two planes, two channels, two time steps.
+class TiffImageFileTest : public TiffTest {
+  protected:
+    TiffImageFileTest() : _pGeometry(makeGeometry(eIBT_UInt16, {4, 3, 2, 2, 2})) {}
+
+    static std::string examplePlane(vlUInt64 z, vlUInt64 c, vlUInt64 t);
+    void writeExample(path const& path) const;
+    void openExample(TiffImageFile& file, eImageAccessMode access = eIAM_ReadOnly) const;
+    static void expectExample(TiffImageFile const& file);
+
+    ImageGeometryPtr const _pGeometry;
+    std::string _userProperties = "untouched";
+};
+
+} // namespace velmo::image::file

@@ -1,0 +1,293 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "planes/TiffPlaneFixture.h"
+
+#include <ctime>
+
+namespace velmo::image::file {
+
+namespace {
+
+using TiffCreationTagsTest = TiffTest;
+
+/// The tags of a directory as libtiff alone gives them; one that is absent is 0 or empty.
+struct Tags {
+    std::uint32_t subFileType = 0;
+    std::uint32_t sizeX = 0;
+    std::uint32_t sizeY = 0;
+    int bits = 0;
+    int samples = 0;
+    int photometric = 0;
+    int compression = 0;
+    int orientation = 0;
+    int page = 0;
+    int nbPages = 0;
+    std::string pageName;
+    int sampleFormat = 0;
+    std::uint32_t rowsPerStrip = 0;
+
+    auto all() const {
+        return std::tie(subFileType, sizeX, sizeY, bits, samples, photometric, compression, orientation, page,
+                        nbPages, pageName, sampleFormat, rowsPerStrip);
+    }
+};
+
+bool operator==(Tags const& left, Tags const& right) {
+    return left.all() == right.all();
+}
+
+std::ostream& operator<<(std::ostream& os, Tags const& tags) {
+    return os << "type " << tags.subFileType << " sizes " << tags.sizeX << 'x' << tags.sizeY << " bits "
+              << tags.bits << " samples " << tags.samples << " photometric " << tags.photometric
+              << " compression " << tags.compression << " orientation " << tags.orientation << " page "
+              << tags.page << '/' << tags.nbPages << " \"" << tags.pageName << "\" format "
+              << tags.sampleFormat << " rows " << tags.rowsPerStrip;
+}
+
+int findShort(TiffPtr const& pTiff, std::uint32_t tag) {
+    return findTag<std::uint16_t>(pTiff, tag).value_or(0);
+}
+
+std::uint32_t findLong(TiffPtr const& pTiff, std::uint32_t tag) {
+    return findTag<std::uint32_t>(pTiff, tag).value_or(0);
+}
+
+Tags readTags(path const& path, std::uint16_t directory) {
+    TiffPtr const pTiff = openPlain(path, "r", directory);
+    std::uint16_t page = 0;
+    std::uint16_t nbPages = 0;
+    TIFFGetField(pTiff.get(), TIFFTAG_PAGENUMBER, &page, &nbPages);
+    return {findLong(pTiff, TIFFTAG_SUBFILETYPE),
+            findLong(pTiff, TIFFTAG_IMAGEWIDTH),
+            findLong(pTiff, TIFFTAG_IMAGELENGTH),
+            findShort(pTiff, TIFFTAG_BITSPERSAMPLE),
+            findShort(pTiff, TIFFTAG_SAMPLESPERPIXEL),
+            findShort(pTiff, TIFFTAG_PHOTOMETRIC),
+            findShort(pTiff, TIFFTAG_COMPRESSION),
+            findShort(pTiff, TIFFTAG_ORIENTATION),
+            page,
+            nbPages,
+            findText(pTiff, TIFFTAG_PAGENAME).value_or(""),
+            findShort(pTiff, TIFFTAG_SAMPLEFORMAT),
+            findLong(pTiff, TIFFTAG_ROWSPERSTRIP)};
+}
+
+/// The numbers of the tags of the first directory, which begins where the header of a classic file says.
+std::vector<unsigned int> listFirstTags(path const& path) {
+    std::string const bytes = readFile(path);
+    auto const number = [&](std::size_t at, std::size_t width) {
+        unsigned int value = 0;
+        for (std::size_t index = width; index-- > 0;) {
+            value = value << 8U | static_cast<unsigned char>(bytes.at(at + index));
+        }
+        return value;
+    };
+    std::size_t const begin = number(4, 4);
+    std::vector<unsigned int> tags;
+    for (std::size_t index = 0; index < number(begin, 2); ++index) {
+        tags.push_back(number(begin + 2 + 12 * index, 2));
+    }
+    return tags;
+}
+
+} // namespace
+
+TEST_F(TiffCreationTagsTest, DirectoriesOfSeparatePlanesCarryTheirTags) {
+    createPlanes(_path, makeGeometry(eIBT_UInt16, {7, 5, 2, 2, 2}));
+    char const* const names[] = {"T=0 C=0 Z=0", "T=0 C=0 Z=1", "T=0 C=1 Z=0", "T=0 C=1 Z=1",
+                                 "T=1 C=0 Z=0", "T=1 C=0 Z=1", "T=1 C=1 Z=0", "T=1 C=1 Z=1"};
+    for (std::uint16_t page = 0; page < 8; ++page) {
+        EXPECT_EQ(readTags(_path, page), (Tags{2, 7, 5, 16, 1, 1, 1, 1, page, 8, names[page], 1, 5}));
+        EXPECT_TRUE(isInterleavedRgb(openPlain(_path, "r", page).get(), _path) == false);
+    }
+    EXPECT_EQ(countDirectories(_path), 8U);
+}
+
+TEST_F(TiffCreationTagsTest, DirectoriesOfInterleavedColoursCarryTheirTags) {
+    createPlanes(_path, makeColorGeometry(eCGT_Rgb, eIBT_Real32, {7, 5, 2, 1, 2}), eTC_Lzw);
+    char const* const names[] = {"T=0 Z=0", "T=0 Z=1", "T=1 Z=0", "T=1 Z=1"};
+    for (std::uint16_t page = 0; page < 4; ++page) {
+        EXPECT_EQ(readTags(_path, page), (Tags{2, 7, 5, 32, 3, 2, 5, 1, page, 4, names[page], 3, 5}));
+        EXPECT_TRUE(isInterleavedRgb(openPlain(_path, "r", page).get(), _path));
+    }
+    EXPECT_EQ(countDirectories(_path), 4U);
+}
+
+TEST_F(TiffCreationTagsTest, RgbaHasFourSamples) {
+    createPlanes(_path, makeColorGeometry(eCGT_Rgba, eIBT_Int8, {7, 5}), eTC_Deflate);
+    EXPECT_EQ(readTags(_path, 0), (Tags{2, 7, 5, 8, 4, 2, 32946, 1, 0, 1, "T=0 Z=0", 2, 5}));
+}
+
+TEST_F(TiffCreationTagsTest, AColourThatIsNotRgbHasADirectoryForEachChannel) {
+    createPlanes(_path, makeColorGeometry(eCGT_HSV, eIBT_UInt8, {4, 3}));
+    for (std::uint16_t channel = 0; channel < 3; ++channel) {
+        std::string const name = "T=0 C=" + std::to_string(channel) + " Z=0";
+        EXPECT_EQ(readTags(_path, channel), (Tags{2, 4, 3, 8, 1, 1, 1, 1, channel, 3, name, 1, 3}));
+    }
+    EXPECT_EQ(countDirectories(_path), 3U);
+}
+
+TEST_F(TiffCreationTagsTest, AColourTypeOutOfTheEnumerationCountsAsGrey) {
+    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {4, 3, 2});
+    pGeometry->getColorGeometry().init(static_cast<eColorGeometryType>(11));
+    TIFF* pTiff = nullptr;
+    createTiffFile(_path, *pGeometry, nullptr, eTC_None, pTiff);
+    TiffPtr const pOwner(pTiff);
+    EXPECT_EQ(readTags(_path, 1).pageName, "T=0 C=0 Z=1");
+}
+
+TEST_F(TiffCreationTagsTest, AColourTypeOutOfTheEnumerationOpensAsGreyWithItsNameAndItsBlack) {
+    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {4, 3, 2});
+    ColorGeometry& color = pGeometry->getColorGeometry();
+    color.init(static_cast<eColorGeometryType>(11));
+    color.setMinIsBlack(false);
+    color.setChannelName("only", 0);
+    createPlanes(_path, pGeometry);
+    ColorGeometry const opened = openPlanes(_path).pGeometry->getColorGeometry();
+    EXPECT_EQ(opened.getColorGeometryType(), eCGT_Grey);
+    EXPECT_FALSE(opened.minIsBlack());
+    EXPECT_EQ(opened.getChannelName(0), "only");
+}
+
+TEST_F(TiffCreationTagsTest, AGreyGeometryWithWhiteAsZeroIsWrittenMinIsBlack) {
+    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {4, 3});
+    pGeometry->getColorGeometry().setMinIsBlack(false);
+    createPlanes(_path, pGeometry);
+    EXPECT_EQ(readTags(_path, 0).photometric, PHOTOMETRIC_MINISBLACK);
+    EXPECT_FALSE(openPlanes(_path).pGeometry->getColorGeometry().minIsBlack());
+}
+
+TEST_F(TiffCreationTagsTest, OnlyTheTagsThatArePromisedAreSet) {
+    createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3}));
+    EXPECT_THAT(listFirstTags(_path), testing::ElementsAre(254, 256, 257, 258, 259, 262, 273, 274, 277, 278,
+                                                           279, 285, 297, 305, 306, 339, 34377));
+    createPlanes(_path, makeColorGeometry(eCGT_Rgb, eIBT_UInt8, {4, 3}));
+    EXPECT_THAT(listFirstTags(_path), testing::ElementsAre(254, 256, 257, 258, 259, 262, 273, 274, 277, 278,
+                                                           279, 284, 285, 297, 305, 306, 339, 34377));
+}
+
+TEST_F(TiffCreationTagsTest, TheFirstDirectoryAloneHasSoftwareDateBlobAndUserProperties) {
+    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {4, 3, 3});
+    TIFF* pCreated = nullptr;
+    ASSERT_THAT(createTiffFile(_path, *pGeometry, nullptr, "free text", eTC_None, pCreated), Succeeds());
+    TiffPtr(pCreated).reset();
+    TiffPtr const pTiff = openPlain(_path);
+    EXPECT_EQ(findText(pTiff, TIFFTAG_SOFTWARE), "VELMO_Library");
+    EXPECT_TRUE(findText(pTiff, TIFFTAG_DATETIME));
+    EXPECT_TRUE(findBlob(pTiff));
+    EXPECT_EQ(findText(pTiff, 65000), "free text");
+    while (TIFFReadDirectory(pTiff.get()) == 1) {
+        EXPECT_FALSE(findText(pTiff, TIFFTAG_SOFTWARE));
+        EXPECT_FALSE(findText(pTiff, TIFFTAG_DATETIME));
+        EXPECT_FALSE(findBlob(pTiff));
+        EXPECT_FALSE(findText(pTiff, 65000));
+    }
+    EXPECT_EQ(TIFFCurrentDirectory(pTiff.get()), 2U);
+}
+
+TEST_F(TiffCreationTagsTest, EmptyUserPropertiesAreWrittenToo) {
+    TIFF* pCreated = nullptr;
+    ASSERT_THAT(createTiffFile(_path, *makeGeometry(eIBT_UInt8, {4, 3}), nullptr, "", eTC_None, pCreated),
+                Succeeds());
+    TiffPtr(pCreated).reset();
+    EXPECT_EQ(findText(openPlain(_path), 65000), "");
+    EXPECT_EQ(OpenedTiff(_path).userProperties, "");
+}
+
+TEST_F(TiffCreationTagsTest, TheFormWithoutUserPropertiesHasNoSuchTag) {
+    createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3}));
+    EXPECT_FALSE(findText(openPlain(_path), 65000));
+}
+
+TEST_F(TiffCreationTagsTest, TheDateIsNowInTheFormatOfTiff) {
+    std::time_t const before = std::time(nullptr);
+    createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3}));
+    std::time_t const after = std::time(nullptr);
+    std::string const date = findText(openPlain(_path), TIFFTAG_DATETIME).value_or("");
+    std::string const two = "[0-9][0-9]";
+    ASSERT_THAT(date,
+                testing::MatchesRegex(two + two + ":" + two + ":" + two + " " + two + ":" + two + ":" + two));
+    std::tm parts{};
+    ASSERT_NE(strptime(date.c_str(), "%Y:%m:%d %H:%M:%S", &parts), nullptr);
+    parts.tm_isdst = -1;
+    std::time_t const written = std::mktime(&parts);
+    EXPECT_GE(written, before);
+    EXPECT_LE(written, after);
+}
+
+struct SampleCase {
+    eImageBufferType bufferType;
+    int bits;
+    int sampleFormat;
+};
+
+class TiffCreationSamplesTest : public TiffTest, public testing::WithParamInterface<SampleCase> {};
+
+TEST_P(TiffCreationSamplesTest, BitsAndFormatFollowTheBufferType) {
+    SampleCase const& sample = GetParam();
+    for (eColorGeometryType const colorType : {eCGT_Grey, eCGT_Rgb}) {
+        createPlanes(_path, makeColorGeometry(colorType, sample.bufferType, {9, 3, 2}));
+        for (std::uint16_t const page : {std::uint16_t(0), std::uint16_t(1)}) {
+            EXPECT_EQ(readTags(_path, page).bits, sample.bits);
+            EXPECT_EQ(readTags(_path, page).sampleFormat, sample.sampleFormat);
+        }
+        EXPECT_EQ(openPlanes(_path).pGeometry->getBufferType(), sample.bufferType);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(BufferTypes, TiffCreationSamplesTest,
+                         testing::Values(SampleCase{eIBT_Int8, 8, 2}, SampleCase{eIBT_UInt8, 8, 1},
+                                         SampleCase{eIBT_Int16, 16, 2}, SampleCase{eIBT_UInt16, 16, 1},
+                                         SampleCase{eIBT_Int32, 32, 2}, SampleCase{eIBT_UInt32, 32, 1},
+                                         SampleCase{eIBT_Real32, 32, 3}, SampleCase{eIBT_Binary, 8, 1},
+                                         SampleCase{eIBT_Label8, 8, 1}, SampleCase{eIBT_Label16, 16, 1},
+                                         SampleCase{eIBT_Label32, 32, 1}));
+
+TEST_F(TiffCreationTagsTest, ABinaryImageIsBinaryToThisModuleAndGreyOf8BitsToOthers) {
+    createPlanes(_path, makeGeometry(eIBT_Binary, {9, 3}));
+    EXPECT_EQ(openPlanes(_path).pGeometry->getBufferType(), eIBT_Binary);
+    EXPECT_EQ(readDirectoryPixels(_path, 0), std::string(27, '\0')); // a byte for each pixel
+    TiffPtr pTiff = openPlain(_path, "r+");
+    TIFFSetField(pTiff.get(), TIFFTAG_SOFTWARE, "another one");
+    EXPECT_EQ(TIFFRewriteDirectory(pTiff.get()), 1);
+    pTiff.reset();
+    EXPECT_EQ(openPlanes(_path).pGeometry->getBufferType(), eIBT_UInt8);
+}
+
+TEST_F(TiffCreationTagsTest, TheTimeStepsOfAHeterogeneousSequenceHaveTheirOwnBits) {
+    ImageGeometryPtr const pModel = makeGeometry(eIBT_UInt8, {9, 3, 2, 1, 3});
+    auto const pGeometry = boost::make_shared<HeterogeneousImageGeometry>();
+    pGeometry->init(pModel->getVolumeGeometry(), pModel->getColorGeometry(), pModel->getTemporalGeometry(), 9,
+                    3, {eIBT_UInt8, eIBT_Real32, eIBT_Int16});
+    for (eTiffCompression const compression : {eTC_None, eTC_Lzw}) {
+        createPlanes(_path, pGeometry, compression);
+        int const bits[] = {8, 8, 32, 32, 16, 16};
+        int const formats[] = {1, 1, 3, 3, 2, 2};
+        for (std::uint16_t page = 0; page < 6; ++page) {
+            EXPECT_EQ(readTags(_path, page).bits, bits[page]);
+            EXPECT_EQ(readTags(_path, page).sampleFormat, formats[page]);
+            EXPECT_EQ(readDirectoryPixels(_path, page).size(),
+                      27U * static_cast<unsigned int>(bits[page]) / 8);
+        }
+    }
+}
+
+TEST_F(TiffCreationTagsTest, CompressionsHaveTheirNumbers) {
+    struct {
+        eTiffCompression compression;
+        int number;
+    } const cases[] = {{eTC_None, 1}, {eTC_Lzw, 5}, {eTC_Deflate, 32946}};
+    for (auto const& entry : cases) {
+        createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3, 2}), entry.compression);
+        EXPECT_EQ(readTags(_path, 0).compression, entry.number);
+        EXPECT_EQ(readTags(_path, 1).compression, entry.number);
+    }
+}
+
+TEST_F(TiffCreationTagsTest, ACompressionOutOfTheEnumerationIsNotReported) {
+    createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3, 2}), static_cast<eTiffCompression>(3));
+    expectDirectories(_path, {std::string(12, '\0'), std::string(12, '\0')});
+}
+
+} // namespace velmo::image::file

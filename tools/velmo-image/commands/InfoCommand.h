@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "commands/Command.h"
+#include "input/InputOptions.h"
+
+namespace velmo::tool {
+
+struct FileDescription;
+
+/// `velmo-image info`: what is in files, as text or as JSON.
+class InfoCommand : public Command {
+  public:
+    explicit InfoCommand(CLI::App& parent);
+    eExitStatus run() const override;
+
+  private:
+    FileDescription describe(std::string const& file, InputDescription const& input) const;
+
+    InputOptions _input;
+    std::vector<std::string> _files;
+    bool _bJson = false;
+    bool _bCheck = false;
+};
+
+} // namespace velmo::tool

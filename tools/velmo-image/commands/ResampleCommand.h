@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "commands/Command.h"
+#include "input/SeriesOptions.h"
+#include "output/OutputOptions.h"
+
+#include <VELMOAttributes/InterpolationPolicy.h>
+
+namespace velmo::tool {
+
+/// `velmo-image resample`: the files of a directory, whose planes lie at uneven heights, as an even volume.
+class ResampleCommand : public Command {
+  public:
+    explicit ResampleCommand(CLI::App& parent);
+    eExitStatus run() const override;
+
+  private:
+    vlUInt64 getSizeZ() const;
+    imaproc::attr::eInterpolationPolicy getInterpolation() const;
+    image::ImagePtr load() const;
+
+    SeriesOptions _series;
+    std::string _zStepsFile;
+    OutputOptions _output;
+    std::string _sizeZ;
+    std::string _interpolation = "linear";
+};
+
+} // namespace velmo::tool

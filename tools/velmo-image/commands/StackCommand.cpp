@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/StackCommand.h"
+
+#include "input/InputImage.h"
+#include "input/OpenFileLimit.h"
+#include "terminal/Interrupt.h"
+#include "terminal/Terminal.h"
+
+#include <VELMOImageFile/TiffImageFileUtils.h>
+
+namespace velmo::tool {
+
+StackCommand::StackCommand(CLI::App& parent)
+    : Command(parent, "stack", "Join the TIFF files of a directory into one image",
+              "  velmo-image stack scans 'img<INDEX>.tif' volume.tif\n"
+              "  velmo-image stack scans 'img<INDEX>.tif' volume.tif --strict --compression deflate\n"
+              "  velmo-image stack frames 't<INDEX>.tif|t<INDEX>.tiff' film.tif --along t\n"
+              "  velmo-image stack masks '*.tif' masks.raw --pixels binary") {
+    _series.addTo(getApp());
+    getApp().add_option("--along", _along, "z|t: the axis along which the files follow each other (z)");
+    _output.addTo(getApp());
+    _output.addCalibrationTagsTo(getApp());
+}
+
+image::ImagePtr StackCommand::open(image::file::eTiffDirectoryMode directoryMode) const {
+    image::file::TiffReadOptions options;
+    options.directories = directoryMode;
+    options.pixels = _series.getBufferMode();
+    raiseOpenFileLimit();
+    PromptInterrupts const prompt;
+    return image::file::openTiffImageFiles(_series.getDirectory(), _series.getPattern(), options);
+}
+
+eExitStatus StackCommand::run() const {
+    _output.requireFit();
+    _series.getBufferMode();
+    image::file::eTiffDirectoryMode const directoryMode = parseDirectoryMode("--along", _along);
+    _series.check(_output);
+    image::ImagePtr const pImage = open(directoryMode);
+    if (!pImage) {
+        _series.failWithoutMatch(); // they have gone meanwhile
+    }
+    printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
+    _output.save({pImage, false, true});
+    return eES_Done;
+}
+
+} // namespace velmo::tool

@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "commands/Command.h"
+#include "input/SeriesOptions.h"
+#include "output/OutputOptions.h"
+
+namespace velmo::tool {
+
+/// `velmo-image stack`: the files of a directory as one image, plane by plane.
+class StackCommand : public Command {
+  public:
+    explicit StackCommand(CLI::App& parent);
+    eExitStatus run() const override;
+
+  private:
+    image::ImagePtr open(image::file::eTiffDirectoryMode directoryMode) const;
+
+    SeriesOptions _series;
+    OutputOptions _output;
+    std::string _along = "z";
+};
+
+} // namespace velmo::tool

@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "input/FileFormat.h"
+
+#include "terminal/CheckedParsing.h"
+
+#include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
+
+namespace velmo::tool {
+
+namespace {
+
+constexpr std::array<Choice<eFileFormat>, 3> g_formats = {
+    {{"raw", eFileFormat::Raw}, {"tiff", eFileFormat::Tiff}, {"im6", eFileFormat::Im6}}};
+constexpr std::array<Choice<eFileFormat>, 2> g_outputFormats = {
+    {{"raw", eFileFormat::Raw}, {"tiff", eFileFormat::Tiff}}};
+
+std::string getLowerCaseExtension(boost::filesystem::path const& path) {
+    return boost::algorithm::to_lower_copy(path.extension().string());
+}
+
+eFileFormat getFormatOfName(boost::filesystem::path const& path) {
+    std::string const extension = getLowerCaseExtension(path);
+    if (extension == ".tif" || extension == ".tiff") {
+        return eFileFormat::Tiff;
+    }
+    return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
+}
+
+} // namespace
+
+char const* getFormatName(eFileFormat format) {
+    return g_formats[static_cast<std::size_t>(format)].first;
+}
+
+eFileFormat chooseInputFormat(boost::filesystem::path const& path, std::string const& optionValue) {
+    return optionValue.empty() ? getFormatOfName(path) : parseChoice("--format", optionValue, g_formats);
+}
+
+eFileFormat chooseOutputFormat(boost::filesystem::path const& path, std::string const& optionValue) {
+    if (!optionValue.empty()) {
+        return parseChoice("--output-format", optionValue, g_outputFormats);
+    }
+    eFileFormat const format = getFormatOfName(path);
+    if (format == eFileFormat::Im6) {
+        throw WrongUse("Im6 files are read and not written, and " + quoted(path.string()) +
+                       " is to be written as one; --output-format raw or tiff writes under any name");
+    }
+    return format;
+}
+
+bool hasPictureExtension(boost::filesystem::path const& path) {
+    constexpr std::array<char const*, 28> extensions = {
+        ".apng", ".avif", ".bmp", ".dib", ".exr",  ".gif", ".heic", ".heif", ".ico", ".j2k",
+        ".jfif", ".jp2",  ".jpe", ".jpg", ".jpeg", ".jxl", ".pam",  ".pbm",  ".pcx", ".pgm",
+        ".png",  ".pnm",  ".ppm", ".psd", ".svg",  ".tga", ".webp", ".xpm"};
+    return std::find(extensions.begin(), extensions.end(), getLowerCaseExtension(path)) != extensions.end();
+}
+
+} // namespace velmo::tool

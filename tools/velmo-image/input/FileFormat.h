@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+#include <string>
+
+namespace velmo::tool {
+
+enum class eFileFormat { Raw, Tiff, Im6 };
+
+/// "raw", "tiff" or "im6".
+char const* getFormatName(eFileFormat format);
+
+/// The format that --format names; without one (empty), the format of the file name's extension: .tif and
+/// .tiff, .im6, anything else raw.
+eFileFormat chooseInputFormat(boost::filesystem::path const& path, std::string const& optionValue);
+/// The same of --output-format. Throws WrongUse for a format that is only read.
+eFileFormat chooseOutputFormat(boost::filesystem::path const& path, std::string const& optionValue);
+
+/// Whether the extension is that of a kind of picture other than TIFF, such as .png, .jpg or .bmp.
+bool hasPictureExtension(boost::filesystem::path const& path);
+
+} // namespace velmo::tool

@@ -1,0 +1,121 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "output/CalibrationTags.h"
+
+#include "terminal/Failure.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/trim.hpp>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <tiff.h>
+
+namespace velmo::tool {
+
+namespace {
+
+struct LengthUnit {
+    char const* name;
+    double count; ///< so many units are
+    double centimetres;
+};
+
+/// Taken as they are spelt: their case counts. The micro sign and the Greek letter in UTF-8, the former in
+/// Latin-1 as well; the letter and the sign of angstrom.
+constexpr std::array<LengthUnit, 17> g_symbols = {{{"km", 1, 1e5},
+                                                   {"m", 1, 100},
+                                                   {"dm", 1, 10},
+                                                   {"cm", 1, 1},
+                                                   {"mm", 10, 1},
+                                                   {"um", 1e4, 1},
+                                                   {"\xc2\xb5m", 1e4, 1},
+                                                   {"\xce\xbcm", 1e4, 1},
+                                                   {"\xb5m", 1e4, 1},
+                                                   {"nm", 1e7, 1},
+                                                   {"pm", 1e10, 1},
+                                                   {"A", 1e8, 1},
+                                                   {"\xc3\x85", 1e8, 1},
+                                                   {"\xe2\x84\xab", 1e8, 1},
+                                                   {"\xc5", 1e8, 1},
+                                                   {"in", 50, 127},
+                                                   {"\"", 50, 127}}};
+
+/// In any case, also in the plural; each "meter" may be a "metre".
+constexpr std::array<LengthUnit, 10> g_words = {{{"kilometer", 1, 1e5},
+                                                 {"meter", 1, 100},
+                                                 {"decimeter", 1, 10},
+                                                 {"centimeter", 1, 1},
+                                                 {"millimeter", 10, 1},
+                                                 {"micrometer", 1e4, 1},
+                                                 {"micron", 1e4, 1},
+                                                 {"nanometer", 1e7, 1},
+                                                 {"angstrom", 1e8, 1},
+                                                 {"inch", 50, 127}}};
+
+bool isWord(std::string const& text, std::string const& word) {
+    return text == word || text == word + 's' || text == word + "es";
+}
+
+/// Null where the unit is not a known one.
+LengthUnit const* findUnit(std::string const& name) {
+    auto const* const pSymbol = std::find_if(g_symbols.begin(), g_symbols.end(),
+                                             [&](LengthUnit const& unit) { return name == unit.name; });
+    if (pSymbol != g_symbols.end()) {
+        return pSymbol;
+    }
+    std::string text = boost::algorithm::to_lower_copy(name);
+    std::size_t const metre = text.rfind("metre");
+    if (metre != std::string::npos) {
+        text.replace(metre, 5, "meter");
+    }
+    auto const* const pWord = std::find_if(g_words.begin(), g_words.end(),
+                                           [&](LengthUnit const& unit) { return isWord(text, unit.name); });
+    return pWord != g_words.end() ? pWord : nullptr;
+}
+
+std::string toText(float size) {
+    std::array<char, 32> text{};
+    auto const [pEnd, error] = std::to_chars(text.data(), text.data() + text.size(), size);
+    return {text.data(), pEnd};
+}
+
+/// Pixels in `length` units, for a size in units: the simplest number that the size is rounded from, which is
+/// most probably the one that was meant.
+std::optional<Rational> countPixels(float size, double length) {
+    double const before = std::nextafter(size, 0.0F); // behind a power of two numbers lie less densely
+    double const rounding = (static_cast<double>(size) - before) / 2 / static_cast<double>(size);
+    constexpr double shareOfIt = 0.99; // a number on the border may have been rounded the other way
+    return findRational(length / static_cast<double>(size), shareOfIt * rounding);
+}
+
+} // namespace
+
+CalibrationTags toTags(image::GeometricCalibrationConstPtr const& pCalibration) {
+    std::string const without = "no resolution tags are written: ";
+    if (!pCalibration) {
+        return {std::nullopt, without + "the image has no calibration"};
+    }
+    std::string const name = boost::algorithm::trim_copy(pCalibration->getUnit());
+    LengthUnit const* const pUnit = findUnit(name);
+    double const length = pUnit != nullptr ? pUnit->count / pUnit->centimetres : 1;
+    std::optional<Rational> const x = countPixels(pCalibration->getPixelSizeX(), length);
+    std::optional<Rational> const y = countPixels(pCalibration->getPixelSizeY(), length);
+    if (!x || !y) {
+        return {std::nullopt, without + "they cannot tell of pixels of " +
+                                  toText(pCalibration->getPixelSizeX()) + " x " +
+                                  toText(pCalibration->getPixelSizeY()) + (name.empty() ? "" : ' ' + name)};
+    }
+    std::string warning;
+    if (pUnit == nullptr && !name.empty()) {
+        warning = "the resolution tags leave out the unit " + quoted(name) +
+                  ", whose length is not known; units such as m, cm, mm, um, nm and inch are";
+    }
+    std::uint16_t const unit = pUnit != nullptr ? RESUNIT_CENTIMETER : RESUNIT_NONE;
+    return {TiffResolution{*x, *y, unit}, warning};
+}
+
+} // namespace velmo::tool

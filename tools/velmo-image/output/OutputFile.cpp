@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "output/OutputFile.h"
+
+#include "terminal/Failure.h"
+#include "terminal/Interrupt.h"
+
+#include <VELMOUtil/ReplacedFile.h>
+#include <boost/filesystem/operations.hpp>
+#include <cerrno>
+
+namespace velmo::tool {
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+constexpr int g_maxLinks = 40;
+
+fs::file_type getType(fs::path const& path) {
+    boost::system::error_code ignored;
+    return fs::status(path, ignored).type();
+}
+
+void callWriter(std::function<void(fs::path const&)> const& write, ReplacedFile const& file) {
+    auto const fail = [&](std::string const& text) {
+        throwIfInterrupted();
+        throw WorkFailure(file.nameTarget(text));
+    };
+    try {
+        write(file.getPath());
+    } catch (BaseException const& failure) {
+        fail(getFullText(failure));
+    } catch (WorkFailure const& failure) {
+        fail(failure.what());
+    }
+    throwIfInterrupted();
+}
+
+void require(BoolResult const& result, std::string const& what, fs::path const& target) {
+    if (!result) {
+        throw WorkFailure("cannot " + what + ' ' + quoted(target.string()) + ": " + result.getMessage());
+    }
+}
+
+} // namespace
+
+fs::path followLinks(fs::path path) {
+    boost::system::error_code error;
+    for (int links = 0; fs::symlink_status(path, error).type() == fs::symlink_file; ++links) {
+        if (links == g_maxLinks) {
+            failAt("follow", path, ELOOP);
+        }
+        path = fs::absolute(fs::read_symlink(path), path.parent_path().empty() ? "." : path.parent_path());
+    }
+    return path;
+}
+
+bool isSameFile(fs::path const& left, fs::path const& right) {
+    boost::system::error_code ignored;
+    return fs::equivalent(left, right, ignored);
+}
+
+void requireWritableTarget(fs::path const& target, bool bOverwrite) {
+    fs::file_type const type = getType(target);
+    if (type == fs::directory_file) {
+        throw WorkFailure("cannot write " + quoted(target.string()) + ": it is a directory");
+    }
+    if (type == fs::regular_file && !bOverwrite) {
+        throw WorkFailure(quoted(target.string()) + " exists already; --overwrite replaces it");
+    }
+}
+
+void writeOutput(fs::path const& target, bool bOverwrite, std::function<void(fs::path const&)> const& write) {
+    requireWritableTarget(target, bOverwrite);
+    ReplacedFile file(target, bOverwrite ? eOldFile::Replace : eOldFile::Refuse);
+    require(file.create(), "create", target);
+    callWriter(write, file);
+    require(file.commit(), "write", target);
+}
+
+} // namespace velmo::tool

@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "input/FileFormat.h"
+#include "input/ObservedAccessor.h"
+#include "output/TiffResolution.h"
+
+#include <VELMOImageFile/TiffImageFileTypes.h>
+#include <functional>
+#include <optional>
+
+namespace CLI {
+class App;
+}
+
+namespace velmo::tool {
+
+/// The output file of a command, and the options that say how an image is written to it.
+class OutputOptions {
+  public:
+    /// Adds the positional OUTPUT as well. The options write into this object, which must outlive the
+    /// parsing.
+    void addTo(CLI::App& app);
+
+    /// Adds --calibration-tags.
+    void addCalibrationTagsTo(CLI::App& app);
+
+    std::string const& getFile() const { return _file; }
+    /// Throws WrongUse where the format cannot be written, the extension alone chooses the format and is that
+    /// of a picture, an option does not go with another one, or the header is the output.
+    void requireFit() const;
+    /// Throws for a file to read, which `what` names: WorkFailure where it is the output, WrongUse where it
+    /// is the header.
+    void requireApartFrom(boost::filesystem::path const& input, std::string const& what) const;
+    void requireHeaderApartFrom(boost::filesystem::path const& input, std::string const& what) const;
+    /// Throws WorkFailure where `save` would refuse the file, before any work is done.
+    void requireWritable() const;
+    /// Writes the image plane by plane, with a progress bar, as `writeOutput` has it; an interrupt ends it.
+    void save(ObservedSource const& source) const;
+
+  private:
+    using Writer = std::function<void(boost::filesystem::path const&)>;
+
+    eFileFormat getFormat() const;
+    /// Tells what the tags will not say, if they were asked for.
+    std::optional<TiffResolution> getResolution(image::DiskImage const& image) const;
+    image::file::eTiffCompression getCompression() const;
+    /// Writes the image under the name that it is called with.
+    Writer createWriter(image::DiskImagePtr const& pImage) const;
+
+    std::string _file;
+    std::string _format;
+    std::string _compression;
+    std::string _headerFile;
+    bool _bCalibrationTags = false;
+    bool _bOverwrite = false;
+    bool _bQuiet = false;
+};
+
+} // namespace velmo::tool

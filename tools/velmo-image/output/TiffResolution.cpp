@@ -1,0 +1,216 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "output/TiffResolution.h"
+
+#include "input/BinaryFile.h"
+#include "terminal/Failure.h"
+#include "terminal/Interrupt.h"
+
+#include <array>
+#include <limits>
+#include <map>
+#include <tiff.h>
+#include <unordered_set>
+
+namespace velmo::tool {
+
+namespace {
+
+constexpr std::array<vlUInt64, 3> g_tags = {TIFFTAG_XRESOLUTION, TIFFTAG_YRESOLUTION, TIFFTAG_RESOLUTIONUNIT};
+constexpr vlUInt64 g_maxEntries = std::numeric_limits<std::uint16_t>::max();
+constexpr std::size_t g_pieceSize = std::size_t{1} << 20;
+
+vlUInt64 toNumber(std::string const& bytes, std::size_t begin, std::size_t nbBytes) {
+    vlUInt64 number = 0;
+    for (std::size_t index = nbBytes; index-- > 0;) {
+        number = number << 8 | static_cast<unsigned char>(bytes[begin + index]);
+    }
+    return number;
+}
+
+std::string toBytes(vlUInt64 number, std::size_t nbBytes) {
+    std::string bytes;
+    for (; bytes.size() < nbBytes; number >>= 8) {
+        bytes += static_cast<char>(number & 0xff);
+    }
+    return bytes;
+}
+
+std::string toBytes(Rational const& value) {
+    return toBytes(value.numerator, 4) + toBytes(value.denominator, 4);
+}
+
+/// Directories begin at multiples of this, and so do the values behind them.
+vlUInt64 align(vlUInt64 offset) {
+    return (offset + 7) / 8 * 8;
+}
+
+/// Sizes in bytes of what the two kinds of file are made of.
+struct Layout {
+    std::size_t count;  ///< of the number of entries before them
+    std::size_t entry;  ///< tag and type (2 each), number of values, their place or the values themselves
+    std::size_t offset; ///< of places and of numbers of values
+    vlUInt64 largestOffset;
+};
+
+constexpr Layout g_classic = {2, 12, 4, std::numeric_limits<std::uint32_t>::max()};
+constexpr Layout g_big = {8, 20, 8, static_cast<vlUInt64>(std::numeric_limits<off_t>::max())};
+
+/// The directories of a file on their way to its end.
+class ResolutionWriter {
+  public:
+    ResolutionWriter(boost::filesystem::path const& path, TiffResolution const& resolution)
+        : _file(path), _path(path), _resolution(resolution), _header(_file.read(0, 16)),
+          _layout(findLayout()), _begin(align(_file.getSize())), _piece(_begin - _file.getSize(), '\0'),
+          _written(_file.getSize()) {}
+
+    void write() {
+        std::size_t const link = _layout.offset; // where the header has the place of the first directory
+        vlUInt64 directory = toNumber(_header, link, _layout.offset);
+        if (directory == 0) {
+            fail("it has no directory");
+        }
+        while (directory != 0) {
+            throwIfInterrupted();
+            directory = rewrite(directory);
+        }
+        writePiece();
+        _file.write(link, toBytes(_begin, _layout.offset));
+        _file.close();
+    }
+
+  private:
+    [[noreturn]] void fail(std::string const& reason) const {
+        throw WorkFailure("cannot set the resolution of " + quoted(_path.string()) + ": " + reason);
+    }
+    [[noreturn]] void failAtDirectory(vlUInt64 offset, std::string const& reason) const {
+        fail("the directory at byte " + std::to_string(offset) + ' ' + reason);
+    }
+
+    Layout const& findLayout() const {
+        if (_header.size() >= 8 && _header.compare(0, 4, std::string("II\x2a\0", 4)) == 0) {
+            return g_classic;
+        }
+        if (_header.size() == 16 && _header.compare(0, 8, std::string("II\x2b\0\x08\0\0\0", 8)) == 0) {
+            return g_big;
+        }
+        fail("it is not a little-endian TIFF file");
+    }
+
+    /// Part of the directory at `offset`, no further than the file went before.
+    std::string readPart(vlUInt64 offset, std::size_t before, std::size_t nbBytes) const {
+        vlUInt64 const size = _file.getSize();
+        std::string part;
+        if (offset <= size && size - offset >= before + nbBytes) {
+            part = _file.read(offset + before, nbBytes);
+        }
+        if (part.size() != nbBytes) {
+            failAtDirectory(offset, "reaches beyond the end of the file");
+        }
+        return part;
+    }
+
+    /// Entries in the order of their tags.
+    using Entries = std::map<vlUInt64, std::string>;
+
+    Entries readEntries(vlUInt64 offset, vlUInt64& next) const {
+        vlUInt64 const nbEntries = toNumber(readPart(offset, 0, _layout.count), 0, _layout.count);
+        if (nbEntries == 0 || nbEntries > g_maxEntries) {
+            failAtDirectory(offset, "has " + std::to_string(nbEntries) + " entries");
+        }
+        std::size_t const nbBytes = nbEntries * _layout.entry;
+        std::string const bytes = readPart(offset, _layout.count, nbBytes + _layout.offset);
+        Entries entries;
+        for (std::size_t begin = 0; begin < nbBytes; begin += _layout.entry) {
+            vlUInt64 const tag = toNumber(bytes, begin, 2);
+            if (!entries.empty() && entries.rbegin()->first >= tag) {
+                failAtDirectory(offset, "has entries that are not in order");
+            }
+            entries[tag] = bytes.substr(begin, _layout.entry);
+        }
+        next = toNumber(bytes, nbBytes, _layout.offset);
+        return entries;
+    }
+
+    /// `value` as it lies in the entry, which it fills from the left.
+    std::string createEntry(vlUInt64 tag, vlUInt64 type, std::string value) const {
+        value.resize(_layout.offset, '\0');
+        return toBytes(tag, 2) + toBytes(type, 2) + toBytes(1, _layout.offset) + value;
+    }
+
+    /// Sets the three entries of a directory at `offset`; gives the bytes that belong behind it.
+    std::string setEntries(Entries& entries, vlUInt64 offset) const {
+        for (vlUInt64 const tag : g_tags) {
+            entries[tag]; // counted, and set below
+        }
+        std::string x = toBytes(_resolution.x);
+        std::string y = toBytes(_resolution.y);
+        std::string values;
+        if (_layout.offset < x.size()) { // too wide for an entry
+            vlUInt64 const place = offset + align(countBytes(entries));
+            values = x + y;
+            x = toBytes(place, _layout.offset);
+            y = toBytes(place + y.size(), _layout.offset);
+        }
+        entries[TIFFTAG_XRESOLUTION] = createEntry(TIFFTAG_XRESOLUTION, TIFF_RATIONAL, x);
+        entries[TIFFTAG_YRESOLUTION] = createEntry(TIFFTAG_YRESOLUTION, TIFF_RATIONAL, y);
+        entries[TIFFTAG_RESOLUTIONUNIT] =
+            createEntry(TIFFTAG_RESOLUTIONUNIT, TIFF_SHORT, toBytes(_resolution.unit, 2));
+        return values;
+    }
+
+    vlUInt64 countBytes(Entries const& entries) const {
+        return _layout.count + entries.size() * _layout.entry + _layout.offset;
+    }
+
+    /// Appends the directory at `directory` as it is to be; the place of the one behind it, or 0.
+    vlUInt64 rewrite(vlUInt64 directory) {
+        if (!_found.insert(directory).second) {
+            failAtDirectory(directory, "comes a second time");
+        }
+        vlUInt64 next = 0;
+        Entries entries = readEntries(directory, next);
+        vlUInt64 const offset = _written + _piece.size();
+        std::string const values = setEntries(entries, offset);
+        vlUInt64 const end = offset + align(countBytes(entries)) + values.size();
+        if (entries.size() > g_maxEntries || end > _layout.largestOffset) {
+            failAtDirectory(directory, "has no room for further entries");
+        }
+        _piece += toBytes(entries.size(), _layout.count);
+        for (auto const& [tag, entry] : entries) {
+            _piece += entry;
+        }
+        _piece += toBytes(next == 0 ? 0 : end, _layout.offset);
+        _piece.resize(end - values.size() - _written, '\0');
+        _piece += values;
+        if (_piece.size() >= g_pieceSize) {
+            writePiece();
+        }
+        return next;
+    }
+
+    void writePiece() {
+        _file.write(_written, _piece);
+        _written += _piece.size();
+        _piece.clear();
+    }
+
+    BinaryFile _file;
+    boost::filesystem::path const& _path;
+    TiffResolution const& _resolution;
+    std::string const _header;
+    Layout const& _layout;
+    vlUInt64 const _begin; ///< of the first directory written
+    std::string _piece;    ///< what is to be written next
+    vlUInt64 _written;     ///< where it is written to
+    std::unordered_set<vlUInt64> _found;
+};
+
+} // namespace
+
+void setTiffResolution(boost::filesystem::path const& path, TiffResolution const& resolution) {
+    ResolutionWriter(path, resolution).write();
+}
+
+} // namespace velmo::tool

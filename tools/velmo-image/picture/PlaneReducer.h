@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "picture/Picture.h"
+
+#include <VELMOImage/BaseImage.h>
+#include <VELMOImage/ImageGeometry.h>
+
+namespace velmo::tool {
+
+/// Where a plane goes in a picture.
+struct PictureCell {
+    vlUInt64 x; ///< of its first pixel
+    vlUInt64 y;
+    vlUInt64 width;
+    vlUInt64 height;
+    vlUInt64 channel;
+};
+
+/// Puts a plane into a cell that is not larger. Each pixel of the cell is the mean of the pixels that it
+/// stands for, without those that are not numbers; of labels, the one in their middle. Binary pixels count as
+/// 0 and 1. The plane is read in small pieces, whatever its size.
+void putPlane(image::BaseImage const& image, image::PlanIndexes const& plane, PictureCell const& cell,
+              Picture& picture);
+
+} // namespace velmo::tool

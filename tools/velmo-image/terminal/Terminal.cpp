@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "terminal/Terminal.h"
+
+#include "terminal/Failure.h"
+#include "terminal/Interrupt.h"
+
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
+
+namespace velmo::tool {
+
+namespace {
+
+/// 0, or the error number of the write that failed; EINTR where an interrupt ended a wait for a reader.
+int writeAll(int descriptor, std::string const& text) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        ssize_t const nbWritten = write(descriptor, text.data() + done, text.size() - done);
+        if (nbWritten >= 0) {
+            done += static_cast<std::size_t>(nbWritten);
+        } else if (errno != EINTR || isInterruptRequested()) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+} // namespace
+
+void printOutput(std::string const& text) {
+    int const error = writeAll(STDOUT_FILENO, text);
+    if (error == EINTR) {
+        throw Interrupted();
+    }
+    if (error != 0 && error != EPIPE) {
+        throw WorkFailure(std::string("cannot write to standard output: ") + std::strerror(error));
+    }
+}
+
+void printMessage(std::string const& text) {
+    writeAll(STDERR_FILENO, "velmo-image: " + text + '\n');
+}
+
+void printWarnings(std::string const& file, std::vector<std::string> const& warnings) {
+    for (std::string const& warning : warnings) {
+        printMessage("warning: " + quoted(file) + ": " + warning);
+    }
+}
+
+} // namespace velmo::tool

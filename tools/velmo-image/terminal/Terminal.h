@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace velmo::tool {
+
+/// Writes to standard output. A reader that has gone (`| head`) is no failure; anything else is thrown as
+/// WorkFailure, and a request to stop that comes while nobody reads as Interrupted.
+void printOutput(std::string const& text);
+/// One message on standard error, behind the name of the program.
+void printMessage(std::string const& text);
+/// A message each, which names the file.
+void printWarnings(std::string const& file, std::vector<std::string> const& warnings);
+
+} // namespace velmo::tool
