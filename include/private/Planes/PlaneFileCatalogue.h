@@ -10,8 +10,8 @@
 
 namespace velmo::image::file {
 
-/// The texts of all formats of uncompressed planes are the same but for the name of the format. Registers them under
-/// a domain key, by the ids that such formats share.
+/// The texts of all formats of uncompressed planes are the same but for the name of the format. Registers
+/// them under a domain key, by the ids that such formats share.
 void addPlaneFileMessages(std::string const& domainKey, std::string const& formatName);
 
 /// The catalogue of a format of uncompressed planes; a second call does nothing. Always true.
