@@ -74,8 +74,9 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
         return context.failToGetTagAndClose("TIFFTAG_BITSPERSAMPLE");
     }
     if (isImageJStack(pTiff, geometry, policy)) {
-        return readsStacksAsStored(policy) ? readStoredPlane(context, pPixels)
-                                           : readStackRun(context, {{context.run.c, pPixels}});
+        return readsStacksAsStored(policy)
+                   ? readStoredPlane(context, pPixels)
+                   : readStackRun(context, {{context.run.c, static_cast<std::byte*>(pPixels)}});
     }
     result = context.reachDirectory();
     if (!result) {
@@ -106,9 +107,9 @@ BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImage
                     PlaneRun const& run, eTiffPolicy policy, std::vector<void*> const& planes) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Page);
     if (!readsStacksAsStored(policy) && isImageJStack(pTiff, geometry, policy)) {
-        std::vector<StackChannel> channels;
+        TargetPlanes channels;
         for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
-            channels.push_back({channel, planes[channel]});
+            channels.push_back({channel, static_cast<std::byte*>(planes[channel])});
         }
         return readStackRun(context, channels);
     }

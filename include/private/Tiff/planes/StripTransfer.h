@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Tiff/handle/TiffStrips.h"
+#include "Tiff/planes/ChannelSamples.h"
 #include "Tiff/planes/PlaneContext.h"
 
 #include <VELMOUtil/PageBuffer.h>
@@ -86,11 +87,6 @@ class StripReader : public StripTransfer {
     BoolResult run() override;
 
   private:
-    struct Channel {
-        vlUInt64 index;
-        std::byte* pPixels;
-    };
-
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
@@ -102,7 +98,7 @@ class StripReader : public StripTransfer {
     eBrokenStrip _brokenStrip;
     vlUInt64 _nbBroken = 0;   ///< strips
     std::string _firstBroken; ///< the text of its failure
-    std::vector<Channel> _channels;
+    TargetPlanes _channels;
 };
 
 /// From the planes to the strips. Samples of other pixels and of other channels keep their values. After a
@@ -117,11 +113,6 @@ class StripWriter : public StripTransfer {
     void addChannel(vlUInt64 channel, void const* pPixels);
 
   private:
-    struct Channel {
-        vlUInt64 index;
-        std::byte const* pPixels;
-    };
-
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
@@ -136,7 +127,7 @@ class StripWriter : public StripTransfer {
 
     eMinusOne _minusOne;
     vlUInt64 _nbUnflushed = 0; ///< strips
-    std::vector<Channel> _channels;
+    SourcePlanes _channels;
 };
 
 } // namespace velmo::image::file
