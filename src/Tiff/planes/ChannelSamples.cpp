@@ -18,8 +18,9 @@ namespace {
 
 constexpr unsigned int g_blockBytes = 16;
 
-/// How a byte shuffle moves `NbChannels` blocks of 16 bytes, which are whole pixels, between pixels and planes. A byte of a
-/// mask is the place of its byte in the source block; one with the highest bit gives zero.
+/// How a byte shuffle moves `NbChannels` blocks of 16 bytes, which are whole pixels, between pixels and
+/// planes. A byte of a mask is the place of its byte in the source block; one with the highest bit gives
+/// zero.
 template <unsigned int Width, unsigned int NbChannels>
 struct Shuffles {
     static constexpr std::uint8_t s_zero = 0x80;
@@ -77,8 +78,8 @@ template <unsigned int Width, unsigned int NbChannels>
         for (unsigned int channel = 0; channel < NbChannels; ++channel) {
             __m128i plane = _mm_setzero_si128();
             for (unsigned int block = 0; block < NbChannels; ++block) {
-                plane = _mm_or_si128(
-                    plane, _mm_shuffle_epi8(blocks[block], load(shuffles.split[channel][block])));
+                plane = _mm_or_si128(plane,
+                                     _mm_shuffle_epi8(blocks[block], load(shuffles.split[channel][block])));
             }
             store(ppPlanes[channel] + done * Width, plane);
         }
@@ -177,8 +178,8 @@ std::array<Byte*, 4> locate(std::vector<ChannelPlane<Byte>> const& planes, vlUIn
 
 } // namespace
 
-void splitPixels(eImageBufferType bufferType, vlUInt64 nbChannels, vlUInt64 nbPixels, std::byte const* pPixels,
-                 TargetPlanes const& planes, vlUInt64 offset) {
+void splitPixels(eImageBufferType bufferType, vlUInt64 nbChannels, vlUInt64 nbPixels,
+                 std::byte const* pPixels, TargetPlanes const& planes, vlUInt64 offset) {
     unsigned int const width = getSampleWidth(bufferType, VELMO_HERE);
     if (areAllChannels(planes, width, nbChannels)) {
         auto const places = locate(planes, offset);

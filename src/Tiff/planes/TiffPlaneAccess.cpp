@@ -43,6 +43,24 @@ BoolResult requireRowsPerStrip(PlaneContext const& context, std::uint32_t& rowsP
     return success();
 }
 
+/// Writes planes of neighbouring channels from `firstChannel` on.
+BoolResult writeChannels(PlaneContext const& context, vlUInt64 firstChannel,
+                         std::vector<void const*> const& planes) {
+    std::uint32_t rowsPerStrip = 0;
+    BoolResult result =
+        runSteps([&] { return context.requireHandle(); }, [&] { return context.reachDirectory(); },
+                 [&] { return requireRowsPerStrip(context, rowsPerStrip); },
+                 [&] { return context.isInterleaved() ? context.requireChannels() : success(); });
+    if (!result) {
+        return result;
+    }
+    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::Fails);
+    for (vlUInt64 index = 0; index < planes.size(); ++index) {
+        writer.addChannel(firstChannel + index, planes[index]);
+    }
+    return writer.run();
+}
+
 BoolResult requireInterleaved(PlaneContext const& context) {
     if (!isInterleavedRgb(context.pTiff, context.path)) {
         return fail(eTiffImageFileMessage::eTIFM_NotInterleavedRgb, context.path.string());
@@ -89,18 +107,13 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
 BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                       PlaneRun const& run, eTiffPolicy policy, void const* pPixels) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
-    bool const bInterleaved = context.isInterleaved();
-    std::uint32_t rowsPerStrip = 0;
-    BoolResult result =
-        runSteps([&] { return context.requireHandle(); }, [&] { return context.reachDirectory(); },
-                 [&] { return requireRowsPerStrip(context, rowsPerStrip); },
-                 [&] { return bInterleaved ? context.requireChannels() : success(); });
-    if (!result) {
-        return result;
-    }
-    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::Fails);
-    writer.addChannel(bInterleaved ? run.c : 0, pPixels);
-    return writer.run();
+    return writeChannels(context, context.isInterleaved() ? run.c : 0, {pPixels});
+}
+
+BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes) {
+    PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
+    return writeChannels(context, 0, planes);
 }
 
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,

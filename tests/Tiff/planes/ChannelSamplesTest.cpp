@@ -86,8 +86,8 @@ TEST_P(ChannelSamples, AreMergedToThePixelsThatWereSplitAndTouchNothingElse) {
                 planToColor(GetParam().type, GetParam().nbChannels, channel, nbPixels, zeros.data(),
                             _pixels.data() + s_guard);
             }
-            mergePixels(GetParam().type, GetParam().nbChannels, nbPixels,
-                        listPlanes<SourcePlanes>(nbListed), s_guard, _pixels.data() + s_guard);
+            mergePixels(GetParam().type, GetParam().nbChannels, nbPixels, listPlanes<SourcePlanes>(nbListed),
+                        s_guard, _pixels.data() + s_guard);
             ASSERT_EQ(_pixels, expected) << nbPixels << " pixels, " << nbListed << " channels";
         }
     }
