@@ -75,6 +75,7 @@ BoolResult StripWriter::readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* p
 BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 nbNeeded) {
     PlaneContext const& context = getContext();
     vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
+    TiffDirectories(context.pTiff).forgetStrips(directoryOffset);
     BoolResult writable = getStrips().requireWritable(block.strip);
     long const written = writable ? getStrips().write(block.strip, pStrip) : -1;
     bool const bFailed = hasFailed(written, nbNeeded);

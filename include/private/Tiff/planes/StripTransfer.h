@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmo::image::file {
@@ -34,9 +35,11 @@ class StripTransfer {
     StripTransfer& operator=(StripTransfer const&) = delete;
 
     virtual BoolResult run();
+    /// Moves the run without libtiff. False where it cannot; some of the run may have been moved then.
+    bool runPlainly();
 
   protected:
-    StripTransfer(PlaneContext const& context, StripLayout const& layout);
+    StripTransfer(PlaneContext const& context, TiffStrips strips);
 
     /// Pixels of the run that lie in neighbouring strips.
     struct Block {
@@ -81,8 +84,8 @@ class StripReader : public StripTransfer {
     /// Whether a strip that cannot be decoded is a failure, or has pixels of zero and is logged as a warning.
     enum class eBrokenStrip { Fails, IsZero };
 
-    StripReader(PlaneContext const& context, StripLayout const& layout, eBrokenStrip brokenStrip)
-        : StripTransfer(context, layout), _brokenStrip(brokenStrip) {}
+    StripReader(PlaneContext const& context, TiffStrips strips, eBrokenStrip brokenStrip)
+        : StripTransfer(context, std::move(strips)), _brokenStrip(brokenStrip) {}
     void addChannel(vlUInt64 channel, void* pPixels);
     BoolResult run() override;
 
@@ -108,8 +111,8 @@ class StripWriter : public StripTransfer {
     /// Whether what libtiff gives for a failure, -1, is one, or is ignored and logged as a warning.
     enum class eMinusOne { Fails, Ignored };
 
-    StripWriter(PlaneContext const& context, StripLayout const& layout, eMinusOne minusOne)
-        : StripTransfer(context, layout), _minusOne(minusOne) {}
+    StripWriter(PlaneContext const& context, TiffStrips strips, eMinusOne minusOne)
+        : StripTransfer(context, std::move(strips)), _minusOne(minusOne) {}
     void addChannel(vlUInt64 channel, void const* pPixels);
 
   private:
