@@ -19,7 +19,7 @@ BoolResult fail(Domain id, Arguments const&... arguments) {
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
     formater[id];
     static_cast<void>((formater % ... % arguments));
-    return failure(formater.string());
+    return failure(formater);
 }
 
 /// A failure by exception: the same, raised at `site` as VELMOImageFileException.
@@ -29,12 +29,6 @@ template <class Domain, class... Arguments>
         formater[id];
         static_cast<void>((formater % ... % arguments));
     });
-}
-
-/// The text of message `id`.
-template <class Domain, class... Arguments>
-std::string toText(Domain id, Arguments const&... arguments) {
-    return fail(id, arguments...).getMessage();
 }
 
 /// A success that is not the whole truth: the same, logged at `site` as a warning where warnings are enabled.

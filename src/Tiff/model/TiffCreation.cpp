@@ -131,7 +131,7 @@ class TiffCreation {
         bool const bWhole = _pUserProperties == nullptr || _pUserProperties->find('\0') == std::string::npos;
         return bWhole ? success()
                       : fail(Message::eTIFM_SetTagError, g_userPropertiesName, _path.string(),
-                             toText(eImageFileCheckMessage::eIFCM_ZeroByteInText));
+                             fail(eImageFileCheckMessage::eIFCM_ZeroByteInText));
     }
 
     BoolResult setUserProperties() const {
@@ -258,10 +258,10 @@ BoolResult create(boost::filesystem::path const& path, BaseImageGeometry const& 
         }
         return result;
     } catch (std::exception const& exception) {
-        return fail(Message::eTIFM_CreateFileException, path.string(), exception.what());
+        return fail(Message::eTIFM_CreateFileException, path.string(), exception);
     } catch (...) {
         UnHandleException const unknown("Unknown exception", __PRETTY_FUNCTION__, __FILE__, __LINE__);
-        return fail(Message::eTIFM_CreateFileException, path.string(), unknown.what());
+        return fail(Message::eTIFM_CreateFileException, path.string(), unknown);
     }
 }
 

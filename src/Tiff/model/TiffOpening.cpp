@@ -80,10 +80,10 @@ BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& 
         }
         return result;
     } catch (std::exception const& exception) {
-        return fail(Message::eTIFM_OpenFileException, path.string(), exception.what());
+        return fail(Message::eTIFM_OpenFileException, path.string(), exception);
     } catch (...) {
         UnHandleException const unknown("Unknown exception", __PRETTY_FUNCTION__, __FILE__, __LINE__);
-        return fail(Message::eTIFM_OpenFileException, path.string(), unknown.what());
+        return fail(Message::eTIFM_OpenFileException, path.string(), unknown);
     }
 }
 
