@@ -38,7 +38,7 @@ class VELMO_HOST_EXPORT MessageIds {
     MessageId const& getInnermost() const noexcept;
     /// Whether the message is one of them. `domain` is a name such as "eTiffImageFileMessage".
     bool contains(std::string const& domain, int id) const noexcept;
-    /// The same for an enumerator, such as `eTiffImageFileMessage::eTIFM_OpenFileFailed`.
+    /// The same for an enumerator, such as `eTiffImageFileMessage::eTIFM_OpenFileError`.
     template <class Domain>
     bool contains(Domain id) const {
         return contains(nameDomain(typeid(Domain).name()), static_cast<int>(id));
