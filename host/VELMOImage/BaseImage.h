@@ -67,9 +67,9 @@ class VELMO_HOST_EXPORT BaseImage {
     /// A new image in memory that the caller owns; the image itself is not touched.
     virtual ImageConstPtr createCpuCopy() const;
 
-    /// Reads `nbPixels` pixels of one plane into `buffer`, from pixel `pixelStart` on: row y, column x is pixel
-    /// y * sizeX + x. The buffer must have room for that many pixels of the plane's pixel type, which is not
-    /// checked: PixelAccess.h has functions that check it. A run outside of the image is thrown as
+    /// Reads `nbPixels` pixels of one plane into `buffer`, from pixel `pixelStart` on: row y, column x is
+    /// pixel y * sizeX + x. The buffer must have room for that many pixels of the plane's pixel type, which
+    /// is not checked: PixelAccess.h has functions that check it. A run outside of the image is thrown as
     /// VELMOImageException.
     BoolResult readPixels(PlanIndexes const& plane, vlUInt64 pixelStart, vlUInt64 nbPixels,
                           void* buffer) const {

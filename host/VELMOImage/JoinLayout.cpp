@@ -117,8 +117,8 @@ BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, 
         }
         starts.push_back(whole.length);
         if (!fits(*parts[part], *parts.front(), axis) || !whole.add(*parts[part], axis)) {
-            return failure(formater[eImageMessage::eIM_PartMismatch] % part %
-                            describeGeometry(*parts[part]) % describeGeometry(*parts.front()));
+            return failure(formater[eImageMessage::eIM_PartMismatch] % part % describeGeometry(*parts[part]) %
+                           describeGeometry(*parts.front()));
         }
     }
     _pGeometry = makeGeometry(parts, axis, whole.length);

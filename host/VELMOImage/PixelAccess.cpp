@@ -30,9 +30,9 @@ std::string nameImage(BaseImage const& image) {
 }
 
 char const* nameType(eDataType type) {
-    static constexpr std::array<char const*, 8> names = {
-        "no C++ type",  "std::int8_t",  "std::uint8_t",  "std::int16_t",
-        "std::uint16_t", "std::int32_t", "std::uint32_t", "float"};
+    static constexpr std::array<char const*, 8> names = {"no C++ type",   "std::int8_t",   "std::uint8_t",
+                                                         "std::int16_t",  "std::uint16_t", "std::int32_t",
+                                                         "std::uint32_t", "float"};
     return names.at(type);
 }
 
@@ -62,8 +62,12 @@ void requireImage(BaseImage const* pImage) {
 }
 
 void requirePixels(BaseImage const& image, PlanIndexes const& plane, eDataType asked) {
-    image.requireInside(plane.z, plane.c, plane.t, 0, 0);
-    eImageBufferType const type = image.getGeometry().getPlanGeometry(plane.t).getBufferType();
+    BaseImageGeometry const& geometry = image.getGeometry();
+    if (!geometry.hasPlan(plane.z, plane.c, plane.t)) {
+        raiseForPlane(VELMO_HERE, Message::eIM_PlaneOutOfRange, image, plane, geometry.getSizeZ(),
+                      geometry.getSizeC(), geometry.getSizeT());
+    }
+    eImageBufferType const type = geometry.getPlanGeometry(plane.t).getBufferType();
     if (toDataType(type) != asked) {
         raiseForPlane(VELMO_HERE, Message::eIM_PixelTypeMismatch, image, plane, nameBufferType(type),
                       nameType(toDataType(type)), nameType(asked));

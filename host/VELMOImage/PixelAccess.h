@@ -25,9 +25,9 @@
 ///
 /// Every error is thrown as VELMOImageException, logged at ERROR: another pixel type, a plane or a row that
 /// the image does not have, a wrong number of pixels, an empty pointer, and a read or a write that fails. The
-/// text names the plane, the file if the image is on disk, and both types; its last line is the reason. Memory
-/// that is not available is std::bad_alloc. Different threads may read and write different pixels of one
-/// image at once.
+/// text names the plane, the file if the image is on disk, and both types; its last line is the reason.
+/// Memory that is not available is std::bad_alloc. Different threads may read and write different pixels of
+/// one image at once.
 ///
 /// Example: examples/quick_start.cpp.
 
@@ -179,8 +179,9 @@ void writePlane(WritableImage const& image, PlanIndexes const& plane, std::vecto
 /// `viewPlane<float const>`, which also takes an image that is const. Throws VELMOImageException for an image
 /// whose pixels are not in the memory of this process.
 template <class T>
-PlaneView<T> viewPlane(ImageArgument<std::conditional_t<std::is_const_v<T>, BaseImage const, BaseImage>> image,
-                       PlanIndexes const& plane) {
+PlaneView<T>
+viewPlane(ImageArgument<std::conditional_t<std::is_const_v<T>, BaseImage const, BaseImage>> image,
+          PlanIndexes const& plane) {
     detail::requireType<T>(image.get(), plane);
     BaseImageGeometry const& geometry = image.get().getGeometry();
     void const* const pPixels = detail::accessChecked(image.get(), plane);

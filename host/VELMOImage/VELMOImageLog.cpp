@@ -80,6 +80,8 @@ void registerPixelMessages(LogMessageManager& manager) {
     manager.addMessage(Message::eIM_ReadPlaneFailed, "Failed to read plane z=%d c=%d t=%d of %s\n%s");
     manager.addMessage(Message::eIM_WritePlaneFailed, "Failed to write plane z=%d c=%d t=%d of %s\n%s");
     manager.addMessage(Message::eIM_ImageMissing, "The pointer to the image is empty");
+    manager.addMessage(Message::eIM_PlaneOutOfRange,
+                       "There is no plane z=%d c=%d t=%d in %s of sizes z=%d c=%d t=%d");
     manager.addMessage(Message::eIM_PixelOutOfView,
                        "Pixel x=%d y=%d lies outside of a plane of %d x %d pixels");
 }

@@ -53,7 +53,8 @@ struct eImageMessage {
         eIM_ReadPlaneFailed = 28,       ///< z, c, t, image, text of the failure
         eIM_WritePlaneFailed = 29,      ///< z, c, t, image, text of the failure
         eIM_ImageMissing = 30,          ///< no argument
-        eIM_PixelOutOfView = 31         ///< x, y, sizes X, Y
+        eIM_PixelOutOfView = 31,        ///< x, y, sizes X, Y
+        eIM_PlaneOutOfRange = 32        ///< z, c, t, image, sizes Z, C, T
     };
 };
 

@@ -63,8 +63,7 @@ void BaseOArchive::writeObject(std::string const& name,
     BoolResult const result = pSerializable == nullptr ? failToWrite() : pSerializable->write(*this);
     if (!result) {
         raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_WriteObjectError] % pObject->getClassName() %
-result;
+            formater[eVELMOSerializationMessage::eVSM_WriteObjectError] % pObject->getClassName() % result;
         });
     }
 }

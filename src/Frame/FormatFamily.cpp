@@ -49,8 +49,7 @@ void FamilyFailure::require(BoolResult const& result, char const* file, unsigned
 void FamilyFailure::requireDistributed(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
         raiseGuarded({_site.function, file, line}, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-            formater.setMsgId(_messages.domainKey, _messages.createDistributedImageError) %
-result;
+            formater.setMsgId(_messages.domainKey, _messages.createDistributedImageError) % result;
         });
     }
 }

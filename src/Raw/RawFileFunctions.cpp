@@ -92,8 +92,7 @@ class SavedRawFile : public RawImageFile {
 
 BoolResult createTarget(ReplacedFile& file, boost::filesystem::path const& path) {
     BoolResult const created = file.create();
-    return created ? created
-                   : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created);
+    return created ? created : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created);
 }
 
 } // namespace

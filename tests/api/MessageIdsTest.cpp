@@ -140,8 +140,8 @@ TEST_F(MessageIdsOfCalls, ACheckMessageIsTheInnermostOfThree) {
     directory.next = 8; // the first directory again
     writeRawTiff(_folder / "circle.tif", {directory});
     MessageIds const ids = getThrownIds([&] { loadTiffImageFile(_folder / "circle.tif"); });
-    EXPECT_EQ(list(ids), (Names{"eTiffImageFileMessage:11", "eTiffImageFileMessage:15",
-                                "eImageFileCheckMessage:2"}));
+    EXPECT_EQ(list(ids),
+              (Names{"eTiffImageFileMessage:11", "eTiffImageFileMessage:15", "eImageFileCheckMessage:2"}));
 }
 
 TEST_F(MessageIdsOfCalls, AReasonOfAnotherFormatGoesThroughTheCopy) {
@@ -153,7 +153,9 @@ TEST_F(MessageIdsOfCalls, AReasonOfAnotherFormatGoesThroughTheCopy) {
     // The stream stays in its error state: later accesses fail at their seek.
     EXPECT_EQ(list(getThrownIds([&] { saveRawImageFile(_folder / "copy.raw", pSource); })),
               (Names{"eRawImageFileMessage:11", "eRawImageFileMessage:12"}));
-    EXPECT_EQ(list(getThrownIds([&] { readPlane<std::uint8_t>(pSource, {1, 0, 0}); })),
+    EXPECT_EQ(list(getThrownIds([&] {
+                  readPlane<std::uint8_t>(pSource, {1, 0, 0});
+              })),
               (Names{"eImageMessage:28", "eRawImageFileMessage:12"}));
 }
 
@@ -163,16 +165,16 @@ TEST_F(MessageIdsOfCalls, ARecordOfAMissingFileHasTheMessageOfTheArchiveFirst) {
     BinaryOArchive(record).writeObject("accessor", openTiffImageFile(_folder / "image.tif")->getAccessor());
     boost::filesystem::remove(_folder / "image.tif");
     BinaryIArchive archive(record);
-    MessageIds const ids =
-        getThrownIds([&] { readObjectOf<BaseDiskImageAccessor>(archive, "accessor"); });
+    MessageIds const ids = getThrownIds([&] { readObjectOf<BaseDiskImageAccessor>(archive, "accessor"); });
     EXPECT_TRUE(ids.contains(eVELMOSerializationMessage::eVSM_ReadObjectError));
     EXPECT_EQ(ids.getInnermost().id, eTiffImageFileMessage::eTIFM_OpenFileError);
 }
 
 TEST_F(MessageIdsOfCalls, AnExceptionOfTheHostHasItsMessage) {
     std::uint8_t pixel = 0;
-    MessageIds const ids =
-        getThrownIds([&] { static_cast<void>(_pImage->readPixels({2, 0, 0}, 0, 1, &pixel)); });
+    MessageIds const ids = getThrownIds([&] {
+        static_cast<void>(_pImage->readPixels({2, 0, 0}, 0, 1, &pixel));
+    });
     EXPECT_EQ(list(ids), Names{"eImageMessage:3"});
     EXPECT_TRUE(ids.contains(eImageMessage::eIM_PixelsOutOfRange));
 }

@@ -30,11 +30,11 @@ struct TypeCase {
 };
 
 TypeCase const g_types[] = {
-    {eIBT_Int8, "eIBT_Int8", "std::int8_t"},          {eIBT_UInt8, "eIBT_UInt8", "std::uint8_t"},
-    {eIBT_Int16, "eIBT_Int16", "std::int16_t"},       {eIBT_UInt16, "eIBT_UInt16", "std::uint16_t"},
-    {eIBT_Int32, "eIBT_Int32", "std::int32_t"},       {eIBT_UInt32, "eIBT_UInt32", "std::uint32_t"},
-    {eIBT_Real32, "eIBT_Real32", "float"},            {eIBT_Binary, "eIBT_Binary", "std::uint8_t"},
-    {eIBT_Label16, "eIBT_Label16", "std::uint16_t"},  {eIBT_Label32, "eIBT_Label32", "std::uint32_t"},
+    {eIBT_Int8, "eIBT_Int8", "std::int8_t"},         {eIBT_UInt8, "eIBT_UInt8", "std::uint8_t"},
+    {eIBT_Int16, "eIBT_Int16", "std::int16_t"},      {eIBT_UInt16, "eIBT_UInt16", "std::uint16_t"},
+    {eIBT_Int32, "eIBT_Int32", "std::int32_t"},      {eIBT_UInt32, "eIBT_UInt32", "std::uint32_t"},
+    {eIBT_Real32, "eIBT_Real32", "float"},           {eIBT_Binary, "eIBT_Binary", "std::uint8_t"},
+    {eIBT_Label16, "eIBT_Label16", "std::uint16_t"}, {eIBT_Label32, "eIBT_Label32", "std::uint32_t"},
     {eIBT_Label8, "eIBT_Label8", "std::uint8_t"},
 };
 
@@ -177,8 +177,8 @@ TEST_F(PixelAccess, AsksTheTimeStepForItsType) {
     ImageGeometryPtr const pGeometry = makeHeterogeneous(); // eIBT_UInt8, eIBT_Real32, eIBT_Label16
     ImagePtr const pImage = makeMemoryImage(*pGeometry, makePixels(*pGeometry));
     saveTiffImageFile(_folder / "types.tif", pImage);
-    for (ImagePtr const& pSource :
-         {pImage, loadTiffImageFile(_folder / "types.tif"), ImagePtr(openTiffImageFile(_folder / "types.tif"))}) {
+    for (ImagePtr const& pSource : {pImage, loadTiffImageFile(_folder / "types.tif"),
+                                    ImagePtr(openTiffImageFile(_folder / "types.tif"))}) {
         EXPECT_EQ(readPlane<std::uint8_t>(pSource, {0, 1, 0}).size(), 10U);
         EXPECT_EQ(readPlane<float>(pSource, {0, 1, 1}).size(), 10U);
         EXPECT_EQ(readPlane<std::uint16_t>(pSource, {0, 1, 2}).size(), 10U);
@@ -209,10 +209,13 @@ TEST_F(PixelAccess, ReadsTheChannelsOfColours) {
 
 TEST_F(PixelAccess, RefusesAPlaneThatDoesNotExist) {
     std::vector<std::uint16_t> const pixels(g_sizeX * g_sizeY);
-    for (PlanIndexes const& plane : {PlanIndexes{g_sizeZ, 0, 0}, PlanIndexes{0, 1, 0}, PlanIndexes{0, 0, 1}}) {
-        auto const text = StartsWith("The run from pixel 0 of 0 pixels in plane z=" + std::to_string(plane.z));
+    for (PlanIndexes const& plane :
+         {PlanIndexes{g_sizeZ, 0, 0}, PlanIndexes{0, 1, 0}, PlanIndexes{0, 0, NumericLimits<vlUInt64>::s_max}}) {
+        std::string const text = "There is no plane z=" + std::to_string(plane.z) + " c=" +
+                                 std::to_string(plane.c) + " t=" + std::to_string(plane.t) +
+                                 " in the image of sizes z=2 c=1 t=1";
         auto const expectText = [&](auto const& call) {
-            EXPECT_THAT(thrownText<VELMOImageException>(call), text);
+            EXPECT_EQ(thrownText<VELMOImageException>(call), text);
         };
         expectText([&] { readPlane<std::uint16_t>(_pImage, plane); });
         expectText([&] { readRow<std::uint16_t>(_pImage, plane, 0); });
@@ -224,16 +227,22 @@ TEST_F(PixelAccess, RefusesAPlaneThatDoesNotExist) {
 
 TEST_F(PixelAccess, RefusesARowThatDoesNotExist) {
     for (vlUInt64 const y : {g_sizeY, NumericLimits<vlUInt64>::s_max}) {
-        EXPECT_EQ(thrownText<VELMOImageException>([&] { readRow<std::uint16_t>(_pImage, {1, 0, 0}, y); }),
-                  "Plane z=1 c=0 t=0 of the image has 3 rows, and row y=" + std::to_string(y) + " is asked for");
+        EXPECT_EQ(thrownText<VELMOImageException>([&] {
+                      readRow<std::uint16_t>(_pImage, {1, 0, 0}, y);
+                  }),
+                  "Plane z=1 c=0 t=0 of the image has 3 rows, and row y=" + std::to_string(y) +
+                      " is asked for");
     }
 }
 
 TEST_F(PixelAccess, RefusesAnotherNumberOfPixels) {
     for (std::size_t const nbPixels : {0U, 14U, 16U}) {
         std::vector<std::uint16_t> const pixels(nbPixels, 7);
-        EXPECT_EQ(thrownText<VELMOImageException>([&] { writePlane(_pImage, {1, 0, 0}, pixels); }),
-                  "Plane z=1 c=0 t=0 of the image has 15 pixels, and " + std::to_string(nbPixels) + " are given");
+        EXPECT_EQ(thrownText<VELMOImageException>([&] {
+                      writePlane(_pImage, {1, 0, 0}, pixels);
+                  }),
+                  "Plane z=1 c=0 t=0 of the image has 15 pixels, and " + std::to_string(nbPixels) +
+                      " are given");
     }
     EXPECT_EQ(readPixels(*_pImage), _pixels);
 }
@@ -253,12 +262,13 @@ TEST_F(PixelAccess, RefusesPixelsWithoutAType) {
     ImageGeometryPtr const pGeometry = geometry3d(eIBT_None, g_sizeX, g_sizeY, g_sizeZ);
     NamedImage const image = {"the image", makeMemoryImage(*pGeometry, "")};
     forEachType([&](auto tag, std::string const& name) {
-        expectRefused<decltype(tag)>(
-            image, typeMismatch(image, {eIBT_None, "eIBT_None", "no C++ type"}, name));
+        expectRefused<decltype(tag)>(image,
+                                     typeMismatch(image, {eIBT_None, "eIBT_None", "no C++ type"}, name));
     });
     ImageGeometryPtr const pStrange = geometry3d(static_cast<eImageBufferType>(99), 1, 1, 2);
-    EXPECT_EQ(thrownText<VELMOImageException>(
-                  [&] { readPlane<float>(makeMemoryImage(*pStrange, ""), {0, 0, 0}); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] {
+                  readPlane<float>(makeMemoryImage(*pStrange, ""), {0, 0, 0});
+              }),
               "Plane z=0 c=0 t=0 of the image has pixels of type 99, which need no C++ type, not float");
 }
 
@@ -297,7 +307,9 @@ TEST_F(PixelAccess, ShowsAPlaneOfAConstantImage) {
 TEST_F(PixelAccess, ShowsNoPlaneOfAFile) {
     saveTiffImageFile(_folder / "image.tif", _pImage);
     DiskImagePtr const pOnDisk = openTiffImageFile(_folder / "image.tif");
-    EXPECT_EQ(thrownText<VELMOImageException>([&] { viewPlane<std::uint16_t>(pOnDisk, {1, 0, 0}); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] {
+                  viewPlane<std::uint16_t>(pOnDisk, {1, 0, 0});
+              }),
               "Plane z=1 c=0 t=0 of file \"" + (_folder / "image.tif").string() +
                   "\" is not in memory: it can be read, not viewed");
 }
@@ -308,7 +320,9 @@ TEST_F(PixelAccess, NamesTheFirstOfJoinedFiles) {
     }
     ImagePtr const pJoined = openTiffImageFiles(_folder.getPath(), "z<INDEX>.tif");
     EXPECT_EQ(readPlane<std::uint16_t>(pJoined, {3, 0, 0}), readPlane<std::uint16_t>(_pImage, {1, 0, 0}));
-    EXPECT_EQ(thrownText<VELMOImageException>([&] { readPlane<float>(pJoined, {3, 0, 0}); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] {
+                  readPlane<float>(pJoined, {3, 0, 0});
+              }),
               "Plane z=3 c=0 t=0 of the files from \"" + (_folder / "z1.tif").string() +
                   "\" on has pixels of type eIBT_UInt16, which need std::uint16_t, not float");
 }
@@ -319,8 +333,7 @@ TEST_F(PixelAccess, ThrowsTheReasonOfAFailedRead) {
     fs::resize_file(_folder / "image.raw", 40);
     std::string const head =
         "Failed to read plane z=1 c=0 t=0 of file \"" + (_folder / "image.raw").string() + "\"\n";
-    auto const text =
-        thrownText<VELMOImageException>([&] { readPlane<std::uint16_t>(pOnDisk, {1, 0, 0}); });
+    auto const text = thrownText<VELMOImageException>([&] { readPlane<std::uint16_t>(pOnDisk, {1, 0, 0}); });
     EXPECT_THAT(text, StartsWith(head));
     EXPECT_THAT(text.substr(head.size()), HasSubstr("image.raw"));
 }
@@ -328,8 +341,9 @@ TEST_F(PixelAccess, ThrowsTheReasonOfAFailedRead) {
 TEST_F(PixelAccess, ThrowsTheReasonOfAFailedWrite) {
     HookedImage image(*_pGeometry);
     image.setWriteHook(failAt(0, "no room"));
-    EXPECT_EQ(thrownText<VELMOImageException>(
-                  [&] { writePlane(image, {1, 0, 0}, std::vector<std::uint16_t>(15)); }),
+    EXPECT_EQ(thrownText<VELMOImageException>([&] {
+                  writePlane(image, {1, 0, 0}, std::vector<std::uint16_t>(15));
+              }),
               "Failed to write plane z=1 c=0 t=0 of the image\nno room");
 }
 

@@ -17,10 +17,10 @@ namespace velmo::image::file {
 /// In a pattern "?" stands for one byte, "*" for any number of bytes, also none, and "<INDEX>" for the digits
 /// of a number; every other byte stands for itself. An empty pattern matches every name.
 ///
-/// Matching does not backtrack. A star, and the digits of a number, end at the first position at which the rest
-/// of the pattern fits; a star at the end of the pattern is not part of that rest. If the name then goes on
-/// behind the rest, it does not match: "*.tif" does not match "a.tif.tif". "<INDEX>1" matches "0011" with the
-/// number 1. docs/formats/patterns.md has a table of names and patterns.
+/// Matching does not backtrack. A star, and the digits of a number, end at the first position at which the
+/// rest of the pattern fits; a star at the end of the pattern is not part of that rest. If the name then goes
+/// on behind the rest, it does not match: "*.tif" does not match "a.tif.tif". "<INDEX>1" matches "0011" with
+/// the number 1. docs/formats/patterns.md has a table of names and patterns.
 ///
 /// Errors: VELMOImageFileException, logged at ERROR, if some of the patterns read a number and others do not,
 /// or if a pattern that is tried reads two; `boost::bad_lexical_cast` for a number beyond 64 bits. Any number

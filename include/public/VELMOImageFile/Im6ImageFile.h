@@ -16,12 +16,12 @@ class PlaneFile;
 ///
 /// File layout: a header of 116 bytes, then the planes without padding. Of planes that follow each other z
 /// changes fastest, then c, then t; rows are stored from first to last. Pixels are little-endian; binary
-/// pixels are one byte each. Three blocks follow, the first of which is a text. If that text contains the word
-/// "Calibration", a calibration record is the last block. A file of one channel is grey; a file of any other
-/// number of channels is RGB.
+/// pixels are one byte each. Three blocks follow, the first of which is a text. If that text contains the
+/// word "Calibration", a calibration record is the last block. A file of one channel is grey; a file of any
+/// other number of channels is RGB.
 ///
-/// Threads. `readRawData` may run on any number of threads at once. Each thread has a stream of its own, which
-/// is opened at its first access and closed with the file; no lock is held during a transfer. Opening,
+/// Threads. `readRawData` may run on any number of threads at once. Each thread has a stream of its own,
+/// which is opened at its first access and closed with the file; no lock is held during a transfer. Opening,
 /// clearing and `read` need exclusive use.
 ///
 /// Errors of the file are returned as a failed BoolResult whose text names the path. A file that is not an
@@ -45,8 +45,8 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     /// @}
 
     /// Opens a file with the geometry, and the calibration if there is one, that the file describes. A file
-    /// that is shorter than its header says is an error; a longer one is accepted. A file that ends within the
-    /// planes or the text behind them is opened, and the reads of missing pixels fail. A header, text or
+    /// that is shorter than its header says is an error; a longer one is accepted. A file that ends within
+    /// the planes or the text behind them is opened, and the reads of missing pixels fail. A header, text or
     /// calibration record that the system cannot read is an error. After an error the accessor has no file.
     BoolResult openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
@@ -59,8 +59,8 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
     /// @}
-    /// False: an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw VELMOUtilException.
-    /// To rebuild an accessor elsewhere, write it to an archive.
+    /// False: an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw
+    /// VELMOUtilException. To rebuild an accessor elsewhere, write it to an archive.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
     /// Throws as `duplicate` does.

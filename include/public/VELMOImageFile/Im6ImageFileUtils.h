@@ -22,10 +22,10 @@ namespace velmo::image::file {
 /// VELMOImageException. If there is too little memory for the pixels, the error is a VELMOImageFileException;
 /// for smaller allocations it may be std::bad_alloc. Any number of calls may run at once.
 
-/// Loads a file into `image`, which gets the geometry, the pixels and the calibration, if there is one, of the
-/// file. The image must be of a kind that accepts `init`, such as a MemoryImage. The calling thread reads.
-/// After an error the image is unchanged, or has the geometry of the file and the pixels read so far. An empty
-/// pointer is thrown as VELMOBaseProcessingException.
+/// Loads a file into `image`, which gets the geometry, the pixels and the calibration, if there is one, of
+/// the file. The image must be of a kind that accepts `init`, such as a MemoryImage. The calling thread
+/// reads. After an error the image is unchanged, or has the geometry of the file and the pixels read so far.
+/// An empty pointer is thrown as VELMOBaseProcessingException.
 VELMO_IMAGE_FILE_EXPORT void loadIm6ImageFile(boost::filesystem::path const& path, ImagePtr const& image);
 
 /// Loads a file into a new image in memory. The calling thread reads.

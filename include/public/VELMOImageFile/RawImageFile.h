@@ -18,16 +18,16 @@ class PlaneFile;
 /// follow each other z changes fastest, then c, then t; rows are stored from first to last. Pixels are in the
 /// byte order of this machine; binary pixels are one byte each. Bytes behind the last plane are ignored.
 ///
-/// Threads. `readRawData` and `writeRawData` may run on any number of threads at once. Each thread has a stream
-/// of its own, which is opened at its first access and closed with the file; no lock is held during a transfer.
-/// The order of writes to the same bytes is undefined. Creating, opening, clearing, `resizeData` and `read`
-/// need exclusive use.
+/// Threads. `readRawData` and `writeRawData` may run on any number of threads at once. Each thread has a
+/// stream of its own, which is opened at its first access and closed with the file; no lock is held during a
+/// transfer. The order of writes to the same bytes is undefined. Creating, opening, clearing, `resizeData`
+/// and `read` need exclusive use.
 ///
 /// Errors of the file are returned as a failed BoolResult whose text names the path. After a failed
-/// `createFile`, `readRawData` or `writeRawData` the `errno` of the calling thread is the reason of the system,
-/// or 0 if the system did not fail. `clear` sets it to 0, or to the reason why a stream could not be closed. A
-/// stream that failed stays in its error state: every later access on that thread fails at its seek, until the
-/// file is opened again.
+/// `createFile`, `readRawData` or `writeRawData` the `errno` of the calling thread is the reason of the
+/// system, or 0 if the system did not fail. `clear` sets it to 0, or to the reason why a stream could not be
+/// closed. A stream that failed stays in its error state: every later access on that thread fails at its
+/// seek, until the file is opened again.
 class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
   public:
     /// An accessor without a file.
@@ -45,16 +45,16 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     static DynamicObjectPtr createSharedObject();
     /// @}
 
-    /// Creates a file, or empties an existing one, writes `fileHeader` and then zeros for all planes. After an
-    /// error the accessor has no file, and an incomplete file may be left on disk.
+    /// Creates a file, or empties an existing one, writes `fileHeader` and then zeros for all planes. After
+    /// an error the accessor has no file, and an incomplete file may be left on disk.
     ///
     /// The stream of the calling thread cannot read afterwards: `readRawData` fails on this thread until the
     /// file is opened again. Other threads can read and write.
     BoolResult createFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                           std::string const& fileHeader);
 
-    /// Opens a file whose planes begin at byte `dataStartOffset`. A file that is too short for the geometry is
-    /// an error; a longer one is accepted. After an error the accessor has no file.
+    /// Opens a file whose planes begin at byte `dataStartOffset`. A file that is too short for the geometry
+    /// is an error; a longer one is accepted. After an error the accessor has no file.
     BoolResult openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                         vlUInt64 dataStartOffset, BaseImageGeometry const& geometry);
 
@@ -68,8 +68,8 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
     /// @}
-    /// False: an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw VELMOUtilException.
-    /// To rebuild an accessor elsewhere, write it to an archive.
+    /// False: an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw
+    /// VELMOUtilException. To rebuild an accessor elsewhere, write it to an archive.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
     /// Throws as `duplicate` does.

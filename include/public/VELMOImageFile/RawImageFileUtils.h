@@ -15,8 +15,8 @@ namespace velmo::image::file {
 
 /// @file
 /// Functions that read and write headerless pixel files. The file has no description: the caller gives the
-/// geometry, and with `dataStartOffset` the number of bytes before the first plane. RawImageFile documents the
-/// order of the planes. Example: examples/raw_volume.cpp.
+/// geometry, and with `dataStartOffset` the number of bytes before the first plane. RawImageFile documents
+/// the order of the planes. Example: examples/raw_volume.cpp.
 ///
 /// The open and the loads take no options: each of them, and each read of an open image, returns the pixels
 /// that the file holds, or fails.
@@ -28,7 +28,8 @@ namespace velmo::image::file {
 /// std::bad_alloc.
 ///
 /// Any number of calls may run at once on different files, and any number of reads on one file. Two saves to
-/// one path must not run at once; with options and `bReplaceWhenWhole` the file is then one of the two, whole.
+/// one path must not run at once; with options and `bReplaceWhenWhole` the file is then one of the two,
+/// whole.
 
 /// Opens a file as an image whose pixels stay in the file. The file is open for reading as long as the image
 /// lives. Any number of threads may read from the image at once.
@@ -48,8 +49,8 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr loadRawImageFile(boost::filesystem::path const&
                                                   BaseImageGeometry const& geometry,
                                                   vlUInt64 dataStartOffset = 0);
 
-/// Loads all planes into a new distributed image. With `defaultDispatch` the workers of the image read at once;
-/// without it the calling thread reads.
+/// Loads all planes into a new distributed image. With `defaultDispatch` the workers of the image read at
+/// once; without it the calling thread reads.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& path,
                                                                         BaseImageGeometry const& geometry,
                                                                         vlUInt64 dataStartOffset,
@@ -65,9 +66,9 @@ VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedRawImageFile(boost::f
 /// Writes the header and all planes, from the calling thread. The file loads again with the same geometry and
 /// the length of the header as `dataStartOffset`.
 ///
-/// After an error an old file is as it was, unless `bReplaceWhenWhole` is false: then the file is incomplete. A
-/// disk image cannot be saved over its own file, which is an error. If the system failed, the last line of the
-/// message is its reason, such as "No space left on device".
+/// After an error an old file is as it was, unless `bReplaceWhenWhole` is false: then the file is incomplete.
+/// A disk image cannot be saved over its own file, which is an error. If the system failed, the last line of
+/// the message is its reason, such as "No space left on device".
 ///
 /// `options` must be a RawWriteOptions. A third argument in braces is a header, as in the function below.
 template <class Options, class = std::enable_if_t<std::is_same_v<Options, RawWriteOptions>>>
@@ -75,8 +76,8 @@ VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& pat
                                               Options const& options);
 
 /// The plain call. Writes the same file in place: an old file is emptied first, and a failed save leaves an
-/// incomplete file. The message of a file that cannot be created, reserved or written does not have the reason
-/// of the system.
+/// incomplete file. The message of a file that cannot be created, reserved or written does not have the
+/// reason of the system.
 VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
                                               std::string const& fileHeader = std::string());
 

@@ -25,8 +25,8 @@ namespace velmo::image::file {
 ///
 /// A file that this module wrote is read with the geometry, the calibration and the user properties that it
 /// was saved with; the modes are ignored. Of any other file the directories are planes along Z or time steps,
-/// as the directory mode says, and the samples of a pixel are the channels. TiffImageFile lists the files that
-/// can be opened.
+/// as the directory mode says, and the samples of a pixel are the channels. TiffImageFile lists the files
+/// that can be opened.
 ///
 /// Errors. Every error is logged at ERROR and thrown as VELMOImageFileException. The first line of its text
 /// names the file, with its path in double quotes; the last line is the reason: the text of libtiff, that of
@@ -40,14 +40,14 @@ namespace velmo::image::file {
 /// saves to one path must not run at once; with options and `bReplaceWhenWhole` the file is then one of the
 /// two, whole.
 
-/// Captures libtiff's messages from now on, so that the first error of the process has its reason too. Call it
-/// once, at the start of a program that uses plain calls or accessors; calls with options do it themselves.
-/// It sets libtiff's error and warning handlers, which belong to the whole process: nothing is printed to the
-/// standard error any more. A second call changes nothing. Any thread may call it.
+/// Captures libtiff's messages from now on, so that the first error of the process has its reason too. Call
+/// it once, at the start of a program that uses plain calls or accessors; calls with options do it
+/// themselves. It sets libtiff's error and warning handlers, which belong to the whole process: nothing is
+/// printed to the standard error any more. A second call changes nothing. Any thread may call it.
 VELMO_IMAGE_FILE_EXPORT void captureTiffMessages();
 
-/// Never an object: an empty pair of braces in place of the options stands for their defaults, and not for the
-/// enumerator of a plain call.
+/// Never an object: an empty pair of braces in place of the options stands for their defaults, and not for
+/// the enumerator of a plain call.
 class NoOption;
 
 /// @name Calls with options
@@ -69,9 +69,9 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFile(boost::filesystem::path const
 
 /// Opens a file as an image whose pixels stay in the file. Each read of the image reads from the file; the
 /// errors of the opening and of each read are those of the load. The file is open as long as the image lives,
-/// for reading, or for reading and writing with `eIAM_ReadWrite`. Any number of threads may read; reads of one
-/// image wait for each other. The image's accessor can be written to an archive; if the file is missing when
-/// that archive is read, it is an error.
+/// for reading, or for reading and writing with `eIAM_ReadWrite`. Any number of threads may read; reads of
+/// one image wait for each other. The image's accessor can be written to an archive; if the file is missing
+/// when that archive is read, it is an error.
 VELMO_IMAGE_FILE_EXPORT DiskImagePtr openTiffImageFile(boost::filesystem::path const& path,
                                                        TiffReadOptions const& options = {},
                                                        eImageAccessMode const& accessMode = eIAM_ReadOnly);
@@ -84,8 +84,8 @@ VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::
                                                                          bool defaultDispatch = true);
 
 /// The same with the geometry and the distribution of `model` and the pixel type of the file. If `model` is a
-/// sequence, directories are time steps, else planes of a volume; `TiffReadOptions::directories` is ignored. A
-/// file that does not fit `model` is thrown as VELMOBaseProcessingException.
+/// sequence, directories are time steps, else planes of a volume; `TiffReadOptions::directories` is ignored.
+/// A file that does not fit `model` is thrown as VELMOBaseProcessingException.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
                                                                          DistributedImage const& model,
                                                                          TiffReadOptions const& options = {},
@@ -132,7 +132,8 @@ inline void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr
 /// (ImageFileCheckMessage.h). This concerns each call below, also in folders of files:
 /// - Planes behind a break in the chain of directories are left out.
 /// - Directory numbers are taken modulo 65,536.
-/// - Planes of a single-directory ImageJ stack are the bytes of the file, in its byte order, and zero where the
+/// - Planes of a single-directory ImageJ stack are the bytes of the file, in its byte order, and zero where
+/// the
 ///   file ends too early.
 ///
 /// Where an RGB or RGBA strip cannot be decoded, its pixels are zero in reads of an image on disk, and in
@@ -159,8 +160,8 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFile(boost::filesystem::path const
 VELMO_IMAGE_FILE_EXPORT void loadTiffImageFile(boost::filesystem::path const& path,
                                                eTiffBufferMode const& bufferMode, ImagePtr& image);
 
-/// Opens a file as an image whose pixels stay in the file. The file is open for reading and writing as long as
-/// the image lives. A file that may not be written is an error, and so is one of packed bits, which can be
+/// Opens a file as an image whose pixels stay in the file. The file is open for reading and writing as long
+/// as the image lives. A file that may not be written is an error, and so is one of packed bits, which can be
 /// loaded.
 VELMO_IMAGE_FILE_EXPORT DiskImagePtr openTiffImageFile(boost::filesystem::path const& path,
                                                        eTiffDirectoryMode const& directoryMode,
@@ -199,9 +200,9 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
 ///
 /// Several TIFF files of a directory as one image. The files are those of the directory itself whose names
 /// match `pattern` (see FilePatternMatching.h); subdirectories are left out, links are followed. With
-/// "<INDEX>" in the pattern the files come in the order of their numbers; of files with equal numbers only the
-/// first that the file system lists is taken. Without it they come in the lexicographic order of their names,
-/// in which img10.tif stands before img2.tif.
+/// "<INDEX>" in the pattern the files come in the order of their numbers; of files with equal numbers only
+/// the first that the file system lists is taken. Without it they come in the lexicographic order of their
+/// names, in which img10.tif stands before img2.tif.
 ///
 /// If no file matches, the result is an empty pointer: check it. A single match is loaded or opened with
 /// loadTiffImageFile or openTiffImageFile. Of two or more, each is read as a volume and compared with the
@@ -228,10 +229,10 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path cons
                                                     std::string const& pattern,
                                                     TiffReadOptions const& options = {});
 
-/// Loads planes at uneven heights and resamples them along Z, as the plain call below, with these differences:
-/// a line of the text of steps that is neither blank nor a positive, finite number is an error that names the
-/// line; a single match is resampled like any stack; the directories of each file are planes along Z, and
-/// `TiffReadOptions::directories` is ignored.
+/// Loads planes at uneven heights and resamples them along Z, as the plain call below, with these
+/// differences: a line of the text of steps that is neither blank nor a positive, finite number is an error
+/// that names the line; a single match is resampled like any stack; the directories of each file are planes
+/// along Z, and `TiffReadOptions::directories` is ignored.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
     boost::filesystem::path const& directory, boost::filesystem::path const& zStepsFile,
     unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
@@ -264,8 +265,8 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFiles(boost::filesystem::path cons
                                                     eTiffBufferMode const& bufferMode);
 
 /// The same as a DiskImage: the pixels stay in the files, which are open for reading as long as the image
-/// lives. Any number of threads may read from it at once. It has the calibration of the first file and no user
-/// properties. A single match is open for reading and writing, as by openTiffImageFile.
+/// lives. Any number of threads may read from it at once. It has the calibration of the first file and no
+/// user properties. A single match is open for reading and writing, as by openTiffImageFile.
 VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     eTiffDirectoryMode const& directoryMode,

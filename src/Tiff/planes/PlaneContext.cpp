@@ -47,8 +47,7 @@ BoolResult PlaneContext::reachDirectory() const {
         warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_DirectoryNumberCut, directory,
              directories.toNumber(directory), path.string());
     }
-    return reached ? success()
-                   : fail(Message::eTIFM_SetDirectoryError, directory, path.string(), reached);
+    return reached ? success() : fail(Message::eTIFM_SetDirectoryError, directory, path.string(), reached);
 }
 
 BoolResult PlaneContext::reachMovedDirectory() const {
