@@ -209,10 +209,10 @@ TEST_F(PixelAccess, ReadsTheChannelsOfColours) {
 
 TEST_F(PixelAccess, RefusesAPlaneThatDoesNotExist) {
     std::vector<std::uint16_t> const pixels(g_sizeX * g_sizeY);
-    for (PlanIndexes const& plane :
-         {PlanIndexes{g_sizeZ, 0, 0}, PlanIndexes{0, 1, 0}, PlanIndexes{0, 0, NumericLimits<vlUInt64>::s_max}}) {
-        std::string const text = "There is no plane z=" + std::to_string(plane.z) + " c=" +
-                                 std::to_string(plane.c) + " t=" + std::to_string(plane.t) +
+    for (PlanIndexes const& plane : {PlanIndexes{g_sizeZ, 0, 0}, PlanIndexes{0, 1, 0},
+                                     PlanIndexes{0, 0, NumericLimits<vlUInt64>::s_max}}) {
+        std::string const text = "There is no plane z=" + std::to_string(plane.z) +
+                                 " c=" + std::to_string(plane.c) + " t=" + std::to_string(plane.t) +
                                  " in the image of sizes z=2 c=1 t=1";
         auto const expectText = [&](auto const& call) {
             EXPECT_EQ(thrownText<VELMOImageException>(call), text);
