@@ -8,50 +8,49 @@
 
 #include <fstream>
 
-using namespace velmo;
 using namespace velmo::image;
 
 void prepare() {
     // [prepare for errors]
     // Once, at the start of the program:
     file::captureTiffMessages(); // libtiff's reason goes into the message, from the first error on
-    silenceLog();                // or logToStandardError(): each error is also logged, through log4cplus
+    velmo::silenceLog();         // or velmo::logToStandardError(): each error is also logged
     // [prepare for errors]
 }
 
 void catchFailure() {
-    std::string text;
     // [catch a failure]
     try {
         file::loadRawImageFile("short.raw", *geometry3d(eIBT_UInt8, 64, 48, 8));
     } catch (velmo::BaseException const& error) {
-        text = error.what(); // the first line names the file, the last line is the reason
-        std::cerr << text << '\n';
+        std::cerr << error.what() << '\n';
     }
     // [catch a failure]
+}
+
+void decideById() {
+    bool bTooShort = false;
+    std::string reason;
+    std::string text;
+    // [decide by an id]
+    try {
+        file::loadRawImageFile("short.raw", *geometry3d(eIBT_UInt8, 64, 48, 8));
+    } catch (velmo::BaseException const& error) {
+        velmo::MessageIds const& ids = error.getMessageIds();
+        bTooShort = ids.contains(file::eRawImageFileMessage::eRIFM_GeometryExceedsFileSize);
+        velmo::MessageId const& innermost = ids.getInnermost();
+        reason = innermost.domain + " " + std::to_string(innermost.id); // eRawImageFileMessage 4
+        text = error.what();
+    }
+    // [decide by an id]
+    require(bTooShort, "the file is too short");
+    require(reason == "eRawImageFileMessage 4", "the id of the reason");
     require(
         text ==
             "Error while loading raw image file \"short.raw\"\n"
             "Input geometry with total size 24576 and starting offset 0 is greater than global file size 100 "
             "for raw image file short.raw",
         "the text of the failure");
-}
-
-void decideById() {
-    bool bTooShort = false;
-    std::string reason;
-    // [decide by an id]
-    try {
-        file::loadRawImageFile("short.raw", *geometry3d(eIBT_UInt8, 64, 48, 8));
-    } catch (BaseException const& error) {
-        MessageIds const& ids = error.getMessageIds();
-        bTooShort = ids.contains(file::eRawImageFileMessage::eRIFM_GeometryExceedsFileSize);
-        MessageId const& innermost = ids.getInnermost();
-        reason = innermost.domain + " " + std::to_string(innermost.id); // eRawImageFileMessage 4
-    }
-    // [decide by an id]
-    require(bTooShort, "the file is too short");
-    require(reason == "eRawImageFileMessage 4", "the id of the reason");
 }
 
 int main() {

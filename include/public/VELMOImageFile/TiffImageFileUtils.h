@@ -103,18 +103,22 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
                                                ImageConstPtr const& image,
                                                TiffWriteOptions const& options = {});
 
-/// @{
-/// The same with braces in place of the options: `{}` for their defaults, `{eTC_Lzw}` for a compression.
+/// The same with `{}` in place of the options, which stands for their defaults.
 inline ImagePtr loadTiffImageFile(boost::filesystem::path const& path,
                                   std::initializer_list<NoOption> const& /*options*/) {
     return loadTiffImageFile(path, TiffReadOptions());
 }
+
+/// The same with `{}` in place of the options, which stands for their defaults.
 inline DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
                                                         DistributedImage const& model,
                                                         std::initializer_list<NoOption> const& /*options*/,
                                                         bool defaultDispatch) {
     return loadDistributedTiffImageFile(path, model, TiffReadOptions(), defaultDispatch);
 }
+
+/// The same with braces in place of the options: `{}` stands for their
+/// defaults, `{eTC_Lzw}` for a compression.
 inline void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
                               std::initializer_list<eTiffCompression> const& compression) {
     TiffWriteOptions options;
@@ -123,7 +127,6 @@ inline void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr
     }
     saveTiffImageFile(path, image, options);
 }
-/// @}
 /// @}
 
 /// @name Plain calls

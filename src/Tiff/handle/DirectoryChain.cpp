@@ -132,7 +132,8 @@ class DirectoryChain::Reader {
         vlUInt64 const place = bInside ? _offset + _layout.countSize + entry * _layout.entrySize + headSize
                                        : toNumber(_pTiff, pEntry + headSize, _layout.linkSize);
         if (tag == TIFFTAG_STRIPOFFSETS) {
-            return addStrips(type, count, place, pEntry + headSize, shape.stripOffsets, directory.stripOffsets);
+            return addStrips(type, count, place, pEntry + headSize, shape.stripOffsets,
+                             directory.stripOffsets);
         }
         if (tag == TIFFTAG_STRIPBYTECOUNTS) {
             return addStrips(type, count, place, pEntry + headSize, shape.stripByteCounts,
@@ -152,11 +153,13 @@ class DirectoryChain::Reader {
         vlUInt64 const size = getStripNumberSize(type);
         bool const bFirst = format.count == 0;
         format = {type, count};
-        list = {place, count == 1 && size != 0 && size <= _layout.linkSize ? toNumber(_pTiff, pValue, size) : 0};
+        list = {place,
+                count == 1 && size != 0 && size <= _layout.linkSize ? toNumber(_pTiff, pValue, size) : 0};
         return bFirst && size != 0;
     }
 
-    /// A value behind the directory is compared. Of a text that nothing reads it is enough that libtiff accepts it.
+    /// A value behind the directory is compared. Of a text that nothing reads it is enough that libtiff
+    /// accepts it.
     bool addValue(vlUInt64 tag, bool bText, vlUInt64 place, vlUInt64 size, Shape& shape) const {
         if (size > (bText ? g_longestText : g_comparedBytes)) {
             return false;

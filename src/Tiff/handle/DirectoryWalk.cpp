@@ -33,9 +33,9 @@ bool DirectoryWalk::goOn() {
     }
     auto const shape = chain.findShape(_index);
     auto const found = shape ? _models.find(*shape) : _models.end();
-    bool const bAlike = found != _models.end() &&
-                        chain.hasSoundStrips(_pTiff, *_pStream, _index, found->second.index,
-                                             found->second.bCompressed, _fileSize);
+    bool const bAlike =
+        found != _models.end() && chain.hasSoundStrips(_pTiff, *_pStream, _index, found->second.index,
+                                                       found->second.bCompressed, _fileSize);
     _model = bAlike ? std::optional(found->second.index) : std::nullopt;
     if (!bAlike && !readNext()) {
         return false;

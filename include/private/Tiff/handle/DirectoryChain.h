@@ -23,13 +23,15 @@ struct StripPlaces {
 
 /// The directories of a file in their order, read once and without libtiff.
 ///
-/// Directories of one *shape* have the same tags with the same values, except for the places of their strips, page numbers
-/// and texts that nothing in this module reads. What libtiff answers about one of them holds for all of them.
+/// Directories of one *shape* have the same tags with the same values, except for the places of their strips,
+/// page numbers and texts that nothing in this module reads. What libtiff answers about one of them holds for
+/// all of them.
 class DirectoryChain {
   public:
     /// Offset of a directory; empty where the chain does not reach it.
     std::optional<vlUInt64> find(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
-    /// Number of directories; for a chain that breaks off, in a loop or outside of the file, as libtiff counts.
+    /// Number of directories; for a chain that breaks off, in a loop or outside of the file, as libtiff
+    /// counts.
     vlUInt64 count(TIFF* pTiff, TiffStream& stream);
     /// Whether the chain breaks off: a link leads outside of the file or back to an earlier directory.
     bool isBroken(TIFF* pTiff, TiffStream& stream);
@@ -42,10 +44,11 @@ class DirectoryChain {
     std::optional<vlUInt64> findIndex(vlUInt64 offset) const;
     /// The number of a found directory's shape; empty for a directory that only libtiff can judge.
     std::optional<vlUInt64> findShape(vlUInt64 index) const;
-    /// The strips of a found directory that has a shape; empty where the file does not hold the lists of them.
+    /// The strips of a found directory that has a shape; empty where the file does not hold the lists of
+    /// them.
     std::optional<StripPlaces> readStripPlaces(TIFF* pTiff, TiffStream& stream, vlUInt64 index) const;
-    /// Whether libtiff would accept the strips of a directory without a message, given that it did so for `model`, which
-    /// has the same shape.
+    /// Whether libtiff would accept the strips of a directory without a message, given that it did so for
+    /// `model`, which has the same shape.
     bool hasSoundStrips(TIFF* pTiff, TiffStream& stream, vlUInt64 index, vlUInt64 model, bool bCompressed,
                         vlUInt64 fileSize) const;
 

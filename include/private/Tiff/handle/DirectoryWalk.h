@@ -13,9 +13,9 @@ namespace velmo::image::file {
 
 class TiffStream;
 
-/// Goes through the directories behind the current one, to the end of the chain or to a directory that libtiff cannot read.
-/// A directory is read by libtiff unless one of the same shape was read before and accepted. Afterwards the handle may stand
-/// on any directory or on none.
+/// Goes through the directories behind the current one, to the end of the chain or to a directory that
+/// libtiff cannot read. A directory is read by libtiff unless one of the same shape was read before and
+/// accepted. Afterwards the handle may stand on any directory or on none.
 class DirectoryWalk {
   public:
     /// The handle stands on the first directory.
@@ -25,10 +25,11 @@ class DirectoryWalk {
     bool goOn();
     /// Offset of the last directory that was reached.
     vlUInt64 getOffset() const { return _offset; }
-    /// The number of an accepted directory about which libtiff would answer the same as about this one; the handle does not
-    /// stand on this one then. Empty where libtiff has read this one.
+    /// The number of an accepted directory about which libtiff would answer the same as about this one; the
+    /// handle does not stand on this one then. Empty where libtiff has read this one.
     std::optional<vlUInt64> getModel() const { return _model; }
-    /// Accepts the directory that libtiff has read as a model of later ones, unless libtiff reported something.
+    /// Accepts the directory that libtiff has read as a model of later ones, unless libtiff reported
+    /// something.
     void accept();
 
   private:
