@@ -12,8 +12,9 @@
 namespace velmo::processor {
 
 struct ActionResult::Outcome {
-    Outcome(vlUInt64 endStatus, std::string endMessage, std::string name)
-        : status(endStatus), message(std::move(endMessage)), processor(std::move(name)) {}
+    Outcome(vlUInt64 endStatus, std::string endMessage, MessageIds ids, std::string name)
+        : status(endStatus), message(std::move(endMessage)), messageIds(std::move(ids)),
+          processor(std::move(name)) {}
     Outcome(Outcome const&) = delete;
     Outcome& operator=(Outcome const&) = delete;
 
@@ -33,12 +34,13 @@ struct ActionResult::Outcome {
 
     vlUInt64 status;
     std::string message;
+    MessageIds messageIds;
     std::string processor;
     std::atomic<bool> bAsked{false};
 };
 
 ActionResult::ActionResult(vlUInt64 status, std::string message)
-    : _pOutcome(std::make_shared<Outcome>(status, std::move(message), std::string())) {
+    : _pOutcome(std::make_shared<Outcome>(status, std::move(message), MessageIds(), std::string())) {
     _pOutcome->bAsked = true;
 }
 
@@ -54,13 +56,17 @@ std::string const& ActionResult::getMessage() const {
     return _pOutcome->message;
 }
 
+BoolResult ActionResult::toBoolResult() const {
+    return getStatus() == 0 ? success() : failure(_pOutcome->message, _pOutcome->messageIds);
+}
+
 BaseAction::~BaseAction() = default;
 
 ActionResult BaseAction::run(eSynchroType /*synchroType*/) {
     _lastResult.reset();
     BoolResult const result = runDerived();
-    _lastResult = ActionResult(
-        std::make_shared<ActionResult::Outcome>(result ? 0 : 1, result.getMessage(), getProcessorName()));
+    _lastResult = ActionResult(std::make_shared<ActionResult::Outcome>(
+        result ? 0 : 1, result.getMessage(), result.getMessageIds(), getProcessorName()));
     return *_lastResult;
 }
 
@@ -92,7 +98,8 @@ void BaseProcessor::requireResult(std::string const& attribute) const {
     }
     raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
         formater[eProcessorMessage::ePM_NoResult] % attribute % getProcessorName() %
-            (result ? '\n' + result->getMessage() : std::string());
+            failure(result ? '\n' + result->getMessage() : std::string(),
+                    result ? result->toBoolResult().getMessageIds() : MessageIds());
     });
 }
 

@@ -32,6 +32,8 @@ class VELMO_HOST_EXPORT ActionResult {
     vlUInt64 getStatus() const;
     std::string const& getMessage() const;
     /// @}
+    /// True for status 0, else false with the message and the ids of its messages.
+    BoolResult toBoolResult() const;
 
   private:
     friend class BaseAction;
@@ -50,7 +52,7 @@ class VELMO_HOST_EXPORT BaseAction {
 
     /// Returns when the action has ended. A failure is returned with its text, and logged unless somebody
     /// asks about it; what the action throws comes out here.
-    ActionResult run(eSynchroType synchroType);
+    [[nodiscard]] ActionResult run(eSynchroType synchroType);
 
   protected:
     BaseAction() = default;

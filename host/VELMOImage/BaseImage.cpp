@@ -39,7 +39,7 @@ BaseImage::~BaseImage() = default;
 BoolResult BaseImage::init(BaseImageGeometry const& /*geometry*/) {
     LogMessageFormater formater(getVELMOImageLogMessageManager());
     formater[eImageMessage::eIM_InitNotSupported];
-    return failure(formater.string());
+    return failure(formater);
 }
 
 BaseImageGeometry const& BaseImage::getGeometry() const {
@@ -80,7 +80,7 @@ ImageConstPtr BaseImage::createCpuCopy() const {
     }
     if (!result) {
         raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
-            formater[eImageMessage::eIM_CpuCopyFailed] % result.getMessage();
+            formater[eImageMessage::eIM_CpuCopyFailed] % result;
         });
     }
     pCopy->setGeometricCalibration(_pCalibration);

@@ -5,6 +5,7 @@
 
 #include "VELMOImage/GeometricCalibration.h"
 #include "VELMOImage/ImageEnums.h"
+#include "VELMOImage/ImageGeometry.h"
 #include "VELMOUtil/BoolResult.h"
 
 #include <boost/filesystem/path.hpp>
@@ -14,7 +15,6 @@
 namespace velmo::image {
 
 class BaseImage;
-class BaseImageGeometry;
 /// @{
 /// A shared image; the last pointer frees it, and closes its file. The second form reads alone.
 using ImagePtr = boost::shared_ptr<BaseImage>;
@@ -67,11 +67,23 @@ class VELMO_HOST_EXPORT BaseImage {
     /// A new image in memory that the caller owns; the image itself is not touched.
     virtual ImageConstPtr createCpuCopy() const;
 
-    /// Reads pixels of one plane, from pixel `pixelStart` on in row-major order, into `buffer`. A run outside
-    /// of the image is thrown as VELMOImageException.
+    /// Reads `nbPixels` pixels of one plane into `buffer`, from pixel `pixelStart` on: row y, column x is
+    /// pixel y * sizeX + x. The buffer must have room for that many pixels of the plane's pixel type, which
+    /// is not checked: PixelAccess.h has functions that check it. A run outside of the image is thrown as
+    /// VELMOImageException.
+    BoolResult readPixels(PlanIndexes const& plane, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                          void* buffer) const {
+        return readPixels(plane.z, plane.c, plane.t, pixelStart, nbPixels, buffer);
+    }
+    /// The same with the indexes of the plane one by one.
     BoolResult readPixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                           void* buffer) const;
-    /// As `readPixels`. A failure may leave the run written in part.
+    /// Writes pixels of one plane; otherwise as `readPixels`. An error may leave the run written in part.
+    BoolResult writePixels(PlanIndexes const& plane, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                           void const* buffer) {
+        return writePixels(plane.z, plane.c, plane.t, pixelStart, nbPixels, buffer);
+    }
+    /// The same with the indexes of the plane one by one.
     BoolResult writePixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                            void const* buffer);
 

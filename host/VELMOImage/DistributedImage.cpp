@@ -60,7 +60,7 @@ BoolResult DistributedImage::requireWorkers() const {
         return success();
     }
     LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure(formater[eImageMessage::eIM_NoWorker].string());
+    return failure(formater[eImageMessage::eIM_NoWorker]);
 }
 
 bool DistributedImage::requiresCpuCopy() const {

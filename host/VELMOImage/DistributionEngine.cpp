@@ -83,11 +83,11 @@ BoolResult rebuild(std::string const& accessorRecord, boost::shared_ptr<BaseImag
         if (!bKnown) {
             throw;
         }
-        return failure(exception.what());
+        return failure(exception);
     }
     if (!pAccessor) {
         LogMessageFormater formater(getVELMOImageLogMessageManager());
-        return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+        return failure(formater[eImageMessage::eIM_RecordWithoutAccessor]);
     }
     return success();
 }

@@ -97,7 +97,7 @@ BoolResult BaseDiskImageAccessor::read(BaseIArchive& archive) {
     auto const pCalibration = readObjectOf<GeometricCalibration>(archive, "calibration");
     if (!pGeometry) {
         LogMessageFormater formater(getVELMOImageLogMessageManager());
-        return failure(formater[eImageMessage::eIM_RecordWithoutGeometry].string());
+        return failure(formater[eImageMessage::eIM_RecordWithoutGeometry]);
     }
     initBase(path, static_cast<eImageAccessMode>(accessMode), *pGeometry, pCalibration, bSharedRemote != 0);
     return success();

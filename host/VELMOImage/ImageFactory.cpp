@@ -18,7 +18,7 @@ namespace {
 
 BoolResult fail(eImageMessage::domain id) {
     LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure(formater[id].string());
+    return failure(formater[id]);
 }
 
 } // namespace
@@ -51,7 +51,7 @@ BoolResult ImageFactory::createDiskImage(boost::shared_ptr<BaseDiskImageAccessor
     if (!pAccessor->hasBinary8BitsStorage() && hasBufferType(pAccessor->getGeometry(), eIBT_Binary)) {
         LogMessageFormater formater(getVELMOImageLogMessageManager());
         formater[eImageMessage::eIM_BinaryPacked] % pAccessor->getClassName();
-        return failure(formater.string());
+        return failure(formater);
     }
     out = boost::make_shared<DiskImage>(pAccessor);
     return success();

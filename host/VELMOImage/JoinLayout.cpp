@@ -33,13 +33,13 @@ BoolResult requireJoinable(std::size_t index, BaseImageGeometry const& part, eJo
     LogMessageFormater formater(getVELMOImageLogMessageManager());
     if (axis == eJoinAxis::Z && part.getSizeT() != 1) {
         formater[eImageMessage::eIM_PartTimeSteps] % index % describeGeometry(part) % part.getSizeT();
-        return failure(formater.string());
+        return failure(formater);
     }
     if (auto const plane = findPlaneOfOtherType(part)) {
         auto const& types = dynamic_cast<HeterogeneousImageGeometry const&>(part).getBufferTypeRuns();
         formater[eImageMessage::eIM_PartNotUniform] % index % describeGeometry(part) % *plane %
             types.getType(*plane);
-        return failure(formater.string());
+        return failure(formater);
     }
     return success();
 }
@@ -106,7 +106,7 @@ ImageGeometryPtr makeGeometry(Geometries const& parts, eJoinAxis axis, vlUInt64 
 BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, eJoinAxis axis) {
     LogMessageFormater formater(getVELMOImageLogMessageManager());
     if (parts.empty()) {
-        return failure(formater[eImageMessage::eIM_NothingToJoin].string());
+        return failure(formater[eImageMessage::eIM_NothingToJoin]);
     }
     std::vector<vlUInt64> starts;
     Extent whole;
@@ -117,9 +117,8 @@ BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, 
         }
         starts.push_back(whole.length);
         if (!fits(*parts[part], *parts.front(), axis) || !whole.add(*parts[part], axis)) {
-            return failure((formater[eImageMessage::eIM_PartMismatch] % part %
-                            describeGeometry(*parts[part]) % describeGeometry(*parts.front()))
-                               .string());
+            return failure(formater[eImageMessage::eIM_PartMismatch] % part % describeGeometry(*parts[part]) %
+                           describeGeometry(*parts.front()));
         }
     }
     _pGeometry = makeGeometry(parts, axis, whole.length);

@@ -23,7 +23,7 @@ DynamicRegistrator<JoinedImageAccessor> const g_registrator;
 
 BoolResult failNotInitialised() {
     LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure(formater[eImageAccessorMessage::eIAM_NotInitialised].string());
+    return failure(formater[eImageAccessorMessage::eIAM_NotInitialised]);
 }
 
 [[noreturn]] void raiseNoCopySupport(RaiseSite const& site) {
@@ -98,7 +98,7 @@ BoolResult JoinedImageAccessor::read(BaseIArchive& archive) {
         parts.push_back(readObjectOf<BaseDiskImageAccessor>(archive, "part"));
         if (!parts.back()) {
             LogMessageFormater formater(getVELMOImageLogMessageManager());
-            return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+            return failure(formater[eImageMessage::eIM_RecordWithoutAccessor]);
         }
     }
     return parts.empty() ? success() : join(parts, axis == 0 ? eJoinAxis::Z : eJoinAxis::T);
@@ -122,7 +122,7 @@ bool JoinedImageAccessor::hasBinary8BitsStorage() const {
 
 BoolResult JoinedImageAccessor::resizeData(BaseImageGeometry const& /*geometry*/) {
     LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure(formater[eImageMessage::eIM_JoinedResize].string());
+    return failure(formater[eImageMessage::eIM_JoinedResize]);
 }
 
 BoolResult JoinedImageAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,

@@ -27,7 +27,7 @@ BoolResult requireMemory(vlUInt64 nbBytes) {
         return success();
     }
     LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure((formater[eImageMessage::eIM_MemoryTooSmall] % nbBytes % available).string());
+    return failure(formater[eImageMessage::eIM_MemoryTooSmall] % nbBytes % available);
 }
 
 BoolResult allocatePixels(vlUInt64 nbBytes, PageBuffer& buffer) {
@@ -39,7 +39,7 @@ BoolResult allocatePixels(vlUInt64 nbBytes, PageBuffer& buffer) {
         buffer = PageBuffer(nbBytes);
     } catch (std::bad_alloc const&) {
         LogMessageFormater formater(getVELMOImageLogMessageManager());
-        return failure((formater[eImageMessage::eIM_AllocationFailed] % nbBytes).string());
+        return failure(formater[eImageMessage::eIM_AllocationFailed] % nbBytes);
     }
     return success();
 }

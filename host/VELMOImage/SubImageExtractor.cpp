@@ -18,7 +18,7 @@ namespace {
 
 BoolResult failAtPart(eImageMessage::domain id, std::size_t part) {
     LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure((formater[id] % part).string());
+    return failure(formater[id] % part);
 }
 
 BoolResult join(std::vector<ImagePtr> const& parts, eJoinAxis axis, ImagePtr& out) {

@@ -45,7 +45,16 @@ struct eImageMessage {
         eIM_JoinedResize = 20,          ///< no argument
         eIM_PartNotUniform = 21,        ///< part, its description, plane, its pixel type
         eIM_PartTimeSteps = 22,         ///< part, its description, its number of time steps
-        eIM_BinaryPacked = 23           ///< class of the accessor
+        eIM_BinaryPacked = 23,          ///< class of the accessor
+        eIM_PixelTypeMismatch = 24,     ///< z, c, t, image, pixel type, its C++ type, C++ type that was given
+        eIM_RowOutOfRange = 25,         ///< z, c, t, image, size Y, y
+        eIM_PixelCountMismatch = 26,    ///< z, c, t, image, its number of pixels, the number given
+        eIM_PlaneNotInMemory = 27,      ///< z, c, t, image
+        eIM_ReadPlaneFailed = 28,       ///< z, c, t, image, text of the failure
+        eIM_WritePlaneFailed = 29,      ///< z, c, t, image, text of the failure
+        eIM_ImageMissing = 30,          ///< no argument
+        eIM_PixelOutOfView = 31,        ///< x, y, sizes X, Y
+        eIM_PlaneOutOfRange = 32        ///< z, c, t, image, sizes Z, C, T
     };
 };
 

@@ -16,7 +16,7 @@ constexpr unsigned int g_deepestSection = 64;
 
 BoolResult failToWrite() {
     LogMessageFormater formater(getVELMOSerializationLogMessageManager());
-    return failure(formater[eVELMOSerializationMessage::eVSM_NotSerializable].string());
+    return failure(formater[eVELMOSerializationMessage::eVSM_NotSerializable]);
 }
 
 } // namespace
@@ -63,8 +63,7 @@ void BaseOArchive::writeObject(std::string const& name,
     BoolResult const result = pSerializable == nullptr ? failToWrite() : pSerializable->write(*this);
     if (!result) {
         raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_WriteObjectError] % pObject->getClassName() %
-                result.getMessage();
+            formater[eVELMOSerializationMessage::eVSM_WriteObjectError] % pObject->getClassName() % result;
         });
     }
 }
@@ -87,7 +86,7 @@ DynamicObjectPtr BaseIArchive::readObject(std::string const& name) {
     BoolResult const result = pSerializable->read(*this);
     if (!result) {
         raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_ReadObjectError] % className % result.getMessage();
+            formater[eVELMOSerializationMessage::eVSM_ReadObjectError] % className % result;
         });
     }
     return pObject;

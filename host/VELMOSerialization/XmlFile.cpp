@@ -64,7 +64,7 @@ void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObjec
     BoolResult const result = object.read(archive);
     if (!result) {
         raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[Message::eVSM_ReadObjectError] % className % result.getMessage();
+            formater[Message::eVSM_ReadObjectError] % className % result;
         });
     }
 }
@@ -74,7 +74,7 @@ BoolResult tryReadFromXmlFile(boost::filesystem::path const& path, BaseSerializa
     try {
         readFromXmlFile(path, object);
     } catch (BaseException const& exception) {
-        return failure(exception.what());
+        return failure(exception);
     }
     return success();
 }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "VELMOUtil/BoolResult.h"
 #include "VELMOUtil/Export.h"
 
 #include <exception>
@@ -34,6 +35,10 @@ class VELMO_HOST_EXPORT BaseException : public std::exception {
     unsigned int getLine() const noexcept;
     /// Null where there is none. Owned by the exception and its copies.
     BaseException const* getCause() const noexcept;
+    /// Domain and id of each message in the text; empty where the text is not in a catalogue.
+    MessageIds const& getMessageIds() const noexcept;
+    /// Replaces the ids of this object, not those of copies made before.
+    void setMessageIds(MessageIds const& messageIds);
 
   private:
     struct Data;
@@ -47,5 +52,8 @@ class VELMO_HOST_EXPORT UnHandleException : public BaseException {
     UnHandleException(std::string const& message, char const* function, char const* file, unsigned int line)
         : BaseException(message, function, file, line) {}
 };
+
+/// The failed result for a caught exception: its text, and the ids of its messages if it is a BaseException.
+VELMO_HOST_EXPORT BoolResult failure(std::exception const& caught);
 
 } // namespace velmo

@@ -16,6 +16,7 @@ namespace velmo {
 
 class LogMessageFormater;
 class LogMessageManager;
+class MessageIds;
 
 /// Where a failure is raised. The texts live as long as the library that holds them.
 struct RaiseSite {
@@ -39,14 +40,16 @@ struct RaiseKind {
     /// Called for each raise; `throwAs` must not return.
     LogMessageManager& (*getManager)();
     log4cplus::Logger& (*getLogger)();
-    void (*throwAs)(std::string const& message, RaiseSite const& site);
+    void (*throwAs)(std::string const& message, RaiseSite const& site, MessageIds const& messageIds);
     /// @}
 };
 
 /// `RaiseKind::throwAs` of one exception class.
 template <class Exception>
-[[noreturn]] void throwAs(std::string const& message, RaiseSite const& site) {
-    throw Exception(message, site.function, site.file, site.line);
+[[noreturn]] void throwAs(std::string const& message, RaiseSite const& site, MessageIds const& messageIds) {
+    Exception exception(message, site.function, site.file, site.line);
+    exception.setMessageIds(messageIds);
+    throw exception;
 }
 
 /// Selects a message and feeds its arguments: any function object on a `LogMessageFormater&`, referred to

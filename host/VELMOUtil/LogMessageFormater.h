@@ -3,11 +3,14 @@
 
 #pragma once
 
+#include "VELMOUtil/BaseException.h"
+#include "VELMOUtil/BoolResult.h"
 #include "VELMOUtil/Export.h"
 
 #include <memory>
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 
 namespace velmo {
@@ -33,16 +36,25 @@ class VELMO_HOST_EXPORT LogMessageFormater {
         return setMsgId(typeid(Domain).name(), static_cast<int>(id));
     }
 
-    /// Feeds the next placeholder with anything that can be streamed. Throws `boost::io::too_many_args` when
+    /// Feeds the next placeholder with anything that can be streamed, or with the text of a BoolResult or of
+    /// an exception, whose messages become inner ones of this text. Throws `boost::io::too_many_args` when
     /// every placeholder is fed already.
     template <class T>
     LogMessageFormater& operator%(T const& value) {
-        return feed(
-            {&value, [](std::ostream& os, void const* pValue) { os << *static_cast<T const*>(pValue); }});
+        if constexpr (std::is_same_v<T, BoolResult>) {
+            return feedNested(value);
+        } else if constexpr (std::is_base_of_v<std::exception, T>) {
+            return feedNested(failure(value));
+        } else {
+            return feed(
+                {&value, [](std::ostream& os, void const* pValue) { os << *static_cast<T const*>(pValue); }});
+        }
     }
 
     /// The text so far; placeholders that were not fed are empty in it.
     std::string string() const;
+    /// The messages selected so far, and those of the texts that they were fed with.
+    MessageIds const& getMessageIds() const;
 
     /// Throws `boost::io::too_few_args` if a placeholder of the selected message was not fed.
     void requireAllFed() const;
@@ -61,10 +73,14 @@ class VELMO_HOST_EXPORT LogMessageFormater {
 
   private:
     LogMessageFormater& feed(Streamable const& value);
+    LogMessageFormater& feedNested(BoolResult const& inner);
     void dumpWhenAllFed();
 
     struct Impl;
     std::unique_ptr<Impl> _pImpl;
 };
+
+/// The failed result with the text of the formater and the ids of its messages.
+VELMO_HOST_EXPORT BoolResult failure(LogMessageFormater const& formater);
 
 } // namespace velmo

@@ -14,10 +14,13 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
 #include <cerrno>
+#include <map>
 
 namespace velmo::image::file {
 
 namespace {
+
+using Message = eRawImageFileMessage;
 
 constexpr FamilyMessages g_messages = {
     "N5velmo5image4file20eRawImageFileMessage6domainE", eRawImageFileMessage::eRIFM_LoadFileError,
@@ -66,7 +69,22 @@ class SavedRawFile : public RawImageFile {
         }
         std::string const reason = errno == 0 ? std::string() : '\n' + getLastError();
         std::string const text = _file.nameTarget(result.getMessage());
-        return failure(boost::algorithm::ends_with(text, reason) ? text : text + reason);
+        return boost::algorithm::ends_with(text, reason)
+                   ? failure(text, result.getMessageIds())
+                   : failure(text + reason, nameWithReason(result.getMessageIds()));
+    }
+
+    /// The message whose text ends with the reason, in place of the one without.
+    static MessageIds nameWithReason(MessageIds const& withoutReason) {
+        static std::map<int, int> const withReason = {
+            {Message::eRIFM_CreateFileFailed, Message::eRIFM_CreateFileError},
+            {Message::eRIFM_ReserveFailed, Message::eRIFM_ReserveError},
+            {Message::eRIFM_WriteFileFailed, Message::eRIFM_WriteFileError}};
+        auto const& [domain, id] = withoutReason.getInnermost();
+        auto const found = withReason.find(id);
+        MessageIds ids;
+        ids.add(domain, found == withReason.end() ? id : found->second);
+        return ids;
     }
 
     ReplacedFile const& _file;
@@ -74,8 +92,7 @@ class SavedRawFile : public RawImageFile {
 
 BoolResult createTarget(ReplacedFile& file, boost::filesystem::path const& path) {
     BoolResult const created = file.create();
-    return created ? created
-                   : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created.getMessage());
+    return created ? created : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created);
 }
 
 } // namespace

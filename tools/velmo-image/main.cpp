@@ -12,6 +12,7 @@
 #include "terminal/RefusedLine.h"
 #include "terminal/Terminal.h"
 
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOUtil/Logging.h>
 #include <algorithm>
 #include <csignal>
@@ -73,6 +74,7 @@ eExitStatus fail(std::string const& text, eExitStatus status) {
 void prepare() {
     // Each failure is told once, as the exception that reaches the end of the work.
     getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    image::file::captureTiffMessages();
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a limit of the size of files is a failed write
     catchInterrupts();

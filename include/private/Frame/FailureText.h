@@ -21,7 +21,7 @@ BoolResult fail(Domain id, Arguments const&... arguments) {
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
     formater[id];
     static_cast<void>((formater % ... % arguments));
-    return failure(formater.string());
+    return failure(formater);
 }
 
 /// A failure by exception: the same, raised at `site` as VELMOImageFileException.
@@ -31,12 +31,6 @@ template <class Domain, class... Arguments>
         formater[id];
         static_cast<void>((formater % ... % arguments));
     });
-}
-
-/// The text of message `id`.
-template <class Domain, class... Arguments>
-std::string toText(Domain id, Arguments const&... arguments) {
-    return fail(id, arguments...).getMessage();
 }
 
 /// A success that is not the whole truth: the same, logged at `site` as a warning where warnings are enabled.
@@ -55,7 +49,7 @@ BoolResult failOnException(Domain id, boost::filesystem::path const& path, Step 
     try {
         return step();
     } catch (std::exception const& exception) {
-        return fail(id, path.string(), exception.what());
+        return fail(id, path.string(), exception);
     } catch (...) {
         return fail(id, path.string(), "Unknown exception");
     }

@@ -242,6 +242,10 @@ eTiffDirectoryMode toDirectoryMode(DistributedImage const& model) {
 
 } // namespace
 
+void captureTiffMessages() {
+    TiffErrorHandler::getInstance();
+}
+
 // Plain calls
 
 void loadTiffImageFile(boost::filesystem::path const& path, ImagePtr& image,

@@ -72,7 +72,7 @@ RaiseSite TiffFolderImage::at(unsigned int line) const {
 
 void TiffFolderImage::requireOpen(BoolResult const& result, fs::path const& path, unsigned int line) const {
     if (!result) {
-        raise(at(line), Message::eTIFM_LoadFileError, path, result.getMessage());
+        raise(at(line), Message::eTIFM_LoadFileError, path, result);
     }
 }
 
@@ -191,7 +191,7 @@ DiskImagePtr TiffFolderImage::joinOnDisk() {
 
 void TiffFolderImage::requireOutput(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
-        raise({_site.function, file, line}, Message::eTIFM_CreateOutputImageError, result.getMessage());
+        raise({_site.function, file, line}, Message::eTIFM_CreateOutputImageError, result);
     }
 }
 

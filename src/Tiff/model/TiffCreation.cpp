@@ -130,7 +130,7 @@ class TiffCreation {
         bool const bWhole = _pUserProperties == nullptr || _pUserProperties->find('\0') == std::string::npos;
         return bWhole ? success()
                       : fail(Message::eTIFM_SetTagError, g_userPropertiesName, _path.string(),
-                             toText(eImageFileCheckMessage::eIFCM_ZeroByteInText));
+                             fail(eImageFileCheckMessage::eIFCM_ZeroByteInText));
     }
 
     BoolResult setUserProperties() const {

@@ -204,7 +204,7 @@ BoolResult TiffForeignFile::acceptDamage(RaiseSite const& site, Check::domain id
         warn(site, id, arguments...);
         return success();
     }
-    return fail(Message::eTIFM_OpenFileError, _path.string(), toText(id, arguments...));
+    return fail(Message::eTIFM_OpenFileError, _path.string(), fail(id, arguments...));
 }
 
 // Wherever the walk ends, at the chain's end or at a directory that cannot be read, libtiff is left without a

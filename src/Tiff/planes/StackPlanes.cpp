@@ -104,7 +104,7 @@ class StackReader {
             warn(VELMO_HERE, Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, path);
             return success();
         }
-        return _context.failToReadStrip(0, toText(Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, path));
+        return _context.failToReadStrip(0, fail(Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, path));
     }
 
     PlaneContext const& _context;
@@ -145,7 +145,7 @@ BoolResult readStackRun(PlaneContext const& context, TargetPlanes const& channel
     BoolResult fits = runSteps([&] { return context.requireFittingDirectory(); },
                                [&] { return context.requireRunInside(); });
     if (!fits) {
-        return context.failToReadStrip(0, fits.getMessage());
+        return context.failToReadStrip(0, fits);
     }
     BoolResult result = context.isInterleaved() ? context.requireChannels() : success();
     return result ? StackReader(context, channels).run() : result;

@@ -43,8 +43,8 @@ void succeed(std::string const& path) {
 }
 
 void askOnThreads(std::string const& path) {
-    openAndClose(path);
-    openAndClose(path);
+    static_cast<void>(openAndClose(path));
+    static_cast<void>(openAndClose(path));
     std::cout << "[" << getTiffWords() << "]\n";
     std::thread([] { std::cout << "[" << getTiffWords() << "]\n[" << getTiffWords() << "]\n"; }).join();
 }
@@ -76,7 +76,7 @@ void mergeOwnTag(TIFF* pTiff) {
 
 void showBothTags(std::string const& path) {
     TIFFSetTagExtender(mergeOwnTag);
-    openAndClose(path);
+    static_cast<void>(openAndClose(path));
     TIFF* const pTiff = TIFFOpen(path.c_str(), "r");
     for (std::uint32_t const tag : {65001U, 65000U}) {
         char const* text = "absent";
