@@ -3,14 +3,13 @@
 
 #include "CountingEngine.h"
 #include "GeometryBuilder.h"
+#include "Processes.h"
 #include "VELMOImage/DistributedImage.h"
 #include "VELMOImage/ImageFactory.h"
 #include "VELMOImage/MemoryImage.h"
 
 #include <atomic>
-#include <functional>
 #include <gtest/gtest.h>
-#include <thread>
 
 using namespace velmo;
 using namespace velmo::image;
@@ -18,23 +17,12 @@ using namespace velmo::test;
 
 namespace {
 
-constexpr vlUInt64 g_nbThreads = 8;
+constexpr unsigned int g_nbThreads = 8;
 constexpr vlUInt64 g_nbPlanes = 32;
 constexpr vlUInt64 g_nbRounds = 20;
 
 ImageGeometryPtr makeGeometry() {
     return GeometryBuilder().plane(37, 11).volume(g_nbPlanes).build();
-}
-
-/// Runs `work(thread)` on all threads at once.
-void runOnThreads(std::function<void(vlUInt64 thread)> const& work) {
-    std::vector<std::thread> threads;
-    for (vlUInt64 thread = 0; thread < g_nbThreads; ++thread) {
-        threads.emplace_back([&work, thread] { work(thread); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
 }
 
 /// Writes and reads back the planes of one thread; the number of planes that came back wrong.
@@ -54,7 +42,7 @@ vlUInt64 exercisePlanes(BaseImage& image, vlUInt64 thread) {
 
 void expectDisjointPlanes(BaseImage& image) {
     std::atomic<vlUInt64> nbWrong{0};
-    runOnThreads([&](vlUInt64 thread) { nbWrong += exercisePlanes(image, thread); });
+    onThreads(g_nbThreads, [&](vlUInt64 thread) { nbWrong += exercisePlanes(image, thread); });
     EXPECT_EQ(nbWrong, 0U);
     Bytes const all = readAll(image);
     for (vlUInt64 z = 0; z < g_nbPlanes; ++z) {
@@ -67,22 +55,20 @@ void expectDisjointPlanes(BaseImage& image) {
 
 } // namespace
 
-TEST(ImageThreads, DisjointPlanesOfAMemoryImageAreWrittenAndReadAtOnce) {
-    MemoryImage image;
-    ASSERT_TRUE(image.init(*makeGeometry()));
-    expectDisjointPlanes(image);
-}
-
-TEST(ImageThreads, DisjointPlanesOfADistributedImageAreWrittenAndReadAtOnce) {
-    DistributedImage image(createThreadDistributionEngine(3));
-    ASSERT_TRUE(image.init(*makeGeometry()));
-    expectDisjointPlanes(image);
+TEST(ImageThreads, DisjointPlanesAreWrittenAndReadAtOnce) {
+    MemoryImage inMemory;
+    DistributedImage distributed(createThreadDistributionEngine(3));
+    for (BaseImage* const pImage :
+         {static_cast<BaseImage*>(&inMemory), static_cast<BaseImage*>(&distributed)}) {
+        ASSERT_TRUE(pImage->init(*makeGeometry()));
+        expectDisjointPlanes(*pImage);
+    }
 }
 
 TEST(ImageThreads, ImagesOfOneEngineAreMadeUsedAndDroppedAtOnce) {
     DistributionEnginePtr const pEngine = createThreadDistributionEngine(3);
     std::atomic<vlUInt64> nbWrong{0};
-    runOnThreads([&](vlUInt64 thread) {
+    onThreads(g_nbThreads, [&](vlUInt64 thread) {
         for (vlUInt64 round = 0; round < g_nbRounds; ++round) {
             DistributedImage image(pEngine);
             bool const bMade(image.init(*makeGeometry()));
@@ -99,7 +85,7 @@ TEST(ImageThreads, ImagesOfOneEngineAreMadeUsedAndDroppedAtOnce) {
 TEST(ImageThreads, TheFactoryServesAllThreadsWhileItsEngineChanges) {
     ImageFactory& factory = ImageFactory::getInstance();
     std::atomic<vlUInt64> nbFailed{0};
-    runOnThreads([&](vlUInt64 thread) {
+    onThreads(g_nbThreads, [&](vlUInt64 thread) {
         for (vlUInt64 round = 0; round < g_nbRounds; ++round) {
             if (thread == 0) {
                 factory.setDistributionEngine(createThreadDistributionEngine(round % 3 + 1));

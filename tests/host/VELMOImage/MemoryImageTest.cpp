@@ -53,58 +53,39 @@ TEST(MemoryImage, HasNoGeometryBeforeInit) {
     EXPECT_THROW(image.readPixels(0, 0, 0, 0, 1, &pixel), VELMOImageException);
 }
 
-TEST(MemoryImage, OfEveryKindIsZeroAtFirstAndKeepsItsPixels) {
-    for (NamedGeometry const& kind : makeAllKinds()) {
-        SCOPED_TRACE(kind.name);
-        MemoryImage image;
-        ASSERT_TRUE(image.init(*kind.pGeometry));
-        EXPECT_TRUE(isZero(readAll(image)));
-        Bytes const pattern = makePattern(countBytes(*kind.pGeometry));
-        writeAll(image, pattern);
-        EXPECT_EQ(readAll(image), pattern);
-    }
-}
-
-TEST(MemoryImage, HasItsOwnCopyOfTheGeometry) {
-    ImageGeometryPtr const pGeometry = GeometryBuilder().sequence(2).type(eIBT_Int16).build();
-    MemoryImage image;
-    ASSERT_TRUE(image.init(*pGeometry));
-    std::string const before = describe(image.getGeometry());
-    pGeometry->setBufferType(eIBT_Real32);
-    EXPECT_EQ(describe(image.getGeometry()), before);
-    EXPECT_EQ(image.getBufferType(), eIBT_Int16);
-    EXPECT_EQ(image.getTemporalGeometryType(), eTGT_Sequence);
-    EXPECT_FALSE(image.requiresCpuCopy());
-}
-
-TEST(MemoryImage, PlanesLieInOneAllocationInTheOrderOfTimeThenChannelThenZ) {
+TEST(MemoryImage, OfEveryKindIsZeroAtFirstAndKeepsItsPlanesInOneAllocationInTheOrderOfTimeThenChannelThenZ) {
     for (NamedGeometry const& kind : makeAllKinds()) {
         SCOPED_TRACE(kind.name);
         BaseImageGeometry const& geometry = *kind.pGeometry;
         MemoryImage image;
         ASSERT_TRUE(image.init(geometry));
+        EXPECT_TRUE(isZero(readAll(image)));
+        EXPECT_FALSE(image.requiresCpuCopy());
         Bytes const pattern = makePattern(countBytes(geometry));
         writeAll(image, pattern);
+        EXPECT_EQ(readAll(image), pattern);
         EXPECT_TRUE(std::equal(pattern.begin(), pattern.end(), getBytes(image)));
         vlUInt64 const z = geometry.getSizeZ() - 1;
         vlUInt64 const c = geometry.getSizeC() - 1;
+        MemoryImage const& constImage = image;
         for (vlUInt64 t = 0; t < geometry.getSizeT(); ++t) {
-            MemoryImage const& constImage = image;
             EXPECT_EQ(image.accessPlan(z, c, t), getBytes(image) + countBytesBefore(geometry, z, c, t));
             EXPECT_EQ(constImage.accessPlan(z, c, t), image.accessPlan(z, c, t));
         }
+        EXPECT_THROW(image.accessPlan(z + 1, 0, 0), VELMOImageException);
+        EXPECT_THROW(image.accessPlan(0, c + 1, 0), VELMOImageException);
+        EXPECT_THROW(constImage.accessPlan(0, 0, geometry.getSizeT()), VELMOImageException);
+        std::string const before = describe(image.getGeometry());
+        kind.pGeometry->setBufferType(eIBT_Int8); // the image has a copy
+        EXPECT_EQ(describe(image.getGeometry()), before);
     }
 }
 
-TEST_F(FilledMemoryImage, ReadsPartsOfRows) {
+TEST_F(FilledMemoryImage, ReadsAndWritesPartsOfRowsAndNothingElse) {
     Bytes part(7 * 2);
     ASSERT_TRUE(image.readPixels(1, 2, 0, 3, 7, part.data()));
-    auto const start = pattern.begin() + 5 * 30 + 3 * 2;
-    EXPECT_TRUE(std::equal(part.begin(), part.end(), start));
-}
-
-TEST_F(FilledMemoryImage, WritesPartsOfRowsAndNothingElse) {
-    Bytes const part = makePattern(7 * 2, 99);
+    EXPECT_TRUE(std::equal(part.begin(), part.end(), pattern.begin() + 5 * 30 + 3 * 2));
+    part = makePattern(7 * 2, 99);
     ASSERT_TRUE(image.writePixels(1, 2, 0, 3, 7, part.data()));
     Bytes expected = pattern;
     std::copy(part.begin(), part.end(), expected.begin() + 5 * 30 + 3 * 2);
@@ -148,26 +129,15 @@ TEST_F(FilledMemoryImage, ARunOutsideInAnyDimensionIsRefused) {
     EXPECT_EQ(readAll(image), pattern);
 }
 
-TEST_F(FilledMemoryImage, APlaneOutsideHasNoAddress) {
-    MemoryImage const& constImage = image;
-    EXPECT_THROW(image.accessPlan(2, 0, 0), VELMOImageException);
-    EXPECT_THROW(image.accessPlan(0, 3, 0), VELMOImageException);
-    EXPECT_THROW(constImage.accessPlan(0, 0, 2), VELMOImageException);
-}
-
 TEST_F(FilledMemoryImage, InitAgainReplacesGeometryAndPixels) {
-    ASSERT_TRUE(image.init(*GeometryBuilder().volume(3).type(eIBT_Real32).build()));
-    EXPECT_EQ(image.getGeometry().getSizeZ(), 3U);
-    Bytes const bytes = readAll(image);
-    EXPECT_EQ(bytes.size(), 15U * 4 * 3);
-    EXPECT_TRUE(isZero(bytes));
-}
-
-TEST_F(FilledMemoryImage, InitWithItsOwnGeometryClearsThePixels) {
     std::string const before = describe(image.getGeometry());
     ASSERT_TRUE(image.init(image.getGeometry()));
     EXPECT_EQ(describe(image.getGeometry()), before);
     EXPECT_TRUE(isZero(readAll(image)));
+    writeAll(image, pattern);
+    ASSERT_TRUE(image.init(*GeometryBuilder().volume(3).type(eIBT_Real32).build()));
+    EXPECT_EQ(image.getGeometry().getSizeZ(), 3U);
+    EXPECT_EQ(readAll(image), Bytes(15 * 4 * 3));
 }
 
 TEST_F(FilledMemoryImage, AnImageLargerThanTheMemoryIsRefusedWithBothFiguresAndChangesNothing) {
@@ -215,19 +185,6 @@ TEST(MemoryImage, AboveAHugePageIsZeroAndWholeToItsLastByte) {
     EXPECT_EQ(readAll(image), pattern);
 }
 
-TEST_F(FilledMemoryImage, CalibrationAndUserPropertiesBelongToTheImage) {
-    EXPECT_FALSE(image.hasGeometricCalibration());
-    EXPECT_EQ(image.getUserPropertiesStr(), "");
-    auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
-    image.setGeometricCalibration(pCalibration);
-    image.setUserPropertiesStr("key=value\nother");
-    EXPECT_TRUE(image.hasGeometricCalibration());
-    EXPECT_EQ(image.getGeometricCalibrationConstPtr(), pCalibration);
-    EXPECT_EQ(image.getUserPropertiesStr(), "key=value\nother");
-    image.setGeometricCalibration(GeometricCalibrationConstPtr());
-    EXPECT_FALSE(image.hasGeometricCalibration());
-}
-
 TEST_F(FilledMemoryImage, InitDropsCalibrationAndUserPropertiesUnlessItFails) {
     auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
     image.setGeometricCalibration(pCalibration);
@@ -235,6 +192,9 @@ TEST_F(FilledMemoryImage, InitDropsCalibrationAndUserPropertiesUnlessItFails) {
     EXPECT_FALSE(image.init(*geometry3d(eIBT_UInt8, vlUInt64{1} << 30U, vlUInt64{1} << 30U, 1)));
     EXPECT_EQ(image.getGeometricCalibrationConstPtr(), pCalibration);
     EXPECT_EQ(image.getUserPropertiesStr(), "key=value");
+    image.setGeometricCalibration(GeometricCalibrationConstPtr());
+    EXPECT_FALSE(image.hasGeometricCalibration());
+    image.setGeometricCalibration(pCalibration);
     ASSERT_TRUE(image.init(image.getGeometry()));
     EXPECT_FALSE(image.hasGeometricCalibration());
     EXPECT_EQ(image.getUserPropertiesStr(), "");

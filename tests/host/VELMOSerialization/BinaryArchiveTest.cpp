@@ -42,37 +42,16 @@ void expectBytes(T const& value, std::string const& bytes) {
 
 } // namespace
 
-TEST(BinaryArchive, AnIntIsFourBytesInLittleEndianOrder) {
-    expectBytes(0, "\x00\x00\x00\x00"s);
+TEST(BinaryArchive, NumbersAreTheirBytesInLittleEndianOrder) {
     expectBytes(0x01020304, "\x04\x03\x02\x01"s);
     expectBytes(-2, "\xFE\xFF\xFF\xFF"s);
-    expectBytes(NumericLimits<int>::s_max, "\xFF\xFF\xFF\x7F"s);
     expectBytes(NumericLimits<int>::s_min, "\x00\x00\x00\x80"s);
-}
-
-TEST(BinaryArchive, AnUnsignedIntIsFourBytesInLittleEndianOrder) {
-    expectBytes(0U, "\x00\x00\x00\x00"s);
     expectBytes(0x81020304U, "\x04\x03\x02\x81"s);
     expectBytes(NumericLimits<unsigned int>::s_max, "\xFF\xFF\xFF\xFF"s);
-}
-
-TEST(BinaryArchive, AnUnsignedLongIsEightBytesInLittleEndianOrder) {
-    expectBytes(0UL, "\x00\x00\x00\x00\x00\x00\x00\x00"s);
     expectBytes(0x8102030405060708UL, "\x08\x07\x06\x05\x04\x03\x02\x81"s);
-    expectBytes(NumericLimits<unsigned long>::s_max, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s);
-}
-
-TEST(BinaryArchive, AFloatIsItsFourBytesInLittleEndianOrder) {
     expectBytes(1.0F, "\x00\x00\x80\x3F"s);
     expectBytes(-0.5F, "\x00\x00\x00\xBF"s);
-    EXPECT_EQ(toBytes(-0.0F), "\x00\x00\x00\x80"s);
     EXPECT_EQ(toBytes(floatOf(0x7F812345U)), "\x45\x23\x81\x7F"s); // a signalling NaN with a payload
-}
-
-TEST(BinaryArchive, FloatsReadBackBitForBit) {
-    for (float const value : getHardFloats()) {
-        EXPECT_EQ(bitsOf(fromBytes<float>(toBytes(value))), bitsOf(value)) << value;
-    }
     EXPECT_EQ(bitsOf(fromBytes<float>(toBytes(floatOf(0xFFABCDEFU)))), 0xFFABCDEFU);
 }
 
@@ -81,24 +60,6 @@ TEST(BinaryArchive, AStringIsItsLengthInEightBytesAndItsBytes) {
     expectBytes("abc"s, "\x03\x00\x00\x00\x00\x00\x00\x00"s + "abc");
     expectBytes("a\0\n\xFF"s, "\x04\x00\x00\x00\x00\x00\x00\x00"s + "a\0\n\xFF"s);
     expectBytes(std::string(258, 'x'), "\x02\x01\x00\x00\x00\x00\x00\x00"s + std::string(258, 'x'));
-}
-
-TEST(BinaryArchive, SectionsLeaveNoTrace) {
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    {
-        ArchiveSectionManager const section(archive, "section");
-        archive << oItem("item", 1);
-    }
-    EXPECT_EQ(stream.str(), "\x01\x00\x00\x00"s);
-}
-
-TEST(BinaryArchive, ANullPointerIsAnEmptyClassName) {
-    std::ostringstream stream;
-    BinaryOArchive(stream).writeObject("p", DynamicObjectPtr());
-    EXPECT_EQ(stream.str(), std::string(8, '\0'));
-    std::istringstream input(stream.str());
-    EXPECT_FALSE(BinaryIArchive(input).readObject("p"));
 }
 
 TEST(BinaryArchive, AnObjectIsItsClassNameAndWhatItWrites) {
@@ -111,12 +72,11 @@ TEST(BinaryArchive, AnObjectIsItsClassNameAndWhatItWrites) {
     std::string const inner =
         std::string(20, '\0') + "\x05\x00\x00\x00\x00\x00\x00\x00"s + "inner" + std::string(8, '\0');
     EXPECT_EQ(stream.str(), className + outer + className + inner);
-}
-
-TEST(BinaryArchive, AnObjectIsRebuiltWithTheObjectsThatItHolds) {
-    std::stringstream stream;
-    BinaryOArchive(stream).writeObject("p", makeNestedRecord());
-    expectNestedRecord(BinaryIArchive(stream).readObject("another name"));
+    std::ostringstream null;
+    BinaryOArchive archive(null);
+    ArchiveSectionManager const section(archive, "section"); // leaves no trace
+    archive.writeObject("p", DynamicObjectPtr());
+    EXPECT_EQ(null.str(), std::string(8, '\0'));
 }
 
 TEST(BinaryArchive, TheStreamStandsBehindWhatWasRead) {

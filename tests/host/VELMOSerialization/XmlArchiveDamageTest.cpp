@@ -23,7 +23,9 @@ std::string readError(std::string const& inside) {
     std::istringstream stream("<archive>" + inside + "</archive>");
     XmlIArchive archive(stream);
     T value{};
-    return thrownText<VELMOSerializationException>([&] { archive >> iItem("i", value); });
+    std::string const text = thrownText<VELMOSerializationException>([&] { archive >> iItem("i", value); });
+    EXPECT_EQ(value, T{});
+    return text;
 }
 
 template <class T>
@@ -49,20 +51,6 @@ TEST(XmlArchiveDamage, ATextThatIsNoValueOfItsTypeIsRefused) {
     expectNoValue<float>({"", "x", "1.5x", "1,5", " 1", "1e39", "-1e39", "1e"});
 }
 
-TEST(XmlArchiveDamage, AnItemWithoutAValueIsMissing) {
-    std::string const missing("The archive has no item i where it is expected");
-    EXPECT_EQ(readError<int>("<item name=\"i\"/>"), missing);
-    EXPECT_EQ(readError<std::string>("<item name=\"i\"/>"), missing);
-}
-
-TEST(XmlArchiveDamage, ARefusedTextLeavesTheValueAsItWas) {
-    std::istringstream stream("<archive><item name=\"i\" value=\"1x\"/></archive>");
-    XmlIArchive archive(stream);
-    int value = 7;
-    EXPECT_THROW(archive >> iItem("i", value), VELMOSerializationException);
-    EXPECT_EQ(value, 7);
-}
-
 TEST(XmlArchiveDamage, ATextWithAZeroByteIsRefusedOnWriting) {
     std::ostringstream stream;
     XmlOArchive archive(stream);
@@ -73,16 +61,14 @@ TEST(XmlArchiveDamage, ATextWithAZeroByteIsRefusedOnWriting) {
 
 TEST(XmlArchiveDamage, AnItemThatIsNotWhereItIsExpectedIsMissing) {
     std::string const missing("The archive has no item i where it is expected");
-    EXPECT_EQ(readError<int>(""), missing);
-    EXPECT_EQ(readError<int>("<item name=\"j\" value=\"1\"/>"), missing);
-    EXPECT_EQ(readError<int>("<item name=\"I\" value=\"1\"/>"), missing);
-    EXPECT_EQ(readError<int>("<item value=\"1\"/>"), missing);
-    EXPECT_EQ(readError<int>("<item name=\"j\" value=\"1\"/><item name=\"i\" value=\"1\"/>"), missing);
-    EXPECT_EQ(readError<int>("<section name=\"i\" value=\"1\"/>"), missing);
-    EXPECT_EQ(readError<int>("<other name=\"i\" value=\"1\"/>"), missing);
-    EXPECT_EQ(readError<int>("<section><item name=\"i\" value=\"1\"/></section>"), missing);
-    EXPECT_EQ(readError<int>("text<item name=\"i\" value=\"1\"/>"), missing);
-    EXPECT_EQ(readError<std::string>(""), missing);
+    for (char const* const inside :
+         {"", "<item name=\"i\"/>", "<item name=\"j\" value=\"1\"/>", "<item name=\"I\" value=\"1\"/>",
+          "<item value=\"1\"/>", "<item name=\"j\" value=\"1\"/><item name=\"i\" value=\"1\"/>",
+          "<section name=\"i\" value=\"1\"/>", "<other name=\"i\" value=\"1\"/>",
+          "<section><item name=\"i\" value=\"1\"/></section>", "text<item name=\"i\" value=\"1\"/>"}) {
+        EXPECT_EQ(readError<int>(inside), missing) << inside;
+        EXPECT_EQ(readError<std::string>(inside), missing) << inside;
+    }
 }
 
 TEST(XmlArchiveDamage, ASectionThatIsNotWhereItIsExpectedIsMissing) {
@@ -117,15 +103,6 @@ TEST(XmlArchiveDamage, ARecordCutAtAnyByteIsRefused) {
     }
 }
 
-TEST(XmlArchiveDamage, AnUnknownClassIsRefusedByItsName) {
-    std::istringstream stream(
-        "<archive><section name=\"p\"><item name=\"className\" value=\"velmo::NoClass\"/>"
-        "</section></archive>");
-    XmlIArchive archive(stream);
-    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { archive.readObject("p"); }),
-              "The archive holds an object of the unknown class velmo::NoClass");
-}
-
 TEST(XmlArchiveDamage, ObjectsNestedTooDeepAreRefused) {
     std::string text("<archive>");
     for (int i = 0; i < 5000; ++i) {
@@ -140,18 +117,15 @@ TEST(XmlArchiveDamage, ObjectsNestedTooDeepAreRefused) {
               "Section pNext of the archive is nested deeper than 64 levels");
 }
 
-TEST(XmlArchiveDamage, AStreamThatFailsIsRaisedAtTheFinish) {
+TEST(XmlArchiveDamage, AStreamThatFailsIsRaisedAtTheFinishAndGoesUnseenAtTheDestruction) {
     std::ofstream stream("/dev/full");
     XmlOArchive archive(stream);
     archive << oItem("item", 1);
     EXPECT_EQ(thrownText<VELMOSerializationException>([&] { archive.finish(); }),
               "The stream of the archive failed at item archive");
-}
-
-TEST(XmlArchiveDamage, AStreamThatFailsAtTheDestructionGoesUnseen) {
-    std::ofstream stream("/dev/full");
-    { XmlOArchive archive(stream); }
-    EXPECT_FALSE(stream.flush());
+    std::ofstream unseen("/dev/full");
+    { XmlOArchive destroyed(unseen); }
+    EXPECT_FALSE(unseen.flush());
 }
 
 } // namespace velmo::test

@@ -15,20 +15,6 @@ namespace {
 
 using namespace std::string_literals;
 
-template <class T>
-T roundTrip(T const& value) {
-    std::stringstream stream;
-    {
-        XmlOArchive archive(stream);
-        archive << oItem("item", value);
-        archive.finish();
-    }
-    XmlIArchive archive(stream);
-    T result{};
-    archive >> iItem("item", result);
-    return result;
-}
-
 } // namespace
 
 TEST(XmlArchive, IsAnElementForEachItemAndSectionInTheirOrder) {
@@ -47,6 +33,7 @@ TEST(XmlArchive, IsAnElementForEachItemAndSectionInTheirOrder) {
     archive << oItem("last", 1);
     EXPECT_EQ(stream.str(), ""); // until the archive is finished
     archive.finish();
+
     EXPECT_EQ(stream.str(), "<?xml version=\"1.0\"?>\n"
                             "<archive>\n"
                             "\t<item name=\"number\" value=\"-2\" />\n"
@@ -60,66 +47,9 @@ TEST(XmlArchive, IsAnElementForEachItemAndSectionInTheirOrder) {
                             "\t</section>\n"
                             "\t<item name=\"last\" value=\"1\" />\n"
                             "</archive>\n");
-}
-
-TEST(XmlArchive, IsWrittenOnceWhetherFinishedOrDestroyed) {
-    std::ostringstream finished;
-    {
-        XmlOArchive archive(finished);
-        archive << oItem("item", 1);
-        archive.finish();
-    }
-    std::ostringstream destroyed;
-    {
-        XmlOArchive archive(destroyed);
-        archive << oItem("item", 1);
-    }
-    EXPECT_EQ(finished.str(), destroyed.str());
-    EXPECT_NE(finished.str(), "");
-}
-
-TEST(XmlArchive, AnObjectIsASectionWithItsClassName) {
-    std::ostringstream stream;
-    {
-        XmlOArchive archive(stream);
-        archive.writeObject("p", boost::make_shared<Chain>());
-    }
-    EXPECT_EQ(stream.str(), "<?xml version=\"1.0\"?>\n"
-                            "<archive>\n"
-                            "\t<section name=\"p\">\n"
-                            "\t\t<item name=\"className\" value=\"velmo::test::Chain\" />\n"
-                            "\t\t<section name=\"pNext\">\n"
-                            "\t\t\t<item name=\"className\" value=\"\" />\n"
-                            "\t\t</section>\n"
-                            "\t</section>\n"
-                            "</archive>\n");
-}
-
-TEST(XmlArchive, NumbersReadBackToTheirExtremes) {
-    for (int const value : {NumericLimits<int>::s_min, -1, 0, 1, NumericLimits<int>::s_max}) {
-        EXPECT_EQ(roundTrip(value), value);
-    }
-    for (unsigned int const value : {0U, 1U, NumericLimits<unsigned int>::s_max}) {
-        EXPECT_EQ(roundTrip(value), value);
-    }
-    for (unsigned long const value : {0UL, 1UL, NumericLimits<unsigned long>::s_max}) {
-        EXPECT_EQ(roundTrip(value), value);
-    }
-}
-
-TEST(XmlArchive, FloatsReadBackBitForBit) {
-    for (float const value : getHardFloats()) {
-        EXPECT_EQ(bitsOf(roundTrip(value)), bitsOf(value)) << value;
-    }
-}
-
-TEST(XmlArchive, StringsReadBackByteForByte) {
-    for (std::string const& text :
-         {""s, " "s, "  between blanks  "s, "<item name=\"x\"/>"s, "a & b &amp; c"s, "'single' \"double\""s,
-          "line\nline"s, "line\r\nline\r"s, "\ttab\t"s, "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x94\xAC"s, "]]>"s,
-          "100% %s"s, "\x01\x1F"s}) {
-        EXPECT_EQ(roundTrip(text), text);
-    }
+    std::ostringstream once;
+    { XmlOArchive(once).finish(); }
+    EXPECT_EQ(once.str(), "<?xml version=\"1.0\"?>\n<archive />\n");
 }
 
 TEST(XmlArchive, NamesWithMarkupReadBack) {
@@ -134,18 +64,6 @@ TEST(XmlArchive, NamesWithMarkupReadBack) {
     int value = 0;
     archive >> iItem("a<b>&\"c\"", value);
     EXPECT_EQ(value, 5);
-}
-
-TEST(XmlArchive, AnObjectIsRebuiltWithTheObjectsThatItHolds) {
-    std::stringstream stream;
-    {
-        XmlOArchive archive(stream);
-        archive.writeObject("p", makeNestedRecord());
-        archive.writeObject("pNull", DynamicObjectPtr());
-    }
-    XmlIArchive archive(stream);
-    expectNestedRecord(archive.readObject("p"));
-    EXPECT_FALSE(archive.readObject("pNull"));
 }
 
 TEST(XmlArchive, TheNameOfASectionNeedNotMatch) {
