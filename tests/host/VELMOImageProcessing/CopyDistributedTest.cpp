@@ -29,6 +29,17 @@ class DefaultCopyFromDisk : public testing::Test {
         policy.initDefault();
         writeAll(*pDisk, pattern);
     }
+    DistributedImagePtr makeTarget(DistributionEnginePtr const& pEngine) const {
+        auto const pTarget = boost::make_shared<DistributedImage>(pEngine);
+        EXPECT_TRUE(pTarget->init(*pGeometry));
+        return pTarget;
+    }
+    std::string makeRecord() const {
+        std::ostringstream record;
+        BinaryOArchive archive(record);
+        archive.writeObject("accessor", pAccessor);
+        return record.str();
+    }
 
     ImageGeometryPtr const pGeometry =
         GeometryBuilder().volume(10).sequence(2).types({eIBT_UInt8, eIBT_Int16}).build();
@@ -40,27 +51,17 @@ class DefaultCopyFromDisk : public testing::Test {
 
 } // namespace
 
-TEST_F(DefaultCopyFromDisk, SendsTheRecordOfTheAccessorToTheWorkers) {
+TEST_F(DefaultCopyFromDisk, SendsTheRecordOfARegisteredAccessorToTheWorkersWhichRebuildIt) {
     DynamicRegistrator<ByteAccessor> const registrator;
     auto const pEngine = boost::make_shared<CountingEngine>(3);
-    auto const pTarget = boost::make_shared<DistributedImage>(pEngine);
-    ASSERT_TRUE(pTarget->init(*pGeometry));
-    std::ostringstream record;
-    BinaryOArchive archive(record);
-    archive.writeObject("accessor", pAccessor);
     vlUInt64 const nbBefore = pAccessor->getStorage().getNbVisits();
-    EXPECT_EQ(runCopy(pDisk, pTarget, policy).getStatus(), 0U);
+    EXPECT_EQ(runCopy(pDisk, makeTarget(pEngine), policy).getStatus(), 0U);
     for (vlUInt64 index = 0; index < 3; ++index) {
-        EXPECT_EQ(pEngine->getCountingOwner(index).getFillRecord(), record.str());
+        EXPECT_EQ(pEngine->getCountingOwner(index).getFillRecord(), makeRecord());
     }
     EXPECT_EQ(pAccessor->getStorage().getNbVisits(), nbBefore);
-}
-
-TEST_F(DefaultCopyFromDisk, FillsWorkersThatRebuildARegisteredAccessor) {
-    DynamicRegistrator<ByteAccessor> const registrator;
     for (vlUInt64 const nbOwners : {1UL, 2UL, 3UL, 8UL, 50UL}) {
-        auto const pTarget = boost::make_shared<DistributedImage>(createThreadDistributionEngine(nbOwners));
-        ASSERT_TRUE(pTarget->init(*pGeometry));
+        auto const pTarget = makeTarget(createThreadDistributionEngine(nbOwners));
         EXPECT_EQ(runCopy(pDisk, pTarget, policy).getStatus(), 0U);
         EXPECT_EQ(readAll(*pTarget), pattern) << nbOwners;
     }
@@ -69,8 +70,7 @@ TEST_F(DefaultCopyFromDisk, FillsWorkersThatRebuildARegisteredAccessor) {
 TEST_F(DefaultCopyFromDisk, OfAnAccessorThatIsNotRegisteredIsAnOrdinaryCopy) {
     CapturedLog const log(log4cplus::Logger::getRoot());
     auto const pEngine = boost::make_shared<CountingEngine>(3);
-    auto const pTarget = boost::make_shared<DistributedImage>(pEngine);
-    ASSERT_TRUE(pTarget->init(*pGeometry));
+    auto const pTarget = makeTarget(pEngine);
     EXPECT_EQ(runCopy(pDisk, pTarget, policy).getMessage(), "");
     EXPECT_EQ(readAll(*pTarget), pattern);
     EXPECT_EQ(pEngine->getCountingOwner(0).getFillRecord(), "");
@@ -88,62 +88,27 @@ TEST_F(DefaultCopyFromDisk, OfAJoinedImageWithAPartThatIsNotRegisteredIsAnOrdina
     EXPECT_TRUE(pJoined->getAccessor()->canBeRebuilt());
 }
 
-TEST_F(DefaultCopyFromDisk, OfAnAccessorThatIsNotRegisteredReturnsTheTextOfItsFailure) {
+TEST_F(DefaultCopyFromDisk, ReturnsTheTextOfAFailureWithWorkersAndWithout) {
     pAccessor->getStorage().readGate = [](PixelRun const& run) {
         return run.t == 1 && run.z == 4 ? failure("one plane is gone") : success();
     };
-    EXPECT_EQ(runCopy(pDisk, makeImage(eIK_Distributed, *pGeometry, ""), policy).getMessage(),
-              "one plane is gone");
-}
-
-TEST_F(DefaultCopyFromDisk, LocalThreadsNeedNoRegistration) {
-    for (vlUInt64 const nbThreads : {1UL, 4UL}) {
-        ImagePtr const pTarget = makeImage(eIK_Distributed, *pGeometry, "");
-        EXPECT_EQ(runCopy(pDisk, pTarget, makeLocal(nbThreads)).getStatus(), 0U);
-        EXPECT_EQ(readAll(*pTarget), pattern);
-    }
-}
-
-TEST_F(DefaultCopyFromDisk, ReturnsTheTextOfAWorkersFailure) {
+    ImagePtr const pTarget = makeImage(eIK_Distributed, *pGeometry, "");
+    EXPECT_EQ(runCopy(pDisk, pTarget, policy).getMessage(), "one plane is gone");
     DynamicRegistrator<ByteAccessor> const registrator;
-    pAccessor->getStorage().readGate = [](PixelRun const& run) {
-        return run.t == 1 && run.z == 4 ? failure("one plane is gone") : success();
-    };
-    processor::ActionResult const result = runCopy(pDisk, makeImage(eIK_Distributed, *pGeometry, ""), policy);
+    processor::ActionResult const result = runCopy(pDisk, pTarget, policy);
     EXPECT_NE(result.getStatus(), 0U);
     EXPECT_EQ(result.getMessage(), "one plane is gone");
 }
 
-TEST_F(DefaultCopyFromDisk, AWorkerThatCannotRebuildItsAccessorReturnsTheTextAndLogsNothing) {
-    DynamicRegistrator<ByteAccessor> const registrator;
-    std::ostringstream record;
-    BinaryOArchive archive(record);
-    archive.writeObject("accessor", pAccessor);
-    std::string const cut = record.str().substr(0, record.str().size() - 1);
-    auto const pTarget = boost::make_shared<DistributedImage>(createThreadDistributionEngine(2));
-    ASSERT_TRUE(pTarget->init(*pGeometry));
+TEST_F(DefaultCopyFromDisk, AWorkerThatCannotRebuildItsAccessorReturnsTheTextAndOneThatDoesNotKnowItThrows) {
+    std::string const record = makeRecord();
+    auto const pTarget = makeTarget(createThreadDistributionEngine(1));
     CapturedLog const log(log4cplus::Logger::getRoot());
-    EXPECT_THAT(pTarget->fillFromAccessor(cut).getMessage(),
-                testing::StartsWith("The archive ends inside of item "));
-    EXPECT_TRUE(log.getRecords().empty());
-}
-
-TEST_F(DefaultCopyFromDisk, AWorkerThatDoesNotKnowTheClassThrowsWithOneRecord) {
-    std::ostringstream record;
-    BinaryOArchive archive(record);
-    archive.writeObject("accessor", pAccessor);
-    auto const pTarget = boost::make_shared<DistributedImage>(createThreadDistributionEngine(1));
-    ASSERT_TRUE(pTarget->init(*pGeometry));
-    CapturedLog const log(log4cplus::Logger::getRoot());
-    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { pTarget->fillFromAccessor(record.str()); }),
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { pTarget->fillFromAccessor(record); }),
               "The archive holds an object of the unknown class velmo::test::ByteAccessor");
     EXPECT_EQ(log.getRecords().size(), 1U);
-}
-
-TEST_F(DefaultCopyFromDisk, WorksThroughTheDiskImageToOtherTargets) {
-    for (eImageKind const kind : {eIK_Memory, eIK_Disk}) {
-        ImagePtr const pTarget = makeImage(kind, *pGeometry, "default target");
-        EXPECT_EQ(runCopy(pDisk, pTarget, policy).getStatus(), 0U);
-        EXPECT_EQ(readAll(*pTarget), pattern);
-    }
+    DynamicRegistrator<ByteAccessor> const registrator;
+    EXPECT_THAT(pTarget->fillFromAccessor(record.substr(0, record.size() - 1)).getMessage(),
+                testing::StartsWith("The archive ends inside of item "));
+    EXPECT_EQ(log.getRecords().size(), 1U);
 }

@@ -36,29 +36,25 @@ BoolResult refuseFromPlane3(PixelRun const& run) {
 
 } // namespace
 
-TEST_F(FailingCopy, StopsAtTheFirstFailureOfTheSourceAndReturnsItsText) {
+TEST_F(FailingCopy, StopsAtTheFirstFailureOfSourceOrTargetAndReturnsItsText) {
     Bytes const pattern = makePattern(15 * g_sizeZ);
     writeAll(*pDisk, pattern);
-    vlUInt64 const nbBefore = getStorage().getNbVisits();
     getStorage().readGate = refuseFromPlane3;
-    ImagePtr const pTarget = makeOther(eIK_Memory);
-    processor::ActionResult const result = runCopy(pDisk, pTarget, makeLocal(1));
-    EXPECT_NE(result.getStatus(), 0U);
-    EXPECT_EQ(result.getMessage(), "plane 3 is gone");
-    EXPECT_EQ(getStorage().getNbVisits() - nbBefore, 4U);
-    Bytes expected(pattern.size());
-    std::copy(pattern.begin(), pattern.begin() + 45, expected.begin());
-    EXPECT_EQ(readAll(*pTarget), expected);
-}
-
-TEST_F(FailingCopy, StopsAtTheFirstFailureOfTheTargetAndReturnsItsText) {
-    for (eImageKind const kind : {eIK_Memory, eIK_Disk, eIK_Distributed}) {
+    getStorage().writeGate = refuseFromPlane3;
+    auto const expectStop = [&](ImagePtr const& pSource, ImagePtr const& pTarget) {
         vlUInt64 const nbBefore = getStorage().getNbVisits();
-        getStorage().writeGate = refuseFromPlane3;
-        processor::ActionResult const result = runCopy(makeOther(kind), pDisk, makeLocal(1));
+        processor::ActionResult const result = runCopy(pSource, pTarget, makeLocal(1));
         EXPECT_NE(result.getStatus(), 0U);
         EXPECT_EQ(result.getMessage(), "plane 3 is gone");
         EXPECT_EQ(getStorage().getNbVisits() - nbBefore, 4U);
+    };
+    ImagePtr const pTarget = makeOther(eIK_Memory);
+    expectStop(pDisk, pTarget);
+    Bytes expected(pattern.size());
+    std::copy(pattern.begin(), pattern.begin() + 45, expected.begin());
+    EXPECT_EQ(readAll(*pTarget), expected);
+    for (eImageKind const kind : {eIK_Memory, eIK_Disk, eIK_Distributed}) {
+        expectStop(makeOther(kind), pDisk);
     }
 }
 
