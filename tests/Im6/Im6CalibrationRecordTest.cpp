@@ -21,24 +21,16 @@ GeometricCalibrationPtr convert(Im6Calibration const& calibration, bool is2d) {
     return calibDataToGeometricCalibration(HeaderData(), data, is2d);
 }
 
-TEST(Im6CalibrationRecord, A2dCalibrationTakesEveryFieldButThoseOf3d) {
-    GeometricCalibrationPtr const pCalibration = convert(Im6Calibration(), true);
-    EXPECT_FALSE(pCalibration->is3d());
-    EXPECT_EQ(pCalibration->getPixelSizeX(), 0.5F);
-    EXPECT_EQ(pCalibration->getPixelSizeY(), 0.25F);
-    EXPECT_EQ(pCalibration->getPixelSizeZ(), 1.0F);
-    EXPECT_EQ(pCalibration->getUnit(), "um");
-    EXPECT_EQ(pCalibration->getFurtherTerms(), (Terms{11, 12, 0, 0, 0, 0, 0}));
-}
-
-TEST(Im6CalibrationRecord, A3dCalibrationTakesEveryField) {
-    GeometricCalibrationPtr const pCalibration = convert(Im6Calibration(), false);
-    EXPECT_TRUE(pCalibration->is3d());
-    EXPECT_EQ(pCalibration->getPixelSizeX(), 0.5F);
-    EXPECT_EQ(pCalibration->getPixelSizeY(), 0.25F);
-    EXPECT_EQ(pCalibration->getPixelSizeZ(), 1.5F);
-    EXPECT_EQ(pCalibration->getUnit(), "um");
-    EXPECT_EQ(pCalibration->getFurtherTerms(), (Terms{11, 12, 13, 0, 0, 0, 0}));
+TEST(Im6CalibrationRecord, A3dCalibrationTakesEveryFieldAndA2dOneThoseOfTwoDimensions) {
+    for (bool const is2d : {false, true}) {
+        GeometricCalibrationPtr const pCalibration = convert(Im6Calibration(), is2d);
+        EXPECT_EQ(pCalibration->is3d(), !is2d);
+        EXPECT_EQ(pCalibration->getPixelSizeX(), 0.5F);
+        EXPECT_EQ(pCalibration->getPixelSizeY(), 0.25F);
+        EXPECT_EQ(pCalibration->getPixelSizeZ(), is2d ? 1.0F : 1.5F);
+        EXPECT_EQ(pCalibration->getUnit(), "um");
+        EXPECT_EQ(pCalibration->getFurtherTerms(), (Terms{11, 12, is2d ? 0.0F : 13.0F, 0, 0, 0, 0}));
+    }
 }
 
 // Quotients of the rounded numbers would be a bit lower.
@@ -79,36 +71,15 @@ TEST(Im6CalibrationRecord, TheUnitEndsAtItsFirstZeroByte) {
                        {std::string("m\0m\0", 4), "m"},
                        {std::string("\xC2\xB5m\0", 4), "\xC2\xB5m"},
                        {std::string(1000, 'u') + '\0', std::string(1000, 'u')},
-                       {std::string(g_im6UnitBytes - 1, 'u') + '\0', std::string(g_im6UnitBytes - 1, 'u')}};
+                       {std::string(g_im6UnitBytes - 1, 'u') + '\0', std::string(g_im6UnitBytes - 1, 'u')},
+                       {std::string(g_im6UnitBytes, 'u'), std::string(g_im6UnitBytes, 'u')}};
     for (auto const& entry : cases) {
         Im6Calibration calibration;
         calibration.unit = entry.field;
         EXPECT_EQ(convert(calibration, true)->getUnit(), entry.unit);
         EXPECT_EQ(convert(calibration, false)->getUnit(), entry.unit);
+        EXPECT_EQ(convert(calibration, false)->getFurtherTerms()[2], 13.0F); // the next field
     }
-}
-
-TEST(Im6CalibrationRecord, AUnitWithoutAZeroByteEndsWhereTheNextFieldBegins) {
-    Im6Calibration calibration;
-    calibration.unit = std::string(g_im6UnitBytes, 'u');
-    GeometricCalibrationPtr const pCalibration = convert(calibration, false);
-    EXPECT_EQ(pCalibration->getUnit(), std::string(g_im6UnitBytes, 'u'));
-    EXPECT_EQ(pCalibration->getFurtherTerms()[2], 13.0F);
-    EXPECT_EQ(pCalibration->getPixelSizeZ(), 1.5F);
-}
-
-TEST(Im6CalibrationRecord, TheHeaderPlaysNoPart) {
-    CalibrationData data;
-    std::memcpy(&data, Im6Calibration().toBytes().data(), sizeof(data));
-    HeaderData header{};
-    header.sizeZ = 7;
-    GeometricCalibrationPtr const pCalibration = calibDataToGeometricCalibration(header, data, true);
-    EXPECT_FALSE(pCalibration->is3d());
-    EXPECT_EQ(pCalibration->getPixelSizeX(), 0.5F);
-}
-
-TEST(Im6CalibrationRecord, EachConversionMakesANewCalibration) {
-    EXPECT_NE(convert(Im6Calibration(), true), convert(Im6Calibration(), true));
 }
 
 } // namespace

@@ -51,19 +51,6 @@ TEST_F(Im6ImageFileTest, EachPixelTypeTakesItsBytes) {
     }
 }
 
-TEST_F(Im6ImageFileTest, EveryOtherNumberOfChannelsAsksForThreeColours) {
-    for (std::uint32_t const sizeC : {0U, 2U, 4U}) {
-        Im6Sample sample;
-        sample.sizeC = sizeC;
-        sample.pixels = countingBytes(35);
-        expectTooShort(sample.toBytes(), 116 + 36);
-        sample.pixels = countingBytes(36);
-        Im6ImageFile file;
-        open(sample, file);
-        EXPECT_EQ(readPixels(file, {0, 2, 0, 0, 12}), countingBytes(12, 25));
-    }
-}
-
 // Runs
 
 TEST_F(Im6ImageFileTest, ARunPastTheLastPlaneGoesOnInTheBlocks) {
@@ -116,14 +103,6 @@ TEST_F(Im6ImageFileTest, ResizingSucceedsAndChangesNeitherFileNorGeometryNorPlan
         file.clear();
         EXPECT_EQ(readFile(_path), bytes);
     }
-}
-
-TEST_F(Im6ImageFileTest, AWriteOpensNoStream) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file, eIAM_ReadWrite);
-    file.clearDerived();
-    EXPECT_THAT(tryWrite(file, {}), Succeeds());
-    EXPECT_EQ(countDescriptors(_path), 0U);
 }
 
 } // namespace

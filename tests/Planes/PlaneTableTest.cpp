@@ -10,20 +10,25 @@ namespace velmo::image::file {
 
 namespace {
 
-TEST(PlaneTable, IsEmptyAtConstruction) {
-    PlaneTable const planes;
+TEST(PlaneTable, PlacesThePlanesOfAGeometryAndIsFilledAnew) {
+    PlaneTable planes;
     EXPECT_FALSE(planes.find(0, 0, 0));
     EXPECT_EQ(planes.getDataStartOffset(), 0U);
-}
-
-TEST(PlaneTable, PlacesThePlanesOfTheExample) {
-    PlaneTable planes;
-    EXPECT_EQ(planes.process(g_exampleOffset, *makeExampleGeometry()), g_exampleEnd);
+    ImageGeometryPtr const pGeometry = makeExampleGeometry();
+    EXPECT_EQ(planes.process(g_exampleOffset, *pGeometry), g_exampleEnd);
+    pGeometry->setBufferType(eIBT_UInt8); // the table has a copy
+    pGeometry->getVolumeGeometry().init2d();
     EXPECT_EQ(planes.getDataStartOffset(), 16U);
     EXPECT_EQ(planes.find(0, 0, 0), 16U);
     EXPECT_EQ(planes.find(1, 0, 0), 40U);
     EXPECT_EQ(planes.find(0, 0, 1), 64U);
     EXPECT_EQ(planes.find(1, 0, 1), 88U);
+    EXPECT_EQ(planes.process(0, *makeGeometry(eIBT_UInt8, {2, 2})), 4U);
+    EXPECT_EQ(planes.find(0, 0, 0), 0U);
+    EXPECT_FALSE(planes.find(1, 0, 0));
+    EXPECT_EQ(planes.process(9, *makeGeometry(eIBT_UInt8, {1, 1, 0})), 9U);
+    EXPECT_EQ(planes.getDataStartOffset(), 9U);
+    EXPECT_FALSE(planes.find(0, 0, 0));
 }
 
 TEST(PlaneTable, AgreesWithAWalkThroughAllPlanes) {
@@ -52,31 +57,6 @@ TEST(PlaneTable, DoesNotFindAPlaneOutsideOfTheSizes) {
     EXPECT_FALSE(planes.find(1, 3, 3));
     EXPECT_FALSE(planes.find(1, 2, 4));
     EXPECT_FALSE(planes.find(g_largest, 0, 0));
-}
-
-TEST(PlaneTable, KeepsItsPlanesWhenTheGeometryChanges) {
-    ImageGeometryPtr const pGeometry = makeExampleGeometry();
-    PlaneTable planes;
-    planes.process(0, *pGeometry);
-    pGeometry->setBufferType(eIBT_UInt8);
-    pGeometry->getVolumeGeometry().init2d();
-    EXPECT_EQ(planes.find(1, 0, 1), 72U);
-}
-
-TEST(PlaneTable, IsFilledAnew) {
-    PlaneTable planes;
-    planes.process(g_exampleOffset, *makeExampleGeometry());
-    EXPECT_EQ(planes.process(0, *makeGeometry(eIBT_UInt8, {2, 2})), 4U);
-    EXPECT_EQ(planes.getDataStartOffset(), 0U);
-    EXPECT_EQ(planes.find(0, 0, 0), 0U);
-    EXPECT_FALSE(planes.find(1, 0, 0));
-}
-
-TEST(PlaneTable, WithoutPlanesKeepsTheOffset) {
-    PlaneTable planes;
-    EXPECT_EQ(planes.process(9, *makeGeometry(eIBT_UInt8, {1, 1, 0})), 9U);
-    EXPECT_EQ(planes.getDataStartOffset(), 9U);
-    EXPECT_FALSE(planes.find(0, 0, 0));
 }
 
 TEST(PlaneTable, EndsAtTheLargestNumberWhereTheSumPasses64Bits) {

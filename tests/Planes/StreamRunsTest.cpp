@@ -10,9 +10,6 @@ namespace velmo::image::file {
 
 namespace {
 
-using velmo::test::readFile;
-using velmo::test::writeFile;
-
 constexpr auto g_readWrite = std::ios::in | std::ios::out | std::ios::binary;
 
 class StreamRunsTest : public RawImageFileTest {
@@ -83,17 +80,11 @@ TEST_F(StreamRunsTest, ReservingPutsAZeroAtTheEnd) {
     EXPECT_EQ(readFile(_path), std::string("012\0"
                                            "456789\0\0",
                                            12));
-}
-
-TEST_F(StreamRunsTest, ASingleByteIsReserved) {
-    std::fstream stream = open("");
-    EXPECT_TRUE(reserveBytes(stream, 1));
+    std::fstream empty = open("");
+    EXPECT_TRUE(reserveBytes(empty, 1));
     EXPECT_EQ(readFile(_path), std::string(1, '\0'));
-}
-
-TEST_F(StreamRunsTest, ReservingOnAStreamThatOnlyReadsFails) {
-    std::fstream stream = open("0123", std::ios::in | std::ios::binary);
-    EXPECT_FALSE(reserveBytes(stream, 12));
+    std::fstream reading = open("0123", std::ios::in | std::ios::binary);
+    EXPECT_FALSE(reserveBytes(reading, 12));
     EXPECT_EQ(readFile(_path), "0123");
 }
 
