@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "Processes.h"
 #include "RawFunctions.h"
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
@@ -32,50 +33,35 @@ ImagePtr makeTarget(BaseImageGeometry const& geometry) {
 
 } // namespace
 
-TEST_F(RawFunctions, EveryLoadAndTheOpenGiveThePixelsOfTheFile) {
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        ImagePtr const pImage = load.call(_path, 0);
-        EXPECT_TRUE(haveSamePixels(pImage->getGeometry(), *_pGeometry));
-        EXPECT_EQ(readPixels(*pImage), _pixels);
-    }
-}
-
-TEST_F(RawFunctions, BytesBeforeTheOffsetAndBehindTheLastPlaneAreIgnored) {
-    writeFile(_path, "head\nof 16 bytes" + _pixels + "tail");
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        EXPECT_EQ(readPixels(*load.call(_path, 16)), _pixels);
-    }
-}
-
-TEST_F(RawFunctions, NothingIsLoggedOnSuccess) {
+TEST_F(RawFunctions, EveryLoadAndTheOpenGiveThePixelsOfTheFileAndLogNothing) {
     CapturedLog const log(log4cplus::Logger::getRoot());
-    for (Load const& load : getLoads()) {
-        load.call(_path, 0);
+    for (std::string const head : {"", "head\nof 16 bytes"}) {
+        writeFile(_path, head + _pixels + (head.empty() ? "" : "tail"));
+        for (Load const& load : getLoads()) {
+            SCOPED_TRACE(load.name);
+            ImagePtr const pImage = load.call(_path, head.size());
+            EXPECT_EQ(countOpen(_path), load.name == std::string("open") ? 1 : 0);
+            EXPECT_TRUE(haveSamePixels(pImage->getGeometry(), *_pGeometry));
+            EXPECT_EQ(readPixels(*pImage), _pixels);
+        }
     }
     saveRawImageFile(_folder / "saved.raw", makeMemoryImage(*_pGeometry, _pixels), "header");
     EXPECT_TRUE(log.getRecords().empty());
 }
 
-TEST_F(RawFunctions, AnOpenedFileStaysOpenAsLongAsItsImageLives) {
+TEST_F(RawFunctions, AnOpenedImageReadsTheFileWhichStaysOpenAsLongAsTheImageLives) {
     DiskImagePtr pImage = openRawImageFile(_path, *_pGeometry, 0);
+    std::string const later = makePixels(*_pGeometry, 2);
+    writeFile(_path, later);
     EXPECT_EQ(countOpen(_path), 1);
-    std::thread([&] { EXPECT_EQ(readPixels(*pImage), _pixels); }).join();
+    inOtherThread([&] { EXPECT_EQ(readPixels(*pImage), later); });
     EXPECT_EQ(countOpen(_path), 2);
     DiskImagePtr pOther = pImage;
     pImage.reset();
     EXPECT_EQ(countOpen(_path), 2);
-    EXPECT_EQ(readPixels(*pOther), _pixels);
+    EXPECT_EQ(readPixels(*pOther), later);
     pOther.reset();
     EXPECT_EQ(countOpen(_path), 0);
-}
-
-TEST_F(RawFunctions, AnOpenedImageReadsTheFileAndNoCopy) {
-    DiskImagePtr const pImage = openRawImageFile(_path, *_pGeometry, 0);
-    std::string const later = makePixels(*_pGeometry, 2);
-    writeFile(_path, later);
-    EXPECT_EQ(readPixels(*pImage), later);
 }
 
 TEST_F(RawFunctions, AnOpenedImageIsReadOnly) {
@@ -88,44 +74,26 @@ TEST_F(RawFunctions, AnOpenedImageIsReadOnly) {
     EXPECT_EQ(readFile(_path), _pixels);
 }
 
-TEST_F(RawFunctions, ALoadHasClosedTheFileWhenItReturns) {
-    for (Load const& load : getLoads()) {
-        ImagePtr const pImage = load.call(_path, 0);
-        EXPECT_EQ(countOpen(_path), load.name == std::string("open") ? 1 : 0) << load.name;
-    }
-}
-
-TEST_F(RawFunctions, AMissingFileIsTheLoadErrorWithTheAccessorsText) {
-    fs::path const missing = _folder / "missing.raw";
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        expectRaisedText([&] { load.call(missing, 0); },
-                         loadError(missing, "Failed to open raw image file " + missing.string()));
-    }
-}
-
-TEST_F(RawFunctions, AFolderIsNoFile) {
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        fs::path const& folder = _folder.getPath();
-        expectRaisedText([&] { load.call(folder, 0); },
-                         loadError(folder, "Failed to open raw image file " + folder.string()));
+TEST_F(RawFunctions, AMissingFileOrAFolderIsTheLoadErrorWithTheAccessorsText) {
+    for (fs::path const& path : {_folder / "missing.raw", _folder.getPath()}) {
+        for (Load const& load : getLoads()) {
+            SCOPED_TRACE(load.name);
+            expectRaisedText([&] { load.call(path, 0); },
+                             loadError(path, "Failed to open raw image file " + path.string()));
+        }
     }
 }
 
 TEST_F(RawFunctions, AnOffsetBehindWhichThePixelsDoNotFitIsTheLoadErrorWithBothSizes) {
     for (Load const& load : getLoads()) {
         SCOPED_TRACE(load.name);
-        expectRaisedText(
-            [&] { load.call(_path, 1); },
-            loadError(_path, "Input geometry with total size 96 and starting offset 1 is greater "
-                             "than global file size 96 for raw image file " +
-                                 _path.string()));
-        expectRaisedText([&] { load.call(_path, NumericLimits<vlUInt64>::s_max); },
-                         loadError(_path, "Input geometry with total size 96 and starting offset "
-                                          "18446744073709551615 is greater than global file size 96 for raw "
-                                          "image file " +
-                                              _path.string()));
+        for (vlUInt64 const offset : {vlUInt64{1}, NumericLimits<vlUInt64>::s_max}) {
+            expectRaisedText([&] { load.call(_path, offset); },
+                             loadError(_path, "Input geometry with total size 96 and starting offset " +
+                                                  std::to_string(offset) +
+                                                  " is greater than global file size 96 for raw image file " +
+                                                  _path.string()));
+        }
         EXPECT_EQ(countOpen(_path), 0);
     }
 }
@@ -191,11 +159,16 @@ TEST_F(RawFunctions, ARaiseNamesThePublicFunctionInFull) {
 }
 #endif
 
-TEST_F(RawFunctions, AFailedLoadKeepsWhatWasCopied) {
+TEST_F(RawFunctions, ALoadRunsOnTheCallingThreadAndAFailedOneKeepsWhatWasCopied) {
     auto const pTarget = boost::make_shared<HookedImage>(*_pGeometry);
-    pTarget->setWriteHook(failAt(2, "the third plane is refused"));
+    std::set<std::thread::id> writers;
+    pTarget->setWriteHook([&](int access) {
+        writers.insert(std::this_thread::get_id());
+        return access == 2 ? failure("the third plane is refused") : success();
+    });
     expectRaisedText([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); },
                      loadError(_path, "the third plane is refused"));
+    EXPECT_EQ(writers, std::set<std::thread::id>{std::this_thread::get_id()});
     EXPECT_EQ(readPixels(*pTarget), _pixels.substr(0, 48) + std::string(48, '\0'));
     EXPECT_EQ(countOpen(_path), 0);
 }
@@ -211,17 +184,6 @@ TEST_F(RawFunctions, AFileThatLosesItsEndDuringALoadIsTheLoadErrorWithThePlaneTh
     expectRaisedText([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); },
                      loadError(_path, readFailed(_path, 1, 0)));
     EXPECT_EQ(readPixels(*pTarget), _pixels.substr(0, 24) + std::string(72, '\0'));
-}
-
-TEST_F(RawFunctions, ALoadRunsOnTheCallingThread) {
-    auto const pTarget = boost::make_shared<HookedImage>(*_pGeometry);
-    std::set<std::thread::id> writers;
-    pTarget->setWriteHook([&](int /*access*/) {
-        writers.insert(std::this_thread::get_id());
-        return success();
-    });
-    loadRawImageFile(_path, *_pGeometry, pTarget, 0);
-    EXPECT_EQ(writers, std::set<std::thread::id>{std::this_thread::get_id()});
 }
 
 TEST_F(RawFunctions, ATargetThatDoesNotFitIsRefusedByTheProcessor) {
@@ -240,11 +202,8 @@ TEST_F(RawFunctions, WhatATargetThrowsPassesThrough) {
         [](int access) -> BoolResult { throw std::out_of_range("access " + std::to_string(access)); });
     expectPassedThrough<std::out_of_range>([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); });
     EXPECT_EQ(countOpen(_path), 0);
-}
-
-TEST_F(RawFunctions, ATargetWithoutAGeometryIsRefusedByTheImageLibrary) {
-    auto const pTarget = boost::make_shared<MemoryImage>();
-    expectPassedThrough<VELMOImageException>([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); });
+    expectPassedThrough<VELMOImageException>( // without a geometry
+        [&] { loadRawImageFile(_path, *_pGeometry, boost::make_shared<MemoryImage>(), 0); });
 }
 
 TEST_F(RawFunctions, AnImageWithoutPixelsLoadsFromAnEmptyFile) {

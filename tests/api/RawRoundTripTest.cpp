@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "Processes.h"
 #include "RawFunctions.h"
 
 #include <boost/filesystem/operations.hpp>
 #include <sstream>
-#include <thread>
 
 namespace velmo::test {
 
@@ -73,10 +73,8 @@ void expectRoundTrip(fs::path const& path, BaseImageGeometry const& geometry, st
 TEST(RawRoundTrip, EveryTypeAndGeometryLoadsAsItWasSaved) {
     TemporaryFolder const folder;
     for (GeometryCase const& entry : getGeometries()) {
-        for (std::string const& header : {std::string(), std::string("head of 13 b.")}) {
-            SCOPED_TRACE(entry.name + " header " + header);
-            expectRoundTrip(folder / "image.raw", *entry.pGeometry, header);
-        }
+        SCOPED_TRACE(entry.name);
+        expectRoundTrip(folder / "image.raw", *entry.pGeometry, "head of 13 b.");
     }
 }
 
@@ -91,46 +89,18 @@ TEST(RawRoundTrip, AnImageOfSeveralUnitsOfWorkLoadsAsItWasSaved) {
 
 TEST(RawRoundTrip, FilesOfEightThreadsDoNotMeet) {
     TemporaryFolder const folder;
-    std::vector<std::thread> threads;
-    for (unsigned int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([&folder, thread] {
-            auto const pGeometry = makeSequence(thread % 2 == 0 ? eIBT_UInt16 : eIBT_Real32);
-            fs::path const path = folder / (std::to_string(thread) + ".raw");
-            std::string const header(thread, 'h');
-            for (unsigned int round = 0; round < 25; ++round) {
-                std::string const pixels = makePixels(*pGeometry, 100 * thread + round);
-                saveRawImageFile(path, makeMemoryImage(*pGeometry, pixels), header);
-                EXPECT_EQ(readPixels(*loadRawImageFile(path, *pGeometry, thread)), pixels);
-                EXPECT_EQ(readPixels(*loadDistributedRawImageFile(path, *pGeometry, thread, true)), pixels);
-                EXPECT_EQ(readPixels(*openRawImageFile(path, *pGeometry, thread)), pixels);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
-TEST(RawRoundTrip, EightThreadsReadOneOpenedImage) {
-    TemporaryFolder const folder;
-    auto const pGeometry = makeHeterogeneous();
-    std::string const pixels = makePixels(*pGeometry);
-    fs::path const path = fs::canonical(folder.getPath()) / "image.raw";
-    writeFile(path, pixels);
-    DiskImagePtr pImage = openRawImageFile(path, *pGeometry, 0);
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 50; ++round) {
-                EXPECT_EQ(readPixels(*pImage), pixels);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    pImage.reset();
-    EXPECT_EQ(countOpen(path), 0);
+    onThreads(8, [&](unsigned int thread) {
+        auto const pGeometry = makeSequence(thread % 2 == 0 ? eIBT_UInt16 : eIBT_Real32);
+        fs::path const path = folder / (std::to_string(thread) + ".raw");
+        std::string const header(thread, 'h');
+        for (unsigned int round = 0; round < 25; ++round) {
+            std::string const pixels = makePixels(*pGeometry, 100 * thread + round);
+            saveRawImageFile(path, makeMemoryImage(*pGeometry, pixels), header);
+            EXPECT_EQ(readPixels(*loadRawImageFile(path, *pGeometry, thread)), pixels);
+            EXPECT_EQ(readPixels(*loadDistributedRawImageFile(path, *pGeometry, thread, true)), pixels);
+            EXPECT_EQ(readPixels(*openRawImageFile(path, *pGeometry, thread)), pixels);
+        }
+    });
 }
 
 } // namespace velmo::test
