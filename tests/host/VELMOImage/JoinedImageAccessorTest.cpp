@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "VELMOImage/JoinedImageAccessor.h"
-
+#include "ArchiveRecords.h"
 #include "JoinedAccessor.h"
 #include "Processes.h"
 #include "Results.h"
 #include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
+#include "VELMOSerialization/ClassVersion.h"
 #include "VELMOUtil/VELMOUtilLog.h"
-
 #include <atomic>
 #include <boost/make_shared.hpp>
 #include <boost/pointer_cast.hpp>
@@ -114,6 +114,165 @@ TEST_F(JoinedAccessor, ManyThreadsWriteDifferentPlanesAndReadAllAtOnce) {
     std::atomic<unsigned int> nbRight{0};
     onThreads(8, [&](unsigned int) { nbRight += readAll(image) == pattern ? 1 : 0; });
     EXPECT_EQ(nbRight, 8U);
+}
+
+using testing::HasSubstr;
+
+namespace {
+
+using PartPtr = JoinedImageAccessor::PartPtr;
+using JoinedRecord = JoinedAccessor;
+
+/// What stands before the parts, joined along Z.
+void writeHead(BaseOArchive& archive, vlUInt64 nbParts) {
+    writeClassVersion(archive, JoinedImageAccessor::getTypeName(), 1);
+    archive << oItem("axis", 0) << oItem("nbParts", nbParts);
+}
+
+/// A binary record of joined accessors, each the only part of the one around it.
+std::string makeNestedRecord(vlUInt64 depth) {
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    for (vlUInt64 level = 0; level < depth; ++level) {
+        writeHead(archive, 1);
+        archive << oItem("className", JoinedImageAccessor::getTypeName());
+    }
+    writeHead(archive, 0);
+    return stream.str();
+}
+
+} // namespace
+
+TEST_F(JoinedRecord, ComesBackFromArchivesWithAllItsParts) {
+    join();
+    JoinedImageAccessor fromBytes;
+    JoinedImageAccessor fromText;
+    EXPECT_THAT(fromBinary(toBinary(_accessor), fromBytes), Succeeds());
+    EXPECT_THAT(fromXml(toXml(_accessor), fromText), Succeeds());
+    for (JoinedImageAccessor const* const pRead : {&fromBytes, &fromText}) {
+        expectWhole(*pRead);
+        EXPECT_EQ(pRead->getFilePath().string(), "joined 0");
+        EXPECT_EQ(static_cast<vlUInt64>(pRead->getAccessMode()), 1U);
+        EXPECT_TRUE(pRead->hasSharedRemoteAccess());
+        ASSERT_TRUE(pRead->getGeometricCalibrationConstPtr());
+        EXPECT_EQ(pRead->getGeometricCalibrationConstPtr()->getPixelSizeX(), 3);
+    }
+}
+
+TEST_F(JoinedRecord, AlongTComesBackFromArchivesWithTheTypeOfEachTimeStep) {
+    std::vector<PartPtr> const parts = {
+        makeByteAccessor("step 0", *GeometryBuilder().build()),
+        makeByteAccessor("step 1", *GeometryBuilder().type(eIBT_Real32).sequence(2).build())};
+    ASSERT_THAT(_accessor.join(parts, eJoinAxis::T), Succeeds());
+    for (bool const bBinary : {true, false}) {
+        JoinedImageAccessor read;
+        EXPECT_THAT(bBinary ? fromBinary(toBinary(_accessor), read) : fromXml(toXml(_accessor), read),
+                    Succeeds());
+        EXPECT_EQ(
+            describe(read.getGeometry()),
+            describe(*GeometryBuilder().sequence(3).types({eIBT_UInt8, eIBT_Real32, eIBT_Real32}).build()));
+    }
+}
+
+TEST_F(JoinedRecord, OfJoinedPartsComesBackFromAnArchive) {
+    auto const pInner = boost::make_shared<JoinedImageAccessor>();
+    ASSERT_THAT(pInner->join({_parts[0], _parts[1]}, eJoinAxis::Z), Succeeds());
+    ASSERT_THAT(_accessor.join({pInner, _parts[2]}, eJoinAxis::Z), Succeeds());
+    JoinedImageAccessor read;
+    EXPECT_THAT(fromBinary(toBinary(_accessor), read), Succeeds());
+    expectWhole(read);
+}
+
+TEST_F(JoinedRecord, IsRebuiltByItsTypeName) {
+    auto const pAccessor = boost::make_shared<JoinedImageAccessor>();
+    ASSERT_THAT(pAccessor->join(_parts, eJoinAxis::Z), Succeeds());
+    std::stringstream stream;
+    BinaryOArchive oArchive(stream);
+    oArchive.writeObject("accessor", pAccessor);
+    BinaryIArchive iArchive(stream);
+    auto const pRead = boost::dynamic_pointer_cast<JoinedImageAccessor>(iArchive.readObject("accessor"));
+    ASSERT_TRUE(pRead);
+    expectWhole(*pRead);
+}
+
+TEST_F(JoinedRecord, ARecordWithoutPartsIsAnAccessorWithoutFiles) {
+    JoinedImageAccessor const empty;
+    join();
+    EXPECT_THAT(fromBinary(toBinary(empty), _accessor), Succeeds());
+    expectWithoutFiles(_accessor);
+    join();
+    EXPECT_THAT(fromXml(toXml(empty), _accessor), Succeeds());
+    expectWithoutFiles(_accessor);
+}
+
+TEST_F(JoinedRecord, ARecordCutAtAnyByteIsRefused) {
+    join();
+    std::string const record = toBinary(_accessor);
+    for (std::size_t length = 0; length < record.size(); ++length) {
+        JoinedImageAccessor read;
+        EXPECT_THROW(fromBinary(record.substr(0, length), read), VELMOSerializationException) << length;
+        EXPECT_FALSE(read.isInit()) << length;
+    }
+}
+
+TEST_F(JoinedRecord, ARecordOfFewerPartsThanItAnnouncesIsRefused) {
+    join();
+    for (char const* const nbParts : {"4", "1000000000000", "18446744073709551615"}) {
+        JoinedImageAccessor read;
+        EXPECT_THROW(fromXml(withItem(toXml(_accessor), "nbParts", nbParts), read),
+                     VELMOSerializationException)
+            << nbParts;
+        expectWithoutFiles(read);
+    }
+}
+
+TEST_F(JoinedRecord, ANewerVersionAndAPartThatIsNoAccessorWithAFileAreRefused) {
+    auto const recordOf = [](std::vector<DynamicObjectPtr> const& parts) {
+        std::ostringstream stream;
+        BinaryOArchive archive(stream);
+        writeHead(archive, parts.size());
+        for (DynamicObjectPtr const& pPart : parts) {
+            archive.writeObject("part", pPart);
+        }
+        return stream.str();
+    };
+    auto const refusal = [&](std::string const& record) -> std::string {
+        join();
+        try {
+            return fromBinary(record, _accessor).getMessage();
+        } catch (BaseException const& exception) {
+            return exception.what();
+        }
+    };
+    EXPECT_EQ(refusal(recordOf({_parts[0], nullptr})), "The record of the accessor holds no accessor");
+    expectWithoutFiles(_accessor);
+    EXPECT_EQ(refusal(recordOf({boost::make_shared<ByteAccessor>()})),
+              "The image accessor is not initialised");
+    expectWithoutFiles(_accessor);
+    EXPECT_EQ(refusal(recordOf({boost::make_shared<GeometricCalibration>()})),
+              "An object of class " + GeometricCalibration::getTypeName() +
+                  " cannot be item part of the archive");
+    expectWithoutFiles(_accessor);
+    std::string newer = recordOf({});
+    newer[0] = '\2';
+    EXPECT_THAT(refusal(newer), HasSubstr("Version 2 of class velmo::image::JoinedImageAccessor"));
+    expectWithoutFiles(_accessor);
+}
+
+TEST_F(JoinedRecord, PartsThatDoNotFitAreRefusedOnReading) {
+    join();
+    std::string const xml = toXml(_accessor);
+    EXPECT_THAT(fromXml(withItem(xml, "sizeX", "6"), _accessor), FailsLike("Image 1 (x=5 y=3 "));
+    expectWithoutFiles(_accessor);
+}
+
+TEST_F(JoinedRecord, RecordsNestedInEachOtherAreRefusedBeforeTheStackEnds) {
+    for (vlUInt64 const depth : {65U, 100000U}) {
+        EXPECT_THAT(
+            thrownText<VELMOSerializationException>([&] { fromBinary(makeNestedRecord(depth), _accessor); }),
+            HasSubstr("is nested deeper than 64 levels"));
+        expectWithoutFiles(_accessor);
+    }
 }
 
 } // namespace velmo::test
