@@ -54,39 +54,27 @@ TEST_F(RawImageFilePixelsTest, ThePixelSizeOfAHeterogeneousGeometryChangesWithTi
 
 // Pixel types
 
-struct PixelType {
-    eImageBufferType bufferType;
-    vlUInt64 size;
-};
-
-class RawImageFilePixelTypeTest : public RawImageFileTest, public testing::WithParamInterface<PixelType> {};
-
-TEST_P(RawImageFilePixelTypeTest, AreStoredAsTheyLieInMemory) {
-    vlUInt64 const size = GetParam().size;
-    RawImageFile file;
-    ASSERT_THAT(file.createFile(_path, *makeGeometry(GetParam().bufferType, {3, 2, 2}), "h"), Succeeds());
-    EXPECT_EQ(boost::filesystem::file_size(_path), std::max<vlUInt64>(1, 1 + 12 * size));
-    std::string const pixels = countingBytes(4 * size);
-    writePixels(file, {1, 0, 0, 2, 4}, pixels);
-    ASSERT_THAT(file.openFile(_path, eIAM_ReadOnly, 1, *makeGeometry(GetParam().bufferType, {3, 2, 2})),
-                Succeeds());
-    EXPECT_EQ(readFile(_path).substr(1 + 8 * size), pixels);
-    EXPECT_EQ(readPixels(file, {1, 0, 0, 2, 4}), pixels);
-    EXPECT_EQ(readPixels(file, {1, 0, 0, 3, 1}), pixels.substr(size, size));
+TEST_F(RawImageFilePixelsTest, PixelsOfEachTypeAreStoredAsTheyLieInMemory) {
+    struct {
+        eImageBufferType type;
+        vlUInt64 size;
+    } const types[] = {{eIBT_None, 0},   {eIBT_Int8, 1},    {eIBT_UInt8, 1},   {eIBT_Int16, 2},
+                       {eIBT_UInt16, 2}, {eIBT_Int32, 4},   {eIBT_UInt32, 4},  {eIBT_Real32, 4},
+                       {eIBT_Binary, 1}, {eIBT_Label16, 2}, {eIBT_Label32, 4}, {eIBT_Label8, 1}};
+    for (auto const& [type, size] : types) {
+        SCOPED_TRACE(type);
+        ImageGeometryPtr const pGeometry = makeGeometry(type, {3, 2, 2});
+        RawImageFile file;
+        ASSERT_THAT(file.createFile(_path, *pGeometry, "h"), Succeeds());
+        EXPECT_EQ(boost::filesystem::file_size(_path), std::max<vlUInt64>(1, 1 + 12 * size));
+        std::string const pixels = countingBytes(4 * size);
+        writePixels(file, {1, 0, 0, 2, 4}, pixels);
+        ASSERT_THAT(file.openFile(_path, eIAM_ReadOnly, 1, *pGeometry), Succeeds());
+        EXPECT_EQ(readFile(_path).substr(1 + 8 * size), pixels);
+        EXPECT_EQ(readPixels(file, {1, 0, 0, 2, 4}), pixels);
+        EXPECT_EQ(readPixels(file, {1, 0, 0, 3, 1}), pixels.substr(size, size));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Pixels, RawImageFilePixelTypeTest,
-                         testing::Values(PixelType{eIBT_None, 0}, PixelType{eIBT_Int8, 1},
-                                         PixelType{eIBT_UInt8, 1}, PixelType{eIBT_Int16, 2},
-                                         PixelType{eIBT_UInt16, 2}, PixelType{eIBT_Int32, 4},
-                                         PixelType{eIBT_UInt32, 4}, PixelType{eIBT_Real32, 4},
-                                         PixelType{eIBT_Binary, 1}, PixelType{eIBT_Label16, 2},
-                                         PixelType{eIBT_Label32, 4}, PixelType{eIBT_Label8, 1}),
-                         [](testing::TestParamInfo<PixelType> const& type) {
-                             std::ostringstream name;
-                             name << type.param.bufferType;
-                             return name.str().substr(5);
-                         });
 
 // Parts of planes
 

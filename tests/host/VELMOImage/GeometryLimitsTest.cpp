@@ -1,17 +1,49 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "AllocationCount.h"
 #include "GeometryBuilder.h"
 #include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
 
+#include <atomic>
 #include <boost/make_shared.hpp>
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <new>
 
 using namespace velmo;
 using namespace velmo::image;
 using namespace velmo::test;
+
+namespace {
+
+std::atomic<vlUInt64> g_nbBytesAllocated{0};
+
+/// Bytes that `operator new` gave out while `work` ran, whoever asked for them.
+template <class Work>
+vlUInt64 countAllocatedBytes(Work const& work) {
+    vlUInt64 const before = g_nbBytesAllocated;
+    work();
+    return g_nbBytesAllocated - before;
+}
+
+} // namespace
+
+void* operator new(std::size_t nbBytes) {
+    g_nbBytesAllocated += nbBytes;
+    if (void* const pBytes = std::malloc(nbBytes == 0 ? 1 : nbBytes)) {
+        return pBytes;
+    }
+    throw std::bad_alloc();
+}
+
+void operator delete(void* pBytes) noexcept {
+    std::free(pBytes);
+}
+
+void operator delete(void* pBytes, std::size_t /*nbBytes*/) noexcept {
+    std::free(pBytes);
+}
 
 namespace {
 

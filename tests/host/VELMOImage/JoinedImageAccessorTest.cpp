@@ -3,12 +3,13 @@
 
 #include "VELMOImage/JoinedImageAccessor.h"
 #include "ArchiveRecords.h"
-#include "JoinedAccessor.h"
+#include "JoinTools.h"
 #include "Processes.h"
 #include "Results.h"
 #include "ThrownText.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/ClassVersion.h"
+#include "VELMOSerialization/DynamicRegistrator.h"
 #include "VELMOUtil/VELMOUtilLog.h"
 #include <atomic>
 #include <boost/make_shared.hpp>
@@ -18,6 +19,66 @@
 namespace velmo::test {
 
 using namespace velmo::image;
+
+namespace {
+
+/// Three parts of 2, 1 and 3 planes, each with a calibration, a mode and a flag of its own.
+class JoinedAccessor : public testing::Test {
+  protected:
+    JoinedAccessor();
+
+    void join();
+    /// The geometry and the pixels of an accessor that is joined from these parts.
+    void expectWhole(image::JoinedImageAccessor const& accessor) const;
+
+    DynamicRegistrator<ByteAccessor> const _registrator;
+    std::vector<image::JoinedImageAccessor::PartPtr> _parts;
+    std::vector<image::ImagePtr> _images;
+    std::vector<ByteStorage*> _storages;
+    image::JoinedImageAccessor _accessor;
+};
+
+JoinedAccessor::JoinedAccessor() {
+    for (vlUInt64 const sizeZ : {2UL, 1UL, 3UL}) {
+        auto const pPart = boost::make_shared<ByteAccessor>();
+        bool const bFirst = _parts.empty();
+        pPart->create("joined " + std::to_string(_parts.size()), *partBuilder(eJoinAxis::Z, sizeZ).build(),
+                      createGeometricCalibration2d(bFirst ? 3.0F : 4.0F, 2, "mm", 0, 0, 0, 0, 0),
+                      bFirst ? static_cast<eImageAccessMode>(1) : eIAM_ReadOnly, bFirst);
+        pPart->getStorage().bytes = makePattern(countBytes(pPart->getGeometry()), sizeZ * 100);
+        _storages.push_back(&pPart->getStorage());
+        _parts.push_back(pPart);
+        _images.push_back(boost::make_shared<DiskImage>(pPart));
+    }
+}
+
+void JoinedAccessor::join() {
+    ASSERT_THAT(_accessor.join(_parts, eJoinAxis::Z), Succeeds());
+}
+
+void JoinedAccessor::expectWhole(JoinedImageAccessor const& accessor) const {
+    ASSERT_TRUE(accessor.isInit());
+    EXPECT_EQ(describe(accessor.getGeometry()), describe(*partBuilder(eJoinAxis::Z, 6).build()));
+    auto const pShared = boost::shared_ptr<BaseDiskImageAccessor>(const_cast<JoinedImageAccessor*>(&accessor),
+                                                                  [](auto const*) {});
+    EXPECT_TRUE(readAll(DiskImage(pShared)) == readParts(_images, eJoinAxis::Z));
+}
+
+void expectWithoutFiles(JoinedImageAccessor& accessor) {
+    Bytes buffer(10);
+    EXPECT_FALSE(accessor.isInit());
+    EXPECT_TRUE(accessor.getFilePath().empty());
+    EXPECT_FALSE(accessor.isStoredIn("/proc/self/exe"));
+    EXPECT_THAT(accessor.readRawData(0, 0, 0, 0, 1, buffer.data()),
+                FailsWith("The image accessor is not initialised"));
+    EXPECT_THAT(accessor.writeRawData(0, 0, 0, 0, 1, buffer.data()),
+                FailsWith("The image accessor is not initialised"));
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { accessor.getGeometry(); }),
+              "The image accessor is not initialised");
+    EXPECT_FALSE(accessor.resizeData(*GeometryBuilder().build()));
+}
+
+} // namespace
 
 TEST_F(JoinedAccessor, HasNoFilesBeforeItsJoin) {
     expectWithoutFiles(_accessor);
