@@ -2,18 +2,16 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CpuTime.h"
+#include "PrivateDisk.h"
 #include "RawImageFileFixture.h"
 
 #include <VELMOImage/VELMOImageLog.h>
 
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <malloc.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,7 +23,6 @@ namespace {
 namespace fs = boost::filesystem;
 
 path const g_fullDisk = "/dev/full";
-char const* const g_noMount = "no mount";
 
 class RawImageFileBadInputTest : public RawImageFileTest {
   protected:
@@ -37,12 +34,8 @@ class RawImageFileBadInputTest : public RawImageFileTest {
     }
 
     /// What `work` returns where files end at `nbBytes`.
-    static std::string withLargestFile(rlim_t nbBytes, std::function<std::string()> const& work) {
-        return inChild([&]() -> std::string {
-            signal(SIGXFSZ, SIG_IGN);
-            rlimit const limit = {nbBytes, nbBytes};
-            return setrlimit(RLIMIT_FSIZE, &limit) == 0 ? work() : "no limit";
-        });
+    static std::string withLargestFile(std::size_t nbBytes, std::function<std::string()> const& work) {
+        return velmo::test::withLimit(RLIMIT_FSIZE, nbBytes, work);
     }
 };
 
@@ -108,24 +101,18 @@ TEST_F(RawImageFileBadInputTest, AHeaderOrAReservationThatFindsNoRoomFails) {
 }
 
 TEST_F(RawImageFileBadInputTest, AWriteToAFullDiskFails) {
-    vlUInt64 const nbPlanes = 256;
-    PixelRun const wholePlane = {0, 0, 0, 0, 4096};
-    std::string const text = inChild([&]() -> std::string {
-        bool const bMounted = unshare(CLONE_NEWNS) == 0 &&
-                              mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                              mount("none", _folder.getPath().c_str(), "tmpfs", 0, "size=64k") == 0;
+    std::string const text = velmo::test::onPrivateDisk(_folder / "disk", 65536, [&] {
+        path const full = _folder / "disk" / "planes.raw";
         RawImageFile file;
-        if (!bMounted || !file.createFile(_path, *makeGeometry(eIBT_UInt8, {64, 64, nbPlanes}), "")) {
-            return g_noMount;
-        }
+        EXPECT_THAT(file.createFile(full, *makeGeometry(eIBT_UInt8, {64, 64, 256}), ""), Succeeds());
+        PixelRun run = {0, 0, 0, 0, 4096};
         BoolResult result = success();
-        PixelRun run = wholePlane;
-        for (; result && run.z < nbPlanes; run.z += result ? 1 : 0) {
+        for (; result && run.z < 256; run.z += result ? 1 : 0) {
             result = tryWrite(file, run);
         }
-        return result.getMessage() == writeFailed(_path, run) ? "failed as it should" : result.getMessage();
+        return result.getMessage() == writeFailed(full, run) ? "failed as it should" : result.getMessage();
     });
-    if (text == g_noMount) {
+    if (text == velmo::test::g_noMount) {
         GTEST_SKIP() << "this process may not mount a file system";
     }
     EXPECT_EQ(text, "failed as it should");
@@ -251,18 +238,7 @@ TEST_F(RawImageFileBadInputTest, TheLastOfTenMillionPlanesIsFound) {
     EXPECT_EQ(fs::file_size(_path), 256 * g_manyPlanes);
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool g_bMemoryIsTold = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool g_bMemoryIsTold = false;
-#else
-constexpr bool g_bMemoryIsTold = true;
-#endif
-#else
-constexpr bool g_bMemoryIsTold = true;
-#endif
-
+#ifdef VELMO_TEST_LIMITS_MEMORY // a sanitizer has a heap of its own
 // The allocator counts what it keeps for the next small request as used: the figures are not exact to the
 // byte.
 constexpr std::size_t g_memorySlack = 65536;
@@ -273,9 +249,6 @@ std::size_t bytesInUse() {
 }
 
 TEST_F(RawImageFileBadInputTest, TheMemoryOfAnOpenFileDoesNotGrowWithItsPlanes) {
-    if (!g_bMemoryIsTold) {
-        GTEST_SKIP() << "the sanitizer has a heap of its own";
-    }
     makeSparseFile(256 * g_manyPlanes);
     std::size_t used[2] = {};
     for (std::size_t index = 0; index < 2; ++index) {
@@ -287,6 +260,7 @@ TEST_F(RawImageFileBadInputTest, TheMemoryOfAnOpenFileDoesNotGrowWithItsPlanes) 
     }
     EXPECT_LE(used[1], 2 * used[0] + g_memorySlack);
 }
+#endif
 
 TEST_F(RawImageFileBadInputTest, TheTimeOfAnOpeningDoesNotGrowWithThePlanes) {
     makeSparseFile(256 * g_manyPlanes);

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "PrivateDisk.h"
 #include "Processes.h"
 #include "RawFunctions.h"
 
@@ -174,33 +175,6 @@ TEST_F(RawSaveWithOptions, AKilledSaveLeavesTheOldFileAndTheNextSaveTidiesUp) {
     EXPECT_EQ(readFile(_saved), "earlier");
 }
 
-TEST_F(RawSaveWithOptions, TheNewFileHasThePermissionsOfTheOldOneBehindItsLink) {
-    writeFile(_saved, "earlier");
-    ASSERT_EQ(chmod(_saved.c_str(), 0640), 0);
-    fs::path const link = _folder / "link.raw";
-    fs::create_symlink("saved.raw", link);
-    saveRawImageFile(link, _pImage, RawWriteOptions());
-    struct stat state = {};
-    ASSERT_EQ(lstat(_saved.c_str(), &state), 0);
-    EXPECT_EQ(state.st_mode & 07777U, 0640U);
-    EXPECT_EQ(readFile(_saved), _pixels);
-    EXPECT_TRUE(fs::is_symlink(link));
-}
-
-TEST_F(RawSaveWithOptions, SavesToOnePathAtOnceLeaveOneOfTheFilesWhole) {
-    constexpr unsigned int nbThreads = 4;
-    onThreads(nbThreads, [&](unsigned int thread) {
-        ImagePtr const pImage =
-            makeMemoryImage(*_pGeometry, std::string(_pixels.size(), static_cast<char>('a' + thread)));
-        for (int round = 0; round < 10; ++round) {
-            saveRawImageFile(_saved, pImage, RawWriteOptions());
-        }
-    });
-    std::string const bytes = readFile(_saved);
-    EXPECT_EQ(bytes, std::string(_pixels.size(), bytes.at(0)));
-    EXPECT_THAT(list(), UnorderedElementsAre("saved.raw"));
-}
-
 // What is refused before the file is touched
 
 TEST_F(RawSaveWithOptions, AnImageThatLiesInTheTargetIsRefused) {
@@ -259,12 +233,7 @@ TEST_F(RawSaveWithOptions, AFullDeviceIsNamedOnce) {
 
 TEST_F(RawSaveWithOptions, ALimitOfTheSizeOfFilesIsNamedAndLeavesTheOldFile) {
     writeFile(_saved, "earlier");
-    std::string const text = inChild([&]() -> std::string {
-        signal(SIGXFSZ, SIG_IGN);
-        rlimit const limit = {50, 50};
-        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) {
-            return "no limit";
-        }
+    std::string const text = withLimit(RLIMIT_FSIZE, 50, [&]() -> std::string {
         try {
             saveRawImageFile(_saved, _pImage, RawWriteOptions());
         } catch (BaseException const& failure) {
@@ -296,26 +265,6 @@ TEST_F(RawSaveWithOptions, AFailureOfTheSourceHasNoReasonOfTheTargets) {
                      saveError(_saved, "Failed to read raw image file " + _path.string() +
                                            " for z=0, c=0, t=1, pixelStartOffset=0 and nbPixels=12"));
     EXPECT_THAT(list(), UnorderedElementsAre("image.raw"));
-}
-
-TEST_F(RawSaveWithOptions, AFileThatTheUserMayNotWriteStays) {
-    fs::permissions(_folder.getPath(), fs::perms(0777));
-    writeFile(_saved, "earlier");
-    fs::permissions(_saved, fs::perms(0444));
-    std::string const text = asOrdinaryUser([&]() -> std::string {
-        try {
-            saveRawImageFile(_saved, _pImage, RawWriteOptions());
-        } catch (BaseException const& failure) {
-            return failure.what();
-        }
-        return "saved";
-    });
-    if (text == g_noSuchUser) {
-        GTEST_SKIP() << "this process cannot become another user";
-    }
-    EXPECT_EQ(text, saveError(_saved,
-                              "Failed to create raw image file " + _saved.string() + "\nPermission denied"));
-    EXPECT_EQ(readFile(_saved), "earlier");
 }
 
 } // namespace velmo::test

@@ -164,18 +164,4 @@ TEST(PlaneWeights, AreFiniteForStepsThatAreAsDifferentAsCanBe) {
     }
 }
 
-TEST(PlaneWeights, UseFourNeighbouringPlanesAtMost) {
-    for (std::vector<float> const& steps : makeSteps()) {
-        for (vlUInt64 index = 0; index < 53; ++index) {
-            PlaneWeights const weights = PlanePositions(steps).weigh(index, 53, eIP_Cubic);
-            EXPECT_LE(weights.nbTerms, 3U);
-            for (unsigned int term = 0; term < weights.nbTerms; ++term) {
-                auto const distance = static_cast<std::int64_t>(weights.terms[term].plane) -
-                                      static_cast<std::int64_t>(weights.base);
-                EXPECT_TRUE(distance == -1 || distance == 1 || distance == 2) << distance;
-            }
-        }
-    }
-}
-
 } // namespace velmo::test

@@ -9,7 +9,6 @@
 #include "ThrownText.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 #include "VELMOImage/DiskImage.h"
-#include "VELMOImage/SubImageExtractor.h"
 #include "VELMOUtil/BaseException.h"
 
 #include <boost/make_shared.hpp>
@@ -139,26 +138,6 @@ TEST(ResampleSource, PlanesThatCountNothingAreNotRead) {
     DiskStack const labels(*GeometryBuilder().volume(7).type(eIBT_Label8).build());
     resample(labels.getImage(), std::vector<float>(6, 1.0F), eIP_Cubic, 4);
     EXPECT_EQ(labels.getPlanes().size(), 4U);
-}
-
-TEST(ResampleSource, AJoinedStackOfFilesIsResampledAsAWhole) {
-    DiskStack const whole(*GeometryBuilder().volume(5).build());
-    std::vector<ImagePtr> parts;
-    vlUInt64 offset = 0;
-    for (vlUInt64 const sizeZ : {2UL, 3UL}) {
-        auto const pAccessor =
-            makeByteAccessor("part of " + std::to_string(sizeZ), *GeometryBuilder().volume(sizeZ).build());
-        auto const first = whole.getStorage().bytes.begin() + static_cast<std::ptrdiff_t>(offset);
-        offset += sizeZ * 15;
-        pAccessor->getStorage().bytes.assign(first, first + static_cast<std::ptrdiff_t>(sizeZ * 15));
-        parts.push_back(boost::make_shared<DiskImage>(pAccessor));
-    }
-    ImagePtr pJoined;
-    ASSERT_TRUE(SubImageExtractor::concatenateVolumes<BaseImage>(parts, pJoined));
-    for (auto const policy : g_policies) {
-        EXPECT_TRUE(readAll(*resample(pJoined, {1, 2, 1, 0.5F}, policy, 12)) ==
-                    readAll(*resample(whole.getImage(), {1, 2, 1, 0.5F}, policy, 12)));
-    }
 }
 
 TEST(ResampleSource, AFailingReadAnywhereFailsTheRunWithItsText) {
