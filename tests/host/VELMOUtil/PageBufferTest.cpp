@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <memory>
 #include <new>
 #include <sstream>
 #include <string>
@@ -59,20 +60,20 @@ TEST(PageBuffer, IsZeroedAndCanBeWrittenToItsLastByte) {
     }
 }
 
-TEST(PageBuffer, BeginsOnAPageAndFromFourMebibytesUpOnAHugePage) {
-    for (vlUInt64 const nbBytes : {vlUInt64{1}, 4 * g_mebibyte - 1}) {
-        EXPECT_EQ(addressOf(PageBuffer(nbBytes)) % 4096, 0U) << nbBytes;
-    }
-    for (vlUInt64 const nbBytes : {4 * g_mebibyte, 4 * g_mebibyte + 1, 33 * g_mebibyte}) {
+TEST(PageBuffer, BeginsOnAPageAndFromFourMebibytesUpOnAHugeOneUntilItsEnd) {
+    EXPECT_EQ(addressOf(PageBuffer(1)) % 4096, 0U);
+    for (vlUInt64 const nbBytes : {4 * g_mebibyte + 1, 33 * g_mebibyte}) {
         EXPECT_EQ(addressOf(PageBuffer(nbBytes)) % (2 * g_mebibyte), 0U) << nbBytes;
     }
-}
-
-TEST(PageBuffer, FromFourMebibytesUpTheKernelIsAskedForHugePages) {
     PageBuffer const small(4 * g_mebibyte - 1);
-    PageBuffer const large(4 * g_mebibyte);
-    std::string const largeFlags = getMappingFlags(addressOf(large));
+    auto pLarge = std::make_unique<PageBuffer>(4 * g_mebibyte);
+    std::uintptr_t const address = addressOf(*pLarge);
+    EXPECT_EQ(addressOf(small) % 4096, 0U);
+    EXPECT_EQ(address % (2 * g_mebibyte), 0U);
+    std::string const largeFlags = getMappingFlags(address);
+    pLarge.reset();
     ASSERT_FALSE(largeFlags.empty());
+    EXPECT_EQ(getMappingFlags(address).find(" hg "), std::string::npos);
     if (!std::ifstream("/sys/kernel/mm/transparent_hugepage/enabled")) {
         GTEST_SKIP() << "the kernel knows no transparent huge pages";
     }
@@ -89,7 +90,7 @@ TEST(PageBuffer, AnEmptyOneHasNoBytes) {
     EXPECT_EQ(PageBuffer(0).getSize(), 0U);
 }
 
-TEST(PageBuffer, MovingHandsTheBytesOverAndLeavesAnEmptyOne) {
+TEST(PageBuffer, MovingHandsTheBytesOverAndReleasesWhatTheTargetHeld) {
     PageBuffer source(4096);
     std::byte* const pData = source.getData();
     pData[4095] = std::byte{7};
@@ -100,28 +101,13 @@ TEST(PageBuffer, MovingHandsTheBytesOverAndLeavesAnEmptyOne) {
     EXPECT_EQ(source.getData(), nullptr);
     EXPECT_EQ(source.getSize(), 0U);
     EXPECT_FALSE(std::is_copy_constructible_v<PageBuffer>);
-}
-
-TEST(PageBuffer, MoveAssignmentReleasesWhatTheTargetHeld) {
-    PageBuffer source(8192);
-    std::byte* const pData = source.getData();
-    PageBuffer target(16 * g_mebibyte);
-    std::uintptr_t const former = addressOf(target);
-    target = std::move(source);
-    EXPECT_EQ(target.getData(), pData);
-    EXPECT_EQ(target.getSize(), 8192U);
-    EXPECT_EQ(source.getData(), nullptr);
+    PageBuffer assigned(16 * g_mebibyte);
+    std::uintptr_t const former = addressOf(assigned);
+    assigned = std::move(target);
+    EXPECT_EQ(assigned.getData(), pData);
+    EXPECT_EQ(assigned.getSize(), 4096U);
+    EXPECT_EQ(target.getData(), nullptr);
     EXPECT_EQ(getMappingFlags(former).find(" hg "), std::string::npos);
-}
-
-TEST(PageBuffer, ItsEndGivesTheMappingBack) {
-    std::uintptr_t address = 0;
-    {
-        PageBuffer const buffer(64 * g_mebibyte);
-        address = addressOf(buffer);
-        ASSERT_FALSE(getMappingFlags(address).empty());
-    }
-    EXPECT_EQ(getMappingFlags(address).find(" hg "), std::string::npos);
 }
 
 TEST(PageBuffer, ASizeThatTheSystemCannotGiveIsABadAlloc) {

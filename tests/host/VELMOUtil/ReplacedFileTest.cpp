@@ -75,47 +75,36 @@ std::string replaceAndDie(fs::path const& target) {
 
 TEST_F(ReplacedFileTest, TheOldFileIsIntactUntilTheCommitAndReplacedByIt) {
     writeFile(_target, "earlier");
-    ReplacedFile file(_target);
-    ASSERT_TRUE(file.create());
-    EXPECT_EQ(file.getPath().parent_path(), _target.parent_path());
-    writeFile(file.getPath(), "new");
-    EXPECT_EQ(readFile(_target), "earlier");
-    EXPECT_TRUE(file.commit());
+    {
+        ReplacedFile file(_target);
+        ASSERT_TRUE(file.create());
+        EXPECT_EQ(file.getPath().parent_path(), _target.parent_path());
+        writeFile(file.getPath(), "new");
+        EXPECT_EQ(readFile(_target), "earlier");
+        EXPECT_TRUE(file.commit());
+        EXPECT_EQ(readFile(_target), "new");
+        EXPECT_TRUE(file.commit()); // a second one changes nothing, nor does the end
+    }
     EXPECT_EQ(readFile(_target), "new");
     EXPECT_THAT(list(), ElementsAre("target"));
+    EXPECT_EQ(countDescriptors(_target), 0U);
 }
 
 TEST_F(ReplacedFileTest, WithoutACommitTheOldFileStaysAndTheTemporaryOneGoes) {
-    writeFile(_target, "earlier");
-    {
-        ReplacedFile file(_target);
-        ASSERT_TRUE(file.create());
-        writeFile(file.getPath(), "new");
-        EXPECT_EQ(list().size(), 2U);
+    for (bool const bOld : {false, true}) {
+        if (bOld) {
+            writeFile(_target, "earlier");
+        }
+        {
+            ReplacedFile const neverCreated(_target);
+            ReplacedFile file(_target);
+            ASSERT_TRUE(file.create());
+            writeFile(file.getPath(), "new");
+            EXPECT_EQ(list().size(), bOld ? 2U : 1U);
+        }
+        EXPECT_EQ(list(), bOld ? std::vector<std::string>{"target"} : std::vector<std::string>{});
     }
     EXPECT_EQ(readFile(_target), "earlier");
-    EXPECT_THAT(list(), ElementsAre("target"));
-}
-
-TEST_F(ReplacedFileTest, WithoutACommitNoNewFileComesToBe) {
-    {
-        ReplacedFile file(_target);
-        ASSERT_TRUE(file.create());
-    }
-    { ReplacedFile const neverCreated(_target); }
-    EXPECT_THAT(list(), ElementsAre());
-}
-
-TEST_F(ReplacedFileTest, ACommittedFileSurvivesASecondCommitAndTheDestruction) {
-    {
-        ReplacedFile file(_target);
-        ASSERT_TRUE(file.create());
-        writeFile(file.getPath(), "new");
-        EXPECT_TRUE(file.commit());
-        EXPECT_TRUE(file.commit());
-    }
-    EXPECT_EQ(readFile(_target), "new");
-    EXPECT_EQ(countDescriptors(_target), 0U);
 }
 
 TEST_F(ReplacedFileTest, ANewFileHasThePermissionsOfAnyNewFile) {
@@ -152,48 +141,32 @@ TEST_F(ReplacedFileTest, TheNewFileKeepsOwnerAndGroupWhereTheUserMaySetThem) {
     EXPECT_EQ(state.st_gid, group);
 }
 
-TEST_F(ReplacedFileTest, OfAnotherUsersWritableFileTheNewOneBelongsToTheWriter) {
-    writeFile(_target, "earlier");
-    fs::permissions(_target, fs::perms(0666));
-    std::string const text = asOrdinaryUser([&] { return replace(_target, "new"); });
-    if (text == g_noSuchUser) {
-        GTEST_SKIP() << "this process cannot become another user";
+TEST_F(ReplacedFileTest, AnotherUsersFileIsReplacedWhereItIsWritableAndRefusedElsewhere) {
+    for (bool const bWritable : {true, false}) {
+        writeFile(_target, "earlier");
+        fs::permissions(_target, fs::perms(bWritable ? 0666 : 0444));
+        std::string const text = asOrdinaryUser([&] { return replace(_target, "new"); });
+        if (text == g_noSuchUser) {
+            GTEST_SKIP() << "this process cannot become another user";
+        }
+        EXPECT_EQ(text, bWritable ? "" : "create: Permission denied");
+        EXPECT_EQ(readFile(_target), bWritable ? "new" : "earlier");
+        EXPECT_EQ(getMode(_target), bWritable ? 0666U : 0444U);
+        EXPECT_THAT(list(), ElementsAre("target"));
     }
-    EXPECT_EQ(text, "");
-    EXPECT_EQ(readFile(_target), "new");
-    EXPECT_EQ(getMode(_target), 0666U);
 }
 
-TEST_F(ReplacedFileTest, AFileThatTheUserMayNotWriteIsRefused) {
-    writeFile(_target, "earlier");
-    fs::permissions(_target, fs::perms(0444));
-    std::string const text = asOrdinaryUser([&] { return replace(_target, "new"); });
-    if (text == g_noSuchUser) {
-        GTEST_SKIP() << "this process cannot become another user";
-    }
-    EXPECT_EQ(text, "create: Permission denied");
-    EXPECT_EQ(readFile(_target), "earlier");
-    EXPECT_THAT(list(), ElementsAre("target"));
-}
-
-TEST_F(ReplacedFileTest, WhatALinkNamesIsReplacedAndTheLinkStays) {
+TEST_F(ReplacedFileTest, WhatALinkNamesIsReplacedOrMadeAndTheLinkStays) {
     fs::create_directory(_folder / "there");
-    writeFile(_folder / "there" / "file", "earlier");
     fs::create_symlink("there/file", _folder / "relative");
     fs::create_symlink(_folder / "relative", _target);
-    EXPECT_EQ(replace(_target, "new"), "");
-    EXPECT_EQ(readFile(_folder / "there" / "file"), "new");
-    EXPECT_TRUE(fs::is_symlink(_target));
-    EXPECT_TRUE(fs::is_symlink(_folder / "relative"));
-    EXPECT_THAT(list(_folder / "there"), ElementsAre("file"));
-}
-
-TEST_F(ReplacedFileTest, WhereALinkNamesNothingTheFileIsMadeThere) {
-    fs::create_directory(_folder / "there");
-    fs::create_symlink("there/file", _target);
-    EXPECT_EQ(replace(_target, "new"), "");
-    EXPECT_EQ(readFile(_folder / "there" / "file"), "new");
-    EXPECT_TRUE(fs::is_symlink(_target));
+    for (char const* const bytes : {"made", "replaced"}) {
+        EXPECT_EQ(replace(_target, bytes), "");
+        EXPECT_EQ(readFile(_folder / "there" / "file"), bytes);
+        EXPECT_TRUE(fs::is_symlink(_target));
+        EXPECT_TRUE(fs::is_symlink(_folder / "relative"));
+        EXPECT_THAT(list(_folder / "there"), ElementsAre("file"));
+    }
 }
 
 TEST_F(ReplacedFileTest, LinksThatRunInACircleAreRefused) {
@@ -305,22 +278,15 @@ TEST_F(ReplacedFileTest, AnOldFileThatIsToStayIsRefusedAtItsCreationAndAtTheComm
     EXPECT_EQ(readFile(_target), "theirs");
 }
 
-TEST_F(ReplacedFileTest, ADeviceIsWrittenDirectly) {
-    ReplacedFile file("/dev/full", eOldFile::Refuse);
-    ASSERT_TRUE(file.create());
-    EXPECT_EQ(file.getPath(), "/dev/full");
-    EXPECT_TRUE(file.commit());
-    EXPECT_TRUE(fs::exists("/dev/full"));
-}
-
-TEST_F(ReplacedFileTest, APipeIsWrittenDirectly) {
+TEST_F(ReplacedFileTest, ADeviceAndAPipeAreWrittenDirectly) {
     ASSERT_EQ(mkfifo(_target.c_str(), 0600), 0);
-    {
-        ReplacedFile file(_target);
+    for (fs::path const& path : {fs::path("/dev/full"), _target}) {
+        ReplacedFile file(path, path == _target ? eOldFile::Replace : eOldFile::Refuse);
         ASSERT_TRUE(file.create());
-        EXPECT_EQ(file.getPath(), _target);
+        EXPECT_EQ(file.getPath(), path);
         EXPECT_TRUE(file.commit());
     }
+    EXPECT_TRUE(fs::exists("/dev/full"));
     EXPECT_EQ(fs::status(_target).type(), fs::fifo_file);
     EXPECT_THAT(list(), ElementsAre("target"));
 }

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOImage/MemoryImage.h"
-
+#include "ByteAccessor.h"
 #include "GeometryBuilder.h"
 #include "PixelPattern.h"
 #include "ThrownText.h"
+#include "VELMOImage/DiskImage.h"
+#include "VELMOImage/MemoryImage.h"
 #include "VELMOImage/VELMOImageLog.h"
-
 #include <algorithm>
 #include <boost/make_shared.hpp>
 #include <cstdint>
@@ -53,58 +53,39 @@ TEST(MemoryImage, HasNoGeometryBeforeInit) {
     EXPECT_THROW(image.readPixels(0, 0, 0, 0, 1, &pixel), VELMOImageException);
 }
 
-TEST(MemoryImage, OfEveryKindIsZeroAtFirstAndKeepsItsPixels) {
-    for (NamedGeometry const& kind : makeAllKinds()) {
-        SCOPED_TRACE(kind.name);
-        MemoryImage image;
-        ASSERT_TRUE(image.init(*kind.pGeometry));
-        EXPECT_TRUE(isZero(readAll(image)));
-        Bytes const pattern = makePattern(countBytes(*kind.pGeometry));
-        writeAll(image, pattern);
-        EXPECT_EQ(readAll(image), pattern);
-    }
-}
-
-TEST(MemoryImage, HasItsOwnCopyOfTheGeometry) {
-    ImageGeometryPtr const pGeometry = GeometryBuilder().sequence(2).type(eIBT_Int16).build();
-    MemoryImage image;
-    ASSERT_TRUE(image.init(*pGeometry));
-    std::string const before = describe(image.getGeometry());
-    pGeometry->setBufferType(eIBT_Real32);
-    EXPECT_EQ(describe(image.getGeometry()), before);
-    EXPECT_EQ(image.getBufferType(), eIBT_Int16);
-    EXPECT_EQ(image.getTemporalGeometryType(), eTGT_Sequence);
-    EXPECT_FALSE(image.requiresCpuCopy());
-}
-
-TEST(MemoryImage, PlanesLieInOneAllocationInTheOrderOfTimeThenChannelThenZ) {
+TEST(MemoryImage, OfEveryKindIsZeroAtFirstAndKeepsItsPlanesInOneAllocationInTheOrderOfTimeThenChannelThenZ) {
     for (NamedGeometry const& kind : makeAllKinds()) {
         SCOPED_TRACE(kind.name);
         BaseImageGeometry const& geometry = *kind.pGeometry;
         MemoryImage image;
         ASSERT_TRUE(image.init(geometry));
+        EXPECT_TRUE(isZero(readAll(image)));
+        EXPECT_FALSE(image.requiresCpuCopy());
         Bytes const pattern = makePattern(countBytes(geometry));
         writeAll(image, pattern);
+        EXPECT_EQ(readAll(image), pattern);
         EXPECT_TRUE(std::equal(pattern.begin(), pattern.end(), getBytes(image)));
         vlUInt64 const z = geometry.getSizeZ() - 1;
         vlUInt64 const c = geometry.getSizeC() - 1;
+        MemoryImage const& constImage = image;
         for (vlUInt64 t = 0; t < geometry.getSizeT(); ++t) {
-            MemoryImage const& constImage = image;
             EXPECT_EQ(image.accessPlan(z, c, t), getBytes(image) + countBytesBefore(geometry, z, c, t));
             EXPECT_EQ(constImage.accessPlan(z, c, t), image.accessPlan(z, c, t));
         }
+        EXPECT_THROW(image.accessPlan(z + 1, 0, 0), VELMOImageException);
+        EXPECT_THROW(image.accessPlan(0, c + 1, 0), VELMOImageException);
+        EXPECT_THROW(constImage.accessPlan(0, 0, geometry.getSizeT()), VELMOImageException);
+        std::string const before = describe(image.getGeometry());
+        kind.pGeometry->setBufferType(eIBT_Int8); // the image has a copy
+        EXPECT_EQ(describe(image.getGeometry()), before);
     }
 }
 
-TEST_F(FilledMemoryImage, ReadsPartsOfRows) {
+TEST_F(FilledMemoryImage, ReadsAndWritesPartsOfRowsAndNothingElse) {
     Bytes part(7 * 2);
     ASSERT_TRUE(image.readPixels(1, 2, 0, 3, 7, part.data()));
-    auto const start = pattern.begin() + 5 * 30 + 3 * 2;
-    EXPECT_TRUE(std::equal(part.begin(), part.end(), start));
-}
-
-TEST_F(FilledMemoryImage, WritesPartsOfRowsAndNothingElse) {
-    Bytes const part = makePattern(7 * 2, 99);
+    EXPECT_TRUE(std::equal(part.begin(), part.end(), pattern.begin() + 5 * 30 + 3 * 2));
+    part = makePattern(7 * 2, 99);
     ASSERT_TRUE(image.writePixels(1, 2, 0, 3, 7, part.data()));
     Bytes expected = pattern;
     std::copy(part.begin(), part.end(), expected.begin() + 5 * 30 + 3 * 2);
@@ -148,26 +129,15 @@ TEST_F(FilledMemoryImage, ARunOutsideInAnyDimensionIsRefused) {
     EXPECT_EQ(readAll(image), pattern);
 }
 
-TEST_F(FilledMemoryImage, APlaneOutsideHasNoAddress) {
-    MemoryImage const& constImage = image;
-    EXPECT_THROW(image.accessPlan(2, 0, 0), VELMOImageException);
-    EXPECT_THROW(image.accessPlan(0, 3, 0), VELMOImageException);
-    EXPECT_THROW(constImage.accessPlan(0, 0, 2), VELMOImageException);
-}
-
 TEST_F(FilledMemoryImage, InitAgainReplacesGeometryAndPixels) {
-    ASSERT_TRUE(image.init(*GeometryBuilder().volume(3).type(eIBT_Real32).build()));
-    EXPECT_EQ(image.getGeometry().getSizeZ(), 3U);
-    Bytes const bytes = readAll(image);
-    EXPECT_EQ(bytes.size(), 15U * 4 * 3);
-    EXPECT_TRUE(isZero(bytes));
-}
-
-TEST_F(FilledMemoryImage, InitWithItsOwnGeometryClearsThePixels) {
     std::string const before = describe(image.getGeometry());
     ASSERT_TRUE(image.init(image.getGeometry()));
     EXPECT_EQ(describe(image.getGeometry()), before);
     EXPECT_TRUE(isZero(readAll(image)));
+    writeAll(image, pattern);
+    ASSERT_TRUE(image.init(*GeometryBuilder().volume(3).type(eIBT_Real32).build()));
+    EXPECT_EQ(image.getGeometry().getSizeZ(), 3U);
+    EXPECT_EQ(readAll(image), Bytes(15 * 4 * 3));
 }
 
 TEST_F(FilledMemoryImage, AnImageLargerThanTheMemoryIsRefusedWithBothFiguresAndChangesNothing) {
@@ -215,19 +185,6 @@ TEST(MemoryImage, AboveAHugePageIsZeroAndWholeToItsLastByte) {
     EXPECT_EQ(readAll(image), pattern);
 }
 
-TEST_F(FilledMemoryImage, CalibrationAndUserPropertiesBelongToTheImage) {
-    EXPECT_FALSE(image.hasGeometricCalibration());
-    EXPECT_EQ(image.getUserPropertiesStr(), "");
-    auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
-    image.setGeometricCalibration(pCalibration);
-    image.setUserPropertiesStr("key=value\nother");
-    EXPECT_TRUE(image.hasGeometricCalibration());
-    EXPECT_EQ(image.getGeometricCalibrationConstPtr(), pCalibration);
-    EXPECT_EQ(image.getUserPropertiesStr(), "key=value\nother");
-    image.setGeometricCalibration(GeometricCalibrationConstPtr());
-    EXPECT_FALSE(image.hasGeometricCalibration());
-}
-
 TEST_F(FilledMemoryImage, InitDropsCalibrationAndUserPropertiesUnlessItFails) {
     auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
     image.setGeometricCalibration(pCalibration);
@@ -235,6 +192,9 @@ TEST_F(FilledMemoryImage, InitDropsCalibrationAndUserPropertiesUnlessItFails) {
     EXPECT_FALSE(image.init(*geometry3d(eIBT_UInt8, vlUInt64{1} << 30U, vlUInt64{1} << 30U, 1)));
     EXPECT_EQ(image.getGeometricCalibrationConstPtr(), pCalibration);
     EXPECT_EQ(image.getUserPropertiesStr(), "key=value");
+    image.setGeometricCalibration(GeometricCalibrationConstPtr());
+    EXPECT_FALSE(image.hasGeometricCalibration());
+    image.setGeometricCalibration(pCalibration);
     ASSERT_TRUE(image.init(image.getGeometry()));
     EXPECT_FALSE(image.hasGeometricCalibration());
     EXPECT_EQ(image.getUserPropertiesStr(), "");
@@ -250,4 +210,78 @@ TEST_F(FilledMemoryImage, ACpuCopyHoldsAllThatTheImageHolds) {
     EXPECT_EQ(pCopy->getUserPropertiesStr(), "key=value");
     writeAll(image, makePattern(pattern.size(), 7));
     EXPECT_EQ(readAll(*pCopy), pattern);
+}
+
+TEST(DiskImage, OfEveryKindReadsAndWritesThroughItsAccessor) {
+    for (NamedGeometry const& kind : makeAllKinds()) {
+        SCOPED_TRACE(kind.name);
+        auto const pAccessor = makeByteAccessor("kinds.raw", *kind.pGeometry);
+        DiskImage image(pAccessor);
+        EXPECT_EQ(describe(image.getGeometry()), describe(*kind.pGeometry));
+        Bytes const pattern = makePattern(countBytes(*kind.pGeometry));
+        writeAll(image, pattern);
+        EXPECT_EQ(pAccessor->getStorage().bytes, pattern);
+        EXPECT_EQ(readAll(image), pattern);
+        image.setUserPropertiesStr("text");
+        ImageConstPtr const pCopy = image.createCpuCopy();
+        EXPECT_EQ(readAll(*pCopy), pattern);
+        EXPECT_EQ(pCopy->getUserPropertiesStr(), "text");
+        EXPECT_NE(pCopy->accessPlan(0, 0, 0), nullptr);
+    }
+}
+
+TEST(DiskImage, PassesRunsOnAsTheyAreButForThoseOutside) {
+    auto const pAccessor = makeByteAccessor("runs.raw", *GeometryBuilder().volume(2).sequence(2).build());
+    std::vector<vlUInt64> seen;
+    pAccessor->getStorage().readGate = [&seen](PixelRun const& run) {
+        seen = {run.z, run.c, run.t, run.pixelStart, run.nbPixels};
+        return failure("the disk is gone");
+    };
+    pAccessor->getStorage().writeGate = [](PixelRun const&) { return failure("the disk is full"); };
+    DiskImage image(pAccessor);
+    Bytes buffer(15);
+    EXPECT_EQ(image.readPixels(1, 0, 1, 4, 6, buffer.data()).getMessage(), "the disk is gone");
+    EXPECT_THAT(seen, testing::ElementsAre(1, 0, 1, 4, 6));
+    EXPECT_EQ(image.writePixels(0, 0, 0, 0, 15, buffer.data()).getMessage(), "the disk is full");
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { image.createCpuCopy(); }),
+              "Failed to copy the image into memory\nthe disk is gone");
+    vlUInt64 const nbVisits = pAccessor->getStorage().getNbVisits();
+    EXPECT_THROW(image.readPixels(2, 0, 0, 0, 1, buffer.data()), VELMOImageException);
+    EXPECT_THROW(image.writePixels(0, 0, 0, 15, 1, buffer.data()), VELMOImageException);
+    EXPECT_EQ(pAccessor->getStorage().getNbVisits(), nbVisits);
+}
+
+TEST(DiskImage, HasTheCalibrationOfItsAccessorAndKeepsItOpen) {
+    auto pAccessor = boost::make_shared<ByteAccessor>();
+    auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
+    pAccessor->create("owned.raw", *GeometryBuilder().build(), pCalibration);
+    DiskImage image(pAccessor);
+    EXPECT_EQ(image.getGeometricCalibrationConstPtr(), pCalibration);
+    EXPECT_EQ(image.getAccessor(), pAccessor);
+    pAccessor.reset();
+    Bytes const pattern = makePattern(15);
+    writeAll(image, pattern);
+    EXPECT_EQ(readAll(image), pattern);
+}
+
+TEST(DiskImage, HasNoPixelsInMemoryAndTakesNoOtherGeometry) {
+    DiskImage image(makeByteAccessor("address.raw", *GeometryBuilder().build()));
+    std::string const before = describe(image.getGeometry());
+    EXPECT_EQ(image.accessPlan(0, 0, 0), nullptr);
+    EXPECT_THROW(image.accessPlan(1, 0, 0), VELMOImageException);
+    EXPECT_FALSE(image.requiresCpuCopy());
+    BoolResult const result = image.init(*GeometryBuilder().volume(2).build());
+    EXPECT_FALSE(result);
+    EXPECT_EQ(result.getMessage(), "This kind of image takes its geometry at construction");
+    EXPECT_EQ(describe(image.getGeometry()), before);
+}
+
+TEST(DiskImage, ACpuCopyOfAnImageWithoutPixelsDoesNotWalkOverItsPlanes) {
+    auto const pAccessor =
+        makeByteAccessor("empty.raw", *GeometryBuilder().plane(0, 3).volume(vlUInt64{1} << 40U).build());
+    pAccessor->getStorage().readGate = [&](PixelRun const&) {
+        return pAccessor->getStorage().getNbVisits() > 1000 ? failure("too many reads of nothing")
+                                                            : success();
+    };
+    EXPECT_NO_THROW(DiskImage(pAccessor).createCpuCopy());
 }
