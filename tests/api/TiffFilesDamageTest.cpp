@@ -113,4 +113,22 @@ TEST_F(TiffFilesDamage, ACustomStackThatNeedsNoneOfThePlanesThatAreCutShortLoads
               _planes[0] + _planes[1] + _planes[2] + _planes[4] + _planes[4] + _planes[5]);
 }
 
+// A load of one file fails there.
+TEST_F(TiffFilesDamage, AStripOfColoursThatCannotBeDecodedIsBlackInEveryJoinedImage) {
+    Part part = makePart(makeVolume(2, 1, eIBT_UInt8));
+    part.pGeometry->getColorGeometry().initRgb();
+    part.pixels = makePixels(*part.pGeometry);
+    for (std::size_t index = 0; index < 3; ++index) {
+        save(numbered(index), part, eTC_Lzw);
+        spoilStrip(numbered(index), 1);
+    }
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        part.pixels.replace(30 * channel + 15, 15, 15, '\0');
+    }
+    for (Route const& route : getJoins()) {
+        std::vector<Part> const parts(3, part);
+        EXPECT_EQ(readPixels(*route()), route.bAlongZ ? joinAlongZ(parts) : joinAlongT(parts)) << route.name;
+    }
+}
+
 } // namespace velmo::test

@@ -94,7 +94,7 @@ TEST_F(TiffFilesFactory, AJoinedLoadOfFilesWithoutUserPropertiesSetsNone) {
 
 // Large enough for more than one thread, where the copy may use them.
 TEST_F(TiffFilesFactory, AJoinedLoadReadsOnTheCallingThreadAndStartsNoOther) {
-    saveParts(geometry3d(eIBT_UInt8, 4096, 4096, 1), 3);
+    saveParts(geometry3d(eIBT_UInt8, 3072, 3072, 1), 3);
     for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
         ReadingThreads threads;
         _hooks.createDiskImage = [&](FactoryHooks::AccessorPtr const& pAccessor, DiskImagePtr& out) {

@@ -5,7 +5,6 @@
 
 #include <VELMOUtil/Logging.h>
 #include <boost/filesystem/operations.hpp>
-#include <boost/lexical_cast.hpp>
 
 namespace velmo::test {
 
@@ -92,38 +91,6 @@ TEST_F(TiffFilesSelection, AnEmptyDirectoryRefusesNoPattern) {
 
 // Several
 
-TEST_F(TiffFilesSelection, FoldersThatMatchAreSkippedAndLinksToFilesFollowed) {
-    std::vector<Part> const parts = {makePart(makeVolume(1), 1), makePart(makeVolume(1), 2)};
-    save(at("first"), parts[0]);
-    save(at("a2.tif"), parts[1]);
-    fs::create_symlink("first", at("a1.tif"));
-    fs::create_directory(at("a3.tif"));
-    fs::create_symlink("a3.tif", at("a4.tif"));
-    writeEvenSteps(2);
-    for (Call const& call : getCalls()) {
-        SCOPED_TRACE(call.name);
-        ImagePtr const pImage = call.run(_folder, g_numbered);
-        ASSERT_TRUE(pImage);
-        EXPECT_EQ(readPixels(*pImage), parts[0].pixels + parts[1].pixels);
-    }
-}
-
-TEST_F(TiffFilesSelection, NamesOfAnyBytesAreOpened) {
-    std::string expected;
-    unsigned int seed = 0;
-    for (int byte = 1; byte < 256; ++byte) {
-        if (byte != '/') {
-            Part const part = makePart(makeVolume(1, 1, eIBT_UInt8), ++seed);
-            save(at("a" + std::string(1, static_cast<char>(byte)) + "z" + std::to_string(byte)), part);
-            expected += part.pixels;
-        }
-    }
-    writeEvenSteps(254);
-    EXPECT_EQ(readPixels(*load(eTDM_Volume, "a?z<INDEX>")), expected);
-    EXPECT_EQ(readPixels(*open(eTDM_Temporal, "a?z<INDEX>")), expected);
-    EXPECT_EQ(readPixels(*loadStack(254, attr::eIP_Linear, "a?z<INDEX>")), expected);
-}
-
 TEST_F(TiffFilesSelection, NothingIsLoggedOnSuccess) {
     save({makePart(makeVolume(1), 1), makePart(makeVolume(1), 2)});
     writeEvenSteps(2);
@@ -132,24 +99,6 @@ TEST_F(TiffFilesSelection, NothingIsLoggedOnSuccess) {
         EXPECT_TRUE(call.run(_folder, g_numbered)) << call.name;
     }
     EXPECT_TRUE(log.getRecords().empty());
-}
-
-TEST_F(TiffFilesSelection, ADirectoryCanBeNamedByALinkAndFromTheCurrentOne) {
-    save({makePart(makeVolume(1), 1), makePart(makeVolume(1), 2)});
-    writeEvenSteps(2);
-    fs::path const link = _other / "link";
-    fs::create_directory_symlink(_folder, link);
-    fs::path const former = fs::current_path();
-    fs::current_path(_folder);
-    for (Call const& call : getCalls()) {
-        SCOPED_TRACE(call.name);
-        for (fs::path const& directory : {link, fs::path(".")}) {
-            ImagePtr const pImage = call.run(directory, g_numbered);
-            ASSERT_TRUE(pImage);
-            EXPECT_EQ(pImage->getGeometry().getNbPlans(), 2U);
-        }
-    }
-    fs::current_path(former);
 }
 
 // What is refused before a file is opened
@@ -166,19 +115,6 @@ TEST_F(TiffFilesSelection, RefusedPatternsAreRaisedAndNoFileIsOpened) {
     }
 }
 
-TEST_F(TiffFilesSelection, ANumberBeyond64BitsPassesAsTheBadCastThatItIs) {
-    writeFile(at("a1.tif"), "no TIFF file");
-    writeFile(at("a18446744073709551616.tif"), "no TIFF file");
-    for (Call const& call : getCalls()) {
-        SCOPED_TRACE(call.name);
-        try {
-            call.run(_folder, g_numbered);
-            ADD_FAILURE() << "nothing was thrown";
-        } catch (boost::bad_lexical_cast const&) {
-        }
-    }
-}
-
 TEST_F(TiffFilesSelection, WhatTheFileSystemSaysOfTheDirectoryPassesAsItIs) {
     writeFile(at("file"), "");
     for (Call const& call : getCalls()) {
@@ -187,19 +123,6 @@ TEST_F(TiffFilesSelection, WhatTheFileSystemSaysOfTheDirectoryPassesAsItIs) {
         EXPECT_EQ(getSystemError(call, at("missing")), ENOENT);
         EXPECT_EQ(getSystemError(call, at("file")), ENOTDIR);
         EXPECT_TRUE(log.getRecords().empty());
-    }
-}
-
-TEST_F(TiffFilesSelection, ADirectoryThatMustNotBeListedPassesAsWhatTheFileSystemSays) {
-    save({makePart(makeVolume(1), 1), makePart(makeVolume(1), 2)});
-    fs::permissions(_folder, fs::perms(0700));
-    for (Call const& call : getCalls()) {
-        std::string const error =
-            asOrdinaryUser([&] { return std::to_string(getSystemError(call, _folder)); });
-        if (error == g_noSuchUser) {
-            GTEST_SKIP() << "this process cannot become another user";
-        }
-        EXPECT_EQ(error, std::to_string(EACCES)) << call.name;
     }
 }
 

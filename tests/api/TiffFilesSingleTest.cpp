@@ -84,31 +84,6 @@ TEST_F(TiffFilesSingle, AnOpenedFileCanBeWritten) {
     EXPECT_EQ(readPixels(*load(eTDM_Volume)), later);
 }
 
-TEST_F(TiffFilesSingle, PackedBitsLoadAndDoNotOpen) {
-    std::vector<Directory> pages = makePages(1);
-    pages[0].bits = 1;
-    pages[0].pixels = "\x50\xA0\xF0";
-    writeTiff(_path, pages);
-    EXPECT_EQ(load(eTDM_Volume)->getBufferType(), eIBT_Binary);
-    expectRaisedText(
-        [&] { open(eTDM_Volume); },
-        loadError(_path, "Un supported packed image with write access for file " + _path.string()));
-}
-
-TEST_F(TiffFilesSingle, AFileThatMustNotBeWrittenLoadsAndDoesNotOpen) {
-    save(_path, makePart(makeVolume(1)));
-    fs::permissions(_folder, fs::perms(0755));
-    fs::permissions(_path, fs::perms(0444));
-    std::string const text = asOrdinaryUser([&] {
-        EXPECT_TRUE(load(eTDM_Volume));
-        return textThrownBy([&] { open(eTDM_Volume); });
-    });
-    if (text == g_noSuchUser) {
-        GTEST_SKIP() << "this process cannot become another user";
-    }
-    EXPECT_EQ(text, loadError(_path, openFailed(_path, "Permission denied")));
-}
-
 TEST_F(TiffFilesSingle, AFailureIsThatOfTheFunctionsOfOneFile) {
     writeFile(_path, "");
     for (auto const& action : std::vector<Action>{[&] { load(eTDM_Volume); }, [&] { open(eTDM_Volume); },
@@ -116,17 +91,6 @@ TEST_F(TiffFilesSingle, AFailureIsThatOfTheFunctionsOfOneFile) {
                                                   [&] { loadStack(2, attr::eIP_Linear); }}) {
         expectRaisedBeginning(action, loadError(_path, "Failed to open tiff image file " + _path.string()));
         EXPECT_EQ(countOpenFiles(), 0U);
-    }
-}
-
-TEST_F(TiffFilesSingle, AFileCutShortInItsPixelsIsAFailureOfTheLoad) {
-    RawDirectory directory = greyDirectory(4, 3, 8);
-    directory.pixels = countingBytes(12);
-    writeRawTiff(_path, {directory});
-    fs::resize_file(_path, fs::file_size(_path) - 5);
-    for (auto const& action : std::vector<Action>{[&] { load(eTDM_Volume); }, [&] { load(eTDM_Temporal); },
-                                                  [&] { loadStack(2, attr::eIP_Linear); }}) {
-        expectRaisedBeginning(action, loadError(_path, "Failed to read data of strip 0 for directory z=0"));
     }
 }
 
@@ -149,11 +113,6 @@ TEST_F(TiffFilesSingle, TheCustomStackTakesNoLookAtStepsSizeOrPolicy) {
             EXPECT_EQ(readPixels(*pImage), part.pixels);
         }
     }
-}
-
-TEST_F(TiffFilesSingle, TheCustomStackReadsDirectoriesAsAVolume) {
-    writeTiff(_path, makePages(3));
-    EXPECT_EQ(loadStack(2, attr::eIP_Linear)->getGeometry().getSizeZ(), 3U);
 }
 
 TEST_F(TiffFilesSingle, ALoadClosesTheFileAndAnOpenedImageKeepsItUntilItGoes) {

@@ -7,7 +7,10 @@
 #include "TemporaryFolder.h"
 
 #include <VELMOImage/DiskImage.h>
+#include <VELMOImageFile/RawImageFileUtils.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOUtil/BaseException.h>
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -51,7 +54,7 @@ TEST_F(StorageTest, ASaveOntoAFullDiskFailsAndTheSameSaveIsRightOnceThereIsRoom)
     }
 }
 
-TEST_F(StorageTest, OnADiskThatCannotBeWrittenASaveFailsAndLeavesTheFileWhichLoads) {
+TEST_F(StorageTest, OnADiskThatCannotBeWrittenASaveFailsAndLeavesTheFileWhichLoadsAndDoesNotOpen) {
     for (FaultSample const& sample : makeSavedSamples()) {
         std::string const text = onPrivateDisk(_disk, g_diskSize, [&]() -> std::string {
             fs::path const path = _disk / ("image" + sample.extension);
@@ -60,30 +63,19 @@ TEST_F(StorageTest, OnADiskThatCannotBeWrittenASaveFailsAndLeavesTheFileWhichLoa
                 return g_noMount;
             }
             fs::path const other = _disk / ("new" + sample.extension);
+            std::string const opened =
+                sample.extension == ".tif"
+                    ? describeOutcome(sample.loadError,
+                                      [&] { openTiffImageFile(path, eTDM_Volume, eTBM_Default); })
+                    : "raised";
             return join({describeSave(sample, path), describeSave(sample, other), describeLoad(sample, path),
-                         fs::exists(other) ? "made" : "not made"});
+                         fs::exists(other) ? "made" : "not made", opened});
         });
         if (text == g_noMount) {
             GTEST_SKIP() << "this process cannot mount a disk";
         }
-        EXPECT_EQ(text, "raised, raised, done, not made") << sample.name;
+        EXPECT_EQ(text, "raised, raised, done, not made, raised") << sample.name;
     }
-}
-
-TEST_F(StorageTest, OnADiskThatCannotBeWrittenAnOpenForWritingIsTheLoadError) {
-    FaultSample const sample = makeTiffSample();
-    std::string const text = onPrivateDisk(_disk, g_diskSize, [&]() -> std::string {
-        fs::path const path = _disk / "image.tif";
-        sample.save(path);
-        return forbidWrites(_disk)
-                   ? describeOutcome(sample.loadError,
-                                     [&] { openTiffImageFile(path, eTDM_Volume, eTBM_Default); })
-                   : g_noMount;
-    });
-    if (text == g_noMount) {
-        GTEST_SKIP() << "this process cannot mount a disk";
-    }
-    EXPECT_EQ(text, "raised");
 }
 
 TEST_F(StorageTest, InAFolderThatCannotBeWrittenNoFileIsMadeAndAnExistingOneIsReplaced) {
@@ -121,6 +113,66 @@ TEST_F(StorageTest, WhereTheSystemLimitsFilesASaveFailsAndNoFileIsLarger) {
         EXPECT_EQ(withLimit(RLIMIT_FSIZE, 2 * whole, [&] { return describeSave(sample, path); }), "done");
         EXPECT_EQ(describeLoad(sample, path), "done");
     }
+}
+
+namespace {
+
+std::string textOfSave(FaultSample const& sample, fs::path const& path, RawWriteOptions const& options) {
+    try {
+        saveRawImageFile(path, sample.pImage, options);
+    } catch (BaseException const& failure) {
+        return failure.what();
+    }
+    return "saved";
+}
+
+} // namespace
+
+TEST(FullDisk, IsTheLastLineOfARawSaveWithOptionsAndTheOldFileStays) {
+    TemporaryFolder const folder;
+    fs::path const disk = folder / "disk";
+    FaultSample const sample = makeRawSample();
+    for (std::size_t const nbPagesLeft : {0U, 1U, 2U, 4U, 7U}) {
+        std::string const text = onPrivateDisk(disk, std::size_t{256} * 1024, [&] {
+            fs::path const path = disk / "image.raw";
+            writeFile(path, "earlier");
+            fillDisk(disk / "filler", nbPagesLeft * 4096);
+            RawWriteOptions options;
+            options.fileHeader = "header";
+            std::string const reason = "\nNo space left on device";
+            std::string const replaced = textOfSave(sample, path, options);
+            std::string outcome = boost::algorithm::ends_with(replaced, reason) ? "named" : replaced;
+            outcome += replaced.find(".velmo-image-") == std::string::npos ? "" : ", temporary name";
+            outcome += ", " + readFile(path);
+            options.bReplaceWhenWhole = false;
+            std::string const inPlace = textOfSave(sample, path, options);
+            return outcome + (boost::algorithm::ends_with(inPlace, reason) ? ", named" : ", " + inPlace) +
+                   (std::distance(fs::directory_iterator(disk), {}) == 2 ? "" : ", rest");
+        });
+        if (text == g_noMount) {
+            GTEST_SKIP() << "this process cannot mount a disk";
+        }
+        EXPECT_EQ(text, "named, earlier, named") << "pages left: " << nbPagesLeft;
+    }
+}
+
+TEST(FullDisk, AWriteToItNamesThePlaneAndTheTarget) {
+    TemporaryFolder const folder;
+    fs::path const disk = folder / "disk";
+    FaultSample const sample = makeRawSample();
+    std::string const text = onPrivateDisk(disk, std::size_t{256} * 1024, [&] {
+        fs::path const path = disk / "image.raw";
+        writeFile(path, "earlier");
+        fillDisk(disk / "filler", 4 * 4096);
+        return textOfSave(sample, path, RawWriteOptions());
+    });
+    if (text == g_noMount) {
+        GTEST_SKIP() << "this process cannot mount a disk";
+    }
+    std::string const path = (disk / "image.raw").string();
+    EXPECT_EQ(text, "Error while saving raw image file \"" + path + "\"\nFailed to write raw image file " +
+                        path + " for z=1, c=0, t=0, pixelStartOffset=0 and nbPixels=4480\n" +
+                        "No space left on device");
 }
 
 } // namespace velmo::test

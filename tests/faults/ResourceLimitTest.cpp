@@ -93,7 +93,7 @@ TEST_F(ResourceLimitTest, ManySavesAndLoadsOneAfterTheOtherNeedFewHandles) {
     for (FaultSample const& sample : makeAllSamples()) {
         std::string const text = withLimit(RLIMIT_NOFILE, g_nbHandles, [&] {
             std::string outcome = "done";
-            for (std::size_t index = 0; index < 2 * g_nbHandles && outcome == "done"; ++index) {
+            for (std::size_t index = 0; index < g_nbHandles + 6 && outcome == "done"; ++index) {
                 sample.save(getPath(sample));
                 outcome = describeLoad(sample, getPath(sample));
             }

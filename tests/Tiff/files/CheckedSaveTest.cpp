@@ -13,7 +13,6 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 ImagePtr makeImage(ImageGeometryPtr const& pGeometry) {
     ImagePtr pImage;
@@ -94,8 +93,7 @@ TEST_F(CheckedSave, AFailedSaveLeavesTheOldFileAndNamesTheReasonOfTheSystem) {
 }
 
 TEST_F(CheckedSave, ASourceThatFailsLeavesTheOldFile) {
-    Directory directory;
-    directory.compression = COMPRESSION_LZW;
+    Directory directory = stripDirectory(4, 3, 0, COMPRESSION_LZW);
     directory.pixels = noise(12);
     path const source = _folder / "source.tif";
     writeTiff(source, {directory, directory});
@@ -110,14 +108,15 @@ TEST_F(CheckedSave, ASourceThatFailsLeavesTheOldFile) {
 
 TEST_F(CheckedSave, AnImageThatCouldNotBeLoadedAgainIsRefusedBeforeTheFileIsTouched) {
     writeFile(_path, "an old file");
+    _pImage->setUserPropertiesStr(std::string("a\0b", 3));
+    ImagePtr const pEmpty = makeImage(makeGeometry(eIBT_UInt8, {4, 3, 0}));
     for (TiffWriteOptions const& options : {TiffWriteOptions{}, inPlace()}) {
         for (eColorGeometryType const color : {eCGT_Rgb, eCGT_Rgba}) {
             EXPECT_THAT(trySave(makeImage(makeColorGeometry(color, eIBT_UInt8, {1, 1, 65537})), options),
-                        EndsWith("The image has 65537 pages, a file that can be loaded again holds at most "
-                                 "65536 of them"));
+                        HasSubstr("65537 pages, a file that can be loaded again holds at most 65536"));
         }
-        EXPECT_THAT(trySave(makeImage(makeGeometry(eIBT_UInt8, {4, 3, 0})), options),
-                    EndsWith("The image has no pixels, its file could not be loaded again"));
+        EXPECT_THAT(trySave(pEmpty, options), HasSubstr("no pixels, its file could not be loaded again"));
+        EXPECT_THAT(trySave(_pImage, options), HasSubstr("The text holds a zero byte"));
         EXPECT_EQ(readFile(_path), "an old file");
     }
 }
@@ -133,17 +132,6 @@ TEST_F(CheckedSave, AsManyPagesAsCanBeAddressedComeBack) {
     expected[2] = 'a';
     expected[expected.size() - 1] = 'z';
     EXPECT_TRUE(loadChecked(_path).pixels == expected);
-}
-
-TEST_F(CheckedSave, UserPropertiesWithAZeroByteLeaveTheOldFile) {
-    writeFile(_path, "an old file");
-    _pImage->setUserPropertiesStr(std::string("a\0b", 3));
-    for (TiffWriteOptions const& options : {TiffWriteOptions{}, inPlace()}) {
-        EXPECT_THAT(trySave(_pImage, options),
-                    EndsWith("The text holds a zero byte, which would end it in the "
-                             "file"));
-        EXPECT_EQ(readFile(_path), "an old file");
-    }
 }
 
 TEST_F(CheckedSave, AReasonIsNeverTheTextOfAnEarlierFile) {
@@ -168,10 +156,7 @@ TEST_F(CheckedSave, AnImageOpenedWithOptionsIsReadOnlyUnlessAskedOtherwise) {
 }
 
 TEST_F(CheckedSave, AnAccessorTravelsWithItsPolicy) {
-    RawDirectory directory = greyDirectory();
-    directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=5\n"));
-    directory.pixels = noise(60);
-    writeRawTiff(_path, {directory});
+    RawDirectory const directory = imageJStack("5", noise(60));
     for (ArchiveKind const& kind : {g_binary, g_xml}) {
         for (eTiffPolicy const policy : {eTiffPolicy::Strict, eTiffPolicy::Tolerant}) {
             writeRawTiff(_path, {directory});

@@ -84,28 +84,6 @@ TEST_F(TiffImageFileTest, StoresABinaryPixelInAByteOnceAFileIsOpen) {
     EXPECT_THROW(file.hasBinary8BitsStorage(), VELMOImageException);
 }
 
-TEST_F(TiffImageFileTest, ABinaryImageIsReadAndWrittenAsOneByteAPixel) {
-    TiffImageFile file;
-    ASSERT_THAT(file.createFile(_path, *makeGeometry(eIBT_Binary, {3, 2}), nullptr), Succeeds());
-    std::string const pixels("\1\0\1\1\0\0", 6);
-    writePixels(file, wholePlane(file), pixels);
-    EXPECT_EQ(readPixels(file, wholePlane(file)), pixels);
-    EXPECT_EQ(readDirectoryPixels(_path, 0), pixels);
-}
-
-TEST_F(TiffImageFileTest, PackedPixelsAreReadAsOneByteAPixel) {
-    Directory directory;
-    directory.sizeX = 9;
-    directory.sizeY = 1;
-    directory.bits = 1;
-    directory.pixels = "\xA5\x80";
-    writeTiff(_path, {directory});
-    TiffImageFile file;
-    ASSERT_THAT(openFile(file, _path), Succeeds());
-    EXPECT_TRUE(file.hasBinary8BitsStorage());
-    EXPECT_EQ(readPixels(file, wholePlane(file)), std::string("\1\0\1\0\0\1\0\1\1", 9));
-}
-
 // Without a file
 
 TEST_F(TiffImageFileTest, HasNoFileAtFirst) {

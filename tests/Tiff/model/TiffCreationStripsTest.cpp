@@ -81,19 +81,9 @@ class PlainCreation {
     TiffPtr const _pTiff;
 };
 
-std::vector<std::uint64_t> readByteCounts(path const& path, std::uint16_t directory) {
-    TiffPtr const pTiff = openPlain(path, "r", directory);
-    std::vector<std::uint64_t> counts;
-    for (std::uint32_t strip = 0; strip < TIFFNumberOfStrips(pTiff.get()); ++strip) {
-        counts.push_back(TIFFGetStrileByteCount(pTiff.get(), strip));
-    }
-    return counts;
-}
-
-} // namespace
-
 struct StripCase {
     char const* name;
+    friend void PrintTo(StripCase const& strips, std::ostream* pStream) { *pStream << strips.name; }
     eColorGeometryType colorType;
     eImageBufferType bufferType;
     vlUInt64 sizeX;
@@ -101,6 +91,8 @@ struct StripCase {
 };
 
 class TiffCreationLayoutTest : public TiffTest, public testing::WithParamInterface<StripCase> {};
+
+} // namespace
 
 TEST_P(TiffCreationLayoutTest, IsByteForByteWhatLibtiffMakesOfTheSameTags) {
     StripCase const& strips = GetParam();
@@ -130,16 +122,7 @@ INSTANTIATE_TEST_SUITE_P(Strips, TiffCreationLayoutTest,
                                          StripCase{"RowsOfMoreThanAStrip", eCGT_Grey, eIBT_UInt16, 5000, 3},
                                          StripCase{"Rgb", eCGT_Rgb, eIBT_UInt8, 100, 90},
                                          StripCase{"RgbaOf32Bits", eCGT_Rgba, eIBT_UInt32, 33, 41}),
-                         [](auto const& strips) { return std::string(strips.param.name); });
-
-TEST_F(TiffCreationStripsTest, AllPixelsAreZeroInEveryCompression) {
-    for (Compression const& compression : g_compressions) {
-        createPlanes(_path, makeGeometry(eIBT_UInt16, {100, 90, 2, 2}), compression.value);
-        expectDirectories(_path, std::vector<std::string>(4, std::string(18000, '\0')));
-        createPlanes(_path, makeColorGeometry(eCGT_Rgba, eIBT_Int8, {100, 90}), compression.value);
-        expectDirectories(_path, {std::string(36000, '\0')});
-    }
-}
+                         testing::PrintToStringParamName());
 
 TEST_F(TiffCreationStripsTest, TheFileIsCompleteBeforeItsHandleIsClosed) {
     for (Compression const& compression : g_compressions) {
@@ -149,18 +132,6 @@ TEST_F(TiffCreationStripsTest, TheFileIsCompleteBeforeItsHandleIsClosed) {
         planes.pTiff.reset();
         EXPECT_EQ(boost::filesystem::file_size(_path), size);
     }
-}
-
-TEST_F(TiffCreationStripsTest, FewerRowsThanAStripWouldHoldAreOneStrip) {
-    createPlanes(_path, makeGeometry(eIBT_UInt8, {10, 7}));
-    TiffPtr const pTiff = openPlain(_path);
-    EXPECT_EQ(findTag<std::uint32_t>(pTiff, TIFFTAG_ROWSPERSTRIP), 7U);
-    EXPECT_EQ(TIFFNumberOfStrips(pTiff.get()), 1U);
-}
-
-TEST_F(TiffCreationStripsTest, AnUncompressedLastStripIsAsLongAsTheOthers) {
-    createPlanes(_path, makeGeometry(eIBT_UInt8, {100, 90, 2}));
-    EXPECT_EQ(readByteCounts(_path, 1), (std::vector<std::uint64_t>{8100, 8100}));
 }
 
 TEST_F(TiffCreationStripsTest, TheHandleStandsOnAnEmptyDirectory) {
@@ -176,13 +147,6 @@ TEST_F(TiffCreationStripsTest, AnExistingFileIsReplaced) {
     createPlanes(_path, makeGeometry(eIBT_UInt8, {10, 7}));
     expectDirectories(_path, {std::string(70, '\0')});
     EXPECT_LT(boost::filesystem::file_size(_path), 2000U);
-}
-
-TEST_F(TiffCreationStripsTest, TheLastHandleOfAFileIsTheCallers) {
-    Planes planes = createPlanes(_path, makeGeometry(eIBT_UInt8, {10, 7}));
-    EXPECT_EQ(countDescriptors(_path), 1U);
-    planes.pTiff.reset();
-    EXPECT_EQ(countDescriptors(_path), 0U);
 }
 
 } // namespace velmo::image::file

@@ -15,6 +15,7 @@ struct Announcement {
     std::string name;
     std::string description;
     vlUInt64 nbPlanes; ///< announced, or `g_walked`
+    friend void PrintTo(Announcement const& row, std::ostream* pStream) { *pStream << row.name; }
 };
 
 std::vector<Announcement> const g_announcements = {
@@ -45,6 +46,7 @@ std::vector<Announcement> const g_announcements = {
 struct Refusal {
     std::string name;
     std::string count; ///< behind "images="
+    friend void PrintTo(Refusal const& row, std::ostream* pStream) { *pStream << row.name; }
 };
 
 std::vector<Refusal> const g_noNumbers = {{"Empty", ""},
@@ -55,19 +57,6 @@ std::vector<Refusal> const g_noNumbers = {{"Empty", ""},
                                           {"TooLarge", "2147483648\n"},
                                           {"TooSmall", "-2147483649\n"},
                                           {"FarTooLarge", "99999999999999999999999999\n"}};
-
-std::ostream& operator<<(std::ostream& os, Announcement const& row) {
-    return os << testing::PrintToString(row.description);
-}
-
-std::ostream& operator<<(std::ostream& os, Refusal const& row) {
-    return os << testing::PrintToString(row.count);
-}
-
-template <class Row>
-std::string nameOf(testing::TestParamInfo<Row> const& row) {
-    return row.param.name;
-}
 
 RawDirectory described(std::string const& description) {
     return greyDirectory().set(TIFFTAG_IMAGEDESCRIPTION, ascii(description));
@@ -100,7 +89,7 @@ TEST_P(TiffOpeningAnnouncement, CountsPlanesInPlaceOfDirectories) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Descriptions, TiffOpeningAnnouncement, testing::ValuesIn(g_announcements),
-                         nameOf<Announcement>);
+                         testing::PrintToStringParamName());
 
 TEST_P(TiffOpeningNoNumber, MakesTheOpeningFail) {
     for (std::string const key : {"images=", "slices="}) {
@@ -113,18 +102,8 @@ TEST_P(TiffOpeningNoNumber, MakesTheOpeningFail) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Counts, TiffOpeningNoNumber, testing::ValuesIn(g_noNumbers), nameOf<Refusal>);
-
-TEST_F(TiffOpeningImageJ, AStackInASingleDirectoryHasItsAnnouncedPlanes) {
-    RawDirectory directory = described("ImageJ=1.53t\nimages=40\n");
-    directory.pixels = countingBytes(40 * 12);
-    writeRawTiff(_path, {directory});
-    OpenedTiff const file(_path, {eIAM_ReadWrite});
-    ASSERT_THAT(file.result, Succeeds());
-    EXPECT_EQ(describeGeometry(*file.pGeometry), "x=4 y=3 z=40 c=1 t=1 eIBT_UInt8");
-    EXPECT_EQ(file.pGeometry->getVolumeGeometryType(), eVGT_3d);
-    EXPECT_EQ(TIFFCurrentDirectory(file.pTiff), 0U);
-}
+INSTANTIATE_TEST_SUITE_P(Counts, TiffOpeningNoNumber, testing::ValuesIn(g_noNumbers),
+                         testing::PrintToStringParamName());
 
 TEST_F(TiffOpeningImageJ, AnAnnouncedSinglePlaneHidesTheFurtherDirectories) {
     writeRawTiff(

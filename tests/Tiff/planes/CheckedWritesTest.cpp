@@ -77,9 +77,7 @@ class CheckedWrites : public TiffTest {
 } // namespace
 
 TEST_F(CheckedWrites, ADirectoryOfOneBitIsNotWrittenWhateverTheFirstDirectoryIs) {
-    Directory bytes;
-    bytes.sizeX = 8;
-    bytes.sizeY = 5;
+    Directory const bytes = stripDirectory(8, 5);
     Directory bits = bytes;
     bits.bits = 1;
     bits.pixels = "\x55\xaa\x33\xcc\x0f";
@@ -95,13 +93,7 @@ TEST_F(CheckedWrites, ARgbWriteWithoutSpaceLosesNoStripAndWarnsOfThoseNotWritten
     for (std::uint16_t const compression :
          {std::uint16_t{COMPRESSION_LZW}, std::uint16_t{COMPRESSION_ADOBE_DEFLATE}}) {
         for (std::uint32_t const rowsPerStrip : {50U, 10U, 1U}) {
-            Directory page;
-            page.sizeX = 100;
-            page.sizeY = 50;
-            page.samples = 3;
-            page.photometric = PHOTOMETRIC_RGB;
-            page.compression = compression;
-            page.rowsPerStrip = rowsPerStrip;
+            Directory page = stripDirectory(100, 50, rowsPerStrip, compression, 3);
             page.pixels.assign(15000, 'b');
             EXPECT_GT(writeWithoutSpace(page, pixels), 0U) << compression << ", " << rowsPerStrip;
         }
@@ -109,11 +101,7 @@ TEST_F(CheckedWrites, ARgbWriteWithoutSpaceLosesNoStripAndWarnsOfThoseNotWritten
 }
 
 TEST_F(CheckedWrites, AShortLastStripOfSwappedPixelsStaysInItsPlace) {
-    Directory page;
-    page.sizeX = 4;
-    page.sizeY = 5;
-    page.bits = 16;
-    page.rowsPerStrip = 2;
+    Directory page = stripDirectory(4, 5, 2, COMPRESSION_NONE, 1, 16);
     page.pixels = noise(40);
     writeTiff(_path, {page, page}, "wb");
     std::size_t const size = readFile(_path).size();

@@ -20,6 +20,7 @@ struct Storage {
     std::uint16_t compression;
     char const* mode;
     std::uint32_t rowsPerStrip;
+    friend void PrintTo(Storage const& storage, std::ostream* pStream) { *pStream << storage.name; }
 };
 
 Storage const g_storages[] = {{"LzwInOneStrip", COMPRESSION_LZW, "wl", 200},
@@ -35,12 +36,8 @@ Storage const g_storages[] = {{"LzwInOneStrip", COMPRESSION_LZW, "wl", 200},
 class TiffFullDiskStripsTest : public TiffTest, public testing::WithParamInterface<Storage> {
   protected:
     void SetUp() override {
-        Directory page;
-        page.sizeX = g_sizeX;
-        page.sizeY = g_sizeY;
-        page.bits = 16;
-        page.compression = GetParam().compression;
-        page.rowsPerStrip = GetParam().rowsPerStrip;
+        Directory page =
+            stripDirectory(g_sizeX, g_sizeY, GetParam().rowsPerStrip, GetParam().compression, 1, 16);
         for (char const pixel : {'a', 'b', 'c'}) {
             page.pixels.assign(g_nbBytes, pixel);
             _pages.push_back(page);
@@ -145,6 +142,6 @@ TEST_P(TiffFullDiskStripsTest, AFailureInTheMiddleOfAPlaneLosesNoStrip) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Storages, TiffFullDiskStripsTest, testing::ValuesIn(g_storages),
-                         [](auto const& storage) { return std::string(storage.param.name); });
+                         testing::PrintToStringParamName());
 
 } // namespace velmo::image::file

@@ -16,6 +16,7 @@ namespace {
 struct Width {
     eImageBufferType bufferType;
     vlUInt64 nbBytes;
+    friend void PrintTo(Width const& width, std::ostream* pStream) { *pStream << width.bufferType; }
 };
 
 class TiffInterleavedCopiesTest : public testing::TestWithParam<Width> {
@@ -57,14 +58,6 @@ TEST_P(TiffInterleavedCopiesTest, AChannelIsPutAmongTheOthersWhichStay) {
     }
 }
 
-TEST_P(TiffInterleavedCopiesTest, NoPixelsMoveNothing) {
-    std::string pixels = noise(12 * GetParam().nbBytes);
-    std::string const before = pixels;
-    EXPECT_EQ(toPlane(3, 1, 0, pixels), "");
-    planToColor(GetParam().bufferType, 3, 1, 0, nullptr, pixels.data());
-    EXPECT_EQ(pixels, before);
-}
-
 TEST_P(TiffInterleavedCopiesTest, PixelsNeedNoAlignment) {
     std::string const pixels = noise(9 * 3 * GetParam().nbBytes + 1);
     std::string plane(9 * GetParam().nbBytes + 3, '#');
@@ -100,5 +93,49 @@ TEST_P(TiffInterleavedRefusalsTest, ATypeWithoutPixelsIsLoggedAndThrown) {
 INSTANTIATE_TEST_SUITE_P(BufferTypes, TiffInterleavedRefusalsTest,
                          testing::Values(eIBT_None, static_cast<eImageBufferType>(12),
                                          static_cast<eImageBufferType>(g_atPixels)));
+
+namespace {
+
+constexpr vlUInt64 g_nbRunPixels = 7;
+
+/// A page of 10 x 4 RGB or RGBA pixels of 16 bits that holds noise.
+class TiffInterleavedPointersTest : public TiffTest, public testing::WithParamInterface<eTiffCompression> {
+  protected:
+    static constexpr vlUInt64 g_nbPagePixels = 40;
+
+    Planes createPage(eColorGeometryType colorType) {
+        Planes planes = createPlanes(_path, makeColorGeometry(colorType, eIBT_UInt16, {10, 4}), GetParam());
+        vlUInt64 const sizeC = planes.pGeometry->getSizeC();
+        _channels = pickChannels(noise(2 * g_nbPagePixels * sizeC), sizeC, 2);
+        planes.writeRgb(planes.wholePlane(), _channels);
+        return planes;
+    }
+
+    /// Writes four different channels over a run, and over those of `_channels` that the file has.
+    void writeFour(Planes const& planes, PixelRun const& run) {
+        Channels const four = pickChannels(noise(8 * run.count, 7), 4, 2);
+        EXPECT_THAT(planes.tryWriteRgb(run, four), Succeeds());
+        for (std::size_t channel = 0; channel < _channels.size(); ++channel) {
+            _channels[channel].replace(2 * run.start, 2 * run.count, four[channel]);
+        }
+        EXPECT_TRUE(readDirectoryPixels(_path, 0) == interleave(_channels, 2));
+    }
+
+    Channels _channels;
+};
+
+} // namespace
+
+TEST_P(TiffInterleavedPointersTest, AFourthPointerIsWrittenOfFourChannelsAlone) {
+    for (eColorGeometryType const colorType : {eCGT_Rgb, eCGT_Rgba}) {
+        Planes const planes = createPage(colorType);
+        writeFour(planes, planes.wholePlane());
+        writeFour(planes, {0, 0, 0, 15, g_nbRunPixels});
+        writeFour(planes, {0, 0, 0, g_nbPagePixels - 1, 1});
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Compressions, TiffInterleavedPointersTest,
+                         testing::Values(eTC_None, eTC_Lzw, eTC_Deflate));
 
 } // namespace velmo::image::file

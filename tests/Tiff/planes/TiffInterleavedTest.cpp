@@ -93,15 +93,6 @@ TEST_P(TiffInterleavedTest, PartsAreWrittenAndAllOtherPixelsStay) {
     EXPECT_TRUE(readDirectoryPixels(_path, 2) == std::string(3 * g_nbInterleavedPixels, '\0'));
 }
 
-TEST_P(TiffInterleavedTest, EqualBytesAcrossTheLastRowKeepTheirValue) {
-    Channels const white(3, std::string(g_nbInterleavedPixels, '\xFF'));
-    Planes const planes = createExample();
-    planes.writeRgb(planes.wholePlane(), white);
-    EXPECT_TRUE(planes.readRgb(planes.wholePlane()) == white);
-    EXPECT_TRUE(openPlanes(_path).readRgb(planes.wholePlane()) == white);
-    EXPECT_TRUE(readDirectoryPixels(_path, 0) == std::string(3 * g_nbInterleavedPixels, '\xFF'));
-}
-
 TEST_P(TiffInterleavedTest, RgbaHasFourChannelsOfWhichAReaderMayLeaveTheLast) {
     ImageGeometryPtr const pGeometry = makeColorGeometry(eCGT_Rgba, eIBT_UInt16, g_sizes);
     Planes const planes = createPlanes(_path, pGeometry, GetParam());
@@ -112,15 +103,6 @@ TEST_P(TiffInterleavedTest, RgbaHasFourChannelsOfWhichAReaderMayLeaveTheLast) {
     Channels colors(3);
     EXPECT_THAT(planes.tryReadRgb(planes.wholePlane(1), colors), Succeeds());
     EXPECT_TRUE(colors == Channels(channels.begin(), channels.begin() + 3));
-}
-
-TEST_P(TiffInterleavedTest, ReadingMayBeTheFirstAccessToACreatedFile) {
-    for (eColorGeometryType const colorType : {eCGT_Rgb, eCGT_Rgba}) {
-        Planes const planes =
-            createPlanes(_path, makeColorGeometry(colorType, eIBT_UInt8, g_sizes), GetParam());
-        EXPECT_TRUE(planes.readRgb(planes.wholePlane(1, 0, 1)) ==
-                    Channels(planes.pGeometry->getSizeC(), std::string(g_nbInterleavedPixels, '\0')));
-    }
 }
 
 TEST_P(TiffInterleavedTest, ChannelsAndPagesAreTheSamePixels) {
@@ -144,15 +126,6 @@ TEST_P(TiffInterleavedTest, NoPixelsAreNoFailureAndTouchNoStrip) {
     EXPECT_TRUE(readFile(_path) == bytes);
 }
 
-TEST_P(TiffInterleavedTest, WhatIsWrittenIsSeenByOtherHandlesAtOnce) {
-    Planes planes = createExample();
-    planes.writeRgb(planes.wholePlane(1, 0, 1), noiseOf(3, g_nbInterleavedPixels));
-    std::string const bytes = readFile(_path);
-    EXPECT_TRUE(readDirectoryPixels(_path, 3) == interleave(noiseOf(3, g_nbInterleavedPixels), 1));
-    planes.pTiff.reset();
-    EXPECT_TRUE(readFile(_path) == bytes);
-}
-
 TEST_P(TiffInterleavedTest, AHandleOfLibtiffAloneWorksAsWell) {
     ImageGeometryPtr const pGeometry = createExample().pGeometry;
     Planes const planes = plainPlanes(_path, "r+", pGeometry);
@@ -168,31 +141,8 @@ TEST_P(TiffInterleavedTest, AHandleOfLibtiffAloneWorksAsWell) {
 
 INSTANTIATE_TEST_SUITE_P(Compressions, TiffInterleavedTest, testing::ValuesIn(g_pageCompressions));
 
-TEST_F(TiffInterleavedPagesTest, PixelsOfEveryTypeKeepTheirBits) {
-    for (vlUInt64 type = eIBT_Int8; type <= eIBT_Label8; ++type) {
-        for (eTiffCompression const compression : g_pageCompressions) {
-            auto const bufferType = static_cast<eImageBufferType>(type);
-            Planes const planes =
-                createPlanes(_path, makeColorGeometry(eCGT_Rgb, bufferType, {50, 90}), compression);
-            PixelRun const run = planes.wholePlane();
-            Channels const channels = noiseOf(3, planes.countBytes(run));
-            planes.writeRgb(run, channels);
-            EXPECT_TRUE(planes.readRgb(run) == channels) << type;
-            EXPECT_TRUE(readDirectoryPixels(_path, 0) ==
-                        interleave(channels, getImageBufferBaseSize(bufferType)));
-        }
-    }
-}
-
 TEST_F(TiffInterleavedPagesTest, AForeignBigEndianFileWithPredictorIsReadAndWrittenInParts) {
-    Directory directory;
-    directory.sizeX = 20;
-    directory.sizeY = 11;
-    directory.rowsPerStrip = 4;
-    directory.bits = 16;
-    directory.samples = 4;
-    directory.photometric = PHOTOMETRIC_RGB;
-    directory.compression = COMPRESSION_LZW;
+    Directory directory = stripDirectory(20, 11, 4, COMPRESSION_LZW, 4, 16);
     directory.tags[TIFFTAG_PREDICTOR] = std::uint16_t(PREDICTOR_HORIZONTAL);
     directory.pixels = noise(directory.countBytes());
     writeTiff(_path, {directory, directory, directory}, "wb");
@@ -204,19 +154,6 @@ TEST_F(TiffInterleavedPagesTest, AForeignBigEndianFileWithPredictorIsReadAndWrit
         channels[channel].replace(150, 200, noiseOf(4, 200)[channel]);
     }
     expectDirectories(_path, {directory.pixels, interleave(channels, 2), directory.pixels});
-}
-
-TEST_F(TiffInterleavedPagesTest, RowsPerStripBeyondTheHeightAreOneStrip) {
-    Directory directory;
-    directory.samples = 3;
-    directory.photometric = PHOTOMETRIC_RGB;
-    directory.rowsPerStrip = 1000;
-    directory.pixels = countingBytes(36);
-    writeTiff(_path, {directory});
-    Planes const planes = openPlanesForWriting(_path);
-    EXPECT_EQ(planes.readRgb(planes.wholePlane()), pickChannels(directory.pixels, 3, 1));
-    planes.writeRgb(planes.wholePlane(), {"abcdefghijkl", "mnopqrstuvwx", "ABCDEFGHIJKL"});
-    EXPECT_EQ(readDirectoryPixels(_path, 0), "amAbnBcoCdpDeqEfrFgsGhtHiuIjvJkwKlxL");
 }
 
 TEST_F(TiffInterleavedPagesTest, DirectoriesAreCountedModulo65536) {

@@ -2,6 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "planes/TiffPlaneFixture.h"
+#include <boost/filesystem/operations.hpp>
+#include <fstream>
+#include <sched.h>
+#include <sys/mount.h>
 
 namespace velmo::image::file {
 
@@ -40,47 +44,33 @@ TEST_P(TiffPlaneDataWideTest, AWriteFromTheMiddleOfAStripToTheMiddleOfAnotherArr
     expectDirectories(_path, {zeros, std::string(zeros).replace(50000, 200000, pixels), zeros});
 }
 
-TEST_P(TiffPlaneDataWideTest, TheStoredGeometryOutlivesTheNewDirectory) {
-    createPlanes(_path, makeGeometry(eIBT_Label8, {g_wideSizeX, g_wideSizeY, 2}), GetParam())
-        .writePlane(noise(g_nbWidePixels));
+TEST_P(TiffPlaneDataWideTest, StoredGeometryAndUserPropertiesOutliveTheNewDirectory) {
+    TIFF* pTiff = nullptr;
+    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_Label8, {g_wideSizeX, g_wideSizeY, 2});
+    ASSERT_THAT(createTiffFile(_path, *pGeometry, nullptr, "free text", GetParam(), pTiff), Succeeds());
+    Planes{_path, TiffPtr(pTiff), pGeometry}.writePlane(noise(g_nbWidePixels));
     Planes const planes = openPlanes(_path);
     EXPECT_EQ(planes.pGeometry->getBufferType(), eIBT_Label8);
     EXPECT_TRUE(planes.readPlane() == noise(g_nbWidePixels));
     EXPECT_EQ(findText(openPlain(_path, "r", 1), TIFFTAG_PAGENAME), "T=0 C=0 Z=1");
-}
-
-TEST_P(TiffPlaneDataWideTest, UserPropertiesOutliveTheNewDirectory) {
-    TIFF* pTiff = nullptr;
-    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {g_wideSizeX, g_wideSizeY, 2});
-    ASSERT_THAT(createTiffFile(_path, *pGeometry, nullptr, "free text", GetParam(), pTiff), Succeeds());
-    Planes{_path, TiffPtr(pTiff), pGeometry}.writePlane(noise(g_nbWidePixels));
     EXPECT_EQ(OpenedTiff(_path).userProperties, "free text");
 }
 
-TEST_P(TiffPlaneDataWideTest, AnOpenedFileIsWrittenAsWell) {
-    createPlanes(_path, makeGeometry(eIBT_UInt8, {g_wideSizeX, g_wideSizeY, 3}), GetParam());
-    {
-        Planes const planes = openPlanesForWriting(_path);
-        planes.writePlane(noise(g_nbWidePixels, 1), 1);
-        planes.writePlane(noise(g_nbWidePixels, 0), 0);
-        EXPECT_TRUE(planes.readPlane(1) == noise(g_nbWidePixels, 1));
-        EXPECT_TRUE(planes.readPlane(2) == std::string(g_nbWidePixels, '\0'));
+TEST_P(TiffPlaneDataWideTest, AnOpenedFileIsWrittenAsWellAlsoThroughAHandleOfLibtiffAlone) {
+    for (bool const bPlain : {false, true}) {
+        createPlanes(_path, makeGeometry(eIBT_UInt8, {g_wideSizeX, g_wideSizeY, 3}), GetParam());
+        {
+            Planes planes = openPlanesForWriting(_path);
+            if (bPlain) {
+                planes.pTiff = openPlain(_path, "r+");
+            }
+            planes.writePlane(noise(g_nbWidePixels, 1), 1);
+            planes.writePlane(noise(g_nbWidePixels, 0), 0);
+            EXPECT_TRUE(planes.readPlane(1) == noise(g_nbWidePixels, 1));
+        }
+        expectDirectories(
+            _path, {noise(g_nbWidePixels, 0), noise(g_nbWidePixels, 1), std::string(g_nbWidePixels, '\0')});
     }
-    expectDirectories(
-        _path, {noise(g_nbWidePixels, 0), noise(g_nbWidePixels, 1), std::string(g_nbWidePixels, '\0')});
-}
-
-TEST_P(TiffPlaneDataWideTest, AHandleOfLibtiffAloneWritesThemAsWell) {
-    ImageGeometryPtr const pGeometry =
-        createPlanes(_path, makeGeometry(eIBT_UInt8, {g_wideSizeX, g_wideSizeY, 3}), GetParam()).pGeometry;
-    {
-        Planes const planes = plainPlanes(_path, "r+", pGeometry);
-        planes.writePlane(noise(g_nbWidePixels, 1), 1);
-        planes.writePlane(noise(g_nbWidePixels, 0), 0);
-        EXPECT_TRUE(planes.readPlane(1) == noise(g_nbWidePixels, 1));
-    }
-    expectDirectories(
-        _path, {noise(g_nbWidePixels, 0), noise(g_nbWidePixels, 1), std::string(g_nbWidePixels, '\0')});
 }
 
 TEST_P(TiffPlaneDataWideTest, AllChannelsOfRgbArrive) {
@@ -98,5 +88,91 @@ TEST_P(TiffPlaneDataWideTest, AllChannelsOfRgbArrive) {
 
 INSTANTIATE_TEST_SUITE_P(Compressions, TiffPlaneDataWideTest,
                          testing::Values(eTC_None, eTC_Lzw, eTC_Deflate));
+
+namespace {
+
+constexpr char const* g_noMount = "no mount";
+
+/// What happens on a file system that is full at 256 KiB, in a child process that alone sees it.
+class TiffPlaneDataSpaceTest : public TiffTest {
+  protected:
+    std::string onSmallDisk(std::function<std::string(path const&)> const& work) const {
+        path const place = _folder / "disk";
+        boost::filesystem::create_directory(place);
+        return inChild([&]() -> std::string {
+            if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+                mount("tmpfs", place.c_str(), "tmpfs", 0, "size=256k") != 0) {
+                return g_noMount;
+            }
+            return work(place / "planes.tif");
+        });
+    }
+};
+
+std::string tryCreate(path const& path, PlaneSizes const& sizes, eTiffCompression compression) {
+    TIFF* pTiff = nullptr;
+    std::string const text =
+        toText(createTiffFile(path, *makeGeometry(eIBT_UInt8, sizes), nullptr, compression, pTiff));
+    return pTiff == nullptr && countDescriptors(path) == 0 ? text : "open";
+}
+
+} // namespace
+
+TEST_F(TiffPlaneDataSpaceTest, CreatingAFileThatDoesNotFitNamesTheDirectory) {
+    std::string const text = onSmallDisk([](path const& path) {
+        return tryCreate(path, {300, 200, 8}, eTC_None);
+    });
+    if (text == g_noMount) {
+        GTEST_SKIP() << text;
+    }
+    EXPECT_THAT(text,
+                testing::MatchesRegex("Failed to initialize strip data of directory 4 for file .*planes.tif\n"
+                                      "Tiff Error : Write error at scanline [0-9]+: No space left on "
+                                      "device"));
+}
+
+TEST_F(TiffPlaneDataSpaceTest, ACompressedStripThatDoesNotFitIsNamedAndTheOtherPlanesStay) {
+    for (eTiffCompression const compression : {eTC_Lzw, eTC_Deflate}) {
+        std::string const text = onSmallDisk([&](path const& path) -> std::string {
+            Planes const planes = createPlanes(path, makeGeometry(eIBT_UInt8, {300, 200, 8}), compression);
+            std::string const pixels = noise(60000);
+            for (vlUInt64 z = 0; z < 8; ++z) {
+                BoolResult const result = writeTiffData(planes.pTiff.get(), path, *planes.pGeometry, z, 0, 0,
+                                                        0, 60000, pixels.data());
+                if (!result) {
+                    bool const bFormer = planes.readPlane(z - 1) == pixels;
+                    bool const bNext = planes.readPlane(7) == std::string(60000, '\0');
+                    return (bFormer && bNext ? "others stay: " : "others are gone: ") + result.getMessage();
+                }
+            }
+            return "fits";
+        });
+        if (text == g_noMount) {
+            GTEST_SKIP() << text;
+        }
+        EXPECT_THAT(text,
+                    testing::MatchesRegex("others stay: Failed to write data of strip [0-9]+ for directory "
+                                          "z=[2-4], c=0, t=0 of file .*planes.tif\n"
+                                          "Tiff Error : Write error at scanline [0-9]+: No space left on "
+                                          "device"));
+    }
+}
+
+TEST_F(TiffPlaneDataSpaceTest, UncompressedPlanesHaveTheirSpaceFromTheirCreation) {
+    std::string const text = onSmallDisk([](path const& path) -> std::string {
+        Planes const planes = createPlanes(path, makeGeometry(eIBT_UInt8, {300, 200, 4}));
+        std::ofstream filler((path.parent_path() / "filler").string(), std::ios::binary);
+        filler << noise(300000) << std::flush; // takes what is left
+        bool bWritten = true;
+        for (vlUInt64 z = 0; z < 4; ++z) {
+            bWritten = bWritten && planes.tryWrite(planes.wholePlane(z));
+        }
+        return bWritten && planes.readPlane(3) == noise(60000) ? "written" : "lost";
+    });
+    if (text == g_noMount) {
+        GTEST_SKIP() << text;
+    }
+    EXPECT_EQ(text, "written");
+}
 
 } // namespace velmo::image::file

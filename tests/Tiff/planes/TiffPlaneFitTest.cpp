@@ -28,6 +28,9 @@ std::string tryLoad(path const& path) {
 struct Sizes {
     std::uint16_t first;
     std::uint16_t second;
+    friend void PrintTo(Sizes const& sizes, std::ostream* pStream) {
+        *pStream << sizes.first << "Then" << sizes.second;
+    }
 };
 
 class TiffTwoSampleSizesTest : public TiffTest, public testing::WithParamInterface<Sizes> {
@@ -35,13 +38,7 @@ class TiffTwoSampleSizesTest : public TiffTest, public testing::WithParamInterfa
     void SetUp() override { writeTiff(_path, {makeRgb(GetParam().first), makeRgb(GetParam().second)}); }
 
     static Directory makeRgb(std::uint16_t bits) {
-        Directory directory;
-        directory.sizeX = 8;
-        directory.sizeY = 8;
-        directory.bits = bits;
-        directory.samples = 3;
-        directory.photometric = PHOTOMETRIC_RGB;
-        directory.rowsPerStrip = 4;
+        Directory directory = stripDirectory(8, 8, 4, COMPRESSION_NONE, 3, bits);
         directory.pixels = noise(directory.countBytes());
         return directory;
     }
@@ -77,10 +74,7 @@ TEST_P(TiffTwoSampleSizesTest, ThePageThatDoesNotFitIsNotWrittenAndNoByteChanges
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, TiffTwoSampleSizesTest, testing::Values(Sizes{8, 16}, Sizes{16, 8}),
-                         [](auto const& sizes) {
-                             return std::to_string(sizes.param.first) + "Then" +
-                                    std::to_string(sizes.param.second);
-                         });
+                         testing::PrintToStringParamName());
 
 // Stored geometries beside other tags
 
@@ -90,6 +84,7 @@ struct Patch {
     char const* name;
     std::uint16_t tag;
     std::uint8_t value;
+    friend void PrintTo(Patch const& patch, std::ostream* pStream) { *pStream << patch.name; }
 };
 
 Patch const g_patches[] = {{"WiderByOne", TIFFTAG_IMAGEWIDTH, 21},  {"Wider", TIFFTAG_IMAGEWIDTH, 25},
@@ -159,6 +154,6 @@ TEST_P(TiffPatchedTagTest, AWriteIntoItFailsAndChangesNoByte) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Patches, TiffPatchedTagTest, testing::ValuesIn(g_patches),
-                         [](auto const& patch) { return std::string(patch.param.name); });
+                         testing::PrintToStringParamName());
 
 } // namespace velmo::image::file
