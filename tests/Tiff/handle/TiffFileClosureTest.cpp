@@ -77,6 +77,7 @@ TEST_F(TiffFileClosureTest, SeesTheHandleAsItIsAtTheEnd) {
 TEST_F(TiffFileClosureTest, WhatACloseThrowsIsLoggedAndGoesNoFurther) {
     for (TIFFCloseProc const close : {throwText, throwNumber}) {
         TIFF* const pPlain = open();
+        TIFFGetSeekProc(pPlain)(TIFFClientdata(pPlain), 0, SEEK_SET);
         TIFF* pTiff = TIFFClientOpen("bytes", "rm", TIFFClientdata(pPlain), TIFFGetReadProc(pPlain),
                                      TIFFGetWriteProc(pPlain), TIFFGetSeekProc(pPlain), close,
                                      TIFFGetSizeProc(pPlain), nullptr, nullptr);
