@@ -198,14 +198,6 @@ TEST_F(TiffDistributedLoad, WhatIsLoadedIsSavedAsTiffAndAsRawAndLoadsAgain) {
     });
 }
 
-TEST_F(TiffDistributedLoad, ManyLoadsOfOneFileRunAtOnce) {
-    onThreads(8, [&](unsigned int thread) {
-        for (int round = 0; round < 5; ++round) {
-            EXPECT_EQ(readPixels(*getForms()[thread % 2](_path, thread % 4 < 2)), _pixels);
-        }
-    });
-}
-
 // Calls with options
 
 TEST_F(TiffDistributedLoad, WithOptionsWorkersReadUnderThePolicyOfTheCaller) {
@@ -261,39 +253,33 @@ TEST_F(TiffDistributedLoad, AFileThatDoesNotFitTheModelIsTheProcessorsException)
 
 TEST_F(TiffDistributedLoad, AMissingFileIsTheLoadErrorBeforeTheWorkersAreAsked) {
     fs::path const missing = _folder / "missing.tif";
-    for (Form const& load : getForms()) {
-        for (bool const defaultDispatch : {false, true}) {
-            resetCounts();
-            expectRaisedText([&] { load(missing, defaultDispatch); },
-                             loadError(missing, openFailed(missing, "No such file or directory")));
-            EXPECT_EQ(_pRecord->nbAdded, 0);
-        }
-    }
+    forEachCall([&](Form const& load, bool defaultDispatch) {
+        resetCounts();
+        expectRaisedText([&] { load(missing, defaultDispatch); },
+                         loadError(missing, openFailed(missing, "No such file or directory")));
+        EXPECT_EQ(_pRecord->nbAdded, 0);
+    });
 }
 
 TEST_F(TiffDistributedLoad, AStripThatCannotBeDecodedIsTheLoadErrorUnderEachDispatch) {
     spoilStrip(_path, 0);
-    for (Form const& load : getForms()) {
-        for (bool const defaultDispatch : {false, true}) {
-            resetCounts();
-            expectRaisedBeginning([&] { load(_path, defaultDispatch); }, loadError(_path, "Failed to read "));
-            EXPECT_EQ(_pRecord->nbDropped, 8);
-            EXPECT_EQ(countOpen(_path), 0);
-        }
-    }
+    forEachCall([&](Form const& load, bool defaultDispatch) {
+        resetCounts();
+        expectRaisedBeginning([&] { load(_path, defaultDispatch); }, loadError(_path, "Failed to read "));
+        EXPECT_EQ(_pRecord->nbDropped, 8);
+        EXPECT_EQ(countOpen(_path), 0);
+    });
 }
 
 TEST_F(TiffDistributedLoad, AWorkerWithoutRoomIsAFailedCreation) {
     _pRecord->addFailure = "no room";
-    for (Form const& load : getForms()) {
-        for (bool const defaultDispatch : {false, true}) {
-            resetCounts();
-            expectRaisedText([&] { load(_path, defaultDispatch); },
-                             "Failed to create distributed image\nno room");
-            EXPECT_EQ(_pRecord->nbDropped, 1);
-            EXPECT_EQ(countOpen(_path), 0);
-        }
-    }
+    forEachCall([&](Form const& load, bool defaultDispatch) {
+        resetCounts();
+        expectRaisedText([&] { load(_path, defaultDispatch); },
+                         "Failed to create distributed image\nno room");
+        EXPECT_EQ(_pRecord->nbDropped, 1);
+        EXPECT_EQ(countOpen(_path), 0);
+    });
 }
 
 TEST_F(TiffDistributedLoad, AnEngineWithoutWorkersIsAFailedCreation) {

@@ -99,22 +99,6 @@ TEST_F(TiffFilesDisk, ManyThreadsReadAllFilesAtOnce) {
     }
 }
 
-TEST_F(TiffFilesDisk, ManyThreadsJoinTheSameFilesAtOnce) {
-    saveVolumes();
-    writeEvenSteps(12);
-    onThreads(g_nbThreads, [&](unsigned int thread) {
-        for (Route const& route : getRoutes()) {
-            ImagePtr const pImage = route();
-            ASSERT_TRUE(pImage);
-            if (route.source == "src/Tiff/TiffImageFiles.cpp") {
-                EXPECT_EQ(readPixels(*pImage), route.bAlongZ ? joinAlongZ(_parts) : joinAlongT(_parts))
-                    << thread;
-            }
-        }
-    });
-    EXPECT_EQ(countOpenFiles(), 0U);
-}
-
 TEST_F(TiffFilesDisk, SurvivesTheRemovalOfItsFiles) {
     saveVolumes();
     ImagePtr const pImage = open(eTDM_Volume);
@@ -157,13 +141,6 @@ TEST_F(TiffFilesDisk, CannotBeSavedOntoOneOfItsFilesWhichStayUnharmed) {
         }
         EXPECT_EQ(readPixels(*pImage), mode == eTDM_Volume ? joinAlongZ(_parts) : joinAlongT(_parts));
     }
-}
-
-TEST_F(TiffFilesDisk, AMemoryImageOfTheFilesCanReplaceOneOfThem) {
-    saveVolumes();
-    ImagePtr const pImage = load(eTDM_Volume);
-    saveTiffImageFile(numbered(1), pImage, eTC_None);
-    EXPECT_EQ(readPixels(*loadTiffImageFile(numbered(1), eTBM_Default)), joinAlongZ(_parts));
 }
 
 namespace {

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "PrivateDisk.h"
 #include "TiffFunctions.h"
 
 #include <VELMOImageFile/VELMOImageFileException.h>
@@ -243,11 +244,7 @@ TEST_F(TiffAnnouncement, FarMorePlanesThanTheFileCanHoldAreRefusedBeforeAnyMemor
 #ifdef VELMO_TEST_LIMITS_MEMORY
 TEST_F(TiffAnnouncement, ARefusedAnnouncementNeedsNoAddressSpace) {
     writeAnnouncing("2000000000");
-    std::string const text = inChild([&]() -> std::string {
-        rlimit const limit = {vlUInt64{4} << 30U, vlUInt64{4} << 30U};
-        if (setrlimit(RLIMIT_AS, &limit) != 0) {
-            return "no limit";
-        }
+    std::string const text = withLimit(RLIMIT_AS, std::size_t{4} << 30U, [&] {
         return textThrownBy([&] { loadTiffImageFile(_path, eTBM_Default); });
     });
     EXPECT_EQ(text.find(loadError(_path, "The file announces 24000000000 bytes of pixels")), 0U) << text;

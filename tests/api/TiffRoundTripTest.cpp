@@ -139,32 +139,6 @@ TEST_F(TiffRoundTrip, ALoadedImageSavesAgainToTheSamePixelsAndCalibration) {
     EXPECT_EQ(pSecond->getGeometricCalibrationConstPtr()->getPixelSizeX(), 0.5F);
 }
 
-TEST_F(TiffRoundTrip, FilesOfEightThreadsDoNotMeet) {
-    onThreads(8, [&](unsigned int thread) {
-        auto const pGeometry = thread % 2 == 0 ? makeGeometry(2, 2, 2) : makeColorGeometry(eCGT_Rgb, 2, 2);
-        fs::path const path = _folder / (std::to_string(thread) + ".tif");
-        for (unsigned int round = 0; round < 10; ++round) {
-            std::string const pixels = makePixels(*pGeometry, 100 * thread + round);
-            saveTiffImageFile(path, makeMemoryImage(*pGeometry, pixels), g_compressions[thread % 3]);
-            EXPECT_EQ(readPixels(*loadTiffImageFile(path, eTBM_Default)), pixels);
-            EXPECT_EQ(readPixels(*openTiffImageFile(path, eTDM_Volume, eTBM_Default)), pixels);
-        }
-    });
-}
-
-TEST_F(TiffRoundTrip, EightThreadsReadOneOpenedImage) {
-    saveExample(eTC_Deflate);
-    DiskImagePtr pImage = openTiffImageFile(_path, eTDM_Volume, eTBM_Default);
-    onThreads(8, [&](unsigned int) {
-        for (int round = 0; round < 20; ++round) {
-            EXPECT_EQ(readPixels(*pImage), _pixels);
-        }
-    });
-    EXPECT_EQ(countOpen(_path), 1);
-    pImage.reset();
-    EXPECT_EQ(countOpen(_path), 0);
-}
-
 #ifdef VELMO_TEST_LIMITS_MEMORY
 
 constexpr std::size_t g_planeKilobytes = 4096;

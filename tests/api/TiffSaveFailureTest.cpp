@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "PrivateDisk.h"
 #include "TiffFunctions.h"
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
-#include <csignal>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -30,15 +30,6 @@ class TiffSaveFailure : public TiffFunctions {
 
     ImagePtr _pImage;
 };
-
-/// `work` in a child process that can write no byte of a file from `limit` on.
-std::string withFileSizeLimit(vlUInt64 limit, std::function<std::string()> const& work) {
-    return inChild([&]() -> std::string {
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit const fileSize{limit, limit};
-        return setrlimit(RLIMIT_FSIZE, &fileSize) == 0 ? work() : "no limit";
-    });
-}
 
 /// Pixels that a codec cannot make smaller.
 ImagePtr makeLargeImage() {
@@ -106,7 +97,7 @@ TEST_F(TiffSaveFailure, WhereverTheDiskIsFullTheSaveErrorNamesTheFileWithLibtiff
             SCOPED_TRACE(testing::Message() << compression << " limit " << limit);
             fs::remove(_path);
             std::string const text =
-                withFileSizeLimit(limit, [&] { return trySave(_path, pLarge, compression); });
+                withLimit(RLIMIT_FSIZE, limit, [&] { return trySave(_path, pLarge, compression); });
             EXPECT_THAT(text, testing::StartsWith(saveError(_path, "")));
             std::string const nested = text.substr(std::min(text.size(), saveError(_path, "").size()));
             EXPECT_THAT(nested, testing::HasSubstr(_path.string()));

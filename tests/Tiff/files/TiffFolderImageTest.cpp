@@ -189,15 +189,6 @@ TEST_F(TiffFilesInDirectory, OfAPatternOfTwoKeywordsAreRefusedWhereItIsTried) {
               R"(More than one instance of keyword "<INDEX>" in pattern "<INDEX>_<INDEX>")");
 }
 
-TEST_F(TiffFilesInDirectory, ARefusedPatternIsLoggedOnceAtErrorLevel) {
-    make({"a", "b", "c"});
-    test::CapturedLog const log(getBaseLogger());
-    EXPECT_EQ(raisedText("z<INDEX>|y"), g_mixedText);
-    ASSERT_EQ(log.getRecords().size(), 1U);
-    EXPECT_EQ(log.getRecords()[0].level, log4cplus::ERROR_LOG_LEVEL);
-    EXPECT_EQ(log.getRecords()[0].message, g_mixedText);
-}
-
 TEST_F(TiffFilesInDirectory, OfANumberBeyond64BitsAreABadCastThatNobodyLogs) {
     make({"img1", "img18446744073709551616"});
     test::CapturedLog const log(getBaseLogger());

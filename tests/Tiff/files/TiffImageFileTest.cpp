@@ -180,9 +180,7 @@ TEST_F(TiffImageFileTest, AReadWithoutBitsPerSampleClosesTheFileAndLaterAccesses
         EXPECT_THAT(tryWrite(file, {}), FailsWith(closedEarlier(_path)));
     }
     EXPECT_TRUE(file.isInit());
-    OpenRequest request;
-    request.access = eIAM_ReadWrite;
-    EXPECT_THAT(openFile(file, _path, request), Succeeds());
+    EXPECT_THAT(openFile(file, _path, {eIAM_ReadWrite}), Succeeds());
     EXPECT_EQ(readPixels(file, wholePlane(file, 1, 1, 1)), std::string(24, '\0'));
 }
 
@@ -191,9 +189,7 @@ TEST_F(TiffImageFileTest, AWriteWithoutRowsPerStripClosesTheFileAndLaterAccesses
     directory.set(TIFFTAG_COMPRESSION, shorts({COMPRESSION_LZW})).without(TIFFTAG_ROWSPERSTRIP);
     writeRawTiff(_path, {directory});
     TiffImageFile file;
-    OpenRequest request;
-    request.access = eIAM_ReadWrite;
-    ASSERT_THAT(openFile(file, _path, request), Succeeds());
+    ASSERT_THAT(openFile(file, _path, {eIAM_ReadWrite}), Succeeds());
     EXPECT_THAT(tryWrite(file, {}), FailsInWords(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
     EXPECT_EQ(countDescriptors(_path), 0U);
     EXPECT_THAT(tryWrite(file, {}), FailsWith(closedEarlier(_path)));

@@ -147,13 +147,6 @@ TEST_F(TiffOpeningSamples, NumbersFrom32768AreNegativeAndSoNotAboveOne) {
     }
 }
 
-TEST_F(TiffOpeningSamples, TheyNeedNoPlanarConfiguration) {
-    RawDirectory directory = makeSampled(65535);
-    directory.set(TIFFTAG_PHOTOMETRIC, shorts({PHOTOMETRIC_RGB}));
-    writeRawTiff(_path, {directory});
-    EXPECT_THAT(OpenedTiff(_path).result, Succeeds());
-}
-
 TEST_F(TiffOpeningSamples, NumbersUpTo32767AreAboveOne) {
     for (unsigned int const samples : {2U, 5U, 32767U}) {
         SCOPED_TRACE(samples);
@@ -164,11 +157,6 @@ TEST_F(TiffOpeningSamples, NumbersUpTo32767AreAboveOne) {
                     FailsWith("Un supported photometric interpretation value 5  with " +
                               std::to_string(samples) + " samples per pixels for file " + _path.string()));
     }
-}
-
-TEST_F(TiffOpeningSamples, ZeroSamplesAreRefusedByLibtiff) {
-    writeRawTiff(_path, {makeSampled(0)});
-    EXPECT_THAT(OpenedTiff(_path).result, FailsLike("Failed to open tiff image file " + _path.string()));
 }
 
 } // namespace velmo::image::file

@@ -39,7 +39,7 @@ BoolResult createWithUnwritable(path const& path, Thrown const& thrown) {
 
 std::string createLimited(path const& path, ImageGeometryPtr const& pGeometry, vlUInt64 limit,
                           eTiffCompression compression = eTC_None) {
-    return withFileSizeLimit(limit, [&] {
+    return withLimit(RLIMIT_FSIZE, limit, [&] {
         TIFF* pTiff = nullptr;
         std::string const text = toText(createTiffFile(path, *pGeometry, nullptr, compression, pTiff));
         return pTiff == nullptr && countDescriptors(path) == 0 ? text : text + " (still open)";
@@ -251,7 +251,7 @@ TEST_F(TiffCreationFlushTest, ADirectoryThatOnlyTheFlushWritesIsInTheFileBeforeI
 TEST_F(TiffCreationFlushTest, AFlushThatFindsNoSpaceIsAFailureOfTheCreation) {
     for (bool const bText : {false, true}) {
         constexpr vlUInt64 nbHeaderBytes = 8;
-        std::string const text = withFileSizeLimit(nbHeaderBytes, [&] {
+        std::string const text = withLimit(RLIMIT_FSIZE, nbHeaderBytes, [&] {
             TIFF* pTiff = nullptr;
             BoolResult const result =
                 bText ? createTiffFile(_path, *makeWithoutSteps(), nullptr, "text", eTC_None, pTiff)

@@ -65,14 +65,6 @@ TEST_F(TiffOpeningCalibration, PixelSizesAreTheInversesOfTheResolutionsInSingleP
     }
 }
 
-TEST_F(TiffOpeningCalibration, RationalResolutionsCountAsFloats) {
-    RawField const third{TIFF_RATIONAL, {1, 3}, RawField::g_asValues};
-    writeRawTiff(_path, {resolved(1, 1).set(TIFFTAG_XRESOLUTION, third)});
-    OpenedTiff const file(_path);
-    ASSERT_TRUE(file.pCalibration);
-    EXPECT_EQ(file.pCalibration->getPixelSizeX(), 1.0F / (1.0F / 3.0F));
-}
-
 TEST_F(TiffOpeningCalibration, TheUnitIsInchCentimetreOrNone) {
     struct Row {
         std::optional<unsigned int> tag;
@@ -117,15 +109,6 @@ TEST_F(TiffOpeningCalibration, ResolutionsThatAreAbsentOrNotAboveZeroAreToldAndI
         EXPECT_THAT(file.result, Succeeds());
         EXPECT_FALSE(file.pCalibration);
         expectWarnings(log, {invalidResolution(row.textX, row.textY)});
-    }
-}
-
-TEST_F(TiffOpeningCalibration, ResolutionsThatLibtiffDoesNotTakeAreAbsent) {
-    for (float const value : {-1.0F, std::numeric_limits<float>::quiet_NaN()}) {
-        writeRawTiff(_path, {resolved(value, 2)});
-        OpenedTiff const file(_path);
-        EXPECT_THAT(file.result, Succeeds());
-        EXPECT_FALSE(file.pCalibration);
     }
 }
 

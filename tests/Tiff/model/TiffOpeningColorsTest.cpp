@@ -5,7 +5,6 @@
 #include "TiffFixture.h"
 
 #include <array>
-#include <limits>
 #include <memory>
 
 namespace velmo::image::file {
@@ -190,15 +189,6 @@ TEST(TiffPixelTypes, EveryPairOfBitsAndFormatIsSupportedAsTheTableSays) {
                     expectedType(bits, format, mode))
                     << bits << " bits, format " << format << ", " << g_modeNames[mode];
             }
-        }
-    }
-}
-
-TEST(TiffPixelTypes, TheFarEndsOfBothNumbersAreSupportedByNoMode) {
-    for (short const extreme : {std::numeric_limits<short>::min(), std::numeric_limits<short>::max()}) {
-        for (eTiffBufferMode const mode : g_modes) {
-            EXPECT_EQ(toImageBufferType(extreme, SAMPLEFORMAT_UINT, mode), eIBT_None);
-            EXPECT_EQ(toImageBufferType(8, extreme, mode), eIBT_None);
         }
     }
 }

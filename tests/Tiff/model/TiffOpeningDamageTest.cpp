@@ -141,13 +141,6 @@ TEST_F(TiffOpeningDamage, AChainThatComesBackEndsTheStack) {
     expectTruncated(1, directories[0].pixels);
 }
 
-TEST_F(TiffOpeningDamage, ADamagedDirectoryTruncatesASequenceAsWell) {
-    writeRawTiff(_path, {greyDirectory(), greyDirectory(), greyDirectory().without(TIFFTAG_STRIPOFFSETS)});
-    OpenedTiff const file(_path, {eIAM_ReadOnly, eTDM_Temporal});
-    ASSERT_THAT(file.result, Succeeds());
-    EXPECT_EQ(file.pGeometry->getSizeT(), 2U);
-}
-
 TEST_F(TiffOpeningDamage, FilesCutAtAnyLengthAreHarmless) {
     std::vector<RawDirectory> const stack = {
         greyDirectory().set(TIFFTAG_IMAGEDESCRIPTION, ascii("one of three")), greyDirectory(),

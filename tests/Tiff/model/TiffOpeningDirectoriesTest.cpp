@@ -62,30 +62,6 @@ TEST_F(TiffOpeningDirectories, DirectoriesArePlanesOfAVolumeOrStepsOfASequence) 
     }
 }
 
-TEST_F(TiffOpeningDirectories, ClassicAndBigFilesOfBothByteOrdersOpenAlike) {
-    for (bool const bBigTiff : {false, true}) {
-        for (bool const bBigEndian : {false, true}) {
-            writeRawTiff(_path, {colorDirectory(4), colorDirectory(4)}, {bBigTiff, bBigEndian});
-            OpenedTiff const file(_path);
-            ASSERT_THAT(file.result, Succeeds());
-            EXPECT_EQ(describeGeometry(*file.pGeometry), "x=4 y=3 z=2 c=4 t=1 eIBT_UInt8");
-        }
-    }
-}
-
-TEST_F(TiffOpeningDirectories, FilesThatLibtiffWroteOpenWithEveryCodec) {
-    for (std::uint16_t const codec :
-         {std::uint16_t(COMPRESSION_NONE), std::uint16_t(COMPRESSION_LZW), std::uint16_t(COMPRESSION_DEFLATE),
-          std::uint16_t(COMPRESSION_PACKBITS)}) {
-        Directory directory = stripDirectory(4, 7, 3, codec, 1, 16);
-        directory.pixels = countingBytes(directory.countBytes());
-        writeTiff(_path, {directory, directory});
-        OpenedTiff const file(_path, {eIAM_ReadWrite});
-        ASSERT_THAT(file.result, Succeeds());
-        EXPECT_EQ(describeGeometry(*file.pGeometry), "x=4 y=7 z=2 c=1 t=1 eIBT_UInt16");
-    }
-}
-
 TEST_F(TiffOpeningDirectories, TheHandleIsTheCallersAndStandsOnTheLastDirectory) {
     RawDirectory second = greyDirectory();
     second.pixels = countingBytes(12, 100);
@@ -199,14 +175,6 @@ TEST_F(TiffOpeningDirectories, AFurtherDirectorysColorsAreJudgedBeforeItsConfigu
         OpenedTiff(_path).result,
         FailsWith("Un supported photometric interpretation value 1  with 3 samples per pixels for file " +
                   _path.string()));
-}
-
-TEST_F(TiffOpeningDirectories, ManyDirectoriesAreAllCounted) {
-    writeRawTiff(_path, std::vector<RawDirectory>(3000, greyDirectory(1, 1)));
-    OpenedTiff const file(_path, {eIAM_ReadWrite, eTDM_Temporal});
-    ASSERT_THAT(file.result, Succeeds());
-    EXPECT_EQ(file.pGeometry->getSizeT(), 3000U);
-    EXPECT_EQ(TIFFCurrentDirectory(file.pTiff), 2999U);
 }
 
 TEST_F(TiffOpeningDirectories, TheirNumberHas16BitsWhereADescriptionIsHeldAgainstIt) {

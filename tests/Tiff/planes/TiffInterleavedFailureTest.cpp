@@ -151,7 +151,7 @@ TEST_F(TiffInterleavedFailureTest, PixelsThatCouldNotBeReadBackBecomeBlack) {
 TEST_F(TiffInterleavedFailureTest, AWriteBeyondTheSpaceNamesItsStripInLibtiffsWords) {
     writeTiff(_path, {makeRgb()});
     std::uint64_t const limit = TIFFGetStrileOffset(openPlain(_path).get(), 1);
-    std::string const text = withFileSizeLimit(limit, [&] {
+    std::string const text = withLimit(RLIMIT_FSIZE, limit, [&] {
         Planes const planes = openPlanesForWriting(_path);
         BoolResult const first = planes.tryWriteRgb({0, 0, 0, 0, 2700});
         return toText(first) + ", " + toText(planes.tryWriteRgb({0, 0, 0, 2710, 100}));

@@ -112,12 +112,6 @@ TEST_F(TiffPackedRowsTest, NeitherByteOrderNorBlackNorTheOrderOfBitsInvertsOrTur
     EXPECT_EQ(open({directory}).readPlane(), pixels);
 }
 
-TEST_F(TiffPackedRowsTest, AHandleOfLibtiffAloneWorksAsWell) {
-    Directory const directory = makePacked(37, 5);
-    ImageGeometryPtr const pGeometry = open({directory}).pGeometry;
-    EXPECT_EQ(plainPlanes(_path, "r", pGeometry).read({0, 0, 0, 40, 100}), unpack(directory).substr(40, 100));
-}
-
 TEST_F(TiffPackedRowsTest, EachDirectoryIsReadByItsOwnBits) {
     Directory const packed = makePacked(20, 6);
     Directory bytes = makePacked(20, 6);

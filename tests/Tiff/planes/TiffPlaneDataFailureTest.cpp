@@ -145,7 +145,7 @@ TEST_F(TiffPlaneDataFailureTest, AWriteBeyondTheSpaceNamesItsStripInLibtiffsWord
     writeTiff(_path, {makeLongDirectory()});
     std::uint64_t const limit = findStrip(_path, 1) + 100;
     std::string const before = readFile(_path);
-    std::string const text = withFileSizeLimit(limit, [&] {
+    std::string const text = withLimit(RLIMIT_FSIZE, limit, [&] {
         Planes const planes = openPlanesForWriting(_path);
         return toText(planes.tryWrite(planes.wholePlane()));
     });
@@ -159,7 +159,7 @@ TEST_F(TiffPlaneDataFailureTest, ADirectoryThatCannotBeBroughtUpToDateIsAFailure
     std::string const header = readFile(_path).substr(4, 4);
     std::uint32_t directory = 0;
     std::memcpy(&directory, header.data(), sizeof(directory)); // it lies behind its strips
-    std::string const text = withFileSizeLimit(directory, [&] {
+    std::string const text = withLimit(RLIMIT_FSIZE, directory, [&] {
         Planes const planes = openPlanesForWriting(_path);
         std::string const black(g_nbLongPixels, '\0'); // needs less space
         return toText(writeTiffData(planes.pTiff.get(), _path, *planes.pGeometry, 0, 0, 0, 0, g_nbLongPixels,

@@ -209,10 +209,7 @@ TEST_F(TiffPlaneDataForeignTest, EachTimeStepOfASequenceHasItsOwnType) {
                                           makeDirectory(wide, 3)};
     directories[2].tags[TIFFTAG_PREDICTOR] = std::uint16_t(PREDICTOR_FLOATINGPOINT);
     writeTiff(_path, directories);
-    OpenRequest request;
-    request.access = eIAM_ReadWrite;
-    request.directoryMode = eTDM_Temporal;
-    Planes const planes = openPlanes(_path, request);
+    Planes const planes = openPlanes(_path, {eIAM_ReadWrite, eTDM_Temporal});
     for (vlUInt64 t = 0; t < 3; ++t) {
         ImageGeometryPtr const pOwn =
             makeGeometry(planes.pGeometry->getPlanGeometry(t).getBufferType(), {40, 11, 1, 1, 3});

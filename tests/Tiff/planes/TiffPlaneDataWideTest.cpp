@@ -2,12 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "planes/TiffPlaneFixture.h"
-#include <boost/filesystem/operations.hpp>
-#include <fstream>
-#include <sched.h>
-#include <sys/mount.h>
 
 namespace velmo::image::file {
+
+using velmo::test::g_noMount;
+using velmo::test::onPrivateDisk;
 
 namespace {
 
@@ -91,22 +90,9 @@ INSTANTIATE_TEST_SUITE_P(Compressions, TiffPlaneDataWideTest,
 
 namespace {
 
-constexpr char const* g_noMount = "no mount";
-
-/// What happens on a file system that is full at 256 KiB, in a child process that alone sees it.
 class TiffPlaneDataSpaceTest : public TiffTest {
   protected:
-    std::string onSmallDisk(std::function<std::string(path const&)> const& work) const {
-        path const place = _folder / "disk";
-        boost::filesystem::create_directory(place);
-        return inChild([&]() -> std::string {
-            if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-                mount("tmpfs", place.c_str(), "tmpfs", 0, "size=256k") != 0) {
-                return g_noMount;
-            }
-            return work(place / "planes.tif");
-        });
-    }
+    path const _disk = _folder / "disk";
 };
 
 std::string tryCreate(path const& path, PlaneSizes const& sizes, eTiffCompression compression) {
@@ -119,8 +105,8 @@ std::string tryCreate(path const& path, PlaneSizes const& sizes, eTiffCompressio
 } // namespace
 
 TEST_F(TiffPlaneDataSpaceTest, CreatingAFileThatDoesNotFitNamesTheDirectory) {
-    std::string const text = onSmallDisk([](path const& path) {
-        return tryCreate(path, {300, 200, 8}, eTC_None);
+    std::string const text = onPrivateDisk(_disk, std::size_t{256} << 10U, [&] {
+        return tryCreate(_disk / "planes.tif", {300, 200, 8}, eTC_None);
     });
     if (text == g_noMount) {
         GTEST_SKIP() << text;
@@ -131,38 +117,10 @@ TEST_F(TiffPlaneDataSpaceTest, CreatingAFileThatDoesNotFitNamesTheDirectory) {
                                       "device"));
 }
 
-TEST_F(TiffPlaneDataSpaceTest, ACompressedStripThatDoesNotFitIsNamedAndTheOtherPlanesStay) {
-    for (eTiffCompression const compression : {eTC_Lzw, eTC_Deflate}) {
-        std::string const text = onSmallDisk([&](path const& path) -> std::string {
-            Planes const planes = createPlanes(path, makeGeometry(eIBT_UInt8, {300, 200, 8}), compression);
-            std::string const pixels = noise(60000);
-            for (vlUInt64 z = 0; z < 8; ++z) {
-                BoolResult const result = writeTiffData(planes.pTiff.get(), path, *planes.pGeometry, z, 0, 0,
-                                                        0, 60000, pixels.data());
-                if (!result) {
-                    bool const bFormer = planes.readPlane(z - 1) == pixels;
-                    bool const bNext = planes.readPlane(7) == std::string(60000, '\0');
-                    return (bFormer && bNext ? "others stay: " : "others are gone: ") + result.getMessage();
-                }
-            }
-            return "fits";
-        });
-        if (text == g_noMount) {
-            GTEST_SKIP() << text;
-        }
-        EXPECT_THAT(text,
-                    testing::MatchesRegex("others stay: Failed to write data of strip [0-9]+ for directory "
-                                          "z=[2-4], c=0, t=0 of file .*planes.tif\n"
-                                          "Tiff Error : Write error at scanline [0-9]+: No space left on "
-                                          "device"));
-    }
-}
-
 TEST_F(TiffPlaneDataSpaceTest, UncompressedPlanesHaveTheirSpaceFromTheirCreation) {
-    std::string const text = onSmallDisk([](path const& path) -> std::string {
-        Planes const planes = createPlanes(path, makeGeometry(eIBT_UInt8, {300, 200, 4}));
-        std::ofstream filler((path.parent_path() / "filler").string(), std::ios::binary);
-        filler << noise(300000) << std::flush; // takes what is left
+    std::string const text = onPrivateDisk(_disk, std::size_t{256} << 10U, [&]() -> std::string {
+        Planes const planes = createPlanes(_disk / "planes.tif", makeGeometry(eIBT_UInt8, {300, 200, 4}));
+        velmo::test::fillDisk(_disk / "filler", 0); // takes what is left
         bool bWritten = true;
         for (vlUInt64 z = 0; z < 4; ++z) {
             bWritten = bWritten && planes.tryWrite(planes.wholePlane(z));

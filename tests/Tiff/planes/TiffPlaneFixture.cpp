@@ -3,10 +3,8 @@
 
 #include "planes/TiffPlaneFixture.h"
 
-#include <csignal>
 #include <cstring>
 #include <random>
-#include <sys/resource.h>
 
 namespace velmo::image::file {
 
@@ -159,9 +157,7 @@ Planes openPlanes(path const& path, OpenRequest const& request) {
 }
 
 Planes openPlanesForWriting(path const& path) {
-    OpenRequest request;
-    request.access = eIAM_ReadWrite;
-    return openPlanes(path, request);
+    return openPlanes(path, {eIAM_ReadWrite});
 }
 
 Planes plainPlanes(path const& path, char const* mode, ImageGeometryPtr const& pGeometry) {
@@ -241,14 +237,6 @@ std::string readStripFailed(vlUInt64 strip, PixelRun const& run, path const& pat
 
 std::string writeStripFailed(vlUInt64 strip, PixelRun const& run, path const& path) {
     return stripFailed("write", strip, run, path);
-}
-
-std::string withFileSizeLimit(vlUInt64 limit, std::function<std::string()> const& work) {
-    return inChild([&]() -> std::string {
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit const fileSize{limit, limit};
-        return setrlimit(RLIMIT_FSIZE, &fileSize) == 0 ? work() : "no limit";
-    });
 }
 
 std::string toText(BoolResult const& result) {

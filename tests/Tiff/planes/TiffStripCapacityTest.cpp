@@ -8,8 +8,6 @@
 
 #include <boost/filesystem/operations.hpp>
 #include <ctime>
-#include <fstream>
-#include <sys/resource.h>
 
 namespace velmo::image::file {
 
@@ -100,13 +98,7 @@ namespace {
 
 /// What `work` returns in a child process that can take a gibibyte more.
 std::string withAGibibyte(std::function<std::string()> const& work) {
-    return inChild([&]() -> std::string {
-        std::size_t nbPages = 0;
-        std::ifstream("/proc/self/statm") >> nbPages;
-        constexpr rlim_t pageSize = 4096;
-        rlimit const limit{nbPages * pageSize + (rlim_t{1} << 30U), RLIM_INFINITY};
-        return setrlimit(RLIMIT_AS, &limit) == 0 ? work() : "no limit";
-    });
+    return withLimit(RLIMIT_AS, velmo::test::measureAddressSpace() + (std::size_t{1} << 30U), work);
 }
 
 } // namespace
