@@ -220,8 +220,12 @@ TEST_F(TiffFilesJoin, TheBufferModeReachesEveryFile) {
         EXPECT_EQ(getTypes(*pImage), (Types{eIBT_Label8, eIBT_Label16}));
     }
     makeForeignPart(numbered(1), 2, 50);
-    for (ImagePtr const& pImage : loadAndOpen(eTDM_Volume, eTBM_Binary)) {
-        EXPECT_EQ(pImage->getBufferType(), eIBT_Binary);
+    writeEvenSteps(3);
+    std::vector<ImagePtr> images = loadAndOpen(eTDM_Volume, eTBM_Binary);
+    images.push_back(loadCustomZStackImageFiles(_folder, getStepsPath(), 3, imaproc::attr::eIP_Linear,
+                                                g_numbered, eTBM_Binary));
+    for (ImagePtr const& pImage : images) {
+        EXPECT_EQ(describeGeometry(pImage->getGeometry()), "x=4 y=3 z=3 c=1 t=1 eIBT_Binary");
     }
 }
 

@@ -187,6 +187,23 @@ TEST_F(TiffLoadFailure, AReadOnlyFileLoadsAndDoesNotOpen) {
     EXPECT_EQ(asOrdinaryUser([&] { return readPixels(*loadTiffImageFile(_path, eTBM_Default)); }), _pixels);
 }
 
+TEST_F(TiffLoadFailure, OneSampleThatCallsItselfRgbIsRefused) {
+    RawDirectory directory = greyDirectory();
+    directory.set(TIFFTAG_PHOTOMETRIC, shorts({PHOTOMETRIC_RGB}))
+        .set(TIFFTAG_PLANARCONFIG, shorts({PLANARCONFIG_CONTIG}));
+    writeRawTiff(_path, {directory});
+    for (Load const& load : getLoads()) {
+        SCOPED_TRACE(load.name);
+        if (!isOpen(load)) {
+            expectRaisedText([&] { load.call(_path); },
+                             loadError(_path, "Un supported photometric interpretation value 2  with 1 "
+                                              "samples per pixels for file " +
+                                                  _path.string()));
+        }
+    }
+    EXPECT_EQ(countOpen(_path), 0);
+}
+
 TEST_F(TiffLoadFailure, AnImageJStackOfColoursSideBySideFailsAtItsSecondPlane) {
     Directory directory;
     directory.samples = 3;

@@ -94,6 +94,8 @@ TEST_F(CheckedStacks, PartsOfPlanesAreInTheirPlace) {
     EXPECT_EQ(plain.readPlane(3).pixels, directory.pixels.substr(72, 24));
     EXPECT_THAT(plain.getWarnings(), ElementsAre(HasSubstr("A part of plane z=2, c=0, t=0"),
                                                  HasSubstr("A part of plane z=1, c=0, t=0")));
+    boost::filesystem::remove(_path); // no second descriptor is opened
+    EXPECT_EQ(file.readPlane(3).pixels, directory.pixels.substr(72, 24));
 }
 
 TEST_F(CheckedStacks, ChannelsOfInterleavedPixelsAreSeparated) {

@@ -91,10 +91,14 @@ TEST_P(TiffInterleavedTest, PartsAreWrittenAndAllOtherPixelsStay) {
 
 TEST_P(TiffInterleavedTest, RgbaHasFourChannelsOfWhichAReaderMayLeaveTheLast) {
     ImageGeometryPtr const pGeometry = makeColorGeometry(eCGT_Rgba, eIBT_UInt16, g_sizes);
-    Planes const planes = createPlanes(_path, pGeometry, GetParam());
     Channels const channels = noiseOf(4, 2 * g_nbInterleavedPixels);
-    planes.writeRgb(planes.wholePlane(1), channels); // the first access to the new file
+    createPlanes(_path, pGeometry, GetParam())
+        .writeRgb({1, 0, 0, 0, g_nbInterleavedPixels}, channels); // the first access
     EXPECT_TRUE(readDirectoryPixels(_path, 1) == interleave(channels, 2));
+    Planes const planes = createPlanes(_path, pGeometry, GetParam());
+    EXPECT_TRUE(planes.readRgb(planes.wholePlane(1, 0, 1)) ==
+                Channels(4, std::string(2 * g_nbInterleavedPixels, '\0'))); // the first access as well
+    planes.writeRgb(planes.wholePlane(1), channels);
     EXPECT_TRUE(planes.readRgb(planes.wholePlane(1)) == channels);
     Channels colors(3);
     EXPECT_THAT(planes.tryReadRgb(planes.wholePlane(1), colors), Succeeds());
@@ -177,6 +181,7 @@ using TiffInterleavedRefusalsTest = testing::TestWithParam<eImageBufferType>;
 TEST_P(TiffInterleavedCopiesTest, AChannelIsPickedOutOfItsPixels) {
     for (vlUInt64 nbChannels = 1; nbChannels <= 5; ++nbChannels) {
         std::string const pixels = noise(17 * nbChannels * GetParam().nbBytes);
+        EXPECT_EQ(toPlane(nbChannels, 0, 0, pixels), "");
         for (vlUInt64 channel = 0; channel < nbChannels; ++channel) {
             EXPECT_EQ(toPlane(nbChannels, channel, 17, pixels),
                       pickChannel(pixels, nbChannels, channel, GetParam().nbBytes));

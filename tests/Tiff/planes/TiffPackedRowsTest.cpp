@@ -55,6 +55,7 @@ TEST_F(TiffPackedRowsTest, TheNinthPixelIsTheTopBitOfTheSecondByte) {
                                               "\1\0\0\0\0\0\0\0\1",
                                               27));
     EXPECT_EQ(planes.read({0, 0, 0, 8, 1}), "\1");
+    EXPECT_EQ(planes.read({0, 0, 0, 11, 0}), "");
     EXPECT_EQ(planes.read({0, 0, 0, 17, 2}), std::string("\0\1", 2));
 }
 

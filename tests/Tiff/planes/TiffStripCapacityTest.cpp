@@ -192,9 +192,9 @@ double measureWrite(path const& path, std::uint32_t nbStrips) {
 } // namespace
 
 TEST_P(TiffHugeStripTest, AFileThatIsSmallOnDiskIsWrittenAndReadBack) {
-    constexpr std::uint32_t size = 5000;
+    constexpr std::uint32_t size = 9000; // libtiff needs leave for more than 64 MiB
     writeTiff(_path, {stripDirectory(size, size, size, GetParam())});
-    ASSERT_LT(boost::filesystem::file_size(_path), 250000U);
+    ASSERT_LT(boost::filesystem::file_size(_path), 810000U);
     std::string const pixels(vlUInt64{size} * size, 'x');
     {
         TiffImageFile file;
