@@ -87,9 +87,20 @@ TEST_F(TiffSave, EachPlaneIsReadOnceOnTheCallingThread) {
     for (ImageGeometryPtr const& pGeometry : {_pGeometry, makeColorGeometry(eCGT_Rgb, 2, 2)}) {
         auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
         saveTiffImageFile(_path, pImage, eTC_None);
-        EXPECT_EQ(pImage->reads, listPlanes(*pGeometry));
+        EXPECT_THAT(pImage->reads, testing::UnorderedElementsAreArray(listPlanes(*pGeometry)));
         EXPECT_EQ(pImage->readers, std::set<std::thread::id>{std::this_thread::get_id()});
     }
+}
+
+TEST_F(TiffSave, ChannelsThatShareAPageAreReadPageByPageTheOthersChannelByChannel) {
+    auto const pGrey = boost::make_shared<WatchedImage>(*_pGeometry);
+    saveTiffImageFile(_path, pGrey, eTC_None);
+    EXPECT_EQ(pGrey->reads, listPlanes(*_pGeometry));
+
+    auto const pRgb = boost::make_shared<WatchedImage>(*makeColorGeometry(eCGT_Rgb, 2, 1));
+    saveTiffImageFile(_path, pRgb, eTC_None);
+    EXPECT_EQ(pRgb->reads, (std::vector<WatchedImage::Plane>{
+                               {0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {1, 0, 0}, {1, 1, 0}, {1, 2, 0}}));
 }
 
 TEST_F(TiffSave, AnImageThatAsksForACopyIsSavedFromThatOneWhichGoes) {
@@ -127,6 +138,20 @@ TEST_F(TiffSave, ACopyThatFailsIsTheImageLibrarysExceptionAndNoFileIsMade) {
 
 // What a failing source leaves
 
+TEST_F(TiffSave, ASourceThatFailsLeavesTheFileWithThePlanesBefore) {
+    for (std::size_t plane = 0; plane < 8; ++plane) {
+        auto const pImage = boost::make_shared<WatchedImage>(*_pGeometry);
+        pImage->beforeRead = [pSeen = pImage.get(), plane] {
+            return pSeen->reads.size() > plane ? failure("plane " + std::to_string(plane)) : success();
+        };
+        expectRaisedText([&] { saveTiffImageFile(_path, pImage, eTC_None); },
+                         saveError(_path, "plane " + std::to_string(plane)));
+        EXPECT_EQ(pImage->reads.size(), plane + 1);
+        EXPECT_EQ(readDirectories(8), _pixels.substr(0, 30 * plane) + std::string(240 - 30 * plane, '\0'));
+        EXPECT_EQ(countOpen(_path), 0);
+    }
+}
+
 TEST_F(TiffSave, WhatASourceThrowsPassesThroughAndTheFileIsClosed) {
     for (ImageGeometryPtr const& pGeometry : {_pGeometry, makeColorGeometry(eCGT_Rgb, 2, 2)}) {
         auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
@@ -157,27 +182,43 @@ std::string nameOfPlane(WatchedImage::Plane const& plane) {
 
 } // namespace
 
+// The planes are read page by page, and a failure is the one that a save of one channel after the other would
+// meet first.
 TEST_F(TiffSaveColors, ASourceThatFailsIsTheSaveErrorOfItsFirstPlaneThatFails) {
-    for (ImageGeometryPtr const& pGeometry :
-         {_pGeometry, makeColorGeometry(eCGT_Rgb, 2, 2), makeColorGeometry(eCGT_Rgba, 2, 2)}) {
+    for (eColorGeometryType const colorType : {eCGT_Rgb, eCGT_Rgba}) {
+        ImageGeometryPtr const pGeometry = makeColorGeometry(colorType, 2, 2);
         std::vector<WatchedImage::Plane> const planes = listPlanes(*pGeometry);
-        for (std::size_t failing = 0; failing < planes.size(); ++failing) {
-            SCOPED_TRACE(nameOfPlane(planes[failing]));
-            auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
-            pImage->beforeRead = [pSeen = pImage.get(), failing] {
-                return pSeen->reads.size() > failing ? failure(nameOfPlane(pSeen->reads.back())) : success();
-            };
-            expectRaisedText([&] { saveTiffImageFile(_path, pImage, eTC_Lzw); },
-                             saveError(_path, nameOfPlane(planes[failing])));
-            EXPECT_EQ(pImage->reads,
-                      std::vector<WatchedImage::Plane>(
-                          planes.begin(), planes.begin() + 1 + static_cast<std::ptrdiff_t>(failing)));
-            EXPECT_EQ(countOpen(_path), 0);
-            std::string expected = pImage->pixels;
-            expected.replace(30 * failing, std::string::npos, expected.size() - 30 * failing, '\0');
-            EXPECT_EQ(readPixels(*loadTiffImageFile(_path, eTBM_Default)), expected);
+        for (auto first = planes.begin(); first != planes.end(); ++first) {
+            for (auto const last : {first + 1, planes.end()}) { // one plane fails, or all from there on
+                SCOPED_TRACE(nameOfPlane(*first));
+                auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
+                pImage->beforeRead = [pSeen = pImage.get(), first, last] {
+                    bool const bFails = std::find(first, last, pSeen->reads.back()) != last;
+                    return bFails ? failure(nameOfPlane(pSeen->reads.back())) : success();
+                };
+                expectRaisedText([&] { saveTiffImageFile(_path, pImage, eTC_Lzw); },
+                                 saveError(_path, nameOfPlane(*first)));
+                EXPECT_EQ(std::set<WatchedImage::Plane>(pImage->reads.begin(), pImage->reads.end()).size(),
+                          pImage->reads.size());
+                EXPECT_EQ(countOpen(_path), 0);
+            }
         }
     }
+}
+
+TEST_F(TiffSaveColors, PagesBeforeASourceThatFailsAreInTheFile) {
+    ImageGeometryPtr const pGeometry = makeColorGeometry(eCGT_Rgb, 2, 2);
+    auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
+    pImage->beforeRead = [pSeen = pImage.get()] {
+        return pSeen->reads.back() == WatchedImage::Plane{1, 2, 0} ? failure("gone") : success();
+    };
+    expectRaisedText([&] { saveTiffImageFile(_path, pImage, eTC_Lzw); }, saveError(_path, "gone"));
+    std::string expected(pImage->pixels.size(), '\0');
+    vlUInt64 const planeBytes = expected.size() / 12;
+    for (vlUInt64 c = 0; c < 3; ++c) { // plane z = 0 of each channel of t = 0
+        expected.replace(c * 2 * planeBytes, planeBytes, pImage->pixels, c * 2 * planeBytes, planeBytes);
+    }
+    EXPECT_EQ(readPixels(*loadTiffImageFile(_path, eTBM_Default)), expected);
 }
 
 TEST_F(TiffSaveColors, PagesThatAreNotThereAreNeitherReadNorLoaded) {

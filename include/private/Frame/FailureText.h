@@ -8,6 +8,8 @@
 #include <VELMOImageFile/VELMOImageFileLog.h>
 #include <VELMOUtil/BoolResult.h>
 #include <VELMOUtil/LogMessageFormater.h>
+#include <boost/filesystem/path.hpp>
+#include <exception>
 #include <log4cplus/loglevel.h>
 #include <string>
 
@@ -44,6 +46,19 @@ void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
         formater[id];
         static_cast<void>((formater % ... % arguments));
     });
+}
+
+/// Runs a step. An exception becomes a failure with message `id`, whose arguments are the path and the
+/// exception's text.
+template <class Domain, class Step>
+BoolResult failOnException(Domain id, boost::filesystem::path const& path, Step const& step) {
+    try {
+        return step();
+    } catch (std::exception const& exception) {
+        return fail(id, path.string(), exception.what());
+    } catch (...) {
+        return fail(id, path.string(), "Unknown exception");
+    }
 }
 
 /// Runs steps in their order until one fails.
