@@ -133,24 +133,12 @@ class ToolFault : public CliTest, public testing::WithParamInterface<Conversion>
 
 } // namespace
 
-TEST_P(ToolFault, AWriteThatFailsLeavesTheEarlierOutput) {
-    expectEarlierOrWholeOutput(eFC_Write);
-}
-
-TEST_P(ToolFault, AReadThatFailsLeavesTheEarlierOutput) {
+TEST_P(ToolFault, AReadWriteOrAllocationThatFailsLeavesTheEarlierOutput) {
     expectEarlierOrWholeOutput(eFC_Read);
-}
-
-TEST_P(ToolFault, AnAllocationThatFailsLeavesTheEarlierOutput) {
-    expectEarlierOrWholeOutput(eFC_Allocate);
-}
-
-TEST_P(ToolFault, WritesThatFailFromOneOnLeaveTheEarlierOutput) {
-    expectEarlierOrWholeOutput(eFC_Write, eFM_FailFromThere);
-}
-
-TEST_P(ToolFault, AllocationsThatFailFromOneOnLeaveTheEarlierOutput) {
-    expectEarlierOrWholeOutput(eFC_Allocate, eFM_FailFromThere);
+    for (eFaultCalls const calls : {eFC_Write, eFC_Allocate}) {
+        expectEarlierOrWholeOutput(calls);
+        expectEarlierOrWholeOutput(calls, eFM_FailFromThere);
+    }
 }
 
 TEST_P(ToolFault, AKillBeforeAnyCallLeavesTheEarlierOrTheWholeOutput) {

@@ -1,13 +1,14 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-// tiff_words SCENARIO PATH: what a fresh process keeps of libtiff's words, on its standard output; what
+// tiff_messages SCENARIO PATH: what a fresh process keeps of libtiff's messages, on its standard output; what
 // libtiff itself writes goes to the standard error.
 
 #include "Tiff/TiffImageFileTools.h"
 #include "Tiff/handle/TiffErrorHandler.h"
 
 #include <iostream>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -39,7 +40,7 @@ void failTwice(std::string const& path) {
 
 void succeed(std::string const& path) {
     std::cout << (openAndClose(path) ? "opened" : "failed") << "\n";
-    TIFFError("tiff_words", "said to the default output");
+    TIFFError("tiff_messages", "said to the default output");
 }
 
 void askOnThreads(std::string const& path) {
@@ -53,17 +54,17 @@ void askOnThreads(std::string const& path) {
 struct LateFailure {
     ~LateFailure() {
         if (bArmed) {
-            TIFFError("tiff_words", "behind the end");
+            TIFFError("tiff_messages", "behind the end");
         }
     }
     bool bArmed = false;
 };
 
-void failAtExit() {
+void failAtExit(std::string const& /*path*/) {
     static LateFailure late;
     late.bArmed = true;
     getTiffWords();
-    TIFFError("tiff_words", "before the end");
+    TIFFError("tiff_messages", "before the end");
     std::cout << "[" << getTiffWords() << "]\n";
 }
 
@@ -102,27 +103,17 @@ void openThrowing(std::string const& path, TIFFExtendProc extender) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
+    std::map<std::string, void (*)(std::string const&)> const scenarios = {
+        {"failures", failTwice},
+        {"success", succeed},
+        {"thread", askOnThreads},
+        {"exit", failAtExit},
+        {"extender", showBothTags},
+        {"throwing", [](std::string const& path) { openThrowing(path, throwText); }},
+        {"throwing-a-number", [](std::string const& path) { openThrowing(path, throwNumber); }}};
+    if (argc != 3 || scenarios.count(argv[1]) == 0) {
         return 2;
     }
-    std::string const scenario(argv[1]);
-    std::string const path(argv[2]);
-    if (scenario == "failures") {
-        failTwice(path);
-    } else if (scenario == "success") {
-        succeed(path);
-    } else if (scenario == "thread") {
-        askOnThreads(path);
-    } else if (scenario == "exit") {
-        failAtExit();
-    } else if (scenario == "extender") {
-        showBothTags(path);
-    } else if (scenario == "throwing") {
-        openThrowing(path, throwText);
-    } else if (scenario == "throwing-a-number") {
-        openThrowing(path, throwNumber);
-    } else {
-        return 2;
-    }
+    scenarios.at(argv[1])(argv[2]);
     return 0;
 }

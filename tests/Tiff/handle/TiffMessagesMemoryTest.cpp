@@ -64,24 +64,24 @@ using velmo::test::Threshold;
 constexpr char const* g_format = "strip %d, of which there is more to tell than fits in a short text";
 
 /// Longer than any text before, so that the entry has to grow.
-std::string makeWords() {
+std::string makeText() {
     static std::size_t g_size = 40;
     return std::string(g_size += 40, 'w');
 }
 
 /// As libtiff reports, with an argument that makes the text long.
-void report(std::string const& words) {
-    TIFFError("m", "strip of %s", words.c_str());
+void report(std::string const& text) {
+    TIFFError("m", "strip of %s", text.c_str());
 }
 
-class TiffWordsMemory : public testing::Test {
+class TiffMessagesMemory : public testing::Test {
   protected:
-    TiffWordsMemory() { TiffErrorHandler::getInstance(); }
+    TiffMessagesMemory() { TiffErrorHandler::getInstance(); }
 };
 
 } // namespace
 
-TEST_F(TiffWordsMemory, AFailedAllocationIsLoggedWithTheFormatAndLeavesLibtiffUndisturbed) {
+TEST_F(TiffMessagesMemory, AFailedAllocationIsLoggedWithTheFormatAndLeavesLibtiffUndisturbed) {
     CapturedLog const log(getBaseLogger());
     {
         FailingAllocations const failing(1);
@@ -94,47 +94,37 @@ TEST_F(TiffWordsMemory, AFailedAllocationIsLoggedWithTheFormatAndLeavesLibtiffUn
     EXPECT_EQ(records[0].logger, getVELMOImageFileLoggerName());
 }
 
-TEST_F(TiffWordsMemory, AFailedAllocationOfAWarningIsLoggedTheSameWay) {
-    std::string const words = makeWords();
+TEST_F(TiffMessagesMemory, AFailedAllocationOfAWarningIsLoggedTheSameWay) {
+    std::string const text = makeText();
     CapturedLog const log(getBaseLogger());
     {
         FailingAllocations const failing(1);
-        TIFFWarning("m", "tag %s", words.c_str());
+        TIFFWarning("m", "tag %s", text.c_str());
     }
     ASSERT_EQ(log.getRecords().size(), 1U);
     EXPECT_EQ(log.getRecords()[0].message, "Error while decoding tiff error message\n[tag %s]");
 }
 
-TEST_F(TiffWordsMemory, TheNextReportIsKeptAsEver) {
-    {
-        FailingAllocations const failing(1);
-        TIFFError("m", g_format, 7);
-    }
-    std::string const words = makeWords();
-    report(words);
-    EXPECT_EQ(getTiffWords(), "Tiff Error : strip of " + words);
-}
-
-TEST_F(TiffWordsMemory, NothingIsLoggedWhereTheLoggerDoesNotTakeIt) {
+TEST_F(TiffMessagesMemory, NothingIsLoggedWhereTheLoggerDoesNotTakeIt) {
     Threshold const threshold(getVELMOImageFileLogger(), log4cplus::OFF_LOG_LEVEL);
     CapturedLog const log(getBaseLogger());
-    std::string const words = makeWords();
+    std::string const text = makeText();
     {
         FailingAllocations const failing(1);
-        EXPECT_NO_THROW(report(words));
+        EXPECT_NO_THROW(report(text));
     }
     EXPECT_TRUE(log.getRecords().empty());
 }
 
-TEST_F(TiffWordsMemory, WhateverFailsBehindAFailureNothingIsThrownAndTheHandlerWorksAfterwards) {
+TEST_F(TiffMessagesMemory, WhateverFailsBehindAFailureNothingIsThrownAndTheHandlerWorksAfterwards) {
     for (unsigned int second = 2; second < 60; ++second) {
-        std::string const words = makeWords();
+        std::string const text = makeText();
         EXPECT_NO_THROW({
             FailingAllocations const failing(1, second);
-            report(words);
+            report(text);
         }) << second;
-        report(words);
-        EXPECT_EQ(getTiffWords(), "Tiff Error : strip of " + words) << second;
+        report(text);
+        EXPECT_EQ(getTiffWords(), "Tiff Error : strip of " + text) << second;
     }
 }
 
