@@ -54,6 +54,8 @@ class TiffStream {
     /// Whether libtiff did not get memory that it asked for: it leaves out a tag that it has no memory for,
     /// and takes a directory for the end of the file.
     bool wasMemoryRefused() const { return _bMemoryRefused; }
+    /// Why libtiff did not see all of the directories that it was to read; no error where it did.
+    std::error_code getMissedError() const;
     /// Why the system refused the last write, no error where it did not.
     std::error_code const& getWriteError() const { return _writeError; }
     /// As many bytes as the file takes.
