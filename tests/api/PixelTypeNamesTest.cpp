@@ -20,7 +20,8 @@ std::string showEnumerator(Enum value) {
     std::ostringstream text;
     text << value;
     std::string name = text.str().substr(text.str().find('_') + 1);
-    std::transform(name.begin(), name.end(), name.begin(), [](char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](char c) { return static_cast<char>(std::tolower(c)); });
     return name;
 }
 

@@ -15,7 +15,8 @@ namespace {
 
 class TiffReport : public TiffFunctions {
   protected:
-    TiffFileReport describe(std::vector<RawDirectory> const& directories, RawLayout const& layout = {}) const {
+    TiffFileReport describe(std::vector<RawDirectory> const& directories,
+                            RawLayout const& layout = {}) const {
         writeRawTiff(_path, directories, layout);
         TiffFileReport const report = describeTiffFile(_path);
         EXPECT_EQ(0U, countDescriptors(_path));
@@ -40,7 +41,8 @@ TEST_F(TiffReport, TellsTheLayoutOfTheFile) {
             EXPECT_FALSE(report.bOwnFile);
             EXPECT_EQ(3U, report.nbDirectories);
             EXPECT_FALSE(report.bChainBroken);
-            EXPECT_EQ(0U, report.nbTiled + report.nbTurned + report.nbAnnouncedPlanes + report.nbMissingPlanes);
+            EXPECT_EQ(0U,
+                      report.nbTiled + report.nbTurned + report.nbAnnouncedPlanes + report.nbMissingPlanes);
         }
     }
 }
@@ -77,7 +79,8 @@ TEST_F(TiffReport, ReadsTheDirectoriesBeforeABreakOfTheirChain) {
     TiffFileReport const back = describe({greyDirectory(), circle});
     EXPECT_EQ(2U, back.nbDirectories);
     EXPECT_TRUE(back.bChainBroken);
-    TiffFileReport const unreadable = describe({greyDirectory(), greyDirectory().without(TIFFTAG_IMAGEWIDTH)});
+    TiffFileReport const unreadable =
+        describe({greyDirectory(), greyDirectory().without(TIFFTAG_IMAGEWIDTH)});
     EXPECT_EQ(1U, unreadable.nbDirectories);
     EXPECT_TRUE(unreadable.bChainBroken);
 }

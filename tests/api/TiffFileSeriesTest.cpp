@@ -43,8 +43,9 @@ Strings showGaps(TiffFileSeries const& series) {
 } // namespace
 
 TEST(TiffFileSeriesSelection, ComesInTheOrderOfTheNumbersWithDuplicatesAndGaps) {
-    TiffFileSeries const series = selectTiffFiles(
-        {"a10.tif", "a2.tif", "b1.tif", "a02.tif", "a5.tif", "a002.tif", "a10.tiff"}, "a<INDEX>.tif|a<INDEX>.tiff");
+    TiffFileSeries const series =
+        selectTiffFiles({"a10.tif", "a2.tif", "b1.tif", "a02.tif", "a5.tif", "a002.tif", "a10.tiff"},
+                        "a<INDEX>.tif|a<INDEX>.tiff");
     EXPECT_THAT(showFiles(series.files), ElementsAre("a2.tif 2", "a5.tif 5", "a10.tif 10"));
     EXPECT_THAT(showFiles(series.duplicates), ElementsAre("a02.tif 2", "a002.tif 2", "a10.tiff 10"));
     EXPECT_THAT(showGaps(series), ElementsAre("3 4", "6 9"));
@@ -64,7 +65,8 @@ TEST(TiffFileSeriesSelection, WithoutAKeywordHasTheOrderOfThePathsAndNoNumbers) 
 }
 
 TEST(TiffFileSeriesSelection, MatchesNamesWithTheirFolders) {
-    EXPECT_THAT(showFiles(selectTiffFiles({"s/a1.tif", "a2.tif"}, "s/a<INDEX>.tif").files), ElementsAre("s/a1.tif 1"));
+    EXPECT_THAT(showFiles(selectTiffFiles({"s/a1.tif", "a2.tif"}, "s/a<INDEX>.tif").files),
+                ElementsAre("s/a1.tif 1"));
 }
 
 TEST(TiffFileSeriesSelection, NamesTheFileWhoseNumberIsTooLarge) {
@@ -78,8 +80,9 @@ TEST(TiffFileSeriesSelection, NamesTheFileWhoseNumberIsTooLarge) {
 
 TEST(TiffFileSeriesSelection, RejectsAPatternOnlyWithANameToTry) {
     EXPECT_THAT(selectTiffFiles({}, "a<INDEX>|b").files, IsEmpty());
-    EXPECT_THAT(thrownText<image::file::VELMOImageFileException>([] { selectTiffFiles({"a1"}, "a<INDEX>|b"); }),
-                HasSubstr("a<INDEX>|b"));
+    EXPECT_THAT(
+        thrownText<image::file::VELMOImageFileException>([] { selectTiffFiles({"a1"}, "a<INDEX>|b"); }),
+        HasSubstr("a<INDEX>|b"));
 }
 
 TEST(TiffFilesFound, AreFilesAndLinksOfTheDirectoryItself) {

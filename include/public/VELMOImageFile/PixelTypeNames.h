@@ -11,7 +11,8 @@
 
 namespace velmo::image::file {
 
-// Names of pixel types and colours for people and for files that they write. Any number of calls may run at once.
+// Names of pixel types and colours for people and for files that they write. Any number of calls may run at
+// once.
 
 /// The name of a pixel type: "uint8", "int8", "uint16", "int16", "uint32", "int32", "real32", "binary",
 /// "label8", "label16" or "label32"; empty for eIBT_None and for values outside of the enumeration.

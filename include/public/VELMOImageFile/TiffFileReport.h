@@ -25,8 +25,8 @@ struct TiffFileReport {
     bool bChainBroken = false;
     /// Directories whose pixels are in tiles, which the library does not read.
     vlUInt64 nbTiled = 0;
-    /// Directories whose first row and column are not those of the top left corner of the displayed image. The
-    /// library reads rows and columns as they are stored.
+    /// Directories whose first row and column are not those of the top left corner of the displayed image.
+    /// The library reads rows and columns as they are stored.
     vlUInt64 nbTurned = 0;
 
     /// Planes that the ImageJ description announces; 0 where there is none, or its number cannot be used.

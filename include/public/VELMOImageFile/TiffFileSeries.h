@@ -12,8 +12,8 @@
 
 namespace velmo::image::file {
 
-/// The files that a pattern selects: those that the loads of folders read, in their order, and what is unusual
-/// about their numbers.
+/// The files that a pattern selects: those that the loads of folders read, in their order, and what is
+/// unusual about their numbers.
 struct TiffFileSeries {
     struct File {
         boost::filesystem::path path;
