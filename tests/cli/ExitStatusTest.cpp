@@ -20,10 +20,6 @@ struct CommandLines {
     Arguments wrong;
 };
 
-std::ostream& operator<<(std::ostream& os, CommandLines const& lines) {
-    return os << lines.name;
-}
-
 class ExitStatus : public SeriesFixture, public testing::WithParamInterface<CommandLines> {
   protected:
     void SetUp() override {

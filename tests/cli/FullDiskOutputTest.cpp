@@ -23,10 +23,6 @@ struct DiskOutput {
     Arguments (*createArguments)(std::string const& folder, std::string const& output);
 };
 
-std::ostream& operator<<(std::ostream& os, DiskOutput const& output) {
-    return os << output.name;
-}
-
 /// Bytes that no compression makes smaller.
 std::string createNoise(std::size_t nbBytes) {
     std::string bytes(nbBytes, '\0');

@@ -5,6 +5,9 @@
 
 namespace velmo::test {
 
+using testing::HasSubstr;
+using testing::Not;
+
 namespace {
 
 struct Pattern {
@@ -13,16 +16,12 @@ struct Pattern {
     char const* mistaken; ///< empty where there is nothing to warn of
 };
 
-std::ostream& operator<<(std::ostream& os, Pattern const& pattern) {
-    return os << pattern.name;
-}
-
 class Keyword : public SeriesFixture {};
 class MistakenKeyword : public SeriesFixture, public testing::WithParamInterface<Pattern> {};
 
-std::string warnOf(std::string const& mistaken, std::string const& pattern) {
-    return "velmo-image: warning: the keyword for a number is \"<INDEX>\", and \"" + mistaken + "\" in \"" +
-           pattern + "\" stands for its own letters\n";
+auto warnsOf(std::string const& mistaken, std::string const& pattern) {
+    return testing::AllOf(testing::StartsWith("velmo-image: warning: \"" + mistaken + '"'),
+                          testing::HasSubstr('"' + pattern + '"'), testing::HasSubstr("\"<INDEX>\"\n"));
 }
 
 } // namespace
@@ -32,9 +31,12 @@ TEST_P(MistakenKeyword, IsWarnedOfWhereNothingMatches) {
     std::string const mistaken = GetParam().mistaken;
     ToolResult const result = runTool({"match", pattern, "none"});
     EXPECT_EQ(1, result.status);
-    EXPECT_EQ((mistaken.empty() ? "" : warnOf(mistaken, pattern)) + "velmo-image: no name matches \"" +
-                  pattern + "\"\n",
-              result.err);
+    EXPECT_THAT(result.err, testing::EndsWith("velmo-image: no name matches \"" + pattern + "\"\n"));
+    if (mistaken.empty()) {
+        EXPECT_THAT(result.err, Not(HasSubstr("warning")));
+    } else {
+        EXPECT_THAT(result.err, warnsOf(mistaken, pattern));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Patterns, MistakenKeyword,
@@ -54,7 +56,7 @@ TEST_F(Keyword, AMistakenOneIsMatchedAsItIsSpelt) {
     ToolResult const result = runTool({"match", "a<INDEX", "a<INDEX", "a1"});
     EXPECT_EQ(0, result.status);
     EXPECT_EQ("a<INDEX\t-\n", result.out);
-    EXPECT_EQ(warnOf("<INDEX", "a<INDEX"), result.err);
+    EXPECT_THAT(result.err, warnsOf("<INDEX", "a<INDEX"));
 }
 
 TEST_F(Keyword, AMistakenOneIsWarnedOfByStackAndResample) {
@@ -65,10 +67,9 @@ TEST_F(Keyword, AMistakenOneIsWarnedOfByStackAndResample) {
                                                  path("out.raw"), "--size-z", "2"}}) {
         ToolResult const result = runTool(arguments);
         EXPECT_EQ(1, result.status);
-        EXPECT_EQ(warnOf("<INDEX", "a<INDEX.tif") + "velmo-image: no file in \"" + path("s") +
-                      "\" matches \"a<INDEX.tif\"; there is \"a1.tif\", and a number in a name is written "
-                      "<INDEX>\n",
-                  result.err);
+        EXPECT_THAT(result.err, warnsOf("<INDEX", "a<INDEX.tif"));
+        EXPECT_THAT(result.err, HasSubstr("no file in \"" + path("s") + "\" matches \"a<INDEX.tif\""));
+        EXPECT_THAT(result.err, HasSubstr("\"a1.tif\"; <INDEX>"));
     }
 }
 

@@ -22,7 +22,7 @@ MatchCommand::MatchCommand(CommandLine& line)
     options.addArgument(
         "PATTERN", _pattern,
         "Matches whole names: ? is any one byte, * any bytes, <INDEX> the digits of a number; "
-        "| separates patterns");
+        "| separates patterns; of duplicate numbers the first one found is used");
     options.addArguments("NAME", _names, "Names to match", true);
     _directoryOption =
         options.addOption("--directory", _directory, "Match the names of the files in DIRECTORY");
