@@ -10,17 +10,17 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-namespace {
-
-namespace fs = boost::filesystem;
-
 /// A file that does not hold what it announces, and what every command says of it.
 struct Damage {
     char const* name;
-    void (*write)(fs::path const& path);
+    void (*write)(boost::filesystem::path const& path);
     unsigned int nbChannels;
     std::string reason;
 };
+
+namespace {
+
+namespace fs = boost::filesystem;
 
 /// The file is the second one of a folder "s"; the first one is sound.
 class DamagedTiff : public CliTest, public testing::WithParamInterface<Damage> {

@@ -10,8 +10,6 @@
 
 namespace velmo::test {
 
-namespace {
-
 /// Lines of one command. Names of files are taken in the folder of the test.
 struct CommandLines {
     char const* name;
@@ -19,6 +17,8 @@ struct CommandLines {
     Arguments failed;
     Arguments wrong;
 };
+
+namespace {
 
 class ExitStatus : public SeriesFixture, public testing::WithParamInterface<CommandLines> {
   protected:

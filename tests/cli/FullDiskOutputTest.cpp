@@ -9,19 +9,19 @@
 
 namespace velmo::test {
 
-namespace {
-
-namespace fs = boost::filesystem;
-
-constexpr std::size_t g_diskSize = std::size_t{256} << 10;
-constexpr std::size_t g_pageSize = 4096;
-
 /// A command with an output on the disk, far larger than the disk where its pixels do not compress.
 struct DiskOutput {
     char const* name;
     std::string output;
     Arguments (*createArguments)(std::string const& folder, std::string const& output);
 };
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+constexpr std::size_t g_diskSize = std::size_t{256} << 10;
+constexpr std::size_t g_pageSize = 4096;
 
 /// Bytes that no compression makes smaller.
 std::string createNoise(std::size_t nbBytes) {

@@ -8,16 +8,16 @@ namespace velmo::test {
 using testing::HasSubstr;
 using testing::Not;
 
-namespace {
-
-struct Pattern {
+struct KeywordPattern {
     char const* name;
     char const* pattern;
     char const* mistaken; ///< empty where there is nothing to warn of
 };
 
+namespace {
+
 class Keyword : public SeriesFixture {};
-class MistakenKeyword : public SeriesFixture, public testing::WithParamInterface<Pattern> {};
+class MistakenKeyword : public SeriesFixture, public testing::WithParamInterface<KeywordPattern> {};
 
 auto warnsOf(std::string const& mistaken, std::string const& pattern) {
     return testing::AllOf(testing::StartsWith("velmo-image: warning: \"" + mistaken + '"'),
@@ -40,17 +40,17 @@ TEST_P(MistakenKeyword, IsWarnedOfWhereNothingMatches) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Patterns, MistakenKeyword,
-                         testing::Values(Pattern{"Unclosed", "a<INDEX", "<INDEX"},
-                                         Pattern{"UnclosedBeforeAnExtension", "a<INDEX.tif", "<INDEX"},
-                                         Pattern{"Shortened", "a<IND>", "<IND>"},
-                                         Pattern{"LowerCase", "a<index>.tif", "<index>"},
-                                         Pattern{"LongerWord", "a<INDEXES>b", "<INDEXES>"},
-                                         Pattern{"WithABlank", "a<INDEX >", "<INDEX"},
-                                         Pattern{"BehindARightOne", "a<INDEX>b<Index>", "<Index>"},
-                                         Pattern{"TheKeyword", "a<INDEX>.tif", ""},
-                                         Pattern{"AnotherWord", "a<in>", ""},
-                                         Pattern{"WithoutABracket", "INDEX>", ""}),
-                         getName<Pattern>);
+                         testing::Values(KeywordPattern{"Unclosed", "a<INDEX", "<INDEX"},
+                                         KeywordPattern{"UnclosedBeforeAnExtension", "a<INDEX.tif", "<INDEX"},
+                                         KeywordPattern{"Shortened", "a<IND>", "<IND>"},
+                                         KeywordPattern{"LowerCase", "a<index>.tif", "<index>"},
+                                         KeywordPattern{"LongerWord", "a<INDEXES>b", "<INDEXES>"},
+                                         KeywordPattern{"WithABlank", "a<INDEX >", "<INDEX"},
+                                         KeywordPattern{"BehindARightOne", "a<INDEX>b<Index>", "<Index>"},
+                                         KeywordPattern{"TheKeyword", "a<INDEX>.tif", ""},
+                                         KeywordPattern{"AnotherWord", "a<in>", ""},
+                                         KeywordPattern{"WithoutABracket", "INDEX>", ""}),
+                         getName<KeywordPattern>);
 
 TEST_F(Keyword, AMistakenOneIsMatchedAsItIsSpelt) {
     ToolResult const result = runTool({"match", "a<INDEX", "a<INDEX", "a1"});

@@ -9,8 +9,6 @@ namespace velmo::test {
 
 using testing::HasSubstr;
 
-namespace {
-
 struct Listing {
     char const* name;
     char const* pattern;
@@ -18,6 +16,8 @@ struct Listing {
     char const* lines;
     std::vector<std::string> warnings; ///< words of each, one warning a line
 };
+
+namespace {
 
 class Match : public CliTest {
   protected:

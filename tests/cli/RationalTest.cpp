@@ -23,6 +23,10 @@ struct Nearest {
     std::uint32_t denominator;
 };
 
+std::ostream& operator<<(std::ostream& os, Nearest const& nearest) {
+    return os << nearest.name;
+}
+
 class NearestRational : public testing::TestWithParam<Nearest> {};
 
 double getDistance(std::uint64_t numerator, std::uint64_t denominator, double value) {

@@ -13,6 +13,13 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
+/// A file whose planes can be read, and a word of the warning about it, if there is one.
+struct Suspect {
+    char const* name;
+    void (*write)(boost::filesystem::path const& path);
+    char const* warning;
+};
+
 namespace {
 
 class TiffInfo : public CliTest {
@@ -53,13 +60,6 @@ struct PixelType {
     std::uint16_t sampleFormat;
     char const* byDefault;
     char const* asLabel;
-};
-
-/// A file whose planes can be read, and a word of the warning about it, if there is one.
-struct Suspect {
-    char const* name;
-    void (*write)(boost::filesystem::path const& path);
-    char const* warning;
 };
 
 class TiffCheck : public TiffInfo, public testing::WithParamInterface<Suspect> {};

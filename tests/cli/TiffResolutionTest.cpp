@@ -78,6 +78,10 @@ struct Kind {
     }
 };
 
+std::ostream& operator<<(std::ostream& os, Kind const& kind) {
+    return os << kind.name;
+}
+
 using test::PageResolution;
 
 PageResolution const g_expected = {200000.0F / 13, 3.5F, RESUNIT_CENTIMETER};

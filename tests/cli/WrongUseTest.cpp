@@ -5,14 +5,15 @@
 
 namespace velmo::test {
 
-namespace {
-
 /// A command line that is wrong use, run in a folder with "in.raw" and "in.tif", and words of its message.
 struct WrongLine {
     std::string name;
     Arguments arguments;
     std::vector<std::string> words;
 };
+
+namespace {
+
 using WrongLines = std::vector<WrongLine>;
 
 class WrongUse : public CliTest, public testing::WithParamInterface<WrongLine> {};
@@ -25,10 +26,10 @@ std::string inQuotes(std::string const& text) {
 WrongLines forEachReader(WrongLines const& lines) {
     WrongLines all;
     for (WrongLine const& line : lines) {
-        all.push_back({line.name + "OfInfo", Arguments{"info", "in.raw"} + line.arguments, line.words});
-        for (char const* const command : {"convert", "preview"}) {
-            all.push_back({line.name + "Of" + command, Arguments{command, "in.raw", "out"} + line.arguments,
-                           line.words});
+        for (auto const& [name, command] : {std::pair("OfInfo", Arguments{"info", "in.raw"}),
+                                            {"OfConvert", {"convert", "in.raw", "out"}},
+                                            {"OfPreview", {"preview", "in.raw", "out"}}}) {
+            all.push_back({line.name + name, command + line.arguments, line.words});
         }
     }
     return all;
@@ -76,7 +77,9 @@ INSTANTIATE_TEST_SUITE_P(
         {"BeginningOfACommand", {"conv"}, {"\"conv\"", "did you mean convert?"}},
         {"OptionWithoutACommand", {"--vresion"}, {"\"--vresion\"", "did you mean --version?"}},
         {"OptionBeforeTheCommand", {"--json", "info", "a.tif"}, {"unknown option \"--json\"", "info --help"}},
-        {"MisspeltOption", {"info", "--jsn", "x"}, {"\"--jsn\" of info, did you mean --json?", "info --help"}},
+        {"MisspeltOption",
+         {"info", "--jsn", "x"},
+         {"\"--jsn\" of info, did you mean --json?", "info --help"}},
         {"MisspeltOptionWithAValue",
          {"convert", "a", "b", "--compresion", "lzw"},
          {"\"--compresion\" of convert, did you mean --compression?", "see velmo-image convert --help\n"}},
@@ -104,13 +107,19 @@ INSTANTIATE_TEST_SUITE_P(
          {"either names or --directory"}},
 
         {"SizeOfATiffInput", g_convert + Arguments{"--size", "2,1"}, {"--size", "raw inputs"}},
-        {"ByteOrderOfATiffInput", g_convert + Arguments{"--byte-order", "big"}, {"--byte-order", "raw inputs"}},
-        {"DirectoriesOfARawInput", g_convertRaw + Arguments{"--directories", "t"}, {"--directories", "TIFF inputs"}},
+        {"ByteOrderOfATiffInput",
+         g_convert + Arguments{"--byte-order", "big"},
+         {"--byte-order", "raw inputs"}},
+        {"DirectoriesOfARawInput",
+         g_convertRaw + Arguments{"--directories", "t"},
+         {"--directories", "TIFF inputs"}},
         {"PixelsOfARawInput", g_convertRaw + Arguments{"--pixels", "label"}, {"--pixels", "TIFF inputs"}},
         wrongOption("UnknownDirectories", g_convert, "--directories", "c", "z, t"),
         wrongOption("UnknownPixels", g_convert, "--pixels", "labels", "default, binary, label"),
         wrongOption("UnknownCompression", g_toTiff, "--compression", "zip", "none, lzw, deflate"),
-        {"CompressionOfRaw", g_convert + Arguments{"--compression", "lzw"}, {"--compression", "TIFF outputs"}},
+        {"CompressionOfRaw",
+         g_convert + Arguments{"--compression", "lzw"},
+         {"--compression", "TIFF outputs"}},
         {"HeaderOfTiff", g_toTiff + Arguments{"--header", "h"}, {"--header", "raw outputs"}},
 
         {"NoOutputOfStack", {"stack", "s", "*"}, {"OUTPUT is required"}},
@@ -121,7 +130,9 @@ INSTANTIATE_TEST_SUITE_P(
         wrongOption("CompressionOfStack", g_stack, "--compression", "jpeg", "none, lzw, deflate"),
         wrongOption("FormatOfStack", g_stack, "--output-format", "png", "raw, tiff"),
         {"HeaderOfStackedTiff", g_stack + Arguments{"--header", "h"}, {"--header", "raw outputs"}},
-        {"StackToRaw", {"stack", "s", "*", "out.raw", "--compression", "lzw"}, {"--compression", "TIFF outputs"}},
+        {"StackToRaw",
+         {"stack", "s", "*", "out.raw", "--compression", "lzw"},
+         {"--compression", "TIFF outputs"}},
         {"StackToIm6", {"stack", "s", "*", "out.im6"}, {"out.im6", "Im6 files can only be read"}},
 
         {"NoSizeZ", g_unsized, {"--size-z is required", "DIRECTORY PATTERN ZSTEPS OUTPUT"}},

@@ -14,6 +14,12 @@
 
 namespace velmo::test {
 
+struct BadLine {
+    char const* name;
+    std::string text;
+    int line;
+};
+
 namespace {
 
 class ZSteps : public Resample {
@@ -42,12 +48,6 @@ class InputPipe {
 
   private:
     int _descriptor;
-};
-
-struct BadLine {
-    char const* name;
-    std::string text;
-    int line;
 };
 
 class ZStepsBadLine : public Resample, public testing::WithParamInterface<BadLine> {};
