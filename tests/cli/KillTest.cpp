@@ -168,9 +168,8 @@ TEST_F(UnfinishedOutput, IsNoPartOfAStack) {
     for (char const* const name : {"1.tif", "2.tif", g_unfinished}) {
         writeTiff(_folder / "s" / name, {page});
     }
-    expectFailure(runTool({"stack", path("s"), "*", path("out.raw")}), 1,
-                  "cannot read \"" + path("s") + '/' + g_unfinished +
-                      "\": it is an unfinished output of velmo-image, which \"*\" matches");
+    expectFailure(runTool({"stack", path("s"), "*", path("out.raw")}), 1, path("s") + '/' + g_unfinished,
+                  "unfinished output", "\"*\"");
     expectDone(runTool({"stack", path("s"), "*.tif", path("out.raw")}));
     EXPECT_EQ("abcdefabcdef", read("out.raw"));
 }

@@ -3,10 +3,8 @@
 
 #pragma once
 
-#include "CliFixture.h"
+#include "InfoEntries.h"
 #include "TiffSample.h"
-
-#include <nlohmann/json.hpp>
 
 namespace velmo::test {
 
@@ -30,22 +28,18 @@ class SeriesFixture : public CliTest {
         writeTiff(_folder / "s" / name, pages);
     }
 
-    nlohmann::json describe(std::string const& name) const {
-        ToolResult const result = runTool({"info", "--json", path(name)});
-        expectDone(result);
-        return nlohmann::json::parse(result.out).at("files").at(0);
-    }
+    nlohmann::json describe(std::string const& name) const { return test::describe({path(name)}); }
 
     /// A failure with these words, once, that leaves no output, or an earlier one as it was.
-    void expectNoOutput(Arguments const& arguments, std::string const& message, int status = 1) const {
+    template <class... Words>
+    void expectNoOutput(Arguments const& arguments, int status, Words const&... words) const {
         std::vector<std::string> const names = list();
-        expectFailure(runTool(arguments), status, message);
+        expectFailure(runTool(arguments), status, words...);
         EXPECT_EQ(names, list());
         create("earlier.raw", "earlier");
         Arguments again = arguments + Arguments{"--overwrite"};
         std::replace(again.begin(), again.end(), path("out.raw"), path("earlier.raw"));
-        ToolResult const result = runTool(again);
-        EXPECT_EQ(status, result.status);
+        EXPECT_EQ(status, runTool(again).status);
         EXPECT_EQ("earlier", read("earlier.raw"));
         boost::filesystem::remove(_folder / "earlier.raw");
         EXPECT_EQ(names, list());

@@ -7,6 +7,8 @@
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/DistributedImage.h>
 #include <VELMOImageFile/Export.h>
+#include <VELMOImageFile/TiffFileReport.h>
+#include <VELMOImageFile/TiffFileSeries.h>
 #include <VELMOImageFile/TiffImageFileOptions.h>
 #include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/path.hpp>

@@ -4,20 +4,16 @@
 #include "Tiff/files/TiffFolderImage.h"
 
 #include "Frame/FailureText.h"
-#include "Patterns/FilePatterns.h"
 #include "Tiff/files/TiffOptions.h"
 #include "Tiff/handle/TiffStream.h"
 
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/SubImageExtractor.h>
+#include <VELMOImageFile/TiffFileSeries.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOUtil/CheckedArithmetic.h>
-#include <algorithm>
-#include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
-#include <map>
-#include <optional>
 
 namespace velmo::image::file {
 
@@ -25,24 +21,6 @@ namespace {
 
 namespace fs = boost::filesystem;
 using Message = eTiffImageFileMessage;
-
-/// Calls `take(path, index)` for each file whose name matches.
-template <class Take>
-void scan(fs::path const& directory, std::string const& pattern, Take const& take) {
-    std::optional<FilePatterns> patterns; // a directory without files refuses no pattern
-    for (fs::directory_entry const& entry : fs::directory_iterator(directory)) {
-        if (fs::status(entry.path()).type() == fs::directory_file) {
-            continue;
-        }
-        if (!patterns) {
-            patterns.emplace(pattern);
-        }
-        vlUInt64 index = 0;
-        if (patterns->test(entry.path().filename().string(), index)) {
-            take(entry.path(), index);
-        }
-    }
-}
 
 bool lacksHandle(std::error_code const& error) {
     return error == std::errc::too_many_files_open || error == std::errc::too_many_files_open_in_system;
@@ -52,16 +30,8 @@ bool lacksHandle(std::error_code const& error) {
 
 std::vector<fs::path> findTiffFilesInDirectory(fs::path const& directory, std::string const& pattern) {
     std::vector<fs::path> paths;
-    if (pattern.find(g_indexKeyword) != std::string::npos) {
-        std::map<vlUInt64, fs::path> byIndex;
-        scan(directory, pattern, [&](fs::path const& path, vlUInt64 index) { byIndex.emplace(index, path); });
-        for (auto const& [index, path] : byIndex) {
-            paths.push_back(path);
-        }
-    } else {
-        scan(directory, pattern, [&](fs::path const& path, vlUInt64 /*index*/) { paths.push_back(path); });
-        std::sort(paths.begin(), paths.end(),
-                  [](fs::path const& left, fs::path const& right) { return left.compare(right) < 0; });
+    for (TiffFileSeries::File const& file : findTiffFiles(directory, pattern).files) {
+        paths.push_back(file.path);
     }
     return paths;
 }

@@ -240,6 +240,10 @@ std::string getTiffFailure(TIFF* pTiff) {
     return text;
 }
 
+std::error_code TiffStream::getMissedError() const {
+    return _bMemoryRefused ? std::make_error_code(std::errc::not_enough_memory) : _readError;
+}
+
 vlUInt64 TiffStream::getSize() const {
     struct stat status = {};
     vlUInt64 const size = fstat(_descriptor, &status) == 0 ? static_cast<vlUInt64>(status.st_size) : 0;

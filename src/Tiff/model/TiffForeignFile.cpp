@@ -20,9 +20,6 @@ namespace {
 using Message = eTiffImageFileMessage;
 using Check = eImageFileCheckMessage;
 
-/// Larger numbers were negative in the description.
-constexpr vlUInt64 g_largestAnnouncement = NumericLimits<int>::s_max;
-
 char const* getName(eTiffBufferMode bufferMode) {
     switch (bufferMode) {
     case eTBM_Binary:
@@ -149,10 +146,8 @@ BoolResult TiffForeignFile::countPlanes() {
         warnOfStoredPlanes(nbDirectories);
         return success();
     }
-    // Behind a break there were directories, so that the first one is not that of a stack.
-    bool const bFurtherPlanes =
-        nbAnnounced > nbDirectories && nbAnnounced <= g_largestAnnouncement && !directories.isBroken();
-    return bFurtherPlanes ? findFurtherPlanes(nbAnnounced, nbDirectories) : walkDirectories();
+    auto const further = findFurtherPlanes(_pTiff, nbAnnounced, directories);
+    return further ? takeFurtherPlanes(nbAnnounced, *further) : walkDirectories();
 }
 
 /// What of planes that are read as they lie in the file will not be the pixels of the file.
@@ -179,17 +174,15 @@ void TiffForeignFile::warnOfStoredPlanes(vlUInt64 nbDirectories) const {
 }
 
 /// Planes that a description announces beyond the directories are those of a stack of one directory.
-BoolResult TiffForeignFile::findFurtherPlanes(vlUInt64 nbAnnounced, vlUInt64 nbDirectories) {
-    bool const bOneDirectory = nbDirectories == 1;
-    auto const nbStacked = bOneDirectory ? countStackPlanes(_pTiff) : std::nullopt;
+BoolResult TiffForeignFile::takeFurtherPlanes(vlUInt64 nbAnnounced, FurtherPlanes const& further) {
     BoolResult result = success();
-    if (bOneDirectory && !nbStacked) {
+    if (further.nbHeld == 1 && !further.nbStacked) {
         result = acceptDamage(VELMO_HERE, Check::eIFCM_PlanesNotLocated, nbAnnounced, _path.string());
-    } else if (nbStacked.value_or(nbDirectories) < nbAnnounced) {
-        result = acceptDamage(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(),
-                              nbStacked.value_or(nbDirectories));
+    } else if (further.nbHeld < nbAnnounced) {
+        result =
+            acceptDamage(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(), further.nbHeld);
     }
-    if (result && !nbStacked) {
+    if (result && !further.nbStacked) {
         return walkDirectories();
     }
     _walk.nbPlanes = nbAnnounced;

@@ -68,7 +68,7 @@ void requireWritableTarget(fs::path const& target, bool bOverwrite) {
         throw WorkFailure("cannot write " + quoted(target.string()) + ": it is a directory");
     }
     if (type == fs::regular_file && !bOverwrite) {
-        throw WorkFailure(quoted(target.string()) + " exists already; --overwrite replaces it");
+        throw WorkFailure(quoted(target.string()) + " already exists; --overwrite replaces it");
     }
 }
 

@@ -17,9 +17,7 @@ namespace velmo::image::file {
 
 class TiffImageFile;
 
-/// The files of a directory, folders left out, whose names match the patterns: in the order of their numbers
-/// where the patterns read one, else in lexicographic order. Of files with equal numbers one stays. What the
-/// file system or a pattern refuses is thrown as it comes.
+/// The paths of the files that `findTiffFiles` selects.
 std::vector<boost::filesystem::path> findTiffFilesInDirectory(boost::filesystem::path const& directory,
                                                               std::string const& pattern);
 

@@ -56,6 +56,8 @@ class TiffStream {
     bool wasMemoryRefused() const { return _bMemoryRefused; }
     /// Errors and warnings of libtiff about this handle.
     vlUInt64 countMessages() const { return _nbMessages; }
+    /// Why libtiff did not see all of the directories that it was to read; no error where it did.
+    std::error_code getMissedError() const;
     /// Why the system refused the last write, no error where it did not.
     std::error_code const& getWriteError() const { return _writeError; }
     /// As many bytes as the file takes.

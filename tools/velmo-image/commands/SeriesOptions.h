@@ -3,38 +3,34 @@
 
 #pragma once
 
-#include "input/FileSeries.h"
-
 #include <VELMOImageFile/TiffImageFileTypes.h>
-
-namespace CLI {
-class App;
-}
+#include <boost/filesystem/path.hpp>
 
 namespace velmo::tool {
 
+class CommandOptions;
 class OutputOptions;
 
 /// The files of a directory that become one image, and the options that say how they are read.
 class SeriesOptions {
   public:
-    /// Adds the positionals DIRECTORY and PATTERN as well. The options write into this object, which must
+    /// Adds the arguments DIRECTORY and PATTERN as well. The options write into this object, which must
     /// outlive the parsing.
-    void addTo(CLI::App& app);
+    void addTo(CommandOptions& options);
 
     std::string const& getDirectory() const { return _directory; }
     std::string const& getPattern() const { return _pattern; }
     /// Throws WrongUse where the option has no such value.
     image::file::eTiffBufferMode getBufferMode() const;
 
-    /// Throws where no file matches, where the output, its header or a file that a run of the tool has not
-    /// finished is one of the files, where the output cannot be written, and for equal and missing numbers if
-    /// that was asked for; else these are warnings, as is an output that would be found with the files.
+    /// Throws where no file matches, where one of the files is the output, its header or an unfinished output
+    /// of the tool, and where the output cannot be written. Duplicate and missing numbers are errors with
+    /// --strict and warnings without it. An output that a later run would read as input is a warning.
     void check(OutputOptions const& output) const;
     [[noreturn]] void failWithoutMatch() const;
 
   private:
-    void requireFinished(std::string const& name) const;
+    void requireFinished(boost::filesystem::path const& file) const;
     bool isLaterFound(boost::filesystem::path const& outputFile) const;
 
     std::string _directory;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "output/ByteSwap.h"
+#include "input/ByteSwap.h"
 
 #include <cstdint>
 #include <cstring>

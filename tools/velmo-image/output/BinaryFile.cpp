@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "input/BinaryFile.h"
+#include "output/BinaryFile.h"
 
 #include "terminal/Failure.h"
 
