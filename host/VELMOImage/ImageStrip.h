@@ -4,7 +4,9 @@
 #pragma once
 
 #include "VELMOImage/BaseImage.h"
-#include "VELMOUtil/PageBuffer.h"
+
+#include <cstddef>
+#include <memory>
 
 namespace velmo::image {
 
@@ -24,7 +26,7 @@ class VELMO_HOST_EXPORT BaseBlockBuffer {
 
   private:
     friend class BaseImageYStrip2d;
-    PageBuffer _own;
+    std::shared_ptr<std::byte> _pOwn;
     void* _pData = nullptr;
 };
 

@@ -4,7 +4,9 @@
 #pragma once
 
 #include "VELMOImage/BaseImage.h"
-#include "VELMOUtil/PageBuffer.h"
+
+#include <cstddef>
+#include <memory>
 
 namespace velmo::image {
 
@@ -17,9 +19,9 @@ class VELMO_HOST_EXPORT MemoryImage : public BaseImage {
     BoolResult init(BaseImageGeometry const& geometry) override;
 
     /// The first pixel of the first plane; null for an image without bytes.
-    void* getDataPtr() { return _pixels.getData(); }
+    void* getDataPtr() { return _pPixels.get(); }
     /// The same for reading.
-    void const* getDataPtr() const { return _pixels.getData(); }
+    void const* getDataPtr() const { return _pPixels.get(); }
 
   private:
     BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
@@ -28,7 +30,7 @@ class VELMO_HOST_EXPORT MemoryImage : public BaseImage {
                                   void const* buffer) override;
     void* accessPlanDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t) const override;
 
-    PageBuffer _pixels;
+    std::shared_ptr<std::byte> _pPixels; ///< the first byte; co-owns the allocation
 };
 
 } // namespace velmo::image

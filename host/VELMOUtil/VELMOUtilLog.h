@@ -12,10 +12,8 @@ namespace velmo {
 struct eVELMOUtilErrors {
     /// With the arguments of each text.
     enum domain {
-        eVUE_CopyNotSupported = 3,   ///< class name
-        eVUE_CopyFromOtherClass = 4, ///< class name of the target, class name of the source
-        eVUE_PipeWithoutWriter = 5,  ///< seconds
-        eVUE_StreamTooLong = 6       ///< bytes
+        eVUE_CopyNotSupported = 3,  ///< class name
+        eVUE_CopyFromOtherClass = 4 ///< class name of the target, class name of the source
     };
 };
 

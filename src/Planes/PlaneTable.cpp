@@ -3,8 +3,8 @@
 
 #include "Planes/PlaneTable.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImage/ImageGeometry.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 
 namespace velmo::image::file {
 

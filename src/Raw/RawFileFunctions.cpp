@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
-#include <VELMOUtil/ReplacedFile.h>
 
 #include "Frame/FailureText.h"
 #include "Frame/FormatFamily.h"
@@ -73,8 +73,8 @@ class SavedRawFile : public RawImageFile {
 };
 
 BoolResult createTarget(ReplacedFile& file, boost::filesystem::path const& path) {
-    BoolResult const created = file.create();
-    return created ? created
+    SystemResult const created = file.create();
+    return created ? success()
                    : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created.getMessage());
 }
 
@@ -130,7 +130,7 @@ void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& 
     failure.require(pAccessor->create(image->getGeometry(), options.fileHeader));
     copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);
     failure.require(pAccessor->close());
-    failure.require(file.commit());
+    failure.require(toBoolResult(file.commit()));
 }
 
 template VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path,

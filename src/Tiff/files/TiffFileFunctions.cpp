@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
-#include <VELMOUtil/ReplacedFile.h>
 
 #include "Frame/FailureText.h"
 #include "Frame/FormatFamily.h"
@@ -15,11 +15,11 @@
 #include "Tiff/model/TiffPlausibility.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageStrip.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 
 namespace velmo::image::file {
 
@@ -318,9 +318,9 @@ void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const&
         return;
     }
     ReplacedFile file(path);
-    failure.require(file.create());
+    failure.require(toBoolResult(file.create()));
     saveAndClose(file.getPath(), image, options.compression, failure.writingTo(file));
-    failure.require(file.commit());
+    failure.require(toBoolResult(file.commit()));
 }
 
 } // namespace velmo::image::file

@@ -8,11 +8,11 @@
 #include "Tiff/files/TiffOptions.h"
 #include "Tiff/handle/TiffStream.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/SubImageExtractor.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>

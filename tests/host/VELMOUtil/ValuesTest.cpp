@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOUtil/BoolResult.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <VELMOUtil/LastError.h>
 #include <VELMOUtil/Types.h>
 

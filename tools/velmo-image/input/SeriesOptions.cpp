@@ -10,7 +10,7 @@
 #include "terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
-#include <VELMOUtil/ReplacedFile.h>
+#include <VELMOBase/ReplacedFile.h>
 
 namespace velmo::tool {
 

@@ -6,7 +6,7 @@
 #include "Tiff/handle/TiffStrips.h"
 #include "Tiff/planes/PlaneContext.h"
 
-#include <VELMOUtil/PageBuffer.h>
+#include <VELMOBase/PageBuffer.h>
 #include <cstddef>
 #include <optional>
 #include <string>
