@@ -16,6 +16,7 @@ set(VELMO_SANITIZE "" CACHE STRING "Sanitizers for everything: 'address' (with u
 list(APPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
 include(VelmoWarnings)
 include(VelmoSanitizers)
+include(VelmoPrecompile)
 include(VelmoInstall)
 
 # What base and host need.

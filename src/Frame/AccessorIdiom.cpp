@@ -3,6 +3,8 @@
 
 #include "Frame/AccessorIdiom.h"
 
+#include "Frame/GeometryCopy.h"
+
 #include <VELMOImage/ImageAccessor.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImage/VELMOImageLog.h>
@@ -22,7 +24,7 @@ void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor
 }
 
 KeptArguments::KeptArguments(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry)
-    : path(givenPath), pGeometry(duplicateGeometry(givenGeometry)) {}
+    : path(givenPath), pGeometry(copyGeometry(givenGeometry)) {}
 
 ClearUnlessKept::~ClearUnlessKept() {
     if (_pAccessor != nullptr) {

@@ -1,12 +1,13 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
 
 #include "Frame/FailureText.h"
 #include "Frame/FormatFamily.h"
+#include "Frame/GeometryCopy.h"
 
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
@@ -111,7 +112,7 @@ DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& p
                                                 DistributedImage const& model,
                                                 eImageBufferType const& bufferType, vlUInt64 dataStartOffset,
                                                 bool defaultDispatch) {
-    ImageGeometryPtr const pGeometry = duplicateGeometry(model.getGeometry());
+    ImageGeometryPtr const pGeometry = copyGeometry(model.getGeometry());
     pGeometry->setBufferType(bufferType);
     return loadDistributed(path, *pGeometry, dataStartOffset, defaultDispatch,
                            FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));

@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 
 #include "Frame/FailureText.h"
@@ -16,6 +15,7 @@
 #include "Tiff/planes/TiffPlaneAccess.h"
 
 #include <VELMOBase/CheckedArithmetic.h>
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageStrip.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
@@ -268,7 +268,8 @@ void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const&
     FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
     requireSource(image, path, failure);
     saveTiffCpuImageFile(path, toCpuImage(image), compression, eTiffPolicy::Plain, failure);
-    if (image->getGeometry().getNbPlans() == 0) {
+    BaseImageGeometry const& geometry = image->getGeometry();
+    if (geometry.getSizeZ() == 0 || geometry.getSizeC() == 0 || geometry.getSizeT() == 0) {
         warn(VELMO_HERE, Check::eIFCM_ImageWithoutPixels);
     }
 }

@@ -4,6 +4,7 @@
 #include "Tiff/files/TiffFolderImage.h"
 
 #include "Frame/FailureText.h"
+#include "Frame/GeometryCopy.h"
 #include "Patterns/FilePatterns.h"
 #include "Tiff/files/TiffOptions.h"
 #include "Tiff/handle/TiffStream.h"
@@ -108,7 +109,7 @@ void TiffFolderImage::compare(eRule rule) {
         FilePtr const pFile = openToCompare(path, userProperties);
         BaseImageGeometry const& geometry = pFile->getGeometry();
         if (!_pReference) {
-            _pReference = duplicateGeometry(geometry);
+            _pReference = copyGeometry(geometry);
             _userProperties = userProperties;
             _pCalibration = pFile->getGeometricCalibrationConstPtr();
         }
