@@ -10,17 +10,17 @@
 
 namespace velmo::image {
 
-/// Pixels in one contiguous allocation, planes in (t, c, z) order. From 4 MiB up it asks the kernel for huge
-/// pages. `init` refuses, with both figures in its message, an image larger than the memory at hand.
+/// An image in one contiguous allocation, planes in (t, c, z) order. From 4 MiB it requests huge pages from
+/// the kernel. `init` rejects an image that is larger than the available memory; the message has both sizes.
 class VELMO_HOST_EXPORT MemoryImage : public BaseImage {
   public:
     MemoryImage() = default;
 
     BoolResult init(BaseImageGeometry const& geometry) override;
 
-    /// The first pixel of the first plane; null for an image without bytes.
+    /// The first pixel of the first plane; null for an empty image.
     void* getDataPtr() { return _pPixels.get(); }
-    /// The same for reading.
+    /// Same, read-only.
     void const* getDataPtr() const { return _pPixels.get(); }
 
   private:
