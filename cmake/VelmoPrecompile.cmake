@@ -1,5 +1,5 @@
-# velmo_precompile(TARGET): the headers of Boost, log4cplus and the standard library that most sources include are
-# compiled once for the target. Off for a compiler cache, which could not reuse what was compiled with them.
+# velmo_precompile(TARGET [header...]): headers of Boost, log4cplus and the standard library that most sources include are
+# compiled once for the target, with the ones given. Off for a compiler cache, which cannot cache such sources.
 set(velmo_precompile_default ON)
 if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache")
   set(velmo_precompile_default OFF)
@@ -9,6 +9,6 @@ function(velmo_precompile target)
   if(VELMO_PRECOMPILE)
     target_precompile_headers(${target} PRIVATE
       <boost/filesystem/operations.hpp> <boost/make_shared.hpp> <log4cplus/logger.h>
-      <algorithm> <functional> <map> <memory> <optional> <sstream> <string> <vector>)
+      <algorithm> <functional> <map> <memory> <optional> <sstream> <string> <vector> ${ARGN})
   endif()
 endfunction()
