@@ -53,7 +53,7 @@ struct LibraryLoad {
     bool const _bTiffHandlerMutex = buildMutex<TiffHandlerMutex>();
     DynamicRegistrator<TiffImageFile> const _tiffRegistrator;
     bool const _bTiffMessages = registerMessages<eTiffImageFileMessage>();
-    bool const _bSoftware = !VelmoSoftware::get().empty();
+    std::string const& _software = VelmoSoftware::get();
     bool const _bUtilsMessages = registerMessages<eImageFileUtilsMessage>();
     DynamicRegistrator<CheckedTiffImageFile> const _checkedTiffRegistrator;
     bool const _bCheckMessages = registerMessages<eImageFileCheckMessage>();

@@ -164,22 +164,12 @@ BoolResult Im6ImageFile::write(BaseOArchive& archive) const {
 }
 
 BoolResult Im6ImageFile::read(BaseIArchive& archive) {
-    ClearUnlessKept unlessOpened(*this);
-    BoolResult result = BaseDiskImageAccessor::read(archive);
-    if (!result) {
-        return result;
-    }
-    readClassVersion(archive, getClassName(), getVersion(), VELMO_HERE);
-    clearDerived();
-    if (!isInit()) {
-        return success();
-    }
-    boost::filesystem::path const path(getFilePath());
-    result = openFileInternal(path, getAccessMode(), hasSharedRemoteAccess());
-    if (result) {
-        unlessOpened.keep();
-    }
-    return result;
+    return readAccessor(
+        *this, archive, VELMO_HERE, [] {},
+        [this] {
+            boost::filesystem::path const path(getFilePath()); // the opening replaces the accessor's own
+            return openFileInternal(path, getAccessMode(), hasSharedRemoteAccess());
+        });
 }
 
 } // namespace velmo::image::file

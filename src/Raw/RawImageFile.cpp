@@ -160,24 +160,18 @@ BoolResult RawImageFile::write(BaseOArchive& archive) const {
 }
 
 BoolResult RawImageFile::read(BaseIArchive& archive) {
-    ClearUnlessKept unlessOpened(*this);
-    BoolResult result = BaseDiskImageAccessor::read(archive);
-    if (!result) {
-        return result;
-    }
-    readClassVersion(archive, getClassName(), getVersion(), VELMO_HERE);
-    clearDerived();
-    if (!isInit()) {
-        return success();
-    }
     vlUInt64 dataStartOffset = 0;
-    archive >> iItem("dataStartOffset", dataStartOffset);
-    result = openFileInternal(getFilePath(), getAccessMode(), dataStartOffset, getGeometry(),
-                              hasSharedRemoteAccess());
-    if (result) {
-        unlessOpened.keep();
-    }
-    return result;
+    return readAccessor(
+        *this, archive, VELMO_HERE,
+        [&] {
+            if (isInit()) {
+                archive >> iItem("dataStartOffset", dataStartOffset);
+            }
+        },
+        [&] {
+            return openFileInternal(getFilePath(), getAccessMode(), dataStartOffset, getGeometry(),
+                                    hasSharedRemoteAccess());
+        });
 }
 
 } // namespace velmo::image::file

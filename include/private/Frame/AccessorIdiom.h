@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <VELMOImage/ImageAccessor.h>
+#include <VELMOSerialization/ClassVersion.h>
 #include <VELMOUtil/GuardedRaise.h>
 #include <boost/filesystem/path.hpp>
 #include <boost/make_shared.hpp>
@@ -12,9 +14,6 @@
 #include <string>
 
 namespace velmo::image {
-
-class BaseImageAccessor;
-class BaseImageGeometry;
 
 namespace file {
 
@@ -66,6 +65,30 @@ class ClearUnlessKept {
   private:
     BaseImageAccessor* _pAccessor;
 };
+
+/// The `read` of an accessor: what the base stored, the class version, fields of the class by `readFields`,
+/// and, where the record is of an initialised accessor, `open`, which opens its file again. After a failure
+/// the accessor is cleared.
+template <class Accessor, class ReadFields, class Open>
+BoolResult readAccessor(Accessor& accessor, BaseIArchive& archive, RaiseSite const& site,
+                        ReadFields const& readFields, Open const& open) {
+    ClearUnlessKept unlessOpened(accessor);
+    BoolResult result = accessor.BaseDiskImageAccessor::read(archive);
+    if (!result) {
+        return result;
+    }
+    readClassVersion(archive, accessor.getClassName(), accessor.getVersion(), site);
+    accessor.clearDerived();
+    readFields();
+    if (!accessor.isInit()) {
+        return success();
+    }
+    result = open();
+    if (result) {
+        unlessOpened.keep();
+    }
+    return result;
+}
 
 } // namespace file
 } // namespace velmo::image

@@ -7,6 +7,8 @@
 
 #include <VELMOBase/SystemResult.h>
 #include <VELMOUtil/Failures.h>
+#include <boost/filesystem/path.hpp>
+#include <exception>
 #include <string>
 
 namespace velmo::image::file {
@@ -38,6 +40,19 @@ void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
 /// The outcome of a step of the system: a failure has the system's text.
 inline BoolResult toBoolResult(SystemResult const& result) {
     return BoolResult(static_cast<bool>(result), result.getMessage());
+}
+
+/// Runs a step. An exception becomes a failure with message `id`, whose arguments are the path and the
+/// exception's text.
+template <class Domain, class Step>
+BoolResult failOnException(Domain id, boost::filesystem::path const& path, Step const& step) {
+    try {
+        return step();
+    } catch (std::exception const& exception) {
+        return fail(id, path.string(), exception.what());
+    } catch (...) {
+        return fail(id, path.string(), "Unknown exception");
+    }
 }
 
 /// Runs steps in their order until one fails.

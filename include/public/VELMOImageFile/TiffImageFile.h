@@ -125,6 +125,7 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
     BoolResult createFileInternal(boost::filesystem::path const& filePath,
                                   BaseImageGeometry const& imageGeometry,
                                   GeometricCalibrationConstPtr const& pGeometricCalibration);
+    BoolResult openAgain();
 
     mutable TIFF* _pTiff = nullptr; ///< owned; null without a file, and once a failure closed it
     eTiffPolicy _policy;

@@ -149,31 +149,25 @@ BoolResult TiffImageFile::write(BaseOArchive& archive) const {
     return result;
 }
 
-BoolResult TiffImageFile::read(BaseIArchive& archive) {
-    ClearUnlessKept unlessOpened(*this);
-    BoolResult result = BaseDiskImageAccessor::read(archive);
-    if (!result) {
-        return result;
-    }
-    readClassVersion(archive, getClassName(), getVersion(), VELMO_HERE);
-    clearDerived();
-    archive >> iItem("_tiffDirectoryMode", _tiffDirectoryMode) >> iItem("_tiffBufferMode", _tiffBufferMode);
-    if (!isInit()) {
-        return success();
-    }
+BoolResult TiffImageFile::openAgain() {
     boost::filesystem::path const path(getFilePath());
     if (getAccessMode() != eIAM_ReadOnly && recreatesMissingFiles(_policy) && isMissing(path)) {
         warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_FileMadeAnew, path.string());
-        result = createFileInternal(path, getGeometry(), getGeometricCalibrationConstPtr());
-    } else {
-        std::string userProperties;
-        result = openFileInternal(path, getAccessMode(), _tiffDirectoryMode, _tiffBufferMode, userProperties,
-                                  hasSharedRemoteAccess());
+        return createFileInternal(path, getGeometry(), getGeometricCalibrationConstPtr());
     }
-    if (result) {
-        unlessOpened.keep();
-    }
-    return result;
+    std::string userProperties;
+    return openFileInternal(path, getAccessMode(), _tiffDirectoryMode, _tiffBufferMode, userProperties,
+                            hasSharedRemoteAccess());
+}
+
+BoolResult TiffImageFile::read(BaseIArchive& archive) {
+    return readAccessor(
+        *this, archive, VELMO_HERE,
+        [&] {
+            archive >> iItem("_tiffDirectoryMode", _tiffDirectoryMode) >>
+                iItem("_tiffBufferMode", _tiffBufferMode);
+        },
+        [this] { return openAgain(); });
 }
 
 } // namespace velmo::image::file

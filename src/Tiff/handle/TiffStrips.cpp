@@ -38,14 +38,6 @@ std::uint32_t toStripNumber(vlUInt64 strip) {
     return static_cast<std::uint32_t>(std::min<vlUInt64>(strip, NumericLimits<std::uint32_t>::s_max));
 }
 
-vlUInt64 getOffset(TIFF* pTiff, vlUInt64 strip) {
-    return TIFFGetStrileOffset(pTiff, toStripNumber(strip));
-}
-
-vlUInt64 getByteCount(TIFF* pTiff, vlUInt64 strip) {
-    return TIFFGetStrileByteCount(pTiff, toStripNumber(strip));
-}
-
 /// libtiff estimates the size of a single strip that the file does not tell, by what lies behind it; to write
 /// as much would overwrite that.
 bool hasEstimatedByteCount(TIFF* pTiff) {
@@ -53,7 +45,7 @@ bool hasEstimatedByteCount(TIFF* pTiff) {
     return pStream != nullptr && getCompression(pTiff) != COMPRESSION_NONE &&
            TIFFNumberOfStrips(pTiff) == 1 &&
            readEntryNumber(pTiff, *pStream, TIFFCurrentDirOffset(pTiff), TIFFTAG_STRIPBYTECOUNTS) !=
-               getByteCount(pTiff, 0);
+               TIFFGetStrileByteCount(pTiff, 0);
 }
 
 /// Whether libtiff knows how to encode, and where the strips are: it takes both for granted.
@@ -88,6 +80,35 @@ TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout)
       _bWritable(canBeWritten(pTiff)), _bPlain(_bWritable && !_bCompressed && hasPlainSamples()),
       _bInflates(_bDeflate && !isPredicted() && hasPlainSamples()) {}
 
+TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout, StripPlaces places)
+    : TiffStrips(pTiff, layout) {
+    vlUInt64 const nbStrips = TIFFNumberOfStrips(pTiff);
+    bool const bContiguous = _bPlain && countPlain(0, nbStrips) == nbStrips;
+    _places = std::move(places);
+    _bPlain = _bPlain && (_places->offsets.size() == nbStrips || (bContiguous && splitOnlyPlace(nbStrips)));
+}
+
+/// libtiff divides a single strip of a file into several.
+bool TiffStrips::splitOnlyPlace(vlUInt64 nbStrips) {
+    if (_places->offsets.size() != 1 ||
+        _places->byteCounts.front() < _layout.getNbPixels() * _layout.pixelStride) {
+        return false;
+    }
+    for (vlUInt64 strip = 1; strip < nbStrips; ++strip) {
+        _places->offsets.push_back(_places->offsets.front() + strip * _layout.getStripBytes());
+        _places->byteCounts.push_back(_layout.getBytesOf(strip));
+    }
+    return true;
+}
+
+vlUInt64 TiffStrips::getOffset(vlUInt64 strip) const {
+    return _places ? _places->offsets[strip] : TIFFGetStrileOffset(_pTiff, toStripNumber(strip));
+}
+
+vlUInt64 TiffStrips::getByteCount(vlUInt64 strip) const {
+    return _places ? _places->byteCounts[strip] : TIFFGetStrileByteCount(_pTiff, toStripNumber(strip));
+}
+
 /// Whether samples, once they are decoded, lie as in memory.
 bool TiffStrips::hasPlainSamples() const {
     auto const width = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
@@ -106,11 +127,10 @@ bool TiffStrips::isPredicted() const {
 vlUInt64 TiffStrips::countPlain(vlUInt64 strip, vlUInt64 nbWanted) const {
     vlUInt64 nbPlain = 0;
     vlUInt64 const nbStrips = _bPlain ? TIFFNumberOfStrips(_pTiff) : 0;
-    vlUInt64 expectedOffset = _bPlain ? getOffset(_pTiff, strip) : 0;
+    vlUInt64 expectedOffset = _bPlain ? getOffset(strip) : 0;
     for (vlUInt64 next = strip; nbPlain < nbWanted && next < nbStrips; ++next, ++nbPlain) {
-        vlUInt64 const offset = getOffset(_pTiff, next);
-        if (offset == 0 || offset != expectedOffset ||
-            getByteCount(_pTiff, next) < _layout.getBytesOf(next)) {
+        vlUInt64 const offset = getOffset(next);
+        if (offset == 0 || offset != expectedOffset || getByteCount(next) < _layout.getBytesOf(next)) {
             break;
         }
         expectedOffset = offset + _layout.getStripBytes();
@@ -119,17 +139,17 @@ vlUInt64 TiffStrips::countPlain(vlUInt64 strip, vlUInt64 nbWanted) const {
 }
 
 bool TiffStrips::readPlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void* pBuffer) {
-    _bPlain = _pStream->readAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
+    _bPlain = _pStream->readAt(getOffset(strip) + skip, pBuffer, nbBytes) == nbBytes;
     return _bPlain;
 }
 
 bool TiffStrips::isInFile(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes) const {
-    auto const end = checkedAdd(getOffset(_pTiff, strip), skip + nbBytes);
+    auto const end = checkedAdd(getOffset(strip), skip + nbBytes);
     return end && *end <= _pStream->getSize();
 }
 
 bool TiffStrips::writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void const* pBuffer) {
-    _bPlain = _pStream->writeAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
+    _bPlain = _pStream->writeAt(getOffset(strip) + skip, pBuffer, nbBytes) == nbBytes;
     return _bPlain;
 }
 
@@ -145,27 +165,25 @@ long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
 bool TiffStrips::inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
     constexpr vlUInt64 room = 65536; // what does not pack takes a few bytes more
     vlUInt64 const nbStrips = TIFFNumberOfStrips(_pTiff);
-    vlUInt64 const nbPacked = strip < nbStrips ? getByteCount(_pTiff, strip) : 0;
+    vlUInt64 const nbPacked = strip < nbStrips ? getByteCount(strip) : 0;
     if (nbPacked == 0 || nbPacked > nbBytes + room) {
         return false;
     }
     DeflateDecoder& decoder = _pStream->accessDeflateDecoder();
-    return _pStream->readAt(getOffset(_pTiff, strip), decoder.providePacked(nbPacked), nbPacked) ==
-               nbPacked &&
+    return _pStream->readAt(getOffset(strip), decoder.providePacked(nbPacked), nbPacked) == nbPacked &&
            decoder.inflate(pBuffer, nbBytes);
 }
 
 BoolResult TiffStrips::requireWritable(vlUInt64 strip) const {
     // libtiff would add a strip that is not there, and take as much memory as one announces.
     bool const bThere = _bWritable && strip < TIFFNumberOfStrips(_pTiff) &&
-                        (_pStream == nullptr || getByteCount(_pTiff, strip) <= _pStream->getSize());
+                        (_pStream == nullptr || getByteCount(strip) <= _pStream->getSize());
     return bThere ? success() : fail(eImageFileCheckMessage::eIFCM_StripNotWritable);
 }
 
 long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
     long written = encode(strip, pBuffer);
-    bool const bOutOfOrder =
-        _bCompressed && strip > 0 && getOffset(_pTiff, strip) < getOffset(_pTiff, strip - 1);
+    bool const bOutOfOrder = _bCompressed && strip > 0 && getOffset(strip) < getOffset(strip - 1);
     if (written >= 0 && bOutOfOrder) {
         written = moveToEnd(strip) ? encode(strip, pBuffer) : -1;
     }
@@ -173,8 +191,7 @@ long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
 }
 
 long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
-    bool const bCut =
-        isShort(strip) && (_bCompressed || getByteCount(_pTiff, strip) < _layout.getStripBytes());
+    bool const bCut = isShort(strip) && (_bCompressed || getByteCount(strip) < _layout.getStripBytes());
     vlUInt64 const nbBytes = bCut ? _layout.getBytesOf(strip) : _layout.getStripBytes();
     std::vector<std::byte> turned; // libtiff turns bytes and bits in place
     if (TIFFIsByteSwapped(_pTiff) != 0 || !hasUsualFillOrder(_pTiff)) {
@@ -190,21 +207,21 @@ long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
 /// There are readers that take strips whose offsets do not rise for an image that stands on its head. A strip
 /// moves when it is larger than the place it has.
 bool TiffStrips::moveToEnd(vlUInt64 strip) const {
-    std::vector<std::byte> room(getByteCount(_pTiff, strip) + 1);
+    std::vector<std::byte> room(getByteCount(strip) + 1);
     TIFFSetWriteOffset(_pTiff, 0); // else libtiff takes it for more of the strip before
     auto const size = static_cast<tmsize_t>(room.size());
     return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), room.data(), size) == size;
 }
 
 bool TiffStrips::isMiscounted(vlUInt64 strip) const {
-    return !_bCompressed && getByteCount(_pTiff, strip) != _layout.getBytesOf(strip);
+    return !_bCompressed && getByteCount(strip) != _layout.getBytesOf(strip);
 }
 
 BoolResult TiffStrips::requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const {
     if (nbBytes <= g_smallStrip || _pStream == nullptr || !packsLittle(getCompression(_pTiff))) {
         return success();
     }
-    vlUInt64 const nbBytesInFile = std::min(getByteCount(_pTiff, strip), _pStream->getSize());
+    vlUInt64 const nbBytesInFile = std::min(getByteCount(strip), _pStream->getSize());
     return isJustified(nbBytes, nbBytesInFile)
                ? success()
                : fail(eImageFileCheckMessage::eIFCM_StripTooSmall, nbBytesInFile, nbBytes);

@@ -11,13 +11,18 @@
 
 #include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/BaseException.h>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/format.hpp>
 
 namespace velmo::image::file {
 
 namespace {
+
+using Message = eTiffImageFileMessage;
+
+char const* const g_userPropertiesName = "TIFFTAG_USERPROPERTIES";
+constexpr vlUInt64 g_largestPageCount = 0x7fff;
+constexpr vlUInt64 g_largestClassicFile = 0x80000000;
 
 /// The current local time as TIFF writes it, "YYYY:MM:DD HH:MM:SS".
 std::string getTiffFormatedTime() {
@@ -28,12 +33,6 @@ std::string getTiffFormatedTime() {
     text % static_cast<int>(date.year) % date.month.as_number() % date.day.as_number();
     return (text % time.hours() % time.minutes() % time.seconds()).str();
 }
-
-using Message = eTiffImageFileMessage;
-
-char const* const g_userPropertiesName = "TIFFTAG_USERPROPERTIES";
-constexpr vlUInt64 g_largestPageCount = 0x7fff;
-constexpr vlUInt64 g_largestClassicFile = 0x80000000;
 
 int toCompressionTag(eTiffCompression compression) {
     switch (compression) {
@@ -250,19 +249,14 @@ BoolResult create(boost::filesystem::path const& path, BaseImageGeometry const& 
                   eTiffCompression compression, TIFF*& pTiff) {
     pTiff = nullptr;
     TiffFileClosure closure(path.string(), pTiff);
-    try {
+    return failOnException(Message::eTIFM_CreateFileException, path, [&] {
         BoolResult result =
             TiffCreation(pTiff, path, geometry, pCalibration, pUserProperties, compression).create();
         if (result) {
             closure.disarm();
         }
         return result;
-    } catch (std::exception const& exception) {
-        return fail(Message::eTIFM_CreateFileException, path.string(), exception.what());
-    } catch (...) {
-        UnHandleException const unknown("Unknown exception", __PRETTY_FUNCTION__, __FILE__, __LINE__);
-        return fail(Message::eTIFM_CreateFileException, path.string(), unknown.what());
-    }
+    });
 }
 
 } // namespace

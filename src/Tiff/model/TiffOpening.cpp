@@ -11,7 +11,6 @@
 #include "Tiff/model/TiffForeignFile.h"
 #include "Tiff/model/TiffStoredGeometry.h"
 
-#include <VELMOUtil/BaseException.h>
 #include <VELMOUtil/GuardedRaise.h>
 #include <system_error>
 #include <utility>
@@ -72,19 +71,14 @@ BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& 
     TiffContents found;
     TiffFileClosure closure(path.string(), found.pTiff);
     opened = TiffContents();
-    try {
+    return failOnException(Message::eTIFM_OpenFileException, path, [&] {
         BoolResult result = readFile(path, request, found);
         if (result) {
             opened = std::move(found);
             closure.disarm();
         }
         return result;
-    } catch (std::exception const& exception) {
-        return fail(Message::eTIFM_OpenFileException, path.string(), exception.what());
-    } catch (...) {
-        UnHandleException const unknown("Unknown exception", __PRETTY_FUNCTION__, __FILE__, __LINE__);
-        return fail(Message::eTIFM_OpenFileException, path.string(), unknown.what());
-    }
+    });
 }
 
 BoolResult openTiffFile(boost::filesystem::path const& filePath, eImageAccessMode const& accessMode,

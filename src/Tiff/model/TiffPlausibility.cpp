@@ -69,8 +69,7 @@ BoolResult requirePlausible(TIFF* pTiff, boost::filesystem::path const& path,
                             BaseImageGeometry const& geometry, eTiffPolicy policy, bool bInterleaved) {
     vlUInt64 const sizeC = geometry.getSizeC();
     if (bInterleaved && sizeC != 3 && sizeC != 4) {
-        auto const photometric = getTag<std::uint16_t>(pTiff, TIFFTAG_PHOTOMETRIC).value_or(0);
-        return failForChannels(photometric, sizeC, path);
+        return failForChannels(PHOTOMETRIC_RGB, sizeC, path);
     }
     return requireSize(pTiff, geometry, policy);
 }

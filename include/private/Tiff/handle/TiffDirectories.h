@@ -4,40 +4,16 @@
 #pragma once
 
 #include "Tiff/TiffPolicy.h"
+#include "Tiff/handle/DirectoryChain.h"
 
 #include <VELMOUtil/BoolResult.h>
 #include <VELMOUtil/Types.h>
-#include <optional>
-#include <unordered_set>
-#include <vector>
 
 using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
 class TiffStream;
-
-/// Offsets of a file's directories, in their order, found once.
-class DirectoryChain {
-  public:
-    /// Where a directory lies; empty where the chain does not reach it.
-    std::optional<vlUInt64> find(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
-    /// How many there are; of a chain that breaks off, in a loop or outside of the file, as libtiff counts.
-    vlUInt64 count(TIFF* pTiff, TiffStream& stream);
-    /// Whether it breaks off: a link leads outside of the file or back to a directory before.
-    bool isBroken(TIFF* pTiff, TiffStream& stream);
-    /// Directories may lie elsewhere from now on.
-    void forget();
-
-  private:
-    bool findNext(TIFF* pTiff, TiffStream& stream);
-
-    std::vector<vlUInt64> _offsets;
-    std::unordered_set<vlUInt64> _known;
-    bool _bEnded = false;
-    bool _bBroken = false;
-    std::optional<vlUInt64> _count;
-};
 
 /// How a directory of a handle is reached and counted. What was seen once of a handle that this module opened
 /// is remembered with it, so that all N directories cost N steps; of any other handle libtiff walks the chain
@@ -60,6 +36,11 @@ class TiffDirectories {
     /// handle stands on none. Either way closing the handle changes nothing; a handle that libtiff leaves
     /// half way through a directory may crash there.
     void goBack(vlUInt64 offset) const;
+    /// The strips of directory `toNumber(index)`, given that the current directory has its shape, so that
+    /// libtiff need not go there; empty where it must.
+    std::optional<StripPlaces> findStripsLikeCurrent(vlUInt64 index) const;
+    /// Leaves the directory at an offset to libtiff from now on: libtiff may have moved its strips.
+    void forgetStrips(vlUInt64 offset) const;
     /// Finds the directories anew from now on: libtiff moved one in the file.
     void forget() const;
 
@@ -68,11 +49,5 @@ class TiffDirectories {
     TiffStream* _pStream;
     eTiffPolicy _policy;
 };
-
-/// The number of an entry of one number, as the directory at `offset` has it in the file; 0 where it has none
-/// of that tag.
-vlUInt64 readEntryNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
-/// Whether the directory at `offset` has an entry of a tag in the file.
-bool hasEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
 
 } // namespace velmo::image::file

@@ -54,6 +54,8 @@ class TiffStream {
     /// Whether libtiff did not get memory that it asked for: it leaves out a tag that it has no memory for,
     /// and takes a directory for the end of the file.
     bool wasMemoryRefused() const { return _bMemoryRefused; }
+    /// Errors and warnings of libtiff about this handle.
+    vlUInt64 countMessages() const { return _nbMessages; }
     /// Why the system refused the last write, no error where it did not.
     std::error_code const& getWriteError() const { return _writeError; }
     /// As many bytes as the file takes.
@@ -87,6 +89,7 @@ class TiffStream {
     std::error_code _readError;
     std::error_code _writeError;
     bool _bMemoryRefused = false;
+    vlUInt64 _nbMessages = 0;
 
     /// Enough for a directory with its arrays, so that one read brings a whole one. Nothing is allocated
     /// where libtiff reads: it does not stand exceptions.

@@ -41,6 +41,9 @@ struct PlaneContext {
     BoolResult requireHandle() const;
     /// Makes the run's directory the current one.
     BoolResult reachDirectory() const;
+    /// Logs a warning where the directory that was reached is another one, since directory numbers have 16
+    /// bits.
+    void warnOfCutNumber() const;
     /// The same after libtiff moved a directory in the file.
     BoolResult reachMovedDirectory() const;
     /// Fails, with a reason for a message, unless the plane has all pixels of the run.

@@ -3,9 +3,9 @@
 
 #pragma once
 
+#include "Tiff/planes/ChannelSamples.h"
+
 #include <VELMOUtil/BoolResult.h>
-#include <VELMOUtil/Types.h>
-#include <vector>
 
 namespace velmo::image::file {
 
@@ -17,13 +17,7 @@ struct PlaneContext;
 /// file is zero and logged as a warning. A file that cannot be opened is thrown as `boost::io::too_few_args`.
 BoolResult readStoredPlane(PlaneContext const& context, void* pPixels);
 
-/// A channel of a run and its place in memory.
-struct StackChannel {
-    vlUInt64 index;
-    void* pPixels;
-};
-
 /// Reads channels of a run of a plane, in the byte order of this machine.
-BoolResult readStackRun(PlaneContext const& context, std::vector<StackChannel> const& channels);
+BoolResult readStackRun(PlaneContext const& context, TargetPlanes const& channels);
 
 } // namespace velmo::image::file

@@ -4,12 +4,14 @@
 #pragma once
 
 #include "Tiff/handle/TiffStrips.h"
+#include "Tiff/planes/ChannelSamples.h"
 #include "Tiff/planes/PlaneContext.h"
 
 #include <VELMOBase/PageBuffer.h>
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmo::image::file {
@@ -33,9 +35,11 @@ class StripTransfer {
     StripTransfer& operator=(StripTransfer const&) = delete;
 
     virtual BoolResult run();
+    /// Moves the run without libtiff. False where it cannot; some of the run may have been moved then.
+    bool runPlainly();
 
   protected:
-    StripTransfer(PlaneContext const& context, StripLayout const& layout);
+    StripTransfer(PlaneContext const& context, TiffStrips strips);
 
     /// Pixels of the run that lie in neighbouring strips.
     struct Block {
@@ -80,17 +84,12 @@ class StripReader : public StripTransfer {
     /// Whether a strip that cannot be decoded is a failure, or has pixels of zero and is logged as a warning.
     enum class eBrokenStrip { Fails, IsZero };
 
-    StripReader(PlaneContext const& context, StripLayout const& layout, eBrokenStrip brokenStrip)
-        : StripTransfer(context, layout), _brokenStrip(brokenStrip) {}
+    StripReader(PlaneContext const& context, TiffStrips strips, eBrokenStrip brokenStrip)
+        : StripTransfer(context, std::move(strips)), _brokenStrip(brokenStrip) {}
     void addChannel(vlUInt64 channel, void* pPixels);
     BoolResult run() override;
 
   private:
-    struct Channel {
-        vlUInt64 index;
-        std::byte* pPixels;
-    };
-
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
@@ -102,7 +101,7 @@ class StripReader : public StripTransfer {
     eBrokenStrip _brokenStrip;
     vlUInt64 _nbBroken = 0;   ///< strips
     std::string _firstBroken; ///< the text of its failure
-    std::vector<Channel> _channels;
+    TargetPlanes _channels;
 };
 
 /// From the planes to the strips. Samples of other pixels and of other channels keep their values. After a
@@ -112,16 +111,11 @@ class StripWriter : public StripTransfer {
     /// Whether what libtiff gives for a failure, -1, is one, or is ignored and logged as a warning.
     enum class eMinusOne { Fails, Ignored };
 
-    StripWriter(PlaneContext const& context, StripLayout const& layout, eMinusOne minusOne)
-        : StripTransfer(context, layout), _minusOne(minusOne) {}
+    StripWriter(PlaneContext const& context, TiffStrips strips, eMinusOne minusOne)
+        : StripTransfer(context, std::move(strips)), _minusOne(minusOne) {}
     void addChannel(vlUInt64 channel, void const* pPixels);
 
   private:
-    struct Channel {
-        vlUInt64 index;
-        std::byte const* pPixels;
-    };
-
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
@@ -136,7 +130,7 @@ class StripWriter : public StripTransfer {
 
     eMinusOne _minusOne;
     vlUInt64 _nbUnflushed = 0; ///< strips
-    std::vector<Channel> _channels;
+    SourcePlanes _channels;
 };
 
 } // namespace velmo::image::file

@@ -23,6 +23,12 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
 BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                       PlaneRun const& run, eTiffPolicy policy, void const* pPixels);
 
+/// The planes of all channels of (z, t), one for each channel in order, in one write of each strip; of a file
+/// whose channels share a directory. The same bytes as after `writePlane` for each channel; failures are
+/// those of channel `run.c`.
+BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes);
+
 /// All channels of an interleaved page at once; `run.c` is not used. One buffer for each channel, in order;
 /// a read fills as many as it is given.
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
