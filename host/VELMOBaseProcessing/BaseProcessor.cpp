@@ -4,10 +4,9 @@
 #include "VELMOBaseProcessing/BaseProcessor.h"
 
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <atomic>
-#include <log4cplus/loglevel.h>
 
 namespace velmo::processor {
 
@@ -23,10 +22,8 @@ struct ActionResult::Outcome {
             return;
         }
         try {
-            logGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, log4cplus::WARN_LOG_LEVEL,
-                       [&](LogMessageFormater& formater) {
-                           formater[eProcessorMessage::ePM_RunFailed] % processor % message;
-                       });
+            warnMessage(VELMO_HERE, g_velmoBaseProcessingRaise, eProcessorMessage::ePM_RunFailed, processor,
+                        message);
         } catch (...) {
             // Nobody is there who could take it.
         }
@@ -79,16 +76,14 @@ BoolResult BaseProcessor::init(eProcessorRulePolicy /*rulePolicy*/) {
 
 void BaseProcessor::requireInit(std::string const& attribute) const {
     if (!_bInit) {
-        raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-            formater[eProcessorMessage::ePM_NotInitialised] % getProcessorName() % attribute;
-        });
+        raiseMessage(VELMO_HERE, g_velmoBaseProcessingRaise, eProcessorMessage::ePM_NotInitialised,
+                     getProcessorName(), attribute);
     }
 }
 
 void BaseProcessor::raiseValueMissing(std::string const& attribute) const {
-    raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-        formater[eProcessorMessage::ePM_ValueMissing] % getProcessorName() % attribute;
-    });
+    raiseMessage(VELMO_HERE, g_velmoBaseProcessingRaise, eProcessorMessage::ePM_ValueMissing,
+                 getProcessorName(), attribute);
 }
 
 void BaseProcessor::requireResult(std::string const& attribute) const {
@@ -96,11 +91,10 @@ void BaseProcessor::requireResult(std::string const& attribute) const {
     if (result && result->getStatus() == 0) {
         return;
     }
-    raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-        formater[eProcessorMessage::ePM_NoResult] % attribute % getProcessorName() %
-            failure(result ? '\n' + result->getMessage() : std::string(),
-                    result ? result->toBoolResult().getMessageIds() : MessageIds());
-    });
+    raiseMessage(VELMO_HERE, g_velmoBaseProcessingRaise, eProcessorMessage::ePM_NoResult, attribute,
+                 getProcessorName(),
+                 failure(result ? '\n' + result->getMessage() : std::string(),
+                         result ? result->toBoolResult().getMessageIds() : MessageIds()));
 }
 
 } // namespace velmo::processor

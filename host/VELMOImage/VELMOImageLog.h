@@ -8,18 +8,18 @@
 
 namespace velmo::image {
 
-/// Failures of accessors.
+/// Errors of accessors.
 struct eImageAccessorMessage {
-    /// With the arguments of each text.
+    /// Message ids, each with the arguments of its text.
     enum domain {
         eIAM_NotInitialised = 1,   ///< no argument
         eIAM_InvalidFileFormat = 6 ///< no argument
     };
 };
 
-/// Failures of images and geometries.
+/// Errors of images and geometries.
 struct eImageMessage {
-    /// With the arguments of each text.
+    /// Message ids, each with the arguments of its text.
     enum domain {
         eIM_GeometryTooLarge = 0,   ///< sizes X, Y, Z, C, T
         eIM_BufferTypesCount = 1,   ///< number of types, size Z, size T
@@ -58,20 +58,21 @@ struct eImageMessage {
     };
 };
 
-/// The image library refuses something. Logged when it was thrown.
+/// Thrown for errors of images, geometries and accessors. Already logged.
 class VELMO_HOST_EXPORT VELMOImageException : public BaseException {
   public:
-    /// `function`, `file` and `line` are those of the raise.
+    /// `function`, `file` and `line` are the place of the raise.
     VELMOImageException(std::string const& message, char const* function, char const* file, unsigned int line)
         : BaseException(message, function, file, line) {}
 };
 
 /// @{
-/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
+/// Message manager and logger of this library. Created at first use; they exist until the process ends.
+/// Thread-safe.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOImageLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOImageLogger();
 /// @}
-/// Failures of this library, for raiseGuarded.
+/// The exceptions of this library, for `raiseMessage` and `raiseGuarded`.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoImageRaise;
 
 } // namespace velmo::image

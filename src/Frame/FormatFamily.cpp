@@ -5,12 +5,12 @@
 
 #include "Frame/LogAccess.h"
 
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/MemoryImage.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageProcessing/CopyImgLvl1.h>
 #include <VELMOUtil/LogMessageFormater.h>
-#include <VELMOUtil/ReplacedFile.h>
 #include <boost/make_shared.hpp>
 
 namespace velmo::image::file {

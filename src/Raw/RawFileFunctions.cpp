@@ -2,11 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <VELMOImageFile/RawImageFileUtils.h>
-#include <VELMOUtil/ReplacedFile.h>
 
 #include "Frame/FailureText.h"
 #include "Frame/FormatFamily.h"
+#include "Frame/GeometryCopy.h"
 
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
@@ -91,8 +92,9 @@ class SavedRawFile : public RawImageFile {
 };
 
 BoolResult createTarget(ReplacedFile& file, boost::filesystem::path const& path) {
-    BoolResult const created = file.create();
-    return created ? created : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created);
+    SystemResult const created = file.create();
+    return created ? success()
+                   : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created.getMessage());
 }
 
 } // namespace
@@ -128,7 +130,7 @@ DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& p
                                                 DistributedImage const& model,
                                                 eImageBufferType const& bufferType, vlUInt64 dataStartOffset,
                                                 bool defaultDispatch) {
-    ImageGeometryPtr const pGeometry = duplicateGeometry(model.getGeometry());
+    ImageGeometryPtr const pGeometry = copyGeometry(model.getGeometry());
     pGeometry->setBufferType(bufferType);
     return loadDistributed(path, *pGeometry, dataStartOffset, defaultDispatch,
                            FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
@@ -147,7 +149,7 @@ void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& 
     failure.require(pAccessor->create(image->getGeometry(), options.fileHeader));
     copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);
     failure.require(pAccessor->close());
-    failure.require(file.commit());
+    failure.require(toBoolResult(file.commit()));
 }
 
 template VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path,

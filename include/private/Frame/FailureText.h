@@ -5,12 +5,10 @@
 
 #include "Frame/LogAccess.h"
 
-#include <VELMOImageFile/VELMOImageFileLog.h>
-#include <VELMOUtil/BoolResult.h>
-#include <VELMOUtil/LogMessageFormater.h>
+#include <VELMOBase/SystemResult.h>
+#include <VELMOUtil/Failures.h>
 #include <boost/filesystem/path.hpp>
 #include <exception>
-#include <log4cplus/loglevel.h>
 #include <string>
 
 namespace velmo::image::file {
@@ -18,28 +16,24 @@ namespace velmo::image::file {
 /// A failure by result: message `id` with its arguments in the order of its placeholders. Nothing is logged.
 template <class Domain, class... Arguments>
 BoolResult fail(Domain id, Arguments const&... arguments) {
-    LogMessageFormater formater(getVELMOImageFileLogMessageManager());
-    formater[id];
-    static_cast<void>((formater % ... % arguments));
-    return failure(formater);
+    return failMessage(g_velmoImageFileRaise, id, arguments...);
 }
 
 /// A failure by exception: the same, raised at `site` as VELMOImageFileException.
 template <class Domain, class... Arguments>
 [[noreturn]] void raise(RaiseSite const& site, Domain id, Arguments const&... arguments) {
-    raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-        formater[id];
-        static_cast<void>((formater % ... % arguments));
-    });
+    raiseMessage(site, g_velmoImageFileRaise, id, arguments...);
 }
 
 /// A success that is not the whole truth: the same, logged at `site` as a warning where warnings are enabled.
 template <class Domain, class... Arguments>
 void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
-    logGuarded(site, g_velmoImageFileRaise, log4cplus::WARN_LOG_LEVEL, [&](LogMessageFormater& formater) {
-        formater[id];
-        static_cast<void>((formater % ... % arguments));
-    });
+    warnMessage(site, g_velmoImageFileRaise, id, arguments...);
+}
+
+/// The outcome of a step of the system: a failure has the system's text.
+inline BoolResult toBoolResult(SystemResult const& result) {
+    return BoolResult(static_cast<bool>(result), result.getMessage());
 }
 
 /// Runs a step. An exception becomes a failure with message `id`, whose arguments are the path and the

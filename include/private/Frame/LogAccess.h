@@ -28,6 +28,6 @@ extern RaiseKind const g_velmoImageFileRaise;
 
 /// Writes a record at ERROR where nothing may be thrown; where that fails, for want of memory say, there is
 /// none.
-void logWithoutThrow(RaiseSite const& site, FeedRef feed) noexcept;
+void logWithoutThrow(RaiseSite const& site, FeedRef message) noexcept;
 
 } // namespace velmo::image::file

@@ -4,15 +4,16 @@
 #include "Tiff/files/TiffFolderImage.h"
 
 #include "Frame/FailureText.h"
+#include "Frame/GeometryCopy.h"
 #include "Tiff/files/TiffOptions.h"
 #include "Tiff/handle/TiffStream.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/SubImageExtractor.h>
 #include <VELMOImageFile/TiffFileSeries.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <boost/make_shared.hpp>
 
 namespace velmo::image::file {
@@ -78,7 +79,7 @@ void TiffFolderImage::compare(eRule rule) {
         FilePtr const pFile = openToCompare(path, userProperties);
         BaseImageGeometry const& geometry = pFile->getGeometry();
         if (!_pReference) {
-            _pReference = duplicateGeometry(geometry);
+            _pReference = copyGeometry(geometry);
             _userProperties = userProperties;
             _pCalibration = pFile->getGeometricCalibrationConstPtr();
         }

@@ -5,11 +5,11 @@
 #include "Tiff/files/TiffFolderImage.h"
 #include "Tiff/files/TiffOptions.h"
 
+#include <VELMOBase/SequentialFile.h>
 #include <VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOSerialization/XmlFile.h>
-#include <VELMOUtil/SequentialFile.h>
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/lexical_cast.hpp>
 #include <boost/make_shared.hpp>

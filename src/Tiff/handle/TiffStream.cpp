@@ -8,7 +8,7 @@
 #include "Tiff/handle/TiffStrips.h"
 #include "Tiff/handle/TiffTags.h"
 
-#include <VELMOUtil/FileKind.h>
+#include <VELMOBase/FileKind.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>

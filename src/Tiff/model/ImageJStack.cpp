@@ -8,7 +8,7 @@
 #include "Tiff/handle/TiffTags.h"
 #include "Tiff/model/TiffStoredGeometry.h"
 
-#include <VELMOUtil/CheckedArithmetic.h>
+#include <VELMOBase/CheckedArithmetic.h>
 #include <cstring>
 
 namespace velmo::image::file {

@@ -9,8 +9,8 @@
 #include "Tiff/model/TiffStoredGeometry.h"
 #include "Tiff/model/ZeroStrips.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/format.hpp>
 

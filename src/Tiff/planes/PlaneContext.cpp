@@ -8,8 +8,8 @@
 #include "Tiff/handle/TiffTags.h"
 #include "Tiff/model/TiffPixels.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 
 namespace velmo::image::file {

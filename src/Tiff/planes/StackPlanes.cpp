@@ -9,8 +9,8 @@
 #include "Tiff/model/TiffPixels.h"
 #include "Tiff/planes/PlaneContext.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 #include <boost/format.hpp>
 #include <cstring>

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOUtil/BaseException.h>
 #include <VELMOUtil/BoolResult.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <VELMOUtil/Chrono.h>
 #include <VELMOUtil/LastError.h>
 #include <VELMOUtil/Types.h>

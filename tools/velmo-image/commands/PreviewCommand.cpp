@@ -12,7 +12,7 @@
 #include "terminal/Progress.h"
 #include "terminal/Terminal.h"
 
-#include <VELMOUtil/AvailableMemory.h>
+#include <VELMOBase/AvailableMemory.h>
 #include <boost/algorithm/string/case_conv.hpp>
 #include <numeric>
 

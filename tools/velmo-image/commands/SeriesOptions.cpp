@@ -10,7 +10,7 @@
 #include "terminal/Failure.h"
 #include "terminal/Terminal.h"
 
-#include <VELMOUtil/ReplacedFile.h>
+#include <VELMOBase/ReplacedFile.h>
 
 namespace velmo::tool {
 

@@ -7,7 +7,7 @@
 #include "Tiff/planes/ChannelSamples.h"
 #include "Tiff/planes/PlaneContext.h"
 
-#include <VELMOUtil/PageBuffer.h>
+#include <VELMOBase/PageBuffer.h>
 #include <cstddef>
 #include <optional>
 #include <string>

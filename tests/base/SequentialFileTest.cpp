@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOUtil/SequentialFile.h"
+#include "VELMOBase/SequentialFile.h"
 
 #include "Processes.h"
 #include "TemporaryFolder.h"

@@ -5,7 +5,7 @@
 #include "Processes.h"
 #include "TemporaryFolder.h"
 
-#include <VELMOUtil/ReplacedFile.h>
+#include <VELMOBase/ReplacedFile.h>
 #include <boost/filesystem/operations.hpp>
 #include <csignal>
 #include <fcntl.h>
@@ -51,12 +51,12 @@ mode_t getMode(fs::path const& path) {
 /// Why the file is not replaced; empty where it is.
 std::string replace(fs::path const& target, std::string const& bytes, eOldFile oldFile = eOldFile::Replace) {
     ReplacedFile file(target, oldFile);
-    BoolResult const created = file.create();
+    SystemResult const created = file.create();
     if (!created) {
         return "create: " + created.getMessage();
     }
     std::ofstream(file.getPath().string(), std::ios::binary) << bytes;
-    BoolResult const committed = file.commit();
+    SystemResult const committed = file.commit();
     return committed ? "" : "commit: " + committed.getMessage();
 }
 

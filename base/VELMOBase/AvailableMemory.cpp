@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOUtil/AvailableMemory.h"
+#include "VELMOBase/AvailableMemory.h"
 
 #include <algorithm>
 #include <fstream>
+#include <limits>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -16,12 +17,12 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-constexpr vlUInt64 g_unbounded = NumericLimits<vlUInt64>::s_max;
+constexpr std::uint64_t g_unbounded = std::numeric_limits<std::uint64_t>::max();
 
 /// First number of a file; empty for a missing file and for words such as "max".
-std::optional<vlUInt64> readNumber(fs::path const& file) {
+std::optional<std::uint64_t> readNumber(fs::path const& file) {
     std::ifstream stream(file.string());
-    vlUInt64 value = 0;
+    std::uint64_t value = 0;
     if (stream >> value) {
         return value;
     }
@@ -29,14 +30,14 @@ std::optional<vlUInt64> readNumber(fs::path const& file) {
 }
 
 /// A file of lines "key value ...", as /proc/meminfo and memory.stat are.
-std::map<std::string, vlUInt64> readTable(fs::path const& file) {
-    std::map<std::string, vlUInt64> table;
+std::map<std::string, std::uint64_t> readTable(fs::path const& file) {
+    std::map<std::string, std::uint64_t> table;
     std::ifstream stream(file.string());
     std::string line;
     while (std::getline(stream, line)) {
         std::istringstream fields(line);
         std::string key;
-        vlUInt64 value = 0;
+        std::uint64_t value = 0;
         if (fields >> key >> value) {
             table[key] = value;
         }
@@ -44,7 +45,7 @@ std::map<std::string, vlUInt64> readTable(fs::path const& file) {
     return table;
 }
 
-vlUInt64 machineAvailable(fs::path const& root) {
+std::uint64_t machineAvailable(fs::path const& root) {
     auto const table = readTable(root / "proc/meminfo");
     auto const found = table.find("MemAvailable:");
     return found == table.end() ? g_unbounded : found->second * 1024;
@@ -61,21 +62,21 @@ constexpr GroupFiles g_unified = {"memory.max", "memory.current", "inactive_file
 constexpr GroupFiles g_legacy = {"memory.limit_in_bytes", "memory.usage_in_bytes", "total_inactive_file",
                                  "total_active_file"};
 
-vlUInt64 groupAvailable(fs::path const& group, GroupFiles const& files) {
+std::uint64_t groupAvailable(fs::path const& group, GroupFiles const& files) {
     auto const limit = readNumber(group / files.limit);
     auto const usage = readNumber(group / files.usage);
     if (!limit || !usage) {
         return g_unbounded;
     }
     auto stat = readTable(group / "memory.stat");
-    vlUInt64 const cache = stat[files.inactiveFile] + stat[files.activeFile];
-    vlUInt64 const inUse = *usage - std::min(*usage, cache);
+    std::uint64_t const cache = stat[files.inactiveFile] + stat[files.activeFile];
+    std::uint64_t const inUse = *usage - std::min(*usage, cache);
     return *limit - std::min(*limit, inUse);
 }
 
 /// The least of a group and all groups above it, up to where they are mounted.
-vlUInt64 groupsAvailable(fs::path const& mount, std::string const& group, GroupFiles const& files) {
-    vlUInt64 available = groupAvailable(mount, files);
+std::uint64_t groupsAvailable(fs::path const& mount, std::string const& group, GroupFiles const& files) {
+    std::uint64_t available = groupAvailable(mount, files);
     fs::path current = mount;
     for (fs::path const& name : fs::path(group).relative_path()) {
         current /= name;
@@ -86,8 +87,8 @@ vlUInt64 groupsAvailable(fs::path const& mount, std::string const& group, GroupF
 
 } // namespace
 
-vlUInt64 getAvailableMemory(fs::path const& root) {
-    vlUInt64 available = machineAvailable(root);
+std::uint64_t getAvailableMemory(fs::path const& root) {
+    std::uint64_t available = machineAvailable(root);
     std::ifstream groups((root / "proc/self/cgroup").string());
     std::string line; // "id:controllers:path"
     while (std::getline(groups, line)) {

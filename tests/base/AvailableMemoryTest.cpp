@@ -3,7 +3,8 @@
 
 #include "TemporaryFolder.h"
 
-#include <VELMOUtil/AvailableMemory.h>
+#include <VELMOBase/AvailableMemory.h>
+#include <VELMOUtil/Types.h>
 #include <boost/filesystem/operations.hpp>
 #include <fstream>
 #include <gtest/gtest.h>

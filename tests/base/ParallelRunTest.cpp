@@ -3,7 +3,9 @@
 
 #include "ThrownText.h"
 
-#include <VELMOUtil/ParallelRun.h>
+#include <VELMOBase/ParallelRun.h>
+#include <VELMOUtil/BoolResult.h>
+#include <VELMOUtil/Types.h>
 #include <atomic>
 #include <gtest/gtest.h>
 #include <map>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOUtil/FileKind.h"
+#include "VELMOBase/FileKind.h"
 
 #include <boost/filesystem/operations.hpp>
 

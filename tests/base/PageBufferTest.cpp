@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include <VELMOUtil/PageBuffer.h>
+#include <VELMOBase/PageBuffer.h>
+#include <VELMOUtil/Types.h>
 
 #include <algorithm>
 #include <cstdint>

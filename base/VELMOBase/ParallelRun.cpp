@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOUtil/ParallelRun.h"
+#include "VELMOBase/ParallelRun.h"
 
 #include <algorithm>
 #include <atomic>
@@ -10,6 +10,7 @@
 #include <new>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace velmo {
@@ -18,11 +19,12 @@ namespace {
 
 class Run {
   public:
-    Run(vlUInt64 nbUnits, ParallelWork const& work) : _nbUnits(nbUnits), _work(work), _failedUnit(nbUnits) {}
+    Run(std::uint64_t nbUnits, ParallelUnit const& work)
+        : _nbUnits(nbUnits), _work(work), _failedUnit(nbUnits) {}
 
-    void work(vlUInt64 thread) {
+    void work(std::uint64_t thread) {
         while (!_bFailed) {
-            vlUInt64 const unit = _nextUnit++;
+            std::uint64_t const unit = _nextUnit++;
             if (unit >= _nbUnits) {
                 return;
             }
@@ -30,54 +32,55 @@ class Run {
         }
     }
 
-    BoolResult getOutcome() const {
+    /// Of the failed unit of the lowest number.
+    std::any takeFailure() {
         if (_exception) {
             std::rethrow_exception(_exception);
         }
-        return _result;
+        return std::move(_failure);
     }
 
   private:
-    void workUnit(vlUInt64 thread, vlUInt64 unit) {
+    void workUnit(std::uint64_t thread, std::uint64_t unit) {
         try {
-            BoolResult const result = _work(thread, unit);
-            if (!result) {
-                fail(unit, result, nullptr);
+            std::any failure = _work(thread, unit);
+            if (failure.has_value()) {
+                keep(unit, std::move(failure), nullptr);
             }
         } catch (...) {
-            fail(unit, success(), std::current_exception());
+            keep(unit, {}, std::current_exception());
         }
     }
 
-    void fail(vlUInt64 unit, BoolResult const& result, std::exception_ptr const& exception) {
+    void keep(std::uint64_t unit, std::any failure, std::exception_ptr const& exception) {
         std::lock_guard<std::mutex> const lock(_mutex);
         _bFailed = true;
         if (unit < _failedUnit) {
-            _result = result; // may throw: the unit is marked behind it
+            _failure.swap(failure);
             _exception = exception;
             _failedUnit = unit;
         }
     }
 
-    vlUInt64 _nbUnits;
-    ParallelWork const& _work;
-    std::atomic<vlUInt64> _nextUnit{0};
+    std::uint64_t _nbUnits;
+    ParallelUnit const& _work;
+    std::atomic<std::uint64_t> _nextUnit{0};
     std::atomic<bool> _bFailed{false};
     std::mutex _mutex;
-    vlUInt64 _failedUnit;
-    BoolResult _result = success();
+    std::uint64_t _failedUnit;
+    std::any _failure;
     std::exception_ptr _exception;
 };
 
 } // namespace
 
-BoolResult runParallel(vlUInt64 nbThreads, vlUInt64 nbUnits, ParallelWork const& work) {
+std::any runUnits(std::uint64_t nbThreads, std::uint64_t nbUnits, ParallelUnit const& work) {
     Run run(nbUnits, work);
     std::vector<std::thread> threads;
-    vlUInt64 const nbUseful = std::min(nbThreads, nbUnits);
+    std::uint64_t const nbUseful = std::min(nbThreads, nbUnits);
     try {
         threads.reserve(nbUseful);
-        for (vlUInt64 thread = 1; thread < nbUseful; ++thread) {
+        for (std::uint64_t thread = 1; thread < nbUseful; ++thread) {
             threads.emplace_back([&run, thread] { run.work(thread); });
         }
     } catch (std::system_error const&) {
@@ -89,7 +92,7 @@ BoolResult runParallel(vlUInt64 nbThreads, vlUInt64 nbUnits, ParallelWork const&
     for (std::thread& thread : threads) {
         thread.join();
     }
-    return run.getOutcome();
+    return run.takeFailure();
 }
 
 } // namespace velmo

@@ -1,9 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOUtil/ReplacedFile.h"
-
-#include "VELMOUtil/LastError.h"
+#include "VELMOBase/ReplacedFile.h"
 
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
@@ -34,13 +32,12 @@ constexpr mode_t g_permissions = 0777;
 constexpr mode_t g_newFile = 0666;
 constexpr mode_t g_ownerOnly = S_IRUSR | S_IWUSR;
 
-BoolResult failWith(int error) {
-    errno = error;
-    return failure(getLastError());
+SystemResult success() {
+    return SystemResult(0);
 }
 
-BoolResult failWithLastError() {
-    return failWith(errno);
+SystemResult failWithLastError() {
+    return SystemResult(errno);
 }
 
 /// Waits for the lock. Where the file system has none, there is nothing to wait for.
@@ -173,22 +170,22 @@ ReplacedFile::~ReplacedFile() {
     }
 }
 
-BoolResult ReplacedFile::create() {
+SystemResult ReplacedFile::create() {
     if (int const error = followLinks(_replacedPath)) {
-        return failWith(error);
+        return SystemResult(error);
     }
     struct stat old = {};
     if (stat(_replacedPath.c_str(), &old) != 0) {
         return errno == ENOENT && !_replacedPath.empty() ? createBeside(_replacedPath) : failWithLastError();
     }
     if (S_ISDIR(old.st_mode)) {
-        return failWith(EISDIR);
+        return SystemResult(EISDIR);
     }
     if (!S_ISREG(old.st_mode)) {
         return success();
     }
     if (_oldFile == eOldFile::Refuse) {
-        return failWith(EEXIST);
+        return SystemResult(EEXIST);
     }
     if (faccessat(AT_FDCWD, _replacedPath.c_str(), W_OK, AT_EACCESS) != 0) {
         return failWithLastError();
@@ -200,7 +197,7 @@ BoolResult ReplacedFile::create() {
     return createBeside(_replacedPath);
 }
 
-BoolResult ReplacedFile::createBeside(fs::path const& target) {
+SystemResult ReplacedFile::createBeside(fs::path const& target) {
     tidy(target.parent_path());
     std::string const pattern = std::string(g_prefix).append(g_digits).append(g_suffix);
     while (true) {
@@ -220,14 +217,14 @@ BoolResult ReplacedFile::createBeside(fs::path const& target) {
     }
 }
 
-BoolResult ReplacedFile::commit() {
+SystemResult ReplacedFile::commit() {
     if (_descriptor < 0) {
         return success();
     }
     if (!reportsNoLateError(_descriptor) || !takesPermissions()) {
         return failWithLastError();
     }
-    BoolResult result = rename();
+    SystemResult result = rename();
     if (result) {
         close(std::exchange(_descriptor, -1));
     }
@@ -244,13 +241,13 @@ bool ReplacedFile::takesPermissions() const {
     return fchmod(_descriptor, _mode) == 0;
 }
 
-BoolResult ReplacedFile::rename() const {
+SystemResult ReplacedFile::rename() const {
     unsigned int const flags = _oldFile == eOldFile::Refuse ? RENAME_NOREPLACE : 0U;
     int result = renameat2(AT_FDCWD, _path.c_str(), AT_FDCWD, _replacedPath.c_str(), flags);
     if (result != 0 && errno == EINVAL && flags != 0) { // file systems without the flag
         struct stat ignored = {};
         if (lstat(_replacedPath.c_str(), &ignored) == 0) {
-            return failWith(EEXIST);
+            return SystemResult(EEXIST);
         }
         result = std::rename(_path.c_str(), _replacedPath.c_str());
     }

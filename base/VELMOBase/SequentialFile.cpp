@@ -1,11 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOUtil/SequentialFile.h"
-
-#include "VELMOUtil/LastError.h"
-#include "VELMOUtil/LogMessageFormater.h"
-#include "VELMOUtil/VELMOUtilLog.h"
+#include "VELMOBase/SequentialFile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,8 +9,11 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <streambuf>
+#include <string>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace velmo {
@@ -50,7 +49,7 @@ class SequentialFile::Buffer : public std::streambuf {
           _descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {
         struct stat status = {};
         if (_descriptor < 0 || fstat(_descriptor, &status) != 0) {
-            _failure = getLastError();
+            _failure = std::system_category().message(errno);
             return;
         }
         _bOrdinary = S_ISREG(status.st_mode);
@@ -86,13 +85,13 @@ class SequentialFile::Buffer : public std::streambuf {
             }
             if (nbBytes == 0) {
                 if (!waitForWriter()) {
-                    return fail(eVELMOUtilErrors::eVUE_PipeWithoutWriter, s_maxSecondsWithoutWriter);
+                    return fail("No process has opened the pipe for writing within " +
+                                std::to_string(s_maxSecondsWithoutWriter) + " seconds");
                 }
             } else if (errno == EAGAIN) {
                 waitForInput(_descriptor, nullptr);
             } else if (errno != EINTR) {
-                _failure = getLastError();
-                return 0;
+                return fail(std::system_category().message(errno));
             }
         }
     }
@@ -101,7 +100,7 @@ class SequentialFile::Buffer : public std::streambuf {
         _bWriterSeen = true;
         _nbBytes += nbBytes;
         if (!_bOrdinary && _nbBytes > s_maxStreamSize) {
-            return fail(eVELMOUtilErrors::eVUE_StreamTooLong, s_maxStreamSize);
+            return fail("The stream does not end within " + std::to_string(s_maxStreamSize) + " bytes");
         }
         return nbBytes;
     }
@@ -113,11 +112,9 @@ class SequentialFile::Buffer : public std::streambuf {
         return _bWriterSeen;
     }
 
-    template <class Argument>
-    std::size_t fail(eVELMOUtilErrors::domain id, Argument argument) {
-        LogMessageFormater formater(getVELMOUtilLogMessageManager());
-        formater[id] % argument;
-        _failure = formater.string();
+    /// 0, as `readSome` returns it.
+    std::size_t fail(std::string reason) {
+        _failure = std::move(reason);
         return 0;
     }
 
@@ -125,8 +122,8 @@ class SequentialFile::Buffer : public std::streambuf {
     int _descriptor;
     bool _bOrdinary = false;
     bool _bPipe = false;
-    bool _bWriterSeen = false; ///< from then on the pipe ends where no writer is left
-    vlUInt64 _nbBytes = 0;     ///< read so far
+    bool _bWriterSeen = false;  ///< from then on the pipe ends where no writer is left
+    std::uint64_t _nbBytes = 0; ///< read so far
     std::string _failure;
 };
 

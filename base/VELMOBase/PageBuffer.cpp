@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "VELMOUtil/PageBuffer.h"
+#include "VELMOBase/PageBuffer.h"
 
-#include "VELMOUtil/CheckedArithmetic.h"
+#include "VELMOBase/CheckedArithmetic.h"
 
 #include <cstdint>
 #include <new>
@@ -14,12 +14,12 @@ namespace velmo {
 
 namespace {
 
-constexpr vlUInt64 g_hugePageSize = vlUInt64{2} << 20;
-constexpr vlUInt64 g_hugePagesFrom = vlUInt64{4} << 20;
+constexpr std::uint64_t g_hugePageSize = std::uint64_t{2} << 20;
+constexpr std::uint64_t g_hugePagesFrom = std::uint64_t{4} << 20;
 
 } // namespace
 
-PageBuffer::PageBuffer(vlUInt64 nbBytes) {
+PageBuffer::PageBuffer(std::uint64_t nbBytes) {
     if (nbBytes == 0) {
         return;
     }
