@@ -203,7 +203,7 @@ bool DirectoryChain::findNext(TIFF* pTiff, TiffStream& stream) {
     Reader reader(pTiff, stream, directory.offset);
     Shape shape;
     _link = reader.readLink();
-    if (_link && reader.readShape(shape, directory)) {
+    if (_link && _bComparing && reader.readShape(shape, directory)) {
         directory.shape = keepShape(std::move(shape));
     }
     _indexes.emplace(directory.offset, _directories.size());
@@ -246,7 +246,14 @@ bool DirectoryChain::isBroken(TIFF* pTiff, TiffStream& stream) {
 }
 
 void DirectoryChain::forget() {
+    bool const bComparing = _bComparing;
     *this = DirectoryChain();
+    _bComparing = bComparing;
+}
+
+void DirectoryChain::leaveToLibtiff() {
+    _bComparing = false;
+    forget();
 }
 
 void DirectoryChain::forgetStrips(vlUInt64 offset) {

@@ -37,6 +37,8 @@ class DirectoryChain {
     bool isBroken(TIFF* pTiff, TiffStream& stream);
     /// Drops what is known: directories may lie elsewhere from now on.
     void forget();
+    /// Gives no directory a shape from now on, so that libtiff reads each of them: the way to compare with.
+    void leaveToLibtiff();
 
     /// Takes the shape from the directory at an offset: its strips may lie elsewhere from now on.
     void forgetStrips(vlUInt64 offset);
@@ -85,6 +87,7 @@ class DirectoryChain {
     std::unordered_map<vlUInt64, vlUInt64> _indexes; ///< by offset
     std::vector<Shape> _shapes;
     std::optional<vlUInt64> _link; ///< behind the last directory; empty where it cannot be read
+    bool _bComparing = true;
     bool _bEnded = false;
     bool _bBroken = false;
     std::optional<vlUInt64> _count;
