@@ -3,7 +3,9 @@
 
 // A program whose first call of the library fails; its arguments name what it does before.
 
-#include <VELMOImageFile/VELMOImageFile.h>
+// The first header has all that its functions need: an image's geometry and the exception.
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileLog.h>
 #include <iostream>
 #include <string>
 
@@ -21,8 +23,9 @@ int main(int argc, char** argv) {
         }
     }
     try {
-        image::file::loadTiffImageFile("missing.tif", image::file::eTDM_Volume, image::file::eTBM_Default);
-    } catch (BaseException const& error) {
+        using namespace image::file;
+        std::cout << loadTiffImageFile("missing.tif", eTDM_Volume, eTBM_Default)->getGeometry().getSizeX();
+    } catch (image::file::VELMOImageFileException const& error) {
         std::cout << error.what();
     }
 }
