@@ -4,12 +4,6 @@
 #include "FileSizeLimit.h"
 #include "SeriesFixture.h"
 
-#include <VELMOImage/GeometricCalibration.h>
-#include <VELMOImage/ImageFactory.h>
-#include <VELMOImage/ImageGeometry.h>
-#include <VELMOImageFile/TiffImageFileUtils.h>
-#include <boost/make_shared.hpp>
-
 namespace velmo::test {
 
 using nlohmann::json;
@@ -19,20 +13,8 @@ namespace {
 
 class CalibrationOption : public SeriesFixture {
   protected:
-    /// A volume of four planes of 3 x 2 pixels, of 0.65 x 0.5 in the unit.
-    void saveVolume(std::string const& name, std::string const& unit) const {
-        image::ImagePtr pImage;
-        ASSERT_TRUE(image::ImageFactory::getInstance().createDefaultImage(
-            *image::geometry3d(image::eIBT_UInt16, 3, 2, 4), pImage));
-        for (vlUInt64 z = 0; z < 4; ++z) {
-            std::vector<std::uint16_t> const pixels(6, static_cast<std::uint16_t>(1000 * z));
-            ASSERT_TRUE(pImage->writePixels(z, 0, 0, 0, 6, pixels.data()));
-        }
-        auto const pCalibration = boost::make_shared<image::GeometricCalibration>();
-        pCalibration->init3d(0.65F, 0.5F, 3.5F, unit, 4, 5, 6, 7, 8, 9, 10);
-        pImage->setGeometricCalibration(pCalibration);
-        pImage->setUserPropertiesStr("scanner=\"B\", 17\n");
-        image::file::saveTiffImageFile(_folder / name, pImage, image::file::eTC_None);
+    void saveInput(std::string const& unit) const {
+        saveVolume(_folder / "in.tif", 4, "scanner=\"B\", 17\n", unit);
     }
 
     ToolResult convert(Arguments const& options = {}) const {
@@ -50,14 +32,14 @@ class CalibrationOption : public SeriesFixture {
 TEST_F(CalibrationOption, InfoTellsThePixelSizeWithItsUnitIfItHasOne) {
     for (auto const& [unit, told] :
          std::vector<std::pair<std::string, std::string>>{{"um", " um"}, {"", ""}}) {
-        saveVolume("in.tif", unit);
+        saveInput(unit);
         EXPECT_THAT(runTool({"info", path("in.tif")}).out,
                     HasSubstr("\n  pixel size  0.65 x 0.5 x 3.5" + told + '\n'));
     }
 }
 
 TEST_F(CalibrationOption, TellsThePixelSizeInEachDirectory) {
-    saveVolume("in.tif", "um");
+    saveInput("um");
     for (char const* const compression : {"none", "lzw", "deflate"}) {
         expectDone(convert({"--overwrite", "--compression", compression}));
         EXPECT_EQ(std::vector<PageResolution>(4, {200000.0F / 13, 20000, RESUNIT_CENTIMETER}),
@@ -66,7 +48,7 @@ TEST_F(CalibrationOption, TellsThePixelSizeInEachDirectory) {
 }
 
 TEST_F(CalibrationOption, LeavesGeometryCalibrationPropertiesAndPixels) {
-    saveVolume("in.tif", "um");
+    saveInput("um");
     expectDone(convert());
     json entry = describe("out.tif");
     entry["file"] = path("in.tif");
@@ -98,14 +80,14 @@ TEST_F(CalibrationOption, WithoutACalibrationWarnsAndWritesNoTags) {
 }
 
 TEST_F(CalibrationOption, OfAnUnknownUnitWarnsAndTellsTheRatio) {
-    saveVolume("in.tif", "steps");
+    saveInput("steps");
     expectWarning(convert(), path("out.tif"), "\"steps\"");
     EXPECT_EQ(std::vector<PageResolution>(4, {20.0F / 13, 2, RESUNIT_NONE}),
               readResolutions(_folder / "out.tif"));
 }
 
 TEST_F(CalibrationOption, NotGivenLeavesTheTagsOut) {
-    saveVolume("in.tif", "um");
+    saveInput("um");
     expectDone(runTool({"convert", path("in.tif"), path("out.tif")}));
     EXPECT_EQ(std::vector<PageResolution>(4), readResolutions(_folder / "out.tif"));
 }
@@ -125,7 +107,7 @@ TEST_F(CalibrationOption, OfAResampledVolumeIsNotOffered) {
 }
 
 TEST_F(CalibrationOption, WithoutRoomForTheTagsTheEarlierOutputStays) {
-    saveVolume("in.tif", "um");
+    saveInput("um");
     expectDone(runTool({"convert", path("in.tif"), path("plain.tif")}));
     create("out.tif", "earlier");
     std::vector<std::string> const names = list();

@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <random>
 
@@ -182,9 +181,6 @@ TEST_P(SignalledRun, OfAStackLeavesTheOutputAlone) {
     expectNoTraceOf(GetParam(), stackToRaw(), "out.raw", 1UL << 24);
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, SignalledRun, testing::Values(SIGINT, SIGTERM),
-                         [](testing::TestParamInfo<int> const& parameter) {
-                             return "SIG" + std::string(sigabbrev_np(parameter.param));
-                         });
+INSTANTIATE_TEST_SUITE_P(Signals, SignalledRun, testing::Values(SIGINT, SIGTERM), getSignalName);
 
 } // namespace velmo::test

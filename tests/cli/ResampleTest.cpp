@@ -5,9 +5,6 @@
 #include "SoftLimit.h"
 
 #include <VELMOAttributes/ZSteps.h>
-#include <VELMOImage/ImageFactory.h>
-#include <VELMOImage/ImageGeometry.h>
-#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOSerialization/XmlFile.h>
 
 namespace velmo::test {
@@ -81,22 +78,15 @@ TEST_F(Resample, ASinglePlaneHasNoSteps) {
 }
 
 TEST_F(Resample, TheCalibrationAndTheUserPropertiesOfTheFirstFileAreKept) {
-    for (int const number : {1, 2}) {
-        image::ImagePtr pImage;
-        ASSERT_TRUE(image::ImageFactory::getInstance().createDefaultImage(
-            *image::geometry3d(image::eIBT_UInt8, 3, 2, 1), pImage));
-        pImage->setUserPropertiesStr("of " + std::to_string(number));
-        auto const pCalibration = boost::make_shared<image::GeometricCalibration>();
-        pCalibration->init3d(2, 3, 4, "mm", 0, 0, 0, 0, 0, 0, 0);
-        pImage->setGeometricCalibration(pCalibration);
-        image::file::saveTiffImageFile(_folder / "s" / ("b" + std::to_string(number) + ".tif"), pImage);
-    }
+    saveVolume(path("s/b1.tif"), 1, "of 1");
+    saveVolume(path("s/b2.tif"), 1, "of 2", "mm");
     create("steps.txt", "5\n");
     expectDone(runTool(
         {"resample", path("s"), "b<INDEX>.tif", path("steps.txt"), path("out.tif"), "--size-z", "3"}));
     nlohmann::json const entry = describe("out.tif");
     EXPECT_EQ("of 1", entry.at("userProperties"));
-    EXPECT_EQ(nlohmann::json({{"x", 2.0}, {"y", 3.0}, {"z", 4.0}, {"unit", "mm"}}), entry.at("calibration"));
+    EXPECT_EQ(nlohmann::json({{"x", 0.65F}, {"y", 0.5}, {"z", 3.5}, {"unit", "um"}}),
+              entry.at("calibration"));
 }
 
 TEST_F(Resample, AnOutputThatOthersShowAsANegativeIsWarnedOf) {

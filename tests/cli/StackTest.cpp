@@ -4,10 +4,6 @@
 #include "SeriesFixture.h"
 #include "SoftLimit.h"
 
-#include <VELMOImage/ImageFactory.h>
-#include <VELMOImage/ImageGeometry.h>
-#include <VELMOImageFile/TiffImageFileUtils.h>
-
 namespace velmo::test {
 
 using nlohmann::json;
@@ -80,13 +76,8 @@ TEST_F(Stack, TheCalibrationOfTheFirstFileIsKept) {
 }
 
 TEST_F(Stack, TheUserPropertiesOfTheFirstFileAreKept) {
-    for (char const* const name : {"a1", "a2"}) {
-        image::ImagePtr pImage;
-        ASSERT_TRUE(image::ImageFactory::getInstance().createDefaultImage(
-            *image::geometry3d(image::eIBT_UInt8, 3, 2, 1), pImage));
-        pImage->setUserPropertiesStr(std::string("of ") + name);
-        image::file::saveTiffImageFile(bare(name + std::string(".tif")), pImage);
-    }
+    saveVolume(bare("a1.tif"), 1, "of a1");
+    saveVolume(bare("a2.tif"), 1, "of a2");
     for (char const* const axis : {"z", "t"}) {
         expectDone(
             runTool({"stack", path("s"), "a<INDEX>.tif", path("out.tif"), "--along", axis, "--overwrite"}));

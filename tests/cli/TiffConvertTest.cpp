@@ -1,14 +1,11 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "InfoEntries.h"
 #include "Results.h"
-#include "TiffSample.h"
+#include "SeriesFixture.h"
 
-#include <VELMOImage/ImageFactory.h>
-#include <VELMOImage/ImageGeometry.h>
-#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <sys/stat.h>
+#include <tuple>
 
 namespace velmo::test {
 
@@ -29,6 +26,12 @@ class TiffConvert : public CliTest {
                        Arguments const& options = {}) const {
         return runTool(Arguments{"convert", create("in.raw", bytes), path("out.tif")} + raw(size, type) +
                        options);
+    }
+
+    /// A conversion of the file "out.tif" to raw planes.
+    std::string backToRaw() const {
+        expectDone(runTool({"convert", path("out.tif"), path("back.raw"), "--overwrite"}));
+        return read("back.raw");
     }
 
     /// The file "in.tif", whose first strip cannot be decoded.
@@ -72,12 +75,6 @@ void TiffConvert::writeDamaged(std::uint16_t samples) const {
     create("in.tif", read("in.tif").replace(8, 200, std::string(200, '\xff')));
 }
 
-struct RawType {
-    char const* word;
-    std::uint16_t bits;
-    std::uint16_t sampleFormat;
-};
-
 struct Compression {
     Arguments options;
     std::uint16_t tag;
@@ -86,29 +83,28 @@ struct Compression {
 } // namespace
 
 TEST_F(TiffConvert, EveryRawTypeBecomesDirectoriesAndComesBack) {
-    for (RawType const& type : {RawType{"uint8", 8, SAMPLEFORMAT_UINT},
-                                {"int8", 8, SAMPLEFORMAT_INT},
-                                {"uint16", 16, SAMPLEFORMAT_UINT},
-                                {"int16", 16, SAMPLEFORMAT_INT},
-                                {"uint32", 32, SAMPLEFORMAT_UINT},
-                                {"int32", 32, SAMPLEFORMAT_INT},
-                                {"real32", 32, SAMPLEFORMAT_IEEEFP},
-                                {"binary", 8, SAMPLEFORMAT_UINT},
-                                {"label8", 8, SAMPLEFORMAT_UINT},
-                                {"label16", 16, SAMPLEFORMAT_UINT},
-                                {"label32", 32, SAMPLEFORMAT_UINT}}) {
-        std::size_t const planeSize = 5U * 4 * type.bits / 8;
-        std::string const bytes = countingBytes(3 * planeSize);
-        expectDone(fromRaw(bytes, "5,4,3", type.word, {"--overwrite"}));
-        std::vector<TiffPage> const pages = readTiff(_folder / "out.tif");
-        ASSERT_EQ(3U, pages.size());
-        for (std::size_t z = 0; z < 3; ++z) {
-            EXPECT_EQ(type.bits, pages[z].bits);
-            EXPECT_EQ(type.sampleFormat, pages[z].sampleFormat);
-            EXPECT_EQ(bytes.substr(z * planeSize, planeSize), pages[z].pixels) << type.word;
+    using Types = std::vector<std::string>;
+    for (auto const& [bits, sampleFormat, types] : std::vector<std::tuple<std::size_t, int, Types>>{
+             {8, SAMPLEFORMAT_UINT, {"uint8", "binary", "label8"}},
+             {16, SAMPLEFORMAT_UINT, {"uint16", "label16"}},
+             {32, SAMPLEFORMAT_UINT, {"uint32", "label32"}},
+             {8, SAMPLEFORMAT_INT, {"int8"}},
+             {16, SAMPLEFORMAT_INT, {"int16"}},
+             {32, SAMPLEFORMAT_INT, {"int32"}},
+             {32, SAMPLEFORMAT_IEEEFP, {"real32"}}}) {
+        for (std::string const& type : types) {
+            SCOPED_TRACE(type);
+            std::string const bytes = countingBytes(3U * 5 * 4 * bits / 8);
+            expectDone(fromRaw(bytes, "5,4,3", type, {"--overwrite"}));
+            std::string pixels;
+            for (TiffPage const& plane : readTiff(_folder / "out.tif")) {
+                EXPECT_EQ(bits, plane.bits);
+                EXPECT_EQ(sampleFormat, plane.sampleFormat);
+                pixels += plane.pixels;
+            }
+            EXPECT_EQ(bytes, pixels);
+            EXPECT_EQ(bytes, backToRaw());
         }
-        expectDone(runTool({"convert", path("out.tif"), path("back.raw"), "--overwrite"}));
-        EXPECT_EQ(bytes, read("back.raw")) << type.word;
     }
 }
 
@@ -124,8 +120,7 @@ TEST_F(TiffConvert, TheCompressionIsTheOneAskedFor) {
         EXPECT_EQ(compression.tag, pages[0].compression);
         EXPECT_EQ(compression.tag, pages[1].compression);
         EXPECT_TRUE(bytes == pages[0].pixels + pages[1].pixels);
-        expectDone(runTool({"convert", path("out.tif"), path("back.raw"), "--overwrite"}));
-        EXPECT_TRUE(bytes == read("back.raw"));
+        EXPECT_TRUE(bytes == backToRaw());
     }
 }
 
@@ -133,8 +128,7 @@ TEST_F(TiffConvert, FiveDimensionsComeBackInTheirOrder) {
     for (char const* const size : {"3,2,4,2,2", "3,2,2,4,2"}) { // channels in directories, and side by side
         std::string const bytes = countingBytes(3 * 2 * 4 * 2 * 2);
         expectDone(fromRaw(bytes, size, "uint8", {"--overwrite", "--compression", "lzw"}));
-        expectDone(runTool({"convert", path("out.tif"), path("back.raw"), "--overwrite"}));
-        EXPECT_EQ(bytes, read("back.raw")) << size;
+        EXPECT_EQ(bytes, backToRaw()) << size;
     }
 }
 
@@ -222,8 +216,7 @@ TEST_F(TiffConvert, TimeStepsOfDifferentTypesKeepTheirs) {
     EXPECT_EQ("ab" + values, toRaw({"--directories", "t"}));
     expectDone(runTool({"convert", path("in.tif"), path("out.tif"), "--directories", "t"}));
     EXPECT_THAT(describe("out.tif").at("pixelTypes"), ElementsAre("uint8", "uint16"));
-    expectDone(runTool({"convert", path("out.tif"), path("back.raw")}));
-    EXPECT_EQ("ab" + values, read("back.raw"));
+    EXPECT_EQ("ab" + values, backToRaw());
 }
 
 TEST_F(TiffConvert, PlanesOfAVolumeWithPixelsOfDifferentSizesAreRefused) {
@@ -241,19 +234,12 @@ TEST_F(TiffConvert, AForeignCalibrationIsHandedOn) {
 }
 
 TEST_F(TiffConvert, EverythingThatAFileOfTheLibrarySaysIsHandedOn) {
-    image::ImagePtr pImage;
-    ASSERT_TRUE(image::ImageFactory::getInstance().createDefaultImage(
-        *image::geometry3d(image::eIBT_Label16, 3, 2, 4), pImage));
-    auto const pCalibration = boost::make_shared<image::GeometricCalibration>();
-    pCalibration->init3d(1, 2, 3.5F, "mm", 4, 5, 6, 7, 8, 9, 10);
-    pImage->setGeometricCalibration(pCalibration);
-    pImage->setUserPropertiesStr("scanner=\"B\", 17\n");
-    image::file::saveTiffImageFile(_folder / "in.tif", pImage, image::file::eTC_None);
+    saveVolume(_folder / "in.tif", 4, "scanner=\"B\", 17\n");
     expectDone(runTool({"convert", path("in.tif"), path("out.tif"), "--compression", "lzw"}));
     json const entry = describe("out.tif");
     EXPECT_EQ(describe("in.tif"), entry);
     EXPECT_EQ("scanner=\"B\", 17\n", entry.at("userProperties"));
-    EXPECT_EQ(json({{"x", 1.0}, {"y", 2.0}, {"z", 3.5}, {"unit", "mm"}}), entry.at("calibration"));
+    EXPECT_EQ(json({{"x", 0.65F}, {"y", 0.5}, {"z", 3.5}, {"unit", "um"}}), entry.at("calibration"));
 }
 
 TEST_F(TiffConvert, ADamagedStripLeavesTheEarlierOutputAndNothingElse) {

@@ -7,6 +7,7 @@
 
 #include <TemporaryFolder.h>
 #include <boost/filesystem/operations.hpp>
+#include <cstring>
 #include <gmock/gmock.h>
 
 namespace velmo::test {
@@ -73,6 +74,11 @@ std::string getName(testing::TestParamInfo<Parameter> const& info) {
 template <class Parameter>
 auto operator<<(std::ostream& os, Parameter const& parameter) -> decltype(os << parameter.name) {
     return os << parameter.name;
+}
+
+/// What a test of a signal is called.
+inline std::string getSignalName(testing::TestParamInfo<int> const& info) {
+    return "SIG" + std::string(sigabbrev_np(info.param));
 }
 
 /// A text in which all of these words are.
