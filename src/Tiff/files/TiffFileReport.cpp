@@ -24,7 +24,7 @@ using Message = eTiffImageFileMessage;
 
 [[noreturn]] void raiseOpenError(boost::filesystem::path const& path, std::string const& reason) {
     raise(VELMO_HERE, Message::eTIFM_LoadFileError, path,
-          toText(Message::eTIFM_OpenFileError, path.string(), reason));
+          fail(Message::eTIFM_OpenFileError, path.string(), reason));
 }
 
 /// What the description of the current directory says.
