@@ -133,12 +133,24 @@ class ToolFault : public CliTest, public testing::WithParamInterface<Conversion>
 
 } // namespace
 
-TEST_P(ToolFault, AReadWriteOrAllocationThatFailsLeavesTheEarlierOutput) {
+TEST_P(ToolFault, AWriteThatFailsLeavesTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Write);
+}
+
+TEST_P(ToolFault, AReadThatFailsLeavesTheEarlierOutput) {
     expectEarlierOrWholeOutput(eFC_Read);
-    for (eFaultCalls const calls : {eFC_Write, eFC_Allocate}) {
-        expectEarlierOrWholeOutput(calls);
-        expectEarlierOrWholeOutput(calls, eFM_FailFromThere);
-    }
+}
+
+TEST_P(ToolFault, AnAllocationThatFailsLeavesTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Allocate);
+}
+
+TEST_P(ToolFault, WritesThatFailFromOneOnLeaveTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Write, eFM_FailFromThere);
+}
+
+TEST_P(ToolFault, AllocationsThatFailFromOneOnLeaveTheEarlierOutput) {
+    expectEarlierOrWholeOutput(eFC_Allocate, eFM_FailFromThere);
 }
 
 TEST_P(ToolFault, AKillBeforeAnyCallLeavesTheEarlierOrTheWholeOutput) {
