@@ -15,14 +15,15 @@ namespace velmo::image::file {
 /// The files that a pattern selects: those that the loads of folders read, in their order, and what is
 /// unusual about their numbers.
 struct TiffFileSeries {
+    /// A file whose name matches.
     struct File {
-        boost::filesystem::path path;
+        boost::filesystem::path path;   ///< as `findTiffFiles` or `selectTiffFiles` gives it
         std::optional<vlUInt64> number; ///< read by "<INDEX>"; empty where the pattern does not have it
     };
     /// Numbers from `first` to `last`, both included.
     struct Gap {
-        vlUInt64 first;
-        vlUInt64 last;
+        vlUInt64 first; ///< the lowest one
+        vlUInt64 last;  ///< the highest one
     };
 
     /// What a load reads: in ascending order of the numbers, or of the paths where there are no numbers.
