@@ -116,15 +116,16 @@ Seen look(path const& path, eWay way, eTiffPolicy policy, eTiffDirectoryMode mod
     ImageGeometryPtr pGeometry;
     GeometricCalibrationPtr pCalibration;
     try {
-        BoolResult const result =
-            TiffForeignFile(pTiff, path, eIAM_ReadOnly, mode, eTBM_Default, policy).read(pGeometry, pCalibration);
+        BoolResult const result = TiffForeignFile(pTiff, path, eIAM_ReadOnly, mode, eTBM_Default, policy)
+                                      .read(pGeometry, pCalibration);
         seen.opening = result ? "opens" : result.getMessage();
     } catch (std::exception const& exception) {
         seen.opening = exception.what();
     }
     seen.openingMessages = messages.texts;
     if (pGeometry) {
-        seen.opening += " " + std::to_string(pGeometry->getSizeX()) + " " + std::to_string(pGeometry->getNbPlans());
+        seen.opening +=
+            " " + std::to_string(pGeometry->getSizeX()) + " " + std::to_string(pGeometry->getNbPlans());
         readPlanes(pTiff, path, *pGeometry, policy, seen);
         readPages(pTiff, path, *pGeometry, policy, seen);
     }

@@ -62,8 +62,12 @@ TEST_P(JoinCalls, PutThePlanesOfThePartsOneAfterTheOtherInTheOrderOfTheVector) {
     auto swapped = makeParts({1, 2, 1});
     std::swap(swapped[0], swapped[2]);
     auto const part = makeParts({2}).front();
-    for (auto const& parts : {makeParts({2, 1, 3}), swapped, makeParts({3}), {part, part},
-                              makeParts({0, 2, 0, 0, 1, 0}), makeParts(std::vector<vlUInt64>(300, 1))}) {
+    for (auto const& parts : {makeParts({2, 1, 3}),
+                              swapped,
+                              makeParts({3}),
+                              {part, part},
+                              makeParts({0, 2, 0, 0, 1, 0}),
+                              makeParts(std::vector<vlUInt64>(300, 1))}) {
         vlUInt64 length = 0;
         for (ImagePtr const& pPart : parts) {
             length += getLength(*pPart);
