@@ -61,8 +61,7 @@ void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObjec
     }
     BoolResult const result = object.read(archive);
     if (!result) {
-        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_ReadObjectError, className,
-                     result);
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_ReadObjectError, className, result);
     }
 }
 

@@ -9,6 +9,7 @@
 #include "Tiff/handle/TiffTags.h"
 
 #include <VELMOBase/FileKind.h>
+#include <VELMOBase/TransferAll.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
@@ -51,21 +52,6 @@ thread_local std::error_code g_closeError;
 void reportOpenFailure(boost::filesystem::path const& path, std::error_code const& error) {
     g_openError = error;
     TIFFErrorExt(nullptr, "TIFFOpen", "%s: %s", path.c_str(), error.message().c_str());
-}
-
-/// Repeats a system call on what it left over, until it moves nothing more.
-template <class Transfer>
-vlUInt64 transferAll(vlUInt64 nbBytes, Transfer const& transfer) {
-    vlUInt64 done = 0;
-    while (done < nbBytes) {
-        ssize_t const moved = transfer(done);
-        if (moved > 0) {
-            done += static_cast<vlUInt64>(moved);
-        } else if (moved == 0 || errno != EINTR) {
-            break;
-        }
-    }
-    return done;
 }
 
 bool isZero(void const* pBuffer, vlUInt64 nbBytes) {
@@ -251,15 +237,16 @@ vlUInt64 TiffStream::getSize() const {
 }
 
 vlUInt64 TiffStream::readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
-    return transferAll(nbBytes, [&](vlUInt64 done) {
-        ssize_t const moved = pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
-                                    static_cast<off_t>(offset + done));
-        bool const bBeyondFiles = errno == EINVAL || errno == EOVERFLOW; // an offset that a file tells
-        if (moved < 0 && errno != EINTR && !bBeyondFiles) {
-            _readError = std::error_code(errno, std::generic_category());
-        }
-        return moved;
+    Transferred const moved = transferAll(nbBytes, [&](vlUInt64 done) {
+        return pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
+                     static_cast<off_t>(offset + done));
     });
+    bool const bBeyondFiles =
+        moved.error == EINVAL || moved.error == EOVERFLOW; // an offset in a damaged file
+    if (moved.error != 0 && !bBeyondFiles) {
+        _readError = std::error_code(moved.error, std::generic_category());
+    }
+    return moved.nbBytes;
 }
 
 vlUInt64 TiffStream::readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
@@ -287,15 +274,12 @@ vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBy
     if (takeAsReserved(offset, pBuffer, nbBytes)) {
         return nbBytes;
     }
-    _writeError.clear();
-    return transferAll(nbBytes, [&](vlUInt64 done) {
-        ssize_t const moved = pwrite(_descriptor, static_cast<std::byte const*>(pBuffer) + done,
-                                     nbBytes - done, static_cast<off_t>(offset + done));
-        if (moved < 0 && errno != EINTR) {
-            _writeError = std::error_code(errno, std::generic_category());
-        }
-        return moved;
+    Transferred const moved = transferAll(nbBytes, [&](vlUInt64 done) {
+        return pwrite(_descriptor, static_cast<std::byte const*>(pBuffer) + done, nbBytes - done,
+                      static_cast<off_t>(offset + done));
     });
+    _writeError = std::error_code(moved.error, std::generic_category());
+    return moved.nbBytes;
 }
 
 void TiffStream::reserveZeros(vlUInt64 nbBytes) {

@@ -5,6 +5,7 @@
 
 #include "terminal/Failure.h"
 
+#include <VELMOBase/TransferAll.h>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -34,33 +35,23 @@ BinaryFile::~BinaryFile() {
 
 std::string BinaryFile::read(vlUInt64 offset, std::size_t nbBytes) const {
     std::string bytes(nbBytes, '\0');
-    std::size_t done = 0;
-    while (done < nbBytes) {
-        ssize_t const nbRead =
-            pread(_descriptor, bytes.data() + done, nbBytes - done, static_cast<off_t>(offset + done));
-        if (nbRead == 0) {
-            break;
-        }
-        if (nbRead > 0) {
-            done += static_cast<std::size_t>(nbRead);
-        } else if (errno != EINTR) {
-            failAt("read", _path, errno);
-        }
+    Transferred const moved = transferAll(nbBytes, [&](std::size_t done) {
+        return pread(_descriptor, bytes.data() + done, nbBytes - done, static_cast<off_t>(offset + done));
+    });
+    if (moved.error != 0) {
+        failAt("read", _path, moved.error);
     }
-    bytes.resize(done);
+    bytes.resize(moved.nbBytes);
     return bytes;
 }
 
 void BinaryFile::write(vlUInt64 offset, std::string const& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        ssize_t const nbWritten =
-            pwrite(_descriptor, bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
-        if (nbWritten > 0) {
-            done += static_cast<std::size_t>(nbWritten);
-        } else if (nbWritten == 0 || errno != EINTR) {
-            failAt("write", _path, errno);
-        }
+    Transferred const moved = transferAll(bytes.size(), [&](std::size_t done) {
+        return pwrite(_descriptor, bytes.data() + done, bytes.size() - done,
+                      static_cast<off_t>(offset + done));
+    });
+    if (moved.nbBytes != bytes.size()) {
+        failAt("write", _path, moved.error);
     }
 }
 
