@@ -22,8 +22,8 @@ FUNCTION = re.compile(r"(?:(?!\b(?:return|else|throw|new)\b)\b\w+|[>&*\]])[\s&*]
 TYPE = re.compile(r"\b(?:class|struct|enum class|enum|using)\s+(?:VELMO_\w+_EXPORT\s+)?(\w+)\s*(?=[{:=;])")
 ENUMERATORS = re.compile(r"\benum\s+\w+[^{};]*\{([^}]*)\}")
 CONSTANT = re.compile(r"\b([gs]_\w+|VELMO_HERE)\b")
-# Also names of parameters of templates, of the standard library, or of any class.
-COMMON = {"T", "Domain", "Image", "Strip", "Value", "domain", "operator", "name"}
+# Also names of parameters, of variables, of the standard library, or of any class.
+COMMON = {"T", "Domain", "Image", "Strip", "Value", "begin", "domain", "end", "exception", "name", "operator", "pixels"}
 
 
 def strip(text):
