@@ -251,7 +251,8 @@ TEST_F(TiffInfo, TheCheckReadsThePlanesOfAFileThatLooksGood) {
                       "\": of 2 planes tried 1 cannot be read: plane z=1 c=0 t=0; the first one: Failed to "
                       "read data of strip 0 for directory z=1, c=0, t=0 of file " +
                       path("in.tif") +
-                      "\nThe directory has planes of 3 x 2 pixels of 16 bits, the image has 3 x 2 of 8");
+                      "\nThe directory has planes of 3 x 2 pixels of 16 bits, the image has planes of 3 x 2 "
+                      "pixels of 8 bits");
 }
 
 TEST_F(TiffInfo, OfAFileThatFailsTheCheckAllKeysAreThereWithTheWarnings) {

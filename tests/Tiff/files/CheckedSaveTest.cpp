@@ -217,7 +217,7 @@ TEST_F(CheckedSave, APlainRecordOfAMissingFileMakesItAnewWithAWarning) {
     EXPECT_THAT(readRecord(g_binary, record, restored), Succeeds());
     EXPECT_THAT(file.getWarnings(),
                 testing::ElementsAre("File " + _path.string() +
-                                     " of an archive record is missing and is made anew, in zeros"));
+                                     " of an archive record is missing and is created with zeros"));
 }
 
 } // namespace velmo::image::file

@@ -74,8 +74,7 @@ TEST_F(CheckedStacks, PlanesComeInTheByteOrderOfThisMachine) {
             EXPECT_THAT(plain.warnings, IsEmpty());
         } else {
             EXPECT_THAT(plain.warnings, ElementsAre("Planes of file " + _path.string() +
-                                                    " are delivered as they lie in the file, in the byte "
-                                                    "order of another machine"));
+                                                    " are not converted to the byte order of this machine"));
         }
     }
 }
@@ -308,10 +307,10 @@ TEST_F(CheckedStacks, MoreThan65536DirectoriesAreAllRead) {
     Loaded const plain = loadPlainly(_path);
     std::string const wrapped = expected.substr(0, 65536) + expected.substr(0, 3);
     EXPECT_TRUE(plain.pixels == wrapped) << plain.failure;
-    EXPECT_THAT(plain.warnings, ElementsAre("Directory 65536 is taken for directory 0 of file " +
+    EXPECT_THAT(plain.warnings, ElementsAre("Directory 65536 is addressed as directory 0 of file " +
                                                 _path.string() + ": directory numbers have 16 bits",
-                                            HasSubstr("Directory 65537 is taken for directory 1"),
-                                            HasSubstr("Directory 65538 is taken for directory 2")));
+                                            HasSubstr("Directory 65537 is addressed as directory 1"),
+                                            HasSubstr("Directory 65538 is addressed as directory 2")));
 }
 
 TEST_F(CheckedStacks, DirectoriesThatShareAStripLoadInAllCalls) {
@@ -359,17 +358,18 @@ TEST_F(CheckedStacks, APlainOpeningWarnsOfPlanesThatItCannotReadRight) {
                 ElementsAre("Channels of the planes of file " + _path.string() + " are not separated"));
     RawDirectory packed = makeStack();
     packed.set(TIFFTAG_COMPRESSION, shorts({COMPRESSION_LZW}));
-    EXPECT_THAT(warningsOf(packed), ElementsAre(HasSubstr("does not tell where the further planes of file")));
+    EXPECT_THAT(warningsOf(packed), ElementsAre(HasSubstr("cannot be located in file")));
     RawDirectory far = makeStack();
     far.set(TIFFTAG_STRIPOFFSETS, RawField{TIFF_LONG8, {(std::uint64_t{5} << 30) + 7}});
-    EXPECT_THAT(warningsOf(far, true),
-                ElementsAre("The first strip of file " + _path.string() +
-                            " is taken from byte 1073741831 instead of 5368709127: its "
-                            "offset has 32 bits"));
+    EXPECT_THAT(
+        warningsOf(far, true),
+        ElementsAre(
+            "The first strip of file " + _path.string() +
+            " is read from byte 1073741831 instead of 5368709127: only 32 bits of its offset are used"));
     RawDirectory second = greyDirectory();
     writeRawTiff(_path, {makeStack(), second});
     EXPECT_THAT(PolicyFile(_path, eTiffPolicy::Plain).getWarnings(),
-                ElementsAre(HasSubstr("does not tell where the further planes of file")));
+                ElementsAre(HasSubstr("cannot be located in file")));
 }
 
 } // namespace velmo::image::file
