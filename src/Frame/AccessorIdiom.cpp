@@ -25,10 +25,11 @@ void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor
     }
 }
 
-KeptArguments::KeptArguments(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry)
+ArgumentCopies::ArgumentCopies(boost::filesystem::path const& givenPath,
+                               BaseImageGeometry const& givenGeometry)
     : path(givenPath), pGeometry(duplicateGeometry(givenGeometry)) {}
 
-ClearUnlessKept::~ClearUnlessKept() {
+ClearOnFailure::~ClearOnFailure() {
     if (_pAccessor != nullptr) {
         _pAccessor->clear();
     }

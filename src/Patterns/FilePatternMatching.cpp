@@ -140,7 +140,7 @@ std::optional<std::string_view> FilePattern::match(std::string_view fileName) {
             break;
         case eToken::AnySequence:
             fillRows();
-            while (position < _name.size() && !canRun(token + 1, position)) {
+            while (position < _name.size() && !canMatchRest(token + 1, position)) {
                 ++position;
             }
             break;
@@ -167,19 +167,19 @@ bool FilePattern::hasLiteral(Token const& token, std::size_t position) const {
 std::size_t FilePattern::endOfDigits(Token const& token, std::size_t position) const {
     bool const bHasStop = token.stop < _tokens.size();
     while (position < _name.size() && isDigit(_name[position]) &&
-           !(bHasStop && canRun(token.stop, position))) {
+           !(bHasStop && canMatchRest(token.stop, position))) {
         ++position;
     }
     return position;
 }
 
 /// Whether the tokens from this one on can be run, at any position.
-bool FilePattern::canRun(std::size_t token, std::size_t position) const {
+bool FilePattern::canMatchRest(std::size_t token, std::size_t position) const {
     return token < _fixedBegin ? _rows[token * (_name.size() + 1) + position] != 0
-                               : canRunFixed(token, position);
+                               : canMatchFixedRest(token, position);
 }
 
-bool FilePattern::canRunFixed(std::size_t token, std::size_t position) const {
+bool FilePattern::canMatchFixedRest(std::size_t token, std::size_t position) const {
     for (; token < _tokens.size(); ++token) {
         Token const& current = _tokens[token];
         if (current.kind == eToken::Literal ? !hasLiteral(current, position) : position == _name.size()) {
@@ -209,18 +209,18 @@ void FilePattern::fillRow(std::size_t token) {
         bool bRuns = false;
         switch (current.kind) {
         case eToken::Literal:
-            bRuns = hasLiteral(current, position) && canRun(token + 1, position + current.text.size());
+            bRuns = hasLiteral(current, position) && canMatchRest(token + 1, position + current.text.size());
             break;
         case eToken::AnyChar:
-            bRuns = !bAtEnd && canRun(token + 1, position + 1);
+            bRuns = !bAtEnd && canMatchRest(token + 1, position + 1);
             break;
         case eToken::AnySequence:
-            bRuns = canRun(token + 1, position) || (!bAtEnd && pRow[position + 1] != 0);
+            bRuns = canMatchRest(token + 1, position) || (!bAtEnd && pRow[position + 1] != 0);
             break;
         case eToken::Index: {
-            bool const bStops = current.stop < _tokens.size() && canRun(current.stop, position);
+            bool const bStops = current.stop < _tokens.size() && canMatchRest(current.stop, position);
             end = !bAtEnd && isDigit(_name[position]) && !bStops ? end : position;
-            bRuns = end != position && canRun(token + 1, end);
+            bRuns = end != position && canMatchRest(token + 1, end);
             break;
         }
         }

@@ -44,8 +44,8 @@ void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor
 
 /// Copies of what a create or open operation was given: the arguments may be what the accessor itself holds,
 /// which its `clear` drops.
-struct KeptArguments {
-    KeptArguments(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry);
+struct ArgumentCopies {
+    ArgumentCopies(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry);
     BaseImageGeometry const& geometry() const { return *pGeometry; }
 
     boost::filesystem::path path;
@@ -54,12 +54,12 @@ struct KeptArguments {
 
 /// Clears an accessor at the end of the scope unless told otherwise: a record that names a file which then
 /// does not open leaves no accessor that looks initialised.
-class ClearUnlessKept {
+class ClearOnFailure {
   public:
-    explicit ClearUnlessKept(BaseImageAccessor& accessor) : _pAccessor(&accessor) {}
-    ~ClearUnlessKept();
-    ClearUnlessKept(ClearUnlessKept const&) = delete;
-    ClearUnlessKept& operator=(ClearUnlessKept const&) = delete;
+    explicit ClearOnFailure(BaseImageAccessor& accessor) : _pAccessor(&accessor) {}
+    ~ClearOnFailure();
+    ClearOnFailure(ClearOnFailure const&) = delete;
+    ClearOnFailure& operator=(ClearOnFailure const&) = delete;
     void keep() { _pAccessor = nullptr; }
 
   private:
@@ -72,7 +72,7 @@ class ClearUnlessKept {
 template <class Accessor, class ReadFields, class Open>
 BoolResult readAccessor(Accessor& accessor, BaseIArchive& archive, RaiseSite const& site,
                         ReadFields const& readFields, Open const& open) {
-    ClearUnlessKept unlessOpened(accessor);
+    ClearOnFailure clearOnFailure(accessor);
     BoolResult result = accessor.BaseDiskImageAccessor::read(archive);
     if (!result) {
         return result;
@@ -85,7 +85,7 @@ BoolResult readAccessor(Accessor& accessor, BaseIArchive& archive, RaiseSite con
     }
     result = open();
     if (result) {
-        unlessOpened.keep();
+        clearOnFailure.keep();
     }
     return result;
 }

@@ -38,8 +38,8 @@ class FilePattern {
     void normalizeWildcards();
     void findStops();
 
-    bool canRun(std::size_t token, std::size_t position) const;
-    bool canRunFixed(std::size_t token, std::size_t position) const;
+    bool canMatchRest(std::size_t token, std::size_t position) const;
+    bool canMatchFixedRest(std::size_t token, std::size_t position) const;
     bool hasLiteral(Token const& token, std::size_t position) const;
     std::size_t endOfDigits(Token const& token, std::size_t position) const;
     void fillRows();

@@ -21,12 +21,12 @@ ByteRun toByteRun(vlUInt64 planeOffset, vlUInt64 pixelStartOffset, vlUInt64 nbPi
 enum class eStreamOutcome { Done, SeekFailed, TransferFailed };
 
 /// Keeps `errno` over what is done after a failed call, such as making a message of it.
-class KeptErrno {
+class ErrnoGuard {
   public:
-    KeptErrno() = default;
-    ~KeptErrno() { errno = _error; }
-    KeptErrno(KeptErrno const&) = delete;
-    KeptErrno& operator=(KeptErrno const&) = delete;
+    ErrnoGuard() = default;
+    ~ErrnoGuard() { errno = _error; }
+    ErrnoGuard(ErrnoGuard const&) = delete;
+    ErrnoGuard& operator=(ErrnoGuard const&) = delete;
 
   private:
     int const _error = errno;

@@ -27,7 +27,7 @@ constexpr bool zeroesBrokenStrips(eTiffPolicy policy) {
 
 /// Whether a part of an uncompressed strip whose byte count is wrong is a failure, although libtiff reads the
 /// whole of it.
-constexpr bool failsAtMiscountedParts(eTiffPolicy policy) {
+constexpr bool rejectsWrongByteCounts(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 

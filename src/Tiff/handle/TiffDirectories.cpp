@@ -109,14 +109,14 @@ bool DirectoryChain::isBroken(TIFF* pTiff, TiffStream& stream) {
     return _bBroken;
 }
 
-void DirectoryChain::forget() {
+void DirectoryChain::invalidate() {
     *this = DirectoryChain();
 }
 
 TiffDirectories::TiffDirectories(TIFF* pTiff, eTiffPolicy policy)
     : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _policy(policy) {
     if (_pStream != nullptr) {
-        _pStream->forgetAhead();
+        _pStream->discardReadAhead();
     }
 }
 
@@ -145,14 +145,14 @@ BoolResult TiffDirectories::reach(vlUInt64 index) const {
     if (reached == 1) {
         return success();
     }
-    std::string const words = getTiffWords();
-    goBack(previousOffset);
+    std::string const words = lastTiffMessage();
+    reloadDirectory(previousOffset);
     return failure(words);
 }
 
-void TiffDirectories::goBack(vlUInt64 offset) const {
+void TiffDirectories::reloadDirectory(vlUInt64 offset) const {
     if (_pStream != nullptr) {
-        _pStream->forgetAhead();
+        _pStream->discardReadAhead();
     }
     if (offset == 0 || TIFFSetSubDirectory(_pTiff, offset) != 1) {
         TIFFSetField(_pTiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE); // else libtiff loses the codec's memory
@@ -161,9 +161,9 @@ void TiffDirectories::goBack(vlUInt64 offset) const {
     }
 }
 
-void TiffDirectories::forget() const {
+void TiffDirectories::invalidate() const {
     if (_pStream != nullptr) {
-        _pStream->accessChain().forget();
+        _pStream->accessChain().invalidate();
     }
 }
 

@@ -90,7 +90,7 @@ void TiffErrorHandler::keep(char const* prefix, char const* format, va_list args
     }
 }
 
-std::string getTiffWords() {
+std::string lastTiffMessage() {
     return TiffErrorHandler::getInstance().getCurrentError();
 }
 

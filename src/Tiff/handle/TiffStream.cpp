@@ -74,17 +74,18 @@ bool isZero(void const* pBuffer, vlUInt64 nbBytes) {
 }
 
 /// What libtiff needs to encode a strip of a compressed file, whose strips it keeps as they are.
-vlUInt64 getEncodingRoom(TIFF* pTiff) {
+vlUInt64 getEncodingBufferSize(TIFF* pTiff) {
     auto const stripSize = static_cast<vlUInt64>(std::max<tmsize_t>(0, TIFFStripSize(pTiff)));
     vlUInt64 const nbBytesInFile =
         std::min<vlUInt64>(TIFFGetStrileByteCount(pTiff, 0), TiffStream::find(pTiff)->getSize());
     constexpr vlUInt64 margin = 8; // an eighth: strips may grow
-    bool const bEncoded = getCompression(pTiff) != COMPRESSION_NONE && isJustified(stripSize, nbBytesInFile);
+    bool const bEncoded =
+        getCompression(pTiff) != COMPRESSION_NONE && isPlausibleStripSize(stripSize, nbBytesInFile);
     return bEncoded ? stripSize + stripSize / margin : 0;
 }
 
 /// Whether libtiff left out a text of the first directory; of one without memory it may say nothing.
-bool lacksText(TIFF* pTiff, TiffStream& stream) {
+bool isTextTagMissing(TIFF* pTiff, TiffStream& stream) {
     constexpr std::uint32_t tags[] = {TIFFTAG_SOFTWARE, TIFFTAG_IMAGEDESCRIPTION, g_userPropertiesTag};
     return std::any_of(std::begin(tags), std::end(tags), [&](std::uint32_t tag) {
         char const* text = nullptr;
@@ -170,7 +171,7 @@ BoolResult TiffStream::getCloseResult() {
 TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
     g_openError.clear();
     TIFF* pTiff = open(path, mode, g_smallAllocation);
-    vlUInt64 const room = pTiff != nullptr && isUpdate(mode) ? getEncodingRoom(pTiff) : 0;
+    vlUInt64 const room = pTiff != nullptr && isUpdate(mode) ? getEncodingBufferSize(pTiff) : 0;
     if (room > g_smallAllocation) { // what libtiff may allocate is settled at the opening
         TIFFClose(pTiff);
         pTiff = open(path, mode, room);
@@ -210,7 +211,7 @@ TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesys
         vlUInt64 const limit = std::max(room, pStream->getSize() * g_allocationFactor);
         TIFFOpenOptionsSetMaxSingleMemAlloc(pOptions.get(), static_cast<tmsize_t>(limit));
     }
-    errno = 0; // for `report` and `lacksText`
+    errno = 0; // for `report` and `isTextTagMissing`
     TIFF* const pTiff =
         TIFFClientOpenExt(path.c_str(), mode, pStream.get(), Client::read, Client::write, Client::seek,
                           Client::close, Client::size, nullptr, nullptr, pOptions.get());
@@ -219,7 +220,8 @@ TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesys
     }
     if (pTiff != nullptr) {
         TiffStream& stream = *pStream.release();
-        stream._bMemoryRefused = stream._bMemoryRefused || (errno == ENOMEM && lacksText(pTiff, stream));
+        stream._bMemoryRefused =
+            stream._bMemoryRefused || (errno == ENOMEM && isTextTagMissing(pTiff, stream));
     }
     return pTiff;
 }
@@ -229,8 +231,8 @@ TiffStream* TiffStream::find(TIFF* pTiff) {
     return bOurs ? static_cast<TiffStream*>(TIFFClientdata(pTiff)) : nullptr;
 }
 
-std::string getTiffFailure(TIFF* pTiff) {
-    std::string text = getTiffWords();
+std::string lastTiffWriteMessage(TIFF* pTiff) {
+    std::string text = lastTiffMessage();
     TiffStream const* const pStream = TiffStream::find(pTiff);
     if (pStream != nullptr && pStream->getWriteError()) {
         text += text.empty() ? "" : ": ";
@@ -278,8 +280,8 @@ vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBy
     if (!_bWritable) {
         return 0;
     }
-    forgetAhead();
-    if (takeAsReserved(offset, pBuffer, nbBytes)) {
+    discardReadAhead();
+    if (coverWithReservedZeros(offset, pBuffer, nbBytes)) {
         return nbBytes;
     }
     _writeError.clear();
@@ -304,7 +306,7 @@ void TiffStream::reserveZeros(vlUInt64 nbBytes) {
 }
 
 // Behind what is written, space is reserved still; before it, a write of zeros must overwrite.
-bool TiffStream::takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes) {
+bool TiffStream::coverWithReservedZeros(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes) {
     vlUInt64 const end = offset + nbBytes;
     if (end <= _reservedStart || offset >= _reservedEnd) {
         return false;

@@ -196,7 +196,7 @@ bool TiffStrips::moveToEnd(vlUInt64 strip) const {
     return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), room.data(), size) == size;
 }
 
-bool TiffStrips::isMiscounted(vlUInt64 strip) const {
+bool TiffStrips::hasWrongByteCount(vlUInt64 strip) const {
     return !_bCompressed && getByteCount(_pTiff, strip) != _layout.getBytesOf(strip);
 }
 
@@ -205,12 +205,12 @@ BoolResult TiffStrips::requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const {
         return success();
     }
     vlUInt64 const nbBytesInFile = std::min(getByteCount(_pTiff, strip), _pStream->getSize());
-    return isJustified(nbBytes, nbBytesInFile)
+    return isPlausibleStripSize(nbBytes, nbBytesInFile)
                ? success()
                : fail(eImageFileCheckMessage::eIFCM_StripTooSmall, nbBytesInFile, nbBytes);
 }
 
-bool isJustified(vlUInt64 nbBytes, vlUInt64 nbBytesInFile) {
+bool isPlausibleStripSize(vlUInt64 nbBytes, vlUInt64 nbBytesInFile) {
     return nbBytes / g_strongestPacking <= nbBytesInFile;
 }
 

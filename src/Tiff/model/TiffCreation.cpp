@@ -110,7 +110,7 @@ class TiffCreation {
     BoolResult openHandle() {
         _pTiff = TiffStream::open(_path, _geometry.getFullMemorySize() > g_largestClassicFile ? "w8" : "w");
         return _pTiff != nullptr ? success()
-                                 : fail(Message::eTIFM_CreateFileError, _path.string(), getTiffWords());
+                                 : fail(Message::eTIFM_CreateFileError, _path.string(), lastTiffMessage());
     }
 
     BoolResult setFileTags() const {
@@ -158,8 +158,8 @@ class TiffCreation {
         BoolResult result = runSteps([&] { return setDirectoryTags(page, pageName); },
                                      [&] { return writeZeros(getPlaneBufferType(_geometry, page.t)); });
         if (result && TIFFWriteDirectory(_pTiff) != 1) {
-            result =
-                fail(Message::eTIFM_WriteDirectoryError, pageName, _path.string(), getTiffFailure(_pTiff));
+            result = fail(Message::eTIFM_WriteDirectoryError, pageName, _path.string(),
+                          lastTiffWriteMessage(_pTiff));
         }
         return result;
     }
@@ -205,13 +205,13 @@ class TiffCreation {
         return _zeros.write(_pTiff, {_geometry.getSizeX(), sizeY, rowsPerStrip, pixelStride})
                    ? success()
                    : fail(Message::eTIFM_InitStripDataError, _pageIndex, _path.string(),
-                          getTiffFailure(_pTiff));
+                          lastTiffWriteMessage(_pTiff));
     }
 
     BoolResult flush() const {
         return TIFFFlush(_pTiff) == 1
                    ? success()
-                   : fail(Message::eTIFM_FlushError, _path.string(), getTiffFailure(_pTiff));
+                   : fail(Message::eTIFM_FlushError, _path.string(), lastTiffWriteMessage(_pTiff));
     }
 
     /// A size that the tag's 32 bits would cut is refused.
@@ -227,7 +227,7 @@ class TiffCreation {
     }
 
     BoolResult failToSetTag(char const* name) const {
-        return fail(Message::eTIFM_SetTagError, name, _path.string(), getTiffWords());
+        return fail(Message::eTIFM_SetTagError, name, _path.string(), lastTiffMessage());
     }
 
     TIFF*& _pTiff;

@@ -179,10 +179,10 @@ BoolResult TiffForeignFile::findFurtherPlanes(vlUInt64 nbAnnounced, vlUInt64 nbD
     auto const nbStacked = bOneDirectory ? countStackPlanes(_pTiff) : std::nullopt;
     BoolResult result = success();
     if (bOneDirectory && !nbStacked) {
-        result = acceptDamage(VELMO_HERE, Check::eIFCM_PlanesNotLocated, nbAnnounced, _path.string());
+        result = warnOrFail(VELMO_HERE, Check::eIFCM_PlanesNotLocated, nbAnnounced, _path.string());
     } else if (nbStacked.value_or(nbDirectories) < nbAnnounced) {
-        result = acceptDamage(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(),
-                              nbStacked.value_or(nbDirectories));
+        result = warnOrFail(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(),
+                            nbStacked.value_or(nbDirectories));
     }
     if (result && !nbStacked) {
         return walkDirectories();
@@ -193,8 +193,8 @@ BoolResult TiffForeignFile::findFurtherPlanes(vlUInt64 nbAnnounced, vlUInt64 nbD
 
 /// A warning or a failure, as the policy has it.
 template <class... Arguments>
-BoolResult TiffForeignFile::acceptDamage(RaiseSite const& site, Check::domain id,
-                                         Arguments const&... arguments) const {
+BoolResult TiffForeignFile::warnOrFail(RaiseSite const& site, Check::domain id,
+                                       Arguments const&... arguments) const {
     if (acceptsBrokenChain(_policy)) {
         warn(site, id, arguments...);
         return success();
@@ -217,9 +217,9 @@ BoolResult TiffForeignFile::walkDirectories() {
     bool const bWhole =
         !directories.isBroken() && directories.toNumber(_walk.nbPlanes) == directories.count();
     if (result && !bWhole) {
-        result = acceptDamage(VELMO_HERE, Check::eIFCM_ChainBreaksOff, _walk.nbPlanes - 1, _path.string());
+        result = warnOrFail(VELMO_HERE, Check::eIFCM_ChainBreaksOff, _walk.nbPlanes - 1, _path.string());
     }
-    directories.goBack(lastOffset);
+    directories.reloadDirectory(lastOffset);
     return result;
 }
 

@@ -42,7 +42,7 @@ BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& 
                     TiffContents& opened) {
     opened.pTiff = TiffStream::open(path, request.accessMode == eIAM_ReadOnly ? "r" : "r+");
     if (opened.pTiff == nullptr) {
-        return fail(Message::eTIFM_OpenFileError, path.string(), getTiffWords());
+        return fail(Message::eTIFM_OpenFileError, path.string(), lastTiffMessage());
     }
     BoolResult result = isOwnFile(opened.pTiff)
                             ? readStoredFile(path, opened)

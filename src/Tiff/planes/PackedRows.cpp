@@ -58,7 +58,7 @@ class PackedRows {
         if (TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1) {
             return success();
         }
-        return failToReadRow(row, getTiffWords());
+        return failToReadRow(row, lastTiffMessage());
     }
 
     BoolResult failToReadRow(vlUInt64 row, std::string const& reason) const {

@@ -52,7 +52,7 @@ BoolResult PlaneContext::reachDirectory() const {
 }
 
 BoolResult PlaneContext::reachMovedDirectory() const {
-    TiffDirectories(pTiff, policy).forget();
+    TiffDirectories(pTiff, policy).invalidate();
     return reachDirectory();
 }
 

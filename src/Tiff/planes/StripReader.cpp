@@ -52,7 +52,7 @@ bool StripReader::movePlain(Block const& block) {
 
 BoolResult StripReader::moveStrip(Block const& block) {
     BoolResult result = decode(block);
-    if (result || _brokenStrip == eBrokenStrip::Fails) {
+    if (result || _brokenStrip == eBrokenStrip::Fail) {
         return result;
     }
     _firstBroken = ++_nbBroken == 1 ? result.getMessage() : _firstBroken;
@@ -64,7 +64,8 @@ BoolResult StripReader::moveStrip(Block const& block) {
 /// decode, with a wrong checksum say, everything is.
 BoolResult StripReader::decode(Block const& block) {
     StripLayout const& layout = getLayout();
-    bool const bWhole = !failsAtMiscountedParts(getContext().policy) && getStrips().isMiscounted(block.strip);
+    bool const bWhole =
+        !rejectsWrongByteCounts(getContext().policy) && getStrips().hasWrongByteCount(block.strip);
     vlUInt64 const nbStripBytes = layout.getBytesOf(block.strip);
     vlUInt64 const nbBytes =
         bWhole ? nbStripBytes
@@ -85,7 +86,7 @@ BoolResult StripReader::decode(Block const& block) {
     if (!bInPlace) {
         spread(pBuffer + getSkip(block), block.nbPixels);
     }
-    return nbDecoded == nbBytes ? success() : failAtStrip(block.strip, getTiffWords());
+    return nbDecoded == nbBytes ? success() : failAtStrip(block.strip, lastTiffMessage());
 }
 
 void StripReader::fillWithZeros(Block const& block) const {

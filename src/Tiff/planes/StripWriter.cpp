@@ -62,7 +62,7 @@ BoolResult StripWriter::readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* p
     if (!hasFailed(nbRead, nbNeeded) && nbRead >= 0) {
         return success();
     }
-    BoolResult unread = context.failToReadStrip(strip, getTiffWords());
+    BoolResult unread = context.failToReadStrip(strip, lastTiffMessage());
     if (hasFailed(nbRead, nbNeeded)) {
         return unread;
     }
@@ -81,7 +81,7 @@ BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 n
     bool const bFailed = hasFailed(written, nbNeeded);
     BoolResult result = success();
     if (bFailed || written < 0) {
-        std::string const reason = writable ? getTiffFailure(context.pTiff) : writable.getMessage();
+        std::string const reason = writable ? lastTiffWriteMessage(context.pTiff) : writable.getMessage();
         result = bFailed ? failAtStrip(block.strip, reason) : success();
         if (!bFailed) {
             warnOfStrip(block.strip, reason);
@@ -90,7 +90,7 @@ BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 n
         result = flushWhenDue(block);
     }
     if (!result || written < 0) {
-        TiffDirectories(context.pTiff).goBack(directoryOffset);
+        TiffDirectories(context.pTiff).reloadDirectory(directoryOffset);
     }
     return result;
 }
@@ -107,7 +107,7 @@ void StripWriter::warnOfStrip(vlUInt64 strip, std::string const& reason) const {
 BoolResult StripWriter::flushWhenDue(Block const& block) {
     constexpr vlUInt64 nbFlushes = 64;
     ++_nbUnflushed;
-    bool const bDue = isLast(block) || _minusOne == eMinusOne::Ignored ||
+    bool const bDue = isLast(block) || _writeFailure == eWriteFailure::IgnoreMinusOne ||
                       _nbUnflushed * nbFlushes >= TIFFNumberOfStrips(getContext().pTiff);
     return bDue ? flush() : success();
 }
@@ -119,14 +119,14 @@ BoolResult StripWriter::flush() {
     _nbUnflushed = 0;
     if (TIFFFlush(context.pTiff) != 1) {
         return fail(eTiffImageFileMessage::eTIFM_FlushError, context.path.string(),
-                    getTiffFailure(context.pTiff));
+                    lastTiffWriteMessage(context.pTiff));
     }
     return TIFFCurrentDirOffset(context.pTiff) == directoryOffset ? success() : context.reachMovedDirectory();
 }
 
 bool StripWriter::hasFailed(long result, vlUInt64 nbNeeded) const {
     if (result < 0) {
-        return _minusOne == eMinusOne::Fails;
+        return _writeFailure == eWriteFailure::Report;
     }
     return static_cast<vlUInt64>(result) < nbNeeded;
 }

@@ -28,7 +28,8 @@ BoolResult readStrips(PlaneContext const& context, void* pPixels) {
     using eBroken = StripReader::eBrokenStrip;
     bool const bZero =
         bInterleaved ? zeroesBrokenChannels(context.policy) : zeroesBrokenStrips(context.policy);
-    StripReader reader(context, context.getLayout(rowsPerStrip), bZero ? eBroken::IsZero : eBroken::Fails);
+    StripReader reader(context, context.getLayout(rowsPerStrip),
+                       bZero ? eBroken::FillWithZeros : eBroken::Fail);
     reader.addChannel(bInterleaved ? context.run.c : 0, pPixels);
     return reader.run();
 }
@@ -97,7 +98,7 @@ BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseIma
     if (!result) {
         return result;
     }
-    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::Fails);
+    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eWriteFailure::Report);
     writer.addChannel(bInterleaved ? run.c : 0, pPixels);
     return writer.run();
 }
@@ -119,7 +120,7 @@ BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImage
     auto const rowsPerStrip = getTag<std::uint32_t>(pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0);
     using eBroken = StripReader::eBrokenStrip;
     StripReader reader(context, context.getLayout(rowsPerStrip),
-                       zeroesBrokenStrips(policy) ? eBroken::IsZero : eBroken::Fails);
+                       zeroesBrokenStrips(policy) ? eBroken::FillWithZeros : eBroken::Fail);
     for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
         reader.addChannel(channel, planes[channel]);
     }
@@ -135,7 +136,7 @@ BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
     if (!result) {
         return result;
     }
-    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eMinusOne::Ignored);
+    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eWriteFailure::IgnoreMinusOne);
     for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
         writer.addChannel(channel, planes[channel]);
     }

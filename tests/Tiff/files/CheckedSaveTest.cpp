@@ -152,7 +152,7 @@ TEST_F(CheckedSave, AReasonIsNeverTheTextOfAnEarlierFile) {
     EXPECT_THAT(loadChecked(noTiff).failure, HasSubstr("Not a TIFF"));
     writeTiff(_path, {Directory()});
     PolicyFile const file(_path, eTiffPolicy::Strict);
-    EXPECT_EQ(getTiffWords(), "");
+    EXPECT_EQ(lastTiffMessage(), "");
     EXPECT_THAT(file.read({0, 0, 0, 7, 6}).failure,
                 EndsWith("\nPixels 7 to 12 are not all inside the plane of 12 pixels"));
 }

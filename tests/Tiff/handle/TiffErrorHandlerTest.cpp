@@ -59,19 +59,19 @@ class TiffErrorHandlerProcess : public TiffTest {
 
 TEST_F(TiffErrorHandlerText, IsAPrefixAndTheFormattedWordsWithoutTheModule) {
     TIFFError("theModule", "row %d of %s", 7, "a strip");
-    EXPECT_EQ(getTiffWords(), "Tiff Error : row 7 of a strip");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : row 7 of a strip");
     TIFFWarning("theModule", "%u%% of %s", 50U, "a plane");
-    EXPECT_EQ(getTiffWords(), "Tiff Warning : 50% of a plane");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Warning : 50% of a plane");
     TIFFError(nullptr, "no module");
-    EXPECT_EQ(getTiffWords(), "Tiff Error : no module");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : no module");
 }
 
 TEST_F(TiffErrorHandlerText, IsTheLatestReportOnly) {
     TIFFError("m", "a first and much longer text of an error that is gone afterwards");
     TIFFWarning("m", "second");
-    EXPECT_EQ(getTiffWords(), "Tiff Warning : second");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Warning : second");
     TIFFError("m", "third");
-    EXPECT_EQ(getTiffWords(), "Tiff Error : third");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : third");
 }
 
 TEST_F(TiffErrorHandlerText, StaysUntilTheNextReport) {
@@ -81,7 +81,7 @@ TEST_F(TiffErrorHandlerText, StaysUntilTheNextReport) {
     }
     writeRawTiff(_path, {greyDirectory()});
     EXPECT_THAT(OpenedTiff(_path).result, Succeeds());
-    EXPECT_EQ(getTiffWords(), "Tiff Error : old");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : old");
 }
 
 TEST_F(TiffErrorHandlerText, IsEmptiedForTheCallingThreadAlone) {
@@ -89,11 +89,11 @@ TEST_F(TiffErrorHandlerText, IsEmptiedForTheCallingThreadAlone) {
     std::thread([] {
         TIFFError("m", "other");
         TiffErrorHandler::getInstance().clearCurrentError();
-        EXPECT_EQ(getTiffWords(), "");
+        EXPECT_EQ(lastTiffMessage(), "");
     }).join();
-    EXPECT_EQ(getTiffWords(), "Tiff Error : mine");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : mine");
     TiffErrorHandler::getInstance().clearCurrentError();
-    EXPECT_EQ(getTiffWords(), "");
+    EXPECT_EQ(lastTiffMessage(), "");
 }
 
 TEST_F(TiffErrorHandlerText, OfAWarningStandsInALaterFailureOfWhichLibtiffSaysNothing) {
@@ -105,16 +105,16 @@ TEST_F(TiffErrorHandlerText, OfAWarningStandsInALaterFailureOfWhichLibtiffSaysNo
 
 TEST_F(TiffErrorHandlerText, OfAnErrorIsReplacedByTheWarningOfTheSameThread) {
     EXPECT_FALSE(OpenedTiff(_path).result);
-    EXPECT_THAT(getTiffWords(), StartsWith("Tiff Error : "));
+    EXPECT_THAT(lastTiffMessage(), StartsWith("Tiff Error : "));
     writeRawTiff(_path, {strangeDirectory()});
     EXPECT_THAT(OpenedTiff(_path).result, Succeeds());
-    EXPECT_EQ(getTiffWords(), "Tiff Warning : Unknown field with tag 60000 (0xea60) encountered");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Warning : Unknown field with tag 60000 (0xea60) encountered");
 }
 
 TEST_F(TiffErrorHandlerText, TooLongForItsBufferIsCut) {
     std::string const words = "begins here" + std::string(20000, 'w');
     TIFFError("m", "%s", words.c_str());
-    std::string const text = getTiffWords();
+    std::string const text = lastTiffMessage();
     EXPECT_THAT(text, StartsWith("Tiff Error : "));
     EXPECT_LE(text.size(), 13U + 4096U);
     EXPECT_GE(text.size(), 1000U);
@@ -144,7 +144,7 @@ TEST_F(TiffErrorHandlerText, OfThreadsThatFailAtOnceIsEachThreadsOwn) {
             std::string const words = "Tiff Error : " + file + ": No such file or directory";
             BoolResult const result = OpenedTiff(file).result;
             bool const bOwn = result.getMessage() == "Failed to open tiff image file " + file + "\n" + words;
-            nbOwn += bOwn && getTiffWords() == words ? 1 : 0;
+            nbOwn += bOwn && lastTiffMessage() == words ? 1 : 0;
         }
     });
     EXPECT_EQ(nbOwn, nbThreads * 200);
@@ -159,7 +159,7 @@ TEST_F(TiffErrorHandlerText, OfOneThreadIsNotTouchedByAnotherThatWarns) {
             bool const bWarns = thread % 2 == 0;
             bool const bOpened(OpenedTiff(bWarns ? strange : _path).result);
             std::string const prefix = bWarns ? "Tiff Warning : " : "Tiff Error : ";
-            nbOwn += bOpened == bWarns && getTiffWords().compare(0, prefix.size(), prefix) == 0 ? 1 : 0;
+            nbOwn += bOpened == bWarns && lastTiffMessage().compare(0, prefix.size(), prefix) == 0 ? 1 : 0;
         }
     });
     EXPECT_EQ(nbOwn, 4U * 200);
@@ -180,12 +180,12 @@ TEST(TiffErrorHandlerInstance, InstallsTheHandlersAtItsFirstUseAlone) {
     TiffErrorHandler::getInstance().clearCurrentError();
     TIFFError("m", "counted");
     TIFFWarning("m", "counted");
-    EXPECT_EQ(getTiffWords(), "");
+    EXPECT_EQ(lastTiffMessage(), "");
     EXPECT_EQ(g_nbReports, 2);
     EXPECT_EQ(TIFFSetErrorHandler(errorHandler), countReport);
     EXPECT_EQ(TIFFSetWarningHandler(warningHandler), countReport);
     TIFFError("m", "caught");
-    EXPECT_EQ(getTiffWords(), "Tiff Error : caught");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : caught");
 }
 
 TEST_F(TiffErrorHandlerProcess, TheFirstFailureGoesToLibtiffsOutputAndTheSecondIsCaught) {

@@ -45,8 +45,8 @@ void succeed(std::string const& path) {
 void askOnThreads(std::string const& path) {
     openAndClose(path);
     openAndClose(path);
-    std::cout << "[" << getTiffWords() << "]\n";
-    std::thread([] { std::cout << "[" << getTiffWords() << "]\n[" << getTiffWords() << "]\n"; }).join();
+    std::cout << "[" << lastTiffMessage() << "]\n";
+    std::thread([] { std::cout << "[" << lastTiffMessage() << "]\n[" << lastTiffMessage() << "]\n"; }).join();
 }
 
 /// Built before the handler and therefore destroyed behind it.
@@ -62,9 +62,9 @@ struct LateFailure {
 void failAtExit() {
     static LateFailure late;
     late.bArmed = true;
-    getTiffWords();
+    lastTiffMessage();
     TIFFError("tiff_words", "before the end");
-    std::cout << "[" << getTiffWords() << "]\n";
+    std::cout << "[" << lastTiffMessage() << "]\n";
 }
 
 void mergeOwnTag(TIFF* pTiff) {

@@ -112,7 +112,7 @@ TEST_F(TiffWordsMemory, TheNextReportIsKeptAsEver) {
     }
     std::string const words = makeWords();
     report(words);
-    EXPECT_EQ(getTiffWords(), "Tiff Error : strip of " + words);
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : strip of " + words);
 }
 
 TEST_F(TiffWordsMemory, NothingIsLoggedWhereTheLoggerDoesNotTakeIt) {
@@ -134,7 +134,7 @@ TEST_F(TiffWordsMemory, WhateverFailsBehindAFailureNothingIsThrownAndTheHandlerW
             report(words);
         }) << second;
         report(words);
-        EXPECT_EQ(getTiffWords(), "Tiff Error : strip of " + words) << second;
+        EXPECT_EQ(lastTiffMessage(), "Tiff Error : strip of " + words) << second;
     }
 }
 

@@ -48,11 +48,11 @@ class TiffStripCapacityTest : public TiffTest {
 
 TEST(TiffStripJustification, AByteOfTheFileStandsForNoMoreThan4096Bytes) {
     for (vlUInt64 const nbInFile : {vlUInt64(0), vlUInt64(1), vlUInt64(100), vlUInt64(1) << 40U}) {
-        EXPECT_TRUE(isJustified(4096 * nbInFile, nbInFile));
-        EXPECT_TRUE(isJustified(4096 * nbInFile + 4095, nbInFile));
-        EXPECT_FALSE(isJustified(4096 * nbInFile + 4096, nbInFile));
+        EXPECT_TRUE(isPlausibleStripSize(4096 * nbInFile, nbInFile));
+        EXPECT_TRUE(isPlausibleStripSize(4096 * nbInFile + 4095, nbInFile));
+        EXPECT_FALSE(isPlausibleStripSize(4096 * nbInFile + 4096, nbInFile));
     }
-    EXPECT_TRUE(isJustified(0, 0));
+    EXPECT_TRUE(isPlausibleStripSize(0, 0));
 }
 
 TEST_F(TiffStripCapacityTest, AStripOf64KibibytesOrLessIsNotJudged) {

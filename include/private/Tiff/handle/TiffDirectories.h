@@ -27,7 +27,7 @@ class DirectoryChain {
     /// Whether it breaks off: a link leads outside of the file or back to a directory before.
     bool isBroken(TIFF* pTiff, TiffStream& stream);
     /// Directories may lie elsewhere from now on.
-    void forget();
+    void invalidate();
 
   private:
     bool findNext(TIFF* pTiff, TiffStream& stream);
@@ -59,9 +59,9 @@ class TiffDirectories {
     /// libtiff has in memory and has not written is dropped. Where it cannot be read, or with offset 0, the
     /// handle stands on none. Either way closing the handle changes nothing; a handle that libtiff leaves
     /// half way through a directory may crash there.
-    void goBack(vlUInt64 offset) const;
+    void reloadDirectory(vlUInt64 offset) const;
     /// Finds the directories anew from now on: libtiff moved one in the file.
-    void forget() const;
+    void invalidate() const;
 
   private:
     TIFF* _pTiff;

@@ -48,6 +48,6 @@ class TiffErrorHandler {
 };
 
 /// libtiff's last words on the calling thread.
-std::string getTiffWords();
+std::string lastTiffMessage();
 
 } // namespace velmo::image::file

@@ -22,8 +22,8 @@ class DirectoryChain;
 /// The bytes of an open TIFF file, as libtiff reaches them and as this module does beside it.
 ///
 /// The file is not mapped: one that another process cuts short gives short reads. What is written is in the
-/// file at once. Small reads come from a look ahead, which every write and `forgetAhead` drop. For one thread
-/// at a time.
+/// file at once. Small reads come from a look ahead, which every write and `discardReadAhead` drop. For one
+/// thread at a time.
 class TiffStream {
   public:
     /// A handle over a new stream, which closing the handle closes; null where libtiff or the system refuses,
@@ -43,7 +43,7 @@ class TiffStream {
     TiffStream& operator=(TiffStream const&) = delete;
 
     void allowWrites() { _bWritable = true; }
-    void forgetAhead() { _aheadSize = 0; }
+    void discardReadAhead() { _aheadSize = 0; }
     vlUInt64 getSize() const;
 
     /// As many bytes as there are, at most `nbBytes`.
@@ -77,7 +77,7 @@ class TiffStream {
     static TIFF* openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
                             char const* mode, vlUInt64 room);
     vlUInt64 readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
-    bool takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
+    bool coverWithReservedZeros(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
 
     struct ClientProcedures;
 
@@ -103,6 +103,6 @@ class TiffStream {
 };
 
 /// libtiff's text for the calling thread, and why the system refused the last write to the file.
-std::string getTiffFailure(TIFF* pTiff);
+std::string lastTiffWriteMessage(TIFF* pTiff);
 
 } // namespace velmo::image::file

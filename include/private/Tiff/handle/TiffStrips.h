@@ -59,7 +59,7 @@ class TiffStrips {
 
     /// Whether the file says of an uncompressed strip that it has another number of bytes than its pixels
     /// take.
-    bool isMiscounted(vlUInt64 strip) const;
+    bool hasWrongByteCount(vlUInt64 strip) const;
     /// Fails, with a reason for a message, where a strip cannot hold so many bytes by what it takes in the
     /// file.
     BoolResult requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const;
@@ -100,7 +100,7 @@ class ZlibDecoding {
 };
 
 /// Whether a strip that takes so many bytes in the file can be so large.
-bool isJustified(vlUInt64 nbBytes, vlUInt64 nbBytesInFile);
+bool isPlausibleStripSize(vlUInt64 nbBytes, vlUInt64 nbBytesInFile);
 
 /// Whether the current directory is compressed by Deflate, under either of its codes.
 bool isDeflate(TIFF* pTiff);

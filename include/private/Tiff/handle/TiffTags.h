@@ -36,7 +36,7 @@ std::optional<Value> getTag(TIFF* pTiff, std::uint32_t tag) {
 }
 
 inline BoolResult failToGetTag(char const* tagName, boost::filesystem::path const& path) {
-    return fail(eTiffImageFileMessage::eTIFM_GetTagError, tagName, path.string(), getTiffWords());
+    return fail(eTiffImageFileMessage::eTIFM_GetTagError, tagName, path.string(), lastTiffMessage());
 }
 
 /// How the current directory's strips are compressed; one that does not say so has them as they are.

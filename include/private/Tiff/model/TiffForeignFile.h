@@ -50,8 +50,8 @@ class TiffForeignFile {
     void warnOfStoredPlanes(vlUInt64 nbDirectories) const;
     BoolResult findFurtherPlanes(vlUInt64 nbAnnounced, vlUInt64 nbDirectories);
     template <class... Arguments>
-    BoolResult acceptDamage(RaiseSite const& site, eImageFileCheckMessage::domain id,
-                            Arguments const&... arguments) const;
+    BoolResult warnOrFail(RaiseSite const& site, eImageFileCheckMessage::domain id,
+                          Arguments const&... arguments) const;
     BoolResult walkDirectories();
     BoolResult checkFurtherDirectory();
     BoolResult checkFurtherSize() const;

@@ -78,7 +78,7 @@ class StripTransfer {
 class StripReader : public StripTransfer {
   public:
     /// Whether a strip that cannot be decoded is a failure, or has pixels of zero and is logged as a warning.
-    enum class eBrokenStrip { Fails, IsZero };
+    enum class eBrokenStrip { Fail, FillWithZeros };
 
     StripReader(PlaneContext const& context, StripLayout const& layout, eBrokenStrip brokenStrip)
         : StripTransfer(context, layout), _brokenStrip(brokenStrip) {}
@@ -110,10 +110,10 @@ class StripReader : public StripTransfer {
 class StripWriter : public StripTransfer {
   public:
     /// Whether what libtiff gives for a failure, -1, is one, or is ignored and logged as a warning.
-    enum class eMinusOne { Fails, Ignored };
+    enum class eWriteFailure { Report, IgnoreMinusOne };
 
-    StripWriter(PlaneContext const& context, StripLayout const& layout, eMinusOne minusOne)
-        : StripTransfer(context, layout), _minusOne(minusOne) {}
+    StripWriter(PlaneContext const& context, StripLayout const& layout, eWriteFailure writeFailure)
+        : StripTransfer(context, layout), _writeFailure(writeFailure) {}
     void addChannel(vlUInt64 channel, void const* pPixels);
 
   private:
@@ -134,7 +134,7 @@ class StripWriter : public StripTransfer {
     bool hasAllChannels() const { return _channels.size() == getNbChannels(); }
     void merge(std::byte* pTarget, vlUInt64 nbPixels) const;
 
-    eMinusOne _minusOne;
+    eWriteFailure _writeFailure;
     vlUInt64 _nbUnflushed = 0; ///< strips
     std::vector<Channel> _channels;
 };
