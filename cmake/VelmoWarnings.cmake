@@ -1,4 +1,4 @@
-# Warnings of the project's own targets; none is tolerated.
+# Warnings of the project's own targets. All warnings are errors.
 add_library(velmo_warnings INTERFACE)
 target_compile_options(velmo_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror

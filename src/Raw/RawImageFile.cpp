@@ -87,7 +87,7 @@ BoolResult RawImageFile::openFileInternal(boost::filesystem::path const& path,
         return fail(Message::eRIFM_OpenFileFailed, path.string());
     }
     vlUInt64 const end = processOffsets(dataStartOffset, geometry);
-    if (!pStream->seekg(0, std::ios::end)) { // a terminal, say: nothing in it has a place
+    if (!pStream->seekg(0, std::ios::end)) { // not seekable, for example a terminal
         return fail(Message::eRIFM_OpenFileFailed, path.string());
     }
     auto const position = static_cast<std::streamoff>(pStream->tellg());

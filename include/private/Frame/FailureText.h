@@ -15,7 +15,8 @@
 
 namespace velmo::image::file {
 
-/// A failure by result: message `id` with its arguments in the order of its placeholders. Nothing is logged.
+/// Returns a failed BoolResult with message `id` and its arguments in the order of the placeholders. Logs
+/// nothing.
 template <class Domain, class... Arguments>
 BoolResult fail(Domain id, Arguments const&... arguments) {
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
@@ -24,7 +25,7 @@ BoolResult fail(Domain id, Arguments const&... arguments) {
     return failure(formater.string());
 }
 
-/// A failure by exception: the same, raised at `site` as VELMOImageFileException.
+/// Raises message `id` at `site` as VELMOImageFileException.
 template <class Domain, class... Arguments>
 [[noreturn]] void raise(RaiseSite const& site, Domain id, Arguments const&... arguments) {
     raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
@@ -39,7 +40,8 @@ std::string toText(Domain id, Arguments const&... arguments) {
     return fail(id, arguments...).getMessage();
 }
 
-/// A success that is not the whole truth: the same, logged at `site` as a warning where warnings are enabled.
+/// Logs message `id` at `site` as a warning, if warnings are enabled. For a call that succeeds without all
+/// pixels.
 template <class Domain, class... Arguments>
 void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
     logGuarded(site, g_velmoImageFileRaise, log4cplus::WARN_LOG_LEVEL, [&](LogMessageFormater& formater) {
@@ -48,8 +50,8 @@ void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
     });
 }
 
-/// Runs a step. An exception becomes a failure with message `id`, whose arguments are the path and the
-/// exception's text.
+/// Runs `step` and returns its result. If the step throws, returns a failure with message `id`, whose
+/// arguments are the path and the text of the exception.
 template <class Domain, class Step>
 BoolResult failOnException(Domain id, boost::filesystem::path const& path, Step const& step) {
     try {
@@ -61,7 +63,7 @@ BoolResult failOnException(Domain id, boost::filesystem::path const& path, Step 
     }
 }
 
-/// Runs steps in their order until one fails.
+/// Runs `steps` in their order until one fails, and returns the last result.
 template <class... Steps>
 BoolResult runSteps(Steps const&... steps) {
     BoolResult result = success();

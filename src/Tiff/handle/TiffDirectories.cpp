@@ -15,10 +15,10 @@ namespace velmo::image::file {
 namespace {
 
 constexpr vlUInt64 g_directoryNumbers = 65536;
-/// As many as libtiff follows.
+/// The largest number of directories that libtiff follows.
 constexpr vlUInt64 g_longestChain = 1048576;
 
-/// Widths of the numbers of a directory: those of a classic file or of a BigTIFF.
+/// Sizes of the numbers of a directory, in a classic file or in a BigTIFF file.
 struct DirectoryLayout {
     vlUInt64 firstLinkOffset;
     vlUInt64 countSize;
@@ -46,7 +46,7 @@ DirectoryLayout const& getDirectoryLayout(TIFF* pTiff) {
     return TIFFIsBigTIFF(pTiff) != 0 ? g_big : g_classic;
 }
 
-/// Where the entry of a tag of the directory at `offset` lies.
+/// Offset of the entry of a tag in the directory at `offset`.
 std::optional<vlUInt64> findEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
     DirectoryLayout const& layout = getDirectoryLayout(pTiff);
     vlUInt64 const nbEntries = readNumber(pTiff, stream, offset, layout.countSize).value_or(0);
@@ -59,7 +59,7 @@ std::optional<vlUInt64> findEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offs
     return std::nullopt;
 }
 
-/// The link behind the directory at `offset`.
+/// The offset of the next directory, stored after the directory at `offset`.
 std::optional<vlUInt64> readLink(TIFF* pTiff, TiffStream& stream, DirectoryLayout const& layout,
                                  vlUInt64 offset) {
     auto const nbEntries = readNumber(pTiff, stream, offset, layout.countSize);
@@ -138,16 +138,16 @@ BoolResult TiffDirectories::reach(vlUInt64 index) const {
     vlUInt64 const previousOffset = TIFFCurrentDirOffset(_pTiff);
     auto const known =
         _pStream == nullptr ? std::nullopt : _pStream->accessChain().find(_pTiff, *_pStream, number);
-    constexpr vlUInt64 largestNumber = NumericLimits<tdir_t>::s_max; // of none that there can be
+    constexpr vlUInt64 largestNumber = NumericLimits<tdir_t>::s_max; // larger than any existing number
     int const reached = known
                             ? TIFFSetSubDirectory(_pTiff, *known)
                             : TIFFSetDirectory(_pTiff, static_cast<tdir_t>(std::min(number, largestNumber)));
     if (reached == 1) {
         return success();
     }
-    std::string const words = lastTiffMessage();
+    std::string const message = lastTiffMessage();
     reloadDirectory(previousOffset);
-    return failure(words);
+    return failure(message);
 }
 
 void TiffDirectories::reloadDirectory(vlUInt64 offset) const {
@@ -155,7 +155,8 @@ void TiffDirectories::reloadDirectory(vlUInt64 offset) const {
         _pStream->discardReadAhead();
     }
     if (offset == 0 || TIFFSetSubDirectory(_pTiff, offset) != 1) {
-        TIFFSetField(_pTiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE); // else libtiff loses the codec's memory
+        TIFFSetField(_pTiff, TIFFTAG_COMPRESSION,
+                     COMPRESSION_NONE); // otherwise libtiff leaks the memory of the codec
         TIFFFreeDirectory(_pTiff);
         TIFFCreateDirectory(_pTiff);
     }

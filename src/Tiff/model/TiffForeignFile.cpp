@@ -19,7 +19,7 @@ namespace {
 using Message = eTiffImageFileMessage;
 using Check = eImageFileCheckMessage;
 
-/// Larger numbers were negative in the description.
+/// Larger numbers result from negative numbers in the description.
 constexpr vlUInt64 g_largestAnnouncement = NumericLimits<int>::s_max;
 
 char const* getName(eTiffBufferMode bufferMode) {
@@ -39,7 +39,7 @@ std::string getName(eColorGeometryType type) {
     return name.str();
 }
 
-/// Numbers of a directory go into messages as libtiff's 16 signed bits.
+/// Numbers of a directory appear in messages as libtiff's signed 16 bits.
 short toShort(std::uint16_t value) {
     return static_cast<short>(value);
 }
@@ -144,13 +144,14 @@ BoolResult TiffForeignFile::countPlanes() {
         warnOfStoredPlanes(nbDirectories);
         return success();
     }
-    // Behind a break there were directories, so that the first one is not that of a stack.
+    // If the chain is broken, the file had more directories and is therefore not a single-directory stack.
     bool const bFurtherPlanes =
         nbAnnounced > nbDirectories && nbAnnounced <= g_largestAnnouncement && !directories.isBroken();
     return bFurtherPlanes ? findFurtherPlanes(nbAnnounced, nbDirectories) : walkDirectories();
 }
 
-/// What of planes that are read as they lie in the file will not be the pixels of the file.
+/// Logs in which way the planes of a stack that is read without conversion differ from the pixels of the
+/// file.
 void TiffForeignFile::warnOfStoredPlanes(vlUInt64 nbDirectories) const {
     constexpr std::uint16_t bitsOfByte = 8;
     std::string const path = _path.string();
@@ -173,7 +174,8 @@ void TiffForeignFile::warnOfStoredPlanes(vlUInt64 nbDirectories) const {
     }
 }
 
-/// Planes that a description announces beyond the directories are those of a stack of one directory.
+/// Planes that a description announces in addition to the directories must be those of a single-directory
+/// stack.
 BoolResult TiffForeignFile::findFurtherPlanes(vlUInt64 nbAnnounced, vlUInt64 nbDirectories) {
     bool const bOneDirectory = nbDirectories == 1;
     auto const nbStacked = bOneDirectory ? countStackPlanes(_pTiff) : std::nullopt;
@@ -191,7 +193,7 @@ BoolResult TiffForeignFile::findFurtherPlanes(vlUInt64 nbAnnounced, vlUInt64 nbD
     return result;
 }
 
-/// A warning or a failure, as the policy has it.
+/// Logs a warning or fails, depending on the policy.
 template <class... Arguments>
 BoolResult TiffForeignFile::warnOrFail(RaiseSite const& site, Check::domain id,
                                        Arguments const&... arguments) const {
@@ -202,8 +204,8 @@ BoolResult TiffForeignFile::warnOrFail(RaiseSite const& site, Check::domain id,
     return fail(Message::eTIFM_OpenFileError, _path.string(), toText(id, arguments...));
 }
 
-// Wherever the walk ends, at the chain's end or at a directory that cannot be read, libtiff is left without a
-// directory; a handle that is closed so may lose or rewrite the file.
+// After the loop, at the end of the chain or at an unreadable directory, libtiff has no current directory.
+// Closing such a handle can rewrite or damage the file.
 BoolResult TiffForeignFile::walkDirectories() {
     BoolResult result = success();
     vlUInt64 lastOffset = TIFFCurrentDirOffset(_pTiff);
@@ -263,7 +265,7 @@ BoolResult TiffForeignFile::checkFurtherColor() const {
     return result;
 }
 
-// Unlike in the first directory, the colour is judged before the planar configuration.
+// The colours are checked before the planar configuration; in the first directory it is the other way round.
 BoolResult TiffForeignFile::readFurtherColor(std::uint16_t samples, ColorGeometry& color) const {
     std::uint16_t photometric = 0;
     BoolResult result = requireTag(_pTiff, TIFFTAG_PHOTOMETRIC, "TIFFTAG_PHOTOMETRIC", _path, photometric);
@@ -291,7 +293,7 @@ BoolResult TiffForeignFile::readFurtherBufferType(eImageBufferType& bufferType) 
                : fail(Message::eTIFM_UnsupportedBufferType, toShort(bits), format, _path.string());
 }
 
-// What is made of them
+// Results
 
 ImageGeometryPtr TiffForeignFile::createGeometry() const {
     VolumeGeometry volume;

@@ -22,7 +22,7 @@ namespace {
 using Message = eTiffImageFileMessage;
 
 BoolResult readStoredFile(boost::filesystem::path const& path, TiffContents& opened) {
-    UnloggedRaises const unlogged; // the opening reports a damaged record
+    UnloggedRaises const unlogged; // the opening itself reports a damaged record
     BoolResult result = readStoredGeometry(opened.pTiff, path, opened.pGeometry, opened.pCalibration);
     if (result) {
         opened.userProperties = readUserProperties(opened.pTiff);
@@ -31,8 +31,9 @@ BoolResult readStoredFile(boost::filesystem::path const& path, TiffContents& ope
     return result;
 }
 
-/// Why libtiff did not see all of the directories that it was to read. It leaves out a tag that it cannot
-/// read or has no memory for, and takes a directory for the end of the file.
+/// The reason why libtiff may have left out tags or directories; no error if it has read all. libtiff leaves
+/// out a tag that it cannot read or has no memory for, and takes an unreadable directory for the end of the
+/// file.
 std::error_code findMissed(TiffStream const& stream) {
     return stream.wasMemoryRefused() ? std::make_error_code(std::errc::not_enough_memory)
                                      : stream.getReadError();

@@ -30,13 +30,13 @@ BoolResult StripReader::run() {
     return result;
 }
 
-/// A channel that pixels do not have is that number of samples behind a pixel's first one: zero behind the
-/// last.
+/// A channel that does not exist in the strip is read from the samples that follow the pixel, and is zero
+/// after the last pixel.
 std::byte* StripReader::providePixels(vlUInt64 nbBytes) {
     return provideBuffer(nbBytes + getLayout().pixelStride);
 }
 
-/// One channel goes straight to its place.
+/// A single channel is read directly into its plane.
 bool StripReader::movePlain(Block const& block) {
     if (getNbChannels() == 1) {
         return getStrips().readPlain(block.strip, getSkip(block), getSize(block),
@@ -59,9 +59,9 @@ BoolResult StripReader::moveStrip(Block const& block) {
     return success();
 }
 
-/// Decodes a strip from its start to the end of the last row that is wanted: codecs know no other start, and
-/// predictors no other end. Of a strip that libtiff decodes in part the rest is zero; of one that it does not
-/// decode, with a wrong checksum say, everything is.
+/// Decodes a strip from its start to the end of the last requested row, because codecs can only start at the
+/// first row and predictors need whole rows. If libtiff decodes a part of the strip, the rest is zero. If it
+/// decodes nothing, for example because of a wrong checksum, everything is zero.
 BoolResult StripReader::decode(Block const& block) {
     StripLayout const& layout = getLayout();
     bool const bWhole =
@@ -70,7 +70,7 @@ BoolResult StripReader::decode(Block const& block) {
     vlUInt64 const nbBytes =
         bWhole ? nbStripBytes
                : std::min(layout.getBytesOfRows(block.position + block.nbPixels), nbStripBytes);
-    BoolResult held = getStrips().requireRoomFor(block.strip, nbBytes);
+    BoolResult held = getStrips().requireEnoughBytes(block.strip, nbBytes);
     if (!held) {
         fillWithZeros(block);
         return failAtStrip(block.strip, held.getMessage());

@@ -34,7 +34,7 @@ BoolResult readStrips(PlaneContext const& context, void* pPixels) {
     return reader.run();
 }
 
-/// The layout of strips that can be written.
+/// Reads RowsPerStrip, without which strips cannot be written. If the tag is missing, closes the handle.
 BoolResult requireRowsPerStrip(PlaneContext const& context, std::uint32_t& rowsPerStrip) {
     auto const found = getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP);
     if (!found) {
@@ -51,7 +51,7 @@ BoolResult requireInterleaved(PlaneContext const& context) {
     return context.requireChannels();
 }
 
-/// The first steps of every access to a page.
+/// The first steps of every access to an interleaved page.
 BoolResult reachPage(PlaneContext const& context) {
     BoolResult result = context.requireHandle();
     if (result) {

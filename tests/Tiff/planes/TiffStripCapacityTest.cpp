@@ -40,7 +40,8 @@ class TiffStripCapacityTest : public TiffTest {
     bool canHold(vlUInt64 nbBytes) const {
         OpenedTiff const opened(_path);
         EXPECT_THAT(opened.result, Succeeds());
-        return static_cast<bool>(TiffStrips(opened.pTiff, {1000, 1000, 1000, 1}).requireRoomFor(0, nbBytes));
+        return static_cast<bool>(
+            TiffStrips(opened.pTiff, {1000, 1000, 1000, 1}).requireEnoughBytes(0, nbBytes));
     }
 };
 
@@ -89,7 +90,7 @@ TEST_F(TiffStripCapacityTest, AnAnnouncedSizeCountsForNoMoreThanTheFile) {
 
 TEST_F(TiffStripCapacityTest, AHandleOfLibtiffAloneIsNotJudged) {
     writeStrip(COMPRESSION_LZW, 1);
-    EXPECT_TRUE(TiffStrips(openPlain(_path).get(), {1000, 1000, 1000, 1}).requireRoomFor(0, 1000000));
+    EXPECT_TRUE(TiffStrips(openPlain(_path).get(), {1000, 1000, 1000, 1}).requireEnoughBytes(0, 1000000));
 }
 
 #ifdef VELMO_TEST_LIMITS_MEMORY

@@ -17,16 +17,17 @@ namespace velmo::image::file {
 
 class TiffStream;
 
-/// Offsets of a file's directories, in their order, found once.
+/// Offsets of a file's directories, in their order. Each is searched only once.
 class DirectoryChain {
   public:
-    /// Where a directory lies; empty where the chain does not reach it.
+    /// Offset of a directory; empty if the chain does not reach it.
     std::optional<vlUInt64> find(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
-    /// How many there are; of a chain that breaks off, in a loop or outside of the file, as libtiff counts.
+    /// Number of directories. If the chain is broken (a loop, or a link outside of the file), the number that
+    /// libtiff counts.
     vlUInt64 count(TIFF* pTiff, TiffStream& stream);
-    /// Whether it breaks off: a link leads outside of the file or back to a directory before.
+    /// Whether the chain is broken: a link leads outside of the file or back to an earlier directory.
     bool isBroken(TIFF* pTiff, TiffStream& stream);
-    /// Directories may lie elsewhere from now on.
+    /// Drops all offsets, because directories may have moved.
     void invalidate();
 
   private:
@@ -39,28 +40,28 @@ class DirectoryChain {
     std::optional<vlUInt64> _count;
 };
 
-/// How a directory of a handle is reached and counted. What was seen once of a handle that this module opened
-/// is remembered with it, so that all N directories cost N steps; of any other handle libtiff walks the chain
-/// each time. Under the plain policy directories have numbers of 16 bits.
+/// Finds and counts the directories of a handle. For a handle that this module opened, the offsets are stored
+/// with the handle, so that finding all N directories takes N steps. For any other handle libtiff walks the
+/// chain each time. Under the plain policy directory numbers have 16 bits.
 class TiffDirectories {
   public:
     explicit TiffDirectories(TIFF* pTiff, eTiffPolicy policy = eTiffPolicy::Plain);
 
-    /// How many there are.
+    /// Number of directories.
     vlUInt64 count() const;
-    /// Whether the chain breaks off behind as many as `count` says; false for a handle of somebody else.
+    /// Whether the chain is broken after `count` directories; false for a handle that other code opened.
     bool isBroken() const;
-    /// The number by which a directory is addressed.
+    /// The number with which a directory is addressed: `index`, or its low 16 bits under the plain policy.
     vlUInt64 toNumber(vlUInt64 index) const;
-    /// Makes directory `toNumber(index)` the current one, as it stands in the file. A failure has libtiff's
-    /// text, and the handle stands where it stood, if that can still be read.
+    /// Makes directory `toNumber(index)` the current one, as it is in the file. A failure has libtiff's
+    /// message; the handle then returns to its former directory, if that can still be read.
     BoolResult reach(vlUInt64 index) const;
-    /// Goes to the directory at an offset that `TIFFCurrentDirOffset` gave, as it stands in the file: what
-    /// libtiff has in memory and has not written is dropped. Where it cannot be read, or with offset 0, the
-    /// handle stands on none. Either way closing the handle changes nothing; a handle that libtiff leaves
-    /// half way through a directory may crash there.
+    /// Makes the directory at an offset from `TIFFCurrentDirOffset` the current one, as it is in the file.
+    /// libtiff's unwritten changes of the current directory are dropped. If the directory cannot be read, or
+    /// with offset 0, the handle has no current directory. In both cases closing the handle changes nothing
+    /// in the file. Without this, closing a handle that libtiff left with a partly read directory can crash.
     void reloadDirectory(vlUInt64 offset) const;
-    /// Finds the directories anew from now on: libtiff moved one in the file.
+    /// Drops the stored offsets, because libtiff moved a directory in the file.
     void invalidate() const;
 
   private:
@@ -69,10 +70,10 @@ class TiffDirectories {
     eTiffPolicy _policy;
 };
 
-/// The number of an entry of one number, as the directory at `offset` has it in the file; 0 where it has none
-/// of that tag.
+/// The value of an entry with one number, read from the directory at `offset` of the file; 0 if there is no
+/// such entry.
 vlUInt64 readEntryNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
-/// Whether the directory at `offset` has an entry of a tag in the file.
+/// Whether the directory at `offset` of the file has an entry of a tag.
 bool hasEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
 
 } // namespace velmo::image::file

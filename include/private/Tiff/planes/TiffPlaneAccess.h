@@ -15,16 +15,16 @@ using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
-// The operations on planes of TiffImageFileTools, for callers that keep the handle: where a failure closes
-// it, it becomes null, and with a null handle they fail.
+// The operations on planes of TiffImageFileTools, for callers that own the handle. An error that closes the
+// handle sets it to null. With a null handle they fail.
 
 BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                      PlaneRun const& run, eTiffPolicy policy, void* pPixels);
 BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                       PlaneRun const& run, eTiffPolicy policy, void const* pPixels);
 
-/// All channels of an interleaved page at once; `run.c` is not used. One buffer for each channel, in order;
-/// a read fills as many as it is given.
+/// Transfers all channels of an interleaved page at once. `run.c` is ignored. `planes` contains one buffer
+/// for each channel, in order; a read with fewer buffers fills only these.
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                     PlaneRun const& run, eTiffPolicy policy, std::vector<void*> const& planes);
 BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
