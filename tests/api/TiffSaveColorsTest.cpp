@@ -18,7 +18,7 @@ using TiffSaveColors = TiffFunctions;
 
 constexpr vlUInt64 g_nbColorPages = 65539; ///< three more than numbers of directories
 
-/// The planes of 2 x 2 pages in the order in which a save reads them.
+/// The planes of 2 x 2 pages, one channel after the other.
 std::vector<WatchedImage::Plane> listColorPlanes(vlUInt64 sizeC) {
     std::vector<WatchedImage::Plane> planes;
     for (vlUInt64 t = 0; t < 2; ++t) {
@@ -38,27 +38,43 @@ std::string nameOfPlane(WatchedImage::Plane const& plane) {
 
 } // namespace
 
+// The planes are read page by page, and a failure is the one that a save of one channel after the other would
+// meet first.
 TEST_F(TiffSaveColors, ASourceThatFailsIsTheSaveErrorOfItsFirstPlaneThatFails) {
     for (eColorGeometryType const colorType : {eCGT_Rgb, eCGT_Rgba}) {
         ImageGeometryPtr const pGeometry = makeColorGeometry(colorType, 2, 2);
         std::vector<WatchedImage::Plane> const planes = listColorPlanes(pGeometry->getSizeC());
-        for (std::size_t failing = 0; failing < planes.size(); ++failing) {
-            SCOPED_TRACE(nameOfPlane(planes[failing]));
-            auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
-            pImage->beforeRead = [pSeen = pImage.get(), failing] {
-                return pSeen->reads.size() > failing ? failure(nameOfPlane(pSeen->reads.back())) : success();
-            };
-            expectRaisedText([&] { saveTiffImageFile(_path, pImage, eTC_Lzw); },
-                             saveError(_path, nameOfPlane(planes[failing])));
-            EXPECT_EQ(pImage->reads,
-                      std::vector<WatchedImage::Plane>(
-                          planes.begin(), planes.begin() + 1 + static_cast<std::ptrdiff_t>(failing)));
-            EXPECT_EQ(countOpen(_path), 0);
-            std::string expected = pImage->pixels;
-            expected.replace(30 * failing, std::string::npos, expected.size() - 30 * failing, '\0');
-            EXPECT_EQ(readPixels(*loadTiffImageFile(_path, eTBM_Default)), expected);
+        for (auto first = planes.begin(); first != planes.end(); ++first) {
+            for (auto const last : {first + 1, planes.end()}) { // one plane fails, or all from there on
+                SCOPED_TRACE(nameOfPlane(*first));
+                auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
+                pImage->beforeRead = [pSeen = pImage.get(), first, last] {
+                    bool const bFails = std::find(first, last, pSeen->reads.back()) != last;
+                    return bFails ? failure(nameOfPlane(pSeen->reads.back())) : success();
+                };
+                expectRaisedText([&] { saveTiffImageFile(_path, pImage, eTC_Lzw); },
+                                 saveError(_path, nameOfPlane(*first)));
+                EXPECT_EQ(std::set<WatchedImage::Plane>(pImage->reads.begin(), pImage->reads.end()).size(),
+                          pImage->reads.size());
+                EXPECT_EQ(countOpen(_path), 0);
+            }
         }
     }
+}
+
+TEST_F(TiffSaveColors, PagesBeforeASourceThatFailsAreInTheFile) {
+    ImageGeometryPtr const pGeometry = makeColorGeometry(eCGT_Rgb, 2, 2);
+    auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
+    pImage->beforeRead = [pSeen = pImage.get()] {
+        return pSeen->reads.back() == WatchedImage::Plane{1, 2, 0} ? failure("gone") : success();
+    };
+    expectRaisedText([&] { saveTiffImageFile(_path, pImage, eTC_Lzw); }, saveError(_path, "gone"));
+    std::string expected(pImage->pixels.size(), '\0');
+    vlUInt64 const planeBytes = expected.size() / 12;
+    for (vlUInt64 c = 0; c < 3; ++c) { // plane z = 0 of each channel of t = 0
+        expected.replace(c * 2 * planeBytes, planeBytes, pImage->pixels, c * 2 * planeBytes, planeBytes);
+    }
+    EXPECT_EQ(readPixels(*loadTiffImageFile(_path, eTBM_Default)), expected);
 }
 
 TEST_F(TiffSaveColors, WhatAColorSourceThrowsPassesThroughAndTheFileIsClosed) {

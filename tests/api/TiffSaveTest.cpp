@@ -150,9 +150,20 @@ TEST_F(TiffSave, EachPlaneIsReadOnceOnTheCallingThread) {
     for (ImageGeometryPtr const& pGeometry : {_pGeometry, makeColorGeometry(eCGT_Rgb, 2, 2)}) {
         auto const pImage = boost::make_shared<WatchedImage>(*pGeometry);
         saveTiffImageFile(_path, pImage, eTC_None);
-        EXPECT_EQ(pImage->reads, listPlanes(*pGeometry));
+        EXPECT_THAT(pImage->reads, testing::UnorderedElementsAreArray(listPlanes(*pGeometry)));
         EXPECT_EQ(pImage->readers, std::set<std::thread::id>{std::this_thread::get_id()});
     }
+}
+
+TEST_F(TiffSave, ChannelsThatShareAPageAreReadPageByPageTheOthersChannelByChannel) {
+    auto const pGrey = boost::make_shared<WatchedImage>(*_pGeometry);
+    saveTiffImageFile(_path, pGrey, eTC_None);
+    EXPECT_EQ(pGrey->reads, listPlanes(*_pGeometry));
+
+    auto const pRgb = boost::make_shared<WatchedImage>(*makeColorGeometry(eCGT_Rgb, 2, 1));
+    saveTiffImageFile(_path, pRgb, eTC_None);
+    EXPECT_EQ(pRgb->reads, (std::vector<WatchedImage::Plane>{
+                               {0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {1, 0, 0}, {1, 1, 0}, {1, 2, 0}}));
 }
 
 TEST_F(TiffSave, AnImageThatAsksForNoCopyIsSavedWithoutOne) {

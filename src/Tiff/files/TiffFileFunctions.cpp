@@ -85,6 +85,34 @@ struct PlaneTransfer {
             writePlane(pTiff, path, geometry, toRun(z, c, t), policy, pPlane->accessBuffer().getDataPtr()));
     }
 
+    /// Saves all channels of (z, t) of an interleaved file. Their planes are read in the order of the
+    /// channels.
+    void saveChannels(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 t) const {
+        std::vector<InputPlanePtr> planes;
+        std::vector<void const*> pixels;
+        for (vlUInt64 c = 0; c < geometry.getSizeC(); ++c) {
+            planes.push_back(extractPlane<InputImageYStrip2d>(pImage, z, c, t, failure));
+            BoolResult const result = planes.back()->readFromImage();
+            if (!result) {
+                requireEarlierPlanes(pImage, z, c, t);
+            }
+            failure.require(result);
+            pixels.push_back(planes.back()->accessBuffer().getDataPtr());
+        }
+        failure.require(writePlanes(pTiff, path, geometry, toRun(z, 0, t), policy, pixels));
+    }
+
+    /// Fails if a plane fails that a save of one channel after the other would read before (z, c, t). Both
+    /// kinds of saves therefore report the same plane.
+    void requireEarlierPlanes(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
+        for (vlUInt64 channel = 0; channel < c; ++channel) {
+            for (vlUInt64 later = z + 1; later < geometry.getSizeZ(); ++later) {
+                failure.require(
+                    extractPlane<InputImageYStrip2d>(pImage, later, channel, t, failure)->readFromImage());
+            }
+        }
+    }
+
     /// All channels of the page get the pixels of the first channel of the image.
     void savePage(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 t) const {
         std::vector<InputPlanePtr> planes;
@@ -97,14 +125,13 @@ struct PlaneTransfer {
         failure.require(writePage(pTiff, path, geometry, toRun(z, 0, t), policy, pixels));
     }
 
-    /// Calls `doPage(z, t)` for each page of an interleaved file, otherwise `doPlane(z, c, t)` for each
-    /// plane.
+    /// Calls `doPage(z, t)` for all channels at once, or `doPlane(z, c, t)` for each plane.
     template <class DoPlane, class DoPage>
-    void traverse(bool bInterleaved, DoPlane const& doPlane, DoPage const& doPage) const {
+    void traverse(bool bPages, DoPlane const& doPlane, DoPage const& doPage) const {
         for (vlUInt64 t = 0; t < geometry.getSizeT(); ++t) {
-            for (vlUInt64 c = 0; c < (bInterleaved ? 1 : geometry.getSizeC()); ++c) {
+            for (vlUInt64 c = 0; c < (bPages ? 1 : geometry.getSizeC()); ++c) {
                 for (vlUInt64 z = 0; z < geometry.getSizeZ(); ++z) {
-                    bInterleaved ? doPage(z, t) : doPlane(z, c, t);
+                    bPages ? doPage(z, t) : doPlane(z, c, t);
                 }
             }
         }
@@ -123,12 +150,13 @@ void saveTiffCpuImageFile(boost::filesystem::path const& path, ImageConstPtr con
                         ? createTiffFile(path, geometry, pCalibration, compression, pTiff)
                         : createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff));
     PlaneTransfer const transfer = {pTiff, path, geometry, policy, failure};
-    // A new file has no current directory yet. The result is therefore false, and channels are written one by
-    // one.
-    transfer.traverse(
-        isInterleavedRgb(pTiff, path),
-        [&](vlUInt64 z, vlUInt64 c, vlUInt64 t) { transfer.savePlane(pImage, z, c, t); },
-        [&](vlUInt64 z, vlUInt64 t) { transfer.savePage(pImage, z, t); });
+    auto const savePlane = [&](vlUInt64 z, vlUInt64 c, vlUInt64 t) { transfer.savePlane(pImage, z, c, t); };
+    if (isInterleavedRgb(pTiff, path)) { // never: a new file has no current directory
+        transfer.traverse(true, savePlane, [&](vlUInt64 z, vlUInt64 t) { transfer.savePage(pImage, z, t); });
+    } else {
+        transfer.traverse(isInterleavedColor(geometry), savePlane,
+                          [&](vlUInt64 z, vlUInt64 t) { transfer.saveChannels(pImage, z, t); });
+    }
 }
 
 /// Returns the image, or a copy in the memory of the CPU if the image requires one.

@@ -15,103 +15,8 @@ namespace velmo::image::file {
 namespace {
 
 constexpr vlUInt64 g_directoryNumbers = 65536;
-/// The largest number of directories that libtiff follows.
-constexpr vlUInt64 g_longestChain = 1048576;
-
-/// Sizes of the numbers of a directory, in a classic file or in a BigTIFF file.
-struct DirectoryLayout {
-    vlUInt64 firstLinkOffset;
-    vlUInt64 countSize;
-    vlUInt64 entrySize;
-    vlUInt64 linkSize;
-};
-
-constexpr DirectoryLayout g_classic = {4, 2, 12, 4};
-constexpr DirectoryLayout g_big = {8, 8, 20, 8};
-
-std::optional<vlUInt64> readNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 nbBytes) {
-    unsigned char bytes[8] = {};
-    if (stream.readAt(offset, bytes, nbBytes) != nbBytes) {
-        return std::nullopt;
-    }
-    bool const bBigEndian = TIFFIsBigEndian(pTiff) != 0;
-    vlUInt64 number = 0;
-    for (vlUInt64 i = 0; i < nbBytes; ++i) {
-        number = number << 8 | bytes[bBigEndian ? i : nbBytes - 1 - i];
-    }
-    return number;
-}
-
-DirectoryLayout const& getDirectoryLayout(TIFF* pTiff) {
-    return TIFFIsBigTIFF(pTiff) != 0 ? g_big : g_classic;
-}
-
-/// Offset of the entry of a tag in the directory at `offset`.
-std::optional<vlUInt64> findEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
-    DirectoryLayout const& layout = getDirectoryLayout(pTiff);
-    vlUInt64 const nbEntries = readNumber(pTiff, stream, offset, layout.countSize).value_or(0);
-    for (vlUInt64 entry = 0; entry < nbEntries && entry < g_directoryNumbers; ++entry) {
-        vlUInt64 const place = offset + layout.countSize + entry * layout.entrySize;
-        if (readNumber(pTiff, stream, place, 2).value_or(0) == tag) {
-            return place;
-        }
-    }
-    return std::nullopt;
-}
-
-/// The offset of the next directory, stored after the directory at `offset`.
-std::optional<vlUInt64> readLink(TIFF* pTiff, TiffStream& stream, DirectoryLayout const& layout,
-                                 vlUInt64 offset) {
-    auto const nbEntries = readNumber(pTiff, stream, offset, layout.countSize);
-    if (!nbEntries || *nbEntries >= g_directoryNumbers) {
-        return std::nullopt;
-    }
-    return readNumber(pTiff, stream, offset + layout.countSize + *nbEntries * layout.entrySize,
-                      layout.linkSize);
-}
 
 } // namespace
-
-bool DirectoryChain::findNext(TIFF* pTiff, TiffStream& stream) {
-    if (_bEnded) {
-        return false;
-    }
-    DirectoryLayout const& layout = getDirectoryLayout(pTiff);
-    auto const link = _offsets.empty() ? readNumber(pTiff, stream, layout.firstLinkOffset, layout.linkSize)
-                                       : readLink(pTiff, stream, layout, _offsets.back());
-    _bBroken = !link || _known.count(*link) != 0 || _offsets.size() == g_longestChain;
-    _bEnded = _bBroken || *link == 0;
-    if (!_bEnded) {
-        _offsets.push_back(*link);
-        _known.insert(*link);
-    }
-    return !_bEnded;
-}
-
-std::optional<vlUInt64> DirectoryChain::find(TIFF* pTiff, TiffStream& stream, vlUInt64 index) {
-    while (_offsets.size() <= index && findNext(pTiff, stream)) {
-    }
-    return index < _offsets.size() ? std::optional(_offsets[index]) : std::nullopt;
-}
-
-vlUInt64 DirectoryChain::count(TIFF* pTiff, TiffStream& stream) {
-    while (findNext(pTiff, stream)) {
-    }
-    if (!_count) {
-        _count = _bBroken ? TIFFNumberOfDirectories(pTiff) : _offsets.size();
-    }
-    return *_count;
-}
-
-bool DirectoryChain::isBroken(TIFF* pTiff, TiffStream& stream) {
-    while (findNext(pTiff, stream)) {
-    }
-    return _bBroken;
-}
-
-void DirectoryChain::invalidate() {
-    *this = DirectoryChain();
-}
 
 TiffDirectories::TiffDirectories(TIFF* pTiff, eTiffPolicy policy)
     : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _policy(policy) {
@@ -150,6 +55,18 @@ BoolResult TiffDirectories::reach(vlUInt64 index) const {
     return failure(message);
 }
 
+std::optional<StripPlaces> TiffDirectories::findStripsLikeCurrent(vlUInt64 index) const {
+    if (_pStream == nullptr) {
+        return std::nullopt;
+    }
+    DirectoryChain& chain = _pStream->accessChain();
+    vlUInt64 const number = toNumber(index);
+    auto const current = chain.findIndex(TIFFCurrentDirOffset(_pTiff));
+    auto const shape = current ? chain.findShape(*current) : std::nullopt;
+    bool const bAlike = shape && chain.find(_pTiff, *_pStream, number) && chain.findShape(number) == shape;
+    return bAlike ? chain.readStripPlaces(_pTiff, *_pStream, number) : std::nullopt;
+}
+
 void TiffDirectories::reloadDirectory(vlUInt64 offset) const {
     if (_pStream != nullptr) {
         _pStream->discardReadAhead();
@@ -162,25 +79,16 @@ void TiffDirectories::reloadDirectory(vlUInt64 offset) const {
     }
 }
 
+void TiffDirectories::invalidateStrips(vlUInt64 offset) const {
+    if (_pStream != nullptr) {
+        _pStream->accessChain().invalidateStrips(offset);
+    }
+}
+
 void TiffDirectories::invalidate() const {
     if (_pStream != nullptr) {
         _pStream->accessChain().invalidate();
     }
-}
-
-vlUInt64 readEntryNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
-    auto const place = findEntry(pTiff, stream, offset, tag);
-    if (!place) {
-        return 0;
-    }
-    DirectoryLayout const& layout = getDirectoryLayout(pTiff);
-    vlUInt64 const type = readNumber(pTiff, stream, *place + 2, 2).value_or(0);
-    vlUInt64 const size = type == TIFF_SHORT ? 2 : type == TIFF_LONG8 ? 8 : 4;
-    return readNumber(pTiff, stream, *place + layout.entrySize - layout.linkSize, size).value_or(0);
-}
-
-bool hasEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
-    return findEntry(pTiff, stream, offset, tag).has_value();
 }
 
 } // namespace velmo::image::file

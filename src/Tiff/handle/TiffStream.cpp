@@ -3,7 +3,7 @@
 
 #include "Tiff/handle/TiffStream.h"
 
-#include "Tiff/handle/TiffDirectories.h"
+#include "Tiff/handle/DirectoryChain.h"
 #include "Tiff/handle/TiffErrorHandler.h"
 #include "Tiff/handle/TiffStrips.h"
 #include "Tiff/handle/TiffTags.h"
@@ -117,6 +117,7 @@ struct TiffStream::ClientProcedures {
             errno = 0;
         }
         TiffStream& stream = *static_cast<TiffStream*>(pStream);
+        ++stream._nbMessages;
         stream._bMemoryRefused = stream._bMemoryRefused || (bOfMemory && errno == ENOMEM);
         return 0; // the handlers of the process are called next
     }

@@ -38,14 +38,6 @@ std::uint32_t toStripNumber(vlUInt64 strip) {
     return static_cast<std::uint32_t>(std::min<vlUInt64>(strip, NumericLimits<std::uint32_t>::s_max));
 }
 
-vlUInt64 getOffset(TIFF* pTiff, vlUInt64 strip) {
-    return TIFFGetStrileOffset(pTiff, toStripNumber(strip));
-}
-
-vlUInt64 getByteCount(TIFF* pTiff, vlUInt64 strip) {
-    return TIFFGetStrileByteCount(pTiff, toStripNumber(strip));
-}
-
 /// Whether the size of a single strip is missing in the file. libtiff then estimates it from the bytes that
 /// follow; a write of that size would overwrite them.
 bool hasEstimatedByteCount(TIFF* pTiff) {
@@ -53,7 +45,7 @@ bool hasEstimatedByteCount(TIFF* pTiff) {
     return pStream != nullptr && getCompression(pTiff) != COMPRESSION_NONE &&
            TIFFNumberOfStrips(pTiff) == 1 &&
            readEntryNumber(pTiff, *pStream, TIFFCurrentDirOffset(pTiff), TIFFTAG_STRIPBYTECOUNTS) !=
-               getByteCount(pTiff, 0);
+               TIFFGetStrileByteCount(pTiff, 0);
 }
 
 /// Whether libtiff can encode the compression and the file gives the strips' offsets. libtiff does not check
@@ -89,6 +81,36 @@ TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout)
       _bWritable(canBeWritten(pTiff)), _bPlain(_bWritable && !_bCompressed && hasPlainSamples()),
       _bInflates(_bDeflate && !isPredicted() && hasPlainSamples()) {}
 
+TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout, StripPlaces places)
+    : TiffStrips(pTiff, layout) {
+    vlUInt64 const nbStrips = TIFFNumberOfStrips(pTiff);
+    bool const bContiguous = _bPlain && countPlain(0, nbStrips) == nbStrips;
+    _places = std::move(places);
+    _bPlain = _bPlain && (_places->offsets.size() == nbStrips || (bContiguous && splitOnlyPlace(nbStrips)));
+}
+
+/// Divides the single strip of the file into several, as libtiff does. Returns false if the sizes do not
+/// allow this.
+bool TiffStrips::splitOnlyPlace(vlUInt64 nbStrips) {
+    if (_places->offsets.size() != 1 ||
+        _places->byteCounts.front() < _layout.getNbPixels() * _layout.pixelStride) {
+        return false;
+    }
+    for (vlUInt64 strip = 1; strip < nbStrips; ++strip) {
+        _places->offsets.push_back(_places->offsets.front() + strip * _layout.getStripBytes());
+        _places->byteCounts.push_back(_layout.getBytesOf(strip));
+    }
+    return true;
+}
+
+vlUInt64 TiffStrips::getOffset(vlUInt64 strip) const {
+    return _places ? _places->offsets[strip] : TIFFGetStrileOffset(_pTiff, toStripNumber(strip));
+}
+
+vlUInt64 TiffStrips::getByteCount(vlUInt64 strip) const {
+    return _places ? _places->byteCounts[strip] : TIFFGetStrileByteCount(_pTiff, toStripNumber(strip));
+}
+
 /// Whether decoded samples are the same bytes as in memory.
 bool TiffStrips::hasPlainSamples() const {
     auto const width = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
@@ -107,11 +129,10 @@ bool TiffStrips::isPredicted() const {
 vlUInt64 TiffStrips::countPlain(vlUInt64 strip, vlUInt64 nbWanted) const {
     vlUInt64 nbPlain = 0;
     vlUInt64 const nbStrips = _bPlain ? TIFFNumberOfStrips(_pTiff) : 0;
-    vlUInt64 expectedOffset = _bPlain ? getOffset(_pTiff, strip) : 0;
+    vlUInt64 expectedOffset = _bPlain ? getOffset(strip) : 0;
     for (vlUInt64 next = strip; nbPlain < nbWanted && next < nbStrips; ++next, ++nbPlain) {
-        vlUInt64 const offset = getOffset(_pTiff, next);
-        if (offset == 0 || offset != expectedOffset ||
-            getByteCount(_pTiff, next) < _layout.getBytesOf(next)) {
+        vlUInt64 const offset = getOffset(next);
+        if (offset == 0 || offset != expectedOffset || getByteCount(next) < _layout.getBytesOf(next)) {
             break;
         }
         expectedOffset = offset + _layout.getStripBytes();
@@ -120,17 +141,17 @@ vlUInt64 TiffStrips::countPlain(vlUInt64 strip, vlUInt64 nbWanted) const {
 }
 
 bool TiffStrips::readPlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void* pBuffer) {
-    _bPlain = _pStream->readAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
+    _bPlain = _pStream->readAt(getOffset(strip) + skip, pBuffer, nbBytes) == nbBytes;
     return _bPlain;
 }
 
 bool TiffStrips::isInFile(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes) const {
-    auto const end = checkedAdd(getOffset(_pTiff, strip), skip + nbBytes);
+    auto const end = checkedAdd(getOffset(strip), skip + nbBytes);
     return end && *end <= _pStream->getSize();
 }
 
 bool TiffStrips::writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void const* pBuffer) {
-    _bPlain = _pStream->writeAt(getOffset(_pTiff, strip) + skip, pBuffer, nbBytes) == nbBytes;
+    _bPlain = _pStream->writeAt(getOffset(strip) + skip, pBuffer, nbBytes) == nbBytes;
     return _bPlain;
 }
 
@@ -146,27 +167,26 @@ long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
 bool TiffStrips::inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
     constexpr vlUInt64 margin = 65536; // incompressible data needs some more bytes
     vlUInt64 const nbStrips = TIFFNumberOfStrips(_pTiff);
-    vlUInt64 const nbCompressed = strip < nbStrips ? getByteCount(_pTiff, strip) : 0;
+    vlUInt64 const nbCompressed = strip < nbStrips ? getByteCount(strip) : 0;
     if (nbCompressed == 0 || nbCompressed > nbBytes + margin) {
         return false;
     }
     DeflateDecoder& decoder = _pStream->accessDeflateDecoder();
-    return _pStream->readAt(getOffset(_pTiff, strip), decoder.provideCompressed(nbCompressed),
-                            nbCompressed) == nbCompressed &&
+    return _pStream->readAt(getOffset(strip), decoder.provideCompressed(nbCompressed), nbCompressed) ==
+               nbCompressed &&
            decoder.inflate(pBuffer, nbBytes);
 }
 
 BoolResult TiffStrips::requireWritable(vlUInt64 strip) const {
     // libtiff would add a missing strip, and allocate as much memory as a strip announces.
     bool const bThere = _bWritable && strip < TIFFNumberOfStrips(_pTiff) &&
-                        (_pStream == nullptr || getByteCount(_pTiff, strip) <= _pStream->getSize());
+                        (_pStream == nullptr || getByteCount(strip) <= _pStream->getSize());
     return bThere ? success() : fail(eImageFileCheckMessage::eIFCM_StripNotWritable);
 }
 
 long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
     long written = encode(strip, pBuffer);
-    bool const bOutOfOrder =
-        _bCompressed && strip > 0 && getOffset(_pTiff, strip) < getOffset(_pTiff, strip - 1);
+    bool const bOutOfOrder = _bCompressed && strip > 0 && getOffset(strip) < getOffset(strip - 1);
     if (written >= 0 && bOutOfOrder) {
         written = moveToEnd(strip) ? encode(strip, pBuffer) : -1;
     }
@@ -174,8 +194,7 @@ long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
 }
 
 long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
-    bool const bCut =
-        isShort(strip) && (_bCompressed || getByteCount(_pTiff, strip) < _layout.getStripBytes());
+    bool const bCut = isShort(strip) && (_bCompressed || getByteCount(strip) < _layout.getStripBytes());
     vlUInt64 const nbBytes = bCut ? _layout.getBytesOf(strip) : _layout.getStripBytes();
     std::vector<std::byte> turned; // libtiff reverses bytes and bits in place
     if (TIFFIsByteSwapped(_pTiff) != 0 || !hasUsualFillOrder(_pTiff)) {
@@ -190,21 +209,21 @@ long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
 /// Moves a strip to the end of the file, which libtiff does if a strip is larger than its space. This is
 /// necessary because some readers take strips with decreasing offsets for an image that is upside down.
 bool TiffStrips::moveToEnd(vlUInt64 strip) const {
-    std::vector<std::byte> placeholder(getByteCount(_pTiff, strip) + 1);
+    std::vector<std::byte> placeholder(getByteCount(strip) + 1);
     TIFFSetWriteOffset(_pTiff, 0); // otherwise libtiff appends to the strip before
     auto const size = static_cast<tmsize_t>(placeholder.size());
     return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), placeholder.data(), size) == size;
 }
 
 bool TiffStrips::hasWrongByteCount(vlUInt64 strip) const {
-    return !_bCompressed && getByteCount(_pTiff, strip) != _layout.getBytesOf(strip);
+    return !_bCompressed && getByteCount(strip) != _layout.getBytesOf(strip);
 }
 
 BoolResult TiffStrips::requireEnoughBytes(vlUInt64 strip, vlUInt64 nbBytes) const {
     if (nbBytes <= g_smallStrip || _pStream == nullptr || !hasLimitedRatio(getCompression(_pTiff))) {
         return success();
     }
-    vlUInt64 const nbBytesInFile = std::min(getByteCount(_pTiff, strip), _pStream->getSize());
+    vlUInt64 const nbBytesInFile = std::min(getByteCount(strip), _pStream->getSize());
     return isPlausibleStripSize(nbBytes, nbBytesInFile)
                ? success()
                : fail(eImageFileCheckMessage::eIFCM_StripTooSmall, nbBytesInFile, nbBytes);

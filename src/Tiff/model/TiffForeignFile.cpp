@@ -4,6 +4,7 @@
 #include "Tiff/model/TiffForeignFile.h"
 
 #include "Frame/LogAccess.h"
+#include "Tiff/handle/DirectoryWalk.h"
 #include "Tiff/handle/TiffDirectories.h"
 #include "Tiff/handle/TiffTags.h"
 #include "Tiff/model/ImageJStack.h"
@@ -48,6 +49,10 @@ short getSampleFormat(TIFF* pTiff) {
     return toShort(getTag<std::uint16_t>(pTiff, TIFFTAG_SAMPLEFORMAT).value_or(SAMPLEFORMAT_UINT));
 }
 
+std::uint16_t getOrientation(TIFF* pTiff) {
+    return getTag<std::uint16_t>(pTiff, TIFFTAG_ORIENTATION).value_or(ORIENTATION_TOPLEFT);
+}
+
 } // namespace
 
 BoolResult checkTiffDirectory(TIFF* pTiff, boost::filesystem::path const& path) {
@@ -55,7 +60,7 @@ BoolResult checkTiffDirectory(TIFF* pTiff, boost::filesystem::path const& path) 
     if ((subFileType & ~static_cast<std::uint32_t>(FILETYPE_PAGE)) != 0) {
         return fail(Message::eTIFM_UnsupportedSubFileType, subFileType, path.string());
     }
-    auto const orientation = getTag<std::uint16_t>(pTiff, TIFFTAG_ORIENTATION).value_or(ORIENTATION_TOPLEFT);
+    std::uint16_t const orientation = getOrientation(pTiff);
     if (orientation != ORIENTATION_TOPLEFT) {
         warn(VELMO_HERE, Message::eTIFM_UnsupportedOrientation, toShort(orientation), path.string());
     }
@@ -208,20 +213,24 @@ BoolResult TiffForeignFile::warnOrFail(RaiseSite const& site, Check::domain id,
 // Closing such a handle can rewrite or damage the file.
 BoolResult TiffForeignFile::walkDirectories() {
     BoolResult result = success();
-    vlUInt64 lastOffset = TIFFCurrentDirOffset(_pTiff);
+    TiffDirectories const directories(_pTiff, _policy);
+    DirectoryWalk walk(_pTiff);
     _walk.bufferTypes.push_back(_walk.bufferType);
-    while (result && TIFFReadDirectory(_pTiff) == 1) {
-        lastOffset = TIFFCurrentDirOffset(_pTiff);
-        result = checkFurtherDirectory();
+    while (result && walk.next()) {
+        result = walk.getModel() ? addPlane(_walk.bufferTypes[*walk.getModel()]) : checkFurtherDirectory();
+        if (result && !walk.getModel() &&
+            getOrientation(_pTiff) ==
+                ORIENTATION_TOPLEFT) { // any other is logged as a warning for each directory
+            walk.accept();
+        }
     }
     _walk.nbPlanes = _walk.bufferTypes.size();
-    TiffDirectories const directories(_pTiff, _policy);
     bool const bWhole =
         !directories.isBroken() && directories.toNumber(_walk.nbPlanes) == directories.count();
     if (result && !bWhole) {
         result = warnOrFail(VELMO_HERE, Check::eIFCM_ChainBreaksOff, _walk.nbPlanes - 1, _path.string());
     }
-    directories.reloadDirectory(lastOffset);
+    directories.reloadDirectory(walk.getOffset());
     return result;
 }
 
@@ -230,11 +239,13 @@ BoolResult TiffForeignFile::checkFurtherDirectory() {
     BoolResult result =
         runSteps([&] { return checkTiffDirectory(_pTiff, _path); }, [&] { return checkFurtherSize(); },
                  [&] { return checkFurtherColor(); }, [&] { return readFurtherBufferType(bufferType); });
-    if (result) {
-        _walk.bHomogeneous = _walk.bHomogeneous && bufferType == _walk.bufferType;
-        _walk.bufferTypes.push_back(bufferType);
-    }
-    return result;
+    return result ? addPlane(bufferType) : result;
+}
+
+BoolResult TiffForeignFile::addPlane(eImageBufferType bufferType) {
+    _walk.bHomogeneous = _walk.bHomogeneous && bufferType == _walk.bufferType;
+    _walk.bufferTypes.push_back(bufferType);
+    return success();
 }
 
 BoolResult TiffForeignFile::checkFurtherSize() const {

@@ -43,12 +43,19 @@ BoolResult PlaneContext::requireHandle() const {
 BoolResult PlaneContext::reachDirectory() const {
     TiffDirectories const directories(pTiff, policy);
     BoolResult const reached = directories.reach(directory);
-    if (reached && directories.toNumber(directory) != directory) {
-        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_DirectoryNumberCut, directory,
-             directories.toNumber(directory), path.string());
+    if (reached) {
+        warnOfCutNumber();
     }
     return reached ? success()
                    : fail(Message::eTIFM_SetDirectoryError, directory, path.string(), reached.getMessage());
+}
+
+void PlaneContext::warnOfCutNumber() const {
+    vlUInt64 const number =
+        cutsDirectoryNumbers(policy) ? TiffDirectories(pTiff, policy).toNumber(directory) : directory;
+    if (number != directory) {
+        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_DirectoryNumberCut, directory, number, path.string());
+    }
 }
 
 BoolResult PlaneContext::reachMovedDirectory() const {

@@ -42,7 +42,7 @@ bool readBytes(std::fstream& stream, std::optional<vlUInt64> const& offset, void
 /// Reads a run of a plane of a stack; in pieces if its channels are interleaved.
 class StackReader {
   public:
-    StackReader(PlaneContext const& context, std::vector<StackChannel> const& channels)
+    StackReader(PlaneContext const& context, TargetPlanes const& channels)
         : _context(context), _channels(channels), _stream(*TiffStream::find(context.pTiff)),
           _width(getSampleWidth(context.bufferType, VELMO_HERE)), _stride(context.nbChannels * _width) {}
 
@@ -50,7 +50,7 @@ class StackReader {
         vlUInt64 const nbPixels = _context.run.nbPixels;
         bool bWhole = true;
         if (!_context.isInterleaved()) {
-            bWhole = read(0, nbPixels, static_cast<std::byte*>(_channels.front().pPixels));
+            bWhole = read(0, nbPixels, _channels.front().pSamples);
         } else {
             constexpr vlUInt64 pieceBytes = vlUInt64{1} << 20;
             vlUInt64 const pieceSize = std::max<vlUInt64>(1, pieceBytes / _stride);
@@ -96,10 +96,7 @@ class StackReader {
     }
 
     void spread(std::byte const* pSource, vlUInt64 done, vlUInt64 nbPixels) const {
-        for (StackChannel const& channel : _channels) {
-            colorToPlan(_context.bufferType, _context.nbChannels, channel.index, nbPixels, pSource,
-                        static_cast<std::byte*>(channel.pPixels) + done * _width);
-        }
+        splitPixels(_context.bufferType, _context.nbChannels, nbPixels, pSource, _channels, done * _width);
     }
 
     BoolResult failOutsideFile() const {
@@ -113,7 +110,7 @@ class StackReader {
     }
 
     PlaneContext const& _context;
-    std::vector<StackChannel> const& _channels;
+    TargetPlanes const& _channels;
     TiffStream& _stream;
     unsigned int _width;
     vlUInt64 _stride;
@@ -146,7 +143,7 @@ BoolResult readStoredPlane(PlaneContext const& context, void* pPixels) {
     return success();
 }
 
-BoolResult readStackRun(PlaneContext const& context, std::vector<StackChannel> const& channels) {
+BoolResult readStackRun(PlaneContext const& context, TargetPlanes const& channels) {
     BoolResult fits = runSteps([&] { return context.requireFittingDirectory(); },
                                [&] { return context.requireRunInside(); });
     if (!fits) {

@@ -3,7 +3,6 @@
 
 #include "Frame/FailureText.h"
 #include "Tiff/handle/TiffErrorHandler.h"
-#include "Tiff/model/TiffPixels.h"
 #include "Tiff/planes/StripTransfer.h"
 
 #include <VELMOImageFile/ImageFileCheckMessage.h>
@@ -40,7 +39,7 @@ std::byte* StripReader::providePixels(vlUInt64 nbBytes) {
 bool StripReader::movePlain(Block const& block) {
     if (getNbChannels() == 1) {
         return getStrips().readPlain(block.strip, getSkip(block), getSize(block),
-                                     _channels.front().pPixels + getPlanOffset());
+                                     _channels.front().pSamples + getPlanOffset());
     }
     std::byte* const pBuffer = providePixels(getSize(block));
     bool const bRead = getStrips().readPlain(block.strip, getSkip(block), getSize(block), pBuffer);
@@ -77,7 +76,7 @@ BoolResult StripReader::decode(Block const& block) {
     }
     bool const bInPlace = getNbChannels() == 1 && nbBytes == getSize(block);
     std::byte* const pBuffer =
-        bInPlace ? _channels.front().pPixels + getPlanOffset() : providePixels(nbBytes);
+        bInPlace ? _channels.front().pSamples + getPlanOffset() : providePixels(nbBytes);
     long const nbRead = getStrips().read(block.strip, nbBytes, pBuffer);
     vlUInt64 const nbDecoded = nbRead < 0 ? 0 : std::min(static_cast<vlUInt64>(nbRead), nbBytes);
     if (nbDecoded < nbBytes) {
@@ -90,16 +89,13 @@ BoolResult StripReader::decode(Block const& block) {
 }
 
 void StripReader::fillWithZeros(Block const& block) const {
-    for (Channel const& channel : _channels) {
-        std::memset(channel.pPixels + getPlanOffset(), 0, block.nbPixels * getSampleBytes());
+    for (auto const& channel : _channels) {
+        std::memset(channel.pSamples + getPlanOffset(), 0, block.nbPixels * getSampleBytes());
     }
 }
 
 void StripReader::spread(std::byte const* pSource, vlUInt64 nbPixels) const {
-    for (Channel const& channel : _channels) {
-        colorToPlan(getContext().bufferType, getNbChannels(), channel.index, nbPixels, pSource,
-                    channel.pPixels + getPlanOffset());
-    }
+    splitPixels(getContext().bufferType, getNbChannels(), nbPixels, pSource, _channels, getPlanOffset());
 }
 
 } // namespace velmo::image::file

@@ -28,9 +28,9 @@ std::byte* ScratchBytes::provide(vlUInt64 nbBytes) {
     return _large.getData();
 }
 
-StripTransfer::StripTransfer(PlaneContext const& context, StripLayout const& layout)
+StripTransfer::StripTransfer(PlaneContext const& context, TiffStrips strips)
     : _context(context), _sampleWidth(getSampleWidth(context.bufferType, VELMO_HERE)),
-      _strips(context.pTiff, layout) {}
+      _strips(std::move(strips)) {}
 
 StripTransfer::~StripTransfer() = default;
 
@@ -49,6 +49,20 @@ BoolResult StripTransfer::run() {
         return failAtStrip(firstOutside / stripPixels, inside.getMessage());
     }
     return moveBlocks();
+}
+
+bool StripTransfer::runWithoutLibtiff() {
+    vlUInt64 const nbPixels = _context.run.nbPixels;
+    bool bPlain = nbPixels != 0 && _context.requireFittingDirectory() && getLayout().isCountable() &&
+                  _context.requireRunInside();
+    while (bPlain && _nbDone < nbPixels) {
+        vlUInt64 const pixel = _context.run.pixelStart + _nbDone;
+        vlUInt64 const stripPixels = getLayout().getStripPixels();
+        auto const plain = findPlain({pixel / stripPixels, pixel % stripPixels, nbPixels - _nbDone});
+        bPlain = plain && movePlain(*plain);
+        _nbDone += bPlain ? plain->nbPixels : 0;
+    }
+    return bPlain;
 }
 
 BoolResult StripTransfer::moveBlocks() {

@@ -4,7 +4,6 @@
 #include "Tiff/handle/TiffDirectories.h"
 #include "Tiff/handle/TiffStream.h"
 #include "Tiff/handle/TiffTags.h"
-#include "Tiff/model/TiffPixels.h"
 #include "Tiff/planes/StripTransfer.h"
 
 #include <VELMOImageFile/ImageFileCheckMessage.h>
@@ -29,7 +28,7 @@ bool StripWriter::movePlain(Block const& block) {
     }
     if (getNbChannels() == 1) {
         return getStrips().writePlain(block.strip, getSkip(block), getSize(block),
-                                      _channels.front().pPixels + getPlanOffset());
+                                      _channels.front().pSamples + getPlanOffset());
     }
     std::byte* const pBuffer = provideBuffer(getSize(block));
     if (!hasAllChannels() && !getStrips().readPlain(block.strip, getSkip(block), getSize(block), pBuffer)) {
@@ -43,7 +42,7 @@ BoolResult StripWriter::moveStrip(Block const& block) {
     StripLayout const& layout = getLayout();
     vlUInt64 const nbNeeded = getSkip(block) + getSize(block);
     bool const bWhole = block.nbPixels == layout.getStripPixels() && hasAllChannels();
-    void const* pData = _channels.front().pPixels + getPlanOffset();
+    void const* pData = _channels.front().pSamples + getPlanOffset();
     if (!bWhole || getNbChannels() != 1) {
         std::byte* const pBuffer = provideBuffer(layout.getStripBytes());
         BoolResult read = bWhole ? success() : readBack(block.strip, nbNeeded, pBuffer);
@@ -77,6 +76,7 @@ BoolResult StripWriter::readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* p
 BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 nbNeeded) {
     PlaneContext const& context = getContext();
     vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
+    TiffDirectories(context.pTiff).invalidateStrips(directoryOffset);
     BoolResult writable = getStrips().requireWritable(block.strip);
     long const written = writable ? getStrips().write(block.strip, pStrip) : -1;
     bool const bFailed = hasFailed(written, nbNeeded);
@@ -135,10 +135,7 @@ bool StripWriter::hasFailed(long result, vlUInt64 nbNeeded) const {
 }
 
 void StripWriter::merge(std::byte* pTarget, vlUInt64 nbPixels) const {
-    for (Channel const& channel : _channels) {
-        planToColor(getContext().bufferType, getNbChannels(), channel.index, nbPixels,
-                    channel.pPixels + getPlanOffset(), pTarget);
-    }
+    mergePixels(getContext().bufferType, getNbChannels(), nbPixels, _channels, getPlanOffset(), pTarget);
 }
 
 } // namespace velmo::image::file

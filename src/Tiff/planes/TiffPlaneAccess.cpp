@@ -4,6 +4,7 @@
 #include "Tiff/planes/TiffPlaneAccess.h"
 
 #include "Tiff/TiffImageFileTools.h"
+#include "Tiff/handle/TiffDirectories.h"
 #include "Tiff/handle/TiffTags.h"
 #include "Tiff/model/ImageJStack.h"
 #include "Tiff/model/TiffPixels.h"
@@ -13,10 +14,47 @@
 #include "Tiff/planes/StripTransfer.h"
 
 #include <VELMOUtil/Chrono.h>
+#include <optional>
+#include <utility>
 
 namespace velmo::image::file {
 
 namespace {
+
+/// The strips of the run's directory, if it has the shape of the current one, so that libtiff need not read
+/// it; otherwise empty.
+std::optional<TiffStrips> findPlainStrips(PlaneContext const& context) {
+    if (context.pTiff == nullptr || getCompression(context.pTiff) != COMPRESSION_NONE) {
+        return std::nullopt;
+    }
+    auto const rowsPerStrip = getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP);
+    bool const bKnown = rowsPerStrip && (!context.isInterleaved() || context.requireChannels());
+    auto places =
+        bKnown ? TiffDirectories(context.pTiff, context.policy).findStripsLikeCurrent(context.directory)
+               : std::nullopt;
+    return places ? std::optional<TiffStrips>(std::in_place, context.pTiff, context.getLayout(*rowsPerStrip),
+                                              std::move(*places))
+                  : std::nullopt;
+}
+
+/// Transfers a run between plain strips and planes of consecutive channels from `firstChannel` on. Returns
+/// false if libtiff must read the directory.
+template <class Transfer, class How, class Planes>
+bool moveWithoutLibtiff(PlaneContext const& context, How how, vlUInt64 firstChannel, Planes const& planes) {
+    auto strips = findPlainStrips(context);
+    if (!strips) {
+        return false;
+    }
+    Transfer transfer(context, std::move(*strips), how);
+    for (vlUInt64 index = 0; index < planes.size(); ++index) {
+        transfer.addChannel(firstChannel + index, planes[index]);
+    }
+    bool const bMoved = transfer.runWithoutLibtiff();
+    if (bMoved) {
+        context.warnOfCutNumber();
+    }
+    return bMoved;
+}
 
 BoolResult readStrips(PlaneContext const& context, void* pPixels) {
     bool const bInterleaved = context.isInterleaved();
@@ -28,7 +66,7 @@ BoolResult readStrips(PlaneContext const& context, void* pPixels) {
     using eBroken = StripReader::eBrokenStrip;
     bool const bZero =
         bInterleaved ? zeroesBrokenChannels(context.policy) : zeroesBrokenStrips(context.policy);
-    StripReader reader(context, context.getLayout(rowsPerStrip),
+    StripReader reader(context, {context.pTiff, context.getLayout(rowsPerStrip)},
                        bZero ? eBroken::FillWithZeros : eBroken::Fail);
     reader.addChannel(bInterleaved ? context.run.c : 0, pPixels);
     return reader.run();
@@ -42,6 +80,28 @@ BoolResult requireRowsPerStrip(PlaneContext const& context, std::uint32_t& rowsP
     }
     rowsPerStrip = *found;
     return success();
+}
+
+/// Writes planes of consecutive channels from `firstChannel` on.
+BoolResult writeChannels(PlaneContext const& context, vlUInt64 firstChannel,
+                         std::vector<void const*> const& planes) {
+    if (moveWithoutLibtiff<StripWriter>(context, StripWriter::eWriteFailure::Report, firstChannel, planes)) {
+        return success();
+    }
+    std::uint32_t rowsPerStrip = 0;
+    BoolResult result =
+        runSteps([&] { return context.requireHandle(); }, [&] { return context.reachDirectory(); },
+                 [&] { return requireRowsPerStrip(context, rowsPerStrip); },
+                 [&] { return context.isInterleaved() ? context.requireChannels() : success(); });
+    if (!result) {
+        return result;
+    }
+    StripWriter writer(context, {context.pTiff, context.getLayout(rowsPerStrip)},
+                       StripWriter::eWriteFailure::Report);
+    for (vlUInt64 index = 0; index < planes.size(); ++index) {
+        writer.addChannel(firstChannel + index, planes[index]);
+    }
+    return writer.run();
 }
 
 BoolResult requireInterleaved(PlaneContext const& context) {
@@ -75,8 +135,13 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
         return context.failToGetTagAndClose("TIFFTAG_BITSPERSAMPLE");
     }
     if (isImageJStack(pTiff, geometry, policy)) {
-        return readsStacksAsStored(policy) ? readStoredPlane(context, pPixels)
-                                           : readStackRun(context, {{context.run.c, pPixels}});
+        return readsStacksAsStored(policy)
+                   ? readStoredPlane(context, pPixels)
+                   : readStackRun(context, {{context.run.c, static_cast<std::byte*>(pPixels)}});
+    }
+    if (moveWithoutLibtiff<StripReader>(context, StripReader::eBrokenStrip::Fail,
+                                        context.isInterleaved() ? run.c : 0, std::vector<void*>{pPixels})) {
+        return success();
     }
     result = context.reachDirectory();
     if (!result) {
@@ -89,29 +154,28 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
 BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                       PlaneRun const& run, eTiffPolicy policy, void const* pPixels) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
-    bool const bInterleaved = context.isInterleaved();
-    std::uint32_t rowsPerStrip = 0;
-    BoolResult result =
-        runSteps([&] { return context.requireHandle(); }, [&] { return context.reachDirectory(); },
-                 [&] { return requireRowsPerStrip(context, rowsPerStrip); },
-                 [&] { return bInterleaved ? context.requireChannels() : success(); });
-    if (!result) {
-        return result;
-    }
-    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eWriteFailure::Report);
-    writer.addChannel(bInterleaved ? run.c : 0, pPixels);
-    return writer.run();
+    return writeChannels(context, context.isInterleaved() ? run.c : 0, {pPixels});
+}
+
+BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes) {
+    PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
+    return writeChannels(context, 0, planes);
 }
 
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                     PlaneRun const& run, eTiffPolicy policy, std::vector<void*> const& planes) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Page);
     if (!readsStacksAsStored(policy) && isImageJStack(pTiff, geometry, policy)) {
-        std::vector<StackChannel> channels;
+        TargetPlanes channels;
         for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
-            channels.push_back({channel, planes[channel]});
+            channels.push_back({channel, static_cast<std::byte*>(planes[channel])});
         }
         return readStackRun(context, channels);
+    }
+    bool const bPages = pTiff != nullptr && isInterleavedRgb(pTiff, path);
+    if (bPages && moveWithoutLibtiff<StripReader>(context, StripReader::eBrokenStrip::Fail, 0, planes)) {
+        return success();
     }
     BoolResult result = reachPage(context);
     if (!result) {
@@ -119,7 +183,7 @@ BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImage
     }
     auto const rowsPerStrip = getTag<std::uint32_t>(pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0);
     using eBroken = StripReader::eBrokenStrip;
-    StripReader reader(context, context.getLayout(rowsPerStrip),
+    StripReader reader(context, {context.pTiff, context.getLayout(rowsPerStrip)},
                        zeroesBrokenStrips(policy) ? eBroken::FillWithZeros : eBroken::Fail);
     for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
         reader.addChannel(channel, planes[channel]);
@@ -136,7 +200,8 @@ BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
     if (!result) {
         return result;
     }
-    StripWriter writer(context, context.getLayout(rowsPerStrip), StripWriter::eWriteFailure::IgnoreMinusOne);
+    StripWriter writer(context, {context.pTiff, context.getLayout(rowsPerStrip)},
+                       StripWriter::eWriteFailure::IgnoreMinusOne);
     for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
         writer.addChannel(channel, planes[channel]);
     }

@@ -53,6 +53,8 @@ class TiffStream {
     /// Whether libtiff was refused memory. It then leaves out a tag, or takes a directory for the end of the
     /// file.
     bool wasMemoryRefused() const { return _bMemoryRefused; }
+    /// Number of libtiff's errors and warnings about this handle.
+    vlUInt64 countMessages() const { return _nbMessages; }
     /// Error of the last write; none if it succeeded.
     std::error_code const& getWriteError() const { return _writeError; }
     /// Writes bytes. Returns their number, which is smaller after an error.
@@ -86,6 +88,7 @@ class TiffStream {
     std::error_code _readError;
     std::error_code _writeError;
     bool _bMemoryRefused = false;
+    vlUInt64 _nbMessages = 0;
 
     /// Large enough to read a directory and its arrays at once. The buffer is not allocated on demand,
     /// because libtiff calls the reads and does not support exceptions.

@@ -3,8 +3,11 @@
 
 #pragma once
 
+#include "Tiff/handle/DirectoryChain.h"
+
 #include <VELMOUtil/BoolResult.h>
 #include <VELMOUtil/Types.h>
+#include <optional>
 
 using TIFF = struct tiff;
 
@@ -39,6 +42,9 @@ struct StripLayout {
 class TiffStrips {
   public:
     TiffStrips(TIFF* pTiff, StripLayout const& layout);
+    /// Strips of another directory that has the shape of the current one, at the given places. Only for
+    /// direct transfers of plain strips.
+    TiffStrips(TIFF* pTiff, StripLayout const& layout, StripPlaces places);
 
     StripLayout const& getLayout() const { return _layout; }
 
@@ -74,10 +80,14 @@ class TiffStrips {
     bool inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;
     long encode(vlUInt64 strip, void const* pBuffer) const;
     bool moveToEnd(vlUInt64 strip) const;
+    vlUInt64 getOffset(vlUInt64 strip) const;
+    vlUInt64 getByteCount(vlUInt64 strip) const;
+    bool splitOnlyPlace(vlUInt64 nbStrips);
 
     TIFF* _pTiff;
     TiffStream* _pStream;
     StripLayout _layout;
+    std::optional<StripPlaces> _places; ///< set for another directory than the current one
     bool _bCompressed;
     bool _bDeflate;
     bool _bWritable;

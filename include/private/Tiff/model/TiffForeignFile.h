@@ -56,6 +56,7 @@ class TiffForeignFile {
                           Arguments const&... arguments) const;
     BoolResult walkDirectories();
     BoolResult checkFurtherDirectory();
+    BoolResult addPlane(eImageBufferType bufferType);
     BoolResult checkFurtherSize() const;
     BoolResult checkFurtherColor() const;
     BoolResult readFurtherColor(std::uint16_t samples, ColorGeometry& color) const;

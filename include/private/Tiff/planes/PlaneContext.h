@@ -41,7 +41,9 @@ struct PlaneContext {
     BoolResult requireHandle() const;
     /// Makes the directory of the run the current one.
     BoolResult reachDirectory() const;
-    /// The same, after libtiff moved a directory in the file.
+    /// Logs a warning if another directory was reached because directory numbers have 16 bits.
+    void warnOfCutNumber() const;
+    /// Makes the directory of the run the current one, after libtiff moved a directory in the file.
     BoolResult reachMovedDirectory() const;
     /// Fails, with a reason for a message, unless all pixels of the run are inside the plane.
     BoolResult requireRunInside() const;

@@ -3,9 +3,9 @@
 
 #pragma once
 
+#include "Tiff/planes/ChannelSamples.h"
+
 #include <VELMOUtil/BoolResult.h>
-#include <VELMOUtil/Types.h>
-#include <vector>
 
 namespace velmo::image::file {
 
@@ -18,13 +18,7 @@ struct PlaneContext;
 /// `boost::io::too_few_args`.
 BoolResult readStoredPlane(PlaneContext const& context, void* pPixels);
 
-/// A channel of a run, and the memory for its pixels.
-struct StackChannel {
-    vlUInt64 index;
-    void* pPixels;
-};
-
 /// Reads channels of a run of a plane, converted to the byte order of this machine.
-BoolResult readStackRun(PlaneContext const& context, std::vector<StackChannel> const& channels);
+BoolResult readStackRun(PlaneContext const& context, TargetPlanes const& channels);
 
 } // namespace velmo::image::file

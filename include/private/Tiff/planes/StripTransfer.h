@@ -4,12 +4,14 @@
 #pragma once
 
 #include "Tiff/handle/TiffStrips.h"
+#include "Tiff/planes/ChannelSamples.h"
 #include "Tiff/planes/PlaneContext.h"
 
 #include <VELMOUtil/PageBuffer.h>
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmo::image::file {
@@ -35,9 +37,12 @@ class StripTransfer {
     StripTransfer& operator=(StripTransfer const&) = delete;
 
     virtual BoolResult run();
+    /// Transfers the run without libtiff. Returns false if that is not possible; a part of the run may then
+    /// be transferred.
+    bool runWithoutLibtiff();
 
   protected:
-    StripTransfer(PlaneContext const& context, StripLayout const& layout);
+    StripTransfer(PlaneContext const& context, TiffStrips strips);
 
     /// Pixels of the run that are in consecutive strips.
     struct Block {
@@ -83,17 +88,12 @@ class StripReader : public StripTransfer {
     /// and a warning is logged.
     enum class eBrokenStrip { Fail, FillWithZeros };
 
-    StripReader(PlaneContext const& context, StripLayout const& layout, eBrokenStrip brokenStrip)
-        : StripTransfer(context, layout), _brokenStrip(brokenStrip) {}
+    StripReader(PlaneContext const& context, TiffStrips strips, eBrokenStrip brokenStrip)
+        : StripTransfer(context, std::move(strips)), _brokenStrip(brokenStrip) {}
     void addChannel(vlUInt64 channel, void* pPixels);
     BoolResult run() override;
 
   private:
-    struct Channel {
-        vlUInt64 index;
-        std::byte* pPixels;
-    };
-
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
@@ -105,7 +105,7 @@ class StripReader : public StripTransfer {
     eBrokenStrip _brokenStrip;
     vlUInt64 _nbBroken = 0;   ///< strips
     std::string _firstBroken; ///< message of the first failure
-    std::vector<Channel> _channels;
+    TargetPlanes _channels;
 };
 
 /// Writes pixels from the planes to the strips. Samples of other pixels and of other channels keep their
@@ -117,16 +117,11 @@ class StripWriter : public StripTransfer {
     /// warning is logged.
     enum class eWriteFailure { Report, IgnoreMinusOne };
 
-    StripWriter(PlaneContext const& context, StripLayout const& layout, eWriteFailure writeFailure)
-        : StripTransfer(context, layout), _writeFailure(writeFailure) {}
+    StripWriter(PlaneContext const& context, TiffStrips strips, eWriteFailure writeFailure)
+        : StripTransfer(context, std::move(strips)), _writeFailure(writeFailure) {}
     void addChannel(vlUInt64 channel, void const* pPixels);
 
   private:
-    struct Channel {
-        vlUInt64 index;
-        std::byte const* pPixels;
-    };
-
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
     BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
@@ -141,7 +136,7 @@ class StripWriter : public StripTransfer {
 
     eWriteFailure _writeFailure;
     vlUInt64 _nbUnflushed = 0; ///< strips
-    std::vector<Channel> _channels;
+    SourcePlanes _channels;
 };
 
 } // namespace velmo::image::file

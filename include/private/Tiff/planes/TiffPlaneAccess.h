@@ -23,6 +23,12 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
 BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                       PlaneRun const& run, eTiffPolicy policy, void const* pPixels);
 
+/// Writes the planes of all channels of (z, t), one for each channel in order, of a file with interleaved
+/// channels. Each strip is written once. The bytes are the same as after `writePlane` for each channel.
+/// Errors name channel `run.c`.
+BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes);
+
 /// Transfers all channels of an interleaved page at once. `run.c` is ignored. `planes` contains one buffer
 /// for each channel, in order; a read with fewer buffers fills only these.
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
