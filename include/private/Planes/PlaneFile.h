@@ -26,7 +26,7 @@ struct PlaneFileMessages {
     int writeFileFailed;    ///< path, z, c, t, first pixel, number of pixels
 };
 
-/// A file of uncompressed planes behind a header. Each thread that uses it has its own stream. `read` and
+/// A file of uncompressed planes after a header. Each thread that uses it has its own stream. `read` and
 /// `write` may run on any number of threads at once.
 class PlaneFile {
   public:

@@ -20,7 +20,7 @@ constexpr bool zeroesBrokenChannels(eTiffPolicy policy) {
     return policy != eTiffPolicy::Strict;
 }
 
-/// The same for all other strips and rows, and for planes of a stack that are behind the end of the file.
+/// The same for all other strips and rows, and for planes of a stack that are beyond the end of the file.
 constexpr bool zeroesBrokenStrips(eTiffPolicy policy) {
     return policy == eTiffPolicy::Tolerant;
 }

@@ -84,7 +84,7 @@ class StackReader {
         return nbRead == nbBytes;
     }
 
-    /// Offset of a pixel of the run in the file; if it overflows 64 bits, an offset behind the end of every
+    /// Offset of a pixel of the run in the file; if it overflows 64 bits, an offset beyond the end of every
     /// file.
     vlUInt64 getOffset(vlUInt64 done) const {
         constexpr vlUInt64 nowhere = NumericLimits<vlUInt64>::s_max >> 1U;

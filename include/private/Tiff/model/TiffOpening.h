@@ -27,7 +27,7 @@ struct TiffOpenRequest {
 struct TiffContents {
     TIFF* pTiff = nullptr;
     ImageGeometryPtr pGeometry;
-    GeometricCalibrationPtr pCalibration; ///< null where the file has none
+    GeometricCalibrationPtr pCalibration; ///< null if the file has none
     std::string userProperties;           ///< only for a file of this library
     bool bHasUserProperties = false;      ///< whether it is a file of this library
 };

@@ -13,7 +13,7 @@ struct PlaneContext;
 
 // Planes of a single-directory ImageJ stack.
 
-/// Reads a whole plane without conversion, through a second stream on the file. Pixels behind the end of the
+/// Reads a whole plane without conversion, through a second stream on the file. Pixels beyond the end of the
 /// file are zero, which is logged as a warning. If the file cannot be opened again, throws
 /// `boost::io::too_few_args`.
 BoolResult readStoredPlane(PlaneContext const& context, void* pPixels);
