@@ -93,21 +93,21 @@ TEST_P(DamagedTiff, ResamplingFails) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, DamagedTiff,
-    testing::Values(Damage{"CutGrey", [](auto const& path) { writeCutPixels(path, 1); }, 1,
-                           "Failed to read data of strip 0 for directory z="},
-                    Damage{"CutColours", [](auto const& path) { writeCutPixels(path, 3); }, 3,
-                           "Failed to read data of strip 0 for directory z="},
-                    Damage{"CutColoursWithAlpha", [](auto const& path) { writeCutPixels(path, 4); }, 4,
-                           "Failed to read data of strip 0 for directory z="},
-                    Damage{"BrokenChain", writeBrokenChain, 1,
-                           "The chain of directories breaks off behind directory 0 of "},
-                    Damage{"CutChain", writeCutChain, 1,
-                           "The chain of directories breaks off behind directory 1 of "},
-                    Damage{"ChainInACircle", writeChainInACircle, 1,
-                           "The chain of directories breaks off behind directory 1 of "},
-                    Damage{"ShortStack", writeShortStack, 1, "The description announces 5 planes, file "},
-                    Damage{"CompressedStack", writeCompressedStack, 1,
-                           "The description announces 2 planes, and the pixels of the first directory "}),
+    testing::Values(
+        Damage{"CutGrey", [](auto const& path) { writeCutPixels(path, 1); }, 1,
+               "Failed to read data of strip 0 for directory z="},
+        Damage{"CutColours", [](auto const& path) { writeCutPixels(path, 3); }, 3,
+               "Failed to read data of strip 0 for directory z="},
+        Damage{"CutColoursWithAlpha", [](auto const& path) { writeCutPixels(path, 4); }, 4,
+               "Failed to read data of strip 0 for directory z="},
+        Damage{"BrokenChain", writeBrokenChain, 1,
+               "The chain of directories breaks off behind directory 0 of "},
+        Damage{"CutChain", writeCutChain, 1, "The chain of directories breaks off behind directory 1 of "},
+        Damage{"ChainInACircle", writeChainInACircle, 1,
+               "The chain of directories breaks off behind directory 1 of "},
+        Damage{"ShortStack", writeShortStack, 1, "The description announces 5 planes, file "},
+        Damage{"CompressedStack", writeCompressedStack, 1,
+               "The description announces 2 planes, but the planes behind the first one cannot be located "}),
     getName<Damage>);
 
 class DamageReport : public CliTest {};
