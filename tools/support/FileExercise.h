@@ -14,11 +14,11 @@ namespace velmo::tool {
 
 /// Limits of an exercise. They are necessary because a file of a few bytes can announce 2^60 planes.
 struct ExerciseLimits {
-    vlUInt64 nbPlanes = 64;                  ///< half of them the first ones, half the last ones
-    vlUInt64 planeBytes = vlUInt64{1} << 28; ///< of a larger plane only some runs of pixels are read
-    vlUInt64 fileBytes = vlUInt64{1} << 29;  ///< after so many bytes no other plane is read
-    bool bRequiresRuns = true; ///< whether a run must be readable if its plane is
-    bool bComparesRuns = true; ///< whether a run must equal the same pixels of its plane
+    vlUInt64 nbPlanes = 64;                    ///< half of them the first ones, half the last ones
+    vlUInt64 planeBytes = vlUInt64{1} << 28;   ///< of a larger plane only some runs of pixels are read
+    vlUInt64 fileBytes = vlUInt64{1} << 29;    ///< after so many bytes no other plane is read
+    bool bRequiresRuns = true;                 ///< whether a run must be readable if its plane is
+    bool bComparesRuns = true;                 ///< whether a run must equal the same pixels of its plane
     std::function<void()> beforePlane = [] {}; ///< an exception of it ends the exercise
 };
 
