@@ -3,8 +3,7 @@
 
 #pragma once
 
-#include <VELMOImage/ImageFactory.h>
-#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/VELMOImageFile.h>
 #include <cstdint>
 #include <exception>
 #include <iostream>
@@ -12,15 +11,15 @@
 #include <string>
 #include <vector>
 
-/// What pixel number `i` of plane `z` holds in the volumes that the examples make.
+/// The value of pixel number `i` of plane `z` in the volumes that the examples make.
 inline std::uint16_t pixelOf(velmo::vlUInt64 z, velmo::vlUInt64 i) {
     return static_cast<std::uint16_t>(1000 * z + i % 1000);
 }
 
-/// Ends the example with a line on the standard error and status 1 where `bHolds` is false.
+/// Ends the example with a line on the standard error and status 1 if `bHolds` is false.
 inline void require(bool bHolds, std::string const& what) {
     if (!bHolds) {
-        throw std::runtime_error("not so: " + what);
+        throw std::runtime_error("not true: " + what);
     }
 }
 
@@ -36,16 +35,17 @@ inline velmo::image::ImagePtr makeVolume(velmo::vlUInt64 sizeZ, velmo::vlUInt64 
         for (velmo::vlUInt64 i = 0; i < plane.size(); ++i) {
             plane[i] = pixelOf(firstZ + z, i);
         }
-        auto const written = pImage->writePixels(z, 0, 0, 0, plane.size(), plane.data());
-        require(bool(written), written.getMessage());
+        writePlane(pImage, {z, 0, 0}, plane);
     }
     return pImage;
 }
 
-/// The program around an example.
+/// The program around an example: prepares the library and reports an exception.
 template <class Example>
 int runExample(Example const& example) {
     try {
+        velmo::image::file::captureTiffMessages();
+        velmo::silenceLog();
         example();
         return 0;
     } catch (std::exception const& failure) {

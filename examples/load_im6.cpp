@@ -5,7 +5,6 @@
 
 #include "Example.h"
 
-#include <VELMOImageFile/Im6ImageFileUtils.h>
 #include <cstring>
 #include <fstream>
 
@@ -45,7 +44,7 @@ void loadIm6() {
     require(!image->hasGeometricCalibration(), "the file has no calibration");
     require(image->getGeometry().getSizeZ() == 2 && image->getBufferType() == eIBT_UInt16,
             "two planes of 16 bits");
-    require(static_cast<std::uint16_t const*>(image->accessPlan(1, 0, 0))[3] == 15, "pixel 3 of plane 1");
+    require(readPlane<std::uint16_t>(image, {1, 0, 0})[3] == 15, "pixel 3 of plane 1");
 }
 
 int main() {

@@ -1,11 +1,9 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-// Loads a TIFF stack into memory and looks at it.
+// Loads a TIFF stack into memory and looks at its pixels.
 
 #include "Example.h"
-
-#include <VELMOImageFile/TiffImageFileUtils.h>
 
 using namespace velmo;
 using namespace velmo::image;
@@ -18,9 +16,9 @@ void loadStack() {
     std::cout << geometry.getSizeX() << " x " << geometry.getSizeY() << " pixels, " << geometry.getSizeZ()
               << " planes of " << geometry.getBufferType() << '\n'; // 64 x 48 pixels, 8 planes of eIBT_UInt16
 
-    // The pixels of plane z = 3, row after row; owned by the image.
-    auto const* const pPlane = static_cast<std::uint16_t const*>(stack->accessPlan(3, 0, 0));
-    std::uint16_t const pixel = pPlane[20 * geometry.getSizeX() + 10]; // x = 10, y = 20
+    // The plane z = 3, c = 0, t = 0, where it lies in the image. Throws if its pixels are not eIBT_UInt16.
+    PlaneView<std::uint16_t const> const plane = viewPlane<std::uint16_t const>(stack, {3, 0, 0});
+    std::uint16_t const pixel = plane.at(10, 20); // x, y
     // [load a stack]
     require(geometry.getSizeZ() == 8 && geometry.getBufferType() == eIBT_UInt16, "eight planes of 16 bits");
     require(pixel == pixelOf(3, 20 * 64 + 10), "the pixel at (10, 20, 3)");
@@ -32,7 +30,7 @@ void loadFrames() {
     ImagePtr const film = file::loadTiffImageFile("film.tif", file::TiffReadOptions{file::eTDM_Temporal});
     vlUInt64 const nbFrames = film->getGeometry().getSizeT();
     // [load a sequence]
-    // This file was written by the library, and says itself that it is a volume: the mode is not asked.
+    // This file was written by the library, which stores that it is a volume: the mode is ignored.
     require(nbFrames == 1 && film->getGeometry().getSizeZ() == 8, "a file of the library keeps its geometry");
 }
 

@@ -6,8 +6,6 @@
 
 #include "Example.h"
 
-#include <VELMOImageFile/RawImageFile.h>
-#include <VELMOImageFile/RawImageFileUtils.h>
 #include <boost/filesystem/operations.hpp>
 
 using namespace velmo;
@@ -28,26 +26,25 @@ void saveAndLoad() {
 
     // The same, left in the file: row y = 20 of plane z = 3, from any thread.
     DiskImagePtr const onDisk = file::openRawImageFile("volume.raw", *geometry, header.size());
-    std::vector<std::uint16_t> row(64);
-    BoolResult const read = onDisk->readPixels(3, 0, 0, 20 * 64, row.size(), row.data());
+    std::vector<std::uint16_t> const row = readRow<std::uint16_t>(onDisk, {3, 0, 0}, 20);
     // [load a raw volume]
-    require(bool(read), read.getMessage());
     require(row[10] == pixelOf(3, 20 * 64 + 10), "the row in the file");
-    require(static_cast<std::uint16_t const*>(volume->accessPlan(3, 0, 0))[20 * 64 + 10] == row[10],
-            "the same loaded");
+    require(readRow<std::uint16_t>(volume, {3, 0, 0}, 20) == row, "the same loaded");
 }
 
 void writeByPieces() {
     // [write by pieces]
-    // A file of any size, written where a piece is ready: from many threads, without a lock.
+    // A file of any size, whose pieces are written in any order and from any number of threads.
     file::RawImageFile target;
     BoolResult result = target.createFile("pieces.raw", *geometry3d(eIBT_UInt16, 64, 48, 1000), "");
     std::vector<std::uint16_t> const row(64, 7);
     if (result) {
-        result = target.writeRawData(999, 0, 0, 47 * 64, row.size(), row.data()); // the last row
+        result = target.writeRawData(999, 0, 0, 47 * 64, row.size(), row.data()); // z, c, t, first, number
+    }
+    if (!result) {
+        throw std::runtime_error(result.getMessage());
     }
     // [write by pieces]
-    require(bool(result), result.getMessage());
     require(boost::filesystem::file_size("pieces.raw") == 2 * 64 * 48 * 1000, "the file has its full size");
 }
 

@@ -5,10 +5,9 @@
 
 #include "Example.h"
 
-#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <atomic>
 #include <boost/filesystem/operations.hpp>
-#include <thread>
+#include <future>
 
 using namespace velmo;
 using namespace velmo::image;
@@ -17,49 +16,44 @@ void readOnePlane() {
     // [open on demand]
     // Opened for reading; no pixel is read yet.
     DiskImagePtr const onDisk = file::openTiffImageFile("stack.tif");
-    std::vector<std::uint16_t> plane(onDisk->getGeometry().getPlanNbPixels());
-    BoolResult const read =
-        onDisk->readPixels(5, 0, 0, 0, plane.size(), plane.data()); // z, c, t, first, number
-    if (!read) {
-        throw std::runtime_error(read.getMessage());
-    }
+    std::vector<std::uint16_t> plane = readPlane<std::uint16_t>(onDisk, {5, 0, 0}); // z, c, t
     // [open on demand]
     require(plane[7] == pixelOf(5, 7), "plane 5 on demand");
 
     // [change pixels in a file]
     DiskImagePtr const writable = file::openTiffImageFile("stack.tif", {}, eIAM_ReadWrite);
     plane.assign(plane.size(), 0);
-    BoolResult const written = writable->writePixels(5, 0, 0, 0, plane.size(), plane.data());
+    writePlane(writable, {5, 0, 0}, plane);
     // [change pixels in a file]
-    require(bool(written), written.getMessage());
     ImagePtr const again = file::loadTiffImageFile("stack.tif");
-    require(static_cast<std::uint16_t const*>(again->accessPlan(5, 0, 0))[7] == 0, "the file has changed");
-    require(static_cast<std::uint16_t const*>(again->accessPlan(6, 0, 0))[7] == pixelOf(6, 7),
-            "its neighbour has not");
+    require(readPlane<std::uint16_t>(again, {5, 0, 0})[7] == 0, "the file has changed");
+    require(readPlane<std::uint16_t>(again, {6, 0, 0})[7] == pixelOf(6, 7), "its neighbour has not");
 }
 
 void readInThreads() {
     std::atomic<unsigned int> nbRight{0};
     // [planes in threads]
-    // One image for all threads: each takes its planes, into memory of its own.
+    // One image for all threads. Each thread reads every fourth plane into a vector of its own.
     ImagePtr const volume = file::openTiffImageFiles("planes", "z<INDEX>.tif");
+    if (!volume) {
+        throw std::runtime_error("no z<INDEX>.tif in planes");
+    }
     auto const work = [&](vlUInt64 firstZ) {
-        std::vector<std::uint16_t> plane(volume->getGeometry().getPlanNbPixels());
+        std::vector<std::uint16_t> plane;
         for (vlUInt64 z = firstZ; z < volume->getGeometry().getSizeZ(); z += 4) {
-            if (volume->readPixels(z, 0, 0, 0, plane.size(), plane.data()) && plane[7] == pixelOf(z, 7)) {
-                ++nbRight;
-            }
+            readPlane(volume, {z, 0, 0}, plane);
+            nbRight += plane[7] == pixelOf(z, 7) ? 1 : 0;
         }
     };
-    std::vector<std::thread> threads;
+    std::vector<std::future<void>> workers;
     for (vlUInt64 first = 0; first < 4; ++first) {
-        threads.emplace_back(work, first);
+        workers.push_back(std::async(std::launch::async, work, first));
     }
-    for (std::thread& thread : threads) {
-        thread.join();
+    for (std::future<void>& worker : workers) {
+        worker.get(); // throws what the thread threw
     }
     // [planes in threads]
-    require(nbRight == 12, "all twelve planes, whoever read them");
+    require(nbRight == 12, "all twelve planes are right");
 }
 
 int main() {

@@ -5,7 +5,6 @@
 
 #include "Example.h"
 
-#include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOSerialization/BinaryArchive.h>
 #include <fstream>
 
@@ -21,14 +20,14 @@ void readRecord() {
 
     DiskImagePtr onDisk;
     BoolResult const created = ImageFactory::getInstance().createDiskImage(pAccessor, onDisk);
+    if (!created) {
+        throw std::runtime_error(created.getMessage());
+    }
     // [read a record]
-    require(bool(created), created.getMessage());
     require(dynamic_cast<file::TiffImageFile const*>(pAccessor.get()) != nullptr,
             "it is an accessor of TIFF files");
-    std::uint16_t pixel = 0;
-    BoolResult const read = onDisk->readPixels(3, 0, 0, 7, 1, &pixel);
-    require(bool(read), read.getMessage());
-    require(pixel == pixelOf(3, 7), "a pixel of the file that the other process opened");
+    require(readPlane<std::uint16_t>(onDisk, {3, 0, 0})[7] == pixelOf(3, 7),
+            "a pixel of the file that the other process opened");
 }
 
 int main() {

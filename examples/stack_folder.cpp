@@ -1,12 +1,10 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-// Joins the numbered files of a folder into one image, and asks which names a pattern takes.
+// Joins the numbered files of a folder into one image, and tests whether a pattern matches a name.
 
 #include "Example.h"
 
-#include <VELMOImageFile/FilePatternMatching.h>
-#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <boost/filesystem/operations.hpp>
 
 using namespace velmo;
@@ -14,19 +12,19 @@ using namespace velmo::image;
 
 void stackFolder() {
     // [stack a folder]
-    // img1.tif, img2.tif ... img10.tif, in the order of their numbers. Empty where no name matches.
+    // img1.tif, img2.tif ... img10.tif, in the order of their numbers. Empty if no name matches.
     ImagePtr const volume = file::loadTiffImageFiles("scans", "img<INDEX>.tif");
     if (!volume) {
         throw std::runtime_error("no img<INDEX>.tif in scans");
     }
-    // The same as time steps, left in the files, which stay open as long as the image lives.
+    // The same as time steps. The pixels stay in the files, which are open as long as the image lives.
     ImagePtr const film =
         file::openTiffImageFiles("scans", "img<INDEX>.tif", file::TiffReadOptions{file::eTDM_Temporal});
     // [stack a folder]
     require(volume->getGeometry().getSizeZ() == 10, "ten planes");
     require(film->getGeometry().getSizeT() == 10, "ten time steps");
-    auto const* const pLast = static_cast<std::uint16_t const*>(volume->accessPlan(9, 0, 0));
-    require(pLast[0] == pixelOf(10, 0), "img10.tif comes last, not behind img1.tif");
+    require(readPlane<std::uint16_t>(volume, {9, 0, 0})[0] == pixelOf(10, 0),
+            "img10.tif comes last, not behind img1.tif");
     require(!file::loadTiffImageFiles("scans", "*.png"), "no match");
 }
 

@@ -1,12 +1,10 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-// Puts the record of an open file into a file of its own, for read_record, which is another process.
+// Writes the description of an open file to a file, from which the program read_record opens it again.
 
 #include "Example.h"
 
-#include <VELMOImage/ImageAccessor.h>
-#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOSerialization/BinaryArchive.h>
 #include <boost/filesystem/operations.hpp>
 #include <fstream>

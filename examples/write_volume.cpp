@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-// Writes a volume as a TIFF file, with what a pixel measures and a text of the application.
+// Writes a volume as a TIFF file, with the physical size of a pixel and a text of the application.
 
 #include "Example.h"
 
-#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <boost/make_shared.hpp>
+#include <numeric>
 
 using namespace velmo;
 using namespace velmo::image;
@@ -16,13 +16,12 @@ ImagePtr makeRamp() {
     ImagePtr pImage;
     BoolResult const created =
         ImageFactory::getInstance().createDefaultImage(*geometry3d(eIBT_UInt16, 64, 48, 8), pImage);
-    require(bool(created), created.getMessage());
+    if (!created) {
+        throw std::runtime_error(created.getMessage());
+    }
     for (vlUInt64 z = 0; z < 8; ++z) {
-        // An image in memory hands out its planes: rows from first to last, without padding.
-        auto* const pPlane = static_cast<std::uint16_t*>(pImage->accessPlan(z, 0, 0));
-        for (vlUInt64 i = 0; i < 64 * 48; ++i) {
-            pPlane[i] = pixelOf(z, i);
-        }
+        PlaneView<std::uint16_t> const plane = viewPlane<std::uint16_t>(pImage, {z, 0, 0});
+        std::iota(plane.begin(), plane.end(), std::uint16_t{0}); // or plane.at(x, y) = ...
     }
     return pImage;
 }

@@ -36,8 +36,8 @@ void silenceTiff() {
     TIFFSetErrorHandler(nullptr);
     TIFFSetWarningHandler(nullptr);
     std::string userProperties;
-    image::file::TiffImageFile().openFile({}, image::eIAM_ReadOnly, image::file::eTDM_Volume,
-                                          image::file::eTBM_Default, userProperties);
+    static_cast<void>(image::file::TiffImageFile().openFile(
+        {}, image::eIAM_ReadOnly, image::file::eTDM_Volume, image::file::eTBM_Default, userProperties));
 }
 
 } // namespace

@@ -7,19 +7,19 @@
 
 namespace velmo::imaproc::attr {
 
-/// The image that a processor reads.
+/// The image to read.
 struct InImg {
     /// @{
-    /// The type of the attribute's value, and its name in messages.
+    /// Type of the value, and name of the attribute in messages.
     using Value = velmo::image::ImageConstPtr;
     static constexpr char const* s_name = "InImg";
     /// @}
 };
 
-/// The image that a processor fills. It is there before the run, with its geometry.
+/// The image to write. It has its geometry before the run.
 struct OutImg {
     /// @{
-    /// The type of the attribute's value, and its name in messages.
+    /// Type of the value, and name of the attribute in messages.
     using Value = velmo::image::ImagePtr;
     static constexpr char const* s_name = "OutImg";
     /// @}

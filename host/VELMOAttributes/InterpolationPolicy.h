@@ -7,12 +7,11 @@
 
 namespace velmo::imaproc::attr {
 
-/// How a value between planes comes about.
+/// How values between planes are interpolated.
 enum eInterpolationPolicy : vlUInt64 {
-    eIP_Nearest = 0, ///< the nearer plane's; half way the one before
-    eIP_Linear = 1,  ///< on the straight line between the two planes
-    eIP_Cubic = 2    ///< on a cubic curve through the planes, whose slopes are those of the parabolas through
-                     ///< each three neighbours
+    eIP_Nearest = 0, ///< value of the nearest plane; half way that of the plane before
+    eIP_Linear = 1,  ///< linear between the two planes
+    eIP_Cubic = 2 ///< cubic curve through the planes; its slopes are those of parabolas through three planes
 };
 
 } // namespace velmo::imaproc::attr

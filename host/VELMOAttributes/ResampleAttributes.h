@@ -9,37 +9,37 @@
 
 namespace velmo::imaproc::attr {
 
-/// The stack that a processor reads.
+/// The stack to read.
 struct InImg3d {
     /// @{
-    /// The type of the attribute's value, and its name in messages.
+    /// Type of the value, and name of the attribute in messages.
     using Value = velmo::image::ImageConstPtr;
     static constexpr char const* s_name = "InImg3d";
     /// @}
 };
 
-/// The steps between the planes of the stack, one fewer than planes, without a unit.
+/// The steps between the planes of the stack: one fewer than planes, without a unit.
 struct InZSteps {
     /// @{
-    /// The type of the attribute's value, and its name in messages.
+    /// Type of the value, and name of the attribute in messages.
     using Value = ZStepsConstPtr;
     static constexpr char const* s_name = "InZSteps";
     /// @}
 };
 
-/// How planes between those of the stack come about; linear unless it is set.
+/// How planes between those of the stack are interpolated; linear by default.
 struct InInterpolationPolicy {
     /// @{
-    /// The type of the attribute's value, and its name in messages.
+    /// Type of the value, and name of the attribute in messages.
     using Value = eInterpolationPolicy;
     static constexpr char const* s_name = "InInterpolationPolicy";
     /// @}
 };
 
-/// Planes of the result.
+/// Number of planes of the result.
 struct InOutputImg3dZSize {
     /// @{
-    /// The type of the attribute's value, and its name in messages.
+    /// Type of the value, and name of the attribute in messages.
     using Value = unsigned long;
     static constexpr char const* s_name = "InOutputImg3dZSize";
     /// @}

@@ -10,20 +10,20 @@
 
 namespace velmo::imaproc::attr {
 
-/// The steps between the planes of a custom Z stack, in the order of the planes: one for each two neighbours.
+/// The steps between the planes of a custom Z stack, in the order of planes: one fewer than planes.
 class VELMO_HOST_EXPORT ZSteps : public CopyableObject<ZSteps, BaseDataItemNode> {
   public:
-    /// The name under which archives and the object factory know the class.
+    /// Name of the class in archives and in the object factory.
     static std::string const& getTypeName();
 
     /// @{
-    /// Owned by the object. Any value is kept; who resamples asks for positive ones.
+    /// The steps; the object owns them. Values are not checked here.
     std::vector<float> const& getSteps() const { return _steps.getValues(); }
     std::vector<float>& accessSteps() { return _steps.accessValues(); }
     /// @}
 
     /// @{
-    /// Their number, then each, in the order of the planes.
+    /// Store and restore the number of steps and each step, in the order of planes.
     BoolResult write(BaseOArchive& archive) const override;
     BoolResult read(BaseIArchive& archive) override;
     /// @}
@@ -33,7 +33,7 @@ class VELMO_HOST_EXPORT ZSteps : public CopyableObject<ZSteps, BaseDataItemNode>
 };
 
 /// @{
-/// Shared steps; the second form does not change them.
+/// Shared steps; the second form is read-only.
 using ZStepsPtr = boost::shared_ptr<ZSteps>;
 using ZStepsConstPtr = boost::shared_ptr<ZSteps const>;
 /// @}

@@ -10,20 +10,20 @@
 
 namespace velmo {
 
-/// A value of one or more items that a processor takes and an archive carries.
+/// A value of one or more items, for attributes of processors and for archives.
 class VELMO_HOST_EXPORT BaseDataItemNode : public BaseSerializationObject {};
 
-/// Values of one type, in their order; in an archive their number and then each.
+/// A sequence of values of one type.
 template <class T>
 class DataItemLeafColl {
   public:
     /// @{
-    /// Owned by the object.
+    /// The values; the object owns them.
     std::vector<T> const& getValues() const { return _values; }
     std::vector<T>& accessValues() { return _values; }
     /// @}
 
-    /// Their number, then each. A failing stream is thrown as VELMOSerializationException.
+    /// Writes the number of values, then each value. Throws VELMOSerializationException if the stream fails.
     void write(BaseOArchive& archive) const {
         archive << oItem("nbValues", vlUInt64{_values.size()});
         for (T const& value : _values) {
@@ -31,7 +31,7 @@ class DataItemLeafColl {
         }
     }
 
-    /// Throws VELMOSerializationException, and changes nothing, where the archive holds fewer.
+    /// Throws VELMOSerializationException if the archive ends early; the values are then unchanged.
     void read(BaseIArchive& archive) {
         vlUInt64 nbValues = 0;
         archive >> iItem("nbValues", nbValues);

@@ -4,16 +4,16 @@
 #include "VELMOBaseProcessing/BaseProcessor.h"
 
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <atomic>
-#include <log4cplus/loglevel.h>
 
 namespace velmo::processor {
 
 struct ActionResult::Outcome {
-    Outcome(vlUInt64 endStatus, std::string endMessage, std::string name)
-        : status(endStatus), message(std::move(endMessage)), processor(std::move(name)) {}
+    Outcome(vlUInt64 endStatus, std::string endMessage, MessageIds ids, std::string name)
+        : status(endStatus), message(std::move(endMessage)), messageIds(std::move(ids)),
+          processor(std::move(name)) {}
     Outcome(Outcome const&) = delete;
     Outcome& operator=(Outcome const&) = delete;
 
@@ -22,10 +22,8 @@ struct ActionResult::Outcome {
             return;
         }
         try {
-            logGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, log4cplus::WARN_LOG_LEVEL,
-                       [&](LogMessageFormater& formater) {
-                           formater[eProcessorMessage::ePM_RunFailed] % processor % message;
-                       });
+            warnMessage(VELMO_HERE, g_velmoBaseProcessingRaise, eProcessorMessage::ePM_RunFailed, processor,
+                        message);
         } catch (...) {
             // Nobody is there who could take it.
         }
@@ -33,12 +31,13 @@ struct ActionResult::Outcome {
 
     vlUInt64 status;
     std::string message;
+    MessageIds messageIds;
     std::string processor;
     std::atomic<bool> bAsked{false};
 };
 
 ActionResult::ActionResult(vlUInt64 status, std::string message)
-    : _pOutcome(std::make_shared<Outcome>(status, std::move(message), std::string())) {
+    : _pOutcome(std::make_shared<Outcome>(status, std::move(message), MessageIds(), std::string())) {
     _pOutcome->bAsked = true;
 }
 
@@ -54,13 +53,17 @@ std::string const& ActionResult::getMessage() const {
     return _pOutcome->message;
 }
 
+BoolResult ActionResult::toBoolResult() const {
+    return getStatus() == 0 ? success() : failure(_pOutcome->message, _pOutcome->messageIds);
+}
+
 BaseAction::~BaseAction() = default;
 
 ActionResult BaseAction::run(eSynchroType /*synchroType*/) {
     _lastResult.reset();
     BoolResult const result = runDerived();
-    _lastResult = ActionResult(
-        std::make_shared<ActionResult::Outcome>(result ? 0 : 1, result.getMessage(), getProcessorName()));
+    _lastResult = ActionResult(std::make_shared<ActionResult::Outcome>(
+        result ? 0 : 1, result.getMessage(), result.getMessageIds(), getProcessorName()));
     return *_lastResult;
 }
 
@@ -73,16 +76,14 @@ BoolResult BaseProcessor::init(eProcessorRulePolicy /*rulePolicy*/) {
 
 void BaseProcessor::requireInit(std::string const& attribute) const {
     if (!_bInit) {
-        raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-            formater[eProcessorMessage::ePM_NotInitialised] % getProcessorName() % attribute;
-        });
+        raiseMessage(VELMO_HERE, g_velmoBaseProcessingRaise, eProcessorMessage::ePM_NotInitialised,
+                     getProcessorName(), attribute);
     }
 }
 
 void BaseProcessor::raiseValueMissing(std::string const& attribute) const {
-    raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-        formater[eProcessorMessage::ePM_ValueMissing] % getProcessorName() % attribute;
-    });
+    raiseMessage(VELMO_HERE, g_velmoBaseProcessingRaise, eProcessorMessage::ePM_ValueMissing,
+                 getProcessorName(), attribute);
 }
 
 void BaseProcessor::requireResult(std::string const& attribute) const {
@@ -90,10 +91,10 @@ void BaseProcessor::requireResult(std::string const& attribute) const {
     if (result && result->getStatus() == 0) {
         return;
     }
-    raiseGuarded(VELMO_HERE, g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-        formater[eProcessorMessage::ePM_NoResult] % attribute % getProcessorName() %
-            (result ? '\n' + result->getMessage() : std::string());
-    });
+    raiseMessage(VELMO_HERE, g_velmoBaseProcessingRaise, eProcessorMessage::ePM_NoResult, attribute,
+                 getProcessorName(),
+                 failure(result ? '\n' + result->getMessage() : std::string(),
+                         result ? result->toBoolResult().getMessageIds() : MessageIds()));
 }
 
 } // namespace velmo::processor

@@ -12,26 +12,28 @@
 
 namespace velmo::processor {
 
-/// How a run is waited for.
+/// How the caller waits for a run.
 enum eSynchroType : vlUInt64 { eST_Synchronous = 0 };
 
-/// How the rules of attributes are applied.
+/// How rules of attributes are applied.
 enum eProcessorRulePolicy : vlUInt64 { ePRP_Strict = 0 };
 
-/// How a run ended: status 0 for success, else a message.
+/// Result of a run: status 0 for success, otherwise a message.
 ///
-/// A failed run that nobody asks about is logged: once, at WARN, when the action and all copies of the result
-/// are gone, or have come to another run. Asking is to call an operation of the result, or to ask the
-/// processor for an image that the run did not make.
+/// A failed run whose result is ignored is logged once at WARN, when the action and all copies of the result
+/// are destroyed or hold the result of another run. A result counts as used when one of its operations is
+/// called, or when the processor is asked for an image that the run did not create.
 class VELMO_HOST_EXPORT ActionResult {
   public:
-    /// Success has status 0 and no message. This result is of no run, and is not logged.
+    /// Success has status 0 and no message. A result made here belongs to no run and is not logged.
     ActionResult(vlUInt64 status, std::string message);
     /// @{
-    /// As the action returned them. The text lives as long as the result or a copy of it.
+    /// Status and message of the action. The text is valid as long as the result or a copy of it.
     vlUInt64 getStatus() const;
     std::string const& getMessage() const;
     /// @}
+    /// True for status 0, else false with the message and the ids of its messages.
+    BoolResult toBoolResult() const;
 
   private:
     friend class BaseAction;
@@ -41,24 +43,24 @@ class VELMO_HOST_EXPORT ActionResult {
     std::shared_ptr<Outcome> _pOutcome; ///< shared by copies
 };
 
-/// Something that can be run. For one thread at a time.
+/// Something that can be run. Not thread-safe.
 class VELMO_HOST_EXPORT BaseAction {
   public:
     virtual ~BaseAction();
     BaseAction(BaseAction const&) = delete;
     BaseAction& operator=(BaseAction const&) = delete;
 
-    /// Returns when the action has ended. A failure is returned with its text, and logged unless somebody
-    /// asks about it; what the action throws comes out here.
-    ActionResult run(eSynchroType synchroType);
+    /// Runs the action and returns when it has ended. An error is returned with its text, and logged if the
+    /// caller ignores it. Exceptions of the action are passed on.
+    [[nodiscard]] ActionResult run(eSynchroType synchroType);
 
   protected:
     BaseAction() = default;
-    /// How the last run ended; empty before the first one, and after one that was left by an exception.
+    /// Result of the last run; empty before the first run and after a run that threw.
     std::optional<ActionResult> const& getLastResult() const { return _lastResult; }
-    /// As before the first run.
+    /// Resets the last result.
     void forgetLastResult() { _lastResult.reset(); }
-    /// In messages.
+    /// Name in messages.
     virtual std::string getProcessorName() const = 0;
 
   private:
@@ -67,22 +69,22 @@ class VELMO_HOST_EXPORT BaseAction {
     std::optional<ActionResult> _lastResult;
 };
 
-/// An action with attributes. `init`, then the attributes' `set`, then `run`.
+/// An action with attributes. Call `init`, then `set` for each attribute, then `run`.
 class VELMO_HOST_EXPORT BaseProcessor : public BaseAction {
   public:
-    /// Forgets all attributes and the last run, and makes the processor accept values.
+    /// Resets all attributes and the last result. Required before `set`.
     BoolResult init(eProcessorRulePolicy rulePolicy);
-    /// For the runs from now on; the calling thread alone unless it is set.
+    /// Applies to all later runs. By default a run uses only the calling thread.
     void restrictDispatchPolicy(ProcessorDispatchPolicy const& policy) { _policy = policy; }
 
   protected:
-    /// What `restrictDispatchPolicy` was given.
+    /// The current policy.
     ProcessorDispatchPolicy const& getDispatchPolicy() const { return _policy; }
     /// Throws VELMOBaseProcessingException before `init`.
     void requireInit(std::string const& attribute) const;
-    /// Throws VELMOBaseProcessingException: the attribute has no value where one is needed.
+    /// Throws VELMOBaseProcessingException: a required attribute has no value.
     [[noreturn]] void raiseValueMissing(std::string const& attribute) const;
-    /// Throws VELMOBaseProcessingException, with the text of the failure, unless the last run was a success.
+    /// Throws VELMOBaseProcessingException with the text of the error unless the last run succeeded.
     void requireResult(std::string const& attribute) const;
 
   private:

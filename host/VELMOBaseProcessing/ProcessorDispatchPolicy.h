@@ -8,22 +8,20 @@
 
 namespace velmo::processor {
 
-/// On how many threads a run works, the calling one included.
+/// Number of threads of a run, including the calling thread.
 class VELMO_HOST_EXPORT ProcessorDispatchPolicy {
   public:
-    /// The calling thread alone.
+    /// Only the calling thread.
     ProcessorDispatchPolicy() = default;
 
-    /// On this machine's processors: as many threads as pay off, and for a distributed image all of its
-    /// workers.
+    /// As many threads of this machine as are useful and, for a distributed image, all of its workers.
     void initDefault();
-    /// On `nbThreads` threads of this process; 0 counts as 1. With 1 everything happens on the calling
-    /// thread.
+    /// `nbThreads` threads of this process; 0 counts as 1. With 1 only the calling thread is used.
     void initLocal(vlUInt64 nbThreads);
 
-    /// Whether `initDefault` was the last to be called.
+    /// Whether `initDefault` was called last.
     bool isDefault() const { return _bDefault; }
-    /// At least 1; how many `initDefault` found to be there.
+    /// Number of threads, at least 1; after `initDefault` the number of processors.
     vlUInt64 getNbThreads() const { return _nbThreads; }
 
   private:

@@ -8,9 +8,9 @@
 
 namespace velmo::processor {
 
-/// Failures of processors.
+/// Errors of processors.
 struct eProcessorMessage {
-    /// With the arguments of each text.
+    /// Message ids, each with the arguments of its text.
     enum domain {
         ePM_NotInitialised = 0, ///< processor, attribute
         ePM_ValueMissing = 1,   ///< processor, attribute
@@ -24,21 +24,22 @@ struct eProcessorMessage {
     };
 };
 
-/// A processor refuses a value, or has no result. Logged when it was thrown.
+/// Thrown when a processor rejects a value or has no result. Already logged.
 class VELMO_HOST_EXPORT VELMOBaseProcessingException : public BaseException {
   public:
-    /// `function`, `file` and `line` are those of the raise.
+    /// `function`, `file` and `line` are the place of the raise.
     VELMOBaseProcessingException(std::string const& message, char const* function, char const* file,
                                  unsigned int line)
         : BaseException(message, function, file, line) {}
 };
 
 /// @{
-/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
+/// Message manager and logger of this library. Created at first use; they exist until the process ends.
+/// Thread-safe.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOBaseProcessingLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOBaseProcessingLogger();
 /// @}
-/// Failures of this library, for raiseGuarded.
+/// The exceptions of this library, for `raiseMessage` and `raiseGuarded`.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoBaseProcessingRaise;
 
 } // namespace velmo::processor

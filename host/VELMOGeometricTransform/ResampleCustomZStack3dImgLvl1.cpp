@@ -3,13 +3,13 @@
 
 #include "VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h"
 
+#include "VELMOBase/PageBuffer.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 #include "VELMOGeometricTransform/detail/PlaneBlend.h"
 #include "VELMOGeometricTransform/detail/PlaneWeights.h"
 #include "VELMOImage/ImageFactory.h"
 #include "VELMOImage/ImageGeometry.h"
-#include "VELMOUtil/LogMessageFormater.h"
-#include "VELMOUtil/PageBuffer.h"
+#include "VELMOUtil/Failures.h"
 
 #include <algorithm>
 #include <array>
@@ -28,19 +28,15 @@ void requireSteps(RaiseSite const& site, std::vector<float> const& steps) {
     auto const refused = std::find_if_not(steps.begin(), steps.end(),
                                           [](float step) { return std::isfinite(step) && step > 0; });
     if (refused != steps.end()) {
-        raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-            formater[eProcessorMessage::ePM_StepRefused] % attr::InZSteps::s_name %
-                (refused - steps.begin()) % *refused;
-        });
+        raiseMessage(site, processor::g_velmoBaseProcessingRaise, eProcessorMessage::ePM_StepRefused,
+                     attr::InZSteps::s_name, (refused - steps.begin()), *refused);
     }
 }
 
 void requireCount(RaiseSite const& site, std::vector<float> const& steps, BaseImageGeometry const& geometry) {
     if (steps.size() + 1 != geometry.getSizeZ()) {
-        raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-            formater[eProcessorMessage::ePM_StepsCount] % attr::InZSteps::s_name % steps.size() %
-                attr::InImg3d::s_name % geometry.getSizeZ();
-        });
+        raiseMessage(site, processor::g_velmoBaseProcessingRaise, eProcessorMessage::ePM_StepsCount,
+                     attr::InZSteps::s_name, steps.size(), attr::InImg3d::s_name, geometry.getSizeZ());
     }
 }
 
@@ -49,10 +45,8 @@ void requireUniform(RaiseSite const& site, BaseImageGeometry const& geometry) {
     if (auto const plane = image::findPlaneOfOtherType(geometry)) {
         auto const& types =
             dynamic_cast<image::HeterogeneousImageGeometry const&>(geometry).getBufferTypeRuns();
-        raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-            formater[eProcessorMessage::ePM_TypesDiffer] % attr::InImg3d::s_name % *plane %
-                types.getType(*plane);
-        });
+        raiseMessage(site, processor::g_velmoBaseProcessingRaise, eProcessorMessage::ePM_TypesDiffer,
+                     attr::InImg3d::s_name, *plane, types.getType(*plane));
     }
 }
 
@@ -70,9 +64,8 @@ image::ImageGeometryPtr makeResultGeometry(BaseImageGeometry const& source, vlUI
 }
 
 [[noreturn]] void raiseRefused(RaiseSite const& site, char const* attribute, vlUInt64 value) {
-    raiseGuarded(site, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-        formater[eProcessorMessage::ePM_ValueRefused] % attribute % value;
-    });
+    raiseMessage(site, processor::g_velmoBaseProcessingRaise, eProcessorMessage::ePM_ValueRefused, attribute,
+                 value);
 }
 
 bool isBlendable(image::eImageBufferType type) {

@@ -9,25 +9,22 @@
 
 namespace velmo::imaproc::gtrans {
 
-/// Makes a volume of evenly spaced planes from one whose planes lie at the running sums of steps. The planes
-/// of the result lie evenly from the first to the last position; every channel and time step is resampled by
-/// itself.
+/// Resamples a volume whose planes are at the cumulative sums of given steps to evenly spaced planes, from
+/// the first to the last position. Each channel and time step is resampled separately.
 ///
-/// Every pixel type keeps its type: integers are rounded and kept within their range; planes of labels and
-/// binary images are those of the nearest plane whatever the policy. The result is made by the run, in
-/// memory, with the calibration of the input; of the input at most four planes are in memory at a time. One
-/// thread.
+/// The pixel type stays the same: integers are rounded and clamped to their range; labels and binary images
+/// take the nearest plane under every policy. The run creates the result in memory, with the calibration of
+/// the input. At most four planes of the input are in memory at a time. Single-threaded.
 class VELMO_HOST_EXPORT ResampleCustomZStack3dImgLvl1 : public processor::BaseProcessor {
   public:
-    /// Throws VELMOBaseProcessingException before `init`, for an empty pointer, for steps that are not one
-    /// fewer than the planes of the image that was set before them, for a step that is not positive and
-    /// finite, which the text names, for an image whose planes differ in their pixel types, for an unknown
-    /// policy, and for a result without planes.
+    /// Throws VELMOBaseProcessingException before `init`, for a null pointer, if the number of steps is not
+    /// one fewer than the planes of the image that was set before, for a step that is not positive and
+    /// finite, for an image with planes of different pixel types, for an unknown policy, and for a result
+    /// without planes.
     template <class Attribute>
     void set(typename Attribute::Value const& value);
 
-    /// The result. Throws VELMOBaseProcessingException, with the text of the failure, where no run came to
-    /// its end.
+    /// The result. Throws VELMOBaseProcessingException with the text of the error if no run succeeded.
     template <class Attribute>
     typename Attribute::Value getStorage() const;
 

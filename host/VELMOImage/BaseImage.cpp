@@ -3,11 +3,11 @@
 
 #include "VELMOImage/BaseImage.h"
 
+#include "VELMOBase/CheckedArithmetic.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/MemoryImage.h"
 #include "VELMOImage/VELMOImageLog.h"
-#include "VELMOUtil/CheckedArithmetic.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 namespace velmo::image {
 
@@ -37,15 +37,12 @@ BoolResult copyPlans(BaseImage const& source, MemoryImage& target) {
 BaseImage::~BaseImage() = default;
 
 BoolResult BaseImage::init(BaseImageGeometry const& /*geometry*/) {
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
-    formater[eImageMessage::eIM_InitNotSupported];
-    return failure(formater.string());
+    return failMessage(g_velmoImageRaise, eImageMessage::eIM_InitNotSupported);
 }
 
 BaseImageGeometry const& BaseImage::getGeometry() const {
     if (!_pGeometry) {
-        raiseGuarded(VELMO_HERE, g_velmoImageRaise,
-                     [](LogMessageFormater& formater) { formater[eImageMessage::eIM_NotInitialised]; });
+        raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageMessage::eIM_NotInitialised);
     }
     return *_pGeometry;
 }
@@ -79,9 +76,7 @@ ImageConstPtr BaseImage::createCpuCopy() const {
         result = copyPlans(*this, *pCopy);
     }
     if (!result) {
-        raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
-            formater[eImageMessage::eIM_CpuCopyFailed] % result.getMessage();
-        });
+        raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageMessage::eIM_CpuCopyFailed, result);
     }
     pCopy->setGeometricCalibration(_pCalibration);
     pCopy->setUserPropertiesStr(_userProperties);
@@ -121,10 +116,9 @@ void BaseImage::requireInside(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixel
     if (geometry.hasPlan(z, c, t) && pixelEnd && *pixelEnd <= geometry.getPlanNbPixels()) {
         return;
     }
-    raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
-        formater[eImageMessage::eIM_PixelsOutOfRange] % pixelStart % nbPixels % z % c % t %
-            geometry.getSizeZ() % geometry.getSizeC() % geometry.getSizeT() % geometry.getPlanNbPixels();
-    });
+    raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageMessage::eIM_PixelsOutOfRange, pixelStart, nbPixels, z,
+                 c, t, geometry.getSizeZ(), geometry.getSizeC(), geometry.getSizeT(),
+                 geometry.getPlanNbPixels());
 }
 
 } // namespace velmo::image

@@ -5,6 +5,7 @@
 
 #include "VELMOImage/GeometricCalibration.h"
 #include "VELMOImage/ImageEnums.h"
+#include "VELMOImage/ImageGeometry.h"
 #include "VELMOUtil/BoolResult.h"
 
 #include <boost/filesystem/path.hpp>
@@ -14,38 +15,37 @@
 namespace velmo::image {
 
 class BaseImage;
-class BaseImageGeometry;
 /// @{
-/// A shared image; the last pointer frees it, and closes its file. The second form reads alone.
+/// Shared image; the last pointer frees it and closes its file. The second form is read-only.
 using ImagePtr = boost::shared_ptr<BaseImage>;
 using ImageConstPtr = boost::shared_ptr<BaseImage const>;
 /// @}
 
-/// An image: planes of pixels, wherever they lie, reached by runs of pixels of one plane.
+/// An image: planes of pixels, in memory or elsewhere. Pixels are read and written in runs of one plane.
 ///
-/// Different threads may read and write different pixels of one image at once; everything else needs
-/// exclusive use.
+/// Threads may read and write different pixels of one image concurrently. All other operations need exclusive
+/// access.
 class VELMO_HOST_EXPORT BaseImage {
   public:
     virtual ~BaseImage();
     BaseImage(BaseImage const&) = delete;
     BaseImage& operator=(BaseImage const&) = delete;
 
-    /// Gives the image a geometry and room for its pixels, all zero; what it held is gone, its calibration
-    /// and its user properties too. A failure leaves the image as it was. Kinds of image that take their
-    /// geometry at construction refuse.
+    /// Sets the geometry and allocates zeroed pixels. Removes the former pixels, calibration and user
+    /// properties. After a failure the image is unchanged. Fails for kinds of images that get their geometry
+    /// at construction.
     virtual BoolResult init(BaseImageGeometry const& geometry);
 
-    /// Throws VELMOImageException as long as the image has no geometry.
+    /// The geometry. Throws VELMOImageException if the image has none yet.
     BaseImageGeometry const& getGeometry() const;
     /// @{
-    /// Those of the geometry; throws as `getGeometry`.
+    /// Values of the geometry; throws as `getGeometry`.
     eImageBufferType getBufferType() const;
     eTemporalGeometryType getTemporalGeometryType() const;
     /// @}
 
     /// @{
-    /// Physical size of a pixel; may be empty, and is then not saved. Shared, and not changed by the image.
+    /// Physical size of a pixel. May be null, and is not saved then. Shared; the image does not change it.
     bool hasGeometricCalibration() const { return _pCalibration != nullptr; }
     GeometricCalibrationConstPtr getGeometricCalibrationConstPtr() const { return _pCalibration; }
     void setGeometricCalibration(GeometricCalibrationConstPtr const& pCalibration) {
@@ -53,41 +53,53 @@ class VELMO_HOST_EXPORT BaseImage {
     }
     /// @}
     /// @{
-    /// A text of the application, which TIFF files keep; without zero bytes. Empty unless it is set.
+    /// Text of the application, which TIFF files store. Must not contain zero bytes. Empty by default.
     std::string const& getUserPropertiesStr() const { return _userProperties; }
     void setUserPropertiesStr(std::string const& text) { _userProperties = text; }
     /// @}
 
-    /// Whether pixels of the image lie in that file, so that writing the file would change the image.
+    /// Whether pixels of the image are in that file, so that writing the file would change the image.
     virtual bool isStoredIn(boost::filesystem::path const& path) const;
 
-    /// Whether the image must be replaced by a copy in memory before it is saved plane by plane, and that
-    /// copy, with calibration and user properties. The copy is thrown as VELMOImageException where it fails.
+    /// Whether the image must be copied to memory before it is saved plane by plane; and that copy, with
+    /// calibration and user properties. Throws VELMOImageException if the copy fails.
     virtual bool requiresCpuCopy() const;
-    /// A new image in memory that the caller owns; the image itself is not touched.
+    /// Creates the copy. The image itself does not change.
     virtual ImageConstPtr createCpuCopy() const;
 
-    /// Reads pixels of one plane, from pixel `pixelStart` on in row-major order, into `buffer`. A run outside
-    /// of the image is thrown as VELMOImageException.
+    /// Reads `nbPixels` pixels of one plane into `buffer`, from pixel `pixelStart` on: row y, column x is
+    /// pixel y * sizeX + x. The buffer must have room for that many pixels of the plane's pixel type, which
+    /// is not checked: PixelAccess.h has functions that check it. A run outside of the image is thrown as
+    /// VELMOImageException.
+    BoolResult readPixels(PlanIndexes const& plane, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                          void* buffer) const {
+        return readPixels(plane.z, plane.c, plane.t, pixelStart, nbPixels, buffer);
+    }
+    /// The same with the indexes of the plane one by one.
     BoolResult readPixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                           void* buffer) const;
-    /// As `readPixels`. A failure may leave the run written in part.
+    /// Writes pixels of one plane; otherwise as `readPixels`. An error may leave the run written in part.
+    BoolResult writePixels(PlanIndexes const& plane, vlUInt64 pixelStart, vlUInt64 nbPixels,
+                           void const* buffer) {
+        return writePixels(plane.z, plane.c, plane.t, pixelStart, nbPixels, buffer);
+    }
+    /// The same with the indexes of the plane one by one.
     BoolResult writePixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                            void const* buffer);
 
-    /// Throws VELMOImageException for a run outside of the image.
+    /// Throws VELMOImageException for a run outside the image.
     void requireInside(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels) const;
 
-    /// The pixels of a plane where they lie one after the other in this process's memory, else null. Owned by
-    /// the image, valid until its next `init`. Throws VELMOImageException for a plane outside of the image.
+    /// The pixels of a plane if they are contiguous in the memory of this process, otherwise null. The image
+    /// owns them; they are valid until its next `init`. Throws VELMOImageException for a plane outside the
+    /// image.
     void* accessPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t);
-    /// The same for reading.
+    /// Same, read-only.
     void const* accessPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
 
   protected:
     BaseImage() = default;
-    /// Keeps a copy, and drops the calibration and the user properties, which described another image. Pixels
-    /// are not touched.
+    /// Stores a copy of the geometry and removes calibration and user properties. Pixels do not change.
     void setGeometry(BaseImageGeometry const& geometry);
 
   private:

@@ -3,7 +3,7 @@
 
 #include "VELMOImage/BufferTypeRuns.h"
 
-#include "VELMOUtil/CheckedArithmetic.h"
+#include "VELMOBase/CheckedArithmetic.h"
 
 #include <algorithm>
 

@@ -10,34 +10,34 @@
 
 namespace velmo::image {
 
-/// Pixel types of time steps (or of planes) in their order, as runs of equal ones: memory and time go by the
-/// changes of type and not by the steps. At most 2^64 - 1 steps in all.
+/// Pixel types of time steps (or of planes) in order, stored as runs of equal types: memory and time depend
+/// on the number of changes and not on the number of steps. At most 2^64 - 1 steps.
 class VELMO_HOST_EXPORT BufferTypeRuns {
   public:
     BufferTypeRuns() = default;
-    /// One type for each step, in their order.
+    /// One type for each step, in order.
     explicit BufferTypeRuns(std::vector<eImageBufferType> const& types);
 
     /// @{
-    /// Appends steps behind the last one.
+    /// Appends steps.
     void add(eImageBufferType type, vlUInt64 nbSteps);
     void add(BufferTypeRuns const& others);
     /// @}
 
-    /// Of all runs together.
+    /// Number of steps of all runs.
     vlUInt64 getNbSteps() const { return _nbSteps; }
-    /// Whether no two steps differ.
+    /// Whether all steps have the same type.
     bool isUniform() const { return _runs.size() <= 1; }
-    /// The first step whose type is not that of the one before it; the number of steps where there is none.
+    /// The first step whose type differs from the one before it; the number of steps if there is none.
     vlUInt64 getFirstChange() const { return isUniform() ? _nbSteps : _runs[1].start; }
-    /// The types that steps have, in the order of the runs; one may come several times.
+    /// The types of the runs in order; a type may occur several times.
     std::vector<eImageBufferType> getTypesOfRuns() const;
-    /// Of no step past the end: eIBT_None.
+    /// The type of a step; eIBT_None past the end.
     eImageBufferType getType(vlUInt64 step) const;
-    /// Sum of the bytes of a pixel over the steps before `step`, which is at most the number of steps; empty
-    /// where it passes 64 bits.
+    /// Sum of the bytes per pixel over the steps before `step`, which must not exceed the number of steps;
+    /// empty if it overflows 64 bits.
     std::optional<vlUInt64> getPixelSizesBefore(vlUInt64 step) const;
-    /// One entry for each step.
+    /// One entry for each step, in order.
     std::vector<eImageBufferType> expand() const;
 
   private:

@@ -9,14 +9,15 @@ namespace velmo::image {
 
 class BaseDiskImageAccessor;
 
-/// An image whose pixels stay in a file: every access goes to the accessor, which the image co-owns. It has
-/// the accessor's geometry and calibration.
+/// An image whose pixels stay in a file. Every access goes to the accessor, which the image co-owns. It has
+/// the geometry and the calibration of the accessor.
 class VELMO_HOST_EXPORT DiskImage : public BaseImage {
   public:
-    /// The accessor must be initialised and exchange binary pixels as one byte each; the factory checks both.
+    /// The accessor must be initialised and must exchange binary pixels as one byte each. ImageFactory checks
+    /// both.
     explicit DiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor);
 
-    /// Its record in an archive takes the image to another process.
+    /// An archive record of it can open the image in another process.
     boost::shared_ptr<BaseDiskImageAccessor> const& getAccessor() const { return _pAccessor; }
     bool isStoredIn(boost::filesystem::path const& path) const override;
 
@@ -29,7 +30,7 @@ class VELMO_HOST_EXPORT DiskImage : public BaseImage {
     boost::shared_ptr<BaseDiskImageAccessor> _pAccessor;
 };
 
-/// A shared disk image; the last pointer closes the file, unless others hold the accessor.
+/// Shared disk image. The last pointer closes the file, unless the accessor has other owners.
 using DiskImagePtr = boost::shared_ptr<DiskImage>;
 
 } // namespace velmo::image

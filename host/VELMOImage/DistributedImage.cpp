@@ -3,11 +3,11 @@
 
 #include "VELMOImage/DistributedImage.h"
 
+#include "VELMOBase/CheckedArithmetic.h"
+#include "VELMOBase/ParallelRun.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/VELMOImageLog.h"
-#include "VELMOUtil/CheckedArithmetic.h"
-#include "VELMOUtil/LogMessageFormater.h"
-#include "VELMOUtil/ParallelRun.h"
+#include "VELMOUtil/Failures.h"
 
 #include <algorithm>
 
@@ -59,8 +59,7 @@ BoolResult DistributedImage::requireWorkers() const {
     if (_pEngine && _pEngine->getNbOwners() != 0) {
         return success();
     }
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure(formater[eImageMessage::eIM_NoWorker].string());
+    return failMessage(g_velmoImageRaise, eImageMessage::eIM_NoWorker);
 }
 
 bool DistributedImage::requiresCpuCopy() const {

@@ -8,20 +8,20 @@
 
 namespace velmo::image {
 
-/// An image whose planes are spread, in blocks of consecutive planes, over the workers of an engine.
+/// An image whose planes are distributed, in blocks of consecutive planes, over the workers of an engine.
 class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
   public:
-    /// The image co-owns the engine. `init` spreads the planes; ImageFactory does both.
+    /// The image co-owns the engine. `init` distributes the planes. ImageFactory does both.
     explicit DistributedImage(DistributionEnginePtr const& pEngine);
     ~DistributedImage() override;
 
     BoolResult init(BaseImageGeometry const& geometry) override;
-    /// True: the planes lie with the workers.
+    /// True, since the workers hold the planes.
     bool requiresCpuCopy() const override;
 
-    /// Has the workers read their own planes, as many at once as there are workers, each through an accessor
-    /// that it rebuilds from the record. After a failure no further block is begun; the text of the first one
-    /// in the order of the planes is returned, an exception of a worker is thrown here.
+    /// All workers read their own planes at once, each through an accessor that it restores from the archive
+    /// record. After an error no further block is started. Returns the error of the first block in the order
+    /// of planes, or throws the exception of its worker.
     BoolResult fillFromAccessor(std::string const& accessorRecord);
 
   private:
@@ -30,7 +30,7 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
     BoolResult writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                                   void const* buffer) override;
 
-    /// Where a run of pixels lies: the block's owner and id, and the bytes within it.
+    /// Place of a run of pixels: owner and id of the block, and the byte range in it.
     struct Place {
         BaseBlockOwner* pOwner;
         vlUInt64 id;
@@ -47,7 +47,7 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
         _blockIds; ///< in the order of the planes; block i lies with worker i modulo their number
 };
 
-/// A shared distributed image; the last pointer drops its blocks.
+/// Shared distributed image. The last pointer frees its blocks.
 using DistributedImagePtr = boost::shared_ptr<DistributedImage>;
 
 } // namespace velmo::image

@@ -9,7 +9,7 @@
 #include "VELMOImage/detail/PixelMemory.h"
 #include "VELMOSerialization/BinaryArchive.h"
 #include "VELMOSerialization/DynamicObjectFactory.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <atomic>
 #include <cstring>
@@ -35,7 +35,7 @@ namespace {
 struct Block {
     ImageGeometryPtr pGeometry;
     PlanBlock plans{};
-    PageBuffer pixels;
+    std::shared_ptr<std::byte> pPixels;
 };
 
 vlUInt64 getBlockSize(BaseImageGeometry const& geometry, PlanBlock const& block) {
@@ -49,7 +49,7 @@ BoolResult readPlans(Block& block, BaseImageAccessor const& accessor) {
     for (vlUInt64 i = 0; i < block.plans.nbPlans; ++i) {
         PlanIndexes const plan = geometry.getPlanIndexes(block.plans.firstPlan + i);
         BoolResult result = accessor.readRawData(plan.z, plan.c, plan.t, 0, geometry.getPlanNbPixels(),
-                                                 block.pixels.getData() + offset);
+                                                 block.pPixels.get() + offset);
         if (!result) {
             return result;
         }
@@ -83,11 +83,10 @@ BoolResult rebuild(std::string const& accessorRecord, boost::shared_ptr<BaseImag
         if (!bKnown) {
             throw;
         }
-        return failure(exception.what());
+        return failure(exception);
     }
     if (!pAccessor) {
-        LogMessageFormater formater(getVELMOImageLogMessageManager());
-        return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_RecordWithoutAccessor);
     }
     return success();
 }
@@ -98,7 +97,7 @@ class LocalBlockOwner : public BaseBlockOwner {
         auto pBlock = std::make_shared<Block>();
         pBlock->pGeometry = duplicateGeometry(geometry);
         pBlock->plans = plans;
-        BoolResult result = allocatePixels(getBlockSize(geometry, plans), pBlock->pixels);
+        BoolResult result = allocatePixels(getBlockSize(geometry, plans), pBlock->pPixels);
         if (result) {
             std::unique_lock<std::shared_mutex> const lock(_mutex);
             _blocks[plans.id] = std::move(pBlock);
@@ -112,12 +111,12 @@ class LocalBlockOwner : public BaseBlockOwner {
     }
 
     BoolResult readBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void* buffer) const override {
-        std::memcpy(buffer, find(id)->pixels.getData() + offset, nbBytes);
+        std::memcpy(buffer, find(id)->pPixels.get() + offset, nbBytes);
         return success();
     }
 
     BoolResult writeBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void const* buffer) override {
-        std::memcpy(find(id)->pixels.getData() + offset, buffer, nbBytes);
+        std::memcpy(find(id)->pPixels.get() + offset, buffer, nbBytes);
         return success();
     }
 

@@ -15,56 +15,56 @@ namespace velmo::image {
 
 class BaseImageGeometry;
 
-/// A run of planes, counted in (t, c, z) order, that one worker holds.
+/// A run of planes in (t, c, z) order that one worker holds.
 struct PlanBlock {
-    /// From `createBlockId`.
+    /// Id from `createBlockId`.
     vlUInt64 id;
-    /// Counted from 0.
+    /// Number of the first plane, from 0.
     vlUInt64 firstPlan;
-    /// At least 1.
+    /// Number of planes, at least 1.
     vlUInt64 nbPlans;
 };
 
-/// A worker that owns blocks of planes. Whatever passes here could travel in a message: numbers, bytes, and
-/// the archive record of an accessor. An offset is counted in bytes from the block's first pixel.
+/// A worker that owns blocks of planes. All arguments can be sent in a message: numbers, bytes, and the
+/// archive record of an accessor. Offsets are in bytes from the first pixel of the block.
 ///
-/// Blocks are added before and dropped after all other use; reads and writes of different bytes may run at
-/// once.
+/// Blocks are added before and removed after all other calls. Reads and writes of different bytes may run
+/// concurrently.
 class VELMO_HOST_EXPORT BaseBlockOwner {
   public:
     virtual ~BaseBlockOwner();
-    /// Room for a block of an image, all zero.
+    /// Allocates a zeroed block of an image.
     virtual BoolResult addBlock(BaseImageGeometry const& geometry, PlanBlock const& block) = 0;
-    /// Frees a block; without one of that id, nothing happens.
+    /// Frees a block. Ignores an unknown id.
     virtual void dropBlock(vlUInt64 id) = 0;
     /// @{
-    /// Moves `nbBytes` bytes between a block and the caller's buffer. The run must lie within the block.
+    /// Copies `nbBytes` bytes between a block and the caller's buffer. The range must be inside the block.
     virtual BoolResult readBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void* buffer) const = 0;
     virtual BoolResult writeBlock(vlUInt64 id, vlUInt64 offset, vlUInt64 nbBytes, void const* buffer) = 0;
     /// @}
-    /// Rebuilds an accessor from its archive record and reads the planes of a block from it. Returns the text
-    /// of the first failure.
+    /// Restores an accessor from its archive record and reads the planes of a block with it. Returns the
+    /// first error.
     virtual BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) = 0;
 };
 
-/// The workers that distributed images can be spread over. Safe from any thread.
+/// The workers of distributed images. Thread-safe.
 class VELMO_HOST_EXPORT BaseDistributionEngine {
   public:
     virtual ~BaseDistributionEngine();
-    /// Constant as long as the engine lives.
+    /// Number of owners. It does not change.
     virtual vlUInt64 getNbOwners() const = 0;
-    /// Whether the owners together have room for an image; true unless the engine knows better.
+    /// Whether the owners have enough memory for an image; true by default.
     virtual BoolResult requireRoom(vlUInt64 nbBytes) const;
-    /// Blocks of different images never share an id of one owner.
+    /// A new id of a block. Ids are unique across images.
     virtual vlUInt64 createBlockId() = 0;
-    /// Owned by the engine. `index` counts from 0 and must be that of an owner.
+    /// The owner of that index (from 0), which must exist. The engine owns it.
     virtual BaseBlockOwner& getOwner(vlUInt64 index) = 0;
 };
 
-/// A shared engine: every image made by it holds it.
+/// Shared engine; every image that it holds co-owns it.
 using DistributionEnginePtr = boost::shared_ptr<BaseDistributionEngine>;
 
-/// An engine of `nbOwners` workers in this process, each with memory of its own.
+/// An engine with `nbOwners` workers in this process, each with its own memory.
 VELMO_HOST_EXPORT DistributionEnginePtr createThreadDistributionEngine(vlUInt64 nbOwners);
 
 } // namespace velmo::image

@@ -10,19 +10,19 @@
 
 namespace velmo::image {
 
-/// Physical size of a pixel: along X, Y and, in 3d, Z in a named unit, and further terms of the
-/// calibration that are kept as they are.
+/// Physical size of a pixel along X, Y and, in 3d, Z, in a named unit, and further terms that are stored
+/// unchanged.
 class VELMO_HOST_EXPORT GeometricCalibration
     : public CopyableObject<GeometricCalibration, BaseSerializationObject> {
   public:
-    /// The name under which archives and the object factory know the class.
+    /// Name of the class in archives and in the object factory.
     static std::string const& getTypeName();
 
-    /// Two dimensions, pixel size 1 and no unit.
+    /// Two dimensions, pixel size 1, no unit.
     GeometricCalibration() = default;
 
     /// @{
-    /// Replaces everything. Sizes are those of one pixel in `unit`, which may be any text; no value is
+    /// Replaces all values. Sizes are those of one pixel in `unit`, which may be any text. Values are not
     /// checked.
     void init2d(float sizeX, float sizeY, std::string const& unit, float first, float second, float third,
                 float fourth, float fifth);
@@ -30,22 +30,22 @@ class VELMO_HOST_EXPORT GeometricCalibration
                 float third, float fourth, float fifth, float sixth, float seventh);
     /// @}
 
-    /// Whether Z has a size.
+    /// Whether the calibration has a size along Z.
     bool is3d() const { return _b3d; }
     /// @{
-    /// In the unit; 1 unless set.
+    /// Size of a pixel in the unit; 1 by default.
     float getPixelSizeX() const { return _sizeX; }
     float getPixelSizeY() const { return _sizeY; }
     /// @}
-    /// 1 in two dimensions.
+    /// Size along Z in the unit; 1 in two dimensions.
     float getPixelSizeZ() const { return _sizeZ; }
-    /// As given: "um", "inch", "cm" or any other text; empty where none is known.
+    /// Name of the unit: "um", "inch", "cm" or any other text; empty if unknown.
     std::string const& getUnit() const { return _unit; }
-    /// In the order of the init operations; in two dimensions the last two are 0.
+    /// The further terms in the order of the init operations; in two dimensions the last two are 0.
     std::array<float, 7> const& getFurtherTerms() const { return _furtherTerms; }
 
     /// @{
-    /// All of it, to the bit.
+    /// All values, bit-exact.
     BoolResult write(BaseOArchive& archive) const override;
     BoolResult read(BaseIArchive& archive) override;
     /// @}
@@ -60,12 +60,12 @@ class VELMO_HOST_EXPORT GeometricCalibration
 };
 
 /// @{
-/// A shared calibration; images and accessors hold the second form and do not change it.
+/// Shared calibration. Images and accessors hold the const form.
 using GeometricCalibrationPtr = boost::shared_ptr<GeometricCalibration>;
 using GeometricCalibrationConstPtr = boost::shared_ptr<GeometricCalibration const>;
 /// @}
 
-/// A new calibration with the arguments of `GeometricCalibration::init2d`.
+/// Creates a calibration with the arguments of `GeometricCalibration::init2d`.
 VELMO_HOST_EXPORT GeometricCalibrationPtr createGeometricCalibration2d(float sizeX, float sizeY,
                                                                        std::string const& unit, float first,
                                                                        float second, float third,

@@ -4,7 +4,7 @@
 #include "VELMOImage/GeometryParts.h"
 
 #include "VELMOImage/VELMOImageLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 namespace velmo::image {
 
@@ -72,9 +72,7 @@ void ColorGeometry::initChannels(eColorGeometryType type, vlUInt64 sizeC) {
 
 void ColorGeometry::setChannelName(std::string const& name, vlUInt64 index) {
     if (index >= _sizeC) {
-        raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
-            formater[eImageMessage::eIM_ChannelOutOfRange] % index % _sizeC;
-        });
+        raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageMessage::eIM_ChannelOutOfRange, index, _sizeC);
     }
     _channelNames[index] = name;
 }

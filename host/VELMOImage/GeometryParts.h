@@ -10,17 +10,17 @@
 
 namespace velmo::image {
 
-/// Whether an image is one plane or a volume, and of how many planes. 2d with one plane by default.
+/// Whether an image is a plane or a volume, and its number of planes. By default 2d with one plane.
 class VELMO_HOST_EXPORT VolumeGeometry {
   public:
-    /// One plane.
+    /// Sets a single plane.
     void init2d();
-    /// A volume of `sizeZ` planes, also of one or none.
+    /// Sets a volume of `sizeZ` planes, which may be 0 or 1.
     void init3d(vlUInt64 sizeZ);
-    /// A volume of one plane is 3d all the same.
+    /// Whether it is a single plane; a volume of one plane is 3d.
     bool is2d() const { return _type == eVGT_2d; }
     /// @{
-    /// As the last `init` set them.
+    /// Values of the last `init`.
     eVolumeGeometryType getVolumeGeometryType() const { return _type; }
     vlUInt64 getSizeZ() const { return _sizeZ; }
     /// @}
@@ -30,15 +30,15 @@ class VELMO_HOST_EXPORT VolumeGeometry {
     vlUInt64 _sizeZ = 1;
 };
 
-/// Whether an image is one time step or a sequence, and of how many. Single by default.
+/// Whether an image is a single time step or a sequence, and its number of time steps. Single by default.
 class VELMO_HOST_EXPORT TemporalGeometry {
   public:
-    /// One time step.
+    /// Sets a single time step.
     void initSingle();
-    /// A sequence of `sizeT` time steps, also of one or none.
+    /// Sets a sequence of `sizeT` time steps, which may be 0 or 1.
     void initSequence(vlUInt64 sizeT);
     /// @{
-    /// As the last `init` set them.
+    /// Values of the last `init`.
     eTemporalGeometryType getTemporalGeometryType() const { return _type; }
     vlUInt64 getSizeT() const { return _sizeT; }
     /// @}
@@ -48,7 +48,7 @@ class VELMO_HOST_EXPORT TemporalGeometry {
     vlUInt64 _sizeT = 1;
 };
 
-/// What the channels of an image are. Number of channels by type:
+/// The channels of an image. Number of channels by type:
 ///
 /// | type                                                             | channels                      |
 /// |------------------------------------------------------------------|-------------------------------|
@@ -58,32 +58,32 @@ class VELMO_HOST_EXPORT TemporalGeometry {
 /// | `eCGT_XYZ`, `YPbPr`, `YCbCr`, `CieLab`, `CieLuv`, `HLS`, `HSV`   | 3                             |
 /// | `eCGT_User`                                                      | 1, or as `initUser` says      |
 ///
-/// A value outside of the enumeration has 1. Grey by default, with 0 as black.
+/// An unknown type has 1 channel. By default grey, with 0 as black.
 class VELMO_HOST_EXPORT ColorGeometry {
   public:
     /// @{
-    /// Sets the type, and the channels as the table says; drops the names. What black is stays.
+    /// Sets the type and its number of channels, and removes the names. Keeps `minIsBlack`.
     void initGrey();
     void initRgb();
     void init(eColorGeometryType const& type);
     /// @}
-    /// `eCGT_User` with `sizeC` channels.
+    /// Sets `eCGT_User` with `sizeC` channels.
     void initUser(vlUInt64 sizeC);
 
     /// @{
-    /// As the last `init` set them.
+    /// Values of the last `init`.
     eColorGeometryType getColorGeometryType() const { return _type; }
     vlUInt64 getSizeC() const { return _sizeC; }
     /// @}
-    /// False where the greatest value is black and 0 is white.
+    /// Whether 0 is black; otherwise 0 is white.
     bool minIsBlack() const { return _bMinIsBlack; }
-    /// Says how values are to be shown; no pixel is changed.
+    /// Sets how values are displayed. Pixels do not change.
     void setMinIsBlack(bool bMinIsBlack) { _bMinIsBlack = bMinIsBlack; }
-    /// Throws VELMOImageException if there is no channel of that index (from 0).
+    /// Sets the name of a channel. Throws VELMOImageException if the index (from 0) does not exist.
     void setChannelName(std::string const& name, vlUInt64 index);
-    /// Empty for a channel without a name.
+    /// The name of a channel; empty if it has none.
     std::string getChannelName(vlUInt64 index) const;
-    /// The names by channel index, of those that have one.
+    /// The names of the channels that have one, by index.
     std::map<vlUInt64, std::string> const& getChannelNames() const { return _channelNames; }
 
   private:
@@ -95,14 +95,14 @@ class VELMO_HOST_EXPORT ColorGeometry {
     std::map<vlUInt64, std::string> _channelNames;
 };
 
-/// One plane: rows from first to last, pixels of a row from first to last.
+/// A plane, in row-major order.
 class VELMO_HOST_EXPORT ImagePlanGeometry {
   public:
-    /// The product of the sizes must fit in 64 bits, also in bytes.
+    /// The number of pixels and of bytes must not overflow 64 bits.
     ImagePlanGeometry(vlUInt64 sizeX, vlUInt64 sizeY, eImageBufferType bufferType)
         : _sizeX(sizeX), _sizeY(sizeY), _bufferType(bufferType) {}
     /// @{
-    /// Pixels of a row, rows, pixels of the plane, and their type.
+    /// Pixels per row, number of rows, number of pixels, and pixel type.
     vlUInt64 getSizeX() const { return _sizeX; }
     vlUInt64 getSizeY() const { return _sizeY; }
     vlUInt64 getNbPixels() const { return _sizeX * _sizeY; }

@@ -4,20 +4,18 @@
 #include "VELMOImage/detail/GeometryRecord.h"
 
 #include "VELMOSerialization/VELMOSerializationLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 namespace velmo::image {
 
 void raiseUnknownEnumValue(vlUInt64 value) {
-    raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-        formater[eVELMOSerializationMessage::eVSM_UnknownEnumValue] % value;
-    });
+    raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_UnknownEnumValue,
+                 value);
 }
 
 void raiseEnumValueNotStorable(vlUInt64 value) {
-    raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-        formater[eVELMOSerializationMessage::eVSM_EnumValueNotStorable] % value;
-    });
+    raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_EnumValueNotStorable,
+                 value);
 }
 
 void writeVolume(BaseOArchive& archive, VolumeGeometry const& volume) {

@@ -5,7 +5,7 @@
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOImage/detail/GeometryRecord.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 namespace velmo::image {
 
@@ -54,9 +54,8 @@ void HeterogeneousImageGeometry::initBufferTypes(BufferTypeRuns bufferTypes) {
 }
 
 void HeterogeneousImageGeometry::raiseBufferTypesCount(vlUInt64 nbTypes) const {
-    raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
-        formater[eImageMessage::eIM_BufferTypesCount] % nbTypes % getSizeZ() % getSizeT();
-    });
+    raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageMessage::eIM_BufferTypesCount, nbTypes, getSizeZ(),
+                 getSizeT());
 }
 
 std::vector<eImageBufferType> HeterogeneousImageGeometry::getBufferTypes() const {

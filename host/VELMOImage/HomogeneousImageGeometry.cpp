@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "VELMOBase/CheckedArithmetic.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/detail/GeometryRecord.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
-#include "VELMOUtil/CheckedArithmetic.h"
 
 namespace velmo::image {
 

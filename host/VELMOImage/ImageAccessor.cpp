@@ -7,7 +7,7 @@
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOSerialization/BaseArchive.h"
 #include "VELMOSerialization/DynamicObjectFactory.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <boost/filesystem/operations.hpp>
 
@@ -30,9 +30,7 @@ void BaseImageAccessor::clearBase() {
 
 BaseImageGeometry const& BaseImageAccessor::getGeometry() const {
     if (!_pGeometry) {
-        raiseGuarded(VELMO_HERE, g_velmoImageRaise, [](LogMessageFormater& formater) {
-            formater[eImageAccessorMessage::eIAM_NotInitialised];
-        });
+        raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageAccessorMessage::eIAM_NotInitialised);
     }
     return *_pGeometry;
 }
@@ -96,8 +94,7 @@ BoolResult BaseDiskImageAccessor::read(BaseIArchive& archive) {
     auto const pGeometry = readObjectOf<BaseImageGeometry>(archive, "geometry");
     auto const pCalibration = readObjectOf<GeometricCalibration>(archive, "calibration");
     if (!pGeometry) {
-        LogMessageFormater formater(getVELMOImageLogMessageManager());
-        return failure(formater[eImageMessage::eIM_RecordWithoutGeometry].string());
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_RecordWithoutGeometry);
     }
     initBase(path, static_cast<eImageAccessMode>(accessMode), *pGeometry, pCalibration, bSharedRemote != 0);
     return success();

@@ -14,41 +14,41 @@ namespace velmo::image {
 
 class BaseImageGeometry;
 
-/// The bridge between an image and pixels that lie outside of memory. `readRawData` and `writeRawData` are
-/// called from many threads at once; every other change needs exclusive use of the object.
+/// Access to the pixels of an image that are not in memory. `readRawData` and `writeRawData` are called from
+/// several threads concurrently; all other changes need exclusive access.
 class VELMO_HOST_EXPORT BaseImageAccessor : public BaseSerializationObject {
   public:
-    /// Whether binary pixels are exchanged as one byte each, not as packed bits. Only the former make a disk
-    /// image.
+    /// Whether binary pixels are exchanged as one byte each and not as packed bits. A disk image of binary
+    /// pixels requires it.
     virtual bool hasBinary8BitsStorage() const = 0;
-    /// A description in words: class, sizes, pixel type.
+    /// Text with class, sizes and pixel type.
     virtual std::string getImageInfoStr() const;
-    /// Gives the pixels room for a geometry. The geometry that the accessor answers with is not touched.
+    /// Reserves space for the pixels of a geometry. `getGeometry` does not change.
     virtual BoolResult resizeData(BaseImageGeometry const& geometry) = 0;
-    /// Reads `nbPixels` pixels of one plane from pixel `pixelStartOffset` on, in row-major order, into a
-    /// buffer of that many pixels.
+    /// Reads `nbPixels` pixels of one plane in row-major order, from pixel `pixelStartOffset`, to a buffer of
+    /// that many pixels.
     virtual BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                    vlUInt64 nbPixels, void* buffer) const = 0;
-    /// As `readRawData`, from a buffer that is not changed. A failure may leave the run written in part.
+    /// Writes pixels; see `readRawData`. A failed write may have written a part of the run.
     virtual BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                     vlUInt64 nbPixels, void const* buffer) = 0;
-    /// Drops what the subclass holds.
+    /// Releases the state of the derived class.
     virtual void clearDerived() = 0;
 
-    /// Drops everything: what the subclass holds, then the state of the base.
+    /// Releases all state: that of the derived class, then that of the base.
     void clear();
-    /// Whether there are a geometry and pixels behind it.
+    /// Whether the accessor is initialised.
     bool isInit() const { return _bInit; }
-    /// Throws VELMOImageException as long as the accessor is not initialised.
+    /// The geometry. Throws VELMOImageException if the accessor is not initialised.
     BaseImageGeometry const& getGeometry() const;
-    /// May be empty.
+    /// The calibration; may be null.
     GeometricCalibrationConstPtr getGeometricCalibrationConstPtr() const { return _pCalibration; }
 
   protected:
     BaseImageAccessor() = default;
-    /// Keeps both by value or shared, and marks the accessor as initialised.
+    /// Stores a copy of the geometry and the shared calibration, and marks the accessor as initialised.
     void initImage(BaseImageGeometry const& geometry, GeometricCalibrationConstPtr const& pCalibration);
-    /// Drops the state of the base, not that of the subclass.
+    /// Releases the state of the base, not that of the derived class.
     virtual void clearBase();
 
   private:
@@ -57,35 +57,35 @@ class VELMO_HOST_EXPORT BaseImageAccessor : public BaseSerializationObject {
     bool _bInit = false;
 };
 
-/// An accessor of a file.
+/// An accessor to a file.
 class VELMO_HOST_EXPORT BaseDiskImageAccessor : public BaseImageAccessor {
   public:
-    /// As it was given; empty without a file.
+    /// The path as given; empty without a file.
     boost::filesystem::path const& getFilePath() const { return _path; }
-    /// Reading alone without a file.
+    /// The access mode; read-only without a file.
     eImageAccessMode getAccessMode() const { return _accessMode; }
-    /// Whether other processes are to open the same file; accesses are the same either way.
+    /// Whether other processes open the same file. Does not change how the file is accessed.
     bool hasSharedRemoteAccess() const { return _bSharedRemote; }
-    /// Whether pixels lie in that file, by whatever path it is named.
+    /// Whether pixels are in that file, whichever path names it.
     virtual bool isStoredIn(boost::filesystem::path const& path) const;
 
-    /// Whether an archive can rebuild the accessor from its record in this process: its class is registered
-    /// with DynamicObjectFactory.
+    /// Whether an archive can restore the accessor in this process: its class is registered with
+    /// DynamicObjectFactory.
     virtual bool canBeRebuilt() const;
 
-    /// Whether the accessor is initialised and, if so, path, access mode, shared-remote flag, geometry and
-    /// calibration.
+    /// Store and restore the initialised flag and, if it is set, path, access mode, shared-remote flag,
+    /// geometry and calibration.
     BoolResult write(BaseOArchive& archive) const override;
     BoolResult read(BaseIArchive& archive) override;
 
   protected:
     BaseDiskImageAccessor() = default;
-    /// Stores the five, by value, and marks the accessor as initialised. The arguments may be what the object
-    /// holds.
+    /// Stores the arguments and marks the accessor as initialised. Arguments may refer to state of the object
+    /// itself.
     void initBase(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                   BaseImageGeometry const& geometry, GeometricCalibrationConstPtr const& calibration,
                   bool sharedRemote);
-    /// Drops path and mode as well.
+    /// Also releases path and access mode.
     void clearBase() override;
 
   private:

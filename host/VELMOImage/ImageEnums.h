@@ -10,7 +10,7 @@
 
 namespace velmo::image {
 
-/// Pixel type of a plane. Any other value is carried as it is, takes no bytes and has no text.
+/// Pixel type of a plane. Other values are kept, but have size 0 and no text.
 enum eImageBufferType : vlUInt64 {
     eIBT_None = 0,
     eIBT_Int8 = 1,
@@ -26,7 +26,7 @@ enum eImageBufferType : vlUInt64 {
     eIBT_Label8 = 11
 };
 
-/// What the channels of a pixel are; ColorGeometry has their numbers.
+/// Meaning of the channels; see ColorGeometry for their number.
 enum eColorGeometryType : vlUInt64 {
     eCGT_Grey = 0,
     eCGT_Rgb = 1,
@@ -41,16 +41,16 @@ enum eColorGeometryType : vlUInt64 {
     eCGT_User = 10
 };
 
-/// One plane, or a volume of any number of planes.
+/// A plane, or a volume with any number of planes.
 enum eVolumeGeometryType : vlUInt64 { eVGT_2d = 0, eVGT_3d = 1 };
 
-/// One time step, or a sequence of any number of steps.
+/// A single time step, or a sequence with any number of time steps.
 enum eTemporalGeometryType : vlUInt64 { eTGT_Single = 0, eTGT_Sequence = 1 };
 
-/// 0 reads only; every other value reads and writes.
+/// 0 is read-only; every other value is read and write.
 enum eImageAccessMode : vlUInt64 { eIAM_ReadOnly = 0, eIAM_ReadWrite = 2 };
 
-/// Storage type behind a buffer type: what a pixel is as a number, whatever it means.
+/// Number type of a pixel type.
 enum eDataType : vlUInt64 {
     eDT_None = 0,
     eDT_Int8 = 1,
@@ -62,15 +62,15 @@ enum eDataType : vlUInt64 {
     eDT_Real32 = 7
 };
 
-/// Binary and labels count as unsigned; `eDT_None` for a value outside of the enumeration.
+/// Number type of a pixel type: unsigned for binary and labels, `eDT_None` for an unknown value.
 VELMO_HOST_EXPORT eDataType toDataType(eImageBufferType const& bufferType);
-/// Bytes of one value; 0 for `eDT_None` and for values outside of the enumeration.
+/// Bytes of one value; 0 for `eDT_None` and unknown values.
 VELMO_HOST_EXPORT unsigned int getBufferBaseSize(eDataType const& dataType);
 /// Bytes of one pixel.
 VELMO_HOST_EXPORT unsigned int getImageBufferBaseSize(eImageBufferType const& bufferType);
 
 /// @{
-/// The enumerator's name. A value outside of the enumeration writes nothing and sets the stream's bad bit.
+/// Writes the name of the enumerator. An unknown value writes nothing and sets the bad bit of the stream.
 VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eImageBufferType const& value);
 VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eColorGeometryType const& value);
 VELMO_HOST_EXPORT std::ostream& operator<<(std::ostream& os, eVolumeGeometryType const& value);

@@ -7,21 +7,12 @@
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/MemoryImage.h"
 #include "VELMOImage/VELMOImageLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <algorithm>
 #include <thread>
 
 namespace velmo::image {
-
-namespace {
-
-BoolResult fail(eImageMessage::domain id) {
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure(formater[id].string());
-}
-
-} // namespace
 
 ImageFactory& ImageFactory::getInstance() {
     static ImageFactory factory;
@@ -43,15 +34,13 @@ BoolResult ImageFactory::createDefaultImage(BaseImageGeometry const& geometry, I
 BoolResult ImageFactory::createDiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor,
                                          DiskImagePtr& out) const {
     if (!pAccessor) {
-        return fail(eImageMessage::eIM_AccessorMissing);
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_AccessorMissing);
     }
     if (!pAccessor->isInit()) {
-        return fail(eImageMessage::eIM_AccessorNotReady);
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_AccessorNotReady);
     }
     if (!pAccessor->hasBinary8BitsStorage() && hasBufferType(pAccessor->getGeometry(), eIBT_Binary)) {
-        LogMessageFormater formater(getVELMOImageLogMessageManager());
-        formater[eImageMessage::eIM_BinaryPacked] % pAccessor->getClassName();
-        return failure(formater.string());
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_BinaryPacked, pAccessor->getClassName());
     }
     out = boost::make_shared<DiskImage>(pAccessor);
     return success();

@@ -12,30 +12,29 @@ namespace velmo::image {
 
 class BaseDiskImageAccessor;
 
-/// Makes images of the three kinds. The `create` operations leave `out` as it was on a failure; any thread
-/// may call them.
+/// Creates images of the three kinds. After a failure `out` is unchanged. Thread-safe.
 class VELMO_HOST_EXPORT ImageFactory {
   public:
-    /// The one of the process, made at the first call.
+    /// The factory of the process, created at the first call.
     static ImageFactory& getInstance();
 
     ImageFactory(ImageFactory const&) = delete;
     ImageFactory& operator=(ImageFactory const&) = delete;
 
-    /// An image in memory, all zero.
+    /// Creates a zeroed image in memory.
     BoolResult createDefaultImage(BaseImageGeometry const& geometry, ImagePtr& out) const;
-    /// An image over an accessor that is initialised; the image co-owns it. An accessor that packs binary
-    /// pixels into bits is refused where its geometry has binary planes.
+    /// Creates an image over an initialised accessor, which the image co-owns. Fails if the accessor packs
+    /// binary pixels into bits and its geometry has binary planes.
     BoolResult createDiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor,
                                DiskImagePtr& out) const;
-    /// An image spread over the workers of the engine, all zero.
+    /// Creates a zeroed image that is distributed over the workers of the engine.
     BoolResult createDistributedImage(BaseImageGeometry const& geometry, DistributedImagePtr& out) const;
-    /// The same with the geometry of `model` and another pixel type.
+    /// Same, with the geometry of `model` and another pixel type.
     BoolResult createDistributedImage(DistributedImage const& model, eImageBufferType const& bufferType,
                                       DistributedImagePtr& out) const;
 
-    /// The engine of distributed images made from now on; one worker for each processor of this machine by
-    /// default.
+    /// Sets the engine of distributed images that are created later. The default engine has one worker for
+    /// each processor of this machine.
     void setDistributionEngine(DistributionEnginePtr const& pEngine);
 
   private:

@@ -3,12 +3,12 @@
 
 #include "VELMOImage/ImageGeometry.h"
 
+#include "VELMOBase/CheckedArithmetic.h"
 #include "VELMOImage/VELMOImageLog.h"
 #include "VELMOImage/detail/GeometryRecord.h"
 #include "VELMOSerialization/BaseArchive.h"
 #include "VELMOSerialization/ClassVersion.h"
-#include "VELMOUtil/CheckedArithmetic.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -46,9 +46,7 @@ std::string const& BaseImageGeometry::getTypeName() {
 
 ImagePlanGeometry BaseImageGeometry::getPlanGeometry(vlUInt64 t) const {
     if (t >= getSizeT()) {
-        raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
-            formater[eImageMessage::eIM_TimeStepOutOfRange] % t % getSizeT();
-        });
+        raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageMessage::eIM_TimeStepOutOfRange, t, getSizeT());
     }
     return ImagePlanGeometry(_sizeX, _sizeY, getBufferTypeAt(t));
 }
@@ -126,10 +124,8 @@ vlUInt64 BaseImageGeometry::orTooLarge(std::optional<vlUInt64> const& size) cons
 }
 
 void BaseImageGeometry::raiseTooLarge() const {
-    raiseGuarded(VELMO_HERE, g_velmoImageRaise, [&](LogMessageFormater& formater) {
-        formater[eImageMessage::eIM_GeometryTooLarge] % _sizeX % _sizeY % getSizeZ() % getSizeC() %
-            getSizeT();
-    });
+    raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageMessage::eIM_GeometryTooLarge, _sizeX, _sizeY,
+                 getSizeZ(), getSizeC(), getSizeT());
 }
 
 BoolResult BaseImageGeometry::write(BaseOArchive& archive) const {

@@ -15,33 +15,32 @@
 namespace velmo::image {
 
 class BaseImageGeometry;
-/// A shared geometry that can be changed; who keeps one takes a copy (`duplicateGeometry`).
+/// Shared geometry that can be changed. Code that keeps a geometry stores a copy (`duplicateGeometry`).
 using ImageGeometryPtr = boost::shared_ptr<BaseImageGeometry>;
 
-/// The triple that names a plane.
+/// Indexes of a plane.
 struct PlanIndexes {
     /// @{
-    /// Each counted from 0.
+    /// Each from 0.
     vlUInt64 z;
     vlUInt64 c;
     vlUInt64 t;
     /// @}
 };
 
-/// Sizes of an image in X, Y, Z, C, T, what its channels, planes and time steps are, and the pixel type of
-/// its planes.
+/// Sizes of an image along X, Y, Z, C and T, the meaning of its channels, planes and time steps, and the
+/// pixel type of its planes.
 ///
-/// Wherever planes lie one after the other (in memory, in a raw file), their order is t outermost, then c,
-/// then z. Sizes may be 0. A geometry whose bytes 64 bits cannot count is refused by `init` with
-/// VELMOImageException; where its parts are changed afterwards, by the operation that meets it first. Reading
-/// is safe from any thread.
+/// Contiguous planes (in memory, in a raw file) are in the order t, c, z, with t outermost. Sizes may be 0.
+/// `init` rejects a geometry whose size in bytes overflows 64 bits with VELMOImageException; if parts are
+/// changed later, the first operation that needs the size does. Const operations are thread-safe.
 class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
   public:
-    /// The name under which archives know the class.
+    /// Name of the class in archives.
     static std::string const& getTypeName();
 
     /// @{
-    /// Pixels of a row, rows of a plane, planes of a volume, channels, time steps.
+    /// Pixels per row, rows, planes, channels, time steps.
     vlUInt64 getSizeX() const { return _sizeX; }
     vlUInt64 getSizeY() const { return _sizeY; }
     vlUInt64 getSizeZ() const { return _volume.getSizeZ(); }
@@ -50,16 +49,17 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
     /// @}
 
     /// @{
-    /// Those of the parts below.
+    /// Types of the parts below.
     eColorGeometryType getColorGeometryType() const { return _color.getColorGeometryType(); }
     eVolumeGeometryType getVolumeGeometryType() const { return _volume.getVolumeGeometryType(); }
     eTemporalGeometryType getTemporalGeometryType() const { return _temporal.getTemporalGeometryType(); }
     /// @}
-    /// The one of all planes; of a heterogeneous geometry the first.
+    /// Pixel type of all planes; of a heterogeneous geometry that of the first one.
     virtual eImageBufferType getBufferType() const = 0;
 
     /// @{
-    /// Owned by the geometry. A change of a part changes the sizes; nothing is checked before the next use.
+    /// The parts; the geometry owns them. A change of a part changes the sizes, which are checked at the next
+    /// use.
     ColorGeometry const& getColorGeometry() const { return _color; }
     ColorGeometry& getColorGeometry() { return _color; }
     VolumeGeometry const& getVolumeGeometry() const { return _volume; }
@@ -68,65 +68,65 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
     TemporalGeometry& getTemporalGeometry() { return _temporal; }
     /// @}
 
-    /// The planes of time step `t`. Throws VELMOImageException if there is no such step.
+    /// Size and pixel type of the planes of time step `t`. Throws VELMOImageException if it does not exist.
     ImagePlanGeometry getPlanGeometry(vlUInt64 t) const;
 
     /// @{
-    /// Pixels in one plane, in all planes; bytes of one plane of step `t`, of all planes.
+    /// Pixels of a plane and of all planes; bytes of a plane of time step `t` and of all planes.
     vlUInt64 getPlanNbPixels() const;
     vlUInt64 getNbPixels() const;
     vlUInt64 getPlanMemorySize(vlUInt64 t) const;
     vlUInt64 getFullMemorySize() const;
     /// @}
 
-    /// Z * C * T.
+    /// Number of planes: Z * C * T.
     vlUInt64 getNbPlans() const;
-    /// Which plane is number `plan` (from 0) in (t, c, z) order. The plane must exist.
+    /// Indexes of plane number `plan` (from 0) in (t, c, z) order. The plane must exist.
     PlanIndexes getPlanIndexes(vlUInt64 plan) const;
-    /// The converse.
+    /// Number of a plane in (t, c, z) order. The plane must exist.
     vlUInt64 getPlanNumber(PlanIndexes const& plan) const;
-    /// Bytes of the first `nbPlans` planes in (t, c, z) order, in constant time.
+    /// Bytes of the first `nbPlans` planes in (t, c, z) order. Constant time.
     vlUInt64 getPlansMemorySize(vlUInt64 nbPlans) const;
-    /// Whether there is such a plane.
+    /// Whether the plane exists.
     bool hasPlan(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
-    /// Bytes before a plane, counted from the first plane, in constant time. The plane must exist.
+    /// Offset of a plane from the first plane, in bytes. Constant time. The plane must exist.
     vlUInt64 getPlanOffset(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
 
-    /// Replaces the pixel type of all planes. Throws VELMOImageException, and changes nothing, where the
-    /// bytes would pass 64 bits.
+    /// Sets the pixel type of all planes. Throws VELMOImageException if the size would overflow 64 bits;
+    /// nothing is changed then.
     virtual void setBufferType(eImageBufferType const& bufferType) = 0;
 
-    /// Sizes, parts and pixel types. A geometry that `read` would refuse (bytes past 64 bits, types that fit
-    /// neither time steps nor planes, a value outside of an enumeration) is thrown before anything is
-    /// written, as VELMOImageException or VELMOSerializationException.
+    /// Writes sizes, parts and pixel types. A geometry that `read` would reject (size overflow, number of
+    /// pixel types, unknown enumeration value) is thrown as VELMOImageException or
+    /// VELMOSerializationException before anything is written.
     BoolResult write(BaseOArchive& archive) const override;
-    /// An archive that holds a refused geometry leaves this one as it was.
+    /// If the stored geometry is rejected, this one is unchanged.
     BoolResult read(BaseIArchive& archive) override;
 
   protected:
     BaseImageGeometry() = default;
     /// @{
-    /// Copied through `duplicateGeometry` alone.
+    /// Use `duplicateGeometry` to copy.
     BaseImageGeometry(BaseImageGeometry const&) = default;
     BaseImageGeometry& operator=(BaseImageGeometry const&) = default;
     /// @}
 
-    /// Replaces sizes and parts; raises nothing, `requireCountable` does.
+    /// Sets sizes and parts without a check; see `requireCountable`.
     void setParts(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
                   vlUInt64 sizeX, vlUInt64 sizeY);
-    /// Raises unless every size of the geometry fits in 64 bits.
+    /// Throws VELMOImageException if a size of the geometry overflows 64 bits.
     void requireCountable() const;
 
   private:
     void readParts(BaseIArchive& archive);
     [[noreturn]] void raiseTooLarge() const;
-    /// The size, or the refusal where 64 bits do not hold it.
+    /// The size; throws if it is empty.
     vlUInt64 orTooLarge(std::optional<vlUInt64> const& size) const;
 
     virtual eImageBufferType getBufferTypeAt(vlUInt64 t) const = 0;
-    /// Sum of the bytes of a pixel over the time steps before `t`; empty where it passes 64 bits.
+    /// Sum of the bytes per pixel over the time steps before `t`; empty if it overflows 64 bits.
     virtual std::optional<vlUInt64> getPixelSizesBefore(vlUInt64 t) const = 0;
-    /// Raises for what an archive cannot hold: number of types, values outside of the enumeration.
+    /// Throws for types that cannot be stored: wrong number, unknown values.
     virtual void requireStorableTypes() const = 0;
     virtual void writeBufferTypes(BaseOArchive& archive) const = 0;
     virtual void readBufferTypes(BaseIArchive& archive) = 0;
@@ -138,19 +138,19 @@ class VELMO_HOST_EXPORT BaseImageGeometry : public BaseSerializationObject {
     vlUInt64 _sizeY = 0;
 };
 
-/// One pixel type for all planes.
+/// A geometry with one pixel type for all planes.
 class VELMO_HOST_EXPORT HomogeneousImageGeometry
     : public CopyableObject<HomogeneousImageGeometry, BaseImageGeometry> {
   public:
-    /// The name under which archives and the object factory know the class.
+    /// Name of the class in archives and in the object factory.
     static std::string const& getTypeName();
 
-    /// Replaces everything. Throws VELMOImageException, and changes nothing, where the bytes pass 64 bits.
+    /// Sets all values. Throws VELMOImageException if the size overflows 64 bits; nothing is changed then.
     void init(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
               vlUInt64 sizeX, vlUInt64 sizeY, eImageBufferType const& bufferType);
 
     /// @{
-    /// The one of all planes.
+    /// Pixel type of all planes.
     eImageBufferType getBufferType() const override { return _bufferType; }
     void setBufferType(eImageBufferType const& bufferType) override;
     /// @}
@@ -165,33 +165,33 @@ class VELMO_HOST_EXPORT HomogeneousImageGeometry
     eImageBufferType _bufferType = eIBT_None;
 };
 
-/// A pixel type for each time step; or, of a single time step, one for each plane of the volume, where the
-/// first stands for all.
+/// A geometry with a pixel type for each time step; or, with a single time step, for each plane of the
+/// volume, where `getBufferType` returns the first one.
 class VELMO_HOST_EXPORT HeterogeneousImageGeometry
     : public CopyableObject<HeterogeneousImageGeometry, BaseImageGeometry> {
   public:
-    /// The name under which archives and the object factory know the class.
+    /// Name of the class in archives and in the object factory.
     static std::string const& getTypeName();
 
     HeterogeneousImageGeometry();
 
     /// @{
-    /// Throws VELMOImageException, and changes nothing, if the number of types fits neither the time steps
-    /// nor, with one time step, the planes.
+    /// Sets all values. Throws VELMOImageException if the number of types is neither that of time steps nor,
+    /// with a single time step, that of planes; nothing is changed then.
     void init(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
               vlUInt64 sizeX, vlUInt64 sizeY, std::vector<eImageBufferType> const& bufferTypes);
     void init(VolumeGeometry const& volume, ColorGeometry const& color, TemporalGeometry const& temporal,
               vlUInt64 sizeX, vlUInt64 sizeY, BufferTypeRuns const& bufferTypes);
     /// @}
 
-    /// One for each time step (or plane), in their order, newly made.
+    /// A new vector with one type for each time step (or plane).
     std::vector<eImageBufferType> getBufferTypes() const;
-    /// The same as runs; owned by the geometry.
+    /// Same, as runs. The geometry owns them.
     BufferTypeRuns const& getBufferTypeRuns() const { return *_pTypes; }
 
-    /// The first one's; eIBT_None without planes.
+    /// The first pixel type; eIBT_None without planes.
     eImageBufferType getBufferType() const override;
-    /// Makes all planes of that type.
+    /// Sets the type of all planes.
     void setBufferType(eImageBufferType const& bufferType) override;
 
   private:
@@ -207,30 +207,29 @@ class VELMO_HOST_EXPORT HeterogeneousImageGeometry
     std::shared_ptr<BufferTypeRuns const> _pTypes; ///< shared by copies, since it may be long
 };
 
-/// A homogeneous geometry. Throws VELMOImageException if its bytes pass 64 bits.
+/// Creates a homogeneous geometry. Throws VELMOImageException if its size overflows 64 bits.
 VELMO_HOST_EXPORT ImageGeometryPtr geometry(eImageBufferType const& bufferType, vlUInt64 sizeX,
                                             vlUInt64 sizeY, VolumeGeometry const& volume,
                                             ColorGeometry const& color, TemporalGeometry const& temporal);
 
-/// A grey volume of one time step.
+/// Creates the geometry of a grey volume with a single time step.
 VELMO_HOST_EXPORT ImageGeometryPtr geometry3d(eImageBufferType const& bufferType, vlUInt64 sizeX,
                                               vlUInt64 sizeY, vlUInt64 sizeZ);
 
-/// A copy that can be changed and that the caller shares with nobody.
+/// A copy that can be changed and that only the caller owns.
 VELMO_HOST_EXPORT ImageGeometryPtr duplicateGeometry(BaseImageGeometry const& geometry);
 
-/// Sizes and pixel type in words: "x=4 y=3 z=2 c=1 t=1 eIBT_UInt16".
+/// Sizes and pixel type as text: "x=4 y=3 z=2 c=1 t=1 eIBT_UInt16".
 VELMO_HOST_EXPORT std::string describeGeometry(BaseImageGeometry const& geometry);
 
-/// Whether planes of the geometry have that pixel type.
+/// Whether a plane of the geometry has that pixel type.
 VELMO_HOST_EXPORT bool hasBufferType(BaseImageGeometry const& geometry, eImageBufferType const& bufferType);
 
-/// The number of a plane along Z whose pixel type is not that of the planes before it in the same time step;
-/// empty where the planes of each time step have one type.
+/// Index along Z of a plane whose pixel type differs from the planes before it in the same time step; empty
+/// if each time step has one type.
 VELMO_HOST_EXPORT std::optional<vlUInt64> findPlaneOfOtherType(BaseImageGeometry const& geometry);
 
-/// Whether two images of these geometries can hold each other's pixels: the same sizes in all five dimensions
-/// and the same pixel type in each time step.
+/// Whether both have the same five sizes and the same pixel type in each time step.
 VELMO_HOST_EXPORT bool haveSamePixels(BaseImageGeometry const& left, BaseImageGeometry const& right);
 
 } // namespace velmo::image

@@ -5,7 +5,6 @@
 
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImage/detail/PixelMemory.h"
-#include "VELMOUtil/CheckedArithmetic.h"
 
 namespace velmo::image {
 
@@ -30,10 +29,10 @@ BaseImageYStrip2d::BaseImageYStrip2d(BaseImage const& image, Place const& place)
 BoolResult BaseImageYStrip2d::initBuffer() {
     BoolResult result = success();
     if (_pImagePixels == nullptr) {
-        result = allocatePixels(_nbBytes, _buffer._own);
+        result = allocatePixels(_nbBytes, _buffer._pOwn);
     }
     if (result) {
-        _buffer._pData = _pImagePixels != nullptr ? _pImagePixels : _buffer._own.getData();
+        _buffer._pData = _pImagePixels != nullptr ? _pImagePixels : _buffer._pOwn.get();
     }
     return result;
 }

@@ -4,45 +4,47 @@
 #pragma once
 
 #include "VELMOImage/BaseImage.h"
-#include "VELMOUtil/PageBuffer.h"
+
+#include <cstddef>
+#include <memory>
 
 namespace velmo::image {
 
-/// Whose memory a strip uses: the image's where that works, else its own.
+/// Which memory a strip uses. Default: that of the image if possible, otherwise its own.
 enum eStripAllocationType : vlUInt64 { eSAT_Default = 0 };
-/// In which order rows are walked: from first to last.
+/// Order of rows. Default: from first to last.
 enum eStripParsingDirection : vlUInt64 { eSPD_Default = 0 };
 
-/// The pixels of a strip, row after row: its own, or those of the image itself where they lie in this
-/// process's memory.
+/// The pixels of a strip, row by row: those of the image if they are in the memory of this process, otherwise
+/// a copy.
 class VELMO_HOST_EXPORT BaseBlockBuffer {
   public:
-    /// The first pixel; null before `initBuffer` and for a strip without pixels.
+    /// The first pixel; null before `initBuffer` and for an empty strip.
     void* getDataPtr() { return _pData; }
-    /// The same for reading.
+    /// Same, read-only.
     void const* getDataPtr() const { return _pData; }
 
   private:
     friend class BaseImageYStrip2d;
-    PageBuffer _own;
+    std::shared_ptr<std::byte> _pOwn;
     void* _pData = nullptr;
 };
 
-/// A part of an image with a buffer of its own.
+/// A part of an image with a buffer.
 class VELMO_HOST_EXPORT BaseImageFragment {
   public:
     virtual ~BaseImageFragment();
-    /// Makes the buffer, zeroed where it is the fragment's own.
+    /// Creates the buffer. Memory that is not that of the image is zeroed.
     virtual BoolResult initBuffer() = 0;
 };
 
-/// Rows of one plane. For one thread at a time.
+/// Rows of one plane. Not thread-safe.
 class VELMO_HOST_EXPORT BaseImageYStrip2d : public BaseImageFragment {
   public:
-    /// Which rows of which plane.
+    /// Plane and range of rows.
     struct Place {
         /// @{
-        /// Each counted from 0, but for the number of rows.
+        /// Indexes from 0, and the number of rows.
         vlUInt64 z;
         vlUInt64 c;
         vlUInt64 t;
@@ -52,17 +54,17 @@ class VELMO_HOST_EXPORT BaseImageYStrip2d : public BaseImageFragment {
     };
 
     BoolResult initBuffer() override;
-    /// Owned by the strip.
+    /// The buffer; the strip owns it.
     BaseBlockBuffer const& accessBuffer() const { return _buffer; }
 
   protected:
-    /// Throws VELMOImageException where the rows lie outside of the image.
+    /// Throws VELMOImageException if the rows are outside the image.
     BaseImageYStrip2d(BaseImage const& image, Place const& place);
 
-    /// The same, to be filled.
+    /// The buffer, to be filled.
     BaseBlockBuffer& accessOwnBuffer() { return _buffer; }
     /// @{
-    /// Between the buffer and the image; nothing moves where the strip shares the image's memory.
+    /// Copy between the buffer and the image. They do nothing if the strip uses the memory of the image.
     BoolResult readPixels(BaseImage const& image) const;
     BoolResult writePixels(BaseImage& image) const;
     /// @}
@@ -76,47 +78,47 @@ class VELMO_HOST_EXPORT BaseImageYStrip2d : public BaseImageFragment {
     BaseBlockBuffer _buffer;
 };
 
-/// Rows to be read from an image.
+/// Rows to read from an image.
 class VELMO_HOST_EXPORT InputImageYStrip2d : public BaseImageYStrip2d {
   public:
     /// @{
-    /// Co-owns the image that it reads from.
+    /// Co-owns the image.
     using Image = BaseImage const;
     InputImageYStrip2d(boost::shared_ptr<Image> const& pImage, Place const& place)
         : BaseImageYStrip2d(*pImage, place), _pImage(pImage) {}
     /// @}
-    /// Fills the buffer, which `initBuffer` must have made.
+    /// Reads the rows to the buffer. Requires `initBuffer`.
     BoolResult readFromImage() const { return readPixels(*_pImage); }
 
   private:
     boost::shared_ptr<Image> _pImage;
 };
 
-/// Rows to be stored in an image.
+/// Rows to write to an image.
 class VELMO_HOST_EXPORT OutputImageYStrip2d : public BaseImageYStrip2d {
   public:
     /// @{
-    /// Co-owns the image that it stores to.
+    /// Co-owns the image.
     using Image = BaseImage;
     OutputImageYStrip2d(boost::shared_ptr<Image> const& pImage, Place const& place)
         : BaseImageYStrip2d(*pImage, place), _pImage(pImage) {}
     /// @}
-    /// For reading.
+    /// Read-only.
     using BaseImageYStrip2d::accessBuffer;
-    /// Where the strip shares the image's memory, what is stored here is in the image at once.
+    /// If the strip uses the memory of the image, changes are in the image immediately.
     BaseBlockBuffer& accessBuffer() { return accessOwnBuffer(); }
-    /// Stores the buffer, which `initBuffer` must have made.
+    /// Writes the buffer to the image. Requires `initBuffer`.
     BoolResult writeToImage() { return writePixels(*_pImage); }
 
   private:
     boost::shared_ptr<Image> _pImage;
 };
 
-/// Makes strips.
+/// Creates strips.
 class ImageStripExtractor {
   public:
-    /// The rows `yStart` to `yStart + nbRows - 1` of plane (z, c, t). Throws VELMOImageException where they
-    /// lie outside of the image.
+    /// Creates a strip of the rows `yStart` to `yStart + nbRows - 1` of plane (z, c, t). Throws
+    /// VELMOImageException if they are outside the image.
     template <class Strip>
     static void
     extractYStrip2d(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 yStart, vlUInt64 nbRows,

@@ -3,9 +3,9 @@
 
 #include "VELMOImage/JoinLayout.h"
 
+#include "VELMOBase/CheckedArithmetic.h"
 #include "VELMOImage/VELMOImageLog.h"
-#include "VELMOUtil/CheckedArithmetic.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
@@ -30,16 +30,14 @@ bool fits(BaseImageGeometry const& part, BaseImageGeometry const& first, eJoinAx
 
 /// What a part must be, whatever the others are.
 BoolResult requireJoinable(std::size_t index, BaseImageGeometry const& part, eJoinAxis axis) {
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
     if (axis == eJoinAxis::Z && part.getSizeT() != 1) {
-        formater[eImageMessage::eIM_PartTimeSteps] % index % describeGeometry(part) % part.getSizeT();
-        return failure(formater.string());
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_PartTimeSteps, index, describeGeometry(part),
+                           part.getSizeT());
     }
     if (auto const plane = findPlaneOfOtherType(part)) {
         auto const& types = dynamic_cast<HeterogeneousImageGeometry const&>(part).getBufferTypeRuns();
-        formater[eImageMessage::eIM_PartNotUniform] % index % describeGeometry(part) % *plane %
-            types.getType(*plane);
-        return failure(formater.string());
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_PartNotUniform, index,
+                           describeGeometry(part), *plane, types.getType(*plane));
     }
     return success();
 }
@@ -104,9 +102,8 @@ ImageGeometryPtr makeGeometry(Geometries const& parts, eJoinAxis axis, vlUInt64 
 } // namespace
 
 BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, eJoinAxis axis) {
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
     if (parts.empty()) {
-        return failure(formater[eImageMessage::eIM_NothingToJoin].string());
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_NothingToJoin);
     }
     std::vector<vlUInt64> starts;
     Extent whole;
@@ -117,9 +114,8 @@ BoolResult JoinLayout::init(std::vector<BaseImageGeometry const*> const& parts, 
         }
         starts.push_back(whole.length);
         if (!fits(*parts[part], *parts.front(), axis) || !whole.add(*parts[part], axis)) {
-            return failure((formater[eImageMessage::eIM_PartMismatch] % part %
-                            describeGeometry(*parts[part]) % describeGeometry(*parts.front()))
-                               .string());
+            return failMessage(g_velmoImageRaise, eImageMessage::eIM_PartMismatch, part,
+                               describeGeometry(*parts[part]), describeGeometry(*parts.front()));
         }
     }
     _pGeometry = makeGeometry(parts, axis, whole.length);

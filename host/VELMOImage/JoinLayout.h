@@ -10,30 +10,30 @@
 
 namespace velmo::image {
 
-/// Along Z planes follow planes, along T time steps follow time steps.
+/// The axis along which images are joined.
 enum class eJoinAxis { Z, T };
 
-/// Which part of several that are joined along one axis holds a plane.
+/// Maps the planes of a joined image to its parts.
 class VELMO_HOST_EXPORT JoinLayout {
   public:
-    /// A plane within a part.
+    /// A plane of a part.
     struct Place {
         /// @{
-        /// The part, counted from 0, and the plane within it.
+        /// Index of the part (from 0), and the plane in it.
         std::size_t part;
         PlanIndexes plan;
         /// @}
     };
 
-    /// Parts must have the same sizes but for the axis, the same colours and, along Z, one pixel type and one
-    /// time step. The planes of a time step must have one pixel type. A failure names the part (from 0) that
-    /// does not fit, or with which the whole passes 64 bits, and changes nothing.
+    /// Parts must have the same sizes except along the axis, the same colour type and, along Z, the same
+    /// pixel type and a single time step. All planes of a time step must have one pixel type. A failure names
+    /// the part (from 0) that does not fit, or with which the size overflows 64 bits, and changes nothing.
     BoolResult init(std::vector<BaseImageGeometry const*> const& parts, eJoinAxis axis);
 
-    /// Of the whole: the first part's, with the sum of the sizes along the axis. Along T each time step keeps
-    /// its pixel type.
+    /// Geometry of the joined image: that of the first part with the sum of the sizes along the axis. Along T
+    /// each time step keeps its pixel type.
     BaseImageGeometry const& getGeometry() const { return *_pGeometry; }
-    /// Where a plane of the whole lies, in time logarithmic to the number of parts.
+    /// The place of a plane of the joined image, in logarithmic time.
     Place locate(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
 
   private:

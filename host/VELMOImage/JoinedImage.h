@@ -8,11 +8,11 @@
 
 namespace velmo::image {
 
-/// Images joined along one axis without a copy: pixels stay where the parts have them, and the image co-owns
-/// its parts. It has the calibration of the first.
+/// Images joined along one axis without a copy. Pixels stay in the parts, which the image co-owns. It has the
+/// calibration of the first part.
 class VELMO_HOST_EXPORT JoinedImage : public BaseImage {
   public:
-    /// As JoinLayout::init. A failure leaves the image as it was.
+    /// Joins parts that `JoinLayout::init` accepts. After a failure the image is unchanged.
     BoolResult join(std::vector<ImagePtr> const& parts, eJoinAxis axis);
 
     bool requiresCpuCopy() const override;

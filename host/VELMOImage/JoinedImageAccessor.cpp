@@ -7,7 +7,7 @@
 #include "VELMOSerialization/BaseArchive.h"
 #include "VELMOSerialization/ClassVersion.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 #include "VELMOUtil/VELMOUtilLog.h"
 
 #include <algorithm>
@@ -22,14 +22,12 @@ constexpr unsigned int g_recordVersion = 1;
 DynamicRegistrator<JoinedImageAccessor> const g_registrator;
 
 BoolResult failNotInitialised() {
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure(formater[eImageAccessorMessage::eIAM_NotInitialised].string());
+    return failMessage(g_velmoImageRaise, eImageAccessorMessage::eIAM_NotInitialised);
 }
 
 [[noreturn]] void raiseNoCopySupport(RaiseSite const& site) {
-    raiseGuarded(site, g_velmoUtilRaise, [](LogMessageFormater& formater) {
-        formater[eVELMOUtilErrors::eVUE_CopyNotSupported] % JoinedImageAccessor::getTypeName();
-    });
+    raiseMessage(site, g_velmoUtilRaise, eVELMOUtilErrors::eVUE_CopyNotSupported,
+                 JoinedImageAccessor::getTypeName());
 }
 
 } // namespace
@@ -97,8 +95,7 @@ BoolResult JoinedImageAccessor::read(BaseIArchive& archive) {
     for (vlUInt64 part = 0; part < nbParts; ++part) {
         parts.push_back(readObjectOf<BaseDiskImageAccessor>(archive, "part"));
         if (!parts.back()) {
-            LogMessageFormater formater(getVELMOImageLogMessageManager());
-            return failure(formater[eImageMessage::eIM_RecordWithoutAccessor].string());
+            return failMessage(g_velmoImageRaise, eImageMessage::eIM_RecordWithoutAccessor);
         }
     }
     return parts.empty() ? success() : join(parts, axis == 0 ? eJoinAxis::Z : eJoinAxis::T);
@@ -121,8 +118,7 @@ bool JoinedImageAccessor::hasBinary8BitsStorage() const {
 }
 
 BoolResult JoinedImageAccessor::resizeData(BaseImageGeometry const& /*geometry*/) {
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure(formater[eImageMessage::eIM_JoinedResize].string());
+    return failMessage(g_velmoImageRaise, eImageMessage::eIM_JoinedResize);
 }
 
 BoolResult JoinedImageAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,

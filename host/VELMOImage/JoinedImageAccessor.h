@@ -8,24 +8,24 @@
 
 namespace velmo::image {
 
-/// Files joined along one axis: every access goes to the accessor of the file that holds the plane, which the
-/// joined one co-owns. It has the path, the access mode and the calibration of the first. As many threads at
-/// once as the parts allow.
+/// Accessor to files that are joined along one axis. Every access goes to the accessor of the part that holds
+/// the plane; the parts are co-owned. Path, access mode and calibration are those of the first part.
+/// Thread-safe as far as the parts are.
 class VELMO_HOST_EXPORT JoinedImageAccessor : public BaseDiskImageAccessor {
   public:
-    /// A file of the list.
+    /// A part.
     using PartPtr = boost::shared_ptr<BaseDiskImageAccessor>;
 
-    /// The name under which archives and the object factory know the class.
+    /// Name of the class in archives and in the object factory.
     static std::string const& getTypeName();
     /// @{
-    /// A new accessor without files; the caller owns it.
+    /// A new accessor without parts; the caller owns it.
     static BaseDynamicObject* createNewObject();
     static DynamicObjectPtr createSharedObject();
     /// @}
 
-    /// The parts must be initialised. Otherwise as JoinLayout::init; a failure leaves the accessor without
-    /// files.
+    /// Joins initialised accessors that `JoinLayout::init` accepts. After a failure the accessor has no
+    /// parts.
     BoolResult join(std::vector<PartPtr> const& parts, eJoinAxis axis);
 
     std::string const& getClassName() const override { return getTypeName(); }
@@ -36,16 +36,16 @@ class VELMO_HOST_EXPORT JoinedImageAccessor : public BaseDiskImageAccessor {
     DynamicObjectPtr duplicateShared() const override;
     void copy(BaseDynamicObject const& other) override;
 
-    /// The records of all parts.
+    /// Writes the records of all parts.
     BoolResult write(BaseOArchive& archive) const override;
-    /// Opens all parts again. A failure leaves the accessor without files.
+    /// Restores and opens all parts. After a failure the accessor has no parts.
     BoolResult read(BaseIArchive& archive) override;
 
     bool isStoredIn(boost::filesystem::path const& path) const override;
-    /// Of all parts as well.
+    /// Whether all parts can be restored as well.
     bool canBeRebuilt() const override;
     bool hasBinary8BitsStorage() const override;
-    /// Refused: the parts have their sizes.
+    /// Fails, since the parts have fixed sizes.
     BoolResult resizeData(BaseImageGeometry const& geometry) override;
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;

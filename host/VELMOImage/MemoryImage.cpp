@@ -32,11 +32,11 @@ void copyBytes(void* pTarget, void const* pSource, vlUInt64 nbBytes) {
 } // namespace
 
 BoolResult MemoryImage::init(BaseImageGeometry const& geometry) {
-    PageBuffer pixels;
-    BoolResult result = allocatePixels(geometry.getFullMemorySize(), pixels);
+    std::shared_ptr<std::byte> pPixels;
+    BoolResult result = allocatePixels(geometry.getFullMemorySize(), pPixels);
     if (result) {
         setGeometry(geometry); // may throw: the pixels change behind it
-        _pixels = std::move(pixels);
+        _pPixels = std::move(pPixels);
     }
     return result;
 }
@@ -56,7 +56,7 @@ BoolResult MemoryImage::writePixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, v
 }
 
 void* MemoryImage::accessPlanDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
-    return _pixels.getData() + getGeometry().getPlanOffset(z, c, t);
+    return _pPixels.get() + getGeometry().getPlanOffset(z, c, t);
 }
 
 } // namespace velmo::image

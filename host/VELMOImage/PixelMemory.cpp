@@ -3,9 +3,10 @@
 
 #include "VELMOImage/detail/PixelMemory.h"
 
+#include "VELMOBase/AvailableMemory.h"
+#include "VELMOBase/PageBuffer.h"
 #include "VELMOImage/VELMOImageLog.h"
-#include "VELMOUtil/AvailableMemory.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <new>
 
@@ -26,20 +27,19 @@ BoolResult requireMemory(vlUInt64 nbBytes) {
     if (nbBytes <= available) {
         return success();
     }
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure((formater[eImageMessage::eIM_MemoryTooSmall] % nbBytes % available).string());
+    return failMessage(g_velmoImageRaise, eImageMessage::eIM_MemoryTooSmall, nbBytes, available);
 }
 
-BoolResult allocatePixels(vlUInt64 nbBytes, PageBuffer& buffer) {
+BoolResult allocatePixels(vlUInt64 nbBytes, std::shared_ptr<std::byte>& pPixels) {
     BoolResult result = requireMemory(nbBytes);
     if (!result) {
         return result;
     }
     try {
-        buffer = PageBuffer(nbBytes);
+        auto const pBuffer = std::make_shared<PageBuffer const>(nbBytes);
+        pPixels = std::shared_ptr<std::byte>(pBuffer, pBuffer->getData());
     } catch (std::bad_alloc const&) {
-        LogMessageFormater formater(getVELMOImageLogMessageManager());
-        return failure((formater[eImageMessage::eIM_AllocationFailed] % nbBytes).string());
+        return failMessage(g_velmoImageRaise, eImageMessage::eIM_AllocationFailed, nbBytes);
     }
     return success();
 }

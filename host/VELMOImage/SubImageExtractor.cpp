@@ -7,7 +7,7 @@
 #include "VELMOImage/JoinedImage.h"
 #include "VELMOImage/JoinedImageAccessor.h"
 #include "VELMOImage/VELMOImageLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
@@ -17,8 +17,7 @@ namespace velmo::image {
 namespace {
 
 BoolResult failAtPart(eImageMessage::domain id, std::size_t part) {
-    LogMessageFormater formater(getVELMOImageLogMessageManager());
-    return failure((formater[id] % part).string());
+    return failMessage(g_velmoImageRaise, id, part);
 }
 
 BoolResult join(std::vector<ImagePtr> const& parts, eJoinAxis axis, ImagePtr& out) {

@@ -9,14 +9,14 @@
 
 namespace velmo::image {
 
-/// Joins images along Z or T, in the order of the vector. No pixel is copied: the result reads from its
-/// parts, which it co-owns. A failure (nothing to join, parts that do not fit, a part whose planes differ in
-/// their pixel types, an empty pointer) leaves the output as it was and names the part.
+/// Joins images along Z or T, in the order of the vector, without a copy: the result reads from its parts,
+/// which it co-owns. Fails for an empty vector, for parts that do not fit, for a part with different pixel
+/// types, and for a null pointer. The message names the part; the output is unchanged.
 class VELMO_HOST_EXPORT SubImageExtractor {
   public:
     template <class Image>
     /// @{
-    /// Along Z, of images of one time step; along T. Images of any kinds.
+    /// Joins images of any kind: along Z, where each must have a single time step; along T.
     static BoolResult concatenateVolumes(std::vector<boost::shared_ptr<Image>> const& parts,
                                          boost::shared_ptr<Image>& out);
     template <class Image>
@@ -25,7 +25,7 @@ class VELMO_HOST_EXPORT SubImageExtractor {
     /// @}
 
     /// @{
-    /// Of disk images, into a disk image over all their files.
+    /// Joins disk images to a disk image over all their files.
     static BoolResult concatenateDiskVolumes(std::vector<ImagePtr> const& parts, DiskImagePtr& out);
     static BoolResult concatenateDiskSequences(std::vector<ImagePtr> const& parts, DiskImagePtr& out);
     /// @}

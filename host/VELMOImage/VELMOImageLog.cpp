@@ -67,11 +67,31 @@ void registerJoinMessages(LogMessageManager& manager) {
     manager.addMessage(Message::eIM_JoinedResize, "Joined images have the sizes of their parts");
 }
 
+void registerPixelMessages(LogMessageManager& manager) {
+    using Message = eImageMessage;
+    manager.addMessage(Message::eIM_PixelTypeMismatch,
+                       "Plane z=%d c=%d t=%d of %s has pixels of type %s, which need %s, not %s");
+    manager.addMessage(Message::eIM_RowOutOfRange,
+                       "Plane z=%d c=%d t=%d of %s has %d rows, and row y=%d is asked for");
+    manager.addMessage(Message::eIM_PixelCountMismatch,
+                       "Plane z=%d c=%d t=%d of %s has %d pixels, and %d are given");
+    manager.addMessage(Message::eIM_PlaneNotInMemory,
+                       "Plane z=%d c=%d t=%d of %s is not in memory: it can be read, not viewed");
+    manager.addMessage(Message::eIM_ReadPlaneFailed, "Failed to read plane z=%d c=%d t=%d of %s\n%s");
+    manager.addMessage(Message::eIM_WritePlaneFailed, "Failed to write plane z=%d c=%d t=%d of %s\n%s");
+    manager.addMessage(Message::eIM_ImageMissing, "The pointer to the image is empty");
+    manager.addMessage(Message::eIM_PlaneOutOfRange,
+                       "There is no plane z=%d c=%d t=%d in %s of sizes z=%d c=%d t=%d");
+    manager.addMessage(Message::eIM_PixelOutOfView,
+                       "Pixel x=%d y=%d lies outside of a plane of %d x %d pixels");
+}
+
 bool registerMessages() {
     LogMessageManager& manager = getVELMOImageLogMessageManager();
     registerAccessorMessages(manager);
     registerImageMessages(manager);
     registerJoinMessages(manager);
+    registerPixelMessages(manager);
     return true;
 }
 

@@ -8,18 +8,18 @@
 
 namespace velmo::image {
 
-/// Failures of accessors.
+/// Errors of accessors.
 struct eImageAccessorMessage {
-    /// With the arguments of each text.
+    /// Message ids, each with the arguments of its text.
     enum domain {
         eIAM_NotInitialised = 1,   ///< no argument
         eIAM_InvalidFileFormat = 6 ///< no argument
     };
 };
 
-/// Failures of images and geometries.
+/// Errors of images and geometries.
 struct eImageMessage {
-    /// With the arguments of each text.
+    /// Message ids, each with the arguments of its text.
     enum domain {
         eIM_GeometryTooLarge = 0,   ///< sizes X, Y, Z, C, T
         eIM_BufferTypesCount = 1,   ///< number of types, size Z, size T
@@ -45,24 +45,34 @@ struct eImageMessage {
         eIM_JoinedResize = 20,          ///< no argument
         eIM_PartNotUniform = 21,        ///< part, its description, plane, its pixel type
         eIM_PartTimeSteps = 22,         ///< part, its description, its number of time steps
-        eIM_BinaryPacked = 23           ///< class of the accessor
+        eIM_BinaryPacked = 23,          ///< class of the accessor
+        eIM_PixelTypeMismatch = 24,     ///< z, c, t, image, pixel type, its C++ type, C++ type that was given
+        eIM_RowOutOfRange = 25,         ///< z, c, t, image, size Y, y
+        eIM_PixelCountMismatch = 26,    ///< z, c, t, image, its number of pixels, the number given
+        eIM_PlaneNotInMemory = 27,      ///< z, c, t, image
+        eIM_ReadPlaneFailed = 28,       ///< z, c, t, image, text of the failure
+        eIM_WritePlaneFailed = 29,      ///< z, c, t, image, text of the failure
+        eIM_ImageMissing = 30,          ///< no argument
+        eIM_PixelOutOfView = 31,        ///< x, y, sizes X, Y
+        eIM_PlaneOutOfRange = 32        ///< z, c, t, image, sizes Z, C, T
     };
 };
 
-/// The image library refuses something. Logged when it was thrown.
+/// Thrown for errors of images, geometries and accessors. Already logged.
 class VELMO_HOST_EXPORT VELMOImageException : public BaseException {
   public:
-    /// `function`, `file` and `line` are those of the raise.
+    /// `function`, `file` and `line` are the place of the raise.
     VELMOImageException(std::string const& message, char const* function, char const* file, unsigned int line)
         : BaseException(message, function, file, line) {}
 };
 
 /// @{
-/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
+/// Message manager and logger of this library. Created at first use; they exist until the process ends.
+/// Thread-safe.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOImageLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOImageLogger();
 /// @}
-/// Failures of this library, for raiseGuarded.
+/// The exceptions of this library, for `raiseMessage` and `raiseGuarded`.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoImageRaise;
 
 } // namespace velmo::image

@@ -3,14 +3,14 @@
 
 #include "VELMOImageProcessing/CopyImgLvl1.h"
 
+#include "VELMOBase/CheckedArithmetic.h"
+#include "VELMOBase/ParallelRun.h"
 #include "VELMOImage/DiskImage.h"
 #include "VELMOImage/DistributedImage.h"
 #include "VELMOImage/ImageAccessor.h"
 #include "VELMOImage/ImageGeometry.h"
 #include "VELMOImageProcessing/detail/PixelRules.h"
 #include "VELMOSerialization/BinaryArchive.h"
-#include "VELMOUtil/CheckedArithmetic.h"
-#include "VELMOUtil/ParallelRun.h"
 
 #include <algorithm>
 #include <sstream>

@@ -11,20 +11,20 @@ namespace velmo::imaproc::util {
 /// Copies all pixels of one image into another of the same sizes and pixel types, whatever kinds of image the
 /// two are.
 ///
-/// The work is cut into runs of rows of one plane, and a row larger than 4 MiB into parts. A target or source
-/// in memory is read into or written from where it lies. A run stops at the first failure and returns its
-/// text; the target keeps what was copied until then. Under the default policy the workers of a distributed
-/// target read a disk image's file themselves; where they cannot rebuild its accessor, the copy passes
-/// through this process as any other.
+/// The work is split into runs of rows of one plane, and rows larger than 4 MiB into parts. Images in memory
+/// are read and written in place. A run stops at the first error and returns its text; pixels that were
+/// copied until then stay in the target. Under the default policy the workers of a distributed target read
+/// the file of a disk image themselves; if they cannot restore its accessor, the pixels are copied through
+/// this process.
 class VELMO_HOST_EXPORT CopyImgLvl1 : public processor::BaseProcessor {
   public:
-    /// Throws VELMOBaseProcessingException before `init`, for an empty pointer, and for an image that does
-    /// not fit the one that was set before it.
+    /// Sets an attribute. Throws VELMOBaseProcessingException before `init`, for a null pointer, and for an
+    /// image that does not fit the one that was set before.
     template <class Attribute>
     void set(typename Attribute::Value const& value);
 
-    /// The image that was set, once its pixels are copied. Throws VELMOBaseProcessingException, with the text
-    /// of the failure, where no run since has come to its end.
+    /// The target image after a run. Throws VELMOBaseProcessingException with the text of the error if no run
+    /// succeeded.
     template <class Attribute>
     typename Attribute::Value getStorage() const;
 

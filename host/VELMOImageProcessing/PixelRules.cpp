@@ -6,7 +6,7 @@
 #include "VELMOAttributes/ImageAttributes.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 #include "VELMOImage/ImageGeometry.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 namespace velmo::imaproc::util {
 
@@ -14,11 +14,10 @@ void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::Bas
     if (velmo::image::haveSamePixels(inImage.getGeometry(), outImage.getGeometry())) {
         return;
     }
-    raiseGuarded(VELMO_HERE, processor::g_velmoBaseProcessingRaise, [&](LogMessageFormater& formater) {
-        formater[processor::eProcessorMessage::ePM_ImageMismatch] % attr::OutImg::s_name %
-            image::describeGeometry(outImage.getGeometry()) % attr::InImg::s_name %
-            image::describeGeometry(inImage.getGeometry());
-    });
+    raiseMessage(VELMO_HERE, processor::g_velmoBaseProcessingRaise,
+                 processor::eProcessorMessage::ePM_ImageMismatch, attr::OutImg::s_name,
+                 image::describeGeometry(outImage.getGeometry()), attr::InImg::s_name,
+                 image::describeGeometry(inImage.getGeometry()));
 }
 
 } // namespace velmo::imaproc::util

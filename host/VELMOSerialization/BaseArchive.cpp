@@ -6,7 +6,7 @@
 #include "VELMOSerialization/BaseSerializationObject.h"
 #include "VELMOSerialization/DynamicObjectFactory.h"
 #include "VELMOSerialization/VELMOSerializationLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 namespace velmo {
 
@@ -15,8 +15,7 @@ namespace {
 constexpr unsigned int g_deepestSection = 64;
 
 BoolResult failToWrite() {
-    LogMessageFormater formater(getVELMOSerializationLogMessageManager());
-    return failure(formater[eVELMOSerializationMessage::eVSM_NotSerializable].string());
+    return failMessage(g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_NotSerializable);
 }
 
 } // namespace
@@ -38,9 +37,8 @@ void BaseArchive::registerClassVersion(std::string const& className, unsigned in
 
 void BaseArchive::openSection(std::string const& sectionName) {
     if (_depth == g_deepestSection) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_NestedTooDeep] % sectionName % g_deepestSection;
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_NestedTooDeep,
+                     sectionName, g_deepestSection);
     }
     openSectionDerived(sectionName);
     ++_depth;
@@ -62,10 +60,8 @@ void BaseOArchive::writeObject(std::string const& name,
     auto const* const pSerializable = dynamic_cast<BaseSerializationObject const*>(pObject.get());
     BoolResult const result = pSerializable == nullptr ? failToWrite() : pSerializable->write(*this);
     if (!result) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_WriteObjectError] % pObject->getClassName() %
-                result.getMessage();
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_WriteObjectError,
+                     pObject->getClassName(), result);
     }
 }
 
@@ -79,24 +75,21 @@ DynamicObjectPtr BaseIArchive::readObject(std::string const& name) {
     DynamicObjectPtr pObject = DynamicObjectFactory::getInstance().createShared(className);
     auto* const pSerializable = dynamic_cast<BaseSerializationObject*>(pObject.get());
     if (pSerializable == nullptr) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_UnknownClass] % className;
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_UnknownClass,
+                     className);
     }
     // cppcheck-suppress nullPointerRedundantCheck ; a raise does not return
     BoolResult const result = pSerializable->read(*this);
     if (!result) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_ReadObjectError] % className % result.getMessage();
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_ReadObjectError,
+                     className, result);
     }
     return pObject;
 }
 
 void raiseUnexpectedClass(std::string const& className, std::string const& name) {
-    raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-        formater[eVELMOSerializationMessage::eVSM_UnexpectedClass] % className % name;
-    });
+    raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_UnexpectedClass,
+                 className, name);
 }
 
 } // namespace velmo

@@ -12,27 +12,28 @@
 
 namespace velmo {
 
-/// What both directions share: the class versions met so far, and how deep the sections are nested.
+/// Base class of archives: class versions and nested sections.
 class VELMO_HOST_EXPORT BaseArchive {
   public:
     virtual ~BaseArchive();
     BaseArchive(BaseArchive const&) = delete;
     BaseArchive& operator=(BaseArchive const&) = delete;
 
-    /// Whether the archive is text, in which an enumeration is its enumerator's name and not a number.
+    /// Whether the archive is text, where enumerations are stored as names and not as numbers.
     virtual bool isTextual() const { return false; }
 
-    /// A class's version stands once in each archive; these remember which were written or read.
+    /// The version of a class is stored once in each archive: these operations keep which versions were
+    /// written or read.
     bool isClassVersionRegistred(std::string const& className) const;
-    /// 0 for a class that is not registered.
+    /// 0 if the class is not registered.
     unsigned int getRegisterClassVersion(std::string const& className) const;
-    /// A second version of a class replaces the first.
+    /// Replaces a version that was registered before.
     void registerClassVersion(std::string const& className, unsigned int version);
 
-    /// Opened and closed by ArchiveSectionManager. Throws VELMOSerializationException past 64 levels, which
-    /// no object of the framework needs and a damaged archive could ask for.
+    /// For ArchiveSectionManager. Throws VELMOSerializationException above 64 levels, as a damaged archive
+    /// could nest without limit.
     void openSection(std::string const& sectionName);
-    /// The one that was opened last.
+    /// Closes the section that was opened last.
     void closeSection();
 
   protected:
@@ -46,10 +47,10 @@ class VELMO_HOST_EXPORT BaseArchive {
     unsigned int _depth = 0;
 };
 
-/// A named section for as long as it lives.
+/// Opens a named section of an archive and closes it at destruction.
 class ArchiveSectionManager {
   public:
-    /// Opens the section; its destructor closes it.
+    /// Opens the section.
     ArchiveSectionManager(BaseArchive& archive, std::string const& sectionName) : _archive(archive) {
         _archive.openSection(sectionName);
     }
@@ -61,14 +62,14 @@ class ArchiveSectionManager {
     BaseArchive& _archive;
 };
 
-/// A field's name and the value to write; refers to the value and does not own it.
+/// Name of a field and the value to write. Does not own the value.
 template <class T>
 class SerializationOItem {
   public:
     /// `pValue` must outlive the item.
     SerializationOItem(std::string name, T const* pValue) : _name(std::move(name)), _pValue(pValue) {}
     /// @{
-    /// What the item was made of.
+    /// Name and value.
     std::string const& getName() const { return _name; }
     T const& getValue() const { return *_pValue; }
     /// @}
@@ -78,14 +79,14 @@ class SerializationOItem {
     T const* _pValue;
 };
 
-/// A field's name and where to read it to.
+/// Name of a field and the variable to read into. Does not own the variable.
 template <class T>
 class SerializationIItem {
   public:
     /// `pValue` must outlive the item.
     SerializationIItem(std::string name, T* pValue) : _name(std::move(name)), _pValue(pValue) {}
     /// @{
-    /// What the item was made of.
+    /// Name and value.
     std::string const& getName() const { return _name; }
     T& getValue() const { return *_pValue; }
     /// @}
@@ -107,11 +108,11 @@ SerializationIItem<T> iItem(std::string name, T& value) {
     return SerializationIItem<T>(std::move(name), &value);
 }
 
-/// An archive that is written. A failing stream is thrown as VELMOSerializationException.
+/// An archive to write to. Throws VELMOSerializationException if the stream fails.
 class VELMO_HOST_EXPORT BaseOArchive : public BaseArchive {
   public:
     /// @{
-    /// Writes one value. An archive of bytes keeps no name; one of text does.
+    /// Writes one value. Binary archives do not store the name, text archives do.
     virtual void writeItem(std::string const& name, int value) = 0;
     virtual void writeItem(std::string const& name, unsigned int value) = 0;
     virtual void writeItem(std::string const& name, unsigned long value) = 0;
@@ -119,19 +120,19 @@ class VELMO_HOST_EXPORT BaseOArchive : public BaseArchive {
     virtual void writeItem(std::string const& name, std::string const& value) = 0;
     /// @}
 
-    /// The object with its class name; a null pointer is kept as such. Throws VELMOSerializationException for
-    /// an object that is no BaseSerializationObject or whose `write` fails.
+    /// Writes an object with its class name, or a null pointer. Throws VELMOSerializationException if the
+    /// object is not a BaseSerializationObject or its `write` fails.
     virtual void writeObject(std::string const& name,
                              boost::shared_ptr<BaseDynamicObject const> const& pObject);
 };
 
-/// An archive that is read. Every failure is thrown as VELMOSerializationException: a stream that ends too
-/// early, a length greater than what is left, an item that is no value of its type.
+/// An archive to read from. Every error is thrown as VELMOSerializationException: a stream that ends early, a
+/// length that exceeds the rest of the stream, an item that is not of the expected type.
 class VELMO_HOST_EXPORT BaseIArchive : public BaseArchive {
   public:
     /// @{
-    /// Reads the next value, which must have been written as that type; an archive of text compares the
-    /// name. A failure leaves `value` as it was.
+    /// Reads the next value, which must have been written as the same type. Text archives compare the name.
+    /// After a failure `value` is unchanged.
     virtual void readItem(std::string const& name, int& value) = 0;
     virtual void readItem(std::string const& name, unsigned int& value) = 0;
     virtual void readItem(std::string const& name, unsigned long& value) = 0;
@@ -139,16 +140,16 @@ class VELMO_HOST_EXPORT BaseIArchive : public BaseArchive {
     virtual void readItem(std::string const& name, std::string& value) = 0;
     /// @}
 
-    /// A new object of the stored class, read from the archive; null where a null pointer was written. Throws
-    /// for a class that the factory does not know, and for an object that refuses what it reads.
+    /// Creates an object of the stored class and reads it; null if a null pointer was written. Throws if the
+    /// factory does not know the class or if the `read` of the object fails.
     virtual DynamicObjectPtr readObject(std::string const& name);
 };
 
-/// Raises VELMOSerializationException: the archive holds an object of another class.
+/// Throws VELMOSerializationException: the archive holds an object of another class.
 [[noreturn]] VELMO_HOST_EXPORT void raiseUnexpectedClass(std::string const& className,
                                                          std::string const& name);
 
-/// An object of the archive that must be a `T`; may be null.
+/// Reads an object that must be a `T` or null; otherwise throws VELMOSerializationException.
 template <class T>
 boost::shared_ptr<T> readObjectOf(BaseIArchive& archive, std::string const& name) {
     DynamicObjectPtr const pObject = archive.readObject(name);

@@ -11,35 +11,35 @@
 namespace velmo {
 
 class BaseDynamicObject;
-/// A shared object of any class; `boost::dynamic_pointer_cast` tells which.
+/// Shared object of any class, for `boost::dynamic_pointer_cast`.
 using DynamicObjectPtr = boost::shared_ptr<BaseDynamicObject>;
 
-/// Root of what the object factory makes and the archives rebuild by class name.
+/// Base class of objects that the object factory creates, and archives restore, by class name.
 class VELMO_HOST_EXPORT BaseDynamicObject {
   public:
     virtual ~BaseDynamicObject();
 
-    /// The name under which the factory makes the class and archives store it.
+    /// Name of the class in the factory and in archives.
     virtual std::string const& getClassName() const = 0;
     /// A new default object of the same class, owned by the caller.
     virtual BaseDynamicObject* createNew() const = 0;
-    /// The same, shared.
+    /// Same, as a shared pointer.
     virtual DynamicObjectPtr createShared() const = 0;
-    /// Whether the copying operations below work; where they don't, they throw.
+    /// Whether the copy operations below are supported; otherwise they throw.
     virtual bool hasCopySupport() const = 0;
-    /// Owned by the caller.
+    /// A copy. The caller owns it.
     virtual BaseDynamicObject* duplicate() const = 0;
-    /// A copy, shared.
+    /// A copy, as a shared pointer.
     virtual DynamicObjectPtr duplicateShared() const = 0;
-    /// What a copy constructor of a subclass takes over; nothing here.
+    /// Called by copy constructors of derived classes. Does nothing by default.
     virtual void initCtorCopy(BaseDynamicObject const& other);
-    /// Assignment from an object of the same class.
+    /// Assigns an object of the same class.
     virtual void copy(BaseDynamicObject const& other) = 0;
 
   protected:
     BaseDynamicObject() = default;
     /// @{
-    /// For the copying operations of subclasses.
+    /// For the copy operations of derived classes.
     BaseDynamicObject(BaseDynamicObject const&) = default;
     BaseDynamicObject& operator=(BaseDynamicObject const&) = default;
     /// @}

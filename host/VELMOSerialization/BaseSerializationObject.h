@@ -11,13 +11,13 @@ namespace velmo {
 class BaseIArchive;
 class BaseOArchive;
 
-/// A dynamic object that an archive can hold.
+/// A dynamic object that archives can store.
 class VELMO_HOST_EXPORT BaseSerializationObject : public BaseDynamicObject {
   public:
-    /// Stores the object's fields, not its class name, which `writeObject` stores.
+    /// Writes the fields of the object. Its class name is written by `BaseOArchive::writeObject`.
     virtual BoolResult write(BaseOArchive& archive) const = 0;
-    /// Replaces what the object holds. What the archive itself refuses (an end too early, a damaged item) is
-    /// thrown as VELMOSerializationException.
+    /// Replaces the fields of the object. Errors of the archive itself (early end, damaged item) are thrown
+    /// as VELMOSerializationException.
     virtual BoolResult read(BaseIArchive& archive) = 0;
 };
 

@@ -4,7 +4,7 @@
 #include "VELMOSerialization/BinaryArchive.h"
 
 #include "VELMOSerialization/VELMOSerializationLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <array>
 #include <cstdint>
@@ -38,8 +38,7 @@ Unsigned fromLittleEndian(std::array<char, sizeof(Unsigned)> const& bytes) {
 }
 
 [[noreturn]] void raiseStreamFailed(std::string const& name) {
-    raiseGuarded(VELMO_HERE, g_velmoSerializationRaise,
-                 [&](LogMessageFormater& formater) { formater[Message::eVSM_StreamFailed] % name; });
+    raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_StreamFailed, name);
 }
 
 } // namespace
@@ -89,8 +88,7 @@ BinaryIArchive::BinaryIArchive(std::istream& stream) : _stream(stream) {
     auto const end = _stream.tellg();
     _stream.seekg(start);
     if (!_stream || start < 0 || end < start) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise,
-                     [](LogMessageFormater& formater) { formater[Message::eVSM_StreamNotSeekable]; });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_StreamNotSeekable);
     }
     _nbBytesLeft = static_cast<vlUInt64>(end - start);
 }
@@ -133,9 +131,8 @@ void BinaryIArchive::readItem(std::string const& name, std::string& value) {
 
 void BinaryIArchive::requireLeft(std::string const& name, vlUInt64 nbBytes) const {
     if (nbBytes > _nbBytesLeft) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[Message::eVSM_ArchiveTooShort] % name % nbBytes % _nbBytesLeft;
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_ArchiveTooShort, name, nbBytes,
+                     _nbBytesLeft);
     }
 }
 

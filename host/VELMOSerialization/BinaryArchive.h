@@ -9,9 +9,9 @@
 
 namespace velmo {
 
-/// Archive of bytes without names: numbers in little-endian order at fixed widths (int, unsigned int and
-/// float 4 bytes, unsigned long 8), a string as its length in 8 bytes and its bytes. Sections leave no trace.
-/// Refers to the stream.
+/// Binary archive without names. Numbers are little-endian with fixed sizes (int, unsigned int and float 4
+/// bytes, unsigned long 8 bytes); a string is its length in 8 bytes and its bytes. Sections are not stored.
+/// Does not own the stream.
 class VELMO_HOST_EXPORT BinaryOArchive : public BaseOArchive {
   public:
     /// The stream must outlive the archive.
@@ -32,12 +32,11 @@ class VELMO_HOST_EXPORT BinaryOArchive : public BaseOArchive {
     std::ostream& _stream;
 };
 
-/// Reads what BinaryOArchive wrote, from the position where the stream stands; afterwards the stream stands
-/// behind what was read. The stream must be able to seek: a length is held against what is left before
-/// anything is allocated.
+/// Reads what BinaryOArchive wrote, from the current position of the stream. The stream must be seekable:
+/// lengths are compared with the rest of the stream before memory is allocated.
 class VELMO_HOST_EXPORT BinaryIArchive : public BaseIArchive {
   public:
-    /// Asks the stream how much is left. The stream must outlive the archive.
+    /// Determines the number of bytes left. The stream must outlive the archive.
     explicit BinaryIArchive(std::istream& stream);
 
     using BaseIArchive::readItem;

@@ -5,7 +5,7 @@
 
 #include "VELMOSerialization/BaseArchive.h"
 #include "VELMOSerialization/VELMOSerializationLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 namespace velmo {
 
@@ -27,10 +27,8 @@ unsigned int readClassVersion(BaseIArchive& archive, std::string const& classNam
     unsigned int version = 0;
     archive >> iItem("version", version);
     if (version > currentVersion) {
-        raiseGuarded(site, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_NewerClassVersion] % version % className %
-                currentVersion;
-        });
+        raiseMessage(site, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_NewerClassVersion,
+                     version, className, currentVersion);
     }
     archive.registerClassVersion(className, version);
     return version;

@@ -12,13 +12,13 @@ namespace velmo {
 class BaseIArchive;
 class BaseOArchive;
 
-/// Stores the version of a class once in each archive, as the item "version" in a section of the class's
-/// name.
+/// Writes the version of a class once in each archive: as item "version" in a section with the name of the
+/// class.
 VELMO_HOST_EXPORT void writeClassVersion(BaseOArchive& archive, std::string const& className,
                                          unsigned int version);
 
-/// The version of a class in an archive, read where writeClassVersion stored it. A version above
-/// `currentVersion` is raised at `site` as VELMOSerializationException.
+/// Reads the version of a class that writeClassVersion wrote. If it is above `currentVersion`, raises
+/// VELMOSerializationException at `site`.
 VELMO_HOST_EXPORT unsigned int readClassVersion(BaseIArchive& archive, std::string const& className,
                                                 unsigned int currentVersion, RaiseSite const& site);
 

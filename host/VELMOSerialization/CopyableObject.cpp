@@ -3,15 +3,14 @@
 
 #include "VELMOSerialization/CopyableObject.h"
 
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 #include "VELMOUtil/VELMOUtilLog.h"
 
 namespace velmo {
 
 void raiseCopyFromOtherClass(std::string const& className, std::string const& otherClassName) {
-    raiseGuarded(VELMO_HERE, g_velmoUtilRaise, [&](LogMessageFormater& formater) {
-        formater[eVELMOUtilErrors::eVUE_CopyFromOtherClass] % className % otherClassName;
-    });
+    raiseMessage(VELMO_HERE, g_velmoUtilRaise, eVELMOUtilErrors::eVUE_CopyFromOtherClass, className,
+                 otherClassName);
 }
 
 } // namespace velmo

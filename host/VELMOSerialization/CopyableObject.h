@@ -10,33 +10,33 @@
 
 namespace velmo {
 
-/// Raises VELMOUtilException: an object of another class cannot be copied.
+/// Throws VELMOUtilException: an object of another class cannot be copied.
 [[noreturn]] VELMO_HOST_EXPORT void raiseCopyFromOtherClass(std::string const& className,
                                                             std::string const& otherClassName);
 
-/// The identity and copying operations of a class `T` with a copy constructor and `T::getTypeName()`; `Base`
-/// is a serialization object.
+/// Implements the creation and copy operations of a class `T`, which has a copy constructor and
+/// `T::getTypeName()`. `Base` is a BaseSerializationObject.
 template <class T, class Base>
 class CopyableObject : public Base {
   public:
     /// A new default object; the caller owns it.
     static BaseDynamicObject* createNewObject() { return new T; }
-    /// The same, shared.
+    /// Same, as a shared pointer.
     static DynamicObjectPtr createSharedObject() { return boost::make_shared<T>(); }
 
     /// `T::getTypeName()`.
     std::string const& getClassName() const override { return T::getTypeName(); }
-    /// As `createNewObject`.
+    /// Same as `createNewObject`.
     BaseDynamicObject* createNew() const override { return createNewObject(); }
-    /// As `createSharedObject`.
+    /// Same as `createSharedObject`.
     DynamicObjectPtr createShared() const override { return createSharedObject(); }
     /// True.
     bool hasCopySupport() const override { return true; }
     /// A copy by the copy constructor; the caller owns it.
     BaseDynamicObject* duplicate() const override { return new T(self()); }
-    /// The same, shared.
+    /// Same, as a shared pointer.
     DynamicObjectPtr duplicateShared() const override { return boost::make_shared<T>(self()); }
-    /// Throws VELMOUtilException, and changes nothing, for an object of another class.
+    /// Throws VELMOUtilException for an object of another class; nothing is changed then.
     void copy(BaseDynamicObject const& other) override {
         auto const* const pOther = dynamic_cast<T const*>(&other);
         if (pOther == nullptr) {

@@ -10,31 +10,31 @@
 
 namespace velmo {
 
-/// Makes objects by class name, so that an archive can rebuild them in another process. Safe from any thread.
+/// Creates objects by class name, so that archives can restore them in another process. Thread-safe.
 class VELMO_HOST_EXPORT DynamicObjectFactory {
   public:
     /// @{
-    /// Makes a default object of one class; called from any thread.
+    /// Creates a default object of one class. Must be thread-safe.
     using NewFcn = BaseDynamicObject* (*)();
     using SharedFcn = DynamicObjectPtr (*)();
     /// @}
 
-    /// The one of the process, made at the first call.
+    /// The factory of the process, created at the first call.
     static DynamicObjectFactory& getInstance();
 
     DynamicObjectFactory(DynamicObjectFactory const&) = delete;
     DynamicObjectFactory& operator=(DynamicObjectFactory const&) = delete;
 
-    /// A second registration of a name replaces the first.
+    /// Replaces an earlier registration of the name.
     void registerClass(std::string const& typeName, NewFcn newFcn, SharedFcn sharedFcn);
-    /// A name that nobody registered is no failure.
+    /// Ignores a name that is not registered.
     void unRegisterClass(std::string const& typeName);
-    /// Whether a library that knows the class is loaded.
+    /// Whether the class is registered.
     bool isClassRegistred(std::string const& typeName) const;
 
-    /// A new default object, owned by the caller; null for a name that nobody registered.
+    /// A new default object, owned by the caller; null if the name is not registered.
     BaseDynamicObject* createNew(std::string const& typeName) const;
-    /// The same, shared.
+    /// Same, as a shared pointer.
     DynamicObjectPtr createShared(std::string const& typeName) const;
 
   private:

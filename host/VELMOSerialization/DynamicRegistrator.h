@@ -7,8 +7,8 @@
 
 namespace velmo {
 
-/// Registers a class with the factory for as long as it lives. `T` gives `getTypeName()`, `createNewObject()`
-/// and `createSharedObject()`.
+/// Registers a class with the factory while this object exists. `T` has static `getTypeName()`,
+/// `createNewObject()` and `createSharedObject()`.
 template <class T>
 class DynamicRegistrator {
   public:
@@ -20,7 +20,7 @@ class DynamicRegistrator {
     DynamicRegistrator& operator=(DynamicRegistrator const&) = delete;
 
     /// @{
-    /// What the factory calls.
+    /// Called by the factory.
     static BaseDynamicObject* newCreatorFcn() { return T::createNewObject(); }
     static DynamicObjectPtr sharedCreatorFcn() { return T::createSharedObject(); }
     /// @}

@@ -8,9 +8,9 @@
 
 namespace velmo {
 
-/// Failures of archives.
+/// Errors of archives.
 struct eVELMOSerializationMessage {
-    /// With the arguments of each text.
+    /// Message ids, each with the arguments of its text.
     enum domain {
         eVSM_ArchiveTooShort = 1,       ///< item name, bytes wanted, bytes left
         eVSM_StreamNotSeekable = 2,     ///< no argument
@@ -33,21 +33,22 @@ struct eVELMOSerializationMessage {
     };
 };
 
-/// An archive is damaged, too short or of another version. Logged when it was thrown.
+/// Thrown when an archive is damaged, too short or of another version. Already logged.
 class VELMO_HOST_EXPORT VELMOSerializationException : public BaseException {
   public:
-    /// `function`, `file` and `line` are those of the raise.
+    /// `function`, `file` and `line` are the place of the raise.
     VELMOSerializationException(std::string const& message, char const* function, char const* file,
                                 unsigned int line)
         : BaseException(message, function, file, line) {}
 };
 
 /// @{
-/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
+/// Message manager and logger of this library. Created at first use; they exist until the process ends.
+/// Thread-safe.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOSerializationLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOSerializationLogger();
 /// @}
-/// Failures of this library, for raiseGuarded.
+/// The exceptions of this library, for `raiseMessage` and `raiseGuarded`.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoSerializationRaise;
 
 } // namespace velmo

@@ -4,7 +4,7 @@
 #include "VELMOSerialization/XmlArchive.h"
 
 #include "VELMOSerialization/VELMOSerializationLog.h"
-#include "VELMOUtil/LogMessageFormater.h"
+#include "VELMOUtil/Failures.h"
 
 #include <array>
 #include <charconv>
@@ -47,8 +47,7 @@ struct XmlOArchive::Impl {
 
     void addItem(std::string const& name, std::string const& value) {
         if (value.find('\0') != std::string::npos) {
-            raiseGuarded(VELMO_HERE, g_velmoSerializationRaise,
-                         [&](LogMessageFormater& formater) { formater[Message::eVSM_XmlZeroByte] % name; });
+            raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_XmlZeroByte, name);
         }
         pugi::xml_node item = current.append_child(g_item);
         item.append_attribute("name") = name.c_str();
@@ -70,8 +69,7 @@ void XmlOArchive::finish() {
     _pImpl->bFinished = true;
     _pImpl->document.save(_pImpl->stream);
     if (!_pImpl->stream.flush()) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise,
-                     [](LogMessageFormater& formater) { formater[Message::eVSM_StreamFailed] % g_root; });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_StreamFailed, g_root);
     }
 }
 
@@ -115,9 +113,7 @@ struct XmlIArchive::Impl {
             std::strcmp(taken.name(), kind) == 0 &&
             (kind == g_section || (name == taken.attribute("name").value() && taken.attribute("value")));
         if (!bFits) {
-            raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-                formater[Message::eVSM_XmlItemMissing] % name;
-            });
+            raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_XmlItemMissing, name);
         }
         next = taken.next_sibling();
         return taken;
@@ -128,9 +124,7 @@ struct XmlIArchive::Impl {
         std::string const text = take(g_item, name).attribute("value").value();
         Number read{};
         if (!fromText(text, read)) {
-            raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-                formater[Message::eVSM_XmlItemInvalid] % name % text;
-            });
+            raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_XmlItemInvalid, name, text);
         }
         value = read;
     }
@@ -140,9 +134,8 @@ XmlIArchive::XmlIArchive(std::istream& stream) : _pImpl(new Impl) {
     pugi::xml_parse_result const result = _pImpl->document.load(stream);
     _pImpl->current = _pImpl->document.child(g_root);
     if (!result || !_pImpl->current) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[Message::eVSM_XmlError] % (result ? "no element archive" : result.description());
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_XmlError,
+                     (result ? "no element archive" : result.description()));
     }
     _pImpl->next = _pImpl->current.first_child();
 }

@@ -10,10 +10,10 @@
 
 namespace velmo {
 
-/// Archive of text: `<archive>` with an element `<item name="..." value="..."/>` for each value and
-/// `<section name="...">` for each section, in the order of writing. Numbers read back as the same bits,
-/// except for the payload of a NaN; a text must not hold a zero byte.
-/// The document reaches the stream with `finish()` or, failures unseen, at destruction. Refers to the stream.
+/// XML archive: `<archive>` with an element `<item name="..." value="..."/>` for each value and `<section
+/// name="...">` for each section, in the order of writing. Numbers are bit-exact, except for the payload of a
+/// NaN. A string must not contain a zero byte. `finish` writes the document to the stream; otherwise the
+/// destructor does, and ignores errors. Does not own the stream.
 class VELMO_HOST_EXPORT XmlOArchive : public BaseOArchive {
   public:
     /// The stream must outlive the archive.
@@ -21,7 +21,8 @@ class VELMO_HOST_EXPORT XmlOArchive : public BaseOArchive {
     ~XmlOArchive() override;
     bool isTextual() const override { return true; }
 
-    /// Throws VELMOSerializationException if the stream fails. Nothing may be written afterwards.
+    /// Writes the document. Throws VELMOSerializationException if the stream fails. The archive must not be
+    /// used afterwards.
     void finish();
 
     using BaseOArchive::writeItem;
@@ -39,12 +40,11 @@ class VELMO_HOST_EXPORT XmlOArchive : public BaseOArchive {
     std::unique_ptr<Impl> _pImpl;
 };
 
-/// Reads what XmlOArchive wrote. Items and sections are met in their order; the name of an item must fit,
-/// that of a section need not. The constructor reads the stream to its end and throws
-/// VELMOSerializationException for what is no XML.
+/// Reads what XmlOArchive wrote, in the same order. The names of items are compared, those of sections are
+/// not. The constructor reads the stream to its end and throws VELMOSerializationException if it is not XML.
 class VELMO_HOST_EXPORT XmlIArchive : public BaseIArchive {
   public:
-    /// Reads the whole stream, which is not needed afterwards.
+    /// Reads the whole stream. It is not used afterwards.
     explicit XmlIArchive(std::istream& stream);
     ~XmlIArchive() override;
     bool isTextual() const override { return true; }

@@ -3,13 +3,13 @@
 
 #include "VELMOSerialization/XmlFile.h"
 
+#include "VELMOBase/FileKind.h"
+#include "VELMOBase/SequentialFile.h"
 #include "VELMOSerialization/BaseSerializationObject.h"
 #include "VELMOSerialization/VELMOSerializationLog.h"
 #include "VELMOSerialization/XmlArchive.h"
-#include "VELMOUtil/FileKind.h"
+#include "VELMOUtil/Failures.h"
 #include "VELMOUtil/LastError.h"
-#include "VELMOUtil/LogMessageFormater.h"
-#include "VELMOUtil/SequentialFile.h"
 
 #include <array>
 #include <fstream>
@@ -24,8 +24,7 @@ using Message = eVELMOSerializationMessage;
 
 [[noreturn]] void raiseFileError(RaiseSite const& site, boost::filesystem::path const& path,
                                  std::string const& reason) {
-    raiseGuarded(site, g_velmoSerializationRaise,
-                 [&](LogMessageFormater& formater) { formater[Message::eVSM_FileError] % path % reason; });
+    raiseMessage(site, g_velmoSerializationRaise, Message::eVSM_FileError, path, reason);
 }
 
 void requireNoError(RaiseSite const& site, boost::filesystem::path const& path,
@@ -57,15 +56,12 @@ void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObjec
     std::string className;
     archive.readItem("className", className);
     if (className != object.getClassName()) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[Message::eVSM_UnexpectedClass] % className % "object";
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_UnexpectedClass, className,
+                     "object");
     }
     BoolResult const result = object.read(archive);
     if (!result) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[Message::eVSM_ReadObjectError] % className % result.getMessage();
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, Message::eVSM_ReadObjectError, className, result);
     }
 }
 
@@ -74,7 +70,7 @@ BoolResult tryReadFromXmlFile(boost::filesystem::path const& path, BaseSerializa
     try {
         readFromXmlFile(path, object);
     } catch (BaseException const& exception) {
-        return failure(exception.what());
+        return failure(exception);
     }
     return success();
 }

@@ -12,17 +12,18 @@ namespace velmo {
 
 class BaseSerializationObject;
 
-/// Fills an object from an XML archive in a file of any kind, a pipe among them (see SequentialFile). Throws
-/// VELMOSerializationException if the file cannot be read, is no archive, holds an object of another class,
-/// or the object refuses what it reads; the object may then be half filled.
+/// Reads an object from an XML file of any kind: a regular file, a pipe or a device. A pipe without a writer
+/// fails after two seconds, a file that is not regular after 16 MiB. Throws VELMOSerializationException if
+/// the file cannot be read, is not an archive or holds an object of another class, or if the `read` of the
+/// object fails; the object may then be partly changed.
 VELMO_HOST_EXPORT void readFromXmlFile(boost::filesystem::path const& path, BaseSerializationObject& object);
 
-/// The same with the failure as a result, which is not logged: for who reports it.
+/// Same, but returns errors as a result and does not log them.
 VELMO_HOST_EXPORT BoolResult tryReadFromXmlFile(boost::filesystem::path const& path,
                                                 BaseSerializationObject& object);
 
-/// Writes an object with its class name; an existing file is replaced. Throws VELMOSerializationException. An
-/// object that cannot be written leaves an existing file as it was.
+/// Writes an object with its class name. Replaces an existing file. Throws VELMOSerializationException; if
+/// the `write` of the object fails, an existing file is unchanged.
 VELMO_HOST_EXPORT void writeToXmlFile(boost::filesystem::path const& path,
                                       BaseSerializationObject const& object);
 

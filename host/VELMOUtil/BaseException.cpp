@@ -11,16 +11,17 @@ struct BaseException::Data {
     std::string file;
     unsigned int line = 0;
     std::shared_ptr<BaseException const> cause;
+    MessageIds messageIds;
 };
 
 BaseException::BaseException(std::string const& message, char const* function, char const* file,
                              unsigned int line)
-    : _data(std::make_shared<Data const>(Data{message, function, file, line, nullptr})) {}
+    : _data(std::make_shared<Data const>(Data{message, function, file, line, nullptr, {}})) {}
 
 BaseException::BaseException(std::string const& message, char const* function, char const* file,
                              unsigned int line, BaseException const& cause)
     : _data(std::make_shared<Data const>(
-          Data{message, function, file, line, std::make_shared<BaseException const>(cause)})) {}
+          Data{message, function, file, line, std::make_shared<BaseException const>(cause), {}})) {}
 
 BaseException::BaseException(std::string const& message, char const* function, char const* file,
                              unsigned int line, std::exception const& cause)
@@ -44,6 +45,21 @@ unsigned int BaseException::getLine() const noexcept {
 
 BaseException const* BaseException::getCause() const noexcept {
     return _data->cause.get();
+}
+
+MessageIds const& BaseException::getMessageIds() const noexcept {
+    return _data->messageIds;
+}
+
+void BaseException::setMessageIds(MessageIds const& messageIds) {
+    auto data = std::make_shared<Data>(*_data);
+    data->messageIds = messageIds;
+    _data = std::move(data);
+}
+
+BoolResult failure(std::exception const& caught) {
+    auto const* const pOurs = dynamic_cast<BaseException const*>(&caught);
+    return failure(caught.what(), pOurs == nullptr ? MessageIds() : pOurs->getMessageIds());
 }
 
 } // namespace velmo

@@ -3,28 +3,35 @@
 
 #pragma once
 
+#include "VELMOUtil/MessageIds.h"
+
 #include <string>
 #include <utility>
 
 namespace velmo {
 
-/// A value and a message: the message is empty on success and the finished text on failure.
+/// A value, and the message of an error: empty on success, else the finished text. Must not be ignored;
+/// code that does so on purpose casts it to void.
 template <class T>
-class ProcessingResult {
+class [[nodiscard]] ProcessingResult {
   public:
-    /// A failure brings its text; success has none.
-    ProcessingResult(T value, std::string message = {}) : _value(value), _message(std::move(message)) {}
+    /// `messageIds` names the messages that make up the text.
+    ProcessingResult(T value, std::string message = {}, MessageIds messageIds = {})
+        : _value(value), _message(std::move(message)), _messageIds(std::move(messageIds)) {}
 
-    /// @{
-    /// The value, its text, and whether the value counts as true.
+    /// The value.
     T getValue() const { return _value; }
+    /// The finished text of the error; empty on success.
     std::string const& getMessage() const { return _message; }
+    /// Domain and id of each message in the text; empty on success.
+    MessageIds const& getMessageIds() const { return _messageIds; }
+    /// Whether the value counts as true.
     explicit operator bool() const { return static_cast<bool>(_value); }
-    /// @}
 
   private:
     T _value;
     std::string _message;
+    MessageIds _messageIds;
 };
 
 /// The result of every operation that can fail without throwing.
@@ -35,9 +42,9 @@ inline BoolResult success() {
     return BoolResult(true);
 }
 
-/// False, with the finished text.
-inline BoolResult failure(std::string message) {
-    return BoolResult(false, std::move(message));
+/// False, with the finished text and the messages that make it up.
+inline BoolResult failure(std::string message, MessageIds messageIds = {}) {
+    return BoolResult(false, std::move(message), std::move(messageIds));
 }
 
 } // namespace velmo

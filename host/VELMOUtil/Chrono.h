@@ -7,10 +7,10 @@
 
 namespace velmo {
 
-/// A stopwatch.
+/// Measures elapsed time.
 class Chrono {
   public:
-    /// From now; a second call starts again.
+    /// Starts the measurement; a second call restarts it.
     void start() { _start = std::chrono::steady_clock::now(); }
     /// Seconds since `start`.
     double getElapsed() const {

@@ -3,5 +3,5 @@
 
 #pragma once
 
-/// What applications and other libraries may use of the host; all else is hidden.
+/// Marks what the library exports; all other symbols are hidden.
 #define VELMO_HOST_EXPORT __attribute__((visibility("default")))

@@ -77,7 +77,7 @@ void raiseGuarded(RaiseSite const& site, RaiseKind const& kind, FeedRef feed) {
         guard(site,
               [&] { logRecord(site, kind, log4cplus::ERROR_LOG_LEVEL, [&] { return formater.string(); }); });
     }
-    kind.throwAs(formater.string(), site);
+    kind.throwAs(formater.string(), site, formater.getMessageIds());
     std::abort(); // a kind that returns breaks its contract
 }
 

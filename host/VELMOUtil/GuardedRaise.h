@@ -16,44 +16,47 @@ namespace velmo {
 
 class LogMessageFormater;
 class LogMessageManager;
+class MessageIds;
 
-/// Where a failure is raised. The texts live as long as the library that holds them.
+/// The place where an error is raised. The texts must outlive it; those of VELMO_HERE are static.
 struct RaiseSite {
     /// @{
-    /// As the compiler spells them.
+    /// Signature, path and line as the compiler writes them.
     char const* function;
     char const* file;
     unsigned int line;
     /// @}
 };
 
-/// The place where it stands, for raiseGuarded.
+/// A RaiseSite of the current line.
 #define VELMO_HERE                                                                                           \
     ::velmo::RaiseSite {                                                                                     \
         __PRETTY_FUNCTION__, __FILE__, static_cast<unsigned int>(__LINE__)                                   \
     }
 
-/// Message manager, logger and exception class that belong together.
+/// Message manager, logger and exception class of one library.
 struct RaiseKind {
     /// @{
-    /// Called for each raise; `throwAs` must not return.
+    /// Called at each raise. `throwAs` must not return.
     LogMessageManager& (*getManager)();
     log4cplus::Logger& (*getLogger)();
-    void (*throwAs)(std::string const& message, RaiseSite const& site);
+    void (*throwAs)(std::string const& message, RaiseSite const& site, MessageIds const& messageIds);
     /// @}
 };
 
-/// `RaiseKind::throwAs` of one exception class.
+/// `RaiseKind::throwAs` for one exception class.
 template <class Exception>
-[[noreturn]] void throwAs(std::string const& message, RaiseSite const& site) {
-    throw Exception(message, site.function, site.file, site.line);
+[[noreturn]] void throwAs(std::string const& message, RaiseSite const& site, MessageIds const& messageIds) {
+    Exception exception(message, site.function, site.file, site.line);
+    exception.setMessageIds(messageIds);
+    throw exception;
 }
 
-/// Selects a message and feeds its arguments: any function object on a `LogMessageFormater&`, referred to
-/// and not owned.
+/// Reference to a function object that takes a `LogMessageFormater&`, selects a message and feeds its
+/// arguments. Does not own the function object.
 class FeedRef {
   public:
-    /// `feed` must outlive the reference.
+    /// `feed` must outlive this object.
     template <class Feed, class = std::enable_if_t<!std::is_same_v<std::decay_t<Feed>, FeedRef>>>
     FeedRef(Feed const& feed)
         : _pFeed(&feed), _call([](void const* pFeed, LogMessageFormater& formater) {
@@ -67,27 +70,28 @@ class FeedRef {
     void (*_call)(void const*, LogMessageFormater&);
 };
 
-/// Formats a message, writes it at ERROR to the logger of `kind` if that is enabled, and throws it as the
-/// exception of `kind` with the place `site`. UnloggedRaises keep it out of the log.
+/// Formats a message, logs it at ERROR to the logger of `kind` if that level is enabled, and throws it as the
+/// exception of `kind` with the place `site`. It is not logged while the thread has an UnloggedRaises.
 ///
-/// What fails on the way (a message that is not registered, arguments that do not fit, a log that throws) is
-/// written to the base logger and thrown as a plain BaseException, "Exception thrown while processing
-/// message", with the true cause chained. Any thread may raise at any time.
+/// If formatting or logging fails (unregistered message, wrong number of arguments, appender that throws), a
+/// plain BaseException "Exception thrown while processing message" is logged to the base logger and thrown,
+/// with the failure as its cause. Thread-safe.
 [[noreturn]] VELMO_HOST_EXPORT void raiseGuarded(RaiseSite const& site, RaiseKind const& kind, FeedRef feed);
 
-/// While one lives, what its thread raises is thrown but not logged: for who catches every raise and reports
-/// it in another way, so that one failure makes one record. They may be nested.
+/// Exceptions that its thread raises are thrown but not logged while an object of this class exists. For code
+/// that catches every exception and reports it in another way, so that one error is logged once. Objects may
+/// be nested.
 class VELMO_HOST_EXPORT UnloggedRaises {
   public:
-    /// For the calling thread alone, on which it must be destroyed too.
+    /// Applies to the calling thread, which must also destroy the object.
     UnloggedRaises();
     ~UnloggedRaises();
     UnloggedRaises(UnloggedRaises const&) = delete;
     UnloggedRaises& operator=(UnloggedRaises const&) = delete;
 };
 
-/// Formats a message and writes it to the logger of `kind`, if that is enabled for `level` (of log4cplus);
-/// else nothing is formatted. What fails on the way is thrown as of a raise. Any thread may log at any time.
+/// Formats a message and logs it to the logger of `kind` if `level` (of log4cplus) is enabled; otherwise
+/// nothing is formatted. If formatting or logging fails, it throws as `raiseGuarded` does. Thread-safe.
 VELMO_HOST_EXPORT void logGuarded(RaiseSite const& site, RaiseKind const& kind, int level, FeedRef feed);
 
 } // namespace velmo

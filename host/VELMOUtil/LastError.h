@@ -9,7 +9,7 @@
 
 namespace velmo {
 
-/// The system's text for the last error of this thread (`errno`), such as "No space left on device".
+/// The text of the last system error of this thread (`errno`), such as "No space left on device".
 VELMO_HOST_EXPORT std::string getLastError();
 
 } // namespace velmo

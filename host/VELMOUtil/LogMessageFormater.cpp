@@ -44,6 +44,7 @@ struct LogMessageFormater::Impl {
     LogMessageManager const& manager;
     std::optional<boost::format> format; ///< of the message that still has placeholders to feed
     std::ostringstream text;
+    MessageIds messageIds;
 };
 
 LogMessageFormater::LogMessageFormater(LogMessageManager const& manager) : _pImpl(new Impl(manager)) {}
@@ -53,7 +54,14 @@ LogMessageFormater::~LogMessageFormater() = default;
 LogMessageFormater& LogMessageFormater::setMsgId(std::string const& domainKey, int id) {
     // Numbers in messages look alike whatever the program's locale is. An assignment would lose the locale.
     _pImpl->format.emplace(_pImpl->manager.getMessage(domainKey, id), std::locale::classic());
+    _pImpl->messageIds.add(MessageIds::nameDomain(domainKey), id);
     dumpWhenAllFed();
+    return *this;
+}
+
+LogMessageFormater& LogMessageFormater::feedNested(BoolResult const& inner) {
+    *this % inner.getMessage();
+    _pImpl->messageIds.add(inner.getMessageIds());
     return *this;
 }
 
@@ -82,6 +90,10 @@ std::string LogMessageFormater::string() const {
     return _pImpl->text.str() + pending.str();
 }
 
+MessageIds const& LogMessageFormater::getMessageIds() const {
+    return _pImpl->messageIds;
+}
+
 void LogMessageFormater::requireAllFed() const {
     if (_pImpl->format) {
         throw boost::io::too_few_args(static_cast<std::size_t>(_pImpl->format->fed_args()),
@@ -91,6 +103,10 @@ void LogMessageFormater::requireAllFed() const {
 
 std::ostream& LogMessageFormater::getStream() {
     return _pImpl->text;
+}
+
+BoolResult failure(LogMessageFormater const& formater) {
+    return failure(formater.string(), formater.getMessageIds());
 }
 
 } // namespace velmo

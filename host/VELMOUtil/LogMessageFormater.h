@@ -3,18 +3,21 @@
 
 #pragma once
 
+#include "VELMOUtil/BaseException.h"
+#include "VELMOUtil/BoolResult.h"
 #include "VELMOUtil/Export.h"
 
 #include <memory>
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 
 namespace velmo {
 
 class LogMessageManager;
 
-/// Turns a message id and its arguments into text. For one thread at a time.
+/// Formats a message from its id and arguments. Not thread-safe.
 class VELMO_HOST_EXPORT LogMessageFormater {
   public:
     /// The manager must outlive the formater.
@@ -23,37 +26,46 @@ class VELMO_HOST_EXPORT LogMessageFormater {
     LogMessageFormater(LogMessageFormater const&) = delete;
     LogMessageFormater& operator=(LogMessageFormater const&) = delete;
 
-    /// Selects a message; a second one is appended behind the finished text of the first. Throws a
-    /// BaseException if the manager has no such message.
+    /// Selects a message. A second message is appended to the text of the first one. Throws BaseException if
+    /// the manager has no such message.
     LogMessageFormater& setMsgId(std::string const& domainKey, int id);
 
-    /// The same under the key of the enumeration.
+    /// Same as `setMsgId`, with the domain key of the enumeration.
     template <class Domain>
     LogMessageFormater& operator[](Domain id) {
         return setMsgId(typeid(Domain).name(), static_cast<int>(id));
     }
 
-    /// Feeds the next placeholder with anything that can be streamed. Throws `boost::io::too_many_args` when
+    /// Feeds the next placeholder with anything that can be streamed, or with the text of a BoolResult or of
+    /// an exception, whose messages become inner ones of this text. Throws `boost::io::too_many_args` when
     /// every placeholder is fed already.
     template <class T>
     LogMessageFormater& operator%(T const& value) {
-        return feed(
-            {&value, [](std::ostream& os, void const* pValue) { os << *static_cast<T const*>(pValue); }});
+        if constexpr (std::is_same_v<T, BoolResult>) {
+            return feedNested(value);
+        } else if constexpr (std::is_base_of_v<std::exception, T>) {
+            return feedNested(failure(value));
+        } else {
+            return feed(
+                {&value, [](std::ostream& os, void const* pValue) { os << *static_cast<T const*>(pValue); }});
+        }
     }
 
-    /// The text so far; placeholders that were not fed are empty in it.
+    /// The text so far; placeholders without a value are empty.
     std::string string() const;
+    /// The messages selected so far, and those of the texts that they were fed with.
+    MessageIds const& getMessageIds() const;
 
-    /// Throws `boost::io::too_few_args` if a placeholder of the selected message was not fed.
+    /// Throws `boost::io::too_few_args` if a placeholder of the selected message has no value.
     void requireAllFed() const;
 
-    /// The stream behind the text, for text that is no message of a catalogue.
+    /// The stream of the text, for text that is not in a catalogue.
     std::ostream& getStream();
 
-    /// A value on its way into a format that knows no types; the caller owns it.
+    /// A value with its type erased. The caller owns the value.
     struct Streamable {
         /// @{
-        /// The value, and how it is streamed.
+        /// The value, and a function that writes it to a stream.
         void const* pValue;
         void (*put)(std::ostream&, void const*);
         /// @}
@@ -61,10 +73,14 @@ class VELMO_HOST_EXPORT LogMessageFormater {
 
   private:
     LogMessageFormater& feed(Streamable const& value);
+    LogMessageFormater& feedNested(BoolResult const& inner);
     void dumpWhenAllFed();
 
     struct Impl;
     std::unique_ptr<Impl> _pImpl;
 };
+
+/// The failed result with the text of the formater and the ids of its messages.
+VELMO_HOST_EXPORT BoolResult failure(LogMessageFormater const& formater);
 
 } // namespace velmo

@@ -13,26 +13,25 @@
 
 namespace velmo {
 
-/// The message texts of one library, by domain key and id. Filled at load; every operation may be called from
-/// any thread.
+/// The message texts of one library, by domain key and id. Filled when the library is loaded. Thread-safe.
 class VELMO_HOST_EXPORT LogMessageManager {
   public:
-    /// The manager of that name, made at the first call and kept to the end of the process.
+    /// The manager of that name, created at the first call. It exists until the process ends.
     static LogMessageManager& getInstance(std::string const& name);
 
     LogMessageManager(LogMessageManager const&) = delete;
     LogMessageManager& operator=(LogMessageManager const&) = delete;
 
-    /// Registers a text; an earlier one of the same key and id is replaced.
+    /// Registers a text. It replaces one of the same key and id.
     void addMessage(std::string const& domainKey, int id, std::string const& text);
 
-    /// The same, under the key of the enumeration: its platform type-name string.
+    /// Same, with the domain key of the enumeration: the name of its `std::type_info`.
     template <class Domain>
     void addMessage(Domain id, std::string const& text) {
         addMessage(typeid(Domain).name(), static_cast<int>(id), text);
     }
 
-    /// The text as registered. Throws a BaseException if there is none.
+    /// The registered text. Throws BaseException if there is none.
     std::string getMessage(std::string const& domainKey, int id) const;
 
   private:

@@ -20,9 +20,6 @@ bool registerMessages() {
     LogMessageManager& manager = getVELMOUtilLogMessageManager();
     manager.addMessage(Message::eVUE_CopyNotSupported, "Objects of class %s cannot be copied");
     manager.addMessage(Message::eVUE_CopyFromOtherClass, "An object of class %s cannot be a copy of a %s");
-    manager.addMessage(Message::eVUE_PipeWithoutWriter,
-                       "No process has opened the pipe for writing within %d seconds");
-    manager.addMessage(Message::eVUE_StreamTooLong, "The stream does not end within %d bytes");
     return true;
 }
 

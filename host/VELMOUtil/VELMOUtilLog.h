@@ -8,31 +8,30 @@
 
 namespace velmo {
 
-/// Failures of objects and of files.
+/// Errors of objects.
 struct eVELMOUtilErrors {
-    /// With the arguments of each text.
+    /// Message ids, each with the arguments of its text.
     enum domain {
-        eVUE_CopyNotSupported = 3,   ///< class name
-        eVUE_CopyFromOtherClass = 4, ///< class name of the target, class name of the source
-        eVUE_PipeWithoutWriter = 5,  ///< seconds
-        eVUE_StreamTooLong = 6       ///< bytes
+        eVUE_CopyNotSupported = 3,  ///< class name
+        eVUE_CopyFromOtherClass = 4 ///< class name of the target, class name of the source
     };
 };
 
-/// An object cannot be copied. Logged when it was thrown.
+/// Thrown when an object cannot be copied. Already logged.
 class VELMO_HOST_EXPORT VELMOUtilException : public BaseException {
   public:
-    /// `function`, `file` and `line` are those of the raise.
+    /// `function`, `file` and `line` are the place of the raise.
     VELMOUtilException(std::string const& message, char const* function, char const* file, unsigned int line)
         : BaseException(message, function, file, line) {}
 };
 
 /// @{
-/// Texts and logger of this library; built at first use, and there to the end of the process. Any thread.
+/// Message manager and logger of this library. Created at first use; they exist until the process ends.
+/// Thread-safe.
 VELMO_HOST_EXPORT LogMessageManager& getVELMOUtilLogMessageManager();
 VELMO_HOST_EXPORT log4cplus::Logger& getVELMOUtilLogger();
 /// @}
-/// Failures of this library, for raiseGuarded.
+/// The exceptions of this library, for `raiseMessage` and `raiseGuarded`.
 VELMO_HOST_EXPORT extern RaiseKind const g_velmoUtilRaise;
 
 } // namespace velmo

@@ -5,12 +5,12 @@
 
 #include "Frame/LogAccess.h"
 
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/MemoryImage.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageProcessing/CopyImgLvl1.h>
 #include <VELMOUtil/LogMessageFormater.h>
-#include <VELMOUtil/ReplacedFile.h>
 #include <boost/make_shared.hpp>
 
 namespace velmo::image::file {
@@ -38,9 +38,10 @@ FamilyFailure FamilyFailure::writingTo(ReplacedFile const& file) const {
 void FamilyFailure::require(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
         raiseGuarded({_site.function, file, line}, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-            std::string const& text = result.getMessage();
             formater.setMsgId(_messages.domainKey, _id) % _path %
-                (_pReplaced == nullptr ? text : _pReplaced->nameTarget(text));
+                (_pReplaced == nullptr
+                     ? result
+                     : velmo::failure(_pReplaced->nameTarget(result.getMessage()), result.getMessageIds()));
         });
     }
 }
@@ -48,8 +49,7 @@ void FamilyFailure::require(BoolResult const& result, char const* file, unsigned
 void FamilyFailure::requireDistributed(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
         raiseGuarded({_site.function, file, line}, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-            formater.setMsgId(_messages.domainKey, _messages.createDistributedImageError) %
-                result.getMessage();
+            formater.setMsgId(_messages.domainKey, _messages.createDistributedImageError) % result;
         });
     }
 }
@@ -70,12 +70,12 @@ ImagePtr createMemoryTarget(BaseImageGeometry const& geometry, FamilyFailure con
 void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& target,
                    FamilyFailure const& failure) {
     imaproc::util::CopyImgLvl1 copy;
-    copy.init(processor::ePRP_Strict);
+    static_cast<void>(copy.init(processor::ePRP_Strict)); // cannot fail
     copy.set<imaproc::attr::InImg>(pSource);
     if (pSource->isStoredIn(target)) {
         LogMessageFormater formater(getVELMOImageLogMessageManager());
         formater[eImageMessage::eIM_PixelsInTarget] % target.string();
-        failure.require(BoolResult(false, formater.string()));
+        failure.require(velmo::failure(formater));
     }
 }
 
@@ -88,7 +88,7 @@ boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& p
         policy.initLocal(1);
     }
     auto pCopy = boost::make_shared<imaproc::util::CopyImgLvl1>();
-    pCopy->init(processor::ePRP_Strict);
+    static_cast<void>(pCopy->init(processor::ePRP_Strict)); // cannot fail
     pCopy->set<imaproc::attr::InImg>(pSource);
     pCopy->set<imaproc::attr::OutImg>(pTarget);
     pCopy->restrictDispatchPolicy(policy);
@@ -98,8 +98,7 @@ boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& p
 void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
                FamilyFailure const& failure) {
     auto const pCopy = prepareCopy(pSource, pTarget, dispatch);
-    processor::ActionResult const result = pCopy->run(processor::eST_Synchronous);
-    failure.require(BoolResult(result.getStatus() == 0, result.getMessage()));
+    failure.require(pCopy->run(processor::eST_Synchronous).toBoolResult());
 }
 
 DistributedImagePtr distributeImage(DiskImagePtr const& pSource, eDispatch dispatch,

@@ -51,9 +51,9 @@ log4cplus::Logger& getVELMOImageFileLogger() {
 RaiseKind const g_velmoImageFileRaise = {getVELMOImageFileLogMessageManager, getVELMOImageFileLogger,
                                          throwAs<VELMOImageFileException>};
 
-void logWithoutThrow(RaiseSite const& site, FeedRef feed) noexcept {
+void logWithoutThrow(RaiseSite const& site, FeedRef message) noexcept {
     try {
-        logGuarded(site, g_velmoImageFileRaise, log4cplus::ERROR_LOG_LEVEL, feed);
+        logGuarded(site, g_velmoImageFileRaise, log4cplus::ERROR_LOG_LEVEL, message);
     } catch (...) { // NOLINT(bugprone-empty-catch)
     }
 }

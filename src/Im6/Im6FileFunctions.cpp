@@ -29,7 +29,7 @@ DiskImagePtr openDiskImage(boost::filesystem::path const& path, FamilyFailure co
 void requireTarget(ImagePtr const& pTarget) {
     if (!pTarget) {
         imaproc::util::CopyImgLvl1 copy;
-        copy.init(processor::ePRP_Strict);
+        static_cast<void>(copy.init(processor::ePRP_Strict)); // cannot fail
         copy.set<imaproc::attr::OutImg>(pTarget);
     }
 }

@@ -9,10 +9,10 @@
 #include "Planes/PlaneFile.h"
 #include "Planes/StreamRuns.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/Im6ImageFileMessage.h>
 #include <VELMOSerialization/BaseArchive.h>
 #include <VELMOSerialization/ClassVersion.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 
 namespace velmo::image::file {
 

@@ -3,9 +3,9 @@
 
 #include "Im6/Im6Records.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImage/VELMOImageLog.h>
-#include <VELMOUtil/CheckedArithmetic.h>
-#include <VELMOUtil/LogMessageFormater.h>
+#include <VELMOUtil/Failures.h>
 #include <algorithm>
 #include <boost/make_shared.hpp>
 #include <istream>
@@ -84,9 +84,7 @@ bool findWord(std::istream& stream, vlUInt64 nbBytes) {
 
 ImageGeometryPtr headerToGeometry(HeaderData const& header) {
     if (header.magic != g_magic) {
-        raiseGuarded(VELMO_HERE, g_velmoImageRaise, [](LogMessageFormater& formater) {
-            formater[eImageAccessorMessage::eIAM_InvalidFileFormat];
-        });
+        raiseMessage(VELMO_HERE, g_velmoImageRaise, eImageAccessorMessage::eIAM_InvalidFileFormat);
     }
     VolumeGeometry volume;
     if (header.sizeZ == 1) {

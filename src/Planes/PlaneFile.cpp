@@ -41,7 +41,7 @@ BoolResult toResult(eStreamOutcome outcome, PlaneFileMessages const& messages, i
     if (!bSeek) {
         formater % run.nbPixels;
     }
-    return failure(formater.string());
+    return failure(formater);
 }
 
 } // namespace
@@ -54,7 +54,7 @@ BoolResult PlaneFile::findStream(BaseDiskImageAccessor const& accessor, FStreamP
     ErrnoGuard const keptErrno;
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
     formater.setMsgId(_messages.domainKey, _messages.openFileFailed) % accessor.getFilePath().string();
-    return failure(formater.string());
+    return failure(formater);
 }
 
 BoolResult PlaneFile::read(BaseDiskImageAccessor const& accessor, PlaneRun const& run, void* buffer,

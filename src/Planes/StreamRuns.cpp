@@ -3,7 +3,7 @@
 
 #include "Planes/StreamRuns.h"
 
-#include <VELMOUtil/CheckedArithmetic.h>
+#include <VELMOBase/CheckedArithmetic.h>
 
 namespace velmo::image::file {
 

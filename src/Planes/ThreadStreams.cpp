@@ -3,7 +3,7 @@
 
 #include "Planes/ThreadStreams.h"
 
-#include <VELMOUtil/FileKind.h>
+#include <VELMOBase/FileKind.h>
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <cerrno>

@@ -2,11 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <VELMOImageFile/RawImageFileUtils.h>
-#include <VELMOUtil/ReplacedFile.h>
 
 #include "Frame/FailureText.h"
 #include "Frame/FormatFamily.h"
+#include "Frame/GeometryCopy.h"
 
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
@@ -14,10 +15,13 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
 #include <cerrno>
+#include <map>
 
 namespace velmo::image::file {
 
 namespace {
+
+using Message = eRawImageFileMessage;
 
 constexpr FamilyMessages g_messages = {
     "N5velmo5image4file20eRawImageFileMessage6domainE", eRawImageFileMessage::eRIFM_LoadFileError,
@@ -66,15 +70,30 @@ class SavedRawFile : public RawImageFile {
         }
         std::string const reason = errno == 0 ? std::string() : '\n' + getLastError();
         std::string const text = _file.nameTarget(result.getMessage());
-        return failure(boost::algorithm::ends_with(text, reason) ? text : text + reason);
+        return boost::algorithm::ends_with(text, reason)
+                   ? failure(text, result.getMessageIds())
+                   : failure(text + reason, nameWithReason(result.getMessageIds()));
+    }
+
+    /// The message whose text ends with the reason, in place of the one without.
+    static MessageIds nameWithReason(MessageIds const& withoutReason) {
+        static std::map<int, int> const withReason = {
+            {Message::eRIFM_CreateFileFailed, Message::eRIFM_CreateFileError},
+            {Message::eRIFM_ReserveFailed, Message::eRIFM_ReserveError},
+            {Message::eRIFM_WriteFileFailed, Message::eRIFM_WriteFileError}};
+        auto const& [domain, id] = withoutReason.getInnermost();
+        auto const found = withReason.find(id);
+        MessageIds ids;
+        ids.add(domain, found == withReason.end() ? id : found->second);
+        return ids;
     }
 
     ReplacedFile const& _file;
 };
 
 BoolResult createTarget(ReplacedFile& file, boost::filesystem::path const& path) {
-    BoolResult const created = file.create();
-    return created ? created
+    SystemResult const created = file.create();
+    return created ? success()
                    : fail(eRawImageFileMessage::eRIFM_CreateFileError, path.string(), created.getMessage());
 }
 
@@ -111,7 +130,7 @@ DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& p
                                                 DistributedImage const& model,
                                                 eImageBufferType const& bufferType, vlUInt64 dataStartOffset,
                                                 bool defaultDispatch) {
-    ImageGeometryPtr const pGeometry = duplicateGeometry(model.getGeometry());
+    ImageGeometryPtr const pGeometry = copyGeometry(model.getGeometry());
     pGeometry->setBufferType(bufferType);
     return loadDistributed(path, *pGeometry, dataStartOffset, defaultDispatch,
                            FamilyFailure::ofLoad(g_messages, VELMO_HERE, path));
@@ -130,7 +149,7 @@ void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& 
     failure.require(pAccessor->create(image->getGeometry(), options.fileHeader));
     copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);
     failure.require(pAccessor->close());
-    failure.require(file.commit());
+    failure.require(toBoolResult(file.commit()));
 }
 
 template VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path,

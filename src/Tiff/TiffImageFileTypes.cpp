@@ -4,7 +4,7 @@
 #include <VELMOImageFile/TiffImageFileTypes.h>
 
 #include <VELMOSerialization/VELMOSerializationLog.h>
-#include <VELMOUtil/LogMessageFormater.h>
+#include <VELMOUtil/Failures.h>
 
 namespace velmo {
 
@@ -51,9 +51,8 @@ Enum readText(BaseIArchive& archive, std::string const& name) {
             return static_cast<Enum>(value);
         }
     }
-    raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-        formater[eVELMOSerializationMessage::eVSM_UnknownEnumText] % text;
-    });
+    raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_UnknownEnumText,
+                 text);
 }
 
 template <class Enum>
@@ -61,9 +60,8 @@ Enum readNumber(BaseIArchive& archive, std::string const& name) {
     int value = 0;
     archive >> iItem(name, value);
     if (value < 0 || value >= g_nbNames<Enum>) {
-        raiseGuarded(VELMO_HERE, g_velmoSerializationRaise, [&](LogMessageFormater& formater) {
-            formater[eVELMOSerializationMessage::eVSM_UnknownEnumValue] % value;
-        });
+        raiseMessage(VELMO_HERE, g_velmoSerializationRaise, eVELMOSerializationMessage::eVSM_UnknownEnumValue,
+                     value);
     }
     return static_cast<Enum>(value);
 }

@@ -28,28 +28,18 @@ ExpectedCatalogue const g_rawCatalogue = {
              "nbPixels=%lld\n%s"},
     }};
 
-ExpectedCatalogue const g_im6Catalogue = {
-    "N5velmo5image4file20eIm6ImageFileMessage6domainE",
-    {
-        {0, "Failed to create im6 image file %s"},
-        {1, "Failed to create im6 image file %s\n%s"},
-        {2, "Failed to create distributed image\n%s"},
-        {3, "Failed to write file header for file %s\n%s"},
-        {4, "Input geometry with total size %lld and starting offset %lld is greater than global file size "
-            "%lld for im6 image file %s"},
-        {5, "Invalid plan component indexes z=%d c=%d t=%d"},
-        {6, "Error while loading im6 image file %s\n%s"},
-        {7, "Failed to open im6 image file %s"},
-        {8, "Failed to read im6 image file %s for z=%d, c=%d, t=%d, pixelStartOffset=%lld and nbPixels=%lld"},
-        {9, "Failed to reserve %lld bytes for im6 image file %s"},
-        {10, "Failed to reserve %lld bytes for im6 image file %s\n%s"},
-        {11, "Error while saving im6 image file %s\n%s"},
-        {12, "Failed to seek position into im6 image file %s for z=%d, c=%d, t=%d and pixelStartOffset=%lld"},
-        {13,
-         "Failed to write im6 image file %s for z=%d, c=%d, t=%d, pixelStartOffset=%lld and nbPixels=%lld"},
-        {14, "Failed to write im6 image file %s for z=%d, c=%d, t=%d, pixelStartOffset=%lld and "
-             "nbPixels=%lld\n%s"},
-    }};
+// The texts of both formats differ by the format's name alone.
+ExpectedCatalogue const g_im6Catalogue = [] {
+    ExpectedCatalogue catalogue = {"N5velmo5image4file20eIm6ImageFileMessage6domainE",
+                                   g_rawCatalogue.messages};
+    for (ExpectedMessage& message : catalogue.messages) {
+        auto const name = message.text.find(" raw ");
+        if (name != std::string::npos) {
+            message.text.replace(name, 5, " im6 ");
+        }
+    }
+    return catalogue;
+}();
 
 ExpectedCatalogue const g_tiffCatalogue = {
     "N5velmo5image4file21eTiffImageFileMessage6domainE",

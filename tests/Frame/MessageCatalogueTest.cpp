@@ -56,11 +56,6 @@ std::string render(ExpectedCatalogue const& catalogue, ExpectedMessage const& me
     return formater.string();
 }
 
-std::string withoutWord(std::string text, std::string const& word) {
-    auto const found = text.find(word);
-    return found == std::string::npos ? text : text.replace(found, word.size(), "*");
-}
-
 /// Replaces a text for as long as it lives.
 class ReplacedText {
   public:
@@ -138,16 +133,6 @@ TEST(MessageCatalogue, TheModulesOwnDomainHoldsNoMessage) {
                  "N5velmo5image4file22eVELMOImageFileMessage6domainE");
 }
 
-TEST(MessageCatalogue, RawAndIm6TextsDifferByTheFormatsNameAlone) {
-    for (int id = 0; id < 15; ++id) {
-        std::string const raw = getText(g_rawCatalogue, id);
-        std::string const im6 = getText(g_im6Catalogue, id);
-        bool const bWithoutName = id == 2 || id == 3 || id == 5;
-        EXPECT_EQ(raw == im6, bWithoutName) << id;
-        EXPECT_EQ(withoutWord(raw, "raw"), withoutWord(im6, "im6")) << id;
-    }
-}
-
 TEST(MessageCatalogue, ATextWithALineFeedShowsTheLowerLevelsWordsOnTheSecondLine) {
     int nbTexts = 0;
     for (ExpectedCatalogue const* const pCatalogue : getAllCatalogues()) {
@@ -165,11 +150,6 @@ TEST(MessageCatalogue, ATextWithALineFeedShowsTheLowerLevelsWordsOnTheSecondLine
         }
     }
     EXPECT_EQ(nbTexts, 37);
-}
-
-TEST(MessageCatalogue, TheLibtiffTextThatCouldNotBeDecodedStandsInBrackets) {
-    EXPECT_EQ(render(g_tiffCatalogue, g_tiffCatalogue.messages[27], "words"),
-              "Error while decoding tiff error message\n[words]");
 }
 
 TEST(MessageCatalogue, ASecondRegistrationAddsNothing) {

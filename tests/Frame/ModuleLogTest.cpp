@@ -1,12 +1,13 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "Processes.h"
+
 #include <VELMOImageFile/VELMOImageFileLog.h>
 #include <VELMOUtil/LogMessageManager.h>
 #include <VELMOUtil/Logging.h>
 #include <gtest/gtest.h>
 #include <set>
-#include <thread>
 #include <vector>
 
 namespace velmo::test {
@@ -19,17 +20,11 @@ using namespace image::file;
 template <class Access>
 std::set<void const*> accessFromManyThreads(Access const& access) {
     std::vector<void const*> seen(16, nullptr);
-    std::vector<std::thread> threads;
-    for (void const*& pSeen : seen) {
-        threads.emplace_back([&pSeen, &access] {
-            for (int i = 0; i < 200; ++i) {
-                pSeen = &access();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(16, [&](unsigned int thread) {
+        for (int i = 0; i < 200; ++i) {
+            seen[thread] = &access();
+        }
+    });
     return {seen.begin(), seen.end()};
 }
 

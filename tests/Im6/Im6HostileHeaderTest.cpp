@@ -210,12 +210,6 @@ TEST_F(Im6HostileHeader, SizesWhoseBytesPass64BitsAreThrownByTheImageLibrary) {
     }
 }
 
-TEST_F(Im6HostileHeader, ATerabyteOfPixelsThatIsNotThereIsRefused) {
-    Im6Sample sample;
-    sample.sizeX = sample.sizeY = 1U << 20U;
-    expectTooShort(sample.toBytes(), 116 + (vlUInt64(1) << 40U));
-}
-
 // The text is sought where no position is: the stream has failed, as with a text that is cut.
 TEST_F(Im6HostileHeader, ATextBehindPlanesThatNoPositionCountsOpensAndFailsAtTheFirstRead) {
     for (std::uint32_t const blockSize : {1U, g_most}) { // with the largest blocks they pass 64 bits
@@ -261,14 +255,6 @@ TEST_F(Im6HostileHeader, ATextOfFourGigabytesThatIsThereTakesLittleMemoryAndIsRe
     ASSERT_THAT(file.openFile(_path, eIAM_ReadOnly), Succeeds());
     EXPECT_TRUE(file.getGeometricCalibrationConstPtr());
     EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 2}), countingBytes(4));
-}
-
-TEST_F(Im6HostileHeader, ALongTextWithoutWordAndZeroByteTakesLittleMemory) {
-    Im6Sample sample = makeIm6Sequence();
-    sample.text = std::string(vlUInt64(64) << 20U, 'x');
-    sample.write(_path);
-    sample = Im6Sample();
-    EXPECT_EQ(openInLittleMemory(), "");
 }
 
 TEST_F(Im6HostileHeader, TheSizesOfTheBlocksAreAddedIn64Bits) {

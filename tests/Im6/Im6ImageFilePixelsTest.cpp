@@ -3,34 +3,11 @@
 
 #include "Im6ImageFileFixture.h"
 
-#include <VELMOImage/VELMOImageLog.h>
-#include <VELMOImageFile/VELMOImageFileException.h>
-#include <VELMOImageFile/VELMOImageFileLog.h>
-
-#include <boost/filesystem/operations.hpp>
-
 namespace velmo::image::file {
 
 namespace {
 
 // Where planes lie
-
-TEST_F(Im6ImageFileTest, PlanesFollowTheHeaderInTheOrderOfTimeThenChannelThenZ) {
-    Im6Sample sample = makeIm6Sequence();
-    sample.sizeZ = 4;
-    sample.pixels = countingBytes(96);
-    Im6ImageFile file;
-    open(sample, file);
-    std::string const bytes = readFile(_path);
-    for (vlUInt64 t = 0; t < 2; ++t) {
-        for (vlUInt64 c = 0; c < 3; ++c) {
-            for (vlUInt64 z = 0; z < 4; ++z) {
-                vlUInt64 const offset = 116 + ((t * 3 + c) * 4 + z) * 4;
-                EXPECT_EQ(readPixels(file, {z, c, t, 0, 2}), bytes.substr(offset, 4)) << z << c << t;
-            }
-        }
-    }
-}
 
 struct LaidOut {
     std::uint32_t sizeZ;
@@ -74,98 +51,14 @@ TEST_F(Im6ImageFileTest, EachPixelTypeTakesItsBytes) {
     }
 }
 
-TEST_F(Im6ImageFileTest, EveryOtherNumberOfChannelsAsksForThreeColours) {
-    for (std::uint32_t const sizeC : {0U, 2U, 4U}) {
-        Im6Sample sample;
-        sample.sizeC = sizeC;
-        sample.pixels = countingBytes(35);
-        expectTooShort(sample.toBytes(), 116 + 36);
-        sample.pixels = countingBytes(36);
-        Im6ImageFile file;
-        open(sample, file);
-        EXPECT_EQ(readPixels(file, {0, 2, 0, 0, 12}), countingBytes(12, 25));
-    }
-}
-
 // Runs
 
-TEST_F(Im6ImageFileTest, ARunIsCountedInPixels) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    EXPECT_EQ(readPixels(file, {0, 1, 0, 1, 1}), countingBytes(2, 11));
-}
-
-TEST_F(Im6ImageFileTest, ARunPastThePlaneGoesOnInTheNext) {
+TEST_F(Im6ImageFileTest, ARunPastTheLastPlaneGoesOnInTheBlocks) {
     Im6Sample sample = makeIm6Sequence();
     sample.text = "blocks!!";
     Im6ImageFile file;
     open(sample, file);
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 1, 3}), countingBytes(6, 3));
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 24}), countingBytes(48));
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 4, 2}), countingBytes(4, 9));
     EXPECT_EQ(readPixels(file, {1, 2, 1, 2, 4}), "blocks!!");
-}
-
-TEST_F(Im6ImageFileTest, ARunOfNoPixelsSucceeds) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    EXPECT_THAT(file.readRawData(0, 0, 0, 0, 0, nullptr), Succeeds());
-}
-
-TEST_F(Im6ImageFileTest, ARunPastTheFileFailsAndTheThreadsStreamStaysFailed) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    PixelRun const run = {1, 2, 1, 0, 3};
-    CapturedLog const log(getVELMOImageFileLogger());
-    EXPECT_THAT(tryRead(file, run), FailsWith(readFailed(_path, run)));
-    EXPECT_THAT(tryRead(file, {0, 1, 1, 1, 1}), FailsWith(seekFailed(_path, {0, 1, 1, 1, 1})));
-    inOtherThread([&] { EXPECT_THAT(tryRead(file, {}), Succeeds()); });
-    file.clearDerived();
-    EXPECT_THAT(tryRead(file, {}), Succeeds());
-    EXPECT_TRUE(log.getRecords().empty());
-}
-
-TEST_F(Im6ImageFileTest, ARunThat64BitsCannotCountFailsAndLeavesTheBuffer) {
-    struct {
-        PixelRun run;
-        bool bSeekFails;
-    } const cases[] = {{{0, 0, 0, g_largest, 1}, true},
-                       {{0, 0, 0, g_largest / 2, 1}, true},
-                       {{0, 0, 0, g_largest / 4 + 1, 1}, true},
-                       {{1, 2, 1, 0, g_largest}, false},
-                       {{1, 2, 1, 0, g_largest / 4 + 1}, false}};
-    for (auto const& [run, bSeekFails] : cases) {
-        std::string buffer(8, '#');
-        Im6ImageFile file;
-        open(makeIm6Sequence(), file);
-        EXPECT_THAT(file.readRawData(run.z, run.c, run.t, run.start, run.count, buffer.data()),
-                    FailsWith(bSeekFails ? seekFailed(_path, run) : readFailed(_path, run)));
-        EXPECT_EQ(buffer, "########");
-    }
-}
-
-// Planes that do not exist
-
-TEST_F(Im6ImageFileTest, APlaneOutsideOfTheFileIsRaised) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    for (PixelRun const& run : {PixelRun{2, 0, 0}, PixelRun{0, 3, 0}, PixelRun{2, 3, 1},
-                                PixelRun{g_largest, 0, 0}, PixelRun{0, g_largest, 1}}) {
-        CapturedLog const log(getVELMOImageFileLogger());
-        EXPECT_EQ(thrownText<VELMOImageFileException>([&] { tryRead(file, run); }), invalidPlane(run));
-        ASSERT_EQ(log.getRecords().size(), 1U);
-        EXPECT_EQ(log.getRecords()[0].message, invalidPlane(run));
-    }
-    EXPECT_THAT(tryRead(file, {}), Succeeds());
-}
-
-TEST_F(Im6ImageFileTest, ATimePointOutsideOfTheFileIsThrownByTheImageLibrary) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    EXPECT_EQ(thrownText<VELMOImageException>([&] {
-                  tryRead(file, {9, 9, 2});
-              }),
-              "Time step 2 lies outside of an image of 2 time steps");
 }
 
 TEST_F(Im6ImageFileTest, AFileWithoutPlanesOpensAndHasNone) {
@@ -210,24 +103,6 @@ TEST_F(Im6ImageFileTest, ResizingSucceedsAndChangesNeitherFileNorGeometryNorPlan
         file.clear();
         EXPECT_EQ(readFile(_path), bytes);
     }
-}
-
-TEST_F(Im6ImageFileTest, AWriteOpensNoStream) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file, eIAM_ReadWrite);
-    file.clearDerived();
-    EXPECT_THAT(tryWrite(file, {}), Succeeds());
-    EXPECT_EQ(countDescriptors(_path), 0U);
-}
-
-// Files that change
-
-TEST_F(Im6ImageFileTest, AFileThatShrinksAfterItsOpeningFailsAtTheRead) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    boost::filesystem::resize_file(_path, 163);
-    EXPECT_THAT(tryRead(file, {1, 2, 1, 0, 1}), Succeeds());
-    EXPECT_THAT(tryRead(file, {1, 2, 1, 0, 2}), FailsWith(readFailed(_path, {1, 2, 1, 0, 2})));
 }
 
 } // namespace

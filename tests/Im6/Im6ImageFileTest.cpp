@@ -2,82 +2,16 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Im6ImageFileFixture.h"
-
 #include <VELMOImage/GeometricCalibration.h>
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageFile/VELMOImageFileLog.h>
-#include <VELMOSerialization/DynamicObjectFactory.h>
-#include <VELMOUtil/Logging.h>
-#include <VELMOUtil/VELMOUtilLog.h>
 #include <boost/filesystem/operations.hpp>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace velmo::image::file {
 
 namespace {
 
-namespace fs = boost::filesystem;
-
-/// The words of the failures to open a path in each mode, in a child, which would be killed if one hung.
-std::string openAllWays(path const& path) {
-    return inChild([&] {
-        Im6ImageFile file;
-        return file.openFile(path, eIAM_ReadOnly).getMessage() + ";" +
-               file.openFile(path, eIAM_ReadWrite).getMessage() + ";" +
-               file.openSharedRemoteFile(path, eIAM_ReadOnly).getMessage();
-    });
-}
-
-std::string refusedAllWays(path const& path) {
-    return openFailed(path) + ";" + openFailed(path) + ";" + openFailed(path);
-}
-
-// Identity
-
-TEST(Im6ImageFile, NamesItsClassAndVersion) {
-    Im6ImageFile const file;
-    EXPECT_EQ(Im6ImageFile::getTypeName(), "velmo::image::file::Im6ImageFile");
-    EXPECT_EQ(file.getClassName(), "velmo::image::file::Im6ImageFile");
-    EXPECT_EQ(Im6ImageFile::getVersion(), 1U);
-}
-
-TEST(Im6ImageFile, IsMadeByItselfAndByTheFactoryAsANewObjectWithoutAFile) {
-    Im6ImageFile const file;
-    DynamicObjectFactory const& factory = DynamicObjectFactory::getInstance();
-    DynamicObjectPtr const objects[] = {
-        DynamicObjectPtr(Im6ImageFile::createNewObject()),
-        Im6ImageFile::createSharedObject(),
-        DynamicObjectPtr(file.createNew()),
-        file.createShared(),
-        DynamicObjectPtr(factory.createNew("velmo::image::file::Im6ImageFile")),
-        factory.createShared("velmo::image::file::Im6ImageFile")};
-    for (DynamicObjectPtr const& pObject : objects) {
-        auto const pFile = boost::dynamic_pointer_cast<Im6ImageFile>(pObject);
-        ASSERT_TRUE(pFile);
-        EXPECT_FALSE(pFile->isInit());
-    }
-}
-
-TEST(Im6ImageFile, CannotBeCopied) {
-    Im6ImageFile file;
-    Im6ImageFile const other;
-    std::string const text = "Objects of class velmo::image::file::Im6ImageFile cannot be copied";
-    CapturedLog const log(getVELMOUtilLogger());
-    EXPECT_FALSE(file.hasCopySupport());
-    EXPECT_EQ(thrownText<VELMOUtilException>([&] { file.copy(other); }), text);
-    EXPECT_EQ(thrownText<VELMOUtilException>([&] { file.duplicate(); }), text);
-    EXPECT_EQ(thrownText<VELMOUtilException>([&] { file.duplicateShared(); }), text);
-    EXPECT_EQ(log.getRecords().size(), 3U);
-}
-
 // Without a file
-
-TEST(Im6ImageFile, ReadingWithoutAFileFailsAtTheOpening) {
-    Im6ImageFile file;
-    EXPECT_FALSE(file.isInit());
-    EXPECT_THAT(tryRead(file, {}), FailsWith(openFailed("")));
-}
 
 TEST(Im6ImageFile, WritingAndResizingWithoutAFileDoNothingAndSucceed) {
     Im6ImageFile file;
@@ -87,63 +21,7 @@ TEST(Im6ImageFile, WritingAndResizingWithoutAFileDoNothingAndSucceed) {
     EXPECT_FALSE(file.isInit());
 }
 
-TEST(Im6ImageFile, TheStorageOfBinaryPixelsIsUnknownWithoutAFile) {
-    Im6ImageFile const file;
-    CapturedLog const log(getVELMOImageLogger());
-    EXPECT_EQ(thrownText<VELMOImageException>([&] { file.hasBinary8BitsStorage(); }),
-              "The image accessor is not initialised");
-    EXPECT_EQ(log.getRecords().size(), 1U);
-}
-
-TEST_F(Im6ImageFileTest, BinaryPixelsAreStoredInOneByteEachInAnyOpenFile) {
-    for (std::uint32_t const dataType : {20U, 34U}) {
-        Im6Sample sample;
-        sample.dataType = dataType;
-        sample.pixels = countingBytes(12);
-        Im6ImageFile file;
-        open(sample, file);
-        EXPECT_TRUE(file.hasBinary8BitsStorage());
-        EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 12}), sample.pixels);
-        file.clear();
-        EXPECT_THROW(file.hasBinary8BitsStorage(), VELMOImageException);
-    }
-}
-
 // Opening
-
-TEST_F(Im6ImageFileTest, AnOpenAccessorDescribesItsFile) {
-    for (eImageAccessMode const accessMode : g_accessModes) {
-        Im6ImageFile file;
-        open(makeIm6Sequence(), file, accessMode);
-        EXPECT_TRUE(file.isInit());
-        EXPECT_EQ(file.getFilePath(), _path);
-        EXPECT_EQ(file.getAccessMode(), accessMode);
-        EXPECT_EQ(describeGeometry(file.getGeometry()), "x=2 y=1 z=2 c=3 t=2 eIBT_UInt16");
-        EXPECT_FALSE(file.getGeometricCalibrationConstPtr());
-        EXPECT_FALSE(file.hasSharedRemoteAccess());
-    }
-}
-
-TEST_F(Im6ImageFileTest, NothingIsLoggedByAnOpeningThatSucceedsOrFails) {
-    CapturedLog const log(getBaseLogger());
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    EXPECT_FALSE(file.openFile(_folder / "missing.im6", eIAM_ReadOnly));
-    expectTooShort(Im6Sample().toHeader(), 128);
-    EXPECT_TRUE(log.getRecords().empty());
-}
-
-TEST_F(Im6ImageFileTest, ASharedRemoteOpeningIsRemembered) {
-    makeIm6Sequence().write(_path);
-    Im6ImageFile file;
-    for (eImageAccessMode const accessMode : g_accessModes) {
-        ASSERT_THAT(file.openSharedRemoteFile(_path, accessMode), Succeeds());
-        EXPECT_TRUE(file.hasSharedRemoteAccess());
-        EXPECT_EQ(file.getAccessMode(), accessMode);
-        ASSERT_THAT(file.openFile(_path, accessMode), Succeeds());
-        EXPECT_FALSE(file.hasSharedRemoteAccess());
-    }
-}
 
 TEST_F(Im6ImageFileTest, AFileOfAnotherFormatIsThrownAndLeavesNoFileInTheAccessor) {
     path const other = _folder / "other.im6";
@@ -176,46 +54,6 @@ TEST_F(Im6ImageFileTest, ADataTypeThatIsNotKnownOpensAsPixelsOfNoBytes) {
     }
 }
 
-TEST_F(Im6ImageFileTest, AMissingFileIsRefusedAndNotMade) {
-    EXPECT_EQ(openAllWays(_path), refusedAllWays(_path));
-    EXPECT_FALSE(fs::exists(_path));
-}
-
-TEST_F(Im6ImageFileTest, ADirectoryIsRefused) {
-    EXPECT_EQ(openAllWays(_folder.getPath()), refusedAllWays(_folder.getPath()));
-}
-
-TEST_F(Im6ImageFileTest, AnEmptyPathIsRefused) {
-    EXPECT_EQ(openAllWays(""), refusedAllWays(""));
-}
-
-TEST_F(Im6ImageFileTest, ANamedPipeIsRefusedAndDoesNotHang) {
-    ASSERT_EQ(mkfifo(_path.c_str(), 0600), 0);
-    EXPECT_EQ(openAllWays(_path), refusedAllWays(_path));
-}
-
-TEST_F(Im6ImageFileTest, APathStandsInATextAsItIs) {
-    path const odd = _folder / "a \"b\" & %s.im6";
-    Im6ImageFile file;
-    EXPECT_THAT(
-        file.openFile(odd, eIAM_ReadOnly),
-        FailsWith("Failed to open im6 image file " + _folder.getPath().string() + "/a \"b\" & %s.im6"));
-}
-
-TEST_F(Im6ImageFileTest, AFileThatTheUserMayNotWriteOpensForReadingAlone) {
-    makeIm6Sequence().write(_path);
-    fs::permissions(_path, fs::owner_read | fs::group_read | fs::others_read);
-    std::string const texts = asOrdinaryUser([&] {
-        Im6ImageFile file;
-        return file.openFile(_path, eIAM_ReadOnly).getMessage() + ";" +
-               file.openFile(_path, eIAM_ReadWrite).getMessage();
-    });
-    if (texts == g_noSuchUser) {
-        GTEST_SKIP() << "this process cannot become an ordinary user";
-    }
-    EXPECT_EQ(texts, ";" + openFailed(_path));
-}
-
 // Calibration
 
 TEST_F(Im6ImageFileTest, ACalibrationThatTheTextAnnouncesIsTakenFromBehindTheBlocks) {
@@ -242,106 +80,82 @@ TEST_F(Im6ImageFileTest, ACalibrationThatTheTextAnnouncesIsTakenFromBehindTheBlo
 }
 
 TEST_F(Im6ImageFileTest, ARecordThatNoWordAnnouncesIsNotLookedAt) {
-    for (std::string const& text : {std::string(), std::string("calibration\0", 12),
-                                    std::string("\0Calibration", 12), std::string("nothing")}) {
+    Im6ImageFile file;
+    for (std::string const& text : {std::string(200000, 'x') + "Calibration", std::string(),
+                                    std::string("calibration\0", 12), std::string("\0Calibration", 12)}) {
         Im6Sample sample;
         sample.pixels = countingBytes(12);
         sample.text = text;
         sample.calibration.emplace();
-        Im6ImageFile file;
         open(sample, file);
-        EXPECT_FALSE(file.getGeometricCalibrationConstPtr()) << text;
+        EXPECT_EQ(static_cast<bool>(file.getGeometricCalibrationConstPtr()), text.size() > 200000) << text;
+        EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 12}), sample.pixels);
     }
-}
-
-TEST_F(Im6ImageFileTest, TheWordInTheOtherBlocksAnnouncesNothing) {
     Im6Sample sample;
     sample.pixels = countingBytes(12);
     sample.text = "text";
-    sample.secondBlock = sample.thirdBlock = sample.trailer = g_calibrationText;
-    Im6ImageFile file;
+    sample.secondBlock = sample.thirdBlock = sample.trailer = g_calibrationText; // in the other blocks
     open(sample, file);
     EXPECT_FALSE(file.getGeometricCalibrationConstPtr());
 }
 
-TEST_F(Im6ImageFileTest, TheWordAtTheVeryEndOfALongTextAnnouncesTheRecord) {
-    Im6Sample sample;
-    sample.pixels = countingBytes(12);
-    sample.text = std::string(200000, 'x') + "Calibration";
-    sample.calibration.emplace();
-    Im6ImageFile file;
-    open(sample, file);
-    EXPECT_TRUE(file.getGeometricCalibrationConstPtr());
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 12}), sample.pixels);
-}
-
-TEST_F(Im6ImageFileTest, ASecondOpeningWithoutACalibrationHasNone) {
-    Im6Sample sample;
-    sample.pixels = countingBytes(12);
-    sample.text = g_calibrationText;
-    sample.calibration.emplace();
-    Im6ImageFile file;
-    open(sample, file);
-    EXPECT_TRUE(file.getGeometricCalibrationConstPtr());
-    open(makeIm6Sequence(), file);
-    EXPECT_FALSE(file.getGeometricCalibrationConstPtr());
-}
-
-// One object, several files
-
-TEST_F(Im6ImageFileTest, ARepeatedOpeningClosesTheFileBefore) {
-    path const second = _folder / "second.im6";
-    Im6Sample().write(_folder / "short.im6");
-    makeIm6Sequence().write(second);
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    EXPECT_EQ(countDescriptors(_path), 1U);
-    ASSERT_THAT(file.openFile(second, eIAM_ReadWrite), Succeeds());
-    EXPECT_EQ(countDescriptors(_path), 0U);
-    EXPECT_EQ(countDescriptors(second), 1U);
-    EXPECT_FALSE(file.openFile(_folder / "short.im6", eIAM_ReadOnly));
-    EXPECT_EQ(countDescriptors(second), 0U);
-    EXPECT_FALSE(file.isInit());
-    EXPECT_THAT(tryRead(file, {}), FailsWith(openFailed("")));
-}
-
-TEST_F(Im6ImageFileTest, AnAccessorOpensAnewWithWhatItHolds) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file, eIAM_ReadWrite);
-    ASSERT_THAT(file.openFile(file.getFilePath(), eIAM_ReadOnly), Succeeds());
-    EXPECT_EQ(file.getFilePath(), _path);
-    ASSERT_THAT(file.openSharedRemoteFile(file.getFilePath(), eIAM_ReadOnly), Succeeds());
-    EXPECT_EQ(file.getFilePath(), _path);
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 2}), countingBytes(4));
-}
-
-TEST_F(Im6ImageFileTest, ClearingClosesTheStreamsOfAllThreads) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    onThreads(3, [&](unsigned int) { EXPECT_THAT(tryRead(file, {}), Succeeds()); });
-    EXPECT_EQ(countDescriptors(_path), 4U);
-    file.clear();
-    EXPECT_EQ(countDescriptors(_path), 0U);
-    EXPECT_FALSE(file.isInit());
-}
-
-TEST_F(Im6ImageFileTest, ClearingTheDerivedPartClosesTheStreamsAndKeepsTheDescription) {
-    Im6ImageFile file;
-    open(makeIm6Sequence(), file);
-    file.clearDerived();
-    EXPECT_EQ(countDescriptors(_path), 0U);
-    EXPECT_TRUE(file.isInit());
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 2}), countingBytes(4));
-    EXPECT_EQ(countDescriptors(_path), 1U);
-}
-
-TEST_F(Im6ImageFileTest, TheEndOfAnAccessorClosesTheStreamsOfAllThreads) {
-    {
+class Im6ImageFileArchiveTest : public Im6ImageFileTest, public testing::WithParamInterface<ArchiveKind> {
+  protected:
+    /// The record of a sequence that is opened read only.
+    std::string writeExample(ArchiveKind const& kind) const {
         Im6ImageFile file;
         open(makeIm6Sequence(), file);
-        onThreads(2, [&](unsigned int) { EXPECT_THAT(tryRead(file, {}), Succeeds()); });
-        EXPECT_EQ(countDescriptors(_path), 3U);
+        return writeRecord(kind, file);
     }
+};
+
+INSTANTIATE_TEST_SUITE_P(Archives, Im6ImageFileArchiveTest, testing::Values(g_binary, g_xml),
+                         [](auto const& kind) { return kind.param.name; });
+
+TEST_P(Im6ImageFileArchiveTest, AFileThatWasReplacedGivesItsNewGeometryAndCalibration) {
+    std::string const record = writeExample(GetParam());
+    Im6Sample later;
+    later.sizeX = 5;
+    later.sizeZ = 3;
+    later.dataType = 34;
+    later.pixels = countingBytes(45, 100);
+    later.text = g_calibrationText;
+    later.calibration.emplace();
+    later.write(_path);
+    Im6ImageFile file;
+    ASSERT_THAT(readRecord(GetParam(), record, file), Succeeds());
+    EXPECT_EQ(describeGeometry(file.getGeometry()), "x=5 y=3 z=3 c=1 t=1 eIBT_Binary");
+    ASSERT_TRUE(file.getGeometricCalibrationConstPtr());
+    EXPECT_TRUE(file.getGeometricCalibrationConstPtr()->is3d());
+    EXPECT_EQ(readPixels(file, {2, 0, 0, 0, 15}), later.pixels.substr(30));
+}
+
+TEST_P(Im6ImageFileArchiveTest, AFileThatWasReplacedByOneWithoutACalibrationHasNone) {
+    Im6Sample sample = makeIm6Sequence();
+    sample.text = g_calibrationText;
+    sample.calibration.emplace();
+    Im6ImageFile written;
+    open(sample, written);
+    ASSERT_TRUE(written.getGeometricCalibrationConstPtr());
+    std::string const record = writeRecord(GetParam(), written);
+    Im6ImageFile file;
+    ASSERT_THAT(readRecord(GetParam(), record, file), Succeeds());
+    EXPECT_TRUE(file.getGeometricCalibrationConstPtr());
+    makeIm6Sequence().write(_path);
+    ASSERT_THAT(readRecord(GetParam(), record, file), Succeeds());
+    EXPECT_FALSE(file.getGeometricCalibrationConstPtr());
+}
+
+TEST_P(Im6ImageFileArchiveTest, AFileThatIsTooShortOrNoIm6FileByNowLeavesAnAccessorWithoutAFile) {
+    std::string const record = writeExample(GetParam());
+    Im6ImageFile file;
+    boost::filesystem::resize_file(_path, 150);
+    EXPECT_THAT(readRecord(GetParam(), record, file), FailsWith(geometryExceeds(164, 150, _path)));
+    EXPECT_FALSE(file.isInit());
+    writeFile(_path, std::string(200, 'x'));
+    EXPECT_EQ(thrownText<VELMOImageException>([&] { readRecord(GetParam(), record, file); }),
+              g_invalidFormat);
+    EXPECT_FALSE(file.isInit());
     EXPECT_EQ(countDescriptors(_path), 0U);
 }
 

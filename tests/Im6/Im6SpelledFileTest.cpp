@@ -79,36 +79,25 @@ class Im6SpelledFile : public Im6ImageFileTest {
     }
 };
 
-TEST_F(Im6SpelledFile, AnImageWithACalibrationTakesItIn2d) {
-    Im6ImageFile file;
-    auto const pCalibration = openSpelled(
-        spellHeader('\1') + g_spelledPlane + g_announcing + g_otherBlocks + spellCalibration(), file);
-    EXPECT_EQ(describeGeometry(file.getGeometry()), "x=3 y=1 z=1 c=1 t=1 eIBT_UInt16");
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 3}), g_spelledPlane);
-    ASSERT_TRUE(pCalibration);
-    EXPECT_FALSE(pCalibration->is3d());
-    EXPECT_EQ(pCalibration->getPixelSizeX(), 0.5F);
-    EXPECT_EQ(pCalibration->getPixelSizeY(), 0.125F);
-    EXPECT_EQ(pCalibration->getPixelSizeZ(), 1.0F);
-    EXPECT_EQ(pCalibration->getUnit(), "nm");
-    EXPECT_EQ(pCalibration->getFurtherTerms(), (std::array<float, 7>{-0.5F, 10, 0, 0, 0, 0, 0}));
-}
-
-TEST_F(Im6SpelledFile, AVolumeWithACalibrationTakesItIn3d) {
-    Im6ImageFile file;
-    auto const pCalibration = openSpelled(spellHeader('\2') + g_spelledPlane + g_secondPlane + g_announcing +
-                                              g_otherBlocks + spellCalibration(),
-                                          file);
-    EXPECT_EQ(describeGeometry(file.getGeometry()), "x=3 y=1 z=2 c=1 t=1 eIBT_UInt16");
-    EXPECT_EQ(readPixels(file, {0, 0, 0, 0, 3}), g_spelledPlane);
-    EXPECT_EQ(readPixels(file, {1, 0, 0, 0, 3}), g_secondPlane);
-    ASSERT_TRUE(pCalibration);
-    EXPECT_TRUE(pCalibration->is3d());
-    EXPECT_EQ(pCalibration->getPixelSizeX(), 0.5F);
-    EXPECT_EQ(pCalibration->getPixelSizeY(), 0.125F);
-    EXPECT_EQ(pCalibration->getPixelSizeZ(), 0.25F);
-    EXPECT_EQ(pCalibration->getUnit(), "nm");
-    EXPECT_EQ(pCalibration->getFurtherTerms(), (std::array<float, 7>{-0.5F, 10, 3, 0, 0, 0, 0}));
+TEST_F(Im6SpelledFile, AnImageTakesItsCalibrationIn2dAndAVolumeIn3d) {
+    for (bool const b3d : {false, true}) {
+        Im6ImageFile file;
+        std::string const planes = g_spelledPlane + (b3d ? g_secondPlane : "");
+        auto const pCalibration = openSpelled(spellHeader(b3d ? '\2' : '\1') + planes + g_announcing +
+                                                  g_otherBlocks + spellCalibration(),
+                                              file);
+        EXPECT_EQ(describeGeometry(file.getGeometry()),
+                  b3d ? "x=3 y=1 z=2 c=1 t=1 eIBT_UInt16" : "x=3 y=1 z=1 c=1 t=1 eIBT_UInt16");
+        EXPECT_EQ(readPixels(file, {0, 0, 0, 0, b3d ? 6U : 3U}), planes);
+        ASSERT_TRUE(pCalibration);
+        EXPECT_EQ(pCalibration->is3d(), b3d);
+        EXPECT_EQ(pCalibration->getPixelSizeX(), 0.5F);
+        EXPECT_EQ(pCalibration->getPixelSizeY(), 0.125F);
+        EXPECT_EQ(pCalibration->getPixelSizeZ(), b3d ? 0.25F : 1.0F);
+        EXPECT_EQ(pCalibration->getUnit(), "nm");
+        EXPECT_EQ(pCalibration->getFurtherTerms(),
+                  (std::array<float, 7>{-0.5F, 10, b3d ? 3.0F : 0.0F, 0, 0, 0, 0}));
+    }
 }
 
 TEST_F(Im6SpelledFile, AWordBehindAZeroByteLeavesTheRecordAloneAndTheFileMayEndBeforeIt) {

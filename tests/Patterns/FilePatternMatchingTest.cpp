@@ -163,7 +163,7 @@ TEST(FilePatternMatching, RandomCasesAgreeWithThePlainestReading) {
     std::random_device::result_type const seed = std::random_device{}();
     RandomCases cases{std::mt19937(seed)};
     vlUInt64 nbMatches = 0;
-    for (int left = 200000; left > 0; --left) {
+    for (int left = 40000; left > 0; --left) {
         std::string const pattern = cases.makePattern();
         std::string const name = cases.makeName();
         auto const digits = test::matchPlainly(pattern, name);
@@ -173,7 +173,7 @@ TEST(FilePatternMatching, RandomCasesAgreeWithThePlainestReading) {
         ASSERT_EQ(match(pattern, name), expected) << pattern << " on " << name << ", seed " << seed;
         nbMatches += digits ? 1U : 0U;
     }
-    EXPECT_GT(nbMatches, 10000U) << "seed " << seed; // else the cases show little
+    EXPECT_GT(nbMatches, 2000U) << "seed " << seed; // else the cases show little
 }
 
 TEST(FilePatternMatching, ManyStarsDoNotMultiplyTheWork) {

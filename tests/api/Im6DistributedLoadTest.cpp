@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Im6Functions.h"
+#include "PlainDistributedLoads.h"
 #include "Processes.h"
-#include "RecordingEngine.h"
 
 #include <VELMOImage/VELMOImageLog.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
@@ -11,7 +11,6 @@
 
 namespace velmo::test {
 
-namespace fs = boost::filesystem;
 using namespace image;
 using namespace image::file;
 
@@ -32,41 +31,20 @@ class Im6DistributedLoad : public Im6Functions {
                 [this](bool b) { return loadDistributedIm6ImageFile(_path, *_pReference, b); }};
     }
 
+    std::string const& getPixels() const { return _sample.pixels; }
+    std::string getOpenFailed() const { return openFailed(_path); }
+
     std::shared_ptr<WorkerRecord> _pRecord = std::make_shared<WorkerRecord>();
     ReplacedEngine _replaced;
+
+  public:
+    static constexpr int s_nbBlocks = 6; // of two planes
+    static constexpr int s_nbPlanes = 12;
 };
 
+INSTANTIATE_TYPED_TEST_SUITE_P(Im6, DistributedLoads, Im6DistributedLoad);
+
 } // namespace
-
-TEST_F(Im6DistributedLoad, WithTheDefaultDispatchTheWorkersRead) {
-    for (auto const& load : getForms()) {
-        resetCounts();
-        DistributedImagePtr const pImage = load(true);
-        EXPECT_EQ(_pRecord->nbFills, 6); // blocks of two planes
-        EXPECT_EQ(_pRecord->nbWrites, 0);
-        EXPECT_EQ(readPixels(*pImage), _sample.pixels);
-    }
-}
-
-TEST_F(Im6DistributedLoad, WithTheDefaultDispatchTheWorkersReadAtOnce) {
-    _pRecord->nbToMeet = 2;
-    for (auto const& load : getForms()) {
-        _pRecord->fillers.clear();
-        EXPECT_EQ(readPixels(*load(true)), _sample.pixels);
-        EXPECT_EQ(_pRecord->fillers.size(), 2U);
-    }
-}
-
-TEST_F(Im6DistributedLoad, WithoutItTheCallingThreadReadsAlone) {
-    for (auto const& load : getForms()) {
-        resetCounts();
-        DistributedImagePtr const pImage = load(false);
-        EXPECT_EQ(_pRecord->nbFills, 0);
-        EXPECT_EQ(_pRecord->nbWrites, 12);
-        EXPECT_EQ(_pRecord->writers, std::set<std::thread::id>{std::this_thread::get_id()});
-        EXPECT_EQ(readPixels(*pImage), _sample.pixels);
-    }
-}
 
 // The reference
 
@@ -90,56 +68,7 @@ TEST_F(Im6DistributedLoad, NothingOfTheReferenceIsUsed) {
             EXPECT_EQ(pImage->getUserPropertiesStr(), "");
             EXPECT_FALSE(pImage->hasGeometricCalibration());
         }
-    }
-}
-
-TEST_F(Im6DistributedLoad, TheReferenceStaysAsItWas) {
-    loadDistributedIm6ImageFile(_path, *_pReference, true);
-    loadDistributedIm6ImageFile(_path, *_pReference, false);
-    EXPECT_EQ(readPixels(*_pReference), std::string(192, 'r'));
-}
-
-// Failures
-
-TEST_F(Im6DistributedLoad, AWorkerWithoutRoomIsAFailedCreation) {
-    _pRecord->addFailure = "no room";
-    for (auto const& load : getForms()) {
-        for (bool const defaultDispatch : {false, true}) {
-            resetCounts();
-            expectRaisedText([&] { load(defaultDispatch); }, "Failed to create distributed image\nno room");
-            EXPECT_EQ(_pRecord->nbAdded, 1);
-            EXPECT_EQ(_pRecord->nbDropped, 1);
-            EXPECT_EQ(countOpen(_path), 0);
-        }
-    }
-}
-
-TEST_F(Im6DistributedLoad, AnEngineWithoutWorkersIsAFailedCreation) {
-    ReplacedEngine const empty(createThreadDistributionEngine(0));
-    for (auto const& load : getForms()) {
-        expectRaisedText([&] { load(true); },
-                         "Failed to create distributed image\nA distributed image needs a worker");
-    }
-}
-
-TEST_F(Im6DistributedLoad, AFileThatDoesNotOpenIsMetBeforeTheWorkersAreAsked) {
-    fs::remove(_path);
-    for (auto const& load : getForms()) {
-        resetCounts();
-        expectRaisedText([&] { load(true); }, loadError(_path, openFailed(_path)));
-        EXPECT_EQ(_pRecord->nbAdded, 0);
-    }
-}
-
-TEST_F(Im6DistributedLoad, AWorkersFailureIsTheLoadError) {
-    _pRecord->fillFailure = "the worker has lost its network";
-    _pRecord->writeFailure = "the worker refuses";
-    for (auto const& load : getForms()) {
-        resetCounts();
-        expectRaisedText([&] { load(true); }, loadError(_path, "the worker has lost its network"));
-        expectRaisedText([&] { load(false); }, loadError(_path, "the worker refuses"));
-        EXPECT_EQ(countOpen(_path), 0);
-        EXPECT_EQ(_pRecord->nbDropped, 12); // six blocks of each of two images
+        EXPECT_EQ(pReference->getUserPropertiesStr(), "of the reference");
     }
 }
 

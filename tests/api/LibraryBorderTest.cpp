@@ -48,32 +48,33 @@ void expectMadeByName(std::string const& name) {
     EXPECT_NE(dynamic_cast<Accessor*>(pNew.get()), nullptr);
 }
 
+template <class Accessor>
+boost::shared_ptr<Accessor> make() {
+    return boost::dynamic_pointer_cast<Accessor>(
+        DynamicObjectFactory::getInstance().createShared(Accessor::getTypeName()));
+}
+
+DiskImagePtr makeDiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor) {
+    DiskImagePtr pImage;
+    EXPECT_TRUE(ImageFactory::getInstance().createDiskImage(pAccessor, pImage));
+    return pImage;
+}
+
 struct Unrelated : BaseException {
     Unrelated() : BaseException("", "", "", 0) {}
 };
 
 } // namespace
 
-TEST_F(RawFunctions, ItsExceptionIsCaughtByEachOfItsTypes) {
-    Action const action = [&] { openRawImageFile("/missing", *_pGeometry, 0); };
-    EXPECT_TRUE(isCaughtAs<VELMOImageFileException>(action));
-    EXPECT_TRUE(isCaughtAs<BaseException>(action));
-    EXPECT_TRUE(isCaughtAs<std::exception>(action));
-    EXPECT_FALSE(isCaughtAs<Unrelated>(action));
-}
-
-TEST_F(RawFunctions, TheExceptionOfATiffFunctionIsCaughtByEachOfItsTypes) {
-    Action const action = [&] { loadTiffImageFile("/missing", eTBM_Default); };
-    EXPECT_TRUE(isCaughtAs<VELMOImageFileException>(action));
-    EXPECT_TRUE(isCaughtAs<BaseException>(action));
-    EXPECT_FALSE(isCaughtAs<Unrelated>(action));
-}
-
-TEST_F(RawFunctions, TheExceptionOfAnIm6FunctionIsCaughtByEachOfItsTypes) {
-    Action const action = [&] { loadIm6ImageFile("/missing"); };
-    EXPECT_TRUE(isCaughtAs<VELMOImageFileException>(action));
-    EXPECT_TRUE(isCaughtAs<BaseException>(action));
-    EXPECT_FALSE(isCaughtAs<Unrelated>(action));
+TEST_F(RawFunctions, TheExceptionOfEachFormatIsCaughtByEachOfItsTypes) {
+    for (Action const& action : std::vector<Action>{[&] { openRawImageFile("/missing", *_pGeometry, 0); },
+                                                    [] { loadTiffImageFile("/missing", eTBM_Default); },
+                                                    [] { loadIm6ImageFile("/missing"); }}) {
+        EXPECT_TRUE(isCaughtAs<VELMOImageFileException>(action));
+        EXPECT_TRUE(isCaughtAs<BaseException>(action));
+        EXPECT_TRUE(isCaughtAs<std::exception>(action));
+        EXPECT_FALSE(isCaughtAs<Unrelated>(action));
+    }
 }
 
 TEST(LibraryBorder, TheFactoryMakesAnAccessorByItsName) {
@@ -82,55 +83,25 @@ TEST(LibraryBorder, TheFactoryMakesAnAccessorByItsName) {
     expectMadeByName<TiffImageFile>("velmo::image::file::TiffImageFile");
 }
 
-TEST(LibraryBorder, ATiffAccessorOfTheFactoryServesAnImage) {
+TEST(LibraryBorder, AccessorsOfTheFactoryServeImages) {
     TemporaryFolder const folder;
     auto const pGeometry = makeSequence(eIBT_UInt8);
-    auto const pAccessor = boost::dynamic_pointer_cast<TiffImageFile>(
-        DynamicObjectFactory::getInstance().createShared(TiffImageFile::getTypeName()));
-    ASSERT_TRUE(pAccessor);
-    ASSERT_TRUE(pAccessor->createFile(folder / "image.tif", *pGeometry, nullptr));
-    DiskImagePtr pImage;
-    ASSERT_TRUE(ImageFactory::getInstance().createDiskImage(pAccessor, pImage));
-    EXPECT_NE(dynamic_cast<TiffImageFile const*>(pImage->getAccessor().get()), nullptr);
     std::string const pixels = makePixels(*pGeometry);
-    writePixels(*pImage, pixels);
+    auto const pTiff = make<TiffImageFile>();
+    ASSERT_TRUE(pTiff->createFile(folder / "image.tif", *pGeometry, nullptr));
+    writePixels(*makeDiskImage(pTiff), pixels);
     EXPECT_EQ(readPixels(*loadTiffImageFile(folder / "image.tif", eTBM_Default)), pixels);
-}
 
-TEST(LibraryBorder, AnAccessorOfTheFactoryServesAnImage) {
-    TemporaryFolder const folder;
-    auto const pGeometry = makeSequence(eIBT_UInt8);
-    auto const pAccessor = boost::dynamic_pointer_cast<RawImageFile>(
-        DynamicObjectFactory::getInstance().createShared(RawImageFile::getTypeName()));
-    ASSERT_TRUE(pAccessor);
-    ASSERT_TRUE(pAccessor->createFile(folder / "image.raw", *pGeometry, "head"));
-    DiskImagePtr pImage;
-    ASSERT_TRUE(ImageFactory::getInstance().createDiskImage(pAccessor, pImage));
-    std::string const pixels = makePixels(*pGeometry);
-    writePixels(*pImage, pixels);
+    auto const pRaw = make<RawImageFile>();
+    ASSERT_TRUE(pRaw->createFile(folder / "image.raw", *pGeometry, "head"));
+    writePixels(*makeDiskImage(pRaw), pixels);
     EXPECT_EQ(readFile(folder / "image.raw"), "head" + pixels);
-}
 
-TEST(LibraryBorder, AnIm6AccessorOfTheFactoryServesAnImage) {
-    TemporaryFolder const folder;
     Im6Sample const sample = makeIm6Sequence();
     sample.write(folder / "image.im6");
-    auto const pAccessor = boost::dynamic_pointer_cast<Im6ImageFile>(
-        DynamicObjectFactory::getInstance().createShared(Im6ImageFile::getTypeName()));
-    ASSERT_TRUE(pAccessor);
-    ASSERT_TRUE(pAccessor->openFile(folder / "image.im6", eIAM_ReadOnly));
-    DiskImagePtr pImage;
-    ASSERT_TRUE(ImageFactory::getInstance().createDiskImage(pAccessor, pImage));
-    EXPECT_NE(dynamic_cast<Im6ImageFile const*>(pImage->getAccessor().get()), nullptr);
-    EXPECT_EQ(readPixels(*pImage), sample.pixels);
-}
-
-TEST(LibraryBorder, AnImageOfAnApplicationsAccessorIsCastBack) {
-    TemporaryFolder const folder;
-    auto const pGeometry = makeSequence(eIBT_UInt8);
-    writeFile(folder / "image.raw", makePixels(*pGeometry));
-    DiskImagePtr const pImage = openRawImageFile(folder / "image.raw", *pGeometry, 0);
-    EXPECT_NE(dynamic_cast<RawImageFile const*>(pImage->getAccessor().get()), nullptr);
+    auto const pIm6 = make<Im6ImageFile>();
+    ASSERT_TRUE(pIm6->openFile(folder / "image.im6", eIAM_ReadOnly));
+    EXPECT_EQ(readPixels(*makeDiskImage(pIm6)), sample.pixels);
 }
 
 } // namespace velmo::test

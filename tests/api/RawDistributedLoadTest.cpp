@@ -1,15 +1,13 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "PlainDistributedLoads.h"
 #include "RawFunctions.h"
-#include "RecordingEngine.h"
 
 #include <VELMOImage/VELMOImageLog.h>
-#include <boost/filesystem/operations.hpp>
 
 namespace velmo::test {
 
-namespace fs = boost::filesystem;
 using namespace image;
 using namespace image::file;
 
@@ -33,82 +31,20 @@ class RawDistributedLoad : public RawFunctions {
                 [this](bool b) { return loadDistributedRawImageFile(_path, *_pModel, eIBT_UInt16, 0, b); }};
     }
 
+    std::string const& getPixels() const { return _pixels; }
+    std::string getOpenFailed() const { return "Failed to open raw image file " + _path.string(); }
+
     std::shared_ptr<WorkerRecord> _pRecord = std::make_shared<WorkerRecord>();
     ReplacedEngine _replaced;
+
+  public:
+    static constexpr int s_nbBlocks = 4;
+    static constexpr int s_nbPlanes = 4;
 };
 
+INSTANTIATE_TYPED_TEST_SUITE_P(Raw, DistributedLoads, RawDistributedLoad);
+
 } // namespace
-
-TEST_F(RawDistributedLoad, WithTheDefaultDispatchTheWorkersRead) {
-    for (auto const& load : getForms()) {
-        resetCounts();
-        DistributedImagePtr const pImage = load(true);
-        EXPECT_EQ(_pRecord->nbFills, 4);
-        EXPECT_EQ(_pRecord->nbWrites, 0);
-        EXPECT_EQ(readPixels(*pImage), _pixels);
-    }
-}
-
-TEST_F(RawDistributedLoad, WithTheDefaultDispatchTheWorkersReadAtOnce) {
-    _pRecord->nbToMeet = 2;
-    for (auto const& load : getForms()) {
-        _pRecord->fillers.clear();
-        EXPECT_EQ(readPixels(*load(true)), _pixels);
-        EXPECT_EQ(_pRecord->fillers.size(), 2U);
-    }
-}
-
-TEST_F(RawDistributedLoad, WithoutItTheCallingThreadReadsAlone) {
-    for (auto const& load : getForms()) {
-        resetCounts();
-        DistributedImagePtr const pImage = load(false);
-        EXPECT_EQ(_pRecord->nbFills, 0);
-        EXPECT_EQ(_pRecord->nbWrites, 4);
-        EXPECT_EQ(_pRecord->writers, std::set<std::thread::id>{std::this_thread::get_id()});
-        EXPECT_EQ(readPixels(*pImage), _pixels);
-    }
-}
-
-TEST_F(RawDistributedLoad, AWorkerWithoutRoomIsAFailedCreation) {
-    _pRecord->addFailure = "no room";
-    for (auto const& load : getForms()) {
-        for (bool const defaultDispatch : {false, true}) {
-            resetCounts();
-            expectRaisedText([&] { load(defaultDispatch); }, "Failed to create distributed image\nno room");
-            EXPECT_EQ(_pRecord->nbAdded, 1);
-            EXPECT_EQ(_pRecord->nbDropped, 1);
-            EXPECT_EQ(countOpen(_path), 0);
-        }
-    }
-}
-
-TEST_F(RawDistributedLoad, AnEngineWithoutWorkersIsAFailedCreation) {
-    ReplacedEngine const empty(createThreadDistributionEngine(0));
-    auto const raised = expectRaised([&] { loadDistributedRawImageFile(_path, *_pGeometry, 0, true); });
-    ASSERT_TRUE(raised);
-    EXPECT_EQ(raised->text.find("Failed to create distributed image\n"), 0U) << raised->text;
-}
-
-TEST_F(RawDistributedLoad, AFileThatDoesNotOpenIsMetBeforeTheWorkersAreAsked) {
-    fs::remove(_path);
-    for (auto const& load : getForms()) {
-        resetCounts();
-        expectRaisedText([&] { load(true); },
-                         loadError(_path, "Failed to open raw image file " + _path.string()));
-        EXPECT_EQ(_pRecord->nbAdded, 0);
-    }
-}
-
-TEST_F(RawDistributedLoad, AWorkersFailureIsTheLoadError) {
-    _pRecord->fillFailure = "the worker has lost its network";
-    _pRecord->writeFailure = "the worker refuses";
-    for (auto const& load : getForms()) {
-        expectRaisedText([&] { load(true); }, loadError(_path, "the worker has lost its network"));
-        expectRaisedText([&] { load(false); }, loadError(_path, "the worker refuses"));
-        EXPECT_EQ(countOpen(_path), 0);
-    }
-    EXPECT_EQ(_pRecord->nbDropped, 16); // four blocks of each of four images
-}
 
 TEST_F(RawDistributedLoad, AModelOfBytesAndABufferTypeOfRealsReadFourBytesAPixel) {
     std::string const pixels = makeBytes(4 * 48);

@@ -29,8 +29,8 @@ std::string saveError(fs::path const& path, std::string const& lower) {
 }
 
 RawFunctions::RawFunctions()
-    : _path(fs::canonical(_folder.getPath()) / "image.raw"), _pGeometry(makeSequence(eIBT_UInt16)),
-      _pixels(makePixels(*_pGeometry)),
+    : _path(fs::canonical(_folder.getPath()) / "image.raw"), _saved(_path.parent_path() / "saved.raw"),
+      _pGeometry(makeSequence(eIBT_UInt16)), _pixels(makePixels(*_pGeometry)),
       _pModel(makeDistributedImage(*makeSequence(eIBT_UInt8), std::string(48, '\0'))) {
     writeFile(_path, _pixels);
 }

@@ -35,6 +35,7 @@ class RawFunctions : public testing::Test {
 
     TemporaryFolder _folder;
     boost::filesystem::path _path;
+    boost::filesystem::path _saved;     ///< where no file is yet
     image::ImageGeometryPtr _pGeometry; ///< 96 bytes in 4 planes
     std::string _pixels;
     image::DistributedImagePtr _pModel; ///< the same sizes with another pixel type

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "Processes.h"
 #include "RawFunctions.h"
-
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImage/ImageAccessor.h>
 #include <VELMOImage/MemoryImage.h>
@@ -10,6 +10,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -32,50 +33,35 @@ ImagePtr makeTarget(BaseImageGeometry const& geometry) {
 
 } // namespace
 
-TEST_F(RawFunctions, EveryLoadAndTheOpenGiveThePixelsOfTheFile) {
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        ImagePtr const pImage = load.call(_path, 0);
-        EXPECT_TRUE(haveSamePixels(pImage->getGeometry(), *_pGeometry));
-        EXPECT_EQ(readPixels(*pImage), _pixels);
-    }
-}
-
-TEST_F(RawFunctions, BytesBeforeTheOffsetAndBehindTheLastPlaneAreIgnored) {
-    writeFile(_path, "head\nof 16 bytes" + _pixels + "tail");
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        EXPECT_EQ(readPixels(*load.call(_path, 16)), _pixels);
-    }
-}
-
-TEST_F(RawFunctions, NothingIsLoggedOnSuccess) {
+TEST_F(RawFunctions, EveryLoadAndTheOpenGiveThePixelsOfTheFileAndLogNothing) {
     CapturedLog const log(log4cplus::Logger::getRoot());
-    for (Load const& load : getLoads()) {
-        load.call(_path, 0);
+    for (std::string const head : {"", "head\nof 16 bytes"}) {
+        writeFile(_path, head + _pixels + (head.empty() ? "" : "tail"));
+        for (Load const& load : getLoads()) {
+            SCOPED_TRACE(load.name);
+            ImagePtr const pImage = load.call(_path, head.size());
+            EXPECT_EQ(countOpen(_path), load.name == std::string("open") ? 1 : 0);
+            EXPECT_TRUE(haveSamePixels(pImage->getGeometry(), *_pGeometry));
+            EXPECT_EQ(readPixels(*pImage), _pixels);
+        }
     }
     saveRawImageFile(_folder / "saved.raw", makeMemoryImage(*_pGeometry, _pixels), "header");
     EXPECT_TRUE(log.getRecords().empty());
 }
 
-TEST_F(RawFunctions, AnOpenedFileStaysOpenAsLongAsItsImageLives) {
+TEST_F(RawFunctions, AnOpenedImageReadsTheFileWhichStaysOpenAsLongAsTheImageLives) {
     DiskImagePtr pImage = openRawImageFile(_path, *_pGeometry, 0);
+    std::string const later = makePixels(*_pGeometry, 2);
+    writeFile(_path, later);
     EXPECT_EQ(countOpen(_path), 1);
-    std::thread([&] { EXPECT_EQ(readPixels(*pImage), _pixels); }).join();
+    inOtherThread([&] { EXPECT_EQ(readPixels(*pImage), later); });
     EXPECT_EQ(countOpen(_path), 2);
     DiskImagePtr pOther = pImage;
     pImage.reset();
     EXPECT_EQ(countOpen(_path), 2);
-    EXPECT_EQ(readPixels(*pOther), _pixels);
+    EXPECT_EQ(readPixels(*pOther), later);
     pOther.reset();
     EXPECT_EQ(countOpen(_path), 0);
-}
-
-TEST_F(RawFunctions, AnOpenedImageReadsTheFileAndNoCopy) {
-    DiskImagePtr const pImage = openRawImageFile(_path, *_pGeometry, 0);
-    std::string const later = makePixels(*_pGeometry, 2);
-    writeFile(_path, later);
-    EXPECT_EQ(readPixels(*pImage), later);
 }
 
 TEST_F(RawFunctions, AnOpenedImageIsReadOnly) {
@@ -88,44 +74,26 @@ TEST_F(RawFunctions, AnOpenedImageIsReadOnly) {
     EXPECT_EQ(readFile(_path), _pixels);
 }
 
-TEST_F(RawFunctions, ALoadHasClosedTheFileWhenItReturns) {
-    for (Load const& load : getLoads()) {
-        ImagePtr const pImage = load.call(_path, 0);
-        EXPECT_EQ(countOpen(_path), load.name == std::string("open") ? 1 : 0) << load.name;
-    }
-}
-
-TEST_F(RawFunctions, AMissingFileIsTheLoadErrorWithTheAccessorsText) {
-    fs::path const missing = _folder / "missing.raw";
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        expectRaisedText([&] { load.call(missing, 0); },
-                         loadError(missing, "Failed to open raw image file " + missing.string()));
-    }
-}
-
-TEST_F(RawFunctions, AFolderIsNoFile) {
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        fs::path const& folder = _folder.getPath();
-        expectRaisedText([&] { load.call(folder, 0); },
-                         loadError(folder, "Failed to open raw image file " + folder.string()));
+TEST_F(RawFunctions, AMissingFileOrAFolderIsTheLoadErrorWithTheAccessorsText) {
+    for (fs::path const& path : {_folder / "missing.raw", _folder.getPath()}) {
+        for (Load const& load : getLoads()) {
+            SCOPED_TRACE(load.name);
+            expectRaisedText([&] { load.call(path, 0); },
+                             loadError(path, "Failed to open raw image file " + path.string()));
+        }
     }
 }
 
 TEST_F(RawFunctions, AnOffsetBehindWhichThePixelsDoNotFitIsTheLoadErrorWithBothSizes) {
     for (Load const& load : getLoads()) {
         SCOPED_TRACE(load.name);
-        expectRaisedText(
-            [&] { load.call(_path, 1); },
-            loadError(_path, "Input geometry with total size 96 and starting offset 1 is greater "
-                             "than global file size 96 for raw image file " +
-                                 _path.string()));
-        expectRaisedText([&] { load.call(_path, NumericLimits<vlUInt64>::s_max); },
-                         loadError(_path, "Input geometry with total size 96 and starting offset "
-                                          "18446744073709551615 is greater than global file size 96 for raw "
-                                          "image file " +
-                                              _path.string()));
+        for (vlUInt64 const offset : {vlUInt64{1}, NumericLimits<vlUInt64>::s_max}) {
+            expectRaisedText([&] { load.call(_path, offset); },
+                             loadError(_path, "Input geometry with total size 96 and starting offset " +
+                                                  std::to_string(offset) +
+                                                  " is greater than global file size 96 for raw image file " +
+                                                  _path.string()));
+        }
         EXPECT_EQ(countOpen(_path), 0);
     }
 }
@@ -191,11 +159,16 @@ TEST_F(RawFunctions, ARaiseNamesThePublicFunctionInFull) {
 }
 #endif
 
-TEST_F(RawFunctions, AFailedLoadKeepsWhatWasCopied) {
+TEST_F(RawFunctions, ALoadRunsOnTheCallingThreadAndAFailedOneKeepsWhatWasCopied) {
     auto const pTarget = boost::make_shared<HookedImage>(*_pGeometry);
-    pTarget->setWriteHook(failAt(2, "the third plane is refused"));
+    std::set<std::thread::id> writers;
+    pTarget->setWriteHook([&](int access) {
+        writers.insert(std::this_thread::get_id());
+        return access == 2 ? failure("the third plane is refused") : success();
+    });
     expectRaisedText([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); },
                      loadError(_path, "the third plane is refused"));
+    EXPECT_EQ(writers, std::set<std::thread::id>{std::this_thread::get_id()});
     EXPECT_EQ(readPixels(*pTarget), _pixels.substr(0, 48) + std::string(48, '\0'));
     EXPECT_EQ(countOpen(_path), 0);
 }
@@ -211,17 +184,6 @@ TEST_F(RawFunctions, AFileThatLosesItsEndDuringALoadIsTheLoadErrorWithThePlaneTh
     expectRaisedText([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); },
                      loadError(_path, readFailed(_path, 1, 0)));
     EXPECT_EQ(readPixels(*pTarget), _pixels.substr(0, 24) + std::string(72, '\0'));
-}
-
-TEST_F(RawFunctions, ALoadRunsOnTheCallingThread) {
-    auto const pTarget = boost::make_shared<HookedImage>(*_pGeometry);
-    std::set<std::thread::id> writers;
-    pTarget->setWriteHook([&](int /*access*/) {
-        writers.insert(std::this_thread::get_id());
-        return success();
-    });
-    loadRawImageFile(_path, *_pGeometry, pTarget, 0);
-    EXPECT_EQ(writers, std::set<std::thread::id>{std::this_thread::get_id()});
 }
 
 TEST_F(RawFunctions, ATargetThatDoesNotFitIsRefusedByTheProcessor) {
@@ -240,11 +202,8 @@ TEST_F(RawFunctions, WhatATargetThrowsPassesThrough) {
         [](int access) -> BoolResult { throw std::out_of_range("access " + std::to_string(access)); });
     expectPassedThrough<std::out_of_range>([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); });
     EXPECT_EQ(countOpen(_path), 0);
-}
-
-TEST_F(RawFunctions, ATargetWithoutAGeometryIsRefusedByTheImageLibrary) {
-    auto const pTarget = boost::make_shared<MemoryImage>();
-    expectPassedThrough<VELMOImageException>([&] { loadRawImageFile(_path, *_pGeometry, pTarget, 0); });
+    expectPassedThrough<VELMOImageException>( // without a geometry
+        [&] { loadRawImageFile(_path, *_pGeometry, boost::make_shared<MemoryImage>(), 0); });
 }
 
 TEST_F(RawFunctions, AnImageWithoutPixelsLoadsFromAnEmptyFile) {
@@ -254,6 +213,98 @@ TEST_F(RawFunctions, AnImageWithoutPixelsLoadsFromAnEmptyFile) {
     EXPECT_EQ(openRawImageFile(_path, *pEmpty, 0)->getGeometry().getSizeZ(), 2U);
     EXPECT_EQ(loadDistributedRawImageFile(_path, *pEmpty, 0, true)->getGeometry().getSizeY(), 3U);
     EXPECT_EQ(loadDistributedRawImageFile(_path, *pEmpty, 0, false)->getGeometry().getSizeY(), 3U);
+}
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+struct GeometryCase {
+    std::string name;
+    ImageGeometryPtr pGeometry;
+};
+
+std::string getName(eImageBufferType bufferType, vlUInt64 sizeZ, vlUInt64 sizeC, vlUInt64 sizeT) {
+    std::ostringstream name;
+    name << bufferType << " z=" << sizeZ << " c=" << sizeC << " t=" << sizeT;
+    return name.str();
+}
+
+/// Every pixel type in 2d and 3d, grey, RGB and of five channels, single and in a sequence.
+std::vector<GeometryCase> getGeometries() {
+    std::vector<GeometryCase> cases = {{"heterogeneous", makeHeterogeneous()}};
+    for (unsigned int type = eIBT_None; type <= eIBT_Label8; ++type) {
+        auto const bufferType = static_cast<eImageBufferType>(type);
+        for (vlUInt64 const sizeZ : {1U, 3U}) {
+            for (vlUInt64 const sizeC : {1U, 3U, 5U}) {
+                for (vlUInt64 const sizeT : {1U, 2U}) {
+                    VolumeGeometry volume;
+                    sizeZ == 1 ? volume.init2d() : volume.init3d(sizeZ);
+                    ColorGeometry color;
+                    sizeC == 1 ? color.initGrey() : sizeC == 3 ? color.initRgb() : color.initUser(sizeC);
+                    TemporalGeometry temporal;
+                    sizeT == 1 ? temporal.initSingle() : temporal.initSequence(sizeT);
+                    cases.push_back({getName(bufferType, sizeZ, sizeC, sizeT),
+                                     geometry(bufferType, 7, 3, volume, color, temporal)});
+                }
+            }
+        }
+    }
+    return cases;
+}
+
+void expectRoundTrip(fs::path const& path, BaseImageGeometry const& geometry, std::string const& header) {
+    std::string const pixels = makePixels(geometry, 3);
+    ImagePtr const pSaved = makeMemoryImage(geometry, pixels);
+    saveRawImageFile(path, pSaved, header);
+    ImagePtr const pTarget = makeMemoryImage(geometry, std::string(pixels.size(), '\0'));
+    loadRawImageFile(path, geometry, pTarget, header.size());
+    ImagePtr const images[] = {pTarget, loadRawImageFile(path, geometry, header.size()),
+                               openRawImageFile(path, geometry, header.size()),
+                               loadDistributedRawImageFile(path, geometry, header.size(), false),
+                               loadDistributedRawImageFile(path, geometry, header.size(), true)};
+    for (ImagePtr const& pImage : images) {
+        EXPECT_TRUE(haveSamePixels(pImage->getGeometry(), geometry));
+        EXPECT_EQ(pImage->getGeometry().getColorGeometryType(), geometry.getColorGeometryType());
+        EXPECT_EQ(pImage->getGeometry().getTemporalGeometryType(), geometry.getTemporalGeometryType());
+        EXPECT_EQ(pImage->getGeometry().getVolumeGeometryType(), geometry.getVolumeGeometryType());
+        EXPECT_EQ(readPixels(*pImage), pixels);
+    }
+}
+
+} // namespace
+
+TEST(RawRoundTrip, EveryTypeAndGeometryLoadsAsItWasSaved) {
+    TemporaryFolder const folder;
+    for (GeometryCase const& entry : getGeometries()) {
+        SCOPED_TRACE(entry.name);
+        expectRoundTrip(folder / "image.raw", *entry.pGeometry, "head of 13 b.");
+    }
+}
+
+TEST(RawRoundTrip, AnImageOfSeveralUnitsOfWorkLoadsAsItWasSaved) {
+    TemporaryFolder const folder;
+    VolumeGeometry volume;
+    volume.init3d(2);
+    auto const pGeometry =
+        geometry(eIBT_UInt16, 1500, 1201, volume, ColorGeometry(), TemporalGeometry()); // 2 x 3.6 MB
+    expectRoundTrip(folder / "image.raw", *pGeometry, "odd");
+}
+
+TEST(RawRoundTrip, FilesOfEightThreadsDoNotMeet) {
+    TemporaryFolder const folder;
+    onThreads(8, [&](unsigned int thread) {
+        auto const pGeometry = makeSequence(thread % 2 == 0 ? eIBT_UInt16 : eIBT_Real32);
+        fs::path const path = folder / (std::to_string(thread) + ".raw");
+        std::string const header(thread, 'h');
+        for (unsigned int round = 0; round < 25; ++round) {
+            std::string const pixels = makePixels(*pGeometry, 100 * thread + round);
+            saveRawImageFile(path, makeMemoryImage(*pGeometry, pixels), header);
+            EXPECT_EQ(readPixels(*loadRawImageFile(path, *pGeometry, thread)), pixels);
+            EXPECT_EQ(readPixels(*loadDistributedRawImageFile(path, *pGeometry, thread, true)), pixels);
+            EXPECT_EQ(readPixels(*openRawImageFile(path, *pGeometry, thread)), pixels);
+        }
+    });
 }
 
 } // namespace velmo::test

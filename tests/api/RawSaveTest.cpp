@@ -19,68 +19,10 @@ namespace fs = boost::filesystem;
 using namespace image;
 using namespace image::file;
 
-TEST_F(RawFunctions, ASavedFileIsTheHeaderAndThePlanes) {
-    fs::path const saved = _folder / "saved.raw";
-    ImagePtr const pImage = makeMemoryImage(*_pGeometry, _pixels);
-    std::string const header("head\0er\n", 8);
-    saveRawImageFile(saved, pImage, header);
-    EXPECT_EQ(readFile(saved), header + _pixels);
-    EXPECT_EQ(countOpen(saved), 0);
-}
-
-TEST_F(RawFunctions, WithoutAHeaderASavedFileIsThePlanesAlone) {
-    fs::path const saved = _folder / "saved.raw";
-    saveRawImageFile(saved, makeMemoryImage(*_pGeometry, _pixels));
-    EXPECT_EQ(readFile(saved), _pixels);
-}
-
 TEST_F(RawFunctions, ASaveReplacesALongerFile) {
-    fs::path const saved = _folder / "saved.raw";
-    writeFile(saved, makeBytes(5000, 7));
-    saveRawImageFile(saved, makeMemoryImage(*_pGeometry, _pixels), "");
-    EXPECT_EQ(readFile(saved), _pixels);
-}
-
-TEST_F(RawFunctions, EveryKindOfImageSavesTheSameBytes) {
-    fs::path const saved = _folder / "saved.raw";
-    auto const pHooked = boost::make_shared<HookedImage>(*_pGeometry);
-    writePixels(*pHooked, _pixels);
-    writeFile(_path, "at 5." + _pixels);
-    ImageConstPtr const sources[] = {makeMemoryImage(*_pGeometry, _pixels),
-                                     openRawImageFile(_path, *_pGeometry, 5),
-                                     makeDistributedImage(*_pGeometry, _pixels), pHooked};
-    for (ImageConstPtr const& pSource : sources) {
-        fs::remove(saved);
-        saveRawImageFile(saved, pSource, "head");
-        EXPECT_EQ(readFile(saved), "head" + _pixels);
-    }
-}
-
-TEST_F(RawFunctions, EachPlaneOfAHeterogeneousImageTakesTheBytesOfItsOwnType) {
-    fs::path const saved = _folder / "saved.raw";
-    auto const pGeometry = makeHeterogeneous();
-    std::string const pixels = makeBytes(60 * (1 + 4 + 2));
-    saveRawImageFile(saved, makeMemoryImage(*pGeometry, pixels), "head");
-    EXPECT_EQ(readFile(saved), "head" + pixels);
-}
-
-TEST_F(RawFunctions, ABinaryPixelIsOneByteInTheFile) {
-    fs::path const saved = _folder / "saved.raw";
-    std::string const pixels("\0\1\1\0\1\0\0\1\1", 9);
-    saveRawImageFile(saved, makeMemoryImage(*geometry3d(eIBT_Binary, 3, 3, 1), pixels), "");
-    EXPECT_EQ(readFile(saved), pixels);
-}
-
-TEST_F(RawFunctions, AnImageWithoutPixelsAndHeaderSavesAnEmptyFile) {
-    fs::path const saved = _folder / "saved.raw";
-    saveRawImageFile(saved, makeMemoryImage(*geometry3d(eIBT_UInt8, 0, 3, 2), ""), "");
-    EXPECT_EQ(readFile(saved), "");
-}
-
-TEST_F(RawFunctions, AHeaderWithoutPixelsIsSavedWhole) {
-    fs::path const saved = _folder / "saved.raw";
-    saveRawImageFile(saved, makeMemoryImage(*geometry3d(eIBT_UInt8, 0, 3, 2), ""), "head");
-    EXPECT_EQ(readFile(saved), "head");
+    writeFile(_saved, makeBytes(5000, 7));
+    saveRawImageFile(_saved, makeMemoryImage(*_pGeometry, _pixels));
+    EXPECT_EQ(readFile(_saved), _pixels);
 }
 
 TEST_F(RawFunctions, ASaveIntoAMissingFolderOrOntoAFolderIsTheSaveError) {
@@ -112,49 +54,36 @@ TEST_F(RawFunctions, AFullDiskIsTheSaveErrorWithTheSystemsWords) {
 }
 
 TEST_F(RawFunctions, AFailedSaveLeavesTheFileAtItsFullSizeAsFarAsItCame) {
-    fs::path const saved = _folder / "saved.raw";
     auto const pSource = boost::make_shared<HookedImage>(*_pGeometry);
     writePixels(*pSource, _pixels);
     pSource->setReadHook(failAt(3, "the last plane is gone"));
-    expectRaisedText([&] { saveRawImageFile(saved, pSource, "head"); },
-                     saveError(saved, "the last plane is gone"));
-    EXPECT_EQ(readFile(saved), "head" + _pixels.substr(0, 72) + std::string(24, '\0'));
-    EXPECT_EQ(countOpen(saved), 0);
+    expectRaisedText([&] { saveRawImageFile(_saved, pSource, "head"); },
+                     saveError(_saved, "the last plane is gone"));
+    EXPECT_EQ(readFile(_saved), "head" + _pixels.substr(0, 72) + std::string(24, '\0'));
+    EXPECT_EQ(countOpen(_saved), 0);
 }
 
-TEST_F(RawFunctions, TheFileHasItsFullSizeBeforeTheFirstPlaneIsCopied) {
-    fs::path const saved = _folder / "saved.raw";
+TEST_F(RawFunctions, TheFileHasItsFullSizeBeforeTheFirstPlaneIsCopiedByTheCallingThread) {
     auto const pSource = boost::make_shared<HookedImage>(*_pGeometry);
     std::string atFirstRead;
-    pSource->setReadHook([&](int access) {
-        if (access == 0) {
-            atFirstRead = readFile(saved);
-        }
-        return success();
-    });
-    saveRawImageFile(saved, pSource, "head");
-    EXPECT_EQ(atFirstRead, "head" + std::string(96, '\0'));
-}
-
-TEST_F(RawFunctions, ASaveReadsItsSourceOnTheCallingThread) {
-    auto const pSource = boost::make_shared<HookedImage>(*_pGeometry);
     std::set<std::thread::id> readers;
-    pSource->setReadHook([&](int /*access*/) {
+    pSource->setReadHook([&](int access) {
+        atFirstRead = access == 0 ? readFile(_saved) : atFirstRead;
         readers.insert(std::this_thread::get_id());
         return success();
     });
-    saveRawImageFile(_folder / "saved.raw", pSource, "");
+    saveRawImageFile(_saved, pSource, "head");
+    EXPECT_EQ(atFirstRead, "head" + std::string(96, '\0'));
     EXPECT_EQ(readers, std::set<std::thread::id>{std::this_thread::get_id()});
 }
 
 TEST_F(RawFunctions, ASourceFileThatIsCutOffIsTheSaveErrorOfTheTargetWithTheSourcesPath) {
-    fs::path const saved = _folder / "saved.raw";
     DiskImagePtr const pSource = openRawImageFile(_path, *_pGeometry, 0);
     fs::resize_file(_path, 50);
-    expectRaisedText([&] { saveRawImageFile(saved, pSource, ""); },
-                     saveError(saved, "Failed to read raw image file " + _path.string() +
-                                          " for z=0, c=0, t=1, pixelStartOffset=0 and nbPixels=12"));
-    EXPECT_EQ(readFile(saved), _pixels.substr(0, 48) + std::string(48, '\0'));
+    expectRaisedText([&] { saveRawImageFile(_saved, pSource, ""); },
+                     saveError(_saved, "Failed to read raw image file " + _path.string() +
+                                           " for z=0, c=0, t=1, pixelStartOffset=0 and nbPixels=12"));
+    EXPECT_EQ(readFile(_saved), _pixels.substr(0, 48) + std::string(48, '\0'));
 }
 
 TEST_F(RawFunctions, ASaveOntoTheFileThatHoldsItsPixelsIsRefusedAndLeavesThem) {
@@ -178,16 +107,12 @@ TEST_F(RawFunctions, ASaveOfNoImageIsRefusedBeforeTheFileIsTouched) {
 }
 
 TEST_F(RawFunctions, WhatASourceThrowsPassesThrough) {
+    expectPassedThrough<VELMOImageException>( // without a geometry
+        [&] { saveRawImageFile(_saved, boost::make_shared<MemoryImage>(), ""); });
+    EXPECT_FALSE(fs::exists(_saved));
     auto const pSource = boost::make_shared<HookedImage>(*_pGeometry);
     pSource->setReadHook([](int /*access*/) -> BoolResult { throw std::logic_error("of the source"); });
-    expectPassedThrough<std::logic_error>([&] { saveRawImageFile(_folder / "saved.raw", pSource, ""); });
-}
-
-TEST_F(RawFunctions, ASourceWithoutAGeometryIsRefusedByTheImageLibrary) {
-    fs::path const saved = _folder / "saved.raw";
-    expectPassedThrough<VELMOImageException>(
-        [&] { saveRawImageFile(saved, boost::make_shared<MemoryImage>(), ""); });
-    EXPECT_FALSE(fs::exists(saved));
+    expectPassedThrough<std::logic_error>([&] { saveRawImageFile(_saved, pSource, ""); });
 }
 
 } // namespace velmo::test

@@ -58,6 +58,13 @@ class TiffDistributedLoad : public TiffFunctions {
             }};
     }
 
+    void forEachCall(std::function<void(Form const&, bool defaultDispatch)> const& call) const {
+        for (Form const& load : getForms()) {
+            call(load, false);
+            call(load, true);
+        }
+    }
+
     /// Runs `check` on what each form loads under each dispatch.
     void forEachLoad(std::vector<Form> const& forms,
                      std::function<void(image::DistributedImagePtr const&)> const& check) const {

@@ -3,6 +3,7 @@
 
 #include "TiffDistributedFixture.h"
 
+#include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/operations.hpp>
@@ -12,29 +13,6 @@ namespace velmo::test {
 namespace fs = boost::filesystem;
 using namespace image;
 using namespace image::file;
-
-namespace {
-
-/// `nbPages` of colours side by side, and their channels one after the other over all pages.
-std::vector<Directory> makeColorPages(std::uint16_t samples, std::size_t nbPages, std::string& channels) {
-    std::vector<Directory> pages(nbPages);
-    for (std::size_t page = 0; page < nbPages; ++page) {
-        pages[page].samples = samples;
-        pages[page].photometric = PHOTOMETRIC_RGB;
-        pages[page].pixels =
-            countingBytes(pages[page].countBytes(), static_cast<unsigned int>(1 + 90 * page));
-    }
-    for (std::size_t channel = 0; channel < samples; ++channel) {
-        for (Directory const& page : pages) {
-            for (std::size_t at = channel; at < page.pixels.size(); at += samples) {
-                channels += page.pixels[at];
-            }
-        }
-    }
-    return pages;
-}
-
-} // namespace
 
 // Dispatch
 
@@ -84,43 +62,22 @@ TEST_F(TiffDistributedLoad, AFileOfThisModuleLoadsInAnyCompressionAndLogsNothing
     }
 }
 
-TEST_F(TiffDistributedLoad, TheDirectoryModeMakesAVolumeOrASequence) {
-    std::vector<Directory> const pages = makePages(3);
-    writeTiff(_path, pages);
-    for (bool const defaultDispatch : {false, true}) {
-        auto const pVolume = loadDistributedTiffImageFile(_path, eTDM_Volume, eTBM_Default, defaultDispatch);
-        EXPECT_EQ(describeGeometry(pVolume->getGeometry()), "x=4 y=3 z=3 c=1 t=1 eIBT_UInt8");
-        EXPECT_EQ(pVolume->getTemporalGeometryType(), eTGT_Single);
-        EXPECT_EQ(readPixels(*pVolume), pixelsOf(pages));
-        auto const pSteps = loadDistributedTiffImageFile(_path, eTDM_Temporal, eTBM_Default, defaultDispatch);
-        EXPECT_EQ(describeGeometry(pSteps->getGeometry()), "x=4 y=3 z=1 c=1 t=3 eIBT_UInt8");
-        EXPECT_EQ(pSteps->getTemporalGeometryType(), eTGT_Sequence);
-        EXPECT_EQ(readPixels(*pSteps), pixelsOf(pages));
-    }
-}
-
-TEST_F(TiffDistributedLoad, AModelThatIsASequenceReadsDirectoriesAsTimeStepsAndAnyOtherAsAVolume) {
-    std::vector<Directory> const pages = makePages(3);
-    writeTiff(_path, pages);
-    for (bool const bSequence : {false, true}) {
-        auto const pModel = makeModel(*makeModelGeometry(3, bSequence));
-        for (bool const defaultDispatch : {false, true}) {
-            auto const pImage = loadDistributedTiffImageFile(_path, *pModel, eTBM_Default, defaultDispatch);
-            EXPECT_EQ(describeGeometry(pImage->getGeometry()),
-                      bSequence ? "x=4 y=3 z=1 c=1 t=3 eIBT_UInt8" : "x=4 y=3 z=3 c=1 t=1 eIBT_UInt8");
-            EXPECT_EQ(pImage->getTemporalGeometryType(), bSequence ? eTGT_Sequence : eTGT_Single);
-            EXPECT_EQ(readPixels(*pImage), pixelsOf(pages));
+TEST_F(TiffDistributedLoad, TheDirectoryModeOrTheModelMakesAVolumeOrASequence) {
+    for (std::size_t const nbPages : {1U, 3U}) {
+        std::vector<Directory> const pages = makePages(nbPages);
+        writeTiff(_path, pages);
+        for (bool const bSequence : {false, true}) {
+            auto const pModel = makeModel(*makeModelGeometry(nbPages, bSequence));
+            auto const forms = getForms(bSequence ? eTDM_Temporal : eTDM_Volume, *pModel);
+            forEachLoad(forms, [&](DistributedImagePtr const& pImage) {
+                EXPECT_EQ(pImage->getGeometry().getSizeZ(), bSequence ? 1 : nbPages);
+                EXPECT_EQ(pImage->getGeometry().getSizeT(), bSequence ? nbPages : 1);
+                EXPECT_EQ(readPixels(*pImage), pixelsOf(pages));
+            });
+            EXPECT_EQ(forms[1](_path, false)->getTemporalGeometryType(),
+                      bSequence ? eTGT_Sequence : eTGT_Single);
         }
     }
-}
-
-TEST_F(TiffDistributedLoad, AModelThatIsASequenceOfOneStepIsOneAsWell) {
-    std::vector<Directory> const pages = makePages(1);
-    writeTiff(_path, pages);
-    auto const pModel = makeModel(*makeModelGeometry(1, true));
-    auto const pImage = loadDistributedTiffImageFile(_path, *pModel, eTBM_Default, false);
-    EXPECT_EQ(pImage->getTemporalGeometryType(), eTGT_Sequence);
-    EXPECT_EQ(readPixels(*pImage), pixelsOf(pages));
 }
 
 TEST_F(TiffDistributedLoad, TheBufferModeReachesTheFileInBothForms) {
@@ -140,65 +97,18 @@ TEST_F(TiffDistributedLoad, TheBufferModeReachesTheFileInBothForms) {
     }
 }
 
-TEST_F(TiffDistributedLoad, AOneBitFileLoadsAsOneByteForEachPixel) {
-    Directory page;
-    page.sizeX = 9;
-    page.sizeY = 2;
-    page.bits = 1;
-    page.pixels = std::string("\xA5\x80\x00\x00", 4);
-    writeTiff(_path, {page});
-    std::string const expected("\1\0\1\0\0\1\0\1\1\0\0\0\0\0\0\0\0\0", 18);
-    auto const pModel = makeModel(*geometry3d(eIBT_UInt16, 9, 2, 1));
-    std::string const loaded = readPixels(*loadTiffImageFile(_path, eTBM_Default));
-    forEachLoad(getForms(eTDM_Volume, *pModel), [&](DistributedImagePtr const& pImage) {
-        EXPECT_EQ(pImage->getBufferType(), eIBT_Binary);
-        EXPECT_EQ(readPixels(*pImage), loaded);
-        std::string const pixels = readPixels(*pImage);
-        for (std::size_t at = 0; at < expected.size(); ++at) {
-            EXPECT_EQ(pixels[at] != 0, expected[at] != 0) << at;
-        }
-    });
-}
-
-TEST_F(TiffDistributedLoad, ColoursSideBySideBecomeChannels) {
-    for (std::uint16_t const samples : {std::uint16_t{3}, std::uint16_t{4}}) {
-        std::string channels;
-        writeTiff(_path, makeColorPages(samples, 2, channels));
-        VolumeGeometry volume;
-        volume.init3d(2);
-        ColorGeometry color;
-        color.initUser(samples);
-        auto const pModel = makeModel(*geometry(eIBT_UInt16, 4, 3, volume, color, TemporalGeometry()));
-        forEachLoad(getForms(eTDM_Volume, *pModel), [&](DistributedImagePtr const& pImage) {
-            EXPECT_EQ(pImage->getGeometry().getSizeC(), samples);
-            EXPECT_EQ(readPixels(*pImage), channels);
-        });
+// A load of an image in memory fails there.
+TEST_F(TiffDistributedLoad, ColoursSideBySideBecomeChannelsWithAStripThatCannotBeDecodedInBlack) {
+    auto const pGeometry = makeColorGeometry(eCGT_Rgb, 2, 1);
+    std::string pixels = makePixels(*pGeometry);
+    saveTiffImageFile(_path, makeMemoryImage(*pGeometry, pixels), eTC_Lzw);
+    spoilStrip(_path, 1);
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        pixels.replace(60 * channel + 30, 30, 30, '\0');
     }
-}
-
-TEST_F(TiffDistributedLoad, AnImageJStackInOneDirectoryLoadsAsAllItsPlanes) {
-    RawDirectory directory = greyDirectory();
-    directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53\nimages=3\n"));
-    directory.pixels = countingBytes(36);
-    writeRawTiff(_path, {directory});
-    auto const pModel = makeModel(*makeModelGeometry(3, false));
-    forEachLoad(getForms(eTDM_Volume, *pModel), [&](DistributedImagePtr const& pImage) {
-        EXPECT_EQ(describeGeometry(pImage->getGeometry()), "x=4 y=3 z=3 c=1 t=1 eIBT_UInt8");
-        EXPECT_EQ(readPixels(*pImage), countingBytes(36));
-    });
-}
-
-TEST_F(TiffDistributedLoad, EachStepOfAHeterogeneousSequenceHasItsOwnTypeByDirectoryMode) {
-    std::vector<Directory> pages = makePages(2);
-    pages[1].bits = 16;
-    pages[1].pixels = countingBytes(24, 90);
-    writeTiff(_path, pages);
-    for (bool const defaultDispatch : {false, true}) {
-        auto const pImage = loadDistributedTiffImageFile(_path, eTDM_Temporal, eTBM_Default, defaultDispatch);
-        EXPECT_EQ(pImage->getGeometry().getPlanGeometry(0).getBufferType(), eIBT_UInt8);
-        EXPECT_EQ(pImage->getGeometry().getPlanGeometry(1).getBufferType(), eIBT_UInt16);
-        EXPECT_EQ(readPixels(*pImage), pixelsOf(pages));
-    }
+    auto const pModel = makeModel(*pGeometry);
+    forEachLoad(getForms(eTDM_Volume, *pModel),
+                [&](DistributedImagePtr const& pImage) { EXPECT_EQ(readPixels(*pImage), pixels); });
 }
 
 // Calibration and user properties
@@ -214,17 +124,6 @@ TEST_F(TiffDistributedLoad, CalibrationAndUserPropertiesOfTheFileReachTheImage) 
         EXPECT_EQ(pImage->getGeometricCalibrationConstPtr()->getPixelSizeY(), 0.25F);
         EXPECT_EQ(pImage->getGeometricCalibrationConstPtr()->getUnit(), "um");
         EXPECT_EQ(pImage->getGeometricCalibrationConstPtr()->getFurtherTerms()[4], 5.0F);
-    });
-}
-
-TEST_F(TiffDistributedLoad, AForeignResolutionIsTheCalibration) {
-    std::vector<Directory> pages = makePages(1);
-    pages[0].tags = {{TIFFTAG_XRESOLUTION, 4.0F}, {TIFFTAG_YRESOLUTION, 2.0F}};
-    writeTiff(_path, pages);
-    auto const pModel = makeModel(*makeModelGeometry(1, false));
-    forEachLoad(getForms(eTDM_Volume, *pModel), [](DistributedImagePtr const& pImage) {
-        ASSERT_TRUE(pImage->hasGeometricCalibration());
-        EXPECT_EQ(pImage->getGeometricCalibrationConstPtr()->getPixelSizeX(), 0.25F);
     });
 }
 
@@ -291,28 +190,11 @@ TEST_F(TiffDistributedLoad, ACpuCopyGathersThePlanesOfAllWorkers) {
 }
 
 TEST_F(TiffDistributedLoad, WhatIsLoadedIsSavedAsTiffAndAsRawAndLoadsAgain) {
-    ImagePtr const pSaved = makeMemoryImage(*_pGeometry, _pixels);
-    pSaved->setGeometricCalibration(createGeometricCalibration2d(0.5F, 0.25F, "um", 1, 2, 3, 4, 5));
-    pSaved->setUserPropertiesStr("kept");
-    saveTiffImageFile(_path, pSaved, eTC_None);
     forEachLoad(getForms(), [&](DistributedImagePtr const& pImage) {
         saveTiffImageFile(_folder / "again.tif", pImage, eTC_Lzw);
-        ImagePtr const pAgain = loadTiffImageFile(_folder / "again.tif", eTBM_Default);
-        EXPECT_TRUE(haveSamePixels(pAgain->getGeometry(), *_pGeometry));
-        EXPECT_EQ(readPixels(*pAgain), _pixels);
-        EXPECT_EQ(pAgain->getUserPropertiesStr(), "kept");
-        ASSERT_TRUE(pAgain->hasGeometricCalibration());
-        EXPECT_EQ(pAgain->getGeometricCalibrationConstPtr()->getUnit(), "um");
+        EXPECT_EQ(readPixels(*loadTiffImageFile(_folder / "again.tif", eTBM_Default)), _pixels);
         saveRawImageFile(_folder / "again.raw", pImage, "head");
         EXPECT_EQ(readFile(_folder / "again.raw"), "head" + _pixels);
-    });
-}
-
-TEST_F(TiffDistributedLoad, ManyLoadsOfOneFileRunAtOnce) {
-    onThreads(8, [&](unsigned int thread) {
-        for (int round = 0; round < 5; ++round) {
-            EXPECT_EQ(readPixels(*getForms()[thread % 2](_path, thread % 4 < 2)), _pixels);
-        }
     });
 }
 
@@ -345,5 +227,94 @@ TEST_F(TiffDistributedLoad, WithOptionsWorkersReadUnderThePolicyOfTheCaller) {
                   native.substr(0, 96) + std::string(24, '\0'));
     }
 }
+
+// Models that do not fit
+
+TEST_F(TiffDistributedLoad, AFileThatDoesNotFitTheModelIsTheProcessorsException) {
+    ImageGeometryPtr const models[] = {makeModelGeometry(2, false), makeModelGeometry(4, false),
+                                       makeModelGeometry(2, true), geometry3d(eIBT_UInt8, 5, 3, 3),
+                                       geometry3d(eIBT_UInt8, 4, 2, 3)};
+    writeTiff(_path, makePages(3));
+    for (ImageGeometryPtr const& pGeometry : models) {
+        SCOPED_TRACE(describeGeometry(*pGeometry));
+        auto const pModel = makeModel(*pGeometry);
+        for (bool const defaultDispatch : {false, true}) {
+            resetCounts();
+            expectPassedThrough<processor::VELMOBaseProcessingException>(
+                [&] { loadDistributedTiffImageFile(_path, *pModel, eTBM_Default, defaultDispatch); });
+            EXPECT_GT(_pRecord->nbAdded, 0); // the image is made before
+            EXPECT_EQ(_pRecord->nbDropped, _pRecord->nbAdded);
+            EXPECT_EQ(countOpen(_path), 0);
+        }
+    }
+}
+
+// Steps that fail
+
+TEST_F(TiffDistributedLoad, AMissingFileIsTheLoadErrorBeforeTheWorkersAreAsked) {
+    fs::path const missing = _folder / "missing.tif";
+    forEachCall([&](Form const& load, bool defaultDispatch) {
+        resetCounts();
+        expectRaisedText([&] { load(missing, defaultDispatch); },
+                         loadError(missing, openFailed(missing, "No such file or directory")));
+        EXPECT_EQ(_pRecord->nbAdded, 0);
+    });
+}
+
+TEST_F(TiffDistributedLoad, AStripThatCannotBeDecodedIsTheLoadErrorUnderEachDispatch) {
+    spoilStrip(_path, 0);
+    forEachCall([&](Form const& load, bool defaultDispatch) {
+        resetCounts();
+        expectRaisedBeginning([&] { load(_path, defaultDispatch); }, loadError(_path, "Failed to read "));
+        EXPECT_EQ(_pRecord->nbDropped, 8);
+        EXPECT_EQ(countOpen(_path), 0);
+    });
+}
+
+TEST_F(TiffDistributedLoad, AWorkerWithoutRoomIsAFailedCreation) {
+    _pRecord->addFailure = "no room";
+    forEachCall([&](Form const& load, bool defaultDispatch) {
+        resetCounts();
+        expectRaisedText([&] { load(_path, defaultDispatch); },
+                         "Failed to create distributed image\nno room");
+        EXPECT_EQ(_pRecord->nbDropped, 1);
+        EXPECT_EQ(countOpen(_path), 0);
+    });
+}
+
+TEST_F(TiffDistributedLoad, AnEngineWithoutWorkersIsAFailedCreation) {
+    ReplacedEngine const empty(createThreadDistributionEngine(0));
+    for (Form const& load : getForms()) {
+        expectRaisedText([&] { load(_path, true); },
+                         "Failed to create distributed image\nA distributed image needs a worker");
+    }
+}
+
+TEST_F(TiffDistributedLoad, AWorkersFailureIsTheLoadError) {
+    _pRecord->fillFailure = "the worker has lost its network";
+    _pRecord->writeFailure = "the worker refuses";
+    for (Form const& load : getForms()) {
+        resetCounts();
+        expectRaisedText([&] { load(_path, true); }, loadError(_path, "the worker has lost its network"));
+        expectRaisedText([&] { load(_path, false); }, loadError(_path, "the worker refuses"));
+        EXPECT_EQ(_pRecord->nbDropped, 16);
+        EXPECT_EQ(countOpen(_path), 0);
+    }
+}
+
+#if !defined(__clang__)
+TEST_F(TiffDistributedLoad, ARaiseNamesThePublicFunctionInFull) {
+    std::string const start =
+        "velmo::image::DistributedImagePtr velmo::image::file::loadDistributedTiffImageFile(const "
+        "boost::filesystem::path&, const ";
+    std::string const functions[] = {start + "eTiffDirectoryMode&, const eTiffBufferMode&, bool)",
+                                     start +
+                                         "velmo::image::DistributedImage&, const eTiffBufferMode&, bool)"};
+    for (std::size_t form = 0; form < 2; ++form) {
+        auto const raised = expectRaised([&] { getForms()[form]("/missing", false); });
+        EXPECT_EQ(raised ? raised->function : std::string(), functions[form]);
+    }
+}
+#endif
 
 } // namespace velmo::test

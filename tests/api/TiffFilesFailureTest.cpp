@@ -4,12 +4,12 @@
 #include "ThrownText.h"
 #include "TiffFilesFixture.h"
 
+#include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
 #include <VELMOImageFile/VELMOImageFileException.h>
-#include <VELMOSerialization/BinaryArchive.h>
+#include <VELMOUtil/Logging.h>
 #include <boost/filesystem/operations.hpp>
 #include <boost/format.hpp>
 #include <gmock/gmock.h>
-#include <sstream>
 #include <sys/stat.h>
 
 namespace velmo::test {
@@ -20,17 +20,6 @@ using namespace image::file;
 using testing::StartsWith;
 
 namespace {
-
-/// A file that says of itself that it has this geometry, whatever its directory holds.
-void writeClaim(fs::path const& path, BaseImageGeometry const& geometry) {
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    archive.writeObject("pObject", duplicateGeometry(geometry));
-    Directory directory;
-    directory.tags[TIFFTAG_SOFTWARE] = std::string("VELMO_Library");
-    directory.tags[TIFFTAG_PHOTOSHOP] = stream.str();
-    writeTiff(path, {directory});
-}
 
 /// Three files, of which one or more do not open.
 class TiffFilesFailure : public TiffFiles {
@@ -113,19 +102,6 @@ TEST_F(TiffFilesFailure, AFileOfThisModuleWhoseGeometryIsBrokenIsTheLoadError) {
     }
 }
 
-TEST_F(TiffFilesFailure, AFileWhosePixelTypeDoesNotFitTheBufferModeIsTheLoadError) {
-    std::vector<Directory> pages = makePages(1);
-    writeTiff(numbered(0), pages);
-    pages[0].bits = 16;
-    writeTiff(numbered(1), pages);
-    std::string const text =
-        "Un supported image buffer type with bitsPerSamples=16, sampleFormat=1 and image "
-        "buffer mode eTBM_Binary for file ";
-    for (Route const& route : getRoutes()) {
-        expectFails(route, loadError(numbered(1), text + numbered(1).string()), eTBM_Binary);
-    }
-}
-
 TEST_F(TiffFilesFailure, AFileWithoutPermissionIsTheLoadErrorWithTheSystemsWords) {
     fs::permissions(_folder, fs::perms(0755));
     fs::permissions(_other.getPath(), fs::perms(0755));
@@ -139,30 +115,17 @@ TEST_F(TiffFilesFailure, AFileWithoutPermissionIsTheLoadErrorWithTheSystemsWords
     }
 }
 
-TEST_F(TiffFilesFailure, TheFirstOfSeveralFilesThatDoNotOpenIsNamed) {
-    for (std::size_t const index : {1U, 2U}) {
-        writeFile(numbered(index), "");
-    }
-    for (Route const& route : getRoutes()) {
-        EXPECT_THAT(getText(route), StartsWith(loadError(numbered(1), ""))) << route.name;
-    }
-}
-
-TEST_F(TiffFilesFailure, AFileThatDoesNotOpenIsNamedBeforeALaterOneThatDiffers) {
+TEST_F(TiffFilesFailure, TheFirstFileThatDoesNotOpenIsNamedBeforeLaterOnesThatDoNotOrDiffer) {
     writeFile(numbered(1), "");
+    auto const expectFirstNamed = [&] {
+        for (Route const& route : getRoutes()) {
+            EXPECT_THAT(getText(route), StartsWith(loadError(numbered(1), ""))) << route.name;
+        }
+    };
+    writeFile(numbered(2), "");
+    expectFirstNamed();
     save(numbered(2), makePart(makeVolume(1, 2)));
-    for (Route const& route : getRoutes()) {
-        EXPECT_THAT(getText(route), StartsWith(loadError(numbered(1), ""))) << route.name;
-    }
-}
-
-TEST_F(TiffFilesFailure, QuotesAndAmpersandsAreMarkedInTheQuotedPathAndBareInTheNestedText) {
-    fs::path const path = at("a\"1&");
-    fs::create_symlink("nowhere", path);
-    save(at("a\"2&"), makePart(makeVolume(1)));
-    auto const raised = expectRaisedFrom("src/Tiff/TiffImageFiles.cpp", [&] { load(eTDM_Volume, "a\"*"); });
-    EXPECT_EQ(raised ? raised->text : "", "Error while loading tiff image file \"" + _folder.string() +
-                                              "/a&\"1&&\"\n" + openFailed(path, "No such file or directory"));
+    expectFirstNamed();
 }
 
 // Parts that cannot be made one image
@@ -214,6 +177,123 @@ TEST_F(TiffFilesFailure, ManyTimeStepsOfTwoTypesAreJoinedInNoTime) {
     EXPECT_EQ(geometry.getPlanGeometry(vlUInt64{1} << 60U).getBufferType(), eIBT_UInt16);
     EXPECT_EQ(geometry.getPlanGeometry(vlUInt64{1} << 61U).getBufferType(), eIBT_UInt8);
     EXPECT_EQ(geometry.getFullMemorySize(), vlUInt64{4} << 60U);
+}
+
+using processor::VELMOBaseProcessingException;
+
+namespace {
+
+/// Three files of two planes, whose directories are whole and whose second one ends in its last plane.
+class TiffFilesDamage : public TiffFiles {
+  protected:
+    TiffFilesDamage() {
+        for (unsigned int index = 0; index < 3; ++index) {
+            RawDirectory first = greyDirectory(4, 3, 8);
+            RawDirectory second = first;
+            first.pixels = countingBytes(12, 1 + 24 * index);
+            second.pixels = countingBytes(12, 13 + 24 * index);
+            writeRawTiff(numbered(index), {first, second});
+            _planes.push_back(first.pixels);
+            _planes.push_back(second.pixels);
+        }
+        fs::resize_file(numbered(1), fs::file_size(numbered(1)) - 5);
+        writeEvenSteps(6);
+    }
+
+    static std::string tryRead(BaseImage const& image, bool bAlongZ, vlUInt64 plane, std::string& pixels) {
+        pixels.assign(12, '\0');
+        return image.readPixels(bAlongZ ? plane : plane % 2, 0, bAlongZ ? 0 : plane / 2, 0, 12, pixels.data())
+            .getMessage();
+    }
+
+    std::string getReadError() const {
+        return "Failed to read data of strip 0 for directory z=1, c=0, t=0 of file " + numbered(1).string() +
+               "\nTiff Error : ";
+    }
+
+    std::vector<std::string> _planes;
+};
+
+} // namespace
+
+TEST_F(TiffFilesDamage, OfASequencePlanesThatAreCutShortAndThoseBehindThemStayZeroInMemoryWithOneWarning) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    std::string const pixels = readPixels(*load(eTDM_Temporal));
+    EXPECT_EQ(pixels.substr(0, 36), _planes[0] + _planes[1] + _planes[2]);
+    EXPECT_EQ(pixels.substr(48), std::string(24, '\0'));
+    EXPECT_EQ(countOpenFiles(), 0U);
+    ASSERT_EQ(log.getRecords().size(), 1U);
+    CapturedLog::Record const record = log.getRecords()[0];
+    EXPECT_EQ(record.logger, processor::getVELMOBaseProcessingLogger().getName());
+    EXPECT_EQ(record.level, log4cplus::WARN_LOG_LEVEL);
+    EXPECT_THAT(record.message,
+                testing::StartsWith("Processor CopyImgLvl1 failed, and its result was not looked at\n" +
+                                    getReadError()));
+}
+
+TEST_F(TiffFilesDamage, OfAVolumeTheyAreAnErrorThatIsLoggedOnce) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    EXPECT_THAT(thrownText<VELMOBaseProcessingException>([&] { load(eTDM_Volume); }),
+                testing::HasSubstr(getReadError()));
+    EXPECT_EQ(countOpenFiles(), 0U);
+    EXPECT_EQ(log.getRecords().size(), 1U);
+}
+
+TEST_F(TiffFilesDamage, OfAJoinedDiskImageThatPlaneFailsWithTheWordsOfTheFileAndTheOthersAreRead) {
+    for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
+        ImagePtr const pImage = open(mode);
+        for (vlUInt64 plane = 0; plane < 6; ++plane) {
+            std::string pixels;
+            std::string const message = tryRead(*pImage, mode == eTDM_Volume, plane, pixels);
+            if (plane == 3) {
+                EXPECT_THAT(message, testing::StartsWith(getReadError()));
+            } else {
+                EXPECT_EQ(message, "");
+                EXPECT_EQ(pixels, _planes[plane]);
+            }
+        }
+    }
+}
+
+TEST_F(TiffFilesDamage, ACustomStackFailsWithTheWordsOfTheFileAndOneRecord) {
+    CapturedLog const log(log4cplus::Logger::getRoot());
+    try {
+        loadStack(6, imaproc::attr::eIP_Linear);
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (VELMOBaseProcessingException const& exception) {
+        EXPECT_THAT(exception.what(), testing::HasSubstr("ResampleCustomZStack3dImgLvl1"));
+        EXPECT_THAT(exception.what(), testing::HasSubstr(getReadError()));
+        ASSERT_EQ(log.getRecords().size(), 1U);
+        EXPECT_EQ(log.getRecords()[0].message, exception.what());
+        EXPECT_EQ(log.getRecords()[0].level, log4cplus::ERROR_LOG_LEVEL);
+    }
+    EXPECT_EQ(log.getRecords().size(), 1U);
+    EXPECT_EQ(countOpenFiles(), 0U);
+}
+
+TEST_F(TiffFilesDamage, ACustomStackThatNeedsNoneOfThePlanesThatAreCutShortLoads) {
+    writeSteps("1\n1\n0.5\n0.5\n2\n");
+    ImagePtr const pImage = loadStack(6, imaproc::attr::eIP_Nearest);
+    EXPECT_EQ(readPixels(*pImage),
+              _planes[0] + _planes[1] + _planes[2] + _planes[4] + _planes[4] + _planes[5]);
+}
+
+// A load of one file fails there.
+TEST_F(TiffFilesDamage, AStripOfColoursThatCannotBeDecodedIsBlackInEveryJoinedImage) {
+    Part part = makePart(makeVolume(2, 1, eIBT_UInt8));
+    part.pGeometry->getColorGeometry().initRgb();
+    part.pixels = makePixels(*part.pGeometry);
+    for (std::size_t index = 0; index < 3; ++index) {
+        save(numbered(index), part, eTC_Lzw);
+        spoilStrip(numbered(index), 1);
+    }
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        part.pixels.replace(30 * channel + 15, 15, 15, '\0');
+    }
+    for (Route const& route : getJoins()) {
+        std::vector<Part> const parts(3, part);
+        EXPECT_EQ(readPixels(*route()), route.bAlongZ ? joinAlongZ(parts) : joinAlongT(parts)) << route.name;
+    }
 }
 
 } // namespace velmo::test

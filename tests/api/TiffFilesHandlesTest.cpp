@@ -90,24 +90,18 @@ TEST_F(TiffFilesHandles, WhereThereIsNoneTheFileSystemSaysThatTheDirectoryCannot
 }
 #endif
 
-TEST_F(TiffFilesHandles, AFileThatDiffersBehindTheLastHandleIsNamedAsThat) {
+TEST_F(TiffFilesHandles, AFileThatDiffersOrDoesNotOpenBehindTheLastHandleIsNamedAsThat) {
     std::size_t const last = g_nbFiles - 1;
     save(numbered(last), makePart(geometry3d(eIBT_UInt16, 6, 3, 1)));
     for (Route const& route : getRoutes()) {
         EXPECT_EQ(withHandles(10, [&] { return textThrownBy([&] { route(); }); }),
                   "SizeX mismatch between input image read from \"" + numbered(0).string() +
-                      "\" (5) and input image read from \"" + numbered(last).string() + "\" (6)")
-            << route.name;
+                      "\" (5) and input image read from \"" + numbered(last).string() + "\" (6)");
     }
-}
-
-TEST_F(TiffFilesHandles, AFileThatDoesNotOpenBehindTheLastHandleIsNamedAsThat) {
-    std::size_t const last = g_nbFiles - 1;
     writeFile(numbered(last), "");
     for (Route const& route : getRoutes()) {
         EXPECT_THAT(withHandles(10, [&] { return textThrownBy([&] { route(); }); }),
-                    StartsWith(loadError(numbered(last), "Failed to open tiff image file ")))
-            << route.name;
+                    StartsWith(loadError(numbered(last), "Failed to open tiff image file ")));
     }
 }
 
@@ -128,5 +122,97 @@ TEST_F(TiffFilesHandles, AllAreFreeAfterTheyRanOut) {
             << route.name;
     }
 }
+
+namespace {
+
+constexpr std::size_t g_nbStacks = 8;
+constexpr vlUInt64 g_nbStackPlanes = 3;
+constexpr vlUInt64 g_stackPlaneSize = 12;
+
+/// ImageJ stacks of one directory. Each read of a plane opens a stream besides the handle of the file.
+class TiffFilesStackHandles : public TiffFiles {
+  protected:
+    TiffFilesStackHandles() {
+        for (std::size_t index = 0; index < g_nbStacks; ++index) {
+            RawDirectory const directory =
+                imageJStack("3", countingBytes(g_nbStackPlanes * g_stackPlaneSize,
+                                               static_cast<unsigned int>(1 + 37 * index)));
+            writeRawTiff(numbered(index), {directory});
+            _pixels += directory.pixels;
+        }
+        writeEvenSteps(g_nbStacks * g_nbStackPlanes);
+    }
+
+    /// "right", "wrong", or "thrown".
+    std::string load(Route const& route, std::string const& expected) const {
+        try {
+            return readPixels(*route()) == expected ? "right" : "wrong";
+        } catch (std::exception const&) {
+            return "thrown";
+        }
+    }
+
+    /// "right" where each plane is or fails, else "wrong"; "thrown" where there is no image.
+    std::string readOpened(Route const& route) const {
+        ImagePtr pImage;
+        try {
+            pImage = route();
+        } catch (std::exception const&) {
+            return "thrown";
+        }
+        for (std::size_t plane = 0; plane < g_nbStacks * g_nbStackPlanes; ++plane) {
+            std::size_t const z = route.bAlongZ ? plane : plane % g_nbStackPlanes;
+            std::size_t const t = route.bAlongZ ? 0 : plane / g_nbStackPlanes;
+            std::string pixels(g_stackPlaneSize, '?');
+            bool const bRead =
+                static_cast<bool>(pImage->readPixels(z, 0, t, 0, g_stackPlaneSize, pixels.data()));
+            if (bRead && pixels != _pixels.substr(plane * g_stackPlaneSize, g_stackPlaneSize)) {
+                return "wrong";
+            }
+        }
+        return "right";
+    }
+
+    std::string _pixels;
+};
+
+} // namespace
+
+TEST_F(TiffFilesStackHandles, OneMoreThanThereAreFilesIsEnough) {
+    for (Route const& route : getJoins()) {
+        SCOPED_TRACE(route.name);
+        EXPECT_EQ(withHandles(g_nbStacks + 1, [&] { return load(route, _pixels); }), "right");
+    }
+}
+
+#if defined(VELMO_TEST_LEAVES_NO_HANDLE) // sanitizers need one to look at an exception
+
+TEST_F(TiffFilesStackHandles, WithFewerALoadIsRightOrFailsOrAlongTIsLogged) {
+    for (Route const& route : getRoutes()) {
+        std::string const expected = readPixels(*route());
+        for (std::size_t nbMore = 1; !route.bDisk && nbMore <= g_nbStacks; ++nbMore) {
+            std::string const text = withHandles(nbMore, [&] {
+                CapturedLog const log(log4cplus::Logger::getRoot());
+                std::string const outcome = load(route, expected);
+                return outcome + (log.getRecords().empty() ? "" : " and logged");
+            });
+            EXPECT_THAT(text, testing::AnyOf("right", "right and logged", "thrown", "thrown and logged",
+                                             route.bAlongZ ? "right" : "wrong and logged"))
+                << route.name << " with " << nbMore;
+        }
+    }
+}
+
+TEST_F(TiffFilesStackHandles, WithFewerAnOpenedImageHasNoWrongPlane) {
+    for (Route const& route : getJoins()) {
+        for (std::size_t nbMore = 1; route.bDisk && nbMore <= g_nbStacks; ++nbMore) {
+            EXPECT_EQ(withHandles(nbMore, [&] { return readOpened(route); }),
+                      nbMore < g_nbStacks ? "thrown" : "right")
+                << route.name << " with " << nbMore;
+        }
+    }
+}
+
+#endif
 
 } // namespace velmo::test

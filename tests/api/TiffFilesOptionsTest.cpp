@@ -139,9 +139,7 @@ TEST_F(TiffFilesOptions, ALineOfStepsThatIsNoPositiveNumberIsNamed) {
 TEST_F(TiffFilesOptions, StacksOfOneDirectoryAreJoinedInTheByteOrderOfThisMachine) {
     std::string expected;
     for (unsigned int index = 0; index < 3; ++index) {
-        RawDirectory stack = greyDirectory(4, 3, 16);
-        stack.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=2\n"));
-        stack.pixels = countingBytes(48, 48 * index);
+        RawDirectory const stack = imageJStack("2", countingBytes(48, 48 * index), greyDirectory(4, 3, 16));
         writeRawTiff(numbered(index), {stack}, {false, true});
         std::string const stored = readFile(numbered(index));
         std::string const pixels = stored.substr(stored.size() - 48);

@@ -3,9 +3,9 @@
 
 #include "TiffFilesFixture.h"
 
+#include <VELMOImage/ImageAccessor.h>
 #include <VELMOUtil/Logging.h>
 #include <boost/filesystem/operations.hpp>
-#include <boost/lexical_cast.hpp>
 
 namespace velmo::test {
 
@@ -72,57 +72,16 @@ class TiffFilesSelection : public TiffFiles {
 
 // No file
 
-TEST_F(TiffFilesSelection, AnEmptyDirectoryGivesAnEmptyPointerWithoutAWord) {
-    expectNothing(_folder, g_numbered);
-    expectNothing(_folder, "*");
-    writeSteps("1\n");
-    expectNothing(_folder, "*");
-}
-
-TEST_F(TiffFilesSelection, ADirectoryWithoutAMatchGivesAnEmptyPointerWithoutAWord) {
+TEST_F(TiffFilesSelection, WithoutAMatchAnEmptyPointerIsGivenWithoutAWordAndNoPatternRefused) {
+    for (char const* pattern : {g_numbered, "*", "z<INDEX>|y", "<INDEX>_<INDEX>"}) {
+        expectNothing(_folder, pattern);
+    }
     writeFile(at("b1.tif"), "never opened");
     fs::create_directory(at("a1.tif"));
     expectNothing(_folder, g_numbered);
 }
 
-TEST_F(TiffFilesSelection, AnEmptyDirectoryRefusesNoPattern) {
-    expectNothing(_folder, "z<INDEX>|y");
-    expectNothing(_folder, "<INDEX>_<INDEX>");
-}
-
 // Several
-
-TEST_F(TiffFilesSelection, FoldersThatMatchAreSkippedAndLinksToFilesFollowed) {
-    std::vector<Part> const parts = {makePart(makeVolume(1), 1), makePart(makeVolume(1), 2)};
-    save(at("first"), parts[0]);
-    save(at("a2.tif"), parts[1]);
-    fs::create_symlink("first", at("a1.tif"));
-    fs::create_directory(at("a3.tif"));
-    fs::create_symlink("a3.tif", at("a4.tif"));
-    writeEvenSteps(2);
-    for (Call const& call : getCalls()) {
-        SCOPED_TRACE(call.name);
-        ImagePtr const pImage = call.run(_folder, g_numbered);
-        ASSERT_TRUE(pImage);
-        EXPECT_EQ(readPixels(*pImage), parts[0].pixels + parts[1].pixels);
-    }
-}
-
-TEST_F(TiffFilesSelection, NamesOfAnyBytesAreOpened) {
-    std::string expected;
-    unsigned int seed = 0;
-    for (int byte = 1; byte < 256; ++byte) {
-        if (byte != '/') {
-            Part const part = makePart(makeVolume(1, 1, eIBT_UInt8), ++seed);
-            save(at("a" + std::string(1, static_cast<char>(byte)) + "z" + std::to_string(byte)), part);
-            expected += part.pixels;
-        }
-    }
-    writeEvenSteps(254);
-    EXPECT_EQ(readPixels(*load(eTDM_Volume, "a?z<INDEX>")), expected);
-    EXPECT_EQ(readPixels(*open(eTDM_Temporal, "a?z<INDEX>")), expected);
-    EXPECT_EQ(readPixels(*loadStack(254, attr::eIP_Linear, "a?z<INDEX>")), expected);
-}
 
 TEST_F(TiffFilesSelection, NothingIsLoggedOnSuccess) {
     save({makePart(makeVolume(1), 1), makePart(makeVolume(1), 2)});
@@ -132,24 +91,6 @@ TEST_F(TiffFilesSelection, NothingIsLoggedOnSuccess) {
         EXPECT_TRUE(call.run(_folder, g_numbered)) << call.name;
     }
     EXPECT_TRUE(log.getRecords().empty());
-}
-
-TEST_F(TiffFilesSelection, ADirectoryCanBeNamedByALinkAndFromTheCurrentOne) {
-    save({makePart(makeVolume(1), 1), makePart(makeVolume(1), 2)});
-    writeEvenSteps(2);
-    fs::path const link = _other / "link";
-    fs::create_directory_symlink(_folder, link);
-    fs::path const former = fs::current_path();
-    fs::current_path(_folder);
-    for (Call const& call : getCalls()) {
-        SCOPED_TRACE(call.name);
-        for (fs::path const& directory : {link, fs::path(".")}) {
-            ImagePtr const pImage = call.run(directory, g_numbered);
-            ASSERT_TRUE(pImage);
-            EXPECT_EQ(pImage->getGeometry().getNbPlans(), 2U);
-        }
-    }
-    fs::current_path(former);
 }
 
 // What is refused before a file is opened
@@ -166,19 +107,6 @@ TEST_F(TiffFilesSelection, RefusedPatternsAreRaisedAndNoFileIsOpened) {
     }
 }
 
-TEST_F(TiffFilesSelection, ANumberBeyond64BitsPassesAsTheBadCastThatItIs) {
-    writeFile(at("a1.tif"), "no TIFF file");
-    writeFile(at("a18446744073709551616.tif"), "no TIFF file");
-    for (Call const& call : getCalls()) {
-        SCOPED_TRACE(call.name);
-        try {
-            call.run(_folder, g_numbered);
-            ADD_FAILURE() << "nothing was thrown";
-        } catch (boost::bad_lexical_cast const&) {
-        }
-    }
-}
-
 TEST_F(TiffFilesSelection, WhatTheFileSystemSaysOfTheDirectoryPassesAsItIs) {
     writeFile(at("file"), "");
     for (Call const& call : getCalls()) {
@@ -190,17 +118,117 @@ TEST_F(TiffFilesSelection, WhatTheFileSystemSaysOfTheDirectoryPassesAsItIs) {
     }
 }
 
-TEST_F(TiffFilesSelection, ADirectoryThatMustNotBeListedPassesAsWhatTheFileSystemSays) {
-    save({makePart(makeVolume(1), 1), makePart(makeVolume(1), 2)});
-    fs::permissions(_folder, fs::perms(0700));
-    for (Call const& call : getCalls()) {
-        std::string const error =
-            asOrdinaryUser([&] { return std::to_string(getSystemError(call, _folder)); });
-        if (error == g_noSuchUser) {
-            GTEST_SKIP() << "this process cannot become another user";
-        }
-        EXPECT_EQ(error, std::to_string(EACCES)) << call.name;
+namespace {
+
+/// A directory in which one file matches.
+class TiffFilesSingle : public TiffFiles {
+  protected:
+    fs::path const _path = numbered(3);
+};
+
+} // namespace
+
+TEST_F(TiffFilesSingle, TheDirectoryModeIsTheCallers) {
+    std::vector<Directory> const pages = makePages(3);
+    writeTiff(_path, pages);
+    for (ImagePtr const& pImage : {load(eTDM_Volume), open(eTDM_Volume)}) {
+        EXPECT_EQ(pImage->getGeometry().getSizeZ(), 3U);
+        EXPECT_EQ(pImage->getGeometry().getSizeT(), 1U);
+        EXPECT_EQ(readPixels(*pImage), pixelsOf(pages));
     }
+    for (ImagePtr const& pImage : {load(eTDM_Temporal), open(eTDM_Temporal)}) {
+        EXPECT_EQ(pImage->getGeometry().getSizeZ(), 1U);
+        EXPECT_EQ(pImage->getGeometry().getSizeT(), 3U);
+        EXPECT_EQ(pImage->getTemporalGeometryType(), eTGT_Sequence);
+        EXPECT_EQ(readPixels(*pImage), pixelsOf(pages));
+    }
+}
+
+TEST_F(TiffFilesSingle, TheBufferModeIsTheCallers) {
+    writeTiff(_path, makePages(1));
+    EXPECT_EQ(load(eTDM_Volume, g_numbered, eTBM_Label)->getBufferType(), eIBT_Label8);
+    EXPECT_EQ(open(eTDM_Temporal, g_numbered, eTBM_Binary)->getBufferType(), eIBT_Binary);
+    EXPECT_EQ(loadCustomZStackImageFiles(_folder, getStepsPath(), 9, attr::eIP_Linear, g_numbered, eTBM_Label)
+                  ->getBufferType(),
+              eIBT_Label8);
+}
+
+TEST_F(TiffFilesSingle, NothingIsComparedAndSeveralTimeStepsOfDifferentTypesAreKept) {
+    Part const part = makePart(makeHeterogeneous());
+    save(_path, part);
+    writeSteps("no number");
+    for (ImagePtr const& pImage : {load(eTDM_Volume), open(eTDM_Volume), load(eTDM_Temporal),
+                                   open(eTDM_Temporal), loadStack(1, attr::eIP_Linear)}) {
+        EXPECT_TRUE(haveSamePixels(pImage->getGeometry(), *part.pGeometry));
+        EXPECT_EQ(readPixels(*pImage), part.pixels);
+    }
+}
+
+TEST_F(TiffFilesSingle, CalibrationAndUserPropertiesAreKept) {
+    Part part = makePart(makeVolume(2));
+    part.userProperties = "a text of the user";
+    part.pCalibration = createGeometricCalibration2d(0.5F, 0.25F, "um", 1, 2, 3, 4, 5);
+    save(_path, part);
+    for (ImagePtr const& pImage : {load(eTDM_Volume), open(eTDM_Volume), load(eTDM_Temporal),
+                                   open(eTDM_Temporal), loadStack(7, attr::eIP_Linear)}) {
+        EXPECT_EQ(pImage->getUserPropertiesStr(), "a text of the user");
+        ASSERT_TRUE(pImage->hasGeometricCalibration());
+        EXPECT_EQ(pImage->getGeometricCalibrationConstPtr()->getPixelSizeY(), 0.25F);
+    }
+}
+
+TEST_F(TiffFilesSingle, AnOpenedFileCanBeWritten) {
+    Part const part = makePart(makeVolume(2));
+    save(_path, part);
+    ImagePtr const pImage = open(eTDM_Volume);
+    auto const pDisk = boost::dynamic_pointer_cast<DiskImage>(pImage);
+    ASSERT_TRUE(pDisk);
+    EXPECT_NE(pDisk->getAccessor()->getAccessMode(), eIAM_ReadOnly);
+    std::string const later = makePixels(*part.pGeometry, 99);
+    writePixels(*pImage, later);
+    EXPECT_EQ(readPixels(*load(eTDM_Volume)), later);
+}
+
+TEST_F(TiffFilesSingle, AFailureIsThatOfTheFunctionsOfOneFile) {
+    writeFile(_path, "");
+    for (auto const& action : std::vector<Action>{[&] { load(eTDM_Volume); }, [&] { open(eTDM_Volume); },
+                                                  [&] { load(eTDM_Temporal); }, [&] { open(eTDM_Temporal); },
+                                                  [&] { loadStack(2, attr::eIP_Linear); }}) {
+        expectRaisedBeginning(action, loadError(_path, "Failed to open tiff image file " + _path.string()));
+        EXPECT_EQ(countOpenFiles(), 0U);
+    }
+}
+
+TEST_F(TiffFilesSingle, TheCustomStackTakesNoLookAtStepsSizeOrPolicy) {
+    Part const part = makePart(makeVolume(4, 2));
+    save(_path, part);
+    auto const policy = static_cast<attr::eInterpolationPolicy>(77);
+    for (char const* steps : {"missing", "missing.xml", "folder", "broken.xml", "few"}) {
+        SCOPED_TRACE(steps);
+        fs::path const path = _other / steps;
+        if (steps == std::string("folder")) {
+            fs::create_directory(path);
+        } else if (path.string().find("missing") == std::string::npos) {
+            writeFile(path, "1\n");
+        }
+        for (unsigned long const sizeZ : {0UL, 2UL, ~0UL}) {
+            ImagePtr const pImage =
+                loadCustomZStackImageFiles(_folder, path, sizeZ, policy, g_numbered, eTBM_Default);
+            EXPECT_TRUE(haveSamePixels(pImage->getGeometry(), *part.pGeometry));
+            EXPECT_EQ(readPixels(*pImage), part.pixels);
+        }
+    }
+}
+
+TEST_F(TiffFilesSingle, ALoadClosesTheFileAndAnOpenedImageKeepsItUntilItGoes) {
+    save(_path, makePart(makeVolume(2)));
+    ImagePtr pLoaded = load(eTDM_Volume);
+    ImagePtr pStack = loadStack(2, attr::eIP_Linear);
+    EXPECT_EQ(countOpenFiles(), 0U);
+    ImagePtr pOpened = open(eTDM_Volume);
+    EXPECT_EQ(countOpenFiles(), 1U);
+    pOpened.reset();
+    EXPECT_EQ(countOpenFiles(), 0U);
 }
 
 } // namespace velmo::test

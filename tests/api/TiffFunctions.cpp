@@ -3,8 +3,10 @@
 
 #include "TiffFunctions.h"
 
+#include <VELMOSerialization/BinaryArchive.h>
 #include <boost/filesystem/operations.hpp>
 #include <fstream>
+#include <sstream>
 
 namespace velmo::test {
 
@@ -81,6 +83,16 @@ std::size_t measurePeak(Action const& action) {
     std::size_t const before = readPeak();
     action();
     return readPeak() - before;
+}
+
+void writeClaim(fs::path const& path, BaseImageGeometry const& geometry, std::uint16_t nbSamples) {
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    archive.writeObject("pObject", duplicateGeometry(geometry));
+    Directory directory = stripDirectory(4, 3, 0, COMPRESSION_NONE, nbSamples);
+    directory.tags[TIFFTAG_SOFTWARE] = std::string("VELMO_Library");
+    directory.tags[TIFFTAG_PHOTOSHOP] = stream.str();
+    writeTiff(path, {directory});
 }
 
 void spoilStrip(fs::path const& path, std::uint16_t directory) {

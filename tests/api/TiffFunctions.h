@@ -34,6 +34,10 @@ std::string textThrownBy(Action const& action);
 /// Kilobytes that `action` adds to the memory of this process at its peak.
 std::size_t measurePeak(Action const& action);
 
+/// A file that says of itself that it has this geometry, whatever its directory of so many samples holds.
+void writeClaim(boost::filesystem::path const& path, image::BaseImageGeometry const& geometry,
+                std::uint16_t nbSamples = 1);
+
 /// Makes the first strip of a compressed directory undecodable.
 void spoilStrip(boost::filesystem::path const& path, std::uint16_t directory);
 

@@ -4,9 +4,7 @@
 #include "TiffFunctions.h"
 
 #include <VELMOImage/ImageAccessor.h>
-#include <VELMOSerialization/BinaryArchive.h>
 #include <boost/filesystem/operations.hpp>
-#include <sstream>
 #include <thread>
 
 namespace velmo::test {
@@ -16,34 +14,6 @@ using namespace image;
 using namespace image::file;
 
 namespace {
-
-Directory makeRgbPage(std::uint16_t samples, unsigned int first) {
-    Directory page;
-    page.samples = samples;
-    page.photometric = PHOTOMETRIC_RGB;
-    page.pixels = countingBytes(page.countBytes(), first);
-    return page;
-}
-
-/// One channel of 8-bit samples side by side.
-std::string channelOf(Directory const& page, std::size_t channel) {
-    std::string pixels;
-    for (std::size_t at = channel; at < page.pixels.size(); at += page.samples) {
-        pixels += page.pixels[at];
-    }
-    return pixels;
-}
-
-/// A file that says of itself that it has this geometry, whatever its directory holds.
-void writeStored(fs::path const& path, ImageGeometryPtr const& pGeometry) {
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    archive.writeObject("pObject", pGeometry);
-    Directory directory;
-    directory.tags[TIFFTAG_SOFTWARE] = std::string("VELMO_Library");
-    directory.tags[TIFFTAG_PHOTOSHOP] = stream.str();
-    writeTiff(path, {directory});
-}
 
 class TiffOpenAndLoad : public TiffFunctions {};
 
@@ -82,10 +52,13 @@ TEST_F(TiffOpenAndLoad, WithoutADirectoryModeTheDirectoriesAreAVolume) {
     }
 }
 
-TEST_F(TiffOpenAndLoad, ADirectoryModeThatIsNamedMakesThemASequence) {
+TEST_F(TiffOpenAndLoad, AModeThatIsNamedReachesTheFileInEveryForm) {
     std::vector<Directory> const pages = makePages(3);
     writeTiff(_path, pages);
     ImagePtr pInto;
+    loadTiffImageFile(_path, eTBM_Binary, pInto);
+    EXPECT_EQ(pInto->getBufferType(), eIBT_Binary);
+    EXPECT_EQ(loadTiffImageFile(_path, eTBM_Binary)->getBufferType(), eIBT_Binary);
     loadTiffImageFile(_path, pInto, eTDM_Temporal, eTBM_Label);
     for (ImagePtr const& pImage : {pInto, loadTiffImageFile(_path, eTDM_Temporal, eTBM_Label),
                                    ImagePtr(openTiffImageFile(_path, eTDM_Temporal, eTBM_Label))}) {
@@ -94,14 +67,6 @@ TEST_F(TiffOpenAndLoad, ADirectoryModeThatIsNamedMakesThemASequence) {
         EXPECT_EQ(pImage->getBufferType(), eIBT_Label8);
         EXPECT_EQ(readPixels(*pImage), pixelsOf(pages));
     }
-}
-
-TEST_F(TiffOpenAndLoad, TheBufferModeReachesTheFileInEveryForm) {
-    writeTiff(_path, makePages(1));
-    ImagePtr pInto;
-    loadTiffImageFile(_path, eTBM_Label, pInto);
-    EXPECT_EQ(pInto->getBufferType(), eIBT_Label8);
-    EXPECT_EQ(loadTiffImageFile(_path, eTBM_Binary)->getBufferType(), eIBT_Binary);
 }
 
 TEST_F(TiffOpenAndLoad, CalibrationAndUserPropertiesReachTheImage) {
@@ -146,48 +111,6 @@ TEST_F(TiffOpenAndLoad, AForeignResolutionIsTheCalibration) {
     }
 }
 
-TEST_F(TiffOpenAndLoad, ColoursSideBySideBecomeChannelsOfEachPlane) {
-    for (std::uint16_t const samples : {std::uint16_t{3}, std::uint16_t{4}}) {
-        std::vector<Directory> const pages = {makeRgbPage(samples, 1), makeRgbPage(samples, 100)};
-        writeTiff(_path, pages);
-        std::string expected;
-        for (std::size_t channel = 0; channel < samples; ++channel) {
-            expected += channelOf(pages[0], channel) + channelOf(pages[1], channel);
-        }
-        for (Load const& load : getLoads()) {
-            SCOPED_TRACE(load.name);
-            ImagePtr const pImage = load.call(_path);
-            EXPECT_EQ(pImage->getGeometry().getSizeC(), samples);
-            EXPECT_EQ(pImage->getGeometry().getSizeZ(), 2U);
-            EXPECT_EQ(readPixels(*pImage), expected);
-        }
-    }
-}
-
-TEST_F(TiffOpenAndLoad, EachStepOfAHeterogeneousSequenceHasItsOwnType) {
-    std::vector<Directory> pages = makePages(2);
-    pages[1].bits = 16;
-    pages[1].pixels = countingBytes(24, 90);
-    writeTiff(_path, pages);
-    for (ImagePtr const& pImage : {loadTiffImageFile(_path, eTDM_Temporal, eTBM_Default),
-                                   ImagePtr(openTiffImageFile(_path, eTDM_Temporal, eTBM_Default))}) {
-        EXPECT_EQ(pImage->getGeometry().getPlanGeometry(0).getBufferType(), eIBT_UInt8);
-        EXPECT_EQ(pImage->getGeometry().getPlanGeometry(1).getBufferType(), eIBT_UInt16);
-        EXPECT_EQ(readPixels(*pImage), pixelsOf(pages));
-    }
-}
-
-TEST_F(TiffOpenAndLoad, TheSingleDirectoryOfAnImageJStackLoadsAsAllItsPlanes) {
-    RawDirectory directory = greyDirectory();
-    directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53\nimages=3\n"));
-    directory.pixels = countingBytes(30); // of 36: what is missing is zero
-    writeRawTiff(_path, {directory});
-    for (Load const& load : getLoads()) {
-        SCOPED_TRACE(load.name);
-        EXPECT_EQ(readPixels(*load.call(_path)), countingBytes(30) + std::string(6, '\0'));
-    }
-}
-
 TEST_F(TiffOpenAndLoad, AnImageWithoutPlanesLoadsAndHasNone) {
     struct {
         ImageGeometryPtr pGeometry;
@@ -197,7 +120,7 @@ TEST_F(TiffOpenAndLoad, AnImageWithoutPlanesLoadsAndHasNone) {
                        {makeGeometry(2, 0, 1), "no channel"}};
     for (auto const& entry : cases) {
         SCOPED_TRACE(entry.what);
-        writeStored(_path, entry.pGeometry);
+        writeClaim(_path, *entry.pGeometry);
         for (Load const& load : getLoads()) {
             SCOPED_TRACE(load.name);
             EXPECT_EQ(load.call(_path)->getGeometry().getNbPlans(), 0U);

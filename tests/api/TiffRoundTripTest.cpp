@@ -116,17 +116,6 @@ TEST_F(TiffRoundTrip, OnePixelAndOneRowLoadAsTheyWereSaved) {
     }
 }
 
-TEST_F(TiffRoundTrip, BlackPixelsAndWhiteOnesLoadAsTheyWereSaved) {
-    auto const pGeometry = geometry3d(eIBT_UInt8, 700, 500, 1);
-    for (eTiffCompression const compression : g_compressions) {
-        for (char const value : {'\0', '\xFF'}) {
-            std::string const pixels(pGeometry->getFullMemorySize(), value);
-            saveTiffImageFile(_path, makeMemoryImage(*pGeometry, pixels), compression);
-            EXPECT_TRUE(readPixels(*loadTiffImageFile(_path, eTBM_Default)) == pixels);
-        }
-    }
-}
-
 TEST_F(TiffRoundTrip, WhatTheColoursAreIsKept) {
     ColorGeometry color;
     color.initUser(3);
@@ -134,13 +123,6 @@ TEST_F(TiffRoundTrip, WhatTheColoursAreIsKept) {
     color.setChannelName("GFP", 2);
     color.setMinIsBlack(false);
     expectRoundTrip(_path, *makeImageGeometry(eIBT_UInt16, color, 5, 4), eTC_Lzw);
-}
-
-TEST_F(TiffRoundTrip, AVolumeOfOneDirectoryModeIsNoSequenceOfTheOther) {
-    saveTiffImageFile(_path, makeMemoryImage(*geometry3d(eIBT_UInt8, 2, 2, 3), std::string(12, 'x')),
-                      eTC_None);
-    ImagePtr const pImage = loadTiffImageFile(_path, eTDM_Temporal, eTBM_Binary);
-    EXPECT_EQ(describeGeometry(pImage->getGeometry()), "x=2 y=2 z=3 c=1 t=1 eIBT_UInt8");
 }
 
 TEST_F(TiffRoundTrip, ALoadedImageSavesAgainToTheSamePixelsAndCalibration) {
@@ -155,42 +137,6 @@ TEST_F(TiffRoundTrip, ALoadedImageSavesAgainToTheSamePixelsAndCalibration) {
     EXPECT_EQ(readPixels(*pSecond), readPixels(*pFirst));
     ASSERT_TRUE(pSecond->hasGeometricCalibration());
     EXPECT_EQ(pSecond->getGeometricCalibrationConstPtr()->getPixelSizeX(), 0.5F);
-}
-
-TEST_F(TiffRoundTrip, FilesOfEightThreadsDoNotMeet) {
-    onThreads(8, [&](unsigned int thread) {
-        auto const pGeometry = thread % 2 == 0 ? makeGeometry(2, 2, 2) : makeColorGeometry(eCGT_Rgb, 2, 2);
-        fs::path const path = _folder / (std::to_string(thread) + ".tif");
-        for (unsigned int round = 0; round < 10; ++round) {
-            std::string const pixels = makePixels(*pGeometry, 100 * thread + round);
-            saveTiffImageFile(path, makeMemoryImage(*pGeometry, pixels), g_compressions[thread % 3]);
-            EXPECT_EQ(readPixels(*loadTiffImageFile(path, eTBM_Default)), pixels);
-            EXPECT_EQ(readPixels(*openTiffImageFile(path, eTDM_Volume, eTBM_Default)), pixels);
-        }
-    });
-}
-
-TEST_F(TiffRoundTrip, EightThreadsReadOneOpenedImage) {
-    saveExample(eTC_Deflate);
-    DiskImagePtr pImage = openTiffImageFile(_path, eTDM_Volume, eTBM_Default);
-    onThreads(8, [&](unsigned int) {
-        for (int round = 0; round < 20; ++round) {
-            EXPECT_EQ(readPixels(*pImage), _pixels);
-        }
-    });
-    EXPECT_EQ(countOpen(_path), 1);
-    pImage.reset();
-    EXPECT_EQ(countOpen(_path), 0);
-}
-
-TEST_F(TiffRoundTrip, EachThreadGetsTheWordsOfItsOwnFailure) {
-    onThreads(8, [&](unsigned int thread) {
-        fs::path const missing = _folder / (std::to_string(thread) + ".tif");
-        for (int round = 0; round < 20; ++round) {
-            EXPECT_EQ(textThrownBy([&] { loadTiffImageFile(missing, eTBM_Default); }),
-                      loadError(missing, openFailed(missing, "No such file or directory")));
-        }
-    });
 }
 
 #ifdef VELMO_TEST_LIMITS_MEMORY

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "PrivateDisk.h"
 #include "ZStepsFixture.h"
 
 #include <VELMOAttributes/ZSteps.h>
@@ -32,9 +33,11 @@ char const* const g_badLines[] = {
 
 // Lines that are numbers
 
-TEST_F(ZStepsFile, HoldsOneNumberALine) {
-    expectSteps("2\n1\n", {2, 1});
-    expectSteps("0.25\n7.5\n", {0.25F, 7.5F});
+TEST_F(ZStepsFile, HoldsOneNumberALineWhateverBlanksAndBlankLinesStandAround) {
+    for (char const* text : {"2\n1\n", "2\n1", "2\r\n1\r\n", "  2\n1  \n", "\t2 \t\v\f\r\n \r 1\r\r",
+                             "\n\n2\n\n\r\n \t\n1\n\n\n", "\r\n2\n1\n   "}) {
+        expectSteps(text, {2, 1});
+    }
 }
 
 TEST_F(ZStepsFile, NumbersMayHaveSignFractionAndExponent) {
@@ -45,33 +48,6 @@ TEST_F(ZStepsFile, NumbersMayHaveSignFractionAndExponent) {
     }
     expectSteps("4.\n1", {4, 1});
     expectSteps("2." + std::string(1000, '0') + "\n1", {2, 1});
-}
-
-TEST_F(ZStepsFile, BlanksAroundANumberAndCarriageReturnsDoNoHarm) {
-    expectSteps("2\r\n1\r\n", {2, 1});
-    expectSteps("  2\n1  \n", {2, 1});
-    expectSteps("\t2 \t\v\f\r\n \r 1\r\r", {2, 1});
-}
-
-TEST_F(ZStepsFile, BlankLinesAddNoStepWhereverTheyStand) {
-    expectSteps("\n\n2\n\n\r\n \t\n1\n\n\n", {2, 1});
-    expectSteps("\r\n2\n1\n   ", {2, 1});
-}
-
-TEST_F(ZStepsFile, TheLastLineNeedsNoLineFeed) {
-    expectSteps("2\n1", {2, 1});
-    expectSteps("2\n1\n", {2, 1});
-}
-
-TEST_F(ZStepsFile, MayBeLong) {
-    saveStack(300);
-    std::string text;
-    Steps steps;
-    for (int step = 0; step < 299; ++step) {
-        steps.push_back(static_cast<float>(1 + step % 7));
-        text += std::to_string(1 + step % 7) + '\n';
-    }
-    expectSteps(text, steps);
 }
 
 // Lines that are none
@@ -86,10 +62,13 @@ TEST_F(ZStepsFile, ALineThatIsNoNumberIsAStepWithoutAValueWhichTheProcessorRefus
     }
 }
 
-TEST_F(ZStepsFile, ALineThatIsNoNumberCountsLikeAnyOther) {
+TEST_F(ZStepsFile, ALineThatIsNoNumberCountsLikeAnyOtherAndABlankOneDoesNot) {
     EXPECT_EQ(countedText("x\ny\nz\n"), countMismatch(3));
     EXPECT_EQ(countedText("1\n2\n# comment\n"), countMismatch(3));
-    EXPECT_EQ(countedText("x\n"), countMismatch(1));
+    for (std::string const text : {"", "\n", "\r\n\r\n", " \t\n \n"}) {
+        EXPECT_EQ(countedText(text), countMismatch(0));
+    }
+    EXPECT_EQ(raisedText("/dev/null"), countMismatch(0));
 }
 
 TEST_F(ZStepsFile, WordsForInfinityAndNoNumberAreValuesThatTheProcessorRefuses) {
@@ -100,17 +79,6 @@ TEST_F(ZStepsFile, WordsForInfinityAndNoNumberAreValuesThatTheProcessorRefuses) 
         for (std::string const word : {"nan", "NAN", "NaN"}) {
             EXPECT_EQ(refusedText(sign + word + "\n1\n"), refusal(0, sign == "-" ? "-nan" : "nan"));
         }
-    }
-}
-
-TEST_F(ZStepsFile, TheFirstStepThatIsRefusedIsNamed) {
-    EXPECT_EQ(refusedText("0\nx\n"), refusal(0, "0"));
-    EXPECT_EQ(refusedText("x\n-1\n"), refusal(0, "nan"));
-}
-
-TEST_F(ZStepsFile, AnEmptyFileOrOneOfBlanksHoldsNoStep) {
-    for (std::string const text : {"", "\n", "\r\n\r\n", " \t\n \n"}) {
-        EXPECT_EQ(countedText(text), countMismatch(0));
     }
 }
 
@@ -150,6 +118,7 @@ TEST_F(ZStepsFile, ATextThatCannotBeOpenedIsAFailureWithTheSystemsWords) {
     EXPECT_EQ(raisedText(_other / "link"), fileError(_other / "link", "No such file or directory"));
     fs::path const inFile = numbered(0) / "steps";
     EXPECT_EQ(raisedText(inFile), fileError(inFile, "Not a directory"));
+    EXPECT_EQ(raisedText("/proc/self/mem"), fileError("/proc/self/mem", "Input/output error"));
 }
 
 // What is no ordinary file
@@ -179,26 +148,17 @@ TEST_F(ZStepsFile, ThePathOfAnOpenPipeIsReadAsTheShellGivesIt) {
     close(ends[0]);
 }
 
-TEST_F(ZStepsFile, StandardInputIsRead) {
-    EXPECT_EQ(inChild([&]() -> std::string {
-                  int ends[2] = {-1, -1};
-                  if (pipe(ends) != 0 || write(ends[1], "2\n1\n", 4) != 4 || dup2(ends[0], 0) != 0) {
-                      return "no pipe";
-                  }
-                  close(ends[1]);
-                  expectStepsOf("/dev/stdin", {2, 1});
-                  return HasFailure() ? "other steps" : "read";
-              }),
-              "read");
-}
-
 TEST_F(ZStepsFile, APipeWithoutAWriterIsRefusedInBoundedTime) {
-    for (char const* name : {"pipe", "pipe.xml"}) {
-        fs::path const pipe = _other / name;
-        ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-        std::string const text = inChild([&] { return textThrownBy([&] { loadWith(pipe); }); });
-        EXPECT_THAT(text, StartsWith(fileError(pipe, "")));
-        EXPECT_THAT(text, testing::EndsWith("No process has opened the pipe for writing within 2 seconds"));
+    fs::path const pipes[] = {_other / "pipe", _other / "pipe.xml"};
+    std::string texts[2];
+    onThreads(2, [&](unsigned int index) {
+        ASSERT_EQ(mkfifo(pipes[index].c_str(), 0600), 0);
+        texts[index] = textThrownBy([&] { loadWith(pipes[index]); });
+    });
+    for (std::size_t index = 0; index < 2; ++index) {
+        EXPECT_THAT(texts[index], StartsWith(fileError(pipes[index], "")));
+        EXPECT_THAT(texts[index],
+                    testing::EndsWith("No process has opened the pipe for writing within 2 seconds"));
     }
 }
 
@@ -212,17 +172,14 @@ TEST_F(ZStepsFile, ADeviceWithoutAnEndIsRefused) {
     }
 }
 
-TEST_F(ZStepsFile, ADeviceOfNothingHoldsNoStep) {
-    EXPECT_EQ(raisedText("/dev/null"), countMismatch(0));
-}
-
 // No permission, and paths in texts
 
 #ifdef VELMO_TEST_LIMITS_MEMORY
 TEST_F(ZStepsFile, ALineAsLongAsTheMemoryIsALineThatIsNoNumber) {
-    constexpr rlim_t limit = rlim_t{1} << 28U;
+    constexpr rlim_t nbBytes = rlim_t{1} << 26U;
     writeSteps("1\n7");
-    fs::resize_file(getStepsPath(), limit);
+    fs::resize_file(getStepsPath(), nbBytes);
+    rlim_t const limit = measureAddressSpace() + nbBytes;
     EXPECT_EQ(inChild([&]() -> std::string {
                   rlimit const both = {limit, limit};
                   setrlimit(RLIMIT_AS, &both);
@@ -231,16 +188,6 @@ TEST_F(ZStepsFile, ALineAsLongAsTheMemoryIsALineThatIsNoNumber) {
               refusal(1, "nan"));
 }
 #endif
-
-TEST_F(ZStepsFile, ATextThatCannotBeReadToItsEndIsAFailureWithTheSystemsWords) {
-    EXPECT_EQ(raisedText("/proc/self/mem"), fileError("/proc/self/mem", "Input/output error"));
-}
-
-TEST_F(ZStepsFile, ThePathStandsInTheTextAsItIs) {
-    fs::path const path = _other / "a\"b&";
-    EXPECT_EQ(raisedText(path),
-              "Error while loading z-steps file \"" + path.string() + "\": No such file or directory");
-}
 
 TEST_F(ZStepsFile, WithoutPermissionIsAFailureWithTheSystemsWords) {
     fs::permissions(_folder, fs::perms(0755));
@@ -258,6 +205,93 @@ TEST_F(ZStepsFile, WithoutPermissionIsAFailureWithTheSystemsWords) {
         EXPECT_THAT(text, StartsWith(fileError(path, "")));
         EXPECT_THAT(text, testing::EndsWith("Permission denied"));
     }
+}
+
+using namespace image;
+using Steps = std::vector<float>;
+
+namespace {
+
+class ZStepsArchive : public ZStepsFile {
+  protected:
+    fs::path writeXml(std::string const& name, Steps const& steps) const {
+        ZSteps object;
+        object.accessSteps() = steps;
+        writeToXmlFile(_other / name, object);
+        return _other / name;
+    }
+};
+
+} // namespace
+
+TEST_F(ZStepsArchive, AnArchiveThatIsNamedXmlInCapitalsIsTextWhoseLinesAreNoNumbers) {
+    fs::path const path = _other / "steps.XML";
+    fs::rename(writeXml("steps.xml", {2, 1}), path);
+    std::string const text = readFile(path);
+    auto const nbLines = static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+    EXPECT_EQ(raisedText(path), countMismatch(nbLines));
+}
+
+TEST_F(ZStepsArchive, AnArchiveHoldsTheStepsAsTheyWereWritten) {
+    expectStepsOf(writeXml("steps.xml", {2, 1}), {2, 1});
+    expectStepsOf(writeXml("a.b.xml", {0.1F, 1e-6F}), {0.1F, 1e-6F});
+}
+
+TEST_F(ZStepsArchive, StepsOfAnArchiveCountAndAreRefusedLikeThoseOfAText) {
+    EXPECT_EQ(raisedText(writeXml("steps.xml", {})), countMismatch(0));
+    EXPECT_EQ(raisedText(writeXml("steps.xml", {1, 2, 3})), countMismatch(3));
+    EXPECT_EQ(refusedTextOf(writeXml("steps.xml", {1, -2})), refusal(1, "-2"));
+    EXPECT_EQ(refusedTextOf(writeXml("steps.xml", {std::numeric_limits<float>::infinity(), 1})),
+              refusal(0, "inf"));
+}
+
+TEST_F(ZStepsArchive, AnArchiveThatIsMissingOrAFolderIsAFailureWithTheSystemsWords) {
+    fs::path const missing = _other / "missing.xml";
+    EXPECT_EQ(archiveText([&] { loadWith(missing); }),
+              fileError(missing, "Failed to reach the archive file " + quoted(missing) +
+                                     "\nNo such file or directory"));
+    fs::path const folder = _other / "folder.xml";
+    fs::create_directory(folder);
+    EXPECT_EQ(archiveText([&] { loadWith(folder); }),
+              fileError(folder, "Failed to reach the archive file " + quoted(folder) + "\nIs a directory"));
+}
+
+TEST_F(ZStepsArchive, ABrokenArchiveIsAFailureWithTheWordsOfTheArchive) {
+    fs::path const path = writeXml("steps.xml", {2, 1});
+    std::string const whole = readFile(path);
+    for (std::string const& text :
+         {std::string(), std::string("2\n1\n"), whole.substr(0, whole.size() / 2)}) {
+        writeFile(path, text);
+        EXPECT_THAT(archiveText([&] { loadWith(path); }),
+                    StartsWith(fileError(path, "The archive is no valid XML: ")));
+    }
+    writeFile(path, "<archive/>");
+    EXPECT_EQ(archiveText([&] { loadWith(path); }),
+              fileError(path, "The archive has no item object where it is expected"));
+}
+
+TEST_F(ZStepsArchive, AnArchiveThatHoldsFewerStepsThanItSaysOrNoNumbersIsAFailure) {
+    fs::path const path = writeXml("steps.xml", {2, 1});
+    std::string const whole = readFile(path);
+    auto const replace = [&](std::string const& old, std::string const& text) {
+        std::string changed = whole;
+        ASSERT_NE(whole.find(old), std::string::npos) << whole;
+        writeFile(path, changed.replace(whole.find(old), old.size(), text));
+    };
+    replace("name=\"nbValues\" value=\"2\"", "name=\"nbValues\" value=\"18446744073709551615\"");
+    EXPECT_EQ(archiveText([&] { loadWith(path); }),
+              fileError(path, "The archive has no item value where it is expected"));
+    replace("name=\"value\" value=\"1\"", "name=\"value\" value=\"one\"");
+    EXPECT_THAT(archiveText([&] { loadWith(path); }),
+                StartsWith(fileError(path, "Item value of the archive has no value of its type: ")));
+}
+
+TEST_F(ZStepsArchive, AnArchiveOfAnotherClassIsAFailureThatNamesIt) {
+    fs::path const path = _other / "steps.xml";
+    writeToXmlFile(path, GeometricCalibration());
+    EXPECT_EQ(archiveText([&] { loadWith(path); }),
+              fileError(path, "An object of class " + GeometricCalibration::getTypeName() +
+                                  " cannot be item object of the archive"));
 }
 
 } // namespace velmo::test

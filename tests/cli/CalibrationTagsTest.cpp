@@ -15,15 +15,9 @@ namespace velmo::tool {
 namespace {
 
 struct KnownUnit {
-    char const* unit;
     double pixels; ///< in a centimetre, of pixels that measure a quarter of the unit
+    std::vector<std::string> names;
 };
-
-std::ostream& operator<<(std::ostream& os, KnownUnit const& unit) {
-    return os << unit.unit;
-}
-
-class KnownUnits : public testing::TestWithParam<KnownUnit> {};
 
 CalibrationTags toTagsOf(float sizeX, float sizeY, std::string const& unit) {
     return toTags(image::createGeometricCalibration2d(sizeX, sizeY, unit, 0, 0, 0, 0, 0));
@@ -35,44 +29,29 @@ double toDouble(Rational const& value) {
 
 } // namespace
 
-TEST_P(KnownUnits, AreToldInCentimetres) {
-    CalibrationTags const tags = toTagsOf(0.25F, 0.5F, GetParam().unit);
-    EXPECT_EQ("", tags.warning);
-    ASSERT_TRUE(tags.resolution);
-    EXPECT_EQ(RESUNIT_CENTIMETER, tags.resolution->unit);
-    EXPECT_DOUBLE_EQ(GetParam().pixels, toDouble(tags.resolution->x));
-    EXPECT_DOUBLE_EQ(GetParam().pixels / 2, toDouble(tags.resolution->y));
+TEST(CalibrationTags, KnownUnitsAreToldInCentimetres) {
+    for (KnownUnit const& known : std::vector<KnownUnit>{
+             {4e-5, {"km", "kilometres"}},
+             {0.04, {"m", "Meter", "metres"}},
+             {0.4, {"dm", "decimetre"}},
+             {4, {"cm", "centimeters"}},
+             {40, {"mm", " mm ", "Millimetre"}},
+             {4e4,
+              {"um", "\xc2\xb5m", "\xce\xbcm", "\xb5m", "micron", "Microns", "MICROMETER", "micrometres"}},
+             {4e7, {"nm", "nanometers"}},
+             {4e8, {"\xc3\x85", "\xe2\x84\xab", "Angstroms"}},
+             {4 / 2.54, {"inch", "Inches", "in", "\""}}}) {
+        for (std::string const& name : known.names) {
+            SCOPED_TRACE(name);
+            CalibrationTags const tags = toTagsOf(0.25F, 0.5F, name);
+            EXPECT_EQ("", tags.warning);
+            ASSERT_TRUE(tags.resolution);
+            EXPECT_EQ(RESUNIT_CENTIMETER, tags.resolution->unit);
+            EXPECT_DOUBLE_EQ(known.pixels, toDouble(tags.resolution->x));
+            EXPECT_DOUBLE_EQ(known.pixels / 2, toDouble(tags.resolution->y));
+        }
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Names, KnownUnits, testing::ValuesIn(std::vector<KnownUnit>{{"km", 4e-5},
-                                                                                     {"m", 0.04},
-                                                                                     {"Meter", 0.04},
-                                                                                     {"metres", 0.04},
-                                                                                     {"dm", 0.4},
-                                                                                     {"decimetre", 0.4},
-                                                                                     {"cm", 4},
-                                                                                     {"centimeters", 4},
-                                                                                     {"mm", 40},
-                                                                                     {" mm ", 40},
-                                                                                     {"Millimetre", 40},
-                                                                                     {"um", 4e4},
-                                                                                     {"\xc2\xb5m", 4e4},
-                                                                                     {"\xce\xbcm", 4e4},
-                                                                                     {"\xb5m", 4e4},
-                                                                                     {"micron", 4e4},
-                                                                                     {"Microns", 4e4},
-                                                                                     {"MICROMETER", 4e4},
-                                                                                     {"micrometres", 4e4},
-                                                                                     {"nm", 4e7},
-                                                                                     {"nanometers", 4e7},
-                                                                                     {"\xc3\x85", 4e8},
-                                                                                     {"\xe2\x84\xab", 4e8},
-                                                                                     {"Angstroms", 4e8},
-                                                                                     {"inch", 4 / 2.54},
-                                                                                     {"Inches", 4 / 2.54},
-                                                                                     {"in", 4 / 2.54},
-                                                                                     {"\"", 4 / 2.54},
-                                                                                     {"kilometres", 4e-5}}));
 
 TEST(CalibrationTags, ASizeIsToldAsTheSimpleNumberThatItIsRoundedFrom) {
     for (auto const& [size, unit, numerator, denominator] :
@@ -90,22 +69,19 @@ TEST(CalibrationTags, ASizeIsToldAsTheSimpleNumberThatItIsRoundedFrom) {
 }
 
 TEST(CalibrationTags, TheSizeComesBackToTheBit) {
+    std::vector<float> sizes;
+    for (int power = -18; power <= 20; ++power) {
+        sizes.push_back(std::ldexp(1.0F, power));
+    }
     std::mt19937 random(7);
     std::uniform_real_distribution<float> exponent(-3, 4);
     for (int time = 0; time < 2000; ++time) {
-        float const size = std::pow(10.0F, exponent(random));
-        CalibrationTags const tags = toTagsOf(size, 1, "um");
-        ASSERT_TRUE(tags.resolution);
-        EXPECT_EQ(size, static_cast<float>(1e4 / toDouble(tags.resolution->x)));
+        sizes.push_back(std::pow(10.0F, exponent(random)));
     }
-}
-
-TEST(CalibrationTags, APowerOfTwoComesBackToTheBit) {
-    for (int power = -18; power <= 20; ++power) {
-        float const size = std::ldexp(1.0F, power);
+    for (float const size : sizes) {
         CalibrationTags const tags = toTagsOf(size, 1, "um");
-        ASSERT_TRUE(tags.resolution) << power;
-        EXPECT_EQ(size, static_cast<float>(1e4 / toDouble(tags.resolution->x))) << power;
+        ASSERT_TRUE(tags.resolution) << size;
+        EXPECT_EQ(size, static_cast<float>(1e4 / toDouble(tags.resolution->x))) << size;
     }
 }
 
@@ -121,9 +97,7 @@ TEST(CalibrationTags, WithoutAUnitThePixelsAreToldForAUnitWithoutAName) {
 TEST(CalibrationTags, AnUnknownUnitIsLeftOutWithAWarning) {
     for (std::string const unit : {"furlong", "Mm", "M", "pixel", "metrem", "s"}) {
         CalibrationTags const tags = toTagsOf(0.25F, 2, unit);
-        EXPECT_EQ("the resolution tags leave out the unit \"" + unit +
-                      "\", whose length is not known; units such as m, cm, mm, um, nm and inch are",
-                  tags.warning);
+        EXPECT_THAT(tags.warning, testing::HasSubstr('"' + unit + "\" is unknown"));
         ASSERT_TRUE(tags.resolution);
         EXPECT_EQ(RESUNIT_NONE, tags.resolution->unit);
         EXPECT_EQ(4, toDouble(tags.resolution->x));
@@ -135,18 +109,16 @@ TEST(CalibrationTags, SizesThatTagsCannotTellOfLeaveNone) {
     for (float const size : {0.0F, -1.0F, Limits::infinity(), Limits::quiet_NaN(), 1e-30F, 1e30F}) {
         for (CalibrationTags const& tags : {toTagsOf(size, 1, "um"), toTagsOf(1, size, "um")}) {
             EXPECT_FALSE(tags.resolution) << size;
-            EXPECT_THAT(tags.warning, testing::StartsWith(
-                                          "no resolution tags are written: they cannot tell of pixels of "));
+            EXPECT_THAT(tags.warning, testing::HasSubstr("no resolution tags"));
         }
     }
-    EXPECT_EQ("no resolution tags are written: they cannot tell of pixels of 0 x 0.65 um",
-              toTagsOf(0, 0.65F, "um").warning);
+    EXPECT_THAT(toTagsOf(0, 0.65F, "um").warning, testing::HasSubstr("0 x 0.65 um"));
 }
 
 TEST(CalibrationTags, AnImageWithoutACalibrationGetsNone) {
     CalibrationTags const tags = toTags(nullptr);
     EXPECT_FALSE(tags.resolution);
-    EXPECT_EQ("no resolution tags are written: the image has no calibration", tags.warning);
+    EXPECT_THAT(tags.warning, testing::HasSubstr("no calibration"));
 }
 
 } // namespace velmo::tool

@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CliFixture.h"
+#include "Results.h"
 
-#include <cstdint>
 #include <sys/stat.h>
+#include <tuple>
 
 namespace velmo::test {
 
@@ -15,10 +16,15 @@ namespace {
 
 class Convert : public CliTest {
   protected:
+    ToolResult convertTo(std::string const& output, std::string const& input,
+                         Arguments const& options = raw("2,2", "uint8")) const {
+        return runTool(Arguments{"convert", input, path(output)} + options);
+    }
+
     /// A conversion of uint8 pixels to the file "out.raw".
     ToolResult convert(std::string const& input, std::string const& size,
                        Arguments const& further = {}) const {
-        return runTool(Arguments{"convert", input, path("out.raw")} + raw(size, "uint8") + further);
+        return convertTo("out.raw", input, raw(size, "uint8") + further);
     }
 
     mode_t getMode(std::string const& name) const {
@@ -28,36 +34,24 @@ class Convert : public CliTest {
     }
 };
 
-std::string count(std::size_t nbBytes) {
-    std::string bytes(nbBytes, '\0');
-    for (std::size_t index = 0; index < nbBytes; ++index) {
-        bytes[index] = static_cast<char>(index * 7 + index / 256);
-    }
-    return bytes;
-}
-
 } // namespace
 
 TEST_F(Convert, ThePlanesOfARawFileKeepTheirBytesAndTheirOrder) {
-    std::string const bytes = count(5 * 4 * 3 * 2 * 2);
+    std::string const bytes = countingBytes(5 * 4 * 3 * 2 * 2);
     expectDone(convert(create("in.raw", bytes), "5,4,3,2,2"));
     EXPECT_EQ(bytes, read("out.raw"));
 }
 
 TEST_F(Convert, AnImageOfManyPiecesKeepsItsBytes) {
-    std::string const bytes = count(3000 * 1000 * 5);
+    std::string const bytes = countingBytes(3000 * 1000 * 5);
     expectDone(convert(create("in.raw", bytes), "3000,1000,5"));
     EXPECT_TRUE(bytes == read("out.raw"));
 }
 
 TEST_F(Convert, TheOffsetAndTheBytesBehindTheLastPlaneStayOut) {
     std::string const input = create("in.raw", "headABCDtail");
-    ToolResult const result = convert(input, "2,2", {"--offset", "4"});
-    EXPECT_EQ(0, result.status);
+    expectWarning(convert(input, "2,2", {"--offset", "4"}), input, "4 bytes behind the last plane");
     EXPECT_EQ("ABCD", read("out.raw"));
-    EXPECT_EQ("velmo-image: warning: \"" + input +
-                  "\": the file is longer than its geometry: 4 bytes behind the last plane are not read\n",
-              result.err);
 }
 
 TEST_F(Convert, TheHeaderGoesBeforeThePlanes) {
@@ -67,41 +61,28 @@ TEST_F(Convert, TheHeaderGoesBeforeThePlanes) {
     EXPECT_EQ(header + "ABCD", read("out.raw"));
 }
 
-TEST_F(Convert, BigEndianValuesOfTwoBytesAreSwapped) {
+TEST_F(Convert, BigEndianValuesAreSwappedByTheirSize) {
     std::string const input = create("in.raw", "\x01\x02\x03\x04");
-    for (char const* const type : {"uint16", "int16", "label16"}) {
-        expectDone(
-            runTool(Arguments{"convert", input, path(type), "--byte-order", "big"} + raw("2,1", type)));
-        EXPECT_EQ("\x02\x01\x04\x03", read(type)) << type;
+    for (auto const& [bytes, size, types] :
+         std::vector<std::tuple<std::string, std::string, std::vector<std::string>>>{
+             {"\x01\x02\x03\x04", "2,2", {"uint8", "int8", "binary", "label8"}},
+             {"\x02\x01\x04\x03", "2,1", {"uint16", "int16", "label16"}},
+             {"\x04\x03\x02\x01", "1,1", {"uint32", "int32", "real32", "label32"}}}) {
+        for (std::string const& type : types) {
+            for (bool const bBig : {true, false}) {
+                expectDone(convertTo("out", input,
+                                     raw(size, type) +
+                                         Arguments{"--overwrite", "--byte-order", bBig ? "big" : "little"}));
+                EXPECT_EQ(bBig ? bytes : "\x01\x02\x03\x04", read("out")) << type;
+            }
+        }
     }
-}
-
-TEST_F(Convert, BigEndianValuesOfFourBytesAreSwapped) {
-    std::string const input = create("in.raw", "\x01\x02\x03\x04\x05\x06\x07\x08");
-    for (char const* const type : {"uint32", "int32", "real32", "label32"}) {
-        expectDone(
-            runTool(Arguments{"convert", input, path(type), "--byte-order", "big"} + raw("1,2", type)));
-        EXPECT_EQ("\x04\x03\x02\x01\x08\x07\x06\x05", read(type)) << type;
-    }
-}
-
-TEST_F(Convert, ValuesOfOneByteAndLittleEndianOnesStayAsTheyAre) {
-    std::string const input = create("in.raw", "\x01\x02\x03\x04");
-    for (char const* const type : {"uint8", "int8", "binary", "label8"}) {
-        expectDone(
-            runTool(Arguments{"convert", input, path(type), "--byte-order", "big"} + raw("2,2", type)));
-        EXPECT_EQ("\x01\x02\x03\x04", read(type)) << type;
-    }
-    expectDone(runTool(Arguments{"convert", input, path("little"), "--byte-order", "little"} +
-                       raw("2,1", "uint16")));
-    EXPECT_EQ("\x01\x02\x03\x04", read("little"));
 }
 
 TEST_F(Convert, AnExistingOutputIsRefusedWithoutOverwrite) {
     std::string const input = create("in.raw", "ABCD");
     create("out.raw", "earlier");
-    expectFailure(convert(input, "2,2"), 1,
-                  '"' + path("out.raw") + "\" exists already; --overwrite replaces it");
+    expectFailure(convert(input, "2,2"), 1, path("out.raw"), "exists", "--overwrite");
     EXPECT_EQ("earlier", read("out.raw"));
     expectDone(convert(input, "2,2", {"--overwrite"}));
     EXPECT_EQ("ABCD", read("out.raw"));
@@ -111,14 +92,10 @@ TEST_F(Convert, AnExistingOutputIsRefusedWithoutOverwrite) {
 TEST_F(Convert, AFailureLeavesTheEarlierOutputAndNothingElse) {
     std::string const input = create("in.raw", "ABC");
     create("out.raw", "earlier");
-    expectFailure(
-        convert(input, "2,2", {"--overwrite"}), 1,
-        "Error while loading raw image file \"" + input +
-            "\"\nInput geometry with total size 4 and starting offset 0 is greater than global file "
-            "size 3 for raw image file " +
-            input);
+    expectFailure(convert(input, "2,2", {"--overwrite"}), 1, input,
+                  "total size 4 and starting offset 0 is greater than global file size 3");
     expectFailure(convert(create("in.raw", "ABCD"), "2,2", {"--overwrite", "--header", path("none")}), 1,
-                  "cannot read the header \"" + path("none") + "\": No such file or directory");
+                  "header", path("none"), "No such file or directory");
     EXPECT_EQ("earlier", read("out.raw"));
     EXPECT_THAT(list(), ElementsAre("in.raw", "out.raw"));
 }
@@ -126,10 +103,8 @@ TEST_F(Convert, AFailureLeavesTheEarlierOutputAndNothingElse) {
 TEST_F(Convert, AHeaderThatIsADirectoryOrHasNoEndFails) {
     std::string const input = create("in.raw", "ABCD");
     std::string const folder = _folder.getPath().string();
-    expectFailure(convert(input, "2,2", {"--header", folder}), 1,
-                  "cannot read the header \"" + folder + "\": Is a directory");
-    expectFailure(convert(input, "2,2", {"--header", "/dev/zero"}), 1,
-                  "the header \"/dev/zero\" is larger than 64 MiB");
+    expectFailure(convert(input, "2,2", {"--header", folder}), 1, folder, "Is a directory");
+    expectFailure(convert(input, "2,2", {"--header", "/dev/zero"}), 1, "/dev/zero", "64 MiB");
 }
 
 TEST_F(Convert, AFileCanBeReplacedByItsOwnConversion) {
@@ -159,31 +134,22 @@ TEST_F(Convert, ALinkToNothingLeadsToANewFile) {
 
 TEST_F(Convert, ALinkThatLeadsInACircleIsRefused) {
     fs::create_symlink("out.raw", _folder / "out.raw");
-    ToolResult const result = convert(create("in.raw", "ABCD"), "2,2");
-    EXPECT_EQ(1, result.status);
-    EXPECT_THAT(result.err, testing::HasSubstr("Too many levels of symbolic links"));
+    expectFailure(convert(create("in.raw", "ABCD"), "2,2"), 1, "Too many levels of symbolic links");
     EXPECT_THAT(list(), ElementsAre("in.raw", "out.raw"));
 }
 
-TEST_F(Convert, ADirectoryIsRefusedAsTheOutput) {
+TEST_F(Convert, AnOutputThatIsADirectoryOrInAMissingOneIsRefused) {
     std::string const input = create("in.raw", "ABCD");
-    std::string const folder = _folder.getPath().string();
-    expectFailure(runTool(Arguments{"convert", input, folder, "--overwrite"} + raw("2,2", "uint8")), 1,
-                  "cannot write \"" + folder + "\": it is a directory");
-}
-
-TEST_F(Convert, AnOutputInAFolderThatIsMissingFails) {
-    std::string const input = create("in.raw", "ABCD");
-    expectFailure(runTool(Arguments{"convert", input, path("no/out.raw")} + raw("2,2", "uint8")), 1,
-                  "cannot create \"" + path("no/out.raw") + "\": No such file or directory");
+    fs::create_directory(_folder / "place");
+    expectFailure(convertTo("place", input), 1, path("place"), "is a directory");
+    expectFailure(convertTo("no/out.raw", input), 1, path("no/out.raw"), "No such file or directory");
 }
 
 TEST_F(Convert, ADeviceIsWrittenTo) {
     std::string const input = create("in.raw", "ABCD");
     expectDone(runTool(Arguments{"convert", input, "/dev/null"} + raw("2,2", "uint8")));
-    expectFailure(runTool(Arguments{"convert", input, "/dev/full"} + raw("2,2", "uint8")), 1,
-                  "Error while saving raw image file \"/dev/full\"\nFailed to reserve 4 bytes for raw image "
-                  "file /dev/full\nNo space left on device");
+    expectFailure(runTool(Arguments{"convert", input, "/dev/full"} + raw("2,2", "uint8")), 1, "/dev/full",
+                  "\nNo space left on device\n");
     struct stat state = {};
     ASSERT_EQ(0, stat("/dev/null", &state));
     EXPECT_TRUE(S_ISCHR(state.st_mode));
@@ -192,9 +158,7 @@ TEST_F(Convert, ADeviceIsWrittenTo) {
 TEST_F(Convert, APipeIsRefusedWithTheLibrarysWords) {
     std::string const input = create("in.raw", "ABCD");
     ASSERT_EQ(0, mkfifo(path("out.raw").c_str(), 0600));
-    expectFailure(convert(input, "2,2"), 1,
-                  "Error while saving raw image file \"" + path("out.raw") +
-                      "\"\nFailed to create raw image file " + path("out.raw") + "\nIllegal seek");
+    expectFailure(convert(input, "2,2"), 1, path("out.raw"), "\nIllegal seek\n");
 }
 
 TEST_F(Convert, ANewFileHasThePermissionsOfTheMask) {
@@ -217,44 +181,30 @@ TEST_F(Convert, AReplacedFileHandsOnItsPermissionsAlone) {
 TEST_F(Convert, AnOutputNameOfTheGreatestLengthIsWritten) {
     std::string const name(255, 'n');
     std::string const input = create("in.raw", "ABCD");
-    expectDone(runTool(Arguments{"convert", input, path(name)} + raw("2,2", "uint8")));
+    expectDone(convertTo(name, input));
     EXPECT_EQ("ABCD", read(name));
 }
 
-TEST_F(Convert, AnIm6OutputIsRefused) {
-    std::string const input = create("in.raw", "ABCD");
-    ToolResult const result = runTool(Arguments{"convert", input, path("out.im6")} + raw("2,2", "uint8"));
-    EXPECT_EQ(2, result.status);
-    EXPECT_THAT(result.err, testing::HasSubstr("Im6 files are read and not written"));
-    for (char const* const format : {"im6", "x"}) {
-        expectFailure(convert(input, "2,2", {"--output-format", format}), 2,
-                      std::string("--output-format takes one of raw, tiff; not \"") + format + '"');
-    }
-    EXPECT_THAT(list(), ElementsAre("in.raw"));
-    expectDone(runTool(Arguments{"convert", input, path("out.im6"), "--output-format", "raw"} +
-                       raw("2,2", "uint8")));
-    EXPECT_EQ("ABCD", read("out.im6"));
-}
-
-TEST_F(Convert, ANameOfAPictureIsWrongUseUnlessAFormatIsGiven) {
+TEST_F(Convert, ANameOfIm6OrOfAPictureIsWrongUseUnlessAFormatIsGiven) {
     std::string const input = create("in.raw", "ABCD");
     for (char const* const name :
-         {"a.png", "a.JPG", "a.jpeg", "a.bmp", "a.gif", "a.webp", "a.pgm", "a.jp2"}) {
-        Arguments const arguments = Arguments{"convert", input, path(name)} + raw("2,2", "uint8");
-        expectFailure(runTool(arguments), 2,
-                      '"' + path(name) +
-                          "\" is the name of a picture, which this command does not write: velmo-image "
-                          "preview writes PNG pictures; --output-format raw or tiff writes under any name");
-        EXPECT_FALSE(boost::filesystem::exists(path(name)));
-        expectDone(runTool(arguments + Arguments{"--output-format", "raw"}));
+         {"a.im6", "a.png", "a.JPG", "a.jpeg", "a.bmp", "a.gif", "a.webp", "a.pgm", "a.jp2"}) {
+        expectFailure(convertTo(name, input), 2, path(name), name == std::string("a.im6") ? "Im6" : "picture",
+                      "--output-format raw or tiff");
+        EXPECT_FALSE(exists(name));
+        expectDone(convertTo(name, input, raw("2,2", "uint8") + Arguments{"--output-format", "raw"}));
         EXPECT_EQ("ABCD", read(name));
+    }
+    for (char const* const format : {"im6", "x"}) {
+        expectFailure(convert(input, "2,2", {"--output-format", format}), 2, "--output-format", "raw, tiff",
+                      '"' + std::string(format) + '"');
     }
 }
 
 TEST_F(Convert, ANameThatIsOnlyLikeThatOfAPictureIsOneOfRawPlanes) {
     std::string const input = create("in.raw", "ABCD");
     for (char const* const name : {"a.png.raw", "png", "a.pngs"}) {
-        expectDone(runTool(Arguments{"convert", input, path(name)} + raw("2,2", "uint8")));
+        expectDone(convertTo(name, input));
         EXPECT_EQ("ABCD", read(name));
     }
 }

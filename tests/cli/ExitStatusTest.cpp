@@ -10,8 +10,6 @@
 
 namespace velmo::test {
 
-namespace {
-
 /// Lines of one command. Names of files are taken in the folder of the test.
 struct CommandLines {
     char const* name;
@@ -20,9 +18,7 @@ struct CommandLines {
     Arguments wrong;
 };
 
-std::ostream& operator<<(std::ostream& os, CommandLines const& lines) {
-    return os << lines.name;
-}
+namespace {
 
 class ExitStatus : public SeriesFixture, public testing::WithParamInterface<CommandLines> {
   protected:

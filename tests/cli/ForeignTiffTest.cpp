@@ -1,59 +1,53 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "CliFixture.h"
+#include "ForeignFile.h"
+#include "InfoEntries.h"
 
-#include <boost/crc.hpp>
-#include <iomanip>
-#include <nlohmann/json.hpp>
-#include <sstream>
+#include <VELMOImageFile/PixelTypeNames.h>
 
 namespace velmo::test {
 
 using nlohmann::json;
-using testing::HasSubstr;
-using testing::StartsWith;
+using Checksums = std::vector<std::uint32_t>;
 
 namespace {
 
-boost::filesystem::path const g_folder = VELMO_FOREIGN_TIFFS;
-
-json readExpectations() {
-    return json::parse(readFile(g_folder / "expected.json"));
-}
-
-std::string getCrc(std::string const& bytes) {
-    boost::crc_32_type crc;
-    crc.process_bytes(bytes.data(), bytes.size());
-    std::ostringstream text;
-    text << std::hex << std::setw(8) << std::setfill('0') << crc.checksum();
-    return text.str();
+/// All files with what calls with options give: all planes that a file holds, in native order, and a bilevel
+/// image where BitsPerSample is left out.
+std::map<std::string, ForeignFile> readTrueFiles() {
+    std::map<std::string, ForeignFile> files;
+    for (ForeignFile file : readForeignFiles()) {
+        if (!file.checkedPlanes.empty()) {
+            file.bLoads = true;
+            file.planes = file.checkedPlanes;
+            file.nbPages = file.planes.size() / file.sizeC;
+        }
+        files[file.path.filename().string()] = file;
+    }
+    ForeignFile& withoutBits = files.at("tf-bilevel-without-bits.tif");
+    boost::filesystem::path const path = withoutBits.path;
+    withoutBits = files.at("lt-bilevel-37.tif");
+    withoutBits.path = path;
+    return files;
 }
 
 /// Checksums of the planes that lie one behind the other.
-std::vector<std::string> getCrcs(std::string const& bytes, std::size_t nbPlanes) {
-    std::vector<std::string> crcs;
+Checksums getChecksums(std::string const& bytes, std::size_t nbPlanes) {
+    Checksums checksums;
     for (std::size_t plane = 0; plane < nbPlanes; ++plane) {
         std::size_t const size = bytes.size() / nbPlanes;
-        crcs.push_back(getCrc(bytes.substr(plane * size, size)));
+        checksums.push_back(getCrc(bytes.substr(plane * size, size)));
     }
-    return crcs;
+    return checksums;
 }
 
-/// What calls with options give, where they differ from the plain ones: all planes that the file holds, in
-/// native order, and a bilevel image where BitsPerSample is left out.
-json readTrueExpectations() {
-    json expectations = readExpectations();
-    for (auto const& item : expectations.items()) {
-        json& expected = item.value();
-        if (expected.count("checkedPlanes") != 0) {
-            expected["planes"] = expected.at("checkedPlanes");
-            expected["sizeZ"] = expected.at("planes").size() / expected.at("sizeC").get<std::size_t>();
-            expected.erase("loads");
-        }
+json getTypes(ForeignFile const& file) {
+    json types = json::array();
+    for (image::eImageBufferType const type : file.bufferTypes) {
+        types.push_back(image::file::getPixelTypeName(type));
     }
-    expectations.at("tf-bilevel-without-bits.tif") = expectations.at("lt-bilevel-37.tif");
-    return expectations;
+    return file.isHeterogeneous() ? types : types.at(0);
 }
 
 /// Whose pixels come out of every command as the file's maker shows them. They are big-endian stacks of
@@ -63,108 +57,89 @@ char const* const g_bigEndianStacks[] = {"ij-stack-16-bit.tif", "tf-imagej-singl
 
 class ForeignTiff : public CliTest {
   protected:
-    ToolResult convert(std::string const& name) const {
-        return runTool({"convert", (g_folder / name).string(), path("out.raw"), "--overwrite"});
+    ToolResult convert(ForeignFile const& file) const {
+        return runTool({"convert", file.path.string(), path("out.raw"), "--overwrite"});
     }
+
+    std::map<std::string, ForeignFile> const _files = readTrueFiles();
 };
 
 } // namespace
 
 TEST_F(ForeignTiff, InfoTellsOfEachFileWhatItsMakerPutIn) {
-    json const expectations = readTrueExpectations();
     Arguments arguments = {"info", "--json"};
-    for (auto const& item : expectations.items()) {
-        arguments.push_back((g_folder / item.key()).string());
+    for (auto const& [name, file] : _files) {
+        arguments.push_back(file.path.string());
     }
-    ToolResult const result = runTool(arguments);
-    json const files = json::parse(result.out).at("files");
-    ASSERT_EQ(expectations.size(), files.size());
+    json const entries = getEntries(runTool(arguments));
+    ASSERT_EQ(_files.size(), entries.size());
     std::size_t index = 0;
-    for (auto const& [name, expected] : expectations.items()) {
+    for (auto const& [name, file] : _files) {
         SCOPED_TRACE(name);
-        json const& entry = files.at(index++);
-        if (!expected.at("opens").get<bool>()) {
+        json const& entry = entries.at(index++);
+        if (!file.bOpens) {
             ASSERT_TRUE(entry.at("error").is_string());
-            EXPECT_THAT(entry.at("error").get<std::string>(),
-                        StartsWith("Error while loading tiff image file \"" + (g_folder / name).string() +
-                                   "\"\n" + expected.at("message").get<std::string>()));
+            EXPECT_THAT(entry.at("error").get<std::string>(), hasWords(file.path.string(), file.message));
             continue;
         }
         EXPECT_EQ(json(nullptr), entry.at("error"));
-        for (char const* const key :
-             {"sizeX", "sizeY", "sizeZ", "sizeC", "sizeT", "colorGeometry", "minIsBlack"}) {
-            EXPECT_EQ(expected.at(key), entry.at(key)) << key;
-        }
-        char const* const type = expected.count("bufferTypes") != 0 ? "bufferTypes" : "bufferType";
-        EXPECT_EQ(expected.at(type), entry.at(type));
+        EXPECT_EQ(json({file.sizeX, file.sizeY, file.nbPages, file.sizeC, 1}),
+                  json({entry.at("sizeX"), entry.at("sizeY"), entry.at("sizeZ"), entry.at("sizeC"),
+                        entry.at("sizeT")}));
+        EXPECT_EQ(file.bMinIsBlack, entry.at("minIsBlack"));
+        std::string const color = entry.at("color");
+        EXPECT_STRCASEEQ(file.colorGeometry.c_str(), ("eCGT_" + color).c_str());
+        EXPECT_EQ(getTypes(file), entry.at(file.isHeterogeneous() ? "pixelTypes" : "pixelType"));
     }
 }
 
 TEST_F(ForeignTiff, ConversionGivesThePixelsThatTheMakersReadInThem) {
-    json const expectations = readTrueExpectations();
     std::size_t nbCompared = 0;
-    for (auto const& [name, expected] : expectations.items()) {
+    for (auto const& [name, file] : _files) {
         SCOPED_TRACE(name);
-        ToolResult const result = convert(name);
-        if (expected.value("loads", expected.at("opens").get<bool>()) && !expected.count("bufferTypes")) {
+        ToolResult const result = convert(file);
+        if (!file.bLoads) {
+            EXPECT_EQ(1, result.status);
+            EXPECT_THAT(result.err, testing::HasSubstr(file.bOpens ? "Failed to read " : file.message));
+        } else if (!file.isHeterogeneous()) {
             ASSERT_EQ(0, result.status) << result.err;
-            std::vector<std::string> const planes = expected.at("planes");
-            EXPECT_EQ(planes, getCrcs(read("out.raw"), planes.size()));
+            EXPECT_EQ(file.planes, getChecksums(read("out.raw"), file.planes.size()));
             ++nbCompared;
-        } else if (!expected.at("opens").get<bool>()) {
-            EXPECT_EQ(1, result.status);
-            EXPECT_THAT(result.err, HasSubstr(expected.at("message").get<std::string>()));
-        } else if (expected.count("message") != 0) {
-            EXPECT_EQ(1, result.status);
-            EXPECT_THAT(result.err, HasSubstr("Failed to read "));
         }
     }
     EXPECT_GT(nbCompared, 100U);
 }
 
 TEST_F(ForeignTiff, TheCheckFailsWhereAConversionDoes) {
-    json const expectations = readTrueExpectations();
-    for (auto const& item : expectations.items()) {
-        SCOPED_TRACE(item.key());
-        ToolResult const checked = runTool({"info", "--check", (g_folder / item.key()).string()});
-        EXPECT_EQ(convert(item.key()).status, checked.status) << checked.err;
+    for (auto const& [name, file] : _files) {
+        ToolResult const checked = runTool({"info", "--check", file.path.string()});
+        EXPECT_EQ(convert(file).status, checked.status) << name << checked.err;
     }
 }
 
 TEST_F(ForeignTiff, BigEndianStacksGiveNumbersOfThisMachineInEveryCommand) {
-    json const expectations = readTrueExpectations();
     for (char const* const name : g_bigEndianStacks) {
         SCOPED_TRACE(name);
-        std::vector<std::string> const planes = expectations.at(name).at("planes");
-        ToolResult const checked = runTool({"info", "--json", "--check", (g_folder / name).string()});
-        expectDone(checked);
-        EXPECT_EQ(json::array(), json::parse(checked.out).at("files").at(0).at("warnings"));
-        expectDone(convert(name));
+        ForeignFile const& file = _files.at(name);
+        EXPECT_EQ(json::array(), describe({"--check", file.path.string()}).at("warnings"));
+        expectDone(convert(file));
         std::string const pixels = read("out.raw");
-        EXPECT_EQ(planes, getCrcs(pixels, planes.size()));
+        EXPECT_EQ(file.planes, getChecksums(pixels, file.planes.size()));
 
         boost::filesystem::create_directories(_folder / name);
-        boost::filesystem::copy_file(g_folder / name, _folder / name / "a1.tif");
-        boost::filesystem::copy_file(g_folder / name, _folder / name / "a2.tif");
+        boost::filesystem::copy_file(file.path, _folder / name / "a1.tif");
+        boost::filesystem::copy_file(file.path, _folder / name / "a2.tif");
         expectDone(runTool({"stack", path(name), "a<INDEX>.tif", path("out.raw"), "--overwrite"}));
         EXPECT_EQ(pixels + pixels, read("out.raw"));
         expectDone(runTool({"stack", path(name), "a1.tif", path("out.raw"), "--overwrite"}));
         EXPECT_EQ(pixels, read("out.raw"));
-    }
-}
 
-TEST_F(ForeignTiff, PicturesOfBigEndianStacksAreThoseOfTheirPixels) {
-    json const expectations = readExpectations();
-    for (char const* const name : g_bigEndianStacks) {
-        SCOPED_TRACE(name);
-        expectDone(convert(name));
-        json const& expected = expectations.at(name);
-        std::string const size = "37,17," + std::to_string(expected.at("sizeZ").get<int>());
-        std::string const type = expected.at("bufferType") == "eIBT_Real32" ? "real32" : "uint16";
         Arguments const options = {path("out.png"), "--montage", "--overwrite"};
-        expectDone(runTool(Arguments{"preview", (g_folder / name).string()} + options));
+        expectDone(runTool(Arguments{"preview", file.path.string()} + options));
         std::string const picture = read("out.png");
-        expectDone(runTool(Arguments{"preview", path("out.raw")} + options + raw(size, type)));
+        std::string const size = "37,17," + std::to_string(file.nbPages);
+        expectDone(runTool(Arguments{"preview", path("out.raw")} + options +
+                           raw(size, image::file::getPixelTypeName(file.bufferTypes.front()))));
         EXPECT_TRUE(picture == read("out.png"));
     }
 }

@@ -9,13 +9,6 @@
 
 namespace velmo::test {
 
-namespace {
-
-namespace fs = boost::filesystem;
-
-constexpr std::size_t g_diskSize = std::size_t{256} << 10;
-constexpr std::size_t g_pageSize = 4096;
-
 /// A command with an output on the disk, far larger than the disk where its pixels do not compress.
 struct DiskOutput {
     char const* name;
@@ -23,9 +16,12 @@ struct DiskOutput {
     Arguments (*createArguments)(std::string const& folder, std::string const& output);
 };
 
-std::ostream& operator<<(std::ostream& os, DiskOutput const& output) {
-    return os << output.name;
-}
+namespace {
+
+namespace fs = boost::filesystem;
+
+constexpr std::size_t g_diskSize = std::size_t{256} << 10;
+constexpr std::size_t g_pageSize = 4096;
 
 /// Bytes that no compression makes smaller.
 std::string createNoise(std::size_t nbBytes) {

@@ -1,11 +1,9 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "CliFixture.h"
 #include "Im6Sample.h"
+#include "InfoEntries.h"
 #include "PngImage.h"
-
-#include <nlohmann/json.hpp>
 
 namespace velmo::test {
 
@@ -19,12 +17,6 @@ class Im6 : public CliTest {
   protected:
     std::string create(Im6Sample const& sample, std::string const& name = "in.im6") const {
         return CliTest::create(name, sample.toBytes());
-    }
-
-    static json describe(Arguments const& arguments) {
-        ToolResult const result = runTool(Arguments{"info", "--json"} + arguments);
-        EXPECT_EQ("", result.err);
-        return json::parse(result.out).at("files").at(0);
     }
 };
 
@@ -45,8 +37,8 @@ TEST_F(Im6, InfoTellsWhatTheHeaderAndTheCalibrationTell) {
     EXPECT_EQ(2, entry.at("sizeZ"));
     EXPECT_EQ(3, entry.at("sizeC"));
     EXPECT_EQ(2, entry.at("sizeT"));
-    EXPECT_EQ("eIBT_UInt16", entry.at("bufferType"));
-    EXPECT_EQ("eCGT_Rgb", entry.at("colorGeometry"));
+    EXPECT_EQ("uint16", entry.at("pixelType"));
+    EXPECT_EQ("rgb", entry.at("color"));
     EXPECT_EQ(48, entry.at("bytes"));
     EXPECT_EQ("um", entry.at("calibration").at("unit"));
     EXPECT_DOUBLE_EQ(0.5, entry.at("calibration").at("x"));
@@ -87,12 +79,10 @@ TEST_F(Im6, PreviewShowsAPlane) {
 
 TEST_F(Im6, AFileThatIsNoneIsNamed) {
     std::string const input = CliTest::create("a.im6", std::string(200, 'x'));
-    expectFailure(runTool({"convert", input, path("out.raw")}), 1,
-                  '"' + input + "\": The image file is not of the expected format");
+    expectFailure(runTool({"convert", input, path("out.raw")}), 1, '"' + input + '"', "expected format");
     ToolResult const info = runTool({"info", "--json", input});
     EXPECT_EQ(1, info.status);
-    EXPECT_THAT(json::parse(info.out).at("files").at(0).at("error").get<std::string>(),
-                HasSubstr("not of the expected format"));
+    EXPECT_THAT(getEntries(info).at(0).at("error").get<std::string>(), HasSubstr("expected format"));
     EXPECT_THAT(list(), ElementsAre("a.im6"));
 }
 
@@ -100,10 +90,7 @@ TEST_F(Im6, AFileThatIsTooShortHasTheWordsOfTheLibrary) {
     Im6Sample sample = makeIm6Sequence();
     sample.pixels.resize(40);
     std::string const input = create(sample);
-    expectFailure(runTool({"convert", input, path("out.raw")}), 1,
-                  "Input geometry with total size 48 and starting offset 116 is greater than global file "
-                  "size 156 for im6 image file " +
-                      input);
+    expectFailure(runTool({"convert", input, path("out.raw")}), 1, input, "total size 48", "file size 156");
 }
 
 TEST_F(Im6, ACheckTellsOfPlanesThatAreNotThere) {
@@ -112,10 +99,7 @@ TEST_F(Im6, ACheckTellsOfPlanesThatAreNotThere) {
     sample.textBlockSize = 10; // it opens, as its text cannot be read
     std::string const input = create(sample);
     ToolResult const result = runTool({"info", "--check", input});
-    EXPECT_THAT(
-        result.out + result.err,
-        HasSubstr("the file ends before its last plane: its header tells of 48 bytes of pixels, and it "
-                  "holds 40"));
+    EXPECT_THAT(result.out + result.err, hasWords("announces 48 bytes", "has 40"));
     EXPECT_EQ(1, runTool({"convert", input, path("out.raw")}).status);
     EXPECT_THAT(list(), ElementsAre("in.im6"));
 }

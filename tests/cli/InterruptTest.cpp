@@ -4,7 +4,6 @@
 #include "CliFixture.h"
 
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -56,9 +55,6 @@ TEST_P(Interrupt, EndsTheWaitForAReaderOfThePicture) {
     expectStop(process);
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, testing::Values(SIGINT, SIGTERM, SIGHUP),
-                         [](testing::TestParamInfo<int> const& parameter) {
-                             return "SIG" + std::string(sigabbrev_np(parameter.param));
-                         });
+INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, testing::Values(SIGINT, SIGTERM, SIGHUP), getSignalName);
 
 } // namespace velmo::test

@@ -5,24 +5,23 @@
 
 namespace velmo::test {
 
-namespace {
+using testing::HasSubstr;
+using testing::Not;
 
-struct Pattern {
+struct KeywordPattern {
     char const* name;
     char const* pattern;
     char const* mistaken; ///< empty where there is nothing to warn of
 };
 
-std::ostream& operator<<(std::ostream& os, Pattern const& pattern) {
-    return os << pattern.name;
-}
+namespace {
 
 class Keyword : public SeriesFixture {};
-class MistakenKeyword : public SeriesFixture, public testing::WithParamInterface<Pattern> {};
+class MistakenKeyword : public SeriesFixture, public testing::WithParamInterface<KeywordPattern> {};
 
-std::string warnOf(std::string const& mistaken, std::string const& pattern) {
-    return "velmo-image: warning: the keyword for a number is \"<INDEX>\", and \"" + mistaken + "\" in \"" +
-           pattern + "\" stands for its own letters\n";
+auto warnsOf(std::string const& mistaken, std::string const& pattern) {
+    return testing::AllOf(testing::StartsWith("velmo-image: warning: \"" + mistaken + '"'),
+                          testing::HasSubstr('"' + pattern + '"'), testing::HasSubstr("\"<INDEX>\"\n"));
 }
 
 } // namespace
@@ -32,29 +31,32 @@ TEST_P(MistakenKeyword, IsWarnedOfWhereNothingMatches) {
     std::string const mistaken = GetParam().mistaken;
     ToolResult const result = runTool({"match", pattern, "none"});
     EXPECT_EQ(1, result.status);
-    EXPECT_EQ((mistaken.empty() ? "" : warnOf(mistaken, pattern)) + "velmo-image: no name matches \"" +
-                  pattern + "\"\n",
-              result.err);
+    EXPECT_THAT(result.err, testing::EndsWith("velmo-image: no name matches \"" + pattern + "\"\n"));
+    if (mistaken.empty()) {
+        EXPECT_THAT(result.err, Not(HasSubstr("warning")));
+    } else {
+        EXPECT_THAT(result.err, warnsOf(mistaken, pattern));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Patterns, MistakenKeyword,
-                         testing::Values(Pattern{"Unclosed", "a<INDEX", "<INDEX"},
-                                         Pattern{"UnclosedBeforeAnExtension", "a<INDEX.tif", "<INDEX"},
-                                         Pattern{"Shortened", "a<IND>", "<IND>"},
-                                         Pattern{"LowerCase", "a<index>.tif", "<index>"},
-                                         Pattern{"LongerWord", "a<INDEXES>b", "<INDEXES>"},
-                                         Pattern{"WithABlank", "a<INDEX >", "<INDEX"},
-                                         Pattern{"BehindARightOne", "a<INDEX>b<Index>", "<Index>"},
-                                         Pattern{"TheKeyword", "a<INDEX>.tif", ""},
-                                         Pattern{"AnotherWord", "a<in>", ""},
-                                         Pattern{"WithoutABracket", "INDEX>", ""}),
-                         getName<Pattern>);
+                         testing::Values(KeywordPattern{"Unclosed", "a<INDEX", "<INDEX"},
+                                         KeywordPattern{"UnclosedBeforeAnExtension", "a<INDEX.tif", "<INDEX"},
+                                         KeywordPattern{"Shortened", "a<IND>", "<IND>"},
+                                         KeywordPattern{"LowerCase", "a<index>.tif", "<index>"},
+                                         KeywordPattern{"LongerWord", "a<INDEXES>b", "<INDEXES>"},
+                                         KeywordPattern{"WithABlank", "a<INDEX >", "<INDEX"},
+                                         KeywordPattern{"BehindARightOne", "a<INDEX>b<Index>", "<Index>"},
+                                         KeywordPattern{"TheKeyword", "a<INDEX>.tif", ""},
+                                         KeywordPattern{"AnotherWord", "a<in>", ""},
+                                         KeywordPattern{"WithoutABracket", "INDEX>", ""}),
+                         getName<KeywordPattern>);
 
 TEST_F(Keyword, AMistakenOneIsMatchedAsItIsSpelt) {
     ToolResult const result = runTool({"match", "a<INDEX", "a<INDEX", "a1"});
     EXPECT_EQ(0, result.status);
     EXPECT_EQ("a<INDEX\t-\n", result.out);
-    EXPECT_EQ(warnOf("<INDEX", "a<INDEX"), result.err);
+    EXPECT_THAT(result.err, warnsOf("<INDEX", "a<INDEX"));
 }
 
 TEST_F(Keyword, AMistakenOneIsWarnedOfByStackAndResample) {
@@ -65,10 +67,9 @@ TEST_F(Keyword, AMistakenOneIsWarnedOfByStackAndResample) {
                                                  path("out.raw"), "--size-z", "2"}}) {
         ToolResult const result = runTool(arguments);
         EXPECT_EQ(1, result.status);
-        EXPECT_EQ(warnOf("<INDEX", "a<INDEX.tif") + "velmo-image: no file in \"" + path("s") +
-                      "\" matches \"a<INDEX.tif\"; there is \"a1.tif\", and a number in a name is written "
-                      "<INDEX>\n",
-                  result.err);
+        EXPECT_THAT(result.err, warnsOf("<INDEX", "a<INDEX.tif"));
+        EXPECT_THAT(result.err, HasSubstr("no file in \"" + path("s") + "\" matches \"a<INDEX.tif\""));
+        EXPECT_THAT(result.err, HasSubstr("\"a1.tif\"; <INDEX>"));
     }
 }
 

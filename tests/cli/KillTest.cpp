@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <random>
 
@@ -168,9 +167,8 @@ TEST_F(UnfinishedOutput, IsNoPartOfAStack) {
     for (char const* const name : {"1.tif", "2.tif", g_unfinished}) {
         writeTiff(_folder / "s" / name, {page});
     }
-    expectFailure(runTool({"stack", path("s"), "*", path("out.raw")}), 1,
-                  "cannot read \"" + path("s") + '/' + g_unfinished +
-                      "\": it is an unfinished output of velmo-image, which \"*\" matches");
+    expectFailure(runTool({"stack", path("s"), "*", path("out.raw")}), 1, path("s") + '/' + g_unfinished,
+                  "unfinished output", "\"*\"");
     expectDone(runTool({"stack", path("s"), "*.tif", path("out.raw")}));
     EXPECT_EQ("abcdefabcdef", read("out.raw"));
 }
@@ -183,9 +181,6 @@ TEST_P(SignalledRun, OfAStackLeavesTheOutputAlone) {
     expectNoTraceOf(GetParam(), stackToRaw(), "out.raw", 1UL << 24);
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, SignalledRun, testing::Values(SIGINT, SIGTERM),
-                         [](testing::TestParamInfo<int> const& parameter) {
-                             return "SIG" + std::string(sigabbrev_np(parameter.param));
-                         });
+INSTANTIATE_TEST_SUITE_P(Signals, SignalledRun, testing::Values(SIGINT, SIGTERM), getSignalName);
 
 } // namespace velmo::test

@@ -36,8 +36,7 @@ TEST_F(Output, AFailureNamesTheOutputWhateverCharactersItsNameHas) {
         std::string const output = path(name) + "/out.raw";
         FileSizeLimit const limit(1UL << 16);
         ToolResult const result = runTool(Arguments{"convert", input, output} + raw("1024,1024", "uint8"));
-        EXPECT_EQ(1, result.status);
-        EXPECT_THAT(result.err, HasSubstr("file " + output + '\n'));
+        expectFailure(result, 1, "file " + output + '\n');
         std::ostringstream quotedOutput;
         quotedOutput << boost::filesystem::path(output);
         EXPECT_THAT(result.err, HasSubstr(quotedOutput.str()));

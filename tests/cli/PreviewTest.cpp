@@ -11,7 +11,6 @@
 namespace velmo::test {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using Levels = std::vector<int>;
 
 namespace {
@@ -28,10 +27,9 @@ class Preview : public CliTest {
         return readPng(_folder / "out.png");
     }
 
-    void expectWrongUse(Arguments const& options, std::string const& message) const {
-        ToolResult const result = run(std::string(64, 'x'), options);
-        EXPECT_EQ(2, result.status);
-        EXPECT_THAT(result.err, HasSubstr("velmo-image: " + message));
+    template <class... Words>
+    void expectWrongUse(Arguments const& options, Words const&... words) const {
+        expectFailure(run(std::string(64, 'x'), options), 2, words...);
         EXPECT_EQ(std::vector<std::string>{"in.raw"}, list());
     }
 };
@@ -197,35 +195,32 @@ TEST_F(Preview, MorePlanesThanTheMontageHasPixelsForAreRefused) {
     std::string const input = createSparse("huge.raw", 1UL << 40);
     ToolResult const result = runTool(Arguments{"preview", input, path("out.png"), "--montage"} +
                                       raw("1,1,1099511627776", "uint8"));
-    expectFailure(result, 2,
-                  "a montage of 1099511627776 planes does not fit in --max-size 1600; without --montage one "
-                  "plane is shown");
+    expectFailure(result, 2, "1099511627776 planes", "--max-size 1600", "--montage");
 }
 
 TEST_F(Preview, IndexesOutsideOfTheImageAreWrongUse) {
     Arguments const options = raw("1,1,2,2,2", "uint8");
-    expectWrongUse(options + Arguments{"--z", "2"},
-                   "--z 2 is outside of the image, where it goes from 0 to 1");
-    expectWrongUse(options + Arguments{"--c", "2"}, "--c 2 is outside of the image");
-    expectWrongUse(options + Arguments{"--t", "2"}, "--t 2 is outside of the image");
-    expectWrongUse(options + Arguments{"--z", "-1"}, "--z takes a whole number in digits");
+    for (char const* const option : {"--z", "--c", "--t"}) {
+        expectWrongUse(options + Arguments{option, "2"}, option + std::string(" 2"), "0 to 1\n");
+    }
+    expectWrongUse(options + Arguments{"--z", "-1"}, "--z", "\"-1\"");
 }
 
 TEST_F(Preview, OptionsThatDoNotFitAreWrongUse) {
     Arguments const options = raw("2,2,2", "uint8");
-    expectWrongUse(options + Arguments{"--z", "1", "--montage"}, "--z excludes --montage");
+    expectWrongUse(options + Arguments{"--z", "1", "--montage"}, "--z", "excludes", "--montage");
     for (char const* const size : {"0", "16385", "x", "-1", "1.5"}) {
-        expectWrongUse(options + Arguments{"--max-size", size}, "--max-size takes ");
+        expectWrongUse(options + Arguments{"--max-size", size}, "--max-size must be");
     }
     for (char const* const range : {"1", "1,1", "2,1", "nan,1", "0,inf", "1,2,3", ",", "0,1x", "0, 1"}) {
-        expectWrongUse(options + Arguments{"--range", range}, "--range takes LO,HI");
+        expectWrongUse(options + Arguments{"--range", range}, "--range must be LO,HI");
     }
 }
 
 TEST_F(Preview, AMissingInputFailsWithTheReason) {
     std::string const input = path("none.raw");
-    expectFailure(runTool(Arguments{"preview", input, path("out.png")} + raw("1,1", "uint8")), 1,
-                  "cannot read \"" + input + "\": No such file or directory");
+    expectFailure(runTool(Arguments{"preview", input, path("out.png")} + raw("1,1", "uint8")), 1, input,
+                  "No such file or directory");
 }
 
 TEST_F(Preview, ANameOfAnotherKindOfPictureIsWarnedOf) {
@@ -233,11 +228,7 @@ TEST_F(Preview, ANameOfAnotherKindOfPictureIsWarnedOf) {
     for (auto const& [name, bWarns] : std::vector<std::pair<std::string, bool>>{
              {"a.jpg", true}, {"a.png.tif", true}, {"a.png", false}, {"a.PNG", false}, {"a", false}}) {
         ToolResult const result = runTool(Arguments{"preview", input, path(name)} + raw("1,1", "uint8"));
-        EXPECT_EQ(0, result.status);
-        EXPECT_EQ(bWarns ? "velmo-image: warning: \"" + path(name) +
-                               "\" is written as a PNG picture, whatever its name says\n"
-                         : "",
-                  result.err);
+        bWarns ? expectWarning(result, path(name), "PNG") : expectDone(result);
         EXPECT_EQ("\x89PNG", read(name).substr(0, 4));
     }
 }
@@ -245,16 +236,15 @@ TEST_F(Preview, ANameOfAnotherKindOfPictureIsWarnedOf) {
 TEST_F(Preview, AnExistingOutputIsRefusedWithoutOverwrite) {
     std::string const input = create("in.raw", "x");
     std::string const output = create("out.png", "earlier");
-    expectFailure(runTool(Arguments{"preview", input, output} + raw("1,1", "uint8")), 1,
-                  '"' + output + "\" exists already; --overwrite replaces it");
+    expectFailure(runTool(Arguments{"preview", input, output} + raw("1,1", "uint8")), 1, output, "exists",
+                  "--overwrite");
     EXPECT_EQ("earlier", read("out.png"));
 }
 
 TEST_F(Preview, AFailedPictureLeavesNothing) {
     std::string const input = create("in.raw", "x");
-    ToolResult const full = runTool(Arguments{"preview", input, "/dev/full"} + raw("1,1", "uint8"));
-    EXPECT_EQ(1, full.status);
-    EXPECT_THAT(full.err, testing::StartsWith("velmo-image: cannot write \"/dev/full\": "));
+    expectFailure(runTool(Arguments{"preview", input, "/dev/full"} + raw("1,1", "uint8")), 1,
+                  "cannot write \"/dev/full\": ");
     EXPECT_EQ(1, runTool(Arguments{"preview", input, path("no/out.png")} + raw("1,1", "uint8")).status);
     EXPECT_THAT(list(), ElementsAre("in.raw"));
 }

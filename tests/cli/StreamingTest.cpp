@@ -40,11 +40,8 @@ class Streaming : public StreamingFixture {
 
 } // namespace
 
-TEST_F(Streaming, AnInterruptedConversionLeavesTheEarlierOutputAndNothingElse) {
+TEST_F(Streaming, AnInterruptedOrTerminatedConversionLeavesTheEarlierOutputAndNothingElse) {
     expectStopLeavesTheEarlierOutput(SIGINT);
-}
-
-TEST_F(Streaming, ATerminatedConversionLeavesTheEarlierOutputAndNothingElse) {
     expectStopLeavesTheEarlierOutput(SIGTERM);
 }
 
@@ -82,7 +79,7 @@ TEST_F(Streaming, AFileThatAppearsDuringTheConversionIsNotReplaced) {
         if (!bStopped) {
             expectDone(result);
         } else {
-            expectFailure(result, 1, "cannot write \"" + path("out.raw") + "\": File exists");
+            expectFailure(result, 1, path("out.raw"), "File exists");
             expectOutput("theirs");
             EXPECT_THAT(list(), ElementsAre("in.raw", "out.raw"));
         }
@@ -150,8 +147,7 @@ TEST_F(Streaming, APictureThatTheSystemGivesNoMemoryForIsAFailure) {
     ToolResult const result = runTool(Arguments{"preview", input, path("out.png"), "--max-size", "16384"} +
                                       raw("16384,16384", "uint8"));
     EXPECT_EQ(1, result.status);
-    EXPECT_THAT(result.err, testing::AnyOf("velmo-image: not enough memory (std::bad_alloc)\n",
-                                           testing::HasSubstr("a smaller --max-size takes less")));
+    EXPECT_THAT(result.err, testing::HasSubstr("not enough memory"));
     EXPECT_THAT(list(), ElementsAre("in.raw"));
 }
 

@@ -140,8 +140,7 @@ ssize_t moveBytes(eFaultCalls family, int descriptor, std::size_t nbBytes, Move 
 }
 
 /// The same for pieces, which are moved one after the other up to one that is not moved whole.
-template <class Move>
-ssize_t movePieces(eFaultCalls family, int descriptor, iovec const* pPieces, int nbPieces, Move const& move) {
+ssize_t movePieces(eFaultCalls family, long call, int descriptor, iovec const* pPieces, int nbPieces) {
     std::size_t nbBytes = 0;
     for (int piece = 0; piece < nbPieces; ++piece) {
         nbBytes += pPieces[piece].iov_len;
@@ -150,7 +149,7 @@ ssize_t movePieces(eFaultCalls family, int descriptor, iovec const* pPieces, int
         ssize_t done = 0;
         for (int piece = 0; piece < nbPieces && nbAllowed != 0; ++piece) {
             std::size_t const size = std::min(pPieces[piece].iov_len, nbAllowed);
-            ssize_t const moved = move(pPieces[piece].iov_base, size, done);
+            ssize_t const moved = syscall(call, descriptor, pPieces[piece].iov_base, size);
             if (moved < 0) {
                 return done == 0 ? moved : done;
             }
@@ -162,6 +161,13 @@ ssize_t movePieces(eFaultCalls family, int descriptor, iovec const* pPieces, int
         }
         return done;
     });
+}
+
+constexpr int g_noDescriptor = STDERR_FILENO + 1; ///< of calls that have none
+/// A call of the system, unless it fails.
+template <class... Arguments>
+int failOr(eFaultCalls family, int descriptor, int error, long call, Arguments... arguments) {
+    return fails(family, descriptor, error) ? -1 : static_cast<int>(syscall(call, arguments...));
 }
 
 template <class Function>
@@ -184,64 +190,6 @@ NextFunctions const& getNext() {
     getNext();
     g_libtiff = findLibtiff();
     g_threadExitList = findThreadExitList();
-}
-
-ssize_t callRead(int descriptor, void* pBuffer, std::size_t nbBytes) {
-    return syscall(SYS_read, descriptor, pBuffer, nbBytes);
-}
-
-ssize_t callWrite(int descriptor, void const* pBuffer, std::size_t nbBytes) {
-    return syscall(SYS_write, descriptor, pBuffer, nbBytes);
-}
-
-ssize_t readFrom(int descriptor, void* pBuffer, std::size_t nbBytes, off_t offset) {
-    return moveBytes(eFC_Read, descriptor, nbBytes, [&](std::size_t nbAllowed) {
-        return syscall(SYS_pread64, descriptor, pBuffer, nbAllowed, offset);
-    });
-}
-
-ssize_t writeTo(int descriptor, void const* pBuffer, std::size_t nbBytes, off_t offset) {
-    return moveBytes(eFC_Write, descriptor, nbBytes, [&](std::size_t nbAllowed) {
-        return syscall(SYS_pwrite64, descriptor, pBuffer, nbAllowed, offset);
-    });
-}
-
-int openAt(int folder, char const* path, int flags, mode_t mode) {
-    return fails(eFC_Open, EMFILE) ? -1 : static_cast<int>(syscall(SYS_openat, folder, path, flags, mode));
-}
-
-mode_t getMode(int flags, std::va_list arguments) {
-    return (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-}
-
-int reserve(int descriptor, int mode, off_t offset, off_t nbBytes) {
-    return fails(eFC_Write, descriptor, ENOSPC)
-               ? -1
-               : static_cast<int>(syscall(SYS_fallocate, descriptor, mode, offset, nbBytes));
-}
-
-int resize(int descriptor, off_t size) {
-    return fails(eFC_Write, descriptor, EIO) ? -1
-                                             : static_cast<int>(syscall(SYS_ftruncate, descriptor, size));
-}
-
-off_t seek(int descriptor, off_t offset, int whence) {
-    return fails(eFC_Look, descriptor, EIO) ? -1 : syscall(SYS_lseek, descriptor, offset, whence);
-}
-
-int look(int descriptor, void* pStatus) {
-    return fails(eFC_Look, descriptor, EIO) ? -1 : static_cast<int>(syscall(SYS_fstat, descriptor, pStatus));
-}
-
-void* map(void* pCaller, void* pWish, std::size_t nbBytes, int protection, int flags, int descriptor,
-          off_t offset) {
-    return isOutOfMemory(pCaller) ? MAP_FAILED
-                                  : reinterpret_cast<void*>(syscall(SYS_mmap, pWish, nbBytes, protection,
-                                                                    flags, descriptor, offset));
-}
-
-FILE* openStream(char const* path, char const* mode) {
-    return fails(eFC_Open, EMFILE) ? nullptr : getNext().pOpen(path, mode);
 }
 
 } // namespace
@@ -292,85 +240,53 @@ int posix_memalign(void** ppMemory, std::size_t alignment, std::size_t nbBytes) 
 
 void* mmap(void* pWish, std::size_t nbBytes, int protection, int flags, int descriptor,
            off_t offset) noexcept {
-    return map(VELMO_CALLER, pWish, nbBytes, protection, flags, descriptor, offset);
-}
-
-void* mmap64(void* pWish, std::size_t nbBytes, int protection, int flags, int descriptor,
-             off64_t offset) noexcept {
-    return map(VELMO_CALLER, pWish, nbBytes, protection, flags, descriptor, offset);
+    return isOutOfMemory(VELMO_CALLER) ? MAP_FAILED
+                                       : reinterpret_cast<void*>(syscall(SYS_mmap, pWish, nbBytes, protection,
+                                                                         flags, descriptor, offset));
 }
 
 // Reads
 
 ssize_t read(int descriptor, void* pBuffer, std::size_t nbBytes) {
-    return moveBytes(eFC_Read, descriptor, nbBytes,
-                     [&](std::size_t nbAllowed) { return callRead(descriptor, pBuffer, nbAllowed); });
+    return moveBytes(eFC_Read, descriptor, nbBytes, [&](std::size_t nbAllowed) {
+        return syscall(SYS_read, descriptor, pBuffer, nbAllowed);
+    });
 }
 
 ssize_t pread(int descriptor, void* pBuffer, std::size_t nbBytes, off_t offset) {
-    return readFrom(descriptor, pBuffer, nbBytes, offset);
-}
-
-ssize_t pread64(int descriptor, void* pBuffer, std::size_t nbBytes, off64_t offset) {
-    return readFrom(descriptor, pBuffer, nbBytes, offset);
+    return moveBytes(eFC_Read, descriptor, nbBytes, [&](std::size_t nbAllowed) {
+        return syscall(SYS_pread64, descriptor, pBuffer, nbAllowed, offset);
+    });
 }
 
 ssize_t readv(int descriptor, iovec const* pPieces, int nbPieces) {
-    return movePieces(
-        eFC_Read, descriptor, pPieces, nbPieces,
-        [&](void* pPiece, std::size_t size, ssize_t /*done*/) { return callRead(descriptor, pPiece, size); });
-}
-
-ssize_t preadv(int descriptor, iovec const* pPieces, int nbPieces, off_t offset) {
-    return movePieces(eFC_Read, descriptor, pPieces, nbPieces,
-                      [&](void* pPiece, std::size_t size, ssize_t done) {
-                          return syscall(SYS_pread64, descriptor, pPiece, size, offset + done);
-                      });
+    return movePieces(eFC_Read, SYS_read, descriptor, pPieces, nbPieces);
 }
 
 // Writes
 
 ssize_t write(int descriptor, void const* pBuffer, std::size_t nbBytes) {
-    return moveBytes(eFC_Write, descriptor, nbBytes,
-                     [&](std::size_t nbAllowed) { return callWrite(descriptor, pBuffer, nbAllowed); });
+    return moveBytes(eFC_Write, descriptor, nbBytes, [&](std::size_t nbAllowed) {
+        return syscall(SYS_write, descriptor, pBuffer, nbAllowed);
+    });
 }
 
 ssize_t pwrite(int descriptor, void const* pBuffer, std::size_t nbBytes, off_t offset) {
-    return writeTo(descriptor, pBuffer, nbBytes, offset);
-}
-
-ssize_t pwrite64(int descriptor, void const* pBuffer, std::size_t nbBytes, off64_t offset) {
-    return writeTo(descriptor, pBuffer, nbBytes, offset);
+    return moveBytes(eFC_Write, descriptor, nbBytes, [&](std::size_t nbAllowed) {
+        return syscall(SYS_pwrite64, descriptor, pBuffer, nbAllowed, offset);
+    });
 }
 
 ssize_t writev(int descriptor, iovec const* pPieces, int nbPieces) {
-    return movePieces(eFC_Write, descriptor, pPieces, nbPieces,
-                      [&](void const* pPiece, std::size_t size, ssize_t /*done*/) {
-                          return callWrite(descriptor, pPiece, size);
-                      });
-}
-
-ssize_t pwritev(int descriptor, iovec const* pPieces, int nbPieces, off_t offset) {
-    return movePieces(eFC_Write, descriptor, pPieces, nbPieces,
-                      [&](void const* pPiece, std::size_t size, ssize_t done) {
-                          return syscall(SYS_pwrite64, descriptor, pPiece, size, offset + done);
-                      });
+    return movePieces(eFC_Write, SYS_write, descriptor, pPieces, nbPieces);
 }
 
 int fallocate(int descriptor, int mode, off_t offset, off_t nbBytes) {
-    return reserve(descriptor, mode, offset, nbBytes);
-}
-
-int fallocate64(int descriptor, int mode, off64_t offset, off64_t nbBytes) {
-    return reserve(descriptor, mode, offset, nbBytes);
+    return failOr(eFC_Write, descriptor, ENOSPC, SYS_fallocate, descriptor, mode, offset, nbBytes);
 }
 
 int ftruncate(int descriptor, off_t size) noexcept {
-    return resize(descriptor, size);
-}
-
-int ftruncate64(int descriptor, off64_t size) noexcept {
-    return resize(descriptor, size);
+    return failOr(eFC_Write, descriptor, EIO, SYS_ftruncate, descriptor, size);
 }
 
 // Opens, looks, names and closes
@@ -378,55 +294,37 @@ int ftruncate64(int descriptor, off64_t size) noexcept {
 int open(char const* path, int flags, ...) {
     std::va_list arguments;
     va_start(arguments, flags);
-    mode_t const mode = getMode(flags, arguments);
+    mode_t const mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return openAt(AT_FDCWD, path, flags, mode);
-}
-
-int open64(char const* path, int flags, ...) {
-    std::va_list arguments;
-    va_start(arguments, flags);
-    mode_t const mode = getMode(flags, arguments);
-    va_end(arguments);
-    return openAt(AT_FDCWD, path, flags, mode);
+    return failOr(eFC_Open, g_noDescriptor, EMFILE, SYS_openat, AT_FDCWD, path, flags, mode);
 }
 
 FILE* fopen(char const* path, char const* mode) {
-    return openStream(path, mode);
-}
-
-FILE* fopen64(char const* path, char const* mode) {
-    return openStream(path, mode);
+    return fails(eFC_Open, EMFILE) ? nullptr : getNext().pOpen(path, mode);
 }
 
 off_t lseek(int descriptor, off_t offset, int whence) noexcept {
-    return seek(descriptor, offset, whence);
-}
-
-off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept {
-    return seek(descriptor, offset, whence);
+    return fails(eFC_Look, descriptor, EIO) ? -1 : syscall(SYS_lseek, descriptor, offset, whence);
 }
 
 int fstat(int descriptor, struct stat* pStatus) noexcept {
-    return look(descriptor, pStatus);
+    return failOr(eFC_Look, descriptor, EIO, SYS_fstat, descriptor, pStatus);
 }
 
 int fstat64(int descriptor, struct stat64* pStatus) noexcept {
-    return look(descriptor, pStatus);
+    return failOr(eFC_Look, descriptor, EIO, SYS_fstat, descriptor, pStatus);
 }
 
 int rename(char const* path, char const* newPath) noexcept {
-    return fails(eFC_Name, EIO) ? -1 : static_cast<int>(syscall(SYS_rename, path, newPath));
+    return failOr(eFC_Name, g_noDescriptor, EIO, SYS_rename, path, newPath);
 }
 
 int renameat2(int folder, char const* path, int newFolder, char const* newPath, unsigned int flags) noexcept {
-    return fails(eFC_Name, EIO)
-               ? -1
-               : static_cast<int>(syscall(SYS_renameat2, folder, path, newFolder, newPath, flags));
+    return failOr(eFC_Name, g_noDescriptor, EIO, SYS_renameat2, folder, path, newFolder, newPath, flags);
 }
 
 int unlink(char const* path) noexcept {
-    return fails(eFC_Name, EIO) ? -1 : static_cast<int>(syscall(SYS_unlink, path));
+    return failOr(eFC_Name, g_noDescriptor, EIO, SYS_unlink, path);
 }
 
 int close(int descriptor) {
@@ -444,4 +342,15 @@ int fclose(FILE* pStream) {
     errno = bFails ? error : errno;
     return bFails ? EOF : result;
 }
+
+// The same calls by the names that they have where offsets have 64 bits
+
+void* mmap64(void*, std::size_t, int, int, int, off64_t) noexcept __attribute__((alias("mmap")));
+ssize_t pread64(int, void*, std::size_t, off64_t) __attribute__((alias("pread")));
+ssize_t pwrite64(int, void const*, std::size_t, off64_t) __attribute__((alias("pwrite")));
+int fallocate64(int, int, off64_t, off64_t) __attribute__((alias("fallocate")));
+int ftruncate64(int, off64_t) noexcept __attribute__((alias("ftruncate")));
+int open64(char const*, int, ...) __attribute__((alias("open")));
+FILE* fopen64(char const*, char const*) __attribute__((alias("fopen")));
+off64_t lseek64(int, off64_t, int) noexcept __attribute__((alias("lseek")));
 }

@@ -17,7 +17,7 @@ namespace velmo::test {
 
 constexpr unsigned int g_nbThreads = 16;
 
-/// Goes on for about a second, which sanitized runs take longer for, and at least for a few rounds.
+/// Goes on for half a second, which sanitized runs take longer for, and at least for a few rounds.
 class Rounds {
   public:
     bool goOn() { return ++_round <= g_fewest || (_round <= g_most && Clock::now() < _end); }
@@ -28,7 +28,7 @@ class Rounds {
     static constexpr unsigned int g_most = 400;
 
     unsigned int _round = 0;
-    Clock::time_point const _end = Clock::now() + std::chrono::seconds(1);
+    Clock::time_point const _end = Clock::now() + std::chrono::milliseconds(500);
 };
 
 /// An image and what has to be in it.

@@ -7,6 +7,7 @@
 
 #include <TemporaryFolder.h>
 #include <boost/filesystem/operations.hpp>
+#include <cstring>
 #include <gmock/gmock.h>
 
 namespace velmo::test {
@@ -45,6 +46,10 @@ class CliTest : public testing::Test {
     }
 
     std::string read(std::string const& name) const { return readFile(_folder / name); }
+    bool exists(std::string const& name) const { return boost::filesystem::exists(_folder / name); }
+    void link(std::string const& target, std::string const& name) const {
+        boost::filesystem::create_symlink(target, _folder / name);
+    }
 
     /// The names in the folder, sorted.
     std::vector<std::string> list() const {
@@ -65,10 +70,42 @@ std::string getName(testing::TestParamInfo<Parameter> const& info) {
     return info.param.name;
 }
 
-/// One failure, one message: the whole of standard error.
-inline void expectFailure(ToolResult const& result, int status, std::string const& message) {
+/// What shows a parameter with a `name` in messages.
+template <class Parameter>
+auto operator<<(std::ostream& os, Parameter const& parameter) -> decltype(os << parameter.name) {
+    return os << parameter.name;
+}
+
+/// What a test of a signal is called.
+inline std::string getSignalName(testing::TestParamInfo<int> const& info) {
+    return "SIG" + std::string(sigabbrev_np(info.param));
+}
+
+/// A text in which all of these words are.
+template <class... Words>
+auto hasWords(Words const&... words) {
+    return testing::AllOf(testing::HasSubstr(std::string(words))...);
+}
+
+/// A text with one message of the tool, in which all of these words are.
+template <class... Words>
+auto isMessage(Words const&... words) {
+    return testing::AllOf(testing::StartsWith("velmo-image: "), testing::EndsWith("\n"),
+                          testing::Not(testing::HasSubstr("\nvelmo-image: ")), hasWords(words...));
+}
+
+/// One failure is one message; it has all of these words.
+template <class... Words>
+void expectFailure(ToolResult const& result, int status, Words const&... words) {
     EXPECT_EQ(status, result.status);
-    EXPECT_EQ("velmo-image: " + message + '\n', result.err);
+    EXPECT_THAT(result.err, isMessage(words...));
+}
+
+/// A run that is done, with one warning that has all of these words.
+template <class... Words>
+void expectWarning(ToolResult const& result, Words const&... words) {
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.err, isMessage("velmo-image: warning: ", words...));
 }
 
 inline void expectDone(ToolResult const& result) {

@@ -213,4 +213,10 @@ void writeRawTiff(path const& path, std::vector<RawDirectory> const& directories
     writeFile(path, rawTiff(directories, layout));
 }
 
+RawDirectory imageJStack(std::string const& nbPlanes, std::string const& pixels, RawDirectory directory) {
+    directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=" + nbPlanes + "\n"));
+    directory.pixels = pixels;
+    return directory;
+}
+
 } // namespace velmo::image::file

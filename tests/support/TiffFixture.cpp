@@ -72,6 +72,19 @@ std::size_t Directory::countBytes() const {
     return (bitsOfRow + 7) / 8 * sizeY * (bSeparate ? samples : 1U);
 }
 
+Directory stripDirectory(std::uint32_t sizeX, std::uint32_t sizeY, std::uint32_t rowsPerStrip,
+                         std::uint16_t compression, std::uint16_t samples, std::uint16_t bits) {
+    Directory directory;
+    directory.sizeX = sizeX;
+    directory.sizeY = sizeY;
+    directory.rowsPerStrip = rowsPerStrip;
+    directory.compression = compression;
+    directory.samples = samples;
+    directory.photometric = samples == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
+    directory.bits = bits;
+    return directory;
+}
+
 void writeTiff(path const& path, std::vector<Directory> const& directories, std::string const& mode) {
     Handle const pTiff(TIFFOpen(path.c_str(), mode.c_str()), &TIFFClose);
     ASSERT_TRUE(pTiff) << path;

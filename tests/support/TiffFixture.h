@@ -54,6 +54,11 @@ struct Directory {
     std::size_t countBytes() const;
 };
 
+/// A directory without pixels yet; of several samples they are RGB.
+Directory stripDirectory(std::uint32_t sizeX, std::uint32_t sizeY, std::uint32_t rowsPerStrip = 0,
+                         std::uint16_t compression = COMPRESSION_NONE, std::uint16_t samples = 1,
+                         std::uint16_t bits = 8);
+
 /// Writes a file; `mode` is that of TIFFOpen: "w8" for a BigTIFF, "wb" for big-endian numbers.
 void writeTiff(path const& path, std::vector<Directory> const& directories, std::string const& mode = "w");
 
@@ -98,6 +103,10 @@ struct RawDirectory {
 RawDirectory greyDirectory(unsigned int sizeX = 4, unsigned int sizeY = 3, unsigned int bits = 8);
 /// Uncompressed pixels of several samples side by side.
 RawDirectory colorDirectory(unsigned int samples = 3, unsigned int photometric = PHOTOMETRIC_RGB);
+
+/// The same with a description in which ImageJ announces planes, and their pixels.
+RawDirectory imageJStack(std::string const& nbPlanes, std::string const& pixels,
+                         RawDirectory directory = greyDirectory());
 
 struct RawLayout {
     bool bBigTiff = false;

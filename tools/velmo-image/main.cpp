@@ -7,18 +7,16 @@
 #include "commands/PreviewCommand.h"
 #include "commands/ResampleCommand.h"
 #include "commands/StackCommand.h"
-#include "terminal/HelpFormatter.h"
 #include "terminal/Interrupt.h"
-#include "terminal/RefusedLine.h"
 #include "terminal/Terminal.h"
 
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOUtil/Logging.h>
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <log4cplus/loglevel.h>
 #include <memory>
-#include <sstream>
 
 namespace velmo::tool {
 
@@ -26,43 +24,21 @@ namespace {
 
 constexpr char const* g_version = "velmo-image " VELMO_VERSION;
 
-/// What the parser stopped at: a request for help or the version, or a command line that it refuses.
-eExitStatus tellParsing(CLI::App const& app, CLI::ParseError const& stop,
-                        std::vector<std::string> const& words) {
-    if (stop.get_exit_code() == 0) {
-        std::ostringstream text;
-        app.exit(stop, text, text);
-        printOutput(text.str());
+eExitStatus runCommand(int argc, char** argv) {
+    CommandLine line(g_version);
+    std::vector<std::unique_ptr<Command>> commands;
+    commands.push_back(std::make_unique<InfoCommand>(line));
+    commands.push_back(std::make_unique<ConvertCommand>(line));
+    commands.push_back(std::make_unique<PreviewCommand>(line));
+    commands.push_back(std::make_unique<StackCommand>(line));
+    commands.push_back(std::make_unique<ResampleCommand>(line));
+    commands.push_back(std::make_unique<MatchCommand>(line));
+    if (!line.parse(argc, argv)) {
         return eES_Done;
     }
-    throw WrongUse(explainRefusal(app, stop, words));
-}
-
-eExitStatus runCommand(int argc, char** argv) {
-    CLI::App app("Look at, convert, join and resample image files: TIFF, Im6, and raw planes of pixels",
-                 "velmo-image");
-    app.formatter(std::make_shared<HelpFormatter>()); // before the commands, which take it over
-    app.set_version_flag("--version", g_version);
-    app.require_subcommand(1);
-    app.footer("Exit status: 0 done, 1 the work failed, 2 wrong use, 130 interrupted.");
-    std::vector<std::unique_ptr<Command>> commands;
-    commands.push_back(std::make_unique<InfoCommand>(app));
-    commands.push_back(std::make_unique<ConvertCommand>(app));
-    commands.push_back(std::make_unique<PreviewCommand>(app));
-    commands.push_back(std::make_unique<StackCommand>(app));
-    commands.push_back(std::make_unique<ResampleCommand>(app));
-    commands.push_back(std::make_unique<MatchCommand>(app));
-    try {
-        app.parse(argc, argv);
-    } catch (CLI::ParseError const& stop) {
-        return tellParsing(app, stop, {argv + std::min(argc, 1), argv + argc});
-    }
-    for (auto const& pCommand : commands) {
-        if (pCommand->isChosen()) {
-            return pCommand->run();
-        }
-    }
-    throw WrongUse("no command; velmo-image --help lists them");
+    auto const pChosen = std::find_if(commands.begin(), commands.end(),
+                                      [](auto const& pCommand) { return pCommand->isChosen(); });
+    return (*pChosen)->run(); // the parser requires a command
 }
 
 eExitStatus fail(std::string const& text, eExitStatus status) {
@@ -71,10 +47,11 @@ eExitStatus fail(std::string const& text, eExitStatus status) {
 }
 
 void prepare() {
-    // Each failure is told once, as the exception that reaches the end of the work.
+    // Errors are printed once, from the exception that ends the work.
     getBaseLogger().setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    image::file::captureTiffMessages();
     std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN); // a limit of the size of files is a failed write
+    std::signal(SIGXFSZ, SIG_IGN); // beyond the limit of the file size a write fails
     catchInterrupts();
 }
 
@@ -93,7 +70,7 @@ eExitStatus runGuarded(int argc, char** argv) {
     } catch (std::exception const& failure) {
         return fail(failure.what(), eES_Failed);
     } catch (...) {
-        return fail("a failure that says nothing of itself", eES_Failed);
+        return fail("unknown error", eES_Failed);
     }
 }
 

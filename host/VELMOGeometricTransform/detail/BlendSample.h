@@ -13,7 +13,7 @@
 
 namespace velmo::imaproc::gtrans {
 
-/// Integers are rounded to the nearest, halves away from zero, and kept within their type.
+/// Integers are rounded to nearest, halves away from zero, and clamped to the range of their type.
 template <class Sample>
 Sample toSample(double value) {
     if constexpr (std::is_floating_point_v<Sample>) {
@@ -43,14 +43,14 @@ void storeSample(std::byte* pSamples, vlUInt64 index, Sample sample) {
     std::memcpy(pSamples + index * sizeof(Sample), &sample, sizeof(Sample));
 }
 
-/// What the difference of `other` from `base` counts.
+/// The difference of `other` from `base`, weighted.
 template <class Sample>
 double weigh(double weight, Sample base, Sample other) {
     return weight * (static_cast<double>(other) - static_cast<double>(base));
 }
 
-/// On the line between two samples. Between real numbers the sum of both parts is taken, as the difference of
-/// infinite ones is none.
+/// Linear interpolation of two samples. Floating-point samples use the sum of both parts, since the
+/// difference of infinities is NaN.
 template <class Sample>
 Sample blendSample(double weight, Sample base, Sample other) {
     if constexpr (std::is_floating_point_v<Sample>) {

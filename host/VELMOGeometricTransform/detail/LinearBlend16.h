@@ -9,9 +9,9 @@
 
 namespace velmo::imaproc::gtrans {
 
-/// blendSample of each two samples of 16 bits without sign with one weight between 0 and 1, several times as
-/// fast: most samples are calculated 8 at a time in integers of 16 bits, which tell where all but those near
-/// a half are rounded to.
+/// Same as blendSample for each two unsigned 16-bit samples with one weight between 0 and 1, but several
+/// times faster: most samples are calculated 8 at a time in 16-bit integers, which give the rounded result
+/// except near a half.
 void blendLinear16(vlUInt64 nbPixels, double weight, std::byte const* pBase, std::byte const* pOther,
                    std::byte* pTarget);
 

@@ -10,17 +10,17 @@
 
 namespace velmo::imaproc::gtrans {
 
-/// A plane and what its difference from the base plane counts.
+/// A plane and the weight of its difference from the base plane.
 struct BlendTerm {
     /// @{
-    /// Pixels of the plane, and the factor of their difference from the base.
+    /// Pixels of the plane, and the weight of their difference from the base.
     std::byte const* pPlane;
     double weight;
     /// @}
 };
 
-/// Fills `pTarget` with the base plane plus the weighted differences of the terms from it; integers are
-/// rounded to the nearest, halves away from zero, and kept within their type. At most 3 terms.
+/// Writes to `pTarget` the base plane plus the weighted differences of the terms from it. Integers are
+/// rounded to nearest, halves away from zero, and clamped to the range of their type. At most 3 terms.
 void blendPlanes(image::eImageBufferType bufferType, vlUInt64 nbPixels, std::byte const* pBase,
                  BlendTerm const* pTerms, unsigned int nbTerms, std::byte* pTarget);
 

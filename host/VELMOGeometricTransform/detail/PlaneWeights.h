@@ -10,32 +10,33 @@
 
 namespace velmo::imaproc::gtrans {
 
-/// How one plane of the result comes about: plane `base`, and the differences of further planes from it times
-/// their weights.
+/// How one plane of the result is calculated: plane `base` plus the weighted differences of other planes from
+/// it.
 struct PlaneWeights {
-    /// A further plane.
+    /// Another plane.
     struct Term {
         /// @{
-        /// Its index, counted from 0, and its weight.
+        /// Its index (from 0) and its weight.
         vlUInt64 plane;
         double weight;
         /// @}
     };
     /// @{
-    /// The plane that differences are taken from, and the terms, of which the first `nbTerms` count.
+    /// Index of the base plane, and the terms, of which the first `nbTerms` are used.
     vlUInt64 base = 0;
     std::array<Term, 3> terms{};
     /// @}
     unsigned int nbTerms = 0; ///< 0 where the plane is `base` itself
 };
 
-/// Planes at the running sums of steps, and planes of a result that lie evenly from the first to the last.
+/// Weights of source planes at the cumulative sums of steps, for evenly spaced planes from the first to the
+/// last position.
 class PlanePositions {
   public:
     /// Every step must be positive and finite.
     explicit PlanePositions(std::vector<float> const& steps);
 
-    /// Plane `index` of `nbPlanes`; with one plane that is the first one's position.
+    /// Weights of plane `index` of `nbPlanes`. A single plane is at the position of the first one.
     PlaneWeights weigh(vlUInt64 index, vlUInt64 nbPlanes, attr::eInterpolationPolicy policy) const;
 
   private:

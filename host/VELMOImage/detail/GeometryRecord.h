@@ -8,13 +8,13 @@
 
 namespace velmo::image {
 
-// The parts of a geometry in its archive record. An enumeration is an item of its number; past its last
-// enumerator it is refused, before writing and on reading, as VELMOSerializationException.
+// The parts of a geometry in its archive record. An enumeration is stored as its number; values above
+// its last enumerator are rejected with VELMOSerializationException, before writing and when reading.
 
 [[noreturn]] void raiseUnknownEnumValue(vlUInt64 value);
 [[noreturn]] void raiseEnumValueNotStorable(vlUInt64 value);
 
-/// Raises for a value that reading would refuse.
+/// Throws for a value that reading would reject.
 template <class Enum>
 void requireKnownEnumValue(Enum value, Enum last) {
     if (static_cast<vlUInt64>(value) > static_cast<vlUInt64>(last)) {

@@ -4,15 +4,18 @@
 #pragma once
 
 #include "VELMOUtil/BoolResult.h"
-#include "VELMOUtil/PageBuffer.h"
+#include "VELMOUtil/Types.h"
+
+#include <cstddef>
+#include <memory>
 
 namespace velmo::image {
 
-/// Whether the memory at hand is large enough; the message has both figures.
+/// Fails if the available memory is too small; the message has both sizes.
 BoolResult requireMemory(vlUInt64 nbBytes);
 
-/// Zeroed room for pixels, or the reason why there is none: more bytes than the memory at hand, or an
-/// allocation that the system refuses. `buffer` is replaced on success alone.
-BoolResult allocatePixels(vlUInt64 nbBytes, PageBuffer& buffer);
+/// Allocates zeroed memory for pixels. Fails if it is more than the available memory, or if the system
+/// refuses it; `pPixels` is then unchanged.
+BoolResult allocatePixels(vlUInt64 nbBytes, std::shared_ptr<std::byte>& pPixels);
 
 } // namespace velmo::image

@@ -11,8 +11,8 @@ class BaseImage;
 
 namespace imaproc::util {
 
-/// Throws VELMOBaseProcessingException unless the two images have the same sizes and the same pixel type in
-/// each time step.
+/// Throws VELMOBaseProcessingException unless both images have the same sizes and, in each time step, the
+/// same pixel type.
 void requireSamePixels(velmo::image::BaseImage const& inImage, velmo::image::BaseImage const& outImage);
 
 } // namespace imaproc::util

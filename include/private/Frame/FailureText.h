@@ -5,12 +5,10 @@
 
 #include "Frame/LogAccess.h"
 
-#include <VELMOImageFile/VELMOImageFileLog.h>
-#include <VELMOUtil/BoolResult.h>
-#include <VELMOUtil/LogMessageFormater.h>
+#include <VELMOBase/SystemResult.h>
+#include <VELMOUtil/Failures.h>
 #include <boost/filesystem/path.hpp>
 #include <exception>
-#include <log4cplus/loglevel.h>
 #include <string>
 
 namespace velmo::image::file {
@@ -19,35 +17,25 @@ namespace velmo::image::file {
 /// nothing.
 template <class Domain, class... Arguments>
 BoolResult fail(Domain id, Arguments const&... arguments) {
-    LogMessageFormater formater(getVELMOImageFileLogMessageManager());
-    formater[id];
-    static_cast<void>((formater % ... % arguments));
-    return failure(formater.string());
+    return failMessage(g_velmoImageFileRaise, id, arguments...);
 }
 
 /// Raises message `id` at `site` as VELMOImageFileException.
 template <class Domain, class... Arguments>
 [[noreturn]] void raise(RaiseSite const& site, Domain id, Arguments const&... arguments) {
-    raiseGuarded(site, g_velmoImageFileRaise, [&](LogMessageFormater& formater) {
-        formater[id];
-        static_cast<void>((formater % ... % arguments));
-    });
-}
-
-/// The text of message `id`.
-template <class Domain, class... Arguments>
-std::string toText(Domain id, Arguments const&... arguments) {
-    return fail(id, arguments...).getMessage();
+    raiseMessage(site, g_velmoImageFileRaise, id, arguments...);
 }
 
 /// Logs message `id` at `site` as a warning, if warnings are enabled. For a call that succeeds without all
 /// pixels.
 template <class Domain, class... Arguments>
 void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
-    logGuarded(site, g_velmoImageFileRaise, log4cplus::WARN_LOG_LEVEL, [&](LogMessageFormater& formater) {
-        formater[id];
-        static_cast<void>((formater % ... % arguments));
-    });
+    warnMessage(site, g_velmoImageFileRaise, id, arguments...);
+}
+
+/// The outcome of a step of the system: a failure has the system's text.
+inline BoolResult toBoolResult(SystemResult const& result) {
+    return BoolResult(static_cast<bool>(result), result.getMessage());
 }
 
 /// Runs `step` and returns its result. If the step throws, returns a failure with message `id`, whose
@@ -57,7 +45,7 @@ BoolResult failOnException(Domain id, boost::filesystem::path const& path, Step 
     try {
         return step();
     } catch (std::exception const& exception) {
-        return fail(id, path.string(), exception.what());
+        return fail(id, path.string(), exception);
     } catch (...) {
         return fail(id, path.string(), "Unknown exception");
     }

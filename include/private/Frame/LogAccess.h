@@ -26,6 +26,6 @@ struct LoggerMutex {
 extern RaiseKind const g_velmoImageFileRaise;
 
 /// Logs at ERROR in code that must not throw. Best effort: the record is dropped if logging fails.
-void logWithoutThrow(RaiseSite const& site, FeedRef feed) noexcept;
+void logWithoutThrow(RaiseSite const& site, FeedRef message) noexcept;
 
 } // namespace velmo::image::file

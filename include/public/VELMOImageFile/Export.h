@@ -3,5 +3,5 @@
 
 #pragma once
 
-/// What applications may use of the module; all else is hidden.
+/// Exports a name from the shared library; all other names are hidden.
 #define VELMO_IMAGE_FILE_EXPORT __attribute__((visibility("default")))

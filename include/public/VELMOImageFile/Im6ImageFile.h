@@ -4,6 +4,7 @@
 #pragma once
 
 #include <VELMOImage/ImageAccessor.h>
+#include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/Export.h>
 #include <memory>
 
@@ -11,20 +12,21 @@ namespace velmo::image::file {
 
 class PlaneFile;
 
-/// Accessor of an Im6 file, which says itself what is in it. Nothing is ever written.
+/// Accessor of an Im6 file, for reading only. The file describes its own geometry.
 ///
-/// The file holds a header of 116 bytes, then the planes without padding: t outermost, then c, then z; rows
-/// from first to last; pixels little-endian, binary ones as one byte each. Three blocks follow, the first of
-/// them a text; where that holds the word "Calibration" a calibration record comes last. A header of one
-/// channel is grey, of any other number RGB.
+/// File layout: a header of 116 bytes, then the planes without padding. Of planes that follow each other z
+/// changes fastest, then c, then t; rows are stored from first to last. Pixels are little-endian; binary
+/// pixels are one byte each. Three blocks follow, the first of which is a text. If that text contains the
+/// word "Calibration", a calibration record is the last block. A file of one channel is grey; a file of any
+/// other number of channels is RGB.
 ///
-/// Threads. `readRawData` may run on any number of threads at once: each thread has a stream of its own,
-/// opened at its first access and kept as long as the accessor has the file open, and no lock is held while
-/// bytes move. Opening, clearing and `read` need exclusive use.
+/// Threads. `readRawData` may run on any number of threads at once. Each thread has a stream of its own,
+/// which is opened at its first access and closed with the file; no lock is held during a transfer. Opening,
+/// clearing and `read` need exclusive use.
 ///
-/// Failures. The file's own are returned as a false BoolResult whose text names the path; a file that is no
-/// Im6 file is thrown as VELMOImageException. A stream that failed is not mended: every later access on that
-/// thread fails at its seek, until the file is opened anew.
+/// Errors of the file are returned as a failed BoolResult whose text names the path. A file that is not an
+/// Im6 file is thrown as VELMOImageException. A stream that failed stays in its error state: every later
+/// access on that thread fails at its seek, until the file is opened again.
 class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
   public:
     /// An accessor without a file.
@@ -32,9 +34,9 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     /// Closes the file on all threads.
     ~Im6ImageFile() override;
 
-    /// Of the class in archives: the newest record that `read` takes.
+    /// Version of the class in archives: the newest record that `read` accepts.
     static unsigned int getVersion();
-    /// The name under which archives and the object factory know the class.
+    /// Name of the class in archives and in the object factory.
     static std::string const& getTypeName();
     /// @{
     /// A new accessor without a file, for the object factory; the caller owns it.
@@ -42,24 +44,23 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     static DynamicObjectPtr createSharedObject();
     /// @}
 
-    /// Opens a file with the geometry and, if it has one, the calibration that it tells. A file that is
-    /// shorter than what it tells is refused, one that is longer is not; but one that ends within the planes
-    /// or the text that is to follow them is open, and its reads tell what is missing. A file whose header,
-    /// text or calibration record the system refuses to read is a failure. On a failure the accessor has no
-    /// file.
+    /// Opens a file with the geometry, and the calibration if there is one, that the file describes. A file
+    /// that is shorter than its header says is an error; a longer one is accepted. A file that ends within
+    /// the planes or the text behind them is opened, and the reads of missing pixels fail. A header, text or
+    /// calibration record that the system cannot read is an error. After an error the accessor has no file.
     BoolResult openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
-    /// The same with `hasSharedRemoteAccess` set, which an archive keeps.
+    /// The same, and sets `hasSharedRemoteAccess`, which archives keep.
     BoolResult openSharedRemoteFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
     /// @{
-    /// As the static operations above.
+    /// As the static functions above.
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
     /// @}
-    /// False: an accessor owns open files. The copying operations throw VELMOUtilException; an archive
-    /// carries an accessor.
+    /// False: an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw
+    /// VELMOUtilException. To rebuild an accessor elsewhere, write it to an archive.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
     /// Throws as `duplicate` does.
@@ -69,18 +70,18 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     /// Stores the description of the open file (path and access), not its pixels.
     BoolResult write(BaseOArchive& archive) const override;
     /// Opens the file that the archive names, with the geometry that the file has now. A record of a newer
-    /// version is thrown as VELMOSerializationException. On a failure the accessor has no file.
+    /// version is thrown as VELMOSerializationException. After an error the accessor has no file.
     BoolResult read(BaseIArchive& archive) override;
 
-    /// True. Throws VELMOImageException as long as no file is open.
+    /// True. Throws VELMOImageException if no file is open.
     bool hasBinary8BitsStorage() const override;
-    /// Does nothing, and succeeds.
+    /// Does nothing and succeeds.
     BoolResult resizeData(BaseImageGeometry const& geometry) override;
-    /// Indexes of a plane that does not exist are thrown: VELMOImageException for `t`,
-    /// VELMOImageFileException for `z` and `c`.
+    /// Reads `nbPixels` pixels of a plane from pixel `pixelStartOffset` on, row after row. For a plane that
+    /// does not exist it throws VELMOImageException (`t`) or VELMOImageFileException (`z`, `c`).
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
-    /// Does nothing, and succeeds, whatever the access mode.
+    /// Does nothing and succeeds, in every access mode.
     BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                             void const* buffer) override;
     void clearDerived() override;

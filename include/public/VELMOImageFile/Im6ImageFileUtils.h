@@ -5,36 +5,38 @@
 
 #include <VELMOImage/DistributedImage.h>
 #include <VELMOImageFile/Export.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/path.hpp>
 
 namespace velmo::image::file {
 
 /// @file
-/// Im6 files as images. A file tells its own geometry, and it may carry a calibration. Im6ImageFile tells
-/// what lies in it, and gives access on demand. Example: examples/load_im6.cpp.
+/// Functions that read Im6 files. A file describes its own geometry and may have a calibration. Im6ImageFile
+/// documents the layout of the file and reads parts of it on demand. Example: examples/load_im6.cpp.
 ///
-/// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes
-/// and, behind a line feed, what went wrong. A file that is no Im6 file comes as VELMOImageException. Too
-/// little memory for the pixels is such a failure; for anything smaller it may come as std::bad_alloc. Any
-/// number of calls may run at once.
+/// Each function returns the pixels that the file holds, or throws; there are no options. The loads into an
+/// image in memory return the calibration too; the distributed loads do not.
 ///
-/// No function takes options: each returns the pixels that the file holds, or throws. The loads into an image
-/// in memory return the calibration as well; the distributed ones never do.
+/// Every error is logged at ERROR and thrown as VELMOImageFileException: the first line of its text has the
+/// path in double quotes, the last line is the reason. A file that is not an Im6 file is thrown as
+/// VELMOImageException. If there is too little memory for the pixels, the error is a VELMOImageFileException;
+/// for smaller allocations it may be std::bad_alloc. Any number of calls may run at once.
 
-/// Gives `image`, which must be of a kind that accepts `init`, the file's geometry, then its pixels, on the
-/// calling thread, and its calibration, if it has one. After a failure the image is what it was, or has the
-/// geometry and the pixels so far. An empty pointer is thrown as VELMOBaseProcessingException.
+/// Loads a file into `image`, which gets the geometry, the pixels and the calibration, if there is one, of
+/// the file. The image must be of a kind that accepts `init`, such as a MemoryImage. The calling thread
+/// reads. After an error the image is unchanged, or has the geometry of the file and the pixels read so far.
+/// An empty pointer is thrown as VELMOBaseProcessingException.
 VELMO_IMAGE_FILE_EXPORT void loadIm6ImageFile(boost::filesystem::path const& path, ImagePtr const& image);
 
-/// A new image in memory.
+/// Loads a file into a new image in memory. The calling thread reads.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadIm6ImageFile(boost::filesystem::path const& path);
 
-/// A new distributed image, without the calibration that the file may carry. With `defaultDispatch` its
-/// workers read at once, else the calling thread reads alone.
+/// Loads a file into a new distributed image, without the calibration of the file. With `defaultDispatch` the
+/// workers of the image read at once; without it the calling thread reads.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedIm6ImageFile(boost::filesystem::path const& path,
                                                                         bool defaultDispatch);
 
-/// The same: nothing of `reference` is used.
+/// The same; `reference` is not used.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedIm6ImageFile(boost::filesystem::path const& path,
                                                                         DistributedImage const& reference,
                                                                         bool defaultDispatch);

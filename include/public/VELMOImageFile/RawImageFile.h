@@ -4,6 +4,7 @@
 #pragma once
 
 #include <VELMOImage/ImageAccessor.h>
+#include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/Export.h>
 #include <memory>
 
@@ -11,22 +12,22 @@ namespace velmo::image::file {
 
 class PlaneFile;
 
-/// Accessor of a headerless pixel file: the caller says what is in it.
+/// Accessor of a headerless pixel file. The caller gives the geometry.
 ///
-/// The file holds `dataStartOffset` bytes that are never read, then the planes without padding: t outermost,
-/// then c, then z; rows from first to last; pixels as they lie in memory, in the byte order of the machine,
-/// binary ones as one byte each. Bytes behind the last plane are ignored.
+/// File layout: `dataStartOffset` bytes that are not read, then the planes without padding. Of planes that
+/// follow each other z changes fastest, then c, then t; rows are stored from first to last. Pixels are in the
+/// byte order of this machine; binary pixels are one byte each. Bytes behind the last plane are ignored.
 ///
-/// Threads. `readRawData` and `writeRawData` may run on any number of threads at once: each thread has a
-/// stream of its own, opened at its first access and kept as long as the accessor has the file open, and no
-/// lock is held while bytes move. Writes to the same bytes are not ordered. Creating, opening, clearing,
-/// `resizeData` and `read` need exclusive use.
+/// Threads. `readRawData` and `writeRawData` may run on any number of threads at once. Each thread has a
+/// stream of its own, which is opened at its first access and closed with the file; no lock is held during a
+/// transfer. The order of writes to the same bytes is undefined. Creating, opening, clearing, `resizeData`
+/// and `read` need exclusive use.
 ///
-/// Failures. The file's own are returned as a false BoolResult whose text names the path. After a failed
-/// `createFile`, `readRawData` or `writeRawData` the calling thread's `errno` is the reason of the system, or
-/// 0 where the system did not fail; `clear` sets it to 0, or to the reason for which a stream could not be
+/// Errors of the file are returned as a failed BoolResult whose text names the path. After a failed
+/// `createFile`, `readRawData` or `writeRawData` the `errno` of the calling thread is the reason of the
+/// system, or 0 if the system did not fail. `clear` sets it to 0, or to the reason why a stream could not be
 /// closed. A stream that failed stays in its error state: every later access on that thread fails at its
-/// seek, until the file is opened anew.
+/// seek, until the file is opened again.
 class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
   public:
     /// An accessor without a file.
@@ -34,9 +35,9 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     /// Closes the file on all threads.
     ~RawImageFile() override;
 
-    /// Of the class in archives: the newest record that `read` takes.
+    /// Version of the class in archives: the newest record that `read` accepts.
     static unsigned int getVersion();
-    /// The name under which archives and the object factory know the class.
+    /// Name of the class in archives and in the object factory.
     static std::string const& getTypeName();
     /// @{
     /// A new accessor without a file, for the object factory; the caller owns it.
@@ -44,32 +45,31 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     static DynamicObjectPtr createSharedObject();
     /// @}
 
-    /// Creates a file, or empties an existing one, writes `fileHeader` and gives the file its full size, in
-    /// zeros behind the header. The planes begin behind the header. On a failure the accessor has no file,
-    /// and what was created stays.
+    /// Creates a file, or empties an existing one, writes `fileHeader` and then zeros for all planes. After
+    /// an error the accessor has no file, and an incomplete file may be left on disk.
     ///
-    /// The creating thread keeps a stream that cannot read: its `readRawData` fails. Other threads read and
-    /// write.
+    /// The stream of the calling thread cannot read afterwards: `readRawData` fails on this thread until the
+    /// file is opened again. Other threads can read and write.
     BoolResult createFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                           std::string const& fileHeader);
 
-    /// Opens a file whose planes begin at byte `dataStartOffset`. A file too short for the geometry is
-    /// refused, one that is longer is not. On a failure the accessor has no file.
+    /// Opens a file whose planes begin at byte `dataStartOffset`. A file that is too short for the geometry
+    /// is an error; a longer one is accepted. After an error the accessor has no file.
     BoolResult openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                         vlUInt64 dataStartOffset, BaseImageGeometry const& geometry);
 
-    /// The same with `hasSharedRemoteAccess` set, which an archive keeps.
+    /// The same, and sets `hasSharedRemoteAccess`, which archives keep.
     BoolResult openSharedRemoteFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                                     vlUInt64 dataStartOffset, BaseImageGeometry const& geometry);
 
     /// @{
-    /// As the static operations above.
+    /// As the static functions above.
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
     /// @}
-    /// False: an accessor owns open files. The copying operations throw VELMOUtilException; an archive
-    /// carries an accessor.
+    /// False: an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw
+    /// VELMOUtilException. To rebuild an accessor elsewhere, write it to an archive.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
     /// Throws as `duplicate` does.
@@ -79,19 +79,19 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
     /// Stores the description of the open file (path, access, geometry, offset), not its pixels.
     BoolResult write(BaseOArchive& archive) const override;
     /// Opens the file that the archive describes. A record of a newer version is thrown as
-    /// VELMOSerializationException. On a failure the accessor has no file.
+    /// VELMOSerializationException. After an error the accessor has no file.
     BoolResult read(BaseIArchive& archive) override;
 
-    /// True. Throws VELMOImageException as long as no file is open.
+    /// True. Throws VELMOImageException if no file is open.
     bool hasBinary8BitsStorage() const override;
-    /// Makes the file long enough for `geometry` and places the planes anew from byte 0 on, without a header.
-    /// The file never shrinks; the byte at the new end of the planes becomes 0.
+    /// Makes the file long enough for `geometry`, whose planes then begin at byte 0: there is no header any
+    /// more. The file never becomes shorter. The last byte of the planes is set to 0.
     BoolResult resizeData(BaseImageGeometry const& geometry) override;
-    /// Indexes of a plane that does not exist are thrown: VELMOImageException for `t`,
-    /// VELMOImageFileException for `z` and `c`.
+    /// Reads `nbPixels` pixels of a plane from pixel `pixelStartOffset` on, row after row. For a plane that
+    /// does not exist it throws VELMOImageException (`t`) or VELMOImageFileException (`z`, `c`).
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
-    /// As `readRawData`. The bytes are in the file when it returns.
+    /// Writes pixels of a plane; arguments and errors as `readRawData`. The bytes are in the file on return.
     BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                             void const* buffer) override;
     void clearDerived() override;

@@ -8,13 +8,13 @@
 
 namespace velmo::image::file {
 
-/// How `saveRawImageFile` writes.
+/// Options of `saveRawImageFile`.
 struct VELMO_IMAGE_FILE_EXPORT RawWriteOptions {
-    /// Bytes before the first plane. Their number is the `dataStartOffset` of a later load.
+    /// Bytes before the first plane. A later load needs their number as `dataStartOffset`.
     std::string fileHeader;
-    /// Writes a temporary file beside the target and renames it when it is whole, so that an existing file
-    /// survives a failed or killed save. The folder must allow new files. Without it the target is emptied
-    /// first and written in place.
+    /// True: the file is written under a temporary name beside the target and renamed when it is whole, so
+    /// that a failed or killed save leaves an old file as it was. The folder must allow new files, and the
+    /// disk needs room for both. False: an old file is emptied and overwritten at once.
     bool bReplaceWhenWhole = true;
 };
 

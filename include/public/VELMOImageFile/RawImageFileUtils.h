@@ -7,71 +7,77 @@
 #include <VELMOImage/DistributedImage.h>
 #include <VELMOImageFile/Export.h>
 #include <VELMOImageFile/RawImageFileOptions.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/path.hpp>
 #include <type_traits>
 
 namespace velmo::image::file {
 
 /// @file
-/// Headerless pixel files as images. The file describes nothing of itself: the caller gives the geometry, and
-/// with `dataStartOffset` the bytes before the first plane. RawImageFile tells how the planes lie. Example:
-/// examples/raw_volume.cpp.
+/// Functions that read and write headerless pixel files. The file has no description: the caller gives the
+/// geometry, and with `dataStartOffset` the number of bytes before the first plane. RawImageFile documents
+/// the order of the planes. Example: examples/raw_volume.cpp.
 ///
-/// Every failure is logged at ERROR and thrown as VELMOImageFileException, with the path in double quotes
-/// and, behind a line feed, what went wrong. What the image library itself refuses (a target that does not
-/// fit, a geometry beyond 64 bits) comes through as its own exception. Too little memory for the pixels is
-/// such a failure; for anything smaller it may come as std::bad_alloc. Any number of calls may run at once on
-/// different files; two saves to one path are not guarded against each other, but with options and
-/// `bReplaceWhenWhole` the file is that of one of them, whole.
+/// The open and the loads take no options: each of them, and each read of an open image, returns the pixels
+/// that the file holds, or fails.
 ///
-/// The open and the loads take no options: each returns the pixels that the file holds, or throws; so does
-/// each read of an open image.
+/// Every error is logged at ERROR and thrown as VELMOImageFileException: the first line of its text has the
+/// path in double quotes, the last line is the reason. Errors of the image library (a target that does not
+/// fit, a geometry whose size overflows 64 bits) are thrown as its own exceptions. If there is too little
+/// memory for the pixels, the error is a VELMOImageFileException; for smaller allocations it may be
+/// std::bad_alloc.
+///
+/// Any number of calls may run at once on different files, and any number of reads on one file. Two saves to
+/// one path must not run at once; with options and `bReplaceWhenWhole` the file is then one of the two,
+/// whole.
 
-/// An image whose pixels stay in the file, which is open, for reading, as long as the image lives.
+/// Opens a file as an image whose pixels stay in the file. The file is open for reading as long as the image
+/// lives. Any number of threads may read from the image at once.
 VELMO_IMAGE_FILE_EXPORT DiskImagePtr openRawImageFile(boost::filesystem::path const& path,
                                                       BaseImageGeometry const& geometry,
                                                       vlUInt64 dataStartOffset = 0);
 
-/// Fills an image that has its geometry already, on the calling thread. After a failure it keeps what was
-/// copied.
+/// Loads all planes into `image`, which must have the sizes and the pixel types of `geometry` already. The
+/// calling thread reads. After an error the image has the pixels read so far.
 VELMO_IMAGE_FILE_EXPORT void loadRawImageFile(boost::filesystem::path const& path,
                                               BaseImageGeometry const& geometry, ImagePtr const& image,
                                               vlUInt64 dataStartOffset = 0);
 
-/// A new image in memory, filled on the calling thread. The memory is taken before the file is opened.
+/// Loads all planes into a new image in memory. The calling thread reads. Memory is allocated before the file
+/// is opened.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadRawImageFile(boost::filesystem::path const& path,
                                                   BaseImageGeometry const& geometry,
                                                   vlUInt64 dataStartOffset = 0);
 
-/// A new distributed image. With `defaultDispatch` its workers read at once, else the calling thread reads
-/// alone.
+/// Loads all planes into a new distributed image. With `defaultDispatch` the workers of the image read at
+/// once; without it the calling thread reads.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& path,
                                                                         BaseImageGeometry const& geometry,
                                                                         vlUInt64 dataStartOffset,
                                                                         bool defaultDispatch);
 
-/// The same with the geometry of `model`, of which nothing else is used, and another pixel type.
+/// The same with the geometry of `model` and the pixel type `bufferType`. Nothing else of `model` is used.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedRawImageFile(boost::filesystem::path const& path,
                                                                         DistributedImage const& model,
                                                                         eImageBufferType const& bufferType,
                                                                         vlUInt64 dataStartOffset,
                                                                         bool defaultDispatch);
 
-/// Writes all planes, from the calling thread. When it returns, the file holds the header and the pixels; it
-/// loads again with the same geometry and the header's length as `dataStartOffset`. When it throws, an
-/// existing file is as it was, unless `bReplaceWhenWhole` is false, which leaves the file incomplete. A disk
-/// image is not saved over its own file: that is refused.
+/// Writes the header and all planes, from the calling thread. The file loads again with the same geometry and
+/// the length of the header as `dataStartOffset`.
 ///
-/// The last line of the message is the reason of the system, such as "No space left on device", where the
-/// system failed. RawWriteOptions alone is accepted: a third argument in braces is a header, as in the
-/// function below.
+/// After an error an old file is as it was, unless `bReplaceWhenWhole` is false: then the file is incomplete.
+/// A disk image cannot be saved over its own file, which is an error. If the system failed, the last line of
+/// the message is its reason, such as "No space left on device".
+///
+/// `options` must be a RawWriteOptions. A third argument in braces is a header, as in the function below.
 template <class Options, class = std::enable_if_t<std::is_same_v<Options, RawWriteOptions>>>
 VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
                                               Options const& options);
 
-/// The same without options, in place: an existing file is emptied first, and a failed save leaves the file
-/// incomplete. A message about a file that cannot be created, reserved or written does not give the reason of
-/// the system.
+/// The plain call. Writes the same file in place: an old file is emptied first, and a failed save leaves an
+/// incomplete file. The message of a file that cannot be created, reserved or written does not have the
+/// reason of the system.
 VELMO_IMAGE_FILE_EXPORT void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
                                               std::string const& fileHeader = std::string());
 

@@ -12,26 +12,27 @@ namespace file {
 
 /// How to interpret the directories of a TIFF file that this library did not write.
 enum eTiffDirectoryMode : vlUInt64 {
-    eTDM_Volume = 0,  ///< the planes of one volume, along Z
-    eTDM_Temporal = 1 ///< the time steps of a sequence
+    eTDM_Volume = 0,  ///< as planes of one volume, along Z
+    eTDM_Temporal = 1 ///< as time steps of a sequence
 };
 
 /// How to interpret the samples of a TIFF file that this library did not write.
 enum eTiffBufferMode : vlUInt64 {
-    eTBM_Default = 0, ///< numbers
-    eTBM_Binary = 1,  ///< unsigned samples of 8 bits are a binary image
-    eTBM_Label = 2    ///< unsigned samples are labels
+    eTBM_Default = 0, ///< as numbers
+    eTBM_Binary = 1,  ///< unsigned samples of 8 bits as a binary image
+    eTBM_Label = 2    ///< unsigned samples as labels
 };
 
-/// How the strips of a new file are compressed; any other value is as `eTC_None`.
+/// Compression of the strips of a new file. Any other value is the same as `eTC_None`.
 enum eTiffCompression : vlUInt64 { eTC_None = 0, eTC_Lzw = 1, eTC_Deflate = 2 };
 
 } // namespace file
 } // namespace image
 
 /// @{
-/// An archive of text holds the enumerator's name, another one its number as `int`; a number outside of the
-/// enumeration is written as 0. What is read and is no enumerator is thrown as VELMOSerializationException.
+/// A text archive holds the name of the enumerator, any other archive its number as `int`. A number outside
+/// of the enumeration is written as 0. A name or a number that is read and is not in the enumeration is
+/// thrown as VELMOSerializationException.
 VELMO_IMAGE_FILE_EXPORT BaseOArchive&
 operator<<(BaseOArchive& archive, SerializationOItem<image::file::eTiffDirectoryMode> const& item);
 VELMO_IMAGE_FILE_EXPORT BaseOArchive&

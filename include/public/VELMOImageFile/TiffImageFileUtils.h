@@ -7,144 +7,195 @@
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/DistributedImage.h>
 #include <VELMOImageFile/Export.h>
+#include <VELMOImageFile/TiffFileReport.h>
+#include <VELMOImageFile/TiffFileSeries.h>
 #include <VELMOImageFile/TiffImageFileOptions.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
 #include <boost/filesystem/path.hpp>
+#include <initializer_list>
 
 namespace velmo::image::file {
 
 /// @file
-/// TIFF files as images: examples/load_stack.cpp, write_volume.cpp, read_planes.cpp, stack_folder.cpp.
+/// Functions that read and write TIFF files. Examples: examples/load_stack.cpp, write_volume.cpp,
+/// read_planes.cpp, stack_folder.cpp.
 ///
-/// There are two kinds of calls. **Calls with options** (TiffReadOptions, TiffWriteOptions) give the pixels,
-/// the geometry and the calibration that the file holds, or throw. Use these. **Plain calls** (with
-/// enumerators) keep outcomes on which older programs rely: some of them succeed without all pixels of the
-/// file, and log a warning then. The group of the plain calls names these outcomes.
+/// There are two kinds of calls. **Calls with options** take TiffReadOptions or TiffWriteOptions, or nothing
+/// but the path and the image: use these. A read returns the pixels, the geometry and the calibration that
+/// the file holds, or throws. **Plain calls** take enumerators. They keep the results on which older programs
+/// rely: some of them succeed without all pixels of the file, and then log a warning.
 ///
-/// A file that this module wrote opens with the geometry, calibration and user properties that it was saved
-/// with, whatever the modes say. Of any other file the directories are the planes along Z or T, as the
-/// directory mode says, and the samples of a pixel are the channels; TiffImageFile lists what can be opened.
+/// A file that this module wrote is read with the geometry, the calibration and the user properties that it
+/// was saved with; the modes are ignored. Of any other file the directories are planes along Z or time steps,
+/// as the directory mode says, and the samples of a pixel are the channels. TiffImageFile lists the files
+/// that can be opened.
 ///
-/// Every error is logged at ERROR and thrown as VELMOImageFileException. The first line of its text has the
-/// path in double quotes, the last line is the reason: libtiff's text, that of the system ("No space left on
-/// device"), or the module's own. libtiff's texts are captured from the first call with options on, or else
-/// from the first error on; libtiff prints what comes before to the standard error. Errors of the image
-/// library come as its own exceptions. Too little memory for the pixels is such an error; for anything
-/// smaller it may come as std::bad_alloc.
+/// Errors. Every error is logged at ERROR and thrown as VELMOImageFileException. The first line of its text
+/// names the file, with its path in double quotes; the last line is the reason: the text of libtiff, that of
+/// the system, such as "No space left on device", or that of this module. libtiff's text is available from
+/// the first call with options on, or from `captureTiffMessages` on. Before that, libtiff prints the text of
+/// the first error to the standard error, and the last line is empty. Errors of the image library are thrown
+/// as its own exceptions. If there is too little memory for the pixels, the error is a
+/// VELMOImageFileException; for smaller allocations it may be std::bad_alloc.
 ///
-/// Any number of calls may run at once on different files. Two saves to one path must not run at once; with
-/// options and `bReplaceWhenWhole` the file is that of one of them, whole.
+/// Threads. Any number of calls may run at once on different files, and any number of reads on one file. Two
+/// saves to one path must not run at once; with options and `bReplaceWhenWhole` the file is then one of the
+/// two, whole.
+
+/// Captures libtiff's messages from now on, so that the first error of the process has its reason too. Call
+/// it once, at the start of a program that uses plain calls or accessors; calls with options do it
+/// themselves. It sets libtiff's error and warning handlers, which belong to the whole process: nothing is
+/// printed to the standard error any more. A second call changes nothing. Any thread may call it.
+VELMO_IMAGE_FILE_EXPORT void captureTiffMessages();
+
+/// Never an object: an empty pair of braces in place of the options stands for their defaults, and not for
+/// the enumerator of a plain call.
+class NoOption;
 
 /// @name Calls with options
 ///
-/// With `TiffReadOptions::bTolerant` what cannot be read is zero and logged as a warning; everything else is
-/// as without it.
+/// With `TiffReadOptions::bTolerant` pixels that cannot be read are zero, and a warning is logged in place of
+/// the error.
 /// @{
 
-/// Loads all planes, on the calling thread, into a new image in memory, with the file's calibration and user
-/// properties.
+/// Loads all planes into a new image in memory, with the calibration and the user properties of the file. The
+/// calling thread reads.
 ///
-/// Errors, beside files that cannot be opened: a strip that cannot be decoded, grey or interleaved; a chain
-/// of directories that breaks off or runs in a circle; planes that an ImageJ description announces and the
-/// file does not hold; an image that the file cannot hold, found before memory is allocated. Planes of a
-/// single-directory ImageJ stack come in the byte order of this machine. BitsPerSample is 1 where a directory
-/// does not say. A file may have up to 1,048,576 directories.
+/// Errors, in addition to files that cannot be opened: a strip that cannot be decoded; a chain of directories
+/// that breaks off or runs in a circle; planes that an ImageJ description announces and the file does not
+/// hold; more pixels than the file can hold, found before memory is allocated. Planes of a single-directory
+/// ImageJ stack are converted to the byte order of this machine. A directory without BitsPerSample has 1 bit.
+/// A file may have up to 1,048,576 directories.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFile(boost::filesystem::path const& path,
                                                    TiffReadOptions const& options = {});
 
-/// An image whose pixels stay in the file, which is open as long as the image lives; for reading, unless
-/// `accessMode` is another one. Errors at the opening and at each read are those of the load. Its accessor
-/// travels in archives; a file that is missing when the archive is read is an error.
+/// Opens a file as an image whose pixels stay in the file. Each read of the image reads from the file; the
+/// errors of the opening and of each read are those of the load. The file is open as long as the image lives,
+/// for reading, or for reading and writing with `eIAM_ReadWrite`. Any number of threads may read; reads of
+/// one image wait for each other. The image's accessor can be written to an archive; if the file is missing
+/// when that archive is read, it is an error.
 VELMO_IMAGE_FILE_EXPORT DiskImagePtr openTiffImageFile(boost::filesystem::path const& path,
                                                        TiffReadOptions const& options = {},
                                                        eImageAccessMode const& accessMode = eIAM_ReadOnly);
 
-/// Loads all planes into a new distributed image, with the file's calibration and user properties. With
-/// `defaultDispatch` its workers read at once, each through a handle of its own, else the calling thread
-/// reads alone. Errors are those of the load.
+/// Loads all planes into a new distributed image, with the calibration and the user properties of the file.
+/// With `defaultDispatch` the workers of the image read at once, each through a handle of its own; without it
+/// the calling thread reads. Errors are those of the load.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
                                                                          TiffReadOptions const& options = {},
                                                                          bool defaultDispatch = true);
 
-/// The same with the geometry and the layout of `model` and the file's pixel type. Directories are time steps
-/// where `model` is a sequence, else the planes of a volume, whatever the options say. A file that does not
-/// fit `model` is thrown as VELMOBaseProcessingException.
+/// The same with the geometry and the distribution of `model` and the pixel type of the file. If `model` is a
+/// sequence, directories are time steps, else planes of a volume; `TiffReadOptions::directories` is ignored.
+/// A file that does not fit `model` is thrown as VELMOBaseProcessingException.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
                                                                          DistributedImage const& model,
                                                                          TiffReadOptions const& options = {},
                                                                          bool defaultDispatch = true);
 
-/// Writes all planes, from the calling thread, with calibration and user properties.
+/// Writes all planes, with calibration and user properties. The calling thread writes; when the call returns,
+/// the system has taken the whole file.
 ///
-/// With `TiffWriteOptions::bReplaceWhenWhole`, the default, the file appears under its name when it is whole:
-/// a failed save leaves an old file as it was and nothing else behind. The disk needs room for both files. An
-/// image that could not be loaded again is an error before any file is touched: one without pixels, or RGB or
-/// RGBA with more than 65,536 pages. The layout of the file and the other errors are those of the plain save
-/// below.
+/// By default (`TiffWriteOptions::bReplaceWhenWhole`) the file is written under a temporary name beside the
+/// target and renamed when it is whole: a failed save leaves an old file as it was and no other file behind.
+/// The disk needs room for both files. An image that could not be loaded again is an error before any file is
+/// touched: one without pixels, or RGB or RGBA with more than 65,536 pages. The layout of the file and the
+/// other errors are those of the plain save.
 VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
                                                ImageConstPtr const& image,
                                                TiffWriteOptions const& options = {});
+
+/// The same with `{}` in place of the options, which stands for their defaults.
+inline ImagePtr loadTiffImageFile(boost::filesystem::path const& path,
+                                  std::initializer_list<NoOption> const& /*options*/) {
+    return loadTiffImageFile(path, TiffReadOptions());
+}
+
+/// The same with `{}` in place of the options, which stands for their defaults.
+inline DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
+                                                        DistributedImage const& model,
+                                                        std::initializer_list<NoOption> const& /*options*/,
+                                                        bool defaultDispatch) {
+    return loadDistributedTiffImageFile(path, model, TiffReadOptions(), defaultDispatch);
+}
+
+/// The same with braces in place of the options: `{}` stands for their
+/// defaults, `{eTC_Lzw}` for a compression.
+inline void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const& image,
+                              std::initializer_list<eTiffCompression> const& compression) {
+    TiffWriteOptions options;
+    for (eTiffCompression const one : compression) {
+        options.compression = one;
+    }
+    saveTiffImageFile(path, image, options);
+}
 /// @}
 
 /// @name Plain calls
 ///
-/// A call that succeeds without all pixels of the file, or with other ones, logs a warning
-/// (ImageFileCheckMessage.h). That holds for each call below, also in folders of files:
+/// A call that succeeds without all pixels of the file, or with other pixels, logs a warning
+/// (ImageFileCheckMessage.h). This concerns each call below, also in folders of files:
 /// - Planes behind a break in the chain of directories are left out.
 /// - Directory numbers are taken modulo 65,536.
-/// - Planes of a single-directory ImageJ stack are bytes as in the file, zero where the file has none.
+/// - Planes of a single-directory ImageJ stack are the bytes of the file, in its byte order, and zero where
+/// the
+///   file ends too early.
 ///
-/// Reads of an image on disk, and loads into distributed images and from folders, which read that way, also
-/// succeed where an RGB or RGBA strip cannot be decoded: its pixels are zero.
+/// Where an RGB or RGBA strip cannot be decoded, its pixels are zero in reads of an image on disk, and in
+/// loads into distributed images and from folders, which read in the same way.
 /// @{
 
-/// Loads all planes, on the calling thread, into a new image in memory, which stands in `image`. After a
-/// failure `image` is what it was, or the new image with the planes so far, which is not to be used. A strip
-/// that cannot be decoded is an error.
+/// Loads all planes into a new image in memory, to which `image` then points. The calling thread reads. A
+/// strip that cannot be decoded is an error. After an error `image` points to what it did before, or to the
+/// new image with the planes read so far, which must not be used.
 VELMO_IMAGE_FILE_EXPORT void loadTiffImageFile(boost::filesystem::path const& path, ImagePtr& image,
                                                eTiffDirectoryMode const& directoryMode,
                                                eTiffBufferMode const& bufferMode);
 
-/// The same, returned.
+/// The same; returns the image.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFile(boost::filesystem::path const& path,
                                                    eTiffDirectoryMode const& directoryMode,
                                                    eTiffBufferMode const& bufferMode);
 
-/// Directories are the planes of a volume.
+/// The same with the directories as planes of a volume.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFile(boost::filesystem::path const& path,
                                                    eTiffBufferMode const& bufferMode);
 
-/// Directories are the planes of a volume; `image` as in the first form.
+/// The same with the directories as planes of a volume; `image` as in the first form.
 VELMO_IMAGE_FILE_EXPORT void loadTiffImageFile(boost::filesystem::path const& path,
                                                eTiffBufferMode const& bufferMode, ImagePtr& image);
 
-/// An image whose pixels stay in the file, which is open for reading and writing as long as the image lives:
-/// a file that cannot be written is refused, and so is one of packed bits, which loads.
+/// Opens a file as an image whose pixels stay in the file. The file is open for reading and writing as long
+/// as the image lives. A file that may not be written is an error, and so is one of packed bits, which can be
+/// loaded.
 VELMO_IMAGE_FILE_EXPORT DiskImagePtr openTiffImageFile(boost::filesystem::path const& path,
                                                        eTiffDirectoryMode const& directoryMode,
                                                        eTiffBufferMode const& bufferMode);
 
-/// Loads all planes into a new distributed image, with the file's calibration and user properties. With
-/// `defaultDispatch` its workers read at once, each through a handle of its own, else the calling thread
-/// reads alone.
+/// Loads all planes into a new distributed image, with the calibration and the user properties of the file.
+/// With `defaultDispatch` the workers of the image read at once, each through a handle of its own; without it
+/// the calling thread reads.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr
 loadDistributedTiffImageFile(boost::filesystem::path const& path, eTiffDirectoryMode const& directoryMode,
                              eTiffBufferMode const& bufferMode, bool defaultDispatch);
 
-/// The same with the geometry and the layout of `model` and the file's pixel type. Directories are time steps
-/// where `model` is a sequence, else the planes of a volume. A file that does not fit `model` is thrown as
-/// VELMOBaseProcessingException.
+/// The same with the geometry and the distribution of `model` and the pixel type of the file. If `model` is a
+/// sequence, directories are time steps, else planes of a volume. A file that does not fit `model` is thrown
+/// as VELMOBaseProcessingException.
 VELMO_IMAGE_FILE_EXPORT DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& path,
                                                                          DistributedImage const& model,
                                                                          eTiffBufferMode const& bufferMode,
                                                                          bool defaultDispatch);
 
-/// Writes all planes, from the calling thread, with calibration and user properties, into a new file; an
-/// existing one is replaced, unless `image` is a disk image of that very file, which is refused. RGB and RGBA
-/// images have one directory for each (z, t), with the channels of a pixel side by side; all others have one
-/// for each plane, at most 32767. Beyond 2 GiB of pixels the file is a BigTIFF. An image without planes gives
-/// a file that does not open. RGB and RGBA pages beyond 65,536 overwrite the first ones. User properties with
-/// a zero byte and a geometry that cannot be stored are errors before an existing file is touched. A save
-/// that fails later leaves the file incomplete.
+/// Writes all planes, with calibration and user properties, from the calling thread. An old file is emptied
+/// and overwritten; a save that fails later leaves it incomplete.
+///
+/// RGB and RGBA images have one directory for each (z, t), with the channels of a pixel side by side. All
+/// other images have one for each plane, at most 32,767. A file with more than 2 GiB of pixels is a BigTIFF.
+///
+/// These errors leave an old file as it is: a disk image of that very file, user properties with a zero byte,
+/// and a geometry that cannot be stored. An image without planes is no error, but its file does not open. Of
+/// RGB and RGBA images the pages beyond 65,536 overwrite the first ones.
 VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& path,
                                                ImageConstPtr const& image,
                                                eTiffCompression const& compression);
@@ -152,74 +203,93 @@ VELMO_IMAGE_FILE_EXPORT void saveTiffImageFile(boost::filesystem::path const& pa
 
 /// @name Folders of files
 ///
-/// Directories of TIFF files as one image. The files are those of the directory itself, folders left out and
-/// links followed, whose names match `pattern` (FilePatternMatching.h tells the language). With "<INDEX>" in
-/// the pattern they come in the order of their numbers, and of files with equal numbers only the first that
-/// the file system lists is taken; without it they come in lexicographic order of their names, in which
-/// img10.tif stands before img2.tif.
+/// Several TIFF files of a directory as one image. The files are those of the directory itself whose names
+/// match `pattern` (see FilePatternMatching.h); subdirectories are left out, links are followed. With
+/// "<INDEX>" in the pattern the files come in the order of their numbers; of files with equal numbers only
+/// the first that the file system lists is taken. Without it they come in the lexicographic order of their
+/// names, in which img10.tif stands before img2.tif.
 ///
-/// No match gives an empty pointer and is no failure. Exactly one match goes to loadTiffImageFile or
-/// openTiffImageFile with the caller's modes. Two or more are each read as a volume and compared with the
-/// first before any pixel is read: a file that differs is a VELMOImageFileException that names both. What the
-/// file system says of the directory comes as boost::filesystem::filesystem_error. The calls hold one file
-/// descriptor for each file; with too few descriptors they fail and name the file at which they stopped. Any
+/// If no file matches, the result is an empty pointer: check it. A single match is loaded or opened with
+/// loadTiffImageFile or openTiffImageFile. Of two or more, each is read as a volume and compared with the
+/// first one before any pixel is read: a file that does not fit is a VELMOImageFileException that names both
+/// files. A directory that cannot be listed is a boost::filesystem::filesystem_error. The calls need one file
+/// descriptor for each file; with too few of them they fail and name the file at which they stopped. Any
 /// number of calls may run at once.
 ///
-/// The calls with options differ: the first file's calibration and user properties are always kept, pixels
-/// that cannot be read are an error, and the image on disk needs one file descriptor for each file, whatever
-/// the files hold. Plain calls need a second one for each read of a single-directory ImageJ stack.
+/// Calls with options differ from plain calls: the calibration and the user properties of the first file are
+/// always kept, pixels that cannot be read are an error, and an image on disk needs one file descriptor for
+/// each file, whatever the files hold. In plain calls each read of a single-directory ImageJ stack needs a
+/// second one.
 /// @{
 
-/// With options; otherwise as the plain call below.
+/// Joins the files into a new image in memory: along T if `TiffReadOptions::directories` is eTDM_Temporal,
+/// else along Z. What must be equal in all files: see the plain call.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     TiffReadOptions const& options = {});
 
-/// With options; otherwise as the plain call below, and read-only.
+/// The same as a DiskImage, for reading: the pixels stay in the files, which are open as long as the image
+/// lives. Any number of threads may read from it at once.
 VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     TiffReadOptions const& options = {});
 
-/// With options; otherwise as the plain call below. A line of the z-steps text that is neither blank nor a
-/// positive, finite number is an error that names the line, and a single match is resampled like any stack.
-/// The directories of each file are planes along Z, whatever the options say.
+/// Loads planes at uneven heights and resamples them along Z, as the plain call below, with these
+/// differences: a line of the text of steps that is neither blank nor a positive, finite number is an error
+/// that names the line; a single match is resampled like any stack; the directories of each file are planes
+/// along Z, and `TiffReadOptions::directories` is ignored.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
     boost::filesystem::path const& directory, boost::filesystem::path const& zStepsFile,
     unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
     std::string const& pattern, TiffReadOptions const& options = {});
 
-/// Joins the files along T where `directoryMode` is eTDM_Temporal, else along Z, into a new image in memory,
-/// without a calibration. All handles are closed on return.
+/// The same with `{}` in place of the options, which stands for their defaults.
+inline ImagePtr
+loadCustomZStackImageFiles(boost::filesystem::path const& directory,
+                           boost::filesystem::path const& zStepsFile, unsigned long outputSizeZ,
+                           velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
+                           std::string const& pattern, std::initializer_list<NoOption> const& /*options*/) {
+    return loadCustomZStackImageFiles(directory, zStepsFile, outputSizeZ, interpolationPolicy, pattern,
+                                      TiffReadOptions());
+}
+
+/// Joins the files into a new image in memory, without a calibration: along T if `directoryMode` is
+/// eTDM_Temporal, else along Z. All files are closed on return.
 ///
-/// Along Z the depths may differ; sizes X, Y, C, the colours and the pixel type may not, and each file has
-/// one time step. Along T sizes X, Y, Z, C, the colours and 2d or 3d may not differ; the pixel types may, and
-/// each time step keeps its own. The user properties of the first file are kept along T and dropped along Z.
-/// Pixels that cannot be read (a file cut short) are an error along Z, thrown as
-/// VELMOBaseProcessingException; along T the planes from there on are zero, and the host logs a warning.
+/// | | along Z | along T |
+/// |---|---|---|
+/// | sizes X, Y, C, colours | equal | equal |
+/// | size Z, 2d or 3d | may differ | equal |
+/// | pixel type | equal | may differ; each time step keeps its own |
+/// | time steps of a file | one | any number |
+/// | user properties | dropped | those of the first file |
+/// | pixels that cannot be read | VELMOBaseProcessingException | zero, with a warning |
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     eTiffDirectoryMode const& directoryMode,
                                                     eTiffBufferMode const& bufferMode);
 
-/// The same as a DiskImage: pixels stay in the files, which stay open for reading as long as the image lives.
-/// Any number of threads may read from it at once. It has the calibration of the first file and no user
-/// properties. A single match is open for reading and writing, as openTiffImageFile leaves it.
+/// The same as a DiskImage: the pixels stay in the files, which are open for reading as long as the image
+/// lives. Any number of threads may read from it at once. It has the calibration of the first file and no
+/// user properties. A single match is open for reading and writing, as by openTiffImageFile.
 VELMO_IMAGE_FILE_EXPORT ImagePtr openTiffImageFiles(boost::filesystem::path const& directory,
                                                     std::string const& pattern,
                                                     eTiffDirectoryMode const& directoryMode,
                                                     eTiffBufferMode const& bufferMode);
 
-/// Loads a stack whose planes lie at uneven heights and resamples it along Z into a new image in memory of
-/// `outputSizeZ` evenly spaced planes (ResampleCustomZStack3dImgLvl1 tells how). `zStepsFile` holds the steps
-/// between neighbouring planes of all files, one fewer than there are planes: an XML archive of a ZSteps
-/// where its extension is ".xml", else a text of one number a line, in which blank lines are ignored and any
-/// other line that is no number counts as NaN. Steps have no unit.
+/// Loads planes at uneven heights and resamples them along Z into a new image in memory of `outputSizeZ`
+/// evenly spaced planes; ResampleCustomZStack3dImgLvl1 describes how. Only the result and a few planes of the
+/// stack are in memory. The result has the calibration and the user properties of the first file; the size of
+/// a pixel along Z is not adapted.
 ///
-/// It is read before any image file, and not at all where fewer than two files match: a single one is loaded
-/// as it is. The files are compared as along Z; then the number of steps is. Steps that are not all positive
-/// and finite, an `outputSizeZ` of 0 or beyond the memory, and pixels that cannot be read are a
-/// VELMOBaseProcessingException. Only the result and a few planes of the stack are in memory. The user
-/// properties and the calibration of the first file are kept, its spacing along Z as it is.
+/// `zStepsFile` holds the steps between neighbouring planes of all files, one fewer than there are planes, in
+/// any unit. It is an XML archive of a ZSteps if its extension is ".xml", else a text with one number a line:
+/// blank lines are ignored, and any other line that is not a number counts as NaN.
+///
+/// The file of steps is read before any image file; if fewer than two files match, it is not read, and a
+/// single file is loaded without resampling. The files are compared as along Z, then the number of steps is
+/// checked. These errors are a VELMOBaseProcessingException: steps that are not all positive and finite, an
+/// `outputSizeZ` of 0 or beyond the memory, and pixels that cannot be read.
 VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
     boost::filesystem::path const& directory, boost::filesystem::path const& zStepsFile,
     unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,

@@ -8,12 +8,14 @@
 
 namespace velmo::image::file {
 
-/// A failure of this module: the text names the file, and behind a line feed stands what the lower level
-/// said. It was written to the module's log when it was thrown.
-/// docs/messages.md has every text with its remedy, examples/handle_failure.cpp a handler.
+/// An error of this module. The first line of `what()` names the file, the last line is the reason.
+/// `getMessageIds()` has the domain and the id of each message in the text, for programs that decide by them.
+/// The error was logged at ERROR when it was thrown.
+///
+/// docs/messages.md has every message with its cause and its remedy. Example: examples/handle_failure.cpp.
 class VELMO_IMAGE_FILE_EXPORT VELMOImageFileException : public BaseException {
   public:
-    /// `function`, `file` and `line` are those of the raise.
+    /// `function`, `file` and `line` are the place of the throw.
     VELMOImageFileException(std::string const& message, char const* function, char const* file,
                             unsigned int line)
         : BaseException(message, function, file, line) {}

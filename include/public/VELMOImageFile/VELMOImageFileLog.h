@@ -4,6 +4,7 @@
 #pragma once
 
 #include <VELMOImageFile/Export.h>
+#include <VELMOUtil/LogOutput.h>
 #include <string>
 
 namespace log4cplus {
@@ -17,15 +18,16 @@ class LogMessageManager;
 namespace image::file {
 
 /// @file
-/// The log of this module. Each is built at first use and lives to the end of the process; any thread may
-/// call them.
+/// The log of this module. It belongs to the log of the libraries, whose logger is "VELMO": `silenceLog` and
+/// `logToStandardError` of VELMOUtil/LogOutput.h turn all of it off or print it; log4cplus configures it in
+/// every other way. All objects live to the end of the process. Any thread may call the functions.
 
-/// The texts of all messages of this module, by domain and id.
+/// The texts of all messages of this module, by domain key and id.
 VELMO_IMAGE_FILE_EXPORT LogMessageManager& getVELMOImageFileLogMessageManager();
-/// The base logger's name followed by ".VELMOImageFile", so that the configuration of the base logger
-/// applies.
+/// Name of the logger of this module, "VELMO.VELMOImageFile".
 VELMO_IMAGE_FILE_EXPORT std::string const& getVELMOImageFileLoggerName();
-/// The logger of every failure that this module throws, at ERROR. Include <log4cplus/logger.h> to use it.
+/// The logger to which this module writes every error that it throws, at ERROR, and its warnings, at WARN. To
+/// use it, include <log4cplus/logger.h>.
 VELMO_IMAGE_FILE_EXPORT log4cplus::Logger& getVELMOImageFileLogger();
 
 } // namespace image::file

@@ -5,9 +5,9 @@
 
 namespace velmo::image::file {
 
-/// Messages of the module as a whole: none.
+/// Messages of the module that belong to no format: none.
 struct eVELMOImageFileMessage {
-    /// Empty, and registered like the others.
+    /// Empty; registered like the others.
     enum domain {};
 };
 

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
-#include <VELMOUtil/ReplacedFile.h>
 
 #include "Frame/FailureText.h"
 #include "Frame/FormatFamily.h"
@@ -15,11 +14,12 @@
 #include "Tiff/model/TiffPlausibility.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
+#include <VELMOBase/ReplacedFile.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageStrip.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 
 namespace velmo::image::file {
 
@@ -242,6 +242,10 @@ eTiffDirectoryMode toDirectoryMode(DistributedImage const& model) {
 
 } // namespace
 
+void captureTiffMessages() {
+    TiffErrorHandler::getInstance();
+}
+
 // Plain calls
 
 void loadTiffImageFile(boost::filesystem::path const& path, ImagePtr& image,
@@ -298,7 +302,8 @@ void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const&
     FamilyFailure const failure = FamilyFailure::ofSave(g_messages, VELMO_HERE, path);
     requireSource(image, path, failure);
     saveTiffCpuImageFile(path, toCpuImage(image), compression, eTiffPolicy::Plain, failure);
-    if (image->getGeometry().getNbPlans() == 0) {
+    BaseImageGeometry const& geometry = image->getGeometry();
+    if (geometry.getSizeZ() == 0 || geometry.getSizeC() == 0 || geometry.getSizeT() == 0) {
         warn(VELMO_HERE, Check::eIFCM_ImageWithoutPixels);
     }
 }
@@ -348,9 +353,9 @@ void saveTiffImageFile(boost::filesystem::path const& path, ImageConstPtr const&
         return;
     }
     ReplacedFile file(path);
-    failure.require(file.create());
+    failure.require(toBoolResult(file.create()));
     saveAndClose(file.getPath(), image, options.compression, failure.writingTo(file));
-    failure.require(file.commit());
+    failure.require(toBoolResult(file.commit()));
 }
 
 } // namespace velmo::image::file

@@ -33,10 +33,10 @@ ImagePtr copyToMemory(TiffFolderImage& files, eTiffDirectoryMode directoryMode) 
     }
     bool const bFinished = result.getStatus() == 0;
     if (!bFinished && acceptsUnfinishedCopy(files.getPolicy())) {
-        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_CopyNotFinished, result.getMessage());
+        warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_CopyNotFinished, result.toBoolResult());
         return pOutput;
     }
-    files.requireOutput(BoolResult(bFinished, result.getMessage()));
+    files.requireOutput(result.toBoolResult());
     return pOutput;
 }
 

@@ -4,20 +4,17 @@
 #include "Tiff/files/TiffFolderImage.h"
 
 #include "Frame/FailureText.h"
-#include "Patterns/FilePatterns.h"
+#include "Frame/GeometryCopy.h"
 #include "Tiff/files/TiffOptions.h"
 #include "Tiff/handle/TiffStream.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/SubImageExtractor.h>
+#include <VELMOImageFile/TiffFileSeries.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
-#include <algorithm>
-#include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
-#include <map>
-#include <optional>
 
 namespace velmo::image::file {
 
@@ -25,24 +22,6 @@ namespace {
 
 namespace fs = boost::filesystem;
 using Message = eTiffImageFileMessage;
-
-/// Calls `take(path, index)` for each file whose name matches.
-template <class Take>
-void scan(fs::path const& directory, std::string const& pattern, Take const& take) {
-    std::optional<FilePatterns> patterns; // compiled at the first file: without files no pattern is rejected
-    for (fs::directory_entry const& entry : fs::directory_iterator(directory)) {
-        if (fs::status(entry.path()).type() == fs::directory_file) {
-            continue;
-        }
-        if (!patterns) {
-            patterns.emplace(pattern);
-        }
-        vlUInt64 index = 0;
-        if (patterns->test(entry.path().filename().string(), index)) {
-            take(entry.path(), index);
-        }
-    }
-}
 
 bool lacksHandle(std::error_code const& error) {
     return error == std::errc::too_many_files_open || error == std::errc::too_many_files_open_in_system;
@@ -52,16 +31,8 @@ bool lacksHandle(std::error_code const& error) {
 
 std::vector<fs::path> findTiffFilesInDirectory(fs::path const& directory, std::string const& pattern) {
     std::vector<fs::path> paths;
-    if (pattern.find(g_indexKeyword) != std::string::npos) {
-        std::map<vlUInt64, fs::path> byIndex;
-        scan(directory, pattern, [&](fs::path const& path, vlUInt64 index) { byIndex.emplace(index, path); });
-        for (auto const& [index, path] : byIndex) {
-            paths.push_back(path);
-        }
-    } else {
-        scan(directory, pattern, [&](fs::path const& path, vlUInt64 /*index*/) { paths.push_back(path); });
-        std::sort(paths.begin(), paths.end(),
-                  [](fs::path const& left, fs::path const& right) { return left.compare(right) < 0; });
+    for (TiffFileSeries::File const& file : findTiffFiles(directory, pattern).files) {
+        paths.push_back(file.path);
     }
     return paths;
 }
@@ -72,7 +43,7 @@ RaiseSite TiffFolderImage::at(unsigned int line) const {
 
 void TiffFolderImage::requireOpen(BoolResult const& result, fs::path const& path, unsigned int line) const {
     if (!result) {
-        raise(at(line), Message::eTIFM_LoadFileError, path, result.getMessage());
+        raise(at(line), Message::eTIFM_LoadFileError, path, result);
     }
 }
 
@@ -109,7 +80,7 @@ void TiffFolderImage::compare(eRule rule) {
         FilePtr const pFile = openToCompare(path, userProperties);
         BaseImageGeometry const& geometry = pFile->getGeometry();
         if (!_pReference) {
-            _pReference = duplicateGeometry(geometry);
+            _pReference = copyGeometry(geometry);
             _userProperties = userProperties;
             _pCalibration = pFile->getGeometricCalibrationConstPtr();
         }
@@ -192,7 +163,7 @@ DiskImagePtr TiffFolderImage::joinOnDisk() {
 
 void TiffFolderImage::requireOutput(BoolResult const& result, char const* file, unsigned int line) const {
     if (!result) {
-        raise({_site.function, file, line}, Message::eTIFM_CreateOutputImageError, result.getMessage());
+        raise({_site.function, file, line}, Message::eTIFM_CreateOutputImageError, result);
     }
 }
 

@@ -126,7 +126,7 @@ BoolResult TiffImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt
         if (printsExceptions(_policy)) {
             std::puts(exception.what());
         }
-        return failure(exception.what());
+        return failure(exception);
     }
 }
 

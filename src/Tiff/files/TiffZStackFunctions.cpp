@@ -5,11 +5,11 @@
 #include "Tiff/files/TiffFolderImage.h"
 #include "Tiff/files/TiffOptions.h"
 
+#include <VELMOBase/SequentialFile.h>
 #include <VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOSerialization/XmlFile.h>
-#include <VELMOUtil/SequentialFile.h>
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/lexical_cast.hpp>
 #include <boost/make_shared.hpp>
@@ -25,7 +25,7 @@ using Message = eTiffImageFileMessage;
 using Paths = std::vector<boost::filesystem::path>;
 
 [[noreturn]] void raiseFileError(RaiseSite const& site, boost::filesystem::path const& path,
-                                 std::string const& reason) {
+                                 BoolResult const& reason) {
     raise(site, Message::eTIFM_ZStepsFileError, path.string(), reason);
 }
 
@@ -76,7 +76,7 @@ void readText(boost::filesystem::path const& path, eTiffPolicy policy, std::vect
         }
     }
     if (!stream.getFailure().empty()) {
-        raiseFileError(VELMO_HERE, path, stream.getFailure());
+        raiseFileError(VELMO_HERE, path, failure(stream.getFailure()));
     }
 }
 
@@ -88,7 +88,7 @@ attr::ZStepsPtr readZStepsFile(boost::filesystem::path const& path, eTiffPolicy 
     }
     BoolResult const result = tryReadFromXmlFile(path, *pSteps);
     if (!result) {
-        raiseFileError(VELMO_HERE, path, result.getMessage());
+        raiseFileError(VELMO_HERE, path, result);
     }
     return pSteps;
 }
@@ -105,13 +105,13 @@ ImagePtr resample(ImagePtr const& pStack, attr::ZStepsConstPtr const& pSteps, vl
     processor::ProcessorDispatchPolicy policy;
     policy.initLocal(1);
     auto const pResample = boost::make_shared<imaproc::gtrans::ResampleCustomZStack3dImgLvl1>();
-    pResample->init(processor::ePRP_Strict);
+    static_cast<void>(pResample->init(processor::ePRP_Strict)); // cannot fail
     pResample->set<attr::InImg3d>(pStack);
     pResample->set<attr::InZSteps>(pSteps);
     pResample->set<attr::InInterpolationPolicy>(interpolationPolicy);
     pResample->set<attr::InOutputImg3dZSize>(outputSizeZ);
     pResample->restrictDispatchPolicy(policy);
-    pResample->run(processor::eST_Synchronous); // after a failed run the next line throws
+    static_cast<void>(pResample->run(processor::eST_Synchronous)); // after a failed run, the next line throws
     return pResample->getStorage<attr::OutImg>();
 }
 

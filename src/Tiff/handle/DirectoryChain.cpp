@@ -5,7 +5,7 @@
 
 #include "Tiff/handle/TiffStream.h"
 
-#include <VELMOUtil/CheckedArithmetic.h>
+#include <VELMOBase/CheckedArithmetic.h>
 #include <algorithm>
 #include <array>
 #include <tiffio.h>

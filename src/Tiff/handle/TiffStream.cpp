@@ -8,7 +8,7 @@
 #include "Tiff/handle/TiffStrips.h"
 #include "Tiff/handle/TiffTags.h"
 
-#include <VELMOUtil/FileKind.h>
+#include <VELMOBase/FileKind.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
@@ -241,6 +241,10 @@ std::string lastTiffWriteMessage(TIFF* pTiff) {
         text += pStream->getWriteError().message();
     }
     return text;
+}
+
+std::error_code TiffStream::getMissedError() const {
+    return _bMemoryRefused ? std::make_error_code(std::errc::not_enough_memory) : _readError;
 }
 
 vlUInt64 TiffStream::getSize() const {

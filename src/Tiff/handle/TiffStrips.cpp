@@ -8,8 +8,8 @@
 #include "Tiff/handle/TiffStream.h"
 #include "Tiff/handle/TiffTags.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 #include <vector>
 

@@ -8,7 +8,7 @@
 #include "Tiff/handle/TiffTags.h"
 #include "Tiff/model/TiffStoredGeometry.h"
 
-#include <VELMOUtil/CheckedArithmetic.h>
+#include <VELMOBase/CheckedArithmetic.h>
 #include <cstring>
 
 namespace velmo::image::file {
@@ -58,6 +58,16 @@ vlUInt64 extractNbPagesFromIJDescription(TIFF* pTiff) {
         value = findValue(description, "slices=");
     }
     return value ? static_cast<vlUInt64>(std::stoi(*value)) : g_nothingAnnounced;
+}
+
+std::optional<FurtherPlanes> findFurtherPlanes(TIFF* pTiff, vlUInt64 nbAnnounced,
+                                               TiffDirectories const& directories) {
+    vlUInt64 const nbDirectories = directories.count();
+    if (nbAnnounced <= nbDirectories || nbAnnounced > g_largestAnnouncement || directories.isBroken()) {
+        return std::nullopt;
+    }
+    auto const nbStacked = nbDirectories == 1 ? countStackPlanes(pTiff) : std::nullopt;
+    return FurtherPlanes{nbStacked, nbStacked.value_or(nbDirectories)};
 }
 
 bool isImageJStack(TIFF* pTiff, BaseImageGeometry const& geometry, eTiffPolicy policy) {

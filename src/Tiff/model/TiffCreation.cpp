@@ -9,8 +9,8 @@
 #include "Tiff/model/TiffStoredGeometry.h"
 #include "Tiff/model/ZeroStrips.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/format.hpp>
 
@@ -130,7 +130,7 @@ class TiffCreation {
         bool const bWhole = _pUserProperties == nullptr || _pUserProperties->find('\0') == std::string::npos;
         return bWhole ? success()
                       : fail(Message::eTIFM_SetTagError, g_userPropertiesName, _path.string(),
-                             toText(eImageFileCheckMessage::eIFCM_ZeroByteInText));
+                             fail(eImageFileCheckMessage::eIFCM_ZeroByteInText));
     }
 
     BoolResult setUserProperties() const {

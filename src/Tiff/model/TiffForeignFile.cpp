@@ -20,9 +20,6 @@ namespace {
 using Message = eTiffImageFileMessage;
 using Check = eImageFileCheckMessage;
 
-/// Larger numbers result from negative numbers in the description.
-constexpr vlUInt64 g_largestAnnouncement = NumericLimits<int>::s_max;
-
 char const* getName(eTiffBufferMode bufferMode) {
     switch (bufferMode) {
     case eTBM_Binary:
@@ -149,10 +146,8 @@ BoolResult TiffForeignFile::countPlanes() {
         warnOfStoredPlanes(nbDirectories);
         return success();
     }
-    // If the chain is broken, the file had more directories and is therefore not a single-directory stack.
-    bool const bFurtherPlanes =
-        nbAnnounced > nbDirectories && nbAnnounced <= g_largestAnnouncement && !directories.isBroken();
-    return bFurtherPlanes ? findFurtherPlanes(nbAnnounced, nbDirectories) : walkDirectories();
+    auto const further = findFurtherPlanes(_pTiff, nbAnnounced, directories);
+    return further ? takeFurtherPlanes(nbAnnounced, *further) : walkDirectories();
 }
 
 /// Logs in which way the planes of a stack that is read without conversion differ from the pixels of the
@@ -181,17 +176,15 @@ void TiffForeignFile::warnOfStoredPlanes(vlUInt64 nbDirectories) const {
 
 /// Planes that a description announces in addition to the directories must be those of a single-directory
 /// stack.
-BoolResult TiffForeignFile::findFurtherPlanes(vlUInt64 nbAnnounced, vlUInt64 nbDirectories) {
-    bool const bOneDirectory = nbDirectories == 1;
-    auto const nbStacked = bOneDirectory ? countStackPlanes(_pTiff) : std::nullopt;
+BoolResult TiffForeignFile::takeFurtherPlanes(vlUInt64 nbAnnounced, FurtherPlanes const& further) {
     BoolResult result = success();
-    if (bOneDirectory && !nbStacked) {
+    if (further.nbHeld == 1 && !further.nbStacked) {
         result = warnOrFail(VELMO_HERE, Check::eIFCM_PlanesNotLocated, nbAnnounced, _path.string());
-    } else if (nbStacked.value_or(nbDirectories) < nbAnnounced) {
-        result = warnOrFail(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(),
-                            nbStacked.value_or(nbDirectories));
+    } else if (further.nbHeld < nbAnnounced) {
+        result =
+            warnOrFail(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(), further.nbHeld);
     }
-    if (result && !nbStacked) {
+    if (result && !further.nbStacked) {
         return walkDirectories();
     }
     _walk.nbPlanes = nbAnnounced;
@@ -206,7 +199,7 @@ BoolResult TiffForeignFile::warnOrFail(RaiseSite const& site, Check::domain id,
         warn(site, id, arguments...);
         return success();
     }
-    return fail(Message::eTIFM_OpenFileError, _path.string(), toText(id, arguments...));
+    return fail(Message::eTIFM_OpenFileError, _path.string(), fail(id, arguments...));
 }
 
 // After the loop, at the end of the chain or at an unreadable directory, libtiff has no current directory.

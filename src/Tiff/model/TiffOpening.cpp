@@ -31,14 +31,6 @@ BoolResult readStoredFile(boost::filesystem::path const& path, TiffContents& ope
     return result;
 }
 
-/// The reason why libtiff may have left out tags or directories; no error if it has read all. libtiff leaves
-/// out a tag that it cannot read or has no memory for, and takes an unreadable directory for the end of the
-/// file.
-std::error_code findMissed(TiffStream const& stream) {
-    return stream.wasMemoryRefused() ? std::make_error_code(std::errc::not_enough_memory)
-                                     : stream.getReadError();
-}
-
 BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& request,
                     TiffContents& opened) {
     opened.pTiff = TiffStream::open(path, request.accessMode == eIAM_ReadOnly ? "r" : "r+");
@@ -51,7 +43,7 @@ BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& 
                                               request.bufferMode, request.policy)
                                   .read(opened.pGeometry, opened.pCalibration);
     TiffStream& stream = *TiffStream::find(opened.pTiff);
-    std::error_code const missed = findMissed(stream);
+    std::error_code const missed = stream.getMissedError();
     if (result && missed) {
         result = fail(Message::eTIFM_OpenFileError, path.string(), missed.message());
     }

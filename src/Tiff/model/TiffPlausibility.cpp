@@ -9,8 +9,8 @@
 #include "Tiff/model/ImageJStack.h"
 #include "Tiff/model/TiffPixels.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 
 namespace velmo::image::file {

@@ -3,6 +3,7 @@
 
 #include "Tiff/model/TiffStoredGeometry.h"
 
+#include "Frame/GeometryCopy.h"
 #include "Tiff/handle/TiffTags.h"
 
 #include <VELMOSerialization/BinaryArchive.h>
@@ -57,7 +58,7 @@ std::string toStoredGeometry(BaseImageGeometry const& geometry,
                              GeometricCalibrationConstPtr const& pCalibration) {
     std::ostringstream stream;
     BinaryOArchive archive(stream);
-    auto const pGeometry = duplicateGeometry(geometry);
+    auto const pGeometry = copyGeometry(geometry);
     makeColorKnown(pGeometry->getColorGeometry());
     archive << oItem("pGeometry", pGeometry) << oItem("pGeometricCalibration", pCalibration);
     return stream.str();

@@ -6,7 +6,7 @@
 #include "Tiff/handle/TiffStream.h"
 #include "Tiff/handle/TiffTags.h"
 
-#include <VELMOUtil/CheckedArithmetic.h>
+#include <VELMOBase/CheckedArithmetic.h>
 #include <algorithm>
 #include <new>
 

@@ -58,10 +58,10 @@ class PackedRows {
         if (TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1) {
             return success();
         }
-        return failToReadRow(row, lastTiffMessage());
+        return failToReadRow(row, failure(lastTiffMessage()));
     }
 
-    BoolResult failToReadRow(vlUInt64 row, std::string const& reason) const {
+    BoolResult failToReadRow(vlUInt64 row, BoolResult const& reason) const {
         PlaneRun const& run = _context.run;
         return fail(eTiffImageFileMessage::eTIFM_ReadRowError, row, run.z, run.c, run.t,
                     _context.path.string(), reason);
@@ -138,10 +138,10 @@ BoolResult readPackedRows(PlaneContext const& context, std::byte* pPixels) {
     vlUInt64 const firstRow = context.run.pixelStart / sizeX;
     BoolResult inside = context.requireRunInside();
     if (!inside) {
-        return rows.failToReadRow(std::max(firstRow, sizeY), inside.getMessage());
+        return rows.failToReadRow(std::max(firstRow, sizeY), inside);
     }
     BoolResult fits = context.requirePackedDirectory();
-    return fits ? rows.unpackRun(pPixels) : rows.failToReadRow(firstRow, fits.getMessage());
+    return fits ? rows.unpackRun(pPixels) : rows.failToReadRow(firstRow, fits);
 }
 
 } // namespace velmo::image::file

@@ -8,8 +8,8 @@
 #include "Tiff/handle/TiffTags.h"
 #include "Tiff/model/TiffPixels.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 
 namespace velmo::image::file {
@@ -46,8 +46,7 @@ BoolResult PlaneContext::reachDirectory() const {
     if (reached) {
         warnOfCutNumber();
     }
-    return reached ? success()
-                   : fail(Message::eTIFM_SetDirectoryError, directory, path.string(), reached.getMessage());
+    return reached ? success() : fail(Message::eTIFM_SetDirectoryError, directory, path.string(), reached);
 }
 
 void PlaneContext::warnOfCutNumber() const {
@@ -120,11 +119,11 @@ BoolResult PlaneContext::failToGetTagAndClose(char const* tagName) const {
     return failure;
 }
 
-BoolResult PlaneContext::failToReadStrip(vlUInt64 strip, std::string const& reason) const {
+BoolResult PlaneContext::failToReadStrip(vlUInt64 strip, BoolResult const& reason) const {
     return fail(Message::eTIFM_ReadStripError, strip, run.z, run.c, run.t, path.string(), reason);
 }
 
-BoolResult PlaneContext::failToWriteStrip(vlUInt64 strip, std::string const& reason) const {
+BoolResult PlaneContext::failToWriteStrip(vlUInt64 strip, BoolResult const& reason) const {
     return fail(Message::eTIFM_WriteStripError, strip, run.z, run.c, run.t, path.string(), reason);
 }
 

@@ -9,8 +9,8 @@
 #include "Tiff/model/TiffPixels.h"
 #include "Tiff/planes/PlaneContext.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
-#include <VELMOUtil/CheckedArithmetic.h>
 #include <algorithm>
 #include <boost/format.hpp>
 #include <cstring>
@@ -106,7 +106,7 @@ class StackReader {
             warn(VELMO_HERE, Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, path);
             return success();
         }
-        return _context.failToReadStrip(0, toText(Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, path));
+        return _context.failToReadStrip(0, fail(Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, path));
     }
 
     PlaneContext const& _context;
@@ -147,7 +147,7 @@ BoolResult readStackRun(PlaneContext const& context, TargetPlanes const& channel
     BoolResult fits = runSteps([&] { return context.requireFittingDirectory(); },
                                [&] { return context.requireRunInside(); });
     if (!fits) {
-        return context.failToReadStrip(0, fits.getMessage());
+        return context.failToReadStrip(0, fits);
     }
     BoolResult result = context.isInterleaved() ? context.requireChannels() : success();
     return result ? StackReader(context, channels).run() : result;

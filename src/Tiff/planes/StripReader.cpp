@@ -15,7 +15,7 @@ void StripReader::addChannel(vlUInt64 channel, void* pPixels) {
     _channels.push_back({channel, static_cast<std::byte*>(pPixels)});
 }
 
-BoolResult StripReader::failAtStrip(vlUInt64 strip, std::string const& reason) const {
+BoolResult StripReader::failAtStrip(vlUInt64 strip, BoolResult const& reason) const {
     return getContext().failToReadStrip(strip, reason);
 }
 
@@ -72,7 +72,7 @@ BoolResult StripReader::decode(Block const& block) {
     BoolResult held = getStrips().requireEnoughBytes(block.strip, nbBytes);
     if (!held) {
         fillWithZeros(block);
-        return failAtStrip(block.strip, held.getMessage());
+        return failAtStrip(block.strip, held);
     }
     bool const bInPlace = getNbChannels() == 1 && nbBytes == getSize(block);
     std::byte* const pBuffer =
@@ -85,7 +85,7 @@ BoolResult StripReader::decode(Block const& block) {
     if (!bInPlace) {
         spread(pBuffer + getSkip(block), block.nbPixels);
     }
-    return nbDecoded == nbBytes ? success() : failAtStrip(block.strip, lastTiffMessage());
+    return nbDecoded == nbBytes ? success() : failAtStrip(block.strip, failure(lastTiffMessage()));
 }
 
 void StripReader::fillWithZeros(Block const& block) const {

@@ -40,13 +40,13 @@ BoolResult StripTransfer::run() {
     }
     BoolResult fits = _context.requireFittingDirectory();
     if (!fits || !getLayout().isCountable()) {
-        return failAtStrip(0, fits.getMessage());
+        return failAtStrip(0, fits);
     }
     BoolResult inside = _context.requireRunInside();
     if (!inside) {
         vlUInt64 const firstOutside = std::max(_context.run.pixelStart, getLayout().getNbPixels());
         vlUInt64 const stripPixels = std::max<vlUInt64>(1, getLayout().getStripPixels());
-        return failAtStrip(firstOutside / stripPixels, inside.getMessage());
+        return failAtStrip(firstOutside / stripPixels, inside);
     }
     return moveBlocks();
 }

@@ -14,7 +14,7 @@ void StripWriter::addChannel(vlUInt64 channel, void const* pPixels) {
     _channels.push_back({channel, static_cast<std::byte const*>(pPixels)});
 }
 
-BoolResult StripWriter::failAtStrip(vlUInt64 strip, std::string const& reason) const {
+BoolResult StripWriter::failAtStrip(vlUInt64 strip, BoolResult const& reason) const {
     return getContext().failToWriteStrip(strip, reason);
 }
 
@@ -47,7 +47,7 @@ BoolResult StripWriter::moveStrip(Block const& block) {
         std::byte* const pBuffer = provideBuffer(layout.getStripBytes());
         BoolResult read = bWhole ? success() : readBack(block.strip, nbNeeded, pBuffer);
         if (!read) {
-            flush(); // writes the strips before, which are complete
+            static_cast<void>(flush()); // writes the strips before, which are complete; `read` is the error
             return read;
         }
         merge(pBuffer + getSkip(block), block.nbPixels);
@@ -62,12 +62,12 @@ BoolResult StripWriter::readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* p
     if (!hasFailed(nbRead, nbNeeded) && nbRead >= 0) {
         return success();
     }
-    BoolResult unread = context.failToReadStrip(strip, lastTiffMessage());
+    BoolResult unread = context.failToReadStrip(strip, failure(lastTiffMessage()));
     if (hasFailed(nbRead, nbNeeded)) {
         return unread;
     }
     warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_StripsNotDecoded, 1, context.run.z, context.run.c,
-         context.run.t, unread.getMessage());
+         context.run.t, unread);
     return success();
 }
 
@@ -82,7 +82,7 @@ BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 n
     bool const bFailed = hasFailed(written, nbNeeded);
     BoolResult result = success();
     if (bFailed || written < 0) {
-        std::string const reason = writable ? lastTiffWriteMessage(context.pTiff) : writable.getMessage();
+        BoolResult const reason = writable ? failure(lastTiffWriteMessage(context.pTiff)) : writable;
         result = bFailed ? failAtStrip(block.strip, reason) : success();
         if (!bFailed) {
             warnOfStrip(block.strip, reason);
@@ -96,7 +96,7 @@ BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 n
     return result;
 }
 
-void StripWriter::warnOfStrip(vlUInt64 strip, std::string const& reason) const {
+void StripWriter::warnOfStrip(vlUInt64 strip, BoolResult const& reason) const {
     PlaneContext const& context = getContext();
     warn(VELMO_HERE, eImageFileCheckMessage::eIFCM_StripNotWritten, strip, context.run.z, context.run.t,
          context.path.string(), reason);

@@ -98,9 +98,7 @@ void TiffImageFileTest::writeExample(path const& path) const {
 
 void TiffImageFileTest::openExample(TiffImageFile& file, eImageAccessMode access) const {
     writeExample(_path);
-    OpenRequest request;
-    request.access = access;
-    ASSERT_THAT(openFile(file, _path, request), Succeeds());
+    ASSERT_THAT(openFile(file, _path, {access}), Succeeds());
 }
 
 void TiffImageFileTest::expectExample(TiffImageFile const& file) {

@@ -33,6 +33,10 @@ struct ArchiveKind {
     std::string (*write)(Writing const&);
     void (*read)(std::string const&, Reading const&);
 };
+inline void PrintTo(ArchiveKind const& kind, std::ostream* pStream) {
+    *pStream << kind.name;
+}
+
 extern ArchiveKind const g_binary;
 extern ArchiveKind const g_xml;
 

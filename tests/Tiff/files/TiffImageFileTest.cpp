@@ -84,28 +84,6 @@ TEST_F(TiffImageFileTest, StoresABinaryPixelInAByteOnceAFileIsOpen) {
     EXPECT_THROW(file.hasBinary8BitsStorage(), VELMOImageException);
 }
 
-TEST_F(TiffImageFileTest, ABinaryImageIsReadAndWrittenAsOneByteAPixel) {
-    TiffImageFile file;
-    ASSERT_THAT(file.createFile(_path, *makeGeometry(eIBT_Binary, {3, 2}), nullptr), Succeeds());
-    std::string const pixels("\1\0\1\1\0\0", 6);
-    writePixels(file, wholePlane(file), pixels);
-    EXPECT_EQ(readPixels(file, wholePlane(file)), pixels);
-    EXPECT_EQ(readDirectoryPixels(_path, 0), pixels);
-}
-
-TEST_F(TiffImageFileTest, PackedPixelsAreReadAsOneByteAPixel) {
-    Directory directory;
-    directory.sizeX = 9;
-    directory.sizeY = 1;
-    directory.bits = 1;
-    directory.pixels = "\xA5\x80";
-    writeTiff(_path, {directory});
-    TiffImageFile file;
-    ASSERT_THAT(openFile(file, _path), Succeeds());
-    EXPECT_TRUE(file.hasBinary8BitsStorage());
-    EXPECT_EQ(readPixels(file, wholePlane(file)), std::string("\1\0\1\0\0\1\0\1\1", 9));
-}
-
 // Without a file
 
 TEST_F(TiffImageFileTest, HasNoFileAtFirst) {
@@ -202,9 +180,7 @@ TEST_F(TiffImageFileTest, AReadWithoutBitsPerSampleClosesTheFileAndLaterAccesses
         EXPECT_THAT(tryWrite(file, {}), FailsWith(closedEarlier(_path)));
     }
     EXPECT_TRUE(file.isInit());
-    OpenRequest request;
-    request.access = eIAM_ReadWrite;
-    EXPECT_THAT(openFile(file, _path, request), Succeeds());
+    EXPECT_THAT(openFile(file, _path, {eIAM_ReadWrite}), Succeeds());
     EXPECT_EQ(readPixels(file, wholePlane(file, 1, 1, 1)), std::string(24, '\0'));
 }
 
@@ -213,9 +189,7 @@ TEST_F(TiffImageFileTest, AWriteWithoutRowsPerStripClosesTheFileAndLaterAccesses
     directory.set(TIFFTAG_COMPRESSION, shorts({COMPRESSION_LZW})).without(TIFFTAG_ROWSPERSTRIP);
     writeRawTiff(_path, {directory});
     TiffImageFile file;
-    OpenRequest request;
-    request.access = eIAM_ReadWrite;
-    ASSERT_THAT(openFile(file, _path, request), Succeeds());
+    ASSERT_THAT(openFile(file, _path, {eIAM_ReadWrite}), Succeeds());
     EXPECT_THAT(tryWrite(file, {}), FailsInWords(getTagFailed("TIFFTAG_ROWSPERSTRIP", _path)));
     EXPECT_EQ(countDescriptors(_path), 0U);
     EXPECT_THAT(tryWrite(file, {}), FailsWith(closedEarlier(_path)));

@@ -3,11 +3,11 @@
 
 #include "Tiff/handle/TiffFileClosure.h"
 #include "CapturedLog.h"
+#include "CpuTime.h"
 #include "TiffFixture.h"
 
 #include <VELMOImageFile/VELMOImageFileLog.h>
 #include <VELMOUtil/Logging.h>
-#include <cstring>
 #include <log4cplus/loglevel.h>
 #include <stdexcept>
 
@@ -16,37 +16,6 @@ namespace velmo::image::file {
 namespace {
 
 using velmo::test::CapturedLog;
-
-/// What libtiff reads in place of a file.
-struct Bytes {
-    std::string content;
-    std::size_t position = 0;
-};
-
-tmsize_t readBytes(thandle_t handle, void* pBuffer, tmsize_t nbBytes) {
-    auto& bytes = *static_cast<Bytes*>(handle);
-    std::size_t const begin = std::min(bytes.position, bytes.content.size());
-    std::size_t const got = std::min(static_cast<std::size_t>(nbBytes), bytes.content.size() - begin);
-    std::memcpy(pBuffer, bytes.content.data() + begin, got);
-    bytes.position += got;
-    return static_cast<tmsize_t>(got);
-}
-
-tmsize_t writeNothing(thandle_t /*handle*/, void* /*pBuffer*/, tmsize_t /*nbBytes*/) {
-    return 0;
-}
-
-toff_t seekBytes(thandle_t handle, toff_t offset, int whence) {
-    auto& bytes = *static_cast<Bytes*>(handle);
-    std::size_t const base = whence == SEEK_SET   ? 0
-                             : whence == SEEK_CUR ? bytes.position
-                                                  : bytes.content.size();
-    return bytes.position = base + offset;
-}
-
-toff_t sizeOfBytes(thandle_t handle) {
-    return static_cast<Bytes*>(handle)->content.size();
-}
 
 int throwText(thandle_t /*handle*/) {
     throw std::runtime_error("thrown by a close");
@@ -107,9 +76,11 @@ TEST_F(TiffFileClosureTest, SeesTheHandleAsItIsAtTheEnd) {
 
 TEST_F(TiffFileClosureTest, WhatACloseThrowsIsLoggedAndGoesNoFurther) {
     for (TIFFCloseProc const close : {throwText, throwNumber}) {
-        Bytes bytes{rawTiff({greyDirectory()})};
-        TIFF* pTiff = TIFFClientOpen("bytes", "rm", &bytes, readBytes, writeNothing, seekBytes, close,
-                                     sizeOfBytes, nullptr, nullptr);
+        TIFF* const pPlain = open();
+        TIFFGetSeekProc(pPlain)(TIFFClientdata(pPlain), 0, SEEK_SET);
+        TIFF* pTiff = TIFFClientOpen("bytes", "rm", TIFFClientdata(pPlain), TIFFGetReadProc(pPlain),
+                                     TIFFGetWriteProc(pPlain), TIFFGetSeekProc(pPlain), close,
+                                     TIFFGetSizeProc(pPlain), nullptr, nullptr);
         ASSERT_NE(pTiff, nullptr);
         CapturedLog const log(getBaseLogger());
         { TiffFileClosure const closure("a path.tif", pTiff); }
@@ -120,6 +91,33 @@ TEST_F(TiffFileClosureTest, WhatACloseThrowsIsLoggedAndGoesNoFurther) {
                   "An exception has been thrown while trying to close tiff file a path.tif");
         EXPECT_EQ(records[0].level, log4cplus::ERROR_LOG_LEVEL);
         EXPECT_EQ(records[0].logger, getVELMOImageFileLoggerName());
+        TIFFClose(pPlain);
+    }
+}
+
+namespace {
+
+class TiffDirectoryChain : public TiffTest {
+  protected:
+    std::chrono::nanoseconds measureOpening(std::vector<RawDirectory> const& directories) const {
+        writeRawTiff(_path, directories);
+        return test::measureCpuTime([&] {
+            OpenedTiff const file(_path, {eIAM_ReadOnly, eTDM_Volume});
+            ASSERT_THAT(file.result, Succeeds());
+            EXPECT_EQ(file.pGeometry->getSizeZ(), directories.size());
+        });
+    }
+};
+
+} // namespace
+
+// Walked on to the greatest number of directories it would give the same planes.
+TEST_F(TiffDirectoryChain, ThatComesBackIsWalkedOnce) {
+    std::vector<RawDirectory> directories = {greyDirectory(), greyDirectory(), greyDirectory()};
+    std::chrono::nanoseconds const timeOfSoundChain = measureOpening(directories);
+    for (std::uint64_t const place : findDirectories(directories)) {
+        directories[2].next = place;
+        EXPECT_LE(measureOpening(directories), 10 * timeOfSoundChain + std::chrono::milliseconds(5));
     }
 }
 

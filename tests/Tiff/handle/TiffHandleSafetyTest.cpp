@@ -17,14 +17,7 @@ constexpr vlUInt64 g_nbPages = 3;
 OpenRequest const g_forWriting = {eIAM_ReadWrite, eTDM_Volume, eTBM_Default};
 
 std::vector<Directory> makePages(std::uint16_t compression, std::uint16_t bits, std::uint16_t samples) {
-    Directory page;
-    page.sizeX = g_pageSizeX;
-    page.sizeY = g_pageSizeY;
-    page.bits = bits;
-    page.samples = samples;
-    page.photometric = samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
-    page.compression = compression;
-    page.rowsPerStrip = 7;
+    Directory const page = stripDirectory(g_pageSizeX, g_pageSizeY, 7, compression, samples, bits);
     std::vector<Directory> pages(g_nbPages, page);
     for (unsigned int index = 0; index < g_nbPages; ++index) {
         pages[index].pixels = noise(page.countBytes(), index + 1);
@@ -43,6 +36,7 @@ void writeOwnFile(path const& path) {
 /// A kind of file of three pages.
 struct FileKind {
     char const* name;
+    friend void PrintTo(FileKind const& kind, std::ostream* pStream) { *pStream << kind.name; }
     void (*write)(path const&);
     bool bBlackWhereBroken; ///< one channel of several is read so
 };
@@ -116,11 +110,15 @@ class TiffCutShortTest : public TiffTest, public testing::WithParamInterface<Fil
 TEST_P(TiffCutShortTest, NoUseCrashesAndTheCloseChangesNothing) {
     vlUInt64 const step = 1 + _bytes.size() / 30;
     for (vlUInt64 size = 0; size < _bytes.size(); size += step) {
-        for (eUse const how : {eUse::Read, eUse::ReadOnAKnownPage, eUse::Write, eUse::WriteParts}) {
-            writeFile(_path, _bytes);
-            EXPECT_EQ(inChild([&] { return useCutTo(size, how); }), "safe")
-                << "cut to " << size << " of " << _bytes.size() << " bytes, use " << static_cast<int>(how);
-        }
+        std::string const text = inChild([&] {
+            std::string texts;
+            for (eUse const how : {eUse::Read, eUse::ReadOnAKnownPage, eUse::Write, eUse::WriteParts}) {
+                writeFile(_path, _bytes);
+                texts += useCutTo(size, how) + ";";
+            }
+            return texts;
+        });
+        EXPECT_EQ(text, "safe;safe;safe;safe;") << "cut to " << size << " of " << _bytes.size() << " bytes";
     }
 }
 
@@ -133,7 +131,7 @@ TEST_P(TiffCutShortTest, ReadingDoesNotChangeWhatIsLeft) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, TiffCutShortTest, testing::ValuesIn(g_kinds),
-                         [](auto const& kind) { return std::string(kind.param.name); });
+                         testing::PrintToStringParamName());
 
 // Directories that libtiff cannot write strips of
 
@@ -141,6 +139,7 @@ namespace {
 
 struct Unwritable {
     char const* name;
+    friend void PrintTo(Unwritable const& unwritable, std::ostream* pStream) { *pStream << unwritable.name; }
     std::uint16_t compression;
     bool bByteCounts;
 };
@@ -195,7 +194,7 @@ TEST_P(TiffUnwritableTest, AFailedWriteLeavesTheOtherPagesToBeWritten) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Directories, TiffUnwritableTest, testing::ValuesIn(g_unwritable),
-                         [](auto const& directory) { return std::string(directory.param.name); });
+                         testing::PrintToStringParamName());
 
 // Byte counts that are not in the directory
 

@@ -5,6 +5,8 @@
 
 #include <VELMOSerialization/BinaryArchive.h>
 
+#include <VELMOImage/ImageFactory.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <cstring>
 #include <sstream>
 
@@ -104,22 +106,14 @@ TEST_F(TiffCreationBlobTest, IsTheSameWithUserProperties) {
     EXPECT_EQ(findBlob(openPlain(_path)), exampleRecord().text("").bytes());
 }
 
-TEST_F(TiffCreationBlobTest, IsReadBackByABinaryArchive) {
-    std::istringstream stream(create(_path, *makeExampleGeometry(), makeCalibration()));
-    BinaryIArchive archive(stream);
-    auto const pGeometry = boost::dynamic_pointer_cast<HomogeneousImageGeometry>(archive.readObject("a"));
-    auto const pCalibration = boost::dynamic_pointer_cast<GeometricCalibration>(archive.readObject("b"));
-    ASSERT_TRUE(pGeometry);
-    ASSERT_TRUE(pCalibration);
-    EXPECT_EQ(toBytes(*pGeometry), toBytes(*makeExampleGeometry()));
-    EXPECT_EQ(toBytes(*pCalibration), toBytes(*makeCalibration()));
-    EXPECT_EQ(stream.peek(), std::istringstream::traits_type::eof());
-}
-
 TEST_F(TiffCreationBlobTest, ReopeningRestoresGeometryAndCalibrationBitForBit) {
     ImageGeometryPtr const pRgba = makeColorGeometry(eCGT_Rgba, eIBT_Label8, {5, 4, 3, 1, 2});
     pRgba->getColorGeometry().setChannelName("Gänse", 2);
-    for (ImageGeometryPtr const& pGeometry : {makeExampleGeometry(), pRgba}) {
+    auto const pTypes = boost::make_shared<HeterogeneousImageGeometry>();
+    pTypes->init(VolumeGeometry(), ColorGeometry(),
+                 makeGeometry(eIBT_UInt8, {5, 4, 1, 1, 3})->getTemporalGeometry(), 5, 4,
+                 {eIBT_UInt8, eIBT_Real32, eIBT_Label16});
+    for (ImageGeometryPtr const& pGeometry : {makeExampleGeometry(), pRgba, ImageGeometryPtr(pTypes)}) {
         create(_path, *pGeometry, makeCalibration());
         OpenedTiff const opened(_path);
         ASSERT_THAT(opened.result, Succeeds());
@@ -128,32 +122,63 @@ TEST_F(TiffCreationBlobTest, ReopeningRestoresGeometryAndCalibrationBitForBit) {
     }
 }
 
-TEST_F(TiffCreationBlobTest, HoldsTheTypesOfAHeterogeneousGeometry) {
-    ImageGeometryPtr const pModel = makeGeometry(eIBT_UInt8, {5, 4, 1, 1, 3});
-    HeterogeneousImageGeometry heterogeneous;
-    heterogeneous.init(pModel->getVolumeGeometry(), pModel->getColorGeometry(), pModel->getTemporalGeometry(),
-                       5, 4, {eIBT_UInt8, eIBT_Real32, eIBT_Label16});
-    create(_path, heterogeneous, nullptr);
-    OpenedTiff const opened(_path);
-    ASSERT_THAT(opened.result, Succeeds());
-    EXPECT_EQ(toBytes(*opened.pGeometry), toBytes(heterogeneous));
+namespace {
+
+/// User properties as a file has them, or may not have them.
+class TiffUserPropertiesTest : public TiffTest {
+  protected:
+    std::string getFailure() const {
+        return "Error while setting tiff tag TIFFTAG_USERPROPERTIES for file " + _path.string() + "\n";
+    }
+
+    /// "saved", or the text of what the save throws.
+    std::string trySave(std::string const& userProperties) const {
+        ImagePtr pImage;
+        EXPECT_THAT(ImageFactory::getInstance().createDefaultImage(*_pGeometry, pImage), Succeeds());
+        pImage->setUserPropertiesStr(userProperties);
+        try {
+            saveTiffImageFile(_path, pImage, eTC_None);
+            return "saved";
+        } catch (std::exception const& exception) {
+            return exception.what();
+        }
+    }
+
+    ImageGeometryPtr const _pGeometry = makeGeometry(eIBT_UInt8, {4, 3});
+    std::vector<std::string> const _withZero = {std::string(1, '\0'), std::string("\0<a/>", 5),
+                                                std::string("<a>\0</a>", 8), std::string("<a/>\0", 5)};
+};
+
+} // namespace
+
+TEST_F(TiffUserPropertiesTest, ACreationRefusesAZeroByte) {
+    for (std::string const& userProperties : _withZero) {
+        TIFF* pTiff = nullptr;
+        writeFile(_path, "an old file");
+        EXPECT_THAT(
+            createTiffFile(_path, *_pGeometry, nullptr, userProperties, eTC_None, pTiff),
+            FailsInWords(getFailure() + "The text holds a zero byte, which would end it in the file"));
+        EXPECT_EQ(pTiff, nullptr);
+        EXPECT_EQ(countDescriptors(_path), 0U);
+        EXPECT_EQ(readFile(_path), "an old file");
+    }
 }
 
-TEST_F(TiffCreationBlobTest, IsThereWhileTheFileIsStillBeingCreated) {
-    Planes const planes = createPlanes(_path, makeExampleGeometry());
-    OpenedTiff const opened(_path); // the creating handle is open
-    ASSERT_THAT(opened.result, Succeeds());
-    EXPECT_EQ(toBytes(*opened.pGeometry), toBytes(*makeExampleGeometry()));
+TEST_F(TiffUserPropertiesTest, ASaveRefusesAZeroByte) {
+    for (std::string const& userProperties : _withZero) {
+        EXPECT_THAT(trySave(userProperties), testing::StartsWith("Error while saving tiff image file \"" +
+                                                                 _path.string() + "\"\n" + getFailure()));
+        EXPECT_EQ(countDescriptors(_path), 0U);
+    }
 }
 
-TEST_F(TiffCreationBlobTest, OfALabelImageAloneTellsThatItIsOne) {
-    create(_path, *makeGeometry(eIBT_Label16, {5, 4}), nullptr);
-    EXPECT_EQ(OpenedTiff(_path).pGeometry->getBufferType(), eIBT_Label16);
-    TiffPtr pTiff = openPlain(_path, "r+");
-    TIFFUnsetField(pTiff.get(), TIFFTAG_SOFTWARE);
-    EXPECT_EQ(TIFFRewriteDirectory(pTiff.get()), 1);
-    pTiff.reset();
-    EXPECT_EQ(OpenedTiff(_path).pGeometry->getBufferType(), eIBT_UInt16);
+TEST_F(TiffUserPropertiesTest, AnyOtherByteIsKept) {
+    std::string userProperties;
+    for (int byte = 1; byte < 256; ++byte) {
+        userProperties += static_cast<char>(byte);
+    }
+    EXPECT_EQ(trySave(userProperties), "saved");
+    EXPECT_EQ(loadTiffImageFile(_path, eTBM_Default)->getUserPropertiesStr(), userProperties);
 }
 
 } // namespace velmo::image::file

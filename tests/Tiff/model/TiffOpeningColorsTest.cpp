@@ -4,6 +4,7 @@
 #include "Tiff/model/TiffPixels.h"
 #include "TiffFixture.h"
 
+#include <array>
 #include <memory>
 
 namespace velmo::image::file {
@@ -32,19 +33,6 @@ TEST(TiffColors, RgbHasThreeChannelsAndRgbaFourNamedOnes) {
     char const* const names[] = {"Red", "Green", "Blue", "Alpha"};
     for (vlUInt64 channel = 0; channel < 4; ++channel) {
         EXPECT_EQ(rgba.getChannelName(channel), names[channel]);
-    }
-}
-
-TEST_F(TiffOpeningColors, FilesOfThreeAndFourSamplesOpenAsRgbAndRgba) {
-    for (unsigned int const samples : {3U, 4U}) {
-        writeRawTiff(_path, {colorDirectory(samples)});
-        OpenedTiff const file(_path);
-        ASSERT_THAT(file.result, Succeeds());
-        EXPECT_EQ(file.pGeometry->getColorGeometryType(), samples == 3 ? eCGT_Rgb : eCGT_Rgba);
-        EXPECT_EQ(file.pGeometry->getSizeC(), samples);
-        EXPECT_TRUE(file.pGeometry->getColorGeometry().minIsBlack());
-        EXPECT_EQ(file.pGeometry->getColorGeometry().getChannelName(samples - 1),
-                  samples == 3 ? "" : "Alpha");
     }
 }
 
@@ -136,6 +124,130 @@ TEST_F(TiffOpeningColors, InterleavedRgbNeedsBothTags) {
         std::unique_ptr<TIFF, decltype(&TIFFClose)> const pTiff(TIFFOpen(_path.c_str(), "r"), &TIFFClose);
         ASSERT_TRUE(pTiff);
         EXPECT_EQ(isInterleavedRgb(pTiff.get(), "is not used"), row.bExpected) << &row - rows;
+    }
+}
+
+namespace {
+
+constexpr eTiffBufferMode g_modes[] = {eTBM_Default, eTBM_Binary, eTBM_Label};
+char const* const g_modeNames[] = {"eTBM_Default", "eTBM_Binary", "eTBM_Label"};
+
+struct TypeRow {
+    short bits;
+    short format;
+    std::array<eImageBufferType, 3> types; ///< by buffer mode
+};
+
+/// All samples that are supported.
+std::vector<TypeRow> const g_types = {
+    {1, 1, {eIBT_Binary, eIBT_Binary, eIBT_Binary}}, {1, 4, {eIBT_Binary, eIBT_Binary, eIBT_Binary}},
+    {8, 1, {eIBT_UInt8, eIBT_Binary, eIBT_Label8}},  {8, 4, {eIBT_UInt8, eIBT_Binary, eIBT_Label8}},
+    {16, 1, {eIBT_UInt16, eIBT_None, eIBT_Label16}}, {16, 4, {eIBT_UInt16, eIBT_None, eIBT_Label16}},
+    {32, 1, {eIBT_UInt32, eIBT_None, eIBT_Label32}}, {32, 4, {eIBT_UInt32, eIBT_None, eIBT_Label32}},
+    {8, 2, {eIBT_Int8, eIBT_None, eIBT_None}},       {16, 2, {eIBT_Int16, eIBT_None, eIBT_None}},
+    {32, 2, {eIBT_Int32, eIBT_None, eIBT_None}},     {32, 3, {eIBT_Real32, eIBT_None, eIBT_None}},
+};
+
+eImageBufferType expectedType(int bits, int format, std::size_t mode) {
+    for (TypeRow const& row : g_types) {
+        if (row.bits == bits && row.format == format) {
+            return row.types[mode];
+        }
+    }
+    return eIBT_None;
+}
+
+std::string unsupportedType(int bits, int format, std::string const& mode, path const& path) {
+    return "Un supported image buffer type with bitsPerSamples=" + std::to_string(bits) +
+           ", sampleFormat=" + std::to_string(format) + " and image buffer mode " + mode + " for file " +
+           path.string();
+}
+
+class TiffOpeningTypes : public TiffTest {
+  protected:
+    void expectOpensAs(eImageBufferType type, int bits, int format, std::size_t mode) const {
+        OpenedTiff const file(_path, {eIAM_ReadOnly, eTDM_Volume, g_modes[mode]});
+        if (type == eIBT_None) {
+            EXPECT_THAT(file.result, FailsWith(unsupportedType(bits, format, g_modeNames[mode], _path)));
+            EXPECT_EQ(file.pTiff, nullptr);
+            return;
+        }
+        ASSERT_THAT(file.result, Succeeds());
+        EXPECT_EQ(file.pGeometry->getBufferType(), type);
+        EXPECT_EQ(file.pGeometry->getPlanGeometry(0).getBufferType(), type);
+    }
+};
+
+} // namespace
+
+TEST(TiffPixelTypes, EveryPairOfBitsAndFormatIsSupportedAsTheTableSays) {
+    for (int bits = -1; bits <= 130; ++bits) {
+        for (int format = -1; format <= 8; ++format) {
+            for (std::size_t mode = 0; mode < 3; ++mode) {
+                EXPECT_EQ(
+                    toImageBufferType(static_cast<short>(bits), static_cast<short>(format), g_modes[mode]),
+                    expectedType(bits, format, mode))
+                    << bits << " bits, format " << format << ", " << g_modeNames[mode];
+            }
+        }
+    }
+}
+
+TEST_F(TiffOpeningTypes, FilesOfAllSupportedSamplesOpenAsTheTableSays) {
+    for (TypeRow const& row : g_types) {
+        writeRawTiff(_path,
+                     {greyDirectory(4, 3, static_cast<unsigned int>(row.bits))
+                          .set(TIFFTAG_SAMPLEFORMAT, shorts({static_cast<std::uint64_t>(row.format)}))});
+        for (std::size_t mode = 0; mode < 3; ++mode) {
+            SCOPED_TRACE(std::to_string(row.bits) + " bits, format " + std::to_string(row.format));
+            expectOpensAs(row.types[mode], row.bits, row.format, mode);
+        }
+    }
+}
+
+TEST_F(TiffOpeningTypes, FilesOfOtherSamplesAreRefusedWithTheirNumbersAndTheMode) {
+    std::pair<std::uint16_t, std::uint16_t> const others[] = {
+        {1, 2}, {1, 3},  {2, 1},  {4, 1},  {12, 1}, {16, 3}, {24, 1}, {24, 3},
+        {8, 3}, {64, 1}, {64, 2}, {64, 3}, {8, 5},  {8, 6},  {32, 5}, {128, 6}};
+    for (auto const& [bits, format] : others) {
+        writeRawTiff(_path, {greyDirectory(4, 3, bits).set(TIFFTAG_SAMPLEFORMAT, shorts({format}))});
+        for (std::size_t mode = 0; mode < 3; ++mode) {
+            SCOPED_TRACE(std::to_string(bits) + " bits, format " + std::to_string(format));
+            expectOpensAs(eIBT_None, bits, format, mode);
+        }
+    }
+}
+
+TEST_F(TiffOpeningTypes, AnAbsentFormatIsUnsigned) {
+    for (int const bits : {1, 8, 16, 32}) {
+        writeRawTiff(_path, {greyDirectory(4, 3, static_cast<unsigned int>(bits))});
+        for (std::size_t mode = 0; mode < 3; ++mode) {
+            expectOpensAs(expectedType(bits, SAMPLEFORMAT_UINT, mode), bits, SAMPLEFORMAT_UINT, mode);
+        }
+    }
+}
+
+TEST_F(TiffOpeningTypes, OneBitOpensForReadingUnderEveryModeAndForWritingUnderNone) {
+    writeRawTiff(_path, {greyDirectory(9, 3, 1)});
+    for (std::size_t mode = 0; mode < 3; ++mode) {
+        expectOpensAs(eIBT_Binary, 1, SAMPLEFORMAT_UINT, mode);
+        for (eImageAccessMode const access : {eIAM_ReadWrite, static_cast<eImageAccessMode>(1)}) {
+            OpenedTiff const file(_path, {access, eTDM_Volume, g_modes[mode]});
+            EXPECT_THAT(file.result,
+                        FailsWith("Un supported packed image with write access for file " + _path.string()));
+        }
+    }
+}
+
+TEST_F(TiffOpeningTypes, OneBitAndSeveralSamplesAreRefusedForReadingAndForWriting) {
+    RawDirectory directory = colorDirectory(3);
+    writeRawTiff(_path, {directory.set(TIFFTAG_BITSPERSAMPLE, shorts({1, 1, 1}))});
+    for (eImageAccessMode const access : {eIAM_ReadOnly, eIAM_ReadWrite}) {
+        OpenedTiff const file(_path, {access});
+        EXPECT_THAT(file.result,
+                    FailsWith("Un supported packed color image (ie. one bit per pixel binary image "
+                              "with color components) for file " +
+                              _path.string()));
     }
 }
 

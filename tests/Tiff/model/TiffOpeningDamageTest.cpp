@@ -19,11 +19,8 @@ constexpr eImageAccessMode g_accesses[] = {eIAM_ReadOnly, eIAM_ReadWrite};
 struct Damage {
     std::string name;
     std::function<void(RawDirectory&)> apply; ///< to the second of three directories
+    friend void PrintTo(Damage const& damage, std::ostream* pStream) { *pStream << damage.name; }
 };
-
-std::ostream& operator<<(std::ostream& os, Damage const& damage) {
-    return os << damage.name;
-}
 
 /// What libtiff refuses to read as a directory.
 std::vector<Damage> const g_damages = {
@@ -91,8 +88,8 @@ class TiffOpeningDamage : public TiffTest {
         }
     }
 
-    void expectHarmlessAtEveryLength(std::string const& content) const {
-        for (std::size_t size = 0; size <= content.size(); ++size) {
+    void expectHarmlessAtLengths(std::string const& content, std::size_t step = 1) const {
+        for (std::size_t size = 0; size <= content.size(); size += step) {
             SCOPED_TRACE(size);
             expectHarmless(content.substr(0, size));
             if (HasFatalFailure()) {
@@ -117,7 +114,7 @@ TEST_P(TiffOpeningSecondDirectory, TruncatesTheStackAndNothingElse) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Damages, TiffOpeningSecondDirectory, testing::ValuesIn(g_damages),
-                         [](auto const& row) { return row.param.name; });
+                         testing::PrintToStringParamName());
 
 TEST_F(TiffOpeningDamage, APlaceWhereNoDirectoryCanBeEndsTheStack) {
     std::vector<RawDirectory> directories = {greyDirectory(), greyDirectory()};
@@ -144,32 +141,23 @@ TEST_F(TiffOpeningDamage, AChainThatComesBackEndsTheStack) {
     expectTruncated(1, directories[0].pixels);
 }
 
-TEST_F(TiffOpeningDamage, ADamagedDirectoryTruncatesASequenceAsWell) {
-    writeRawTiff(_path, {greyDirectory(), greyDirectory(), greyDirectory().without(TIFFTAG_STRIPOFFSETS)});
-    OpenedTiff const file(_path, {eIAM_ReadOnly, eTDM_Temporal});
-    ASSERT_THAT(file.result, Succeeds());
-    EXPECT_EQ(file.pGeometry->getSizeT(), 2U);
-}
-
 TEST_F(TiffOpeningDamage, FilesCutAtAnyLengthAreHarmless) {
     std::vector<RawDirectory> const stack = {
         greyDirectory().set(TIFFTAG_IMAGEDESCRIPTION, ascii("one of three")), greyDirectory(),
         greyDirectory(4, 3, 16)};
-    expectHarmlessAtEveryLength(rawTiff(stack));
-    expectHarmlessAtEveryLength(rawTiff(stack, {true, false}));
-    expectHarmlessAtEveryLength(rawTiff({colorDirectory(4), colorDirectory(4)}, {false, true}));
+    expectHarmlessAtLengths(rawTiff(stack));
+    expectHarmlessAtLengths(rawTiff(stack, {true, false}), 3);
+    expectHarmlessAtLengths(rawTiff({colorDirectory(4), colorDirectory(4)}, {false, true}), 3);
 }
 
 TEST_F(TiffOpeningDamage, FilesOfLibtiffCutAtAnyLengthAreHarmless) {
-    Directory directory;
-    directory.compression = COMPRESSION_LZW;
-    directory.rowsPerStrip = 2;
+    Directory directory = stripDirectory(4, 3, 2, COMPRESSION_LZW);
     directory.pixels = countingBytes(12);
     writeTiff(_path, {directory, directory});
-    expectHarmlessAtEveryLength(readFile(_path));
+    expectHarmlessAtLengths(readFile(_path));
     directory.compression = COMPRESSION_DEFLATE;
     writeTiff(_path, {directory, directory}, "w8");
-    expectHarmlessAtEveryLength(readFile(_path));
+    expectHarmlessAtLengths(readFile(_path), 3);
 }
 
 TEST_F(TiffOpeningDamage, FilesOfFewerThanEightBytesFailAndStayAsTheyAre) {
@@ -186,7 +174,7 @@ TEST_F(TiffOpeningDamage, FilesOfFewerThanEightBytesFailAndStayAsTheyAre) {
 TEST_F(TiffOpeningDamage, ChangedBytesAreHarmless) {
     std::string const whole = rawTiff({greyDirectory(), colorDirectory(), greyDirectory(4, 3, 16)});
     std::mt19937 random(20240917);
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < 400; ++round) {
         SCOPED_TRACE(round);
         std::string content = whole;
         for (unsigned int change = 1 + random() % 4; change > 0; --change) {
@@ -199,7 +187,7 @@ TEST_F(TiffOpeningDamage, ChangedBytesAreHarmless) {
 
 TEST_F(TiffOpeningDamage, RandomBytesBehindAHeaderAreHarmless) {
     std::mt19937 random(4711);
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 150; ++round) {
         std::string content(64 + random() % 512, '\0');
         for (char& byte : content) {
             byte = static_cast<char>(random() % 3 == 0 ? random() : random() % 4);

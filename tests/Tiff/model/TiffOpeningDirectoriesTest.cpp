@@ -26,6 +26,13 @@ RawDirectory labels(unsigned int bits) {
     return greyDirectory(4, 3, bits);
 }
 
+void expectTypes(OpenedTiff const& file, Types const& types) {
+    ASSERT_THAT(file.result, Succeeds());
+    auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(file.pGeometry.get());
+    ASSERT_NE(pTypes, nullptr);
+    EXPECT_EQ(pTypes->getBufferTypes(), types);
+}
+
 } // namespace
 
 TEST_F(TiffOpeningDirectories, ASingleDirectoryIsOnePlaneInEveryMode) {
@@ -55,34 +62,6 @@ TEST_F(TiffOpeningDirectories, DirectoriesArePlanesOfAVolumeOrStepsOfASequence) 
     }
 }
 
-TEST_F(TiffOpeningDirectories, ClassicAndBigFilesOfBothByteOrdersOpenAlike) {
-    for (bool const bBigTiff : {false, true}) {
-        for (bool const bBigEndian : {false, true}) {
-            writeRawTiff(_path, {colorDirectory(4), colorDirectory(4)}, {bBigTiff, bBigEndian});
-            OpenedTiff const file(_path);
-            ASSERT_THAT(file.result, Succeeds());
-            EXPECT_EQ(describeGeometry(*file.pGeometry), "x=4 y=3 z=2 c=4 t=1 eIBT_UInt8");
-        }
-    }
-}
-
-TEST_F(TiffOpeningDirectories, FilesThatLibtiffWroteOpenWithEveryCodec) {
-    for (std::uint16_t const codec :
-         {std::uint16_t(COMPRESSION_NONE), std::uint16_t(COMPRESSION_LZW), std::uint16_t(COMPRESSION_DEFLATE),
-          std::uint16_t(COMPRESSION_PACKBITS)}) {
-        Directory directory;
-        directory.bits = 16;
-        directory.sizeY = 7;
-        directory.rowsPerStrip = 3;
-        directory.compression = codec;
-        directory.pixels = countingBytes(directory.countBytes());
-        writeTiff(_path, {directory, directory});
-        OpenedTiff const file(_path, {eIAM_ReadWrite});
-        ASSERT_THAT(file.result, Succeeds());
-        EXPECT_EQ(describeGeometry(*file.pGeometry), "x=4 y=7 z=2 c=1 t=1 eIBT_UInt16");
-    }
-}
-
 TEST_F(TiffOpeningDirectories, TheHandleIsTheCallersAndStandsOnTheLastDirectory) {
     RawDirectory second = greyDirectory();
     second.pixels = countingBytes(12, 100);
@@ -104,20 +83,14 @@ TEST_F(TiffOpeningDirectories, TheOrderOfTheChainCountsAndNotThatInTheFile) {
     directories[1].next = 0;
     writeRawTiff(_path, directories);
     OpenedTiff const file(_path, {eIAM_ReadOnly, eTDM_Temporal});
-    ASSERT_THAT(file.result, Succeeds());
-    auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(file.pGeometry.get());
-    ASSERT_NE(pTypes, nullptr);
-    EXPECT_EQ(pTypes->getBufferTypes(), (Types{eIBT_UInt8, eIBT_UInt32, eIBT_UInt16}));
+    expectTypes(file, {eIBT_UInt8, eIBT_UInt32, eIBT_UInt16});
 }
 
 TEST_F(TiffOpeningDirectories, TypesThatDifferMakeAHeterogeneousImage) {
     writeRawTiff(_path, {labels(16), labels(8), labels(16)});
     for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
         OpenedTiff const file(_path, {eIAM_ReadOnly, mode});
-        ASSERT_THAT(file.result, Succeeds());
-        auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(file.pGeometry.get());
-        ASSERT_NE(pTypes, nullptr);
-        EXPECT_EQ(pTypes->getBufferTypes(), (Types{eIBT_UInt16, eIBT_UInt8, eIBT_UInt16}));
+        expectTypes(file, {eIBT_UInt16, eIBT_UInt8, eIBT_UInt16});
         EXPECT_EQ(file.pGeometry->getBufferType(), eIBT_UInt16);
         EXPECT_EQ(file.pGeometry->getNbPlans(), 3U);
     }
@@ -128,10 +101,7 @@ TEST_F(TiffOpeningDirectories, TypesThatDifferMakeAHeterogeneousImage) {
 TEST_F(TiffOpeningDirectories, TheBufferModeCountsForEveryDirectory) {
     writeRawTiff(_path, {labels(16), labels(8), labels(32)});
     OpenedTiff const file(_path, {eIAM_ReadOnly, eTDM_Volume, eTBM_Label});
-    ASSERT_THAT(file.result, Succeeds());
-    auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(file.pGeometry.get());
-    ASSERT_NE(pTypes, nullptr);
-    EXPECT_EQ(pTypes->getBufferTypes(), (Types{eIBT_Label16, eIBT_Label8, eIBT_Label32}));
+    expectTypes(file, {eIBT_Label16, eIBT_Label8, eIBT_Label32});
 }
 
 TEST_F(TiffOpeningDirectories, TypesOfOneMeaningAreHomogeneous) {
@@ -146,10 +116,7 @@ TEST_F(TiffOpeningDirectories, PackedBitsAreRefusedForWritingInTheFirstDirectory
     writeRawTiff(_path, {labels(8), labels(1)});
     for (eImageAccessMode const access : {eIAM_ReadOnly, eIAM_ReadWrite}) {
         OpenedTiff const file(_path, {access});
-        ASSERT_THAT(file.result, Succeeds());
-        auto const* const pTypes = dynamic_cast<HeterogeneousImageGeometry const*>(file.pGeometry.get());
-        ASSERT_NE(pTypes, nullptr);
-        EXPECT_EQ(pTypes->getBufferTypes(), (Types{eIBT_UInt8, eIBT_Binary}));
+        expectTypes(file, {eIBT_UInt8, eIBT_Binary});
     }
     writeRawTiff(_path, {labels(1), labels(8)});
     EXPECT_THAT(OpenedTiff(_path).result, Succeeds());
@@ -196,9 +163,7 @@ TEST_F(TiffOpeningDirectories, WhatIsBlackIsTheFirstDirectorysMatter) {
 }
 
 TEST_F(TiffOpeningDirectories, AFurtherDirectorysColorsAreJudgedBeforeItsConfiguration) {
-    Directory color;
-    color.samples = 3;
-    color.photometric = PHOTOMETRIC_RGB;
+    Directory const color = stripDirectory(4, 3, 0, COMPRESSION_NONE, 3);
     Directory separate = color;
     separate.planarConfig = PLANARCONFIG_SEPARATE;
     writeTiff(_path, {color, separate});
@@ -212,23 +177,15 @@ TEST_F(TiffOpeningDirectories, AFurtherDirectorysColorsAreJudgedBeforeItsConfigu
                   _path.string()));
 }
 
-TEST_F(TiffOpeningDirectories, ManyDirectoriesAreAllCounted) {
-    writeRawTiff(_path, std::vector<RawDirectory>(3000, greyDirectory(1, 1)));
-    OpenedTiff const file(_path, {eIAM_ReadWrite, eTDM_Temporal});
-    ASSERT_THAT(file.result, Succeeds());
-    EXPECT_EQ(file.pGeometry->getSizeT(), 3000U);
-    EXPECT_EQ(TIFFCurrentDirectory(file.pTiff), 2999U);
-}
-
 TEST_F(TiffOpeningDirectories, TheirNumberHas16BitsWhereADescriptionIsHeldAgainstIt) {
     std::vector<RawDirectory> directories(65536 + 4, greyDirectory(1, 1));
-    directories[0].set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1\nimages=4\n"));
+    directories[0].set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1\nimages=00004\n"));
     writeRawTiff(_path, directories);
     OpenedTiff const asMany(_path);
     ASSERT_THAT(asMany.result, Succeeds());
     EXPECT_EQ(asMany.pGeometry->getSizeZ(), directories.size());
-    directories[0].set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1\nimages=65541\n"));
-    writeRawTiff(_path, directories);
+    std::string bytes = readFile(_path);
+    writeFile(_path, bytes.replace(bytes.find("00004"), 5, "65541"));
     OpenedTiff const announced(_path);
     ASSERT_THAT(announced.result, Succeeds());
     EXPECT_EQ(announced.pGeometry->getSizeZ(), 65541U);

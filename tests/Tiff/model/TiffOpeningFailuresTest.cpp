@@ -9,7 +9,6 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace velmo::image::file {
 
@@ -17,8 +16,6 @@ namespace {
 
 namespace fs = boost::filesystem;
 using velmo::test::CapturedLog;
-
-constexpr unsigned int g_nobody = 65534;
 
 std::string openFailed(path const& path, std::string const& words) {
     return "Failed to open tiff image file " + path.string() + "\n" + words;
@@ -68,14 +65,12 @@ TEST_F(TiffOpeningFailures, AFolderFails) {
 TEST_F(TiffOpeningFailures, AFileThatMayNotBeWrittenOpensForReadingAlone) {
     writeAsFirst(greyDirectory());
     fs::permissions(_path, fs::owner_read | fs::group_read | fs::others_read);
-    std::string const outcome = inChild([&]() -> std::string {
-        if (geteuid() == 0 && (setegid(g_nobody) != 0 || setuid(g_nobody) != 0)) {
-            return "no such user";
-        }
+    fs::permissions(_folder.getPath(), fs::all_all);
+    std::string const outcome = asOrdinaryUser([&]() -> std::string {
         BoolResult const reading = OpenedTiff(_path).result;
         return reading.getMessage() + "|" + OpenedTiff(_path, {eIAM_ReadWrite}).result.getMessage();
     });
-    if (outcome == "no such user") {
+    if (outcome == g_noSuchUser) {
         GTEST_SKIP() << "the process cannot become a user without rights";
     }
     EXPECT_EQ(outcome, "|" + openFailed(_path, "Tiff Error : " + _path.string() + ": Permission denied"));
@@ -204,11 +199,6 @@ TEST_F(TiffOpeningFailures, TheWordsOfAnEarlierFailureStandInOneOfWhichLibtiffSa
     path const second = _folder / "second.tif";
     writeRawTiff(second, {greyDirectory().set(TIFFTAG_SOFTWARE, ascii("VELMO_Library"))});
     EXPECT_THAT(OpenedTiff(second).result, FailsWith(tagFailed("TIFFTAG_PHOTOSHOP", second, former)));
-}
-
-TEST_F(TiffOpeningFailures, AFailureOfWhichLibtiffNeverSaidAnythingEndsInAnEmptyText) {
-    writeAsFirst(greyDirectory().set(TIFFTAG_SOFTWARE, ascii("VELMO_Library")));
-    EXPECT_THAT(OpenedTiff(_path).result, FailsWith(tagFailed("TIFFTAG_PHOTOSHOP", _path, "")));
 }
 
 TEST_F(TiffOpeningFailures, APathStandsBareInTheText) {

@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "TiffFixture.h"
+#include "planes/TiffPlaneFixture.h"
 
+#include <boost/filesystem/operations.hpp>
+#include <boost/format.hpp>
 #include <ostream>
 
 namespace velmo::image::file {
@@ -15,6 +18,7 @@ struct Announcement {
     std::string name;
     std::string description;
     vlUInt64 nbPlanes; ///< announced, or `g_walked`
+    friend void PrintTo(Announcement const& row, std::ostream* pStream) { *pStream << row.name; }
 };
 
 std::vector<Announcement> const g_announcements = {
@@ -45,6 +49,7 @@ std::vector<Announcement> const g_announcements = {
 struct Refusal {
     std::string name;
     std::string count; ///< behind "images="
+    friend void PrintTo(Refusal const& row, std::ostream* pStream) { *pStream << row.name; }
 };
 
 std::vector<Refusal> const g_noNumbers = {{"Empty", ""},
@@ -55,19 +60,6 @@ std::vector<Refusal> const g_noNumbers = {{"Empty", ""},
                                           {"TooLarge", "2147483648\n"},
                                           {"TooSmall", "-2147483649\n"},
                                           {"FarTooLarge", "99999999999999999999999999\n"}};
-
-std::ostream& operator<<(std::ostream& os, Announcement const& row) {
-    return os << testing::PrintToString(row.description);
-}
-
-std::ostream& operator<<(std::ostream& os, Refusal const& row) {
-    return os << testing::PrintToString(row.count);
-}
-
-template <class Row>
-std::string nameOf(testing::TestParamInfo<Row> const& row) {
-    return row.param.name;
-}
 
 RawDirectory described(std::string const& description) {
     return greyDirectory().set(TIFFTAG_IMAGEDESCRIPTION, ascii(description));
@@ -100,7 +92,7 @@ TEST_P(TiffOpeningAnnouncement, CountsPlanesInPlaceOfDirectories) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Descriptions, TiffOpeningAnnouncement, testing::ValuesIn(g_announcements),
-                         nameOf<Announcement>);
+                         testing::PrintToStringParamName());
 
 TEST_P(TiffOpeningNoNumber, MakesTheOpeningFail) {
     for (std::string const key : {"images=", "slices="}) {
@@ -113,18 +105,8 @@ TEST_P(TiffOpeningNoNumber, MakesTheOpeningFail) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Counts, TiffOpeningNoNumber, testing::ValuesIn(g_noNumbers), nameOf<Refusal>);
-
-TEST_F(TiffOpeningImageJ, AStackInASingleDirectoryHasItsAnnouncedPlanes) {
-    RawDirectory directory = described("ImageJ=1.53t\nimages=40\n");
-    directory.pixels = countingBytes(40 * 12);
-    writeRawTiff(_path, {directory});
-    OpenedTiff const file(_path, {eIAM_ReadWrite});
-    ASSERT_THAT(file.result, Succeeds());
-    EXPECT_EQ(describeGeometry(*file.pGeometry), "x=4 y=3 z=40 c=1 t=1 eIBT_UInt8");
-    EXPECT_EQ(file.pGeometry->getVolumeGeometryType(), eVGT_3d);
-    EXPECT_EQ(TIFFCurrentDirectory(file.pTiff), 0U);
-}
+INSTANTIATE_TEST_SUITE_P(Counts, TiffOpeningNoNumber, testing::ValuesIn(g_noNumbers),
+                         testing::PrintToStringParamName());
 
 TEST_F(TiffOpeningImageJ, AnAnnouncedSinglePlaneHidesTheFurtherDirectories) {
     writeRawTiff(
@@ -191,6 +173,137 @@ TEST_F(TiffOpeningImageJ, BytesBeyond64BitsAreRefused) {
     EXPECT_FALSE(file.result);
     EXPECT_THAT(file.result.getMessage(), testing::HasSubstr(_path.string()));
     EXPECT_EQ(file.pTiff, nullptr);
+}
+
+namespace {
+
+/// One directory of 4 x 3 pixels whose description announces 5 planes.
+RawDirectory makeFiveImages(unsigned int bits = 8) {
+    return imageJStack("5", countingBytes(60 * bits / 8), greyDirectory(4, 3, bits));
+}
+
+class TiffImageJStackTest : public TiffTest {
+  protected:
+    Planes open(RawDirectory const& directory, RawLayout const& layout = {}) const {
+        writeRawTiff(_path, {directory}, layout);
+        return openPlanes(_path);
+    }
+};
+
+} // namespace
+
+TEST_F(TiffImageJStackTest, PlanesFollowTheFirstWithoutGap) {
+    RawDirectory const directory = makeFiveImages();
+    Planes const planes = open(directory);
+    ASSERT_EQ(planes.pGeometry->getSizeZ(), 5U);
+    for (vlUInt64 const z : {3U, 0U, 4U, 1U, 2U}) {
+        EXPECT_EQ(planes.readPlane(z), directory.pixels.substr(12 * z, 12));
+    }
+}
+
+TEST_F(TiffImageJStackTest, TimeStepsAreCountedAsPlanes) {
+    RawDirectory const directory = makeFiveImages(16);
+    writeRawTiff(_path, {directory});
+    OpenRequest sequence;
+    sequence.directoryMode = eTDM_Temporal;
+    Planes const planes = openPlanes(_path, sequence);
+    ASSERT_EQ(planes.pGeometry->getSizeT(), 5U);
+    EXPECT_EQ(planes.readPlane(0, 0, 3), directory.pixels.substr(72, 24));
+}
+
+TEST_F(TiffImageJStackTest, ThePlacesOfPlanesAreCountedInPixelsAskedForAndNoStartCounts) {
+    RawDirectory const directory = makeFiveImages();
+    Planes const planes = open(directory);
+    EXPECT_EQ(planes.read({2, 0, 0, 0, 5}), directory.pixels.substr(10, 5));
+    EXPECT_EQ(planes.read({2, 0, 0, 7, 5}), directory.pixels.substr(10, 5));
+    EXPECT_EQ(planes.read({1, 0, 0, 3, 12}), directory.pixels.substr(12, 12));
+}
+
+TEST_F(TiffImageJStackTest, BytesOfABigEndianFileStayAsTheyLie) {
+    RawDirectory const directory = makeFiveImages(16);
+    Planes const planes = open(directory, {false, true});
+    std::string const bytes = readFile(_path);
+    std::uint64_t const begin = bytes.size() - directory.pixels.size();
+    EXPECT_EQ(planes.readPlane(1), bytes.substr(begin + 24, 24));
+    EXPECT_EQ(planes.readPlane(0), bytes.substr(begin, 24));
+}
+
+TEST_F(TiffImageJStackTest, InterleavedPixelsComeAsTheyLie) {
+    RawDirectory const directory = imageJStack("5", countingBytes(180), colorDirectory());
+    Planes const planes = open(directory);
+    EXPECT_EQ(planes.readPlane(1, 2), directory.pixels.substr(12, 12));
+}
+
+TEST_F(TiffImageJStackTest, WhatLiesBehindTheEndOfTheFileIsZero) {
+    RawDirectory directory = makeFiveImages();
+    directory.pixels.resize(30);
+    Planes const planes = open(directory);
+    EXPECT_EQ(planes.readPlane(1), directory.pixels.substr(12, 12));
+    EXPECT_EQ(planes.readPlane(2), directory.pixels.substr(24, 6) + std::string(6, '\0'));
+    EXPECT_EQ(planes.readPlane(3), std::string(12, '\0'));
+    EXPECT_EQ(planes.readPlane(4), std::string(12, '\0'));
+}
+
+// The place of a plane is a product, which may be more than a file can have or more than 64 bits count.
+TEST_F(TiffImageJStackTest, PlanesBeyondEveryPlaceAreZero) {
+    Planes const planes = open(makeFiveImages());
+    for (unsigned int const bits : {33U, 50U, 59U, 60U, 61U, 63U}) {
+        EXPECT_EQ(planes.readPlane(vlUInt64(1) << bits), std::string(12, '\0')) << bits;
+    }
+    EXPECT_EQ(planes.readPlane(~vlUInt64(0)), std::string(12, '\0'));
+}
+
+TEST_F(TiffImageJStackTest, AFileThatVanishedIsTooFewArguments) {
+    Planes const planes = open(makeFiveImages());
+    boost::filesystem::remove(_path);
+    EXPECT_THROW(planes.tryRead(planes.wholePlane()), boost::io::too_few_args);
+}
+
+TEST_F(TiffImageJStackTest, EachReadOpensAndClosesTheFile) {
+    Planes const planes = open(makeFiveImages());
+    planes.readPlane(1);
+    planes.readPlane(2);
+    EXPECT_EQ(countDescriptors(_path), 1U); // that of the handle
+    RawDirectory other = makeFiveImages();
+    other.pixels = countingBytes(60, 100);
+    boost::filesystem::rename(_path, _folder / "away.tif");
+    writeRawTiff(_path, {other}); // the path counts, not the handle
+    EXPECT_EQ(planes.readPlane(1), other.pixels.substr(12, 12));
+}
+
+TEST_F(TiffImageJStackTest, ADirectoryWithoutStripOffsetsIsAFailureInPlainWords) {
+    Planes const planes = plainPlanes(_path, "w", makeGeometry(eIBT_UInt8, {4, 3, 5, 2, 3}));
+    TIFFSetField(planes.pTiff.get(), TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(planes.pTiff.get(), TIFFTAG_IMAGEDESCRIPTION, "ImageJ=1\nimages=5\n");
+    EXPECT_THAT(planes.tryRead({4, 1, 2, 0, 12}),
+                FailsWith("Can't read the strip offset for the slice z=4, c=1, t=2"));
+}
+
+TEST_F(TiffImageJStackTest, OnlyTheFirstPlaneCanBeWritten) {
+    RawDirectory const directory = makeFiveImages();
+    writeRawTiff(_path, {directory});
+    Planes const planes = openPlanesForWriting(_path);
+    for (vlUInt64 z = 1; z < 5; ++z) {
+        EXPECT_THAT(planes.tryWrite(planes.wholePlane(z)), FailsInWords(setDirectoryFailed(z, _path)));
+    }
+    planes.writePlane("abcdefghijkl");
+    EXPECT_EQ(planes.readPlane(), "abcdefghijkl");
+    EXPECT_EQ(planes.readPlane(1), directory.pixels.substr(12, 12));
+}
+
+TEST_F(TiffImageJStackTest, AnAnnouncementOfAsManyPlanesAsDirectoriesIsNone) {
+    RawDirectory const second = imageJStack("2", countingBytes(12, 50));
+    writeRawTiff(_path, {imageJStack("2", countingBytes(12)), second});
+    Planes const planes = openPlanes(_path);
+    EXPECT_EQ(planes.readPlane(1), second.pixels);
+    EXPECT_EQ(planes.read({1, 0, 0, 3, 4}), second.pixels.substr(3, 4));
+}
+
+TEST_F(TiffImageJStackTest, AStripOffsetIsCutTo32Bits) {
+    RawDirectory directory = makeFiveImages();
+    directory.set(TIFFTAG_STRIPOFFSETS, {TIFF_LONG8, {4294967296 + 16}, RawField::g_asValues});
+    Planes const planes = open(directory, {true, false});
+    EXPECT_EQ(planes.readPlane(1), readFile(_path).substr(16 + 12, 12));
 }
 
 } // namespace velmo::image::file

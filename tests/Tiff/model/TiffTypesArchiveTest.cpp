@@ -133,11 +133,4 @@ TYPED_TEST(TiffTypesArchive, ARefusedRecordLeavesTheValueAlone) {
     EXPECT_EQ(value, before);
 }
 
-TYPED_TEST(TiffTypesArchive, ATruncatedRecordIsThrownByTheArchive) {
-    for (std::size_t size = 0; size < 4; ++size) {
-        EXPECT_THROW(readAs<BinaryIArchive>(std::string(size, '\0'), TypeParam()),
-                     VELMOSerializationException);
-    }
-}
-
 } // namespace velmo::image::file

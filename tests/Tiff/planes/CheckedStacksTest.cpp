@@ -20,10 +20,7 @@ constexpr char const* g_description = "ImageJ=1.53t\nimages=5\nslices=5\n";
 
 /// One directory of 4 x 3 pixels whose description announces 5 planes.
 RawDirectory makeStack(unsigned int bits = 8) {
-    RawDirectory directory = greyDirectory(4, 3, bits);
-    directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii(g_description));
-    directory.pixels = countingBytes(5 * directory.pixels.size());
-    return directory;
+    return imageJStack("5", countingBytes(60 * bits / 8), greyDirectory(4, 3, bits));
 }
 
 /// The bytes of each sample in the opposite order.
@@ -96,12 +93,12 @@ TEST_F(CheckedStacks, PartsOfPlanesAreInTheirPlace) {
     EXPECT_EQ(plain.readPlane(3).pixels, directory.pixels.substr(72, 24));
     EXPECT_THAT(plain.getWarnings(), ElementsAre(HasSubstr("A part of plane z=2, c=0, t=0"),
                                                  HasSubstr("A part of plane z=1, c=0, t=0")));
+    boost::filesystem::remove(_path); // no second descriptor is opened
+    EXPECT_EQ(file.readPlane(3).pixels, directory.pixels.substr(72, 24));
 }
 
 TEST_F(CheckedStacks, ChannelsOfInterleavedPixelsAreSeparated) {
-    RawDirectory directory = colorDirectory();
-    directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii(g_description));
-    directory.pixels = noise(180);
+    RawDirectory const directory = imageJStack("5", noise(180), colorDirectory());
     writeRawTiff(_path, {directory});
     PolicyFile const file(_path, eTiffPolicy::Strict);
     std::string all;
@@ -121,19 +118,10 @@ TEST_F(CheckedStacks, LargeInterleavedPlanesAreReadInPieces) {
     RawDirectory directory = colorDirectory();
     directory.set(TIFFTAG_IMAGEWIDTH, longs({1000})).set(TIFFTAG_IMAGELENGTH, longs({500}));
     directory.set(TIFFTAG_STRIPBYTECOUNTS, longs({1500000})).without(TIFFTAG_ROWSPERSTRIP);
-    directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=2\n"));
-    directory.pixels = noise(3000000);
+    directory = imageJStack("2", noise(3000000), directory);
     writeRawTiff(_path, {directory});
     PolicyFile const file(_path, eTiffPolicy::Strict);
     EXPECT_TRUE(file.readPlane(1, 2).pixels == pickChannel(directory.pixels.substr(1500000), 3, 2, 1));
-}
-
-TEST_F(CheckedStacks, NoSecondDescriptorIsOpened) {
-    writeRawTiff(_path, {makeStack()});
-    PolicyFile const file(_path, eTiffPolicy::Strict);
-    boost::filesystem::remove(_path);
-    EXPECT_EQ(file.readPlane(3).pixels, makeStack().pixels.substr(36, 12));
-    EXPECT_FALSE(PolicyFile(_path, eTiffPolicy::Strict).getOpening());
 }
 
 TEST_F(CheckedStacks, PlanesBeyond4GibAreRead) {
@@ -179,8 +167,7 @@ TEST_F(CheckedStacks, AFileThatIsCutAfterItsOpeningIsAFailureOfTheRead) {
 }
 
 TEST_F(CheckedStacks, APlaneOfACompressedDirectoryCannotBeLocated) {
-    Directory directory;
-    directory.compression = COMPRESSION_LZW;
+    Directory directory = stripDirectory(4, 3, 0, COMPRESSION_LZW);
     directory.tags[TIFFTAG_IMAGEDESCRIPTION] = std::string(g_description);
     directory.pixels = noise(12);
     writeTiff(_path, {directory});
@@ -199,9 +186,7 @@ TEST_F(CheckedStacks, StripsWithGapsDoNotTellWhereFurtherPlanesLie) {
 }
 
 TEST_F(CheckedStacks, ManyAnnouncedPlanesAreRefusedBeforeMemoryIsAllocated) {
-    RawDirectory directory = makeStack();
-    directory.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=2000000000\n"));
-    writeRawTiff(_path, {directory});
+    writeRawTiff(_path, {imageJStack("2000000000", countingBytes(60))});
     expectRefused(missing(2000000000, _path, 5));
     EXPECT_THAT(loadChecked(_path, tolerant()).failure,
                 HasSubstr("The file announces 24000000000 bytes of pixels"));
@@ -220,22 +205,17 @@ TEST_F(CheckedStacks, AnAnnouncementOf16TimesTheBytesOfAFileOf64KibibytesIsBelie
 }
 
 TEST_F(CheckedStacks, DirectoriesArePlanesWhereADescriptionAnnouncesFewer) {
-    for (char const* const description :
-         {"ImageJ=1.53t\nimages=1\n", "ImageJ=1.53t\nimages=0\n", "ImageJ=1.53t\nimages=-7\n"}) {
-        RawDirectory first = greyDirectory();
-        first.set(TIFFTAG_IMAGEDESCRIPTION, ascii(description));
-        first.pixels = noise(12, 1);
+    for (char const* const nbPlanes : {"1", "0", "-7"}) {
+        RawDirectory const first = imageJStack(nbPlanes, noise(12, 1));
         RawDirectory second = greyDirectory();
         second.pixels = noise(12, 2);
         writeRawTiff(_path, {first, second});
-        EXPECT_EQ(loadChecked(_path).pixels, first.pixels + second.pixels) << description;
+        EXPECT_EQ(loadChecked(_path).pixels, first.pixels + second.pixels) << nbPlanes;
     }
 }
 
 TEST_F(CheckedStacks, MoreAnnouncedPlanesThanSeveralDirectoriesAreMissing) {
-    RawDirectory first = greyDirectory();
-    first.set(TIFFTAG_IMAGEDESCRIPTION, ascii(g_description));
-    first.pixels = noise(12, 1);
+    RawDirectory const first = imageJStack("5", noise(12, 1));
     RawDirectory second = greyDirectory();
     second.pixels = noise(12, 2);
     writeRawTiff(_path, {first, second});
@@ -248,9 +228,7 @@ TEST_F(CheckedStacks, MoreAnnouncedPlanesThanSeveralDirectoriesAreMissing) {
 TEST_F(CheckedStacks, ADescriptionOfAFurtherDirectoryNeedsNoNumber) {
     RawDirectory first = greyDirectory();
     first.pixels = noise(12, 1);
-    RawDirectory second = greyDirectory();
-    second.set(TIFFTAG_IMAGEDESCRIPTION, ascii("ImageJ=1.53t\nimages=many\n"));
-    second.pixels = noise(12, 2);
+    RawDirectory const second = imageJStack("many", noise(12, 2));
     writeRawTiff(_path, {first, second, first});
     EXPECT_EQ(loadChecked(_path).pixels, first.pixels + second.pixels + first.pixels);
     EXPECT_EQ(PolicyFile(_path, eTiffPolicy::Strict).readPlane(1).pixels, second.pixels);
@@ -341,22 +319,13 @@ TEST_F(CheckedStacks, DirectoriesThatShareAStripLoadInAllCalls) {
     }
 }
 
-TEST_F(CheckedStacks, AFileOfThisModuleIsNoStackWhateverADescriptionAnnounces) {
-    Planes const planes = createPlanes(_path, makeGeometry(eIBT_UInt8, {4, 3, 2}));
-    planes.writePlane(std::string(12, 'a'), 0);
-    planes.writePlane(std::string(12, 'b'), 1);
-    EXPECT_EQ(loadChecked(_path).pixels, std::string(12, 'a') + std::string(12, 'b'));
-}
-
 TEST_F(CheckedStacks, APlainOpeningWarnsOfPlanesThatItCannotReadRight) {
     auto const warningsOf = [&](RawDirectory const& directory, bool bBigTiff = false) {
         writeRawTiff(_path, {directory}, {bBigTiff, false});
         return PolicyFile(_path, eTiffPolicy::Plain).getWarnings();
     };
     EXPECT_THAT(warningsOf(makeStack()), IsEmpty());
-    RawDirectory color = colorDirectory();
-    color.set(TIFFTAG_IMAGEDESCRIPTION, ascii(g_description));
-    EXPECT_THAT(warningsOf(color),
+    EXPECT_THAT(warningsOf(imageJStack("5", countingBytes(36), colorDirectory())),
                 ElementsAre("Channels of the planes of file " + _path.string() + " are not separated"));
     RawDirectory packed = makeStack();
     packed.set(TIFFTAG_COMPRESSION, shorts({COMPRESSION_LZW}));

@@ -42,22 +42,9 @@ void writeStrips(path const& path, Directory const& directory, std::vector<std::
     }
 }
 
-Directory makeDirectory(std::uint32_t sizeX, std::uint32_t sizeY, std::uint32_t rowsPerStrip,
-                        std::uint16_t bits = 8) {
-    Directory directory;
-    directory.sizeX = sizeX;
-    directory.sizeY = sizeY;
-    directory.rowsPerStrip = rowsPerStrip;
-    directory.bits = bits;
-    return directory;
-}
-
 /// RGB pixels of noise under a compression that damage breaks.
 Directory makeRgb(std::uint32_t sizeX, std::uint32_t sizeY, std::uint32_t rowsPerStrip) {
-    Directory directory = makeDirectory(sizeX, sizeY, rowsPerStrip);
-    directory.samples = 3;
-    directory.photometric = PHOTOMETRIC_RGB;
-    directory.compression = COMPRESSION_ADOBE_DEFLATE;
+    Directory directory = stripDirectory(sizeX, sizeY, rowsPerStrip, COMPRESSION_ADOBE_DEFLATE, 3);
     directory.pixels = noise(directory.countBytes());
     return directory;
 }
@@ -100,7 +87,7 @@ TEST_F(CheckedStrips, ADeflateStripPaddedToRowsBehindTheImageIsReadInAllCalls) {
     for (std::uint16_t const bits : {std::uint16_t{8}, std::uint16_t{16}}) {
         std::uint64_t const rowBytes = 31U * bits / 8;
         std::string const pixels = noise(rowBytes * 30) + std::string(rowBytes * 7, '\xff');
-        writeStrips(_path, makeDirectory(31, 37, 64, bits),
+        writeStrips(_path, stripDirectory(31, 37, 64, COMPRESSION_NONE, 1, bits),
                     {deflate(pixels + std::string(rowBytes * 27, '\xff'))});
         expectInAllCalls(pixels);
     }
@@ -113,7 +100,7 @@ TEST_F(CheckedStrips, ADeflateStripPaddedToRowsBehindTheImageIsReadInAllCalls) {
 TEST_F(CheckedStrips, ADeflateStripThatInflatesPastItsSizeIsReadInAllCalls) {
     std::string const pixels = noise(100 * 20);
     for (int const level : {0, 9}) { // stored, and as small as it gets
-        writeStrips(_path, makeDirectory(100, 20, 10),
+        writeStrips(_path, stripDirectory(100, 20, 10),
                     {deflate(pixels.substr(0, 1000) + "x", level), deflate(pixels.substr(1000))});
         expectInAllCalls(pixels);
     }
@@ -161,8 +148,7 @@ TEST_F(CheckedStrips, AnInterleavedStripWhoseBytesCannotHoldItsPixelsIsTreatedAl
 }
 
 TEST_F(CheckedStrips, AGreyStripThatCannotBeDecodedIsZeroInTolerantReadsAlone) {
-    Directory directory = makeDirectory(50, 30, 10);
-    directory.compression = COMPRESSION_ADOBE_DEFLATE;
+    Directory directory = stripDirectory(50, 30, 10, COMPRESSION_ADOBE_DEFLATE);
     directory.pixels = noise(1500);
     writeTiff(_path, {directory});
     spoil(1);
@@ -181,8 +167,7 @@ TEST_F(CheckedStrips, AGreyStripThatCannotBeDecodedIsZeroInTolerantReadsAlone) {
 }
 
 TEST_F(CheckedStrips, APackedRowThatCannotBeDecodedIsZeroInTolerantReadsAlone) {
-    Directory directory = makeDirectory(64, 30, 10, 1);
-    directory.compression = COMPRESSION_ADOBE_DEFLATE;
+    Directory directory = stripDirectory(64, 30, 10, COMPRESSION_ADOBE_DEFLATE, 1, 1);
     directory.pixels = std::string(240, '\xff');
     writeTiff(_path, {directory});
     spoil(1);
@@ -197,7 +182,7 @@ TEST_F(CheckedStrips, APackedRowThatCannotBeDecodedIsZeroInTolerantReadsAlone) {
 }
 
 TEST_F(CheckedStrips, ARunOfPackedPixelsFromColumn256OnIsInItsPlaceInCallsWithOptions) {
-    Directory directory = makeDirectory(600, 2, 0, 1);
+    Directory directory = stripDirectory(600, 2, 0, COMPRESSION_NONE, 1, 1);
     directory.pixels = noise(150);
     writeTiff(_path, {directory});
     std::string const row = PolicyFile(_path, eTiffPolicy::Strict).read({0, 0, 0, 600, 600}).pixels.value();

@@ -20,13 +20,7 @@ using TiffInterleavedFailureTest = TiffTest;
 constexpr vlUInt64 g_nbBrokenPixels = 4500;
 
 Directory makeRgb(std::uint16_t compression = COMPRESSION_NONE) {
-    Directory directory;
-    directory.sizeX = 50;
-    directory.sizeY = 90;
-    directory.samples = 3;
-    directory.photometric = PHOTOMETRIC_RGB;
-    directory.rowsPerStrip = 54;
-    directory.compression = compression;
+    Directory directory = stripDirectory(50, 90, 54, compression, 3);
     directory.pixels = noise(3 * g_nbBrokenPixels);
     return directory;
 }
@@ -110,15 +104,6 @@ TEST_F(TiffInterleavedFailureTest, AFileWithoutRowsPerStripReadsAsOneStripAndClo
     planes.pTiff.release(); // NOLINT(bugprone-unused-return-value): it is closed
 }
 
-TEST_F(TiffInterleavedFailureTest, AFileWithoutSamplesPerPixelIsAFailureAndNoOverrun) {
-    RawDirectory directory = colorDirectory();
-    directory.without(TIFFTAG_SAMPLESPERPIXEL); // libtiff takes it for one, and the strip for shorter
-    writeRawTiff(_path, {directory});
-    Planes const planes = plainPlanes(_path, "r", makeColorGeometry(eCGT_Rgb, eIBT_UInt8, {4, 3}));
-    ASSERT_TRUE(isInterleavedRgb(planes.pTiff.get(), _path));
-    EXPECT_FALSE(planes.tryReadRgb(planes.wholePlane()));
-}
-
 TEST_F(TiffInterleavedFailureTest, ADirectoryLeftWithoutSamplesPerPixelDoesNotDisturbTheNext) {
     createPlanes(_path, makeRgbGeometry());
     Planes const planes = plainPlanes(_path, "r+", makeRgbGeometry());
@@ -154,18 +139,6 @@ TEST_F(TiffInterleavedFailureTest, AStripThatDoesNotDecodeIsAFailureOfTheRead) {
     EXPECT_THAT(planes.tryReadRgb({0, 0, 0, 0, 2700}), Succeeds()); // the first strip alone
 }
 
-TEST_F(TiffInterleavedFailureTest, AWriteGoesOnBehindAReadBackThatFailsOutright) {
-    writeTiff(_path, {makeRgb(COMPRESSION_ADOBE_DEFLATE)});
-    spoilStrip(_path, 1);
-    Channels channels = pickChannels(noise(3 * g_nbBrokenPixels), 3, 1);
-    Planes const planes = openPlanesForWriting(_path);
-    planes.writeRgb({0, 0, 0, 2700, 1800}, Channels(3, noise(1800)));
-    for (std::string& channel : channels) {
-        channel.replace(2700, 1800, noise(1800));
-    }
-    EXPECT_TRUE(readDirectoryPixels(_path, 0) == interleave(channels, 1));
-}
-
 TEST_F(TiffInterleavedFailureTest, PixelsThatCouldNotBeReadBackBecomeBlack) {
     writeTiff(_path, {makeRgb(COMPRESSION_ADOBE_DEFLATE)});
     spoilStrip(_path, 1);
@@ -178,7 +151,7 @@ TEST_F(TiffInterleavedFailureTest, PixelsThatCouldNotBeReadBackBecomeBlack) {
 TEST_F(TiffInterleavedFailureTest, AWriteBeyondTheSpaceNamesItsStripInLibtiffsWords) {
     writeTiff(_path, {makeRgb()});
     std::uint64_t const limit = TIFFGetStrileOffset(openPlain(_path).get(), 1);
-    std::string const text = withFileSizeLimit(limit, [&] {
+    std::string const text = withLimit(RLIMIT_FSIZE, limit, [&] {
         Planes const planes = openPlanesForWriting(_path);
         BoolResult const first = planes.tryWriteRgb({0, 0, 0, 0, 2700});
         return toText(first) + ", " + toText(planes.tryWriteRgb({0, 0, 0, 2710, 100}));
@@ -204,15 +177,6 @@ TEST_F(TiffInterleavedFailureTest, ABufferTypeWithoutPixelsIsThrownAndLogged) {
                   "Invalid image buffer type enum value 0");
         EXPECT_EQ(log.getRecords().size(), 2U);
     }
-}
-
-TEST_F(TiffInterleavedFailureTest, FailuresByResultAreNotLogged) {
-    createPlanes(_path, makeRgbGeometry());
-    Planes const planes = openPlanesForWriting(_path);
-    velmo::test::CapturedLog const log(getVELMOImageFileLogger());
-    EXPECT_FALSE(planes.tryReadRgb({9, 0, 0, 0, 12}));
-    EXPECT_FALSE(planes.tryWriteRgb({9, 0, 0, 0, 12}));
-    EXPECT_TRUE(log.getRecords().empty());
 }
 
 } // namespace velmo::image::file

@@ -1,7 +1,12 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "CapturedLog.h"
+#include "ThrownText.h"
 #include "planes/TiffPlaneFixture.h"
+#include <VELMOImageFile/VELMOImageFileException.h>
+#include <VELMOImageFile/VELMOImageFileLog.h>
+#include <log4cplus/loglevel.h>
 
 namespace velmo::image::file {
 
@@ -66,16 +71,6 @@ TEST_P(TiffInterleavedTest, AllPagesAreWrittenAndReadBack) {
                 noiseOf(3, g_nbInterleavedPixels, 3));
 }
 
-TEST_P(TiffInterleavedTest, PartsAreReadExactly) {
-    Channels const channels = noiseOf(3, g_nbInterleavedPixels);
-    Planes const planes = createExample();
-    planes.writeRgb(planes.wholePlane(1, 0, 1), channels);
-    for (PixelRun const& run : g_runs) {
-        EXPECT_TRUE(planes.readRgb(run) == cut(channels, run.start, run.count))
-            << run.start << '+' << run.count;
-    }
-}
-
 TEST_P(TiffInterleavedTest, PartsAreWrittenAndAllOtherPixelsStay) {
     Channels channels = noiseOf(3, g_nbInterleavedPixels);
     Planes const planes = createExample();
@@ -84,6 +79,7 @@ TEST_P(TiffInterleavedTest, PartsAreWrittenAndAllOtherPixelsStay) {
     for (PixelRun const& run : g_runs) {
         Channels const parts = noiseOf(3, run.count, ++seed);
         planes.writeRgb(run, parts);
+        EXPECT_TRUE(planes.readRgb(run) == parts) << run.start << '+' << run.count;
         for (std::size_t channel = 0; channel < 3; ++channel) {
             channels[channel].replace(run.start, run.count, parts[channel]);
         }
@@ -93,34 +89,20 @@ TEST_P(TiffInterleavedTest, PartsAreWrittenAndAllOtherPixelsStay) {
     EXPECT_TRUE(readDirectoryPixels(_path, 2) == std::string(3 * g_nbInterleavedPixels, '\0'));
 }
 
-TEST_P(TiffInterleavedTest, EqualBytesAcrossTheLastRowKeepTheirValue) {
-    Channels const white(3, std::string(g_nbInterleavedPixels, '\xFF'));
-    Planes const planes = createExample();
-    planes.writeRgb(planes.wholePlane(), white);
-    EXPECT_TRUE(planes.readRgb(planes.wholePlane()) == white);
-    EXPECT_TRUE(openPlanes(_path).readRgb(planes.wholePlane()) == white);
-    EXPECT_TRUE(readDirectoryPixels(_path, 0) == std::string(3 * g_nbInterleavedPixels, '\xFF'));
-}
-
 TEST_P(TiffInterleavedTest, RgbaHasFourChannelsOfWhichAReaderMayLeaveTheLast) {
     ImageGeometryPtr const pGeometry = makeColorGeometry(eCGT_Rgba, eIBT_UInt16, g_sizes);
-    Planes const planes = createPlanes(_path, pGeometry, GetParam());
     Channels const channels = noiseOf(4, 2 * g_nbInterleavedPixels);
-    planes.writeRgb(planes.wholePlane(1), channels); // the first access to the new file
+    createPlanes(_path, pGeometry, GetParam())
+        .writeRgb({1, 0, 0, 0, g_nbInterleavedPixels}, channels); // the first access
     EXPECT_TRUE(readDirectoryPixels(_path, 1) == interleave(channels, 2));
+    Planes const planes = createPlanes(_path, pGeometry, GetParam());
+    EXPECT_TRUE(planes.readRgb(planes.wholePlane(1, 0, 1)) ==
+                Channels(4, std::string(2 * g_nbInterleavedPixels, '\0'))); // the first access as well
+    planes.writeRgb(planes.wholePlane(1), channels);
     EXPECT_TRUE(planes.readRgb(planes.wholePlane(1)) == channels);
     Channels colors(3);
     EXPECT_THAT(planes.tryReadRgb(planes.wholePlane(1), colors), Succeeds());
     EXPECT_TRUE(colors == Channels(channels.begin(), channels.begin() + 3));
-}
-
-TEST_P(TiffInterleavedTest, ReadingMayBeTheFirstAccessToACreatedFile) {
-    for (eColorGeometryType const colorType : {eCGT_Rgb, eCGT_Rgba}) {
-        Planes const planes =
-            createPlanes(_path, makeColorGeometry(colorType, eIBT_UInt8, g_sizes), GetParam());
-        EXPECT_TRUE(planes.readRgb(planes.wholePlane(1, 0, 1)) ==
-                    Channels(planes.pGeometry->getSizeC(), std::string(g_nbInterleavedPixels, '\0')));
-    }
 }
 
 TEST_P(TiffInterleavedTest, ChannelsAndPagesAreTheSamePixels) {
@@ -132,25 +114,6 @@ TEST_P(TiffInterleavedTest, ChannelsAndPagesAreTheSamePixels) {
     EXPECT_TRUE(planes.readRgb(planes.wholePlane(1)) == channels);
     planes.writeRgb(planes.wholePlane(0, 0, 1), {channels[2], channels[0], channels[1]});
     EXPECT_TRUE(planes.readPlane(0, 1, 1) == channels[0]);
-}
-
-TEST_P(TiffInterleavedTest, NoPixelsAreNoFailureAndTouchNoStrip) {
-    Planes const planes = createExample();
-    std::string const bytes = readFile(_path);
-    planes.writeRgb({1, 0, 0, 40, 0}, Channels(3));
-    EXPECT_EQ(findText(planes.pTiff, TIFFTAG_PAGENAME), "T=0 Z=1");
-    planes.readRgb({1, 0, 1, 40, 0});
-    EXPECT_EQ(findText(planes.pTiff, TIFFTAG_PAGENAME), "T=1 Z=1");
-    EXPECT_TRUE(readFile(_path) == bytes);
-}
-
-TEST_P(TiffInterleavedTest, WhatIsWrittenIsSeenByOtherHandlesAtOnce) {
-    Planes planes = createExample();
-    planes.writeRgb(planes.wholePlane(1, 0, 1), noiseOf(3, g_nbInterleavedPixels));
-    std::string const bytes = readFile(_path);
-    EXPECT_TRUE(readDirectoryPixels(_path, 3) == interleave(noiseOf(3, g_nbInterleavedPixels), 1));
-    planes.pTiff.reset();
-    EXPECT_TRUE(readFile(_path) == bytes);
 }
 
 TEST_P(TiffInterleavedTest, AHandleOfLibtiffAloneWorksAsWell) {
@@ -168,31 +131,8 @@ TEST_P(TiffInterleavedTest, AHandleOfLibtiffAloneWorksAsWell) {
 
 INSTANTIATE_TEST_SUITE_P(Compressions, TiffInterleavedTest, testing::ValuesIn(g_pageCompressions));
 
-TEST_F(TiffInterleavedPagesTest, PixelsOfEveryTypeKeepTheirBits) {
-    for (vlUInt64 type = eIBT_Int8; type <= eIBT_Label8; ++type) {
-        for (eTiffCompression const compression : g_pageCompressions) {
-            auto const bufferType = static_cast<eImageBufferType>(type);
-            Planes const planes =
-                createPlanes(_path, makeColorGeometry(eCGT_Rgb, bufferType, {50, 90}), compression);
-            PixelRun const run = planes.wholePlane();
-            Channels const channels = noiseOf(3, planes.countBytes(run));
-            planes.writeRgb(run, channels);
-            EXPECT_TRUE(planes.readRgb(run) == channels) << type;
-            EXPECT_TRUE(readDirectoryPixels(_path, 0) ==
-                        interleave(channels, getImageBufferBaseSize(bufferType)));
-        }
-    }
-}
-
 TEST_F(TiffInterleavedPagesTest, AForeignBigEndianFileWithPredictorIsReadAndWrittenInParts) {
-    Directory directory;
-    directory.sizeX = 20;
-    directory.sizeY = 11;
-    directory.rowsPerStrip = 4;
-    directory.bits = 16;
-    directory.samples = 4;
-    directory.photometric = PHOTOMETRIC_RGB;
-    directory.compression = COMPRESSION_LZW;
+    Directory directory = stripDirectory(20, 11, 4, COMPRESSION_LZW, 4, 16);
     directory.tags[TIFFTAG_PREDICTOR] = std::uint16_t(PREDICTOR_HORIZONTAL);
     directory.pixels = noise(directory.countBytes());
     writeTiff(_path, {directory, directory, directory}, "wb");
@@ -206,19 +146,6 @@ TEST_F(TiffInterleavedPagesTest, AForeignBigEndianFileWithPredictorIsReadAndWrit
     expectDirectories(_path, {directory.pixels, interleave(channels, 2), directory.pixels});
 }
 
-TEST_F(TiffInterleavedPagesTest, RowsPerStripBeyondTheHeightAreOneStrip) {
-    Directory directory;
-    directory.samples = 3;
-    directory.photometric = PHOTOMETRIC_RGB;
-    directory.rowsPerStrip = 1000;
-    directory.pixels = countingBytes(36);
-    writeTiff(_path, {directory});
-    Planes const planes = openPlanesForWriting(_path);
-    EXPECT_EQ(planes.readRgb(planes.wholePlane()), pickChannels(directory.pixels, 3, 1));
-    planes.writeRgb(planes.wholePlane(), {"abcdefghijkl", "mnopqrstuvwx", "ABCDEFGHIJKL"});
-    EXPECT_EQ(readDirectoryPixels(_path, 0), "amAbnBcoCdpDeqEfrFgsGhtHiuIjvJkwKlxL");
-}
-
 TEST_F(TiffInterleavedPagesTest, DirectoriesAreCountedModulo65536) {
     Planes const planes = createPlanes(_path, makeColorGeometry(eCGT_Rgb, eIBT_UInt8, {4, 3, 2}));
     Channels const channels = {"abcdefghijkl", "mnopqrstuvwx", "ABCDEFGHIJKL"};
@@ -226,5 +153,133 @@ TEST_F(TiffInterleavedPagesTest, DirectoriesAreCountedModulo65536) {
     EXPECT_EQ(readDirectoryPixels(_path, 1), interleave(channels, 1));
     EXPECT_EQ(planes.readRgb({1, 0, 32768, 0, 12}), channels);
 }
+
+namespace {
+
+struct Width {
+    eImageBufferType bufferType;
+    vlUInt64 nbBytes;
+    friend void PrintTo(Width const& width, std::ostream* pStream) { *pStream << width.bufferType; }
+};
+
+class TiffInterleavedCopiesTest : public testing::TestWithParam<Width> {
+  protected:
+    std::string toPlane(vlUInt64 nbChannels, vlUInt64 channel, vlUInt64 nbPixels,
+                        std::string const& pixels) const {
+        std::string plane(nbPixels * GetParam().nbBytes + 1, '#');
+        colorToPlan(GetParam().bufferType, nbChannels, channel, nbPixels, pixels.data(), plane.data());
+        EXPECT_EQ(plane.back(), '#'); // nothing behind the pixels
+        plane.pop_back();
+        return plane;
+    }
+};
+
+using TiffInterleavedRefusalsTest = testing::TestWithParam<eImageBufferType>;
+
+} // namespace
+
+TEST_P(TiffInterleavedCopiesTest, AChannelIsPickedOutOfItsPixels) {
+    for (vlUInt64 nbChannels = 1; nbChannels <= 5; ++nbChannels) {
+        std::string const pixels = noise(17 * nbChannels * GetParam().nbBytes);
+        EXPECT_EQ(toPlane(nbChannels, 0, 0, pixels), "");
+        for (vlUInt64 channel = 0; channel < nbChannels; ++channel) {
+            EXPECT_EQ(toPlane(nbChannels, channel, 17, pixels),
+                      pickChannel(pixels, nbChannels, channel, GetParam().nbBytes));
+        }
+    }
+}
+
+TEST_P(TiffInterleavedCopiesTest, AChannelIsPutAmongTheOthersWhichStay) {
+    for (vlUInt64 nbChannels = 1; nbChannels <= 5; ++nbChannels) {
+        std::string pixels = noise(17 * nbChannels * GetParam().nbBytes);
+        Channels channels = pickChannels(pixels, nbChannels, GetParam().nbBytes);
+        for (vlUInt64 channel = 0; channel < nbChannels; ++channel) {
+            channels[channel] = noise(17 * GetParam().nbBytes, 9);
+            planToColor(GetParam().bufferType, nbChannels, channel, 17, channels[channel].data(),
+                        pixels.data());
+            EXPECT_EQ(pixels, interleave(channels, GetParam().nbBytes));
+        }
+    }
+}
+
+TEST_P(TiffInterleavedCopiesTest, PixelsNeedNoAlignment) {
+    std::string const pixels = noise(9 * 3 * GetParam().nbBytes + 1);
+    std::string plane(9 * GetParam().nbBytes + 3, '#');
+    colorToPlan(GetParam().bufferType, 3, 2, 9, pixels.data() + 1, plane.data() + 3);
+    EXPECT_EQ(plane.substr(3), pickChannel(pixels.substr(1), 3, 2, GetParam().nbBytes));
+}
+
+INSTANTIATE_TEST_SUITE_P(BufferTypes, TiffInterleavedCopiesTest,
+                         testing::Values(Width{eIBT_Int8, 1}, Width{eIBT_UInt8, 1}, Width{eIBT_Label8, 1},
+                                         Width{eIBT_Binary, 1}, Width{eIBT_Int16, 2}, Width{eIBT_UInt16, 2},
+                                         Width{eIBT_Label16, 2}, Width{eIBT_Int32, 4}, Width{eIBT_UInt32, 4},
+                                         Width{eIBT_Label32, 4}, Width{eIBT_Real32, 4}));
+
+TEST_P(TiffInterleavedRefusalsTest, ATypeWithoutPixelsIsLoggedAndThrown) {
+    std::string const pixels(64, 'p');
+    std::string target(64, 't');
+    velmo::test::CapturedLog const log(getVELMOImageFileLogger());
+    std::string const text = "Invalid image buffer type enum value 0";
+    EXPECT_EQ(velmo::test::thrownText<VELMOImageFileException>(
+                  [&] { colorToPlan(GetParam(), 3, 0, 4, pixels.data(), target.data()); }),
+              text);
+    EXPECT_EQ(velmo::test::thrownText<VELMOImageFileException>(
+                  [&] { planToColor(GetParam(), 1, 0, 4, pixels.data(), target.data()); }),
+              text);
+    ASSERT_EQ(log.getRecords().size(), 2U);
+    for (auto const& record : log.getRecords()) {
+        EXPECT_EQ(record.level, log4cplus::ERROR_LOG_LEVEL);
+        EXPECT_EQ(record.message, text);
+    }
+    EXPECT_EQ(target, std::string(64, 't'));
+}
+
+INSTANTIATE_TEST_SUITE_P(BufferTypes, TiffInterleavedRefusalsTest,
+                         testing::Values(eIBT_None, static_cast<eImageBufferType>(12),
+                                         static_cast<eImageBufferType>(g_atPixels)));
+
+namespace {
+
+constexpr vlUInt64 g_nbRunPixels = 7;
+
+/// A page of 10 x 4 RGB or RGBA pixels of 16 bits that holds noise.
+class TiffInterleavedPointersTest : public TiffTest, public testing::WithParamInterface<eTiffCompression> {
+  protected:
+    static constexpr vlUInt64 g_nbPagePixels = 40;
+
+    Planes createPage(eColorGeometryType colorType) {
+        Planes planes = createPlanes(_path, makeColorGeometry(colorType, eIBT_UInt16, {10, 4}), GetParam());
+        vlUInt64 const sizeC = planes.pGeometry->getSizeC();
+        _channels = pickChannels(noise(2 * g_nbPagePixels * sizeC), sizeC, 2);
+        planes.writeRgb(planes.wholePlane(), _channels);
+        return planes;
+    }
+
+    /// Writes four different channels over a run, and over those of `_channels` that the file has.
+    void writeFour(Planes const& planes, PixelRun const& run) {
+        Channels const four = pickChannels(noise(8 * run.count, 7), 4, 2);
+        EXPECT_THAT(planes.tryWriteRgb(run, four), Succeeds());
+        for (std::size_t channel = 0; channel < _channels.size(); ++channel) {
+            _channels[channel].replace(2 * run.start, 2 * run.count, four[channel]);
+        }
+        EXPECT_TRUE(readDirectoryPixels(_path, 0) == interleave(_channels, 2));
+    }
+
+    Channels _channels;
+};
+
+} // namespace
+
+TEST_P(TiffInterleavedPointersTest, AFourthPointerIsWrittenOfFourChannelsAlone) {
+    for (eColorGeometryType const colorType : {eCGT_Rgb, eCGT_Rgba}) {
+        Planes const planes = createPage(colorType);
+        writeFour(planes, planes.wholePlane());
+        writeFour(planes, {0, 0, 0, 15, g_nbRunPixels});
+        writeFour(planes, {0, 0, 0, g_nbPagePixels - 1, 1});
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Compressions, TiffInterleavedPointersTest,
+                         testing::Values(eTC_None, eTC_Lzw, eTC_Deflate));
 
 } // namespace velmo::image::file

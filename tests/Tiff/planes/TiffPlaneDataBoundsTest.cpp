@@ -29,13 +29,7 @@ class TiffPlaneDataBoundsTest : public TiffTest, public testing::WithParamInterf
   protected:
     /// Two pages whose last strips have their true size, with what follows them directly behind.
     void writeExample(std::uint16_t samples) const {
-        Directory directory;
-        directory.sizeX = 100;
-        directory.sizeY = 200;
-        directory.rowsPerStrip = 81;
-        directory.samples = samples;
-        directory.photometric = samples == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
-        directory.compression = GetParam();
+        Directory directory = stripDirectory(100, 200, 81, GetParam(), samples);
         directory.pixels = noise(directory.countBytes());
         writeTiff(_path, {directory, directory});
     }

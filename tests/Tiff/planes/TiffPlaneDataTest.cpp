@@ -59,15 +59,6 @@ TEST_P(TiffPlaneDataTest, PlanesWrittenInAnyOrderLieInTheirDirectories) {
     }
 }
 
-TEST_P(TiffPlaneDataTest, ReadsDeliverExactlyTheirPixels) {
-    createNoise();
-    Planes const planes = openPlanes(_path);
-    std::string const plane = noise(g_nbPlanePixels, 3);
-    for (PixelRun const& run : g_planeRuns) {
-        EXPECT_TRUE(planes.read(run) == plane.substr(run.start, run.count)) << run.start << '+' << run.count;
-    }
-}
-
 TEST_P(TiffPlaneDataTest, WritesKeepAllOtherPixels) {
     Planes const planes = createNoise();
     std::string plane = noise(g_nbPlanePixels, 3);
@@ -77,19 +68,6 @@ TEST_P(TiffPlaneDataTest, WritesKeepAllOtherPixels) {
         planes.write(run, pixels);
         plane.replace(run.start, run.count, pixels);
         EXPECT_TRUE(readDirectoryPixels(_path, 3) == plane) << run.start << '+' << run.count;
-    }
-    expectDirectories(
-        _path, {noise(g_nbPlanePixels, 0), noise(g_nbPlanePixels, 1), noise(g_nbPlanePixels, 2), plane});
-}
-
-TEST_P(TiffPlaneDataTest, WritesThroughAnOpenedFileKeepAllOtherPixels) {
-    createNoise();
-    std::string plane = noise(g_nbPlanePixels, 3);
-    unsigned int seed = 10;
-    for (PixelRun const& run : g_planeRuns) {
-        std::string const pixels = noise(run.count, ++seed);
-        openPlanesForWriting(_path).write(run, pixels);
-        plane.replace(run.start, run.count, pixels);
     }
     expectDirectories(
         _path, {noise(g_nbPlanePixels, 0), noise(g_nbPlanePixels, 1), noise(g_nbPlanePixels, 2), plane});
@@ -208,48 +186,6 @@ TEST_F(TiffPlaneDataRunsTest, ZVariesFastestThenTheChannelThenTheTime) {
     }
     expectDirectories(_path, expected);
     EXPECT_EQ(planes.readPlane(1, 2, 0), expected[5]);
-}
-
-TEST_F(TiffPlaneDataRunsTest, InterleavedDirectoriesAreNumberedWithoutTheChannel) {
-    Planes const planes = createPlanes(_path, makeColorGeometry(eCGT_Rgb, eIBT_UInt8, {3, 2, 2, 1, 2}));
-    planes.writePlane("abcdef", 1, 2, 1);
-    EXPECT_EQ(readDirectoryPixels(_path, 3), std::string("\0\0a\0\0b\0\0c\0\0d\0\0e\0\0f", 18));
-}
-
-TEST_F(TiffPlaneDataRunsTest, PixelsOfEveryTypeKeepTheirBits) {
-    for (vlUInt64 type = eIBT_Int8; type <= eIBT_Label8; ++type) {
-        auto const bufferType = static_cast<eImageBufferType>(type);
-        for (eTiffCompression const compression : g_planeCompressions) {
-            Planes const planes = createPlanes(_path, makeGeometry(bufferType, {61, 70}), compression);
-            std::string const plane = noise(planes.countBytes(planes.wholePlane()));
-            planes.writePlane(plane);
-            EXPECT_TRUE(planes.readPlane() == plane) << type;
-            EXPECT_TRUE(openPlanes(_path).readPlane() == plane) << type;
-        }
-    }
-}
-
-TEST_F(TiffPlaneDataRunsTest, WhiteAsZeroInvertsNothing) {
-    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {3, 2});
-    pGeometry->getColorGeometry().setMinIsBlack(false);
-    createPlanes(_path, pGeometry).writePlane("abcdef");
-    EXPECT_EQ(openPlanes(_path).readPlane(), "abcdef");
-    EXPECT_EQ(readDirectoryPixels(_path, 0), "abcdef");
-}
-
-TEST_F(TiffPlaneDataRunsTest, AHandleOfLibtiffAloneWorksAsWell) {
-    for (eTiffCompression const compression : g_planeCompressions) {
-        ImageGeometryPtr const pGeometry =
-            createPlanes(_path, makeGeometry(eIBT_UInt8, g_planeSizes), compression).pGeometry;
-        {
-            Planes const planes = plainPlanes(_path, "r+", pGeometry);
-            planes.writePlane(noise(g_nbPlanePixels), 1, 0, 1);
-            planes.write({1, 0, 1, 9000, 3}, "abc");
-            EXPECT_TRUE(readDirectoryPixels(_path, 3) == noise(g_nbPlanePixels).replace(9000, 3, "abc"));
-        }
-        EXPECT_TRUE(plainPlanes(_path, "r", pGeometry).readPlane(1, 0, 1) ==
-                    noise(g_nbPlanePixels).replace(9000, 3, "abc"));
-    }
 }
 
 TEST_F(TiffPlaneDataRunsTest, RewritingACompressedPlaneDoesNotLetTheFileGrowForEver) {

@@ -5,6 +5,9 @@
 
 namespace velmo::image::file {
 
+using velmo::test::g_noMount;
+using velmo::test::onPrivateDisk;
+
 namespace {
 
 /// Rows of 70000 pixels, each a strip. Zeros compress to sizes that 16 bits count, noise does not, so that a
@@ -40,47 +43,33 @@ TEST_P(TiffPlaneDataWideTest, AWriteFromTheMiddleOfAStripToTheMiddleOfAnotherArr
     expectDirectories(_path, {zeros, std::string(zeros).replace(50000, 200000, pixels), zeros});
 }
 
-TEST_P(TiffPlaneDataWideTest, TheStoredGeometryOutlivesTheNewDirectory) {
-    createPlanes(_path, makeGeometry(eIBT_Label8, {g_wideSizeX, g_wideSizeY, 2}), GetParam())
-        .writePlane(noise(g_nbWidePixels));
+TEST_P(TiffPlaneDataWideTest, StoredGeometryAndUserPropertiesOutliveTheNewDirectory) {
+    TIFF* pTiff = nullptr;
+    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_Label8, {g_wideSizeX, g_wideSizeY, 2});
+    ASSERT_THAT(createTiffFile(_path, *pGeometry, nullptr, "free text", GetParam(), pTiff), Succeeds());
+    Planes{_path, TiffPtr(pTiff), pGeometry}.writePlane(noise(g_nbWidePixels));
     Planes const planes = openPlanes(_path);
     EXPECT_EQ(planes.pGeometry->getBufferType(), eIBT_Label8);
     EXPECT_TRUE(planes.readPlane() == noise(g_nbWidePixels));
     EXPECT_EQ(findText(openPlain(_path, "r", 1), TIFFTAG_PAGENAME), "T=0 C=0 Z=1");
-}
-
-TEST_P(TiffPlaneDataWideTest, UserPropertiesOutliveTheNewDirectory) {
-    TIFF* pTiff = nullptr;
-    ImageGeometryPtr const pGeometry = makeGeometry(eIBT_UInt8, {g_wideSizeX, g_wideSizeY, 2});
-    ASSERT_THAT(createTiffFile(_path, *pGeometry, nullptr, "free text", GetParam(), pTiff), Succeeds());
-    Planes{_path, TiffPtr(pTiff), pGeometry}.writePlane(noise(g_nbWidePixels));
     EXPECT_EQ(OpenedTiff(_path).userProperties, "free text");
 }
 
-TEST_P(TiffPlaneDataWideTest, AnOpenedFileIsWrittenAsWell) {
-    createPlanes(_path, makeGeometry(eIBT_UInt8, {g_wideSizeX, g_wideSizeY, 3}), GetParam());
-    {
-        Planes const planes = openPlanesForWriting(_path);
-        planes.writePlane(noise(g_nbWidePixels, 1), 1);
-        planes.writePlane(noise(g_nbWidePixels, 0), 0);
-        EXPECT_TRUE(planes.readPlane(1) == noise(g_nbWidePixels, 1));
-        EXPECT_TRUE(planes.readPlane(2) == std::string(g_nbWidePixels, '\0'));
+TEST_P(TiffPlaneDataWideTest, AnOpenedFileIsWrittenAsWellAlsoThroughAHandleOfLibtiffAlone) {
+    for (bool const bPlain : {false, true}) {
+        createPlanes(_path, makeGeometry(eIBT_UInt8, {g_wideSizeX, g_wideSizeY, 3}), GetParam());
+        {
+            Planes planes = openPlanesForWriting(_path);
+            if (bPlain) {
+                planes.pTiff = openPlain(_path, "r+");
+            }
+            planes.writePlane(noise(g_nbWidePixels, 1), 1);
+            planes.writePlane(noise(g_nbWidePixels, 0), 0);
+            EXPECT_TRUE(planes.readPlane(1) == noise(g_nbWidePixels, 1));
+        }
+        expectDirectories(
+            _path, {noise(g_nbWidePixels, 0), noise(g_nbWidePixels, 1), std::string(g_nbWidePixels, '\0')});
     }
-    expectDirectories(
-        _path, {noise(g_nbWidePixels, 0), noise(g_nbWidePixels, 1), std::string(g_nbWidePixels, '\0')});
-}
-
-TEST_P(TiffPlaneDataWideTest, AHandleOfLibtiffAloneWritesThemAsWell) {
-    ImageGeometryPtr const pGeometry =
-        createPlanes(_path, makeGeometry(eIBT_UInt8, {g_wideSizeX, g_wideSizeY, 3}), GetParam()).pGeometry;
-    {
-        Planes const planes = plainPlanes(_path, "r+", pGeometry);
-        planes.writePlane(noise(g_nbWidePixels, 1), 1);
-        planes.writePlane(noise(g_nbWidePixels, 0), 0);
-        EXPECT_TRUE(planes.readPlane(1) == noise(g_nbWidePixels, 1));
-    }
-    expectDirectories(
-        _path, {noise(g_nbWidePixels, 0), noise(g_nbWidePixels, 1), std::string(g_nbWidePixels, '\0')});
 }
 
 TEST_P(TiffPlaneDataWideTest, AllChannelsOfRgbArrive) {
@@ -98,5 +87,50 @@ TEST_P(TiffPlaneDataWideTest, AllChannelsOfRgbArrive) {
 
 INSTANTIATE_TEST_SUITE_P(Compressions, TiffPlaneDataWideTest,
                          testing::Values(eTC_None, eTC_Lzw, eTC_Deflate));
+
+namespace {
+
+class TiffPlaneDataSpaceTest : public TiffTest {
+  protected:
+    path const _disk = _folder / "disk";
+};
+
+std::string tryCreate(path const& path, PlaneSizes const& sizes, eTiffCompression compression) {
+    TIFF* pTiff = nullptr;
+    std::string const text =
+        toText(createTiffFile(path, *makeGeometry(eIBT_UInt8, sizes), nullptr, compression, pTiff));
+    return pTiff == nullptr && countDescriptors(path) == 0 ? text : "open";
+}
+
+} // namespace
+
+TEST_F(TiffPlaneDataSpaceTest, CreatingAFileThatDoesNotFitNamesTheDirectory) {
+    std::string const text = onPrivateDisk(_disk, std::size_t{256} << 10U, [&] {
+        return tryCreate(_disk / "planes.tif", {300, 200, 8}, eTC_None);
+    });
+    if (text == g_noMount) {
+        GTEST_SKIP() << text;
+    }
+    EXPECT_THAT(text,
+                testing::MatchesRegex("Failed to initialize strip data of directory 4 for file .*planes.tif\n"
+                                      "Tiff Error : Write error at scanline [0-9]+: No space left on "
+                                      "device"));
+}
+
+TEST_F(TiffPlaneDataSpaceTest, UncompressedPlanesHaveTheirSpaceFromTheirCreation) {
+    std::string const text = onPrivateDisk(_disk, std::size_t{256} << 10U, [&]() -> std::string {
+        Planes const planes = createPlanes(_disk / "planes.tif", makeGeometry(eIBT_UInt8, {300, 200, 4}));
+        velmo::test::fillDisk(_disk / "filler", 0); // takes what is left
+        bool bWritten = true;
+        for (vlUInt64 z = 0; z < 4; ++z) {
+            bWritten = bWritten && planes.tryWrite(planes.wholePlane(z));
+        }
+        return bWritten && planes.readPlane(3) == noise(60000) ? "written" : "lost";
+    });
+    if (text == g_noMount) {
+        GTEST_SKIP() << text;
+    }
+    EXPECT_EQ(text, "written");
+}
 
 } // namespace velmo::image::file

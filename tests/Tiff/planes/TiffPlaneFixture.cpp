@@ -3,9 +3,8 @@
 
 #include "planes/TiffPlaneFixture.h"
 
-#include <csignal>
+#include <cstring>
 #include <random>
-#include <sys/resource.h>
 
 namespace velmo::image::file {
 
@@ -158,9 +157,7 @@ Planes openPlanes(path const& path, OpenRequest const& request) {
 }
 
 Planes openPlanesForWriting(path const& path) {
-    OpenRequest request;
-    request.access = eIAM_ReadWrite;
-    return openPlanes(path, request);
+    return openPlanes(path, {eIAM_ReadWrite});
 }
 
 Planes plainPlanes(path const& path, char const* mode, ImageGeometryPtr const& pGeometry) {
@@ -175,8 +172,9 @@ unsigned int countDirectories(path const& path) {
 std::string noise(vlUInt64 nbBytes, unsigned int seed) {
     std::mt19937 random(seed);
     std::string bytes(nbBytes, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(random() >> 24U);
+    for (std::size_t at = 0; at < bytes.size(); at += 4) {
+        auto const four = static_cast<std::uint32_t>(random());
+        std::memcpy(&bytes[at], &four, std::min<std::size_t>(4, bytes.size() - at));
     }
     return bytes;
 }
@@ -239,14 +237,6 @@ std::string readStripFailed(vlUInt64 strip, PixelRun const& run, path const& pat
 
 std::string writeStripFailed(vlUInt64 strip, PixelRun const& run, path const& path) {
     return stripFailed("write", strip, run, path);
-}
-
-std::string withFileSizeLimit(vlUInt64 limit, std::function<std::string()> const& work) {
-    return inChild([&]() -> std::string {
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit const fileSize{limit, limit};
-        return setrlimit(RLIMIT_FSIZE, &fileSize) == 0 ? work() : "no limit";
-    });
 }
 
 std::string toText(BoolResult const& result) {

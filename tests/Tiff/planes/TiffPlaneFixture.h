@@ -3,14 +3,18 @@
 
 #pragma once
 
+#include "PrivateDisk.h"
 #include "Tiff/model/TiffPixels.h"
 #include "TiffFixture.h"
 
 #include <boost/shared_ptr.hpp>
 #include <memory>
 #include <optional>
+#include <sys/resource.h>
 
 namespace velmo::image::file {
+
+using velmo::test::withLimit;
 
 struct TiffCloser {
     void operator()(TIFF* pTiff) const { TIFFClose(pTiff); }
@@ -109,9 +113,6 @@ std::string getTagFailed(std::string const& tag, path const& path);
 std::string readStripFailed(vlUInt64 strip, PixelRun const& run, path const& path);
 std::string writeStripFailed(vlUInt64 strip, PixelRun const& run, path const& path);
 
-/// What `work` returns in a child process that can write no byte of a file from `limit` on, as on a disk
-/// that is full.
-std::string withFileSizeLimit(vlUInt64 limit, std::function<std::string()> const& work);
 /// A failure with that text and, behind it, the words that libtiff has for the calling thread.
 MATCHER_P(FailsInWords, text, "") {
     *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();

@@ -3,11 +3,11 @@
 
 #include "Tiff/handle/TiffStream.h"
 #include "Tiff/handle/TiffStrips.h"
+#include "files/TiffImageFileFixture.h"
 #include "planes/TiffPlaneFixture.h"
 
 #include <boost/filesystem/operations.hpp>
-#include <fstream>
-#include <sys/resource.h>
+#include <ctime>
 
 namespace velmo::image::file {
 
@@ -99,13 +99,7 @@ namespace {
 
 /// What `work` returns in a child process that can take a gibibyte more.
 std::string withAGibibyte(std::function<std::string()> const& work) {
-    return inChild([&]() -> std::string {
-        std::size_t nbPages = 0;
-        std::ifstream("/proc/self/statm") >> nbPages;
-        constexpr rlim_t pageSize = 4096;
-        rlimit const limit{nbPages * pageSize + (rlim_t{1} << 30U), RLIM_INFINITY};
-        return setrlimit(RLIMIT_AS, &limit) == 0 ? work() : "no limit";
-    });
+    return withLimit(RLIMIT_AS, velmo::test::measureAddressSpace() + (std::size_t{1} << 30U), work);
 }
 
 } // namespace
@@ -133,5 +127,97 @@ TEST_F(TiffStripCapacityTest, TheFirstRowsOfSuchAStripNeedLittleAndAreLeftToLibt
 }
 
 #endif
+
+namespace {
+
+constexpr vlUInt64 g_nbBoundStrips = 3;
+
+/// A page of 4 x 6 pixels in three strips.
+class TiffStripBoundsTest : public TiffTest, public testing::WithParamInterface<std::uint16_t> {
+  protected:
+    TiffStripBoundsTest() {
+        Directory directory = stripDirectory(4, 6, 2, GetParam());
+        directory.pixels = countingBytes(24);
+        writeTiff(_path, {directory});
+    }
+};
+
+} // namespace
+
+TEST_P(TiffStripBoundsTest, AStripBehindTheLastIsNotWritable) {
+    for (vlUInt64 const strip : {g_nbBoundStrips, g_nbBoundStrips + 1, vlUInt64(1) << 40U}) {
+        Planes const planes = openPlanesForWriting(_path);
+        TiffStrips const strips(planes.pTiff.get(), {4, 6, 2, 1});
+        EXPECT_FALSE(strips.requireWritable(strip));
+    }
+}
+
+TEST_P(TiffStripBoundsTest, TheLastStripIsWritten) {
+    std::string const pixels = noise(8);
+    {
+        Planes const planes = openPlanesForWriting(_path);
+        TiffStrips const strips(planes.pTiff.get(), {4, 6, 2, 1});
+        EXPECT_EQ(strips.write(g_nbBoundStrips - 1, pixels.data()), 8);
+    }
+    EXPECT_EQ(readDirectoryPixels(_path, 0), countingBytes(16) + pixels);
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, TiffStripBoundsTest,
+                         testing::Values(COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE));
+
+namespace {
+
+OpenRequest const g_forExtents = {eIAM_ReadWrite, eTDM_Volume, eTBM_Default};
+
+using TiffStripExtentsTest = TiffTest;
+
+class TiffHugeStripTest : public TiffTest, public testing::WithParamInterface<std::uint16_t> {};
+
+constexpr std::uint32_t g_stripSizeX = 64;
+
+/// Seconds of processor that the writing of a plane of so many strips takes.
+double measureWrite(path const& path, std::uint32_t nbStrips) {
+    writeTiff(path, {stripDirectory(g_stripSizeX, nbStrips, 1, COMPRESSION_LZW)});
+    std::string const pixels = noise(vlUInt64{g_stripSizeX} * nbStrips);
+    TiffImageFile file;
+    EXPECT_THAT(openFile(file, path, g_forExtents), Succeeds());
+    std::clock_t const begin = std::clock();
+    writePixels(file, wholePlane(file), pixels);
+    std::clock_t const end = std::clock();
+    EXPECT_TRUE(readPixels(file, wholePlane(file)) == pixels);
+    file.clear();
+    EXPECT_TRUE(readDirectoryPixels(path, 0) == pixels);
+    return static_cast<double>(end - begin) / CLOCKS_PER_SEC;
+}
+
+} // namespace
+
+TEST_P(TiffHugeStripTest, AFileThatIsSmallOnDiskIsWrittenAndReadBack) {
+    constexpr std::uint32_t size = 9000; // libtiff needs leave for more than 64 MiB
+    writeTiff(_path, {stripDirectory(size, size, size, GetParam())});
+    ASSERT_LT(boost::filesystem::file_size(_path), 810000U);
+    std::string const pixels(vlUInt64{size} * size, 'x');
+    {
+        TiffImageFile file;
+        ASSERT_THAT(openFile(file, _path, g_forExtents), Succeeds());
+        writePixels(file, wholePlane(file), pixels);
+    }
+    TiffImageFile file;
+    ASSERT_THAT(openFile(file, _path), Succeeds());
+    EXPECT_TRUE(readPixels(file, wholePlane(file)) == pixels);
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, TiffHugeStripTest,
+                         testing::Values(COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE), [](auto const& codec) {
+                             return std::string(codec.param == COMPRESSION_LZW ? "Lzw" : "Deflate");
+                         });
+
+TEST_F(TiffStripExtentsTest, TheTimeOfAWriteGrowsWithTheStripsAndNoFaster) {
+    double const few = std::min(measureWrite(_path, 5000), measureWrite(_path, 5000));
+    double const many = std::min(measureWrite(_path, 20000), measureWrite(_path, 20000));
+    RecordProperty("secondsOfFew", std::to_string(few));
+    RecordProperty("secondsOfMany", std::to_string(many));
+    EXPECT_LT(many, 7 * few) << "four times is in proportion";
+}
 
 } // namespace velmo::image::file

@@ -77,20 +77,6 @@ TEST(PlaneWeights, OfEveryPolicyAreThoseOfThePlainInterpolation) {
     }
 }
 
-TEST(PlaneWeights, OfTheFirstAndTheLastPlaneAreThosePlanesThemselves) {
-    for (std::vector<float> const& steps : makeSteps()) {
-        for (auto const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
-            PlanePositions const positions(steps);
-            PlaneWeights const first = positions.weigh(0, 17, policy);
-            PlaneWeights const last = positions.weigh(16, 17, policy);
-            EXPECT_EQ(first.base, 0U);
-            EXPECT_EQ(first.nbTerms, 0U);
-            EXPECT_EQ(last.base, steps.size());
-            EXPECT_EQ(last.nbTerms, 0U);
-        }
-    }
-}
-
 TEST(PlaneWeights, OfAnInputPlanesPositionAreThatPlaneAlone) {
     std::vector<float> const steps = {1, 3, 2}; // positions 0 1 4 6
     for (auto const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
@@ -100,6 +86,42 @@ TEST(PlaneWeights, OfAnInputPlanesPositionAreThatPlaneAlone) {
             EXPECT_EQ(weights.base, plane);
             EXPECT_EQ(weights.nbTerms, 0U);
         }
+        for (std::vector<float> const& others : makeSteps()) {
+            PlaneWeights const last = PlanePositions(others).weigh(16, 17, policy);
+            EXPECT_EQ(last.base, others.size());
+            EXPECT_EQ(last.nbTerms, 0U);
+        }
+        for (vlUInt64 index = 0; index < 4; ++index) {
+            EXPECT_THAT(getShares({}, index, 4, policy), ElementsAre(1)); // one plane everywhere
+        }
+    }
+}
+
+// Written out, beside the plain interpolation. With even steps the cubic one is 9/16, 9/16, -1/16, -1/16 half
+// way; at the ends (y0 + y1) / 2 + (slope0 - slope1) / 8 with the slopes y1 - y0 and (y2 - y0) / 2.
+TEST(PlaneWeights, OfAFewPositionsAreThoseOfTheFormulas) {
+    std::vector<float> const uneven = {2, 4}; // positions 0 2 6
+    std::vector<float> const even = {1, 1, 1};
+    struct {
+        std::vector<float> steps;
+        vlUInt64 index, nbPlanes;
+        eInterpolationPolicy policy;
+        Column shares;
+    } const cases[] = {{uneven, 1, 7, eIP_Nearest, {1, 0, 0}}, // half way: the plane before
+                       {uneven, 4, 7, eIP_Nearest, {0, 1, 0}},
+                       {uneven, 3, 7, eIP_Nearest, {0, 1, 0}},
+                       {uneven, 5, 7, eIP_Nearest, {0, 0, 1}},
+                       {uneven, 3, 13, eIP_Nearest, {0, 1, 0}},
+                       {uneven, 1, 7, eIP_Linear, {0.5, 0.5, 0}},
+                       {uneven, 3, 7, eIP_Linear, {0, 0.75, 0.25}},
+                       {uneven, 5, 7, eIP_Linear, {0, 0.25, 0.75}},
+                       {even, 3, 7, eIP_Cubic, {-0.0625, 0.5625, 0.5625, -0.0625}},
+                       {even, 1, 7, eIP_Cubic, {0.4375, 0.625, -0.0625, 0}},
+                       {even, 5, 7, eIP_Cubic, {0, -0.0625, 0.625, 0.4375}},
+                       {{8}, 3, 9, eIP_Cubic, {0.625, 0.375}}};
+    for (auto const& entry : cases) {
+        EXPECT_THAT(getShares(entry.steps, entry.index, entry.nbPlanes, entry.policy),
+                    Pointwise(DoubleNear(1e-15), entry.shares));
     }
 }
 
@@ -114,53 +136,6 @@ TEST(PlaneWeights, OfAPositionThatMissesAPlaneByARoundingAreThatPlaneAlone) {
                 EXPECT_EQ(weights.nbTerms, 0U);
             }
         }
-    }
-}
-
-TEST(PlaneWeights, NearestTakesThePlaneBeforeHalfWay) {
-    std::vector<float> const steps = {2, 4};                                // positions 0 2 6
-    EXPECT_THAT(getShares(steps, 1, 7, eIP_Nearest), ElementsAre(1, 0, 0)); // 1: half way
-    EXPECT_THAT(getShares(steps, 4, 7, eIP_Nearest), ElementsAre(0, 1, 0)); // 4: half way
-    EXPECT_THAT(getShares(steps, 3, 7, eIP_Nearest), ElementsAre(0, 1, 0));
-    EXPECT_THAT(getShares(steps, 5, 7, eIP_Nearest), ElementsAre(0, 0, 1));
-    EXPECT_THAT(getShares(steps, 3, 13, eIP_Nearest), ElementsAre(0, 1, 0)); // 1.5
-}
-
-TEST(PlaneWeights, LinearSharesByTheDistances) {
-    std::vector<float> const steps = {2, 4}; // positions 0 2 6
-    EXPECT_THAT(getShares(steps, 1, 7, eIP_Linear), ElementsAre(0.5, 0.5, 0));
-    EXPECT_THAT(getShares(steps, 3, 7, eIP_Linear), ElementsAre(0, 0.75, 0.25));
-    EXPECT_THAT(getShares(steps, 5, 7, eIP_Linear), ElementsAre(0, 0.25, 0.75));
-}
-
-TEST(PlaneWeights, CubicHalfWayBetweenEvenPlanesIsNineNineMinusOneMinusOne) {
-    EXPECT_THAT(getShares({1, 1, 1}, 3, 7, eIP_Cubic),
-                ElementsAre(DoubleNear(-0.0625, 1e-15), DoubleNear(0.5625, 1e-15), DoubleNear(0.5625, 1e-15),
-                            DoubleNear(-0.0625, 1e-15)));
-}
-
-TEST(PlaneWeights, CubicAtTheEndsTakesTheSlopeOfTheOnlyLine) {
-    // Half way in the first of even steps: (y0 + y1) / 2 + (slope0 - slope1) / 8 with the slopes
-    // y1 - y0 and (y2 - y0) / 2.
-    EXPECT_THAT(
-        getShares({1, 1, 1}, 1, 7, eIP_Cubic),
-        ElementsAre(DoubleNear(0.4375, 1e-15), DoubleNear(0.625, 1e-15), DoubleNear(-0.0625, 1e-15), 0));
-    EXPECT_THAT(
-        getShares({1, 1, 1}, 5, 7, eIP_Cubic),
-        ElementsAre(0, DoubleNear(-0.0625, 1e-15), DoubleNear(0.625, 1e-15), DoubleNear(0.4375, 1e-15)));
-}
-
-TEST(PlaneWeights, CubicBetweenTwoPlanesIsTheStraightLine) {
-    EXPECT_THAT(getShares({8}, 3, 9, eIP_Cubic),
-                ElementsAre(DoubleNear(0.625, 1e-15), DoubleNear(0.375, 1e-15)));
-}
-
-TEST(PlaneWeights, OfOnePlaneAreThatPlaneEverywhere) {
-    for (auto const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
-        for (vlUInt64 index = 0; index < 4; ++index) {
-            EXPECT_THAT(getShares({}, index, 4, policy), ElementsAre(1));
-        }
-        EXPECT_THAT(getShares({}, 0, 1, policy), ElementsAre(1));
     }
 }
 
@@ -184,20 +159,6 @@ TEST(PlaneWeights, AreFiniteForStepsThatAreAsDifferentAsCanBe) {
                     EXPECT_TRUE(std::isfinite(share))
                         << testing::PrintToString(steps) << " policy " << policy << " plane " << index;
                 }
-            }
-        }
-    }
-}
-
-TEST(PlaneWeights, UseFourNeighbouringPlanesAtMost) {
-    for (std::vector<float> const& steps : makeSteps()) {
-        for (vlUInt64 index = 0; index < 53; ++index) {
-            PlaneWeights const weights = PlanePositions(steps).weigh(index, 53, eIP_Cubic);
-            EXPECT_LE(weights.nbTerms, 3U);
-            for (unsigned int term = 0; term < weights.nbTerms; ++term) {
-                auto const distance = static_cast<std::int64_t>(weights.terms[term].plane) -
-                                      static_cast<std::int64_t>(weights.base);
-                EXPECT_TRUE(distance == -1 || distance == 1 || distance == 2) << distance;
             }
         }
     }

@@ -77,18 +77,6 @@ TEST_F(ResampleRules, NoValueIsTakenBeforeInit) {
               text("InOutputImg3dZSize"));
 }
 
-TEST_F(ResampleRules, EmptyPointersAreRefused) {
-    EXPECT_EQ(refusal<InImg3d>(ImageConstPtr()),
-              "Processor ResampleCustomZStack3dImgLvl1 needs a value for InImg3d");
-    EXPECT_EQ(refusal<InZSteps>(ZStepsConstPtr()),
-              "Processor ResampleCustomZStack3dImgLvl1 needs a value for InZSteps");
-}
-
-TEST_F(ResampleRules, AnImageWithoutAGeometryBehindStepsIsThrown) {
-    _processor.set<InZSteps>(makeZSteps({1}));
-    EXPECT_THROW(_processor.set<InImg3d>(boost::make_shared<MemoryImage>()), VELMOImageException);
-}
-
 TEST_F(ResampleRules, PlanesOfDifferentTypesAreRefusedWithTheirPlace) {
     std::string const text = "InImg3d has planes of different pixel types: plane z=2 is of type eIBT_UInt16";
     auto const types = {eIBT_UInt8, eIBT_UInt8, eIBT_UInt16};
@@ -106,13 +94,11 @@ TEST_F(ResampleRules, StepsMustBeOneFewerThanThePlanesInEitherOrder) {
               "InZSteps of 3 steps does not fit InImg3d of 3 planes");
     EXPECT_EQ(refusal<InZSteps>(makeZSteps({})), "InZSteps of 0 steps does not fit InImg3d of 3 planes");
     _processor.init(processor::ePRP_Strict);
-    _processor.set<InZSteps>(makeZSteps({1}));
-    EXPECT_EQ(refusal<InImg3d>(_pThree), text);
-}
-
-TEST_F(ResampleRules, AnImageWithoutPlanesFitsNoSteps) {
     _processor.set<InImg3d>(makeColumn(eIBT_UInt8, {}));
     EXPECT_EQ(refusal<InZSteps>(makeZSteps({})), "InZSteps of 0 steps does not fit InImg3d of 0 planes");
+    _processor.init(processor::ePRP_Strict);
+    _processor.set<InZSteps>(makeZSteps({1}));
+    EXPECT_EQ(refusal<InImg3d>(_pThree), text);
 }
 
 TEST_F(ResampleRules, AValueThatIsRefusedLeavesTheOneBefore) {
@@ -129,57 +115,36 @@ TEST_F(ResampleRules, AValueThatIsRefusedLeavesTheOneBefore) {
     EXPECT_THAT(getResult(), ElementsAre(1, 2, 3));
 }
 
-TEST_F(ResampleRules, ASizeZOfZeroIsRefused) {
-    EXPECT_EQ(refusal<InOutputImg3dZSize>(0), "InOutputImg3dZSize cannot be 0");
-}
-
-TEST_F(ResampleRules, APolicyOutsideOfTheEnumerationIsRefused) {
-    EXPECT_THROW(_processor.set<InInterpolationPolicy>(static_cast<eInterpolationPolicy>(3)),
-                 VELMOBaseProcessingException);
-}
-
-TEST_F(ResampleRules, ARunNeedsAnImage) {
-    _processor.set<InZSteps>(makeZSteps({1, 1}));
-    _processor.set<InOutputImg3dZSize>(3);
-    EXPECT_EQ(runRefusal(), "Processor ResampleCustomZStack3dImgLvl1 needs a value for InImg3d");
-}
-
-TEST_F(ResampleRules, ARunNeedsSteps) {
-    _processor.set<InImg3d>(_pThree);
-    _processor.set<InOutputImg3dZSize>(3);
-    EXPECT_EQ(runRefusal(), "Processor ResampleCustomZStack3dImgLvl1 needs a value for InZSteps");
-}
-
-TEST_F(ResampleRules, ARunNeedsASizeZ) {
-    _processor.set<InImg3d>(_pThree);
-    _processor.set<InZSteps>(makeZSteps({1, 1}));
-    EXPECT_EQ(runRefusal(), "Processor ResampleCustomZStack3dImgLvl1 needs a value for InOutputImg3dZSize");
-}
-
-TEST_F(ResampleRules, ThereIsNoResultWithoutARun) {
-    EXPECT_EQ(resultRefusal(), g_noResult);
-    _processor.set<InImg3d>(_pThree);
-    EXPECT_EQ(resultRefusal(), g_noResult);
+TEST_F(ResampleRules, ARunNeedsEachValueAndThereIsNoResultWithoutIt) {
+    std::string const needs = "Processor ResampleCustomZStack3dImgLvl1 needs a value for ";
     EXPECT_EQ(thrownText<VELMOBaseProcessingException>(
                   [] { ResampleCustomZStack3dImgLvl1().getStorage<OutImg>(); }),
               g_noResult);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(runRefusal(), needs + "InImg3d");
+        _processor.set<InImg3d>(_pThree);
+        EXPECT_EQ(runRefusal(), needs + "InZSteps");
+        _processor.set<InZSteps>(makeZSteps({1, 1}));
+        EXPECT_EQ(runRefusal(), needs + "InOutputImg3dZSize");
+        _processor.set<InOutputImg3dZSize>(3);
+        EXPECT_EQ(resultRefusal(), g_noResult);
+        EXPECT_EQ(run(), 0U);
+        EXPECT_THAT(getResult(), ElementsAre(1, 2, 3));
+        _processor.init(processor::ePRP_Strict); // forgets the values and the result
+        EXPECT_EQ(resultRefusal(), g_noResult);
+    }
 }
 
-TEST_F(ResampleRules, ARunThatIsRefusedTakesTheFormerResultAway) {
-    Resampling resampling(_pThree, {1, 1}, eIP_Linear, 3);
-    EXPECT_EQ(resampling.processor.run(processor::eST_Synchronous).getStatus(), 0U);
-    resampling.processor.init(processor::ePRP_Strict);
-    EXPECT_THROW(resampling.processor.run(processor::eST_Synchronous), VELMOBaseProcessingException);
-    EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { resampling.processor.getStorage<OutImg>(); }),
-              g_noResult);
-}
-
-TEST_F(ResampleRules, InitForgetsTheResult) {
-    Resampling resampling(_pThree, {1, 1}, eIP_Linear, 3);
-    EXPECT_EQ(resampling.processor.run(processor::eST_Synchronous).getStatus(), 0U);
-    EXPECT_NO_THROW(resampling.processor.getStorage<OutImg>());
-    resampling.processor.init(processor::ePRP_Strict);
-    EXPECT_THROW(resampling.processor.getStorage<OutImg>(), VELMOBaseProcessingException);
+TEST_F(ResampleRules, EmptyPointersImagesWithoutAGeometryAndValuesOutsideAreRefused) {
+    EXPECT_EQ(refusal<InImg3d>(ImageConstPtr()),
+              "Processor ResampleCustomZStack3dImgLvl1 needs a value for InImg3d");
+    EXPECT_EQ(refusal<InZSteps>(ZStepsConstPtr()),
+              "Processor ResampleCustomZStack3dImgLvl1 needs a value for InZSteps");
+    EXPECT_EQ(refusal<InOutputImg3dZSize>(0), "InOutputImg3dZSize cannot be 0");
+    EXPECT_THROW(_processor.set<InInterpolationPolicy>(static_cast<eInterpolationPolicy>(3)),
+                 VELMOBaseProcessingException);
+    _processor.set<InZSteps>(makeZSteps({1}));
+    EXPECT_THROW(_processor.set<InImg3d>(boost::make_shared<MemoryImage>()), VELMOImageException);
 }
 
 TEST_F(ResampleRules, ASecondRunMakesASecondResult) {

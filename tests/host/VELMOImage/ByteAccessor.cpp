@@ -52,7 +52,7 @@ void ByteAccessor::create(boost::filesystem::path const& path, BaseImageGeometry
                           bool bSharedRemote) {
     initBase(path, accessMode, geometry, pCalibration, bSharedRemote);
     _pStorage = ByteStorage::open(getFilePath().string());
-    resizeData(getGeometry());
+    static_cast<void>(resizeData(getGeometry())); // cannot fail
 }
 
 BoolResult ByteAccessor::resizeData(BaseImageGeometry const& geometry) {

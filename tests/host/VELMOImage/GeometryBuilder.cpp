@@ -11,42 +11,6 @@ namespace velmo::test {
 
 using namespace velmo::image;
 
-GeometryBuilder& GeometryBuilder::plane(vlUInt64 sizeX, vlUInt64 sizeY) {
-    _sizeX = sizeX;
-    _sizeY = sizeY;
-    return *this;
-}
-
-GeometryBuilder& GeometryBuilder::volume(vlUInt64 sizeZ) {
-    _volume.init3d(sizeZ);
-    return *this;
-}
-
-GeometryBuilder& GeometryBuilder::color(eColorGeometryType type) {
-    _color.init(type);
-    return *this;
-}
-
-GeometryBuilder& GeometryBuilder::channels(vlUInt64 sizeC) {
-    _color.initUser(sizeC);
-    return *this;
-}
-
-GeometryBuilder& GeometryBuilder::sequence(vlUInt64 sizeT) {
-    _temporal.initSequence(sizeT);
-    return *this;
-}
-
-GeometryBuilder& GeometryBuilder::type(eImageBufferType bufferType) {
-    _bufferType = bufferType;
-    return *this;
-}
-
-GeometryBuilder& GeometryBuilder::types(std::vector<eImageBufferType> const& bufferTypes) {
-    _bufferTypes = bufferTypes;
-    return *this;
-}
-
 ImageGeometryPtr GeometryBuilder::build() const {
     if (_bufferTypes.empty()) {
         return geometry(_bufferType, _sizeX, _sizeY, _volume, _color, _temporal);

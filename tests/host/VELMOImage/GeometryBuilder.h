@@ -13,14 +13,16 @@ namespace velmo::test {
 /// Geometries for tests: a grey plane of 5 x 3 pixels of 8 bits unless told otherwise.
 class GeometryBuilder {
   public:
-    GeometryBuilder& plane(vlUInt64 sizeX, vlUInt64 sizeY);
-    GeometryBuilder& volume(vlUInt64 sizeZ);
-    GeometryBuilder& color(image::eColorGeometryType type);
-    GeometryBuilder& channels(vlUInt64 sizeC);
-    GeometryBuilder& sequence(vlUInt64 sizeT);
-    GeometryBuilder& type(image::eImageBufferType bufferType);
+    GeometryBuilder& plane(vlUInt64 sizeX, vlUInt64 sizeY) { return _sizeX = sizeX, _sizeY = sizeY, *this; }
+    GeometryBuilder& volume(vlUInt64 sizeZ) { return _volume.init3d(sizeZ), *this; }
+    GeometryBuilder& color(image::eColorGeometryType type) { return _color.init(type), *this; }
+    GeometryBuilder& channels(vlUInt64 sizeC) { return _color.initUser(sizeC), *this; }
+    GeometryBuilder& sequence(vlUInt64 sizeT) { return _temporal.initSequence(sizeT), *this; }
+    GeometryBuilder& type(image::eImageBufferType bufferType) { return _bufferType = bufferType, *this; }
     /// Makes the geometry heterogeneous.
-    GeometryBuilder& types(std::vector<image::eImageBufferType> const& bufferTypes);
+    GeometryBuilder& types(std::vector<image::eImageBufferType> const& types) {
+        return _bufferTypes = types, *this;
+    }
 
     image::ImageGeometryPtr build() const;
 

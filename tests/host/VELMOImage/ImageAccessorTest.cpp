@@ -40,15 +40,11 @@ void expectCleared(BaseDiskImageAccessor const& accessor) {
 
 } // namespace
 
-TEST(ImageAccessor, IsNotInitialisedBeforeAndAfterClear) {
+TEST(ImageAccessor, IsNotInitialisedAtFirstAndAfterClear) {
     ByteAccessor accessor;
     expectCleared(accessor);
     accessor.clear();
     expectCleared(accessor);
-}
-
-TEST(ImageAccessor, ClearDropsWhatTheSubclassAndTheBaseHold) {
-    ByteAccessor accessor;
     accessor.create("clear.raw", *GeometryBuilder().build(), makeCalibration(), eIAM_ReadWrite, true);
     EXPECT_TRUE(accessor.isInit());
     accessor.clear();
@@ -88,15 +84,6 @@ TEST(ImageAccessor, CanBeInitialisedWithWhatItHolds) {
     }
 }
 
-TEST(ImageAccessor, ResizingTheDataLeavesTheGeometry) {
-    ByteAccessor accessor;
-    accessor.create("resize.raw", *GeometryBuilder().build());
-    std::string const before = describe(accessor.getGeometry());
-    EXPECT_TRUE(accessor.resizeData(*GeometryBuilder().volume(9).build()));
-    EXPECT_EQ(describe(accessor.getGeometry()), before);
-    EXPECT_EQ(accessor.getStorage().bytes.size(), 15U * 9);
-}
-
 TEST(ImageAccessor, DescribesItselfByClassSizesAndPixelType) {
     ByteAccessor accessor;
     EXPECT_EQ(accessor.getImageInfoStr(), "velmo::test::ByteAccessor");
@@ -123,24 +110,13 @@ TEST(ImageAccessor, TheStateOfTheBaseComesBackFromArchives) {
             ASSERT_TRUE(pRead->getGeometricCalibrationConstPtr());
             EXPECT_EQ(pRead->getGeometricCalibrationConstPtr()->getUnit(), "mm");
         }
+        accessor.create("plain.raw", *kind.pGeometry);
+        EXPECT_TRUE(fromBinary(toBinary(accessor), fromBinaryRecord));
+        EXPECT_FALSE(fromBinaryRecord.getGeometricCalibrationConstPtr());
+        EXPECT_FALSE(fromBinaryRecord.hasSharedRemoteAccess());
+        EXPECT_TRUE(fromBinary(toBinary(ByteAccessor()), fromBinaryRecord));
+        expectCleared(fromBinaryRecord);
     }
-}
-
-TEST(ImageAccessor, AnEmptyCalibrationComesBackAsEmpty) {
-    ByteAccessor accessor;
-    accessor.create("plain.raw", *GeometryBuilder().build());
-    ByteAccessor read;
-    read.create("other.raw", *GeometryBuilder().build(), makeCalibration());
-    EXPECT_TRUE(fromBinary(toBinary(accessor), read));
-    EXPECT_FALSE(read.getGeometricCalibrationConstPtr());
-    EXPECT_FALSE(read.hasSharedRemoteAccess());
-}
-
-TEST(ImageAccessor, AnAccessorThatIsNotInitialisedComesBackAsSuch) {
-    ByteAccessor read;
-    read.create("before.raw", *GeometryBuilder().build(), makeCalibration(), eIAM_ReadWrite, true);
-    EXPECT_TRUE(fromBinary(toBinary(ByteAccessor()), read));
-    expectCleared(read);
 }
 
 TEST(ImageAccessor, ARecordCutAtAnyByteIsRefused) {

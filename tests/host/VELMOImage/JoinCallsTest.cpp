@@ -58,51 +58,31 @@ class JoinCalls : public testing::TestWithParam<JoinCall> {
 
 } // namespace
 
-TEST_P(JoinCalls, PutThePlanesOfThePartsOneAfterTheOther) {
-    auto const parts = makeParts({2, 1, 3});
-    ImagePtr const pWhole = join(parts);
-    ASSERT_TRUE(pWhole);
-    EXPECT_EQ(describe(pWhole->getGeometry()), describe(*builder(6).build()));
-    EXPECT_TRUE(readAll(*pWhole) == readParts(parts, GetParam().axis));
-}
-
-TEST_P(JoinCalls, KeepTheOrderOfTheVector) {
-    auto parts = makeParts({1, 2, 1});
-    std::swap(parts[0], parts[2]);
-    EXPECT_TRUE(readAll(*join(parts)) == readParts(parts, GetParam().axis));
-}
-
-TEST_P(JoinCalls, TakeOnePartOnly) {
-    auto const parts = makeParts({3});
-    ImagePtr const pWhole = join(parts);
-    EXPECT_EQ(describe(pWhole->getGeometry()), describe(*builder(3).build()));
-    EXPECT_TRUE(readAll(*pWhole) == readAll(*parts.front()));
-}
-
-TEST_P(JoinCalls, TakeOneImageTwice) {
-    auto const parts = makeParts({2});
-    std::vector<ImagePtr> const twice = {parts[0], parts[0]};
-    EXPECT_TRUE(readAll(*join(twice)) == readParts(twice, GetParam().axis));
+TEST_P(JoinCalls, PutThePlanesOfThePartsOneAfterTheOtherInTheOrderOfTheVector) {
+    auto swapped = makeParts({1, 2, 1});
+    std::swap(swapped[0], swapped[2]);
+    auto const part = makeParts({2}).front();
+    for (auto const& parts : {makeParts({2, 1, 3}),
+                              swapped,
+                              makeParts({3}),
+                              {part, part},
+                              makeParts({0, 2, 0, 0, 1, 0}),
+                              makeParts(std::vector<vlUInt64>(300, 1))}) {
+        vlUInt64 length = 0;
+        for (ImagePtr const& pPart : parts) {
+            length += getLength(*pPart);
+        }
+        ImagePtr const pWhole = join(parts);
+        ASSERT_TRUE(pWhole);
+        EXPECT_EQ(describe(pWhole->getGeometry()), describe(*builder(length).build()));
+        EXPECT_TRUE(readAll(*pWhole) == readParts(parts, GetParam().axis));
+    }
 }
 
 TEST_P(JoinCalls, TakeWhatTheyMade) {
     auto const parts = makeParts({2, 1, 3, 1});
     ImagePtr const pWhole = join({join({parts[0], parts[1]}), join({parts[2], parts[3]})});
     EXPECT_EQ(describe(pWhole->getGeometry()), describe(*builder(7).build()));
-    EXPECT_TRUE(readAll(*pWhole) == readParts(parts, GetParam().axis));
-}
-
-TEST_P(JoinCalls, PassOverAPartWithoutPlanes) {
-    auto const parts = makeParts({0, 2, 0, 0, 1, 0});
-    ImagePtr const pWhole = join(parts);
-    EXPECT_EQ(getLength(*pWhole), 3U);
-    EXPECT_TRUE(readAll(*pWhole) == readParts(parts, GetParam().axis));
-}
-
-TEST_P(JoinCalls, JoinManyParts) {
-    auto const parts = makeParts(std::vector<vlUInt64>(300, 1));
-    ImagePtr const pWhole = join(parts);
-    EXPECT_EQ(getLength(*pWhole), 300U);
     EXPECT_TRUE(readAll(*pWhole) == readParts(parts, GetParam().axis));
 }
 
@@ -174,44 +154,25 @@ TEST_P(JoinCalls, KeepWhatTheyReadFromAlive) {
     EXPECT_TRUE(pAccessor.expired());
 }
 
-TEST_P(JoinCalls, TakeTheCalibrationOfTheFirstPart) {
-    std::vector<ImagePtr> parts;
-    std::vector<GeometricCalibrationPtr> calibrations;
-    for (char const* const unit : {"mm", "um"}) {
-        auto const pAccessor = boost::make_shared<ByteAccessor>();
-        calibrations.push_back(createGeometricCalibration2d(1, 2, unit, 0, 0, 0, 0, 0));
-        pAccessor->create(std::string("calibrated in ") + unit, *builder(1).build(), calibrations.back());
-        parts.push_back(boost::make_shared<DiskImage>(pAccessor));
-    }
-    EXPECT_EQ(join(parts)->getGeometricCalibrationConstPtr(), calibrations[0]);
-}
-
-TEST_P(JoinCalls, HaveNoCalibrationWhereTheFirstPartHasNone) {
+TEST_P(JoinCalls, TakeTheCalibrationOfTheFirstPartAndNoUserProperties) {
     auto parts = makeParts({1});
     auto const pAccessor = boost::make_shared<ByteAccessor>();
-    pAccessor->create("calibrated second", *builder(1).build(),
-                      createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0));
+    auto const pCalibration = createGeometricCalibration2d(1, 2, "mm", 0, 0, 0, 0, 0);
+    pAccessor->create("calibrated second", *builder(1).build(), pCalibration);
     parts.push_back(boost::make_shared<DiskImage>(pAccessor));
-    EXPECT_FALSE(join(parts)->hasGeometricCalibration());
-}
-
-TEST_P(JoinCalls, HaveNoUserProperties) {
-    auto const parts = makeParts({1, 1});
     parts[0]->setUserPropertiesStr("of the first");
+    EXPECT_FALSE(join(parts)->hasGeometricCalibration());
     EXPECT_EQ(join(parts)->getUserPropertiesStr(), "");
+    std::swap(parts[0], parts[1]);
+    EXPECT_EQ(join(parts)->getGeometricCalibrationConstPtr(), pCalibration);
 }
 
-TEST_P(JoinCalls, MakeAnImageThatTakesNoOtherGeometry) {
-    ImagePtr const pWhole = join(makeParts({1, 1}));
-    std::string const before = describe(pWhole->getGeometry());
+TEST_P(JoinCalls, MakeAnImageThatTakesNoOtherGeometryAndWhoseCpuCopyHoldsAllPixels) {
+    auto const parts = makeParts({2, 1});
+    ImagePtr const pWhole = join(parts);
     EXPECT_THAT(pWhole->init(*GeometryBuilder().build()),
                 FailsWith("This kind of image takes its geometry at construction"));
-    EXPECT_EQ(describe(pWhole->getGeometry()), before);
-}
-
-TEST_P(JoinCalls, MakeAnImageWhoseCpuCopyHoldsAllPixels) {
-    auto const parts = makeParts({2, 1});
-    ImageConstPtr const pCopy = join(parts)->createCpuCopy();
+    ImageConstPtr const pCopy = pWhole->createCpuCopy();
     EXPECT_NE(dynamic_cast<MemoryImage const*>(pCopy.get()), nullptr);
     EXPECT_TRUE(readAll(*pCopy) == readParts(parts, GetParam().axis));
 }
@@ -229,11 +190,8 @@ TEST_P(JoinCalls, AreStoredInTheFilesOfAllTheirParts) {
     EXPECT_FALSE(pWhole->isStoredIn("/etc/missing/passwd"));
 }
 
-TEST_P(JoinCalls, RefuseToJoinNothing) {
+TEST_P(JoinCalls, RefuseToJoinNothingAndAnEmptyPointerWithItsPlace) {
     EXPECT_EQ(refusal({}), "There are no images to join");
-}
-
-TEST_P(JoinCalls, RefuseAnEmptyPointerWithItsPlace) {
     auto parts = makeParts({1, 1});
     parts.insert(parts.begin() + 1, ImagePtr());
     EXPECT_EQ(refusal(parts), "Image 1 of those to join is missing");

@@ -41,7 +41,7 @@ Found locate(JoinLayout const& layout, vlUInt64 z, vlUInt64 c, vlUInt64 t) {
 
 /// Parts that do not fit, and the text of the refusal.
 struct Mismatch {
-    char const* name;
+    std::string name;
     eJoinAxis axis;
     GeometryBuilder first;
     GeometryBuilder second;
@@ -61,21 +61,22 @@ std::vector<Mismatch> makeMismatches() {
     constexpr auto Z = eJoinAxis::Z;
     constexpr auto T = eJoinAxis::T;
     char const* const plain = "x=5 y=3 z=2 c=1 t=1 eIBT_UInt8";
-    return {
-        {"SizeXAlongZ", Z, volume(), volume().plane(4, 3), "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
-        {"SizeXAlongT", T, volume(), volume().plane(4, 3), "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
-        {"SizeYAlongZ", Z, volume(), volume().plane(5, 4), "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
-        {"SizeYAlongT", T, volume(), volume().plane(5, 4), "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
+    std::vector<Mismatch> mismatches = {
         {"SizeZAlongT", T, volume(), volume().volume(3), "x=5 y=3 z=3 c=1 t=1 eIBT_UInt8", plain},
-        {"SizeCAlongZ", Z, volume().channels(2), volume().channels(3), "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8",
-         "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
-        {"SizeCAlongT", T, volume().channels(2), volume().channels(3), "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8",
-         "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
-        {"ColorsAlongZ", Z, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
-         "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"},
-        {"ColorsAlongT", T, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
-         "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"},
         {"TypeAlongZ", Z, volume(), volume().type(eIBT_Label8), "x=5 y=3 z=2 c=1 t=1 eIBT_Label8", plain}};
+    for (auto const& [name, axis] : {std::make_pair("AlongZ", Z), std::make_pair("AlongT", T)}) {
+        mismatches.insert(
+            mismatches.end(),
+            {{std::string("SizeX") + name, axis, volume(), volume().plane(4, 3),
+              "x=4 y=3 z=2 c=1 t=1 eIBT_UInt8", plain},
+             {std::string("SizeY") + name, axis, volume(), volume().plane(5, 4),
+              "x=5 y=4 z=2 c=1 t=1 eIBT_UInt8", plain},
+             {std::string("SizeC") + name, axis, volume().channels(2), volume().channels(3),
+              "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=2 t=1 eIBT_UInt8"},
+             {std::string("Colors") + name, axis, volume().color(eCGT_Rgb), volume().color(eCGT_HSV),
+              "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8", "x=5 y=3 z=2 c=3 t=1 eIBT_UInt8"}});
+    }
+    return mismatches;
 }
 
 class JoinMismatch : public testing::TestWithParam<Mismatch> {};
@@ -100,15 +101,14 @@ INSTANTIATE_TEST_SUITE_P(JoinLayout, JoinMismatch, testing::ValuesIn(makeMismatc
                          [](auto const& mismatch) { return mismatch.param.name; });
 
 TEST(JoinLayout, APartWithoutExactlyOneTimeStepIsRefusedAlongZWithTheirNumber) {
-    EXPECT_EQ(joinedGeometry({volume().build(), volume().sequence(2).build()}, eJoinAxis::Z),
-              "Image 1 (x=5 y=3 z=2 c=1 t=2 eIBT_UInt8) has 2 time steps: only images of one time step are "
-              "joined along Z");
-    EXPECT_EQ(joinedGeometry({volume().sequence(0).build(), volume().build()}, eJoinAxis::Z),
-              "Image 0 (x=5 y=3 z=2 c=1 t=0 eIBT_UInt8) has 0 time steps: only images of one time step are "
-              "joined along Z");
-    EXPECT_EQ(joinedGeometry({volume().sequence(3).build(), volume().sequence(3).build()}, eJoinAxis::Z),
-              "Image 0 (x=5 y=3 z=2 c=1 t=3 eIBT_UInt8) has 3 time steps: only images of one time step are "
-              "joined along Z");
+    for (vlUInt64 const sizeT : {0U, 2U, 3U}) {
+        auto const pPart = volume().sequence(sizeT).build();
+        std::string const text = " (x=5 y=3 z=2 c=1 t=" + std::to_string(sizeT) + " eIBT_UInt8) has " +
+                                 std::to_string(sizeT) +
+                                 " time steps: only images of one time step are joined along Z";
+        EXPECT_EQ(joinedGeometry({volume().build(), pPart}, eJoinAxis::Z), "Image 1" + text);
+        EXPECT_EQ(joinedGeometry({pPart, pPart}, eJoinAxis::Z), "Image 0" + text);
+    }
 }
 
 TEST(JoinLayout, APartWhoseTimeStepHasPlanesOfDifferentTypesIsRefusedWithItsPlace) {
@@ -134,34 +134,36 @@ TEST(JoinLayout, APartWithOneTypeForEachPlaneThatAreAllTheSameJoins) {
     }
 }
 
-TEST(JoinLayout, NothingToJoinIsRefused) {
-    EXPECT_EQ(joinedGeometry({}, eJoinAxis::Z), "There are no images to join");
-    EXPECT_EQ(joinedGeometry({}, eJoinAxis::T), "There are no images to join");
-}
-
-TEST(JoinLayout, PlanesBecomeAVolume) {
-    EXPECT_EQ(joinedGeometry({GeometryBuilder().build(), GeometryBuilder().build()}, eJoinAxis::Z),
-              describe(*volume().build()));
-    EXPECT_EQ(joinedGeometry({GeometryBuilder().build()}, eJoinAxis::Z),
-              describe(*GeometryBuilder().volume(1).build()));
-}
-
-TEST(JoinLayout, ATimeStepBecomesASequence) {
-    EXPECT_EQ(joinedGeometry({volume().build()}, eJoinAxis::T), describe(*volume().sequence(1).build()));
-    EXPECT_EQ(
-        joinedGeometry({GeometryBuilder().build(), GeometryBuilder().sequence(1).build()}, eJoinAxis::T),
-        describe(*GeometryBuilder().sequence(2).build()));
-}
-
-TEST(JoinLayout, VolumesOfDifferentDepthsJoinToTheirSum) {
-    EXPECT_EQ(joinedGeometry({volume().build(), GeometryBuilder().build(), volume().volume(7).build()},
-                             eJoinAxis::Z),
-              describe(*volume().volume(10).build()));
-}
-
-TEST(JoinLayout, ASequenceOfOneStepJoinsAVolume) {
-    EXPECT_EQ(joinedGeometry({volume().build(), volume().sequence(1).build()}, eJoinAxis::Z),
-              describe(*volume().volume(4).build()));
+TEST(JoinLayout, TheWholeHasTheSumOfTheLengthsAndTheTypesOfTheTimeSteps) {
+    constexpr auto Z = eJoinAxis::Z;
+    constexpr auto T = eJoinAxis::T;
+    using Types = std::vector<eImageBufferType>;
+    GeometryBuilder const plane;
+    struct {
+        eJoinAxis axis;
+        std::vector<GeometryBuilder> parts;
+        GeometryBuilder whole;
+    } const cases[] = {
+        {Z, {plane, plane}, volume()},
+        {Z, {plane}, volume().volume(1)},
+        {Z, {volume(), plane, volume().volume(7)}, volume().volume(10)},
+        {Z, {volume(), volume().sequence(1)}, volume().volume(4)},
+        {T, {volume()}, volume().sequence(1)},
+        {T, {plane, GeometryBuilder().sequence(1)}, GeometryBuilder().sequence(2)},
+        {T,
+         {volume(), volume().type(eIBT_Real32).sequence(2),
+          volume().sequence(2).types({eIBT_Label16, eIBT_UInt8})},
+         volume().sequence(5).types({eIBT_UInt8, eIBT_Real32, eIBT_Real32, eIBT_Label16, eIBT_UInt8})},
+        {T,
+         {volume().sequence(2).types(Types(2, eIBT_Int16)), volume().type(eIBT_Int16)},
+         volume().type(eIBT_Int16).sequence(3)}};
+    for (auto const& entry : cases) {
+        std::vector<ImageGeometryPtr> parts;
+        for (GeometryBuilder const& part : entry.parts) {
+            parts.push_back(part.build());
+        }
+        EXPECT_EQ(joinedGeometry(parts, entry.axis), describe(*entry.whole.build()));
+    }
 }
 
 TEST(JoinLayout, ColorsAreThoseOfTheFirstWithTheirNamesAndTheirBlack) {
@@ -177,23 +179,6 @@ TEST(JoinLayout, ColorsAreThoseOfTheFirstWithTheirNamesAndTheirBlack) {
         EXPECT_EQ(color.getChannelName(0), "red");
         EXPECT_FALSE(color.minIsBlack());
     }
-}
-
-TEST(JoinLayout, TimeStepsOfDifferentTypesEachKeepTheirs) {
-    EXPECT_EQ(joinedGeometry({volume().build(), volume().type(eIBT_Real32).sequence(2).build(),
-                              volume().sequence(2).types({eIBT_Label16, eIBT_UInt8}).build()},
-                             eJoinAxis::T),
-              describe(*volume()
-                            .sequence(5)
-                            .types({eIBT_UInt8, eIBT_Real32, eIBT_Real32, eIBT_Label16, eIBT_UInt8})
-                            .build()));
-}
-
-TEST(JoinLayout, TimeStepsOfOneTypeAfterAllMakeOneType) {
-    EXPECT_EQ(joinedGeometry({volume().sequence(2).types({eIBT_Int16, eIBT_Int16}).build(),
-                              volume().type(eIBT_Int16).build()},
-                             eJoinAxis::T),
-              describe(*volume().type(eIBT_Int16).sequence(3).build()));
 }
 
 TEST(JoinLayout, PlanesAreFoundAlongZ) {

@@ -18,7 +18,7 @@ namespace {
 
 template <class Join>
 JoinCall makeDiskCall(std::string const& name, eJoinAxis axis, Join const& joinDisk) {
-    return {name, axis, true, [joinDisk](std::vector<ImagePtr> const& parts, ImagePtr& out) {
+    return {name, axis, [joinDisk](std::vector<ImagePtr> const& parts, ImagePtr& out) {
                 auto pDisk = boost::dynamic_pointer_cast<DiskImage>(out);
                 BoolResult result = joinDisk(parts, pDisk);
                 out = pDisk;
@@ -30,8 +30,8 @@ JoinCall makeDiskCall(std::string const& name, eJoinAxis axis, Join const& joinD
 
 std::vector<JoinCall> const& getJoinCalls() {
     static std::vector<JoinCall> const calls = {
-        {"Volumes", eJoinAxis::Z, false, SubImageExtractor::concatenateVolumes<BaseImage>},
-        {"Sequences", eJoinAxis::T, false, SubImageExtractor::concatenateSequences<BaseImage>},
+        {"Volumes", eJoinAxis::Z, SubImageExtractor::concatenateVolumes<BaseImage>},
+        {"Sequences", eJoinAxis::T, SubImageExtractor::concatenateSequences<BaseImage>},
         makeDiskCall("DiskVolumes", eJoinAxis::Z, SubImageExtractor::concatenateDiskVolumes),
         makeDiskCall("DiskSequences", eJoinAxis::T, SubImageExtractor::concatenateDiskSequences)};
     return calls;

@@ -14,13 +14,16 @@
 
 namespace velmo::test {
 
-/// One of the calls that join images. The disk calls need an `out` that is empty or a disk image.
+/// One of the calls that join images. Those of disk images need an `out` that is empty or a disk image.
 struct JoinCall {
     std::string name;
     image::eJoinAxis axis;
-    bool bDisk;
     std::function<BoolResult(std::vector<image::ImagePtr> const& parts, image::ImagePtr& out)> join;
 };
+
+inline void PrintTo(JoinCall const& call, std::ostream* pStream) {
+    *pStream << call.name;
+}
 
 std::vector<JoinCall> const& getJoinCalls();
 

@@ -3,6 +3,7 @@
 
 #include "CopyTools.h"
 #include "GeometryBuilder.h"
+#include "Processes.h"
 #include "VELMOSerialization/DynamicRegistrator.h"
 
 #include <algorithm>
@@ -36,32 +37,6 @@ void expectCopies(BaseImageGeometry const& geometry) {
 
 } // namespace
 
-TEST(CopyImgLvl1, CopiesOddSizesBetweenAllKindsOfImage) {
-    expectCopies(*GeometryBuilder().plane(1, 1).build());
-    expectCopies(*GeometryBuilder().plane(13, 7).volume(5).type(eIBT_Real32).build());
-    expectCopies(*GeometryBuilder().plane(1, 17).volume(3).color(eCGT_Rgba).sequence(3).build());
-}
-
-TEST(CopyImgLvl1, CopiesTimeStepsOfDifferentTypesBetweenAllKindsOfImage) {
-    expectCopies(*GeometryBuilder()
-                      .plane(13, 7)
-                      .volume(5)
-                      .channels(3)
-                      .sequence(4)
-                      .types({eIBT_UInt8, eIBT_Real32, eIBT_None, eIBT_Label16})
-                      .build());
-    expectCopies(*GeometryBuilder().volume(3).types({eIBT_Int16, eIBT_UInt8, eIBT_Real32}).build());
-}
-
-TEST(CopyImgLvl1, CopiesPlanesLargerThanAUnitOfWorkBetweenAllKindsOfImage) {
-    expectCopies(*GeometryBuilder().plane(1031, 1033).volume(2).type(eIBT_Real32).build());
-}
-
-TEST(CopyImgLvl1, CopiesRowsLargerThanAUnitOfWorkBetweenAllKindsOfImage) {
-    expectCopies(*GeometryBuilder().plane((vlUInt64{1} << 20U) + 3, 3).type(eIBT_Real32).build());
-    expectCopies(*GeometryBuilder().plane((vlUInt64{4} << 20U) + 3, 2).type(eIBT_UInt8).build());
-}
-
 TEST(CopyImgLvl1, ReadsAHugeRowInPartsOfAtMostFourMebibytes) {
     ImageGeometryPtr const pGeometry =
         GeometryBuilder().plane((vlUInt64{5} << 20U) + 1, 1).type(eIBT_Real32).build();
@@ -77,19 +52,27 @@ TEST(CopyImgLvl1, ReadsAHugeRowInPartsOfAtMostFourMebibytes) {
     EXPECT_THAT(runs, testing::ElementsAre(part, part, part, part, part, 1U));
 }
 
-TEST(CopyImgLvl1, CopiesEveryKindOfGeometry) {
+TEST(CopyImgLvl1, CopiesEveryKindOfGeometryAndOddSizesBetweenAllKindsOfImage) {
     for (NamedGeometry const& kind : makeAllKinds()) {
         expectCopies(*kind.pGeometry);
     }
+    expectCopies(*GeometryBuilder().plane(1, 1).build());
+    expectCopies(*GeometryBuilder().plane(13, 7).volume(5).type(eIBT_Real32).build());
+    expectCopies(*GeometryBuilder().plane(1, 17).volume(3).color(eCGT_Rgba).sequence(3).build());
+    expectCopies(*GeometryBuilder()
+                      .plane(13, 7)
+                      .volume(5)
+                      .channels(3)
+                      .sequence(4)
+                      .types({eIBT_UInt8, eIBT_Real32, eIBT_None, eIBT_Label16})
+                      .build());
+    expectCopies(*GeometryBuilder().volume(3).types({eIBT_Int16, eIBT_UInt8, eIBT_Real32}).build());
 }
 
-TEST(CopyImgLvl1, ReplacesWhatTheTargetHeld) {
-    ImageGeometryPtr const pGeometry = GeometryBuilder().volume(4).build();
-    ImagePtr const pSource = makeImage(eIK_Memory, *pGeometry, "");
-    ImagePtr const pTarget = makeImage(eIK_Memory, *pGeometry, "");
-    writeAll(*pTarget, makePattern(60));
-    EXPECT_EQ(runCopy(pSource, pTarget, makeLocal(1)).getStatus(), 0U);
-    EXPECT_EQ(readAll(*pTarget), Bytes(60));
+TEST(CopyImgLvl1, CopiesPlanesAndRowsLargerThanAUnitOfWorkBetweenAllKindsOfImage) {
+    expectCopies(*GeometryBuilder().plane(1031, 1033).type(eIBT_Real32).build());
+    expectCopies(*GeometryBuilder().plane((vlUInt64{1} << 20U) + 3, 1).type(eIBT_Real32).build());
+    expectCopies(*GeometryBuilder().plane((vlUInt64{4} << 20U) + 3, 1).type(eIBT_UInt8).build());
 }
 
 TEST(CopyImgLvl1, ReadsAndWritesEachPixelOnce) {
@@ -147,22 +130,15 @@ TEST(CopyImgLvl1, WithFourLocalThreadsFourWorkAtOnce) {
     pStorage->readGate = nullptr; // it refers to the storage that holds it
 }
 
-TEST(CopyImgLvl1, MoreThreadsThanWorkCostNothing) {
+TEST(CopyImgLvl1, ACountOfThreadsThatNoMachineHasIsCutToTheWorkAndTheTargetReplaced) {
     ImageGeometryPtr const pGeometry = GeometryBuilder().volume(3).build();
     ImagePtr const pSource = makeImage(eIK_Memory, *pGeometry, "");
-    ImagePtr const pTarget = makeImage(eIK_Memory, *pGeometry, "");
-    writeAll(*pSource, makePattern(45));
-    EXPECT_EQ(runCopy(pSource, pTarget, makeLocal(64)).getStatus(), 0U);
-    EXPECT_EQ(readAll(*pTarget), makePattern(45));
-}
-
-TEST(CopyImgLvl1, ACountOfThreadsThatNoMachineHasIsCutToTheWork) {
-    ImageGeometryPtr const pGeometry = GeometryBuilder().volume(3).build();
-    ImagePtr const pSource = makeImage(eIK_Memory, *pGeometry, "");
-    ImagePtr const pTarget = makeImage(eIK_Memory, *pGeometry, "");
-    writeAll(*pSource, makePattern(45));
-    EXPECT_NO_THROW(runCopy(pSource, pTarget, makeLocal(NumericLimits<vlUInt64>::s_max)));
-    EXPECT_EQ(readAll(*pTarget), makePattern(45));
+    for (vlUInt64 const nbThreads : {vlUInt64{64}, NumericLimits<vlUInt64>::s_max}) {
+        ImagePtr const pTarget = makeImage(eIK_Memory, *pGeometry, "");
+        writeAll(*pTarget, makePattern(45));
+        EXPECT_NO_THROW(runCopy(pSource, pTarget, makeLocal(nbThreads)));
+        EXPECT_EQ(readAll(*pTarget), Bytes(45));
+    }
 }
 
 TEST(CopyImgLvl1, SeveralCopiesOfOneImageRunAtOnce) {
@@ -170,17 +146,9 @@ TEST(CopyImgLvl1, SeveralCopiesOfOneImageRunAtOnce) {
     ImagePtr const pSource = makeImage(eIK_Disk, *pGeometry, "shared");
     Bytes const pattern = makePattern(countBytes(*pGeometry));
     writeAll(*pSource, pattern);
-    std::atomic<int> nbRight{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            ImagePtr const pTarget = makeImage(eIK_Memory, *pGeometry, "");
-            bool const bCopied = runCopy(pSource, pTarget, makeLocal(2)).getStatus() == 0;
-            nbRight += bCopied && readAll(*pTarget) == pattern ? 1 : 0;
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(nbRight, 4);
+    onThreads(4, [&](unsigned int) {
+        ImagePtr const pTarget = makeImage(eIK_Memory, *pGeometry, "");
+        EXPECT_EQ(runCopy(pSource, pTarget, makeLocal(2)).getStatus(), 0U);
+        EXPECT_TRUE(readAll(*pTarget) == pattern);
+    });
 }

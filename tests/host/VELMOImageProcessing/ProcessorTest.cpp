@@ -24,41 +24,27 @@ ImagePtr makeMemoryImage(GeometryBuilder const& builder) {
 
 } // namespace
 
-TEST(ProcessorDispatchPolicy, IsTheCallingThreadAloneAtFirst) {
-    ProcessorDispatchPolicy const policy;
-    EXPECT_FALSE(policy.isDefault());
-    EXPECT_EQ(policy.getNbThreads(), 1U);
-}
-
-TEST(ProcessorDispatchPolicy, LocalHasAsManyThreadsAsItIsToldAndAtLeastOne) {
-    for (vlUInt64 const nbThreads : {1UL, 4UL, 1000UL}) {
-        EXPECT_EQ(makeLocal(nbThreads).getNbThreads(), nbThreads);
-        EXPECT_FALSE(makeLocal(nbThreads).isDefault());
-    }
-    EXPECT_EQ(makeLocal(0).getNbThreads(), 1U);
-}
-
-TEST(ProcessorDispatchPolicy, DefaultHasAThreadForEachProcessorAndCanBecomeLocalAgain) {
+TEST(ProcessorDispatchPolicy, IsTheCallingThreadAtFirstThenAsManyThreadsAsItIsToldOrOneForEachProcessor) {
     ProcessorDispatchPolicy policy;
-    policy.initDefault();
-    EXPECT_TRUE(policy.isDefault());
-    EXPECT_EQ(policy.getNbThreads(), std::max(1U, std::thread::hardware_concurrency()));
-    policy.initLocal(1);
     EXPECT_FALSE(policy.isDefault());
     EXPECT_EQ(policy.getNbThreads(), 1U);
+    for (vlUInt64 const nbThreads : {0UL, 1UL, 4UL, 1000UL}) {
+        policy.initDefault();
+        EXPECT_TRUE(policy.isDefault());
+        EXPECT_EQ(policy.getNbThreads(), std::max(1U, std::thread::hardware_concurrency()));
+        policy.initLocal(nbThreads);
+        EXPECT_FALSE(policy.isDefault());
+        EXPECT_EQ(policy.getNbThreads(), std::max(1UL, nbThreads));
+    }
 }
 
-TEST(Processor, TakesNoValueBeforeItsInit) {
+TEST(Processor, TakesNoValueBeforeItsInitAndNoEmptyImage) {
     CopyImgLvl1 copy;
     ImagePtr const pImage = makeMemoryImage(GeometryBuilder());
     EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.set<InImg>(pImage); }),
               "Processor CopyImgLvl1 takes no value for InImg before its init");
     EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.set<OutImg>(pImage); }),
               "Processor CopyImgLvl1 takes no value for OutImg before its init");
-}
-
-TEST(Processor, TakesNoEmptyImage) {
-    CopyImgLvl1 copy;
     EXPECT_TRUE(copy.init(ePRP_Strict));
     EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.set<InImg>(ImageConstPtr()); }),
               "Processor CopyImgLvl1 needs a value for InImg");
@@ -78,16 +64,12 @@ TEST(Processor, DoesNotRunWithoutItsImages) {
               "Processor CopyImgLvl1 needs a value for OutImg");
     copy.set<OutImg>(makeMemoryImage(GeometryBuilder()));
     EXPECT_EQ(copy.run(eST_Synchronous).getStatus(), 0U);
-}
-
-TEST(Processor, ForgetsItsImagesAtAnotherInit) {
-    CopyImgLvl1 copy;
-    copy.init(ePRP_Strict);
-    copy.set<InImg>(makeMemoryImage(GeometryBuilder()));
-    copy.set<OutImg>(makeMemoryImage(GeometryBuilder()));
-    copy.init(ePRP_Strict);
+    copy.init(ePRP_Strict); // forgets them
     EXPECT_THROW(copy.run(eST_Synchronous), VELMOBaseProcessingException);
-    EXPECT_NO_THROW(copy.set<OutImg>(makeMemoryImage(GeometryBuilder().volume(9))));
+    copy.set<OutImg>(makeMemoryImage(GeometryBuilder().volume(9)));
+    EXPECT_EQ(thrownText<VELMOBaseProcessingException>([&] { copy.set<InImg>(pImage); }),
+              "The pixels of OutImg (x=5 y=3 z=9 c=1 t=1 eIBT_UInt8) do not fit those of InImg (x=5 y=3 z=1 "
+              "c=1 t=1 eIBT_UInt8)");
 }
 
 TEST(Processor, RefusesAnImageThatDiffersInOneDimensionOrInThePixelType) {
@@ -119,16 +101,6 @@ TEST(Processor, RefusesAnImageThatDiffersInOneDimensionOrInThePixelType) {
     }
 }
 
-TEST(Processor, SaysWhatDoesNotFit) {
-    CopyImgLvl1 copy;
-    copy.init(ePRP_Strict);
-    copy.set<InImg>(makeMemoryImage(GeometryBuilder().volume(4)));
-    EXPECT_EQ(thrownText<VELMOBaseProcessingException>(
-                  [&] { copy.set<OutImg>(makeMemoryImage(GeometryBuilder().type(eIBT_Real32))); }),
-              "The pixels of OutImg (x=5 y=3 z=1 c=1 t=1 eIBT_Real32) do not fit those of InImg (x=5 y=3 z=4 "
-              "c=1 t=1 eIBT_UInt8)");
-}
-
 TEST(Processor, TakesImagesOfEqualPixelsWhateverTheClassesOfTheirGeometries) {
     ImagePtr const pOne = makeMemoryImage(GeometryBuilder().sequence(2).type(eIBT_Real32));
     ImagePtr const pEach = makeMemoryImage(GeometryBuilder().sequence(2).types({eIBT_Real32, eIBT_Real32}));
@@ -137,9 +109,6 @@ TEST(Processor, TakesImagesOfEqualPixelsWhateverTheClassesOfTheirGeometries) {
     EXPECT_EQ(runCopy(pOne, pEach, makeLocal(1)).getStatus(), 0U);
     EXPECT_EQ(readAll(*pEach), pattern);
     EXPECT_EQ(runCopy(pEach, pOne, makeLocal(1)).getStatus(), 0U);
-}
-
-TEST(Processor, TakesImagesThatDifferInWhatTheirPlanesAreAlone) {
     ImagePtr const pVolume = makeMemoryImage(GeometryBuilder().volume(1).color(eCGT_HSV));
     ImagePtr const pPlane = makeMemoryImage(GeometryBuilder().color(eCGT_Rgb));
     EXPECT_EQ(runCopy(pVolume, pPlane, makeLocal(1)).getStatus(), 0U);

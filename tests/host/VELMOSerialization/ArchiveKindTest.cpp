@@ -59,7 +59,50 @@ struct KindNames {
 using Kinds = testing::Types<Binary, Xml>;
 TYPED_TEST_SUITE(ArchiveOfEachKind, Kinds, KindNames);
 
+/// The value that comes back from an archive.
+template <class Kind, class T>
+T roundTrip(T const& value) {
+    std::stringstream stream;
+    {
+        typename Kind::OArchive archive(stream);
+        archive << oItem("item", value);
+    }
+    typename Kind::IArchive archive(stream);
+    T result{};
+    archive >> iItem("item", result);
+    return result;
+}
+
 } // namespace
+
+TYPED_TEST(ArchiveOfEachKind, NumbersAndStringsReadBackToTheirLastBit) {
+    using namespace std::string_literals;
+    for (int const value : {NumericLimits<int>::s_min, -1, 0, 1, NumericLimits<int>::s_max}) {
+        EXPECT_EQ(roundTrip<TypeParam>(value), value);
+    }
+    for (unsigned int const value : {0U, 1U, NumericLimits<unsigned int>::s_max}) {
+        EXPECT_EQ(roundTrip<TypeParam>(value), value);
+    }
+    for (unsigned long const value : {0UL, 1UL, NumericLimits<unsigned long>::s_max}) {
+        EXPECT_EQ(roundTrip<TypeParam>(value), value);
+    }
+    for (float const value : getHardFloats()) {
+        EXPECT_EQ(bitsOf(roundTrip<TypeParam>(value)), bitsOf(value)) << value;
+    }
+    for (std::string const& text :
+         {""s, " "s, "  between blanks  "s, "<item name=\"x\"/>"s, "a & b &amp; c"s, "'single' \"double\""s,
+          "line\nline"s, "line\r\nline\r"s, "\ttab\t"s, "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x94\xAC"s, "]]>"s,
+          "100% %s"s, "\x01\x1F"s}) {
+        EXPECT_EQ(roundTrip<TypeParam>(text), text);
+    }
+}
+
+TYPED_TEST(ArchiveOfEachKind, AnUnknownClassIsRefusedByItsName) {
+    std::string bytes = TestFixture::write(boost::make_shared<Chain>());
+    bytes.replace(bytes.find("velmo::test::Chain"), 18, "velmo::test::Never");
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { this->template readAs<Chain>(bytes); }),
+              "The archive holds an object of the unknown class velmo::test::Never");
+}
 
 TYPED_TEST(ArchiveOfEachKind, SaysInBothDirectionsWhetherItIsText) {
     std::stringstream stream;

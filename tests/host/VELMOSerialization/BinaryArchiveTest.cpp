@@ -2,11 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "SampleObjects.h"
-
+#include "ThrownText.h"
 #include <VELMOSerialization/BinaryArchive.h>
 #include <VELMOSerialization/ClassVersion.h>
+#include <VELMOSerialization/VELMOSerializationLog.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <streambuf>
 #include <string_view>
 
 namespace velmo::test {
@@ -42,37 +45,16 @@ void expectBytes(T const& value, std::string const& bytes) {
 
 } // namespace
 
-TEST(BinaryArchive, AnIntIsFourBytesInLittleEndianOrder) {
-    expectBytes(0, "\x00\x00\x00\x00"s);
+TEST(BinaryArchive, NumbersAreTheirBytesInLittleEndianOrder) {
     expectBytes(0x01020304, "\x04\x03\x02\x01"s);
     expectBytes(-2, "\xFE\xFF\xFF\xFF"s);
-    expectBytes(NumericLimits<int>::s_max, "\xFF\xFF\xFF\x7F"s);
     expectBytes(NumericLimits<int>::s_min, "\x00\x00\x00\x80"s);
-}
-
-TEST(BinaryArchive, AnUnsignedIntIsFourBytesInLittleEndianOrder) {
-    expectBytes(0U, "\x00\x00\x00\x00"s);
     expectBytes(0x81020304U, "\x04\x03\x02\x81"s);
     expectBytes(NumericLimits<unsigned int>::s_max, "\xFF\xFF\xFF\xFF"s);
-}
-
-TEST(BinaryArchive, AnUnsignedLongIsEightBytesInLittleEndianOrder) {
-    expectBytes(0UL, "\x00\x00\x00\x00\x00\x00\x00\x00"s);
     expectBytes(0x8102030405060708UL, "\x08\x07\x06\x05\x04\x03\x02\x81"s);
-    expectBytes(NumericLimits<unsigned long>::s_max, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s);
-}
-
-TEST(BinaryArchive, AFloatIsItsFourBytesInLittleEndianOrder) {
     expectBytes(1.0F, "\x00\x00\x80\x3F"s);
     expectBytes(-0.5F, "\x00\x00\x00\xBF"s);
-    EXPECT_EQ(toBytes(-0.0F), "\x00\x00\x00\x80"s);
     EXPECT_EQ(toBytes(floatOf(0x7F812345U)), "\x45\x23\x81\x7F"s); // a signalling NaN with a payload
-}
-
-TEST(BinaryArchive, FloatsReadBackBitForBit) {
-    for (float const value : getHardFloats()) {
-        EXPECT_EQ(bitsOf(fromBytes<float>(toBytes(value))), bitsOf(value)) << value;
-    }
     EXPECT_EQ(bitsOf(fromBytes<float>(toBytes(floatOf(0xFFABCDEFU)))), 0xFFABCDEFU);
 }
 
@@ -81,24 +63,6 @@ TEST(BinaryArchive, AStringIsItsLengthInEightBytesAndItsBytes) {
     expectBytes("abc"s, "\x03\x00\x00\x00\x00\x00\x00\x00"s + "abc");
     expectBytes("a\0\n\xFF"s, "\x04\x00\x00\x00\x00\x00\x00\x00"s + "a\0\n\xFF"s);
     expectBytes(std::string(258, 'x'), "\x02\x01\x00\x00\x00\x00\x00\x00"s + std::string(258, 'x'));
-}
-
-TEST(BinaryArchive, SectionsLeaveNoTrace) {
-    std::ostringstream stream;
-    BinaryOArchive archive(stream);
-    {
-        ArchiveSectionManager const section(archive, "section");
-        archive << oItem("item", 1);
-    }
-    EXPECT_EQ(stream.str(), "\x01\x00\x00\x00"s);
-}
-
-TEST(BinaryArchive, ANullPointerIsAnEmptyClassName) {
-    std::ostringstream stream;
-    BinaryOArchive(stream).writeObject("p", DynamicObjectPtr());
-    EXPECT_EQ(stream.str(), std::string(8, '\0'));
-    std::istringstream input(stream.str());
-    EXPECT_FALSE(BinaryIArchive(input).readObject("p"));
 }
 
 TEST(BinaryArchive, AnObjectIsItsClassNameAndWhatItWrites) {
@@ -111,12 +75,11 @@ TEST(BinaryArchive, AnObjectIsItsClassNameAndWhatItWrites) {
     std::string const inner =
         std::string(20, '\0') + "\x05\x00\x00\x00\x00\x00\x00\x00"s + "inner" + std::string(8, '\0');
     EXPECT_EQ(stream.str(), className + outer + className + inner);
-}
-
-TEST(BinaryArchive, AnObjectIsRebuiltWithTheObjectsThatItHolds) {
-    std::stringstream stream;
-    BinaryOArchive(stream).writeObject("p", makeNestedRecord());
-    expectNestedRecord(BinaryIArchive(stream).readObject("another name"));
+    std::ostringstream null;
+    BinaryOArchive archive(null);
+    ArchiveSectionManager const section(archive, "section"); // leaves no trace
+    archive.writeObject("p", DynamicObjectPtr());
+    EXPECT_EQ(null.str(), std::string(8, '\0'));
 }
 
 TEST(BinaryArchive, TheStreamStandsBehindWhatWasRead) {
@@ -154,6 +117,193 @@ TEST(BinaryArchive, ObjectsNestUpToSixtyFourLevels) {
         ++nbObjects;
     }
     EXPECT_EQ(nbObjects, 63);
+}
+
+namespace {
+
+using testing::HasSubstr;
+
+/// The length of a string as the archive holds it.
+std::string lengthBytes(vlUInt64 length) {
+    std::ostringstream stream;
+    BinaryOArchive(stream).writeItem("length", length);
+    return stream.str();
+}
+
+std::string stringBytes(std::string const& text) {
+    return lengthBytes(text.size()) + text;
+}
+
+std::string readObjectError(std::string const& bytes) {
+    std::istringstream stream(bytes);
+    BinaryIArchive archive(stream);
+    return thrownText<VELMOSerializationException>([&] { archive.readObject("p"); });
+}
+
+std::string writeObjectError(DynamicObjectPtr const& pObject) {
+    std::ostringstream stream;
+    BinaryOArchive archive(stream);
+    return thrownText<VELMOSerializationException>([&] { archive.writeObject("p", pObject); });
+}
+
+/// Bytes from memory that can be read but not sought, as those of a pipe.
+class PipeBuffer : public std::streambuf {
+  public:
+    explicit PipeBuffer(std::string bytes) : _bytes(std::move(bytes)) {
+        setg(_bytes.data(), _bytes.data(), _bytes.data() + _bytes.size());
+    }
+
+  private:
+    std::string _bytes;
+};
+
+/// A device that has no room, without a buffer before it.
+class FullDevice {
+  public:
+    FullDevice() {
+        _stream.rdbuf()->pubsetbuf(nullptr, 0);
+        _stream.open("/dev/full");
+        EXPECT_TRUE(_stream.good());
+    }
+    std::ostream& getStream() { return _stream; }
+
+  private:
+    std::ofstream _stream;
+};
+
+template <class T>
+void expectTooShort(std::size_t nbBytes) {
+    for (std::size_t size = 0; size < nbBytes; ++size) {
+        std::istringstream stream(std::string(size, '\x01'));
+        BinaryIArchive archive(stream);
+        T value{};
+        EXPECT_EQ(thrownText<VELMOSerializationException>([&] { archive >> iItem("the item", value); }),
+                  "The archive ends inside of item the item: " + std::to_string(nbBytes) +
+                      " bytes are needed and " + std::to_string(size) + " are left");
+        EXPECT_EQ(value, T{});
+    }
+}
+
+template <class T>
+void expectWriteFails(T const& value) {
+    FullDevice device;
+    BinaryOArchive archive(device.getStream());
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { archive << oItem("the item", value); }),
+              "The stream of the archive failed at item the item");
+}
+
+} // namespace
+
+TEST(BinaryArchiveDamage, ANumberThatEndsTooEarlyIsRefusedWithWhatIsNeededAndLeft) {
+    expectTooShort<int>(4);
+    expectTooShort<unsigned int>(4);
+    expectTooShort<float>(4);
+    expectTooShort<unsigned long>(8);
+}
+
+TEST(BinaryArchiveDamage, ARecordCutAtAnyByteIsRefused) {
+    std::ostringstream stream;
+    BinaryOArchive(stream).writeObject("p", makeNestedRecord());
+    std::string const bytes = stream.str();
+    ASSERT_GT(bytes.size(), 100U);
+    for (std::size_t size = 0; size < bytes.size(); ++size) {
+        EXPECT_THAT(readObjectError(bytes.substr(0, size)), HasSubstr("The archive ends inside of item"))
+            << size;
+    }
+}
+
+TEST(BinaryArchiveDamage, AnyByteOfARecordChangedNeverDoesWorseThanAnError) {
+    std::ostringstream stream;
+    BinaryOArchive(stream).writeObject("p", makeNestedRecord());
+    std::string const bytes = stream.str();
+    int nbRefused = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        for (char const flip : {'\x01', '\x80', '\xFF'}) {
+            std::string damaged = bytes;
+            damaged[i] = static_cast<char>(damaged[i] ^ flip);
+            std::istringstream input(damaged);
+            try {
+                BinaryIArchive(input).readObject("p");
+            } catch (VELMOSerializationException const&) {
+                ++nbRefused;
+            }
+        }
+    }
+    EXPECT_GT(nbRefused, 100); // class names and lengths; a changed number is a number too
+}
+
+TEST(BinaryArchiveDamage, ALengthBeyondTheEndIsRefusedBeforeAnythingIsAllocated) {
+    for (vlUInt64 const length : {vlUInt64{4}, vlUInt64{1} << 31, vlUInt64{1} << 40, vlUInt64{1} << 63,
+                                  NumericLimits<vlUInt64>::s_max - 8, NumericLimits<vlUInt64>::s_max}) {
+        std::istringstream stream(std::string(100, 'x') + lengthBytes(length) + "abc");
+        stream.seekg(100); // what stands before counts for nothing
+        BinaryIArchive archive(stream);
+        std::string text("as before");
+        EXPECT_EQ(thrownText<VELMOSerializationException>([&] { archive >> iItem("text", text); }),
+                  "The archive ends inside of item text: " + std::to_string(length) +
+                      " bytes are needed and 3 are left");
+        EXPECT_EQ(text, "as before");
+    }
+}
+
+TEST(BinaryArchiveDamage, AnObjectThatFailsOrThatNoArchiveHoldsIsRaisedWithItsText) {
+    EXPECT_EQ(readObjectError(stringBytes(Refusing::getTypeName())),
+              "Failed to read an object of class velmo::test::Refusing from the archive\nnot today");
+    EXPECT_EQ(readObjectError(stringBytes(NoArchiveObject::getTypeName())),
+              "The archive holds an object of the unknown class velmo::test::NoArchiveObject");
+    EXPECT_EQ(writeObjectError(Refusing::createSharedObject()),
+              "Failed to write an object of class velmo::test::Refusing to the archive\nnot today");
+    EXPECT_EQ(writeObjectError(NoArchiveObject::createSharedObject()),
+              "Failed to write an object of class velmo::test::NoArchiveObject to the archive\n"
+              "not an object of an archive");
+}
+
+TEST(BinaryArchiveDamage, ObjectsNestedTooDeepAreRefused) {
+    std::string const text = "Section pNext of the archive is nested deeper than 64 levels";
+    for (int const nbObjects : {64, 100000}) {
+        std::string bytes;
+        for (int i = 0; i < nbObjects; ++i) {
+            bytes += stringBytes(Chain::getTypeName());
+        }
+        EXPECT_EQ(readObjectError(bytes + lengthBytes(0)), text);
+    }
+    auto const pChain = boost::make_shared<Chain>();
+    pChain->pNext = pChain; // never ends
+    EXPECT_EQ(writeObjectError(pChain), text);
+    pChain->pNext.reset();
+}
+
+TEST(BinaryArchiveDamage, AnErrorClosesItsSections) {
+    std::string bytes;
+    for (int i = 0; i < 64; ++i) {
+        bytes += stringBytes(Chain::getTypeName());
+    }
+    std::istringstream stream(bytes + lengthBytes(0) + stringBytes(Chain::getTypeName()) + lengthBytes(0));
+    BinaryIArchive archive(stream);
+    EXPECT_THROW(archive.readObject("p"), VELMOSerializationException);
+    EXPECT_FALSE(archive.readObject("p")); // the null pointer where the error occurred
+    EXPECT_TRUE(archive.readObject("p"));
+}
+
+TEST(BinaryArchiveDamage, AStreamThatCannotSeekOrHasFailedAlreadyIsRefused) {
+    PipeBuffer buffer(std::string(100, '\0'));
+    std::istream stream(&buffer);
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { BinaryIArchive archive(stream); }),
+              "An archive is read from a stream that can seek only");
+    std::ifstream failed("/nowhere/at/all");
+    EXPECT_THROW(BinaryIArchive{failed}, VELMOSerializationException);
+}
+
+TEST(BinaryArchiveDamage, AStreamThatFailsOnWritingIsRaisedWithTheItem) {
+    expectWriteFails(1);
+    expectWriteFails(1U);
+    expectWriteFails(1UL);
+    expectWriteFails(1.0F);
+    expectWriteFails("text"s);
+    FullDevice device;
+    BinaryOArchive archive(device.getStream());
+    EXPECT_EQ(thrownText<VELMOSerializationException>([&] { archive.writeObject("p", makeNestedRecord()); }),
+              "The stream of the archive failed at item className");
 }
 
 } // namespace velmo::test

@@ -44,7 +44,7 @@ class Refusing : public CopyableObject<Refusing, BaseSerializationObject> {
     BoolResult read(BaseIArchive& archive) override;
 };
 
-/// A dynamic object, known to the factory, that no archive can hold.
+/// Known to the factory; no archive can hold it.
 class NoArchiveObject : public CopyableObject<NoArchiveObject, BaseDynamicObject> {
   public:
     static std::string const& getTypeName();

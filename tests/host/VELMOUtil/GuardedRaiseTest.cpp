@@ -3,6 +3,7 @@
 
 #include "CapturedLog.h"
 #include "FailingLog.h"
+#include "Processes.h"
 #include "Threshold.h"
 
 #include <VELMOUtil/BaseException.h>
@@ -11,14 +12,11 @@
 #include <VELMOUtil/LogMessageManager.h>
 #include <VELMOUtil/Logging.h>
 #include <atomic>
-#include <functional>
 #include <gtest/gtest.h>
 #include <log4cplus/loglevel.h>
 #include <optional>
 #include <stdexcept>
-#include <thread>
 #include <typeindex>
-#include <vector>
 
 namespace velmo::test {
 
@@ -34,9 +32,13 @@ class RaiseTestException : public BaseException {
 
 namespace {
 
+using log4cplus::ERROR_LOG_LEVEL;
+using log4cplus::FATAL_LOG_LEVEL;
+using log4cplus::WARN_LOG_LEVEL;
 using Message = eRaiseTestMessage;
 using Feed = std::function<void(LogMessageFormater&)>;
 
+std::string const g_text("Failed at one\n2 times");
 std::string const g_guardText("Exception thrown while processing message");
 
 LogMessageManager& getManager() {
@@ -51,32 +53,34 @@ log4cplus::Logger& getLogger() {
 
 RaiseKind const g_raise = {getManager, getLogger, throwAs<RaiseTestException>};
 RaiseSite const g_site = {"void somewhere(int)", "src/Somewhere.cpp", 77};
+Feed const feedWell = [](LogMessageFormater& formater) { formater[Message::eRTM_Two] % "one" % 2; };
+Feed const feedMissing = [](LogMessageFormater& formater) { formater[Message::eRTM_Missing] % "one"; };
 
-auto const feedWell = [](LogMessageFormater& formater) { formater[Message::eRTM_Two] % "one" % 2; };
-
-/// What a raise throws, with the class of it and of its cause.
+/// What a guarded call throws, with the class of it and the text of its cause.
 struct Thrown {
     std::type_index type;
     BaseException exception;
     std::string cause;
 };
 
-std::optional<Thrown> raise(Feed const& feed) {
+template <class Call>
+std::optional<Thrown> getThrown(Call const& call) {
     try {
-        raiseGuarded(g_site, g_raise, feed);
+        call();
     } catch (BaseException const& exception) {
         BaseException const* const pCause = exception.getCause();
         return Thrown{typeid(exception), exception, pCause == nullptr ? "none" : pCause->what()};
     }
+    return std::nullopt;
 }
 
-class GuardedRaise : public testing::Test {
-  protected:
-    static void SetUpTestSuite() {
-        getManager().addMessage(Message::eRTM_Two, "Failed at %s\n%d times");
-        getManager().addMessage(Message::eRTM_Plain, "Failed");
-    }
-};
+std::optional<Thrown> raise(Feed const& feed) {
+    return getThrown([&] { raiseGuarded(g_site, g_raise, feed); });
+}
+
+std::optional<Thrown> warn(Feed const& feed) {
+    return getThrown([&] { logGuarded(g_site, g_raise, WARN_LOG_LEVEL, feed); });
+}
 
 void expectPlace(BaseException const& exception) {
     EXPECT_EQ(exception.getFunction(), g_site.function);
@@ -84,25 +88,101 @@ void expectPlace(BaseException const& exception) {
     EXPECT_EQ(exception.getLine(), g_site.line);
 }
 
-/// A failure on the way: a plain BaseException, and one ERROR record which the base logger itself wrote.
-void expectGuardFailure(Feed const& feed, std::string const& cause) {
-    CapturedLog const log(getBaseLogger());
-    auto const thrown = raise(feed);
+void expectRaised(std::optional<Thrown> const& thrown) {
     ASSERT_TRUE(thrown);
-    EXPECT_EQ(thrown->type, std::type_index(typeid(BaseException)));
-    EXPECT_EQ(thrown->exception.what(), g_guardText);
-    EXPECT_NE(thrown->cause.find(cause), std::string::npos) << thrown->cause;
+    EXPECT_EQ(thrown->type, std::type_index(typeid(RaiseTestException)));
+    EXPECT_EQ(thrown->exception.what(), g_text);
+    EXPECT_EQ(thrown->cause, "none");
     expectPlace(thrown->exception);
+}
+
+/// One record only, at the place of the call.
+void expectRecord(CapturedLog const& log, std::string const& logger, int level, std::string const& text) {
     auto const records = log.getRecords();
     ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records[0].logger, getBaseLoggerName());
-    EXPECT_EQ(records[0].level, log4cplus::ERROR_LOG_LEVEL);
-    EXPECT_EQ(records[0].message, g_guardText);
+    EXPECT_EQ(records[0].logger, logger);
+    EXPECT_EQ(records[0].level, level);
+    EXPECT_EQ(records[0].message, text);
     EXPECT_EQ(records[0].file, g_site.file);
     EXPECT_EQ(records[0].line, static_cast<int>(g_site.line));
 }
 
+class GuardedRaise : public testing::Test {
+  protected:
+    GuardedRaise() {
+        getManager().addMessage(Message::eRTM_Two, "Failed at %s\n%d times");
+        getManager().addMessage(Message::eRTM_Plain, "Failed");
+    }
+};
+
+/// Both guarded calls.
+struct GuardedCall {
+    char const* name;
+    std::optional<Thrown> (*run)(Feed const&);
+};
+
+void PrintTo(GuardedCall const& call, std::ostream* pStream) {
+    *pStream << call.name;
+}
+
+class GuardedCalls : public GuardedRaise, public testing::WithParamInterface<GuardedCall> {
+  protected:
+    /// A failure on the way: a plain BaseException, and one ERROR record which the base logger itself wrote.
+    void expectGuardFailure(Feed const& feed, std::string const& cause) const {
+        CapturedLog const log(getBaseLogger());
+        auto const thrown = GetParam().run(feed);
+        ASSERT_TRUE(thrown);
+        EXPECT_EQ(thrown->type, std::type_index(typeid(BaseException)));
+        EXPECT_EQ(thrown->exception.what(), g_guardText);
+        EXPECT_NE(thrown->cause.find(cause), std::string::npos) << thrown->cause;
+        expectPlace(thrown->exception);
+        expectRecord(log, getBaseLoggerName(), ERROR_LOG_LEVEL, g_guardText);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, GuardedCalls,
+                         testing::Values(GuardedCall{"Raise", raise}, GuardedCall{"Log", warn}),
+                         [](auto const& call) { return call.param.name; });
+
 } // namespace
+
+TEST_P(GuardedCalls, AMessageThatDoesNotFitSurfacesAsTheGuardsException) {
+    expectGuardFailure(feedMissing, "No message with id 3");
+    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Two] % 1 % 2 % 3; },
+                       "too_many_args");
+    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Plain] % 1; },
+                       "too_many_args");
+    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Two]; }, "too_few_args");
+    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Two] % 1; }, "too_few_args");
+}
+
+TEST_P(GuardedCalls, WhateverTheFeedThrowsIsChainedWithItsPlace) {
+    Feed const feed = [](LogMessageFormater&) {
+        throw RaiseTestException("the feed failed", "void feed()", "Feed.cpp", 5);
+    };
+    expectGuardFailure(feed, "the feed failed");
+    expectGuardFailure([](LogMessageFormater&) { throw std::runtime_error("no such thing"); },
+                       "no such thing");
+    expectGuardFailure([](LogMessageFormater&) { throw 42; }, "Unknown exception");
+    auto const thrown = GetParam().run(feed);
+    ASSERT_TRUE(thrown);
+    ASSERT_NE(thrown->exception.getCause(), nullptr);
+    EXPECT_EQ(thrown->exception.getCause()->getFunction(), "void feed()");
+    EXPECT_EQ(thrown->exception.getCause()->getLine(), 5U);
+}
+
+TEST_P(GuardedCalls, WhateverALogThrowsIsChained) {
+    {
+        FailingLog const failing(getLogger(), [] { throw RaiseTestException("the log failed", "", "", 1); });
+        expectGuardFailure(feedWell, "the log failed");
+    }
+    {
+        FailingLog const failing(getLogger(), [] { throw std::runtime_error("the disk is full"); });
+        expectGuardFailure(feedWell, "the disk is full");
+    }
+    FailingLog const failing(getLogger(), [] { throw 42; });
+    expectGuardFailure(feedWell, "Unknown exception");
+}
 
 TEST_F(GuardedRaise, IsThrownAndNotLoggedWhileItsThreadSaysSo) {
     CapturedLog const log(getBaseLogger());
@@ -110,42 +190,24 @@ TEST_F(GuardedRaise, IsThrownAndNotLoggedWhileItsThreadSaysSo) {
         UnloggedRaises const outer;
         {
             UnloggedRaises const inner;
-            EXPECT_STREQ(raise(feedWell)->exception.what(), "Failed at one\n2 times");
+            expectRaised(raise(feedWell));
         }
-        auto const thrown = raise(feedWell);
-        EXPECT_EQ(thrown->type, std::type_index(typeid(RaiseTestException)));
-        expectPlace(thrown->exception);
-        EXPECT_EQ(raise([](LogMessageFormater& formater) { formater[Message::eRTM_Missing]; })->type,
-                  std::type_index(typeid(BaseException)));
+        expectRaised(raise(feedWell));
+        EXPECT_EQ(raise(feedMissing)->type, std::type_index(typeid(BaseException)));
         EXPECT_TRUE(log.getRecords().empty());
-        std::thread([] { raise(feedWell); }).join();
+        inOtherThread([] { raise(feedWell); });
         EXPECT_EQ(log.getRecords().size(), 1U); // of the other thread
-        logGuarded(g_site, g_raise, log4cplus::WARN_LOG_LEVEL, feedWell);
+        warn(feedWell);
         EXPECT_EQ(log.getRecords().size(), 2U); // no raise
     }
     raise(feedWell);
     EXPECT_EQ(log.getRecords().size(), 3U);
 }
 
-TEST_F(GuardedRaise, ThrowsTheClassOfItsKindWithTheTextAndThePlace) {
-    auto const thrown = raise(feedWell);
-    ASSERT_TRUE(thrown);
-    EXPECT_EQ(thrown->type, std::type_index(typeid(RaiseTestException)));
-    EXPECT_STREQ(thrown->exception.what(), "Failed at one\n2 times");
-    EXPECT_EQ(thrown->exception.getCause(), nullptr);
-    expectPlace(thrown->exception);
-}
-
-TEST_F(GuardedRaise, WritesOneRecordToTheLoggerOfItsKindWithThePlaceOfTheException) {
+TEST_F(GuardedRaise, ThrowsTheClassOfItsKindAndWritesOneRecordBothWithTextAndPlace) {
     CapturedLog const log(getBaseLogger());
-    raise(feedWell);
-    auto const records = log.getRecords();
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records[0].logger, getBaseLoggerName() + ".GuardedRaiseTest");
-    EXPECT_EQ(records[0].level, log4cplus::ERROR_LOG_LEVEL);
-    EXPECT_EQ(records[0].message, "Failed at one\n2 times");
-    EXPECT_EQ(records[0].file, g_site.file);
-    EXPECT_EQ(records[0].line, static_cast<int>(g_site.line));
+    expectRaised(raise(feedWell));
+    expectRecord(log, getBaseLoggerName() + ".GuardedRaiseTest", ERROR_LOG_LEVEL, g_text);
 }
 
 TEST_F(GuardedRaise, HereIsTheSignatureTheFileAndTheLineWhereItStands) {
@@ -165,88 +227,21 @@ namespace {
 } // namespace
 
 TEST_F(GuardedRaise, TheFunctionIsTheSignatureOfTheRaiseSiteAndNotOfWhatItCalls) {
-    try {
-        raiseWithSignature(1, {});
-    } catch (RaiseTestException const& exception) {
-        EXPECT_NE(exception.getFunction().find("raiseWithSignature(const int"), std::string::npos)
-            << exception.getFunction();
-    }
+    std::string const function = getThrown([] { raiseWithSignature(1, {}); })->exception.getFunction();
+    EXPECT_NE(function.find("raiseWithSignature(const int"), std::string::npos) << function;
 }
 
-TEST_F(GuardedRaise, AMissingEntrySurfacesAsTheGuardsException) {
-    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Missing] % "one"; },
-                       "No message with id 3");
-}
-
-TEST_F(GuardedRaise, TooManyArgumentsSurfaceAsTheGuardsException) {
-    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Two] % 1 % 2 % 3; },
-                       "too_many_args");
-    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Plain] % 1; },
-                       "too_many_args");
-}
-
-TEST_F(GuardedRaise, TooFewArgumentsSurfaceAsTheGuardsException) {
-    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Two]; }, "too_few_args");
-    expectGuardFailure([](LogMessageFormater& formater) { formater[Message::eRTM_Two] % 1; }, "too_few_args");
-}
-
-TEST_F(GuardedRaise, ABaseExceptionOfTheFeedIsChainedWithItsPlace) {
-    auto const feed = [](LogMessageFormater&) {
-        throw RaiseTestException("the feed failed", "void feed()", "Feed.cpp", 5);
-    };
-    expectGuardFailure(feed, "the feed failed");
-    auto const thrown = raise(feed);
-    ASSERT_TRUE(thrown);
-    ASSERT_NE(thrown->exception.getCause(), nullptr);
-    EXPECT_EQ(thrown->exception.getCause()->getFunction(), "void feed()");
-    EXPECT_EQ(thrown->exception.getCause()->getLine(), 5U);
-}
-
-TEST_F(GuardedRaise, AStandardExceptionOfTheFeedIsChainedByItsText) {
-    expectGuardFailure([](LogMessageFormater&) { throw std::runtime_error("no such thing"); },
-                       "no such thing");
-}
-
-TEST_F(GuardedRaise, AnythingElseThrownByTheFeedIsChainedAsUnknown) {
-    expectGuardFailure([](LogMessageFormater&) { throw 42; }, "Unknown exception");
-}
-
-TEST_F(GuardedRaise, ALogThatThrowsABaseExceptionSurfacesAsTheGuardsException) {
-    FailingLog const failing(getLogger(), [] { throw RaiseTestException("the log failed", "", "", 1); });
-    expectGuardFailure(feedWell, "the log failed");
-}
-
-TEST_F(GuardedRaise, ALogThatThrowsAStandardExceptionSurfacesAsTheGuardsException) {
-    FailingLog const failing(getLogger(), [] { throw std::runtime_error("the disk is full"); });
-    expectGuardFailure(feedWell, "the disk is full");
-}
-
-TEST_F(GuardedRaise, ALogThatThrowsAnythingElseSurfacesAsTheGuardsException) {
-    FailingLog const failing(getLogger(), [] { throw 42; });
-    expectGuardFailure(feedWell, "Unknown exception");
-}
-
-TEST_F(GuardedRaise, AboveErrorNoRecordIsWrittenAndTheSameExceptionIsThrown) {
-    Threshold const threshold(getLogger(), log4cplus::FATAL_LOG_LEVEL);
+TEST_F(GuardedRaise, AboveErrorTheSameExceptionIsThrownAndNoLogReached) {
+    Threshold const threshold(getLogger(), FATAL_LOG_LEVEL);
     CapturedLog const log(getBaseLogger());
-    auto const thrown = raise(feedWell);
-    ASSERT_TRUE(thrown);
-    EXPECT_EQ(thrown->type, std::type_index(typeid(RaiseTestException)));
-    EXPECT_STREQ(thrown->exception.what(), "Failed at one\n2 times");
-    expectPlace(thrown->exception);
+    expectRaised(raise(feedWell));
     EXPECT_TRUE(log.getRecords().empty());
-}
-
-TEST_F(GuardedRaise, AboveErrorALogThatWouldThrowIsNotReached) {
-    Threshold const threshold(getLogger(), log4cplus::FATAL_LOG_LEVEL);
     FailingLog const failing(getLogger(), [] { throw 42; });
-    auto const thrown = raise(feedWell);
-    ASSERT_TRUE(thrown);
-    EXPECT_EQ(thrown->type, std::type_index(typeid(RaiseTestException)));
+    expectRaised(raise(feedWell));
 }
 
 TEST_F(GuardedRaise, AGuardsFailureAboveErrorOfTheBaseLoggerIsThrownWithoutARecord) {
-    Threshold const threshold(getBaseLogger(), log4cplus::FATAL_LOG_LEVEL);
+    Threshold const threshold(getBaseLogger(), FATAL_LOG_LEVEL);
     CapturedLog const log(getBaseLogger());
     auto const thrown = raise([](LogMessageFormater&) { throw 42; });
     ASSERT_TRUE(thrown);
@@ -255,46 +250,51 @@ TEST_F(GuardedRaise, AGuardsFailureAboveErrorOfTheBaseLoggerIsThrownWithoutAReco
     EXPECT_TRUE(log.getRecords().empty());
 }
 
-TEST_F(GuardedRaise, ThreadsRaiseAtOnceEachWithItsOwnText) {
-    constexpr int nbThreads = 8;
-    constexpr int nbRaises = 50;
+TEST_F(GuardedRaise, ThreadsRaiseAndLogAtOnceEachWithItsOwnText) {
+    constexpr unsigned int nbThreads = 8;
+    constexpr unsigned int nbRounds = 50;
     CapturedLog const log(getBaseLogger());
-    std::atomic<int> nbRight{0};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < nbThreads; ++thread) {
-        threads.emplace_back([thread, &nbRight] {
-            for (int i = 0; i < nbRaises; ++i) {
-                auto const thrown =
-                    raise([&](LogMessageFormater& formater) { formater[Message::eRTM_Two] % thread % i; });
-                std::string const text =
-                    "Failed at " + std::to_string(thread) + "\n" + std::to_string(i) + " times";
-                nbRight += thrown->exception.what() == text ? 1 : 0;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(nbRight, nbThreads * nbRaises);
-    EXPECT_EQ(log.getRecords().size(), static_cast<std::size_t>(nbThreads * nbRaises));
+    std::atomic<unsigned int> nbRight{0};
+    onThreads(nbThreads, [&](unsigned int thread) {
+        for (unsigned int round = 0; round < nbRounds; ++round) {
+            std::string const text =
+                "Failed at " + std::to_string(thread) + "\n" + std::to_string(round) + " times";
+            nbRight += raise([&](LogMessageFormater& formater) {
+                           formater[Message::eRTM_Two] % thread % round;
+                       })->exception.what() == text;
+            nbRight += raise([](LogMessageFormater&) { throw 42; })->cause == "Unknown exception";
+            nbRight += !warn(feedWell);
+        }
+    });
+    EXPECT_EQ(nbRight, 3 * nbThreads * nbRounds);
+    EXPECT_EQ(log.getRecords().size(), 3U * nbThreads * nbRounds);
 }
 
-TEST_F(GuardedRaise, GuardsOfManyThreadsFailAtOnce) {
-    constexpr int nbThreads = 8;
+// Logging without a raise
+
+TEST_F(GuardedRaise, ALogWritesOneRecordAtItsLevelAndPlaceAndThrowsNothing) {
+    for (int const level : {WARN_LOG_LEVEL, ERROR_LOG_LEVEL}) {
+        CapturedLog const log(getBaseLogger());
+        EXPECT_NO_THROW(logGuarded(g_site, g_raise, level, feedWell));
+        expectRecord(log, getBaseLoggerName() + ".GuardedRaiseTest", level, g_text);
+    }
+}
+
+TEST_F(GuardedRaise, BelowTheThresholdNothingIsFormattedAndAMessageThatDoesNotFitIsNoFailure) {
+    Threshold const threshold(getLogger(), ERROR_LOG_LEVEL);
     CapturedLog const log(getBaseLogger());
-    std::atomic<int> nbRight{0};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < nbThreads; ++thread) {
-        threads.emplace_back([&nbRight] {
-            auto const thrown = raise([](LogMessageFormater&) { throw 42; });
-            nbRight += thrown->cause == "Unknown exception" ? 1 : 0;
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(nbRight, nbThreads);
-    EXPECT_EQ(log.getRecords().size(), static_cast<std::size_t>(nbThreads));
+    int nbFed = 0;
+    Feed const feed = [&](LogMessageFormater& formater) {
+        ++nbFed;
+        feedWell(formater);
+    };
+    warn(feed);
+    EXPECT_FALSE(warn(feedMissing));
+    EXPECT_EQ(nbFed, 0);
+    EXPECT_TRUE(log.getRecords().empty());
+    logGuarded(g_site, g_raise, ERROR_LOG_LEVEL, feed);
+    EXPECT_EQ(nbFed, 1);
+    EXPECT_EQ(log.getRecords().size(), 1U);
 }
 
 } // namespace velmo::test

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "Processes.h"
 #include "ThrownText.h"
 
 #include <VELMOUtil/BaseException.h>
@@ -10,7 +11,6 @@
 #include <boost/format/exceptions.hpp>
 #include <gtest/gtest.h>
 #include <locale>
-#include <thread>
 #include <vector>
 
 namespace velmo::test {
@@ -73,41 +73,25 @@ TEST(LogMessageFormater, WritesNumbersAlikeWhateverTheLocaleOfTheProgram) {
     EXPECT_EQ(text, "<1234567><2.5>");
 }
 
-TEST(LogMessageManager, IsTheSameForTheSameName) {
-    LogMessageManager& manager = LogMessageManager::getInstance("LogMessageTest.same");
-    EXPECT_EQ(&LogMessageManager::getInstance("LogMessageTest.same"), &manager);
-    EXPECT_NE(&LogMessageManager::getInstance("LogMessageTest.other"), &manager);
-}
-
-TEST(LogMessageManager, IsTheSameForAllThreadsThatAskAtOnce) {
+TEST(LogMessageManager, IsTheSameForTheSameNameAndForAllThreadsThatAskAtOnce) {
     std::vector<LogMessageManager*> managers(8, nullptr);
-    std::vector<std::thread> threads;
-    for (LogMessageManager*& pManager : managers) {
-        threads.emplace_back(
-            [&pManager] { pManager = &LogMessageManager::getInstance("LogMessageTest.race"); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(8, [&](unsigned int thread) {
+        managers[thread] = &LogMessageManager::getInstance("LogMessageTest.race");
+    });
     EXPECT_EQ(managers,
               std::vector<LogMessageManager*>(8, &LogMessageManager::getInstance("LogMessageTest.race")));
+    EXPECT_NE(managers[0], &LogMessageManager::getInstance("LogMessageTest.other"));
 }
 
-TEST(LogMessageManager, GivesATextBackAsItWasRegistered) {
+TEST(LogMessageManager, GivesATextBackAsItWasRegisteredLast) {
     LogMessageManager& manager = LogMessageManager::getInstance("LogMessageTest.texts");
+    manager.addMessage("key", 7, "old");
+    manager.addMessage("other key", 7, "untouched");
     manager.addMessage("key", 7, "text with %s and 100%");
     manager.addMessage("key", 8, "");
     EXPECT_EQ(manager.getMessage("key", 7), "text with %s and 100%");
     EXPECT_EQ(manager.getMessage("key", 8), "");
-}
-
-TEST(LogMessageManager, ALaterTextReplacesTheEarlierOne) {
-    LogMessageManager& manager = LogMessageManager::getInstance("LogMessageTest.replace");
-    manager.addMessage("key", 1, "old");
-    manager.addMessage("other key", 1, "untouched");
-    manager.addMessage("key", 1, "new");
-    EXPECT_EQ(manager.getMessage("key", 1), "new");
-    EXPECT_EQ(manager.getMessage("other key", 1), "untouched");
+    EXPECT_EQ(manager.getMessage("other key", 7), "untouched");
 }
 
 TEST(LogMessageManager, AMissingEntryIsThrownWithItsIdAndDomain) {
@@ -141,6 +125,7 @@ TEST(LogMessageFormater, TakesEveryKindOfArgument) {
     EXPECT_EQ(format(pText), "<pointed at>");
     EXPECT_EQ(format("a literal"), "<a literal>");
     EXPECT_EQ(format(""), "<>");
+    EXPECT_EQ(format("100%s %d %"), "<100%s %d %>"); // no placeholders
     EXPECT_EQ(format(18446744073709551615UL), "<18446744073709551615>");
     EXPECT_EQ(format(4294967295U), "<4294967295>");
     EXPECT_EQ(format(-2147483647 - 1), "<-2147483648>");
@@ -173,10 +158,6 @@ TEST(LogMessageFormater, APathIsQuotedAndItsStringIsBare) {
     }
 }
 
-TEST(LogMessageFormater, PercentSignsOfAnArgumentAreNoPlaceholders) {
-    EXPECT_EQ(format("100%s %d %"), "<100%s %d %>");
-}
-
 TEST(LogMessageFormater, PlaceholdersThatWereNotFedAreEmpty) {
     LogMessageFormater formater(getManager());
     formater[Message::eLTM_Two];
@@ -191,43 +172,27 @@ TEST(LogMessageFormater, PlaceholdersThatWereNotFedAreEmpty) {
 
 TEST(LogMessageFormater, AnArgumentTooManyIsThrownAndLeavesTheText) {
     LogMessageFormater formater(getManager());
-    formater[Message::eLTM_One] % "one";
-    EXPECT_THROW(formater % "two", boost::io::too_many_args);
-    EXPECT_EQ(formater.string(), "<one>");
-}
-
-TEST(LogMessageFormater, AMessageWithoutPlaceholdersIsCompleteAtOnce) {
-    LogMessageFormater formater(getManager());
     formater[Message::eLTM_Plain];
     EXPECT_EQ(formater.string(), "Nothing to fill in, 100% done");
     EXPECT_NO_THROW(formater.requireAllFed());
     EXPECT_THROW(formater % "one", boost::io::too_many_args);
+    EXPECT_EQ(formater.string(), "Nothing to fill in, 100% done");
 }
 
-TEST(LogMessageFormater, ASecondMessageIsAppended) {
-    LogMessageFormater formater(getManager());
-    formater[Message::eLTM_One] % "one";
-    formater[Message::eLTM_Two] % "two" % 3;
-    EXPECT_EQ(formater.string(), "<one>first two, second 3.");
-}
-
-TEST(LogMessageFormater, ItsStreamTakesTextOfNoCatalogue) {
+TEST(LogMessageFormater, ItsStreamTakesTextOfNoCatalogueAndFurtherMessagesAreAppended) {
     LogMessageFormater formater(getManager());
     EXPECT_EQ(formater.string(), "");
     formater.getStream() << "100% free text, " << 3 << ' ';
     EXPECT_EQ(formater.string(), "100% free text, 3 ");
     formater[Message::eLTM_One] % "one";
-    EXPECT_EQ(formater.string(), "100% free text, 3 <one>");
+    formater[Message::eLTM_Two] % "two" % 3;
+    EXPECT_EQ(formater.string(), "100% free text, 3 <one>first two, second 3.");
 }
 
-TEST(LogMessageFormater, AMissingMessageIsThrown) {
+TEST(LogMessageFormater, AMissingMessageAndATextThatIsNoFormatAreThrown) {
     LogMessageFormater formater(getManager());
     thrownText<BaseException>([&] { formater[Message::eLTM_Missing]; });
     EXPECT_EQ(formater.string(), "");
-}
-
-TEST(LogMessageFormater, ATextThatIsNoFormatIsThrownAsAFormatError) {
-    LogMessageFormater formater(getManager());
     EXPECT_THROW(formater[Message::eLTM_Broken], boost::io::bad_format_string);
 }
 

@@ -3,9 +3,8 @@
 
 #pragma once
 
+#include "terminal/CommandLine.h"
 #include "terminal/Failure.h"
-
-#include <CLI/CLI.hpp>
 
 namespace velmo::tool {
 
@@ -16,20 +15,18 @@ class Command {
     Command(Command const&) = delete;
     Command& operator=(Command const&) = delete;
 
-    bool isChosen() const { return _app.parsed(); }
+    bool isChosen() const { return _options.isChosen(); }
     /// Does the work with the options as parsed. Failures are thrown.
     virtual eExitStatus run() const = 0;
 
   protected:
-    Command(CLI::App& parent, std::string const& name, std::string const& description,
+    Command(CommandLine& line, std::string const& name, std::string const& description,
             std::string const& examples)
-        : _app(*parent.add_subcommand(name, description)) {
-        _app.footer("Examples:\n" + examples);
-    }
-    CLI::App& getApp() { return _app; }
+        : _options(line.addCommand(name, description, examples)) {}
+    CommandOptions& getOptions() { return _options; }
 
   private:
-    CLI::App& _app;
+    CommandOptions _options;
 };
 
 } // namespace velmo::tool

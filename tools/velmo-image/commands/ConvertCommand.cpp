@@ -3,29 +3,29 @@
 
 #include "commands/ConvertCommand.h"
 
-#include "input/InputImage.h"
+#include "input/InputWarnings.h"
 #include "terminal/Terminal.h"
 
 namespace velmo::tool {
 
-ConvertCommand::ConvertCommand(CLI::App& parent)
-    : Command(parent, "convert", "Write an image file anew",
+ConvertCommand::ConvertCommand(CommandLine& line)
+    : Command(line, "convert", "Convert an image file to TIFF or raw",
               "  velmo-image convert brain.raw brain.tif --size 181,217,181 --type uint8 --compression lzw\n"
               "  velmo-image convert frames.tif frames.raw --directories t\n"
               "  velmo-image convert cells.im6 cells.tif --calibration-tags\n"
               "  velmo-image convert big.raw little.raw --size 512,512,100 --type int16 --byte-order big\n"
               "  velmo-image convert scan.bin planes.raw --size 256,256,64 --type uint16 --offset 348\n"
               "  velmo-image convert planes.raw scan.bin --size 256,256,64 --type uint16 --header scan.hdr") {
-    getApp().add_option("INPUT", _inputFile, "File to read")->required();
-    _input.addTo(getApp());
-    _output.addTo(getApp());
-    _output.addCalibrationTagsTo(getApp());
+    getOptions().addArgument("INPUT", _inputFile, "File to read");
+    _input.addTo(getOptions());
+    _output.addTo(getOptions());
+    _output.addCalibrationTagsTo(getOptions());
 }
 
 eExitStatus ConvertCommand::run() const {
     _output.requireFit();
     InputDescription const description = _input.describe({_inputFile});
-    _output.requireHeaderApartFrom(_inputFile, "the input itself");
+    _output.requireHeaderApartFrom(_inputFile, "the input");
     _output.requireWritable();
     InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
     printWarnings(_inputFile, findWarnings(input));

@@ -12,7 +12,7 @@ namespace velmo::tool {
 /// `velmo-image convert`: one image file as another, plane by plane.
 class ConvertCommand : public Command {
   public:
-    explicit ConvertCommand(CLI::App& parent);
+    explicit ConvertCommand(CommandLine& line);
     eExitStatus run() const override;
 
   private:

@@ -4,6 +4,7 @@
 #include "commands/FileDescription.h"
 
 #include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/PixelTypeNames.h>
 #include <boost/algorithm/string/join.hpp>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -14,26 +15,27 @@ namespace {
 
 using nlohmann::ordered_json;
 
-template <class Enum>
-std::string getName(Enum value) {
-    std::ostringstream text;
-    text << value;
-    return text.good() ? text.str() : std::to_string(static_cast<vlUInt64>(value));
+bool isVolume(image::BaseImageGeometry const& geometry) {
+    return geometry.getVolumeGeometryType() == image::eVGT_3d;
+}
+
+bool isSequence(image::BaseImageGeometry const& geometry) {
+    return geometry.getTemporalGeometryType() == image::eTGT_Sequence;
 }
 
 bool isHeterogeneous(image::BaseImageGeometry const& geometry) {
     return dynamic_cast<image::HeterogeneousImageGeometry const*>(&geometry) != nullptr;
 }
 
-/// One name for all planes; of a heterogeneous geometry, one for each of its types.
+/// One name; for a heterogeneous geometry one for each of its types.
 std::vector<std::string> getTypeNames(image::BaseImageGeometry const& geometry) {
     auto const* const pTypes = dynamic_cast<image::HeterogeneousImageGeometry const*>(&geometry);
     if (pTypes == nullptr) {
-        return {getName(geometry.getBufferType())};
+        return {image::file::getPixelTypeName(geometry.getBufferType())};
     }
     std::vector<std::string> names;
     for (image::eImageBufferType const type : pTypes->getBufferTypes()) {
-        names.push_back(getName(type));
+        names.push_back(image::file::getPixelTypeName(type));
     }
     return names;
 }
@@ -56,13 +58,13 @@ void putImage(image::BaseImage const& image, ordered_json& entry) {
     entry["sizeC"] = geometry.getSizeC();
     entry["sizeT"] = geometry.getSizeT();
     if (isHeterogeneous(geometry)) {
-        entry["bufferTypes"] = getTypeNames(geometry);
+        entry["pixelTypes"] = getTypeNames(geometry);
     } else {
-        entry["bufferType"] = getTypeNames(geometry).front();
+        entry["pixelType"] = getTypeNames(geometry).front();
     }
-    entry["colorGeometry"] = getName(geometry.getColorGeometryType());
-    entry["volumeGeometry"] = getName(geometry.getVolumeGeometryType());
-    entry["temporalGeometry"] = getName(geometry.getTemporalGeometryType());
+    entry["color"] = image::file::getColorName(geometry.getColorGeometryType());
+    entry["isVolume"] = isVolume(geometry);
+    entry["isSequence"] = isSequence(geometry);
     entry["minIsBlack"] = geometry.getColorGeometry().minIsBlack();
     entry["calibration"] = toJson(image.getGeometricCalibrationConstPtr());
     entry["userProperties"] = image.getUserPropertiesStr();
@@ -71,8 +73,8 @@ void putImage(image::BaseImage const& image, ordered_json& entry) {
 
 void putNothing(ordered_json& entry) {
     for (char const* const key :
-         {"sizeX", "sizeY", "sizeZ", "sizeC", "sizeT", "bufferType", "colorGeometry", "volumeGeometry",
-          "temporalGeometry", "minIsBlack", "calibration", "userProperties", "bytes"}) {
+         {"sizeX", "sizeY", "sizeZ", "sizeC", "sizeT", "pixelType", "color", "isVolume", "isSequence",
+          "minIsBlack", "calibration", "userProperties", "bytes"}) {
         entry[key] = nullptr;
     }
 }
@@ -98,11 +100,11 @@ void putImage(image::BaseImage const& image, std::ostream& text) {
                        << geometry.getSizeZ() << ", C " << geometry.getSizeC() << ", T "
                        << geometry.getSizeT();
     line(text, "pixels") << boost::algorithm::join(getTypeNames(geometry), ", ");
-    line(text, "colour") << getName(geometry.getColorGeometryType()) << ", "
-                         << (geometry.getColorGeometry().minIsBlack() ? "the least value is black"
-                                                                      : "the greatest value is black");
-    line(text, "volume") << getName(geometry.getVolumeGeometryType());
-    line(text, "time") << getName(geometry.getTemporalGeometryType());
+    line(text, "colour") << image::file::getColorName(geometry.getColorGeometryType()) << ", "
+                         << (geometry.getColorGeometry().minIsBlack() ? "minimum is black"
+                                                                      : "minimum is white");
+    line(text, "kind") << (isVolume(geometry) ? "volume" : "plane")
+                       << (isSequence(geometry) ? ", sequence" : ", single time step");
     putCalibration(image.getGeometricCalibrationConstPtr(), text);
     if (!image.getUserPropertiesStr().empty()) {
         line(text, "properties") << image.getUserPropertiesStr();
@@ -110,9 +112,7 @@ void putImage(image::BaseImage const& image, std::ostream& text) {
     line(text, "bytes") << geometry.getFullMemorySize();
 }
 
-} // namespace
-
-ordered_json toJson(FileDescription const& description) {
+ordered_json toEntry(FileDescription const& description) {
     ordered_json entry;
     entry["file"] = description.file;
     entry["format"] = description.format;
@@ -124,6 +124,17 @@ ordered_json toJson(FileDescription const& description) {
     entry["warnings"] = description.warnings;
     entry["error"] = description.error.empty() ? ordered_json(nullptr) : ordered_json(description.error);
     return entry;
+}
+
+} // namespace
+
+std::string toJson(std::vector<FileDescription> const& descriptions) {
+    ordered_json files = ordered_json::array();
+    for (FileDescription const& description : descriptions) {
+        files.push_back(toEntry(description));
+    }
+    ordered_json const document = {{"schema", 2}, {"files", files}};
+    return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
 }
 
 std::string toText(FileDescription const& description) {

@@ -4,13 +4,12 @@
 #pragma once
 
 #include <VELMOImage/BaseImage.h>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
 namespace velmo::tool {
 
-/// What `info` tells of one file.
+/// What `info` shows of one file.
 struct FileDescription {
     std::string file;
     std::string format;
@@ -19,9 +18,10 @@ struct FileDescription {
     std::string error; ///< why it cannot be opened or what in it cannot be read; empty otherwise
 };
 
-/// All keys in every case; null where a file that cannot be opened has no answer.
-nlohmann::ordered_json toJson(FileDescription const& description);
-/// A block of lines for readers.
+/// A document with one entry for each file. An entry always has all keys; a file that cannot be opened has
+/// null values.
+std::string toJson(std::vector<FileDescription> const& descriptions);
+/// Several lines for readers.
 std::string toText(FileDescription const& description);
 
 } // namespace velmo::tool

@@ -5,23 +5,17 @@
 
 #include "FileExercise.h"
 #include "commands/FileDescription.h"
-#include "input/InputImage.h"
+#include "input/InputWarnings.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
 
 #include <boost/algorithm/string/join.hpp>
-#include <nlohmann/json.hpp>
 
 namespace velmo::tool {
 
 namespace {
 
-std::string toDocument(nlohmann::ordered_json const& files) {
-    nlohmann::ordered_json const document = {{"schema", 1}, {"files", files}};
-    return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
-}
-
-/// What cannot be read, a line each; empty where all that was tried can be.
+/// What cannot be read, one line each; empty where every tried plane can be read.
 std::string findDamage(std::string const& file, InputImage const& input) {
     ExerciseLimits limits;
     limits.beforePlane = throwIfInterrupted;
@@ -32,16 +26,16 @@ std::string findDamage(std::string const& file, InputImage const& input) {
 
 } // namespace
 
-InfoCommand::InfoCommand(CLI::App& parent)
-    : Command(parent, "info", "Tell what is in image files",
+InfoCommand::InfoCommand(CommandLine& line)
+    : Command(line, "info", "Show what image files contain",
               "  velmo-image info --check brain.tif cells.tif\n"
               "  velmo-image info brain.raw --size 181,217,181 --type uint8\n"
               "  velmo-image info --json --check frames.raw --size 640,480,1,3 --type uint8 --offset 512") {
-    getApp().add_option("FILE", _files, "Files to tell of")->required();
-    getApp().add_flag("--json", _bJson, "As a JSON document; \"bytes\" counts those of all pixels");
-    getApp().add_flag("--check", _bCheck,
-                      "Read planes and fail where one cannot be read; warn of what is unusual");
-    _input.addTo(getApp());
+    getOptions().addArguments("FILE", _files, "Files to describe");
+    getOptions().addFlag("--json", _bJson, "Print a JSON document");
+    getOptions().addFlag("--check", _bCheck,
+                         "Read planes, fail if one cannot be read, and warn about unusual properties");
+    _input.addTo(getOptions());
 }
 
 FileDescription InfoCommand::describe(std::string const& file, InputDescription const& input) const {
@@ -68,19 +62,19 @@ FileDescription InfoCommand::describe(std::string const& file, InputDescription 
 eExitStatus InfoCommand::run() const {
     InputDescription const input = _input.describe(_files);
     eExitStatus status = eES_Done;
-    nlohmann::ordered_json entries = nlohmann::ordered_json::array();
+    std::vector<FileDescription> descriptions;
     for (std::string const& file : _files) {
         throwIfInterrupted();
         FileDescription const description = describe(file, input);
         status = description.error.empty() ? status : eES_Failed;
         if (_bJson) {
-            entries.push_back(toJson(description));
+            descriptions.push_back(description);
         } else if (description.pImage) {
             printOutput(toText(description));
         }
     }
     if (_bJson) {
-        printOutput(toDocument(entries));
+        printOutput(toJson(descriptions));
     }
     return status;
 }

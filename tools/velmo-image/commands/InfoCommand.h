@@ -10,10 +10,10 @@ namespace velmo::tool {
 
 struct FileDescription;
 
-/// `velmo-image info`: what is in files, as text or as JSON.
+/// `velmo-image info`: what files contain, as text or as JSON.
 class InfoCommand : public Command {
   public:
-    explicit InfoCommand(CLI::App& parent);
+    explicit InfoCommand(CommandLine& line);
     eExitStatus run() const override;
 
   private:

@@ -9,61 +9,69 @@
 
 namespace velmo::tool {
 
-MatchCommand::MatchCommand(CLI::App& parent)
-    : Command(parent, "match", "List the names that a pattern matches, in the order of a stack",
+using image::file::TiffFileSeries;
+using Files = std::vector<TiffFileSeries::File>;
+
+MatchCommand::MatchCommand(CommandLine& line)
+    : Command(line, "match", "List the file names that a pattern matches, in the order of stack",
               "  velmo-image match 'img<INDEX>.tif' --directory scans\n"
               "  velmo-image match '*_z<INDEX>.tif|*_z<INDEX>.tiff' --directory scans --strict\n"
               "  velmo-image match 'img<INDEX>.tif' img10.tif img2.tif\n"
               "  velmo-image match 'img?.tif' -- -img1.tif img2.tif") {
-    getApp()
-        .add_option("PATTERN", _pattern,
-                    "Of the whole name: ? is any one byte, * any bytes, <INDEX> the digits of a number; "
-                    "| separates patterns; of equal numbers the first found stays")
-        ->required();
-    getApp().add_option("NAME", _names, "Names to try");
-    _pDirectory = getApp().add_option("--directory", _directory, "Try the names of the files in there");
-    getApp().add_flag("--strict", _bStrict, "Equal or missing numbers are failures");
+    CommandOptions& options = getOptions();
+    options.addArgument(
+        "PATTERN", _pattern,
+        "Matches whole names: ? is any one byte, * any bytes, <INDEX> the digits of a number; "
+        "| separates patterns; of duplicate numbers the first one found is used");
+    options.addArguments("NAME", _names, "Names to match", true);
+    _directoryOption =
+        options.addOption("--directory", _directory, "Match the names of the files in DIRECTORY");
+    options.addFlag("--strict", _bStrict, "Treat duplicate or missing numbers as errors");
 }
 
 /// Empty where each name with a folder matches.
-std::string MatchCommand::findHint(FileSeries const& series) const {
-    std::set<std::string> matches;
-    for (FileSeries::Entry const& entry : series.getEntries()) {
-        matches.insert(entry.name);
+std::string MatchCommand::findHint(Files const& matches) const {
+    std::set<std::string> matching;
+    for (TiffFileSeries::File const& match : matches) {
+        matching.insert(match.path.string());
     }
     for (std::string const& name : _names) {
-        if (name.find('/') != std::string::npos && matches.count(name) == 0) {
-            return "hint: a name is matched whole, with its folders, and " + quoted(name) +
-                   " does not match; --directory FOLDER matches the names of the files in a folder";
+        if (name.find('/') != std::string::npos && matching.count(name) == 0) {
+            return "hint: " + quoted(name) +
+                   " does not match: a pattern has to match the whole path; --directory DIRECTORY matches "
+                   "the "
+                   "names of the files in a directory";
         }
     }
     return {};
 }
 
 eExitStatus MatchCommand::run() const {
-    bool const bDirectory = _pDirectory->count() != 0;
+    bool const bDirectory = _directoryOption.isGiven();
     if (bDirectory == !_names.empty()) {
-        throw WrongUse("match takes names or --directory, one of the two: velmo-image match 'img<INDEX>.tif' "
+        throw WrongUse("match needs either names or --directory: velmo-image match 'img<INDEX>.tif' "
                        "--directory scans");
     }
-    tellMistakenKeyword(_pattern);
-    FileSeries const series =
-        bDirectory ? FileSeries::findIn(_directory, _pattern) : FileSeries::select(_names, _pattern);
-    std::string const hint = findHint(series);
-    if (series.getEntries().empty()) {
+    warnOfMistakenKeyword(_pattern);
+    TiffFileSeries const series =
+        bDirectory ? findSeries(_directory, _pattern) : selectSeries(_names, _pattern);
+    Files const matches = listMatches(series);
+    std::string const hint = findHint(matches);
+    if (matches.empty()) {
         throw WorkFailure(bDirectory
                               ? explainNoMatch(_directory, _pattern)
                               : "no name matches " + quoted(_pattern) + (hint.empty() ? "" : '\n' + hint));
     }
     std::string lines;
-    for (FileSeries::Entry const& entry : series.getEntries()) {
-        lines += entry.name + '\t' + (series.hasIndices() ? std::to_string(entry.index) : "-") + '\n';
+    for (TiffFileSeries::File const& match : matches) {
+        std::string const name = bDirectory ? match.path.filename().string() : match.path.string();
+        lines += name + '\t' + (match.number ? std::to_string(*match.number) : "-") + '\n';
     }
     printOutput(lines);
     if (!hint.empty()) {
         printMessage(hint);
     }
-    tellProblems(series, _bStrict);
+    reportProblems(series, _bStrict);
     return eES_Done;
 }
 

@@ -8,19 +8,19 @@
 
 namespace velmo::tool {
 
-/// `velmo-image match`: what a pattern of file names selects, and in which order.
+/// `velmo-image match`: which file names a pattern selects, and in which order.
 class MatchCommand : public Command {
   public:
-    explicit MatchCommand(CLI::App& parent);
+    explicit MatchCommand(CommandLine& line);
     eExitStatus run() const override;
 
   private:
-    std::string findHint(FileSeries const& series) const;
+    std::string findHint(std::vector<image::file::TiffFileSeries::File> const& matches) const;
 
     std::string _pattern;
     std::vector<std::string> _names;
     std::string _directory;
-    CLI::Option const* _pDirectory;
+    CommandOption _directoryOption;
     bool _bStrict = false;
 };
 

@@ -12,7 +12,7 @@
 #include "terminal/Progress.h"
 #include "terminal/Terminal.h"
 
-#include <VELMOUtil/AvailableMemory.h>
+#include <VELMOBase/AvailableMemory.h>
 #include <boost/algorithm/string/case_conv.hpp>
 #include <numeric>
 
@@ -22,7 +22,7 @@ namespace {
 
 using namespace image;
 
-/// Longest side of a picture that can be asked for.
+/// Largest value of --max-size.
 constexpr vlUInt64 g_largestMaxSize = 16384;
 
 std::vector<vlUInt64> countUp(vlUInt64 first, vlUInt64 nb) {
@@ -34,8 +34,7 @@ std::vector<vlUInt64> countUp(vlUInt64 first, vlUInt64 nb) {
 vlUInt64 parseIndex(std::string const& option, std::string const& text, vlUInt64 size) {
     vlUInt64 const index = parseNumber(option, text);
     if (index >= size) {
-        throw WrongUse(option + ' ' + text + " is outside of the image, where it goes from 0 to " +
-                       std::to_string(size - 1));
+        throw WrongUse(option + ' ' + text + " is out of range: 0 to " + std::to_string(size - 1));
     }
     return index;
 }
@@ -50,8 +49,8 @@ Picture createPicture(PictureLayout const& layout, vlUInt64 nbChannels) {
         layout.getWidth() * layout.getHeight() * nbChannels * (sizeof(double) + sizeof(unsigned char));
     vlUInt64 const nbAvailable = getAvailableMemory();
     if (nbBytes > nbAvailable) {
-        throw WorkFailure("the picture takes " + std::to_string(nbBytes) + " bytes of memory, and " +
-                          std::to_string(nbAvailable) + " are available; a smaller --max-size takes less");
+        throw WorkFailure("not enough memory: the picture needs " + std::to_string(nbBytes) + " bytes, " +
+                          std::to_string(nbAvailable) + " are available; use a smaller --max-size");
     }
     return Picture(layout.getWidth(), layout.getHeight(), nbChannels);
 }
@@ -80,33 +79,34 @@ struct PreviewCommand::Selection {
     }
 };
 
-PreviewCommand::PreviewCommand(CLI::App& parent)
-    : Command(parent, "preview", "Write planes of an image as a PNG picture",
+PreviewCommand::PreviewCommand(CommandLine& line)
+    : Command(line, "preview", "Write planes of an image as a PNG picture",
               "  velmo-image preview brain.tif planes.png --montage\n"
               "  velmo-image preview brain.raw middle.png --size 181,217,181 --type uint8\n"
               "  velmo-image preview brain.raw planes.png --size 181,217,181 --type uint8 --montage\n"
               "  velmo-image preview heat.raw heat.png --size 640,480 --type real32 --range=-10,40") {
-    getApp().add_option("INPUT", _inputFile, "File to read")->required();
-    getApp().add_option("OUTPUT", _outputFile, "PNG file to write")->required();
-    auto* const pZ = getApp().add_option("--z", _z, "Plane, from 0 on (the middle one)");
-    getApp().add_option("--c", _c, "Channel, from 0 on, as grey (colours of a colour image, else 0)");
-    getApp().add_option("--t", _t, "Time step, from 0 on (0)");
-    getApp()
-        .add_flag("--montage", _bMontage, "All planes along Z in a grid, row by row; not with --z")
-        ->excludes(pZ);
-    getApp().add_option("--max-size", _maxSize,
-                        "Longest side of the picture in pixels, at most 16384 (1600)");
-    getApp().add_option("--range", _range,
-                        "LO,HI: values shown black and white (least and greatest value shown)");
-    _input.addTo(getApp());
-    getApp().add_flag("--overwrite", _bOverwrite, "Replace an output that exists");
-    getApp().add_flag("--quiet", _bQuiet, "No progress bar");
+    CommandOptions& options = getOptions();
+    options.addArgument("INPUT", _inputFile, "File to read");
+    options.addArgument("OUTPUT", _outputFile, "PNG file to write");
+    CommandOption const z = options.addOption("--z", _z, "Plane, from 0 (default: the middle one)");
+    options.addOption("--c", _c,
+                      "Channel, from 0, shown as grey (default: all of a colour image, else channel 0)");
+    options.addOption("--t", _t, "Time step, from 0 (default: 0)");
+    options.addFlag("--montage", _bMontage, "All planes along Z in a grid, row by row; not with --z")
+        .exclude(z);
+    options.addOption("--max-size", _maxSize,
+                      "Longest side of the picture in pixels, at most 16384 (default: 1600)");
+    options.addOption("--range", _range,
+                      "LO,HI: values shown as black and white (default: minimum and maximum)");
+    _input.addTo(options);
+    options.addFlag("--overwrite", _bOverwrite, "Replace an existing output");
+    options.addFlag("--quiet", _bQuiet, "Hide the progress bar");
 }
 
 void PreviewCommand::check() const {
     vlUInt64 const maxSize = parseNumber("--max-size", _maxSize);
     if (maxSize == 0 || maxSize > g_largestMaxSize) {
-        throw WrongUse("--max-size takes 1 to " + std::to_string(g_largestMaxSize) + "; not " + _maxSize);
+        throw WrongUse("--max-size must be 1 to " + std::to_string(g_largestMaxSize) + ", not " + _maxSize);
     }
     if (!_range.empty()) {
         parseRange("--range", _range);
@@ -115,7 +115,7 @@ void PreviewCommand::check() const {
     std::string const extension = boost::filesystem::path(_outputFile).extension().string();
     if (!extension.empty() && boost::algorithm::to_lower_copy(extension) != ".png") {
         printMessage("warning: " + quoted(_outputFile) +
-                     " is written as a PNG picture, whatever its name says");
+                     " is written as a PNG picture despite its extension");
     }
 }
 
@@ -155,7 +155,7 @@ eExitStatus PreviewCommand::run() const {
     InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
     BaseImageGeometry const& geometry = input.pImage->getGeometry();
     if (geometry.getNbPixels() == 0) {
-        throw WorkFailure(quoted(_inputFile) + " has no pixels to show");
+        throw WorkFailure(quoted(_inputFile) + " has no pixels");
     }
     Selection const selection = select(geometry);
     PictureLayout const layout =

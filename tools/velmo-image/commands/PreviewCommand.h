@@ -16,7 +16,7 @@ class Progress;
 /// `velmo-image preview`: planes of an image as a PNG picture.
 class PreviewCommand : public Command {
   public:
-    explicit PreviewCommand(CLI::App& parent);
+    explicit PreviewCommand(CommandLine& line);
     eExitStatus run() const override;
 
   private:

@@ -3,7 +3,7 @@
 
 #include "commands/ResampleCommand.h"
 
-#include "input/InputImage.h"
+#include "input/InputWarnings.h"
 #include "input/OpenFileLimit.h"
 #include "terminal/CheckedParsing.h"
 #include "terminal/Interrupt.h"
@@ -23,29 +23,27 @@ constexpr std::array<Choice<eInterpolationPolicy>, 3> g_interpolations = {
 
 } // namespace
 
-ResampleCommand::ResampleCommand(CLI::App& parent)
-    : Command(parent, "resample", "Join TIFF files whose planes lie at uneven heights into an even volume",
+ResampleCommand::ResampleCommand(CommandLine& line)
+    : Command(line, "resample", "Join TIFF files with unevenly spaced planes into an evenly spaced volume",
               "  velmo-image resample scans 'img<INDEX>.tif' steps.txt volume.tif --size-z 200\n"
               "  velmo-image resample scans 'img<INDEX>.tif' steps.xml volume.tif --size-z 200 "
               "--interpolation cubic\n"
               "  velmo-image resample masks 'm<INDEX>.tif' steps.txt masks.raw --size-z 90 --pixels label "
               "--strict") {
-    _series.addTo(getApp());
-    getApp()
-        .add_option(
-            "ZSTEPS", _zStepsFile,
-            "Steps between neighbouring planes, one fewer than planes: a text of one number a line, or "
-            "an archive with the extension .xml")
-        ->required();
-    _output.addTo(getApp());
-    getApp().add_option("--size-z", _sizeZ, "Planes of the output")->required();
-    getApp().add_option("--interpolation", _interpolation, "nearest|linear|cubic: between planes (linear)");
+    _series.addTo(getOptions());
+    getOptions().addArgument("ZSTEPS", _zStepsFile,
+                             "Distances between neighbouring planes, one fewer than planes: a text with one "
+                             "number per line, or an archive with the extension .xml");
+    _output.addTo(getOptions());
+    getOptions().addRequiredOption("--size-z", _sizeZ, "Number of planes of the output");
+    getOptions().addOption("--interpolation", _interpolation,
+                           "nearest|linear|cubic: between planes (default: linear)");
 }
 
 vlUInt64 ResampleCommand::getSizeZ() const {
     vlUInt64 const sizeZ = parseNumber("--size-z", _sizeZ);
     if (sizeZ == 0) {
-        throw WrongUse("--size-z takes a whole number from 1 on; not \"" + _sizeZ + '"');
+        throw WrongUse("--size-z must be at least 1, not " + quoted(_sizeZ));
     }
     return sizeZ;
 }
@@ -64,7 +62,7 @@ image::ImagePtr ResampleCommand::load() const {
                                                        getInterpolation(), _series.getPattern(), options);
     } catch (processor::VELMOBaseProcessingException const& failure) {
         std::string const text = getFullText(failure);
-        // A run that failed is told as a first line on the processor, and the reason behind it.
+        // The first line names the processor that failed, the reason follows.
         throw WorkFailure(text.substr(text.find('\n') + 1));
     }
 }
@@ -74,11 +72,11 @@ eExitStatus ResampleCommand::run() const {
     _series.getBufferMode();
     getSizeZ();
     getInterpolation();
-    _output.requireApartFrom(_zStepsFile, "the file of z-steps");
+    _output.requireApartFrom(_zStepsFile, "the z-steps file");
     _series.check(_output);
     image::ImagePtr const pImage = load();
     if (!pImage) {
-        _series.failWithoutMatch(); // they have gone meanwhile
+        _series.failWithoutMatch(); // removed since the check
     }
     printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
     _output.save({pImage, false, false});

@@ -4,17 +4,17 @@
 #pragma once
 
 #include "commands/Command.h"
-#include "input/SeriesOptions.h"
+#include "commands/SeriesOptions.h"
 #include "output/OutputOptions.h"
 
 #include <VELMOAttributes/InterpolationPolicy.h>
 
 namespace velmo::tool {
 
-/// `velmo-image resample`: the files of a directory, whose planes lie at uneven heights, as an even volume.
+/// `velmo-image resample`: files with unevenly spaced planes as an evenly spaced volume.
 class ResampleCommand : public Command {
   public:
-    explicit ResampleCommand(CLI::App& parent);
+    explicit ResampleCommand(CommandLine& line);
     eExitStatus run() const override;
 
   private:

@@ -3,7 +3,7 @@
 
 #include "commands/StackCommand.h"
 
-#include "input/InputImage.h"
+#include "input/InputWarnings.h"
 #include "input/OpenFileLimit.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
@@ -12,16 +12,16 @@
 
 namespace velmo::tool {
 
-StackCommand::StackCommand(CLI::App& parent)
-    : Command(parent, "stack", "Join the TIFF files of a directory into one image",
+StackCommand::StackCommand(CommandLine& line)
+    : Command(line, "stack", "Join the TIFF files of a directory into one image",
               "  velmo-image stack scans 'img<INDEX>.tif' volume.tif\n"
               "  velmo-image stack scans 'img<INDEX>.tif' volume.tif --strict --compression deflate\n"
               "  velmo-image stack frames 't<INDEX>.tif|t<INDEX>.tiff' film.tif --along t\n"
               "  velmo-image stack masks '*.tif' masks.raw --pixels binary") {
-    _series.addTo(getApp());
-    getApp().add_option("--along", _along, "z|t: the axis along which the files follow each other (z)");
-    _output.addTo(getApp());
-    _output.addCalibrationTagsTo(getApp());
+    _series.addTo(getOptions());
+    getOptions().addOption("--along", _along, "z|t: the axis along which the files are joined (default: z)");
+    _output.addTo(getOptions());
+    _output.addCalibrationTagsTo(getOptions());
 }
 
 image::ImagePtr StackCommand::open(image::file::eTiffDirectoryMode directoryMode) const {
@@ -40,7 +40,7 @@ eExitStatus StackCommand::run() const {
     _series.check(_output);
     image::ImagePtr const pImage = open(directoryMode);
     if (!pImage) {
-        _series.failWithoutMatch(); // they have gone meanwhile
+        _series.failWithoutMatch(); // removed since the check
     }
     printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
     _output.save({pImage, false, true});

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "commands/Command.h"
-#include "input/SeriesOptions.h"
+#include "commands/SeriesOptions.h"
 #include "output/OutputOptions.h"
 
 namespace velmo::tool {
@@ -12,7 +12,7 @@ namespace velmo::tool {
 /// `velmo-image stack`: the files of a directory as one image, plane by plane.
 class StackCommand : public Command {
   public:
-    explicit StackCommand(CLI::App& parent);
+    explicit StackCommand(CommandLine& line);
     eExitStatus run() const override;
 
   private:

@@ -45,8 +45,8 @@ eFileFormat chooseOutputFormat(boost::filesystem::path const& path, std::string 
     }
     eFileFormat const format = getFormatOfName(path);
     if (format == eFileFormat::Im6) {
-        throw WrongUse("Im6 files are read and not written, and " + quoted(path.string()) +
-                       " is to be written as one; --output-format raw or tiff writes under any name");
+        throw WrongUse("cannot write " + quoted(path.string()) +
+                       ": Im6 files can only be read; use --output-format raw or tiff");
     }
     return format;
 }

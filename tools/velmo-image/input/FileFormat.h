@@ -19,7 +19,7 @@ eFileFormat chooseInputFormat(boost::filesystem::path const& path, std::string c
 /// The same of --output-format. Throws WrongUse for a format that is only read.
 eFileFormat chooseOutputFormat(boost::filesystem::path const& path, std::string const& optionValue);
 
-/// Whether the extension is that of a kind of picture other than TIFF, such as .png, .jpg or .bmp.
+/// Whether the extension is that of a picture format other than TIFF, such as .png, .jpg or .bmp.
 bool hasPictureExtension(boost::filesystem::path const& path);
 
 } // namespace velmo::tool

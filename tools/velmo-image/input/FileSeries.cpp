@@ -8,7 +8,6 @@
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
 
-#include <VELMOImageFile/FilePatternMatching.h>
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/join.hpp>
@@ -20,18 +19,16 @@ namespace velmo::tool {
 namespace {
 
 namespace fs = boost::filesystem;
+using image::file::TiffFileSeries;
+using Files = std::vector<TiffFileSeries::File>;
 
-/// Names left out, and stretches of missing numbers, that are told one by one.
-constexpr std::size_t g_maxTold = 10;
-
-std::string toRange(vlUInt64 first, vlUInt64 last) {
-    return std::to_string(first) + (first == last ? "" : '-' + std::to_string(last));
-}
+/// Duplicates, and ranges of missing numbers, that are listed one by one.
+constexpr std::size_t g_maxListed = 10;
 
 std::string const g_keyword("<INDEX>");
 
-/// What begins like the keyword, whatever the case of its letters, and is another word; empty where there is
-/// none. It ends where the keyword would, or before what cannot be meant to be in it.
+/// A word that begins like the keyword, in upper or lower case, and is another one, up to its ">" or the
+/// first character that is no letter; empty where there is none.
 std::string findMistakenKeyword(std::string const& pattern) {
     std::string const beginning = "<ind";
     std::string const lowerCase = boost::algorithm::to_lower_copy(pattern);
@@ -46,14 +43,16 @@ std::string findMistakenKeyword(std::string const& pattern) {
     return {};
 }
 
-/// A TIFF file before others, and hidden ones not at all; empty where there is none.
-std::string chooseExample(FileSeries const& files) {
+/// The name of a file of the directory, preferably a TIFF file, never a hidden one; empty where there is
+/// none.
+std::string chooseExample(fs::path const& directory) {
     std::string example;
-    for (FileSeries::Entry const& entry : files.getEntries()) {
-        if (entry.name.front() != '.' && chooseInputFormat(entry.name, "") == eFileFormat::Tiff) {
-            return entry.name;
+    for (TiffFileSeries::File const& file : findSeries(directory, "*").files) {
+        std::string const name = file.path.filename().string();
+        if (name.front() != '.' && chooseInputFormat(name, "") == eFileFormat::Tiff) {
+            return name;
         }
-        example = example.empty() && entry.name.front() != '.' ? entry.name : example;
+        example = example.empty() && name.front() != '.' ? name : example;
     }
     return example;
 }
@@ -63,124 +62,92 @@ std::string chooseExample(FileSeries const& files) {
     throw WorkFailure("cannot list " + quoted(path.string()) + ": " + failure.code().message());
 }
 
-} // namespace
-
-FileSeries::FileSeries(std::string const& pattern)
-    : _bIndices(pattern.find(g_keyword) != std::string::npos) {}
-
-FileSeries FileSeries::findIn(fs::path const& directory, std::string const& pattern) {
-    FileSeries series(pattern);
-    try {
-        for (fs::directory_entry const& entry : fs::directory_iterator(directory)) {
-            if (fs::status(entry.path()).type() != fs::directory_file) {
-                series.add(pattern, entry.path().filename().string());
-            }
-        }
-    } catch (fs::filesystem_error const& failure) {
-        failToList(directory, failure);
-    }
-    series.sort();
-    return series;
+bool hasLowerNumber(TiffFileSeries::File const& left, TiffFileSeries::File const& right) {
+    return left.number < right.number;
 }
 
-FileSeries FileSeries::select(std::vector<std::string> const& names, std::string const& pattern) {
-    FileSeries series(pattern);
-    for (std::string const& name : names) {
-        series.add(pattern, name);
+void addDuplicates(TiffFileSeries const& series, std::vector<std::string>& problems) {
+    std::size_t const nbListed = std::min(series.duplicates.size(), g_maxListed);
+    for (std::size_t index = 0; index < nbListed; ++index) {
+        TiffFileSeries::File const& duplicate = series.duplicates[index];
+        auto const first =
+            std::lower_bound(series.files.begin(), series.files.end(), duplicate, hasLowerNumber);
+        problems.push_back("ignored " + quoted(duplicate.path.filename().string()) + ": it has the number " +
+                           std::to_string(*duplicate.number) + " of " +
+                           quoted(first->path.filename().string()));
     }
-    series.sort();
-    return series;
-}
-
-void FileSeries::add(std::string const& pattern, std::string const& name) {
-    throwIfInterrupted();
-    vlUInt64 index = 0;
-    try {
-        if (image::file::testFilePatternMatching(pattern, name, index)) {
-            _entries.push_back({name, index});
-        }
-    } catch (boost::bad_lexical_cast const&) {
-        throw WorkFailure("the number in " + quoted(name) + " is beyond 64 bits");
+    if (nbListed < series.duplicates.size()) {
+        problems.push_back("ignored " + std::to_string(series.duplicates.size() - nbListed) +
+                           " more files with duplicate numbers");
     }
 }
 
-void FileSeries::sort() {
-    bool const bIndices = _bIndices;
-    std::stable_sort(_entries.begin(), _entries.end(), [=](Entry const& left, Entry const& right) {
-        return bIndices ? left.index < right.index : fs::path(left.name).compare(right.name) < 0;
-    });
-}
-
-bool FileSeries::isLeftOut(std::size_t entry) const {
-    return _bIndices && entry != 0 && _entries[entry].index == _entries[entry - 1].index;
-}
-
-std::vector<std::string> FileSeries::findProblems() const {
-    std::vector<std::string> problems;
-    if (_bIndices && !_entries.empty()) {
-        findDuplicates(problems);
-        findGaps(problems);
-    }
-    return problems;
-}
-
-void FileSeries::findDuplicates(std::vector<std::string>& problems) const {
-    std::size_t nbLeftOut = 0;
-    std::size_t taken = 0;
-    for (std::size_t entry = 0; entry < _entries.size(); ++entry) {
-        if (!isLeftOut(entry)) {
-            taken = entry;
-        } else if (++nbLeftOut <= g_maxTold) {
-            problems.push_back(quoted(_entries[entry].name) + " is left out: it has the index " +
-                               std::to_string(_entries[entry].index) + " of " + quoted(_entries[taken].name) +
-                               ", which comes first");
-        }
-    }
-    if (nbLeftOut > g_maxTold) {
-        problems.push_back(std::to_string(nbLeftOut - g_maxTold) + " more are left out for the same reason");
-    }
-}
-
-void FileSeries::findGaps(std::vector<std::string>& problems) const {
+void addGaps(TiffFileSeries const& series, std::vector<std::string>& problems) {
     std::vector<std::string> ranges;
-    vlUInt64 nbUntold = 0;
-    for (std::size_t entry = 1; entry < _entries.size(); ++entry) {
-        vlUInt64 const before = _entries[entry - 1].index;
-        vlUInt64 const index = _entries[entry].index;
-        if (index - before < 2) {
-            continue;
-        }
-        if (ranges.size() < g_maxTold) {
-            ranges.push_back(toRange(before + 1, index - 1));
+    vlUInt64 nbUnlisted = 0;
+    for (TiffFileSeries::Gap const& gap : series.gaps) {
+        if (ranges.size() < g_maxListed) {
+            ranges.push_back(std::to_string(gap.first) +
+                             (gap.first == gap.last ? "" : '-' + std::to_string(gap.last)));
         } else {
-            nbUntold += index - before - 1;
+            nbUnlisted += gap.last - gap.first + 1;
         }
     }
     if (!ranges.empty()) {
         problems.push_back("missing " + boost::algorithm::join(ranges, ", ") +
-                           (nbUntold == 0 ? "" : " and " + std::to_string(nbUntold) + " more numbers"));
+                           (nbUnlisted == 0 ? "" : " and " + std::to_string(nbUnlisted) + " more numbers"));
     }
+}
+
+} // namespace
+
+TiffFileSeries findSeries(fs::path const& directory, std::string const& pattern) {
+    PromptInterrupts const prompt;
+    try {
+        return image::file::findTiffFiles(directory, pattern);
+    } catch (fs::filesystem_error const& failure) {
+        failToList(directory, failure);
+    } catch (boost::bad_lexical_cast const& failure) {
+        throw WorkFailure(failure.what());
+    }
+}
+
+TiffFileSeries selectSeries(std::vector<std::string> const& names, std::string const& pattern) {
+    try {
+        return image::file::selectTiffFiles(names, pattern);
+    } catch (boost::bad_lexical_cast const& failure) {
+        throw WorkFailure(failure.what());
+    }
+}
+
+Files listMatches(TiffFileSeries const& series) {
+    Files matches = series.files;
+    matches.insert(matches.end(), series.duplicates.begin(), series.duplicates.end());
+    std::stable_sort(matches.begin(), matches.end(), hasLowerNumber);
+    return matches;
 }
 
 std::string explainNoMatch(std::string const& directory, std::string const& pattern) {
-    std::string const example = chooseExample(FileSeries::findIn(directory, "*"));
+    std::string const example = chooseExample(directory);
     bool const bKeywordHelps = pattern.find(g_keyword) == std::string::npos &&
                                example.find_first_of("0123456789") != std::string::npos;
     return "no file in " + quoted(directory) + " matches " + quoted(pattern) +
-           (example.empty() ? "; there is no file" : "; there is " + quoted(example)) +
-           (bKeywordHelps ? ", and a number in a name is written " + g_keyword : "");
+           (example.empty() ? "; the directory has no files" : "; one of its files is " + quoted(example)) +
+           (bKeywordHelps ? "; " + g_keyword + " stands for the number in a name" : "");
 }
 
-void tellMistakenKeyword(std::string const& pattern) {
+void warnOfMistakenKeyword(std::string const& pattern) {
     std::string const mistaken = findMistakenKeyword(pattern);
     if (!mistaken.empty()) {
-        printMessage("warning: the keyword for a number is \"<INDEX>\", and " + quoted(mistaken) + " in " +
-                     quoted(pattern) + " stands for its own letters");
+        printMessage("warning: " + quoted(mistaken) + " in " + quoted(pattern) +
+                     " matches its own letters; the keyword for a number is \"<INDEX>\"");
     }
 }
 
-void tellProblems(FileSeries const& series, bool bStrict) {
-    std::vector<std::string> const problems = series.findProblems();
+void reportProblems(TiffFileSeries const& series, bool bStrict) {
+    std::vector<std::string> problems;
+    addDuplicates(series, problems);
+    addGaps(series, problems);
     if (bStrict && !problems.empty()) {
         throw WorkFailure(boost::algorithm::join(problems, "\n"));
     }

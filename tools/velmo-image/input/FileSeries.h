@@ -3,56 +3,28 @@
 
 #pragma once
 
-#include <VELMOUtil/Types.h>
-#include <boost/filesystem/path.hpp>
-#include <string>
-#include <vector>
+#include <VELMOImageFile/TiffFileSeries.h>
 
 namespace velmo::tool {
 
-/// The names that match a pattern, in the order in which the load of a directory takes them: by their numbers
-/// where the pattern reads one, else as paths compare. Names of one number stay in the order in which they
-/// were met, and of these a load takes the first alone.
-class FileSeries {
-  public:
-    struct Entry {
-        std::string name;
-        vlUInt64 index; ///< 0 where the pattern reads none
-    };
+/// The library's `findTiffFiles`; an interrupt ends the process at once. Throws WorkFailure where the
+/// directory cannot be listed or a number is too large.
+image::file::TiffFileSeries findSeries(boost::filesystem::path const& directory, std::string const& pattern);
+/// The library's `selectTiffFiles`. Throws WorkFailure where a number is too large.
+image::file::TiffFileSeries selectSeries(std::vector<std::string> const& names, std::string const& pattern);
 
-    /// The files of a directory itself, links followed, folders left out.
-    static FileSeries findIn(boost::filesystem::path const& directory, std::string const& pattern);
-    static FileSeries select(std::vector<std::string> const& names, std::string const& pattern);
+/// All matches, also those that a load skips, in ascending order.
+std::vector<image::file::TiffFileSeries::File> listMatches(image::file::TiffFileSeries const& series);
 
-    bool hasIndices() const { return _bIndices; }
-    /// All matches, also those that a load leaves out.
-    std::vector<Entry> const& getEntries() const { return _entries; }
-
-    /// Names that share a number and numbers that no name has, between the lowest and the highest: a sentence
-    /// each, of a bounded number and length.
-    std::vector<std::string> findProblems() const;
-
-  private:
-    explicit FileSeries(std::string const& pattern);
-    void add(std::string const& pattern, std::string const& name);
-    void sort();
-    bool isLeftOut(std::size_t entry) const;
-    void findDuplicates(std::vector<std::string>& problems) const;
-    void findGaps(std::vector<std::string>& problems) const;
-
-    bool _bIndices;
-    std::vector<Entry> _entries;
-};
-
-/// The message where no file of a directory matches: with the name of one that is there, and with the keyword
-/// where the pattern lacks it.
+/// The message where no file of a directory matches: it names a file of the directory, and the keyword where
+/// the pattern does not have it.
 std::string explainNoMatch(std::string const& directory, std::string const& pattern);
 
-/// Prints a warning where the pattern has something that was meant as `<INDEX>` and is not: it is matched as
-/// the letters that it has.
-void tellMistakenKeyword(std::string const& pattern);
+/// Prints a warning where the pattern has a misspelt `<INDEX>`, which matches its own letters only.
+void warnOfMistakenKeyword(std::string const& pattern);
 
-/// Prints the problems as warnings, or, with `bStrict`, throws them as one WorkFailure.
-void tellProblems(FileSeries const& series, bool bStrict);
+/// Prints duplicate and missing numbers as warnings, in lines of bounded number and length; with `bStrict`
+/// throws them as one WorkFailure.
+void reportProblems(image::file::TiffFileSeries const& series, bool bStrict);
 
 } // namespace velmo::tool

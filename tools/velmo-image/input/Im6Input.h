@@ -5,15 +5,10 @@
 
 #include <VELMOImage/DiskImage.h>
 #include <boost/filesystem/path.hpp>
-#include <string>
-#include <vector>
 
 namespace velmo::tool {
 
-/// An Im6 file, open for reading. Failures have the library's words.
+/// Opens an Im6 file for reading. Throws the errors of the library; each names the file.
 image::DiskImagePtr openIm6Input(boost::filesystem::path const& path);
-
-/// What the file holds otherwise than its header says, a sentence each.
-std::vector<std::string> findIm6Warnings(image::DiskImage const& image);
 
 } // namespace velmo::tool

@@ -6,8 +6,9 @@
 #include "input/InputFile.h"
 #include "terminal/CheckedParsing.h"
 
-#include <CLI/CLI.hpp>
+#include <VELMOImageFile/PixelTypeNames.h>
 #include <algorithm>
+#include <boost/algorithm/string/join.hpp>
 
 namespace velmo::tool {
 
@@ -15,20 +16,8 @@ namespace {
 
 using namespace image;
 
-constexpr std::array<Choice<eImageBufferType>, 11> g_types = {{{"uint8", eIBT_UInt8},
-                                                               {"int8", eIBT_Int8},
-                                                               {"uint16", eIBT_UInt16},
-                                                               {"int16", eIBT_Int16},
-                                                               {"uint32", eIBT_UInt32},
-                                                               {"int32", eIBT_Int32},
-                                                               {"real32", eIBT_Real32},
-                                                               {"binary", eIBT_Binary},
-                                                               {"label8", eIBT_Label8},
-                                                               {"label16", eIBT_Label16},
-                                                               {"label32", eIBT_Label32}}};
-
 constexpr bool g_bMachineIsBig = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
-/// Whether a word for a byte order asks for a swap on this machine.
+/// Whether a byte order needs a swap on this machine.
 constexpr std::array<Choice<bool>, 2> g_byteOrders = {
     {{"little", g_bMachineIsBig}, {"big", !g_bMachineIsBig}}};
 
@@ -37,10 +26,19 @@ constexpr std::array<Choice<file::eTiffDirectoryMode>, 2> g_directoryModes = {
 constexpr std::array<Choice<file::eTiffBufferMode>, 3> g_bufferModes = {
     {{"default", file::eTBM_Default}, {"binary", file::eTBM_Binary}, {"label", file::eTBM_Label}}};
 
-void refuseGiven(std::vector<CLI::Option const*> const& options, std::string const& formatName) {
-    for (CLI::Option const* const pOption : options) {
-        if (pOption->count() != 0) {
-            throw WrongUse(pOption->get_name() + " is for " + formatName + " inputs, and none is given");
+eImageBufferType parsePixelType(std::string const& text) {
+    auto const type = file::findPixelType(text);
+    if (!type) {
+        throw WrongUse("--type must be one of " + boost::algorithm::join(file::getPixelTypeNames(), ", ") +
+                       ", not " + quoted(text));
+    }
+    return *type;
+}
+
+void refuseGiven(std::vector<CommandOption> const& options, std::string const& formatName) {
+    for (CommandOption const& option : options) {
+        if (option.isGiven()) {
+            throw WrongUse(option.getName() + " applies only to " + formatName + " inputs");
         }
     }
 }
@@ -79,10 +77,10 @@ ImageGeometryPtr RawDescription::createGeometry() const {
                     temporal);
 }
 
-CLI::Option* addPixelsOption(CLI::App& app, std::string& value, std::string const& what) {
-    return app.add_option("--pixels", value,
-                          "default|binary|label: what the unsigned pixels of " + what +
-                              " are, unless the file says so itself (default: numbers)");
+CommandOption addPixelsOption(CommandOptions& options, std::string& value, std::string const& what) {
+    return options.addOption("--pixels", value,
+                             "default|binary|label: meaning of the unsigned pixels of " + what +
+                                 ", unless written by this library (default: numbers)");
 }
 
 file::eTiffBufferMode parseBufferMode(std::string const& text) {
@@ -93,21 +91,23 @@ file::eTiffDirectoryMode parseDirectoryMode(std::string const& option, std::stri
     return parseChoice(option, text, g_directoryModes);
 }
 
-void InputOptions::addTo(CLI::App& app) {
-    app.add_option(
+void InputOptions::addTo(CommandOptions& options) {
+    options.addOption(
         "--format", _format,
-        "raw|tiff|im6; without it the extension decides: .tif and .tiff are tiff, .im6 is im6, others raw");
+        "raw|tiff|im6: format of the input (default: by extension, .tif and .tiff are tiff, .im6 is im6, "
+        "all others raw)");
     _rawOptions = {
-        app.add_option("--size", _size, "X,Y[,Z[,C[,T]]]: sizes of a raw input"),
-        app.add_option("--type", _type,
-                       "uint8|int8|uint16|int16|uint32|int32|real32|binary|label8|label16|label32: pixels of "
-                       "a raw input"),
-        app.add_option("--offset", _offset, "Bytes before the first plane of a raw input (0)"),
-        app.add_option("--byte-order", _byteOrder, "little|big: byte order of a raw input (little)")};
-    _tiffOptions = {app.add_option("--directories", _directories,
-                                   "z|t: what the directories of a TIFF input are, planes or time steps, "
-                                   "unless it says so itself (z)"),
-                    addPixelsOption(app, _pixels, "a TIFF input")};
+        options.addOption("--size", _size, "X,Y[,Z[,C[,T]]]: dimensions of a raw input"),
+        options.addOption("--type", _type,
+                          boost::algorithm::join(file::getPixelTypeNames(), "|") +
+                              ": pixel type of a raw input"),
+        options.addOption("--offset", _offset, "Bytes before the first plane of a raw input (default: 0)"),
+        options.addOption("--byte-order", _byteOrder,
+                          "little|big: byte order of a raw input (default: little)")};
+    _tiffOptions = {options.addOption("--directories", _directories,
+                                      "z|t: the directories of a TIFF input are planes or time steps, unless "
+                                      "written by this library (default: z)"),
+                    addPixelsOption(options, _pixels, "a TIFF input")};
 }
 
 eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
@@ -123,12 +123,13 @@ std::string const* InputOptions::findInput(std::vector<std::string> const& files
 RawDescription InputOptions::describeRaw(std::string const& file) const {
     if (_size.empty() || _type.empty()) {
         requireReadable(file);
-        throw WrongUse("a raw file does not say what is in it: it takes --size X,Y[,Z[,C[,T]]] and --type "
-                       "TYPE, such as --size 181,217,181 --type uint8; " +
-                       quoted(file) + " is read as one unless --format says tiff or im6");
+        throw WrongUse(quoted(file) +
+                       " is read as a raw file, which needs --size X,Y[,Z[,C[,T]]] and --type TYPE, such "
+                       "as --size 181,217,181 --type uint8; for other formats use --format "
+                       "tiff or --format im6");
     }
-    return {parseSizes("--size", _size), parseChoice("--type", _type, g_types),
-            parseNumber("--offset", _offset), parseChoice("--byte-order", _byteOrder, g_byteOrders)};
+    return {parseSizes("--size", _size), parsePixelType(_type), parseNumber("--offset", _offset),
+            parseChoice("--byte-order", _byteOrder, g_byteOrders)};
 }
 
 InputDescription InputOptions::describe(std::vector<std::string> const& files) const {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "input/FileFormat.h"
+#include "terminal/CommandOptions.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFileOptions.h>
@@ -11,21 +12,16 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-class Option;
-} // namespace CLI
-
 namespace velmo::tool {
 
-/// What a raw file does not say of itself.
+/// The geometry of a raw file, which the file itself does not have.
 struct RawDescription {
     std::vector<vlUInt64> sizes; ///< X, Y and as much of Z, C, T as was given
     image::eImageBufferType bufferType;
     vlUInt64 offset;
     bool bSwapBytes;
 
-    /// Throws VELMOImageException where 64 bits cannot count the bytes.
+    /// Throws VELMOImageException where the number of bytes overflows 64 bits.
     image::ImageGeometryPtr createGeometry() const;
 };
 
@@ -34,8 +30,8 @@ struct InputDescription {
     image::file::TiffReadOptions tiff;
 };
 
-/// The option --pixels of "what" (a word for the inputs), which writes into `value`.
-CLI::Option* addPixelsOption(CLI::App& app, std::string& value, std::string const& what);
+/// The option --pixels, which writes into `value`; `what` names the inputs in its description.
+CommandOption addPixelsOption(CommandOptions& options, std::string& value, std::string const& what);
 /// The value of --pixels.
 image::file::eTiffBufferMode parseBufferMode(std::string const& text);
 /// The value z or t of an option.
@@ -45,12 +41,12 @@ image::file::eTiffDirectoryMode parseDirectoryMode(std::string const& option, st
 class InputOptions {
   public:
     /// The options write into this object, which must outlive the parsing.
-    void addTo(CLI::App& app);
+    void addTo(CommandOptions& options);
 
     eFileFormat getFormat(boost::filesystem::path const& path) const;
-    /// What the options say of the files. Throws WrongUse where one of them cannot be read so, and where an
-    /// option fits none of them, without opening any; WorkFailure where a raw one that lacks its options
-    /// cannot be read at all.
+    /// How the options say to read the files, none of which is opened. Throws WrongUse for a wrong value, for
+    /// an option that applies to none of the files, and for a raw file without its required options;
+    /// WorkFailure where that file cannot be read anyway.
     InputDescription describe(std::vector<std::string> const& files) const;
 
   private:
@@ -65,8 +61,8 @@ class InputOptions {
     std::string _byteOrder = "little";
     std::string _directories = "z";
     std::string _pixels = "default";
-    std::vector<CLI::Option const*> _rawOptions; ///< of the parser
-    std::vector<CLI::Option const*> _tiffOptions;
+    std::vector<CommandOption> _rawOptions;
+    std::vector<CommandOption> _tiffOptions;
 };
 
 } // namespace velmo::tool

@@ -3,7 +3,7 @@
 
 #include "input/ObservedAccessor.h"
 
-#include "output/ByteSwap.h"
+#include "input/ByteSwap.h"
 #include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Progress.h"

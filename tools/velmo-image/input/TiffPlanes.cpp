@@ -3,7 +3,7 @@
 
 #include "input/TiffPlanes.h"
 
-#include <VELMOUtil/AvailableMemory.h>
+#include <VELMOBase/AvailableMemory.h>
 #include <cstring>
 
 namespace velmo::tool {

@@ -3,9 +3,9 @@
 
 #pragma once
 
+#include <VELMOBase/PageBuffer.h>
 #include <VELMOImage/BaseImage.h>
 #include <VELMOImage/ImageGeometry.h>
-#include <VELMOUtil/PageBuffer.h>
 #include <mutex>
 #include <optional>
 

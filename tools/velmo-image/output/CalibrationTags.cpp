@@ -20,12 +20,12 @@ namespace {
 
 struct LengthUnit {
     char const* name;
-    double count; ///< so many units are
-    double centimetres;
+    double count;       ///< this many units are
+    double centimetres; ///< this many centimetres
 };
 
-/// Taken as they are spelt: their case counts. The micro sign and the Greek letter in UTF-8, the former in
-/// Latin-1 as well; the letter and the sign of angstrom.
+/// Case-sensitive. Micro: the sign and the Greek letter in UTF-8, the sign in Latin-1. Angstrom: the letter
+/// and the sign in UTF-8, the letter in Latin-1.
 constexpr std::array<LengthUnit, 17> g_symbols = {{{"km", 1, 1e5},
                                                    {"m", 1, 100},
                                                    {"dm", 1, 10},
@@ -44,7 +44,7 @@ constexpr std::array<LengthUnit, 17> g_symbols = {{{"km", 1, 1e5},
                                                    {"in", 50, 127},
                                                    {"\"", 50, 127}}};
 
-/// In any case, also in the plural; each "meter" may be a "metre".
+/// Case-insensitive, singular or plural; "metre" is "meter".
 constexpr std::array<LengthUnit, 10> g_words = {{{"kilometer", 1, 1e5},
                                                  {"meter", 1, 100},
                                                  {"decimeter", 1, 10},
@@ -83,19 +83,18 @@ std::string toText(float size) {
     return {text.data(), pEnd};
 }
 
-/// Pixels in `length` units, for a size in units: the simplest number that the size is rounded from, which is
-/// most probably the one that was meant.
+/// Pixels in `length` units, for a size in units: the simplest fraction that gives this 32-bit size.
 std::optional<Rational> countPixels(float size, double length) {
-    double const before = std::nextafter(size, 0.0F); // behind a power of two numbers lie less densely
+    double const before = std::nextafter(size, 0.0F); // the nearer neighbour of a power of two
     double const rounding = (static_cast<double>(size) - before) / 2 / static_cast<double>(size);
-    constexpr double shareOfIt = 0.99; // a number on the border may have been rounded the other way
+    constexpr double shareOfIt = 0.99; // a number on the border may round the other way
     return findRational(length / static_cast<double>(size), shareOfIt * rounding);
 }
 
 } // namespace
 
 CalibrationTags toTags(image::GeometricCalibrationConstPtr const& pCalibration) {
-    std::string const without = "no resolution tags are written: ";
+    std::string const without = "no resolution tags were written: ";
     if (!pCalibration) {
         return {std::nullopt, without + "the image has no calibration"};
     }
@@ -105,14 +104,14 @@ CalibrationTags toTags(image::GeometricCalibrationConstPtr const& pCalibration) 
     std::optional<Rational> const x = countPixels(pCalibration->getPixelSizeX(), length);
     std::optional<Rational> const y = countPixels(pCalibration->getPixelSizeY(), length);
     if (!x || !y) {
-        return {std::nullopt, without + "they cannot tell of pixels of " +
+        return {std::nullopt, without + "they cannot hold pixels of " +
                                   toText(pCalibration->getPixelSizeX()) + " x " +
                                   toText(pCalibration->getPixelSizeY()) + (name.empty() ? "" : ' ' + name)};
     }
     std::string warning;
     if (pUnit == nullptr && !name.empty()) {
-        warning = "the resolution tags leave out the unit " + quoted(name) +
-                  ", whose length is not known; units such as m, cm, mm, um, nm and inch are";
+        warning = "the resolution tags have no unit: " + quoted(name) +
+                  " is unknown; known units are m, cm, mm, um, nm, inch and others";
     }
     std::uint16_t const unit = pUnit != nullptr ? RESUNIT_CENTIMETER : RESUNIT_NONE;
     return {TiffResolution{*x, *y, unit}, warning};

@@ -11,14 +11,14 @@
 
 namespace velmo::tool {
 
-/// What the resolution tags of TIFF can tell of a calibration.
+/// A calibration as the resolution tags of TIFF.
 struct CalibrationTags {
-    std::optional<TiffResolution> resolution; ///< none where they can tell nothing
-    std::string warning;                      ///< what they do not tell, and why; empty where they tell all
+    std::optional<TiffResolution> resolution; ///< empty where the tags cannot hold it
+    std::string warning; ///< what the tags do not hold, and why; empty where they hold all
 };
 
-/// In pixels per centimetre where the unit is a known one; for another unit, or none, in pixels per unit
-/// without a name. `pCalibration` may be null.
+/// Pixels per centimetre for a known unit; pixels per unnamed unit for another one or none. `pCalibration`
+/// may be null.
 CalibrationTags toTags(image::GeometricCalibrationConstPtr const& pCalibration);
 
 } // namespace velmo::tool

@@ -6,7 +6,7 @@
 #include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 
-#include <VELMOUtil/ReplacedFile.h>
+#include <VELMOBase/ReplacedFile.h>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
 
@@ -38,7 +38,7 @@ void callWriter(std::function<void(fs::path const&)> const& write, ReplacedFile 
     throwIfInterrupted();
 }
 
-void require(BoolResult const& result, std::string const& what, fs::path const& target) {
+void require(SystemResult const& result, std::string const& what, fs::path const& target) {
     if (!result) {
         throw WorkFailure("cannot " + what + ' ' + quoted(target.string()) + ": " + result.getMessage());
     }
@@ -68,7 +68,7 @@ void requireWritableTarget(fs::path const& target, bool bOverwrite) {
         throw WorkFailure("cannot write " + quoted(target.string()) + ": it is a directory");
     }
     if (type == fs::regular_file && !bOverwrite) {
-        throw WorkFailure(quoted(target.string()) + " exists already; --overwrite replaces it");
+        throw WorkFailure(quoted(target.string()) + " already exists; --overwrite replaces it");
     }
 }
 

@@ -6,11 +6,11 @@
 #include "output/CalibrationTags.h"
 #include "output/OutputFile.h"
 #include "terminal/CheckedParsing.h"
+#include "terminal/CommandOptions.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Progress.h"
 #include "terminal/Terminal.h"
 
-#include <CLI/CLI.hpp>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
@@ -24,7 +24,7 @@ namespace velmo::tool {
 
 namespace {
 
-/// Headers are held in memory: one that is larger than this is taken for a mistake.
+/// Headers are held in memory; larger files are rejected.
 constexpr std::size_t g_maxHeaderSize = std::size_t{64} << 20;
 
 struct FileCloser {
@@ -55,23 +55,23 @@ constexpr std::array<Choice<image::file::eTiffCompression>, 3> g_compressions = 
 
 } // namespace
 
-void OutputOptions::addTo(CLI::App& app) {
-    app.add_option("OUTPUT", _file, "File to write")->required();
-    app.add_option(
-        "--output-format", _format,
-        "raw|tiff; without it the extension decides: .tif and .tiff are tiff, others raw, but not those "
-        "of pictures such as .png");
-    app.add_option("--compression", _compression, "none|lzw|deflate: of a TIFF output (none)");
-    app.add_option("--header", _headerFile, "File whose bytes go before the planes of a raw output");
-    app.add_flag("--overwrite", _bOverwrite, "Replace an output that exists");
-    app.add_flag("--quiet", _bQuiet, "No progress bar");
+void OutputOptions::addTo(CommandOptions& options) {
+    options.addArgument("OUTPUT", _file, "File to write");
+    options.addOption("--output-format", _format,
+                      "raw|tiff: format of the output (default: by extension, .tif and .tiff are tiff, all "
+                      "others raw; extensions of pictures such as .png are rejected)");
+    options.addOption("--compression", _compression,
+                      "none|lzw|deflate: compression of a TIFF output (default: none)");
+    options.addOption("--header", _headerFile,
+                      "File whose bytes are written before the planes of a raw output");
+    options.addFlag("--overwrite", _bOverwrite, "Replace an existing output");
+    options.addFlag("--quiet", _bQuiet, "Hide the progress bar");
 }
 
-void OutputOptions::addCalibrationTagsTo(CLI::App& app) {
-    app.add_flag("--calibration-tags", _bCalibrationTags,
-                 "Tell other programs the pixel size along X and Y, in the resolution tags of a TIFF output: "
-                 "pixels per cm; of a calibration whose unit is unknown or missing, pixels per unit; without "
-                 "a calibration, none");
+void OutputOptions::addCalibrationTagsTo(CommandOptions& options) {
+    options.addFlag("--calibration-tags", _bCalibrationTags,
+                    "Write the pixel size along X and Y into the resolution tags of a TIFF output, for other "
+                    "programs: pixels per cm, or pixels per unit if the unit is unknown or missing");
 }
 
 eFileFormat OutputOptions::getFormat() const {
@@ -87,20 +87,21 @@ void OutputOptions::requireFit() const {
     eFileFormat const format = getFormat();
     if (_format.empty() && hasPictureExtension(_file)) {
         throw WrongUse(quoted(_file) +
-                       " is the name of a picture, which this command does not write: velmo-image preview "
-                       "writes PNG pictures; --output-format raw or tiff writes under any name");
+                       " has the extension of a picture, which this command cannot write; use velmo-image "
+                       "preview for PNG pictures, or --output-format raw or tiff");
     }
     if (format == eFileFormat::Tiff && !_headerFile.empty()) {
-        throw WrongUse("--header is for a raw output, and " + quoted(_file) + " is a TIFF file");
+        throw WrongUse("--header applies only to raw outputs; " + quoted(_file) + " is a TIFF file");
     }
     if (format == eFileFormat::Raw && !_compression.empty()) {
-        throw WrongUse("--compression is for a TIFF output, and " + quoted(_file) + " is a raw file");
+        throw WrongUse("--compression applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
     }
     if (format == eFileFormat::Raw && _bCalibrationTags) {
-        throw WrongUse("--calibration-tags is for a TIFF output, and " + quoted(_file) + " is a raw file");
+        throw WrongUse("--calibration-tags applies only to TIFF outputs; " + quoted(_file) +
+                       " is a raw file");
     }
     getCompression();
-    requireHeaderApartFrom(_file, "the output itself");
+    requireHeaderApartFrom(_file, "the output");
 }
 
 void OutputOptions::requireApartFrom(boost::filesystem::path const& input, std::string const& what) const {

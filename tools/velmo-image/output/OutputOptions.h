@@ -11,25 +11,22 @@
 #include <functional>
 #include <optional>
 
-namespace CLI {
-class App;
-}
-
 namespace velmo::tool {
+
+class CommandOptions;
 
 /// The output file of a command, and the options that say how an image is written to it.
 class OutputOptions {
   public:
-    /// Adds the positional OUTPUT as well. The options write into this object, which must outlive the
-    /// parsing.
-    void addTo(CLI::App& app);
+    /// Adds the argument OUTPUT as well. The options write into this object, which must outlive the parsing.
+    void addTo(CommandOptions& options);
 
     /// Adds --calibration-tags.
-    void addCalibrationTagsTo(CLI::App& app);
+    void addCalibrationTagsTo(CommandOptions& options);
 
     std::string const& getFile() const { return _file; }
-    /// Throws WrongUse where the format cannot be written, the extension alone chooses the format and is that
-    /// of a picture, an option does not go with another one, or the header is the output.
+    /// Throws WrongUse where the format cannot be written, the extension is that of a picture and no format
+    /// is given, an option does not apply to the format, or the header is the output.
     void requireFit() const;
     /// Throws for a file to read, which `what` names: WorkFailure where it is the output, WrongUse where it
     /// is the header.
@@ -37,14 +34,14 @@ class OutputOptions {
     void requireHeaderApartFrom(boost::filesystem::path const& input, std::string const& what) const;
     /// Throws WorkFailure where `save` would refuse the file, before any work is done.
     void requireWritable() const;
-    /// Writes the image plane by plane, with a progress bar, as `writeOutput` has it; an interrupt ends it.
+    /// Writes the image plane by plane, with a progress bar, by `writeOutput`; an interrupt stops it.
     void save(ObservedSource const& source) const;
 
   private:
     using Writer = std::function<void(boost::filesystem::path const&)>;
 
     eFileFormat getFormat() const;
-    /// Tells what the tags will not say, if they were asked for.
+    /// Empty without --calibration-tags. Prints a warning about what the tags cannot hold.
     std::optional<TiffResolution> getResolution(image::DiskImage const& image) const;
     image::file::eTiffCompression getCompression() const;
     /// Writes the image under the name that it is called with.

@@ -14,8 +14,8 @@ struct Rational {
     std::uint32_t denominator;
 };
 
-/// A simple fraction in lowest terms that differs from a value by a share of `tolerance` at most; where there
-/// is none, the nearest that there is. None for what is not positive, and for values that are out of reach.
+/// A simple fraction in lowest terms whose relative error is at most `tolerance`; where there is none, the
+/// nearest fraction. Empty for values that are not positive, too small or too large.
 std::optional<Rational> findRational(double value, double tolerance);
 
 } // namespace velmo::tool

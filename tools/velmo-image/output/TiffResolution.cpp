@@ -3,7 +3,7 @@
 
 #include "output/TiffResolution.h"
 
-#include "input/BinaryFile.h"
+#include "output/BinaryFile.h"
 #include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 

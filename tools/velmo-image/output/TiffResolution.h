@@ -9,7 +9,7 @@
 
 namespace velmo::tool {
 
-/// Pixels per unit of length, as three tags of a TIFF directory tell it.
+/// Pixels per unit of length: the values of three tags of a TIFF directory.
 struct TiffResolution {
     Rational x;
     Rational y;
@@ -17,9 +17,12 @@ struct TiffResolution {
 };
 
 /// Sets XResolution, YResolution and ResolutionUnit in all directories of a little-endian TIFF file, classic
-/// or BigTIFF, in place of those that it has. All else that the directories point to stays where it is: they
-/// are written anew behind the end of the file, and the header, which names the first of them, comes last.
-/// Throws WorkFailure, after which the old directories are still the ones of the file, and Interrupted.
+/// or BigTIFF, and replaces existing ones. The new directories are appended to the file; the header, which
+/// points to the first one, is written last. Pixels and other values stay where they are. Throws WorkFailure
+/// and Interrupted; the file then still has its old directories.
+///
+/// libtiff is not used: it keeps a resolution as a 32-bit float, from which the size of a pixel does not come
+/// back bit-exact, and its TIFFRewriteDirectory follows the whole chain of directories for each of them.
 void setTiffResolution(boost::filesystem::path const& path, TiffResolution const& resolution);
 
 } // namespace velmo::tool

@@ -35,7 +35,7 @@ std::vector<std::string> splitFields(std::string const& text) {
 vlUInt64 parseNumber(std::string const& option, std::string const& text) {
     vlUInt64 number = 0;
     if (!parseWhole(text, number)) {
-        throw WrongUse(option + " takes a whole number in digits, such as 512; not " + quoted(text));
+        throw WrongUse(option + " must be a whole number, such as 512, not " + quoted(text));
     }
     return number;
 }
@@ -47,8 +47,8 @@ std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& t
         bFits = bFits && parseWhole(field, sizes.emplace_back()) && sizes.back() != 0;
     }
     if (!bFits || sizes.size() < 2 || sizes.size() > 5) {
-        throw WrongUse(option + " takes X,Y[,Z[,C[,T]]]: two to five whole numbers from 1 on, such as " +
-                       "640,480 or 181,217,181; not " + quoted(text));
+        throw WrongUse(option + " must be X,Y[,Z[,C[,T]]], two to five whole numbers from 1, such as " +
+                       "640,480 or 181,217,181, not " + quoted(text));
     }
     return sizes;
 }
@@ -58,7 +58,7 @@ ValueRange parseRange(std::string const& option, std::string const& text) {
     ValueRange range = {0, 0};
     if (fields.size() != 2 || !parseWhole(fields[0], range.low) || !parseWhole(fields[1], range.high) ||
         !std::isfinite(range.low) || !std::isfinite(range.high) || range.low >= range.high) {
-        throw WrongUse(option + " takes LO,HI: two numbers, the first below the second, such as 0,255; not " +
+        throw WrongUse(option + " must be LO,HI, two numbers with LO less than HI, such as 0,255, not " +
                        quoted(text));
     }
     return range;

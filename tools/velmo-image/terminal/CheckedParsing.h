@@ -13,8 +13,8 @@
 
 namespace velmo::tool {
 
-// Values of options. What does not fit is thrown as WrongUse, whose text says how it should look. `option` is
-// the name as it stands on the command line.
+// Values of options. A value that does not fit throws WrongUse, whose text describes a valid one. `option` is
+// the name as users write it.
 
 vlUInt64 parseNumber(std::string const& option, std::string const& text);
 /// X,Y[,Z[,C[,T]]]: two to five sizes, none of them 0.
@@ -30,7 +30,7 @@ ValueRange parseRange(std::string const& option, std::string const& text);
 template <class Value>
 using Choice = std::pair<char const*, Value>;
 
-/// The value that stands beside a word.
+/// The value of a word.
 template <class Value, std::size_t Count>
 Value parseChoice(std::string const& option, std::string const& text,
                   std::array<Choice<Value>, Count> const& choices) {
@@ -41,7 +41,7 @@ Value parseChoice(std::string const& option, std::string const& text,
         }
         words += (words.empty() ? "" : ", ") + std::string(word);
     }
-    throw WrongUse(option + " takes one of " + words + "; not " + quoted(text));
+    throw WrongUse(option + " must be one of " + words + ", not " + quoted(text));
 }
 
 } // namespace velmo::tool

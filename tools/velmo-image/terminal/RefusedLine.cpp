@@ -16,10 +16,10 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// Shorter words are meant as another with one error at most.
+/// Shorter words may have one typing error.
 constexpr std::size_t g_lengthForTwoErrors = 6;
 
-/// Letters left out, added, replaced or swapped with the next that lead from one word to the other.
+/// The edit distance: letters left out, added, replaced or swapped with the next.
 std::size_t countErrors(std::string const& from, std::string const& to) {
     std::vector<std::size_t> beforeLast;
     std::vector<std::size_t> last(to.size() + 1);
@@ -78,48 +78,48 @@ std::string suggest(std::string const& word, Words const& candidates) {
     return meant.empty() ? "" : ", did you mean " + meant + '?';
 }
 
-/// Of a line without a command.
+/// For a line without a command.
 std::string explainWithoutCommand(CLI::App const& app, Words const& words) {
     std::string const commands = boost::algorithm::join(listCommands(app), ", ");
     if (words.empty()) {
-        return "a command is missing, one of " + commands;
+        return "missing command: one of " + commands;
     }
     if (isOption(words.front())) {
-        return "there is no option " + quoted(words.front()) + " before a command" +
-               suggest(words.front(), listOptions(app));
+        return "unknown option " + quoted(words.front()) + suggest(words.front(), listOptions(app));
     }
     std::string const suggestion = suggest(words.front(), listCommands(app));
-    return "there is no command " + quoted(words.front()) +
-           (suggestion.empty() ? "; it is one of " + commands : suggestion);
+    return "unknown command " + quoted(words.front()) +
+           (suggestion.empty() ? ": must be one of " + commands : suggestion);
 }
 
-/// Of words that a command does not know what to do with.
+/// For arguments and options that a command does not have.
 std::string explainExtras(CLI::App const& command) {
     Words const extras = command.remaining();
     auto const pOption = std::find_if(extras.begin(), extras.end(), isOption);
     if (pOption != extras.end()) {
         std::string const name = pOption->substr(0, pOption->find('='));
-        return command.get_name() + " has no option " + quoted(name) + suggest(name, listOptions(command));
+        return "unknown option " + quoted(name) + " of " + command.get_name() +
+               suggest(name, listOptions(command));
     }
     std::string const positionals = listPositionals(command);
-    std::string text = command.get_name() + " takes " + positionals + ", and " +
-                       quoted(extras.empty() ? std::string() : extras.front()) + " is one too many";
+    std::string text = "unexpected argument " + quoted(extras.empty() ? std::string() : extras.front()) +
+                       ": " + command.get_name() + " takes " + positionals;
     if (positionals.find("PATTERN") != std::string::npos) {
-        text += "; without quotes around it the shell replaces a pattern by names";
+        text += "; quote the pattern, otherwise the shell replaces it by file names";
     }
     return text;
 }
 
-/// The parser's own words, without its types.
+/// The message of the parser without its types.
 std::string explainValues(std::string const& words) {
     std::string const option = words.substr(0, words.find(':'));
-    return words.find("At Most") == std::string::npos ? option + " takes a value"
+    return words.find("At Most") == std::string::npos ? option + " needs a value"
                                                       : option + " is given more than once";
 }
 
-/// The text with where the help is, behind its question mark or as a sentence of its own.
+/// Appends where the help is.
 std::string addHelp(std::string const& text, std::string const& command) {
-    return text + (text.back() == '?' ? " " : "; ") + "velmo-image " + command + "--help tells more";
+    return text + (text.back() == '?' ? " " : "; ") + "see velmo-image " + command + "--help";
 }
 
 } // namespace

@@ -13,13 +13,12 @@ class ParseError;
 
 namespace velmo::tool {
 
-/// What is wrong with a command line that the parser has refused, and how it should look. `words` are those
-/// behind the name of the program.
+/// Explains why the parser rejected a command line. `words` are the arguments of the program.
 std::string explainRefusal(CLI::App const& app, CLI::ParseError const& refusal,
                            std::vector<std::string> const& words);
 
-/// The candidate that a word was most probably meant to be: one that a typing error or, of longer words, two
-/// lead to, or one that begins with it; empty where there is none or more than one.
+/// The candidate that a misspelt word probably means: one that differs by one typing error, or two in longer
+/// words, or that begins with the word; empty where there is none or more than one.
 std::string findMeant(std::string const& word, std::vector<std::string> const& candidates);
 
 } // namespace velmo::tool

@@ -17,9 +17,7 @@ namespace velmo::image::file {
 
 class TiffImageFile;
 
-/// Finds the files of a directory, without its subfolders, whose names match the patterns. They are sorted by
-/// number if the patterns contain `<INDEX>`, otherwise by name. Of several files with one number, only the
-/// first one found is returned. Exceptions of the file system and of the patterns are not caught.
+/// The paths of the files that `findTiffFiles` selects.
 std::vector<boost::filesystem::path> findTiffFilesInDirectory(boost::filesystem::path const& directory,
                                                               std::string const& pattern);
 

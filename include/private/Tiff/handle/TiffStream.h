@@ -55,6 +55,8 @@ class TiffStream {
     bool wasMemoryRefused() const { return _bMemoryRefused; }
     /// Number of libtiff's errors and warnings about this handle.
     vlUInt64 countMessages() const { return _nbMessages; }
+    /// The reason why libtiff may have left out tags or directories; no error if it has read all.
+    std::error_code getMissedError() const;
     /// Error of the last write; none if it succeeded.
     std::error_code const& getWriteError() const { return _writeError; }
     /// Writes bytes. Returns their number, which is smaller after an error.

@@ -13,12 +13,27 @@ using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
+class TiffDirectories;
+
 // A single-directory ImageJ stack: the description of the only directory announces more planes, which follow
 // the first one in the file without gaps.
 
 /// Number of planes that the current directory's description announces; `NumericLimits<vlUInt64>::s_max` if
 /// it announces none. Throws what `std::stoi` throws if the number is invalid.
 vlUInt64 extractNbPagesFromIJDescription(TIFF* pTiff);
+
+/// Larger numbers result from negative numbers in the description.
+constexpr vlUInt64 g_largestAnnouncement = NumericLimits<int>::s_max;
+
+/// The planes that a description announces in addition to the directories.
+struct FurtherPlanes {
+    std::optional<vlUInt64> nbStacked; ///< planes from the first one on; empty if they cannot be located
+    vlUInt64 nbHeld; ///< planes of the file: `nbStacked`, otherwise the number of directories
+};
+/// Empty if the directories are the planes: no further plane is announced, the number is invalid, or the
+/// chain of directories is broken, so that the file is not a single-directory stack.
+std::optional<FurtherPlanes> findFurtherPlanes(TIFF* pTiff, vlUInt64 nbAnnounced,
+                                               TiffDirectories const& directories);
 
 /// Whether the planes of a file are those of a stack. The handle may have any current directory.
 bool isImageJStack(TIFF* pTiff, BaseImageGeometry const& geometry, eTiffPolicy policy);

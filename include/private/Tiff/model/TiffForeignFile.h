@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Tiff/TiffPolicy.h"
+#include "Tiff/model/ImageJStack.h"
 
 #include <VELMOImage/GeometricCalibration.h>
 #include <VELMOImage/ImageGeometry.h>
@@ -50,7 +51,7 @@ class TiffForeignFile {
     BoolResult readFirstBufferType(std::uint16_t samples);
     BoolResult countPlanes();
     void warnOfStoredPlanes(vlUInt64 nbDirectories) const;
-    BoolResult findFurtherPlanes(vlUInt64 nbAnnounced, vlUInt64 nbDirectories);
+    BoolResult takeFurtherPlanes(vlUInt64 nbAnnounced, FurtherPlanes const& further);
     template <class... Arguments>
     BoolResult warnOrFail(RaiseSite const& site, eImageFileCheckMessage::domain id,
                           Arguments const&... arguments) const;

@@ -65,8 +65,11 @@ struct PlaneContext {
     std::optional<std::uint16_t> findBitsPerSample() const;
 
     BoolResult failToGetTagAndClose(char const* tagName) const;
-    BoolResult failToReadStrip(vlUInt64 strip, std::string const& reason) const;
-    BoolResult failToWriteStrip(vlUInt64 strip, std::string const& reason) const;
+    /// @{
+    /// `reason` is a failed result whose text ends the message.
+    BoolResult failToReadStrip(vlUInt64 strip, BoolResult const& reason) const;
+    BoolResult failToWriteStrip(vlUInt64 strip, BoolResult const& reason) const;
+    /// @}
 };
 
 } // namespace velmo::image::file

@@ -7,7 +7,7 @@
 #include "Tiff/planes/ChannelSamples.h"
 #include "Tiff/planes/PlaneContext.h"
 
-#include <VELMOUtil/PageBuffer.h>
+#include <VELMOBase/PageBuffer.h>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -70,7 +70,7 @@ class StripTransfer {
   private:
     virtual bool movePlain(Block const& block) = 0;
     virtual BoolResult moveStrip(Block const& block) = 0;
-    virtual BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const = 0;
+    virtual BoolResult failAtStrip(vlUInt64 strip, BoolResult const& reason) const = 0;
     BoolResult moveBlocks();
     std::optional<Block> findPlain(Block const& block) const;
 
@@ -96,7 +96,7 @@ class StripReader : public StripTransfer {
   private:
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
-    BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
+    BoolResult failAtStrip(vlUInt64 strip, BoolResult const& reason) const override;
     BoolResult decode(Block const& block);
     void fillWithZeros(Block const& block) const;
     std::byte* providePixels(vlUInt64 nbBytes);
@@ -124,13 +124,13 @@ class StripWriter : public StripTransfer {
   private:
     bool movePlain(Block const& block) override;
     BoolResult moveStrip(Block const& block) override;
-    BoolResult failAtStrip(vlUInt64 strip, std::string const& reason) const override;
+    BoolResult failAtStrip(vlUInt64 strip, BoolResult const& reason) const override;
     BoolResult readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* pBuffer);
     BoolResult write(Block const& block, void const* pStrip, vlUInt64 nbNeeded);
     BoolResult flushWhenDue(Block const& block);
     BoolResult flush();
     bool hasFailed(long result, vlUInt64 nbNeeded) const;
-    void warnOfStrip(vlUInt64 strip, std::string const& reason) const;
+    void warnOfStrip(vlUInt64 strip, BoolResult const& reason) const;
     bool hasAllChannels() const { return _channels.size() == getNbChannels(); }
     void merge(std::byte* pTarget, vlUInt64 nbPixels) const;
 

@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+/// @file
+/// All public headers of the module, and those of the host with which images are made and read: one include
+/// for a program that does not choose.
+
+#include <VELMOImage/ImageFactory.h>
+#include <VELMOImage/PixelAccess.h>
+#include <VELMOImageFile/FilePatternMatching.h>
+#include <VELMOImageFile/Im6ImageFile.h>
+#include <VELMOImageFile/Im6ImageFileMessage.h>
+#include <VELMOImageFile/Im6ImageFileUtils.h>
+#include <VELMOImageFile/ImageFileCheckMessage.h>
+#include <VELMOImageFile/ImageFileUtilsMessage.h>
+#include <VELMOImageFile/RawImageFile.h>
+#include <VELMOImageFile/RawImageFileMessage.h>
+#include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageFile/TiffImageFile.h>
+#include <VELMOImageFile/TiffImageFileMessage.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
+#include <VELMOImageFile/VELMOImageFileLog.h>
+#include <VELMOImageFile/VELMOImageFileMessage.h>
