@@ -141,7 +141,7 @@ TEST_F(CheckedSave, AReasonIsNeverTheTextOfAnEarlierFile) {
     EXPECT_THAT(loadChecked(noTiff).failure, HasSubstr("Not a TIFF"));
     writeTiff(_path, {Directory()});
     PolicyFile const file(_path, eTiffPolicy::Strict);
-    EXPECT_EQ(getTiffWords(), "");
+    EXPECT_EQ(lastTiffMessage(), "");
     EXPECT_THAT(file.read({0, 0, 0, 7, 6}).failure,
                 EndsWith("\nPixels 7 to 12 are not all inside the plane of 12 pixels"));
 }
@@ -199,7 +199,7 @@ TEST_F(CheckedSave, APlainRecordOfAMissingFileMakesItAnewWithAWarning) {
     EXPECT_THAT(readRecord(g_binary, record, restored), Succeeds());
     EXPECT_THAT(file.getWarnings(),
                 testing::ElementsAre("File " + _path.string() +
-                                     " of an archive record is missing and is made anew, in zeros"));
+                                     " of an archive record is missing and is created with zeros"));
 }
 
 namespace {

@@ -111,7 +111,7 @@ Seen look(path const& path, eWay way, eTiffPolicy policy, eTiffDirectoryMode mod
         return seen;
     }
     if (way == eWay::Libtiffs) {
-        TiffStream::find(pTiff)->accessChain().leaveToLibtiff();
+        TiffStream::find(pTiff)->accessChain().disableShapes();
     }
     ImageGeometryPtr pGeometry;
     GeometricCalibrationPtr pCalibration;
