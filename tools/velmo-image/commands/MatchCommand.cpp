@@ -13,8 +13,7 @@ using image::file::TiffFileSeries;
 using Files = std::vector<TiffFileSeries::File>;
 
 MatchCommand::MatchCommand(CommandLine& line)
-    : Command(line, "match",
-              "List the file names that a pattern matches, in the order in which stack reads them",
+    : Command(line, "match", "List the file names that a pattern matches, in the order of their numbers",
               "  velmo-image match 'img<INDEX>.tif' --directory scans\n"
               "  velmo-image match '*_z<INDEX>.tif|*_z<INDEX>.tiff' --directory scans --strict\n"
               "  velmo-image match 'img<INDEX>.tif' img10.tif img2.tif\n"
