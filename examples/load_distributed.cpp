@@ -11,7 +11,7 @@ using namespace velmo::image;
 void loadDistributed() {
     file::saveTiffImageFile("big.tif", makeVolume(8), file::TiffWriteOptions{file::eTC_Deflate});
     // [load distributed]
-    // Each worker reads its own planes, through a handle of its own, all at once.
+    // All workers read in parallel. Each worker reads its own planes through its own handle.
     DistributedImagePtr const spread = file::loadDistributedTiffImageFile("big.tif");
     std::vector<std::uint16_t> const plane = readPlane<std::uint16_t>(spread, {6, 0, 0});
     // [load distributed]

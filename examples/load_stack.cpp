@@ -16,7 +16,7 @@ void loadStack() {
     std::cout << geometry.getSizeX() << " x " << geometry.getSizeY() << " pixels, " << geometry.getSizeZ()
               << " planes of " << geometry.getBufferType() << '\n'; // 64 x 48 pixels, 8 planes of eIBT_UInt16
 
-    // The plane z = 3, c = 0, t = 0, where it lies in the image. Throws if its pixels are not eIBT_UInt16.
+    // A view of the plane z = 3, c = 0, t = 0, without a copy. Throws if its pixels are not eIBT_UInt16.
     PlaneView<std::uint16_t const> const plane = viewPlane<std::uint16_t const>(stack, {3, 0, 0});
     std::uint16_t const pixel = plane.at(10, 20); // x, y
     // [load a stack]

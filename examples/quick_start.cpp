@@ -14,10 +14,10 @@ void quickStart() {
     file::saveTiffImageFile("copy.tif", stack);                  // with its calibration
 
     // Row y = 20 of the plane z = 3, c = 0, t = 0. std::uint16_t is right for pixels of type eIBT_UInt16; for
-    // any other pixel type this throws, and the message says which C++ type to use.
+    // any other pixel type this throws, and the message names the C++ type to use.
     std::vector<std::uint16_t> const row = readRow<std::uint16_t>(stack, {3, 0, 0}, 20);
 
-    // The same row of an image that stays in its file: only the row is read. Any thread may do so.
+    // The same row of an image that stays in its file: only the row is read. Any thread may read.
     DiskImagePtr const onDisk = file::openTiffImageFile("copy.tif");
     std::vector<std::uint16_t> const same = readRow<std::uint16_t>(onDisk, {3, 0, 0}, 20);
 

@@ -24,7 +24,7 @@ void saveAndLoad() {
     ImageGeometryPtr const geometry = geometry3d(eIBT_UInt16, 64, 48, 8);
     ImagePtr const volume = file::loadRawImageFile("volume.raw", *geometry, header.size());
 
-    // The same, left in the file: row y = 20 of plane z = 3, from any thread.
+    // The same on demand: only row y = 20 of plane z = 3 is read. Any thread may read.
     DiskImagePtr const onDisk = file::openRawImageFile("volume.raw", *geometry, header.size());
     std::vector<std::uint16_t> const row = readRow<std::uint16_t>(onDisk, {3, 0, 0}, 20);
     // [load a raw volume]
@@ -34,7 +34,7 @@ void saveAndLoad() {
 
 void writeByPieces() {
     // [write by pieces]
-    // A file of any size, whose pieces are written in any order and from any number of threads.
+    // Creates a file of any size. Its parts can be written in any order and from any number of threads.
     file::RawImageFile target;
     BoolResult result = target.createFile("pieces.raw", *geometry3d(eIBT_UInt16, 64, 48, 1000), "");
     std::vector<std::uint16_t> const row(64, 7);

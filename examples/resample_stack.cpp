@@ -13,7 +13,7 @@ using namespace velmo::image;
 
 void resampleStack() {
     // [resample a stack]
-    // Four planes at the heights 0, 1, 2 and 4. The file has the steps between them, one a line.
+    // Four planes at the heights 0, 1, 2 and 4. The file contains the distances between them, one per line.
     std::ofstream("steps.txt") << "1\n1\n2\n";
     ImagePtr const even = file::loadCustomZStackImageFiles("heights", "steps.txt", 5,
                                                            imaproc::attr::eIP_Linear, "h<INDEX>.tif");

@@ -17,7 +17,7 @@ void stackFolder() {
     if (!volume) {
         throw std::runtime_error("no img<INDEX>.tif in scans");
     }
-    // The same as time steps. The pixels stay in the files, which are open as long as the image lives.
+    // The same as time steps. The pixels stay in the files, which are open as long as the image exists.
     ImagePtr const film =
         file::openTiffImageFiles("scans", "img<INDEX>.tif", file::TiffReadOptions{file::eTDM_Temporal});
     // [stack a folder]

@@ -31,7 +31,8 @@ void writeVolume() {
     ImagePtr const pImage = makeRamp();
     // [write a volume]
     auto const pCalibration = boost::make_shared<GeometricCalibration>();
-    pCalibration->init3d(0.25F, 0.25F, 1.5F, "um", 0, 0, 0, 0, 0, 0, 0); // a pixel is 0.25 x 0.25 x 1.5 um
+    // A pixel is 0.25 x 0.25 x 1.5 um. The zeros are further terms, which the library only stores.
+    pCalibration->init3d(0.25F, 0.25F, 1.5F, "um", 0, 0, 0, 0, 0, 0, 0);
     pImage->setGeometricCalibration(pCalibration);
     pImage->setUserPropertiesStr("stain=DAPI;operator=Ada");
     file::saveTiffImageFile("cells.tif", pImage, file::TiffWriteOptions{file::eTC_Deflate});

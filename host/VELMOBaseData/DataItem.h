@@ -10,10 +10,10 @@
 
 namespace velmo {
 
-/// A value of one or more items, for attributes of processors and for archives.
+/// Base class of lists of values that processors take as attributes and archives store.
 class VELMO_HOST_EXPORT BaseDataItemNode : public BaseSerializationObject {};
 
-/// A sequence of values of one type.
+/// A list of values of one type.
 template <class T>
 class DataItemLeafColl {
   public:

@@ -39,7 +39,7 @@ class VELMO_HOST_EXPORT BaseImage {
     /// The geometry. Throws VELMOImageException if the image has none yet.
     BaseImageGeometry const& getGeometry() const;
     /// @{
-    /// Values of the geometry; throws as `getGeometry`.
+    /// Values of the geometry; throws like `getGeometry`.
     eImageBufferType getBufferType() const;
     eTemporalGeometryType getTemporalGeometryType() const;
     /// @}
@@ -53,7 +53,8 @@ class VELMO_HOST_EXPORT BaseImage {
     }
     /// @}
     /// @{
-    /// Text of the application, which TIFF files store. Must not contain zero bytes. Empty by default.
+    /// A text for any use by the application. TIFF files store it. Must not contain zero bytes. Empty by
+    /// default.
     std::string const& getUserPropertiesStr() const { return _userProperties; }
     void setUserPropertiesStr(std::string const& text) { _userProperties = text; }
     /// @}
@@ -75,15 +76,16 @@ class VELMO_HOST_EXPORT BaseImage {
                           void* buffer) const {
         return readPixels(plane.z, plane.c, plane.t, pixelStart, nbPixels, buffer);
     }
-    /// The same with the indexes of the plane one by one.
+    /// The same with the indexes of the plane as separate arguments.
     BoolResult readPixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                           void* buffer) const;
-    /// Writes pixels of one plane; otherwise as `readPixels`. An error may leave the run written in part.
+    /// Writes pixels of one plane; the arguments are those of `readPixels`. After an error a part of the run
+    /// may be written.
     BoolResult writePixels(PlanIndexes const& plane, vlUInt64 pixelStart, vlUInt64 nbPixels,
                            void const* buffer) {
         return writePixels(plane.z, plane.c, plane.t, pixelStart, nbPixels, buffer);
     }
-    /// The same with the indexes of the plane one by one.
+    /// The same with the indexes of the plane as separate arguments.
     BoolResult writePixels(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                            void const* buffer);
 

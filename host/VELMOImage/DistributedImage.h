@@ -44,7 +44,7 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
     DistributionEnginePtr _pEngine;
     vlUInt64 _nbPlansPerBlock = 1;
     std::vector<vlUInt64>
-        _blockIds; ///< in the order of the planes; block i lies with worker i modulo their number
+        _blockIds; ///< in the order of the planes; block i is held by worker i modulo their number
 };
 
 /// Shared distributed image. The last pointer frees its blocks.

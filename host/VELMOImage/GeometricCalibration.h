@@ -45,7 +45,7 @@ class VELMO_HOST_EXPORT GeometricCalibration
     std::array<float, 7> const& getFurtherTerms() const { return _furtherTerms; }
 
     /// @{
-    /// All values, bit-exact.
+    /// Store and restore all values, bit-exact.
     BoolResult write(BaseOArchive& archive) const override;
     BoolResult read(BaseIArchive& archive) override;
     /// @}

@@ -56,7 +56,7 @@ class VELMO_HOST_EXPORT TemporalGeometry {
 /// | `eCGT_Rgb`                                                       | 3                             |
 /// | `eCGT_Rgba`                                                      | 4                             |
 /// | `eCGT_XYZ`, `YPbPr`, `YCbCr`, `CieLab`, `CieLuv`, `HLS`, `HSV`   | 3                             |
-/// | `eCGT_User`                                                      | 1, or as `initUser` says      |
+/// | `eCGT_User`                                                      | 1, or set by `initUser`       |
 ///
 /// An unknown type has 1 channel. By default grey, with 0 as black.
 class VELMO_HOST_EXPORT ColorGeometry {

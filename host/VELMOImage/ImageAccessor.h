@@ -66,7 +66,7 @@ class VELMO_HOST_EXPORT BaseDiskImageAccessor : public BaseImageAccessor {
     eImageAccessMode getAccessMode() const { return _accessMode; }
     /// Whether other processes open the same file. Does not change how the file is accessed.
     bool hasSharedRemoteAccess() const { return _bSharedRemote; }
-    /// Whether pixels are in that file, whichever path names it.
+    /// Whether pixels are in that file. Another path of the same file, such as a link, gives the same result.
     virtual bool isStoredIn(boost::filesystem::path const& path) const;
 
     /// Whether an archive can restore the accessor in this process: its class is registered with

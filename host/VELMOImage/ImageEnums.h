@@ -20,7 +20,7 @@ enum eImageBufferType : vlUInt64 {
     eIBT_Int32 = 5,
     eIBT_UInt32 = 6,
     eIBT_Real32 = 7,
-    eIBT_Binary = 8, ///< one byte a pixel
+    eIBT_Binary = 8, ///< one byte per pixel
     eIBT_Label16 = 9,
     eIBT_Label32 = 10,
     eIBT_Label8 = 11

@@ -10,24 +10,24 @@
 #include <vector>
 
 /// @file
-/// Pixels of a known C++ type: access that checks the type, the indexes and the sizes.
+/// Access to pixels with a C++ type, which checks the type, the indexes and the sizes.
 ///
 /// | pixel type of the plane                     | C++ type                                              |
 /// |---------------------------------------------|-------------------------------------------------------|
 /// | `eIBT_Int8`, `eIBT_Int16`, `eIBT_Int32`     | `std::int8_t`, `std::int16_t`, `std::int32_t`         |
 /// | `eIBT_UInt8`, `eIBT_UInt16`, `eIBT_UInt32`  | `std::uint8_t`, `std::uint16_t`, `std::uint32_t`      |
 /// | `eIBT_Real32`                               | `float`                                               |
-/// | `eIBT_Binary`                               | `std::uint8_t`: one byte a pixel, 0 or 1              |
+/// | `eIBT_Binary`                               | `std::uint8_t`: one byte per pixel, 0 or 1            |
 /// | `eIBT_Label8`, `eIBT_Label16`, `eIBT_Label32` | `std::uint8_t`, `std::uint16_t`, `std::uint32_t`    |
 ///
-/// Any other type does not compile. A plane is named by its indexes, each counted from 0: `{z, c, t}`. The
-/// planes of one image may differ in their pixel type from time step to time step.
+/// Any other C++ type does not compile. A plane is given by its indexes `{z, c, t}`, each counted from 0. The
+/// time steps of an image may have different pixel types.
 ///
-/// Every error is thrown as VELMOImageException, logged at ERROR: another pixel type, a plane or a row that
-/// the image does not have, a wrong number of pixels, an empty pointer, and a read or a write that fails. The
-/// text names the plane, the file if the image is on disk, and both types; its last line is the reason.
-/// Memory that is not available is std::bad_alloc. Different threads may read and write different pixels of
-/// one image at once.
+/// These errors are logged at ERROR and thrown as VELMOImageException: a C++ type that does not fit the pixel
+/// type, a plane or a row that does not exist, a wrong number of pixels, an empty pointer, and a read or
+/// write that fails. The text names the plane, the file if the image is on disk, and both types; its last
+/// line is the reason. If there is too little memory, std::bad_alloc is thrown. Different threads may read
+/// and write different pixels of one image at once.
 ///
 /// Example: examples/quick_start.cpp.
 
@@ -36,7 +36,7 @@ namespace velmo::image {
 namespace detail {
 
 /// @{
-/// Reject an access that does not fit; the implementation of the templates below.
+/// Checks and transfers, used by the templates below.
 VELMO_HOST_EXPORT void requireImage(BaseImage const* pImage);
 VELMO_HOST_EXPORT void requirePixels(BaseImage const& image, PlanIndexes const& plane, eDataType asked);
 VELMO_HOST_EXPORT void requireRow(BaseImage const& image, PlanIndexes const& plane, vlUInt64 y);
@@ -50,7 +50,7 @@ VELMO_HOST_EXPORT void const* accessChecked(BaseImage const& image, PlanIndexes 
 [[noreturn]] VELMO_HOST_EXPORT void raiseOutOfView(vlUInt64 x, vlUInt64 y, vlUInt64 sizeX, vlUInt64 sizeY);
 /// @}
 
-/// The storage type that a C++ type stands for.
+/// The number type of a C++ type.
 template <class T>
 constexpr eDataType getDataTypeOf() {
     static_assert(sizeof(float) == sizeof(std::uint32_t));
@@ -75,14 +75,14 @@ constexpr eDataType getDataTypeOf() {
 
 } // namespace detail
 
-/// An image as an argument: made of a reference or of any shared pointer to an image, which it does not keep.
-/// An empty pointer is thrown as VELMOImageException.
+/// Function argument that accepts a reference or any shared pointer to an image. Does not own the image.
+/// Throws VELMOImageException for an empty pointer.
 template <class Base>
 class ImageArgument {
   public:
     /// Refers to `image`.
     ImageArgument(Base& image) : _pImage(&image) {}
-    /// Refers to the image behind the pointer.
+    /// Refers to the image of the pointer.
     template <class Image>
     ImageArgument(boost::shared_ptr<Image> const& pImage) : _pImage(pImage.get()) {
         detail::requireImage(_pImage);
@@ -95,24 +95,24 @@ class ImageArgument {
 };
 
 /// @{
-/// An image to read from, and one to write to.
+/// Arguments for an image to read from and for an image to write to.
 using ReadableImage = ImageArgument<BaseImage const>;
 using WritableImage = ImageArgument<BaseImage>;
 /// @}
 
-/// The pixels of a plane where they lie in memory, row after row without padding. The view does not own them:
-/// it is valid as long as the image lives and is not initialised again.
+/// View of the pixels of a plane in the memory of an image, row by row without padding. Does not own the
+/// pixels: it is valid until the image is destroyed or initialised again.
 template <class T>
 struct PlaneView {
-    /// Pixel x = 0 of row y = 0; may be null where the plane has no pixels.
+    /// Pointer to pixel x = 0 of row y = 0; may be null if the plane has no pixels.
     T* pPixels;
     /// @{
-    /// Pixels of a row, and rows.
+    /// Number of pixels of a row, and number of rows.
     vlUInt64 sizeX;
     vlUInt64 sizeY;
     /// @}
 
-    /// A pixel. Throws VELMOImageException for one outside of the plane.
+    /// The pixel (x, y). Throws VELMOImageException if it is outside the plane.
     T& at(vlUInt64 x, vlUInt64 y) const {
         if (x >= sizeX || y >= sizeY) {
             detail::raiseOutOfView(x, y, sizeX, sizeY);
@@ -120,7 +120,7 @@ struct PlaneView {
         return pPixels[y * sizeX + x];
     }
     /// @{
-    /// All pixels in their order.
+    /// Range of all pixels, row by row.
     T* begin() const { return pPixels; }
     T* end() const { return pPixels + sizeX * sizeY; }
     /// @}
@@ -128,7 +128,7 @@ struct PlaneView {
 
 namespace detail {
 
-/// Rejects another type than that of the plane's pixels, and a plane that does not exist.
+/// Throws if the plane does not exist or if its pixels have another type.
 template <class T>
 void requireType(BaseImage const& image, PlanIndexes const& plane) {
     constexpr eDataType asked = getDataTypeOf<std::remove_const_t<T>>();
@@ -138,8 +138,8 @@ void requireType(BaseImage const& image, PlanIndexes const& plane) {
 
 } // namespace detail
 
-/// Reads a plane into `pixels`, which gets its size: sizeX * sizeY pixels, row after row. An error leaves the
-/// pixels undefined.
+/// Reads a plane into `pixels`, which is resized to sizeX * sizeY pixels, row by row. After an error the
+/// content of `pixels` is undefined.
 template <class T>
 void readPlane(ReadableImage const& image, PlanIndexes const& plane, std::vector<T>& pixels) {
     detail::requireType<T>(image.get(), plane);
@@ -147,7 +147,7 @@ void readPlane(ReadableImage const& image, PlanIndexes const& plane, std::vector
     detail::readChecked(image.get(), plane, 0, pixels.size(), pixels.data());
 }
 
-/// The same into a new vector.
+/// Reads a plane into a new vector.
 template <class T>
 std::vector<T> readPlane(ReadableImage const& image, PlanIndexes const& plane) {
     std::vector<T> pixels;
@@ -155,8 +155,7 @@ std::vector<T> readPlane(ReadableImage const& image, PlanIndexes const& plane) {
     return pixels;
 }
 
-/// The sizeX pixels of row `y`, counted from 0. Of an image on disk no other row is read from an uncompressed
-/// file.
+/// Reads row `y` (from 0): sizeX pixels. From an uncompressed file no other row is read.
 template <class T>
 std::vector<T> readRow(ReadableImage const& image, PlanIndexes const& plane, vlUInt64 y) {
     detail::requireType<T>(image.get(), plane);
@@ -166,8 +165,8 @@ std::vector<T> readRow(ReadableImage const& image, PlanIndexes const& plane, vlU
     return pixels;
 }
 
-/// Replaces the pixels of a plane by `pixels`: sizeX * sizeY of them, row after row. A failed write to a file
-/// may leave the plane written in part; every other error leaves the image as it was.
+/// Replaces the pixels of a plane by `pixels`: sizeX * sizeY pixels, row by row. If a write to a file fails,
+/// a part of the plane may be written; after any other error the image is unchanged.
 template <class T>
 void writePlane(WritableImage const& image, PlanIndexes const& plane, std::vector<T> const& pixels) {
     detail::requireType<T>(image.get(), plane);
@@ -175,9 +174,9 @@ void writePlane(WritableImage const& image, PlanIndexes const& plane, std::vecto
     detail::writeChecked(image.get(), plane, 0, pixels.size(), pixels.data());
 }
 
-/// The plane of an image in memory, to change with `viewPlane<float>`, or to read with
-/// `viewPlane<float const>`, which also takes an image that is const. Throws VELMOImageException for an image
-/// whose pixels are not in the memory of this process.
+/// Returns a view of a plane of an image in memory: `viewPlane<float>` to change pixels, or
+/// `viewPlane<float const>` to read them, which also accepts a const image. Throws VELMOImageException if the
+/// pixels of the image are not in the memory of this process.
 template <class T>
 PlaneView<T>
 viewPlane(ImageArgument<std::conditional_t<std::is_const_v<T>, BaseImage const, BaseImage>> image,

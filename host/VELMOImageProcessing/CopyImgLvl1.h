@@ -8,8 +8,8 @@
 
 namespace velmo::imaproc::util {
 
-/// Copies all pixels of one image into another of the same sizes and pixel types, whatever kinds of image the
-/// two are.
+/// Copies all pixels of an image into another image of the same sizes and pixel types. Both may be images in
+/// memory, on disk, distributed or joined.
 ///
 /// The work is split into runs of rows of one plane, and rows larger than 4 MiB into parts. Images in memory
 /// are read and written in place. A run stops at the first error and returns its text; pixels that were

@@ -15,7 +15,7 @@ struct eVELMOSerializationMessage {
         eVSM_ArchiveTooShort = 1,       ///< item name, bytes wanted, bytes left
         eVSM_StreamNotSeekable = 2,     ///< no argument
         eVSM_StreamFailed = 3,          ///< item name
-        eVSM_XmlError = 4,              ///< what the parser says
+        eVSM_XmlError = 4,              ///< message of the parser
         eVSM_XmlItemMissing = 5,        ///< item name
         eVSM_XmlItemInvalid = 6,        ///< item name, text found
         eVSM_UnknownClass = 7,          ///< class name

@@ -10,18 +10,18 @@
 
 namespace velmo {
 
-/// A value, and the message of an error: empty on success, else the finished text. Must not be ignored;
-/// code that does so on purpose casts it to void.
+/// A value and an error message. The message is empty on success, otherwise the complete text. The result
+/// must not be ignored; code that ignores it on purpose casts it to void.
 template <class T>
 class [[nodiscard]] ProcessingResult {
   public:
-    /// `messageIds` names the messages that make up the text.
+    /// `messageIds` are the messages that form the text.
     ProcessingResult(T value, std::string message = {}, MessageIds messageIds = {})
         : _value(value), _message(std::move(message)), _messageIds(std::move(messageIds)) {}
 
     /// The value.
     T getValue() const { return _value; }
-    /// The finished text of the error; empty on success.
+    /// The complete text of the error; empty on success.
     std::string const& getMessage() const { return _message; }
     /// Domain and id of each message in the text; empty on success.
     MessageIds const& getMessageIds() const { return _messageIds; }
@@ -42,7 +42,7 @@ inline BoolResult success() {
     return BoolResult(true);
 }
 
-/// False, with the finished text and the messages that make it up.
+/// False, with the finished text and the messages that form it.
 inline BoolResult failure(std::string message, MessageIds messageIds = {}) {
     return BoolResult(false, std::move(message), std::move(messageIds));
 }

@@ -37,8 +37,8 @@ class VELMO_HOST_EXPORT LogMessageFormater {
     }
 
     /// Feeds the next placeholder with anything that can be streamed, or with the text of a BoolResult or of
-    /// an exception, whose messages become inner ones of this text. Throws `boost::io::too_many_args` when
-    /// every placeholder is fed already.
+    /// an exception, whose messages become inner ones of this text. Throws `boost::io::too_many_args` if
+    /// all placeholders already have a value.
     template <class T>
     LogMessageFormater& operator%(T const& value) {
         if constexpr (std::is_same_v<T, BoolResult>) {
@@ -53,7 +53,7 @@ class VELMO_HOST_EXPORT LogMessageFormater {
 
     /// The text so far; placeholders without a value are empty.
     std::string string() const;
-    /// The messages selected so far, and those of the texts that they were fed with.
+    /// The messages selected so far, and the messages of the results and exceptions that were fed.
     MessageIds const& getMessageIds() const;
 
     /// Throws `boost::io::too_few_args` if a placeholder of the selected message has no value.

@@ -13,8 +13,8 @@ namespace velmo {
 /// Turns the log off. Errors are still thrown or returned.
 VELMO_HOST_EXPORT void silenceLog();
 
-/// Prints warnings and errors to the standard error, one record a line: level, logger, message. Also after
-/// `silenceLog`; a second call changes nothing.
+/// Prints warnings and errors to the standard error, one line for each record: level, logger, message. It
+/// turns a log on again that `silenceLog` turned off. A second call has no effect.
 VELMO_HOST_EXPORT void logToStandardError();
 
 } // namespace velmo

@@ -32,11 +32,11 @@ class VELMO_HOST_EXPORT MessageIds {
 
     /// All messages, from the outermost to the innermost; owned by this object and its copies.
     std::vector<MessageId> const& getAll() const noexcept;
-    /// The message of the first line; one of an empty domain where there is no message.
+    /// The message of the first line; its domain is empty if there is no message.
     MessageId const& getOutermost() const noexcept;
-    /// The message nearest to the reason; one of an empty domain where there is no message.
+    /// The message nearest to the reason; its domain is empty if there is no message.
     MessageId const& getInnermost() const noexcept;
-    /// Whether the message is one of them. `domain` is a name such as "eTiffImageFileMessage".
+    /// Whether the list contains the message. `domain` is a name such as "eTiffImageFileMessage".
     bool contains(std::string const& domain, int id) const noexcept;
     /// The same for an enumerator, such as `eTiffImageFileMessage::eTIFM_OpenFileError`.
     template <class Domain>

@@ -50,7 +50,7 @@ TEST_F(Convert, AnImageOfManyPiecesKeepsItsBytes) {
 
 TEST_F(Convert, TheOffsetAndTheBytesBehindTheLastPlaneStayOut) {
     std::string const input = create("in.raw", "headABCDtail");
-    expectWarning(convert(input, "2,2", {"--offset", "4"}), input, "4 bytes behind the last plane");
+    expectWarning(convert(input, "2,2", {"--offset", "4"}), input, "4 bytes after the last plane");
     EXPECT_EQ("ABCD", read("out.raw"));
 }
 

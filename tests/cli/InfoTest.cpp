@@ -132,7 +132,7 @@ TEST_F(Info, ACheckWarnsOfBytesBehindTheLastPlane) {
     Arguments const arguments = Arguments{input, "--offset", "5"} + raw("2,2", "uint16");
     json const warnings = test::describe(arguments + Arguments{"--check"}).at("warnings");
     ASSERT_EQ(1U, warnings.size());
-    EXPECT_THAT(warnings[0].get<std::string>(), HasSubstr("7 bytes behind the last plane"));
+    EXPECT_THAT(warnings[0].get<std::string>(), HasSubstr("7 bytes after the last plane"));
     EXPECT_EQ(json::array(), test::describe(arguments).at("warnings"));
 }
 

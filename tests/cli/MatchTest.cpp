@@ -178,7 +178,7 @@ TEST_F(Match, APatternOrANumberThatTheLibraryRefusesIsNamed) {
 
 TEST_F(Match, TheHelpSaysWhichOfDuplicateNumbersIsUsed) {
     EXPECT_THAT(runTool({"match", "--help"}).out,
-                testing::ContainsRegex("duplicate[ \n]+numbers[ \n]+the[ \n]+first"));
+                testing::ContainsRegex("only[ \n]+the[ \n]+first[ \n]+of[ \n]+several[ \n]+files"));
 }
 
 } // namespace velmo::test

@@ -12,19 +12,18 @@ namespace velmo::image::file {
 
 class PlaneFile;
 
-/// Accessor of an Im6 file, for reading only. The file describes its own geometry.
+/// Accessor of an Im6 file, for reading only. The file contains its geometry.
 ///
-/// File layout: a header of 116 bytes, then the planes without padding. Of planes that follow each other z
-/// changes fastest, then c, then t; rows are stored from first to last. Pixels are little-endian; binary
-/// pixels are one byte each. Three blocks follow, the first of which is a text. If that text contains the
-/// word "Calibration", a calibration record is the last block. A file of one channel is grey; a file of any
-/// other number of channels is RGB.
+/// File layout: a header of 116 bytes, then the planes in the order t, c, z (z changes fastest) without
+/// padding; rows are stored from first to last. Pixels are little-endian; a binary pixel is one byte. Three
+/// blocks of bytes follow. If the first block, a text, contains the word "Calibration", a calibration record
+/// follows the third block. A file with one channel is grey; a file with any other number of channels is RGB.
 ///
-/// Threads. `readRawData` may run on any number of threads at once. Each thread has a stream of its own,
-/// which is opened at its first access and closed with the file; no lock is held during a transfer. Opening,
-/// clearing and `read` need exclusive use.
+/// Threads. `readRawData` may run on any number of threads at once. Each thread has its own stream, which is
+/// opened at the first access of the thread and closed with the file; no lock is held during a transfer.
+/// Opening, clearing and `read` need exclusive use.
 ///
-/// Errors of the file are returned as a failed BoolResult whose text names the path. A file that is not an
+/// Errors of the file are returned as a failed BoolResult whose text contains the path. A file that is not an
 /// Im6 file is thrown as VELMOImageException. A stream that failed stays in its error state: every later
 /// access on that thread fails at its seek, until the file is opened again.
 class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
@@ -44,26 +43,28 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     static DynamicObjectPtr createSharedObject();
     /// @}
 
-    /// Opens a file with the geometry, and the calibration if there is one, that the file describes. A file
-    /// that is shorter than its header says is an error; a longer one is accepted. A file that ends within
-    /// the planes or the text behind them is opened, and the reads of missing pixels fail. A header, text or
-    /// calibration record that the system cannot read is an error. After an error the accessor has no file.
+    /// Opens a file and reads its geometry and, if it has one, its calibration. A file that is shorter than
+    /// its header announces is an error, with one exception: a file whose header announces a text block and
+    /// that ends in its planes or in that block is opened. The thread that opened it then cannot read pixels;
+    /// other threads can read the planes that are in the file. A longer file is accepted. A header, text or
+    /// calibration record that the operating system cannot read is an error. After an error the accessor has
+    /// no file.
     BoolResult openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
     /// The same, and sets `hasSharedRemoteAccess`, which archives keep.
     BoolResult openSharedRemoteFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
     /// @{
-    /// As the static functions above.
+    /// Same as the static functions above.
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
     /// @}
-    /// False: an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw
-    /// VELMOUtilException. To rebuild an accessor elsewhere, write it to an archive.
+    /// False, since an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw
+    /// VELMOUtilException. To copy an accessor or to send it to another process, use an archive.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
-    /// Throws as `duplicate` does.
+    /// Throws like `duplicate`.
     DynamicObjectPtr duplicateShared() const override;
     void copy(BaseDynamicObject const& other) override;
 
@@ -77,7 +78,7 @@ class VELMO_IMAGE_FILE_EXPORT Im6ImageFile : public BaseDiskImageAccessor {
     bool hasBinary8BitsStorage() const override;
     /// Does nothing and succeeds.
     BoolResult resizeData(BaseImageGeometry const& geometry) override;
-    /// Reads `nbPixels` pixels of a plane from pixel `pixelStartOffset` on, row after row. For a plane that
+    /// Reads `nbPixels` pixels of a plane, row by row, from pixel `pixelStartOffset` on. For a plane that
     /// does not exist it throws VELMOImageException (`t`) or VELMOImageFileException (`z`, `c`).
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;

@@ -5,8 +5,8 @@
 
 namespace velmo::image::file {
 
-/// Messages about files that do not hold what they announce, by id. A call with options fails with them. A
-/// plain or tolerant call that succeeds in spite of them logs them as warnings. Every id keeps its value.
+/// Messages about files that do not contain what they announce, by id. A call with options fails with such a
+/// message. A plain call, or a call with `bTolerant`, that continues logs it as a warning. Ids never change.
 struct eImageFileCheckMessage {
     /// docs/messages.md has the text, the cause and the remedy of each.
     enum domain {

@@ -11,18 +11,17 @@
 
 namespace velmo::image::file {
 
-// Names of pixel types and colours for people and for files that they write. Any number of calls may run at
-// once.
+// Readable names of pixel types and colours. Thread-safe.
 
-/// The name of a pixel type: "uint8", "int8", "uint16", "int16", "uint32", "int32", "real32", "binary",
-/// "label8", "label16" or "label32"; empty for eIBT_None and for values outside of the enumeration.
+/// Returns the name of a pixel type: "uint8", "int8", "uint16", "int16", "uint32", "int32", "real32",
+/// "binary", "label8", "label16" or "label32"; empty for eIBT_None and for values outside of the enumeration.
 VELMO_IMAGE_FILE_EXPORT std::string getPixelTypeName(eImageBufferType type);
-/// The pixel type of a name that `getPixelTypeName` gives; empty for any other text.
+/// Returns the pixel type of a name that `getPixelTypeName` returns; empty for any other text.
 VELMO_IMAGE_FILE_EXPORT std::optional<eImageBufferType> findPixelType(std::string const& name);
-/// All names, in the order above.
+/// Returns all names, in the order above.
 VELMO_IMAGE_FILE_EXPORT std::vector<std::string> getPixelTypeNames();
 
-/// The name of what the channels of a pixel are: "grey", "rgb", "rgba", "xyz", "ypbpr", "ycbcr", "cielab",
+/// Returns the name of a colour type: "grey", "rgb", "rgba", "xyz", "ypbpr", "ycbcr", "cielab",
 /// "cieluv", "hls", "hsv" or "user"; empty for values outside of the enumeration.
 VELMO_IMAGE_FILE_EXPORT std::string getColorName(eColorGeometryType type);
 

@@ -12,22 +12,22 @@ namespace velmo::image::file {
 
 class PlaneFile;
 
-/// Accessor of a headerless pixel file. The caller gives the geometry.
+/// Accessor of a headerless file of pixels. The caller passes the geometry.
 ///
-/// File layout: `dataStartOffset` bytes that are not read, then the planes without padding. Of planes that
-/// follow each other z changes fastest, then c, then t; rows are stored from first to last. Pixels are in the
-/// byte order of this machine; binary pixels are one byte each. Bytes behind the last plane are ignored.
+/// File layout: `dataStartOffset` bytes that are not read, then the planes in the order t, c, z (z changes
+/// fastest) without padding; rows are stored from first to last. Pixels are in the byte order of this
+/// machine; a binary pixel is one byte. Bytes after the last plane are ignored.
 ///
-/// Threads. `readRawData` and `writeRawData` may run on any number of threads at once. Each thread has a
-/// stream of its own, which is opened at its first access and closed with the file; no lock is held during a
-/// transfer. The order of writes to the same bytes is undefined. Creating, opening, clearing, `resizeData`
-/// and `read` need exclusive use.
+/// Threads. `readRawData` and `writeRawData` may run on any number of threads at once. Each thread has its
+/// own stream, which is opened at the first access of the thread and closed with the file; no lock is held
+/// during a transfer. The order of writes to the same bytes is undefined. Creating, opening, clearing,
+/// `resizeData` and `read` need exclusive use.
 ///
-/// Errors of the file are returned as a failed BoolResult whose text names the path. After a failed
-/// `createFile`, `readRawData` or `writeRawData` the `errno` of the calling thread is the reason of the
-/// system, or 0 if the system did not fail. `clear` sets it to 0, or to the reason why a stream could not be
-/// closed. A stream that failed stays in its error state: every later access on that thread fails at its
-/// seek, until the file is opened again.
+/// Errors of the file are returned as a failed BoolResult whose text contains the path. After a failed
+/// `createFile`, `readRawData` or `writeRawData`, `errno` of the calling thread is the error of the operating
+/// system, or 0 if no system call failed. `clear` sets `errno` to 0, or to the error of a stream that could
+/// not be closed. A stream that failed stays in its error state: every later access on that thread fails at
+/// its seek, until the file is opened again.
 class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
   public:
     /// An accessor without a file.
@@ -63,16 +63,16 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
                                     vlUInt64 dataStartOffset, BaseImageGeometry const& geometry);
 
     /// @{
-    /// As the static functions above.
+    /// Same as the static functions above.
     std::string const& getClassName() const override;
     BaseDynamicObject* createNew() const override;
     DynamicObjectPtr createShared() const override;
     /// @}
-    /// False: an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw
-    /// VELMOUtilException. To rebuild an accessor elsewhere, write it to an archive.
+    /// False, since an accessor owns open files. `duplicate`, `duplicateShared` and `copy` throw
+    /// VELMOUtilException. To copy an accessor or to send it to another process, use an archive.
     bool hasCopySupport() const override;
     BaseDynamicObject* duplicate() const override;
-    /// Throws as `duplicate` does.
+    /// Throws like `duplicate`.
     DynamicObjectPtr duplicateShared() const override;
     void copy(BaseDynamicObject const& other) override;
 
@@ -84,14 +84,15 @@ class VELMO_IMAGE_FILE_EXPORT RawImageFile : public BaseDiskImageAccessor {
 
     /// True. Throws VELMOImageException if no file is open.
     bool hasBinary8BitsStorage() const override;
-    /// Makes the file long enough for `geometry`, whose planes then begin at byte 0: there is no header any
-    /// more. The file never becomes shorter. The last byte of the planes is set to 0.
+    /// Extends the file to the size of `geometry`, whose planes then begin at byte 0: the header is no longer
+    /// skipped. The file never becomes shorter. The last byte of the last plane is set to 0.
     BoolResult resizeData(BaseImageGeometry const& geometry) override;
-    /// Reads `nbPixels` pixels of a plane from pixel `pixelStartOffset` on, row after row. For a plane that
+    /// Reads `nbPixels` pixels of a plane, row by row, from pixel `pixelStartOffset` on. For a plane that
     /// does not exist it throws VELMOImageException (`t`) or VELMOImageFileException (`z`, `c`).
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
-    /// Writes pixels of a plane; arguments and errors as `readRawData`. The bytes are in the file on return.
+    /// Writes pixels of a plane; arguments and errors are those of `readRawData`. The bytes are in the file
+    /// on return.
     BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                             void const* buffer) override;
     void clearDerived() override;

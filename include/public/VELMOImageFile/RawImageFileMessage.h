@@ -5,7 +5,7 @@
 
 namespace velmo::image::file {
 
-/// Messages of raw image files, by id. Every id keeps its value, even if the message is no longer used.
+/// Messages of raw image files, by id. Ids never change, even if the message is no longer used.
 struct eRawImageFileMessage {
     /// docs/messages.md has the text, the cause and the remedy of each.
     enum domain {

@@ -9,37 +9,39 @@
 
 namespace velmo::image::file {
 
-/// How a TIFF file is stored, as far as its directories say so. No pixel is read.
+/// Describes how a TIFF file is stored, according to its directories.
 struct TiffFileReport {
     /// Whether offsets have 64 bits.
     bool bBigTiff = false;
-    /// Whether numbers begin with their most significant byte.
+    /// Whether the byte order of the file is big-endian.
     bool bBigEndian = false;
-    /// Whether the file has the geometry with which this library saved it.
+    /// Whether the file contains a geometry stored by this library.
     bool bOwnFile = false;
 
-    /// Directories that can be read, from the first one on.
+    /// Number of directories that can be read, counted from the first one.
     vlUInt64 nbDirectories = 0;
-    /// Whether directories follow that cannot be read: a link leads outside of the file or back, or what it
-    /// leads to is no directory.
+    /// Whether more directories follow that cannot be read: the offset of the next directory is outside of
+    /// the file, is that of an earlier directory, or is not that of a directory.
     bool bChainBroken = false;
-    /// Directories whose pixels are in tiles, which the library does not read.
+    /// Number of directories with tiles, which the library cannot read.
     vlUInt64 nbTiled = 0;
-    /// Directories whose first row and column are not those of the top left corner of the displayed image.
-    /// The library reads rows and columns as they are stored.
+    /// Number of directories with another orientation than top left. The library reads their rows and columns
+    /// in the order of the file.
     vlUInt64 nbTurned = 0;
 
-    /// Planes that the ImageJ description announces; 0 where there is none, or its number cannot be used.
+    /// Number of planes that the ImageJ description announces; 0 if there is no such description or its
+    /// number is invalid.
     vlUInt64 nbAnnouncedPlanes = 0;
-    /// Planes of these that are neither directories nor found behind the first plane.
+    /// How many of these planes are missing: they have no directory and are not in the file after the first
+    /// plane.
     vlUInt64 nbMissingPlanes = 0;
 };
 
-/// Reads all directories of a TIFF file, also of one that the loads reject, such as a file with tiles or with
-/// a broken chain of directories. The file is closed on return.
+/// Reads all directories of a TIFF file, but no pixels. Accepts files that the loads reject, such as a file
+/// with tiles or with a broken chain of directories. The file is closed on return.
 ///
-/// A file that is not a TIFF file or cannot be read is an error, logged at ERROR and thrown as
-/// VELMOImageFileException, whose last line is the reason. Any number of calls may run at once.
+/// A file that is not a TIFF file or that cannot be read is an error. It is logged at ERROR and thrown as
+/// VELMOImageFileException; the last line of its text is the reason. Thread-safe.
 VELMO_IMAGE_FILE_EXPORT TiffFileReport describeTiffFile(boost::filesystem::path const& path);
 
 } // namespace velmo::image::file

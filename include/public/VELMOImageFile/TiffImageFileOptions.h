@@ -14,7 +14,7 @@ struct TiffReadOptions {
     /// How to interpret the samples of a file that this library did not write.
     eTiffBufferMode pixels = eTBM_Default;
     /// False: pixels that cannot be read are an error. True: they are zero, and a warning is logged; if the
-    /// chain of directories breaks off, the image has the planes before the break.
+    /// chain of directories is broken, the image contains the planes before the break.
     bool bTolerant = false;
 };
 
@@ -22,9 +22,10 @@ struct TiffReadOptions {
 struct TiffWriteOptions {
     /// Compression of the strips.
     eTiffCompression compression = eTC_None;
-    /// True: the file is written under a temporary name beside the target and renamed when it is whole, so
-    /// that a failed or killed save leaves an old file as it was. The folder must allow new files, and the
-    /// disk needs room for both. False: an old file is emptied and overwritten at once.
+    /// True: the file is written under a temporary name in the folder of the target and renamed when it is
+    /// complete. A failed or killed save leaves an old file unchanged. The user must be allowed to create
+    /// files in the folder, and the disk needs room for both files. False: an old file is emptied and
+    /// overwritten at once.
     bool bReplaceWhenWhole = true;
 };
 

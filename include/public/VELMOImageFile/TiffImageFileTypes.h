@@ -30,9 +30,9 @@ enum eTiffCompression : vlUInt64 { eTC_None = 0, eTC_Lzw = 1, eTC_Deflate = 2 };
 } // namespace image
 
 /// @{
-/// A text archive holds the name of the enumerator, any other archive its number as `int`. A number outside
-/// of the enumeration is written as 0. A name or a number that is read and is not in the enumeration is
-/// thrown as VELMOSerializationException.
+/// Write and read an enumerator: text archives store its name, other archives its number as `int`. A value
+/// outside of the enumeration is written as 0. If the stored name or number is not in the enumeration, the
+/// read throws VELMOSerializationException.
 VELMO_IMAGE_FILE_EXPORT BaseOArchive&
 operator<<(BaseOArchive& archive, SerializationOItem<image::file::eTiffDirectoryMode> const& item);
 VELMO_IMAGE_FILE_EXPORT BaseOArchive&

@@ -4,8 +4,8 @@
 #pragma once
 
 /// @file
-/// All public headers of the module, and those of the host with which images are made and read: one include
-/// for a program that does not choose.
+/// Includes all public headers of the module, and the headers of the host for creating images and accessing
+/// their pixels.
 
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/PixelAccess.h>

@@ -18,9 +18,9 @@ class LogMessageManager;
 namespace image::file {
 
 /// @file
-/// The log of this module. It belongs to the log of the libraries, whose logger is "VELMO": `silenceLog` and
-/// `logToStandardError` of VELMOUtil/LogOutput.h turn all of it off or print it; log4cplus configures it in
-/// every other way. All objects live to the end of the process. Any thread may call the functions.
+/// The log of this module. Its logger is a child of "VELMO", the logger of all libraries of the framework.
+/// `silenceLog` and `logToStandardError` of VELMOUtil/LogOutput.h turn these logs off or print them; for any
+/// other configuration use log4cplus. All objects exist until the process ends. Thread-safe.
 
 /// The texts of all messages of this module, by domain key and id.
 VELMO_IMAGE_FILE_EXPORT LogMessageManager& getVELMOImageFileLogMessageManager();

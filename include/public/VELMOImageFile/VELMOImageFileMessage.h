@@ -5,9 +5,9 @@
 
 namespace velmo::image::file {
 
-/// Messages of the module that belong to no format: none.
+/// Messages of the module that are not specific to a format. There are none.
 struct eVELMOImageFileMessage {
-    /// Empty; registered like the others.
+    /// Empty. The catalogue is registered like the others.
     enum domain {};
 };
 

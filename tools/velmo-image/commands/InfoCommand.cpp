@@ -33,8 +33,9 @@ InfoCommand::InfoCommand(CommandLine& line)
               "  velmo-image info --json --check frames.raw --size 640,480,1,3 --type uint8 --offset 512") {
     getOptions().addArguments("FILE", _files, "Files to describe");
     getOptions().addFlag("--json", _bJson, "Print a JSON document");
-    getOptions().addFlag("--check", _bCheck,
-                         "Read planes, fail if one cannot be read, and warn about unusual properties");
+    getOptions().addFlag(
+        "--check", _bCheck,
+        "Read the first and the last planes, fail if one cannot be read, and warn about unusual properties");
     _input.addTo(getOptions());
 }
 

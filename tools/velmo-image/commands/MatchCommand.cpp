@@ -13,7 +13,7 @@ using image::file::TiffFileSeries;
 using Files = std::vector<TiffFileSeries::File>;
 
 MatchCommand::MatchCommand(CommandLine& line)
-    : Command(line, "match", "List the file names that a pattern matches, in the order of stack",
+    : Command(line, "match", "List the file names that a pattern matches, in the order of their numbers",
               "  velmo-image match 'img<INDEX>.tif' --directory scans\n"
               "  velmo-image match '*_z<INDEX>.tif|*_z<INDEX>.tiff' --directory scans --strict\n"
               "  velmo-image match 'img<INDEX>.tif' img10.tif img2.tif\n"
@@ -22,7 +22,7 @@ MatchCommand::MatchCommand(CommandLine& line)
     options.addArgument(
         "PATTERN", _pattern,
         "Matches whole names: ? is any one byte, * any bytes, <INDEX> the digits of a number; "
-        "| separates patterns; of duplicate numbers the first one found is used");
+        "| separates alternative patterns; stack reads only the first of several files with the same number");
     options.addArguments("NAME", _names, "Names to match", true);
     _directoryOption =
         options.addOption("--directory", _directory, "Match the names of the files in DIRECTORY");
@@ -38,7 +38,7 @@ std::string MatchCommand::findHint(Files const& matches) const {
     for (std::string const& name : _names) {
         if (name.find('/') != std::string::npos && matching.count(name) == 0) {
             return "hint: " + quoted(name) +
-                   " does not match: a pattern has to match the whole path; --directory DIRECTORY matches "
+                   " does not match: a pattern must match the whole path; --directory DIRECTORY matches "
                    "the "
                    "names of the files in a directory";
         }

@@ -31,13 +31,14 @@ ResampleCommand::ResampleCommand(CommandLine& line)
               "  velmo-image resample masks 'm<INDEX>.tif' steps.txt masks.raw --size-z 90 --pixels label "
               "--strict") {
     _series.addTo(getOptions());
-    getOptions().addArgument("ZSTEPS", _zStepsFile,
-                             "Distances between neighbouring planes, one fewer than planes: a text with one "
-                             "number per line, or an archive with the extension .xml");
+    getOptions().addArgument(
+        "ZSTEPS", _zStepsFile,
+        "Distances between neighbouring planes, one fewer than there are planes: a text with one "
+        "number per line, or an archive with the extension .xml");
     _output.addTo(getOptions());
     getOptions().addRequiredOption("--size-z", _sizeZ, "Number of planes of the output");
     getOptions().addOption("--interpolation", _interpolation,
-                           "nearest|linear|cubic: between planes (default: linear)");
+                           "nearest|linear|cubic: interpolation between planes (default: linear)");
 }
 
 vlUInt64 ResampleCommand::getSizeZ() const {

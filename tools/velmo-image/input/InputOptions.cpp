@@ -79,8 +79,9 @@ ImageGeometryPtr RawDescription::createGeometry() const {
 
 CommandOption addPixelsOption(CommandOptions& options, std::string& value, std::string const& what) {
     return options.addOption("--pixels", value,
-                             "default|binary|label: meaning of the unsigned pixels of " + what +
-                                 ", unless written by this library (default: numbers)");
+                             "default|binary|label: the unsigned pixels of " + what +
+                                 " are numbers (default), a mask or labels; ignored for files written by "
+                                 "this library");
 }
 
 file::eTiffBufferMode parseBufferMode(std::string const& text) {
@@ -104,10 +105,11 @@ void InputOptions::addTo(CommandOptions& options) {
         options.addOption("--offset", _offset, "Bytes before the first plane of a raw input (default: 0)"),
         options.addOption("--byte-order", _byteOrder,
                           "little|big: byte order of a raw input (default: little)")};
-    _tiffOptions = {options.addOption("--directories", _directories,
-                                      "z|t: the directories of a TIFF input are planes or time steps, unless "
-                                      "written by this library (default: z)"),
-                    addPixelsOption(options, _pixels, "a TIFF input")};
+    _tiffOptions = {
+        options.addOption("--directories", _directories,
+                          "z|t: the directories of a TIFF input are planes or time steps; ignored "
+                          "for files written by this library (default: z)"),
+        addPixelsOption(options, _pixels, "a TIFF input")};
 }
 
 eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {

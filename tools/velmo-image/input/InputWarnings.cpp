@@ -30,7 +30,7 @@ Warnings findRawWarnings(InputImage const& input) {
         return {};
     }
     return {"the file is larger than its dimensions: " + std::to_string(*nbFound - nbBytes) +
-            " bytes behind the last plane are ignored"};
+            " bytes after the last plane are ignored"};
 }
 
 Warnings findIm6Warnings(InputImage const& input) {

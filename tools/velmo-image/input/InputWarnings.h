@@ -7,7 +7,7 @@
 
 namespace velmo::tool {
 
-/// What is unusual about a file, one sentence each: bytes behind the last plane, a file that is too short,
+/// What is unusual about a file, one sentence each: bytes after the last plane, a file that is too short,
 /// pixels that are stored in a way that reading does not follow, and an inverted scale.
 std::vector<std::string> findWarnings(InputImage const& input);
 /// The warning about an image whose minimum is white; empty for any other image.

@@ -97,7 +97,7 @@ CommandLine::CommandLine(std::string const& version)
     _pApp->formatter(std::make_shared<HelpFormatter>()); // before the commands, which take it over
     _pApp->set_version_flag("--version", version);
     _pApp->require_subcommand(1);
-    _pApp->footer("Exit status: 0 success, 1 failure, 2 wrong use, 130 interrupted.");
+    _pApp->footer("Exit status: 0 success, 1 failure, 2 wrong command line, 130 interrupted.");
 }
 
 CommandLine::~CommandLine() = default;
