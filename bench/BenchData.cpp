@@ -3,7 +3,7 @@
 
 #include "BenchData.h"
 
-#include "Floor.h"
+#include "LowerBound.h"
 
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>

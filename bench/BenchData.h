@@ -11,15 +11,15 @@
 
 namespace velmo::bench {
 
-/// A file in the page cache and what its pixels are.
+/// A file in the page cache, its geometry and its size.
 struct RawFile {
     boost::filesystem::path path;
     image::ImageGeometryPtr pGeometry;
     vlUInt64 nbBytes;
 };
 
-/// The files that the benchmarks read and write: made in a folder of their own at first use, removed at the
-/// end. Volumes of as many bytes share a file.
+/// The files that the benchmarks read and write. They are created in a separate folder at first use and
+/// removed at the end. Volumes of the same size share a file.
 class BenchData {
   public:
     /// Makes a new folder in `parent`, which must exist.
@@ -29,9 +29,9 @@ class BenchData {
     BenchData& operator=(BenchData const&) = delete;
 
     boost::filesystem::path const& getFolder() const { return _folder; }
-    /// A grey volume of 16 bits, in which no two parts are alike.
+    /// A grey volume of 16 bits, whose parts are all different.
     RawFile getVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ);
-    /// The same of one byte for each pixel, as one hole that takes no room on the disk.
+    /// The same with one byte for each pixel, as a sparse file that uses no disk space.
     RawFile getSparseVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ);
 
   private:

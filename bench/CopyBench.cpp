@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 
 #include <VELMOBaseProcessing/ProcessorDispatchPolicy.h>
@@ -18,7 +18,7 @@ namespace {
 
 using processor::ProcessorDispatchPolicy;
 
-/// Small copies are measured many at a time, up to so many bytes in all.
+/// A measurement of small copies repeats the copy, up to this number of bytes in total.
 constexpr vlUInt64 g_nbBytesAtOnce = vlUInt64{256} << 20;
 
 ProcessorDispatchPolicy defaultPolicy() {
@@ -54,8 +54,8 @@ double timeOneCopy(image::ImageConstPtr const& pSource, image::ImagePtr const& p
     return seconds;
 }
 
-/// The median copy from an open disk image into a target that nobody has touched. Making and releasing the
-/// target is not counted.
+/// The median time of a copy from an open disk image into newly allocated memory. Allocating and releasing
+/// the memory is not counted.
 double timeCopy(RawFile const& file, ProcessorDispatchPolicy const& policy) {
     image::ImageConstPtr const pSource = image::file::openRawImageFile(file.path, *file.pGeometry);
     return measureMedian(std::max<vlUInt64>(1, g_nbBytesAtOnce / file.nbBytes),

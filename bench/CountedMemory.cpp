@@ -31,7 +31,7 @@ void count(void* pMemory, std::int64_t sign) {
     }
 }
 
-/// A line of what the kernel tells of this process, in bytes.
+/// Reads a line of the kernel's status of this process, in bytes.
 vlUInt64 readStatus(std::string const& name) {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
@@ -39,14 +39,14 @@ vlUInt64 readStatus(std::string const& name) {
             return std::stoull(line.substr(name.size() + 1)) * 1024;
         }
     }
-    throw std::runtime_error("The kernel does not tell " + name);
+    throw std::runtime_error("The kernel does not report " + name);
 }
 
 } // namespace
 
 vlUInt64 countPeakResident(std::function<void()> const& work) {
     malloc_trim(0);
-    std::ofstream("/proc/self/clear_refs") << '5'; // the peak begins anew
+    std::ofstream("/proc/self/clear_refs") << '5'; // resets the peak
     vlUInt64 const before = readStatus("VmRSS");
     work();
     return readStatus("VmHWM") - before;
@@ -77,8 +77,8 @@ void releaseCounted(void* pMemory) noexcept {
 
 } // namespace velmo::bench
 
-// The program's own, which the libraries use too. The array and nothrow forms of the standard library call
-// these.
+// Replacements of the global operators, which the libraries use too. The array and nothrow forms of the
+// standard library call them.
 
 void* operator new(std::size_t nbBytes) {
     return velmo::bench::allocateCounted(nbBytes);

@@ -9,11 +9,11 @@
 
 namespace velmo::bench {
 
-/// The most bytes that were allocated with `new` at one time, by any thread, while `work` ran, counted from
-/// what was allocated before it. One count at a time.
+/// The largest number of bytes that all threads together allocate with `new` while `work` runs, in addition
+/// to what was allocated before. Only one call may run at a time.
 vlUInt64 countPeakBytes(std::function<void()> const& work);
 
-/// How much the memory that the process has from the system grew at most while `work` ran.
+/// The largest growth of the resident memory of the process while `work` runs.
 vlUInt64 countPeakResident(std::function<void()> const& work);
 
 } // namespace velmo::bench

@@ -26,7 +26,7 @@ double getQuantile(std::vector<double> values, double quantile) {
     return values[below] * (1 - weight) + values[above] * weight;
 }
 
-/// Four digits, and all of those before the point.
+/// Formats with four digits, or more if the integer part needs them.
 std::string toText(double value, std::string const& unit) {
     int const nbBeforePoint = value < 1 ? 1 : static_cast<int>(std::log10(value)) + 1;
     std::ostringstream text;
@@ -56,7 +56,7 @@ Line toLine(Figure const& figure) {
     bool const bLimited = figure.getLimit().bound != eBound::None;
     return {figure.getName(),
             toText(figure.getOurs(), figure.getUnit()),
-            toText(figure.getFloor(), figure.getUnit()),
+            toText(figure.getLowerBound(), figure.getUnit()),
             toText(figure.getRatio()),
             toText(figure.getRatioQuantile(0.25)) + " to " + toText(figure.getRatioQuantile(0.75)),
             toText(figure.getLimit()),
@@ -70,18 +70,18 @@ Line toLine(Figure const& figure) {
 Figure::Figure(std::string name, std::string unit, Limit limit)
     : _name(std::move(name)), _unit(std::move(unit)), _limit(limit) {}
 
-void Figure::add(double ours, double floor) {
+void Figure::add(double ours, double lowerBound) {
     _ours.push_back(ours);
-    _floors.push_back(floor);
-    _ratios.push_back(ours / floor);
+    _lowerBounds.push_back(lowerBound);
+    _ratios.push_back(ours / lowerBound);
 }
 
 double Figure::getOurs() const {
     return getQuantile(_ours, 0.5);
 }
 
-double Figure::getFloor() const {
-    return getQuantile(_floors, 0.5);
+double Figure::getLowerBound() const {
+    return getQuantile(_lowerBounds, 0.5);
 }
 
 double Figure::getRatioQuantile(double quantile) const {
@@ -101,7 +101,7 @@ bool Figure::holds() const {
 }
 
 void print(std::ostream& out, std::vector<Figure> const& figures) {
-    std::vector<Line> lines = {{"figure", "ours", "floor", "ratio", "quartiles", "limit", "ok"}};
+    std::vector<Line> lines = {{"figure", "ours", "lower bound", "ratio", "quartiles", "limit", "ok"}};
     std::transform(figures.begin(), figures.end(), std::back_inserter(lines), toLine);
     std::array<std::size_t, std::tuple_size<Line>::value> widths{};
     for (Line const& line : lines) {

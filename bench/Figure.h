@@ -11,7 +11,7 @@ namespace velmo::bench {
 
 enum class eBound { None, AtMost, AtLeast };
 
-/// What is promised of ours / floor; nothing with `eBound::None`.
+/// The limit of the ratio ours / lower bound; none with `eBound::None`.
 struct Limit {
     eBound bound = eBound::None;
     double value = 0;
@@ -27,21 +27,23 @@ inline Limit noLimit() {
     return {};
 }
 
-/// One line of the table: pairs of measurements, ours and the floor, that were taken one after the other.
+/// One line of the table: pairs of measurements. The two measurements of a pair, ours and the lower bound,
+/// were made one after the other.
 class Figure {
   public:
     Figure(std::string name, std::string unit, Limit limit);
 
-    void add(double ours, double floor);
+    void add(double ours, double lowerBound);
 
     std::string const& getName() const { return _name; }
     std::string const& getUnit() const { return _unit; }
     Limit const& getLimit() const { return _limit; }
 
-    /// Medians. The figure must have a pair.
+    /// Medians. The figure must have at least one pair.
     double getOurs() const;
-    double getFloor() const;
-    /// Median of the ratios of the pairs, so that a change of the machine's pace between pairs falls out.
+    double getLowerBound() const;
+    /// Median of the ratios of the pairs. A change of the machine's speed between pairs therefore has no
+    /// effect.
     double getRatio() const { return getRatioQuantile(0.5); }
     double getRatioQuantile(double quantile) const;
     bool holds() const;
@@ -51,11 +53,11 @@ class Figure {
     std::string _unit;
     Limit _limit;
     std::vector<double> _ours;
-    std::vector<double> _floors;
+    std::vector<double> _lowerBounds;
     std::vector<double> _ratios;
 };
 
-/// The figures as a table in text: figure | ours | floor | ratio | quartiles | limit | ok.
+/// Prints the figures as a table: figure | ours | lower bound | ratio | quartiles | limit | ok.
 void print(std::ostream& out, std::vector<Figure> const& figures);
 
 } // namespace velmo::bench

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CountedMemory.h"
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 
 #include <VELMOImageFile/Im6ImageFile.h>
@@ -39,7 +39,7 @@ Header makeHeader(std::uint32_t sizeX, std::uint32_t sizeY, std::uint32_t sizeZ)
     return header;
 }
 
-/// The planes of a raw file behind a header.
+/// Creates an Im6 file: a header followed by the planes of a raw file.
 fs::path makeFile(BenchData& data, RawFile const& planes, Header const& header) {
     fs::path const path = data.getFolder() / "planes.im6";
     std::vector<char> pixels(planes.nbBytes);
@@ -62,7 +62,7 @@ double timeRawLoad(fs::path const& path, RawFile const& planes) {
     return stopwatch.getSeconds();
 }
 
-/// A file that holds nothing of what its header claims.
+/// Creates a file whose header announces planes that the file does not contain.
 fs::path makeClaim(BenchData& data, std::uint32_t sizeZ) {
     fs::path const path = data.getFolder() / ("claim" + std::to_string(sizeZ) + ".im6");
     Header const header = makeHeader(4, 4, sizeZ);
@@ -104,8 +104,8 @@ void addIm6Benchmarks(Suite& suite) {
         fs::path const path = makeFile(suite.getData(), planes, makeHeader(1024, 1024, 100));
         return Contenders{[=] { return timeLoad(path); }, [=] { return timeRawLoad(path, planes); }};
     });
-    addClaim(suite, "Im6 header that lies, open", Quantity::time(), timeClaim);
-    addClaim(suite, "Im6 header that lies, memory", Quantity::memory(), measureClaim);
+    addClaim(suite, "Im6 header without its planes, open", Quantity::time(), timeClaim);
+    addClaim(suite, "Im6 header without its planes, memory", Quantity::memory(), measureClaim);
 }
 
 } // namespace velmo::bench

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 
 #include <VELMOImage/BaseImage.h>

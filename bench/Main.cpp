@@ -21,10 +21,10 @@ namespace {
 char const* const g_help =
     "velmo_bench [--folder DIR] [--pairs N] [--require] [--benchmark_filter=REGEX ...]\n"
     "\n"
-    "Measures the module beside what the system itself does with the same bytes.\n"
-    "  --folder DIR  where the files are made, 3 GB (default: $TMPDIR, else /tmp); removed at the end\n"
+    "Measures the module, and a lower bound: plain system calls or libtiff on the same bytes.\n"
+    "  --folder DIR  folder for the files, 3 GB (default: $TMPDIR, else /tmp); they are removed at the end\n"
     "  --pairs N     measurements of each figure (default: 9)\n"
-    "  --require     exit status 1 where a figure does not hold, or none was measured\n"
+    "  --require     exit status 1 if a figure exceeds its limit, or none was measured\n"
     "Further options are those of Google Benchmark (--benchmark_list_tests, --benchmark_out=FILE ...).\n"
     "\n"
     "Example: velmo_bench --require --benchmark_filter='load|save'\n";
@@ -45,7 +45,8 @@ vlUInt64 toNbPairs(std::string const& text) {
     return nbPairs;
 }
 
-/// The value of "--name value" or "--name=value", with `index` on its last word; null for another option.
+/// The value of "--name value" or "--name=value". Moves `index` to the last word of the option. Null for
+/// another option.
 char const* getValue(std::string const& name, std::vector<char*> const& words, std::size_t& index) {
     std::string const word = words[index];
     if (word.compare(0, name.size() + 1, name + '=') == 0) {
@@ -80,7 +81,7 @@ Options readOptions(std::vector<char*> const& words) {
     return options;
 }
 
-/// From here on an interrupt removes the files before it ends the program. To be called before any thread
+/// From now on an interrupt removes the files before it ends the program. Must be called before any thread
 /// starts.
 void removeOnInterrupt(boost::filesystem::path const& folder) {
     sigset_t signals;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CountedMemory.h"
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 
 #include <VELMOImageFile/RawImageFile.h>
@@ -83,7 +83,7 @@ void add(Suite& suite, std::string const& name, Quantity const& quantity, Limit 
 void addOpenBenchmarks(Suite& suite) {
     add(suite, "open and read a plane", Quantity::time(), atMost(2), timeOpening);
     add(suite, "open and read a plane, memory", Quantity::memory(), atMost(2), measureOpening);
-    // The system itself takes a fifth longer for a pixel out of 40 MB than for one out of 40 bytes.
+    // The operating system itself needs 20 % more time for a pixel of a 40 MB file than of a 40-byte file.
     add(suite, "find a plane and read a pixel", Quantity::time(), atMost(1.5), timeFinding);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Patterns/FilePatterns.h"
 #include "Suite.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-/// A folder of a million files: most of a series, some of another, some that differ at the end.
+/// Names of a million files: most belong to a series, some to another series, some differ at the end.
 std::shared_ptr<Names const> makeNames() {
     auto const pNames = std::make_shared<Names>();
     for (int number = 0; number < 1000000; ++number) {
@@ -27,7 +27,7 @@ std::shared_ptr<Names const> makeNames() {
     return pNames;
 }
 
-/// Seconds to ask each name, of which 800,000 match.
+/// Seconds to test each name, of which 800,000 match.
 template <class Matches>
 double timeMatches(Names const& names, Matches const& matches) {
     Stopwatch const stopwatch;
@@ -67,7 +67,7 @@ void addPatternBenchmarks(Suite& suite) {
         auto const pNames = makeNames();
         return Contenders{[=] { return timeCompiledOnce(*pNames); }, [=] { return timeFnmatch(*pNames); }};
     });
-    suite.add("pattern compiled anew, 1,000,000 names / fnmatch", Quantity::time(), atMost(10), [] {
+    suite.add("pattern compiled for each name, 1,000,000 names / fnmatch", Quantity::time(), atMost(10), [] {
         auto const pNames = makeNames();
         return Contenders{[=] { return timeCompiledAnew(*pNames); }, [=] { return timeFnmatch(*pNames); }};
     });

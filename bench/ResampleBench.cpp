@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CountedMemory.h"
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 #include "TiffSeries.h"
 
@@ -62,7 +62,7 @@ double timeResample(TiffSeries const& series, fs::path const& stepsFile) {
     return stopwatch.getSeconds();
 }
 
-/// Reads each input plane once, by `read(z, pPlane)`, and writes each output plane once.
+/// Reads each input plane once with `read(z, pPlane)`, and writes each output plane once.
 template <class Read>
 double timeReadAndWrite(Read const& read) {
     constexpr vlUInt64 nbOutputs = g_nbOutputPlanes / g_nbPlanes;

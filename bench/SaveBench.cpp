@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 
 #include <VELMOImage/BaseImage.h>
@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-/// A volume in memory, and the file that it is saved to, which exists in a measurement alone.
+/// A volume in memory, and the file that it is saved to. The file exists only during a measurement.
 struct Saving {
     RawFile file;
     image::ImagePtr pImage;

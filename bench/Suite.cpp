@@ -3,7 +3,7 @@
 
 #include "Suite.h"
 
-#include "Floor.h"
+#include "LowerBound.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -38,22 +38,22 @@ double toFigure(Quantity const& quantity, double measured) {
     return measured / 1024;
 }
 
-/// Ours and the floor in turn, the first of a pair being the second of the next, so that neither always runs
-/// on what the other left behind.
+/// Measures ours and the lower bound alternately. The order changes from pair to pair, so that neither always
+/// runs after the other.
 void measurePairs(benchmark::State& state, Quantity const& quantity, Contenders const& contenders,
                   Figure& figure) {
     bool bOursFirst = true;
     for ([[maybe_unused]] auto const step : state) {
-        double floor = bOursFirst ? 0 : contenders.floor();
+        double lowerBound = bOursFirst ? 0 : contenders.lowerBound();
         Stopwatch const stopwatch;
         double const ours = contenders.ours();
         state.SetIterationTime(quantity.kind == Quantity::eKind::Memory ? stopwatch.getSeconds() : ours);
-        floor = bOursFirst ? contenders.floor() : floor;
-        figure.add(toFigure(quantity, ours), toFigure(quantity, floor));
+        lowerBound = bOursFirst ? contenders.lowerBound() : lowerBound;
+        figure.add(toFigure(quantity, ours), toFigure(quantity, lowerBound));
         bOursFirst = !bOursFirst;
     }
     state.counters["ours"] = figure.getOurs();
-    state.counters["floor"] = figure.getFloor();
+    state.counters["lower bound"] = figure.getLowerBound();
     state.counters["ratio"] = figure.getRatio();
 }
 
@@ -74,7 +74,7 @@ void Suite::add(std::string const& name, Quantity const& quantity, Limit const& 
             Contenders const contenders = prepare();
             Figure figure(name, getUnit(quantity), limit);
             contenders.ours();
-            contenders.floor();
+            contenders.lowerBound();
             measurePairs(state, quantity, contenders, figure);
             _figures.push_back(figure);
         } catch (std::exception const& exception) {

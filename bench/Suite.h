@@ -12,20 +12,20 @@
 
 namespace velmo::bench {
 
-/// One measurement, in seconds; of memory in bytes.
+/// One measurement, in seconds, or in bytes for memory.
 using Measure = std::function<double()>;
 
-/// The median of `nbTimes` measurements: of short ones, where the mean would count the turns of other
+/// The median of `nbTimes` measurements. For short measurements a mean would include the time of other
 /// programs on the processor.
 double measureMedian(vlUInt64 nbTimes, Measure const& measure);
 
-/// What is measured in turn.
+/// The two functions that are measured alternately.
 struct Contenders {
     Measure ours;
-    Measure floor;
+    Measure lowerBound;
 };
 
-/// What a figure counts. A rate is that many bytes in the measured seconds.
+/// The quantity of a figure. A rate is this number of bytes divided by the measured seconds.
 struct Quantity {
     enum class eKind { Time, Rate, Memory };
 
@@ -47,7 +47,7 @@ class Suite {
     /// Benchmarks that ended with an exception and have no figure.
     vlUInt64 getNbFailed() const { return _nbFailed; }
 
-    /// Registers a benchmark. `prepare` runs once, when the benchmark does, and makes what it needs.
+    /// Registers a benchmark. `prepare` runs once, when the benchmark runs, and creates what it needs.
     void add(std::string const& name, Quantity const& quantity, Limit const& limit,
              std::function<Contenders()> const& prepare);
 
@@ -58,10 +58,10 @@ class Suite {
     std::vector<Figure> _figures;
 };
 
-/// Throws std::runtime_error, with `what` in its text, where ours did not do its work.
+/// Throws std::runtime_error with the text `what` unless the measured code gave the correct result.
 void require(bool bDone, std::string const& what);
 
-// Each of them adds the benchmarks of one file.
+// Each of these functions adds the benchmarks of one source file.
 void addLoadBenchmarks(Suite& suite);
 void addCopyBenchmarks(Suite& suite);
 void addThreadsBenchmarks(Suite& suite);

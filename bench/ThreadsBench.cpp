@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 
 #include <VELMOImageFile/RawImageFile.h>
@@ -14,7 +14,7 @@ namespace velmo::bench {
 
 namespace {
 
-/// Runs of pixels at random places of a file, the same ones for ours and for the floor.
+/// Runs of pixels at random places of a file, the same for ours and for the lower bound.
 struct Reads {
     struct Place {
         vlUInt64 z;
@@ -55,7 +55,7 @@ std::unique_ptr<image::file::RawImageFile> openAccessor(RawFile const& file) {
     return pAccessor;
 }
 
-/// Each thread has read once, and so has its stream, before the clock starts.
+/// Before the clock starts, each thread has read once and has therefore opened its stream.
 double timeAccessor(Reads const& reads) {
     auto const pAccessor = openAccessor(reads.file);
     std::vector<std::vector<std::byte>> buffers(reads.getNbThreads());

@@ -3,7 +3,7 @@
 
 #include "TiffData.h"
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 
 #include <VELMOImage/MemoryImage.h>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "BenchData.h"
-#include "TiffFloor.h"
+#include "TiffLowerBound.h"
 
 #include <VELMOImage/BaseImage.h>
 
@@ -21,10 +21,11 @@ struct TiffVolume {
     void requireSamePixels(image::BaseImage const& other) const;
 };
 
-/// Pixels of 16 bits as a camera gives them: a bright shape, and noise in the low bits. `sizeC` is 1 or 3.
+/// Pixels of 16 bits similar to those of a camera: a bright shape, and noise in the low bits. `sizeC` is 1 or
+/// 3.
 image::ImagePtr makePicture(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeC, vlUInt64 sizeZ);
 
-/// A file of one directory for each plane, written by a plain libtiff loop; `compression` is libtiff's.
+/// A file with one directory for each plane, written by a loop over libtiff; `compression` is libtiff's.
 TiffVolume makeTiff(BenchData& data, vlUInt64 size, vlUInt64 nbPlanes, int compression);
 
 /// A single-directory stack.

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 #include "TiffSeries.h"
 
@@ -22,7 +22,7 @@ double timeLoad(TiffSeries const& series) {
     return stopwatch.getSeconds();
 }
 
-/// A loop over the files, each opened once, into the kind of memory that an image has.
+/// A loop over the files. It opens each file once and reads it into the kind of memory that an image uses.
 double timeLibtiffLoop(TiffSeries const& series) {
     Stopwatch const stopwatch;
     FreshMemory const memory(series.volume.nbBytes);

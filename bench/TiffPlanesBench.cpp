@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 #include "TiffData.h"
 
@@ -40,7 +40,7 @@ double timeSave(TiffVolume const& volume) {
     return seconds / static_cast<double>(volume.pImage->getGeometry().getSizeZ());
 }
 
-/// Opening, and as many reads of random planes as there are planes.
+/// Opens the file and reads random planes, as many as the file has.
 double timeRandomAccess(TiffVolume const& volume, image::eImageAccessMode mode) {
     vlUInt64 const nbPlanes = volume.getPlanes().nbPlanes;
     std::vector<std::byte> pixels(volume.getPlanes().getPlaneBytes());

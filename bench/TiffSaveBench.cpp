@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 #include "Suite.h"
 #include "TiffData.h"
 
@@ -22,7 +22,7 @@ struct Saving {
     image::ImagePtr pImage;
     fs::path target;
     eTiffCompression compression;
-    PlanesOf16Bits planes; ///< as the loop writes them
+    PlanesOf16Bits planes; ///< as the libtiff loop writes them
     std::vector<std::byte> interleaved;
 
     int getLibtiffCompression() const {
@@ -54,7 +54,7 @@ double sizeOfSave(Saving const& saving, Save save) {
     return size;
 }
 
-/// The loop writes the channels of a pixel side by side, which it finds so in memory.
+/// The libtiff loop writes interleaved channels. In memory they are already interleaved.
 std::vector<std::byte> interleave(image::BaseImage const& image) {
     image::BaseImageGeometry const& geometry = image.getGeometry();
     std::vector<std::byte> pixels(geometry.getFullMemorySize());
@@ -86,11 +86,11 @@ SavingPtr prepare(BenchData& data, vlUInt64 sizeC, vlUInt64 nbPlanes, eTiffCompr
 }
 
 void addTime(Suite& suite, std::string const& name, Limit const& limit, vlUInt64 sizeC, vlUInt64 nbPlanes,
-             eTiffCompression compression, Save floor) {
+             eTiffCompression compression, Save lowerBound) {
     suite.add("TIFF save " + name, Quantity::time(), limit, [=, &suite] {
         SavingPtr const pSaving = prepare(suite.getData(), sizeC, nbPlanes, compression);
         return Contenders{[pSaving] { return timeSave(*pSaving, &Saving::saveOurs); },
-                          [pSaving, floor] { return timeSave(*pSaving, floor); }};
+                          [pSaving, lowerBound] { return timeSave(*pSaving, lowerBound); }};
     });
 }
 

@@ -17,9 +17,9 @@ namespace fs = boost::filesystem;
 
 void allowManyFiles() {
     rlimit limit{};
-    require(getrlimit(RLIMIT_NOFILE, &limit) == 0, "The limit of open files cannot be asked for");
+    require(getrlimit(RLIMIT_NOFILE, &limit) == 0, "The limit of open files cannot be read");
     limit.rlim_cur = limit.rlim_max;
-    require(setrlimit(RLIMIT_NOFILE, &limit) == 0, "The limit of open files stays");
+    require(setrlimit(RLIMIT_NOFILE, &limit) == 0, "The limit of open files cannot be raised");
 }
 
 } // namespace

@@ -22,8 +22,7 @@ using TiffSeriesPtr = std::shared_ptr<TiffSeries const>;
 
 extern char const* const g_seriesPattern;
 
-/// Makes the folder at first use. The process may have as many files open as the system lets it, from then
-/// on.
+/// Creates the folder at first use. It also raises the limit of open files of the process to the maximum.
 TiffSeriesPtr makeSeries(BenchData& data, vlUInt64 size, vlUInt64 nbFiles);
 
 } // namespace velmo::bench

@@ -1,5 +1,5 @@
-# What is installed, in three components: Runtime (the libraries), Development (headers, CMake packages, pkg-config files)
-# and Tools. Nothing installed holds a path of its prefix: it can be moved.
+# Installation in three components: Runtime (the libraries), Development (headers, CMake packages, pkg-config files) and
+# Tools. No installed file contains the path of the prefix, so that the prefix can be moved.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 foreach(folder BINDIR LIBDIR INCLUDEDIR)
@@ -11,7 +11,7 @@ set(VELMO_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/velmo)
 file(RELATIVE_PATH velmo_libraries_from_tools /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
 set(velmo_install_templates ${CMAKE_CURRENT_LIST_DIR})
 
-# velmo_export_only_velmo(TARGET): the library shows velmo:: names alone.
+# velmo_export_only_velmo(TARGET): the library exports only velmo:: names.
 function(velmo_export_only_velmo target)
   set(map ${velmo_install_templates}/velmo-symbols.map)
   target_link_options(${target} PRIVATE LINKER:--version-script=${map})
@@ -20,7 +20,8 @@ endfunction()
 
 # velmo_install_library(TARGET HEADERS folder/
 #   PKG_CONFIG name DESCRIPTION text [REQUIRES module...] [LIBRARIES flag...])
-# A library as CMake package of the target's name (cmake/TARGETConfig.cmake.in) and as pkg-config module.
+# Installs a library as a CMake package with the name of the target (cmake/TARGETConfig.cmake.in) and as a pkg-config
+# module.
 function(velmo_install_library target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS;PKG_CONFIG;DESCRIPTION" "REQUIRES;LIBRARIES")
   if(NOT VELMO_INSTALL)
@@ -29,7 +30,7 @@ function(velmo_install_library target)
   install(TARGETS ${target} EXPORT ${target}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
     INCLUDES DESTINATION ${VELMO_INSTALL_INCLUDEDIR})
-  # An external host keeps its own folder.
+  # An external host is in another folder.
   set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN INSTALL_RPATH_USE_LINK_PATH ON)
   install(DIRECTORY ${arg_HEADERS} DESTINATION ${VELMO_INSTALL_INCLUDEDIR} COMPONENT Development
     FILES_MATCHING PATTERN *.h PATTERN detail EXCLUDE)
@@ -49,7 +50,7 @@ function(velmo_install_cmake_package target)
   install(EXPORT ${target} FILE ${target}Targets.cmake NAMESPACE VELMO:: DESTINATION ${folder} COMPONENT Development)
 endfunction()
 
-# Of velmo_install_library's arguments.
+# Uses the arguments of velmo_install_library.
 function(velmo_install_pkg_config target)
   set(folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH prefix /prefix/${folder} /prefix)

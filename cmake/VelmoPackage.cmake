@@ -1,4 +1,4 @@
-# Debian packages of the three components, by cpack; './dev package' makes them.
+# Debian packages of the three components. './dev package' builds them with cpack.
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL Runtime Development Tools)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -15,7 +15,7 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON) # of equal version
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON) # with the same version
 
 set(library libvelmoimagefile${PROJECT_VERSION_MAJOR})
 set(what "VELMOImageFile turns image files on disk into images of up to five dimensions

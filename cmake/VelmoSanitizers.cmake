@@ -1,5 +1,5 @@
-# -DVELMO_SANITIZE=address|thread|fuzzer instruments every target of the build; 'fuzzer' is 'address' with what
-# libFuzzer steers by, and needs clang.
+# -DVELMO_SANITIZE=address|thread|fuzzer instruments all targets. 'fuzzer' is 'address' with the instrumentation for
+# libFuzzer, and needs clang.
 if(VELMO_SANITIZE STREQUAL "address")
   set(velmo_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
 elseif(VELMO_SANITIZE STREQUAL "thread")

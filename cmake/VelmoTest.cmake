@@ -1,16 +1,16 @@
 # velmo_add_test(NAME SOURCES source... [LIBRARIES target...])
-# A test program of GoogleTest cases, each of them a test of CTest; under sanitizers, where a process takes long
-# to start, two halves of them.
+# Adds a test program of GoogleTest cases. Each case is a test of CTest. Under sanitizers, where a process starts slowly,
+# only two tests of CTest run half of the cases each.
 include(GoogleTest)
 function(velmo_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})
-  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF) # as the precompiled header
+  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF) # like the precompiled header
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} velmo_test_support velmo_warnings)
   target_precompile_headers(${name} REUSE_FROM velmo_test_support)
-  # Calls that are expected to throw return nothing to look at.
+  # Calls that are expected to throw return nothing that could be used.
   target_compile_options(${name} PRIVATE -Wno-unused-result)
-  # A few sources are compiled at once, each of them as if it were included.
+  # Several sources are compiled together as one.
   target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
   if(VELMO_SANITIZE)
     foreach(half 0 1)

@@ -1,4 +1,4 @@
-# The warnings of the project's own targets. VELMO_WERROR turns them into errors: the presets of developers set it.
+# Warnings of the project's own targets. VELMO_WERROR turns them into errors; the presets of developers set it.
 add_library(velmo_warnings INTERFACE)
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH velmo_root)
 target_compile_options(velmo_warnings INTERFACE

@@ -16,7 +16,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <sstream>
 
-// The record of an accessor. The last byte says of which, and whether in a binary or an XML archive.
+// Input: the record of an accessor. The last byte chooses its class, and a binary or an XML archive.
 
 namespace velmo::fuzz {
 
@@ -45,12 +45,12 @@ bool read(std::string const& bytes, BaseDiskImageAccessor& accessor) {
         SandboxArchive guarded(archive);
         return static_cast<bool>(accessor.read(guarded)) && accessor.isInit();
     } catch (BaseException const&) {
-        return false; // a record that is refused
+        return false; // the record was rejected
     }
 }
 
-/// A TIFF file that a record had made anew cannot be read before something was written, and one without
-/// pixels not at all. A part of a joined image is not reached.
+/// Reads of these files may fail: a TIFF file that was created for a record cannot be read before it is
+/// written, a file without pixels cannot be read, and a part of a joined image is not accessible.
 bool isReadable(BaseDiskImageAccessor& accessor) {
     if (!boost::filesystem::exists(Sandbox::get() / g_missingName)) {
         return true;

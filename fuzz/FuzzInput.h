@@ -10,13 +10,13 @@
 
 namespace velmo::fuzz {
 
-/// An input in parts. Choices are taken from its end, so that the rest is a file as it stands.
+/// Splits an input into parts. Choices are taken from its end, so that the rest is an unchanged file.
 class FuzzInput {
   public:
     FuzzInput(std::uint8_t const* pBytes, std::size_t nbBytes)
         : _bytes(reinterpret_cast<char const*>(pBytes), nbBytes) {}
 
-    /// The last byte; 0 where there is none left.
+    /// Takes the last byte; 0 if none is left.
     unsigned int takeByte() {
         if (_bytes.empty()) {
             return 0;
@@ -26,7 +26,8 @@ class FuzzInput {
         return byte;
     }
 
-    /// A byte that says how many further bytes a number has (0 to 8), and those, the lowest one last.
+    /// Takes a number: one byte that gives its number of further bytes (0 to 8), then these bytes, the lowest
+    /// one last.
     vlUInt64 takeNumber() {
         vlUInt64 number = 0;
         for (unsigned int left = takeByte() % 9, shift = 0; left != 0; --left, shift += 8) {
@@ -41,7 +42,7 @@ class FuzzInput {
     std::string _bytes;
 };
 
-/// The converse of FuzzInput: choices are put in the order in which they are taken.
+/// The inverse of FuzzInput. Choices must be put in the order in which FuzzInput takes them.
 class FuzzSeed {
   public:
     explicit FuzzSeed(std::string rest) : _bytes(std::move(rest)) {}

@@ -6,6 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What each target defines: one input, which is the bytes of a file or of a text, with what else the target
-/// chooses at its end. libFuzzer calls it, or ReplayMain.cpp. An input is bad where it ends the process.
+/// The function that each target defines. An input is the bytes of a file or text, followed by the choices of
+/// the target. libFuzzer or ReplayMain.cpp calls the function. An input is a finding if it ends the process.
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* pBytes, std::size_t nbBytes);

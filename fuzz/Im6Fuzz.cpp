@@ -8,7 +8,7 @@
 #include <VELMOImageFile/Im6ImageFile.h>
 #include <VELMOUtil/BaseException.h>
 
-// An Im6 file.
+// Input: an Im6 file.
 
 using namespace velmo;
 using namespace velmo::image;
@@ -17,7 +17,7 @@ static bool open(file::Im6ImageFile& accessor, boost::filesystem::path const& pa
     try {
         return static_cast<bool>(accessor.openFile(path, eIAM_ReadOnly));
     } catch (BaseException const&) {
-        return false; // what is no Im6 file is thrown
+        return false; // a file that is not Im6 throws
     }
 }
 

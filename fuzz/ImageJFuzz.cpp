@@ -4,8 +4,8 @@
 #include "FuzzTarget.h"
 #include "TiffTarget.h"
 
-// The description of a TIFF file, in which ImageJ announces planes. The last byte chooses what the file is
-// otherwise.
+// Input: the description of a TIFF file, in which ImageJ announces planes. The last byte chooses the other
+// properties of the file.
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* pBytes, std::size_t nbBytes) {
     velmo::fuzz::FuzzInput input(pBytes, nbBytes);

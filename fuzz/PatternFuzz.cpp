@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
-// Patterns and, behind the first line feed, the name of a file.
+// Input: patterns and, after the first line feed, the name of a file.
 
 namespace velmo::fuzz {
 
@@ -35,7 +35,7 @@ Match match(std::string const& patterns, std::string const& name) {
     return result;
 }
 
-/// Whether the plain reading, whose steps grow with every wildcard, is done in no time: one pattern of few
+/// Whether the simple matcher, whose time grows with every wildcard, finishes quickly: one pattern with few
 /// wildcards and at most one number, and a short name.
 bool isPlain(std::string const& pattern, std::string const& name) {
     std::string const index = "<INDEX>";
@@ -51,7 +51,7 @@ void compareWithPlainReading(std::string const& pattern, std::string const& name
         (digits && !digits->empty() &&
          std::to_string(result.index) !=
              digits->substr(std::min(digits->find_first_not_of('0'), digits->size() - 1)))) {
-        abortWith("the plain reading of the pattern gives something else");
+        abortWith("the simple matcher gives another result");
     }
 }
 
@@ -60,11 +60,11 @@ void check(std::string const& patterns, std::string const& name) {
     Match const result = match(patterns, name);
     bool const bIndexed = patterns.find("<INDEX>") != std::string::npos;
     if ((!result.bMatches || !bIndexed) && result.index != 0) {
-        abortWith("a pattern that reads no number gave one");
+        abortWith("a pattern without <INDEX> returned a number");
     }
     bool const bLiteral = patterns.find_first_of("*?<|") == std::string::npos;
     if (bLiteral && result.bMatches != (patterns.empty() || patterns == name)) {
-        abortWith("a name without wildcards is not matched as it stands");
+        abortWith("a pattern without wildcards does not match the equal name");
     }
     if (result.refusal.empty() && isPlain(patterns, name)) {
         compareWithPlainReading(patterns, name, result);

@@ -10,13 +10,13 @@
 #include <VELMOUtil/BaseException.h>
 #include <boost/make_shared.hpp>
 
-// A raw file, with a geometry and an offset at its end.
+// Input: a raw file, followed by a geometry and an offset.
 
 namespace velmo::fuzz {
 
 using namespace image;
 
-/// Also that of no bytes.
+/// Includes the pixel type without bytes.
 static eImageBufferType takeType(FuzzInput& input) {
     return static_cast<eImageBufferType>(input.takeByte() % 12);
 }
@@ -38,7 +38,7 @@ static ImageGeometryPtr createGeometry(FuzzInput& input, VolumeGeometry const& v
     return pGeometry;
 }
 
-/// Null for one that is refused.
+/// Null for a rejected geometry.
 static ImageGeometryPtr takeGeometry(FuzzInput& input) {
     unsigned int const choice = input.takeByte();
     VolumeGeometry volume;

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <vector>
 
-// Runs a target on files, and on all files of folders, without a fuzzer.
+// Runs a target on files and on all files of folders, without a fuzzer.
 
 namespace fs = boost::filesystem;
 
@@ -30,7 +30,7 @@ int main(int argc, char** argv) {
     for (int argument = 1; argument < argc; ++argument) {
         for (fs::path const& path : findInputs(argv[argument])) {
             std::fprintf(stderr, "%s\n",
-                         path.c_str()); // the last one shown is the one that ended the process
+                         path.c_str()); // if the process ends, the last path shown is the input
             std::string const bytes = velmo::fuzz::readBytes(path);
             LLVMFuzzerTestOneInput(reinterpret_cast<std::uint8_t const*>(bytes.data()), bytes.size());
             ++nbInputs;

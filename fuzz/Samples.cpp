@@ -17,7 +17,7 @@ constexpr std::size_t g_calibrationBytes = 4424;
 
 template <class Number>
 void put(std::string& bytes, std::size_t offset, Number number) {
-    std::memcpy(&bytes[offset], &number, sizeof(number)); // Im6 is little-endian, as are the machines
+    std::memcpy(&bytes[offset], &number, sizeof(number)); // Im6 and all supported machines are little-endian
 }
 
 std::string makeCalibration() {
@@ -42,7 +42,7 @@ std::string makeIm6(std::string const& text, bool bCalibration) {
         put(bytes, offset, number);
         offset += sizeof(number);
     }
-    put(bytes, 52, std::uint32_t{18}); // 16 bits without sign
+    put(bytes, 52, std::uint32_t{18}); // unsigned, 16 bits
     put(bytes, 68, static_cast<std::uint32_t>(text.size()));
     for (char pixel = 0; pixel < 48; ++pixel) {
         bytes += pixel;

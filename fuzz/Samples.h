@@ -8,7 +8,7 @@
 namespace velmo::fuzz {
 
 /// The bytes of an Im6 file of 2 x 1 pixels of 16 bits, 2 planes along Z, RGB and 2 time steps, with a text
-/// and, behind it, a calibration record.
+/// and a calibration record after it.
 std::string makeIm6(std::string const& text, bool bCalibration);
 
 } // namespace velmo::fuzz

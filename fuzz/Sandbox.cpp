@@ -30,8 +30,8 @@ void limitFiles() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-/// The library listens to libtiff from its first failure on: so it is this one, and all failures that an
-/// input leads to have the same words.
+/// Silences libtiff. The library captures libtiff's messages from the first error on. This function causes
+/// that error, so that every error of an input has the same message.
 void silenceTiff() {
     TIFFSetErrorHandler(nullptr);
     TIFFSetWarningHandler(nullptr);

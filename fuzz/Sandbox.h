@@ -11,11 +11,11 @@
 
 namespace velmo::fuzz {
 
-/// Where the targets of this process have their files: a folder of its own in the place for temporary files
-/// (`TMPDIR`; a file system in memory is what makes a fuzzer quick), removed at the end of the process.
+/// The folder of the files of this process, in the folder for temporary files (`TMPDIR`; a fuzzer is fast if
+/// this is in memory). It is removed at the end of the process.
 ///
-/// The process is made fit for millions of failures: nothing is logged, libtiff says nothing, and no file can
-/// be made larger than 64 MiB.
+/// The sandbox prepares the process for millions of errors: nothing is logged, libtiff prints nothing, and no
+/// file can be larger than 64 MiB.
 class Sandbox {
   public:
     static Sandbox& get();
@@ -37,14 +37,14 @@ class Sandbox {
 /// How much of a file is read.
 tool::ExerciseLimits getFuzzLimits();
 
-/// Takes an open file through an exercise; ends the process where the file contradicts itself.
+/// Reads an open file with `exerciseFile`. Ends the process if the results contradict each other.
 void exerciseOrAbort(image::BaseDiskImageAccessor const& accessor,
                      tool::ExerciseLimits const& limits = getFuzzLimits());
 
-/// Ends the process with a word on standard error.
+/// Prints a message to the standard error and ends the process.
 [[noreturn]] void abortWith(std::string const& text);
 
-/// The bytes of a file, which must be there.
+/// The bytes of a file, which must exist.
 std::string readBytes(boost::filesystem::path const& path);
 
 } // namespace velmo::fuzz

@@ -7,9 +7,9 @@
 
 namespace velmo::fuzz {
 
-/// An archive whose file paths are led into the sandbox: the last part of a path is kept where it is the name
-/// of a sample there, and is `g_missingName` otherwise. Of such a file, which a record may have made, the
-/// sizes are cut, since a file of any size would be made. All else is what the other archive gives.
+/// An archive that redirects file paths into the sandbox. If the last part of a path is the name of a sample,
+/// it is kept; otherwise it is replaced by `g_missingName`. The sizes of such a missing file are limited,
+/// because a record can create the file with any size. All other values are those of the other archive.
 class SandboxArchive : public BaseIArchive {
   public:
     /// Refers to `archive`.
@@ -31,7 +31,7 @@ class SandboxArchive : public BaseIArchive {
     bool _bMissing = false;
 };
 
-/// A file that is not there when a target begins.
+/// A file that does not exist when a target begins.
 constexpr char const* g_missingName = "missing";
 /// Writes the samples that archives may name, once in the process: a.tif, b.tif, c.im6 and d.raw.
 void writeSamples();

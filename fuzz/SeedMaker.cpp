@@ -22,8 +22,8 @@
 #include <sstream>
 #include <tiffio.h>
 
-// Writes what the fuzzers begin with: seed_maker FIXTURES SEEDS makes SEEDS/TARGET/... of the TIFF files in
-// FIXTURES and of its own.
+// Writes the seeds of the fuzzers: seed_maker FIXTURES SEEDS creates SEEDS/TARGET/... from the TIFF files in
+// FIXTURES and from generated files.
 
 namespace velmo::fuzz {
 
@@ -68,7 +68,7 @@ void makeTiffSeeds(fs::path const& fixtures, fs::path const& seeds) {
         if (entry.path().extension() == ".tif") {
             std::string const bytes = readBytes(entry.path());
             files.add(FuzzSeed(bytes).putByte(mode % 6));
-            files.add(FuzzSeed(bytes.substr(0, bytes.size() * 2 / 3)).putByte(mode % 6)); // as a broken copy
+            files.add(FuzzSeed(bytes.substr(0, bytes.size() * 2 / 3)).putByte(mode % 6)); // a truncated copy
             ++mode;
         }
     }
@@ -132,7 +132,7 @@ void makeRawSeeds(fs::path const& seeds) {
     FuzzSeed all(pixels); // 2 planes, 3 time steps, 2 channels
     all.putByte(7).putNumber(2).putNumber(3).putNumber(2).putNumber(5).putNumber(2).putByte(eIBT_UInt16);
     files.add(all.putNumber(0));
-    FuzzSeed types(pixels); // 2 time steps of a type each
+    FuzzSeed types(pixels); // 2 time steps of different types
     types.putByte(10).putNumber(2).putNumber(5).putNumber(2).putByte(2).putByte(eIBT_UInt8);
     files.add(types.putByte(eIBT_Real32).putNumber(17));
     FuzzSeed wide(pixels);
@@ -158,7 +158,7 @@ AccessorPtr openTiff(std::string const& name, eImageAccessMode accessMode) {
     return pAccessor;
 }
 
-/// One of each class, by the number that the target has for it; and further ones.
+/// One accessor of each class, with the number that the target uses for it, and some more.
 std::vector<std::pair<unsigned int, AccessorPtr>> makeAccessors() {
     auto const pRaw = boost::make_shared<file::RawImageFile>();
     require(pRaw->openFile(Sandbox::get() / "d.raw", eIAM_ReadWrite, 0, *geometry3d(eIBT_UInt8, 5, 4, 12)));

@@ -5,7 +5,7 @@
 
 #include "FuzzTarget.h"
 
-// A TIFF file. The last byte chooses the modes in which its planes are read.
+// Input: a TIFF file. The last byte chooses the modes in which its planes are read.
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* pBytes, std::size_t nbBytes) {
     velmo::fuzz::FuzzInput input(pBytes, nbBytes);

@@ -4,8 +4,8 @@
 #include "FuzzTarget.h"
 #include "TiffTarget.h"
 
-// The record that a TIFF file of this module holds of its geometry and calibration. The last byte chooses
-// what the file is otherwise.
+// Input: the stored geometry and calibration of a TIFF file of this library. The last byte chooses the other
+// properties of the file.
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* pBytes, std::size_t nbBytes) {
     velmo::fuzz::FuzzInput input(pBytes, nbBytes);

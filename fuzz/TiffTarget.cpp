@@ -53,17 +53,18 @@ bool hasCompression(boost::filesystem::path const& path, std::set<std::uint16_t>
     return bFound;
 }
 
-/// In plain calls runs of pixels are not those of the whole plane in a stack that an ImageJ description
-/// announces, in packed bits of long rows, in a damaged fax and in a damaged strip of colours, which is zero.
+/// In plain calls, reads of a run can differ from reads of the whole plane in these cases: a stack that an
+/// ImageJ description announces, 1-bit samples in long rows, a damaged fax strip, and a damaged strip of
+/// colours, which is zero.
 tool::ExerciseLimits getLimits(BaseImageGeometry const& geometry, boost::filesystem::path const& path) {
     tool::ExerciseLimits limits = getFuzzLimits();
     limits.bComparesRuns = readBytes(path).find("ImageJ=") == std::string::npos && !hasBinary(geometry) &&
                            geometry.getSizeC() == 1;
-    limits.bRequiresRuns = false; // libtiff reads whole strips that it refuses to read in part
+    limits.bRequiresRuns = false; // libtiff can read some strips only as a whole
     return limits;
 }
 
-/// Opening for writing must leave the file as it is.
+/// Opening for writing must not change the file.
 void openForWriting(boost::filesystem::path const& path, Modes const& modes, std::string const& bytes) {
     {
         TiffImageFile accessor;
@@ -76,8 +77,7 @@ void openForWriting(boost::filesystem::path const& path, Modes const& modes, std
     }
 }
 
-/// A run in the middle of the first plane, then the whole plane; whether they can be written is another
-/// thing.
+/// Writes a run in the middle of the first plane, then the whole plane. Both may fail.
 void writePixels(TiffImageFile& accessor) {
     BaseImageGeometry const& geometry = accessor.getGeometry();
     vlUInt64 const nbPixels = geometry.getPlanNbPixels();
@@ -89,11 +89,11 @@ void writePixels(TiffImageFile& accessor) {
         static_cast<void>(accessor.writeRawData(0, 0, 0, nbPixels / 3, nbPixels / 2, pixels.data()));
         static_cast<void>(accessor.writeRawData(0, 0, 0, 0, nbPixels, pixels.data()));
     } catch (BaseException const&) {
-        return; // pixels without a type are thrown
+        return; // pixels without a type throw
     }
 }
 
-/// What was written to must be a file like any other.
+/// A file that was written must be readable like any other.
 void writeAndRead(boost::filesystem::path const& path, Modes const& modes) {
     std::string userProperties;
     TiffImageFile accessor;
@@ -106,7 +106,7 @@ void writeAndRead(boost::filesystem::path const& path, Modes const& modes) {
     }
 }
 
-/// Whether libtiff decodes a damaged strip to other pixels when it is asked for a part of it.
+/// Whether libtiff decodes a damaged strip to other pixels when a part of it is requested.
 bool hasFax(boost::filesystem::path const& path) {
     return hasCompression(
         path, {COMPRESSION_CCITTRLE, COMPRESSION_CCITTRLEW, COMPRESSION_CCITTFAX3, COMPRESSION_CCITTFAX4});
@@ -135,21 +135,21 @@ void loadAndCompare(boost::filesystem::path const& path, TiffReadOptions const& 
     }
 }
 
-/// The calls with options: what they read is the same each time, in part and as a whole.
+/// Calls with options must read the same pixels each time, in parts and as a whole.
 void openWithOptions(boost::filesystem::path const& path, Modes const& modes, bool bTolerant) {
     TiffReadOptions const options = {modes.directories, modes.buffers, bTolerant};
     try {
         DiskImagePtr const pOnDisk = openTiffImageFile(path, options);
         tool::ExerciseLimits limits = getFuzzLimits();
         limits.bComparesRuns = !bTolerant && !hasFax(path);
-        limits.bRequiresRuns = false; // a strip may be damaged where a part of it ends
+        limits.bRequiresRuns = false; // the damage may be behind the end of the part
         exerciseOrAbort(*pOnDisk->getAccessor(), limits);
         constexpr vlUInt64 largestLoad = vlUInt64{1} << 22U;
         if (pOnDisk->getGeometry().getFullMemorySize() <= largestLoad) {
             loadAndCompare(path, options, *pOnDisk);
         }
     } catch (BaseException const&) {
-        return; // a failure is one of the two outcomes
+        return; // an error is a valid result
     }
 }
 
@@ -162,7 +162,7 @@ class TiffBytes {
         putNumber(_bytes, 0, 4);
     }
 
-    /// Bytes that a field points to.
+    /// Appends bytes to which a field refers.
     vlUInt64 append(std::string const& bytes) {
         vlUInt64 const offset = _bytes.size();
         _bytes += bytes;
@@ -183,7 +183,7 @@ class TiffBytes {
         return *this;
     }
 
-    /// Bytes or a text, which ends in a zero then; nothing where `bytes` is empty.
+    /// Adds a field of bytes, or of a text with a zero at its end; nothing if `bytes` is empty.
     TiffBytes& addBytes(unsigned int tag, unsigned int type, std::string const& bytes) {
         if (!bytes.empty()) {
             addEntry(tag, type, bytes.size());
@@ -197,7 +197,7 @@ class TiffBytes {
         return *this;
     }
 
-    /// Ends a directory, to which the one before it points.
+    /// Ends a directory and writes its offset into the one before.
     void endDirectory() {
         std::string directory;
         putNumber(directory, _entries.size() / 12, 2);
@@ -230,7 +230,7 @@ class TiffBytes {
     bool _bBigEndian;
     std::string _bytes;
     std::string _entries;
-    vlUInt64 _link = 4; ///< where the place of the next directory goes
+    vlUInt64 _link = 4; ///< where the offset of the next directory is written
 };
 
 std::string toText(std::string const& text) {

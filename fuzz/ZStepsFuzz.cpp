@@ -11,8 +11,8 @@
 #include <VELMOUtil/BaseException.h>
 #include <boost/filesystem/operations.hpp>
 
-// Steps between planes. The last byte says whether they are a text or XML, how planes come about between
-// others, and how many there are to be. The stack has three planes in two files.
+// Input: steps between planes. The last byte chooses text or XML, the interpolation policy and the number of
+// planes of the result. The stack has three planes in two files.
 
 namespace velmo::fuzz {
 
@@ -22,7 +22,7 @@ boost::filesystem::path makeStack() {
     boost::filesystem::path const folder = Sandbox::get() / "stack";
     boost::filesystem::create_directory(folder);
     Sandbox::get().write("stack/1.tif", makeTiff("", "", "", 0));
-    Sandbox::get().write("stack/2.tif", makeTiff("", "", "", 64)); // of two directories
+    Sandbox::get().write("stack/2.tif", makeTiff("", "", "", 64)); // with two directories
     return folder;
 }
 
@@ -38,7 +38,7 @@ void load(std::string const& steps, unsigned int choice) {
             abortWith("the stack has another number of planes");
         }
     } catch (BaseException const&) {
-        return; // steps that are refused
+        return; // the steps were rejected
     }
 }
 

@@ -28,15 +28,15 @@ bool registerMessages() {
     return MsgMapRegistrator<typename Message::domain>::registerMessageMap();
 }
 
-/// A function-local mutex that is built here and now.
+/// Constructs a function-local mutex at load.
 template <class Mutex>
 bool buildMutex() {
     Mutex::get();
     return true;
 }
 
-/// Everything that happens when the library is loaded. The order of the members is the order of the steps;
-/// members of one object are the only initialisers whose order does not hang on the order of linking.
+/// All steps at the load of the library. The members are in the order of the steps. They are members of one
+/// object because the order of separate static objects would depend on the order of linking.
 struct LibraryLoad {
     bool const _bIm6TypeNameMutex = buildMutex<TypeNameMutex<Im6ImageFile>>();
     bool const _bIm6VersionMutex = buildMutex<VersionMutex<Im6ImageFile>>();

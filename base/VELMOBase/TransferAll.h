@@ -15,8 +15,9 @@ struct Transferred {
     int error;             ///< the value of `errno` after an error, else 0
 };
 
-/// Repeats a system call until it has moved all bytes, moves none, or fails. A call that a signal interrupts is repeated.
-/// `transfer(done)` makes one call for the bytes after the first `done` ones and returns its result.
+/// Repeats a system call until it has moved all bytes, moves none, or fails. A call that a signal interrupts
+/// is repeated. `transfer(done)` makes one call for the bytes after the first `done` ones and returns its
+/// result.
 template <class Transfer>
 Transferred transferAll(std::uint64_t nbBytes, Transfer const& transfer) {
     Transferred moved = {0, 0};

@@ -23,10 +23,11 @@ void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor
     }
 }
 
-KeptArguments::KeptArguments(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry)
+ArgumentCopies::ArgumentCopies(boost::filesystem::path const& givenPath,
+                               BaseImageGeometry const& givenGeometry)
     : path(givenPath), pGeometry(copyGeometry(givenGeometry)) {}
 
-ClearUnlessKept::~ClearUnlessKept() {
+ClearOnFailure::~ClearOnFailure() {
     if (_pAccessor != nullptr) {
         _pAccessor->clear();
     }

@@ -25,7 +25,7 @@ DiskImagePtr openDiskImage(boost::filesystem::path const& path, FamilyFailure co
     return createDiskImage(pAccessor, failure);
 }
 
-/// An empty pointer is thrown as the copy would throw it.
+/// Throws the same exception as the copy for an empty pointer.
 void requireTarget(ImagePtr const& pTarget) {
     if (!pTarget) {
         imaproc::util::CopyImgLvl1 copy;

@@ -27,21 +27,22 @@ constexpr PlaneFileMessages g_messages = {"N5velmo5image4file20eIm6ImageFileMess
                                           Message::eI6FM_ReadFileFailed,
                                           Message::eI6FM_WriteFileFailed};
 
-/// Bytes from the start of the file to the end of the third block; the largest number, which no file reaches,
-/// where 64 bits do not count them.
+/// Bytes from the start of the file to the end of the third block. If the number overflows 64 bits, the
+/// largest one, which no file reaches.
 vlUInt64 getEndOfBlocks(HeaderData const& header, vlUInt64 endOfPlanes) {
     return checkedAdd(endOfPlanes,
                       vlUInt64{header.textBlockSize} + header.secondBlockSize + header.thirdBlockSize)
         .value_or(NumericLimits<vlUInt64>::s_max);
 }
 
-/// Whether the last read ended in an error of the system, not at the end of the file.
+/// Whether the last read ended with an error of the operating system, not at the end of the file.
 bool isRefused(std::fstream const& stream) {
     return stream.bad();
 }
 
-/// The record behind the blocks. Where it cannot be read, the stream is good again, and the file will be
-/// found too short or unreadable; a stream that failed before stays failed.
+/// Reads the calibration record after the blocks. If this fails, the error state of the stream is cleared;
+/// the caller then finds that the file is too short or unreadable. A stream that failed before keeps its
+/// error state.
 GeometricCalibrationPtr readCalibration(HeaderData const& header, vlUInt64 offset, bool is2d,
                                         std::fstream& stream) {
     if (!stream.good()) {
@@ -80,9 +81,9 @@ BoolResult Im6ImageFile::openSharedRemoteFile(boost::filesystem::path const& pat
     return openFileInternal(kept, accessMode, true);
 }
 
-// What a read could not fill because the file ends is not looked at in between: a stream that failed stays
-// failed to the end, where its position, -1, is beyond every size. A read that the system refuses is a
-// failure.
+// Reads that end at the end of the file are not checked one by one: the stream keeps its error state, its
+// position is then -1, and -1 as an unsigned number is larger than every size. A read that the operating
+// system rejects is an error.
 BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
                                           eImageAccessMode const& accessMode, bool sharedRemote) {
     FStreamPtr const pStream = openStream(path, accessMode);
@@ -115,7 +116,7 @@ BoolResult Im6ImageFile::openFileInternal(boost::filesystem::path const& path,
                           fileSize, path.string())
                    : fail(Message::eI6FM_ReserveFailed, required, path.string());
     }
-    if (bCalibrated && !pCalibration && pStream->good()) { // the record is there and was not read
+    if (bCalibrated && !pCalibration && pStream->good()) { // the record is in the file but was not read
         return fail(Message::eI6FM_OpenFileFailed, path.string());
     }
     _planes->accessStreams().insert(pStream);
@@ -167,7 +168,8 @@ BoolResult Im6ImageFile::read(BaseIArchive& archive) {
     return readAccessor(
         *this, archive, VELMO_HERE, [] {},
         [this] {
-            boost::filesystem::path const path(getFilePath()); // the opening replaces the accessor's own
+            boost::filesystem::path const path(
+                getFilePath()); // a copy, because the opening replaces the accessor's path
             return openFileInternal(path, getAccessMode(), hasSharedRemoteAccess());
         });
 }

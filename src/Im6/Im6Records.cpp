@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::uint32_t g_magic = 0x6934;
 constexpr std::string_view g_calibrationWord = "Calibration";
-/// Bytes of the text that are held in memory at a time.
+/// Bytes of the text that are in memory at a time.
 constexpr vlUInt64 g_pieceSize = vlUInt64{64} << 10;
 
 eImageBufferType toBufferType(std::uint32_t dataType) {
@@ -55,9 +55,10 @@ void seek(std::istream& stream, std::optional<vlUInt64> const& offset) {
     }
 }
 
-/// Searches the bytes from here on up to the first zero byte, piece by piece, and reads all of them.
+/// Searches for the word from the current position to the first zero byte, piece by piece. Moves to the end
+/// of the `nbBytes` bytes.
 bool findWord(std::istream& stream, vlUInt64 nbBytes) {
-    std::string text; // the end of the piece before and the piece
+    std::string text; // the end of the previous piece and the current piece
     bool bFound = false;
     bool bEnded = false;
     for (vlUInt64 left = nbBytes; left != 0 && stream.good();) {
@@ -71,7 +72,7 @@ bool findWord(std::istream& stream, vlUInt64 nbBytes) {
         bFound = bFound || (!bEnded && text.substr(0, end).find(g_calibrationWord) != std::string::npos);
         bEnded = bEnded || end != std::string::npos;
         left -= size;
-        if ((bFound || bEnded) && left > 1) { // all that is left to know is whether the last byte is there
+        if ((bFound || bEnded) && left > 1) { // only checks whether the last byte exists
             stream.seekg(static_cast<std::streamoff>(left - 1), std::ios::cur);
             left = 1;
         }

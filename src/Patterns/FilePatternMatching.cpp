@@ -28,7 +28,7 @@ bool hasIndex(std::string const& pattern) {
     return pattern.find(g_indexKeyword) != std::string::npos;
 }
 
-/// A number beyond 64 bits is thrown as boost::bad_lexical_cast.
+/// A number that overflows 64 bits throws boost::bad_lexical_cast.
 vlUInt64 toNumber(std::string_view digits) {
     vlUInt64 number = 0;
     char const* const end = digits.data() + digits.size();
@@ -47,7 +47,7 @@ FilePattern::FilePattern(std::string const& pattern) {
     if (std::count_if(_tokens.begin(), _tokens.end(), isIndex) > 1) {
         raise(VELMO_HERE, eImageFileUtilsMessage::eIFUM_MultipleIndexKeywords, pattern);
     }
-    // An empty pattern takes everything, as a single star does.
+    // An empty pattern matches everything, like a single star.
     _bOpenEnd = _tokens.empty() || _tokens.back().kind == eToken::AnySequence;
     if (!_tokens.empty() && _bOpenEnd) {
         _tokens.pop_back();
@@ -78,7 +78,7 @@ void FilePattern::tokenize(std::string const& pattern) {
     }
 }
 
-/// Appends a keyword behind the literal before it, which becomes empty.
+/// Appends the literal before a keyword, which is cleared, and then the keyword.
 void FilePattern::append(eToken kind, std::string& literal) {
     if (!literal.empty()) {
         _tokens.push_back({eToken::Literal, literal, 0});
@@ -87,7 +87,7 @@ void FilePattern::append(eToken kind, std::string& literal) {
     _tokens.push_back({kind, {}, 0});
 }
 
-/// From a star on, a run of wildcards becomes its "?" and one star behind them.
+/// In a run of wildcards, moves the star behind all `?`, and keeps one star.
 void FilePattern::normalizeWildcards() {
     auto const isWildcard = [](Token const& token) {
         return token.kind == eToken::AnyChar || token.kind == eToken::AnySequence;
@@ -140,7 +140,7 @@ std::optional<std::string_view> FilePattern::match(std::string_view fileName) {
             break;
         case eToken::AnySequence:
             fillRows();
-            while (position < _name.size() && !canRun(token + 1, position)) {
+            while (position < _name.size() && !canMatchRest(token + 1, position)) {
                 ++position;
             }
             break;
@@ -163,23 +163,24 @@ bool FilePattern::hasLiteral(Token const& token, std::size_t position) const {
            std::memcmp(text.data(), _name.data() + position, text.size()) == 0;
 }
 
-/// Digits end where the pattern can go on, if something of it is left that can be a stop.
+/// The end of the digits: the first place at which the rest of the pattern can match, if the rest contains a
+/// stop.
 std::size_t FilePattern::endOfDigits(Token const& token, std::size_t position) const {
     bool const bHasStop = token.stop < _tokens.size();
     while (position < _name.size() && isDigit(_name[position]) &&
-           !(bHasStop && canRun(token.stop, position))) {
+           !(bHasStop && canMatchRest(token.stop, position))) {
         ++position;
     }
     return position;
 }
 
-/// Whether the tokens from this one on can be run, at any position.
-bool FilePattern::canRun(std::size_t token, std::size_t position) const {
+/// Whether the tokens from this one on can match from a position on.
+bool FilePattern::canMatchRest(std::size_t token, std::size_t position) const {
     return token < _fixedBegin ? _rows[token * (_name.size() + 1) + position] != 0
-                               : canRunFixed(token, position);
+                               : canMatchFixedRest(token, position);
 }
 
-bool FilePattern::canRunFixed(std::size_t token, std::size_t position) const {
+bool FilePattern::canMatchFixedRest(std::size_t token, std::size_t position) const {
     for (; token < _tokens.size(); ++token) {
         Token const& current = _tokens[token];
         if (current.kind == eToken::Literal ? !hasLiteral(current, position) : position == _name.size()) {
@@ -190,7 +191,8 @@ bool FilePattern::canRunFixed(std::size_t token, std::size_t position) const {
     return true;
 }
 
-/// Once for each name, unless all that is ever asked for is fixed: a pattern of one star or number.
+/// Fills the table, once for each name. The table is not needed if each rest that is tested has a fixed
+/// length, as in a pattern with one star or number.
 void FilePattern::fillRows() {
     if (_bNeedsRows && _rows.empty()) {
         _rows.resize(_fixedBegin * (_name.size() + 1));
@@ -203,34 +205,35 @@ void FilePattern::fillRows() {
 void FilePattern::fillRow(std::size_t token) {
     Token const& current = _tokens[token];
     char* const pRow = _rows.data() + token * (_name.size() + 1);
-    std::size_t end = _name.size(); // of the digits from a position on
+    std::size_t end = _name.size(); // end of the digits that start at a position
     for (std::size_t position = _name.size() + 1; position-- > 0;) {
         bool const bAtEnd = position == _name.size();
-        bool bRuns = false;
+        bool bMatches = false;
         switch (current.kind) {
         case eToken::Literal:
-            bRuns = hasLiteral(current, position) && canRun(token + 1, position + current.text.size());
+            bMatches =
+                hasLiteral(current, position) && canMatchRest(token + 1, position + current.text.size());
             break;
         case eToken::AnyChar:
-            bRuns = !bAtEnd && canRun(token + 1, position + 1);
+            bMatches = !bAtEnd && canMatchRest(token + 1, position + 1);
             break;
         case eToken::AnySequence:
-            bRuns = canRun(token + 1, position) || (!bAtEnd && pRow[position + 1] != 0);
+            bMatches = canMatchRest(token + 1, position) || (!bAtEnd && pRow[position + 1] != 0);
             break;
         case eToken::Index: {
-            bool const bStops = current.stop < _tokens.size() && canRun(current.stop, position);
+            bool const bStops = current.stop < _tokens.size() && canMatchRest(current.stop, position);
             end = !bAtEnd && isDigit(_name[position]) && !bStops ? end : position;
-            bRuns = end != position && canRun(token + 1, end);
+            bMatches = end != position && canMatchRest(token + 1, end);
             break;
         }
         }
-        pRow[position] = bRuns ? 1 : 0;
+        pRow[position] = bMatches ? 1 : 0;
     }
 }
 
 FilePatterns::FilePatterns(std::string const& patterns) {
     for (std::size_t begin = 0, end = 0; end != std::string::npos;
-         begin = end + 1) { // empty pieces are patterns too
+         begin = end + 1) { // an empty alternative is a pattern too
         end = patterns.find(g_separator, begin);
         _entries.push_back({patterns.substr(begin, end - begin), std::nullopt});
     }

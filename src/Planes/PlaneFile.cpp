@@ -33,7 +33,7 @@ BoolResult toResult(eStreamOutcome outcome, PlaneFileMessages const& messages, i
     if (outcome == eStreamOutcome::Done) {
         return success();
     }
-    KeptErrno const keptErrno;
+    ErrnoGuard const keptErrno;
     bool const bSeek = outcome == eStreamOutcome::SeekFailed;
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
     formater.setMsgId(messages.domainKey, bSeek ? messages.seekFailed : transferFailed) %
@@ -51,7 +51,7 @@ BoolResult PlaneFile::findStream(BaseDiskImageAccessor const& accessor, FStreamP
     if (pStream) {
         return success();
     }
-    KeptErrno const keptErrno;
+    ErrnoGuard const keptErrno;
     LogMessageFormater formater(getVELMOImageFileLogMessageManager());
     formater.setMsgId(_messages.domainKey, _messages.openFileFailed) % accessor.getFilePath().string();
     return failure(formater);

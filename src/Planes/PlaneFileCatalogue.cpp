@@ -7,7 +7,7 @@ namespace velmo::image::file {
 
 namespace {
 
-/// By id; "#" is the name of the format.
+/// Texts by id; "#" stands for the name of the format.
 constexpr char const* g_texts[] = {
     "Failed to create # image file %s",
     "Failed to create # image file %s\n%s",

@@ -19,7 +19,7 @@ FStreamPtr open(boost::filesystem::path const& path, std::ios::openmode mode) {
         errno = error.value();
         return pStream;
     }
-    pStream->rdbuf()->pubsetbuf(nullptr, 0); // heeded before the opening alone
+    pStream->rdbuf()->pubsetbuf(nullptr, 0); // has no effect after the opening
     pStream->open(path.string(), mode | std::ios::binary);
     return pStream;
 }

@@ -41,9 +41,9 @@ DistributedImagePtr loadDistributed(boost::filesystem::path const& path, BaseIma
                            toDispatch(defaultDispatch), failure);
 }
 
-/// The file of a save with options. Its failures name the target, and their last line is the reason of the
-/// system, which makes eRIFM_CreateFileFailed, eRIFM_ReserveFailed and eRIFM_WriteFileFailed the texts of
-/// eRIFM_CreateFileError, eRIFM_ReserveError and eRIFM_WriteFileError.
+/// The file of a save with options. Its messages name the target, and their last line is the operating
+/// system's reason. It replaces eRIFM_CreateFileFailed, eRIFM_ReserveFailed and eRIFM_WriteFileFailed by
+/// eRIFM_CreateFileError, eRIFM_ReserveError and eRIFM_WriteFileError, which include the reason.
 class SavedRawFile : public RawImageFile {
   public:
     explicit SavedRawFile(ReplacedFile const& file) : _file(file) {}
@@ -57,7 +57,7 @@ class SavedRawFile : public RawImageFile {
         return explain(RawImageFile::writeRawData(z, c, t, pixelStartOffset, nbPixels, buffer));
     }
 
-    /// Some file systems report what could not be written at the closing only.
+    /// Some file systems report failed writes only at the close.
     BoolResult close() {
         clear();
         return errno == 0 ? success() : failure(getLastError());

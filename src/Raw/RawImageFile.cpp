@@ -41,22 +41,22 @@ VELMO_DEFINE_ACCESSOR_IDENTITY(RawImageFile, "velmo::image::file::RawImageFile",
 
 BoolResult RawImageFile::createFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                                     std::string const& fileHeader) {
-    KeptArguments const kept(path, geometry);
+    ArgumentCopies const kept(path, geometry);
     clear();
     vlUInt64 const end = processOffsets(fileHeader.size(), kept.geometry());
     FStreamPtr const pStream = createStream(kept.path);
     if (!pStream->good()) {
-        KeptErrno const keptErrno;
+        ErrnoGuard const keptErrno;
         return fail(Message::eRIFM_CreateFileFailed, kept.path.string());
     }
     if (!fileHeader.empty() &&
         writeRun(*pStream, {0, fileHeader.size()}, fileHeader.data()) != eStreamOutcome::Done) {
-        KeptErrno const keptErrno;
+        ErrnoGuard const keptErrno;
         return fail(Message::eRIFM_WriteFileHeaderError, kept.path.string(), getLastError());
     }
     bool const bPlanes = end != fileHeader.size();
     if (bPlanes && !reserveBytes(*pStream, end)) {
-        KeptErrno const keptErrno;
+        ErrnoGuard const keptErrno;
         return fail(Message::eRIFM_ReserveFailed, end, kept.path.string());
     }
     _planes->accessStreams().insert(pStream);
@@ -66,7 +66,7 @@ BoolResult RawImageFile::createFile(boost::filesystem::path const& path, BaseIma
 
 BoolResult RawImageFile::openFile(boost::filesystem::path const& path, eImageAccessMode const& accessMode,
                                   vlUInt64 dataStartOffset, BaseImageGeometry const& geometry) {
-    KeptArguments const kept(path, geometry);
+    ArgumentCopies const kept(path, geometry);
     clear();
     return openFileInternal(kept.path, accessMode, dataStartOffset, kept.geometry(), false);
 }
@@ -74,7 +74,7 @@ BoolResult RawImageFile::openFile(boost::filesystem::path const& path, eImageAcc
 BoolResult RawImageFile::openSharedRemoteFile(boost::filesystem::path const& path,
                                               eImageAccessMode const& accessMode, vlUInt64 dataStartOffset,
                                               BaseImageGeometry const& geometry) {
-    KeptArguments const kept(path, geometry);
+    ArgumentCopies const kept(path, geometry);
     clear();
     return openFileInternal(kept.path, accessMode, dataStartOffset, kept.geometry(), true);
 }
@@ -87,7 +87,7 @@ BoolResult RawImageFile::openFileInternal(boost::filesystem::path const& path,
         return fail(Message::eRIFM_OpenFileFailed, path.string());
     }
     vlUInt64 const end = processOffsets(dataStartOffset, geometry);
-    if (!pStream->seekg(0, std::ios::end)) { // a terminal, say: nothing in it has a place
+    if (!pStream->seekg(0, std::ios::end)) { // not seekable, for example a terminal
         return fail(Message::eRIFM_OpenFileFailed, path.string());
     }
     auto const position = static_cast<std::streamoff>(pStream->tellg());

@@ -122,27 +122,28 @@ ExpectedCatalogue const g_checkCatalogue = {
         {2, "The chain of directories breaks off behind directory %d of file %s"},
         {3, "The description announces %d planes, file %s holds %d"},
         {4, "Plane z=%d, c=%d, t=%d of file %s ends behind the end of the file"},
-        {5, "The description announces %d planes, and the pixels of the first directory are stored in a way "
-            "that does not tell where the further planes of file %s lie"},
-        {6, "Planes of file %s are delivered as they lie in the file, in the byte order of another machine"},
-        {7, "A part of plane z=%d, c=%d, t=%d of file %s is read from another place than its own: whole "
-            "planes alone are in their place"},
-        {8,
-         "Packed pixels of directory z=%d, c=%d, t=%d of file %s are read from column %d instead of %d on"},
-        {9, "Directory %d is taken for directory %d of file %s: directory numbers have 16 bits"},
-        {10,
-         "Strip %d of directory z=%d, t=%d of file %s was not written, its pixels are the former ones\n%s"},
+        {5, "The description announces %d planes, but the planes behind the first one cannot be located in "
+            "file %s"},
+        {6, "Planes of file %s are not converted to the byte order of this machine"},
+        {7, "A part of plane z=%d, c=%d, t=%d of file %s is read from a wrong place: only whole planes are "
+            "read correctly"},
+        {8, "Packed pixels of directory z=%d, c=%d, t=%d of file %s are read from column %d instead of "
+            "column %d"},
+        {9, "Directory %d is addressed as directory %d of file %s: directory numbers have 16 bits"},
+        {10, "Strip %d of directory z=%d, t=%d of file %s was not written, it keeps its former pixels\n%s"},
         {11, "Pixels %d to %d are not all inside the plane of %d pixels"},
-        {12, "The directory has planes of %d x %d pixels of %d bits, the image has %d x %d of %d"},
-        {13, "The strip takes %d bytes in the file, which cannot hold %d bytes of pixels"},
+        {12, "The directory has planes of %d x %d pixels of %d bits, the image has planes of %d x %d pixels "
+             "of %d bits"},
+        {13, "The strip has %d bytes in the file, too few for %d bytes of pixels"},
         {14, "The strip has no known place in the file, or its compression cannot be written"},
         {15, "The text holds a zero byte, which would end it in the file"},
         {16, "The file announces %d bytes of pixels and has %d bytes"},
         {17, "The image has %d pages, a file that can be loaded again holds at most %d of them"},
         {18, "The image has no pixels, its file could not be loaded again"},
-        {19, "File %s of an archive record is missing and is made anew, in zeros"},
+        {19, "File %s of an archive record is missing and is created with zeros"},
         {20, "Not all pixels could be read, the missing ones are zero\n%s"},
-        {21, "The first strip of file %s is taken from byte %d instead of %d: its offset has 32 bits"},
+        {21, "The first strip of file %s is read from byte %d instead of %d: only 32 bits of its offset are "
+             "used"},
         {22, "Channels of the planes of file %s are not separated"},
     }};
 

@@ -226,7 +226,8 @@ TEST_F(TiffInfo, WhatLibtiffWarnsOfIsNotOnStandardError) {
 TEST_F(TiffInfo, TheCheckReadsThePlanesOfAFileThatLooksGood) {
     writeTiff(_folder / "in.tif", {page(8), page(16)}); // of a volume, the first type is that of all planes
     expectFailure(runTool({"info", "--check", path("in.tif")}), 1, '"' + path("in.tif") + '"',
-                  "1 cannot be read", "plane z=1 c=0 t=0", "16 bits, the image has 3 x 2 of 8");
+                  "1 cannot be read", "plane z=1 c=0 t=0",
+                  "16 bits, the image has planes of 3 x 2 pixels of 8 bits");
 }
 
 TEST_F(TiffInfo, OfAFileThatFailsTheCheckAllKeysAreThereWithTheWarnings) {

@@ -122,7 +122,7 @@ TEST(MessagesPage, EveryMessageStandsVerbatimUnderItsNameWithCauseAndRemedy) {
 
 TEST(MessagesPage, WhatTheHostIsSaidToSayIsInItsCatalogues) {
     std::string const page = readFile(g_root / "docs/messages.md");
-    std::string const section = page.substr(page.find("## What lies below says"));
+    std::string const section = page.substr(page.find("## Messages of the layers below"));
     std::set<std::string> const texts = getTextsOfTheHost();
     std::regex const row("\n\\| `([^`]*)` \\|");
     int nbRows = 0;

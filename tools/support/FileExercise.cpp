@@ -17,9 +17,10 @@ namespace {
 
 using namespace image;
 
-/// Pixels of a run, at most.
+/// Largest number of pixels of a run.
 constexpr vlUInt64 g_runPixels = 4096;
-/// What buffers hold before a read, so that bytes which a read leaves out differ from run to run.
+/// Values that fill a buffer before a read. They differ for planes and runs, so that a byte which a read does
+/// not set differs between both.
 constexpr unsigned char g_fillOfPlanes = 0xA5;
 constexpr unsigned char g_fillOfRuns = 0x5A;
 
@@ -33,7 +34,7 @@ std::string describePlane(PlanIndexes const& plane) {
            " t=" + std::to_string(plane.t);
 }
 
-/// Runs at both ends of a plane and one across its middle.
+/// Runs at both ends of a plane and one in its middle.
 std::vector<Run> chooseRuns(vlUInt64 nbPixels, vlUInt64 sizeX) {
     if (nbPixels == 0) {
         return {{0, 0}};
@@ -42,7 +43,7 @@ std::vector<Run> chooseRuns(vlUInt64 nbPixels, vlUInt64 sizeX) {
     return {{0, 1}, {nbPixels - 1, 1}, {(nbPixels - length) / 2, length}};
 }
 
-/// Numbers of planes, from 0: all, or the first and the last ones.
+/// Numbers of the planes to read, from 0: all, or the first and the last ones.
 std::vector<vlUInt64> choosePlanes(vlUInt64 nbPlanes, vlUInt64 nbChosen) {
     std::vector<vlUInt64> numbers;
     for (vlUInt64 number = 0; number < std::min(nbPlanes, nbChosen); ++number) {
@@ -58,7 +59,7 @@ std::uint32_t getChecksum(std::vector<unsigned char> const& bytes) {
     return crc.checksum();
 }
 
-/// One way through the planes of an accessor.
+/// One pass through the planes of an accessor.
 class Walk {
   public:
     Walk(BaseDiskImageAccessor const& accessor, ExerciseLimits const& limits)
@@ -144,7 +145,8 @@ std::string toRecord(BaseDiskImageAccessor const& accessor, std::string& failure
     return stream.str();
 }
 
-/// Null, with a word, where the record does not give the file.
+/// Creates an accessor from the archive record of another one. Null, with the reason in `failure`, if that
+/// fails.
 boost::shared_ptr<BaseDiskImageAccessor> reopen(BaseDiskImageAccessor const& accessor, std::string& failure) {
     std::string const record = toRecord(accessor, failure);
     if (!failure.empty()) {
@@ -160,7 +162,7 @@ boost::shared_ptr<BaseDiskImageAccessor> reopen(BaseDiskImageAccessor const& acc
     }
     std::string const again = toRecord(*pAccessor, failure);
     if (again != record) {
-        failure = "it has another record then";
+        failure = "the record of the new accessor differs";
         return {};
     }
     return pAccessor;
@@ -182,7 +184,7 @@ void compare(Exercise const& second, Exercise& first) {
     }
 }
 
-/// The first of them by their indexes.
+/// The indexes of up to ten planes, and the number of the others.
 std::string listPlanes(std::vector<ExercisedPlane> const& planes) {
     constexpr std::size_t maxListed = 10;
     std::string list;

@@ -12,40 +12,40 @@
 
 namespace velmo::tool {
 
-/// How far an exercise goes. A file of a few bytes can announce 2^60 planes: nobody waits for those.
+/// Limits of an exercise. They are necessary because a file of a few bytes can announce 2^60 planes.
 struct ExerciseLimits {
-    vlUInt64 nbPlanes = 64;                  ///< half of them from the first on, half up to the last
-    vlUInt64 planeBytes = vlUInt64{1} << 28; ///< of a larger plane only runs of pixels are read
-    vlUInt64 fileBytes = vlUInt64{1} << 29;  ///< no further plane is begun once so much was read
-    bool bRequiresRuns = true; ///< a run that cannot be read in a plane that can is a contradiction
-    bool bComparesRuns = true; ///< not so where only whole planes are in their place
-    std::function<void()> beforePlane = [] {}; ///< what it throws ends the exercise
+    vlUInt64 nbPlanes = 64;                    ///< half of them the first ones, half the last ones
+    vlUInt64 planeBytes = vlUInt64{1} << 28;   ///< of a larger plane only some runs of pixels are read
+    vlUInt64 fileBytes = vlUInt64{1} << 29;    ///< after so many bytes no other plane is read
+    bool bRequiresRuns = true;                 ///< whether a run must be readable if its plane is
+    bool bComparesRuns = true;                 ///< whether a run must equal the same pixels of its plane
+    std::function<void()> beforePlane = [] {}; ///< an exception of it ends the exercise
 };
 
-/// What the read of one plane gave.
+/// The result of reading one plane.
 struct ExercisedPlane {
     image::PlanIndexes plane;
-    std::uint32_t checksum; ///< CRC-32 of its bytes; 0 where it was not read whole
-    std::string failure;    ///< empty where the read succeeded
+    std::uint32_t checksum; ///< CRC-32 of its bytes; 0 if it was not read as a whole
+    std::string failure;    ///< empty if the read succeeded
 };
 
 struct Exercise {
     std::vector<ExercisedPlane> planes;
-    /// What must not be, whatever is in the file: a run of pixels that differs from the same pixels of the
-    /// whole plane, an archive that does not open the file again as it was. A sentence each.
+    /// Results that no file may cause: a run of pixels that differs from the same pixels of the whole plane,
+    /// or an archive that does not open the file again. One sentence each.
     std::vector<std::string> contradictions;
 };
 
-/// Takes an open file through all that a reader may do with it: its planes as a whole, runs of their pixels,
-/// and all of it anew through an accessor that was read from the archive record of this one. Failures of
-/// reads are part of the result; what is thrown passes.
+/// Reads an open file in every way: whole planes, runs of pixels, and both again through an accessor that is
+/// created from the archive record of this one. Errors of reads are part of the result; exceptions are not
+/// caught.
 ///
-/// Within the limits, twice the bytes of the file are read, and one plane is in memory at a time. The
-/// accessor is used by the calling thread alone, and the file by one more accessor.
+/// Within the limits it reads twice the bytes of the file, with one plane in memory at a time. During the
+/// call no other thread may use the accessor. The file is opened by one more accessor.
 Exercise exerciseFile(image::BaseDiskImageAccessor const& accessor, ExerciseLimits const& limits = {});
 
-/// Which planes cannot be read and why the first of them cannot, and the contradictions; empty where there is
-/// nothing of it. A sentence each, of which the first may have several lines.
+/// Describes the planes that cannot be read, with the error of the first one, and the contradictions; empty
+/// if there are none. One sentence each; the first one may have several lines.
 std::vector<std::string> describeDamage(Exercise const& exercise);
 
 } // namespace velmo::tool

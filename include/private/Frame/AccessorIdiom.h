@@ -17,9 +17,10 @@ namespace velmo::image {
 
 namespace file {
 
-// What the accessors of all formats do alike.
+// Common parts of the accessors of all formats.
 
-/// Guards the class name and the class version of an accessor; built at load.
+/// Protects the class name of an accessor class; constructed at load. `VersionMutex` protects the class
+/// version.
 template <class Accessor>
 struct TypeNameMutex {
     static boost::mutex& get() {
@@ -36,43 +37,44 @@ struct VersionMutex {
     }
 };
 
-/// An accessor owns open files: it cannot be copied, only written to an archive and read back.
+/// Raises VELMOImageException: an accessor owns open files and cannot be copied, only written to an archive
+/// and read again.
 [[noreturn]] void raiseNoCopySupport(RaiseSite const& site, std::string const& typeName);
 
 /// Raises VELMOImageException unless the accessor is initialised.
 void requireInitialised(RaiseSite const& site, BaseImageAccessor const& accessor);
 
-/// Copies of what a create or open operation was given: the arguments may be what the accessor itself holds,
-/// which its `clear` drops.
-struct KeptArguments {
-    KeptArguments(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry);
+/// Copies of the arguments of a create or open operation. The originals may be members of the accessor, which
+/// its `clear` removes.
+struct ArgumentCopies {
+    ArgumentCopies(boost::filesystem::path const& givenPath, BaseImageGeometry const& givenGeometry);
     BaseImageGeometry const& geometry() const { return *pGeometry; }
 
     boost::filesystem::path path;
     boost::shared_ptr<BaseImageGeometry const> pGeometry;
 };
 
-/// Clears an accessor at the end of the scope unless told otherwise: a record that names a file which then
-/// does not open leaves no accessor that looks initialised.
-class ClearUnlessKept {
+/// Clears an accessor at the end of the scope unless `keep` was called. If the file of an archive record does
+/// not open, the accessor must not look initialised.
+class ClearOnFailure {
   public:
-    explicit ClearUnlessKept(BaseImageAccessor& accessor) : _pAccessor(&accessor) {}
-    ~ClearUnlessKept();
-    ClearUnlessKept(ClearUnlessKept const&) = delete;
-    ClearUnlessKept& operator=(ClearUnlessKept const&) = delete;
+    explicit ClearOnFailure(BaseImageAccessor& accessor) : _pAccessor(&accessor) {}
+    ~ClearOnFailure();
+    ClearOnFailure(ClearOnFailure const&) = delete;
+    ClearOnFailure& operator=(ClearOnFailure const&) = delete;
     void keep() { _pAccessor = nullptr; }
 
   private:
     BaseImageAccessor* _pAccessor;
 };
 
-/// The `read` of an accessor: what the base stored, the class version, fields of the class by `readFields`,
-/// and, where the record is of an initialised accessor, `open`, which opens its file again. After a failure
-/// the accessor is cleared.
+/// Implements `read` of an accessor class: reads the record of the base class and the class version, calls
+/// `readFields` for the fields of the class and, if the record is of an initialised accessor, `open`, which
+/// opens the file. After a failure the accessor is cleared.
 template <class Accessor, class ReadFields, class Open>
 BoolResult readAccessor(Accessor& accessor, BaseIArchive& archive, RaiseSite const& site,
                         ReadFields const& readFields, Open const& open) {
-    ClearUnlessKept unlessOpened(accessor);
+    ClearOnFailure clearOnFailure(accessor);
     BoolResult result = accessor.BaseDiskImageAccessor::read(archive);
     if (!result) {
         return result;
@@ -85,7 +87,7 @@ BoolResult readAccessor(Accessor& accessor, BaseIArchive& archive, RaiseSite con
     }
     result = open();
     if (result) {
-        unlessOpened.keep();
+        clearOnFailure.keep();
     }
     return result;
 }
@@ -94,7 +96,8 @@ BoolResult readAccessor(Accessor& accessor, BaseIArchive& archive, RaiseSite con
 } // namespace velmo::image
 
 // NOLINTBEGIN(bugprone-macro-parentheses): a class name takes none
-/// Defines what every accessor class says of itself, and refuses to be copied, in the namespace of the class.
+/// Defines the functions of every accessor class for its name, its version, its creation and its rejected
+/// copy. Use it in the namespace of the class.
 #define VELMO_DEFINE_ACCESSOR_IDENTITY(Accessor, name, version)                                              \
     unsigned int Accessor::getVersion() {                                                                    \
         boost::lock_guard<boost::mutex> const lock(VersionMutex<Accessor>::get());                           \

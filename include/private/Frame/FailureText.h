@@ -13,19 +13,21 @@
 
 namespace velmo::image::file {
 
-/// A failure by result: message `id` with its arguments in the order of its placeholders. Nothing is logged.
+/// Returns a failed BoolResult with message `id` and its arguments in the order of the placeholders. Logs
+/// nothing.
 template <class Domain, class... Arguments>
 BoolResult fail(Domain id, Arguments const&... arguments) {
     return failMessage(g_velmoImageFileRaise, id, arguments...);
 }
 
-/// A failure by exception: the same, raised at `site` as VELMOImageFileException.
+/// Raises message `id` at `site` as VELMOImageFileException.
 template <class Domain, class... Arguments>
 [[noreturn]] void raise(RaiseSite const& site, Domain id, Arguments const&... arguments) {
     raiseMessage(site, g_velmoImageFileRaise, id, arguments...);
 }
 
-/// A success that is not the whole truth: the same, logged at `site` as a warning where warnings are enabled.
+/// Logs message `id` at `site` as a warning, if warnings are enabled. For a call that succeeds without all
+/// pixels.
 template <class Domain, class... Arguments>
 void warn(RaiseSite const& site, Domain id, Arguments const&... arguments) {
     warnMessage(site, g_velmoImageFileRaise, id, arguments...);
@@ -36,8 +38,8 @@ inline BoolResult toBoolResult(SystemResult const& result) {
     return BoolResult(static_cast<bool>(result), result.getMessage());
 }
 
-/// Runs a step. An exception becomes a failure with message `id`, whose arguments are the path and the
-/// exception's text.
+/// Runs `step` and returns its result. If the step throws, returns a failure with message `id`, whose
+/// arguments are the path and the text of the exception.
 template <class Domain, class Step>
 BoolResult failOnException(Domain id, boost::filesystem::path const& path, Step const& step) {
     try {
@@ -49,7 +51,7 @@ BoolResult failOnException(Domain id, boost::filesystem::path const& path, Step 
     }
 }
 
-/// Runs steps in their order until one fails.
+/// Runs `steps` in their order until one fails, and returns the last result.
 template <class... Steps>
 BoolResult runSteps(Steps const&... steps) {
     BoolResult result = success();

@@ -24,7 +24,7 @@ class BaseDiskImageAccessor;
 
 namespace file {
 
-/// Where the messages of a format's public functions stand.
+/// Ids of the messages of a format's public functions.
 struct FamilyMessages {
     char const* domainKey;
     int loadError;                   ///< path, text
@@ -32,8 +32,8 @@ struct FamilyMessages {
     int createDistributedImageError; ///< text
 };
 
-/// What a public function does when a step of it fails: raises its load or its save error, as that function
-/// and at the line that asks.
+/// Raises the load or save error of a format. The exception names the public function, and the line that
+/// calls `require`.
 class FamilyFailure {
   public:
     static FamilyFailure ofLoad(FamilyMessages const& messages, RaiseSite const& site,
@@ -41,14 +41,14 @@ class FamilyFailure {
     static FamilyFailure ofSave(FamilyMessages const& messages, RaiseSite const& site,
                                 boost::filesystem::path const& path);
 
-    /// The same for steps that write to another file, which takes the target's name later: texts name the
-    /// target.
+    /// The same for steps that write to a temporary file, which is renamed to the target later. Messages name
+    /// the target instead of the temporary file.
     FamilyFailure writingTo(ReplacedFile const& file) const;
 
-    /// Raises, with the path in quotes and the text of `result` behind it, unless the result is a success.
+    /// If the result is a failure, raises the message with the path in quotes and the text of `result`.
     void require(BoolResult const& result, char const* file = __builtin_FILE(),
                  unsigned int line = __builtin_LINE()) const;
-    /// The same for the creation of a distributed image, whose message names no path.
+    /// The same for the creation of a distributed image, whose message does not contain a path.
     void requireDistributed(BoolResult const& result, char const* file = __builtin_FILE(),
                             unsigned int line = __builtin_LINE()) const;
 
@@ -63,39 +63,40 @@ class FamilyFailure {
     ReplacedFile const* _pReplaced = nullptr;
 };
 
+/// Where a copy runs: on the calling thread, or as the copy processor decides.
 enum class eDispatch { Local, Default };
 
 constexpr eDispatch toDispatch(bool defaultDispatch) {
     return defaultDispatch ? eDispatch::Default : eDispatch::Local;
 }
 
-// The steps that the public functions of all formats are made of.
+// Steps of the public functions of all formats.
 
-/// An image over an open accessor, which it co-owns from then on.
+/// Creates an image over an open accessor. The image shares the ownership of the accessor.
 DiskImagePtr createDiskImage(boost::shared_ptr<BaseDiskImageAccessor> const& pAccessor,
                              FamilyFailure const& failure);
 
-/// A new image in memory.
+/// Creates an image in memory.
 ImagePtr createMemoryTarget(BaseImageGeometry const& geometry, FamilyFailure const& failure);
 
-/// What a save asks before it touches its file. An empty pointer is thrown as the copy would throw it;
-/// an image whose pixels lie in that very file, which creating it would empty, is the failure.
+/// Checks the source of a save before any file is touched. An empty pointer throws the same exception as the
+/// copy. An image whose pixels are in the target file is rejected, because creating the file would empty it.
 void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& target,
                    FamilyFailure const& failure);
 
-/// The copy of all pixels, ready to be run.
+/// Prepares a copy of all pixels, which the caller then runs.
 boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& pSource,
                                                           ImagePtr const& pTarget, eDispatch dispatch);
 
-/// Copies all pixels; returns when they are copied.
+/// Copies all pixels and returns when they are copied.
 void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
                FamilyFailure const& failure);
 
-/// A new distributed image of the geometry and the pixels of another.
+/// Creates a distributed image with the geometry and the pixels of `pSource`.
 DistributedImagePtr distributeImage(DiskImagePtr const& pSource, eDispatch dispatch,
                                     FamilyFailure const& failure);
 
-/// The same with the geometry of `model` and the pixel type of the source.
+/// Creates a distributed image with the geometry of `model`, the pixel type of the source and its pixels.
 DistributedImagePtr distributeImage(DiskImagePtr const& pSource, DistributedImage const& model,
                                     eDispatch dispatch, FamilyFailure const& failure);
 

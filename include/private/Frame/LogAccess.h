@@ -8,8 +8,7 @@
 
 namespace velmo::image::file {
 
-// The locks of the module's log. Each is built at load, so that no thread races on its construction.
-// LoggerMutex is taken before LoggerNameMutex, and nothing else nests.
+// LoggerMutex is locked before LoggerNameMutex. No other pair of these locks is held at the same time.
 
 struct LoggerNameMutex {
     static boost::mutex& get();
@@ -23,11 +22,10 @@ struct LoggerMutex {
     static boost::mutex& get();
 };
 
-/// Failures of this module, for raiseGuarded.
+/// How raiseGuarded raises errors of this module: logger, catalogue and exception class.
 extern RaiseKind const g_velmoImageFileRaise;
 
-/// Writes a record at ERROR where nothing may be thrown; where that fails, for want of memory say, there is
-/// none.
+/// Logs at ERROR in code that must not throw. Best effort: the record is dropped if logging fails.
 void logWithoutThrow(RaiseSite const& site, FeedRef message) noexcept;
 
 } // namespace velmo::image::file

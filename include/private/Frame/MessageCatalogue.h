@@ -7,14 +7,14 @@
 
 namespace velmo::image::file {
 
-/// Registers the catalogue of a message domain, in the order of its ids; a second call does nothing. Always
-/// true. For the load of the library alone: not safe from several threads.
+/// Registers the catalogue of a message domain, in the order of its ids. A second call does nothing. Always
+/// returns true. Only for the load of the library: not thread-safe.
 template <class Domain>
 struct MsgMapRegistrator {
     static bool registerMessageMap();
 };
 
-/// The same under the plain name.
+/// The same under another name.
 template <class Domain>
 struct MessageMapRegistrator {
     static bool process() { return MsgMapRegistrator<Domain>::registerMessageMap(); }
@@ -26,8 +26,7 @@ struct CatalogueEntry {
     char const* text;
 };
 
-/// What every catalogue does with its entries. The flag is set before any work, so that a failure is not
-/// retried.
+/// Adds the entries of a catalogue. It sets the flag first, so that a failed registration is not repeated.
 template <class Entries>
 bool registerCatalogue(bool& bAlreadyRegistred, Entries const& entries) {
     if (bAlreadyRegistred) {

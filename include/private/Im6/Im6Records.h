@@ -11,19 +11,20 @@
 
 namespace velmo::image::file {
 
-// The records of an Im6 file as they lie in it, little-endian. What is not used has no name.
+// The records of an Im6 file, byte for byte as in the file, little-endian. Unused bytes are in members named
+// `unused`.
 
 struct HeaderData {
     std::uint32_t magic;
     std::uint32_t sizeX;
     std::uint32_t sizeY;
     std::uint32_t sizeZ; ///< 1 for a 2d image
-    std::uint32_t sizeC; ///< 1 for grey; all else is RGB
+    std::uint32_t sizeC; ///< 1 for grey; any other number for RGB
     std::uint32_t sizeT; ///< 1 for a single image
     std::array<char, 28> unused24;
     std::uint32_t dataType;
     std::array<char, 12> unused56;
-    std::uint32_t textBlockSize; ///< bytes of the three blocks behind the planes
+    std::uint32_t textBlockSize; ///< bytes of the three blocks after the planes
     std::uint32_t secondBlockSize;
     std::uint32_t thirdBlockSize;
     std::array<char, 36> unused80;
@@ -43,20 +44,20 @@ struct CalibrationData {
     double firstFurther;
     double secondFurther;
     std::array<char, 48> unused120;
-    std::array<char, 4244> unit; ///< to its first zero byte
-    float thirdFurther;          ///< in 3d, as is the next
+    std::array<char, 4244> unit; ///< up to its first zero byte
+    float thirdFurther;          ///< in 3d only, like pixelSizeZ
     float pixelSizeZ;
     std::array<char, 4> unused4420;
 };
 static_assert(sizeof(CalibrationData) == 4424);
 
-/// A record without the magic number is raised as VELMOImageException. Sizes are taken as they are; a data
-/// type that is not known gives eIBT_None.
+/// Creates the geometry of a header. A header without the magic number is raised as VELMOImageException.
+/// Sizes are not checked. An unknown pixel type gives eIBT_None.
 ImageGeometryPtr headerToGeometry(HeaderData const& header);
 
-/// Whether the text behind `dataSize` bytes of planes, up to its first zero byte, names a calibration. The
-/// read position stays; a text that is not all there leaves the stream failed. Without a text nothing is
-/// read.
+/// Whether the text after `dataSize` bytes of planes contains the name of the calibration record before its
+/// first zero byte. The read position does not change. If the text is truncated, the stream is in its error
+/// state afterwards. If the header announces no text, nothing is read.
 bool fileContainsGeometricCalibration(HeaderData const& header, vlUInt64 dataSize, std::istream& stream);
 
 GeometricCalibrationPtr calibDataToGeometricCalibration(HeaderData const& header, CalibrationData const& data,

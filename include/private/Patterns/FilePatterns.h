@@ -11,18 +11,18 @@
 
 namespace velmo::image::file {
 
-/// What stands in a pattern for a number.
+/// The keyword of a pattern for a number.
 constexpr std::string_view g_indexKeyword = "<INDEX>";
 
-/// One pattern, compiled. A test takes at most a step for each token and position of the name. For one thread
-/// at a time.
+/// A compiled pattern. Matching takes at most one step for each token and position of the name. Not
+/// thread-safe.
 class FilePattern {
   public:
-    /// A pattern that reads more than one number is raised as VELMOImageFileException.
+    /// Compiles a pattern. A pattern with more than one number is raised as VELMOImageFileException.
     explicit FilePattern(std::string const& pattern);
 
-    /// The digits of the name that `<INDEX>` matched, empty where the pattern has none; nothing where it does
-    /// not match.
+    /// Matches a name. Returns the digits that `<INDEX>` matched, which are empty if the pattern has no
+    /// `<INDEX>`, or nothing if the name does not match.
     std::optional<std::string_view> match(std::string_view fileName);
 
   private:
@@ -30,7 +30,7 @@ class FilePattern {
     struct Token {
         eToken kind;
         std::string text;     ///< of a literal
-        std::size_t stop = 0; ///< the next literal or index; the number of tokens without
+        std::size_t stop = 0; ///< the next literal or index; the number of tokens if there is none
     };
 
     void tokenize(std::string const& pattern);
@@ -38,37 +38,39 @@ class FilePattern {
     void normalizeWildcards();
     void findStops();
 
-    bool canRun(std::size_t token, std::size_t position) const;
-    bool canRunFixed(std::size_t token, std::size_t position) const;
+    bool canMatchRest(std::size_t token, std::size_t position) const;
+    bool canMatchFixedRest(std::size_t token, std::size_t position) const;
     bool hasLiteral(Token const& token, std::size_t position) const;
     std::size_t endOfDigits(Token const& token, std::size_t position) const;
     void fillRows();
     void fillRow(std::size_t token);
 
     std::vector<Token> _tokens;
-    bool _bOpenEnd = false;      ///< the pattern ends in a star, which is no token of its own
-    std::size_t _fixedBegin = 0; ///< from this token on all take as many bytes whatever the name
+    bool _bOpenEnd = false;      ///< whether the pattern ends in a star, which has no token
+    std::size_t _fixedBegin = 0; ///< from this token on, each token matches a fixed number of bytes
     bool _bNeedsRows = false;
 
-    // Of the name under test
+    // State of the name that is matched.
     std::string_view _name;
-    /// For each position and token before the fixed ones, whether the tokens from there on can be run.
+    /// For each position and each token before `_fixedBegin`: whether the tokens from this one on can match
+    /// from the position on.
     std::vector<char> _rows;
 };
 
-/// The patterns of a pattern string, compiled once for the names of one scan. For one thread at a time.
+/// The patterns of a pattern string, compiled once for all names of a folder. Not thread-safe.
 class FilePatterns {
   public:
-    /// Patterns with and without `<INDEX>` in one string are raised as VELMOImageFileException.
+    /// Splits the string. A string that mixes patterns with and without `<INDEX>` is raised as
+    /// VELMOImageFileException.
     explicit FilePatterns(std::string const& patterns);
 
-    /// As testFilePatternMatching: patterns behind the first that matches are not looked at.
+    /// Like testFilePatternMatching. Patterns after the first match are not evaluated.
     bool test(std::string const& fileName, vlUInt64& index);
 
   private:
     struct Entry {
         std::string text;
-        std::optional<FilePattern> compiled; ///< once the pattern was tried
+        std::optional<FilePattern> compiled; ///< set at the first use of the pattern
     };
     std::vector<Entry> _entries;
 };

@@ -16,7 +16,7 @@ class BaseDiskImageAccessor;
 
 namespace file {
 
-/// Where the messages of a format's plane access stand.
+/// Ids of the messages of a format's plane access.
 struct PlaneFileMessages {
     char const* domainKey;
     int openFileFailed;     ///< path
@@ -26,8 +26,8 @@ struct PlaneFileMessages {
     int writeFileFailed;    ///< path, z, c, t, first pixel, number of pixels
 };
 
-/// A file of uncompressed planes behind a header, open on each thread that uses it. `read` and `write` may
-/// run on any number of threads at once.
+/// A file of uncompressed planes after a header. Each thread that uses it has its own stream. `read` and
+/// `write` may run on any number of threads at once.
 class PlaneFile {
   public:
     explicit PlaneFile(PlaneFileMessages const& messages) : _messages(messages) {}
@@ -36,16 +36,17 @@ class PlaneFile {
     PlaneTable const& getPlanes() const { return _planes; }
     ThreadStreams& accessStreams() { return _streams; }
 
-    // After each failure `errno` is the reason of the system, or 0 where the system did not fail.
+    // After each failure, `errno` is the error of the operating system, or 0 if there was none.
 
-    /// The calling thread's stream on the accessor's file, opened where there is none.
+    /// Finds the calling thread's stream on the accessor's file. Opens it if there is none.
     BoolResult findStream(BaseDiskImageAccessor const& accessor, FStreamPtr& pStream);
 
-    /// Moves a run of pixels between the accessor's file and a buffer. A plane that is not in the table is
-    /// raised, at `site`, as VELMOImageFileException; a time step that is not, as VELMOImageException.
+    /// Transfers a run of pixels between the accessor's file and a buffer. A plane that is not in the table
+    /// is raised at `site` as VELMOImageFileException; a time step that is not in the table, as
+    /// VELMOImageException.
     BoolResult read(BaseDiskImageAccessor const& accessor, PlaneRun const& run, void* buffer,
                     RaiseSite const& site);
-    /// Unlike a read, a write looks at the plane before it touches the file.
+    /// A write checks the plane before it opens the file; a read opens the file first.
     BoolResult write(BaseDiskImageAccessor const& accessor, PlaneRun const& run, void const* buffer,
                      RaiseSite const& site);
 

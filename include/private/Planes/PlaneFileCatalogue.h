@@ -10,11 +10,12 @@
 
 namespace velmo::image::file {
 
-/// The texts of all formats of uncompressed planes are the same but for the name of the format. Registers
-/// them under a domain key, by the ids that such formats share.
+/// Registers the messages of a format of uncompressed planes under a domain key, with the ids that such
+/// formats share. The texts differ only in the name of the format.
 void addPlaneFileMessages(std::string const& domainKey, std::string const& formatName);
 
-/// The catalogue of a format of uncompressed planes; a second call does nothing. Always true.
+/// Registers the catalogue of a format of uncompressed planes. A second call does nothing. Always returns
+/// true.
 template <class Domain>
 bool registerPlaneFileCatalogue(std::string const& formatName) {
     static bool g_bAlreadyRegistred = false;

@@ -7,7 +7,7 @@
 
 namespace velmo::image::file {
 
-/// A run of pixels of one plane.
+/// Consecutive pixels of one plane.
 struct PlaneRun {
     vlUInt64 z;
     vlUInt64 c;

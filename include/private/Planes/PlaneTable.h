@@ -13,16 +13,16 @@ class BaseImageGeometry;
 
 namespace file {
 
-/// Where each plane of a headerless run of planes begins in its file: t outermost, then c, then z, no
-/// padding. Finds a plane in constant time and holds no entry for it. Empty at construction. Reading is safe
-/// from any thread.
+/// Computes where each plane begins in a file of uncompressed planes: order t, c, z with z fastest, no
+/// padding. It finds a plane in constant time and stores no entry for it. Empty after construction. Const
+/// functions are thread-safe.
 class PlaneTable {
   public:
-    /// Takes a copy of the geometry. Returns the offset behind the last plane; the largest 64-bit number,
-    /// which no file reaches, where it does not fit in 64 bits.
+    /// Sets the layout; copies the geometry. Returns the offset after the last plane. If it overflows 64
+    /// bits, returns the largest 64-bit number, which no file reaches.
     vlUInt64 process(vlUInt64 dataStartOffset, BaseImageGeometry const& geometry);
 
-    /// First byte of a plane; empty for a plane that is not in the table.
+    /// Offset of the first byte of a plane; empty for a plane that is not in the table.
     std::optional<vlUInt64> find(vlUInt64 z, vlUInt64 c, vlUInt64 t) const;
 
     /// Offset of the first plane.

@@ -10,7 +10,7 @@
 
 namespace velmo::image::file {
 
-/// The bytes of a run of pixels in a file; empty where 64 bits cannot count them.
+/// The bytes of a run of pixels in a file. A member is empty if its value overflows 64 bits.
 struct ByteRun {
     std::optional<vlUInt64> offset;
     std::optional<vlUInt64> size;
@@ -20,27 +20,28 @@ ByteRun toByteRun(vlUInt64 planeOffset, vlUInt64 pixelStartOffset, vlUInt64 nbPi
 
 enum class eStreamOutcome { Done, SeekFailed, TransferFailed };
 
-/// Keeps `errno` over what is done after a failed call, such as making a message of it.
-class KeptErrno {
+/// Restores `errno` at the end of the scope, so that the code after a failed call, such as the creation of a
+/// message, does not change it.
+class ErrnoGuard {
   public:
-    KeptErrno() = default;
-    ~KeptErrno() { errno = _error; }
-    KeptErrno(KeptErrno const&) = delete;
-    KeptErrno& operator=(KeptErrno const&) = delete;
+    ErrnoGuard() = default;
+    ~ErrnoGuard() { errno = _error; }
+    ErrnoGuard(ErrnoGuard const&) = delete;
+    ErrnoGuard& operator=(ErrnoGuard const&) = delete;
 
   private:
     int const _error = errno;
 };
 
-/// One seek and one transfer of the whole run, straight between file and buffer. A failure leaves the stream
-/// in its error state, in which every later seek fails. After a failure `errno` is the reason of the system,
-/// or 0 where the system did not fail: at the end of the file, or in a stream that failed before.
+/// Reads a whole run with one seek and one transfer directly into the buffer. A failure leaves the stream in
+/// its error state, in which every later seek fails. After a failure `errno` is the error of the operating
+/// system, or 0 if there was none: at the end of the file, or if the stream failed before.
 eStreamOutcome readRun(std::fstream& stream, ByteRun const& run, void* buffer);
-/// What it wrote is visible to every other stream when it returns.
+/// Writes a run in the same way. All other streams see the bytes when it returns.
 eStreamOutcome writeRun(std::fstream& stream, ByteRun const& run, void const* buffer);
 
-/// Makes a file at least `nbBytes` long by writing a zero as the last of them; 0 does nothing. Returns
-/// whether the stream is good afterwards; `errno` is as after `writeRun`.
+/// Extends a file to at least `nbBytes` by writing a zero as its last byte; 0 does nothing. Returns whether
+/// the stream is good afterwards. `errno` is set as by `writeRun`.
 bool reserveBytes(std::fstream& stream, vlUInt64 nbBytes);
 
 } // namespace velmo::image::file

@@ -15,28 +15,27 @@ namespace velmo::image::file {
 
 using FStreamPtr = boost::shared_ptr<std::fstream>;
 
-/// Opens a file for its planes: reading with access mode 0, else reading and writing. The stream has no
-/// buffer, so that bytes go straight between the file and the caller's memory. It is not good where the file
-/// cannot be opened or is a directory, a pipe or a socket, in which nothing can be sought; `errno` is the
-/// reason then.
+/// Opens a file: for reading with access mode 0, otherwise for reading and writing. The stream has no buffer;
+/// bytes go directly between the file and the caller's memory. The stream is not good if the file cannot be
+/// opened or is not seekable (a directory, a pipe, a socket); `errno` is then the reason.
 FStreamPtr openStream(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
-/// The same, for writing only, of a new file or of an existing one, which loses its content.
+/// Opens a new file for writing only. An existing file is emptied.
 FStreamPtr createStream(boost::filesystem::path const& path);
 
-/// One open stream for each thread, each with a position and state of its own, so that threads move through
-/// one file in parallel. Only `find` may run beside other operations.
+/// One open stream for each thread, with its own position and state, so that threads access one file in
+/// parallel. Only `find` may run at the same time as other operations.
 class ThreadStreams {
   public:
-    /// The calling thread's stream. A thread without one opens the file; where that fails the result is
-    /// empty and `errno` is the reason. The lock covers the look-up and the opening and nothing else.
+    /// Returns the calling thread's stream and opens it if there is none. If that fails, the result is empty
+    /// and `errno` is the reason. The lock is held only for the look-up and the opening.
     FStreamPtr find(boost::filesystem::path const& path, eImageAccessMode const& accessMode);
 
-    /// Makes a stream the calling thread's.
+    /// Makes `pStream` the calling thread's stream.
     void insert(FStreamPtr const& pStream);
 
-    /// Closes all streams; one that fails to close does not keep the next from it. `errno` is 0 afterwards,
-    /// or the reason of the first failure.
+    /// Closes all streams. A failure does not prevent closing the others. Afterwards `errno` is the first
+    /// error, or 0.
     void closeAll();
 
   private:

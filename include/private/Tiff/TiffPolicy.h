@@ -7,78 +7,79 @@
 
 namespace velmo::image::file {
 
-/// What an operation does where a file does not hold what it announces.
+/// Defines what an operation does if a file does not contain what it announces.
 ///
-/// `Plain` keeps outcomes on which callers rely, successes without all pixels among them, and logs each as a
-/// warning. `Strict` gives the pixels of the file or fails. `Tolerant` is as `Strict`, but sets to zero what
-/// cannot be read and logs that as a warning. Every place where the three differ asks one of the questions
-/// below.
+/// `Plain` keeps the behaviour on which callers rely, including successes without all pixels, and logs these
+/// as warnings. `Strict` returns the pixels of the file or fails. `Tolerant` is like `Strict`, but sets
+/// pixels that cannot be read to zero and logs this as a warning. Each difference between the three is one of
+/// the functions below.
 enum class eTiffPolicy : unsigned char { Plain, Strict, Tolerant };
 
-/// Whether the pixels of an interleaved strip that cannot be decoded are zero, in a read of one channel.
+/// Whether a read of one channel sets the pixels of an interleaved strip that cannot be decoded to zero.
 constexpr bool zeroesBrokenChannels(eTiffPolicy policy) {
     return policy != eTiffPolicy::Strict;
 }
 
-/// The same for all other strips and rows, and for planes of a stack that lie behind the end of the file.
+/// The same for all other strips and rows, and for planes of a stack that are beyond the end of the file.
 constexpr bool zeroesBrokenStrips(eTiffPolicy policy) {
     return policy == eTiffPolicy::Tolerant;
 }
 
-/// Whether a part of an uncompressed strip whose byte count is wrong is a failure, although libtiff reads the
-/// whole of it.
-constexpr bool failsAtMiscountedParts(eTiffPolicy policy) {
+/// Whether a read of a part of an uncompressed strip with a wrong byte count fails, although libtiff can read
+/// the whole strip.
+constexpr bool rejectsWrongByteCounts(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
-/// Whether a file opens with the planes in front of the place where its chain of directories breaks off.
+/// Whether a file with a broken chain of directories opens with the planes before the break.
 constexpr bool acceptsBrokenChain(eTiffPolicy policy) {
     return policy != eTiffPolicy::Strict;
 }
 
-/// Whether a description that announces another number of planes than there are directories makes the file a
-/// stack of one directory, whose planes are read whole and as they lie in the file.
+/// Whether a file is read as a single-directory stack if its description announces another number of planes
+/// than there are directories. Planes of such a stack are read whole and not converted.
 constexpr bool readsStacksAsStored(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
-/// Whether directory numbers have 16 bits.
+/// Whether directory numbers are cut to 16 bits.
 constexpr bool cutsDirectoryNumbers(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
-/// Whether the first column of a run of packed pixels has 8 bits.
+/// Whether the first column of a run of 1-bit samples is cut to 8 bits.
 constexpr bool cutsPackedColumns(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
-/// Whether a directory without BitsPerSample is refused; else it has 1 bit.
+/// Whether a directory without BitsPerSample is rejected. Otherwise it has 1 bit for each sample.
 constexpr bool requiresBitsPerSample(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
-/// Whether a missing file that an archive record names for reading and writing is made anew.
+/// Whether a missing file of an archive record for reading and writing is created.
 constexpr bool recreatesMissingFiles(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
-/// Whether a step of a z-steps text that is no positive number counts, for the processor to refuse.
+/// Whether a line of a z-steps text that is not a positive number is accepted and later rejected by the
+/// processor.
 constexpr bool acceptsBadSteps(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
-/// Whether a folder's image in memory is returned when not all of its pixels could be read.
+/// Whether the image of a folder in memory is returned if not all of its pixels could be read.
 constexpr bool acceptsUnfinishedCopy(eTiffPolicy policy) {
     return policy != eTiffPolicy::Strict;
 }
 
-/// Whether the text of an exception in a read through an accessor goes to the standard output as well.
+/// Whether the text of an exception in a read of an accessor is also printed to the standard output.
 constexpr bool printsExceptions(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
-/// Whether libtiff's text for the calling thread is emptied at an opening, so that no text of an earlier file
-/// becomes the reason of a failure.
+/// Whether an opening clears libtiff's text of the calling thread, so that the text of an earlier file cannot
+/// become the reason of an error.
 constexpr bool clearsTiffText(eTiffPolicy policy) {
     return policy != eTiffPolicy::Plain;
 }

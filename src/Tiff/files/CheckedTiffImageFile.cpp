@@ -21,7 +21,7 @@ BoolResult CheckedTiffImageFile::write(BaseOArchive& archive) const {
     return TiffImageFile::write(archive);
 }
 
-// The base opens the file, so that the policy must be known before.
+// The base class opens the file. The policy must therefore be read before.
 BoolResult CheckedTiffImageFile::read(BaseIArchive& archive) {
     int tolerant = 0;
     archive >> iItem("_bTolerant", tolerant);

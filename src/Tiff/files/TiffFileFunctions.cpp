@@ -31,7 +31,7 @@ constexpr FamilyMessages g_messages = {
     "N5velmo5image4file21eTiffImageFileMessage6domainE", eTiffImageFileMessage::eTIFM_LoadFileError,
     eTiffImageFileMessage::eTIFM_SaveFileError, eTiffImageFileMessage::eTIFM_CreateDistributedImageError};
 
-/// A strip of all rows is one plane.
+/// A strip of all rows is a whole plane.
 template <class Strip>
 boost::shared_ptr<Strip> extractPlane(boost::shared_ptr<typename Strip::Image> const& pImage, vlUInt64 z,
                                       vlUInt64 c, vlUInt64 t, FamilyFailure const& failure) {
@@ -45,7 +45,7 @@ boost::shared_ptr<Strip> extractPlane(boost::shared_ptr<typename Strip::Image> c
 using OutputPlanePtr = boost::shared_ptr<OutputImageYStrip2d>;
 using InputPlanePtr = boost::shared_ptr<InputImageYStrip2d>;
 
-/// An open file and the image whose planes come from it or go to it, plane by plane.
+/// Transfers planes between an open file and an image.
 struct PlaneTransfer {
     TIFF*& pTiff;
     boost::filesystem::path const& path;
@@ -85,7 +85,7 @@ struct PlaneTransfer {
             writePlane(pTiff, path, geometry, toRun(z, c, t), policy, pPlane->accessBuffer().getDataPtr()));
     }
 
-    /// All channels of (z, t), whose pixels share a directory. Their planes are read in the order of the
+    /// Saves all channels of (z, t) of an interleaved file. Their planes are read in the order of the
     /// channels.
     void saveChannels(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 t) const {
         std::vector<InputPlanePtr> planes;
@@ -102,8 +102,8 @@ struct PlaneTransfer {
         failure.require(writePlanes(pTiff, path, geometry, toRun(z, 0, t), policy, pixels));
     }
 
-    /// Fails where one of the planes fails that a save of one channel after the other reads before (z, c, t),
-    /// so that such a save and this one report the same plane.
+    /// Fails if a plane fails that a save of one channel after the other would read before (z, c, t). Both
+    /// kinds of saves therefore report the same plane.
     void requireEarlierPlanes(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
         for (vlUInt64 channel = 0; channel < c; ++channel) {
             for (vlUInt64 later = z + 1; later < geometry.getSizeZ(); ++later) {
@@ -113,7 +113,7 @@ struct PlaneTransfer {
         }
     }
 
-    /// Every component receives the first channel of the image.
+    /// All channels of the page get the pixels of the first channel of the image.
     void savePage(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 t) const {
         std::vector<InputPlanePtr> planes;
         std::vector<void const*> pixels;
@@ -151,7 +151,7 @@ void saveTiffCpuImageFile(boost::filesystem::path const& path, ImageConstPtr con
                         : createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff));
     PlaneTransfer const transfer = {pTiff, path, geometry, policy, failure};
     auto const savePlane = [&](vlUInt64 z, vlUInt64 c, vlUInt64 t) { transfer.savePlane(pImage, z, c, t); };
-    if (isInterleavedRgb(pTiff, path)) { // never: a new file stands on no directory yet
+    if (isInterleavedRgb(pTiff, path)) { // never: a new file has no current directory
         transfer.traverse(true, savePlane, [&](vlUInt64 z, vlUInt64 t) { transfer.savePage(pImage, z, t); });
     } else {
         transfer.traverse(isInterleavedColor(geometry), savePlane,
@@ -159,19 +159,19 @@ void saveTiffCpuImageFile(boost::filesystem::path const& path, ImageConstPtr con
     }
 }
 
-/// The image as the processor has it.
+/// Returns the image, or a copy in the memory of the CPU if the image requires one.
 ImageConstPtr toCpuImage(ImageConstPtr const& pImage) {
     return pImage->requiresCpuCopy() ? pImage->createCpuCopy() : pImage;
 }
 
-/// A save whose file the system has taken whole.
+/// Saves an image and closes the file. Fails if the operating system reports an error of the close.
 void saveAndClose(boost::filesystem::path const& path, ImageConstPtr const& pImage,
                   eTiffCompression compression, FamilyFailure const& failure) {
     saveTiffCpuImageFile(path, toCpuImage(pImage), compression, eTiffPolicy::Strict, failure);
     failure.require(TiffStream::getCloseResult());
 }
 
-/// Fails for an image that could be saved and not be loaded again.
+/// Fails for an image that could be saved but not loaded again.
 BoolResult requireLoadable(BaseImageGeometry const& geometry) {
     constexpr vlUInt64 largestPageCount = 65536;
     auto const nbPages = checkedMultiply(geometry.getSizeZ(), geometry.getSizeT());
@@ -182,7 +182,7 @@ BoolResult requireLoadable(BaseImageGeometry const& geometry) {
     return geometry.getFullMemorySize() != 0 ? success() : fail(Check::eIFCM_ImageWithoutPixels);
 }
 
-/// Loads an image into `image`, which holds what has been loaded so far after a failure.
+/// Loads a file into `image`. After a failure `image` contains the pixels that were loaded before.
 void loadImage(boost::filesystem::path const& path, TiffOpenRequest const& request, ImagePtr& image,
                FamilyFailure const& failure) {
     TiffContents opened;
@@ -212,7 +212,7 @@ DiskImagePtr openDiskImage(boost::filesystem::path const& path, TiffOpenRequest 
     return createDiskImage(pAccessor, failure);
 }
 
-/// The same with the user properties of the file, if there are any.
+/// The same, including the user properties of the file, if there are any.
 DiskImagePtr openDiskImage(boost::filesystem::path const& path, TiffOpenRequest const& request,
                            FamilyFailure const& failure) {
     std::string userProperties;
@@ -223,8 +223,8 @@ DiskImagePtr openDiskImage(boost::filesystem::path const& path, TiffOpenRequest 
     return pImage;
 }
 
-/// A load into a distributed image, whose description becomes that of the file, also where the file has no
-/// user properties and no calibration.
+/// Loads into a distributed image. Its user properties and calibration are replaced by those of the file,
+/// even if the file has none.
 template <class Distribute>
 DistributedImagePtr loadDistributed(boost::filesystem::path const& path, TiffOpenRequest const& request,
                                     FamilyFailure const& failure, Distribute const& distribute) {

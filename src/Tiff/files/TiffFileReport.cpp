@@ -52,7 +52,7 @@ void readDirectories(TIFF* pTiff, TiffDirectories const& directories, TiffFileRe
         report.nbTurned += orientation.value_or(ORIENTATION_TOPLEFT) != ORIENTATION_TOPLEFT ? 1 : 0;
     } while (TIFFReadDirectory(pTiff) == 1);
     report.bChainBroken = directories.isBroken() || report.nbDirectories != directories.count();
-    directories.goBack(lastOffset); // without a directory a handle must not be closed
+    directories.reloadDirectory(lastOffset); // without a directory a handle must not be closed
 }
 
 } // namespace
@@ -63,7 +63,7 @@ TiffFileReport describeTiffFile(boost::filesystem::path const& path) {
     TIFF* pTiff = TiffStream::open(path, "r");
     TiffFileClosure const closure(path.string(), pTiff);
     if (pTiff == nullptr) {
-        raiseOpenError(path, getTiffWords());
+        raiseOpenError(path, lastTiffMessage());
     }
     TiffFileReport report;
     report.bBigTiff = TIFFIsBigTIFF(pTiff) != 0;

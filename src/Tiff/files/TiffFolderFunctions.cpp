@@ -17,11 +17,11 @@ namespace {
 
 using Paths = std::vector<boost::filesystem::path>;
 
-/// Where the pixels of the result are.
+/// Where the pixels of the result are stored.
 enum eImageType { eIT_Memory = 0, eIT_Disk = 1 };
 
-/// The joined files in memory. A plain load along Z takes the image from the processor, which has none after
-/// a failed run; a plain load along T does not look at the run's result, which the processor logs.
+/// Copies the joined files into memory. A plain load along Z takes the image from the processor, which throws
+/// after a failed run. A plain load along T ignores the result of the run; the processor logs the failure.
 ImagePtr copyToMemory(TiffFolderImage& files, eTiffDirectoryMode directoryMode) {
     ImagePtr const pJoined = files.join();
     ImagePtr pOutput;
@@ -40,7 +40,8 @@ ImagePtr copyToMemory(TiffFolderImage& files, eTiffDirectoryMode directoryMode) 
     return pOutput;
 }
 
-/// Plain calls keep the user properties of the first file along T in memory alone, and set no calibration.
+/// Sets the calibration and user properties. Plain calls set the user properties of the first file only along
+/// T in memory, and no calibration.
 void describe(ImagePtr const& pImage, TiffFolderImage const& files, bool bKeepsUserProperties) {
     bool const bPlain = files.getPolicy() == eTiffPolicy::Plain;
     if (!files.getUserProperties().empty() && (bKeepsUserProperties || !bPlain)) {

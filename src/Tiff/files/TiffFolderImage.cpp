@@ -58,8 +58,9 @@ TiffFolderImage::FilePtr TiffFolderImage::open(fs::path const& path, std::string
     return pFile;
 }
 
-/// The comparison itself needs one open file at a time, so files that are kept open beside it must not be the
-/// reason why one cannot be opened: handles run out where the images are opened.
+/// Opens a file for the comparison. The comparison needs only one open file at a time. If file descriptors
+/// run out, it therefore closes the files that it kept open and continues; the later opening of all images
+/// then reports the error.
 TiffFolderImage::FilePtr TiffFolderImage::openToCompare(fs::path const& path, std::string& userProperties) {
     FilePtr pFile = createAccessor(_request.policy);
     BoolResult const result = openAsVolume(*pFile, path, userProperties);
@@ -104,7 +105,7 @@ void TiffFolderImage::requireSameSizes(fs::path const& path, BaseImageGeometry c
     if (_rule == eRule::Temporal) {
         require(_pReference->getSizeZ(), geometry.getSizeZ(), Message::eTIFM_SizeZMismatch);
     }
-    if (_pReference->getSizeC() != geometry.getSizeC()) { // the message shows the depths
+    if (_pReference->getSizeC() != geometry.getSizeC()) { // the message contains the sizes Z
         raise(at(__LINE__), Message::eTIFM_SizeCMismatch, _paths.front().string(), _pReference->getSizeZ(),
               path.string(), geometry.getSizeZ());
     }

@@ -60,7 +60,7 @@ BoolResult TiffImageFile::openSharedRemoteFile(boost::filesystem::path const& fi
 BoolResult TiffImageFile::createFile(boost::filesystem::path const& filePath,
                                      BaseImageGeometry const& imageGeometry,
                                      GeometricCalibrationConstPtr const& pGeometricCalibration) {
-    KeptArguments const kept(filePath, imageGeometry);
+    ArgumentCopies const kept(filePath, imageGeometry);
     GeometricCalibrationConstPtr const pCalibration(pGeometricCalibration); // NOLINT(*-unnecessary-copy*)
     clear();
     BoolResult result = createFileInternal(kept.path, kept.geometry(), pCalibration);

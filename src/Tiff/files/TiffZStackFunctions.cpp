@@ -31,8 +31,8 @@ using Paths = std::vector<boost::filesystem::path>;
 
 constexpr std::size_t g_longestNumber = std::size_t{1} << 20U;
 
-/// The next line, of which no more is kept than shows that it is too long for a number. Where such a line is
-/// an error, the rest of it is not read.
+/// Reads the next line. Of a line that is too long for a number, it keeps only enough to detect this. If such
+/// a line is an error, the rest of it is not read.
 bool readLine(std::istream& stream, eTiffPolicy policy, std::string& line) {
     line.clear();
     char character = 0;
@@ -46,7 +46,7 @@ bool readLine(std::istream& stream, eTiffPolicy policy, std::string& line) {
     return stream || !line.empty();
 }
 
-/// A line that is no number has no value, but counts.
+/// A line that is not a number becomes NaN, but counts as a step.
 float toStep(std::string const& line) {
     try {
         return boost::lexical_cast<float>(line);

@@ -11,7 +11,7 @@ void DeflateDecoder::Deleter::operator()(libdeflate_decompressor* pDecompressor)
     libdeflate_free_decompressor(pDecompressor);
 }
 
-std::byte* DeflateDecoder::providePacked(vlUInt64 nbBytes) {
+std::byte* DeflateDecoder::provideCompressed(vlUInt64 nbBytes) {
     _packed.resize(nbBytes);
     return _packed.data();
 }

@@ -15,22 +15,22 @@ namespace velmo::image::file {
 namespace {
 
 constexpr vlUInt64 g_largestEntryCount = 65536;
-/// As many directories as libtiff follows.
+/// The largest number of directories that libtiff follows.
 constexpr vlUInt64 g_longestChain = 1048576;
 /// A directory with more entries has no shape.
 constexpr vlUInt64 g_comparedEntries = 256;
-/// Values behind a directory that are compared; a longer one gives no shape, except for texts.
+/// A directory with a longer value outside of the directory has no shape, except for texts.
 constexpr vlUInt64 g_comparedBytes = 256;
 constexpr vlUInt64 g_longestText = 4096;
-/// A file with more shapes is left to libtiff.
+/// A file with more shapes is read by libtiff.
 constexpr std::size_t g_comparedShapes = 16;
 
-/// Widths of the numbers of a directory: those of a classic file or of a BigTIFF.
+/// Sizes of the numbers of a directory, in a classic file or in a BigTIFF file.
 struct DirectoryLayout {
     vlUInt64 firstLinkOffset;
     vlUInt64 countSize;
     vlUInt64 entrySize;
-    vlUInt64 linkSize; ///< also of a value
+    vlUInt64 linkSize; ///< also the size of a value
 };
 
 constexpr DirectoryLayout g_classic = {4, 2, 12, 4};
@@ -59,7 +59,7 @@ std::optional<vlUInt64> readNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 off
     return toNumber(pTiff, bytes, nbBytes);
 }
 
-/// Where the entry of a tag of the directory at `offset` lies.
+/// Offset of the entry of a tag in the directory at `offset`.
 std::optional<vlUInt64> findEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag) {
     DirectoryLayout const& layout = getDirectoryLayout(pTiff);
     vlUInt64 const nbEntries = readNumber(pTiff, stream, offset, layout.countSize).value_or(0);
@@ -72,7 +72,7 @@ std::optional<vlUInt64> findEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offs
     return std::nullopt;
 }
 
-/// Bytes of a number; 0 for a type that is not one of strips.
+/// Bytes of a number in a list of strips; 0 for a type that such lists do not have.
 vlUInt64 getStripNumberSize(vlUInt64 type) {
     return type == TIFF_SHORT ? 2 : type == TIFF_LONG ? 4 : type == TIFF_LONG8 ? 8 : 0;
 }
@@ -83,13 +83,13 @@ bool isTextWithItsEnd(std::string const& text) {
 
 } // namespace
 
-/// Reads one directory and makes its shape.
+/// Reads one directory and determines its shape.
 class DirectoryChain::Reader {
   public:
     Reader(TIFF* pTiff, TiffStream& stream, vlUInt64 offset)
         : _pTiff(pTiff), _stream(stream), _layout(getDirectoryLayout(pTiff)), _offset(offset) {}
 
-    /// The link behind the directory; empty where it cannot be read.
+    /// Offset of the next directory; empty if it cannot be read.
     std::optional<vlUInt64> readLink() {
         auto const nbEntries = readNumber(_pTiff, _stream, _offset, _layout.countSize);
         if (!nbEntries || *nbEntries >= g_largestEntryCount) {
@@ -107,7 +107,7 @@ class DirectoryChain::Reader {
         return toNumber(_pTiff, _bytes.data() + nbBytes - _layout.linkSize, _layout.linkSize);
     }
 
-    /// After `readLink`: whether the directory has a shape, which `shape` becomes.
+    /// Call it after `readLink`. Returns whether the directory has a shape, and stores it in `shape`.
     bool readShape(Shape& shape, Directory& directory) {
         bool bComparable = _nbEntries != 0;
         for (vlUInt64 entry = 0; bComparable && entry < _nbEntries; ++entry) {
@@ -158,8 +158,8 @@ class DirectoryChain::Reader {
         return bFirst && size != 0;
     }
 
-    /// A value behind the directory is compared. Of a text that nothing reads it is enough that libtiff
-    /// accepts it.
+    /// Adds a value outside of the directory to the shape. For a text that this module does not use, it only
+    /// checks that libtiff accepts it.
     bool addValue(vlUInt64 tag, bool bText, vlUInt64 place, vlUInt64 size, Shape& shape) const {
         if (size > (bText ? g_longestText : g_comparedBytes)) {
             return false;
@@ -245,18 +245,18 @@ bool DirectoryChain::isBroken(TIFF* pTiff, TiffStream& stream) {
     return _bBroken;
 }
 
-void DirectoryChain::forget() {
+void DirectoryChain::invalidate() {
     bool const bComparing = _bComparing;
     *this = DirectoryChain();
     _bComparing = bComparing;
 }
 
-void DirectoryChain::leaveToLibtiff() {
+void DirectoryChain::disableShapes() {
     _bComparing = false;
-    forget();
+    invalidate();
 }
 
-void DirectoryChain::forgetStrips(vlUInt64 offset) {
+void DirectoryChain::invalidateStrips(vlUInt64 offset) {
     auto const index = findIndex(offset);
     if (index) {
         _directories[*index].shape = s_noShape;
@@ -273,7 +273,7 @@ std::optional<vlUInt64> DirectoryChain::findShape(vlUInt64 index) const {
     return bShape ? std::optional<vlUInt64>(_directories[index].shape) : std::nullopt;
 }
 
-/// At most `nbWanted` numbers; none where the file does not hold them.
+/// Reads at most `nbWanted` numbers; none if they are not in the file.
 std::vector<vlUInt64> DirectoryChain::readList(TIFF* pTiff, TiffStream& stream, NumberList const& list,
                                                NumberFormat const& format, vlUInt64 nbWanted) {
     if (format.count == 1) {
@@ -307,7 +307,7 @@ std::optional<StripPlaces> DirectoryChain::readStripPlaces(TIFF* pTiff, TiffStre
     return bWhole ? std::optional(std::move(places)) : std::nullopt;
 }
 
-bool DirectoryChain::hasSoundStrips(TIFF* pTiff, TiffStream& stream, vlUInt64 index, vlUInt64 model,
+bool DirectoryChain::hasValidStrips(TIFF* pTiff, TiffStream& stream, vlUInt64 index, vlUInt64 model,
                                     bool bCompressed, vlUInt64 fileSize) const {
     Directory const& directory = _directories[index];
     Shape const& shape = _shapes[directory.shape];

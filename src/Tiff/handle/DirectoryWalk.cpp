@@ -9,7 +9,7 @@
 
 namespace velmo::image::file {
 
-// A chain that breaks off is left to libtiff, which reports where it does.
+// libtiff reads a broken chain, because it reports where the chain is broken.
 DirectoryWalk::DirectoryWalk(TIFF* pTiff)
     : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _offset(TIFFCurrentDirOffset(pTiff)) {
     if (_pStream != nullptr && _pStream->accessChain().isBroken(pTiff, *_pStream)) {
@@ -20,7 +20,7 @@ DirectoryWalk::DirectoryWalk(TIFF* pTiff)
     }
 }
 
-bool DirectoryWalk::goOn() {
+bool DirectoryWalk::next() {
     if (_pStream == nullptr) {
         bool const bRead = TIFFReadDirectory(_pTiff) == 1;
         _offset = bRead ? TIFFCurrentDirOffset(_pTiff) : _offset;
@@ -34,7 +34,7 @@ bool DirectoryWalk::goOn() {
     auto const shape = chain.findShape(_index);
     auto const found = shape ? _models.find(*shape) : _models.end();
     bool const bAlike =
-        found != _models.end() && chain.hasSoundStrips(_pTiff, *_pStream, _index, found->second.index,
+        found != _models.end() && chain.hasValidStrips(_pTiff, *_pStream, _index, found->second.index,
                                                        found->second.bCompressed, _fileSize);
     _model = bAlike ? std::optional(found->second.index) : std::nullopt;
     if (!bAlike && !readNext()) {

@@ -21,7 +21,7 @@ constexpr vlUInt64 g_directoryNumbers = 65536;
 TiffDirectories::TiffDirectories(TIFF* pTiff, eTiffPolicy policy)
     : _pTiff(pTiff), _pStream(TiffStream::find(pTiff)), _policy(policy) {
     if (_pStream != nullptr) {
-        _pStream->forgetAhead();
+        _pStream->discardReadAhead();
     }
 }
 
@@ -43,16 +43,16 @@ BoolResult TiffDirectories::reach(vlUInt64 index) const {
     vlUInt64 const previousOffset = TIFFCurrentDirOffset(_pTiff);
     auto const known =
         _pStream == nullptr ? std::nullopt : _pStream->accessChain().find(_pTiff, *_pStream, number);
-    constexpr vlUInt64 largestNumber = NumericLimits<tdir_t>::s_max; // of none that there can be
+    constexpr vlUInt64 largestNumber = NumericLimits<tdir_t>::s_max; // larger than any existing number
     int const reached = known
                             ? TIFFSetSubDirectory(_pTiff, *known)
                             : TIFFSetDirectory(_pTiff, static_cast<tdir_t>(std::min(number, largestNumber)));
     if (reached == 1) {
         return success();
     }
-    std::string const words = getTiffWords();
-    goBack(previousOffset);
-    return failure(words);
+    std::string const message = lastTiffMessage();
+    reloadDirectory(previousOffset);
+    return failure(message);
 }
 
 std::optional<StripPlaces> TiffDirectories::findStripsLikeCurrent(vlUInt64 index) const {
@@ -67,26 +67,27 @@ std::optional<StripPlaces> TiffDirectories::findStripsLikeCurrent(vlUInt64 index
     return bAlike ? chain.readStripPlaces(_pTiff, *_pStream, number) : std::nullopt;
 }
 
-void TiffDirectories::goBack(vlUInt64 offset) const {
+void TiffDirectories::reloadDirectory(vlUInt64 offset) const {
     if (_pStream != nullptr) {
-        _pStream->forgetAhead();
+        _pStream->discardReadAhead();
     }
     if (offset == 0 || TIFFSetSubDirectory(_pTiff, offset) != 1) {
-        TIFFSetField(_pTiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE); // else libtiff loses the codec's memory
+        TIFFSetField(_pTiff, TIFFTAG_COMPRESSION,
+                     COMPRESSION_NONE); // otherwise libtiff leaks the memory of the codec
         TIFFFreeDirectory(_pTiff);
         TIFFCreateDirectory(_pTiff);
     }
 }
 
-void TiffDirectories::forgetStrips(vlUInt64 offset) const {
+void TiffDirectories::invalidateStrips(vlUInt64 offset) const {
     if (_pStream != nullptr) {
-        _pStream->accessChain().forgetStrips(offset);
+        _pStream->accessChain().invalidateStrips(offset);
     }
 }
 
-void TiffDirectories::forget() const {
+void TiffDirectories::invalidate() const {
     if (_pStream != nullptr) {
-        _pStream->accessChain().forget();
+        _pStream->accessChain().invalidate();
     }
 }
 

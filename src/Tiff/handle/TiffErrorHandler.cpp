@@ -33,7 +33,7 @@ TiffErrorHandler& TiffErrorHandler::getInstance() {
     return accessInstance();
 }
 
-// The mutex is held.
+// The caller holds the mutex.
 TiffErrorHandler& TiffErrorHandler::accessInstance() {
     static TiffErrorHandler g_tiffErrorHandler;
     if (!g_bHandlersSet) {
@@ -44,7 +44,8 @@ TiffErrorHandler& TiffErrorHandler::accessInstance() {
     return g_tiffErrorHandler;
 }
 
-// A library that is unloaded leaves no pointer to itself in libtiff. Handlers set by others since stay.
+// An unloaded library must leave no pointer to itself in libtiff. Handlers that other code has set since are
+// kept.
 TiffErrorHandler::~TiffErrorHandler() {
     TIFFErrorHandler const errorHandler = TIFFSetErrorHandler(g_previousErrorHandler);
     if (errorHandler != tiffErrorHandler) {
@@ -74,7 +75,7 @@ void TiffErrorHandler::tiffWarningHandler(char const* /*module*/, char const* fo
     keep("Tiff Warning : ", format, args);
 }
 
-// Nothing may be thrown through libtiff.
+// No exception may pass through libtiff.
 void TiffErrorHandler::keep(char const* prefix, char const* format, va_list args) {
     try {
         boost::lock_guard<boost::mutex> const lock(TiffHandlerMutex::get());
@@ -90,7 +91,7 @@ void TiffErrorHandler::keep(char const* prefix, char const* format, va_list args
     }
 }
 
-std::string getTiffWords() {
+std::string lastTiffMessage() {
     return TiffErrorHandler::getInstance().getCurrentError();
 }
 

@@ -24,14 +24,14 @@ namespace velmo::image::file {
 
 namespace {
 
-/// Reads from this size on go straight to their place.
+/// Reads of at least this size bypass the read-ahead buffer.
 constexpr vlUInt64 g_largeRead = 4096;
-/// libtiff would give a file that is shorter than its header a new one.
+/// libtiff would write a new header into a file that is shorter than this.
 constexpr vlUInt64 g_headerSize = 8;
 
-/// What libtiff may allocate at once for a file that is read: the arrays of a directory and one strip as the
-/// file has it. In mode "r+" it would cut a large single strip into as many small ones as the directory
-/// announces.
+/// The largest single allocation of libtiff for a file that is read: the arrays of a directory and one strip
+/// as it is in the file. In mode "r+" libtiff would otherwise divide a large single strip into as many small
+/// ones as the directory announces.
 constexpr vlUInt64 g_smallAllocation = vlUInt64{64} << 20;
 constexpr vlUInt64 g_allocationFactor = 64;
 
@@ -59,18 +59,20 @@ bool isZero(void const* pBuffer, vlUInt64 nbBytes) {
     return nbBytes == 0 || (pBytes[0] == 0 && std::memcmp(pBytes, pBytes + 1, nbBytes - 1) == 0);
 }
 
-/// What libtiff needs to encode a strip of a compressed file, whose strips it keeps as they are.
-vlUInt64 getEncodingRoom(TIFF* pTiff) {
+/// The buffer that libtiff needs to encode a strip of a compressed file.
+vlUInt64 getEncodingBufferSize(TIFF* pTiff) {
     auto const stripSize = static_cast<vlUInt64>(std::max<tmsize_t>(0, TIFFStripSize(pTiff)));
     vlUInt64 const nbBytesInFile =
         std::min<vlUInt64>(TIFFGetStrileByteCount(pTiff, 0), TiffStream::find(pTiff)->getSize());
-    constexpr vlUInt64 margin = 8; // an eighth: strips may grow
-    bool const bEncoded = getCompression(pTiff) != COMPRESSION_NONE && isJustified(stripSize, nbBytesInFile);
+    constexpr vlUInt64 margin = 8; // an eighth of the strip, because strips may grow
+    bool const bEncoded =
+        getCompression(pTiff) != COMPRESSION_NONE && isPlausibleStripSize(stripSize, nbBytesInFile);
     return bEncoded ? stripSize + stripSize / margin : 0;
 }
 
-/// Whether libtiff left out a text of the first directory; of one without memory it may say nothing.
-bool lacksText(TIFF* pTiff, TiffStream& stream) {
+/// Whether libtiff left out a text tag of the first directory. If it had no memory for the tag, it may report
+/// nothing.
+bool isTextTagMissing(TIFF* pTiff, TiffStream& stream) {
     constexpr std::uint32_t tags[] = {TIFFTAG_SOFTWARE, TIFFTAG_IMAGEDESCRIPTION, g_userPropertiesTag};
     return std::any_of(std::begin(tags), std::end(tags), [&](std::uint32_t tag) {
         char const* text = nullptr;
@@ -89,8 +91,8 @@ struct TiffStream::ClientProcedures {
         return static_cast<tmsize_t>(done);
     }
 
-    /// libtiff's texts for memory that it did not get. A text says so too where a file asks for more than it
-    /// may have; nothing was refused then.
+    /// Detects libtiff's texts about refused memory. libtiff uses the same texts if a file requests more
+    /// memory than allowed; then no memory was refused.
     static int report(TIFF* /*pTiff*/, void* pStream, char const* /*module*/, char const* format,
                       va_list /*arguments*/) {
         constexpr char const* signs[] = {"emory", "o space", "lloc", "Insertion in"};
@@ -103,7 +105,7 @@ struct TiffStream::ClientProcedures {
         TiffStream& stream = *static_cast<TiffStream*>(pStream);
         ++stream._nbMessages;
         stream._bMemoryRefused = stream._bMemoryRefused || (bOfMemory && errno == ENOMEM);
-        return 0; // the handlers of the process come next
+        return 0; // the handlers of the process are called next
     }
 
     static tmsize_t write(thandle_t handle, void* pBuffer, tmsize_t nbBytes) {
@@ -157,15 +159,15 @@ BoolResult TiffStream::getCloseResult() {
 TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode) {
     g_openError.clear();
     TIFF* pTiff = open(path, mode, g_smallAllocation);
-    vlUInt64 const room = pTiff != nullptr && isUpdate(mode) ? getEncodingRoom(pTiff) : 0;
-    if (room > g_smallAllocation) { // what libtiff may allocate is settled at the opening
+    vlUInt64 const smallestLimit = pTiff != nullptr && isUpdate(mode) ? getEncodingBufferSize(pTiff) : 0;
+    if (smallestLimit > g_smallAllocation) { // the limit can only be set at the opening
         TIFFClose(pTiff);
-        pTiff = open(path, mode, room);
+        pTiff = open(path, mode, smallestLimit);
     }
     return pTiff;
 }
 
-TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode, vlUInt64 room) {
+TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode, vlUInt64 smallestLimit) {
     std::error_code const seekError = getSeekError(path);
     if (seekError) {
         reportOpenFailure(path, seekError);
@@ -179,11 +181,11 @@ TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode, vl
         return nullptr;
     }
     bool const bTooShort = isUpdate(mode) && pStream->getSize() < g_headerSize;
-    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode, room);
+    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode, smallestLimit);
 }
 
 TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
-                             char const* mode, vlUInt64 room) {
+                             char const* mode, vlUInt64 smallestLimit) {
     using Client = ClientProcedures;
     std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> const pOptions(TIFFOpenOptionsAlloc(),
                                                                                 TIFFOpenOptionsFree);
@@ -194,19 +196,20 @@ TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesys
     TIFFOpenOptionsSetErrorHandlerExtR(pOptions.get(), Client::report, pStream.get());
     TIFFOpenOptionsSetWarningHandlerExtR(pOptions.get(), Client::report, pStream.get());
     if (mode[0] == 'r') {
-        vlUInt64 const limit = std::max(room, pStream->getSize() * g_allocationFactor);
+        vlUInt64 const limit = std::max(smallestLimit, pStream->getSize() * g_allocationFactor);
         TIFFOpenOptionsSetMaxSingleMemAlloc(pOptions.get(), static_cast<tmsize_t>(limit));
     }
-    errno = 0; // for `report` and `lacksText`
+    errno = 0; // for `report` and `isTextTagMissing`
     TIFF* const pTiff =
         TIFFClientOpenExt(path.c_str(), mode, pStream.get(), Client::read, Client::write, Client::seek,
                           Client::close, Client::size, nullptr, nullptr, pOptions.get());
     if (pTiff == nullptr && pStream->_writeError) {
-        reportOpenFailure(path, pStream->_writeError); // libtiff does not name the reason
+        reportOpenFailure(path, pStream->_writeError); // libtiff does not give the reason
     }
     if (pTiff != nullptr) {
         TiffStream& stream = *pStream.release();
-        stream._bMemoryRefused = stream._bMemoryRefused || (errno == ENOMEM && lacksText(pTiff, stream));
+        stream._bMemoryRefused =
+            stream._bMemoryRefused || (errno == ENOMEM && isTextTagMissing(pTiff, stream));
     }
     return pTiff;
 }
@@ -216,8 +219,8 @@ TiffStream* TiffStream::find(TIFF* pTiff) {
     return bOurs ? static_cast<TiffStream*>(TIFFClientdata(pTiff)) : nullptr;
 }
 
-std::string getTiffFailure(TIFF* pTiff) {
-    std::string text = getTiffWords();
+std::string lastTiffWriteMessage(TIFF* pTiff) {
+    std::string text = lastTiffMessage();
     TiffStream const* const pStream = TiffStream::find(pTiff);
     if (pStream != nullptr && pStream->getWriteError()) {
         text += text.empty() ? "" : ": ";
@@ -270,8 +273,8 @@ vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBy
     if (!_bWritable) {
         return 0;
     }
-    forgetAhead();
-    if (takeAsReserved(offset, pBuffer, nbBytes)) {
+    discardReadAhead();
+    if (coverWithReservedZeros(offset, pBuffer, nbBytes)) {
         return nbBytes;
     }
     Transferred const moved = transferAll(nbBytes, [&](vlUInt64 done) {
@@ -292,8 +295,9 @@ void TiffStream::reserveZeros(vlUInt64 nbBytes) {
     }
 }
 
-// Behind what is written, space is reserved still; before it, a write of zeros must overwrite.
-bool TiffStream::takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes) {
+// Removes the space up to the end of a write from the reserved zeros. Returns whether nothing remains to be
+// written: all bytes are zero and were reserved.
+bool TiffStream::coverWithReservedZeros(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes) {
     vlUInt64 const end = offset + nbBytes;
     if (end <= _reservedStart || offset >= _reservedEnd) {
         return false;
@@ -307,7 +311,7 @@ void TiffStream::releaseReserved() {
     if (_reservedStart < _reservedEnd) {
         vlUInt64 const end = getSize();
         if (ftruncate(_descriptor, static_cast<off_t>(end)) != 0) {
-            return; // the file is longer than it need be
+            return; // the file stays longer than necessary
         }
     }
     _reservedStart = 0;

@@ -17,11 +17,11 @@ namespace velmo::image::file {
 
 namespace {
 
-/// No codec whose strips can be judged makes more bytes of one.
-constexpr vlUInt64 g_strongestPacking = 4096;
+/// The largest ratio of uncompressed to compressed bytes of the codecs that are checked.
+constexpr vlUInt64 g_largestRatio = 4096;
 constexpr vlUInt64 g_smallStrip = 65536;
 
-bool packsLittle(std::uint16_t compression) {
+bool hasLimitedRatio(std::uint16_t compression) {
     switch (compression) {
     case COMPRESSION_NONE:
     case COMPRESSION_LZW:
@@ -38,8 +38,8 @@ std::uint32_t toStripNumber(vlUInt64 strip) {
     return static_cast<std::uint32_t>(std::min<vlUInt64>(strip, NumericLimits<std::uint32_t>::s_max));
 }
 
-/// libtiff estimates the size of a single strip that the file does not tell, by what lies behind it; to write
-/// as much would overwrite that.
+/// Whether the size of a single strip is missing in the file. libtiff then estimates it from the bytes that
+/// follow; a write of that size would overwrite them.
 bool hasEstimatedByteCount(TIFF* pTiff) {
     TiffStream* const pStream = TiffStream::find(pTiff);
     return pStream != nullptr && getCompression(pTiff) != COMPRESSION_NONE &&
@@ -48,7 +48,8 @@ bool hasEstimatedByteCount(TIFF* pTiff) {
                TIFFGetStrileByteCount(pTiff, 0);
 }
 
-/// Whether libtiff knows how to encode, and where the strips are: it takes both for granted.
+/// Whether libtiff can encode the compression and the file gives the strips' offsets. libtiff does not check
+/// either.
 bool canBeWritten(TIFF* pTiff) {
     auto const offsets = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPOFFSETS);
     auto const byteCounts = getTag<std::uint64_t*>(pTiff, TIFFTAG_STRIPBYTECOUNTS);
@@ -88,7 +89,8 @@ TiffStrips::TiffStrips(TIFF* pTiff, StripLayout const& layout, StripPlaces place
     _bPlain = _bPlain && (_places->offsets.size() == nbStrips || (bContiguous && splitOnlyPlace(nbStrips)));
 }
 
-/// libtiff divides a single strip of a file into several.
+/// Divides the single strip of the file into several, as libtiff does. Returns false if the sizes do not
+/// allow this.
 bool TiffStrips::splitOnlyPlace(vlUInt64 nbStrips) {
     if (_places->offsets.size() != 1 ||
         _places->byteCounts.front() < _layout.getNbPixels() * _layout.pixelStride) {
@@ -109,7 +111,7 @@ vlUInt64 TiffStrips::getByteCount(vlUInt64 strip) const {
     return _places ? _places->byteCounts[strip] : TIFFGetStrileByteCount(_pTiff, toStripNumber(strip));
 }
 
-/// Whether samples, once they are decoded, lie as in memory.
+/// Whether decoded samples are the same bytes as in memory.
 bool TiffStrips::hasPlainSamples() const {
     auto const width = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGEWIDTH).value_or(0);
     auto const length = getTag<std::uint32_t>(_pTiff, TIFFTAG_IMAGELENGTH).value_or(0);
@@ -161,21 +163,22 @@ long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
     return TIFFReadEncodedStrip(_pTiff, toStripNumber(strip), pBuffer, static_cast<tmsize_t>(nbBytes));
 }
 
-/// False, and the strip is libtiff's, where anything is not as it should be.
+/// Decodes a strip with libdeflate. Returns false if anything is unexpected; the caller then uses libtiff.
 bool TiffStrips::inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
-    constexpr vlUInt64 room = 65536; // what does not pack takes a few bytes more
+    constexpr vlUInt64 margin = 65536; // incompressible data needs some more bytes
     vlUInt64 const nbStrips = TIFFNumberOfStrips(_pTiff);
-    vlUInt64 const nbPacked = strip < nbStrips ? getByteCount(strip) : 0;
-    if (nbPacked == 0 || nbPacked > nbBytes + room) {
+    vlUInt64 const nbCompressed = strip < nbStrips ? getByteCount(strip) : 0;
+    if (nbCompressed == 0 || nbCompressed > nbBytes + margin) {
         return false;
     }
     DeflateDecoder& decoder = _pStream->accessDeflateDecoder();
-    return _pStream->readAt(getOffset(strip), decoder.providePacked(nbPacked), nbPacked) == nbPacked &&
+    return _pStream->readAt(getOffset(strip), decoder.provideCompressed(nbCompressed), nbCompressed) ==
+               nbCompressed &&
            decoder.inflate(pBuffer, nbBytes);
 }
 
 BoolResult TiffStrips::requireWritable(vlUInt64 strip) const {
-    // libtiff would add a strip that is not there, and take as much memory as one announces.
+    // libtiff would add a missing strip, and allocate as much memory as a strip announces.
     bool const bThere = _bWritable && strip < TIFFNumberOfStrips(_pTiff) &&
                         (_pStream == nullptr || getByteCount(strip) <= _pStream->getSize());
     return bThere ? success() : fail(eImageFileCheckMessage::eIFCM_StripNotWritable);
@@ -193,7 +196,7 @@ long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
 long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
     bool const bCut = isShort(strip) && (_bCompressed || getByteCount(strip) < _layout.getStripBytes());
     vlUInt64 const nbBytes = bCut ? _layout.getBytesOf(strip) : _layout.getStripBytes();
-    std::vector<std::byte> turned; // libtiff turns bytes and bits in place
+    std::vector<std::byte> turned; // libtiff reverses bytes and bits in place
     if (TIFFIsByteSwapped(_pTiff) != 0 || !hasUsualFillOrder(_pTiff)) {
         auto const* const pBytes = static_cast<std::byte const*>(pBuffer);
         turned.assign(pBytes, pBytes + nbBytes);
@@ -203,32 +206,31 @@ long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
                                  static_cast<tmsize_t>(nbBytes));
 }
 
-/// A compressed strip that grows moves to the end of the file, and one that does not stays where it was.
-/// There are readers that take strips whose offsets do not rise for an image that stands on its head. A strip
-/// moves when it is larger than the place it has.
+/// Moves a strip to the end of the file, which libtiff does if a strip is larger than its space. This is
+/// necessary because some readers take strips with decreasing offsets for an image that is upside down.
 bool TiffStrips::moveToEnd(vlUInt64 strip) const {
-    std::vector<std::byte> room(getByteCount(strip) + 1);
-    TIFFSetWriteOffset(_pTiff, 0); // else libtiff takes it for more of the strip before
-    auto const size = static_cast<tmsize_t>(room.size());
-    return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), room.data(), size) == size;
+    std::vector<std::byte> placeholder(getByteCount(strip) + 1);
+    TIFFSetWriteOffset(_pTiff, 0); // otherwise libtiff appends to the strip before
+    auto const size = static_cast<tmsize_t>(placeholder.size());
+    return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), placeholder.data(), size) == size;
 }
 
-bool TiffStrips::isMiscounted(vlUInt64 strip) const {
+bool TiffStrips::hasWrongByteCount(vlUInt64 strip) const {
     return !_bCompressed && getByteCount(strip) != _layout.getBytesOf(strip);
 }
 
-BoolResult TiffStrips::requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const {
-    if (nbBytes <= g_smallStrip || _pStream == nullptr || !packsLittle(getCompression(_pTiff))) {
+BoolResult TiffStrips::requireEnoughBytes(vlUInt64 strip, vlUInt64 nbBytes) const {
+    if (nbBytes <= g_smallStrip || _pStream == nullptr || !hasLimitedRatio(getCompression(_pTiff))) {
         return success();
     }
     vlUInt64 const nbBytesInFile = std::min(getByteCount(strip), _pStream->getSize());
-    return isJustified(nbBytes, nbBytesInFile)
+    return isPlausibleStripSize(nbBytes, nbBytesInFile)
                ? success()
                : fail(eImageFileCheckMessage::eIFCM_StripTooSmall, nbBytesInFile, nbBytes);
 }
 
-bool isJustified(vlUInt64 nbBytes, vlUInt64 nbBytesInFile) {
-    return nbBytes / g_strongestPacking <= nbBytesInFile;
+bool isPlausibleStripSize(vlUInt64 nbBytes, vlUInt64 nbBytesInFile) {
+    return nbBytes / g_largestRatio <= nbBytesInFile;
 }
 
 bool isDeflate(TIFF* pTiff) {

@@ -9,7 +9,7 @@ namespace velmo::image::file {
 
 namespace {
 
-/// Read by every thread that opens or creates a file while another one installs the extender.
+/// Atomic, because threads that open or create files read it while another thread installs the extender.
 std::atomic<TIFFExtendProc> g_pParentExtender{nullptr};
 
 void _XTIFFDefaultDirectory(TIFF* pTiff) { // NOLINT(bugprone-reserved-identifier): libtiff's name for it
@@ -22,7 +22,8 @@ void _XTIFFDefaultDirectory(TIFF* pTiff) { // NOLINT(bugprone-reserved-identifie
     }
 }
 
-/// A library that is unloaded leaves no pointer to itself in libtiff. An extender set by others since stays.
+/// An unloaded library must leave no pointer to itself in libtiff. An extender that other code has set since
+/// is kept.
 struct Extender {
     Extender() { g_pParentExtender = TIFFSetTagExtender(_XTIFFDefaultDirectory); }
     ~Extender() {

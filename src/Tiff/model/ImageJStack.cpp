@@ -17,7 +17,7 @@ namespace {
 
 constexpr vlUInt64 g_nothingAnnounced = NumericLimits<vlUInt64>::s_max;
 
-/// What stands behind a key of the description, to the end of its line.
+/// The value of a key of the description, up to the end of its line.
 std::optional<std::string> findValue(std::string const& description, std::string const& key) {
     auto const found = description.find(key);
     if (found == std::string::npos) {
@@ -32,7 +32,7 @@ bool hasWholeBytes(TIFF* pTiff) {
     return getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE).value_or(1) % bitsOfByte == 0;
 }
 
-/// Whether the strips of the current directory, of equal size but for the last one, follow each other.
+/// Whether the strips of the current directory have equal sizes, except for the last one, and are contiguous.
 bool hasContiguousStrips(TIFF* pTiff) {
     std::uint32_t const nbStrips = TIFFNumberOfStrips(pTiff);
     std::uint64_t const stripBytes = TIFFStripSize64(pTiff);
@@ -76,7 +76,8 @@ bool isImageJStack(TIFF* pTiff, BaseImageGeometry const& geometry, eTiffPolicy p
         vlUInt64 const nbAnnounced = extractNbPagesFromIJDescription(pTiff);
         return nbAnnounced != g_nothingAnnounced && nbAnnounced != nbDirectories;
     }
-    // The number of the only directory was read at the opening; those of others need not be numbers.
+    // The opening has already parsed the description of a single directory. Descriptions of other files may
+    // contain an invalid number.
     return nbDirectories == 1 && geometry.getSizeZ() * geometry.getSizeT() > 1 && !isOwnFile(pTiff) &&
            extractNbPagesFromIJDescription(pTiff) != g_nothingAnnounced;
 }

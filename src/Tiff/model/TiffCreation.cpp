@@ -62,7 +62,7 @@ vlUInt64 multiplyOrMax(vlUInt64 a, vlUInt64 b) {
     return checkedMultiply(a, b).value_or(NumericLimits<vlUInt64>::s_max);
 }
 
-/// The steps of a creation. `pUserProperties` is null where the file is to have no such tag.
+/// The steps of a creation. `pUserProperties` is null if the file gets no such tag.
 class TiffCreation {
   public:
     TiffCreation(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
@@ -101,7 +101,7 @@ class TiffCreation {
         return success();
     }
 
-    /// What cannot be stored is thrown while an old file still stands.
+    /// Stores the geometry and calibration. Throws before an old file is touched if they cannot be stored.
     BoolResult storeGeometry() {
         _stored = toStoredGeometry(_geometry, _pCalibration);
         return success();
@@ -110,7 +110,7 @@ class TiffCreation {
     BoolResult openHandle() {
         _pTiff = TiffStream::open(_path, _geometry.getFullMemorySize() > g_largestClassicFile ? "w8" : "w");
         return _pTiff != nullptr ? success()
-                                 : fail(Message::eTIFM_CreateFileError, _path.string(), getTiffWords());
+                                 : fail(Message::eTIFM_CreateFileError, _path.string(), lastTiffMessage());
     }
 
     BoolResult setFileTags() const {
@@ -124,8 +124,8 @@ class TiffCreation {
             [&] { return setUserProperties(); });
     }
 
-    /// A tag of text ends at the first zero byte. A text that has one is refused while an old file still
-    /// stands.
+    /// Rejects a text with a zero byte before an old file is touched, because a text tag ends at its first
+    /// zero byte.
     BoolResult checkUserProperties() const {
         bool const bWhole = _pUserProperties == nullptr || _pUserProperties->find('\0') == std::string::npos;
         return bWhole ? success()
@@ -158,8 +158,8 @@ class TiffCreation {
         BoolResult result = runSteps([&] { return setDirectoryTags(page, pageName); },
                                      [&] { return writeZeros(getPlaneBufferType(_geometry, page.t)); });
         if (result && TIFFWriteDirectory(_pTiff) != 1) {
-            result =
-                fail(Message::eTIFM_WriteDirectoryError, pageName, _path.string(), getTiffFailure(_pTiff));
+            result = fail(Message::eTIFM_WriteDirectoryError, pageName, _path.string(),
+                          lastTiffWriteMessage(_pTiff));
         }
         return result;
     }
@@ -205,16 +205,16 @@ class TiffCreation {
         return _zeros.write(_pTiff, {_geometry.getSizeX(), sizeY, rowsPerStrip, pixelStride})
                    ? success()
                    : fail(Message::eTIFM_InitStripDataError, _pageIndex, _path.string(),
-                          getTiffFailure(_pTiff));
+                          lastTiffWriteMessage(_pTiff));
     }
 
     BoolResult flush() const {
         return TIFFFlush(_pTiff) == 1
                    ? success()
-                   : fail(Message::eTIFM_FlushError, _path.string(), getTiffFailure(_pTiff));
+                   : fail(Message::eTIFM_FlushError, _path.string(), lastTiffWriteMessage(_pTiff));
     }
 
-    /// A size that the tag's 32 bits would cut is refused.
+    /// Sets a size; fails if it does not fit into 32 bits.
     BoolResult setSize(char const* name, std::uint32_t tag, vlUInt64 size) const {
         return size <= NumericLimits<std::uint32_t>::s_max
                    ? setTag(name, tag, static_cast<std::uint32_t>(size))
@@ -227,7 +227,7 @@ class TiffCreation {
     }
 
     BoolResult failToSetTag(char const* name) const {
-        return fail(Message::eTIFM_SetTagError, name, _path.string(), getTiffWords());
+        return fail(Message::eTIFM_SetTagError, name, _path.string(), lastTiffMessage());
     }
 
     TIFF*& _pTiff;

@@ -37,7 +37,7 @@ std::string getName(eColorGeometryType type) {
     return name.str();
 }
 
-/// Numbers of a directory go into messages as libtiff's 16 signed bits.
+/// Numbers of a directory appear in messages as libtiff's signed 16 bits.
 short toShort(std::uint16_t value) {
     return static_cast<short>(value);
 }
@@ -150,7 +150,8 @@ BoolResult TiffForeignFile::countPlanes() {
     return further ? takeFurtherPlanes(nbAnnounced, *further) : walkDirectories();
 }
 
-/// What of planes that are read as they lie in the file will not be the pixels of the file.
+/// Logs in which way the planes of a stack that is read without conversion differ from the pixels of the
+/// file.
 void TiffForeignFile::warnOfStoredPlanes(vlUInt64 nbDirectories) const {
     constexpr std::uint16_t bitsOfByte = 8;
     std::string const path = _path.string();
@@ -173,14 +174,15 @@ void TiffForeignFile::warnOfStoredPlanes(vlUInt64 nbDirectories) const {
     }
 }
 
-/// Planes that a description announces beyond the directories are those of a stack of one directory.
+/// Planes that a description announces in addition to the directories must be those of a single-directory
+/// stack.
 BoolResult TiffForeignFile::takeFurtherPlanes(vlUInt64 nbAnnounced, FurtherPlanes const& further) {
     BoolResult result = success();
     if (further.nbHeld == 1 && !further.nbStacked) {
-        result = acceptDamage(VELMO_HERE, Check::eIFCM_PlanesNotLocated, nbAnnounced, _path.string());
+        result = warnOrFail(VELMO_HERE, Check::eIFCM_PlanesNotLocated, nbAnnounced, _path.string());
     } else if (further.nbHeld < nbAnnounced) {
         result =
-            acceptDamage(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(), further.nbHeld);
+            warnOrFail(VELMO_HERE, Check::eIFCM_PlanesMissing, nbAnnounced, _path.string(), further.nbHeld);
     }
     if (result && !further.nbStacked) {
         return walkDirectories();
@@ -189,10 +191,10 @@ BoolResult TiffForeignFile::takeFurtherPlanes(vlUInt64 nbAnnounced, FurtherPlane
     return result;
 }
 
-/// A warning or a failure, as the policy has it.
+/// Logs a warning or fails, depending on the policy.
 template <class... Arguments>
-BoolResult TiffForeignFile::acceptDamage(RaiseSite const& site, Check::domain id,
-                                         Arguments const&... arguments) const {
+BoolResult TiffForeignFile::warnOrFail(RaiseSite const& site, Check::domain id,
+                                       Arguments const&... arguments) const {
     if (acceptsBrokenChain(_policy)) {
         warn(site, id, arguments...);
         return success();
@@ -200,17 +202,18 @@ BoolResult TiffForeignFile::acceptDamage(RaiseSite const& site, Check::domain id
     return fail(Message::eTIFM_OpenFileError, _path.string(), fail(id, arguments...));
 }
 
-// Wherever the walk ends, at the chain's end or at a directory that cannot be read, libtiff is left without a
-// directory; a handle that is closed so may lose or rewrite the file.
+// After the loop, at the end of the chain or at an unreadable directory, libtiff has no current directory.
+// Closing such a handle can rewrite or damage the file.
 BoolResult TiffForeignFile::walkDirectories() {
     BoolResult result = success();
     TiffDirectories const directories(_pTiff, _policy);
     DirectoryWalk walk(_pTiff);
     _walk.bufferTypes.push_back(_walk.bufferType);
-    while (result && walk.goOn()) {
+    while (result && walk.next()) {
         result = walk.getModel() ? addPlane(_walk.bufferTypes[*walk.getModel()]) : checkFurtherDirectory();
         if (result && !walk.getModel() &&
-            getOrientation(_pTiff) == ORIENTATION_TOPLEFT) { // another one is a warning each time
+            getOrientation(_pTiff) ==
+                ORIENTATION_TOPLEFT) { // any other is logged as a warning for each directory
             walk.accept();
         }
     }
@@ -218,9 +221,9 @@ BoolResult TiffForeignFile::walkDirectories() {
     bool const bWhole =
         !directories.isBroken() && directories.toNumber(_walk.nbPlanes) == directories.count();
     if (result && !bWhole) {
-        result = acceptDamage(VELMO_HERE, Check::eIFCM_ChainBreaksOff, _walk.nbPlanes - 1, _path.string());
+        result = warnOrFail(VELMO_HERE, Check::eIFCM_ChainBreaksOff, _walk.nbPlanes - 1, _path.string());
     }
-    directories.goBack(walk.getOffset());
+    directories.reloadDirectory(walk.getOffset());
     return result;
 }
 
@@ -266,7 +269,7 @@ BoolResult TiffForeignFile::checkFurtherColor() const {
     return result;
 }
 
-// Unlike in the first directory, the colour is judged before the planar configuration.
+// The colours are checked before the planar configuration; in the first directory it is the other way round.
 BoolResult TiffForeignFile::readFurtherColor(std::uint16_t samples, ColorGeometry& color) const {
     std::uint16_t photometric = 0;
     BoolResult result = requireTag(_pTiff, TIFFTAG_PHOTOMETRIC, "TIFFTAG_PHOTOMETRIC", _path, photometric);
@@ -294,7 +297,7 @@ BoolResult TiffForeignFile::readFurtherBufferType(eImageBufferType& bufferType) 
                : fail(Message::eTIFM_UnsupportedBufferType, toShort(bits), format, _path.string());
 }
 
-// What is made of them
+// Results
 
 ImageGeometryPtr TiffForeignFile::createGeometry() const {
     VolumeGeometry volume;

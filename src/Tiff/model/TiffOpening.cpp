@@ -22,7 +22,7 @@ namespace {
 using Message = eTiffImageFileMessage;
 
 BoolResult readStoredFile(boost::filesystem::path const& path, TiffContents& opened) {
-    UnloggedRaises const unlogged; // the opening reports a damaged record
+    UnloggedRaises const unlogged; // the opening itself reports a damaged record
     BoolResult result = readStoredGeometry(opened.pTiff, path, opened.pGeometry, opened.pCalibration);
     if (result) {
         opened.userProperties = readUserProperties(opened.pTiff);
@@ -35,7 +35,7 @@ BoolResult readFile(boost::filesystem::path const& path, TiffOpenRequest const& 
                     TiffContents& opened) {
     opened.pTiff = TiffStream::open(path, request.accessMode == eIAM_ReadOnly ? "r" : "r+");
     if (opened.pTiff == nullptr) {
-        return fail(Message::eTIFM_OpenFileError, path.string(), getTiffWords());
+        return fail(Message::eTIFM_OpenFileError, path.string(), lastTiffMessage());
     }
     BoolResult result = isOwnFile(opened.pTiff)
                             ? readStoredFile(path, opened)

@@ -45,13 +45,13 @@ eImageBufferType toSignedType(short bitsPerSample) {
     }
 }
 
-/// Copies samples of one width between places that lie `sourceStep` and `targetStep` samples apart.
+/// Copies samples of one type between places that are `sourceStep` and `targetStep` samples apart.
 template <class Sample>
 void copySamples(void const* pSource, vlUInt64 sourceStep, void* pTarget, vlUInt64 targetStep,
                  vlUInt64 nbSamples) {
     auto const* const pFrom = static_cast<std::byte const*>(pSource);
     auto* const pTo = static_cast<std::byte*>(pTarget);
-    for (vlUInt64 i = 0; i < nbSamples; ++i) { // a move of one sample, aligned or not
+    for (vlUInt64 i = 0; i < nbSamples; ++i) { // copies one sample, which may be unaligned
         std::memcpy(pTo + i * targetStep * sizeof(Sample), pFrom + i * sourceStep * sizeof(Sample),
                     sizeof(Sample));
     }

@@ -17,12 +17,12 @@ namespace velmo::image::file {
 
 namespace {
 
-/// How many times its file an image may be whose pixels are not compressed: an announcement may be wrong, and
-/// a copy of the file may have broken off.
+/// The largest ratio of an uncompressed image to its file. It is above 1, because a truncated copy of a file
+/// must still open.
 constexpr vlUInt64 g_largestFactor = 16;
 constexpr vlUInt64 g_smallFile = 65536;
 
-/// Whether every strip of the current directory is in the file, with all bytes of its pixels.
+/// Whether every strip of the current directory is in the file with all bytes of its pixels.
 bool holdsItsPixels(TIFF* pTiff, vlUInt64 fileSize) {
     auto const length = getTag<std::uint32_t>(pTiff, TIFFTAG_IMAGELENGTH).value_or(0);
     auto const nbPlaneBytes = checkedMultiply(TIFFScanlineSize64(pTiff), length);
@@ -37,7 +37,7 @@ bool holdsItsPixels(TIFF* pTiff, vlUInt64 fileSize) {
     return bInFile && nbBytes >= *nbPlaneBytes;
 }
 
-/// The same of all directories of an image. Any number of them may share strips.
+/// The same for all directories of an image, which may share strips.
 bool holdAllPixels(TIFF* pTiff, BaseImageGeometry const& geometry, eTiffPolicy policy) {
     TiffDirectories const directories(pTiff, policy);
     vlUInt64 const fileSize = TiffStream::find(pTiff)->getSize();

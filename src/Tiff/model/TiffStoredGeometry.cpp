@@ -11,8 +11,8 @@
 
 namespace velmo {
 
-// A shared pointer in an archive: the field's section, within it that of the pointer, within it the object.
-// The names of the inner sections differ between writing and reading.
+// A shared pointer in an archive is a section for the field, which contains a section for the pointer, which
+// contains the object. The names of the inner sections differ between writing and reading.
 
 template <class T>
 static BaseOArchive& operator<<(BaseOArchive& archive, SerializationOItem<boost::shared_ptr<T>> const& item) {
@@ -34,8 +34,8 @@ namespace image::file {
 
 namespace {
 
-/// A colour type outside of the enumeration counts as grey, here as in the directories: an archive does not
-/// hold it.
+/// Stores a colour type outside of the enumeration as grey, as in the directories, because an archive rejects
+/// it.
 void makeColorKnown(ColorGeometry& color) {
     if (color.getColorGeometryType() <= eCGT_User) {
         return;

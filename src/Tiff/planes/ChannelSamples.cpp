@@ -18,13 +18,13 @@ namespace {
 
 constexpr unsigned int g_blockBytes = 16;
 
-/// How a byte shuffle moves `NbChannels` blocks of 16 bytes, which are whole pixels, between pixels and
-/// planes. A byte of a mask is the place of its byte in the source block; one with the highest bit gives
-/// zero.
+/// Masks of byte shuffles that copy `NbChannels` blocks of 16 bytes, which contain whole pixels, between
+/// pixels and planes. A byte of a mask is the index of the source byte in its block; a byte with the highest
+/// bit set gives zero.
 template <unsigned int Width, unsigned int NbChannels>
 struct Shuffles {
     static constexpr std::uint8_t s_zero = 0x80;
-    static constexpr unsigned int s_nbPixels = g_blockBytes / Width; ///< of the blocks together
+    static constexpr unsigned int s_nbPixels = g_blockBytes / Width; ///< in all blocks together
 
     /// By channel, then by block of pixels.
     alignas(g_blockBytes) std::uint8_t split[NbChannels][NbChannels][g_blockBytes] = {};
@@ -64,7 +64,7 @@ constexpr Shuffles<Width, NbChannels> g_shuffles;
     _mm_storeu_si128(static_cast<__m128i*>(pBytes), block);
 }
 
-/// As many pixels as make whole blocks; how many these are.
+/// Copies the pixels that fill whole blocks, and returns their number.
 template <unsigned int Width, unsigned int NbChannels>
 [[gnu::target("ssse3")]] vlUInt64 splitBlocks(vlUInt64 nbPixels, std::byte const* pPixels,
                                               std::byte* const* ppPlanes) {
@@ -157,7 +157,7 @@ void dispatch(unsigned int width, vlUInt64 nbChannels, Work const& work) {
     }
 }
 
-/// Whether the planes are those of all channels in their order, of pixels that the shuffles know.
+/// Whether the planes are those of all channels in their order, for pixels that the shuffles support.
 template <class Byte>
 bool areAllChannels(std::vector<ChannelPlane<Byte>> const& planes, unsigned int width, vlUInt64 nbChannels) {
     bool bAll = planes.size() == nbChannels && (nbChannels == 3 || nbChannels == 4) && width <= 4;
@@ -167,7 +167,7 @@ bool areAllChannels(std::vector<ChannelPlane<Byte>> const& planes, unsigned int 
     return bAll;
 }
 
-/// The places of the samples at `offset`.
+/// Addresses of the samples at `offset`.
 template <class Byte>
 std::array<Byte*, 4> locate(std::vector<ChannelPlane<Byte>> const& planes, vlUInt64 offset) {
     std::array<Byte*, 4> places = {};

@@ -18,7 +18,7 @@ namespace {
 
 using Check = eImageFileCheckMessage;
 
-/// Bits from the most significant one on.
+/// Unpacks bits, starting with the most significant bit of each byte.
 void unpack(std::byte const* pBits, vlUInt64 first, vlUInt64 nbPixels, std::byte* pPixels) {
     for (vlUInt64 i = 0; i < nbPixels; ++i) {
         vlUInt64 const bit = first + i;
@@ -33,7 +33,7 @@ class PackedRows {
           _nbRows(getTag<std::uint32_t>(context.pTiff, TIFFTAG_IMAGELENGTH).value_or(0)),
           _rowsPerStrip(getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0)),
           _bCompressed(getCompression(context.pTiff) != COMPRESSION_NONE) {
-        if (_rowsPerStrip == 0) { // all rows in one
+        if (_rowsPerStrip == 0) { // one strip of all rows
             _rowsPerStrip = std::max<vlUInt64>(1, _nbRows);
         }
         tmsize_t const scanlineSize = TIFFScanlineSize(context.pTiff);
@@ -41,7 +41,7 @@ class PackedRows {
             std::max((_sizeX + 7) / 8, static_cast<vlUInt64>(std::max<tmsize_t>(0, scanlineSize))));
     }
 
-    /// Codecs know no other start than a strip's first row.
+    /// Codecs can only start at the first row of a strip.
     BoolResult skipTo(vlUInt64 row) {
         BoolResult result = success();
         if (_bCompressed && row < _nbRows) {
@@ -58,7 +58,7 @@ class PackedRows {
         if (TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1) {
             return success();
         }
-        return failToReadRow(row, failure(getTiffWords()));
+        return failToReadRow(row, failure(lastTiffMessage()));
     }
 
     BoolResult failToReadRow(vlUInt64 row, BoolResult const& reason) const {
@@ -85,8 +85,8 @@ class PackedRows {
     }
 
   private:
-    /// Plain calls keep a byte of the column: a run that begins at column 256 or beyond begins at a bit other
-    /// than its own.
+    /// Plain calls cut the column to 8 bits. A run that begins at column 256 or later therefore begins at a
+    /// wrong bit.
     vlUInt64 getFirstBit(vlUInt64 column) const {
         constexpr vlUInt64 byteMask = 0xFF;
         PlaneRun const& run = _context.run;
@@ -98,7 +98,7 @@ class PackedRows {
         return first;
     }
 
-    /// Where a broken row is no failure, it stays as far as it was decoded.
+    /// If the policy accepts a row that cannot be decoded, the row keeps the pixels that were decoded.
     BoolResult acceptBroken(BoolResult const& result) {
         if (result || !zeroesBrokenStrips(_context.policy)) {
             return result;
@@ -123,7 +123,7 @@ class PackedRows {
     bool _bCompressed;
     std::vector<std::byte> _buffer;
     vlUInt64 _nbBroken = 0;   ///< rows
-    std::string _firstBroken; ///< the text of its failure
+    std::string _firstBroken; ///< message of the first failure
 };
 
 } // namespace

@@ -18,7 +18,7 @@ namespace {
 
 using Message = eTiffImageFileMessage;
 
-/// Samples of a pixel of a directory that does not say.
+/// Samples of a pixel if the directory has no SamplesPerPixel tag.
 constexpr std::uint16_t g_unsaidSamples = 3;
 
 } // namespace
@@ -58,7 +58,7 @@ void PlaneContext::warnOfCutNumber() const {
 }
 
 BoolResult PlaneContext::reachMovedDirectory() const {
-    TiffDirectories(pTiff, policy).forget();
+    TiffDirectories(pTiff, policy).invalidate();
     return reachDirectory();
 }
 

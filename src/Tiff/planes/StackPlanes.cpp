@@ -21,10 +21,10 @@ namespace {
 
 using Check = eImageFileCheckMessage;
 
-/// Bytes from `offset` on; zeros, and false, where there are none.
+/// Reads bytes from `offset` on. If the file does not contain them, sets them to zero and returns false.
 bool readBytes(std::fstream& stream, std::optional<vlUInt64> const& offset, void* pBuffer, vlUInt64 nbBytes) {
     constexpr auto largestOffset = static_cast<vlUInt64>(NumericLimits<std::streamoff>::s_max);
-    if (nbBytes > largestOffset) { // no buffer is so large
+    if (nbBytes > largestOffset) { // no buffer is that large
         return false;
     }
     vlUInt64 nbRead = 0;
@@ -39,7 +39,7 @@ bool readBytes(std::fstream& stream, std::optional<vlUInt64> const& offset, void
     return nbRead == nbBytes;
 }
 
-/// Moves a run of a plane of a stack, in pieces where its channels lie side by side.
+/// Reads a run of a plane of a stack; in pieces if its channels are interleaved.
 class StackReader {
   public:
     StackReader(PlaneContext const& context, TargetPlanes const& channels)
@@ -65,7 +65,8 @@ class StackReader {
     }
 
   private:
-    /// Pixels of the run from `done` on; false, and zeros, for those that the file does not have.
+    /// Reads pixels of the run from `done` on. Pixels that the file does not contain are zero, and the result
+    /// is false.
     bool read(vlUInt64 done, vlUInt64 nbPixels, std::byte* pTarget) const {
         vlUInt64 const nbBytes = nbPixels * _stride;
         vlUInt64 const nbRead = _stream.readAt(getOffset(done), pTarget, nbBytes);
@@ -83,7 +84,8 @@ class StackReader {
         return nbRead == nbBytes;
     }
 
-    /// Where a pixel of the run lies in the file; behind the end of every file where 64 bits do not tell.
+    /// Offset of a pixel of the run in the file; if it overflows 64 bits, an offset beyond the end of every
+    /// file.
     vlUInt64 getOffset(vlUInt64 done) const {
         constexpr vlUInt64 nowhere = NumericLimits<vlUInt64>::s_max >> 1U;
         vlUInt64 const planePixels = _context.geometry.getPlanNbPixels();
@@ -126,14 +128,14 @@ BoolResult readStoredPlane(PlaneContext const& context, void* pPixels) {
     FStreamPtr const pStream = openStream(context.path, eIAM_ReadOnly);
     if (!pStream->good()) {
         boost::format text("Can't open the file %s to read the ImageJ slice z=%ld, c=%ld, t=%ld");
-        return failure((text % run.z % run.c % run.t).str()); // throws: one value is missing
+        return failure((text % run.z % run.c % run.t).str()); // throws, because one value is missing
     }
     if (run.pixelStart != 0 || run.nbPixels != context.geometry.getPlanNbPixels()) {
         warn(VELMO_HERE, Check::eIFCM_PartReadElsewhere, run.z, run.c, run.t, context.path.string());
     }
     vlUInt64 const nbBytes = run.nbPixels * getImageBufferBaseSize(context.bufferType);
     auto const fromFirst = checkedMultiply(context.directory, nbBytes);
-    vlUInt64 const first = static_cast<std::uint32_t>((*offsets)[0]); // offsets of such stacks have 32 bits
+    vlUInt64 const first = static_cast<std::uint32_t>((*offsets)[0]); // only the low 32 bits are used
     auto const start = fromFirst ? checkedAdd(first, *fromFirst) : std::nullopt;
     if (!readBytes(*pStream, start, pPixels, nbBytes)) {
         warn(VELMO_HERE, Check::eIFCM_PlaneOutsideFile, run.z, run.c, run.t, context.path.string());

@@ -29,13 +29,13 @@ BoolResult StripReader::run() {
     return result;
 }
 
-/// A channel that pixels do not have is that number of samples behind a pixel's first one: zero behind the
-/// last.
+/// A channel that does not exist in the strip is read from the samples that follow the pixel, and is zero
+/// after the last pixel.
 std::byte* StripReader::providePixels(vlUInt64 nbBytes) {
     return provideBuffer(nbBytes + getLayout().pixelStride);
 }
 
-/// One channel goes straight to its place.
+/// A single channel is read directly into its plane.
 bool StripReader::movePlain(Block const& block) {
     if (getNbChannels() == 1) {
         return getStrips().readPlain(block.strip, getSkip(block), getSize(block),
@@ -51,24 +51,25 @@ bool StripReader::movePlain(Block const& block) {
 
 BoolResult StripReader::moveStrip(Block const& block) {
     BoolResult result = decode(block);
-    if (result || _brokenStrip == eBrokenStrip::Fails) {
+    if (result || _brokenStrip == eBrokenStrip::Fail) {
         return result;
     }
     _firstBroken = ++_nbBroken == 1 ? result.getMessage() : _firstBroken;
     return success();
 }
 
-/// Decodes a strip from its start to the end of the last row that is wanted: codecs know no other start, and
-/// predictors no other end. Of a strip that libtiff decodes in part the rest is zero; of one that it does not
-/// decode, with a wrong checksum say, everything is.
+/// Decodes a strip from its start to the end of the last requested row, because codecs can only start at the
+/// first row and predictors need whole rows. If libtiff decodes a part of the strip, the rest is zero. If it
+/// decodes nothing, for example because of a wrong checksum, everything is zero.
 BoolResult StripReader::decode(Block const& block) {
     StripLayout const& layout = getLayout();
-    bool const bWhole = !failsAtMiscountedParts(getContext().policy) && getStrips().isMiscounted(block.strip);
+    bool const bWhole =
+        !rejectsWrongByteCounts(getContext().policy) && getStrips().hasWrongByteCount(block.strip);
     vlUInt64 const nbStripBytes = layout.getBytesOf(block.strip);
     vlUInt64 const nbBytes =
         bWhole ? nbStripBytes
                : std::min(layout.getBytesOfRows(block.position + block.nbPixels), nbStripBytes);
-    BoolResult held = getStrips().requireRoomFor(block.strip, nbBytes);
+    BoolResult held = getStrips().requireEnoughBytes(block.strip, nbBytes);
     if (!held) {
         fillWithZeros(block);
         return failAtStrip(block.strip, held);
@@ -84,7 +85,7 @@ BoolResult StripReader::decode(Block const& block) {
     if (!bInPlace) {
         spread(pBuffer + getSkip(block), block.nbPixels);
     }
-    return nbDecoded == nbBytes ? success() : failAtStrip(block.strip, failure(getTiffWords()));
+    return nbDecoded == nbBytes ? success() : failAtStrip(block.strip, failure(lastTiffMessage()));
 }
 
 void StripReader::fillWithZeros(Block const& block) const {

@@ -11,7 +11,7 @@ namespace velmo::image::file {
 
 namespace {
 
-/// Channels are picked and merged in blocks that stay in the processor's cache.
+/// Size of the blocks in which channels are separated and merged; it fits into the cache of the processor.
 constexpr vlUInt64 g_blockBytes = 65536;
 
 constexpr vlUInt64 g_largeBuffer = vlUInt64{1} << 20;
@@ -51,7 +51,7 @@ BoolResult StripTransfer::run() {
     return moveBlocks();
 }
 
-bool StripTransfer::runPlainly() {
+bool StripTransfer::runWithoutLibtiff() {
     vlUInt64 const nbPixels = _context.run.nbPixels;
     bool bPlain = nbPixels != 0 && _context.requireFittingDirectory() && getLayout().isCountable() &&
                   _context.requireRunInside();
@@ -87,7 +87,7 @@ BoolResult StripTransfer::moveBlocks() {
     return success();
 }
 
-/// As much of a block as can be moved at once.
+/// The part of a block that can be transferred at once.
 std::optional<StripTransfer::Block> StripTransfer::findPlain(Block const& block) const {
     vlUInt64 const stripPixels = getLayout().getStripPixels();
     vlUInt64 nbStrips = (block.position + block.nbPixels - 1) / stripPixels + 1;

@@ -18,8 +18,9 @@ BoolResult StripWriter::failAtStrip(vlUInt64 strip, BoolResult const& reason) co
     return getContext().failToWriteStrip(strip, reason);
 }
 
-/// One channel is written as it is, whatever part of a strip it covers; others merge with what the file has.
-/// Parts of strips that a file cut short no longer has are left to the way that reads them first.
+/// A single channel is written directly, also to a part of a strip. Several channels are merged with the
+/// pixels of the file. A part of a strip that is not in a truncated file is written by `moveStrip`, which
+/// reads the strip first.
 bool StripWriter::movePlain(Block const& block) {
     bool const bWhole = block.position == 0 && block.nbPixels % getLayout().getStripPixels() == 0;
     if (!bWhole && !getStrips().isInFile(block.strip, getSkip(block), getSize(block))) {
@@ -46,7 +47,7 @@ BoolResult StripWriter::moveStrip(Block const& block) {
         std::byte* const pBuffer = provideBuffer(layout.getStripBytes());
         BoolResult read = bWhole ? success() : readBack(block.strip, nbNeeded, pBuffer);
         if (!read) {
-            static_cast<void>(flush()); // the strips before it are whole; `read` is the error
+            static_cast<void>(flush()); // writes the strips before, which are complete; `read` is the error
             return read;
         }
         merge(pBuffer + getSkip(block), block.nbPixels);
@@ -61,7 +62,7 @@ BoolResult StripWriter::readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* p
     if (!hasFailed(nbRead, nbNeeded) && nbRead >= 0) {
         return success();
     }
-    BoolResult unread = context.failToReadStrip(strip, failure(getTiffWords()));
+    BoolResult unread = context.failToReadStrip(strip, failure(lastTiffMessage()));
     if (hasFailed(nbRead, nbNeeded)) {
         return unread;
     }
@@ -70,18 +71,18 @@ BoolResult StripWriter::readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* p
     return success();
 }
 
-/// Where a strip is not written, libtiff has it where it did not come to lie, and would write that at the
-/// next flush or at the close: the handle goes back to the directory as the file has it.
+/// Writes a strip. After a failure libtiff has stored a wrong offset of the strip and would write it at the
+/// next flush or close. The handle therefore reads the directory again from the file.
 BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 nbNeeded) {
     PlaneContext const& context = getContext();
     vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
-    TiffDirectories(context.pTiff).forgetStrips(directoryOffset);
+    TiffDirectories(context.pTiff).invalidateStrips(directoryOffset);
     BoolResult writable = getStrips().requireWritable(block.strip);
     long const written = writable ? getStrips().write(block.strip, pStrip) : -1;
     bool const bFailed = hasFailed(written, nbNeeded);
     BoolResult result = success();
     if (bFailed || written < 0) {
-        BoolResult const reason = writable ? failure(getTiffFailure(context.pTiff)) : writable;
+        BoolResult const reason = writable ? failure(lastTiffWriteMessage(context.pTiff)) : writable;
         result = bFailed ? failAtStrip(block.strip, reason) : success();
         if (!bFailed) {
             warnOfStrip(block.strip, reason);
@@ -90,7 +91,7 @@ BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 n
         result = flushWhenDue(block);
     }
     if (!result || written < 0) {
-        TiffDirectories(context.pTiff).goBack(directoryOffset);
+        TiffDirectories(context.pTiff).reloadDirectory(directoryOffset);
     }
     return result;
 }
@@ -101,32 +102,34 @@ void StripWriter::warnOfStrip(vlUInt64 strip, BoolResult const& reason) const {
          context.path.string(), reason);
 }
 
-/// A flush writes the places of all strips of the directory: it is done for each strip of a few, and for
-/// several together of many. A strip that is not flushed yet is as it was for every other reader. Where an
-/// unwritten strip is no failure, going back from it must not lose the strips before.
+/// Flushes when it is due. A flush writes the offsets of all strips of the directory. With few strips it is
+/// done for each strip, with many strips for several together. Until the flush other readers see the old
+/// strip. If failed strips are ignored, each strip is flushed, because reading the directory again would lose
+/// unflushed strips.
 BoolResult StripWriter::flushWhenDue(Block const& block) {
     constexpr vlUInt64 nbFlushes = 64;
     ++_nbUnflushed;
-    bool const bDue = isLast(block) || _minusOne == eMinusOne::Ignored ||
+    bool const bDue = isLast(block) || _writeFailure == eWriteFailure::IgnoreMinusOne ||
                       _nbUnflushed * nbFlushes >= TIFFNumberOfStrips(getContext().pTiff);
     return bDue ? flush() : success();
 }
 
-// A strip whose size no longer fits its entry moves the directory, and leaves libtiff on none.
+// If the size of a strip no longer fits its entry, libtiff moves the directory and has no current directory
+// afterwards.
 BoolResult StripWriter::flush() {
     PlaneContext const& context = getContext();
     vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
     _nbUnflushed = 0;
     if (TIFFFlush(context.pTiff) != 1) {
         return fail(eTiffImageFileMessage::eTIFM_FlushError, context.path.string(),
-                    getTiffFailure(context.pTiff));
+                    lastTiffWriteMessage(context.pTiff));
     }
     return TIFFCurrentDirOffset(context.pTiff) == directoryOffset ? success() : context.reachMovedDirectory();
 }
 
 bool StripWriter::hasFailed(long result, vlUInt64 nbNeeded) const {
     if (result < 0) {
-        return _minusOne == eMinusOne::Fails;
+        return _writeFailure == eWriteFailure::Report;
     }
     return static_cast<vlUInt64>(result) < nbNeeded;
 }

@@ -21,8 +21,8 @@ namespace velmo::image::file {
 
 namespace {
 
-/// The strips of the run where the current directory has the shape of the run's directory and libtiff need
-/// not go there.
+/// The strips of the run's directory, if it has the shape of the current one, so that libtiff need not read
+/// it; otherwise empty.
 std::optional<TiffStrips> findPlainStrips(PlaneContext const& context) {
     if (context.pTiff == nullptr || getCompression(context.pTiff) != COMPRESSION_NONE) {
         return std::nullopt;
@@ -37,10 +37,10 @@ std::optional<TiffStrips> findPlainStrips(PlaneContext const& context) {
                   : std::nullopt;
 }
 
-/// Moves a run between plain strips and planes of neighbouring channels from `firstChannel` on. False where
-/// libtiff must go to the directory.
+/// Transfers a run between plain strips and planes of consecutive channels from `firstChannel` on. Returns
+/// false if libtiff must read the directory.
 template <class Transfer, class How, class Planes>
-bool movePlainly(PlaneContext const& context, How how, vlUInt64 firstChannel, Planes const& planes) {
+bool moveWithoutLibtiff(PlaneContext const& context, How how, vlUInt64 firstChannel, Planes const& planes) {
     auto strips = findPlainStrips(context);
     if (!strips) {
         return false;
@@ -49,7 +49,7 @@ bool movePlainly(PlaneContext const& context, How how, vlUInt64 firstChannel, Pl
     for (vlUInt64 index = 0; index < planes.size(); ++index) {
         transfer.addChannel(firstChannel + index, planes[index]);
     }
-    bool const bMoved = transfer.runPlainly();
+    bool const bMoved = transfer.runWithoutLibtiff();
     if (bMoved) {
         context.warnOfCutNumber();
     }
@@ -67,12 +67,12 @@ BoolResult readStrips(PlaneContext const& context, void* pPixels) {
     bool const bZero =
         bInterleaved ? zeroesBrokenChannels(context.policy) : zeroesBrokenStrips(context.policy);
     StripReader reader(context, {context.pTiff, context.getLayout(rowsPerStrip)},
-                       bZero ? eBroken::IsZero : eBroken::Fails);
+                       bZero ? eBroken::FillWithZeros : eBroken::Fail);
     reader.addChannel(bInterleaved ? context.run.c : 0, pPixels);
     return reader.run();
 }
 
-/// The layout of strips that can be written.
+/// Reads RowsPerStrip, without which strips cannot be written. If the tag is missing, closes the handle.
 BoolResult requireRowsPerStrip(PlaneContext const& context, std::uint32_t& rowsPerStrip) {
     auto const found = getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP);
     if (!found) {
@@ -82,10 +82,10 @@ BoolResult requireRowsPerStrip(PlaneContext const& context, std::uint32_t& rowsP
     return success();
 }
 
-/// Writes planes of neighbouring channels from `firstChannel` on.
+/// Writes planes of consecutive channels from `firstChannel` on.
 BoolResult writeChannels(PlaneContext const& context, vlUInt64 firstChannel,
                          std::vector<void const*> const& planes) {
-    if (movePlainly<StripWriter>(context, StripWriter::eMinusOne::Fails, firstChannel, planes)) {
+    if (moveWithoutLibtiff<StripWriter>(context, StripWriter::eWriteFailure::Report, firstChannel, planes)) {
         return success();
     }
     std::uint32_t rowsPerStrip = 0;
@@ -97,7 +97,7 @@ BoolResult writeChannels(PlaneContext const& context, vlUInt64 firstChannel,
         return result;
     }
     StripWriter writer(context, {context.pTiff, context.getLayout(rowsPerStrip)},
-                       StripWriter::eMinusOne::Fails);
+                       StripWriter::eWriteFailure::Report);
     for (vlUInt64 index = 0; index < planes.size(); ++index) {
         writer.addChannel(firstChannel + index, planes[index]);
     }
@@ -111,7 +111,7 @@ BoolResult requireInterleaved(PlaneContext const& context) {
     return context.requireChannels();
 }
 
-/// The first steps of every access to a page.
+/// The first steps of every access to an interleaved page.
 BoolResult reachPage(PlaneContext const& context) {
     BoolResult result = context.requireHandle();
     if (result) {
@@ -139,8 +139,8 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
                    ? readStoredPlane(context, pPixels)
                    : readStackRun(context, {{context.run.c, static_cast<std::byte*>(pPixels)}});
     }
-    if (movePlainly<StripReader>(context, StripReader::eBrokenStrip::Fails,
-                                 context.isInterleaved() ? run.c : 0, std::vector<void*>{pPixels})) {
+    if (moveWithoutLibtiff<StripReader>(context, StripReader::eBrokenStrip::Fail,
+                                        context.isInterleaved() ? run.c : 0, std::vector<void*>{pPixels})) {
         return success();
     }
     result = context.reachDirectory();
@@ -174,7 +174,7 @@ BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImage
         return readStackRun(context, channels);
     }
     bool const bPages = pTiff != nullptr && isInterleavedRgb(pTiff, path);
-    if (bPages && movePlainly<StripReader>(context, StripReader::eBrokenStrip::Fails, 0, planes)) {
+    if (bPages && moveWithoutLibtiff<StripReader>(context, StripReader::eBrokenStrip::Fail, 0, planes)) {
         return success();
     }
     BoolResult result = reachPage(context);
@@ -184,7 +184,7 @@ BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImage
     auto const rowsPerStrip = getTag<std::uint32_t>(pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0);
     using eBroken = StripReader::eBrokenStrip;
     StripReader reader(context, {context.pTiff, context.getLayout(rowsPerStrip)},
-                       zeroesBrokenStrips(policy) ? eBroken::IsZero : eBroken::Fails);
+                       zeroesBrokenStrips(policy) ? eBroken::FillWithZeros : eBroken::Fail);
     for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
         reader.addChannel(channel, planes[channel]);
     }
@@ -201,7 +201,7 @@ BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
         return result;
     }
     StripWriter writer(context, {context.pTiff, context.getLayout(rowsPerStrip)},
-                       StripWriter::eMinusOne::Ignored);
+                       StripWriter::eWriteFailure::IgnoreMinusOne);
     for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
         writer.addChannel(channel, planes[channel]);
     }

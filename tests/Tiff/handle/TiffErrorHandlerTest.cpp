@@ -59,11 +59,11 @@ class TiffErrorHandlerProcess : public TiffTest {
 
 TEST_F(TiffErrorHandlerText, IsAPrefixAndTheFormattedWordsWithoutTheModule) {
     TIFFError("theModule", "row %d of %s", 7, "a strip whose text is longer than the next");
-    EXPECT_EQ(getTiffWords(), "Tiff Error : row 7 of a strip whose text is longer than the next");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : row 7 of a strip whose text is longer than the next");
     TIFFWarning("theModule", "%u%% of %s", 50U, "a plane");
-    EXPECT_EQ(getTiffWords(), "Tiff Warning : 50% of a plane");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Warning : 50% of a plane");
     TIFFError(nullptr, "no module");
-    EXPECT_EQ(getTiffWords(), "Tiff Error : no module");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : no module");
 }
 
 TEST_F(TiffErrorHandlerText, StaysUntilTheNextReport) {
@@ -73,7 +73,7 @@ TEST_F(TiffErrorHandlerText, StaysUntilTheNextReport) {
     }
     writeRawTiff(_path, {greyDirectory()});
     EXPECT_THAT(OpenedTiff(_path).result, Succeeds());
-    EXPECT_EQ(getTiffWords(), "Tiff Error : old");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : old");
 }
 
 TEST_F(TiffErrorHandlerText, IsEmptiedForTheCallingThreadAlone) {
@@ -81,11 +81,11 @@ TEST_F(TiffErrorHandlerText, IsEmptiedForTheCallingThreadAlone) {
     std::thread([] {
         TIFFError("m", "other");
         TiffErrorHandler::getInstance().clearCurrentError();
-        EXPECT_EQ(getTiffWords(), "");
+        EXPECT_EQ(lastTiffMessage(), "");
     }).join();
-    EXPECT_EQ(getTiffWords(), "Tiff Error : mine");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : mine");
     TiffErrorHandler::getInstance().clearCurrentError();
-    EXPECT_EQ(getTiffWords(), "");
+    EXPECT_EQ(lastTiffMessage(), "");
 }
 
 TEST_F(TiffErrorHandlerText, OfAWarningStandsInALaterFailureOfWhichLibtiffSaysNothing) {
@@ -98,7 +98,7 @@ TEST_F(TiffErrorHandlerText, OfAWarningStandsInALaterFailureOfWhichLibtiffSaysNo
 TEST_F(TiffErrorHandlerText, TooLongForItsBufferIsCut) {
     std::string const words = "begins here" + std::string(20000, 'w');
     TIFFError("m", "%s", words.c_str());
-    std::string const text = getTiffWords();
+    std::string const text = lastTiffMessage();
     EXPECT_THAT(text, StartsWith("Tiff Error : "));
     EXPECT_LE(text.size(), 13U + 4096U);
     EXPECT_GE(text.size(), 1000U);
@@ -128,7 +128,7 @@ TEST_F(TiffErrorHandlerText, OfThreadsThatFailAtOnceIsEachThreadsOwn) {
             std::string const words = "Tiff Error : " + file + ": No such file or directory";
             BoolResult const result = OpenedTiff(file).result;
             bool const bOwn = result.getMessage() == "Failed to open tiff image file " + file + "\n" + words;
-            nbOwn += bOwn && getTiffWords() == words ? 1 : 0;
+            nbOwn += bOwn && lastTiffMessage() == words ? 1 : 0;
         }
     });
     EXPECT_EQ(nbOwn, nbThreads * 200);
@@ -149,12 +149,12 @@ TEST(TiffErrorHandlerInstance, InstallsTheHandlersAtItsFirstUseAlone) {
     TiffErrorHandler::getInstance().clearCurrentError();
     TIFFError("m", "counted");
     TIFFWarning("m", "counted");
-    EXPECT_EQ(getTiffWords(), "");
+    EXPECT_EQ(lastTiffMessage(), "");
     EXPECT_EQ(g_nbReports, 2);
     EXPECT_EQ(TIFFSetErrorHandler(errorHandler), countReport);
     EXPECT_EQ(TIFFSetWarningHandler(warningHandler), countReport);
     TIFFError("m", "caught");
-    EXPECT_EQ(getTiffWords(), "Tiff Error : caught");
+    EXPECT_EQ(lastTiffMessage(), "Tiff Error : caught");
 }
 
 TEST_F(TiffErrorHandlerProcess, TheFirstFailureGoesToLibtiffsOutputAndTheSecondIsCaught) {

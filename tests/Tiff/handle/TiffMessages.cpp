@@ -46,8 +46,8 @@ void succeed(std::string const& path) {
 void askOnThreads(std::string const& path) {
     static_cast<void>(openAndClose(path));
     static_cast<void>(openAndClose(path));
-    std::cout << "[" << getTiffWords() << "]\n";
-    std::thread([] { std::cout << "[" << getTiffWords() << "]\n[" << getTiffWords() << "]\n"; }).join();
+    std::cout << "[" << lastTiffMessage() << "]\n";
+    std::thread([] { std::cout << "[" << lastTiffMessage() << "]\n[" << lastTiffMessage() << "]\n"; }).join();
 }
 
 /// Built before the handler and therefore destroyed behind it.
@@ -63,9 +63,9 @@ struct LateFailure {
 void failAtExit(std::string const& /*path*/) {
     static LateFailure late;
     late.bArmed = true;
-    getTiffWords();
+    lastTiffMessage();
     TIFFError("tiff_messages", "before the end");
-    std::cout << "[" << getTiffWords() << "]\n";
+    std::cout << "[" << lastTiffMessage() << "]\n";
 }
 
 void mergeOwnTag(TIFF* pTiff) {

@@ -124,7 +124,7 @@ TEST_F(TiffMessagesMemory, WhateverFailsBehindAFailureNothingIsThrownAndTheHandl
             report(text);
         }) << second;
         report(text);
-        EXPECT_EQ(getTiffWords(), "Tiff Error : strip of " + text) << second;
+        EXPECT_EQ(lastTiffMessage(), "Tiff Error : strip of " + text) << second;
     }
 }
 

@@ -194,7 +194,7 @@ TEST_F(TiffOpeningFailures, NoFailureIsLoggedAndNoneLeavesTheFileOpen) {
 
 TEST_F(TiffOpeningFailures, TheWordsOfAnEarlierFailureStandInOneOfWhichLibtiffSaysNothing) {
     OpenedTiff const missing(_path);
-    std::string const former = getTiffWords();
+    std::string const former = lastTiffMessage();
     EXPECT_THAT(former, testing::EndsWith("No such file or directory"));
     path const second = _folder / "second.tif";
     writeRawTiff(second, {greyDirectory().set(TIFFTAG_SOFTWARE, ascii("VELMO_Library"))});

@@ -71,8 +71,7 @@ TEST_F(CheckedStacks, PlanesComeInTheByteOrderOfThisMachine) {
             EXPECT_THAT(plain.warnings, IsEmpty());
         } else {
             EXPECT_THAT(plain.warnings, ElementsAre("Planes of file " + _path.string() +
-                                                    " are delivered as they lie in the file, in the byte "
-                                                    "order of another machine"));
+                                                    " are not converted to the byte order of this machine"));
         }
     }
 }
@@ -172,7 +171,8 @@ TEST_F(CheckedStacks, APlaneOfACompressedDirectoryCannotBeLocated) {
     directory.tags[TIFFTAG_IMAGEDESCRIPTION] = std::string(g_description);
     directory.pixels = noise(12);
     writeTiff(_path, {directory});
-    expectRefused("The description announces 5 planes, and the pixels of the first directory");
+    expectRefused(
+        "The description announces 5 planes, but the planes behind the first one cannot be located");
     EXPECT_EQ(loadChecked(_path, tolerant()).pixels, directory.pixels);
 }
 
@@ -181,7 +181,8 @@ TEST_F(CheckedStacks, StripsWithGapsDoNotTellWhereFurtherPlanesLie) {
     directory.set(TIFFTAG_ROWSPERSTRIP, shorts({2})).set(TIFFTAG_STRIPBYTECOUNTS, longs({8, 4}));
     directory.set(TIFFTAG_STRIPOFFSETS, longs({g_atPixels, 8})); // the second one in the header
     writeRawTiff(_path, {directory});
-    expectRefused("The description announces 5 planes, and the pixels of the first directory");
+    expectRefused(
+        "The description announces 5 planes, but the planes behind the first one cannot be located");
 }
 
 TEST_F(CheckedStacks, ManyAnnouncedPlanesAreRefusedBeforeMemoryIsAllocated) {
@@ -286,10 +287,10 @@ TEST_F(CheckedStacks, MoreThan65536DirectoriesAreAllRead) {
     Loaded const plain = loadPlainly(_path);
     std::string const wrapped = expected.substr(0, 65536) + expected.substr(0, 3);
     EXPECT_TRUE(plain.pixels == wrapped) << plain.failure;
-    EXPECT_THAT(plain.warnings, ElementsAre("Directory 65536 is taken for directory 0 of file " +
+    EXPECT_THAT(plain.warnings, ElementsAre("Directory 65536 is addressed as directory 0 of file " +
                                                 _path.string() + ": directory numbers have 16 bits",
-                                            HasSubstr("Directory 65537 is taken for directory 1"),
-                                            HasSubstr("Directory 65538 is taken for directory 2")));
+                                            HasSubstr("Directory 65537 is addressed as directory 1"),
+                                            HasSubstr("Directory 65538 is addressed as directory 2")));
 }
 
 TEST_F(CheckedStacks, DirectoriesThatShareAStripLoadInAllCalls) {
@@ -328,17 +329,18 @@ TEST_F(CheckedStacks, APlainOpeningWarnsOfPlanesThatItCannotReadRight) {
                 ElementsAre("Channels of the planes of file " + _path.string() + " are not separated"));
     RawDirectory packed = makeStack();
     packed.set(TIFFTAG_COMPRESSION, shorts({COMPRESSION_LZW}));
-    EXPECT_THAT(warningsOf(packed), ElementsAre(HasSubstr("does not tell where the further planes of file")));
+    EXPECT_THAT(warningsOf(packed), ElementsAre(HasSubstr("cannot be located in file")));
     RawDirectory far = makeStack();
     far.set(TIFFTAG_STRIPOFFSETS, RawField{TIFF_LONG8, {(std::uint64_t{5} << 30) + 7}});
-    EXPECT_THAT(warningsOf(far, true),
-                ElementsAre("The first strip of file " + _path.string() +
-                            " is taken from byte 1073741831 instead of 5368709127: its "
-                            "offset has 32 bits"));
+    EXPECT_THAT(
+        warningsOf(far, true),
+        ElementsAre(
+            "The first strip of file " + _path.string() +
+            " is read from byte 1073741831 instead of 5368709127: only 32 bits of its offset are used"));
     RawDirectory second = greyDirectory();
     writeRawTiff(_path, {makeStack(), second});
     EXPECT_THAT(PolicyFile(_path, eTiffPolicy::Plain).getWarnings(),
-                ElementsAre(HasSubstr("does not tell where the further planes of file")));
+                ElementsAre(HasSubstr("cannot be located in file")));
 }
 
 } // namespace velmo::image::file

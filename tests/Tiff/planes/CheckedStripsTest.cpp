@@ -141,8 +141,8 @@ TEST_F(CheckedStrips, AnInterleavedStripWhoseBytesCannotHoldItsPixelsIsTreatedAl
     writeStrips(_path, makeRgb(1000, 1000, 1000), strips);
     PolicyFile const plain(_path, eTiffPolicy::Plain);
     EXPECT_TRUE(plain.readPlane().pixels == std::string(1000000, '\0'));
-    std::string const reason = "The strip takes " + std::to_string(strips[0].size()) +
-                               " bytes in the file, which cannot hold 3000000 bytes of pixels";
+    std::string const reason = "The strip has " + std::to_string(strips[0].size()) +
+                               " bytes in the file, too few for 3000000 bytes of pixels";
     EXPECT_THAT(plain.getWarnings(), ElementsAre(testing::EndsWith(reason)));
     EXPECT_THAT(PolicyFile(_path, eTiffPolicy::Strict).readPlane().failure, testing::EndsWith(reason));
 }
@@ -194,7 +194,7 @@ TEST_F(CheckedStrips, ARunOfPackedPixelsFromColumn256OnIsInItsPlaceInCallsWithOp
     EXPECT_EQ(plain.read(run).pixels, row.substr(44, 200));
     EXPECT_THAT(plain.getWarnings(),
                 ElementsAre("Packed pixels of directory z=0, c=0, t=0 of file " + _path.string() +
-                            " are read from column 44 instead of 300 on"));
+                            " are read from column 44 instead of column 300"));
 }
 
 TEST_F(CheckedStrips, ABilevelFileWithoutBitsOpensInCallsWithOptions) {

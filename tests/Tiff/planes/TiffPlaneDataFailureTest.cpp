@@ -137,8 +137,8 @@ TEST_F(TiffPlaneDataFailureTest, TheWrongBitsOfADirectoryAreAFailureOfItsStrip) 
     PixelRun const run = planes.wholePlane(1);
     EXPECT_THAT(planes.tryRead(run),
                 FailsInWords(readStripFailed(0, run, _path) +
-                             "The directory has planes of 100 x 200 pixels of 8 bits, the image has 100 x "
-                             "200 of 16"));
+                             "The directory has planes of 100 x 200 pixels of 8 bits, the image has "
+                             "planes of 100 x 200 pixels of 16 bits"));
 }
 
 TEST_F(TiffPlaneDataFailureTest, AWriteBeyondTheSpaceNamesItsStripInLibtiffsWords) {

@@ -16,7 +16,7 @@ constexpr char g_unread = '\xEE';
 
 TiffPtr openPlain(path const& path, char const* mode, std::uint16_t directory) {
     TiffPtr pTiff(TIFFOpen(path.c_str(), mode));
-    EXPECT_NE(pTiff, nullptr) << path << getTiffWords();
+    EXPECT_NE(pTiff, nullptr) << path << lastTiffMessage();
     if (pTiff && directory != 0) {
         EXPECT_EQ(TIFFSetDirectory(pTiff.get(), directory), 1) << directory;
     }

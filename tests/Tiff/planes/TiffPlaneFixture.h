@@ -116,7 +116,7 @@ std::string writeStripFailed(vlUInt64 strip, PixelRun const& run, path const& pa
 /// A failure with that text and, behind it, the words that libtiff has for the calling thread.
 MATCHER_P(FailsInWords, text, "") {
     *result_listener << (arg ? "success" : "failure: ") << arg.getMessage();
-    return !arg && arg.getMessage() == text + getTiffWords();
+    return !arg && arg.getMessage() == text + lastTiffMessage();
 }
 
 /// "success", or the failure's text.

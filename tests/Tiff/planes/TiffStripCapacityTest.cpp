@@ -40,7 +40,8 @@ class TiffStripCapacityTest : public TiffTest {
     bool canHold(vlUInt64 nbBytes) const {
         OpenedTiff const opened(_path);
         EXPECT_THAT(opened.result, Succeeds());
-        return static_cast<bool>(TiffStrips(opened.pTiff, {1000, 1000, 1000, 1}).requireRoomFor(0, nbBytes));
+        return static_cast<bool>(
+            TiffStrips(opened.pTiff, {1000, 1000, 1000, 1}).requireEnoughBytes(0, nbBytes));
     }
 };
 
@@ -48,11 +49,11 @@ class TiffStripCapacityTest : public TiffTest {
 
 TEST(TiffStripJustification, AByteOfTheFileStandsForNoMoreThan4096Bytes) {
     for (vlUInt64 const nbInFile : {vlUInt64(0), vlUInt64(1), vlUInt64(100), vlUInt64(1) << 40U}) {
-        EXPECT_TRUE(isJustified(4096 * nbInFile, nbInFile));
-        EXPECT_TRUE(isJustified(4096 * nbInFile + 4095, nbInFile));
-        EXPECT_FALSE(isJustified(4096 * nbInFile + 4096, nbInFile));
+        EXPECT_TRUE(isPlausibleStripSize(4096 * nbInFile, nbInFile));
+        EXPECT_TRUE(isPlausibleStripSize(4096 * nbInFile + 4095, nbInFile));
+        EXPECT_FALSE(isPlausibleStripSize(4096 * nbInFile + 4096, nbInFile));
     }
-    EXPECT_TRUE(isJustified(0, 0));
+    EXPECT_TRUE(isPlausibleStripSize(0, 0));
 }
 
 TEST_F(TiffStripCapacityTest, AStripOf64KibibytesOrLessIsNotJudged) {
@@ -89,7 +90,7 @@ TEST_F(TiffStripCapacityTest, AnAnnouncedSizeCountsForNoMoreThanTheFile) {
 
 TEST_F(TiffStripCapacityTest, AHandleOfLibtiffAloneIsNotJudged) {
     writeStrip(COMPRESSION_LZW, 1);
-    EXPECT_TRUE(TiffStrips(openPlain(_path).get(), {1000, 1000, 1000, 1}).requireRoomFor(0, 1000000));
+    EXPECT_TRUE(TiffStrips(openPlain(_path).get(), {1000, 1000, 1000, 1}).requireEnoughBytes(0, 1000000));
 }
 
 #ifdef VELMO_TEST_LIMITS_MEMORY

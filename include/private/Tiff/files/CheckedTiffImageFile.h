@@ -9,14 +9,14 @@
 
 namespace velmo::image::file {
 
-/// The accessor behind images of the calls with options: it gives the pixels of the file or fails, or, if it
-/// is tolerant, sets to zero what cannot be read. Its archive record has the class name of its own and keeps
+/// The accessor of images from calls with options. It returns the pixels of the file or fails. If it is
+/// tolerant, it sets pixels that cannot be read to zero. Its archive record has its own class name and stores
 /// whether it is tolerant.
 class CheckedTiffImageFile : public TiffImageFile {
   public:
-    /// Strict, without a file.
+    /// Creates a strict accessor without a file.
     CheckedTiffImageFile();
-    /// Strict or tolerant, without a file.
+    /// Creates a strict or tolerant accessor without a file.
     explicit CheckedTiffImageFile(eTiffPolicy policy);
 
     static unsigned int getVersion();
@@ -33,7 +33,7 @@ class CheckedTiffImageFile : public TiffImageFile {
     void copy(BaseDynamicObject const& other) override;
 
     BoolResult write(BaseOArchive& archive) const override;
-    /// As the base's, but a missing file is a failure under every access mode.
+    /// Like `read` of the base class, but a missing file is an error in every access mode.
     BoolResult read(BaseIArchive& archive) override;
 };
 

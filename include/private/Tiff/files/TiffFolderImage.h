@@ -21,31 +21,33 @@ class TiffImageFile;
 std::vector<boost::filesystem::path> findTiffFilesInDirectory(boost::filesystem::path const& directory,
                                                               std::string const& pattern);
 
-/// Files, at least one, that are to become one image, each read as a volume. Every failure is raised, at
-/// `site`, as VELMOImageFileException.
+/// Joins files, at least one, to one image. Each file is read as a volume. Every error is raised at `site` as
+/// VELMOImageFileException.
 class TiffFolderImage {
   public:
-    /// What of a file must be as in the first one, beside sizes X, Y, C and the colours.
+    /// The properties in which all files must be equal, in addition to sizes X, Y, C and the colours.
     enum class eRule {
-        Volume,  ///< pixel type; one time step; any depth
-        Temporal ///< depth and volume type; any pixel type and number of time steps
+        Volume,  ///< pixel type; each file has one time step; sizes Z may differ
+        Temporal ///< size Z and volume type; pixel types and time steps may differ
     };
 
-    /// The files are read as volumes, whatever the directory mode of the request.
+    /// Keeps a reference to `paths`. The directory mode of the request is ignored: files are read as volumes.
     TiffFolderImage(std::vector<boost::filesystem::path> const& paths, TiffOpenRequest const& request,
                     RaiseSite const& site)
         : _paths(paths), _request(request), _site(site) {
         _request.directoryMode = eTDM_Volume;
     }
 
-    /// Compares every file with the first one, that one included.
+    /// Opens every file and compares it with the first one. The first file is also compared with itself,
+    /// which checks its number of time steps.
     void compare(eRule rule);
-    /// The files as one image, once, after the comparison; it co-owns their open files. Along Z or T, as the
-    /// rule of the comparison has it.
+    /// Creates one image of all files, along Z for `eRule::Volume` and along T for `eRule::Temporal`. Call it
+    /// once, after `compare`. The image shares the ownership of the open files.
     ImagePtr join();
     DiskImagePtr joinOnDisk();
 
-    /// A failure to make an image of all files is raised, at the line that asks.
+    /// If `result` is a failure, raises that the image of all files cannot be created. The exception names
+    /// the line of the caller.
     void requireOutput(BoolResult const& result, char const* file = __builtin_FILE(),
                        unsigned int line = __builtin_LINE()) const;
 
@@ -54,8 +56,7 @@ class TiffFolderImage {
     /// Of the first file.
     std::string const& getUserProperties() const { return _userProperties; }
     GeometricCalibrationConstPtr const& getCalibration() const { return _pCalibration; }
-    /// @}
-    /// Planes along Z of all files.
+    /// Number of planes along Z of all files.
     vlUInt64 getNbPlanes() const { return _nbPlanes; }
 
   private:
@@ -76,7 +77,7 @@ class TiffFolderImage {
     TiffOpenRequest _request;
     RaiseSite _site;
     eRule _rule = eRule::Volume;
-    std::vector<FilePtr> _openFiles; ///< the first files, which stay open for the images
+    std::vector<FilePtr> _openFiles; ///< files that stay open for the image
     bool _bKeepOpen = true;
     ImageGeometryPtr _pReference;
     std::string _userProperties;

@@ -10,10 +10,10 @@
 
 namespace velmo::image::file {
 
-/// A read-only opening by the options of a public call.
+/// Converts the options of a public call into a request to open a file for reading.
 TiffOpenRequest toRequest(TiffReadOptions const& options);
 
-/// A new accessor, without a file, that reads under a policy.
+/// Creates an accessor without a file that reads under a policy.
 boost::shared_ptr<TiffImageFile> createAccessor(eTiffPolicy policy);
 
 } // namespace velmo::image::file

@@ -12,14 +12,14 @@ struct libdeflate_decompressor;
 
 namespace velmo::image::file {
 
-/// Inflates whole strips by libdeflate, in half of the time that zlib takes. libtiff uses it too, but does
-/// not notice there that a strip holds more than is asked for, and leaves bytes unwritten then. For one
-/// thread.
+/// Decodes whole Deflate strips with libdeflate, in half of the time of zlib. libtiff can use libdeflate too,
+/// but if a strip contains more bytes than requested, it leaves bytes of the buffer unwritten without an
+/// error. For one thread at a time.
 class DeflateDecoder {
   public:
-    /// Bytes as they lie in the file, to be filled before `inflate`.
-    std::byte* providePacked(vlUInt64 nbBytes);
-    /// Whether the packed bytes are sound and inflate to exactly `nbBytes` bytes.
+    /// Returns a buffer for the compressed bytes, which the caller fills before `inflate`.
+    std::byte* provideCompressed(vlUInt64 nbBytes);
+    /// Decodes the compressed bytes. Returns whether they are valid and give exactly `nbBytes` bytes.
     bool inflate(void* pBuffer, vlUInt64 nbBytes);
 
   private:

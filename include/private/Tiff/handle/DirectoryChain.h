@@ -15,54 +15,53 @@ namespace velmo::image::file {
 
 class TiffStream;
 
-/// Where the strips of a directory lie in the file, and how many bytes each of them has there.
+/// Offsets and byte counts of the strips of a directory in the file.
 struct StripPlaces {
     std::vector<vlUInt64> offsets;
     std::vector<vlUInt64> byteCounts;
 };
 
-/// The directories of a file in their order, read once and without libtiff.
+/// The directories of a file in their order. They are read once and without libtiff.
 ///
-/// Directories of one *shape* have the same tags with the same values, except for the places of their strips,
-/// page numbers and texts that nothing in this module reads. What libtiff answers about one of them holds for
-/// all of them.
+/// Directories of one *shape* have the same tags with the same values, except for the offsets and byte counts
+/// of their strips, page numbers, and texts that this module does not use. What libtiff returns for one of
+/// them is valid for all of them.
 class DirectoryChain {
   public:
-    /// Offset of a directory; empty where the chain does not reach it.
+    /// Offset of a directory; empty if the chain does not reach it.
     std::optional<vlUInt64> find(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
-    /// Number of directories; for a chain that breaks off, in a loop or outside of the file, as libtiff
-    /// counts.
+    /// Number of directories. If the chain is broken (a loop, or a link outside of the file), the number that
+    /// libtiff counts.
     vlUInt64 count(TIFF* pTiff, TiffStream& stream);
-    /// Whether the chain breaks off: a link leads outside of the file or back to an earlier directory.
+    /// Whether the chain is broken: a link leads outside of the file or back to an earlier directory.
     bool isBroken(TIFF* pTiff, TiffStream& stream);
-    /// Drops what is known: directories may lie elsewhere from now on.
-    void forget();
-    /// Gives no directory a shape from now on, so that libtiff reads each of them: the way to compare with.
-    void leaveToLibtiff();
+    /// Drops all stored directories, because directories may have moved.
+    void invalidate();
+    /// From now on no directory has a shape, so that libtiff reads each of them. Tests compare both ways.
+    void disableShapes();
 
-    /// Takes the shape from the directory at an offset: its strips may lie elsewhere from now on.
-    void forgetStrips(vlUInt64 offset);
-    /// The directory at an offset, among those found so far.
+    /// Removes the shape of the directory at an offset, because its strips may have moved.
+    void invalidateStrips(vlUInt64 offset);
+    /// Index of the directory at an offset; empty if it was not found yet.
     std::optional<vlUInt64> findIndex(vlUInt64 offset) const;
-    /// The number of a found directory's shape; empty for a directory that only libtiff can judge.
+    /// Number of the shape of a directory that was found; empty if it has no shape and libtiff must read it.
     std::optional<vlUInt64> findShape(vlUInt64 index) const;
-    /// The strips of a found directory that has a shape; empty where the file does not hold the lists of
-    /// them.
+    /// Strips of a directory that was found and has a shape; empty if their lists are not in the file.
     std::optional<StripPlaces> readStripPlaces(TIFF* pTiff, TiffStream& stream, vlUInt64 index) const;
-    /// Whether libtiff would accept the strips of a directory without a message, given that it did so for
-    /// `model`, which has the same shape.
-    bool hasSoundStrips(TIFF* pTiff, TiffStream& stream, vlUInt64 index, vlUInt64 model, bool bCompressed,
+    /// Whether libtiff would accept the strips of a directory without a message, if it did so for `model`, a
+    /// directory of the same shape.
+    bool hasValidStrips(TIFF* pTiff, TiffStream& stream, vlUInt64 index, vlUInt64 model, bool bCompressed,
                         vlUInt64 fileSize) const;
 
   private:
-    /// Numbers of an entry.
+    /// The numbers of an entry.
     struct NumberList {
         vlUInt64 place = 0; ///< offset of the first one in the file
-        vlUInt64 only = 0;  ///< the value, of a list of one
+        vlUInt64 only = 0;  ///< the value, if there is only one
     };
     struct Directory {
         vlUInt64 offset;
-        std::size_t shape; ///< index into the shapes; `s_noShape`
+        std::size_t shape; ///< index into `_shapes`, or `s_noShape`
         NumberList stripOffsets;
         NumberList stripByteCounts;
     };
@@ -86,17 +85,17 @@ class DirectoryChain {
     std::vector<Directory> _directories;
     std::unordered_map<vlUInt64, vlUInt64> _indexes; ///< by offset
     std::vector<Shape> _shapes;
-    std::optional<vlUInt64> _link; ///< behind the last directory; empty where it cannot be read
+    std::optional<vlUInt64> _link; ///< offset of the next directory; empty if it cannot be read
     bool _bComparing = true;
     bool _bEnded = false;
     bool _bBroken = false;
     std::optional<vlUInt64> _count;
 };
 
-/// The number of an entry of one number, as the directory at `offset` has it in the file; 0 where it has none
-/// of that tag.
+/// The value of an entry with one number, read from the directory at `offset` of the file; 0 if there is no
+/// such entry.
 vlUInt64 readEntryNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
-/// Whether the directory at `offset` has an entry of a tag in the file.
+/// Whether the directory at `offset` of the file has an entry of a tag.
 bool hasEntry(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 tag);
 
 } // namespace velmo::image::file

@@ -13,23 +13,23 @@ namespace velmo::image::file {
 
 class TiffStream;
 
-/// Goes through the directories behind the current one, to the end of the chain or to a directory that
-/// libtiff cannot read. A directory is read by libtiff unless one of the same shape was read before and
-/// accepted. Afterwards the handle may stand on any directory or on none.
+/// Iterates over the directories after the current one, up to the end of the chain or to a directory that
+/// libtiff cannot read. libtiff reads a directory unless one of the same shape was read before and accepted.
+/// Afterwards the handle has any or no current directory.
 class DirectoryWalk {
   public:
-    /// The handle stands on the first directory.
+    /// The current directory must be the first one.
     explicit DirectoryWalk(TIFF* pTiff);
 
-    /// Goes to the next directory; false behind the last one.
-    bool goOn();
+    /// Goes to the next directory; false after the last one.
+    bool next();
     /// Offset of the last directory that was reached.
     vlUInt64 getOffset() const { return _offset; }
-    /// The number of an accepted directory about which libtiff would answer the same as about this one; the
-    /// handle does not stand on this one then. Empty where libtiff has read this one.
+    /// Index of an accepted directory for which libtiff would return the same values as for this one; this
+    /// one is then not the current directory of the handle. Empty if libtiff has read this one.
     std::optional<vlUInt64> getModel() const { return _model; }
-    /// Accepts the directory that libtiff has read as a model of later ones, unless libtiff reported
-    /// something.
+    /// Accepts the directory that libtiff has read as a model of later ones, unless libtiff reported a
+    /// message for it.
     void accept();
 
   private:
@@ -41,7 +41,7 @@ class DirectoryWalk {
     bool readNext();
 
     TIFF* _pTiff;
-    TiffStream* _pStream; ///< null where libtiff reads each directory
+    TiffStream* _pStream; ///< null if libtiff reads each directory
     vlUInt64 _index = 0;
     vlUInt64 _offset;
     vlUInt64 _fileSize = 0;

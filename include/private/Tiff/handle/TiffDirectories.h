@@ -15,34 +15,34 @@ namespace velmo::image::file {
 
 class TiffStream;
 
-/// How a directory of a handle is reached and counted. What was seen once of a handle that this module opened
-/// is remembered with it, so that all N directories cost N steps; of any other handle libtiff walks the chain
-/// each time. Under the plain policy directories have numbers of 16 bits.
+/// Finds and counts the directories of a handle. For a handle that this module opened, the offsets are stored
+/// with the handle, so that finding all N directories takes N steps. For any other handle libtiff walks the
+/// chain each time. Under the plain policy directory numbers have 16 bits.
 class TiffDirectories {
   public:
     explicit TiffDirectories(TIFF* pTiff, eTiffPolicy policy = eTiffPolicy::Plain);
 
-    /// How many there are.
+    /// Number of directories.
     vlUInt64 count() const;
-    /// Whether the chain breaks off behind as many as `count` says; false for a handle of somebody else.
+    /// Whether the chain is broken after `count` directories; false for a handle that other code opened.
     bool isBroken() const;
-    /// The number by which a directory is addressed.
+    /// The number with which a directory is addressed: `index`, or its low 16 bits under the plain policy.
     vlUInt64 toNumber(vlUInt64 index) const;
-    /// Makes directory `toNumber(index)` the current one, as it stands in the file. A failure has libtiff's
-    /// text, and the handle stands where it stood, if that can still be read.
+    /// Makes directory `toNumber(index)` the current one, as it is in the file. A failure has libtiff's
+    /// message; the handle then returns to its former directory, if that can still be read.
     BoolResult reach(vlUInt64 index) const;
-    /// Goes to the directory at an offset that `TIFFCurrentDirOffset` gave, as it stands in the file: what
-    /// libtiff has in memory and has not written is dropped. Where it cannot be read, or with offset 0, the
-    /// handle stands on none. Either way closing the handle changes nothing; a handle that libtiff leaves
-    /// half way through a directory may crash there.
-    void goBack(vlUInt64 offset) const;
-    /// The strips of directory `toNumber(index)`, given that the current directory has its shape, so that
-    /// libtiff need not go there; empty where it must.
+    /// Makes the directory at an offset from `TIFFCurrentDirOffset` the current one, as it is in the file.
+    /// libtiff's unwritten changes of the current directory are dropped. If the directory cannot be read, or
+    /// with offset 0, the handle has no current directory. In both cases closing the handle changes nothing
+    /// in the file. Without this, closing a handle that libtiff left with a partly read directory can crash.
+    void reloadDirectory(vlUInt64 offset) const;
+    /// Strips of directory `toNumber(index)`, if it has the shape of the current directory, so that libtiff
+    /// need not read it; otherwise empty.
     std::optional<StripPlaces> findStripsLikeCurrent(vlUInt64 index) const;
-    /// Leaves the directory at an offset to libtiff from now on: libtiff may have moved its strips.
-    void forgetStrips(vlUInt64 offset) const;
-    /// Finds the directories anew from now on: libtiff moved one in the file.
-    void forget() const;
+    /// Removes the shape of the directory at an offset, because libtiff may have moved its strips.
+    void invalidateStrips(vlUInt64 offset) const;
+    /// Drops the stored offsets, because libtiff moved a directory in the file.
+    void invalidate() const;
 
   private:
     TIFF* _pTiff;

@@ -11,30 +11,30 @@
 
 namespace velmo::image::file {
 
-/// Guards the texts of TiffErrorHandler and its first use; built at load.
+/// Protects the texts of TiffErrorHandler and its first use; constructed at load.
 struct TiffHandlerMutex {
     static boost::mutex& get();
 };
 
-/// What libtiff says last, for each thread, in place of its output to the console. libtiff's handlers are the
-/// process's: what another user of libtiff in the process provokes is kept here as well.
+/// Stores libtiff's last message for each thread instead of printing it. libtiff's handlers belong to the
+/// whole process: messages that other users of libtiff in the process cause are stored here too.
 ///
-/// Nothing is captured before the first `getInstance`, so what libtiff says of a process's first failure goes
-/// to its default output. A text is never reset by itself: a failure of which libtiff says nothing shows the
-/// thread's last text, however old. Safe from any thread.
+/// Nothing is stored before the first `getInstance`; libtiff prints the message of the first error of the
+/// process. A message is not cleared automatically: if libtiff reports nothing for an error, the last message
+/// of the thread is returned, however old. Thread-safe.
 class TiffErrorHandler {
   public:
     static TiffErrorHandler& getInstance();
 
-    /// Gives libtiff its handlers back.
+    /// Restores libtiff's former handlers.
     ~TiffErrorHandler();
     TiffErrorHandler(TiffErrorHandler const&) = delete;
     TiffErrorHandler& operator=(TiffErrorHandler const&) = delete;
 
-    /// Empties the calling thread's text.
+    /// Clears the calling thread's message.
     void clearCurrentError();
-    /// The calling thread's last text, "Tiff Error : " or "Tiff Warning : " and libtiff's words; empty for a
-    /// thread of which libtiff said nothing.
+    /// The calling thread's last message: "Tiff Error : " or "Tiff Warning : " and libtiff's text; empty if
+    /// there is none.
     std::string getCurrentError() const;
 
   private:
@@ -47,7 +47,7 @@ class TiffErrorHandler {
     mutable std::map<boost::thread::id, std::string> _currentErrors;
 };
 
-/// libtiff's last words on the calling thread.
-std::string getTiffWords();
+/// libtiff's last message on the calling thread. Installs the handlers at its first use.
+std::string lastTiffMessage();
 
 } // namespace velmo::image::file

@@ -10,8 +10,8 @@ using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
-/// Closes a handle at the end of a scope, and makes it null, unless told otherwise. Refers to the caller's
-/// handle. Nothing is thrown from it: what a close throws is logged.
+/// Closes a handle at the end of a scope and sets it to null, unless `disarm` was called. Keeps a reference
+/// to the caller's handle. Never throws: an exception of the close is logged.
 class TiffFileClosure {
   public:
     TiffFileClosure(std::string filePath, TIFF*& pTiff) : _filePath(std::move(filePath)), _pTiff(pTiff) {}

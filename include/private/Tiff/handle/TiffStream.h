@@ -19,23 +19,22 @@ namespace velmo::image::file {
 
 class DirectoryChain;
 
-/// The bytes of an open TIFF file, as libtiff reaches them and as this module does beside it.
+/// The bytes of an open TIFF file. Both libtiff and this module read and write through it.
 ///
-/// The file is not mapped: one that another process cuts short gives short reads. What is written is in the
-/// file at once. Small reads come from a look ahead, which every write and `forgetAhead` drop. For one thread
-/// at a time.
+/// The file is not memory-mapped: if another process truncates it, reads return fewer bytes. Written bytes
+/// are in the file at once. Small reads come from a read-ahead buffer, which every write and
+/// `discardReadAhead` drop. For one thread at a time.
 class TiffStream {
   public:
-    /// A handle over a new stream, which closing the handle closes; null where libtiff or the system refuses,
-    /// with libtiff's words. `mode` is libtiff's: "r", "r+", "w", "w8". A file opened "r+" is not changed
-    /// before `allowWrites`.
+    /// Opens a file and returns its handle; closing the handle closes the stream. Null on failure; libtiff's
+    /// message gives the reason. `mode` is libtiff's: "r", "r+", "w", "w8". A file opened with "r+" cannot be
+    /// changed before `allowWrites`.
     static TIFF* open(boost::filesystem::path const& path, char const* mode);
-    /// Why the system did not open the file of the last `open` of this thread; no error where it did.
+    /// Error of the operating system in this thread's last `open`; none if the system opened the file.
     static std::error_code getOpenError();
-    /// What the system said of the last closing of a file by this thread: some file systems report there what
-    /// they could not write.
+    /// Result of this thread's last close of a file. Some file systems report failed writes only there.
     static BoolResult getCloseResult();
-    /// The stream of a handle that `open` made; null for any other.
+    /// The stream of a handle that `open` created; null for any other handle.
     static TiffStream* find(TIFF* pTiff);
 
     ~TiffStream();
@@ -43,63 +42,63 @@ class TiffStream {
     TiffStream& operator=(TiffStream const&) = delete;
 
     void allowWrites() { _bWritable = true; }
-    void forgetAhead() { _aheadSize = 0; }
+    void discardReadAhead() { _aheadSize = 0; }
     vlUInt64 getSize() const;
 
-    /// As many bytes as there are, at most `nbBytes`.
+    /// Reads at most `nbBytes` bytes. Returns their number, which is smaller at the end of the file.
     vlUInt64 readAt(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
-    /// Error of the last failed read; none at the end of the file. Of a tag that cannot be read libtiff says
-    /// no more than that it is left out.
+    /// Error of the last failed read; none at the end of the file. libtiff does not report why it left out a
+    /// tag that it could not read.
     std::error_code const& getReadError() const { return _readError; }
-    /// Whether libtiff did not get memory that it asked for: it leaves out a tag that it has no memory for,
-    /// and takes a directory for the end of the file.
+    /// Whether libtiff was refused memory. It then leaves out a tag, or takes a directory for the end of the
+    /// file.
     bool wasMemoryRefused() const { return _bMemoryRefused; }
-    /// Errors and warnings of libtiff about this handle.
+    /// Number of libtiff's errors and warnings about this handle.
     vlUInt64 countMessages() const { return _nbMessages; }
-    /// Why libtiff did not see all of the directories that it was to read; no error where it did.
+    /// The reason why libtiff may have left out tags or directories; no error if it has read all.
     std::error_code getMissedError() const;
-    /// Why the system refused the last write, no error where it did not.
+    /// Error of the last write; none if it succeeded.
     std::error_code const& getWriteError() const { return _writeError; }
-    /// As many bytes as the file takes.
+    /// Writes bytes. Returns their number, which is smaller after an error.
     vlUInt64 writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
 
-    /// Has the file system set zeros aside behind the end of the file, whose writing then costs nothing.
-    /// Where it cannot, they are written as any bytes.
+    /// Lets the file system reserve zeros after the end of the file, so that writing them costs no time. If
+    /// that is not possible, the zeros are written like any bytes.
     void reserveZeros(vlUInt64 nbBytes);
-    /// Gives back what was reserved and not written.
+    /// Releases reserved space that was not written.
     void releaseReserved();
 
-    /// For strips that are inflated beside libtiff.
+    /// Decoder for strips that are decoded without libtiff.
     DeflateDecoder& accessDeflateDecoder() { return _deflateDecoder; }
 
-    /// Where the handle's directories lie, as far as that is known.
+    /// Offsets of the handle's directories, as far as they are known.
     DirectoryChain& accessChain() { return *_pChain; }
 
   private:
     explicit TiffStream(bool bWritable);
-    static TIFF* open(boost::filesystem::path const& path, char const* mode, vlUInt64 room);
+    static TIFF* open(boost::filesystem::path const& path, char const* mode, vlUInt64 smallestLimit);
     static TIFF* openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
-                            char const* mode, vlUInt64 room);
+                            char const* mode, vlUInt64 smallestLimit);
     vlUInt64 readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
-    bool takeAsReserved(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
+    bool coverWithReservedZeros(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
 
     struct ClientProcedures;
 
     int _descriptor = -1;
     bool _bWritable;
-    vlUInt64 _position = 0; ///< libtiff's
+    vlUInt64 _position = 0; ///< of libtiff
     std::error_code _readError;
     std::error_code _writeError;
     bool _bMemoryRefused = false;
     vlUInt64 _nbMessages = 0;
 
-    /// Enough for a directory with its arrays, so that one read brings a whole one. Nothing is allocated
-    /// where libtiff reads: it does not stand exceptions.
+    /// Large enough to read a directory and its arrays at once. The buffer is not allocated on demand,
+    /// because libtiff calls the reads and does not support exceptions.
     std::array<std::byte, 8192> _ahead;
     vlUInt64 _aheadOffset = 0;
     vlUInt64 _aheadSize = 0;
 
-    // Zeros that no write has reached yet; as long as nothing lies behind them, the file ends before them.
+    // Reserved zeros that were not written yet. If nothing follows them, the file ends before them.
     vlUInt64 _reservedStart = 0;
     vlUInt64 _reservedEnd = 0;
 
@@ -107,7 +106,8 @@ class TiffStream {
     DeflateDecoder _deflateDecoder;
 };
 
-/// libtiff's text for the calling thread, and why the system refused the last write to the file.
-std::string getTiffFailure(TIFF* pTiff);
+/// libtiff's message of the calling thread, followed by the operating system's error of the last write to the
+/// file, if any.
+std::string lastTiffWriteMessage(TIFF* pTiff);
 
 } // namespace velmo::image::file

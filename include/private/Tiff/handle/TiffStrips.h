@@ -15,7 +15,7 @@ namespace velmo::image::file {
 
 class TiffStream;
 
-/// How a plane is cut into strips.
+/// How a plane is divided into strips.
 struct StripLayout {
     vlUInt64 sizeX;
     vlUInt64 sizeY;
@@ -25,51 +25,52 @@ struct StripLayout {
     vlUInt64 getNbPixels() const { return sizeX * sizeY; }
     vlUInt64 getStripPixels() const { return sizeX * rowsPerStrip; }
     vlUInt64 getStripBytes() const { return getStripPixels() * pixelStride; }
-    /// Fewer of the last strip than of the others.
+    /// Bytes of a strip. The last strip may have fewer than the others.
     vlUInt64 getBytesOf(vlUInt64 strip) const;
-    /// The end of the row in which a strip's pixel before `nbPixels` lies, in bytes.
+    /// Bytes from the start of a strip to the end of the row of its pixel `nbPixels` - 1.
     vlUInt64 getBytesOfRows(vlUInt64 nbPixels) const;
-    /// Whether every number above fits in 64 bits with room to spare.
+    /// Whether none of the numbers above overflows 64 bits.
     bool isCountable() const;
 };
 
-/// Strips of the current directory of a handle, which stays the same as long as this lives.
+/// Strips of the current directory of a handle. The directory must not change during the lifetime of the
+/// object.
 ///
-/// Strips that lie in the file as pixels lie in memory ("plain": not compressed, not swapped) can be moved
-/// directly, several at once where they lie one behind the other. What fails that way is to be repeated strip
-/// by strip through libtiff, which knows the words for it.
+/// A plain strip is stored as its pixels are in memory: not compressed, and in the byte order of the machine.
+/// Plain strips can be transferred directly, several at once if they are contiguous. If a direct transfer
+/// fails, the caller repeats it strip by strip through libtiff, which reports errors.
 class TiffStrips {
   public:
     TiffStrips(TIFF* pTiff, StripLayout const& layout);
-    /// The strips of another directory, of the shape of the current one, at its places: for direct moves of
-    /// plain strips alone.
+    /// Strips of another directory that has the shape of the current one, at the given places. Only for
+    /// direct transfers of plain strips.
     TiffStrips(TIFF* pTiff, StripLayout const& layout, StripPlaces places);
 
     StripLayout const& getLayout() const { return _layout; }
 
-    /// Number of plain strips that lie one behind the other from `strip` on, at most `nbWanted`.
+    /// Number of contiguous plain strips from `strip` on, at most `nbWanted`.
     vlUInt64 countPlain(vlUInt64 strip, vlUInt64 nbWanted) const;
-    /// Reads or writes bytes of plain strips from byte `skip` of `strip` on. False, and no strip counts as
-    /// plain any more, where that does not move them all.
+    /// Reads or writes bytes of plain strips, from byte `skip` of `strip` on. If not all bytes are
+    /// transferred, it returns false, and from then on no strip counts as plain.
     bool readPlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void* pBuffer);
     bool writePlain(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes, void const* pBuffer);
-    /// Whether the file reaches to the end of bytes of plain strips.
+    /// Whether these bytes of plain strips are inside the file.
     bool isInFile(vlUInt64 strip, vlUInt64 skip, vlUInt64 nbBytes) const;
 
-    /// Decodes the first `nbBytes` bytes of a strip; as many as libtiff says, less than 0 for none.
+    /// Decodes the first `nbBytes` bytes of a strip. Returns their number according to libtiff, or less than
+    /// 0 after an error.
     long read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;
-    /// Replaces a strip. `pBuffer` holds a whole one; what lies behind the last row of the plane is left out
-    /// where the strip in the file has no room for it. A compressed strip comes to lie behind the one before
-    /// it. The strip must be writable. Result as of `read`.
+    /// Replaces a strip. `pBuffer` contains a whole strip. Rows after the last row of the plane are omitted
+    /// if the strip in the file has no room for them. A compressed strip is always stored behind the strip
+    /// before it. The strip must be writable. Returns a number of bytes like `read`.
     long write(vlUInt64 strip, void const* pBuffer) const;
 
-    /// Whether the file says of an uncompressed strip that it has another number of bytes than its pixels
-    /// take.
-    bool isMiscounted(vlUInt64 strip) const;
-    /// Fails, with a reason for a message, where a strip cannot hold so many bytes by what it takes in the
-    /// file.
-    BoolResult requireRoomFor(vlUInt64 strip, vlUInt64 nbBytes) const;
-    /// Fails, with a reason for a message, where `write` would have libtiff add a strip or guess its place.
+    /// Whether an uncompressed strip has another number of bytes in the file than its pixels need.
+    bool hasWrongByteCount(vlUInt64 strip) const;
+    /// Fails, with a reason for a message, if a strip cannot contain `nbBytes` bytes of pixels, judging by
+    /// its bytes in the file.
+    BoolResult requireEnoughBytes(vlUInt64 strip, vlUInt64 nbBytes) const;
+    /// Fails, with a reason for a message, if libtiff would add a strip or guess its offset in `write`.
     BoolResult requireWritable(vlUInt64 strip) const;
 
   private:
@@ -86,16 +87,16 @@ class TiffStrips {
     TIFF* _pTiff;
     TiffStream* _pStream;
     StripLayout _layout;
-    std::optional<StripPlaces> _places; ///< of another directory than the current one
+    std::optional<StripPlaces> _places; ///< set for another directory than the current one
     bool _bCompressed;
     bool _bDeflate;
     bool _bWritable;
     bool _bPlain;
-    bool _bInflates; ///< whole strips, beside libtiff
+    bool _bInflates; ///< whether whole strips are decoded without libtiff
 };
 
-/// While it lives, Deflate strips are decoded by zlib. libtiff's other choice leaves bytes unwritten, without
-/// a failure, where a strip holds more than is asked for.
+/// During its lifetime libtiff decodes Deflate strips with zlib. Its other decoder leaves bytes unwritten,
+/// without an error, if a strip contains more bytes than requested.
 class ZlibDecoding {
   public:
     ZlibDecoding(TIFF* pTiff, bool bWanted);
@@ -109,10 +110,10 @@ class ZlibDecoding {
     bool _bSet = false;
 };
 
-/// Whether a strip that takes so many bytes in the file can be so large.
-bool isJustified(vlUInt64 nbBytes, vlUInt64 nbBytesInFile);
+/// Whether a strip of `nbBytesInFile` bytes in the file can contain `nbBytes` bytes of pixels.
+bool isPlausibleStripSize(vlUInt64 nbBytes, vlUInt64 nbBytesInFile);
 
-/// Whether the current directory is compressed by Deflate, under either of its codes.
+/// Whether the current directory is compressed with Deflate, under either of its codes.
 bool isDeflate(TIFF* pTiff);
 
 } // namespace velmo::image::file

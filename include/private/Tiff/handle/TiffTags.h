@@ -18,9 +18,9 @@
 
 namespace velmo::image::file {
 
-/// The value of a tag of the current directory; empty where the directory does not have it. `Value` must be
-/// the very type that libtiff gives for the tag. Throws `std::bad_alloc` for a tag that the directory has and
-/// whose text or array libtiff has not, which is so where it found no memory for it.
+/// Returns the value of a tag of the current directory; empty if the directory does not have the tag. `Value`
+/// must be exactly the type that libtiff returns for the tag. Throws `std::bad_alloc` if the directory has
+/// the tag but libtiff had no memory for its text or array.
 template <class Value>
 std::optional<Value> getTag(TIFF* pTiff, std::uint32_t tag) {
     Value value = {};
@@ -36,10 +36,10 @@ std::optional<Value> getTag(TIFF* pTiff, std::uint32_t tag) {
 }
 
 inline BoolResult failToGetTag(char const* tagName, boost::filesystem::path const& path) {
-    return fail(eTiffImageFileMessage::eTIFM_GetTagError, tagName, path.string(), getTiffWords());
+    return fail(eTiffImageFileMessage::eTIFM_GetTagError, tagName, path.string(), lastTiffMessage());
 }
 
-/// How the current directory's strips are compressed; one that does not say so has them as they are.
+/// Compression of the current directory; none if the directory has no Compression tag.
 inline std::uint16_t getCompression(TIFF* pTiff) {
     return getTag<std::uint16_t>(pTiff, TIFFTAG_COMPRESSION).value_or(COMPRESSION_NONE);
 }
@@ -49,21 +49,21 @@ inline bool hasUsualFillOrder(TIFF* pTiff) {
     return getTag<std::uint16_t>(pTiff, TIFFTAG_FILLORDER).value_or(FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB;
 }
 
-/// Bits of a sample of the current directory; empty where it does not say and has to.
+/// Bits of a sample of the current directory; empty if the tag is missing and the policy requires it.
 inline std::optional<std::uint16_t> findBitsPerSample(TIFF* pTiff, eTiffPolicy policy) {
     auto const bits = getTag<std::uint16_t>(pTiff, TIFFTAG_BITSPERSAMPLE);
     return bits || requiresBitsPerSample(policy) ? bits : std::optional<std::uint16_t>(1);
 }
 
-/// The failure of a directory whose channels are none that are supported. Numbers of a directory go into
-/// messages with libtiff's 16 bits, signed.
+/// Returns the failure of a directory with unsupported channels. Numbers of a directory appear in messages as
+/// libtiff's signed 16 bits.
 inline BoolResult failForChannels(std::uint16_t photometric, vlUInt64 samples,
                                   boost::filesystem::path const& path) {
     return fail(eTiffImageFileMessage::eTIFM_UnsupportedPhotometric, static_cast<short>(photometric),
                 static_cast<short>(samples), path.string());
 }
 
-/// The value of a tag that the current directory must have; `tagName` is for the message.
+/// Reads a tag that the current directory must have. `tagName` is for the message.
 template <class Value>
 BoolResult requireTag(TIFF* pTiff, std::uint32_t tag, char const* tagName,
                       boost::filesystem::path const& path, Value& value) {
@@ -75,16 +75,16 @@ BoolResult requireTag(TIFF* pTiff, std::uint32_t tag, char const* tagName,
     return success();
 }
 
-/// What a module's own file says of itself in TIFFTAG_SOFTWARE; built at load.
+/// The value of TIFFTAG_SOFTWARE in files of this library; constructed at load.
 struct VelmoSoftware {
     static std::string const& get();
 };
 
-/// The tag of the caller's text, of which libtiff must be told before a file is opened.
+/// The tag of the user properties. libtiff must know it before a file is opened.
 constexpr std::uint32_t g_userPropertiesTag = 65000;
 
-/// Tells libtiff of the user properties tag, once in the process; any file that libtiff opens from then on
-/// knows the tag.
+/// Registers the user properties tag with libtiff, once in the process. All files that libtiff opens later
+/// know the tag.
 void TIFFInitializeExtend();
 
 } // namespace velmo::image::file

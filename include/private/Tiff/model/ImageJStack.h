@@ -15,31 +15,32 @@ namespace velmo::image::file {
 
 class TiffDirectories;
 
-// A stack as ImageJ writes it: the description of its only directory announces more planes, which follow the
-// first one in the file without gap.
+// A single-directory ImageJ stack: the description of the only directory announces more planes, which follow
+// the first one in the file without gaps.
 
-/// The number of planes that the current directory's description announces; `NumericLimits<vlUInt64>::s_max`
-/// where it announces none. Throws what `std::stoi` throws for a number that is none.
+/// Number of planes that the current directory's description announces; `NumericLimits<vlUInt64>::s_max` if
+/// it announces none. Throws what `std::stoi` throws if the number is invalid.
 vlUInt64 extractNbPagesFromIJDescription(TIFF* pTiff);
 
-/// Larger numbers were negative in the description.
+/// Larger numbers result from negative numbers in the description.
 constexpr vlUInt64 g_largestAnnouncement = NumericLimits<int>::s_max;
 
-/// Where the planes are that a description announces beyond the directories.
+/// The planes that a description announces in addition to the directories.
 struct FurtherPlanes {
-    std::optional<vlUInt64> nbStacked; ///< planes from the first one on; empty where they cannot be located
-    vlUInt64 nbHeld;                   ///< planes of the file: these, or else the directories
+    std::optional<vlUInt64> nbStacked; ///< planes from the first one on; empty if they cannot be located
+    vlUInt64 nbHeld; ///< planes of the file: `nbStacked`, otherwise the number of directories
 };
-/// Empty where the directories are the planes: none is announced beyond them, the number cannot be used, or
-/// the chain of directories breaks off, whose first one is then not that of a stack.
+/// Empty if the directories are the planes: no further plane is announced, the number is invalid, or the
+/// chain of directories is broken, so that the file is not a single-directory stack.
 std::optional<FurtherPlanes> findFurtherPlanes(TIFF* pTiff, vlUInt64 nbAnnounced,
                                                TiffDirectories const& directories);
 
-/// Whether the planes of a file are those of a stack, its handle standing on any directory.
+/// Whether the planes of a file are those of a stack. The handle may have any current directory.
 bool isImageJStack(TIFF* pTiff, BaseImageGeometry const& geometry, eTiffPolicy policy);
 
-/// How many whole planes of the current directory's size the file holds from its first strip on; empty where
-/// the directory stores pixels in a way that does not tell where further planes lie.
+/// Number of whole planes of the current directory's size that the file contains from its first strip on;
+/// empty if further planes cannot be located, because the directory is compressed, tiled, packed in bits or
+/// has strips with gaps.
 std::optional<vlUInt64> countStackPlanes(TIFF* pTiff);
 
 } // namespace velmo::image::file

@@ -19,8 +19,9 @@ using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
-/// Takes a file of another maker apart, tag by tag and directory by directory. The handle stands on the first
-/// directory; afterwards on the last one read, or still on the first of an ImageJ stack.
+/// Interprets a file that this library did not write, tag by tag and directory by directory. The current
+/// directory must be the first one. Afterwards it is the last one read; for an ImageJ stack it is still the
+/// first one.
 class TiffForeignFile {
   public:
     TiffForeignFile(TIFF* pTiff, boost::filesystem::path const& path, eImageAccessMode accessMode,
@@ -28,17 +29,18 @@ class TiffForeignFile {
         : _pTiff(pTiff), _path(path), _accessMode(accessMode), _directoryMode(directoryMode),
           _bufferMode(bufferMode), _policy(policy) {}
 
-    /// What the host refuses is thrown as it comes; so is a description whose number is none.
+    /// Reads geometry and calibration. Throws if the host rejects the geometry, or if the number in an ImageJ
+    /// description is invalid.
     BoolResult read(ImageGeometryPtr& pGeometry, GeometricCalibrationPtr& pCalibration);
 
   private:
-    // What the walk found. The first directory is the reference for all others.
+    // What the directories contain. All directories are compared with the first one.
     struct Walk {
         ColorGeometry color;
         std::uint32_t sizeX = 0;
         std::uint32_t sizeY = 0;
         eImageBufferType bufferType = eIBT_None;
-        std::vector<eImageBufferType> bufferTypes; ///< one for each directory; empty of an ImageJ stack
+        std::vector<eImageBufferType> bufferTypes; ///< one for each directory; empty for an ImageJ stack
         vlUInt64 nbPlanes = 0;
         bool bHomogeneous = true;
     };
@@ -51,8 +53,8 @@ class TiffForeignFile {
     void warnOfStoredPlanes(vlUInt64 nbDirectories) const;
     BoolResult takeFurtherPlanes(vlUInt64 nbAnnounced, FurtherPlanes const& further);
     template <class... Arguments>
-    BoolResult acceptDamage(RaiseSite const& site, eImageFileCheckMessage::domain id,
-                            Arguments const&... arguments) const;
+    BoolResult warnOrFail(RaiseSite const& site, eImageFileCheckMessage::domain id,
+                          Arguments const&... arguments) const;
     BoolResult walkDirectories();
     BoolResult checkFurtherDirectory();
     BoolResult addPlane(eImageBufferType bufferType);
@@ -72,7 +74,7 @@ class TiffForeignFile {
     Walk _walk;
 };
 
-/// Whether a directory is one that can be a plane. A reduced image or a mask is refused; an orientation other
+/// Checks whether a directory can be a plane. A reduced image or a mask is rejected. An orientation other
 /// than top left is logged as a warning.
 BoolResult checkTiffDirectory(TIFF* pTiff, boost::filesystem::path const& path);
 

@@ -23,16 +23,16 @@ struct TiffOpenRequest {
     eTiffPolicy policy = eTiffPolicy::Plain;
 };
 
-/// What an opening finds. The handle is the caller's, who closes it.
+/// The result of an opening. The caller owns the handle and closes it.
 struct TiffContents {
     TIFF* pTiff = nullptr;
     ImageGeometryPtr pGeometry;
-    GeometricCalibrationPtr pCalibration; ///< null where the file has none
-    std::string userProperties;           ///< of a file of this module alone
-    bool bHasUserProperties = false;      ///< whether it is such a file
+    GeometricCalibrationPtr pCalibration; ///< null if the file has none
+    std::string userProperties;           ///< only for a file of this library
+    bool bHasUserProperties = false;      ///< whether it is a file of this library
 };
 
-/// `openTiffFile` under any policy. After a failure `opened` is empty, and the file is as it was.
+/// Opens a file under any policy. After a failure `opened` is empty, and the file is unchanged.
 BoolResult openTiff(boost::filesystem::path const& path, TiffOpenRequest const& request,
                     TiffContents& opened);
 

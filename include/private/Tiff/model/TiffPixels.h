@@ -13,35 +13,36 @@ class BaseImageGeometry;
 
 namespace file {
 
-/// What samples of that size and format are; `eIBT_None` for what is not supported.
+/// Pixel type of samples of this size and format; `eIBT_None` if they are not supported.
 eImageBufferType toImageBufferType(short bitsPerSample, short sampleFormat,
                                    eTiffBufferMode const& bufferMode);
 
-/// What several samples in a pixel are; empty for what is not supported.
+/// Colours of pixels with several samples; `bInit` is false if they are not supported.
 struct FoundColor {
     bool bInit = false;
     ColorGeometry color;
 };
 FoundColor retrieveColorGeometry(short photometric, short samplesPerPixel);
 
-/// Whether a geometry's channels lie side by side in one directory.
+/// Whether the channels of a geometry are interleaved in one directory.
 bool isInterleavedColor(BaseImageGeometry const& geometry);
 
-/// The buffer type of the planes of a time step; of one outside of the geometry, the geometry's.
+/// Pixel type of the planes of a time step; for a time step outside of the geometry, that of the geometry.
 eImageBufferType getPlaneBufferType(BaseImageGeometry const& geometry, vlUInt64 t);
 
-/// The directory of a plane: z varies fastest, then c unless the channels share a directory, then t.
+/// Index of the directory of a plane: z changes fastest, then c unless the channels share a directory, then
+/// t.
 vlUInt64 toDirectoryIndex(BaseImageGeometry const& geometry, vlUInt64 z, vlUInt64 c, vlUInt64 t);
 
-/// Bytes of a sample. A buffer type without pixels is raised at `site` as VELMOImageFileException.
+/// Bytes of a sample. A pixel type without bytes is raised at `site` as VELMOImageFileException.
 unsigned int getSampleWidth(eImageBufferType const& bufferType, RaiseSite const& site);
 
-/// Copies sample `channelIdx` of each of `nbPixels` pixels of `nbChannels` samples to a plane. Throws
-/// VELMOImageFileException for a buffer type without pixels.
+/// Copies one channel of interleaved pixels to a plane: sample `channelIdx` of `nbPixels` pixels of
+/// `nbChannels` samples each. Throws VELMOImageFileException for a pixel type without bytes.
 void colorToPlan(eImageBufferType const& bufferType, vlUInt64 nbChannels, vlUInt64 channelIdx,
                  vlUInt64 nbPixels, void const* pColorData, void* pPlanData);
 
-/// The converse; the other samples of the pixels keep their values.
+/// Copies a plane into one channel of interleaved pixels. The other samples keep their values.
 void planToColor(eImageBufferType const& bufferType, vlUInt64 nbChannels, vlUInt64 channelIdx,
                  vlUInt64 nbPixels, void const* pPlanData, void* pColorData);
 

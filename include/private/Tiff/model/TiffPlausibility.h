@@ -13,10 +13,10 @@ using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
-/// Fails where a file cannot hold what it announces, asked before anything is allocated for it. Refused is an
-/// image many times larger than its file whose pixels are not compressed and not all in the file, directories
-/// sharing strips or not, and one whose RGB pixels have other than 3 or 4 channels; a file that merely breaks
-/// off is not. The handle may stand on another directory afterwards.
+/// Checks whether a file can contain the pixels that it announces; called before anything is allocated. It
+/// rejects an uncompressed image that is more than 16 times larger than its file, unless all its strips are
+/// in the file; directories may share strips. It also rejects RGB pixels with other than 3 or 4 channels. A
+/// file that is merely truncated passes. Afterwards the current directory may be another one.
 BoolResult requirePlausible(TIFF* pTiff, boost::filesystem::path const& path,
                             BaseImageGeometry const& geometry, eTiffPolicy policy, bool bInterleaved);
 

@@ -13,20 +13,21 @@ using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
-// What a file of this module says of itself, in a binary archive within its first directory.
+// The geometry and calibration that a file of this library stores, as a binary archive in its first
+// directory.
 
-/// Whether the current directory names this module as the file's maker.
+/// Whether the current directory names this library as the software that made the file.
 bool isOwnFile(TIFF* pTiff);
 
-/// The bytes of the archive.
+/// Creates the bytes of the archive.
 std::string toStoredGeometry(BaseImageGeometry const& geometry,
                              GeometricCalibrationConstPtr const& pCalibration);
 
-/// Reads the archive. What the archive refuses is thrown as it comes.
+/// Reads the archive. Exceptions of the archive are not caught.
 BoolResult readStoredGeometry(TIFF* pTiff, boost::filesystem::path const& path, ImageGeometryPtr& pGeometry,
                               GeometricCalibrationPtr& pCalibration);
 
-/// The caller's text in a file of this module; empty where there is none.
+/// User properties in a file of this library; empty if there are none.
 std::string readUserProperties(TIFF* pTiff);
 
 } // namespace velmo::image::file

@@ -12,11 +12,11 @@
 
 namespace velmo::image::file {
 
-/// Writes strips of zeros to new directories of one file. Zeros that are compressed are the same bytes each
-/// time: each size is encoded once.
+/// Writes strips of zeros to new directories of one file. Compressed zeros are always the same bytes; the
+/// class encodes each size once.
 class ZeroStrips {
   public:
-    /// Fills the directory that is being made. False where a strip did not come out whole.
+    /// Writes all strips of the new directory. Returns false if a strip was not written completely.
     bool write(TIFF* pTiff, StripLayout const& layout);
 
   private:
@@ -25,7 +25,7 @@ class ZeroStrips {
     std::byte* provideZeros(vlUInt64 nbBytes);
 
     std::vector<std::byte> _zeros;
-    std::map<vlUInt64, std::vector<std::byte>> _encoded; ///< by the bytes that they stand for
+    std::map<vlUInt64, std::vector<std::byte>> _encoded; ///< by their uncompressed size
 };
 
 } // namespace velmo::image::file

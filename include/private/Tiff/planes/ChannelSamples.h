@@ -19,15 +19,15 @@ struct ChannelPlane {
 using TargetPlanes = std::vector<ChannelPlane<std::byte>>;
 using SourcePlanes = std::vector<ChannelPlane<std::byte const>>;
 
-// `nbPixels` pixels of `nbChannels` samples each move between `pPixels` and the planes, there from the sample
-// at `offset` on, in bytes. All channels in their order move in one pass, several times as fast as one
-// channel after the other. Buffers need no alignment and must not overlap. A buffer type without pixels is
-// raised as VELMOImageFileException.
+// These functions copy samples between `nbPixels` interleaved pixels of `nbChannels` samples at `pPixels` and
+// planes, where they begin at `offset` bytes. All channels in their order are copied in one pass, several
+// times as fast as one channel after the other. Buffers need no alignment and must not overlap. A pixel type
+// without bytes is raised as VELMOImageFileException.
 
 void splitPixels(eImageBufferType bufferType, vlUInt64 nbChannels, vlUInt64 nbPixels,
                  std::byte const* pPixels, TargetPlanes const& planes, vlUInt64 offset);
 
-/// Samples of other channels keep their values.
+/// Writes samples of planes into pixels; samples of other channels keep their values.
 void mergePixels(eImageBufferType bufferType, vlUInt64 nbChannels, vlUInt64 nbPixels,
                  SourcePlanes const& planes, vlUInt64 offset, std::byte* pPixels);
 

@@ -10,8 +10,8 @@ namespace velmo::image::file {
 
 struct PlaneContext;
 
-/// Reads the context's run from rows of packed bits of the current directory, as one byte of 0 or 1 for each
-/// pixel.
+/// Reads the context's run from rows of 1-bit samples of the current directory. Each pixel is returned as one
+/// byte of 0 or 1.
 BoolResult readPackedRows(PlaneContext const& context, std::byte* pPixels);
 
 } // namespace velmo::image::file

@@ -19,7 +19,7 @@ namespace velmo::image::file {
 
 struct StripLayout;
 
-/// What every step of an access to a plane knows, and the failures that they share.
+/// The arguments of one access to a plane, and the failures that its steps share.
 struct PlaneContext {
     /// One channel of a run, or all channels of an interleaved page.
     enum class eScope { Plane, Page };
@@ -28,40 +28,40 @@ struct PlaneContext {
                  BaseImageGeometry const& givenGeometry, PlaneRun const& givenRun, eTiffPolicy givenPolicy,
                  eScope scope);
 
-    TIFF*& pTiff; ///< null once a failure closed it
+    TIFF*& pTiff; ///< null after a failure that closed it
     boost::filesystem::path const& path;
     BaseImageGeometry const& geometry;
     PlaneRun run;
     eTiffPolicy policy;
     eImageBufferType bufferType;
     vlUInt64 directory;  ///< not cut to 16 bits
-    vlUInt64 nbChannels; ///< side by side in a strip
+    vlUInt64 nbChannels; ///< interleaved in a strip
 
-    /// Fails where an earlier failure closed the handle.
+    /// Fails if an earlier failure closed the handle.
     BoolResult requireHandle() const;
-    /// Makes the run's directory the current one.
+    /// Makes the directory of the run the current one.
     BoolResult reachDirectory() const;
-    /// Logs a warning where the directory that was reached is another one, since directory numbers have 16
-    /// bits.
+    /// Logs a warning if another directory was reached because directory numbers have 16 bits.
     void warnOfCutNumber() const;
-    /// The same after libtiff moved a directory in the file.
+    /// Makes the directory of the run the current one, after libtiff moved a directory in the file.
     BoolResult reachMovedDirectory() const;
-    /// Fails, with a reason for a message, unless the plane has all pixels of the run.
+    /// Fails, with a reason for a message, unless all pixels of the run are inside the plane.
     BoolResult requireRunInside() const;
     /// Whether the channels share a directory.
     bool isInterleaved() const { return nbChannels != 1; }
-    /// Fails where the channels share a directory, unless its pixels have that many samples, 3 or 4.
+    /// For interleaved channels: fails unless the current directory has that many samples for each pixel, 3
+    /// or 4.
     BoolResult requireChannels() const;
-    /// The layout of the current directory's strips; `rowsPerStrip` as the directory says it.
+    /// Layout of the current directory's strips; `rowsPerStrip` is the value of the tag.
     StripLayout getLayout(vlUInt64 rowsPerStrip) const;
     /// Fails, with a reason for a message, unless the current directory has the sizes of the geometry and
     /// samples of `nbBits` bits.
     BoolResult requireDirectoryOf(unsigned int nbBits) const;
-    /// The same for samples of the size of the buffer type.
+    /// The same for samples of the size of the pixel type.
     BoolResult requireFittingDirectory() const;
-    /// The same for packed pixels of one sample, one byte each in memory.
+    /// The same for pixels of one 1-bit sample, which are one byte each in memory.
     BoolResult requirePackedDirectory() const;
-    /// Bits of a sample of the current directory; empty where it does not say and has to.
+    /// Bits of a sample of the current directory; empty if the tag is missing and the policy requires it.
     std::optional<std::uint16_t> findBitsPerSample() const;
 
     BoolResult failToGetTagAndClose(char const* tagName) const;

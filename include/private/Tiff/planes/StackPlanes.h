@@ -11,13 +11,14 @@ namespace velmo::image::file {
 
 struct PlaneContext;
 
-// Planes of a stack as ImageJ writes it.
+// Planes of a single-directory ImageJ stack.
 
-/// Reads a whole plane as it lies in the file, which is opened anew for it. What lies behind the end of the
-/// file is zero and logged as a warning. A file that cannot be opened is thrown as `boost::io::too_few_args`.
+/// Reads a whole plane without conversion, through a second stream on the file. Pixels beyond the end of the
+/// file are zero, which is logged as a warning. If the file cannot be opened again, throws
+/// `boost::io::too_few_args`.
 BoolResult readStoredPlane(PlaneContext const& context, void* pPixels);
 
-/// Reads channels of a run of a plane, in the byte order of this machine.
+/// Reads channels of a run of a plane, converted to the byte order of this machine.
 BoolResult readStackRun(PlaneContext const& context, TargetPlanes const& channels);
 
 } // namespace velmo::image::file

@@ -16,7 +16,8 @@
 
 namespace velmo::image::file {
 
-/// Bytes on their way, all zero when they are asked for. Large ones take memory at their first touch alone.
+/// A temporary buffer whose bytes are zero after `provide`. The operating system assigns the memory of a
+/// large buffer at the first access to each page.
 class ScratchBytes {
   public:
     std::byte* provide(vlUInt64 nbBytes);
@@ -26,8 +27,9 @@ class ScratchBytes {
     PageBuffer _large;
 };
 
-/// Moves a run of pixels between the strips of the current directory and the planes of some of its channels:
-/// several strips at once where they lie in the file as pixels lie in memory, else strip by strip.
+/// Transfers a run of pixels between the strips of the current directory and the planes of some of its
+/// channels. Several strips are transferred at once if they are contiguous and store pixels as they are in
+/// memory; otherwise the transfer goes strip by strip.
 class StripTransfer {
   public:
     virtual ~StripTransfer();
@@ -35,20 +37,21 @@ class StripTransfer {
     StripTransfer& operator=(StripTransfer const&) = delete;
 
     virtual BoolResult run();
-    /// Moves the run without libtiff. False where it cannot; some of the run may have been moved then.
-    bool runPlainly();
+    /// Transfers the run without libtiff. Returns false if that is not possible; a part of the run may then
+    /// be transferred.
+    bool runWithoutLibtiff();
 
   protected:
     StripTransfer(PlaneContext const& context, TiffStrips strips);
 
-    /// Pixels of the run that lie in neighbouring strips.
+    /// Pixels of the run that are in consecutive strips.
     struct Block {
         vlUInt64 strip;    ///< the first one
-        vlUInt64 position; ///< of the first pixel, in that strip
+        vlUInt64 position; ///< of the first pixel in the first strip
         vlUInt64 nbPixels;
     };
 
-    /// Bytes before a block's first pixel in its strip, and bytes of its pixels.
+    /// `getSkip`: bytes before the first pixel of a block in its strip. `getSize`: bytes of its pixels.
     vlUInt64 getSkip(Block const& block) const { return block.position * getLayout().pixelStride; }
     vlUInt64 getSize(Block const& block) const { return block.nbPixels * getLayout().pixelStride; }
 
@@ -59,7 +62,7 @@ class StripTransfer {
     TiffStrips& getStrips() { return _strips; }
     StripLayout const& getLayout() const { return _strips.getLayout(); }
     vlUInt64 getNbChannels() const { return _context.nbChannels; }
-    /// Where the next pixel of a channel's plane lies behind its first one, in bytes.
+    /// Offset in bytes of the next pixel in the plane of a channel, from the first pixel of the run.
     vlUInt64 getPlanOffset() const { return _nbDone * _sampleWidth; }
     unsigned int getSampleBytes() const { return _sampleWidth; }
     std::byte* provideBuffer(vlUInt64 nbBytes) { return _buffer.provide(nbBytes); }
@@ -78,11 +81,12 @@ class StripTransfer {
     ScratchBytes _buffer;
 };
 
-/// From the strips to the planes.
+/// Reads pixels from the strips to the planes.
 class StripReader : public StripTransfer {
   public:
-    /// Whether a strip that cannot be decoded is a failure, or has pixels of zero and is logged as a warning.
-    enum class eBrokenStrip { Fails, IsZero };
+    /// What happens to a strip that cannot be decoded: the read fails, or the pixels of the strip are zero
+    /// and a warning is logged.
+    enum class eBrokenStrip { Fail, FillWithZeros };
 
     StripReader(PlaneContext const& context, TiffStrips strips, eBrokenStrip brokenStrip)
         : StripTransfer(context, std::move(strips)), _brokenStrip(brokenStrip) {}
@@ -100,19 +104,21 @@ class StripReader : public StripTransfer {
 
     eBrokenStrip _brokenStrip;
     vlUInt64 _nbBroken = 0;   ///< strips
-    std::string _firstBroken; ///< the text of its failure
+    std::string _firstBroken; ///< message of the first failure
     TargetPlanes _channels;
 };
 
-/// From the planes to the strips. Samples of other pixels and of other channels keep their values. After a
-/// failure each strip has its new pixels or its old ones, but for one that was overwritten in its place.
+/// Writes pixels from the planes to the strips. Samples of other pixels and of other channels keep their
+/// values. After a failure each strip has its new or its old pixels, except an uncompressed strip that was
+/// only partly overwritten.
 class StripWriter : public StripTransfer {
   public:
-    /// Whether what libtiff gives for a failure, -1, is one, or is ignored and logged as a warning.
-    enum class eMinusOne { Fails, Ignored };
+    /// What happens if libtiff returns -1 for a written strip: the write fails, or the strip is ignored and a
+    /// warning is logged.
+    enum class eWriteFailure { Report, IgnoreMinusOne };
 
-    StripWriter(PlaneContext const& context, TiffStrips strips, eMinusOne minusOne)
-        : StripTransfer(context, std::move(strips)), _minusOne(minusOne) {}
+    StripWriter(PlaneContext const& context, TiffStrips strips, eWriteFailure writeFailure)
+        : StripTransfer(context, std::move(strips)), _writeFailure(writeFailure) {}
     void addChannel(vlUInt64 channel, void const* pPixels);
 
   private:
@@ -128,7 +134,7 @@ class StripWriter : public StripTransfer {
     bool hasAllChannels() const { return _channels.size() == getNbChannels(); }
     void merge(std::byte* pTarget, vlUInt64 nbPixels) const;
 
-    eMinusOne _minusOne;
+    eWriteFailure _writeFailure;
     vlUInt64 _nbUnflushed = 0; ///< strips
     SourcePlanes _channels;
 };

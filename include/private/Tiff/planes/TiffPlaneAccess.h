@@ -15,22 +15,22 @@ using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
-// The operations on planes of TiffImageFileTools, for callers that keep the handle: where a failure closes
-// it, it becomes null, and with a null handle they fail.
+// The operations on planes of TiffImageFileTools, for callers that own the handle. An error that closes the
+// handle sets it to null. With a null handle they fail.
 
 BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                      PlaneRun const& run, eTiffPolicy policy, void* pPixels);
 BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                       PlaneRun const& run, eTiffPolicy policy, void const* pPixels);
 
-/// The planes of all channels of (z, t), one for each channel in order, in one write of each strip; of a file
-/// whose channels share a directory. The same bytes as after `writePlane` for each channel; failures are
-/// those of channel `run.c`.
+/// Writes the planes of all channels of (z, t), one for each channel in order, of a file with interleaved
+/// channels. Each strip is written once. The bytes are the same as after `writePlane` for each channel.
+/// Errors name channel `run.c`.
 BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                        PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes);
 
-/// All channels of an interleaved page at once; `run.c` is not used. One buffer for each channel, in order;
-/// a read fills as many as it is given.
+/// Transfers all channels of an interleaved page at once. `run.c` is ignored. `planes` contains one buffer
+/// for each channel, in order; a read with fewer buffers fills only these.
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                     PlaneRun const& run, eTiffPolicy policy, std::vector<void*> const& planes);
 BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,

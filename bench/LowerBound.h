@@ -12,10 +12,10 @@
 
 namespace velmo::bench {
 
-// What the system itself does with the same bytes: the floor that ours is measured against. It shares no code
-// with what it is compared to. All failures are thrown as std::system_error.
+// The time that the operating system needs for the same bytes: the lower bound of the benchmarks. This code
+// shares nothing with the measured code. All errors are thrown as std::system_error.
 
-/// Anonymous memory that nobody has touched, on a huge page and advised to be of huge pages.
+/// Anonymous memory that was not accessed yet, aligned to a huge page and advised to use huge pages.
 class FreshMemory {
   public:
     explicit FreshMemory(vlUInt64 nbBytes);
@@ -43,7 +43,7 @@ class Descriptor {
     void read(void* pTarget, vlUInt64 nbBytes, vlUInt64 offset) const;
     void write(void const* pSource, vlUInt64 nbBytes, vlUInt64 offset) const;
     void setSize(vlUInt64 nbBytes) const;
-    /// Waits until the disk has the file, so that no write-back runs beside a measurement.
+    /// Waits until the file is on the disk, so that no write-back runs during a measurement.
     void sync() const;
 
   private:
@@ -52,7 +52,7 @@ class Descriptor {
     int _descriptor;
 };
 
-/// Seconds since it was made.
+/// Seconds since the construction.
 class Stopwatch {
   public:
     double getSeconds() const { return std::chrono::duration<double>(Clock::now() - _start).count(); }
@@ -65,12 +65,12 @@ class Stopwatch {
 
 using ThreadWork = std::function<void(vlUInt64 thread)>;
 
-/// Seconds from the moment when `nbThreads` threads have all done `prepare` to the end of the last `work`. An
-/// exception of a thread ends the program.
+/// Seconds from the moment when `nbThreads` threads have all finished `prepare` to the end of the last
+/// `work`. An exception in a thread ends the program.
 double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork const& work);
 
-/// Seconds to read a whole file into fresh memory: of the calling thread, the taking of the memory and the
-/// opening included; and of two threads, of half of it each, without those.
+/// Seconds to read a whole file into fresh memory. With one thread, the time includes allocating the memory
+/// and opening the file. With two threads, each reads one half, and the time does not include these steps.
 double timePread(std::string const& path, vlUInt64 nbBytes);
 double timePreadOfTwoThreads(std::string const& path, vlUInt64 nbBytes);
 

@@ -10,10 +10,10 @@
 
 namespace velmo::bench {
 
-// What a plain loop over libtiff does: the floor of the TIFF benchmarks. It shares no code with what it is
-// compared to. Failures are thrown as std::runtime_error.
+// The time that a loop over libtiff needs: the lower bound of the TIFF benchmarks. This code shares nothing
+// with the measured code. Errors are thrown as std::runtime_error.
 
-/// Planes of 16 bits in memory, one behind the other.
+/// Planes of 16 bits in memory, one after the other.
 struct PlanesOf16Bits {
     std::byte const* pPixels;
     vlUInt64 sizeX;
@@ -24,13 +24,14 @@ struct PlanesOf16Bits {
     vlUInt64 getPlaneBytes() const { return sizeX * sizeY * nbSamples * 2; }
 };
 
-/// Writes a file of one directory for each plane in strips of about 8 KiB, each strip once.
+/// Writes a file with one directory for each plane, in strips of about 8 KiB, each strip once.
 void saveByLibtiff(std::string const& path, PlanesOf16Bits const& planes, int compression);
 
-/// Writes one directory that announces all planes to ImageJ, which follow the first one in the file.
+/// Writes one directory with an ImageJ description that announces all planes. The planes follow the first one
+/// in the file.
 void saveAsImageJStack(std::string const& path, PlanesOf16Bits const& planes);
 
-/// Reads every directory, strip by strip, into an array of `nbBytes`; gives the number of bytes read.
+/// Reads every directory, strip by strip, into an array of `nbBytes`. Returns the number of bytes read.
 vlUInt64 readByLibtiff(std::string const& path, std::byte* pPixels, vlUInt64 nbBytes);
 
 /// Seconds to read every directory, strip by strip, into a fresh array of `nbBytes`.

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "TiffFloor.h"
+#include "TiffLowerBound.h"
 
-#include "Floor.h"
+#include "LowerBound.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Floor.h"
+#include "LowerBound.h"
 
 #include <cerrno>
 #include <condition_variable>
@@ -25,7 +25,7 @@ constexpr vlUInt64 g_hugePageSize = vlUInt64{2} << 20;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-/// Repeats a transfer, which may move less than it is asked to, until all bytes have moved.
+/// Repeats a transfer until all bytes have moved; each call may move fewer bytes than requested.
 template <class Transfer>
 void transferAll(vlUInt64 nbBytes, std::string const& what, Transfer const& transfer) {
     for (vlUInt64 done = 0; done < nbBytes;) {
@@ -37,7 +37,7 @@ void transferAll(vlUInt64 nbBytes, std::string const& what, Transfer const& tran
     }
 }
 
-/// Holds threads back until all of them have come, then starts the clock.
+/// Blocks threads until all of them have arrived, then starts the clock.
 class StartingLine {
   public:
     explicit StartingLine(vlUInt64 nbThreads) : _nbMissing(nbThreads) {}
@@ -71,7 +71,7 @@ FreshMemory::FreshMemory(vlUInt64 nbBytes) : _mappingSize(nbBytes + g_hugePageSi
     auto const address = reinterpret_cast<std::uintptr_t>(_pMapping);
     _pData =
         static_cast<std::byte*>(_pMapping) + (g_hugePageSize - address % g_hugePageSize) % g_hugePageSize;
-    madvise(_pData, nbBytes, MADV_HUGEPAGE); // a kernel without huge pages refuses it to ours, too
+    madvise(_pData, nbBytes, MADV_HUGEPAGE); // without huge pages in the kernel, ours has none either
 }
 
 FreshMemory::~FreshMemory() {
