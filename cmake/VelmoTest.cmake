@@ -2,14 +2,15 @@
 # Adds a test program of GoogleTest cases. Each case is a test of CTest. Under sanitizers, where a process starts slowly,
 # only two tests of CTest run half of the cases each.
 include(GoogleTest)
+# Calls that are expected to throw return nothing that could be used. The option must come after those of velmo_warnings.
+add_library(velmo_ignored_results INTERFACE)
+target_compile_options(velmo_ignored_results INTERFACE -Wno-unused-result)
 function(velmo_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF) # like the precompiled header
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} velmo_test_support velmo_warnings)
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} velmo_test_support velmo_warnings velmo_ignored_results)
   target_precompile_headers(${name} REUSE_FROM velmo_test_support)
-  # Calls that are expected to throw return nothing that could be used.
-  target_compile_options(${name} PRIVATE -Wno-unused-result)
   # Several sources are compiled together as one.
   target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
   if(VELMO_SANITIZE)
