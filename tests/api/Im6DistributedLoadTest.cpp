@@ -42,7 +42,7 @@ class Im6DistributedLoad : public Im6Functions {
     static constexpr int s_nbPlanes = 12;
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Im6, DistributedLoads, Im6DistributedLoad);
+INSTANTIATE_TYPED_TEST_SUITE_P(Im6, DistributedLoads, Im6DistributedLoad, );
 
 } // namespace
 

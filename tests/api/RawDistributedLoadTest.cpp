@@ -42,7 +42,7 @@ class RawDistributedLoad : public RawFunctions {
     static constexpr int s_nbPlanes = 4;
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Raw, DistributedLoads, RawDistributedLoad);
+INSTANTIATE_TYPED_TEST_SUITE_P(Raw, DistributedLoads, RawDistributedLoad, );
 
 } // namespace
 

@@ -158,7 +158,7 @@ struct CreatedTag {
     char const* name;
     bool bEach = true;
     int nbOfLibtiff = 0;
-    friend void PrintTo(CreatedTag const& tag, std::ostream* pStream) { *pStream << tag.name; }
+    friend void PrintTo(CreatedTag const& created, std::ostream* pStream) { *pStream << created.name; }
 };
 
 constexpr CreatedTag g_createdTags[] = {{TIFFTAG_SOFTWARE, "SOFTWARE", false},

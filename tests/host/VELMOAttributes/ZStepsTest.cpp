@@ -92,8 +92,8 @@ TEST(ZSteps, ARecordThatIsCutDamagedOrNewerIsRefusedAndChangesNothing) {
           {"version", "2",
            "Version 2 of class velmo::imaproc::attr::ZSteps in the archive is newer than the known "
            "version 1"}}) {
-        EXPECT_EQ(thrownText<VELMOSerializationException>([&] { fromXml(withItem(xml, name, value), read); }),
-                  text);
+        std::string const damaged = withItem(xml, name, value);
+        EXPECT_EQ(thrownText<VELMOSerializationException>([&] { fromXml(damaged, read); }), text);
         EXPECT_THAT(read.getSteps(), ElementsAre(7, 8));
     }
 }

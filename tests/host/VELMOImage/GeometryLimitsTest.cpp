@@ -122,9 +122,8 @@ TEST(GeometryLimits, TheBytesOfAPixelCount) {
 
 TEST(GeometryLimits, TheSumOverTheTimeStepsCounts) {
     Sizes const sizes = {vlUInt64{1} << 60U, 1, 1, 1, 4};
-    using Types = std::vector<eImageBufferType>;
-    Types const fits = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_UInt16};
-    Types const exceeds = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_Real32};
+    std::vector<eImageBufferType> const fits = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_UInt16};
+    std::vector<eImageBufferType> const exceeds = {eIBT_Real32, eIBT_Real32, eIBT_Real32, eIBT_Real32};
     EXPECT_EQ(builderOf(sizes).types(fits).build()->getFullMemorySize(), 14 * (vlUInt64{1} << 60U));
     EXPECT_EQ(thrownText<VELMOImageException>([&] { builderOf(sizes).types(exceeds).build(); }),
               refusalOfSizes(sizes));
