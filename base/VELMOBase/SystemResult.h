@@ -3,8 +3,8 @@
 
 #pragma once
 
+#include <cstring>
 #include <string>
-#include <system_error>
 
 namespace velmo {
 
@@ -16,9 +16,10 @@ class [[nodiscard]] SystemResult {
 
     /// True for a success.
     explicit operator bool() const { return _error == 0; }
-    /// The system's text, such as "No space left on device"; empty for a success.
+    /// The system's text, such as "No space left on device"; empty for a success. Needs no file descriptor.
     std::string getMessage() const {
-        return _error == 0 ? std::string() : std::system_category().message(_error);
+        char const* const text = _error == 0 ? "" : strerrordesc_np(_error);
+        return text != nullptr ? text : "Unknown error " + std::to_string(_error);
     }
 
   private:

@@ -32,7 +32,9 @@ ZSteps makeSteps(std::vector<float> const& values) {
 
 std::vector<unsigned int> toBits(std::vector<float> const& values) {
     std::vector<unsigned int> bits(values.size());
-    std::memcpy(bits.data(), values.data(), values.size() * sizeof(float));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        std::memcpy(&bits[i], &values[i], sizeof(float));
+    }
     return bits;
 }
 
