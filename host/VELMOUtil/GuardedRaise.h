@@ -49,7 +49,7 @@ template <class Exception>
 [[noreturn]] void throwAs(std::string const& message, RaiseSite const& site, MessageIds const& messageIds) {
     Exception exception(message, site.function, site.file, site.line);
     exception.setMessageIds(messageIds);
-    throw exception;
+    throw exception; // NOLINT(misc-throw-by-value-catch-by-reference): the ids are set before
 }
 
 /// Reference to a function object that takes a `LogMessageFormater&`, selects a message and feeds its

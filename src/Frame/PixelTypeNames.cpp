@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 namespace velmo::image::file {
@@ -62,6 +63,7 @@ std::optional<eImageBufferType> findPixelType(std::string const& name) {
 
 std::vector<std::string> getPixelTypeNames() {
     std::vector<std::string> names;
+    names.reserve(std::size(g_pixelTypes));
     for (auto const& [name, type] : g_pixelTypes) {
         names.emplace_back(name);
     }

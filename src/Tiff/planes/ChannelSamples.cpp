@@ -73,7 +73,7 @@ template <unsigned int Width, unsigned int NbChannels>
     for (; nbPixels - done >= shuffles.s_nbPixels; done += shuffles.s_nbPixels) {
         __m128i blocks[NbChannels];
         for (unsigned int block = 0; block < NbChannels; ++block) {
-            blocks[block] = load(pPixels + done * NbChannels * Width + block * g_blockBytes);
+            blocks[block] = load(pPixels + done * NbChannels * Width + vlUInt64{block} * g_blockBytes);
         }
         for (unsigned int channel = 0; channel < NbChannels; ++channel) {
             __m128i plane = _mm_setzero_si128();
@@ -103,7 +103,7 @@ template <unsigned int Width, unsigned int NbChannels>
                 pixels = _mm_or_si128(
                     pixels, _mm_shuffle_epi8(planes[channel], load(shuffles.merge[block][channel])));
             }
-            store(pPixels + done * NbChannels * Width + block * g_blockBytes, pixels);
+            store(pPixels + done * NbChannels * Width + vlUInt64{block} * g_blockBytes, pixels);
         }
     }
     return done;
