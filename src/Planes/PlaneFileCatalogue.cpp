@@ -13,8 +13,8 @@ constexpr char const* g_texts[] = {
     "Failed to create # image file %s\n%s",
     "Failed to create distributed image\n%s",
     "Failed to write file header for file %s\n%s",
-    "Input geometry with total size %lld and starting offset %lld is greater than global file size %lld "
-    "for # image file %s", // NOLINT(bugprone-suspicious-missing-comma)
+    ("Input geometry with total size %lld and starting offset %lld is greater than global file size %lld "
+     "for # image file %s"),
     "Invalid plan component indexes z=%d c=%d t=%d",
     "Error while loading # image file %s\n%s",
     "Failed to open # image file %s",

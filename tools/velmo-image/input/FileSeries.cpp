@@ -48,7 +48,7 @@ std::string findMistakenKeyword(std::string const& pattern) {
 std::string chooseExample(fs::path const& directory) {
     std::string example;
     for (TiffFileSeries::File const& file : findSeries(directory, "*").files) {
-        std::string const name = file.path.filename().string();
+        std::string name = file.path.filename().string();
         if (name.front() != '.' && chooseInputFormat(name, "") == eFileFormat::Tiff) {
             return name;
         }
