@@ -18,23 +18,6 @@ vlUInt64 countBytes(BaseDiskImageAccessor const& file, PixelRun const& run) {
     return run.count * getImageBufferBaseSize(file.getGeometry().getPlanGeometry(run.t).getBufferType());
 }
 
-template <class OArchive>
-std::string writeTo(ArchiveKind::Writing const& work) {
-    std::ostringstream stream;
-    {
-        OArchive archive(stream);
-        work(archive);
-    }
-    return stream.str();
-}
-
-template <class IArchive>
-void readFrom(std::string const& bytes, ArchiveKind::Reading const& work) {
-    std::istringstream stream(bytes);
-    IArchive archive(stream);
-    work(archive);
-}
-
 std::string toText(PixelRun const& run) {
     return " for z=" + std::to_string(run.z) + ", c=" + std::to_string(run.c) +
            ", t=" + std::to_string(run.t);
@@ -80,23 +63,6 @@ BoolResult tryRead(BaseDiskImageAccessor const& file, PixelRun const& run) {
 BoolResult tryWrite(BaseDiskImageAccessor& file, PixelRun const& run) {
     std::string const buffer(g_bufferSize, '\x55');
     return file.writeRawData(run.z, run.c, run.t, run.start, run.count, buffer.data());
-}
-
-void PrintTo(ArchiveKind const& kind, std::ostream* pStream) {
-    *pStream << kind.name;
-}
-
-ArchiveKind const g_binary = {"Binary", writeTo<BinaryOArchive>, readFrom<BinaryIArchive>};
-ArchiveKind const g_xml = {"Xml", writeTo<XmlOArchive>, readFrom<XmlIArchive>};
-
-std::string writeRecord(ArchiveKind const& kind, BaseDiskImageAccessor const& file) {
-    return kind.write([&](BaseOArchive& archive) { EXPECT_THAT(file.write(archive), Succeeds()); });
-}
-
-BoolResult readRecord(ArchiveKind const& kind, std::string const& record, BaseDiskImageAccessor& file) {
-    BoolResult result = failure("not read");
-    kind.read(record, [&](BaseIArchive& archive) { result = file.read(archive); });
-    return result;
 }
 
 std::string PlainTexts::onFile(std::string const& verb, path const& path) const {

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "ArchiveKind.h"
 #include "Processes.h"
 #include "Results.h"
 #include "TemporaryFolder.h"
@@ -62,23 +63,6 @@ void writePixels(BaseDiskImageAccessor& file, PixelRun const& run, std::string c
 /// Reading into and writing from a buffer of 4 KB.
 BoolResult tryRead(BaseDiskImageAccessor const& file, PixelRun const& run);
 BoolResult tryWrite(BaseDiskImageAccessor& file, PixelRun const& run);
-
-/// One function for each direction of a kind of archive.
-struct ArchiveKind {
-    using Writing = std::function<void(BaseOArchive&)>;
-    using Reading = std::function<void(BaseIArchive&)>;
-    char const* name;
-    std::string (*write)(Writing const&);
-    void (*read)(std::string const&, Reading const&);
-};
-
-void PrintTo(ArchiveKind const& kind, std::ostream* pStream);
-
-extern ArchiveKind const g_binary;
-extern ArchiveKind const g_xml;
-
-std::string writeRecord(ArchiveKind const& kind, BaseDiskImageAccessor const& file);
-BoolResult readRecord(ArchiveKind const& kind, std::string const& record, BaseDiskImageAccessor& file);
 
 /// The texts of the failures of a format whose planes lie in the file as in memory.
 class PlainTexts {

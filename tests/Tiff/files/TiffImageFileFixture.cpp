@@ -3,47 +3,13 @@
 
 #include "files/TiffImageFileFixture.h"
 
-#include <VELMOSerialization/BinaryArchive.h>
-#include <VELMOSerialization/XmlArchive.h>
-#include <sstream>
-
 namespace velmo::image::file {
 
 namespace {
 
 constexpr std::size_t g_bufferSize = 65536;
 
-template <class OArchive>
-std::string writeTo(ArchiveKind::Writing const& work) {
-    std::ostringstream stream;
-    {
-        OArchive archive(stream);
-        work(archive);
-    }
-    return stream.str();
-}
-
-template <class IArchive>
-void readFrom(std::string const& bytes, ArchiveKind::Reading const& work) {
-    std::istringstream stream(bytes);
-    IArchive archive(stream);
-    work(archive);
-}
-
 } // namespace
-
-ArchiveKind const g_binary = {"Binary", writeTo<BinaryOArchive>, readFrom<BinaryIArchive>};
-ArchiveKind const g_xml = {"Xml", writeTo<XmlOArchive>, readFrom<XmlIArchive>};
-
-std::string writeRecord(ArchiveKind const& kind, TiffImageFile const& file) {
-    return kind.write([&](BaseOArchive& archive) { EXPECT_THAT(file.write(archive), Succeeds()); });
-}
-
-BoolResult readRecord(ArchiveKind const& kind, std::string const& record, TiffImageFile& file) {
-    BoolResult result = failure("not read");
-    kind.read(record, [&](BaseIArchive& archive) { result = file.read(archive); });
-    return result;
-}
 
 PixelRun wholePlane(TiffImageFile const& file, vlUInt64 z, vlUInt64 c, vlUInt64 t) {
     return {z, c, t, 0, file.getGeometry().getPlanNbPixels()};

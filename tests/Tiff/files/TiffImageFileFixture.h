@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "ArchiveKind.h"
 #include "planes/TiffPlaneFixture.h"
 
 #include <VELMOImageFile/TiffImageFile.h>
@@ -23,25 +24,6 @@ BoolResult openFile(TiffImageFile& file, path const& path, OpenRequest const& re
 std::string closedEarlier(path const& path);
 /// To the line feed before libtiff's words.
 std::string openFailed(path const& path);
-
-/// One function for each direction of a kind of archive.
-struct ArchiveKind {
-    using Writing = std::function<void(BaseOArchive&)>;
-    using Reading = std::function<void(BaseIArchive&)>;
-
-    char const* name;
-    std::string (*write)(Writing const&);
-    void (*read)(std::string const&, Reading const&);
-};
-inline void PrintTo(ArchiveKind const& kind, std::ostream* pStream) {
-    *pStream << kind.name;
-}
-
-extern ArchiveKind const g_binary;
-extern ArchiveKind const g_xml;
-
-std::string writeRecord(ArchiveKind const& kind, TiffImageFile const& file);
-BoolResult readRecord(ArchiveKind const& kind, std::string const& record, TiffImageFile& file);
 
 /// A file of this module: 4 x 3 pixels of 16 bits, two planes, two channels, two time steps.
 class TiffImageFileTest : public TiffTest {
