@@ -56,9 +56,7 @@ bool StripTransfer::runWithoutLibtiff() {
     bool bPlain = nbPixels != 0 && _context.requireFittingDirectory() && getLayout().isCountable() &&
                   _context.requireRunInside();
     while (bPlain && _nbDone < nbPixels) {
-        vlUInt64 const pixel = _context.run.pixelStart + _nbDone;
-        vlUInt64 const stripPixels = getLayout().getStripPixels();
-        auto const plain = findPlain({pixel / stripPixels, pixel % stripPixels, nbPixels - _nbDone});
+        auto const plain = findPlain(getRemaining());
         bPlain = plain && movePlain(*plain);
         _nbDone += bPlain ? plain->nbPixels : 0;
     }
@@ -69,8 +67,7 @@ BoolResult StripTransfer::moveBlocks() {
     vlUInt64 const nbPixels = _context.run.nbPixels;
     vlUInt64 const stripPixels = getLayout().getStripPixels();
     while (_nbDone < nbPixels) {
-        vlUInt64 const pixel = _context.run.pixelStart + _nbDone;
-        Block const left = {pixel / stripPixels, pixel % stripPixels, nbPixels - _nbDone};
+        Block const left = getRemaining();
         auto const plain = findPlain(left);
         if (plain && movePlain(*plain)) {
             _nbDone += plain->nbPixels;
@@ -85,6 +82,12 @@ BoolResult StripTransfer::moveBlocks() {
         _nbDone += inStrip.nbPixels;
     }
     return success();
+}
+
+StripTransfer::Block StripTransfer::getRemaining() const {
+    vlUInt64 const pixel = _context.run.pixelStart + _nbDone;
+    vlUInt64 const stripPixels = getLayout().getStripPixels();
+    return {pixel / stripPixels, pixel % stripPixels, _context.run.nbPixels - _nbDone};
 }
 
 /// The part of a block that can be transferred at once.

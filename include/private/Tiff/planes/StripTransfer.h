@@ -72,6 +72,8 @@ class StripTransfer {
     virtual BoolResult moveStrip(Block const& block) = 0;
     virtual BoolResult failAtStrip(vlUInt64 strip, BoolResult const& reason) const = 0;
     BoolResult moveBlocks();
+    /// The pixels of the run that were not moved yet.
+    Block getRemaining() const;
     std::optional<Block> findPlain(Block const& block) const;
 
     PlaneContext const& _context;
