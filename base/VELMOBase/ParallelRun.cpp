@@ -95,4 +95,19 @@ std::any runUnits(std::uint64_t nbThreads, std::uint64_t nbUnits, ParallelUnit c
     return run.takeFailure();
 }
 
+bool UnitOrder::await(std::uint64_t unit) {
+    std::unique_lock<std::mutex> lock(_mutex);
+    _passed.wait(lock, [&] { return _bFailed || _nbPassed == unit; });
+    return !_bFailed;
+}
+
+void UnitOrder::pass(bool bFailed) {
+    {
+        std::lock_guard<std::mutex> const lock(_mutex);
+        ++_nbPassed;
+        _bFailed = _bFailed || bFailed;
+    }
+    _passed.notify_all();
+}
+
 } // namespace velmo

@@ -78,6 +78,12 @@ constexpr bool printsExceptions(eTiffPolicy policy) {
     return policy == eTiffPolicy::Plain;
 }
 
+/// Whether an accessor that is open for reading has a handle for each thread. Otherwise its threads wait for
+/// each other.
+constexpr bool readsInParallel(eTiffPolicy policy) {
+    return policy != eTiffPolicy::Plain;
+}
+
 /// Whether an opening clears libtiff's text of the calling thread, so that the text of an earlier file cannot
 /// become the reason of an error.
 constexpr bool clearsTiffText(eTiffPolicy policy) {

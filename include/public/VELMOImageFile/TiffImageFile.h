@@ -7,12 +7,13 @@
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/Export.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
-#include <boost/thread/mutex.hpp>
+#include <memory>
 
 using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
+class TiffHandles;
 enum class eTiffPolicy : unsigned char;
 
 /// Accessor of a TIFF file.
@@ -24,8 +25,9 @@ enum class eTiffPolicy : unsigned char;
 /// of an ImageJ stack, it represents all planes of the stack.
 ///
 /// Threads. `readRawData` and `writeRawData` may be called from any number of threads; on one accessor they
-/// run one after the other, because a libtiff handle has one current directory. Creating, opening, clearing,
-/// `resizeData` and `read` need exclusive use.
+/// run one after the other, because a libtiff handle has one current directory. (Reads of an image that was
+/// opened by a call with options run in parallel.) Creating, opening, clearing, `resizeData` and `read` need
+/// exclusive use.
 ///
 /// Errors are returned as a failed BoolResult whose text contains the path; its last line is the reason. Some
 /// errors close the file. Every later access then fails with "Failed to open tiff image file".
@@ -135,11 +137,12 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
                                   GeometricCalibrationConstPtr const& pGeometricCalibration);
     BoolResult openAgain();
 
-    mutable TIFF* _pTiff = nullptr; ///< owned; null without a file and after an error that closed it
+    void takeHandle(TIFF* pTiff, eImageAccessMode accessMode);
+
+    std::unique_ptr<TiffHandles> _pHandles;
     eTiffPolicy _policy;
     eTiffDirectoryMode _tiffDirectoryMode = eTDM_Volume;
     eTiffBufferMode _tiffBufferMode = eTBM_Default;
-    mutable boost::mutex _mutex; ///< held during each access to pixels
 };
 
 } // namespace velmo::image::file

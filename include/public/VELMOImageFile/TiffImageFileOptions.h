@@ -3,9 +3,24 @@
 
 #pragma once
 
+#include <VELMOBaseProcessing/ProcessorDispatchPolicy.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
 
 namespace velmo::image::file {
+
+/// All processors of the machine, as far as they make the work faster.
+inline processor::ProcessorDispatchPolicy useAllProcessors() {
+    processor::ProcessorDispatchPolicy policy;
+    policy.initDefault();
+    return policy;
+}
+
+/// `nbThreads` threads, including the calling one; 0 counts as 1.
+inline processor::ProcessorDispatchPolicy useThreads(vlUInt64 nbThreads) {
+    processor::ProcessorDispatchPolicy policy;
+    policy.initLocal(nbThreads);
+    return policy;
+}
 
 /// Options of the functions that read TIFF files.
 struct TiffReadOptions {
@@ -16,6 +31,8 @@ struct TiffReadOptions {
     /// False: pixels that cannot be read are an error. True: they are zero, and a warning is logged; if the
     /// chain of directories is broken, the image contains the planes before the break.
     bool bTolerant = false;
+    /// Threads that read and decode. Their number changes neither the pixels nor the error of a failure.
+    processor::ProcessorDispatchPolicy threads = useAllProcessors();
 };
 
 /// Options of the functions that write TIFF files.
@@ -27,6 +44,8 @@ struct TiffWriteOptions {
     /// files in the folder, and the disk needs room for both files. False: an old file is emptied and
     /// overwritten at once.
     bool bReplaceWhenWhole = true;
+    /// Threads that read from the image and encode. Their number does not change the file.
+    processor::ProcessorDispatchPolicy threads = useAllProcessors();
 };
 
 } // namespace velmo::image::file

@@ -6,6 +6,7 @@
 #include "Frame/AccessorIdiom.h"
 #include "Frame/FailureText.h"
 #include "Tiff/TiffImageFileTools.h"
+#include "Tiff/handle/TiffHandles.h"
 #include "Tiff/model/TiffOpening.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
 
@@ -13,7 +14,6 @@
 #include <VELMOSerialization/ClassVersion.h>
 #include <boost/filesystem/operations.hpp>
 #include <cstdio>
-#include <tiffio.h>
 
 namespace velmo::image::file {
 
@@ -29,7 +29,7 @@ bool isMissing(boost::filesystem::path const& path) {
 
 TiffImageFile::TiffImageFile() : TiffImageFile(eTiffPolicy::Plain) {}
 
-TiffImageFile::TiffImageFile(eTiffPolicy policy) : _policy(policy) {}
+TiffImageFile::TiffImageFile(eTiffPolicy policy) : _pHandles(new TiffHandles), _policy(policy) {}
 
 TiffImageFile::~TiffImageFile() {
     TiffImageFile::clearDerived();
@@ -80,7 +80,7 @@ BoolResult TiffImageFile::openFileInternal(boost::filesystem::path const& filePa
     TiffContents opened;
     BoolResult result = openTiff(filePath, {accessMode, directoryMode, bufferMode, _policy}, opened);
     if (result) {
-        _pTiff = opened.pTiff;
+        takeHandle(opened.pTiff, accessMode);
         _tiffDirectoryMode = directoryMode;
         _tiffBufferMode = bufferMode;
         if (opened.bHasUserProperties) {
@@ -94,14 +94,19 @@ BoolResult TiffImageFile::openFileInternal(boost::filesystem::path const& filePa
 BoolResult TiffImageFile::createFileInternal(boost::filesystem::path const& filePath,
                                              BaseImageGeometry const& imageGeometry,
                                              GeometricCalibrationConstPtr const& pGeometricCalibration) {
-    return createTiffFile(filePath, imageGeometry, pGeometricCalibration, eTC_None, _pTiff);
+    TIFF* pTiff = nullptr;
+    BoolResult result = createTiffFile(filePath, imageGeometry, pGeometricCalibration, eTC_None, pTiff);
+    takeHandle(pTiff, eIAM_ReadWrite);
+    return result;
+}
+
+void TiffImageFile::takeHandle(TIFF* pTiff, eImageAccessMode accessMode) {
+    bool const bSeveral = accessMode == eIAM_ReadOnly && readsInParallel(_policy);
+    _pHandles->reset(pTiff, bSeveral ? TiffHandles::eUse::SeveralAtATime : TiffHandles::eUse::OneAtATime);
 }
 
 void TiffImageFile::clearDerived() {
-    if (_pTiff != nullptr) {
-        TIFFClose(_pTiff);
-        _pTiff = nullptr;
-    }
+    takeHandle(nullptr, eIAM_ReadOnly);
 }
 
 // Pixels
@@ -118,10 +123,10 @@ BoolResult TiffImageFile::resizeData(BaseImageGeometry const& imageGeometry) {
 
 BoolResult TiffImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                       vlUInt64 nbPixels, void* buffer) const {
-    boost::lock_guard<boost::mutex> const lock(_mutex);
     try {
-        return readPlane(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, _policy,
-                         buffer);
+        TiffHandles::Loan handle(*_pHandles);
+        return readPlane(handle.access(), getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels},
+                         _policy, buffer);
     } catch (std::exception const& exception) {
         if (printsExceptions(_policy)) {
             std::puts(exception.what());
@@ -132,9 +137,9 @@ BoolResult TiffImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt
 
 BoolResult TiffImageFile::writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                        vlUInt64 nbPixels, void const* buffer) {
-    boost::lock_guard<boost::mutex> const lock(_mutex);
-    return writePlane(_pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, _policy,
-                      buffer);
+    TiffHandles::Loan handle(*_pHandles);
+    return writePlane(handle.access(), getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels},
+                      _policy, buffer);
 }
 
 // Archives

@@ -5,6 +5,7 @@
 
 #include "Tiff/files/CheckedTiffImageFile.h"
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 
 namespace velmo::image::file {
@@ -12,6 +13,14 @@ namespace velmo::image::file {
 TiffOpenRequest toRequest(TiffReadOptions const& options) {
     return {eIAM_ReadOnly, options.directories, options.pixels,
             options.bTolerant ? eTiffPolicy::Tolerant : eTiffPolicy::Strict};
+}
+
+vlUInt64 countUsefulThreads(processor::ProcessorDispatchPolicy const& threads,
+                            BaseImageGeometry const& geometry, vlUInt64 bytesForThread) {
+    vlUInt64 const nbThreads = threads.getNbThreads();
+    return threads.isDefault()
+               ? std::clamp<vlUInt64>(geometry.getFullMemorySize() / bytesForThread, 1, nbThreads)
+               : nbThreads;
 }
 
 boost::shared_ptr<TiffImageFile> createAccessor(eTiffPolicy policy) {

@@ -3,7 +3,6 @@
 
 #include "Tiff/handle/TiffStream.h"
 
-#include "Tiff/handle/DirectoryChain.h"
 #include "Tiff/handle/TiffErrorHandler.h"
 #include "Tiff/handle/TiffStrips.h"
 #include "Tiff/handle/TiffTags.h"
@@ -138,14 +137,18 @@ struct TiffStream::ClientProcedures {
     static toff_t size(thandle_t handle) { return static_cast<TiffStream*>(handle)->getSize(); }
 };
 
-TiffStream::TiffStream(bool bWritable) : _bWritable(bWritable), _pChain(new DirectoryChain) {}
-
-TiffStream::~TiffStream() {
-    if (_descriptor >= 0) {
-        releaseReserved();
-        bool const bClosed = ::close(_descriptor) == 0;
+TiffFile::~TiffFile() {
+    if (descriptor >= 0) {
+        bool const bClosed = ::close(descriptor) == 0;
         g_closeError = bClosed ? std::error_code() : std::error_code(errno, std::generic_category());
     }
+}
+
+TiffStream::TiffStream(std::shared_ptr<TiffFile> pFile, bool bWritable)
+    : _pFile(std::move(pFile)), _bWritable(bWritable) {}
+
+TiffStream::~TiffStream() {
+    releaseReserved();
 }
 
 std::error_code TiffStream::getOpenError() {
@@ -174,18 +177,23 @@ TIFF* TiffStream::open(boost::filesystem::path const& path, char const* mode, vl
         return nullptr;
     }
     constexpr mode_t anybody = 0666;
-    std::unique_ptr<TiffStream> pStream(new TiffStream(mode[0] == 'w'));
-    pStream->_descriptor = ::open(path.c_str(), toOpenFlags(mode), anybody);
-    if (pStream->_descriptor < 0) {
+    auto const pFile = std::make_shared<TiffFile>(path);
+    pFile->descriptor = ::open(path.c_str(), toOpenFlags(mode), anybody);
+    if (pFile->descriptor < 0) {
         reportOpenFailure(path, std::error_code(errno, std::generic_category()));
         return nullptr;
     }
+    std::unique_ptr<TiffStream> pStream(new TiffStream(pFile, mode[0] == 'w'));
     bool const bTooShort = isUpdate(mode) && pStream->getSize() < g_headerSize;
-    return openHandle(std::move(pStream), path, bTooShort ? "r" : mode, smallestLimit);
+    return openHandle(std::move(pStream), bTooShort ? "r" : mode, smallestLimit);
 }
 
-TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
-                             char const* mode, vlUInt64 smallestLimit) {
+TIFF* TiffStream::openAgain(std::shared_ptr<TiffFile> const& pFile) {
+    return openHandle(std::unique_ptr<TiffStream>(new TiffStream(pFile, false)), "r", g_smallAllocation);
+}
+
+TIFF* TiffStream::openHandle(std::unique_ptr<TiffStream> pStream, char const* mode, vlUInt64 smallestLimit) {
+    boost::filesystem::path const& path = pStream->_pFile->path;
     using Client = ClientProcedures;
     std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> const pOptions(TIFFOpenOptionsAlloc(),
                                                                                 TIFFOpenOptionsFree);
@@ -235,13 +243,13 @@ std::error_code TiffStream::getMissedError() const {
 
 vlUInt64 TiffStream::getSize() const {
     struct stat status = {};
-    vlUInt64 const size = fstat(_descriptor, &status) == 0 ? static_cast<vlUInt64>(status.st_size) : 0;
+    vlUInt64 const size = fstat(_pFile->descriptor, &status) == 0 ? static_cast<vlUInt64>(status.st_size) : 0;
     return size == _reservedEnd ? _reservedStart : size;
 }
 
 vlUInt64 TiffStream::readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes) {
     Transferred const moved = transferAll(nbBytes, [&](vlUInt64 done) {
-        return pread(_descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
+        return pread(_pFile->descriptor, static_cast<std::byte*>(pBuffer) + done, nbBytes - done,
                      static_cast<off_t>(offset + done));
     });
     bool const bBeyondFiles =
@@ -278,7 +286,7 @@ vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBy
         return nbBytes;
     }
     Transferred const moved = transferAll(nbBytes, [&](vlUInt64 done) {
-        return pwrite(_descriptor, static_cast<std::byte const*>(pBuffer) + done, nbBytes - done,
+        return pwrite(_pFile->descriptor, static_cast<std::byte const*>(pBuffer) + done, nbBytes - done,
                       static_cast<off_t>(offset + done));
     });
     _writeError = std::error_code(moved.error, std::generic_category());
@@ -289,7 +297,7 @@ void TiffStream::reserveZeros(vlUInt64 nbBytes) {
     releaseReserved();
     vlUInt64 const end = getSize();
     if (nbBytes != 0 &&
-        fallocate(_descriptor, 0, static_cast<off_t>(end), static_cast<off_t>(nbBytes)) == 0) {
+        fallocate(_pFile->descriptor, 0, static_cast<off_t>(end), static_cast<off_t>(nbBytes)) == 0) {
         _reservedStart = end;
         _reservedEnd = end + nbBytes;
     }
@@ -310,7 +318,7 @@ bool TiffStream::coverWithReservedZeros(vlUInt64 offset, void const* pBuffer, vl
 void TiffStream::releaseReserved() {
     if (_reservedStart < _reservedEnd) {
         vlUInt64 const end = getSize();
-        if (ftruncate(_descriptor, static_cast<off_t>(end)) != 0) {
+        if (ftruncate(_pFile->descriptor, static_cast<off_t>(end)) != 0) {
             return; // the file stays longer than necessary
         }
     }

@@ -184,13 +184,33 @@ BoolResult TiffStrips::requireWritable(vlUInt64 strip) const {
     return bThere ? success() : fail(eImageFileCheckMessage::eIFCM_StripNotWritable);
 }
 
-long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
-    long written = encode(strip, pBuffer);
+/// Stores a strip, behind the strip before it if the file is compressed.
+template <class Store>
+long TiffStrips::writeInOrder(vlUInt64 strip, Store const& store) const {
+    long written = store();
     bool const bOutOfOrder = _bCompressed && strip > 0 && getOffset(strip) < getOffset(strip - 1);
     if (written >= 0 && bOutOfOrder) {
-        written = moveToEnd(strip) ? encode(strip, pBuffer) : -1;
+        written = moveToEnd(strip) ? store() : -1;
     }
     return written;
+}
+
+long TiffStrips::write(vlUInt64 strip, void const* pBuffer) const {
+    return writeInOrder(strip, [&] { return encode(strip, pBuffer); });
+}
+
+long TiffStrips::writeEncoded(vlUInt64 strip, EncodedStrips const& strips) const {
+    vlUInt64 const begin = strips.getBegin(strip);
+    return writeInOrder(strip, [&] {
+        bool const bStored = storeRaw(strip, strips.bytes.data() + begin, strips.ends[strip] - begin);
+        return bStored ? static_cast<long>(_layout.getBytesOf(strip)) : -1;
+    });
+}
+
+bool TiffStrips::storeRaw(vlUInt64 strip, std::byte const* pBytes, vlUInt64 nbBytes) const {
+    TIFFSetWriteOffset(_pTiff, 0); // otherwise libtiff appends to the strip before
+    auto const size = static_cast<tmsize_t>(nbBytes);
+    return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), const_cast<std::byte*>(pBytes), size) == size;
 }
 
 long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
@@ -209,10 +229,8 @@ long TiffStrips::encode(vlUInt64 strip, void const* pBuffer) const {
 /// Moves a strip to the end of the file, which libtiff does if a strip is larger than its space. This is
 /// necessary because some readers take strips with decreasing offsets for an image that is upside down.
 bool TiffStrips::moveToEnd(vlUInt64 strip) const {
-    std::vector<std::byte> placeholder(getByteCount(strip) + 1);
-    TIFFSetWriteOffset(_pTiff, 0); // otherwise libtiff appends to the strip before
-    auto const size = static_cast<tmsize_t>(placeholder.size());
-    return TIFFWriteRawStrip(_pTiff, toStripNumber(strip), placeholder.data(), size) == size;
+    std::vector<std::byte> const placeholder(getByteCount(strip) + 1);
+    return storeRaw(strip, placeholder.data(), placeholder.size());
 }
 
 bool TiffStrips::hasWrongByteCount(vlUInt64 strip) const {

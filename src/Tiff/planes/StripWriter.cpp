@@ -43,7 +43,7 @@ BoolResult StripWriter::moveStrip(Block const& block) {
     vlUInt64 const nbNeeded = getSkip(block) + getSize(block);
     bool const bWhole = block.nbPixels == layout.getStripPixels() && hasAllChannels();
     void const* pData = _channels.front().pSamples + getPlanOffset();
-    if (!bWhole || getNbChannels() != 1) {
+    if (_pEncoded == nullptr && (!bWhole || getNbChannels() != 1)) {
         std::byte* const pBuffer = provideBuffer(layout.getStripBytes());
         BoolResult read = bWhole ? success() : readBack(block.strip, nbNeeded, pBuffer);
         if (!read) {
@@ -78,7 +78,7 @@ BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 n
     vlUInt64 const directoryOffset = TIFFCurrentDirOffset(context.pTiff);
     TiffDirectories(context.pTiff).invalidateStrips(directoryOffset);
     BoolResult writable = getStrips().requireWritable(block.strip);
-    long const written = writable ? getStrips().write(block.strip, pStrip) : -1;
+    long const written = writable ? store(block.strip, pStrip) : -1;
     bool const bFailed = hasFailed(written, nbNeeded);
     BoolResult result = success();
     if (bFailed || written < 0) {
@@ -94,6 +94,11 @@ BoolResult StripWriter::write(Block const& block, void const* pStrip, vlUInt64 n
         TiffDirectories(context.pTiff).reloadDirectory(directoryOffset);
     }
     return result;
+}
+
+long StripWriter::store(vlUInt64 strip, void const* pStrip) {
+    return _pEncoded != nullptr ? getStrips().writeEncoded(strip, *_pEncoded)
+                                : getStrips().write(strip, pStrip);
 }
 
 void StripWriter::warnOfStrip(vlUInt64 strip, BoolResult const& reason) const {

@@ -84,7 +84,7 @@ BoolResult requireRowsPerStrip(PlaneContext const& context, std::uint32_t& rowsP
 
 /// Writes planes of consecutive channels from `firstChannel` on.
 BoolResult writeChannels(PlaneContext const& context, vlUInt64 firstChannel,
-                         std::vector<void const*> const& planes) {
+                         std::vector<void const*> const& planes, EncodedStrips const* pEncoded) {
     if (moveWithoutLibtiff<StripWriter>(context, StripWriter::eWriteFailure::Report, firstChannel, planes)) {
         return success();
     }
@@ -98,6 +98,7 @@ BoolResult writeChannels(PlaneContext const& context, vlUInt64 firstChannel,
     }
     StripWriter writer(context, {context.pTiff, context.getLayout(rowsPerStrip)},
                        StripWriter::eWriteFailure::Report);
+    writer.setEncoded(pEncoded);
     for (vlUInt64 index = 0; index < planes.size(); ++index) {
         writer.addChannel(firstChannel + index, planes[index]);
     }
@@ -154,13 +155,14 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
 BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                       PlaneRun const& run, eTiffPolicy policy, void const* pPixels) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
-    return writeChannels(context, context.isInterleaved() ? run.c : 0, {pPixels});
+    return writeChannels(context, context.isInterleaved() ? run.c : 0, {pPixels}, nullptr);
 }
 
 BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes) {
+                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes,
+                       EncodedStrips const* pEncoded) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
-    return writeChannels(context, 0, planes);
+    return writeChannels(context, 0, planes, pEncoded);
 }
 
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,

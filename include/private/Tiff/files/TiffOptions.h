@@ -13,6 +13,10 @@ namespace velmo::image::file {
 /// Converts the options of a public call into a request to open a file for reading.
 TiffOpenRequest toRequest(TiffReadOptions const& options);
 
+/// Number of threads for an image, if each needs `bytesForThread` bytes of pixels to make the work faster.
+vlUInt64 countUsefulThreads(processor::ProcessorDispatchPolicy const& threads,
+                            BaseImageGeometry const& geometry, vlUInt64 bytesForThread);
+
 /// Creates an accessor without a file that reads under a policy.
 boost::shared_ptr<TiffImageFile> createAccessor(eTiffPolicy policy);
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Tiff/handle/DeflateDecoder.h"
+#include "Tiff/handle/DirectoryChain.h"
 
 #include <VELMOImage/ImageEnums.h>
 #include <VELMOUtil/BoolResult.h>
@@ -12,12 +13,24 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <utility>
 
 using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
-class DirectoryChain;
+/// What the handles of one file share: the descriptor, which is closed with the last of them, and the
+/// directories.
+struct TiffFile {
+    explicit TiffFile(boost::filesystem::path givenPath) : path(std::move(givenPath)) {}
+    ~TiffFile();
+    TiffFile(TiffFile const&) = delete;
+    TiffFile& operator=(TiffFile const&) = delete;
+
+    boost::filesystem::path path;
+    int descriptor = -1;
+    DirectoryChain chain; ///< several threads may use it only after `count`
+};
 
 /// The bytes of an open TIFF file. Both libtiff and this module read and write through it.
 ///
@@ -30,6 +43,9 @@ class TiffStream {
     /// message gives the reason. `mode` is libtiff's: "r", "r+", "w", "w8". A file opened with "r+" cannot be
     /// changed before `allowWrites`.
     static TIFF* open(boost::filesystem::path const& path, char const* mode);
+    /// Opens another handle for reading on a file that is open for reading, for another thread. All
+    /// directories of the file must have been counted. Null on failure.
+    static TIFF* openAgain(std::shared_ptr<TiffFile> const& pFile);
     /// Error of the operating system in this thread's last `open`; none if the system opened the file.
     static std::error_code getOpenError();
     /// Result of this thread's last close of a file. Some file systems report failed writes only there.
@@ -72,19 +88,19 @@ class TiffStream {
     DeflateDecoder& accessDeflateDecoder() { return _deflateDecoder; }
 
     /// Offsets of the handle's directories, as far as they are known.
-    DirectoryChain& accessChain() { return *_pChain; }
+    DirectoryChain& accessChain() { return _pFile->chain; }
+    std::shared_ptr<TiffFile> const& getFile() const { return _pFile; }
 
   private:
-    explicit TiffStream(bool bWritable);
+    TiffStream(std::shared_ptr<TiffFile> pFile, bool bWritable);
     static TIFF* open(boost::filesystem::path const& path, char const* mode, vlUInt64 smallestLimit);
-    static TIFF* openHandle(std::unique_ptr<TiffStream> pStream, boost::filesystem::path const& path,
-                            char const* mode, vlUInt64 smallestLimit);
+    static TIFF* openHandle(std::unique_ptr<TiffStream> pStream, char const* mode, vlUInt64 smallestLimit);
     vlUInt64 readDirectly(vlUInt64 offset, void* pBuffer, vlUInt64 nbBytes);
     bool coverWithReservedZeros(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBytes);
 
     struct ClientProcedures;
 
-    int _descriptor = -1;
+    std::shared_ptr<TiffFile> _pFile;
     bool _bWritable;
     vlUInt64 _position = 0; ///< of libtiff
     std::error_code _readError;
@@ -102,7 +118,6 @@ class TiffStream {
     vlUInt64 _reservedStart = 0;
     vlUInt64 _reservedEnd = 0;
 
-    std::unique_ptr<DirectoryChain> _pChain;
     DeflateDecoder _deflateDecoder;
 };
 

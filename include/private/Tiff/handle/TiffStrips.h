@@ -7,7 +7,9 @@
 
 #include <VELMOUtil/BoolResult.h>
 #include <VELMOUtil/Types.h>
+#include <cstddef>
 #include <optional>
+#include <vector>
 
 using TIFF = struct tiff;
 
@@ -31,6 +33,14 @@ struct StripLayout {
     vlUInt64 getBytesOfRows(vlUInt64 nbPixels) const;
     /// Whether none of the numbers above overflows 64 bits.
     bool isCountable() const;
+};
+
+/// The strips of a directory as a file stores them, in their order.
+struct EncodedStrips {
+    std::vector<std::byte> bytes;
+    std::vector<vlUInt64> ends; ///< of each strip in `bytes`
+
+    vlUInt64 getBegin(vlUInt64 strip) const { return strip == 0 ? 0 : ends[strip - 1]; }
 };
 
 /// Strips of the current directory of a handle. The directory must not change during the lifetime of the
@@ -64,6 +74,8 @@ class TiffStrips {
     /// if the strip in the file has no room for them. A compressed strip is always stored behind the strip
     /// before it. The strip must be writable. Returns a number of bytes like `read`.
     long write(vlUInt64 strip, void const* pBuffer) const;
+    /// The same with the bytes of an encoded strip.
+    long writeEncoded(vlUInt64 strip, EncodedStrips const& strips) const;
 
     /// Whether an uncompressed strip has another number of bytes in the file than its pixels need.
     bool hasWrongByteCount(vlUInt64 strip) const;
@@ -78,7 +90,10 @@ class TiffStrips {
     bool hasPlainSamples() const;
     bool isPredicted() const;
     bool inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;
+    template <class Store>
+    long writeInOrder(vlUInt64 strip, Store const& store) const;
     long encode(vlUInt64 strip, void const* pBuffer) const;
+    bool storeRaw(vlUInt64 strip, std::byte const* pBytes, vlUInt64 nbBytes) const;
     bool moveToEnd(vlUInt64 strip) const;
     vlUInt64 getOffset(vlUInt64 strip) const;
     vlUInt64 getByteCount(vlUInt64 strip) const;

@@ -122,6 +122,9 @@ class StripWriter : public StripTransfer {
     StripWriter(PlaneContext const& context, TiffStrips strips, eWriteFailure writeFailure)
         : StripTransfer(context, std::move(strips)), _writeFailure(writeFailure) {}
     void addChannel(vlUInt64 channel, void const* pPixels);
+    /// Lets a run of the whole plane store encoded strips. `pEncoded` contains all strips of the plane, or is
+    /// null.
+    void setEncoded(EncodedStrips const* pEncoded) { _pEncoded = pEncoded; }
 
   private:
     bool movePlain(Block const& block) override;
@@ -129,6 +132,7 @@ class StripWriter : public StripTransfer {
     BoolResult failAtStrip(vlUInt64 strip, BoolResult const& reason) const override;
     BoolResult readBack(vlUInt64 strip, vlUInt64 nbNeeded, std::byte* pBuffer);
     BoolResult write(Block const& block, void const* pStrip, vlUInt64 nbNeeded);
+    long store(vlUInt64 strip, void const* pStrip);
     BoolResult flushWhenDue(Block const& block);
     BoolResult flush();
     bool hasFailed(long result, vlUInt64 nbNeeded) const;
@@ -139,6 +143,7 @@ class StripWriter : public StripTransfer {
     eWriteFailure _writeFailure;
     vlUInt64 _nbUnflushed = 0; ///< strips
     SourcePlanes _channels;
+    EncodedStrips const* _pEncoded = nullptr;
 };
 
 } // namespace velmo::image::file

@@ -15,6 +15,8 @@ using TIFF = struct tiff;
 
 namespace velmo::image::file {
 
+struct EncodedStrips;
+
 // The operations on planes of TiffImageFileTools, for callers that own the handle. An error that closes the
 // handle sets it to null. With a null handle they fail.
 
@@ -23,11 +25,13 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
 BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                       PlaneRun const& run, eTiffPolicy policy, void const* pPixels);
 
-/// Writes the planes of all channels of (z, t), one for each channel in order, of a file with interleaved
-/// channels. Each strip is written once. The bytes are the same as after `writePlane` for each channel.
-/// Errors name channel `run.c`.
+/// Writes the planes of all channels of a directory: one plane, or of a file with interleaved channels one
+/// for each channel in order. Each strip is written once. The bytes are the same as after `writePlane` for
+/// each channel. Errors name channel `run.c`. `pEncoded` contains all strips of the run, a whole plane, if
+/// they were encoded before; otherwise it is null.
 BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes);
+                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes,
+                       EncodedStrips const* pEncoded = nullptr);
 
 /// Transfers all channels of an interleaved page at once. `run.c` is ignored. `planes` contains one buffer
 /// for each channel, in order; a read with fewer buffers fills only these.

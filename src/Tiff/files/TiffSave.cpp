@@ -1,0 +1,229 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tiff/files/TiffSave.h"
+
+#include "Tiff/TiffImageFileTools.h"
+#include "Tiff/files/TiffOptions.h"
+#include "Tiff/handle/TiffErrorHandler.h"
+#include "Tiff/handle/TiffFileClosure.h"
+#include "Tiff/model/TiffPixels.h"
+#include "Tiff/planes/PlaneEncoder.h"
+#include "Tiff/planes/TiffPlaneAccess.h"
+
+#include <VELMOBase/CheckedArithmetic.h>
+#include <VELMOBase/ParallelRun.h>
+#include <VELMOImage/ImageStrip.h>
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace velmo::image::file {
+
+namespace {
+
+/// The planes of all channels of a directory, on their way from the image to the file.
+struct Page {
+    PlanIndexes place;
+    std::vector<boost::shared_ptr<InputImageYStrip2d>> planes;
+    std::optional<EncodedStrips> encoded;
+
+    std::vector<void const*> getPixels() const {
+        std::vector<void const*> pixels;
+        for (auto const& pPlane : planes) {
+            pixels.push_back(pPlane->accessBuffer().getDataPtr());
+        }
+        return pixels;
+    }
+};
+
+/// Consecutive pages up to the first one that cannot be read.
+struct PageBatch {
+    std::vector<Page> pages;
+    BoolResult result = success();
+};
+
+/// The pages of an image in the order of their directories.
+class ImagePages {
+  public:
+    explicit ImagePages(ImageConstPtr const& pImage)
+        : _pImage(pImage), _geometry(pImage->getGeometry()), _bInterleaved(isInterleavedColor(_geometry)) {}
+
+    vlUInt64 getNbPages() const {
+        return _bInterleaved ? _geometry.getSizeZ() * _geometry.getSizeT() : _geometry.getNbPlans();
+    }
+
+    BoolResult read(vlUInt64 number, Page& page) const {
+        page.place = _bInterleaved ? PlanIndexes{number % _geometry.getSizeZ(), 0, number / _geometry.getSizeZ()}
+                                   : _geometry.getPlanIndexes(number);
+        vlUInt64 const nbChannels = _bInterleaved ? _geometry.getSizeC() : 1;
+        BoolResult result = success();
+        for (vlUInt64 c = 0; c < nbChannels && result; ++c) {
+            PlanIndexes const plane = {page.place.z, page.place.c + c, page.place.t};
+            page.planes.emplace_back();
+            result = readPlane(plane, page.planes.back());
+            if (!result) {
+                BoolResult const earlier = readEarlierPlanes(plane);
+                result = earlier ? result : earlier;
+            }
+        }
+        return result;
+    }
+
+    BoolResult readPlane(PlanIndexes const& place, boost::shared_ptr<InputImageYStrip2d>& pPlane) const {
+        ImageStripExtractor::extractYStrip2d<InputImageYStrip2d>(place.z, place.c, place.t, 0,
+                                                                 _geometry.getSizeY(), eSAT_Default,
+                                                                 eSPD_Default, _pImage, pPlane);
+        BoolResult const ready = pPlane->initBuffer();
+        return ready ? pPlane->readFromImage() : ready;
+    }
+
+  private:
+    /// Fails if a plane fails that a save of one channel after the other would read before `plane`. Both
+    /// kinds of saves therefore report the same plane.
+    BoolResult readEarlierPlanes(PlanIndexes const& plane) const {
+        BoolResult result = success();
+        for (vlUInt64 c = 0; _bInterleaved && c < plane.c && result; ++c) {
+            for (vlUInt64 z = plane.z + 1; z < _geometry.getSizeZ() && result; ++z) {
+                boost::shared_ptr<InputImageYStrip2d> pPlane;
+                result = readPlane({z, c, plane.t}, pPlane);
+            }
+        }
+        return result;
+    }
+
+    ImageConstPtr const& _pImage;
+    BaseImageGeometry const& _geometry;
+    bool _bInterleaved;
+};
+
+/// Saves the pages of an image to an open file.
+class PageSaver {
+  public:
+    PageSaver(TIFF*& pTiff, boost::filesystem::path const& path, ImageConstPtr const& pImage,
+              eTiffPolicy policy)
+        : _pTiff(pTiff), _path(path), _geometry(pImage->getGeometry()), _policy(policy), _pages(pImage) {}
+
+    BoolResult run(vlUInt64 nbThreads, eTiffCompression compression) {
+        vlUInt64 const nbPages = _pages.getNbPages();
+        vlUInt64 const pageBytes = std::max<vlUInt64>(1, _geometry.getFullMemorySize() / std::max<vlUInt64>(1, nbPages));
+        constexpr vlUInt64 batchBytes = vlUInt64{1} << 20;
+        _pagesPerBatch = nbThreads == 1 ? 1 : std::clamp<vlUInt64>(batchBytes / pageBytes, 1, divideUp(nbPages, nbThreads * 4));
+        if (nbThreads > 1 && compression != eTC_None) {
+            encode(nbThreads);
+        }
+        return runInOrder(
+            nbThreads, divideUp(nbPages, _pagesPerBatch),
+            [&](vlUInt64 thread, vlUInt64 batch) { return prepare(thread, batch); },
+            [&](vlUInt64 /*batch*/, PageBatch& batch) { return write(batch); });
+    }
+
+    /// All channels of each page get the pixels of the first channel of the image.
+    BoolResult saveFirstChannel() const {
+        BoolResult result = success();
+        for (vlUInt64 t = 0; t < _geometry.getSizeT() && result; ++t) {
+            for (vlUInt64 z = 0; z < _geometry.getSizeZ() && result; ++z) {
+                result = saveFirstChannel(z, t);
+            }
+        }
+        return result;
+    }
+
+  private:
+    BoolResult saveFirstChannel(vlUInt64 z, vlUInt64 t) const {
+        boost::shared_ptr<InputImageYStrip2d> pPlane;
+        BoolResult const read = _pages.readPlane({z, 0, t}, pPlane);
+        if (!read) {
+            return read;
+        }
+        std::vector<void const*> const pixels(_geometry.getSizeC() == 4 ? 4 : 3, pPlane->accessBuffer().getDataPtr());
+        return writePage(_pTiff, _path, _geometry, toRun({z, 0, t}), _policy, pixels);
+    }
+
+    PlaneRun toRun(PlanIndexes const& place) const {
+        return {place.z, place.c, place.t, 0, _geometry.getPlanNbPixels()};
+    }
+
+    void encode(vlUInt64 nbThreads) {
+        _encoding.emplace(_pTiff, _path, _geometry, _policy);
+        for (vlUInt64 thread = 0; thread < nbThreads; ++thread) {
+            _encoders.emplace_back(*_encoding);
+        }
+    }
+
+    PageBatch prepare(vlUInt64 thread, vlUInt64 number) {
+        if (thread != 0) {
+            TiffErrorHandler::getInstance().clearCurrentError();
+        }
+        PageBatch batch;
+        vlUInt64 const first = number * _pagesPerBatch;
+        vlUInt64 const end = std::min(first + _pagesPerBatch, _pages.getNbPages());
+        for (vlUInt64 index = first; index < end && batch.result; ++index) {
+            Page page;
+            batch.result = _pages.read(index, page);
+            if (batch.result && !_encoders.empty()) {
+                page.encoded = _encoders[thread].encode(page.place.t, page.getPixels());
+            }
+            if (batch.result) {
+                batch.pages.push_back(std::move(page));
+            }
+        }
+        return batch;
+    }
+
+    /// Writes a batch, and releases each page.
+    BoolResult write(PageBatch& batch) const {
+        for (Page& given : batch.pages) {
+            Page const page = std::move(given);
+            BoolResult result = writePlanes(_pTiff, _path, _geometry, toRun(page.place), _policy,
+                                            page.getPixels(), page.encoded ? &*page.encoded : nullptr);
+            if (!result) {
+                return result;
+            }
+        }
+        return batch.result;
+    }
+
+    TIFF*& _pTiff;
+    boost::filesystem::path const& _path;
+    BaseImageGeometry const& _geometry;
+    eTiffPolicy _policy;
+    ImagePages _pages;
+    vlUInt64 _pagesPerBatch = 1;
+    std::optional<PlaneEncoding> _encoding;
+    std::vector<PlaneEncoder> _encoders; ///< one for each thread; none if `writePlanes` encodes
+};
+
+/// Threads are useful for encoding, and to read from the image while the file is written.
+vlUInt64 countThreads(ImageConstPtr const& pImage, eTiffCompression compression,
+                      processor::ProcessorDispatchPolicy const& threads) {
+    constexpr vlUInt64 bytesToEncode = vlUInt64{1} << 20;
+    constexpr vlUInt64 bytesToRead = vlUInt64{16} << 20;
+    BaseImageGeometry const& geometry = pImage->getGeometry();
+    if (geometry.getFullMemorySize() == 0 ||
+        (compression == eTC_None && pImage->accessPlan(0, 0, 0) != nullptr)) {
+        return 1;
+    }
+    return countUsefulThreads(threads, geometry, compression == eTC_None ? bytesToRead : bytesToEncode);
+}
+
+} // namespace
+
+void saveTiffImage(boost::filesystem::path const& path, ImageConstPtr const& pImage,
+                   eTiffCompression compression, eTiffPolicy policy,
+                   processor::ProcessorDispatchPolicy const& threads, FamilyFailure const& failure) {
+    BaseImageGeometry const& geometry = pImage->getGeometry();
+    std::string const& userProperties = pImage->getUserPropertiesStr();
+    GeometricCalibrationConstPtr const pCalibration = pImage->getGeometricCalibrationConstPtr();
+    TIFF* pTiff = nullptr;
+    TiffFileClosure const closure(path.string(), pTiff);
+    failure.require(userProperties.empty()
+                        ? createTiffFile(path, geometry, pCalibration, compression, pTiff)
+                        : createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff));
+    PageSaver saver(pTiff, path, pImage, policy);
+    bool const bRgb = isInterleavedRgb(pTiff, path); // false: a new file has no current directory
+    failure.require(bRgb ? saver.saveFirstChannel() : saver.run(countThreads(pImage, compression, threads), compression));
+}
+
+} // namespace velmo::image::file
