@@ -188,4 +188,68 @@ TEST(ParallelRun, AnExceptionLeavesNoThreadBehind) {
     EXPECT_EQ(nbInside, 0);
 }
 
+TEST(RunInOrder, PreparesOnThreadsAndFinishesInOrder) {
+    std::atomic<bool> bOther{false};
+    std::vector<vlUInt64> finished;
+    EXPECT_TRUE(runInOrder(
+        2, 50,
+        [&](vlUInt64 /*thread*/, vlUInt64 unit) {
+            bOther = bOther || unit == 1;
+            if (unit == 0) {
+                waitUntil(bOther); // unit 1 is prepared first
+            }
+            return unit * unit;
+        },
+        [&](vlUInt64 unit, vlUInt64 prepared) {
+            EXPECT_EQ(prepared, unit * unit);
+            finished.push_back(unit);
+            return success();
+        }));
+    EXPECT_EQ(finished, countTo(50));
+}
+
+TEST(RunInOrder, AFailureEndsTheRunAfterTheUnitsBefore) {
+    for (vlUInt64 const nbThreads : {1, 2, 8}) {
+        std::vector<vlUInt64> finished;
+        BoolResult const result = runInOrder(
+            nbThreads, 100, [](vlUInt64 /*thread*/, vlUInt64 unit) { return unit; },
+            [&](vlUInt64 unit, vlUInt64 /*prepared*/) {
+                finished.push_back(unit);
+                return unit >= 20 ? failure("unit " + std::to_string(unit)) : success();
+            });
+        EXPECT_EQ(result.getMessage(), "unit 20");
+        EXPECT_EQ(finished, countTo(21));
+    }
+}
+
+// The exception of a higher unit comes first, and waits.
+TEST(RunInOrder, AnExceptionOfAPreparationCountsInItsOrder) {
+    for (vlUInt64 const nbThreads : {1, 2, 8}) {
+        std::atomic<bool> bThrown{nbThreads == 1};
+        std::vector<vlUInt64> finished;
+        auto const run = [&] {
+            static_cast<void>(runInOrder(
+                nbThreads, 100,
+                [&](vlUInt64 /*thread*/, vlUInt64 unit) -> vlUInt64 {
+                    if (unit == 4) {
+                        waitUntil(bThrown);
+                    }
+                    if (unit == 5) {
+                        bThrown = true;
+                    }
+                    if (unit >= 4) {
+                        throw std::runtime_error("unit " + std::to_string(unit));
+                    }
+                    return unit;
+                },
+                [&](vlUInt64 unit, vlUInt64 /*prepared*/) {
+                    finished.push_back(unit);
+                    return success();
+                }));
+        };
+        EXPECT_EQ(thrownText<std::runtime_error>(run), "unit 4");
+        EXPECT_EQ(finished, countTo(4));
+    }
+}
+
 } // namespace velmo::test

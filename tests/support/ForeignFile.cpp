@@ -3,8 +3,10 @@
 
 #include "ForeignFile.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/crc.hpp>
+#include <boost/filesystem/operations.hpp>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -86,6 +88,36 @@ ForeignFile toForeignFile(std::string const& name, json const& entry) {
 
 boost::filesystem::path getForeignFolder() {
     return boost::filesystem::path(VELMO_TEST_DATA) / "tiff";
+}
+
+std::vector<boost::filesystem::path> findForeignTiffs() {
+    std::vector<boost::filesystem::path> paths;
+    for (auto const& entry : boost::filesystem::directory_iterator(getForeignFolder())) {
+        if (entry.path().extension() == ".tif") {
+            paths.push_back(entry.path());
+        }
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+std::string damage(std::string bytes, std::mt19937& random) {
+    auto const below = [&](std::size_t end) { return random() % std::max<std::size_t>(1, end); };
+    switch (below(8)) {
+    case 0:
+        bytes.resize(below(bytes.size()));
+        break;
+    case 1:
+        bytes.insert(below(bytes.size()), bytes.substr(below(bytes.size()), 1 + below(40)));
+        break;
+    default:
+        for (std::size_t change = 0; !bytes.empty() && change < 1 + below(6); ++change) {
+            std::size_t const place =
+                below(3) == 0 ? below(std::min<std::size_t>(200, bytes.size())) : below(bytes.size());
+            bytes[place] = static_cast<char>(below(3) == 0 ? 255 * below(2) : random());
+        }
+    }
+    return bytes;
 }
 
 std::vector<ForeignFile> readForeignFiles() {

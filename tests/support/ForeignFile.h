@@ -9,6 +9,7 @@
 #include <boost/filesystem/path.hpp>
 #include <cstdint>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,12 @@ struct ForeignFile {
 std::vector<ForeignFile> readForeignFiles();
 
 boost::filesystem::path getForeignFolder();
+
+/// The TIFF files of that folder in the order of their names.
+std::vector<boost::filesystem::path> findForeignTiffs();
+
+/// Changes a few bytes of a file, cuts it, or repeats a piece of it.
+std::string damage(std::string bytes, std::mt19937& random);
 
 std::uint32_t getCrc(std::string const& bytes);
 

@@ -30,8 +30,8 @@ class RowLoader {
   public:
     RowLoader(TiffHandles& handles, boost::filesystem::path const& path, eTiffPolicy policy,
               ImagePtr const& pImage, bool bPages)
-        : _handles(handles), _path(path), _policy(policy), _pImage(pImage),
-          _geometry(pImage->getGeometry()), _bPages(bPages), _nbRows(_geometry.getSizeY()) {}
+        : _handles(handles), _path(path), _policy(policy), _pImage(pImage), _geometry(pImage->getGeometry()),
+          _bPages(bPages), _nbRows(_geometry.getSizeY()) {}
 
     /// Divides planes into runs of at least `nbRows` rows that begin with a strip.
     void divide(vlUInt64 nbRows, vlUInt64 rowsPerStrip) {
@@ -39,16 +39,17 @@ class RowLoader {
     }
 
     vlUInt64 getNbRuns() const {
-        vlUInt64 const nbPlanes = _bPages ? _geometry.getSizeZ() * _geometry.getSizeT() : _geometry.getNbPlans();
+        vlUInt64 const nbPlanes =
+            _bPages ? _geometry.getSizeZ() * _geometry.getSizeT() : _geometry.getNbPlans();
         return nbPlanes * getNbRunsPerPlane();
     }
 
     /// Runs are numbered in the order (t, c, z, y).
     BoolResult load(vlUInt64 number) const {
         vlUInt64 const plane = number / getNbRunsPerPlane();
-        PlanIndexes const place = _bPages
-                                      ? PlanIndexes{plane % _geometry.getSizeZ(), 0, plane / _geometry.getSizeZ()}
-                                      : _geometry.getPlanIndexes(plane);
+        PlanIndexes const place =
+            _bPages ? PlanIndexes{plane % _geometry.getSizeZ(), 0, plane / _geometry.getSizeZ()}
+                    : _geometry.getPlanIndexes(plane);
         vlUInt64 const y = number % getNbRunsPerPlane() * _nbRows;
         return load(place, y, std::min(_nbRows, _geometry.getSizeY() - y));
     }
@@ -62,9 +63,9 @@ class RowLoader {
         std::vector<void*> pixels;
         for (vlUInt64 c = 0; c < nbChannels; ++c) {
             channels.emplace_back();
-            ImageStripExtractor::extractYStrip2d<OutputImageYStrip2d>(plane.z, plane.c + c, plane.t, y, nbRows,
-                                                                      eSAT_Default, eSPD_Default, _pImage,
-                                                                      channels.back());
+            ImageStripExtractor::extractYStrip2d<OutputImageYStrip2d>(plane.z, plane.c + c, plane.t, y,
+                                                                      nbRows, eSAT_Default, eSPD_Default,
+                                                                      _pImage, channels.back());
             BoolResult ready = channels.back()->initBuffer();
             if (!ready) {
                 return ready;
@@ -110,7 +111,8 @@ void divide(RowLoader& loader, TIFF* pTiff, BaseImageGeometry const& geometry, v
     vlUInt64 const rowsPerStrip = getTag<std::uint32_t>(pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0);
     if (nbThreads > 1 && nbPlanes < nbThreads * runsOfThread && rowsPerStrip != 0) {
         vlUInt64 const nbBytes = geometry.getFullMemorySize();
-        vlUInt64 const nbRuns = std::max<vlUInt64>(1, std::min(nbThreads * runsOfThread, nbBytes / getBytesForThread(pTiff)));
+        vlUInt64 const nbRuns =
+            std::max<vlUInt64>(1, std::min(nbThreads * runsOfThread, nbBytes / getBytesForThread(pTiff)));
         loader.divide(divideUp(geometry.getSizeY() * nbPlanes, nbRuns), rowsPerStrip);
     }
 }
@@ -125,7 +127,8 @@ void loadTiffImage(boost::filesystem::path const& path, TiffOpenRequest const& r
     TIFF* const pTiff = opened.pTiff;
     BaseImageGeometry const& geometry = *opened.pGeometry;
     vlUInt64 const nbThreads = countUsefulThreads(threads, geometry, getBytesForThread(pTiff));
-    TiffHandles handles(pTiff, nbThreads > 1 ? TiffHandles::eUse::SeveralAtATime : TiffHandles::eUse::OneAtATime);
+    TiffHandles handles(pTiff,
+                        nbThreads > 1 ? TiffHandles::eUse::SeveralAtATime : TiffHandles::eUse::OneAtATime);
     bool const bPages = isInterleavedRgb(pTiff, path);
     failure.require(requirePlausible(pTiff, path, geometry, request.policy, bPages));
     failure.require(ImageFactory::getInstance().createDefaultImage(geometry, pImage));

@@ -55,8 +55,9 @@ class ImagePages {
     }
 
     BoolResult read(vlUInt64 number, Page& page) const {
-        page.place = _bInterleaved ? PlanIndexes{number % _geometry.getSizeZ(), 0, number / _geometry.getSizeZ()}
-                                   : _geometry.getPlanIndexes(number);
+        page.place = _bInterleaved
+                         ? PlanIndexes{number % _geometry.getSizeZ(), 0, number / _geometry.getSizeZ()}
+                         : _geometry.getPlanIndexes(number);
         vlUInt64 const nbChannels = _bInterleaved ? _geometry.getSizeC() : 1;
         BoolResult result = success();
         for (vlUInt64 c = 0; c < nbChannels && result; ++c) {
@@ -72,9 +73,8 @@ class ImagePages {
     }
 
     BoolResult readPlane(PlanIndexes const& place, boost::shared_ptr<InputImageYStrip2d>& pPlane) const {
-        ImageStripExtractor::extractYStrip2d<InputImageYStrip2d>(place.z, place.c, place.t, 0,
-                                                                 _geometry.getSizeY(), eSAT_Default,
-                                                                 eSPD_Default, _pImage, pPlane);
+        ImageStripExtractor::extractYStrip2d<InputImageYStrip2d>(
+            place.z, place.c, place.t, 0, _geometry.getSizeY(), eSAT_Default, eSPD_Default, _pImage, pPlane);
         BoolResult const ready = pPlane->initBuffer();
         return ready ? pPlane->readFromImage() : ready;
     }
@@ -107,9 +107,12 @@ class PageSaver {
 
     BoolResult run(vlUInt64 nbThreads, eTiffCompression compression) {
         vlUInt64 const nbPages = _pages.getNbPages();
-        vlUInt64 const pageBytes = std::max<vlUInt64>(1, _geometry.getFullMemorySize() / std::max<vlUInt64>(1, nbPages));
+        vlUInt64 const pageBytes =
+            std::max<vlUInt64>(1, _geometry.getFullMemorySize() / std::max<vlUInt64>(1, nbPages));
         constexpr vlUInt64 batchBytes = vlUInt64{1} << 20;
-        _pagesPerBatch = nbThreads == 1 ? 1 : std::clamp<vlUInt64>(batchBytes / pageBytes, 1, divideUp(nbPages, nbThreads * 4));
+        _pagesPerBatch = nbThreads == 1 ? 1
+                                        : std::clamp<vlUInt64>(batchBytes / pageBytes, 1,
+                                                               divideUp(nbPages, nbThreads * 4));
         if (nbThreads > 1 && compression != eTC_None) {
             encode(nbThreads);
         }
@@ -137,7 +140,8 @@ class PageSaver {
         if (!read) {
             return read;
         }
-        std::vector<void const*> const pixels(_geometry.getSizeC() == 4 ? 4 : 3, pPlane->accessBuffer().getDataPtr());
+        std::vector<void const*> const pixels(_geometry.getSizeC() == 4 ? 4 : 3,
+                                              pPlane->accessBuffer().getDataPtr());
         return writePage(_pTiff, _path, _geometry, toRun({z, 0, t}), _policy, pixels);
     }
 
@@ -223,7 +227,8 @@ void saveTiffImage(boost::filesystem::path const& path, ImageConstPtr const& pIm
                         : createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff));
     PageSaver saver(pTiff, path, pImage, policy);
     bool const bRgb = isInterleavedRgb(pTiff, path); // false: a new file has no current directory
-    failure.require(bRgb ? saver.saveFirstChannel() : saver.run(countThreads(pImage, compression, threads), compression));
+    failure.require(bRgb ? saver.saveFirstChannel()
+                         : saver.run(countThreads(pImage, compression, threads), compression));
 }
 
 } // namespace velmo::image::file

@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::uint32_t g_longTags[] = {TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH, TIFFTAG_ROWSPERSTRIP};
 /// The compression is set before the predictor, which is a tag of the codec.
-constexpr std::uint32_t g_shortTags[] = {TIFFTAG_COMPRESSION,     TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL,
-                                         TIFFTAG_PHOTOMETRIC,     TIFFTAG_PLANARCONFIG,  TIFFTAG_SAMPLEFORMAT,
+constexpr std::uint32_t g_shortTags[] = {TIFFTAG_COMPRESSION, TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL,
+                                         TIFFTAG_PHOTOMETRIC, TIFFTAG_PLANARCONFIG,  TIFFTAG_SAMPLEFORMAT,
                                          TIFFTAG_PREDICTOR};
 
 } // namespace
@@ -69,7 +69,9 @@ struct StripEncoder::ClientProcedures {
 
     static toff_t seek(thandle_t handle, toff_t offset, int whence) {
         StripEncoder& encoder = get(handle);
-        vlUInt64 const start = whence == SEEK_END ? encoder._size : whence == SEEK_CUR ? encoder._position : 0;
+        vlUInt64 const start = whence == SEEK_END   ? encoder._size
+                               : whence == SEEK_CUR ? encoder._position
+                                                    : 0;
         encoder._position = start + offset;
         return encoder._position;
     }

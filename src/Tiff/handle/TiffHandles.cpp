@@ -18,7 +18,8 @@ void TiffHandles::reset(TIFF* pTiff, eUse use) {
     _pFile.reset();
     _nbHandles = 1;
     _bClosed = pTiff == nullptr;
-    TiffStream* const pStream = use == eUse::SeveralAtATime && pTiff != nullptr ? TiffStream::find(pTiff) : nullptr;
+    TiffStream* const pStream =
+        use == eUse::SeveralAtATime && pTiff != nullptr ? TiffStream::find(pTiff) : nullptr;
     if (pStream != nullptr) {
         pStream->accessChain().count(pTiff, *pStream); // from now on it does not change
         _pFile = pStream->getFile();
@@ -58,7 +59,8 @@ std::unique_ptr<TiffHandles::Entry> TiffHandles::takeIdle() {
         return nullptr;
     }
     auto const user = std::this_thread::get_id();
-    auto found = std::find_if(_idle.rbegin(), _idle.rend(), [&](auto const& pEntry) { return pEntry->user == user; });
+    auto found =
+        std::find_if(_idle.rbegin(), _idle.rend(), [&](auto const& pEntry) { return pEntry->user == user; });
     auto const taken = found != _idle.rend() ? std::prev(found.base()) : _idle.begin();
     std::unique_ptr<Entry> pEntry = std::move(*taken);
     _idle.erase(taken);

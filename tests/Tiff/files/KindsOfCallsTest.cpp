@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CheckedFixture.h"
+#include "ForeignFile.h"
 
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
@@ -13,17 +14,8 @@ namespace {
 
 namespace fs = boost::filesystem;
 using testing::IsEmpty;
-
-std::vector<path> findFixtures() {
-    std::vector<path> paths;
-    for (fs::directory_entry const& entry : fs::directory_iterator(path(VELMO_TEST_DATA) / "tiff")) {
-        if (entry.path().extension() == ".tif") {
-            paths.push_back(entry.path());
-        }
-    }
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
+using velmo::test::damage;
+using velmo::test::findForeignTiffs;
 
 /// What one kind of call makes of a file.
 struct Outcome {
@@ -112,33 +104,13 @@ bool hasOwnAnnouncement(path const& path) {
            std::string(description).find("ImageJ=") != std::string::npos;
 }
 
-/// Changes a few bytes of a file, cuts it, or repeats a piece of it.
-std::string mutate(std::string bytes, std::mt19937& random) {
-    auto const below = [&](std::size_t end) { return random() % std::max<std::size_t>(1, end); };
-    switch (below(8)) {
-    case 0:
-        bytes.resize(below(bytes.size()));
-        break;
-    case 1:
-        bytes.insert(below(bytes.size()), bytes.substr(below(bytes.size()), 1 + below(40)));
-        break;
-    default:
-        for (std::size_t change = 0; !bytes.empty() && change < 1 + below(6); ++change) {
-            std::size_t const place =
-                below(3) == 0 ? below(std::min<std::size_t>(200, bytes.size())) : below(bytes.size());
-            bytes[place] = static_cast<char>(below(3) == 0 ? 255 * below(2) : random());
-        }
-    }
-    return bytes;
-}
-
 class KindsOfCalls : public TiffTest {};
 
 } // namespace
 
 TEST_F(KindsOfCalls, AgreeOnEveryFixtureOrTheLogSaysWhereNot) {
     std::size_t nbTrue = 0;
-    for (path const& fixture : findFixtures()) {
+    for (path const& fixture : findForeignTiffs()) {
         for (eTiffDirectoryMode const mode : {eTDM_Volume, eTDM_Temporal}) {
             SCOPED_TRACE(fixture.filename().string());
             bool const bPlain = takeThrough(fixture, eTiffPolicy::Plain, mode).tellsTheTruth();
@@ -155,14 +127,14 @@ TEST_F(KindsOfCalls, AgreeOnEveryFixtureOrTheLogSaysWhereNot) {
 
 TEST_F(KindsOfCalls, AgreeOnDamagedFilesOrTheLogSaysWhereNot) {
     std::mt19937 random(20240229);
-    std::vector<path> const fixtures = findFixtures();
+    std::vector<path> const fixtures = findForeignTiffs();
     for (unsigned int mutant = 0; mutant < 3000; ++mutant) {
         path const& fixture = fixtures[random() % fixtures.size()];
         std::string const bytes = readFile(fixture);
         if (bytes.size() > 100000) {
             continue;
         }
-        writeFile(_path, mutate(bytes, random));
+        writeFile(_path, damage(bytes, random));
         SCOPED_TRACE(fixture.filename().string() + ", mutant " + std::to_string(mutant));
         if (!hasOwnAnnouncement(_path)) {
             compareKinds(_path, eTDM_Volume);

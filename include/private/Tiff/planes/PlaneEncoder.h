@@ -43,8 +43,8 @@ class PlaneEncoder {
     /// Keeps a reference to `encoding`.
     explicit PlaneEncoder(PlaneEncoding const& encoding) : _encoding(encoding) {}
 
-    /// Encodes all strips of a directory of time step `t`. `planes` contains the planes of its channels. Empty
-    /// if libtiff cannot encode them.
+    /// Encodes all strips of a directory of time step `t`. `planes` contains the planes of its channels.
+    /// Empty if libtiff cannot encode them.
     std::optional<EncodedStrips> encode(vlUInt64 t, std::vector<void const*> const& planes);
 
   private:
