@@ -307,4 +307,18 @@ TEST_F(TiffConvert, BigEndianRawPixelsAreSwappedOnTheirWay) {
     EXPECT_EQ("\2\1\4\3", readTiff(_folder / "out.tif").at(0).pixels);
 }
 
+TEST_F(TiffConvert, TheNumberOfThreadsDoesNotChangeTheFile) {
+    std::string const pixels = countingBytes(200 * 150 * 3 * 12, 5);
+    create("in.raw", pixels);
+    expectDone(runTool(Arguments{"convert", path("in.raw"), path("in.tif"), "--compression", "deflate"} +
+                       raw("200,150,12,3", "uint8")));
+    for (char const* const threads : {"1", "2", "16"}) {
+        for (char const* const compression : {"none", "lzw"}) {
+            expectDone(runTool({"convert", path("in.tif"), path("out.tif"), "--overwrite", "--threads",
+                                threads, "--compression", compression}));
+            EXPECT_TRUE(backToRaw() == pixels) << threads << ", " << compression;
+        }
+    }
+}
+
 } // namespace velmo::test

@@ -120,6 +120,10 @@ INSTANTIATE_TEST_SUITE_P(
         {"CompressionOfRaw",
          g_convert + Arguments{"--compression", "lzw"},
          {"--compression", "TIFF outputs"}},
+        wrongOption("NoThreads", g_toTiff, "--threads", "0", "from 1 to 1024"),
+        wrongOption("TooManyThreads", g_toTiff, "--threads", "1025", "from 1 to 1024"),
+        wrongOption("ThreadsInAWord", g_toTiff, "--threads", "all", "whole number"),
+        {"ThreadsOfRaw", g_convert + Arguments{"--threads", "2"}, {"--threads", "TIFF outputs"}},
         {"HeaderOfTiff", g_toTiff + Arguments{"--header", "h"}, {"--header", "raw outputs"}},
 
         {"NoOutputOfStack", {"stack", "s", "*"}, {"OUTPUT is required"}},

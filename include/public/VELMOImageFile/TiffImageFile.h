@@ -7,6 +7,7 @@
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/Export.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
+#include <functional>
 #include <memory>
 
 using TIFF = struct tiff;
@@ -127,6 +128,9 @@ class VELMO_IMAGE_FILE_EXPORT TiffImageFile : public BaseDiskImageAccessor {
     void setPolicy(eTiffPolicy policy) { _policy = policy; }
     /// The policy of all operations.
     eTiffPolicy getPolicy() const { return _policy; }
+    /// Calls a function that reads, with a handle that no other thread uses meanwhile. The function sets the
+    /// handle to null if it closes it. An exception of the function becomes a failed result.
+    BoolResult withHandle(std::function<BoolResult(TIFF*& pTiff)> const& read) const;
 
   private:
     BoolResult openFileInternal(boost::filesystem::path const& filePath, eImageAccessMode const& accessMode,

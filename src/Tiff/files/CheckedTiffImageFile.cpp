@@ -4,6 +4,7 @@
 #include "Tiff/files/CheckedTiffImageFile.h"
 
 #include "Frame/AccessorIdiom.h"
+#include "Tiff/planes/TiffPlaneAccess.h"
 
 #include <VELMOSerialization/BaseArchive.h>
 
@@ -14,6 +15,14 @@ CheckedTiffImageFile::CheckedTiffImageFile() : CheckedTiffImageFile(eTiffPolicy:
 CheckedTiffImageFile::CheckedTiffImageFile(eTiffPolicy policy) : TiffImageFile(policy) {}
 
 VELMO_DEFINE_ACCESSOR_IDENTITY(CheckedTiffImageFile, "velmo::image::file::CheckedTiffImageFile", 1)
+
+BoolResult CheckedTiffImageFile::readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                             vlUInt64 nbPixels, std::vector<void*> const& buffers) const {
+    return withHandle([&](TIFF*& pTiff) {
+        return readPage(pTiff, getFilePath(), getGeometry(), {z, 0, t, pixelStartOffset, nbPixels},
+                        getPolicy(), buffers);
+    });
+}
 
 BoolResult CheckedTiffImageFile::write(BaseOArchive& archive) const {
     int const tolerant = getPolicy() == eTiffPolicy::Tolerant ? 1 : 0;

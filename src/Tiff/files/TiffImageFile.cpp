@@ -123,10 +123,16 @@ BoolResult TiffImageFile::resizeData(BaseImageGeometry const& imageGeometry) {
 
 BoolResult TiffImageFile::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
                                       vlUInt64 nbPixels, void* buffer) const {
+    return withHandle([&](TIFF*& pTiff) {
+        return readPlane(pTiff, getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels}, _policy,
+                         buffer);
+    });
+}
+
+BoolResult TiffImageFile::withHandle(std::function<BoolResult(TIFF*& pTiff)> const& read) const {
     try {
         TiffHandles::Loan handle(*_pHandles);
-        return readPlane(handle.access(), getFilePath(), getGeometry(), {z, c, t, pixelStartOffset, nbPixels},
-                         _policy, buffer);
+        return read(handle.access());
     } catch (std::exception const& exception) {
         if (printsExceptions(_policy)) {
             std::puts(exception.what());

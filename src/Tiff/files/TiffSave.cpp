@@ -9,12 +9,16 @@
 #include "Tiff/handle/TiffFileClosure.h"
 #include "Tiff/model/TiffPixels.h"
 #include "Tiff/planes/PlaneEncoder.h"
+#include "Tiff/planes/StripTransfer.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
 
 #include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOBase/ParallelRun.h>
+#include <VELMOImage/DiskImage.h>
 #include <VELMOImage/ImageStrip.h>
+#include <VELMOImageFile/PageReader.h>
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -26,16 +30,12 @@ namespace {
 /// The planes of all channels of a directory, on their way from the image to the file.
 struct Page {
     PlanIndexes place;
-    std::vector<boost::shared_ptr<InputImageYStrip2d>> planes;
+    std::vector<void const*> pixels; ///< of each channel
     std::optional<EncodedStrips> encoded;
 
-    std::vector<void const*> getPixels() const {
-        std::vector<void const*> pixels;
-        for (auto const& pPlane : planes) {
-            pixels.push_back(pPlane->accessBuffer().getDataPtr());
-        }
-        return pixels;
-    }
+    // The memory of the pixels, unless the image lends its own.
+    std::vector<boost::shared_ptr<InputImageYStrip2d>> planes;
+    ScratchBytes memory;
 };
 
 /// Consecutive pages up to the first one that cannot be read.
@@ -44,11 +44,18 @@ struct PageBatch {
     BoolResult result = success();
 };
 
+BasePageReader const* findPageReader(BaseImage const& image) {
+    auto const* const pDiskImage = dynamic_cast<DiskImage const*>(&image);
+    return pDiskImage != nullptr ? dynamic_cast<BasePageReader const*>(pDiskImage->getAccessor().get())
+                                 : nullptr;
+}
+
 /// The pages of an image in the order of their directories.
 class ImagePages {
   public:
     explicit ImagePages(ImageConstPtr const& pImage)
-        : _pImage(pImage), _geometry(pImage->getGeometry()), _bInterleaved(isInterleavedColor(_geometry)) {}
+        : _pImage(pImage), _geometry(pImage->getGeometry()), _bInterleaved(isInterleavedColor(_geometry)),
+          _pPageReader(_bInterleaved ? findPageReader(*pImage) : nullptr) {}
 
     vlUInt64 getNbPages() const {
         return _bInterleaved ? _geometry.getSizeZ() * _geometry.getSizeT() : _geometry.getNbPlans();
@@ -58,6 +65,10 @@ class ImagePages {
         page.place = _bInterleaved
                          ? PlanIndexes{number % _geometry.getSizeZ(), 0, number / _geometry.getSizeZ()}
                          : _geometry.getPlanIndexes(number);
+        if (_pPageReader != nullptr && readAtOnce(page)) {
+            return success();
+        }
+        page.pixels.clear();
         vlUInt64 const nbChannels = _bInterleaved ? _geometry.getSizeC() : 1;
         BoolResult result = success();
         for (vlUInt64 c = 0; c < nbChannels && result; ++c) {
@@ -68,6 +79,7 @@ class ImagePages {
                 BoolResult const earlier = readEarlierPlanes(plane);
                 result = earlier ? result : earlier;
             }
+            page.pixels.push_back(page.planes.back()->accessBuffer().getDataPtr());
         }
         return result;
     }
@@ -80,6 +92,24 @@ class ImagePages {
     }
 
   private:
+    /// Reads all channels in one pass. Returns false if that fails; the channels are then read one by one,
+    /// which gives the failure.
+    bool readAtOnce(Page& page) const {
+        vlUInt64 const planeBytes = _geometry.getPlanMemorySize(page.place.t);
+        std::vector<void*> buffers;
+        try {
+            std::byte* const pMemory = page.memory.provide(planeBytes * _geometry.getSizeC());
+            for (vlUInt64 c = 0; c < _geometry.getSizeC(); ++c) {
+                buffers.push_back(pMemory + c * planeBytes);
+            }
+        } catch (std::bad_alloc const&) {
+            return false;
+        }
+        page.pixels.assign(buffers.begin(), buffers.end());
+        return static_cast<bool>(
+            _pPageReader->readRawPage(page.place.z, page.place.t, 0, _geometry.getPlanNbPixels(), buffers));
+    }
+
     /// Fails if a plane fails that a save of one channel after the other would read before `plane`. Both
     /// kinds of saves therefore report the same plane.
     BoolResult readEarlierPlanes(PlanIndexes const& plane) const {
@@ -96,6 +126,7 @@ class ImagePages {
     ImageConstPtr const& _pImage;
     BaseImageGeometry const& _geometry;
     bool _bInterleaved;
+    BasePageReader const* _pPageReader; ///< of an interleaved image; null if each channel is read
 };
 
 /// Saves the pages of an image to an open file.
@@ -167,7 +198,7 @@ class PageSaver {
             Page page;
             batch.result = _pages.read(index, page);
             if (batch.result && !_encoders.empty()) {
-                page.encoded = _encoders[thread].encode(page.place.t, page.getPixels());
+                page.encoded = _encoders[thread].encode(page.place.t, page.pixels);
             }
             if (batch.result) {
                 batch.pages.push_back(std::move(page));
@@ -180,8 +211,8 @@ class PageSaver {
     BoolResult write(PageBatch& batch) const {
         for (Page& given : batch.pages) {
             Page const page = std::move(given);
-            BoolResult result = writePlanes(_pTiff, _path, _geometry, toRun(page.place), _policy,
-                                            page.getPixels(), page.encoded ? &*page.encoded : nullptr);
+            BoolResult result = writePlanes(_pTiff, _path, _geometry, toRun(page.place), _policy, page.pixels,
+                                            page.encoded ? &*page.encoded : nullptr);
             if (!result) {
                 return result;
             }

@@ -215,6 +215,36 @@ TEST_F(ParallelCalls, ImagesOnDiskAreSavedByThreadsThatReadThem) {
     }
 }
 
+TEST_F(ParallelCalls, ColourImagesOnDiskAreSavedPageByPage) {
+    for (eColorGeometryType const color : {eCGT_Rgb, eCGT_Rgba}) {
+        auto const pGeometry = makeColorGeometry(color, eIBT_UInt16, {70, 60, 5, 1, 2});
+        std::string const pixels = makePixels(*pGeometry);
+        path const source = _folder / "source.tif";
+        saveTiffImageFile(source, makeMemoryImage(*pGeometry, pixels), writeWith(1, eTC_Deflate));
+        for (eTiffCompression const compression : {eTC_None, eTC_Lzw}) {
+            compareSaves(openTiffImageFile(source), compression);
+            EXPECT_EQ(velmo::test::readPixels(*loadTiffImageFile(_path)), pixels);
+        }
+    }
+}
+
+// The failure is that of the first channel, as without the pages.
+TEST_F(ParallelCalls, APageThatCannotBeDecodedIsReportedAsItsFirstChannel) {
+    auto const pGeometry = makeColorGeometry(eCGT_Rgb, eIBT_UInt8, {64, 64, 6});
+    saveTiffImageFile(_path, makeMemoryImage(*pGeometry, makePixels(*pGeometry)), writeWith(1, eTC_Deflate));
+    spoil(4, 0);
+    spoil(5, 0);
+    DiskImagePtr const pImage = openTiffImageFile(_path);
+    for (vlUInt64 const nbThreads : {1, 4}) {
+        try {
+            saveTiffImageFile(_folder / "saved.tif", pImage, writeWith(nbThreads, eTC_Lzw));
+            ADD_FAILURE();
+        } catch (VELMOImageFileException const& exception) {
+            EXPECT_THAT(exception.what(), HasSubstr("strip 0 for directory z=4, c=0, t=0"));
+        }
+    }
+}
+
 TEST_F(ParallelCalls, ALoadReportsTheFirstPlaneThatCannotBeDecoded) {
     writeDeflate();
     spoil(9, 1);

@@ -6,7 +6,7 @@
 # _velmo_image_options COMMAND: the options of a command.
 _velmo_image_options() {
     local input='--format --size --type --offset --byte-order --directories --pixels'
-    local output='--output-format --compression --header --overwrite --quiet'
+    local output='--output-format --compression --header --threads --overwrite --quiet'
     case $1 in
     info) echo "--help --json --check $input" ;;
     convert) echo "--help $input $output --calibration-tags" ;;
@@ -30,7 +30,7 @@ _velmo_image_values() {
     --pixels) echo 'default binary label' ;;
     --compression) echo 'none lzw deflate' ;;
     --interpolation) echo 'nearest linear cubic' ;;
-    --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --directory) echo - ;;
+    --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory) echo - ;;
     esac
 }
 

@@ -31,6 +31,7 @@ boost::shared_ptr<image::BaseDiskImageAccessor> getAccessorOf(image::ImagePtr co
 
 ObservedAccessor::ObservedAccessor(ObservedSource const& source, Progress& progress)
     : _pImage(source.pImage),
+      _pPageReader(dynamic_cast<image::file::BasePageReader const*>(getAccessorOf(source.pImage).get())),
       _pPlanes(source.bWholePlanes ? std::make_unique<TiffPlanes>(source.pImage) : nullptr),
       _bSwapBytes(source.bSwapBytes), _progress(progress) {
     auto const pAccessor = getAccessorOf(source.pImage);
@@ -86,20 +87,36 @@ BoolResult ObservedAccessor::readSource(image::PlanIndexes const& plane, vlUInt6
                     : _pImage->readPixels(plane.z, plane.c, plane.t, pixelStart, nbPixels, buffer);
 }
 
-BoolResult ObservedAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
-                                         vlUInt64 nbPixels, void* buffer) const {
+template <class Read>
+BoolResult ObservedAccessor::observe(vlUInt64 t, vlUInt64 nbPixels, std::vector<void*> const& buffers,
+                                     Read const& read) const {
     if (isInterruptRequested()) {
         return failure("interrupted");
     }
-    BoolResult result = readSource({z, c, t}, pixelStartOffset, nbPixels, buffer);
-    if (result) {
+    BoolResult result = read();
+    for (void* const pBuffer : result ? buffers : std::vector<void*>()) {
         if (_bSwapBytes) {
             image::eImageBufferType const type = getGeometry().getPlanGeometry(t).getBufferType();
-            swapBytes(buffer, nbPixels, image::getImageBufferBaseSize(type));
+            swapBytes(pBuffer, nbPixels, image::getImageBufferBaseSize(type));
         }
         _progress.add(nbPixels);
     }
     return result;
+}
+
+BoolResult ObservedAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                         vlUInt64 nbPixels, void* buffer) const {
+    return observe(t, nbPixels, {buffer}, [&] {
+        return readSource({z, c, t}, pixelStartOffset, nbPixels, buffer);
+    });
+}
+
+BoolResult ObservedAccessor::readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                                         std::vector<void*> const& buffers) const {
+    return observe(t, nbPixels, buffers, [&] {
+        return _pPageReader != nullptr ? _pPageReader->readRawPage(z, t, pixelStartOffset, nbPixels, buffers)
+                                       : failure("the source reads one channel at a time");
+    });
 }
 
 BoolResult ObservedAccessor::writeRawData(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/,

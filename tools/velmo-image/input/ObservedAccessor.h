@@ -7,7 +7,9 @@
 
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/ImageAccessor.h>
+#include <VELMOImageFile/PageReader.h>
 #include <memory>
+#include <vector>
 
 namespace velmo::tool {
 
@@ -22,7 +24,7 @@ struct ObservedSource {
 
 /// Reads through to another image, so that a copy of it can be watched and stopped: each read swaps the bytes
 /// if asked to, counts its pixels, and fails after an interrupt. Read only; it does not travel in archives.
-class ObservedAccessor : public image::BaseDiskImageAccessor {
+class ObservedAccessor : public image::BaseDiskImageAccessor, public image::file::BasePageReader {
   public:
     /// `progress` must outlive the accessor.
     ObservedAccessor(ObservedSource const& source, Progress& progress);
@@ -40,16 +42,22 @@ class ObservedAccessor : public image::BaseDiskImageAccessor {
     BoolResult resizeData(image::BaseImageGeometry const& geometry) override;
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
+    BoolResult readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                           std::vector<void*> const& buffers) const override;
     BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                             void const* buffer) override;
     void clearDerived() override;
 
   private:
+    template <class Read>
+    BoolResult observe(vlUInt64 t, vlUInt64 nbPixels, std::vector<void*> const& buffers,
+                       Read const& read) const;
     BoolResult readSource(image::PlanIndexes const& plane, vlUInt64 pixelStart, vlUInt64 nbPixels,
                           void* buffer) const;
 
     image::ImagePtr _pImage;
-    std::unique_ptr<TiffPlanes> _pPlanes; ///< null where runs of pixels are read
+    image::file::BasePageReader const* _pPageReader; ///< of the source; null if it has none
+    std::unique_ptr<TiffPlanes> _pPlanes;            ///< null where runs of pixels are read
     bool _bSwapBytes;
     Progress& _progress;
 };

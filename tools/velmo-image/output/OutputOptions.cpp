@@ -64,6 +64,9 @@ void OutputOptions::addTo(CommandOptions& options) {
                       "none|lzw|deflate: compression of a TIFF output (default: none)");
     options.addOption("--header", _headerFile,
                       "File whose bytes are written before the planes of a raw output");
+    options.addOption("--threads", _threads,
+                      "Number of threads that read the input and encode a TIFF output (default: as many as "
+                      "there are processors)");
     options.addFlag("--overwrite", _bOverwrite, "Replace an existing output");
     options.addFlag("--quiet", _bQuiet, "Hide the progress bar");
 }
@@ -83,6 +86,19 @@ image::file::eTiffCompression OutputOptions::getCompression() const {
                                 : parseChoice("--compression", _compression, g_compressions);
 }
 
+processor::ProcessorDispatchPolicy OutputOptions::getThreads() const {
+    if (_threads.empty()) {
+        return image::file::useAllProcessors();
+    }
+    constexpr vlUInt64 mostThreads = 1024;
+    vlUInt64 const nbThreads = parseNumber("--threads", _threads);
+    if (nbThreads == 0 || nbThreads > mostThreads) {
+        throw WrongUse("--threads must be a number from 1 to " + std::to_string(mostThreads) + ", not " +
+                       quoted(_threads));
+    }
+    return image::file::useThreads(nbThreads);
+}
+
 void OutputOptions::requireFit() const {
     eFileFormat const format = getFormat();
     if (_format.empty() && hasPictureExtension(_file)) {
@@ -96,11 +112,15 @@ void OutputOptions::requireFit() const {
     if (format == eFileFormat::Raw && !_compression.empty()) {
         throw WrongUse("--compression applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
     }
+    if (format == eFileFormat::Raw && !_threads.empty()) {
+        throw WrongUse("--threads applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
+    }
     if (format == eFileFormat::Raw && _bCalibrationTags) {
         throw WrongUse("--calibration-tags applies only to TIFF outputs; " + quoted(_file) +
                        " is a raw file");
     }
     getCompression();
+    getThreads();
     requireHeaderApartFrom(_file, "the output");
 }
 
@@ -137,6 +157,7 @@ OutputOptions::Writer OutputOptions::createWriter(image::DiskImagePtr const& pIm
     if (getFormat() == eFileFormat::Tiff) {
         image::file::TiffWriteOptions options;
         options.compression = getCompression();
+        options.threads = getThreads();
         options.bReplaceWhenWhole = false; // the path is a temporary one already
         std::optional<TiffResolution> const resolution = getResolution(*pImage);
         return [=](boost::filesystem::path const& path) {

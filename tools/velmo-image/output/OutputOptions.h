@@ -7,7 +7,7 @@
 #include "input/ObservedAccessor.h"
 #include "output/TiffResolution.h"
 
-#include <VELMOImageFile/TiffImageFileTypes.h>
+#include <VELMOImageFile/TiffImageFileOptions.h>
 #include <functional>
 #include <optional>
 
@@ -44,12 +44,14 @@ class OutputOptions {
     /// Empty without --calibration-tags. Prints a warning about what the tags cannot hold.
     std::optional<TiffResolution> getResolution(image::DiskImage const& image) const;
     image::file::eTiffCompression getCompression() const;
+    processor::ProcessorDispatchPolicy getThreads() const;
     /// Writes the image under the name that it is called with.
     Writer createWriter(image::DiskImagePtr const& pImage) const;
 
     std::string _file;
     std::string _format;
     std::string _compression;
+    std::string _threads;
     std::string _headerFile;
     bool _bCalibrationTags = false;
     bool _bOverwrite = false;

@@ -5,6 +5,7 @@
 
 #include "Tiff/TiffPolicy.h"
 
+#include <VELMOImageFile/PageReader.h>
 #include <VELMOImageFile/TiffImageFile.h>
 
 namespace velmo::image::file {
@@ -12,7 +13,7 @@ namespace velmo::image::file {
 /// The accessor of images from calls with options. It returns the pixels of the file or fails. If it is
 /// tolerant, it sets pixels that cannot be read to zero. Its archive record has its own class name and stores
 /// whether it is tolerant.
-class CheckedTiffImageFile : public TiffImageFile {
+class CheckedTiffImageFile : public TiffImageFile, public BasePageReader {
   public:
     /// Creates a strict accessor without a file.
     CheckedTiffImageFile();
@@ -31,6 +32,9 @@ class CheckedTiffImageFile : public TiffImageFile {
     BaseDynamicObject* duplicate() const override;
     DynamicObjectPtr duplicateShared() const override;
     void copy(BaseDynamicObject const& other) override;
+
+    BoolResult readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                           std::vector<void*> const& buffers) const override;
 
     BoolResult write(BaseOArchive& archive) const override;
     /// Like `read` of the base class, but a missing file is an error in every access mode.
