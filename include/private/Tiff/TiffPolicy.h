@@ -84,6 +84,13 @@ constexpr bool readsInParallel(eTiffPolicy policy) {
     return policy != eTiffPolicy::Plain;
 }
 
+/// Whether a read may use the directory and the decoded pixels of the read before it. Otherwise each read
+/// takes them from the file again. What a broken strip leaves in the pixels depends on where libtiff began to
+/// decode, so that only reads that fail for such a strip may begin elsewhere.
+constexpr bool reusesLastRead(eTiffPolicy policy) {
+    return policy == eTiffPolicy::Strict;
+}
+
 /// Whether an opening clears libtiff's text of the calling thread, so that the text of an earlier file cannot
 /// become the reason of an error.
 constexpr bool clearsTiffText(eTiffPolicy policy) {

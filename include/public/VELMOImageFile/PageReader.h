@@ -11,7 +11,8 @@
 namespace velmo::image::file {
 
 /// An accessor of interleaved pixels that can read the planes of all channels in one pass, which is several
-/// times as fast as one channel after the other. Saves use it if the image that they save has such an accessor.
+/// times as fast as one channel after the other. Saves use it if the image that they save has such an
+/// accessor.
 class VELMO_IMAGE_FILE_EXPORT BasePageReader {
   public:
     virtual ~BasePageReader();

@@ -43,11 +43,18 @@ BoolResult TiffDirectories::reach(vlUInt64 index) const {
     vlUInt64 const previousOffset = TIFFCurrentDirOffset(_pTiff);
     auto const known =
         _pStream == nullptr ? std::nullopt : _pStream->accessChain().find(_pTiff, *_pStream, number);
+    if (known && *known == previousOffset && reusesLastRead(_policy) && !_pStream->isWritable() &&
+        _pStream->isCurrentDirectorySound()) {
+        return success();
+    }
     constexpr vlUInt64 largestNumber = NumericLimits<tdir_t>::s_max; // larger than any existing number
     int const reached = known
                             ? TIFFSetSubDirectory(_pTiff, *known)
                             : TIFFSetDirectory(_pTiff, static_cast<tdir_t>(std::min(number, largestNumber)));
     if (reached == 1) {
+        if (_pStream != nullptr) {
+            _pStream->setCurrentDirectorySound();
+        }
         return success();
     }
     std::string const message = lastTiffMessage();

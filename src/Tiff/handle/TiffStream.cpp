@@ -282,6 +282,7 @@ vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBy
         return 0;
     }
     discardReadAhead();
+    forgetLastRead();
     if (coverWithReservedZeros(offset, pBuffer, nbBytes)) {
         return nbBytes;
     }

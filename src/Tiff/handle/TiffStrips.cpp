@@ -163,6 +163,30 @@ long TiffStrips::read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
     return TIFFReadEncodedStrip(_pTiff, toStripNumber(strip), pBuffer, static_cast<tmsize_t>(nbBytes));
 }
 
+std::byte const* TiffStrips::findDecoded(vlUInt64 strip) const {
+    constexpr vlUInt64 largestStrip = vlUInt64{256} << 20; // larger ones would take too much memory
+    vlUInt64 const nbBytes = _layout.getBytesOf(strip);
+    if (_pStream == nullptr || !_bCompressed || nbBytes > largestStrip) {
+        return nullptr;
+    }
+    LastStrip& last = _pStream->accessLastStrip();
+    vlUInt64 const directoryOffset = TIFFCurrentDirOffset(_pTiff);
+    if (last.directoryOffset != directoryOffset || last.strip != strip) {
+        last = LastStrip();
+        last.directoryOffset = directoryOffset;
+        last.strip = strip;
+        return nullptr;
+    }
+    if (!last.bDecoded && !last.bBroken) {
+        last.bBroken = !requireEnoughBytes(strip, nbBytes);
+        last.bytes.resize(last.bBroken ? 0 : nbBytes);
+        last.bDecoded =
+            !last.bBroken && read(strip, nbBytes, last.bytes.data()) == static_cast<long>(nbBytes);
+        last.bBroken = !last.bDecoded;
+    }
+    return last.bDecoded ? last.bytes.data() : nullptr;
+}
+
 /// Decodes a strip with libdeflate. Returns false if anything is unexpected; the caller then uses libtiff.
 bool TiffStrips::inflate(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const {
     constexpr vlUInt64 margin = 65536; // incompressible data needs some more bytes

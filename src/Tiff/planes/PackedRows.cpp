@@ -3,6 +3,7 @@
 
 #include "Tiff/planes/PackedRows.h"
 
+#include "Tiff/handle/TiffStream.h"
 #include "Tiff/handle/TiffStrips.h"
 #include "Tiff/handle/TiffTags.h"
 #include "Tiff/planes/PlaneContext.h"
@@ -29,7 +30,7 @@ void unpack(std::byte const* pBits, vlUInt64 first, vlUInt64 nbPixels, std::byte
 class PackedRows {
   public:
     explicit PackedRows(PlaneContext const& context)
-        : _context(context), _sizeX(context.geometry.getSizeX()),
+        : _context(context), _pStream(TiffStream::find(context.pTiff)), _sizeX(context.geometry.getSizeX()),
           _nbRows(getTag<std::uint32_t>(context.pTiff, TIFFTAG_IMAGELENGTH).value_or(0)),
           _rowsPerStrip(getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP).value_or(0)),
           _bCompressed(getCompression(context.pTiff) != COMPRESSION_NONE) {
@@ -41,11 +42,14 @@ class PackedRows {
             std::max((_sizeX + 7) / 8, static_cast<vlUInt64>(std::max<tmsize_t>(0, scanlineSize))));
     }
 
-    /// Codecs can only start at the first row of a strip.
+    /// Codecs can only start at the first row of a strip, or go on after the row that they have decoded last.
     BoolResult skipTo(vlUInt64 row) {
         BoolResult result = success();
         if (_bCompressed && row < _nbRows) {
-            for (vlUInt64 before = row - row % _rowsPerStrip; result && before < row; ++before) {
+            vlUInt64 const strip = row / _rowsPerStrip;
+            vlUInt64 const next = isDecoding(strip) ? TIFFCurrentRow(_context.pTiff) : strip * _rowsPerStrip;
+            for (vlUInt64 before = next <= row ? next : strip * _rowsPerStrip; result && before < row;
+                 ++before) {
                 result = read(before);
             }
         }
@@ -55,7 +59,10 @@ class PackedRows {
     BoolResult read(vlUInt64 row) {
         std::fill(_buffer.begin(), _buffer.end(), std::byte{0});
         ZlibDecoding const zlib(_context.pTiff, isDeflate(_context.pTiff));
-        if (TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1) {
+        bool const bRead =
+            TIFFReadScanline(_context.pTiff, _buffer.data(), static_cast<std::uint32_t>(row), 0) == 1;
+        keepPlace(row, bRead);
+        if (bRead) {
             return success();
         }
         return failToReadRow(row, failure(lastTiffMessage()));
@@ -85,6 +92,27 @@ class PackedRows {
     }
 
   private:
+    /// Whether libtiff has decoded the last row of this handle, in this strip, without an error.
+    bool isDecoding(vlUInt64 strip) const {
+        if (_pStream == nullptr || !reusesLastRead(_context.policy)) {
+            return false;
+        }
+        LastStrip const& last = _pStream->accessLastStrip();
+        return last.directoryOffset == TIFFCurrentDirOffset(_context.pTiff) && last.strip == strip &&
+               last.nextRow != 0 && last.nextRow == TIFFCurrentRow(_context.pTiff) &&
+               strip == TIFFCurrentStrip(_context.pTiff);
+    }
+
+    void keepPlace(vlUInt64 row, bool bRead) const {
+        if (_pStream != nullptr) {
+            LastStrip& last = _pStream->accessLastStrip();
+            last = LastStrip();
+            last.directoryOffset = bRead ? TIFFCurrentDirOffset(_context.pTiff) : 0;
+            last.strip = row / _rowsPerStrip;
+            last.nextRow = row + 1;
+        }
+    }
+
     /// Plain calls cut the column to 8 bits. A run that begins at column 256 or later therefore begins at a
     /// wrong bit.
     vlUInt64 getFirstBit(vlUInt64 column) const {
@@ -117,6 +145,7 @@ class PackedRows {
     }
 
     PlaneContext const& _context;
+    TiffStream* _pStream;
     vlUInt64 _sizeX;
     vlUInt64 _nbRows;
     vlUInt64 _rowsPerStrip;

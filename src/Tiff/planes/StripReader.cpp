@@ -74,6 +74,13 @@ BoolResult StripReader::decode(Block const& block) {
         fillWithZeros(block);
         return failAtStrip(block.strip, held);
     }
+    bool const bPart = block.position != 0 || nbBytes != nbStripBytes;
+    std::byte const* const pDecoded =
+        bPart && reusesLastRead(getContext().policy) ? getStrips().findDecoded(block.strip) : nullptr;
+    if (pDecoded != nullptr) {
+        spread(pDecoded + getSkip(block), block.nbPixels);
+        return success();
+    }
     bool const bInPlace = getNbChannels() == 1 && nbBytes == getSize(block);
     std::byte* const pBuffer =
         bInPlace ? _channels.front().pSamples + getPlanOffset() : providePixels(nbBytes);

@@ -5,6 +5,7 @@
 
 #include "Tiff/TiffImageFileTools.h"
 #include "Tiff/handle/TiffDirectories.h"
+#include "Tiff/handle/TiffStream.h"
 #include "Tiff/handle/TiffTags.h"
 #include "Tiff/model/ImageJStack.h"
 #include "Tiff/model/TiffPixels.h"
@@ -121,12 +122,23 @@ BoolResult reachPage(PlaneContext const& context) {
     return result ? requireInterleaved(context) : result;
 }
 
-} // namespace
+/// Repeats a read that has failed if it may have used the directory and the pixels of the read before it. A
+/// failure is therefore always that of a read of the file.
+template <class Read>
+BoolResult readAgainAfterFailure(TIFF*& pTiff, eTiffPolicy policy, Read const& read) {
+    TiffStream* const pStream =
+        pTiff != nullptr && reusesLastRead(policy) ? TiffStream::find(pTiff) : nullptr;
+    bool const bReuses = pStream != nullptr && pStream->isCurrentDirectorySound();
+    BoolResult result = read();
+    if (!result && bReuses && pTiff != nullptr) {
+        pStream->forgetLastRead();
+        result = read();
+    }
+    return result;
+}
 
-BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                     PlaneRun const& run, eTiffPolicy policy, void* pPixels) {
-    Chrono chrono;
-    chrono.start();
+BoolResult readPlaneOnce(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                         PlaneRun const& run, eTiffPolicy policy, void* pPixels) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
     BoolResult result = context.requireHandle();
     if (!result) {
@@ -152,21 +164,8 @@ BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImag
     return bPacked ? readPackedRows(context, static_cast<std::byte*>(pPixels)) : readStrips(context, pPixels);
 }
 
-BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                      PlaneRun const& run, eTiffPolicy policy, void const* pPixels) {
-    PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
-    return writeChannels(context, context.isInterleaved() ? run.c : 0, {pPixels}, nullptr);
-}
-
-BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes,
-                       EncodedStrips const* pEncoded) {
-    PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
-    return writeChannels(context, 0, planes, pEncoded);
-}
-
-BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
-                    PlaneRun const& run, eTiffPolicy policy, std::vector<void*> const& planes) {
+BoolResult readPageOnce(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                        PlaneRun const& run, eTiffPolicy policy, std::vector<void*> const& planes) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Page);
     if (!readsStacksAsStored(policy) && isImageJStack(pTiff, geometry, policy)) {
         TargetPlanes channels;
@@ -191,6 +190,35 @@ BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImage
         reader.addChannel(channel, planes[channel]);
     }
     return reader.run();
+}
+
+} // namespace
+
+BoolResult readPlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                     PlaneRun const& run, eTiffPolicy policy, void* pPixels) {
+    Chrono chrono;
+    chrono.start();
+    return readAgainAfterFailure(pTiff, policy,
+                                 [&] { return readPlaneOnce(pTiff, path, geometry, run, policy, pPixels); });
+}
+
+BoolResult writePlane(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                      PlaneRun const& run, eTiffPolicy policy, void const* pPixels) {
+    PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
+    return writeChannels(context, context.isInterleaved() ? run.c : 0, {pPixels}, nullptr);
+}
+
+BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                       PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes,
+                       EncodedStrips const* pEncoded) {
+    PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Plane);
+    return writeChannels(context, 0, planes, pEncoded);
+}
+
+BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                    PlaneRun const& run, eTiffPolicy policy, std::vector<void*> const& planes) {
+    return readAgainAfterFailure(pTiff, policy,
+                                 [&] { return readPageOnce(pTiff, path, geometry, run, policy, planes); });
 }
 
 BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,

@@ -11,9 +11,11 @@
 #include <array>
 #include <boost/filesystem/path.hpp>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 using TIFF = struct tiff;
 
@@ -30,6 +32,16 @@ struct TiffFile {
     boost::filesystem::path path;
     int descriptor = -1;
     DirectoryChain chain; ///< several threads may use it only after `count`
+};
+
+/// The strip from which a handle has read last, decoded as a whole if several parts of it were read.
+struct LastStrip {
+    vlUInt64 directoryOffset = 0;
+    vlUInt64 strip = 0;
+    vlUInt64 nextRow = 0;  ///< after the rows that libtiff has decoded one by one without an error
+    bool bDecoded = false; ///< whether `bytes` contains the strip
+    bool bBroken = false;  ///< whether decoding the whole strip has failed
+    std::vector<std::byte> bytes;
 };
 
 /// The bytes of an open TIFF file. Both libtiff and this module read and write through it.
@@ -71,6 +83,15 @@ class TiffStream {
     bool wasMemoryRefused() const { return _bMemoryRefused; }
     /// Number of libtiff's errors and warnings about this handle.
     vlUInt64 countMessages() const { return _nbMessages; }
+    /// Whether the current directory was read from the file by `TiffDirectories::reach`, and libtiff has
+    /// reported nothing since. Otherwise its state may be that of a failed access.
+    bool isCurrentDirectorySound() const { return _nbMessages == _nbMessagesAtReach; }
+    void setCurrentDirectorySound() { _nbMessagesAtReach = _nbMessages; }
+    /// The next access reads its directory and strips from the file.
+    void forgetLastRead() {
+        _nbMessagesAtReach.reset();
+        _lastStrip = LastStrip();
+    }
     /// The reason why libtiff may have left out tags or directories; no error if it has read all.
     std::error_code getMissedError() const;
     /// Error of the last write; none if it succeeded.
@@ -86,6 +107,11 @@ class TiffStream {
 
     /// Decoder for strips that are decoded without libtiff.
     DeflateDecoder& accessDeflateDecoder() { return _deflateDecoder; }
+
+    /// Empty after each write.
+    LastStrip& accessLastStrip() { return _lastStrip; }
+
+    bool isWritable() const { return _bWritable; }
 
     /// Offsets of the handle's directories, as far as they are known.
     DirectoryChain& accessChain() { return _pFile->chain; }
@@ -107,6 +133,7 @@ class TiffStream {
     std::error_code _writeError;
     bool _bMemoryRefused = false;
     vlUInt64 _nbMessages = 0;
+    std::optional<vlUInt64> _nbMessagesAtReach;
 
     /// Large enough to read a directory and its arrays at once. The buffer is not allocated on demand,
     /// because libtiff calls the reads and does not support exceptions.
@@ -119,6 +146,7 @@ class TiffStream {
     vlUInt64 _reservedEnd = 0;
 
     DeflateDecoder _deflateDecoder;
+    LastStrip _lastStrip;
 };
 
 /// libtiff's message of the calling thread, followed by the operating system's error of the last write to the

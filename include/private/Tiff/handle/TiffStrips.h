@@ -70,6 +70,10 @@ class TiffStrips {
     /// Decodes the first `nbBytes` bytes of a strip. Returns their number according to libtiff, or less than
     /// 0 after an error.
     long read(vlUInt64 strip, vlUInt64 nbBytes, void* pBuffer) const;
+    /// The pixels of a strip that is read in parts, if the last read of this handle was from the same
+    /// directory and strip; null otherwise, for a plain strip, and if the strip cannot be decoded as a whole.
+    /// They are valid until the next use of the handle.
+    std::byte const* findDecoded(vlUInt64 strip) const;
     /// Replaces a strip. `pBuffer` contains a whole strip. Rows after the last row of the plane are omitted
     /// if the strip in the file has no room for them. A compressed strip is always stored behind the strip
     /// before it. The strip must be writable. Returns a number of bytes like `read`.
