@@ -5,6 +5,7 @@
 #include "Tiff/handle/TiffFileClosure.h"
 #include "Tiff/handle/TiffStream.h"
 #include "Tiff/handle/TiffTags.h"
+#include "Tiff/model/PageAppender.h"
 #include "Tiff/model/TiffPixels.h"
 #include "Tiff/model/TiffStoredGeometry.h"
 #include "Tiff/model/ZeroStrips.h"
@@ -13,6 +14,8 @@
 #include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/format.hpp>
+#include <optional>
+#include <vector>
 
 namespace velmo::image::file {
 
@@ -84,16 +87,20 @@ class TiffCreation {
         vlUInt64 z;
         vlUInt64 c;
         vlUInt64 t;
+        std::uint16_t number; ///< the tag has 16 bits
         std::string getName(bool bWithChannel) const {
             std::string const channel = bWithChannel ? " C=" + std::to_string(c) : std::string();
             return "T=" + std::to_string(t) + channel + " Z=" + std::to_string(z);
         }
     };
 
+    vlUInt64 getNbPages() const {
+        return multiplyOrMax(multiplyOrMax(_geometry.getSizeZ(), _bInterleaved ? 1 : _geometry.getSizeC()),
+                             _geometry.getSizeT());
+    }
+
     BoolResult countPages() {
-        vlUInt64 const nbPages =
-            multiplyOrMax(multiplyOrMax(_geometry.getSizeZ(), _bInterleaved ? 1 : _geometry.getSizeC()),
-                          _geometry.getSizeT());
+        vlUInt64 const nbPages = getNbPages();
         if (!_bInterleaved && nbPages > g_largestPageCount) {
             return fail(Message::eTIFM_TooManyImagePlans, nbPages, g_largestPageCount, _path.string());
         }
@@ -140,26 +147,57 @@ class TiffCreation {
     }
 
     BoolResult writeDirectories() {
+        _appender.emplace(_pTiff, getNbPages());
         BoolResult result = success();
+        std::uint16_t number = 0;
         vlUInt64 const nbChannels = _bInterleaved ? 1 : _geometry.getSizeC();
         for (vlUInt64 t = 0; result && t < _geometry.getSizeT(); ++t) {
             for (vlUInt64 c = 0; result && c < nbChannels; ++c) {
                 for (vlUInt64 z = 0; result && z < _geometry.getSizeZ(); ++z) {
-                    result = writeDirectory({z, c, t});
-                    ++_pageIndex;
+                    result = writePage({z, c, t, number++});
                 }
             }
         }
+        return result ? flushPages() : result;
+    }
+
+    BoolResult writePage(Page const& page) {
+        if (_appender->append(getPlaneBufferType(_geometry, page.t), getLabel(page))) {
+            _collected.push_back(page);
+            return _appender->isFlushDue() ? flushPages() : success();
+        }
+        BoolResult result = flushPages();
+        return result ? writeDirectory(page) : result;
+    }
+
+    /// Writes the collected pages. If that fails, libtiff writes them, which reports errors.
+    BoolResult flushPages() {
+        BoolResult result = success();
+        if (!_appender->flush()) {
+            for (auto page = _collected.begin(); result && page != _collected.end(); ++page) {
+                result = writeDirectory(*page);
+            }
+        }
+        _collected.clear();
         return result;
     }
 
+    PageLabel getLabel(Page const& page) const { return {page.number, page.getName(!_bInterleaved)}; }
+
+    /// Writes a page with libtiff.
     BoolResult writeDirectory(Page const& page) {
-        std::string const pageName = page.getName(!_bInterleaved);
-        BoolResult result = runSteps([&] { return setDirectoryTags(page, pageName); },
-                                     [&] { return writeZeros(getPlaneBufferType(_geometry, page.t)); });
+        PageLabel const label = getLabel(page);
+        eImageBufferType const bufferType = getPlaneBufferType(_geometry, page.t);
+        _appender->beginPage();
+        BoolResult result = runSteps([&] { return setDirectoryTags(page, label.name); },
+                                     [&] { return writeZeros(page, bufferType); });
+        _appender->endStrips();
         if (result && TIFFWriteDirectory(_pTiff) != 1) {
-            result = fail(Message::eTIFM_WriteDirectoryError, pageName, _path.string(),
+            result = fail(Message::eTIFM_WriteDirectoryError, label.name, _path.string(),
                           lastTiffWriteMessage(_pTiff));
+        }
+        if (result) {
+            _appender->endPage(bufferType, label, toCompressionTag(_compression) == COMPRESSION_NONE);
         }
         return result;
     }
@@ -188,12 +226,12 @@ class TiffCreation {
                 return setTag("TIFFTAG_COMPRESSION", TIFFTAG_COMPRESSION, toCompressionTag(_compression));
             },
             [&] { return setTag("TIFFTAG_ORIENTATION", TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT); },
-            [&] { return setTag("TIFFTAG_PAGENUMBER", TIFFTAG_PAGENUMBER, int{_pageIndex}, int{_nbPages}); },
+            [&] { return setTag("TIFFTAG_PAGENUMBER", TIFFTAG_PAGENUMBER, int{page.number}, int{_nbPages}); },
             [&] { return setTag("TIFFTAG_PAGENAME", TIFFTAG_PAGENAME, pageName.c_str()); },
             [&] { return setTag("TIFFTAG_SAMPLEFORMAT", TIFFTAG_SAMPLEFORMAT, toSampleFormat(bufferType)); });
     }
 
-    BoolResult writeZeros(eImageBufferType bufferType) {
+    BoolResult writeZeros(Page const& page, eImageBufferType bufferType) {
         vlUInt64 const sizeY = _geometry.getSizeY();
         vlUInt64 const rowsPerStrip = std::min<vlUInt64>(TIFFDefaultStripSize(_pTiff, 0), sizeY);
         BoolResult result =
@@ -204,7 +242,7 @@ class TiffCreation {
         vlUInt64 const pixelStride = getImageBufferBaseSize(bufferType) * _nbSamples;
         return _zeros.write(_pTiff, {_geometry.getSizeX(), sizeY, rowsPerStrip, pixelStride})
                    ? success()
-                   : fail(Message::eTIFM_InitStripDataError, _pageIndex, _path.string(),
+                   : fail(Message::eTIFM_InitStripDataError, page.number, _path.string(),
                           lastTiffWriteMessage(_pTiff));
     }
 
@@ -240,8 +278,9 @@ class TiffCreation {
     vlUInt64 _nbSamples;
     std::string _stored; ///< the record of the geometry and the calibration
     std::uint16_t _nbPages = 0;
-    std::uint16_t _pageIndex = 0;
     ZeroStrips _zeros;
+    std::optional<PageAppender> _appender; ///< after the opening of the handle
+    std::vector<Page> _collected;          ///< by the appender, since its last flush
 };
 
 BoolResult create(boost::filesystem::path const& path, BaseImageGeometry const& geometry,

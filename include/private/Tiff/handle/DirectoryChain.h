@@ -30,6 +30,11 @@ class DirectoryChain {
   public:
     /// Offset of a directory; empty if the chain does not reach it.
     std::optional<vlUInt64> find(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
+    /// The same after directories were appended to the file.
+    std::optional<vlUInt64> findAppended(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
+    /// Adds a directory that was appended to the file without libtiff. It is a copy of `model`, a directory
+    /// of this chain: its strips begin at `stripOffset`, and its values follow it as in `model`.
+    void append(vlUInt64 offset, vlUInt64 stripOffset, vlUInt64 model);
     /// Number of directories. If the chain is broken (a loop, or a link outside of the file), the number that
     /// libtiff counts.
     vlUInt64 count(TIFF* pTiff, TiffStream& stream);
