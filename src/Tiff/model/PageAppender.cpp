@@ -70,7 +70,8 @@ void PageAppender::endPage(int kind, PageLabel const& label, bool bZeros) {
 }
 
 bool PageAppender::append(int kind, PageLabel const& label) {
-    auto const found = _bEnabled && _lastLink != 0 ? _learned.find({kind, label.name.size()}) : _learned.end();
+    auto const found =
+        _bEnabled && _lastLink != 0 ? _learned.find({kind, label.name.size()}) : _learned.end();
     if (found == _learned.end() || !found->second.bConfirmed) {
         return false;
     }
