@@ -98,8 +98,10 @@ class DirectoryChain::Reader {
         if (!size || *size == 0) {
             return false;
         }
-        shape.bytes.append(reinterpret_cast<char const*>(pEntry), _layout.getHeadSize());
         bool const bInside = *size <= _layout.linkSize;
+        bool const bText = entry.type == TIFF_ASCII && !bInside;
+        shape.bytes.append(reinterpret_cast<char const*>(pEntry),
+                           bText ? g_tagSize + g_typeSize : _layout.getHeadSize());
         vlUInt64 const place =
             bInside ? _offset + _layout.countSize + index * _layout.entrySize + _layout.getHeadSize()
                     : toNumber(_pTiff, entry.pValue, _layout.linkSize);
@@ -114,7 +116,7 @@ class DirectoryChain::Reader {
             shape.bytes.append(reinterpret_cast<char const*>(entry.pValue), bCompared ? _layout.linkSize : 0);
             return true;
         }
-        return addValue(entry.tag, entry.type == TIFF_ASCII, place, *size, shape);
+        return addValue(entry.tag, bText, place, *size, shape);
     }
 
     bool addStrips(DirectoryEntry const& entry, vlUInt64 place, NumberFormat& format,
@@ -205,14 +207,12 @@ std::optional<vlUInt64> DirectoryChain::findAppended(TIFF* pTiff, TiffStream& st
     return find(pTiff, stream, index);
 }
 
-void DirectoryChain::append(vlUInt64 offset, vlUInt64 stripOffset, vlUInt64 model) {
+void DirectoryChain::append(AppendedDirectory const& appended, vlUInt64 model) {
     Directory directory = _directories[model];
-    vlUInt64 const step = offset - directory.offset;
-    directory.offset = offset;
-    directory.stripOffsets.place += step;
-    directory.stripOffsets.only = stripOffset;
-    directory.stripByteCounts.place += step;
-    _indexes.emplace(offset, _directories.size());
+    directory.offset = appended.directory;
+    directory.stripOffsets = {appended.stripOffsets, appended.firstStrip};
+    directory.stripByteCounts.place = appended.stripByteCounts;
+    _indexes.emplace(directory.offset, _directories.size());
     _directories.push_back(directory);
 }
 

@@ -7,8 +7,6 @@
 #include "Tiff/handle/DirectoryLayout.h"
 #include "Tiff/handle/TiffStream.h"
 
-#include <VELMOUtil/Types.h>
-
 namespace velmo::image::file {
 
 namespace {
@@ -17,6 +15,8 @@ namespace {
 constexpr vlUInt64 g_fewPages = 3;
 /// libtiff does not write many more pages.
 constexpr vlUInt64 g_mostPages = 1000000;
+/// Leaves room for a directory.
+constexpr vlUInt64 g_largestClassicOffset = 0xFF000000;
 /// The file system provides longer zeros faster than a write.
 constexpr vlUInt64 g_longZeros = 32768;
 constexpr vlUInt64 g_bufferSize = vlUInt64{1} << 18;
@@ -62,16 +62,14 @@ void PageAppender::endPage(int kind, PageLabel const& label, bool bZeros) {
         return;
     }
     _lastLink = _extent.directory + pattern->getLinkPlace();
-    Key const key = {kind, label.name.size()};
-    auto const found = _learned.find(key);
+    auto const found = _learned.find(kind);
     bool const bSame = found != _learned.end() && found->second.pattern == *pattern &&
                        chain.findShape(found->second.index) == chain.findShape(index);
-    _learned.insert_or_assign(key, Learned{std::move(*pattern), index, bSame});
+    _learned.insert_or_assign(kind, Learned{std::move(*pattern), index, bSame});
 }
 
 bool PageAppender::append(int kind, PageLabel const& label) {
-    auto const found =
-        _bEnabled && _lastLink != 0 ? _learned.find({kind, label.name.size()}) : _learned.end();
+    auto const found = _bEnabled && _lastLink != 0 ? _learned.find(kind) : _learned.end();
     if (found == _learned.end() || !found->second.bConfirmed) {
         return false;
     }
@@ -82,21 +80,22 @@ bool PageAppender::append(int kind, PageLabel const& label) {
         _flushed = _extent.end;
         _flushedLink = _lastLink;
     }
-    PageExtent const extent = pattern.getExtent(_bufferStart + _buffer.size());
-    if (TIFFIsBigTIFF(_pTiff) == 0 && extent.end > NumericLimits<std::uint32_t>::s_max) {
+    vlUInt64 const strips = _bufferStart + _buffer.size();
+    if (TIFFIsBigTIFF(_pTiff) == 0 && strips + pattern.getStripsSize() > g_largestClassicOffset) {
         return false;
     }
     if (!pattern.hasZeros()) {
         _buffer += pattern.getStrips();
-    } else if (!addZeros(extent.stripsEnd - extent.strips)) {
+    } else if (!addZeros(pattern.getStripsSize())) {
         _bFailed = true;
         return true;
     }
-    _buffer.append(extent.directory - extent.stripsEnd, '\0');
-    link(extent.directory);
-    _lastLink = extent.directory + pattern.getLinkPlace();
-    pattern.appendDirectory(extent, label, _buffer);
-    _stream.accessChain().append(extent.directory, extent.strips, found->second.index);
+    _buffer.append((_bufferStart + _buffer.size()) % 2, '\0');
+    vlUInt64 const directory = _bufferStart + _buffer.size();
+    link(directory);
+    _lastLink = directory + pattern.getLinkPlace();
+    _stream.accessChain().append(pattern.appendDirectory(strips, directory, label, _buffer),
+                                 found->second.index);
     ++_index;
     return true;
 }

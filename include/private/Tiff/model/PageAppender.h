@@ -6,7 +6,6 @@
 #include "Tiff/model/DirectoryPattern.h"
 
 #include <map>
-#include <utility>
 
 namespace velmo::image::file {
 
@@ -49,7 +48,6 @@ class PageAppender {
         vlUInt64 index; ///< of a page with this pattern
         bool bConfirmed;
     };
-    using Key = std::pair<int, vlUInt64>; ///< kind, and number of characters of the name
 
     bool writeBuffer();
     bool addZeros(vlUInt64 nbBytes);
@@ -59,10 +57,10 @@ class PageAppender {
     TIFF* _pTiff;
     TiffStream& _stream;
     bool _bEnabled;
-    std::map<Key, Learned> _learned;
-    vlUInt64 _index = 0;    ///< of the next page
-    PageExtent _extent{};   ///< of the page that libtiff writes
-    vlUInt64 _lastLink = 0; ///< offset of the link of the last page; 0 if it is not known
+    std::map<int, Learned> _learned; ///< by kind
+    vlUInt64 _index = 0;             ///< of the next page
+    PageExtent _extent{};            ///< of the page that libtiff writes
+    vlUInt64 _lastLink = 0;          ///< offset of the link of the last page; 0 if it is not known
 
     bool _bCollecting = false; ///< whether pages were appended after the last page of libtiff
     bool _bFailed = false;
