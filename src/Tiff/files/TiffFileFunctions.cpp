@@ -10,8 +10,10 @@
 #include "Tiff/handle/TiffErrorHandler.h"
 #include "Tiff/handle/TiffFileClosure.h"
 #include "Tiff/handle/TiffStream.h"
+#include "Tiff/model/TiffCreation.h"
 #include "Tiff/model/TiffPixels.h"
 #include "Tiff/model/TiffPlausibility.h"
+#include "Tiff/planes/NewPageWriter.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
 
 #include <VELMOBase/CheckedArithmetic.h>
@@ -78,16 +80,16 @@ struct PlaneTransfer {
         }
     }
 
-    void savePlane(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 c, vlUInt64 t) const {
+    void savePlane(NewPageWriter& writer, ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 c,
+                   vlUInt64 t) const {
         InputPlanePtr const pPlane = extractPlane<InputImageYStrip2d>(pImage, z, c, t, failure);
         failure.require(pPlane->readFromImage());
-        failure.require(
-            writePlane(pTiff, path, geometry, toRun(z, c, t), policy, pPlane->accessBuffer().getDataPtr()));
+        failure.require(writer.write(toRun(z, c, t), {pPlane->accessBuffer().getDataPtr()}));
     }
 
     /// Saves all channels of (z, t) of an interleaved file. Their planes are read in the order of the
     /// channels.
-    void saveChannels(ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 t) const {
+    void saveChannels(NewPageWriter& writer, ImageConstPtr const& pImage, vlUInt64 z, vlUInt64 t) const {
         std::vector<InputPlanePtr> planes;
         std::vector<void const*> pixels;
         for (vlUInt64 c = 0; c < geometry.getSizeC(); ++c) {
@@ -99,7 +101,7 @@ struct PlaneTransfer {
             failure.require(result);
             pixels.push_back(planes.back()->accessBuffer().getDataPtr());
         }
-        failure.require(writePlanes(pTiff, path, geometry, toRun(z, 0, t), policy, pixels));
+        failure.require(writer.write(toRun(z, 0, t), pixels));
     }
 
     /// Fails if a plane fails that a save of one channel after the other would read before (z, c, t). Both
@@ -146,17 +148,27 @@ void saveTiffCpuImageFile(boost::filesystem::path const& path, ImageConstPtr con
     GeometricCalibrationConstPtr const pCalibration = pImage->getGeometricCalibrationConstPtr();
     TIFF* pTiff = nullptr;
     TiffFileClosure const closure(path.string(), pTiff);
-    failure.require(userProperties.empty()
-                        ? createTiffFile(path, geometry, pCalibration, compression, pTiff)
-                        : createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff));
+    std::vector<vlUInt64> pixelOffsets;
+    failure.require(
+        createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff, pixelOffsets));
     PlaneTransfer const transfer = {pTiff, path, geometry, policy, failure};
-    auto const savePlane = [&](vlUInt64 z, vlUInt64 c, vlUInt64 t) { transfer.savePlane(pImage, z, c, t); };
-    if (isInterleavedRgb(pTiff, path)) { // never: a new file has no current directory
-        transfer.traverse(true, savePlane, [&](vlUInt64 z, vlUInt64 t) { transfer.savePage(pImage, z, t); });
-    } else {
-        transfer.traverse(isInterleavedColor(geometry), savePlane,
-                          [&](vlUInt64 z, vlUInt64 t) { transfer.saveChannels(pImage, z, t); });
+    NewPageWriter writer(pTiff, path, geometry, policy, std::move(pixelOffsets));
+    auto const savePlane = [&](vlUInt64 z, vlUInt64 c, vlUInt64 t) {
+        transfer.savePlane(writer, pImage, z, c, t);
+    };
+    try {
+        if (isInterleavedRgb(pTiff, path)) { // never: a new file has no current directory
+            transfer.traverse(true, savePlane,
+                              [&](vlUInt64 z, vlUInt64 t) { transfer.savePage(pImage, z, t); });
+        } else {
+            transfer.traverse(isInterleavedColor(geometry), savePlane,
+                              [&](vlUInt64 z, vlUInt64 t) { transfer.saveChannels(writer, pImage, z, t); });
+        }
+    } catch (...) {
+        failure.require(writer.flush()); // the planes before the one that failed; their failure is the first
+        throw;
     }
+    failure.require(writer.flush());
 }
 
 /// Returns the image, or a copy in the memory of the CPU if the image requires one.

@@ -68,10 +68,10 @@ void PageAppender::endPage(int kind, PageLabel const& label, bool bZeros) {
     _learned.insert_or_assign(kind, Learned{std::move(*pattern), index, bSame});
 }
 
-bool PageAppender::append(int kind, PageLabel const& label) {
+std::optional<vlUInt64> PageAppender::append(int kind, PageLabel const& label) {
     auto const found = _bEnabled && _lastLink != 0 ? _learned.find(kind) : _learned.end();
     if (found == _learned.end() || !found->second.bConfirmed) {
-        return false;
+        return std::nullopt;
     }
     DirectoryPattern const& pattern = found->second.pattern;
     if (!_bCollecting) {
@@ -82,13 +82,13 @@ bool PageAppender::append(int kind, PageLabel const& label) {
     }
     vlUInt64 const strips = _bufferStart + _buffer.size();
     if (TIFFIsBigTIFF(_pTiff) == 0 && strips + pattern.getStripsSize() > g_largestClassicOffset) {
-        return false;
+        return std::nullopt;
     }
     if (!pattern.hasZeros()) {
         _buffer += pattern.getStrips();
     } else if (!addZeros(pattern.getStripsSize())) {
         _bFailed = true;
-        return true;
+        return strips;
     }
     _buffer.append((_bufferStart + _buffer.size()) % 2, '\0');
     vlUInt64 const directory = _bufferStart + _buffer.size();
@@ -97,7 +97,7 @@ bool PageAppender::append(int kind, PageLabel const& label) {
     _stream.accessChain().append(pattern.appendDirectory(strips, directory, label, _buffer),
                                  found->second.index);
     ++_index;
-    return true;
+    return strips;
 }
 
 bool PageAppender::addZeros(vlUInt64 nbBytes) {

@@ -29,8 +29,10 @@ class PageAppender {
     /// `nbPages`: number of pages that the file will have.
     PageAppender(TIFF* pTiff, vlUInt64 nbPages);
 
-    /// Appends a page. Returns false if libtiff must write it, after a `flush`.
-    bool append(int kind, PageLabel const& label);
+    /// False if libtiff writes all pages: in a file of few pages, and after a failure.
+    bool isEnabled() const { return _bEnabled; }
+    /// Appends a page and returns the offset of its strips. Empty if libtiff must write it, after a `flush`.
+    std::optional<vlUInt64> append(int kind, PageLabel const& label);
     /// Whether enough pages were collected for a `flush`.
     bool isFlushDue() const;
     /// Writes the collected pages. After a failure it returns false, and the file does not contain them.
