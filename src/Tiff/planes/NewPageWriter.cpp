@@ -57,8 +57,8 @@ BoolResult NewPageWriter::write(PlaneRun const& run, std::vector<void const*> co
 
 /// Offset of the pixels of a directory; 0 if it is not known.
 vlUInt64 NewPageWriter::findOffset(vlUInt64 directory) const {
-    bool const bKnown = directory < _pixelOffsets.size() &&
-                        TiffDirectories(_pTiff, _policy).toNumber(directory) == directory;
+    bool const bKnown =
+        directory < _pixelOffsets.size() && TiffDirectories(_pTiff, _policy).toNumber(directory) == directory;
     return bKnown ? _pixelOffsets[directory] : 0;
 }
 

@@ -305,6 +305,31 @@ TEST_F(CreationWaysTest, MakeTheSameBytesOfABigTiff) {
     EXPECT_GT(ours.size(), 11U * 2000 * 8);
 }
 
+TEST_F(CreationWaysTest, LeaveTheSameBytesAndTextIfTheSourceFails) {
+    path const source = _folder / "source.tif";
+    for (std::uint16_t const nbSamples : {std::uint16_t{1}, std::uint16_t{3}}) {
+        Directory directory = stripDirectory(8, 6, 0, COMPRESSION_LZW, nbSamples);
+        std::vector<Directory> directories;
+        for (unsigned int page = 0; page < 30; ++page) {
+            directory.pixels = noise(directory.countBytes(), page);
+            directories.push_back(directory);
+        }
+        for (std::uint16_t const broken : std::vector<std::uint16_t>{0, 3, 17}) {
+            SCOPED_TRACE(broken);
+            writeTiff(source, directories);
+            DiskImagePtr const pSource = openTiffImageFile(source);
+            std::uint64_t const offset = TIFFGetStrileOffset(openPlain(source, "r", broken).get(), 0);
+            writeFile(source, readFile(source).replace(offset, 8, 8, '\xff'));
+            std::string text;
+            compareWays(_path, [&] {
+                text = trySave([&] { saveTiffImageFile(_path, pSource); });
+                return text;
+            });
+            EXPECT_THAT(text, testing::HasSubstr("directory z=" + std::to_string(broken)));
+        }
+    }
+}
+
 TEST_F(CreationWaysTest, LibtiffIsNotNeededForEachPage) {
     for (bool const bDisabled : {false, true}) {
         std::optional<PageAppender::Disabled> libtiff;

@@ -27,8 +27,8 @@ class NewPageWriter {
     NewPageWriter(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                   eTiffPolicy policy, std::vector<vlUInt64> pixelOffsets);
 
-    /// Writes a whole plane, or the planes of all channels of an interleaved page. A failure may be that of an
-    /// earlier page.
+    /// Writes a whole plane, or the planes of all channels of an interleaved page. A failure may be that of
+    /// an earlier page.
     BoolResult write(PlaneRun const& run, std::vector<void const*> const& planes);
     /// Writes the collected pages. The first one that fails ends it.
     BoolResult flush();
@@ -50,10 +50,10 @@ class NewPageWriter {
     eTiffPolicy _policy;
     TiffStream* _pStream;
     std::vector<vlUInt64> _pixelOffsets;
-    std::vector<Page> _pages;       ///< collected
-    std::vector<std::byte> _chunk;  ///< a part of the file, with the new pixels
-    vlUInt64 _chunkStart = 0;       ///< its offset
-    vlUInt64 _end = 0;              ///< end of the last collected page in the file
+    std::vector<Page> _pages;      ///< collected
+    std::vector<std::byte> _chunk; ///< a part of the file, with the new pixels
+    vlUInt64 _chunkStart = 0;      ///< its offset
+    vlUInt64 _end = 0;             ///< end of the last collected page in the file
 };
 
 } // namespace velmo::image::file
