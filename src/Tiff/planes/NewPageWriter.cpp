@@ -9,6 +9,7 @@
 #include "Tiff/planes/PlaneContext.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -17,8 +18,19 @@ namespace velmo::image::file {
 namespace {
 
 constexpr vlUInt64 g_chunkSize = vlUInt64{1} << 18;
-/// Larger pages are not collected.
+/// Larger pages are not collected: reading the chunk takes longer than a write of each page.
+constexpr vlUInt64 g_collectedPage = 12288;
+/// Larger pages are written by `writePlanes`.
 constexpr vlUInt64 g_smallPage = vlUInt64{1} << 16;
+
+/// Merges the planes of all channels of a page.
+void merge(PlaneContext const& context, std::vector<void const*> const& planes, std::byte* pTarget) {
+    SourcePlanes channels;
+    for (void const* pPlane : planes) {
+        channels.push_back({channels.size(), static_cast<std::byte const*>(pPlane)});
+    }
+    mergePixels(context.bufferType, planes.size(), context.run.nbPixels, channels, 0, pTarget);
+}
 
 } // namespace
 
@@ -31,28 +43,44 @@ NewPageWriter::NewPageWriter(TIFF*& pTiff, boost::filesystem::path const& path,
 BoolResult NewPageWriter::write(PlaneRun const& run, std::vector<void const*> const& planes) {
     PlaneContext const context(_pTiff, _path, _geometry, run, _policy, PlaneContext::eScope::Plane);
     vlUInt64 const nbBytes = run.nbPixels * getImageBufferBaseSize(context.bufferType) * planes.size();
-    vlUInt64 const offset = findOffset(context.directory);
-    bool const bCollect =
-        offset != 0 && nbBytes != 0 && nbBytes <= g_smallPage && planes.size() == context.nbChannels;
-    if (!bCollect || !isInChunk(offset, nbBytes)) {
-        BoolResult result = flush();
-        if (!result || !bCollect || !readChunk(offset, nbBytes)) {
-            return result ? writePlanes(_pTiff, _path, _geometry, run, _policy, planes) : result;
-        }
+    vlUInt64 const offset = nbBytes <= g_smallPage ? findOffset(context.directory) : 0;
+    bool const bCollect = offset != 0 && nbBytes != 0 && nbBytes <= g_collectedPage;
+    if (bCollect && isInChunk(offset, nbBytes)) {
+        return collect(context, offset, nbBytes, planes);
     }
-    std::byte* const pPixels = _chunk.data() + (offset - _chunkStart);
+    BoolResult result = flush();
+    if (!result) {
+        return result;
+    }
+    if (bCollect && readChunk(offset, nbBytes)) {
+        return collect(context, offset, nbBytes, planes);
+    }
+    bool const bWritten = offset != 0 && nbBytes != 0 && writeDirectly(context, offset, nbBytes, planes);
+    return bWritten ? success() : writePlanes(_pTiff, _path, _geometry, run, _policy, planes);
+}
+
+BoolResult NewPageWriter::collect(PlaneContext const& context, vlUInt64 offset, vlUInt64 nbBytes,
+                                  std::vector<void const*> const& planes) {
+    std::byte* const pTarget = _chunk.data() + (offset - _chunkStart);
     if (planes.size() == 1) {
-        std::memcpy(pPixels, planes.front(), nbBytes);
+        std::memcpy(pTarget, planes.front(), nbBytes);
     } else {
-        SourcePlanes channels;
-        for (void const* pPlane : planes) {
-            channels.push_back({channels.size(), static_cast<std::byte const*>(pPlane)});
-        }
-        mergePixels(context.bufferType, planes.size(), run.nbPixels, channels, 0, pPixels);
+        merge(context, planes, pTarget);
     }
-    _pages.push_back({run, offset});
+    _pages.push_back({context.run, offset});
     _end = offset + nbBytes;
     return success();
+}
+
+bool NewPageWriter::writeDirectly(PlaneContext const& context, vlUInt64 offset, vlUInt64 nbBytes,
+                                  std::vector<void const*> const& planes) {
+    void const* pPixels = planes.front();
+    if (planes.size() != 1) {
+        _chunk.resize(std::max<vlUInt64>(_chunk.size(), nbBytes));
+        merge(context, planes, _chunk.data());
+        pPixels = _chunk.data();
+    }
+    return _pStream->writeAt(offset, pPixels, nbBytes) == nbBytes;
 }
 
 /// Offset of the pixels of a directory; 0 if it is not known.

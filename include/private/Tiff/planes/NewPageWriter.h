@@ -17,10 +17,12 @@ using TIFF = struct tiff;
 namespace velmo::image::file {
 
 class TiffStream;
+struct PlaneContext;
 
-/// Writes whole pages of a new file in the order of its directories. Small uncompressed pages are collected
-/// and written together with the directories between them. All others are written by `writePlanes`, and so
-/// are the collected ones if writing them together fails: errors are those of `writePlanes`.
+/// Writes whole pages of a new file in the order of its directories. Small uncompressed pages are written
+/// without libtiff. The smallest are collected and written together with the directories between them. All
+/// others are written by `writePlanes`, and so are pages that cannot be written: errors are those of
+/// `writePlanes`.
 class NewPageWriter {
   public:
     /// `pixelOffsets`: see `createTiffFile`. The references must stay valid.
@@ -40,6 +42,10 @@ class NewPageWriter {
     };
 
     vlUInt64 findOffset(vlUInt64 directory) const;
+    BoolResult collect(PlaneContext const& context, vlUInt64 offset, vlUInt64 nbBytes,
+                       std::vector<void const*> const& planes);
+    bool writeDirectly(PlaneContext const& context, vlUInt64 offset, vlUInt64 nbBytes,
+                       std::vector<void const*> const& planes);
     bool isInChunk(vlUInt64 offset, vlUInt64 nbBytes) const;
     bool readChunk(vlUInt64 offset, vlUInt64 nbBytes);
     BoolResult writeCollected(Page const& page);
