@@ -66,6 +66,7 @@ std::vector<NewFile> makeFiles() {
         }
         add(name + "Strips", makeGeometry(eIBT_UInt16, {100, 333, 9}), compression); // some with a rest
         add(name + "RgbStrips", makeColorGeometry(eCGT_Rgb, eIBT_UInt8, {101, 333, 9}), compression);
+        add(name + "RgbMedium", makeColorGeometry(eCGT_Rgb, eIBT_UInt8, {80, 81, 9}), compression);
         add(name + "LongStrips", makeGeometry(eIBT_UInt8, {20001, 3, 7}), compression);
         add(name + "Large", makeGeometry(eIBT_UInt8, {1001, 901, 12}), compression);
         add(name + "Times", makeGeometry(eIBT_UInt8, {3, 1, 3, 1, 111}), compression);
