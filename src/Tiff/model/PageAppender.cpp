@@ -46,7 +46,7 @@ void PageAppender::endStrips() {
     _extent.stripsEnd = _bEnabled ? _stream.getSize() : 0;
 }
 
-void PageAppender::endPage(int kind, PageLabel const& label, bool bZeros) {
+void PageAppender::endPage(vlUInt64 kind, PageLabel const& label, bool bZeros) {
     vlUInt64 const index = _index++;
     _bCollecting = false;
     _lastLink = 0;
@@ -68,7 +68,7 @@ void PageAppender::endPage(int kind, PageLabel const& label, bool bZeros) {
     _learned.insert_or_assign(kind, Learned{std::move(*pattern), index, bSame});
 }
 
-std::optional<vlUInt64> PageAppender::append(int kind, PageLabel const& label) {
+std::optional<vlUInt64> PageAppender::append(vlUInt64 kind, PageLabel const& label) {
     auto const found = _bEnabled && _lastLink != 0 ? _learned.find(kind) : _learned.end();
     if (found == _learned.end() || !found->second.bConfirmed) {
         return std::nullopt;

@@ -46,10 +46,11 @@ std::vector<NewFile> makeFiles() {
                          GeometricCalibrationConstPtr const& pCalibration = nullptr) {
         files.push_back({name, pGeometry, compression, text, pCalibration});
     };
-    for (vlUInt64 const nbPlanes : {0, 1, 2, 3, 4, 5, 11, 12, 13, 255, 256, 1001, 32767}) {
+    for (vlUInt64 const nbPlanes :
+         std::vector<vlUInt64>{0, 1, 2, 3, 4, 5, 11, 12, 13, 255, 256, 1001, 32767}) {
         add(std::to_string(nbPlanes), makeGeometry(eIBT_UInt8, {3, 2, nbPlanes}));
     }
-    for (vlUInt64 const nbPages : {65535, 65536, 65537}) {
+    for (vlUInt64 const nbPages : std::vector<vlUInt64>{65535, 65536, 65537}) {
         add("Rgb" + std::to_string(nbPages), makeColorGeometry(eCGT_Rgb, eIBT_UInt8, {1, 1, nbPages}));
     }
     constexpr eImageBufferType types[] = {eIBT_UInt8,  eIBT_Int8,  eIBT_UInt16, eIBT_Int16,
@@ -203,6 +204,31 @@ TEST_P(CreationWays, MakeTheSameBytesOfASavedImage) {
 TEST_P(CreationWays, MakeTheSameBytesIfPlanesAreWrittenInAnyOrder) {
     if (GetParam().pGeometry->getNbPlans() < 2000) {
         compareWays(_path, [&] { return writeBackwards(_path, GetParam()); });
+    }
+}
+
+TEST_P(CreationWays, KnowTheDirectoriesAsAReaderFindsThem) {
+    TIFF* pTiff = nullptr;
+    if (!create(_path, GetParam(), pTiff)) {
+        GTEST_SKIP() << "libtiff rejects the file";
+    }
+    TiffPtr const created(pTiff);
+    TiffPtr const opened(TiffStream::open(_path, "r"));
+    TiffStream& ours = *TiffStream::find(created.get());
+    TiffStream& readers = *TiffStream::find(opened.get());
+    vlUInt64 const nbPages = readers.accessChain().count(opened.get(), readers);
+    ASSERT_EQ(ours.accessChain().count(created.get(), ours), nbPages);
+    for (vlUInt64 page = 0; page < nbPages; ++page) {
+        EXPECT_EQ(ours.accessChain().find(created.get(), ours, page),
+                  readers.accessChain().find(opened.get(), readers, page));
+        EXPECT_EQ(ours.accessChain().findShape(page), readers.accessChain().findShape(page));
+        if (readers.accessChain().findShape(page)) {
+            auto const places = ours.accessChain().readStripPlaces(created.get(), ours, page);
+            auto const expected = readers.accessChain().readStripPlaces(opened.get(), readers, page);
+            ASSERT_TRUE(places && expected);
+            EXPECT_EQ(places->offsets, expected->offsets);
+            EXPECT_EQ(places->byteCounts, expected->byteCounts);
+        }
     }
 }
 

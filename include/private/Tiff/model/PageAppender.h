@@ -32,7 +32,7 @@ class PageAppender {
     /// False if libtiff writes all pages: in a file of few pages, and after a failure.
     bool isEnabled() const { return _bEnabled; }
     /// Appends a page and returns the offset of its strips. Empty if libtiff must write it, after a `flush`.
-    std::optional<vlUInt64> append(int kind, PageLabel const& label);
+    std::optional<vlUInt64> append(vlUInt64 kind, PageLabel const& label);
     /// Whether enough pages were collected for a `flush`.
     bool isFlushDue() const;
     /// Writes the collected pages. After a failure it returns false, and the file does not contain them.
@@ -42,7 +42,7 @@ class PageAppender {
     /// `bZeros`: its strips contain zeros.
     void beginPage();
     void endStrips();
-    void endPage(int kind, PageLabel const& label, bool bZeros);
+    void endPage(vlUInt64 kind, PageLabel const& label, bool bZeros);
 
   private:
     struct Learned {
@@ -59,10 +59,10 @@ class PageAppender {
     TIFF* _pTiff;
     TiffStream& _stream;
     bool _bEnabled;
-    std::map<int, Learned> _learned; ///< by kind
-    vlUInt64 _index = 0;             ///< of the next page
-    PageExtent _extent{};            ///< of the page that libtiff writes
-    vlUInt64 _lastLink = 0;          ///< offset of the link of the last page; 0 if it is not known
+    std::map<vlUInt64, Learned> _learned; ///< by kind
+    vlUInt64 _index = 0;                  ///< of the next page
+    PageExtent _extent{};                 ///< of the page that libtiff writes
+    vlUInt64 _lastLink = 0;               ///< offset of the link of the last page; 0 if it is not known
 
     bool _bCollecting = false; ///< whether pages were appended after the last page of libtiff
     bool _bFailed = false;
