@@ -209,10 +209,11 @@ TEST_P(CreationWays, MakeTheSameBytesIfPlanesAreWrittenInAnyOrder) {
 
 TEST_P(CreationWays, KnowTheDirectoriesAsAReaderFindsThem) {
     TIFF* pTiff = nullptr;
-    if (!create(_path, GetParam(), pTiff)) {
-        GTEST_SKIP() << "libtiff rejects the file";
-    }
+    ASSERT_THAT(create(_path, GetParam(), pTiff), Succeeds());
     TiffPtr const created(pTiff);
+    if (GetParam().pGeometry->getNbPlans() == 0) {
+        return; // libtiff does not open the file
+    }
     TiffPtr const opened(TiffStream::open(_path, "r"));
     TiffStream& ours = *TiffStream::find(created.get());
     TiffStream& readers = *TiffStream::find(opened.get());
