@@ -71,8 +71,12 @@ std::vector<std::byte> interleave(image::BaseImage const& image) {
     return pixels;
 }
 
-SavingPtr prepare(BenchData& data, vlUInt64 sizeC, vlUInt64 nbPlanes, eTiffCompression compression) {
-    constexpr vlUInt64 size = 1024;
+/// Sizes of the planes in pixels: 8 KB and 2 MB.
+constexpr vlUInt64 g_small = 64;
+constexpr vlUInt64 g_large = 1024;
+
+SavingPtr prepare(BenchData& data, vlUInt64 size, vlUInt64 sizeC, vlUInt64 nbPlanes,
+                  eTiffCompression compression) {
     auto const pSaving = std::make_shared<Saving>();
     pSaving->pImage = makePicture(size, size, sizeC, nbPlanes);
     pSaving->target = data.getFolder() / "saved.tif";
@@ -86,9 +90,9 @@ SavingPtr prepare(BenchData& data, vlUInt64 sizeC, vlUInt64 nbPlanes, eTiffCompr
 }
 
 void addTime(Suite& suite, std::string const& name, Limit const& limit, vlUInt64 sizeC, vlUInt64 nbPlanes,
-             eTiffCompression compression, Save lowerBound) {
+             eTiffCompression compression, Save lowerBound, vlUInt64 size = g_large) {
     suite.add("TIFF save " + name, Quantity::time(), limit, [=, &suite] {
-        SavingPtr const pSaving = prepare(suite.getData(), sizeC, nbPlanes, compression);
+        SavingPtr const pSaving = prepare(suite.getData(), size, sizeC, nbPlanes, compression);
         return Contenders{[pSaving] { return timeSave(*pSaving, &Saving::saveOurs); },
                           [pSaving, lowerBound] { return timeSave(*pSaving, lowerBound); }};
     });
@@ -97,7 +101,7 @@ void addTime(Suite& suite, std::string const& name, Limit const& limit, vlUInt64
 void addSize(Suite& suite, std::string const& name, Limit const& limit, vlUInt64 sizeC,
              eTiffCompression compression) {
     suite.add("TIFF size " + name + " / libtiff loop", Quantity::memory(), limit, [=, &suite] {
-        SavingPtr const pSaving = prepare(suite.getData(), sizeC, 4, compression);
+        SavingPtr const pSaving = prepare(suite.getData(), g_large, sizeC, 4, compression);
         return Contenders{[pSaving] { return sizeOfSave(*pSaving, &Saving::saveOurs); },
                           [pSaving] { return sizeOfSave(*pSaving, &Saving::saveByLoop); }};
     });
@@ -108,6 +112,11 @@ void addSize(Suite& suite, std::string const& name, Limit const& limit, vlUInt64
 void addTiffSaveBenchmarks(Suite& suite) {
     using namespace image::file;
     Save const loop = &Saving::saveByLoop;
+    addTime(suite, "1,000 planes of 8 KB / libtiff loop", atMost(0.5), 1, 1000, eTC_None, loop, g_small);
+    addTime(suite, "3,000 planes of 8 KB / libtiff loop", atMost(0.5), 1, 3000, eTC_None, loop, g_small);
+    addTime(suite, "20,000 planes of 8 KB / libtiff loop", atMost(0.5), 1, 20000, eTC_None, loop, g_small);
+    addTime(suite, "20,000 planes of 8 KB / pwrite", noLimit(), 1, 20000, eTC_None, &Saving::saveByPwrite,
+            g_small);
     addTime(suite, "200 planes of 2 MB / libtiff loop", atMost(1.5), 1, 200, eTC_None, loop);
     addTime(suite, "200 planes of 2 MB / pwrite", noLimit(), 1, 200, eTC_None, &Saving::saveByPwrite);
     addTime(suite, "20 planes of 2 MB, LZW / libtiff loop", atMost(1.3), 1, 20, eTC_Lzw, loop);

@@ -29,10 +29,10 @@ constexpr vlUInt64 g_sizeX = 70;
 constexpr vlUInt64 g_sizeY = 64;
 char const* const g_header = "header";
 
-/// 8960 bytes in each of 4 planes.
-ImageGeometryPtr makeFaultGeometry(bool bRgb) {
+/// 2 time steps. With 2 planes in each, 8960 bytes in each of 4 planes.
+ImageGeometryPtr makeFaultGeometry(bool bRgb, vlUInt64 sizeZ = 2) {
     VolumeGeometry volume;
-    volume.init3d(2);
+    volume.init3d(sizeZ);
     TemporalGeometry temporal;
     temporal.initSequence(2);
     ColorGeometry color;
@@ -42,8 +42,8 @@ ImageGeometryPtr makeFaultGeometry(bool bRgb) {
     return geometry(eIBT_UInt16, g_sizeX, g_sizeY, volume, color, temporal);
 }
 
-ImagePtr makeImage(bool bRgb) {
-    auto const pGeometry = makeFaultGeometry(bRgb);
+ImagePtr makeImage(bool bRgb, vlUInt64 sizeZ = 2) {
+    auto const pGeometry = makeFaultGeometry(bRgb, sizeZ);
     return makeMemoryImage(*pGeometry, makePixels(*pGeometry));
 }
 
@@ -54,8 +54,8 @@ GeometricCalibrationPtr makeCalibration() {
 }
 
 FaultSample makeTiffSampleOf(std::string const& name, bool bRgb, eTiffCompression compression,
-                             std::string const& userProperties) {
-    ImagePtr const pImage = makeImage(bRgb);
+                             std::string const& userProperties, vlUInt64 sizeZ = 2) {
+    ImagePtr const pImage = makeImage(bRgb, sizeZ);
     pImage->setGeometricCalibration(makeCalibration());
     pImage->setUserPropertiesStr(userProperties);
     return {name,
@@ -154,6 +154,10 @@ FaultSample makeInterleavedSample() {
     return makeTiffSampleOf("tiff rgb", true, eTC_None, "some properties");
 }
 
+FaultSample makeManyPlanesSample() {
+    return makeTiffSampleOf("tiff of many planes", false, eTC_None, "some properties", 6);
+}
+
 namespace {
 
 FaultSample distributed(FaultSample sample, std::function<ImagePtr(fs::path const&)> load) {
@@ -235,7 +239,8 @@ FaultSample makeForeignTiffSample() {
 }
 
 std::vector<FaultSample> makeSavedSamples() {
-    return {makeRawSample(), makeTiffSample(), makeLzwSample(), makeDeflateSample(), makeInterleavedSample()};
+    return {makeRawSample(),     makeTiffSample(),        makeLzwSample(),
+            makeDeflateSample(), makeInterleavedSample(), makeManyPlanesSample()};
 }
 
 std::vector<FaultSample> makeAllSamples() {

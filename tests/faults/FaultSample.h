@@ -31,6 +31,8 @@ FaultSample makeLzwSample();
 /// With user properties that take a read of their own.
 FaultSample makeDeflateSample();
 FaultSample makeInterleavedSample();
+/// 12 small planes, most of which are written without libtiff.
+FaultSample makeManyPlanesSample();
 
 /// Loads by workers.
 std::vector<FaultSample> makeDistributedSamples();

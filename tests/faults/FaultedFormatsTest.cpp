@@ -63,9 +63,9 @@ class FaultedFormats : public testing::TestWithParam<Operation> {
 
 std::vector<Operation> listOperations() {
     std::vector<Operation> operations;
-    for (std::size_t sample = 0; sample < 11; ++sample) {
+    for (std::size_t sample = 0; sample < 12; ++sample) {
         operations.push_back({false, sample});
-        if (sample < 5) { // all but im6
+        if (sample < 6) { // all but im6
             operations.push_back({true, sample});
         }
     }

@@ -3,11 +3,12 @@
 
 #include "Tiff/files/TiffSave.h"
 
-#include "Tiff/TiffImageFileTools.h"
 #include "Tiff/files/TiffOptions.h"
 #include "Tiff/handle/TiffErrorHandler.h"
 #include "Tiff/handle/TiffFileClosure.h"
+#include "Tiff/model/TiffCreation.h"
 #include "Tiff/model/TiffPixels.h"
+#include "Tiff/planes/NewPageWriter.h"
 #include "Tiff/planes/PlaneEncoder.h"
 #include "Tiff/planes/StripTransfer.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
@@ -133,24 +134,22 @@ class ImagePages {
 class PageSaver {
   public:
     PageSaver(TIFF*& pTiff, boost::filesystem::path const& path, ImageConstPtr const& pImage,
-              eTiffPolicy policy)
-        : _pTiff(pTiff), _path(path), _geometry(pImage->getGeometry()), _policy(policy), _pages(pImage) {}
+              eTiffPolicy policy, std::vector<vlUInt64> pixelOffsets)
+        : _pTiff(pTiff), _path(path), _geometry(pImage->getGeometry()), _policy(policy), _pages(pImage),
+          _writer(pTiff, path, _geometry, policy, std::move(pixelOffsets)) {}
 
+    /// Saves all pages. The failure of a page counts before those of later ones.
     BoolResult run(vlUInt64 nbThreads, eTiffCompression compression) {
-        vlUInt64 const nbPages = _pages.getNbPages();
-        vlUInt64 const pageBytes =
-            std::max<vlUInt64>(1, _geometry.getFullMemorySize() / std::max<vlUInt64>(1, nbPages));
-        constexpr vlUInt64 batchBytes = vlUInt64{1} << 20;
-        _pagesPerBatch = nbThreads == 1 ? 1
-                                        : std::clamp<vlUInt64>(batchBytes / pageBytes, 1,
-                                                               divideUp(nbPages, nbThreads * 4));
-        if (nbThreads > 1 && compression != eTC_None) {
-            encode(nbThreads);
+        try {
+            BoolResult result = writeAll(nbThreads, compression);
+            return result ? _writer.flush() : result;
+        } catch (...) {
+            BoolResult const before = _writer.flush();
+            if (!before) {
+                return before;
+            }
+            throw;
         }
-        return runInOrder(
-            nbThreads, divideUp(nbPages, _pagesPerBatch),
-            [&](vlUInt64 thread, vlUInt64 batch) { return prepare(thread, batch); },
-            [&](vlUInt64 /*batch*/, PageBatch& batch) { return write(batch); });
     }
 
     /// All channels of each page get the pixels of the first channel of the image.
@@ -174,6 +173,23 @@ class PageSaver {
         std::vector<void const*> const pixels(_geometry.getSizeC() == 4 ? 4 : 3,
                                               pPlane->accessBuffer().getDataPtr());
         return writePage(_pTiff, _path, _geometry, toRun({z, 0, t}), _policy, pixels);
+    }
+
+    BoolResult writeAll(vlUInt64 nbThreads, eTiffCompression compression) {
+        vlUInt64 const nbPages = _pages.getNbPages();
+        vlUInt64 const pageBytes =
+            std::max<vlUInt64>(1, _geometry.getFullMemorySize() / std::max<vlUInt64>(1, nbPages));
+        constexpr vlUInt64 batchBytes = vlUInt64{1} << 20;
+        _pagesPerBatch = nbThreads == 1 ? 1
+                                        : std::clamp<vlUInt64>(batchBytes / pageBytes, 1,
+                                                               divideUp(nbPages, nbThreads * 4));
+        if (nbThreads > 1 && compression != eTC_None) {
+            encode(nbThreads);
+        }
+        return runInOrder(
+            nbThreads, divideUp(nbPages, _pagesPerBatch),
+            [&](vlUInt64 thread, vlUInt64 batch) { return prepare(thread, batch); },
+            [&](vlUInt64 /*batch*/, PageBatch& batch) { return write(batch); });
     }
 
     PlaneRun toRun(PlanIndexes const& place) const {
@@ -208,16 +224,17 @@ class PageSaver {
     }
 
     /// Writes a batch, and releases each page.
-    BoolResult write(PageBatch& batch) const {
+    BoolResult write(PageBatch& batch) {
         for (Page& given : batch.pages) {
             Page const page = std::move(given);
-            BoolResult result = writePlanes(_pTiff, _path, _geometry, toRun(page.place), _policy, page.pixels,
-                                            page.encoded ? &*page.encoded : nullptr);
+            BoolResult result =
+                _writer.write(toRun(page.place), page.pixels, page.encoded ? &*page.encoded : nullptr);
             if (!result) {
                 return result;
             }
         }
-        return batch.result;
+        BoolResult const before = batch.result ? success() : _writer.flush();
+        return before ? batch.result : before;
     }
 
     TIFF*& _pTiff;
@@ -225,6 +242,7 @@ class PageSaver {
     BaseImageGeometry const& _geometry;
     eTiffPolicy _policy;
     ImagePages _pages;
+    NewPageWriter _writer;
     vlUInt64 _pagesPerBatch = 1;
     std::optional<PlaneEncoding> _encoding;
     std::vector<PlaneEncoder> _encoders; ///< one for each thread; none if `writePlanes` encodes
@@ -253,10 +271,10 @@ void saveTiffImage(boost::filesystem::path const& path, ImageConstPtr const& pIm
     GeometricCalibrationConstPtr const pCalibration = pImage->getGeometricCalibrationConstPtr();
     TIFF* pTiff = nullptr;
     TiffFileClosure const closure(path.string(), pTiff);
-    failure.require(userProperties.empty()
-                        ? createTiffFile(path, geometry, pCalibration, compression, pTiff)
-                        : createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff));
-    PageSaver saver(pTiff, path, pImage, policy);
+    std::vector<vlUInt64> pixelOffsets;
+    failure.require(
+        createTiffFile(path, geometry, pCalibration, userProperties, compression, pTiff, pixelOffsets));
+    PageSaver saver(pTiff, path, pImage, policy, std::move(pixelOffsets));
     bool const bRgb = isInterleavedRgb(pTiff, path); // false: a new file has no current directory
     failure.require(bRgb ? saver.saveFirstChannel()
                          : saver.run(countThreads(pImage, compression, threads), compression));

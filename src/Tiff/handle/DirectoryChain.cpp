@@ -3,12 +3,12 @@
 
 #include "Tiff/handle/DirectoryChain.h"
 
+#include "Tiff/handle/DirectoryLayout.h"
 #include "Tiff/handle/TiffStream.h"
 
 #include <VELMOBase/CheckedArithmetic.h>
 #include <algorithm>
 #include <array>
-#include <tiffio.h>
 
 namespace velmo::image::file {
 
@@ -24,32 +24,6 @@ constexpr vlUInt64 g_comparedBytes = 256;
 constexpr vlUInt64 g_longestText = 4096;
 /// A file with more shapes is read by libtiff.
 constexpr std::size_t g_comparedShapes = 16;
-
-/// Sizes of the numbers of a directory, in a classic file or in a BigTIFF file.
-struct DirectoryLayout {
-    vlUInt64 firstLinkOffset;
-    vlUInt64 countSize;
-    vlUInt64 entrySize;
-    vlUInt64 linkSize; ///< also the size of a value
-};
-
-constexpr DirectoryLayout g_classic = {4, 2, 12, 4};
-constexpr DirectoryLayout g_big = {8, 8, 20, 8};
-constexpr vlUInt64 g_tagSize = 2;
-constexpr vlUInt64 g_typeSize = 2;
-
-DirectoryLayout const& getDirectoryLayout(TIFF* pTiff) {
-    return TIFFIsBigTIFF(pTiff) != 0 ? g_big : g_classic;
-}
-
-vlUInt64 toNumber(TIFF* pTiff, unsigned char const* pBytes, vlUInt64 nbBytes) {
-    bool const bBigEndian = TIFFIsBigEndian(pTiff) != 0;
-    vlUInt64 number = 0;
-    for (vlUInt64 i = 0; i < nbBytes; ++i) {
-        number = number << 8 | pBytes[bBigEndian ? i : nbBytes - 1 - i];
-    }
-    return number;
-}
 
 std::optional<vlUInt64> readNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 nbBytes) {
     unsigned char bytes[8] = {};
@@ -117,44 +91,42 @@ class DirectoryChain::Reader {
     }
 
   private:
-    bool addEntry(vlUInt64 entry, Shape& shape, Directory& directory) {
-        unsigned char const* const pEntry = _bytes.data() + entry * _layout.entrySize;
-        vlUInt64 const headSize = _layout.entrySize - _layout.linkSize;
-        vlUInt64 const tag = toNumber(_pTiff, pEntry, g_tagSize);
-        vlUInt64 const type = toNumber(_pTiff, pEntry + g_tagSize, g_typeSize);
-        vlUInt64 const count = toNumber(_pTiff, pEntry + g_tagSize + g_typeSize, _layout.linkSize);
-        auto const size = checkedMultiply(count, static_cast<vlUInt64>(TIFFDataWidth(toDataType(type))));
+    bool addEntry(vlUInt64 index, Shape& shape, Directory& directory) {
+        unsigned char const* const pEntry = _bytes.data() + index * _layout.entrySize;
+        DirectoryEntry const entry = DirectoryEntry::read(_pTiff, pEntry);
+        auto const size = checkedMultiply(entry.count, entry.getNumberSize());
         if (!size || *size == 0) {
             return false;
         }
-        shape.bytes.append(reinterpret_cast<char const*>(pEntry), headSize);
         bool const bInside = *size <= _layout.linkSize;
-        vlUInt64 const place = bInside ? _offset + _layout.countSize + entry * _layout.entrySize + headSize
-                                       : toNumber(_pTiff, pEntry + headSize, _layout.linkSize);
-        if (tag == TIFFTAG_STRIPOFFSETS) {
-            return addStrips(type, count, place, pEntry + headSize, shape.stripOffsets,
-                             directory.stripOffsets);
+        bool const bText = entry.type == TIFF_ASCII && !bInside;
+        shape.bytes.append(reinterpret_cast<char const*>(pEntry),
+                           bText ? g_tagSize + g_typeSize : _layout.getHeadSize());
+        vlUInt64 const place =
+            bInside ? _offset + _layout.countSize + index * _layout.entrySize + _layout.getHeadSize()
+                    : toNumber(_pTiff, entry.pValue, _layout.linkSize);
+        if (entry.tag == TIFFTAG_STRIPOFFSETS) {
+            return addStrips(entry, place, shape.stripOffsets, directory.stripOffsets);
         }
-        if (tag == TIFFTAG_STRIPBYTECOUNTS) {
-            return addStrips(type, count, place, pEntry + headSize, shape.stripByteCounts,
-                             directory.stripByteCounts);
+        if (entry.tag == TIFFTAG_STRIPBYTECOUNTS) {
+            return addStrips(entry, place, shape.stripByteCounts, directory.stripByteCounts);
         }
         if (bInside) {
-            bool const bCompared = tag != TIFFTAG_PAGENUMBER;
-            shape.bytes.append(reinterpret_cast<char const*>(pEntry + headSize),
-                               bCompared ? _layout.linkSize : 0);
+            bool const bCompared = entry.tag != TIFFTAG_PAGENUMBER;
+            shape.bytes.append(reinterpret_cast<char const*>(entry.pValue), bCompared ? _layout.linkSize : 0);
             return true;
         }
-        return addValue(tag, type == TIFF_ASCII, place, *size, shape);
+        return addValue(entry.tag, bText, place, *size, shape);
     }
 
-    bool addStrips(vlUInt64 type, vlUInt64 count, vlUInt64 place, unsigned char const* pValue,
-                   NumberFormat& format, NumberList& list) const {
-        vlUInt64 const size = getStripNumberSize(type);
+    bool addStrips(DirectoryEntry const& entry, vlUInt64 place, NumberFormat& format,
+                   NumberList& list) const {
+        vlUInt64 const size = getStripNumberSize(entry.type);
         bool const bFirst = format.count == 0;
-        format = {type, count};
-        list = {place,
-                count == 1 && size != 0 && size <= _layout.linkSize ? toNumber(_pTiff, pValue, size) : 0};
+        format = {entry.type, entry.count};
+        list = {place, entry.count == 1 && size != 0 && size <= _layout.linkSize
+                           ? toNumber(_pTiff, entry.pValue, size)
+                           : 0};
         return bFirst && size != 0;
     }
 
@@ -174,16 +146,12 @@ class DirectoryChain::Reader {
         return true;
     }
 
-    static TIFFDataType toDataType(vlUInt64 type) {
-        return static_cast<TIFFDataType>(type <= TIFF_IFD8 ? type : 0);
-    }
-
     TIFF* _pTiff;
     TiffStream& _stream;
     DirectoryLayout const& _layout;
     vlUInt64 _offset;
     vlUInt64 _nbEntries = 0;
-    std::array<unsigned char, g_comparedEntries * g_big.entrySize + g_big.linkSize> _bytes;
+    std::array<unsigned char, g_comparedEntries * g_bigLayout.entrySize + g_bigLayout.linkSize> _bytes;
 };
 
 bool DirectoryChain::findNext(TIFF* pTiff, TiffStream& stream) {
@@ -228,6 +196,24 @@ std::optional<vlUInt64> DirectoryChain::find(TIFF* pTiff, TiffStream& stream, vl
     while (_directories.size() <= index && findNext(pTiff, stream)) {
     }
     return index < _directories.size() ? std::optional(_directories[index].offset) : std::nullopt;
+}
+
+std::optional<vlUInt64> DirectoryChain::findAppended(TIFF* pTiff, TiffStream& stream, vlUInt64 index) {
+    if (!_directories.empty()) {
+        _link = Reader(pTiff, stream, _directories.back().offset).readLink();
+        _bEnded = false;
+        _count.reset();
+    }
+    return find(pTiff, stream, index);
+}
+
+void DirectoryChain::append(AppendedDirectory const& appended, vlUInt64 model) {
+    Directory directory = _directories[model];
+    directory.offset = appended.directory;
+    directory.stripOffsets = {appended.stripOffsets, appended.firstStrip};
+    directory.stripByteCounts.place = appended.stripByteCounts;
+    _indexes.emplace(directory.offset, _directories.size());
+    _directories.push_back(directory);
 }
 
 vlUInt64 DirectoryChain::count(TIFF* pTiff, TiffStream& stream) {

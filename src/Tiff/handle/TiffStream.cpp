@@ -297,11 +297,20 @@ vlUInt64 TiffStream::writeAt(vlUInt64 offset, void const* pBuffer, vlUInt64 nbBy
 void TiffStream::reserveZeros(vlUInt64 nbBytes) {
     releaseReserved();
     vlUInt64 const end = getSize();
-    if (nbBytes != 0 &&
-        fallocate(_pFile->descriptor, 0, static_cast<off_t>(end), static_cast<off_t>(nbBytes)) == 0) {
+    if (nbBytes != 0 && extendByZeros(end, nbBytes)) {
         _reservedStart = end;
         _reservedEnd = end + nbBytes;
     }
+}
+
+bool TiffStream::extendByZeros(vlUInt64 end, vlUInt64 nbBytes) {
+    return fallocate(_pFile->descriptor, 0, static_cast<off_t>(end), static_cast<off_t>(nbBytes)) == 0;
+}
+
+void TiffStream::cut(vlUInt64 size) {
+    releaseReserved();
+    discardReadAhead();
+    static_cast<void>(ftruncate(_pFile->descriptor, static_cast<off_t>(size)) == 0);
 }
 
 // Removes the space up to the end of a write from the reserved zeros. Returns whether nothing remains to be

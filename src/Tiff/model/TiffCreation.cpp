@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "Tiff/TiffImageFileTools.h"
+#include "Tiff/model/TiffCreation.h"
+
 #include "Tiff/handle/TiffFileClosure.h"
 #include "Tiff/handle/TiffStream.h"
 #include "Tiff/handle/TiffTags.h"
+#include "Tiff/model/PageAppender.h"
 #include "Tiff/model/TiffPixels.h"
 #include "Tiff/model/TiffStoredGeometry.h"
 #include "Tiff/model/ZeroStrips.h"
@@ -13,6 +15,7 @@
 #include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/format.hpp>
+#include <optional>
 
 namespace velmo::image::file {
 
@@ -79,21 +82,32 @@ class TiffCreation {
                         [&] { return flush(); });
     }
 
+    /// Offset of the pixels of each directory; empty if they are not stored as they are in memory, or if
+    /// libtiff has written all pages.
+    std::vector<vlUInt64> getPixelOffsets() const {
+        return _bContiguous && _appender && _appender->isEnabled() ? _pixelOffsets : std::vector<vlUInt64>();
+    }
+
   private:
     struct Page {
         vlUInt64 z;
         vlUInt64 c;
         vlUInt64 t;
+        std::uint16_t number;     ///< the tag has 16 bits
+        vlUInt64 pixelOffset = 0; ///< of a page that was collected
         std::string getName(bool bWithChannel) const {
             std::string const channel = bWithChannel ? " C=" + std::to_string(c) : std::string();
             return "T=" + std::to_string(t) + channel + " Z=" + std::to_string(z);
         }
     };
 
+    vlUInt64 getNbPages() const {
+        return multiplyOrMax(multiplyOrMax(_geometry.getSizeZ(), _bInterleaved ? 1 : _geometry.getSizeC()),
+                             _geometry.getSizeT());
+    }
+
     BoolResult countPages() {
-        vlUInt64 const nbPages =
-            multiplyOrMax(multiplyOrMax(_geometry.getSizeZ(), _bInterleaved ? 1 : _geometry.getSizeC()),
-                          _geometry.getSizeT());
+        vlUInt64 const nbPages = getNbPages();
         if (!_bInterleaved && nbPages > g_largestPageCount) {
             return fail(Message::eTIFM_TooManyImagePlans, nbPages, g_largestPageCount, _path.string());
         }
@@ -140,29 +154,79 @@ class TiffCreation {
     }
 
     BoolResult writeDirectories() {
+        _appender.emplace(_pTiff, getNbPages());
         BoolResult result = success();
+        std::uint16_t number = 0;
         vlUInt64 const nbChannels = _bInterleaved ? 1 : _geometry.getSizeC();
         for (vlUInt64 t = 0; result && t < _geometry.getSizeT(); ++t) {
             for (vlUInt64 c = 0; result && c < nbChannels; ++c) {
                 for (vlUInt64 z = 0; result && z < _geometry.getSizeZ(); ++z) {
-                    result = writeDirectory({z, c, t});
-                    ++_pageIndex;
+                    result = writePage({z, c, t, number++, 0});
                 }
             }
+        }
+        return result ? flushPages() : result;
+    }
+
+    BoolResult writePage(Page page) {
+        auto const pixelOffset = _appender->append(getPlaneBufferType(_geometry, page.t), getLabel(page));
+        if (pixelOffset) {
+            page.pixelOffset = *pixelOffset;
+            _collected.push_back(page);
+            return _appender->isFlushDue() ? flushPages() : success();
+        }
+        BoolResult result = flushPages();
+        return result ? writeDirectory(page) : result;
+    }
+
+    /// Writes the collected pages. If that fails, libtiff writes them, which reports errors.
+    BoolResult flushPages() {
+        BoolResult result = success();
+        if (_appender->flush()) {
+            for (Page const& page : _collected) {
+                _pixelOffsets.push_back(page.pixelOffset);
+            }
+        } else {
+            for (auto page = _collected.begin(); result && page != _collected.end(); ++page) {
+                result = writeDirectory(*page);
+            }
+        }
+        _collected.clear();
+        return result;
+    }
+
+    PageLabel getLabel(Page const& page) const { return {page.number, page.getName(!_bInterleaved)}; }
+
+    /// Writes a page with libtiff.
+    BoolResult writeDirectory(Page const& page) {
+        PageLabel const label = getLabel(page);
+        eImageBufferType const bufferType = getPlaneBufferType(_geometry, page.t);
+        _appender->beginPage();
+        BoolResult result = runSteps([&] { return setDirectoryTags(page, label.name); },
+                                     [&] { return writeZeros(page, bufferType); });
+        _appender->endStrips();
+        if (result && TIFFWriteDirectory(_pTiff) != 1) {
+            result = fail(Message::eTIFM_WriteDirectoryError, label.name, _path.string(),
+                          lastTiffWriteMessage(_pTiff));
+        }
+        if (result) {
+            _appender->endPage(bufferType, label, isPlain());
         }
         return result;
     }
 
-    BoolResult writeDirectory(Page const& page) {
-        std::string const pageName = page.getName(!_bInterleaved);
-        BoolResult result = runSteps([&] { return setDirectoryTags(page, pageName); },
-                                     [&] { return writeZeros(getPlaneBufferType(_geometry, page.t)); });
-        if (result && TIFFWriteDirectory(_pTiff) != 1) {
-            result = fail(Message::eTIFM_WriteDirectoryError, pageName, _path.string(),
-                          lastTiffWriteMessage(_pTiff));
-        }
-        return result;
+    /// Stores the offset of the pixels that were written last, if they are stored without gaps.
+    void addPixelOffset(StripLayout const& layout) {
+        bool const bPixels = isPlain() && layout.getNbPixels() != 0;
+        vlUInt64 const lastStrip = bPixels ? divideUp(layout.sizeY, layout.rowsPerStrip) - 1 : 0;
+        vlUInt64 const offset = bPixels ? TIFFGetStrileOffset(_pTiff, 0) : 0;
+        _bContiguous = _bContiguous && bPixels &&
+                       TIFFGetStrileOffset(_pTiff, static_cast<std::uint32_t>(lastStrip)) ==
+                           offset + lastStrip * layout.getStripBytes();
+        _pixelOffsets.push_back(offset);
     }
+
+    bool isPlain() const { return toCompressionTag(_compression) == COMPRESSION_NONE; }
 
     BoolResult setDirectoryTags(Page const& page, std::string const& pageName) const {
         eImageBufferType const bufferType = getPlaneBufferType(_geometry, page.t);
@@ -188,12 +252,12 @@ class TiffCreation {
                 return setTag("TIFFTAG_COMPRESSION", TIFFTAG_COMPRESSION, toCompressionTag(_compression));
             },
             [&] { return setTag("TIFFTAG_ORIENTATION", TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT); },
-            [&] { return setTag("TIFFTAG_PAGENUMBER", TIFFTAG_PAGENUMBER, int{_pageIndex}, int{_nbPages}); },
+            [&] { return setTag("TIFFTAG_PAGENUMBER", TIFFTAG_PAGENUMBER, int{page.number}, int{_nbPages}); },
             [&] { return setTag("TIFFTAG_PAGENAME", TIFFTAG_PAGENAME, pageName.c_str()); },
             [&] { return setTag("TIFFTAG_SAMPLEFORMAT", TIFFTAG_SAMPLEFORMAT, toSampleFormat(bufferType)); });
     }
 
-    BoolResult writeZeros(eImageBufferType bufferType) {
+    BoolResult writeZeros(Page const& page, eImageBufferType bufferType) {
         vlUInt64 const sizeY = _geometry.getSizeY();
         vlUInt64 const rowsPerStrip = std::min<vlUInt64>(TIFFDefaultStripSize(_pTiff, 0), sizeY);
         BoolResult result =
@@ -202,10 +266,13 @@ class TiffCreation {
             return result;
         }
         vlUInt64 const pixelStride = getImageBufferBaseSize(bufferType) * _nbSamples;
-        return _zeros.write(_pTiff, {_geometry.getSizeX(), sizeY, rowsPerStrip, pixelStride})
-                   ? success()
-                   : fail(Message::eTIFM_InitStripDataError, _pageIndex, _path.string(),
-                          lastTiffWriteMessage(_pTiff));
+        StripLayout const layout = {_geometry.getSizeX(), sizeY, rowsPerStrip, pixelStride};
+        if (!_zeros.write(_pTiff, layout)) {
+            return fail(Message::eTIFM_InitStripDataError, page.number, _path.string(),
+                        lastTiffWriteMessage(_pTiff));
+        }
+        addPixelOffset(layout);
+        return success();
     }
 
     BoolResult flush() const {
@@ -240,23 +307,38 @@ class TiffCreation {
     vlUInt64 _nbSamples;
     std::string _stored; ///< the record of the geometry and the calibration
     std::uint16_t _nbPages = 0;
-    std::uint16_t _pageIndex = 0;
     ZeroStrips _zeros;
+    std::optional<PageAppender> _appender; ///< after the opening of the handle
+    bool _bContiguous = true;              ///< whether the pixels of all pages are stored without gaps
+    std::vector<vlUInt64> _pixelOffsets;
+    std::vector<Page> _collected; ///< by the appender, since its last flush
 };
 
 BoolResult create(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                   GeometricCalibrationConstPtr const& pCalibration, std::string const* pUserProperties,
-                  eTiffCompression compression, TIFF*& pTiff) {
+                  eTiffCompression compression, TIFF*& pTiff,
+                  std::vector<vlUInt64>* pPixelOffsets = nullptr) {
     pTiff = nullptr;
     TiffFileClosure closure(path.string(), pTiff);
     return failOnException(Message::eTIFM_CreateFileException, path, [&] {
-        BoolResult result =
-            TiffCreation(pTiff, path, geometry, pCalibration, pUserProperties, compression).create();
+        TiffCreation creation(pTiff, path, geometry, pCalibration, pUserProperties, compression);
+        BoolResult result = creation.create();
         if (result) {
             closure.disarm();
         }
+        if (pPixelOffsets != nullptr) {
+            *pPixelOffsets = creation.getPixelOffsets();
+        }
         return result;
     });
+}
+
+BoolResult createWithText(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                          GeometricCalibrationConstPtr const& pCalibration, std::string const& userProperties,
+                          eTiffCompression compression, TIFF*& pTiff,
+                          std::vector<vlUInt64>* pPixelOffsets = nullptr) {
+    TIFFInitializeExtend();
+    return create(path, geometry, pCalibration, &userProperties, compression, pTiff, pPixelOffsets);
 }
 
 } // namespace
@@ -271,8 +353,16 @@ BoolResult createTiffFile(boost::filesystem::path const& filePath, BaseImageGeom
                           boost::shared_ptr<GeometricCalibration const> const& pGeometricCalibration,
                           std::string const& userProperties, eTiffCompression const& compression,
                           TIFF*& pTiff) {
-    TIFFInitializeExtend();
-    return create(filePath, imageGeometry, pGeometricCalibration, &userProperties, compression, pTiff);
+    return createWithText(filePath, imageGeometry, pGeometricCalibration, userProperties, compression, pTiff);
+}
+
+BoolResult createTiffFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
+                          GeometricCalibrationConstPtr const& pCalibration, std::string const& userProperties,
+                          eTiffCompression compression, TIFF*& pTiff, std::vector<vlUInt64>& pixelOffsets) {
+    return userProperties.empty()
+               ? create(path, geometry, pCalibration, nullptr, compression, pTiff, &pixelOffsets)
+               : createWithText(path, geometry, pCalibration, userProperties, compression, pTiff,
+                                &pixelOffsets);
 }
 
 } // namespace velmo::image::file

@@ -31,7 +31,8 @@ void compareReads(path const& path, eTiffPolicy policy, std::mt19937& random) {
         vlUInt64 const row = read % 2 == 0 ? random() % geometry.getSizeY()
                                            : std::min<vlUInt64>(read, geometry.getSizeY() - 1);
         vlUInt64 const start = row * sizeX + (random() % 2 == 0 ? 0 : random() % sizeX);
-        vlUInt64 const nbPixels = std::min<vlUInt64>(1 + random() % (2 * sizeX), geometry.getPlanNbPixels() - start);
+        vlUInt64 const nbPixels =
+            std::min<vlUInt64>(1 + random() % (2 * sizeX), geometry.getPlanNbPixels() - start);
         PixelRun const run = {plane.z, plane.c, plane.t, start, nbPixels};
         PlaneRead const reused = one.read(run);
         PlaneRead const fresh = PolicyFile(path, policy).read(run);

@@ -21,6 +21,14 @@ struct StripPlaces {
     std::vector<vlUInt64> byteCounts;
 };
 
+/// Offsets of a directory that was appended to a file.
+struct AppendedDirectory {
+    vlUInt64 directory;
+    vlUInt64 firstStrip;
+    vlUInt64 stripOffsets;    ///< offset of the list
+    vlUInt64 stripByteCounts; ///< offset of the list
+};
+
 /// The directories of a file in their order. They are read once and without libtiff.
 ///
 /// Directories of one *shape* have the same tags with the same values, except for the offsets and byte counts
@@ -30,6 +38,11 @@ class DirectoryChain {
   public:
     /// Offset of a directory; empty if the chain does not reach it.
     std::optional<vlUInt64> find(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
+    /// The same after directories were appended to the file.
+    std::optional<vlUInt64> findAppended(TIFF* pTiff, TiffStream& stream, vlUInt64 index);
+    /// Adds a directory that was appended to the file without libtiff. It has the shape of `model`, a
+    /// directory of this chain, and its strips have the same sizes.
+    void append(AppendedDirectory const& appended, vlUInt64 model);
     /// Number of directories. If the chain is broken (a loop, or a link outside of the file), the number that
     /// libtiff counts.
     vlUInt64 count(TIFF* pTiff, TiffStream& stream);

@@ -102,6 +102,10 @@ class TiffStream {
     /// Lets the file system reserve zeros after the end of the file, so that writing them costs no time. If
     /// that is not possible, the zeros are written like any bytes.
     void reserveZeros(vlUInt64 nbBytes);
+    /// Lets the file system extend the file by zeros from its end on. Returns false if it cannot.
+    bool extendByZeros(vlUInt64 end, vlUInt64 nbBytes);
+    /// Cuts the file to a size, as far as possible.
+    void cut(vlUInt64 size);
     /// Releases reserved space that was not written.
     void releaseReserved();
 
