@@ -96,17 +96,19 @@ BoolResult TiffImageFile::createFileInternal(boost::filesystem::path const& file
                                              GeometricCalibrationConstPtr const& pGeometricCalibration) {
     TIFF* pTiff = nullptr;
     BoolResult result = createTiffFile(filePath, imageGeometry, pGeometricCalibration, eTC_None, pTiff);
-    takeHandle(pTiff, eIAM_ReadWrite);
+    if (result) {
+        takeHandle(pTiff, eIAM_ReadWrite);
+    }
     return result;
 }
 
 void TiffImageFile::takeHandle(TIFF* pTiff, eImageAccessMode accessMode) {
     bool const bSeveral = accessMode == eIAM_ReadOnly && readsInParallel(_policy);
-    _pHandles->reset(pTiff, bSeveral ? TiffHandles::eUse::SeveralAtATime : TiffHandles::eUse::OneAtATime);
+    _pHandles->open(pTiff, bSeveral ? TiffHandles::eUse::SeveralAtATime : TiffHandles::eUse::OneAtATime);
 }
 
 void TiffImageFile::clearDerived() {
-    takeHandle(nullptr, eIAM_ReadOnly);
+    _pHandles->close();
 }
 
 // Pixels

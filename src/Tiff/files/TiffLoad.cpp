@@ -8,6 +8,7 @@
 #include "Tiff/handle/TiffErrorHandler.h"
 #include "Tiff/handle/TiffHandles.h"
 #include "Tiff/handle/TiffTags.h"
+#include "Tiff/model/TiffPixels.h"
 #include "Tiff/model/TiffPlausibility.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
 
@@ -39,25 +40,21 @@ class RowLoader {
     }
 
     vlUInt64 getNbRuns() const {
-        vlUInt64 const nbPlanes =
-            _bPages ? _geometry.getSizeZ() * _geometry.getSizeT() : _geometry.getNbPlans();
-        return nbPlanes * getNbRunsPerPlane();
+        vlUInt64 const nbChannels = _bPages ? 1 : _geometry.getSizeC();
+        return _geometry.getSizeZ() * nbChannels * _geometry.getSizeT() * getNbRunsPerPlane();
     }
 
-    /// Runs are numbered in the order (t, c, z, y).
+    /// Runs are numbered in the order of their directories, and of their rows.
     BoolResult load(vlUInt64 number) const {
-        vlUInt64 const plane = number / getNbRunsPerPlane();
-        PlanIndexes const place =
-            _bPages ? PlanIndexes{plane % _geometry.getSizeZ(), 0, plane / _geometry.getSizeZ()}
-                    : _geometry.getPlanIndexes(plane);
+        PlaneRun const plane = toPlane(_geometry, _bPages, number / getNbRunsPerPlane());
         vlUInt64 const y = number % getNbRunsPerPlane() * _nbRows;
-        return load(place, y, std::min(_nbRows, _geometry.getSizeY() - y));
+        return load(plane, y, std::min(_nbRows, _geometry.getSizeY() - y));
     }
 
   private:
     vlUInt64 getNbRunsPerPlane() const { return _nbRows == 0 ? 1 : divideUp(_geometry.getSizeY(), _nbRows); }
 
-    BoolResult load(PlanIndexes const& plane, vlUInt64 y, vlUInt64 nbRows) const {
+    BoolResult load(PlaneRun const& plane, vlUInt64 y, vlUInt64 nbRows) const {
         vlUInt64 const nbChannels = !_bPages ? 1 : _geometry.getSizeC() == 4 ? 4 : 3;
         std::vector<RowsPtr> channels;
         std::vector<void*> pixels;
@@ -79,7 +76,7 @@ class RowLoader {
         return result;
     }
 
-    BoolResult read(PlanIndexes const& plane, vlUInt64 y, vlUInt64 nbRows,
+    BoolResult read(PlaneRun const& plane, vlUInt64 y, vlUInt64 nbRows,
                     std::vector<void*> const& pixels) const {
         vlUInt64 const sizeX = _geometry.getSizeX();
         PlaneRun const run = {plane.z, plane.c, plane.t, y * sizeX, nbRows * sizeX};
@@ -122,13 +119,13 @@ void divide(RowLoader& loader, TIFF* pTiff, BaseImageGeometry const& geometry, v
 void loadTiffImage(boost::filesystem::path const& path, TiffOpenRequest const& request,
                    processor::ProcessorDispatchPolicy const& threads, ImagePtr& pImage,
                    FamilyFailure const& failure) {
+    TiffHandles handles;
     TiffContents opened;
     failure.require(openTiff(path, request, opened));
     TIFF* const pTiff = opened.pTiff;
     BaseImageGeometry const& geometry = *opened.pGeometry;
     vlUInt64 const nbThreads = countUsefulThreads(threads, geometry, getBytesForThread(pTiff));
-    TiffHandles handles(pTiff,
-                        nbThreads > 1 ? TiffHandles::eUse::SeveralAtATime : TiffHandles::eUse::OneAtATime);
+    handles.open(pTiff, nbThreads > 1 ? TiffHandles::eUse::SeveralAtATime : TiffHandles::eUse::OneAtATime);
     bool const bPages = isInterleavedRgb(pTiff, path);
     failure.require(requirePlausible(pTiff, path, geometry, request.policy, bPages));
     failure.require(ImageFactory::getInstance().createDefaultImage(geometry, pImage));

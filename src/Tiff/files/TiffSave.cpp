@@ -17,6 +17,7 @@
 #include <VELMOBase/ParallelRun.h>
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/ImageStrip.h>
+#include <VELMOImage/MemoryImage.h>
 #include <VELMOImageFile/PageReader.h>
 #include <algorithm>
 #include <new>
@@ -30,7 +31,7 @@ namespace {
 
 /// The planes of all channels of a directory, on their way from the image to the file.
 struct Page {
-    PlanIndexes place;
+    PlaneRun place;                  ///< its whole plane of the first channel
     std::vector<void const*> pixels; ///< of each channel
     std::optional<EncodedStrips> encoded;
 
@@ -59,13 +60,11 @@ class ImagePages {
           _pPageReader(_bInterleaved ? findPageReader(*pImage) : nullptr) {}
 
     vlUInt64 getNbPages() const {
-        return _bInterleaved ? _geometry.getSizeZ() * _geometry.getSizeT() : _geometry.getNbPlans();
+        return _geometry.getSizeZ() * (_bInterleaved ? 1 : _geometry.getSizeC()) * _geometry.getSizeT();
     }
 
     BoolResult read(vlUInt64 number, Page& page) const {
-        page.place = _bInterleaved
-                         ? PlanIndexes{number % _geometry.getSizeZ(), 0, number / _geometry.getSizeZ()}
-                         : _geometry.getPlanIndexes(number);
+        page.place = toPlane(_geometry, _bInterleaved, number);
         if (_pPageReader != nullptr && readAtOnce(page)) {
             return success();
         }
@@ -73,7 +72,8 @@ class ImagePages {
         vlUInt64 const nbChannels = _bInterleaved ? _geometry.getSizeC() : 1;
         BoolResult result = success();
         for (vlUInt64 c = 0; c < nbChannels && result; ++c) {
-            PlanIndexes const plane = {page.place.z, page.place.c + c, page.place.t};
+            PlaneRun plane = page.place;
+            plane.c += c;
             page.planes.emplace_back();
             result = readPlane(plane, page.planes.back());
             if (!result) {
@@ -85,7 +85,7 @@ class ImagePages {
         return result;
     }
 
-    BoolResult readPlane(PlanIndexes const& place, boost::shared_ptr<InputImageYStrip2d>& pPlane) const {
+    BoolResult readPlane(PlaneRun const& place, boost::shared_ptr<InputImageYStrip2d>& pPlane) const {
         ImageStripExtractor::extractYStrip2d<InputImageYStrip2d>(
             place.z, place.c, place.t, 0, _geometry.getSizeY(), eSAT_Default, eSPD_Default, _pImage, pPlane);
         BoolResult const ready = pPlane->initBuffer();
@@ -96,7 +96,8 @@ class ImagePages {
     /// Reads all channels in one pass. Returns false if that fails; the channels are then read one by one,
     /// which gives the failure.
     bool readAtOnce(Page& page) const {
-        vlUInt64 const planeBytes = _geometry.getPlanMemorySize(page.place.t);
+        vlUInt64 const planeBytes =
+            _geometry.getPlanNbPixels() * getImageBufferBaseSize(getPlaneBufferType(_geometry, page.place.t));
         std::vector<void*> buffers;
         try {
             std::byte* const pMemory = page.memory.provide(planeBytes * _geometry.getSizeC());
@@ -113,12 +114,12 @@ class ImagePages {
 
     /// Fails if a plane fails that a save of one channel after the other would read before `plane`. Both
     /// kinds of saves therefore report the same plane.
-    BoolResult readEarlierPlanes(PlanIndexes const& plane) const {
+    BoolResult readEarlierPlanes(PlaneRun const& plane) const {
         BoolResult result = success();
         for (vlUInt64 c = 0; _bInterleaved && c < plane.c && result; ++c) {
             for (vlUInt64 z = plane.z + 1; z < _geometry.getSizeZ() && result; ++z) {
                 boost::shared_ptr<InputImageYStrip2d> pPlane;
-                result = readPlane({z, c, plane.t}, pPlane);
+                result = readPlane({z, c, plane.t, 0, plane.nbPixels}, pPlane);
             }
         }
         return result;
@@ -155,24 +156,23 @@ class PageSaver {
     /// All channels of each page get the pixels of the first channel of the image.
     BoolResult saveFirstChannel() const {
         BoolResult result = success();
-        for (vlUInt64 t = 0; t < _geometry.getSizeT() && result; ++t) {
-            for (vlUInt64 z = 0; z < _geometry.getSizeZ() && result; ++z) {
-                result = saveFirstChannel(z, t);
-            }
+        vlUInt64 const nbPages = _geometry.getSizeZ() * _geometry.getSizeT();
+        for (vlUInt64 number = 0; number < nbPages && result; ++number) {
+            result = saveFirstChannel(toPlane(_geometry, true, number));
         }
         return result;
     }
 
   private:
-    BoolResult saveFirstChannel(vlUInt64 z, vlUInt64 t) const {
+    BoolResult saveFirstChannel(PlaneRun const& plane) const {
         boost::shared_ptr<InputImageYStrip2d> pPlane;
-        BoolResult const read = _pages.readPlane({z, 0, t}, pPlane);
+        BoolResult const read = _pages.readPlane(plane, pPlane);
         if (!read) {
             return read;
         }
         std::vector<void const*> const pixels(_geometry.getSizeC() == 4 ? 4 : 3,
                                               pPlane->accessBuffer().getDataPtr());
-        return writePage(_pTiff, _path, _geometry, toRun({z, 0, t}), _policy, pixels);
+        return writePage(_pTiff, _path, _geometry, plane, _policy, pixels);
     }
 
     BoolResult writeAll(vlUInt64 nbThreads, eTiffCompression compression) {
@@ -190,10 +190,6 @@ class PageSaver {
             nbThreads, divideUp(nbPages, _pagesPerBatch),
             [&](vlUInt64 thread, vlUInt64 batch) { return prepare(thread, batch); },
             [&](vlUInt64 /*batch*/, PageBatch& batch) { return write(batch); });
-    }
-
-    PlaneRun toRun(PlanIndexes const& place) const {
-        return {place.z, place.c, place.t, 0, _geometry.getPlanNbPixels()};
     }
 
     void encode(vlUInt64 nbThreads) {
@@ -228,7 +224,7 @@ class PageSaver {
         for (Page& given : batch.pages) {
             Page const page = std::move(given);
             BoolResult result =
-                _writer.write(toRun(page.place), page.pixels, page.encoded ? &*page.encoded : nullptr);
+                _writer.write(page.place, page.pixels, page.encoded ? &*page.encoded : nullptr);
             if (!result) {
                 return result;
             }
@@ -255,7 +251,7 @@ vlUInt64 countThreads(ImageConstPtr const& pImage, eTiffCompression compression,
     constexpr vlUInt64 bytesToRead = vlUInt64{16} << 20;
     BaseImageGeometry const& geometry = pImage->getGeometry();
     if (geometry.getFullMemorySize() == 0 ||
-        (compression == eTC_None && pImage->accessPlan(0, 0, 0) != nullptr)) {
+        (compression == eTC_None && dynamic_cast<MemoryImage const*>(pImage.get()) != nullptr)) {
         return 1;
     }
     return countUsefulThreads(threads, geometry, compression == eTC_None ? bytesToRead : bytesToEncode);

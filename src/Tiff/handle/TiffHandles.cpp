@@ -3,7 +3,6 @@
 
 #include "Tiff/handle/TiffHandles.h"
 
-#include "Tiff/handle/TiffFileClosure.h"
 #include "Tiff/handle/TiffStream.h"
 
 #include <algorithm>
@@ -13,23 +12,32 @@
 
 namespace velmo::image::file {
 
-void TiffHandles::reset(TIFF* pTiff, eUse use) {
-    _idle.clear();
-    _pFile.reset();
-    _nbHandles = 1;
-    _bClosed = pTiff == nullptr;
-    TiffStream* const pStream =
-        use == eUse::SeveralAtATime && pTiff != nullptr ? TiffStream::find(pTiff) : nullptr;
+TiffHandles::TiffHandles() {
+    _idle.push_back(std::make_unique<Entry>(nullptr));
+}
+
+void TiffHandles::open(TIFF* pTiff, eUse use) {
+    std::unique_ptr<TIFF, void (*)(TIFF*)> pOwned(pTiff, TIFFClose);
+    close();
+    TiffStream* const pStream = use == eUse::SeveralAtATime ? TiffStream::find(pTiff) : nullptr;
     if (pStream != nullptr) {
         pStream->accessChain().count(pTiff, *pStream); // from now on it does not change
         _pFile = pStream->getFile();
     }
-    _idle.push_back(std::make_unique<Entry>(pTiff));
+    _idle.front()->pTiff = pOwned.release();
+    _bClosed = false;
+}
+
+void TiffHandles::close() {
+    _idle.resize(1);
+    _idle.front()->close();
+    _pFile.reset();
+    _bClosed = true;
 }
 
 void TiffHandles::Entry::close() {
     if (pTiff != nullptr) {
-        TiffFileClosure const closure(TIFFFileName(pTiff), pTiff);
+        TIFFClose(std::exchange(pTiff, nullptr));
     }
 }
 
@@ -39,7 +47,7 @@ std::unique_ptr<TiffHandles::Entry> TiffHandles::take() {
     std::unique_lock<std::mutex> lock(_mutex);
     std::unique_ptr<Entry> pEntry = takeIdle();
     if (!pEntry && _pFile && !_bClosed) {
-        pEntry = open();
+        pEntry = openAgain();
     }
     while (!pEntry) {
         _givenBack.wait(lock);
@@ -49,6 +57,7 @@ std::unique_ptr<TiffHandles::Entry> TiffHandles::take() {
         pEntry->close();
     }
     pEntry->user = std::this_thread::get_id();
+    ++_nbLent;
     return pEntry;
 }
 
@@ -68,12 +77,11 @@ std::unique_ptr<TiffHandles::Entry> TiffHandles::takeIdle() {
 }
 
 /// Null if the system has no memory for another handle.
-std::unique_ptr<TiffHandles::Entry> TiffHandles::open() {
+std::unique_ptr<TiffHandles::Entry> TiffHandles::openAgain() {
     try {
-        _idle.reserve(_nbHandles + 1); // `giveBack` must not fail
+        _idle.reserve(_nbLent + 1); // `giveBack` must not fail
         auto pEntry = std::make_unique<Entry>(nullptr);
         pEntry->pTiff = TiffStream::openAgain(_pFile);
-        _nbHandles += pEntry->pTiff != nullptr ? 1 : 0;
         return pEntry->pTiff != nullptr ? std::move(pEntry) : nullptr;
     } catch (std::bad_alloc const&) {
         return nullptr;
@@ -85,6 +93,7 @@ void TiffHandles::giveBack(std::unique_ptr<Entry> pEntry) {
         std::lock_guard<std::mutex> const lock(_mutex);
         _bClosed = _bClosed || pEntry->pTiff == nullptr;
         _idle.push_back(std::move(pEntry));
+        --_nbLent;
     }
     _givenBack.notify_one();
 }

@@ -122,6 +122,13 @@ vlUInt64 toDirectoryIndex(BaseImageGeometry const& geometry, vlUInt64 z, vlUInt6
     return geometry.getSizeZ() * outer + z;
 }
 
+PlaneRun toPlane(BaseImageGeometry const& geometry, bool bInterleaved, vlUInt64 directory) {
+    vlUInt64 const outer = directory / geometry.getSizeZ();
+    vlUInt64 const nbChannels = bInterleaved ? 1 : geometry.getSizeC();
+    return {directory % geometry.getSizeZ(), outer % nbChannels, outer / nbChannels, 0,
+            geometry.getPlanNbPixels()};
+}
+
 unsigned int getSampleWidth(eImageBufferType const& bufferType, RaiseSite const& site) {
     unsigned int const width = getImageBufferBaseSize(bufferType);
     if (width == 0) {

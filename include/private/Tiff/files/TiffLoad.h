@@ -7,7 +7,7 @@
 #include "Tiff/model/TiffOpening.h"
 
 #include <VELMOBaseProcessing/ProcessorDispatchPolicy.h>
-#include <VELMOImage/BaseImage.h>
+#include <VELMOImage/ImageFactory.h>
 #include <boost/filesystem/path.hpp>
 
 namespace velmo::image::file {

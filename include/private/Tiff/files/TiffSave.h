@@ -7,7 +7,7 @@
 #include "Tiff/TiffPolicy.h"
 
 #include <VELMOBaseProcessing/ProcessorDispatchPolicy.h>
-#include <VELMOImage/BaseImage.h>
+#include <VELMOImage/ImageFactory.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
 #include <boost/filesystem/path.hpp>
 

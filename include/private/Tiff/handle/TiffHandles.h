@@ -17,7 +17,8 @@ namespace velmo::image::file {
 
 struct TiffFile;
 
-/// The handles of an open file. A thread borrows a handle for each access. Thread-safe except for `reset`.
+/// The handles of an open file. A thread borrows a handle for each access. Thread-safe except for `open` and
+/// `close`.
 ///
 /// A file has one handle, for which threads wait, or one for each thread that accesses it at the same time.
 /// All handles share the descriptor and the directories. If an access closes its handle because of an error,
@@ -39,16 +40,15 @@ class TiffHandles {
     enum class eUse { OneAtATime, SeveralAtATime };
 
     /// No file is open.
-    TiffHandles() { reset(nullptr, eUse::OneAtATime); }
-    /// Takes the ownership of a handle.
-    TiffHandles(TIFF* pTiff, eUse use) { reset(pTiff, use); }
-    ~TiffHandles() { reset(nullptr, eUse::OneAtATime); }
+    TiffHandles();
     TiffHandles(TiffHandles const&) = delete;
     TiffHandles& operator=(TiffHandles const&) = delete;
 
-    /// Closes all handles and takes the ownership of another one; null means that no file is open. No handle
-    /// may be on loan.
-    void reset(TIFF* pTiff, eUse use);
+    /// Closes all handles and takes the ownership of another one, also if it throws. No handle may be on
+    /// loan.
+    void open(TIFF* pTiff, eUse use);
+    /// Closes all handles. No handle may be on loan.
+    void close();
 
     /// A handle until the end of the scope.
     class Loan {
@@ -69,13 +69,13 @@ class TiffHandles {
   private:
     std::unique_ptr<Entry> take();
     std::unique_ptr<Entry> takeIdle();
-    std::unique_ptr<Entry> open();
+    std::unique_ptr<Entry> openAgain();
     void giveBack(std::unique_ptr<Entry> pEntry);
 
     std::mutex _mutex;
     std::condition_variable _givenBack;
     std::vector<std::unique_ptr<Entry>> _idle; ///< the last one was used last
-    vlUInt64 _nbHandles = 0;
+    vlUInt64 _nbLent = 0;
     bool _bClosed = true;             ///< after an error, and without a file
     std::shared_ptr<TiffFile> _pFile; ///< null if threads wait for the only handle
 };

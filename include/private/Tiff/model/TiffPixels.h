@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Planes/PlaneRun.h"
+
 #include <VELMOImage/GeometryParts.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
 #include <VELMOUtil/GuardedRaise.h>
@@ -33,6 +35,9 @@ eImageBufferType getPlaneBufferType(BaseImageGeometry const& geometry, vlUInt64 
 /// Index of the directory of a plane: z changes fastest, then c unless the channels share a directory, then
 /// t.
 vlUInt64 toDirectoryIndex(BaseImageGeometry const& geometry, vlUInt64 z, vlUInt64 c, vlUInt64 t);
+
+/// The whole plane of a directory, the inverse of `toDirectoryIndex`; of interleaved channels the first one.
+PlaneRun toPlane(BaseImageGeometry const& geometry, bool bInterleaved, vlUInt64 directory);
 
 /// Bytes of a sample. A pixel type without bytes is raised at `site` as VELMOImageFileException.
 unsigned int getSampleWidth(eImageBufferType const& bufferType, RaiseSite const& site);
