@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Calls.h"
+
+#include "LogQueue.h"
+#include "Text.h"
+
+#include <unistd.h>
+
+namespace velmo::python {
+
+namespace py = pybind11;
+
+void setError(std::string const& message, std::string const& path, MessageIds const& messageIds) {
+    py::list ids;
+    for (MessageId const& messageId : messageIds.getAll()) {
+        ids.append(py::make_tuple(messageId.domain, messageId.id));
+    }
+    py::object const type = py::module_::import("velmo_image._errors").attr("VelmoImageError");
+    py::object const filename = path.empty() ? py::object(py::none()) : toPython(path);
+    py::object const error = type(toPython(message), filename, py::tuple(ids));
+    PyErr_SetObject(type.ptr(), error.ptr());
+}
+
+void raiseError(std::string const& message, std::string const& path, MessageIds const& messageIds) {
+    setError(message, path, messageIds);
+    throw py::error_already_set();
+}
+
+void takeInterpreterLock(PyThreadState* pState) {
+    while (_Py_IsFinalizing() != 0) {
+        pause();
+    }
+    PyEval_RestoreThread(pState);
+}
+
+LogDelivery::~LogDelivery() {
+    deliverLog();
+}
+
+} // namespace velmo::python
