@@ -13,6 +13,7 @@ namespace velmo::python {
 namespace py = pybind11;
 
 void setError(std::string const& message, std::string const& path, MessageIds const& messageIds) {
+    deliverLog();
     py::list ids;
     for (MessageId const& messageId : messageIds.getAll()) {
         ids.append(py::make_tuple(messageId.domain, messageId.id));

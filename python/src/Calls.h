@@ -15,8 +15,8 @@
 
 namespace velmo::python {
 
-/// Sets VelmoImageError as the current error of Python. `path` becomes its `filename` if it is not empty. The
-/// caller holds the interpreter lock.
+/// Sets VelmoImageError as the current error of Python, after its record in the log was passed on. `path` becomes
+/// its `filename` if it is not empty. The caller holds the interpreter lock.
 void setError(std::string const& message, std::string const& path, MessageIds const& messageIds);
 
 /// The same, and throws error_already_set.

@@ -42,14 +42,25 @@ char const* findDtypeName(eImageBufferType type) {
     }
 }
 
-bool hasOneNumberType(BaseImageGeometry const& geometry) {
+/// The pixel types of all planes, each at least once.
+std::vector<eImageBufferType> getTypes(BaseImageGeometry const& geometry) {
     auto const* const pMixed = dynamic_cast<HeterogeneousImageGeometry const*>(&geometry);
-    if (pMixed == nullptr) {
-        return true;
-    }
-    std::vector<eImageBufferType> const types = pMixed->getBufferTypeRuns().getTypesOfRuns();
+    return pMixed == nullptr ? std::vector<eImageBufferType>{geometry.getBufferType()}
+                             : pMixed->getBufferTypeRuns().getTypesOfRuns();
+}
+
+bool hasOneNumberType(BaseImageGeometry const& geometry) {
+    std::vector<eImageBufferType> const types = getTypes(geometry);
     return std::all_of(types.begin(), types.end(),
                        [&](eImageBufferType type) { return toDataType(type) == toDataType(types.front()); });
+}
+
+/// Planes of different types, such as binary and uint8 ones, have the name of their numbers.
+std::string getTypeName(BaseImageGeometry const& geometry) {
+    std::vector<eImageBufferType> const types = getTypes(geometry);
+    bool const bOneType = std::all_of(types.begin(), types.end(),
+                                      [&](eImageBufferType type) { return type == types.front(); });
+    return bOneType ? file::getPixelTypeName(geometry.getBufferType()) : findDtypeName(geometry.getBufferType());
 }
 
 void requireOneType(BaseImageGeometry const& geometry, std::string const& path) {
@@ -205,7 +216,7 @@ void bindDescription(py::module_& module) {
         .def_property_readonly("dtype", &getDtype, "The numpy type of the pixels.")
         .def_property_readonly(
             "pixel_type",
-            [](Description const& self) { return file::getPixelTypeName(self.pGeometry->getBufferType()); },
+            [](Description const& self) { return getTypeName(*self.pGeometry); },
             "Name of the pixel type, such as \"uint16\", \"label8\" or \"binary\".")
         .def_property_readonly(
             "color",

@@ -80,7 +80,9 @@ std::string Source::getRecord() const {
 
 void bindSource(py::module_& module) {
     py::class_<Source>(module, "Source", "An image whose pixels stay in its file. Thread-safe.")
-        .def_property_readonly("description", &Source::getDescription, "All properties except the pixels.")
+        .def_property_readonly( // a copy, which does not keep the file open
+            "description", [](Source const& self) { return Description(self.getDescription()); },
+            "All properties except the pixels.")
         .def("read", &Source::read, py::arg("first"), py::arg("step"), py::arg("out").noconvert(),
              "Reads the pixels from `first` on, `step` apart along each axis, into an array of 5 dimensions.")
         .def(py::pickle(

@@ -1,11 +1,12 @@
 # SPDX-FileCopyrightText: The VELMOImageFile authors
 # SPDX-License-Identifier: Apache-2.0
-from typing import Any, Optional, Sequence, Tuple
+from typing import Any, NoReturn, Optional, Sequence, Tuple
 
 import numpy as np
 import numpy.typing as npt
 
 class Description:
+    def __init__(self, *args: NoReturn, **kwargs: NoReturn) -> None: ...
     @property
     def shape(self) -> Tuple[int, int, int, int, int]: ...
     @property
@@ -32,6 +33,7 @@ class Description:
     def __setstate__(self, state: bytes) -> None: ...
 
 class Source:
+    def __init__(self, *args: NoReturn, **kwargs: NoReturn) -> None: ...
     @property
     def description(self) -> Description: ...
     def read(self, first: Sequence[int], step: Sequence[int], out: npt.NDArray[Any]) -> None: ...

@@ -50,8 +50,8 @@ def imread(
     path : str, bytes or os.PathLike
         A file with the extension ".im6", in any case, is an Im6 file; any other file is a TIFF file.
     directories : {"z", "t"}
-        Whether the directories of a TIFF file are planes or time steps. Ignored for files that describe their own
-        axes: those of this library, ImageJ stacks and Im6 files.
+        Whether the directories of a TIFF file are planes or time steps. Ignored for files of this library and Im6
+        files.
     pixels : {"default", "binary", "label"}
         Whether unsigned pixels of a TIFF file are numbers, a mask (8 bits only) or labels. Ignored for files of this
         library and Im6 files.

@@ -183,9 +183,9 @@ class Image(BaseImage):
         return out
 
     def to_dask(self) -> dask.array.Array:
-        import dask.array
+        from ._dask import make_dask_array
 
-        return dask.array.from_array(self._array, chunks=to_chunks(self))
+        return make_dask_array(self, self._array)
 
     def to_xarray(self) -> xarray.DataArray:
         from ._xarray import make_data_array
@@ -199,9 +199,3 @@ def require_fit(out: npt.NDArray[Any], shape: Tuple[int, ...], dtype: np.dtype[A
         raise ValueError(
             f"out is a writable array of {dtype} and of the shape {shape}, not of {out.dtype} and {out.shape}"
         )
-
-
-def to_chunks(image: BaseImage) -> Shape:
-    """The shape of the chunks for dask, which accepts no chunk of 0 pixels along an axis of other sizes."""
-    t, c, z, y, x = image.chunks
-    return t, c, z, y or 1, x or 1

@@ -4,8 +4,11 @@
 
 from __future__ import annotations
 
+import contextlib
 import operator
 from typing import Any, List, NamedTuple, Sequence, Tuple
+
+import numpy as np
 
 
 class Selection(NamedTuple):
@@ -52,11 +55,11 @@ def expand(index: Any, dimensions: int) -> List[Any]:
 
 def to_position(index: Any, size: int) -> int:
     """The position from the start of an axis; booleans are masks in numpy, and not integers."""
-    try:
-        position = operator.index(index)
-    except TypeError:
-        position = None
-    if position is None or isinstance(index, bool):
+    position = None
+    if not isinstance(index, (bool, np.bool_)):
+        with contextlib.suppress(TypeError):
+            position = operator.index(index)
+    if position is None:
         raise IndexError(
             "only integers, slices (`:`) and ellipsis (`...`) are valid indices of an image in a file: read first, "
             "then use the index on the array, as in image[...][mask]"

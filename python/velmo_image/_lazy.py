@@ -11,7 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._image import BaseImage, require_fit, to_chunks
+from ._image import BaseImage, require_fit
 from ._indexing import resolve
 
 if TYPE_CHECKING:
@@ -120,12 +120,10 @@ class LazyImage(BaseImage):
         return LazyImage, (self._open_source(),)
 
     def to_dask(self) -> dask.array.Array:
-        import dask.array
+        from ._dask import make_dask_array
 
         self._open_source()
-        return dask.array.from_array(
-            self, chunks=to_chunks(self), name=False, meta=np.empty((0,) * self.ndim, self.dtype)
-        )
+        return make_dask_array(self, self)
 
     def to_xarray(self) -> xarray.DataArray:
         from ._xarray import make_data_array, wrap_lazily

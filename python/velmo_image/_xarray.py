@@ -51,8 +51,8 @@ def make_coordinates(image: BaseImage) -> Dict[str, xarray.Variable]:
     return coordinates
 
 
-def make_data_array(image: BaseImage, data: Any) -> xarray.DataArray:
-    """A DataArray of the pixels with dimensions, coordinates and attributes of the image."""
+def make_dataset(image: BaseImage, data: Any) -> xarray.Dataset:
+    """A dataset with the pixels as the variable "image", with dimensions, coordinates and attributes of the image."""
     attributes: Dict[str, Any] = {"color": image.color}
     if image.pixel_size is not None:
         attributes["pixel_size"] = image.pixel_size
@@ -60,7 +60,12 @@ def make_data_array(image: BaseImage, data: Any) -> xarray.DataArray:
     if image.user_properties:
         attributes["user_properties"] = image.user_properties
     variable = xarray.Variable(tuple(image.axes), data, attributes)
-    return xarray.DataArray(variable, coords=make_coordinates(image), name="image")
+    return xarray.Dataset({"image": variable}, make_coordinates(image))
+
+
+def make_data_array(image: BaseImage, data: Any) -> xarray.DataArray:
+    """The variable of `make_dataset`. The constructor of DataArray would read the pixels of a lazy image."""
+    return make_dataset(image, data)["image"]
 
 
 class VelmoBackendEntrypoint(BackendEntrypoint):  # type: ignore[misc]
@@ -72,7 +77,7 @@ class VelmoBackendEntrypoint(BackendEntrypoint):  # type: ignore[misc]
     description = "Scientific image files (TIFF, ImageJ stacks, Im6) with VELMOImageFile"
     open_dataset_parameters = ("filename_or_obj", "drop_variables", "directories", "pixels", "threads")
 
-    def open_dataset(
+    def open_dataset(  # type: ignore[override] # keyword arguments by name
         self,
         filename_or_obj: PathArgument,
         *,
@@ -83,7 +88,7 @@ class VelmoBackendEntrypoint(BackendEntrypoint):  # type: ignore[misc]
     ) -> xarray.Dataset:
         """Open a file; the parameters are those of `velmo_image.open`."""
         image = open_image(filename_or_obj, directories=directories, pixels=pixels, threads=threads)
-        dataset = image.to_xarray().to_dataset()
+        dataset = make_dataset(image, wrap_lazily(image))
         dataset.set_close(image.close)
         names = [drop_variables] if isinstance(drop_variables, str) else list(drop_variables or ())
         return dataset.drop_vars(names, errors="ignore")
