@@ -62,3 +62,9 @@ def count_handles(path):
     """How often this process has opened a file."""
     names = (f"/proc/self/fd/{number}" for number in os.listdir("/proc/self/fd"))
     return sum(os.path.exists(name) and os.path.samefile(name, path) for name in names)
+
+
+@pytest.fixture
+def under_sanitizer():
+    """Whether a sanitizer watches this process: see LD_PRELOAD in CMakeLists.txt."""
+    return "asan" in os.environ.get("LD_PRELOAD", "")

@@ -88,10 +88,10 @@ class VelmoBackendEntrypoint(BackendEntrypoint):  # type: ignore[misc]
     ) -> xarray.Dataset:
         """Open a file; the parameters are those of `velmo_image.open`."""
         image = open_image(filename_or_obj, directories=directories, pixels=pixels, threads=threads)
-        dataset = make_dataset(image, wrap_lazily(image))
-        dataset.set_close(image.close)
         names = [drop_variables] if isinstance(drop_variables, str) else list(drop_variables or ())
-        return dataset.drop_vars(names, errors="ignore")
+        dataset = make_dataset(image, wrap_lazily(image)).drop_vars(names, errors="ignore")
+        dataset.set_close(image.close)
+        return dataset
 
     def guess_can_open(self, filename_or_obj: Any) -> bool:
         """Whether the name has the extension of a file that the package opens."""
