@@ -62,7 +62,7 @@ def test_a_data_array_has_the_coordinates_of_the_calibration(stack):
         np.testing.assert_allclose(array.Z, np.arange(4) * 1.5)
         np.testing.assert_allclose(array.X, np.arange(17) * 0.25)
         assert array.Y.attrs == {"units": "um"} and "T" not in array.coords
-        assert (array.attrs["pixel_size"], array.attrs["unit"]) == ((1.5, 0.5, 0.25), "um")
+        assert (array.attrs["pixel_size"], array.attrs["pixel_size_unit"]) == ((1.5, 0.5, 0.25), "um")
         np.testing.assert_array_equal(array, pixels)
         np.testing.assert_array_equal(array.sel(Z=3.0, method="nearest"), pixels[:, :, 2])
         np.testing.assert_array_equal(array.isel(T=1, Y=[3, 1], X=slice(None, None, -2)), pixels[1][..., [3, 1], ::-2])

@@ -56,7 +56,7 @@ def make_dataset(image: BaseImage, data: Any) -> xarray.Dataset:
     attributes: Dict[str, Any] = {"color": image.color}
     if image.pixel_size is not None:
         attributes["pixel_size"] = image.pixel_size
-        attributes["unit"] = image.unit
+        attributes["pixel_size_unit"] = image.unit  # plots show an attribute "unit" as that of the pixels
     if image.user_properties:
         attributes["user_properties"] = image.user_properties
     variable = xarray.Variable(tuple(image.axes), data, attributes)
