@@ -120,3 +120,14 @@ def test_closing_a_dataset_closes_the_file(stack):
     dataset = xarray.open_dataset(stack[0], engine="velmo_image")
     dataset.close()
     assert count_handles(stack[0]) == 0
+
+
+def test_an_image_is_copied_to_a_zarr_store(stack):
+    path, pixels = stack
+    image = velmo_image.open(path)
+    image.to_dask().to_zarr("a.zarr")
+    np.testing.assert_array_equal(dask.array.from_zarr("a.zarr"), pixels)
+    image.to_xarray().to_dataset().chunk({"Z": 1}).to_zarr("b.zarr")
+    copy = xarray.open_zarr("b.zarr")["image"]
+    np.testing.assert_array_equal(copy, pixels)
+    np.testing.assert_allclose(copy.Z, np.arange(4) * 1.5)
