@@ -15,7 +15,7 @@ print(image.sizes["Z"], image.dtype, image.pixel_size, image.unit)
 
 with velmo_image.open("stack.tif") as lazy:  # the pixels stay in the file
     middle = lazy[0, 0, 25, 100:200, ::2]  # reads this part only: an array of 100 x 320 pixels
-    brightest = lazy.to_dask().max().compute()  # all planes, one after the other, on all cores
+    brightest = lazy.to_dask().max().compute()  # dask reads plane by plane, with all cores
 # [quick start]
 
 assert pixels.shape == (1, 1, 50, 480, 640) and middle.shape == (100, 320) and brightest == 0

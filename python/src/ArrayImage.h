@@ -9,8 +9,8 @@
 
 namespace velmo::python {
 
-/// An image over the memory of a C-contiguous array of the shape (T, C, Z, Y, X), for writing it to a file. It
-/// does not own the memory, which must have the size of the geometry.
+/// An image over the memory of a C-contiguous array of the shape (T, C, Z, Y, X), for writing it to a file.
+/// It does not own the memory, which must have the size of the geometry.
 class ArrayImage : public image::BaseImage {
   public:
     ArrayImage(Description const& description, void const* pPixels);

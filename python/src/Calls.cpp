@@ -29,6 +29,12 @@ void raiseError(std::string const& message, std::string const& path, MessageIds 
     throw py::error_already_set();
 }
 
+void requireSuccess(std::string const& path, BoolResult const& result) {
+    if (!result) {
+        raiseError(result.getMessage(), path, result.getMessageIds());
+    }
+}
+
 void takeInterpreterLock(PyThreadState* pState) {
     while (_Py_IsFinalizing() != 0) {
         pause();

@@ -15,17 +15,20 @@
 
 namespace velmo::python {
 
-/// Sets VelmoImageError as the current error of Python, after its record in the log was passed on. `path` becomes
-/// its `filename` if it is not empty. The caller holds the interpreter lock.
+/// Sets VelmoImageError as the current error of Python, after its record in the log was passed on. `path`
+/// becomes its `filename` if it is not empty. The caller holds the interpreter lock.
 void setError(std::string const& message, std::string const& path, MessageIds const& messageIds);
 
 /// The same, and throws error_already_set.
 [[noreturn]] void raiseError(std::string const& message, std::string const& path,
                              MessageIds const& messageIds = {});
 
-/// Takes the interpreter lock again. If the interpreter is shutting down, the calling thread stops for ever, as
-/// no thread other than the main one may then run Python code. Not a destructor, because the interpreter may end
-/// the thread in here.
+/// Raises VelmoImageError if the result of an access to the file `path` is a failed one.
+void requireSuccess(std::string const& path, BoolResult const& result);
+
+/// Takes the interpreter lock again. If the interpreter is shutting down, the calling thread stops for ever,
+/// as no thread other than the main one may then run Python code. Not a destructor, because the interpreter
+/// may end the thread in here.
 void takeInterpreterLock(PyThreadState* pState);
 
 /// Passes the stored records of the log to Python at the end of its scope, also after an exception.

@@ -58,9 +58,10 @@ bool hasOneNumberType(BaseImageGeometry const& geometry) {
 /// Planes of different types, such as binary and uint8 ones, have the name of their numbers.
 std::string getTypeName(BaseImageGeometry const& geometry) {
     std::vector<eImageBufferType> const types = getTypes(geometry);
-    bool const bOneType = std::all_of(types.begin(), types.end(),
-                                      [&](eImageBufferType type) { return type == types.front(); });
-    return bOneType ? file::getPixelTypeName(geometry.getBufferType()) : findDtypeName(geometry.getBufferType());
+    bool const bOneType =
+        std::all_of(types.begin(), types.end(), [&](eImageBufferType type) { return type == types.front(); });
+    return bOneType ? file::getPixelTypeName(geometry.getBufferType())
+                    : findDtypeName(geometry.getBufferType());
 }
 
 void requireOneType(BaseImageGeometry const& geometry, std::string const& path) {
@@ -187,10 +188,9 @@ Description changeDescription(Description const& description,
         throw std::invalid_argument("a unit needs a pixel size");
     }
     if (pixelSize || unit) {
-        changed.pCalibration =
-            makeCalibration(pixelSize ? *pixelSize : getPixelSize(*pOld),
-                            unit ? *unit : (pOld ? pOld->getUnit() : std::string()),
-                            pOld ? pOld->getFurtherTerms() : std::array<float, 7>());
+        changed.pCalibration = makeCalibration(pixelSize ? *pixelSize : getPixelSize(*pOld),
+                                               unit ? *unit : (pOld ? pOld->getUnit() : std::string()),
+                                               pOld ? pOld->getFurtherTerms() : std::array<float, 7>());
     }
     if (userProperties) {
         changed.userProperties = *userProperties;
@@ -215,8 +215,7 @@ void bindDescription(py::module_& module) {
             "Sizes in the order (T, C, Z, Y, X).")
         .def_property_readonly("dtype", &getDtype, "The numpy type of the pixels.")
         .def_property_readonly(
-            "pixel_type",
-            [](Description const& self) { return getTypeName(*self.pGeometry); },
+            "pixel_type", [](Description const& self) { return getTypeName(*self.pGeometry); },
             "Name of the pixel type, such as \"uint16\", \"label8\" or \"binary\".")
         .def_property_readonly(
             "color",
@@ -225,7 +224,8 @@ void bindDescription(py::module_& module) {
             },
             "Meaning of the channels, such as \"grey\", \"rgb\" or \"user\".")
         .def_property_readonly(
-            "channel_names", [](Description const& self) { return py::tuple(py::cast(getChannelNames(self))); },
+            "channel_names",
+            [](Description const& self) { return py::tuple(py::cast(getChannelNames(self))); },
             "Names of all channels; empty if none has a name.")
         .def_property_readonly(
             "pixel_size",

@@ -46,10 +46,11 @@ py::tuple toArray(ImagePtr const& pImage, std::string const& path) {
     if (description.pGeometry->getFullMemorySize() != 0) {
         pPixels = dynamic_cast<MemoryImage&>(*pImage).getDataPtr();
     }
-    py::capsule const owner(new ImagePtr(pImage), [](void* pOwner) { delete static_cast<ImagePtr*>(pOwner); });
+    py::capsule const owner(new ImagePtr(pImage),
+                            [](void* pOwner) { delete static_cast<ImagePtr*>(pOwner); });
     auto const shape = getShape(description);
-    py::array const array(getDtype(description), std::vector<py::ssize_t>(shape.begin(), shape.end()), pPixels,
-                          owner);
+    py::array const array(getDtype(description), std::vector<py::ssize_t>(shape.begin(), shape.end()),
+                          pPixels, owner);
     return py::make_tuple(array, description);
 }
 
@@ -77,7 +78,8 @@ py::object loadFolder(std::string const& folder, std::string const& pattern, std
 }
 
 std::optional<Source> openFolder(std::string const& folder, std::string const& pattern,
-                                 std::string const& along, std::string const& pixels, unsigned int nbThreads) {
+                                 std::string const& along, std::string const& pixels,
+                                 unsigned int nbThreads) {
     auto const options = toReadOptions(along, pixels, nbThreads);
     ImagePtr const pImage =
         runOnFile(folder, [&] { return file::openTiffImageFiles(folder, pattern, options); });
@@ -89,23 +91,16 @@ py::tuple loadIm6(std::string const& path) {
 }
 
 /// The accessor of an Im6 file as an image: the library has no function for it.
-DiskImagePtr openIm6Image(std::string const& path) {
+BoolResult openIm6Image(std::string const& path, DiskImagePtr& pImage) {
     auto const pFile = boost::make_shared<file::Im6ImageFile>();
     BoolResult result = pFile->openFile(path, eIAM_ReadOnly);
-    DiskImagePtr pImage;
-    if (result) {
-        result = ImageFactory::getInstance().createDiskImage(pFile, pImage);
-    }
-    if (!result) {
-        BaseException error(result.getMessage(), __func__, __FILE__, __LINE__);
-        error.setMessageIds(result.getMessageIds());
-        throw error;
-    }
-    return pImage;
+    return result ? ImageFactory::getInstance().createDiskImage(pFile, pImage) : result;
 }
 
 Source openIm6(std::string const& path) {
-    return Source(runOnFile(path, [&] { return openIm6Image(path); }), path);
+    DiskImagePtr pImage;
+    requireSuccess(path, runOnFile(path, [&] { return openIm6Image(path, pImage); }));
+    return Source(pImage, path);
 }
 
 py::tuple loadRaw(std::string const& path, Description const& description, vlUInt64 offset) {

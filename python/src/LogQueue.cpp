@@ -20,8 +20,8 @@ namespace py = pybind11;
 
 namespace {
 
-/// Records beyond this number are counted and dropped, so that a process that never calls the module again does
-/// not grow.
+/// Records beyond this number are counted and dropped, so that a process that never calls the module again
+/// does not grow.
 constexpr std::size_t g_maxRecords = 10000;
 
 struct LogRecord {

@@ -8,8 +8,8 @@
 namespace velmo::python {
 
 /// Stores the records of the library's log from now on, until `deliverLog` passes them to Python. Storing a
-/// record never needs the interpreter lock, so that any thread may log at any time, also while the interpreter
-/// shuts down. Called once, when the module is imported.
+/// record never needs the interpreter lock, so that any thread may log at any time, also while the
+/// interpreter shuts down. Called once, when the module is imported.
 void startLogQueue();
 
 /// Passes the stored records to the logger "velmo_image", in their order. Never throws: an exception of a

@@ -24,8 +24,9 @@ constexpr vlUInt64 g_bytesWorthASkip = 32768;
 /// Whether a read of a few pixels costs only these pixels. In a TIFF file it may decode a whole strip.
 bool hasCheapRuns(BaseImage const& image) {
     auto const* const pDisk = dynamic_cast<DiskImage const*>(&image);
-    return pDisk != nullptr && (dynamic_cast<file::RawImageFile const*>(pDisk->getAccessor().get()) != nullptr ||
-                                dynamic_cast<file::Im6ImageFile const*>(pDisk->getAccessor().get()) != nullptr);
+    return pDisk != nullptr &&
+           (dynamic_cast<file::RawImageFile const*>(pDisk->getAccessor().get()) != nullptr ||
+            dynamic_cast<file::Im6ImageFile const*>(pDisk->getAccessor().get()) != nullptr);
 }
 
 /// Makes all steps positive: the region then begins at the other end of the axis, and so does the memory.
@@ -197,8 +198,7 @@ BoolResult readRegion(BaseImage const& image, Region region, StridedMemory targe
         for (vlUInt64 c = 0; c < region[eC].number; ++c) {
             for (vlUInt64 z = 0; z < region[eZ].number; ++z) {
                 std::byte* const pPlane = target.pFirst + toOffset(eT, t) + toOffset(eC, c) + toOffset(eZ, z);
-                BoolResult result =
-                    reader.read({toIndex(eZ, z), toIndex(eC, c), toIndex(eT, t)}, pPlane);
+                BoolResult result = reader.read({toIndex(eZ, z), toIndex(eC, c), toIndex(eT, t)}, pPlane);
                 if (!result) {
                     return result;
                 }

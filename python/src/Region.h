@@ -20,7 +20,8 @@ struct AxisRange {
 /// Indexes along T, C, Z, Y and X.
 using Region = std::array<AxisRange, 5>;
 
-/// Memory of an array: the address of its first element, and the bytes between neighbours along T, C, Z, Y, X.
+/// Memory of an array: the address of its first element, and the bytes between neighbours along T, C, Z, Y,
+/// X.
 struct StridedMemory {
     std::byte* pFirst;
     std::array<std::ptrdiff_t, 5> strides;

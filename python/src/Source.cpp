@@ -20,16 +20,12 @@ using namespace image;
 
 namespace {
 
-DiskImagePtr openRecord(std::string const& record) {
+BoolResult openRecord(std::string const& record, DiskImagePtr& pImage) {
     std::istringstream stream(record);
     BinaryIArchive archive(stream);
-    DiskImagePtr pImage;
-    BoolResult const created = ImageFactory::getInstance().createDiskImage(
-        readObjectOf<BaseDiskImageAccessor>(archive, "accessor"), pImage);
-    if (!created) {
-        throw BaseException(created.getMessage(), __func__, __FILE__, __LINE__);
-    }
-    return pImage;
+    auto const pAccessor = readObjectOf<BaseDiskImageAccessor>(archive, "accessor");
+    return pAccessor ? ImageFactory::getInstance().createDiskImage(pAccessor, pImage)
+                     : failure("The record has no accessor");
 }
 
 StridedMemory toMemory(py::array& array) {
@@ -47,7 +43,8 @@ Source::Source(ImagePtr const& pImage, std::string const& path)
 
 Source Source::restore(std::string const& record, std::string const& path,
                        std::string const& userProperties) {
-    DiskImagePtr const pImage = runOnFile(path, [&] { return openRecord(record); });
+    DiskImagePtr pImage;
+    requireSuccess(path, runOnFile(path, [&] { return openRecord(record, pImage); }));
     pImage->setUserPropertiesStr(userProperties);
     return Source(pImage, path);
 }
@@ -65,10 +62,7 @@ void Source::read(std::array<vlUInt64, 5> const& first, std::array<std::int64_t,
     requireInside(*_description.pGeometry, region);
     StridedMemory const memory = toMemory(out);
     ImagePtr const pImage = _pImage;
-    BoolResult const result = runOnFile(_path, [&] { return readRegion(*pImage, region, memory); });
-    if (!result) {
-        raiseError(result.getMessage(), _path, result.getMessageIds());
-    }
+    requireSuccess(_path, runOnFile(_path, [&] { return readRegion(*pImage, region, memory); }));
 }
 
 std::string Source::getRecord() const {

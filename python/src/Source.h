@@ -22,8 +22,8 @@ class Source {
 
     /// All properties except the pixels.
     Description const& getDescription() const { return _description; }
-    /// Reads the region of `first`, `step` and `number` along each of T, C, Z, Y and X into `out`, an array of
-    /// that shape and of the type of the pixels. Raises VelmoImageError; a part of `out` is then written.
+    /// Reads the region of `first`, `step` and `number` along each of T, C, Z, Y and X into `out`, an array
+    /// of that shape and of the type of the pixels. Raises VelmoImageError; a part of `out` is then written.
     void read(std::array<vlUInt64, 5> const& first, std::array<std::int64_t, 5> const& step,
               pybind11::array& out) const;
     /// The archive record of the accessor, from which another process opens the file again.
