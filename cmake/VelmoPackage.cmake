@@ -51,7 +51,7 @@ ${what}
 This package holds the command-line tool velmo-image.")
 
 if(VELMO_PYTHON)
-  find_package(Python 3.9 REQUIRED COMPONENTS Interpreter)
+  find_package(Python 3.10 REQUIRED COMPONENTS Interpreter)
   math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
   set(python_versions "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor})") # of the compiled module
   set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-velmoimagefile)

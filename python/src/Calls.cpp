@@ -3,7 +3,6 @@
 
 #include "Calls.h"
 
-#include "LogQueue.h"
 #include "Text.h"
 
 #include <unistd.h>
@@ -11,6 +10,18 @@
 namespace velmo::python {
 
 namespace py = pybind11;
+
+namespace {
+
+bool isFinalizing() {
+#if PY_VERSION_HEX >= 0x030D0000
+    return Py_IsFinalizing() != 0;
+#else
+    return _Py_IsFinalizing() != 0;
+#endif
+}
+
+} // namespace
 
 void setError(std::string const& message, std::string const& path, MessageIds const& messageIds) {
     deliverLog();
@@ -36,14 +47,10 @@ void requireSuccess(std::string const& path, BoolResult const& result) {
 }
 
 void takeInterpreterLock(PyThreadState* pState) {
-    while (_Py_IsFinalizing() != 0) {
+    while (isFinalizing()) {
         pause();
     }
     PyEval_RestoreThread(pState);
-}
-
-LogDelivery::~LogDelivery() {
-    deliverLog();
 }
 
 } // namespace velmo::python

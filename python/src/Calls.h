@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "LogQueue.h"
+
 #include <VELMOUtil/BaseException.h>
 #include <VELMOUtil/BoolResult.h>
 #include <boost/filesystem/exception.hpp>
@@ -31,19 +33,10 @@ void requireSuccess(std::string const& path, BoolResult const& result);
 /// may end the thread in here.
 void takeInterpreterLock(PyThreadState* pState);
 
-/// Passes the stored records of the log to Python at the end of its scope, also after an exception.
-class LogDelivery {
-  public:
-    LogDelivery() = default;
-    LogDelivery(LogDelivery const&) = delete;
-    LogDelivery& operator=(LogDelivery const&) = delete;
-    ~LogDelivery();
-};
-
-/// Runs `run` without the interpreter lock, so that other Python threads continue, and returns its result.
+/// Runs `run` without the interpreter lock, so that other Python threads continue, passes the records that
+/// the log has then to Python, and returns the result.
 template <class Run>
 auto runUnlocked(Run const& run) {
-    LogDelivery const delivery;
     std::optional<decltype(run())> result;
     std::exception_ptr pError;
     PyThreadState* const pState = PyEval_SaveThread();
@@ -53,6 +46,7 @@ auto runUnlocked(Run const& run) {
         pError = std::current_exception();
     }
     takeInterpreterLock(pState);
+    deliverLog();
     if (pError) {
         std::rethrow_exception(pError);
     }
