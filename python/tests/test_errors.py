@@ -196,6 +196,8 @@ def test_the_compiled_part_checks_what_it_is_given(stack):
     ):
         with pytest.raises(IndexError):
             source.read(first, step, out)
+    with pytest.raises(IndexError):
+        source.read((0, 0, 0, 21, 0), (1,) * 5, out[..., :1, :1].copy())
     for other in out.astype("uint8"), out[0], out.astype(">u2"):
         with pytest.raises(ValueError):
             source.read((0,) * 5, (1,) * 5, other)
