@@ -16,7 +16,6 @@ from conftest import ROOT
 PYTHON = ROOT / "python"
 PACKAGE = pathlib.Path(velmo_image.__file__).parent
 EXAMPLES = sorted((PYTHON / "examples").glob("*.py"))
-MYPY = ["--config-file", PYTHON / "mypy.ini"]
 
 
 def run(*command):
@@ -37,15 +36,18 @@ def test_an_example_runs(example):
 def test_the_types_of_package_and_examples_are_right(under_sanitizer):
     if under_sanitizer:
         pytest.skip("nothing of the compiled part runs")
-    run("mypy", *MYPY, "--cache-dir", "mypy", "-p", "velmo_image")
-    run("mypy", *MYPY, "--cache-dir", "mypy", *EXAMPLES)
+    mypy = [sys.executable, "-m", "mypy", "--config-file", PYTHON / "mypy.ini", "--cache-dir", "mypy"]
+    run(*mypy, "-p", "velmo_image")
+    run(*mypy, *EXAMPLES)
 
 
 def test_the_stubs_are_those_of_the_compiled_part(under_sanitizer):
     if under_sanitizer:
         pytest.skip("nothing of the compiled part runs")
     run(
-        "stubtest",
+        sys.executable,
+        "-m",
+        "mypy.stubtest",
         "--mypy-config-file",
         PYTHON / "mypy.ini",
         "--allowlist",

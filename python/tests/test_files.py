@@ -49,11 +49,9 @@ def test_axes_name_the_dimensions_of_the_array(axes):
     velmo_image.imwrite("a.tif", pixels, axes=axes)
     image = velmo_image.imread("a.tif")
     assert image.sizes == {axis: sizes[axis] if axis in axes else 1 for axis in "TCZYX"}
-    ones = tuple(0 for axis in "TCZYX" if axis not in axes)
     moved = np.asarray(image)[tuple(slice(None) if axis in axes else 0 for axis in "TCZYX")]
     order = [axis for axis in "TCZYX" if axis in axes]
     np.testing.assert_array_equal(moved.transpose([order.index(axis) for axis in axes]), pixels)
-    assert len(ones) == 5 - len(axes)
 
 
 @pytest.mark.parametrize(
@@ -99,7 +97,9 @@ def test_labels_stay_labels(dtype):
     np.testing.assert_array_equal(np.asarray(velmo_image.imread("again.tif"))[0, 0], labels)
 
 
-@pytest.mark.parametrize("color, channels", [("grey", 1), ("rgb", 3), ("rgba", 4), ("user", 3), ("user", 1), ("user", 7)])
+@pytest.mark.parametrize(
+    "color, channels", [("grey", 1), ("rgb", 3), ("rgba", 4), ("user", 3), ("user", 1), ("user", 7)]
+)
 def test_colors_are_kept_and_never_guessed(color, channels):
     pixels = make_array((2, channels, 3, 8, 9), "uint8")
     velmo_image.imwrite("color.tif", pixels, color=color)
@@ -226,7 +226,10 @@ def make_im6(pixels, pixel_type):
     return header + pixels.tobytes() + text + record.ljust(4412, b"\0") + struct.pack("<2f4x", 0, 1.5)
 
 
-@pytest.mark.parametrize("dtype, pixel_type", [("float32", 0), ("int32", 1), ("int16", 2), ("int8", 4), ("uint16", 18), ("uint8", 20)])
+@pytest.mark.parametrize(
+    "dtype, pixel_type",
+    [("float32", 0), ("int32", 1), ("int16", 2), ("int8", 4), ("uint16", 18), ("uint8", 20)],
+)
 def test_im6_files_are_read(dtype, pixel_type):
     pixels = make_array((2, 3, 4, 5, 6), dtype)
     for name in "a.im6", "A.IM6":

@@ -140,7 +140,9 @@ def test_objects_do_not_pile_up(stack, caplog):
     assert len(gc.get_objects()) - before < 50
 
 
-@pytest.mark.parametrize("axes, shape", [("TCZYX", (2, 3, 4, 5, 6)), ("ZYX", (4, 5, 6)), ("TYX", (2, 5, 6)), ("YX", (5, 6))])
+@pytest.mark.parametrize(
+    "axes, shape", [("TCZYX", (2, 3, 4, 5, 6)), ("ZYX", (4, 5, 6)), ("TYX", (2, 5, 6)), ("YX", (5, 6))]
+)
 @pytest.mark.parametrize("dtype", ["uint8", "float32", "bool"])
 def test_contiguous_arrays_are_not_copied(axes, shape, dtype):
     pixels = make_array(shape, dtype)
@@ -182,14 +184,16 @@ PEAK = """
     velmo_image.imwrite("small.tif", np.zeros((1, 1, 1, 9, 9), "uint8"), compression="deflate")
     velmo_image.imread("small.tif"); velmo_image.open("small.tif")[...]
 """
+MAKE = "a = np.ones((1, 1, 64, 1024, 1024), 'uint8'); p = peak(); "
+READ = "p = peak() + size; a = "
 PEAK_CASES = {
-    "imwrite": "a = np.ones((1, 1, 64, 1024, 1024), 'uint8'); p = peak(); velmo_image.imwrite('a.tif', a)",
-    "imwrite lzw": "a = np.ones((1, 1, 64, 1024, 1024), 'uint8'); p = peak(); velmo_image.imwrite('a.tif', a, compression='lzw')",
-    "imwrite_raw": "a = np.ones((1, 1, 64, 1024, 1024), 'uint8'); p = peak(); velmo_image.imwrite_raw('a.raw', a)",
-    "imread": "p = peak() + size; a = np.asarray(velmo_image.imread(sys.argv[1] + '/deflate.tif'))",
-    "imread_raw": "p = peak() + size; a = np.asarray(velmo_image.imread_raw(sys.argv[1] + '/a.raw', (64, 1024, 1024), 'uint8', axes='ZYX'))",
-    "open": "p = peak() + size; a = velmo_image.open(sys.argv[1] + '/deflate.tif')[...]",
-    "out": "a = np.ones((1, 1, 64, 1024, 1024), 'uint8'); p = peak(); velmo_image.open(sys.argv[1] + '/deflate.tif').asarray(out=a)",
+    "imwrite": MAKE + "velmo_image.imwrite('a.tif', a)",
+    "imwrite lzw": MAKE + "velmo_image.imwrite('a.tif', a, compression='lzw')",
+    "imwrite_raw": MAKE + "velmo_image.imwrite_raw('a.raw', a)",
+    "imread": READ + "np.asarray(velmo_image.imread(sys.argv[1] + '/deflate.tif'))",
+    "imread_raw": READ + "np.asarray(velmo_image.imread_raw(sys.argv[1] + '/a.raw', (1, 1, 64, 1024, 1024), 'uint8'))",
+    "open": READ + "velmo_image.open(sys.argv[1] + '/deflate.tif')[...]",
+    "out": MAKE + "velmo_image.open(sys.argv[1] + '/deflate.tif').asarray(out=a)",
 }
 
 
