@@ -9,6 +9,7 @@
 #include <VELMOImageFile/PixelTypeNames.h>
 #include <VELMOSerialization/BinaryArchive.h>
 #include <algorithm>
+#include <iterator>
 #include <pybind11/stl.h>
 #include <sstream>
 #include <stdexcept>
@@ -115,6 +116,31 @@ GeometricCalibrationConstPtr makeCalibration(std::vector<float> const& sizes, st
     return pCalibration;
 }
 
+ImageGeometryPtr nameChannels(BaseImageGeometry const& geometry, std::vector<std::string> const& names) {
+    ImageGeometryPtr const pNamed = duplicateGeometry(geometry);
+    if (names.size() != pNamed->getSizeC()) {
+        throw std::invalid_argument(std::to_string(names.size()) + " names for " +
+                                    std::to_string(pNamed->getSizeC()) + " channels");
+    }
+    for (vlUInt64 c = 0; c < names.size(); ++c) {
+        pNamed->getColorGeometry().setChannelName(names[c], c);
+    }
+    return pNamed;
+}
+
+std::optional<std::string> encode(std::optional<py::str> const& text) {
+    return text ? std::optional(toBytes(*text)) : std::nullopt;
+}
+
+std::optional<std::vector<std::string>> encode(std::optional<std::vector<py::str>> const& texts) {
+    if (!texts) {
+        return std::nullopt;
+    }
+    std::vector<std::string> encoded;
+    std::transform(texts->begin(), texts->end(), std::back_inserter(encoded), &toBytes);
+    return encoded;
+}
+
 py::bytes write(Description const& description) {
     std::ostringstream stream;
     BinaryOArchive archive(stream);
@@ -181,7 +207,8 @@ Description describeArray(std::array<vlUInt64, 5> const& shape, std::string cons
 Description changeDescription(Description const& description,
                               std::optional<std::vector<float>> const& pixelSize,
                               std::optional<std::string> const& unit,
-                              std::optional<std::string> const& userProperties) {
+                              std::optional<std::string> const& userProperties,
+                              std::optional<std::vector<std::string>> const& channelNames) {
     Description changed = description;
     GeometricCalibrationConstPtr const& pOld = description.pCalibration;
     if (unit && !pixelSize && !pOld) {
@@ -194,6 +221,9 @@ Description changeDescription(Description const& description,
     }
     if (userProperties) {
         changed.userProperties = *userProperties;
+    }
+    if (channelNames) {
+        changed.pGeometry = nameChannels(*description.pGeometry, *channelNames);
     }
     return changed;
 }
@@ -241,13 +271,12 @@ void bindDescription(py::module_& module) {
         .def(
             "change",
             [](Description const& self, std::optional<std::vector<float>> const& pixelSize,
-               std::optional<py::str> const& unit, std::optional<py::str> const& userProperties) {
-                auto const encode = [](std::optional<py::str> const& text) {
-                    return text ? std::optional(toBytes(*text)) : std::nullopt;
-                };
-                return changeDescription(self, pixelSize, encode(unit), encode(userProperties));
+               std::optional<py::str> const& unit, std::optional<py::str> const& userProperties,
+               std::optional<std::vector<py::str>> const& channelNames) {
+                return changeDescription(self, pixelSize, encode(unit), encode(userProperties),
+                                         encode(channelNames));
             },
-            py::arg("pixel_size"), py::arg("unit"), py::arg("user_properties"),
+            py::arg("pixel_size"), py::arg("unit"), py::arg("user_properties"), py::arg("channel_names"),
             "A copy with other values; those that are None are kept.")
         .def(py::pickle(&write, [](py::bytes const& record) { return read(record); }));
     module.def("describe_array", &describeArray, py::arg("shape"), py::arg("pixel_type"), py::arg("color"),

@@ -30,11 +30,13 @@ Description describeArray(std::array<vlUInt64, 5> const& shape, std::string cons
                           std::string const& color);
 
 /// A copy with other values. Those without a value are kept. `pixelSize` has the order (Y, X) or (Z, Y, X).
-/// Throws std::invalid_argument for a unit of an image without pixel size.
+/// Throws std::invalid_argument for a unit of an image without pixel size, and for a number of names that is
+/// not that of the channels.
 Description changeDescription(Description const& description,
                               std::optional<std::vector<float>> const& pixelSize,
                               std::optional<std::string> const& unit,
-                              std::optional<std::string> const& userProperties);
+                              std::optional<std::string> const& userProperties,
+                              std::optional<std::vector<std::string>> const& channelNames);
 
 /// Sizes in the order (T, C, Z, Y, X).
 std::array<vlUInt64, 5> getShape(Description const& description);

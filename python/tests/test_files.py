@@ -110,6 +110,28 @@ def test_colors_are_kept_and_never_guessed(color, channels):
     assert velmo_image.imread("plain.tif").color == ("grey" if channels == 1 else "user")
 
 
+def test_channels_have_names():
+    pixels = make_array((1, 3, 1, 8, 9))
+    velmo_image.imwrite("a.tif", pixels, channel_names=["DAPI", "GFP", "µ"])
+    for image in velmo_image.imread("a.tif"), velmo_image.open("a.tif"):
+        assert image.channel_names == ("DAPI", "GFP", "µ")
+        np.testing.assert_array_equal(image.to_xarray().sel(C="GFP"), pixels[:, 1])
+        velmo_image.imwrite("copy.tif", image)
+        assert velmo_image.open("copy.tif").channel_names == image.channel_names
+    with pytest.raises(ValueError, match="2 names for 3 channels"):
+        velmo_image.imwrite("a.tif", pixels, channel_names=["a", "b"])
+
+
+def test_the_text_of_an_image_describes_it(stack):
+    assert repr(velmo_image.imread(stack[0])) == (
+        "<velmo_image.Image (T: 2, C: 3, Z: 4, Y: 21, X: 17) uint16, pixel_size=(1.5, 0.5, 0.25) um>"
+    )
+    velmo_image.imwrite("mask.tif", np.zeros((3, 4), bool), axes="YX", pixel_size=(1, 2))
+    assert repr(velmo_image.open("mask.tif")) == (
+        "<velmo_image.LazyImage (T: 1, C: 1, Z: 1, Y: 3, X: 4) binary, pixel_size=(1.0, 2.0)>"
+    )
+
+
 def test_a_color_with_another_number_of_channels_is_refused():
     with pytest.raises(ValueError, match="has 3 channels, the array has 2"):
         velmo_image.imwrite("a.tif", np.zeros((1, 2, 1, 3, 3), "uint8"), color="rgb")

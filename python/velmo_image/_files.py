@@ -174,6 +174,7 @@ def imwrite(
     user_properties: Optional[str] = None,
     pixels: str = "default",
     color: Optional[str] = None,
+    channel_names: Optional[Sequence[str]] = None,
     threads: Optional[SupportsIndex] = None,
 ) -> None:
     """Write an image to a TIFF file.
@@ -205,6 +206,8 @@ def imwrite(
     color : str, optional
         Meaning of the channels: "grey" (1 channel), "rgb" (3), "rgba" (4), "user" (any number). By default "grey" for
         one channel and "user" for any other number: nothing is guessed from the number 3.
+    channel_names : sequence of str, optional
+        A name for each channel.
     threads : int, optional
         Number of threads that compress the pixels; all cores by default.
 
@@ -231,8 +234,8 @@ def imwrite(
         t, c, z, y, x = full.shape
         description = to_description((t, c, z, y, x), pixels_of_array.dtype, pixels, color)
         if isinstance(array, BaseImage):
-            description = description.change(array._description.pixel_size, array.unit, array.user_properties)
-    if not (pixel_size is None and unit is None and user_properties is None):
-        sizes = None if pixel_size is None else [float(size) for size in pixel_size]
-        description = description.change(sizes, unit, user_properties)
+            description = description.change(array._description.pixel_size, array.unit, array.user_properties, None)
+    sizes = None if pixel_size is None else [float(size) for size in pixel_size]
+    names = None if channel_names is None else list(channel_names)
+    description = description.change(sizes, unit, user_properties, names)
     _core.save_tiff(name, full, description, compression or "none", number)

@@ -111,7 +111,7 @@ class BaseImage(abc.ABC):
 
     def __repr__(self) -> str:
         sizes = ", ".join(f"{axis}: {size}" for axis, size in self.sizes.items())
-        calibration = "" if self.pixel_size is None else f", pixel_size={self.pixel_size} {self.unit}"
+        calibration = "" if self.pixel_size is None else f", pixel_size={self.pixel_size} {self.unit}".rstrip()
         return f"<velmo_image.{type(self).__name__} ({sizes}) {self._description.pixel_type}{calibration}>"
 
     @abc.abstractmethod
