@@ -71,3 +71,6 @@ def test_everything_public_is_documented():
 def test_the_version_is_that_of_the_library():
     text = (ROOT / "CMakeLists.txt").read_text()
     assert f"VERSION {importlib.metadata.version('velmo_image')} " in text
+    assert velmo_image.__version__ == importlib.metadata.version("velmo_image")
+    with pytest.raises(AttributeError):
+        velmo_image.other

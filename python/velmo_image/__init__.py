@@ -9,11 +9,15 @@ folders of numbered TIFF files, headerless raw volumes and Im6. Errors are `Velm
 is "velmo_image"; the package prints nothing.
 """
 
+from typing import Any
+
 from ._errors import VelmoImageError
 from ._files import imread, imread_folder, imwrite, open, open_folder
 from ._image import Image
 from ._lazy import LazyImage
 from ._raw import imread_raw, imwrite_raw, memmap_raw, open_raw
+
+__version__: str
 
 __all__ = [
     "Image",
@@ -29,3 +33,11 @@ __all__ = [
     "open_folder",
     "open_raw",
 ]
+
+
+def __getattr__(name: str) -> Any:
+    if name == "__version__":
+        from importlib.metadata import version
+
+        return version("velmo_image")
+    raise AttributeError(f"module 'velmo_image' has no attribute {name!r}")
