@@ -117,7 +117,7 @@ GeometricCalibrationConstPtr makeCalibration(std::vector<float> const& sizes, st
 }
 
 ImageGeometryPtr nameChannels(BaseImageGeometry const& geometry, std::vector<std::string> const& names) {
-    ImageGeometryPtr const pNamed = duplicateGeometry(geometry);
+    ImageGeometryPtr pNamed = duplicateGeometry(geometry);
     if (names.size() != pNamed->getSizeC()) {
         throw std::invalid_argument(std::to_string(names.size()) + " names for " +
                                     std::to_string(pNamed->getSizeC()) + " channels");
