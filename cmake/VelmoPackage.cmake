@@ -1,6 +1,9 @@
-# Debian packages of the three components. './dev package' builds them with cpack.
+# Debian packages of the components. './dev package' builds them with cpack.
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL Runtime Development Tools)
+if(VELMO_PYTHON)
+  list(APPEND CPACK_COMPONENTS_ALL Python)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -46,6 +49,21 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "look at, convert, join and resample scien
 ${what}
 
 This package holds the command-line tool velmo-image.")
+
+if(VELMO_PYTHON)
+  find_package(Python 3.10 REQUIRED COMPONENTS Interpreter)
+  math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
+  set(python_versions "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor})") # of the compiled module
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-velmoimagefile)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${python_versions}, python3-numpy")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-dask, python3-xarray")
+  set(CPACK_COMPONENT_PYTHON_DEPENDS Runtime)
+  set(CPACK_COMPONENT_PYTHON_DESCRIPTION "scientific image files as numpy, dask and xarray arrays
+${what}
+
+This package holds the Python package velmo_image.")
+endif()
 
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} key)

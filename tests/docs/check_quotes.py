@@ -1,13 +1,14 @@
 # SPDX-FileCopyrightText: The VELMOImageFile authors
 # SPDX-License-Identifier: Apache-2.0
-"""check_quotes.py [--write]: every block of C++ or CMake in the documentation is a region of a file in examples/, word
-for word, and every region is quoted somewhere. With --write the blocks are made so."""
+"""check_quotes.py [--write]: every block of C++, CMake or Python in the documentation is a region of a file in examples/
+or python/examples/, word for word, and every region is quoted somewhere. With --write the blocks are made so."""
 
 import sys
 
 import pages
 
-QUOTED = ("cpp", "cmake")
+QUOTED = ("cpp", "cmake", "python")
+FOLDERS = ("examples", "python/examples")
 
 
 def check_page(page, text, quoted):
@@ -37,10 +38,11 @@ def main():
         if "--write" in sys.argv:
             write_page(page, page.read_text())
         problems += check_page(page, page.read_text(), quoted)
-    for file in sorted((pages.ROOT / "examples").glob("*")):
+    files = [(folder, file) for folder in FOLDERS for file in sorted((pages.ROOT / folder).glob("*.*"))]
+    for folder, file in files:
         for region in sorted(pages.find_regions(file)):
-            if (f"examples/{file.name}", region) not in quoted:
-                problems.append(f"examples/{file.name}: no page quotes [{region}]")
+            if (f"{folder}/{file.name}", region) not in quoted:
+                problems.append(f"{folder}/{file.name}: no page quotes [{region}]")
     return pages.end(problems)
 
 

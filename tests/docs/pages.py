@@ -8,7 +8,7 @@ import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
-SOURCE = re.compile(r"<!-- (examples/[\w./]+)(?: \[([^\]]+)\])? -->\n$")
+SOURCE = re.compile(r"<!-- ((?:python/)?examples/[\w./]+)(?: \[([^\]]+)\])? -->\n$")
 
 
 def find_pages():
