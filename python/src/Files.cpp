@@ -19,10 +19,16 @@ using namespace image;
 
 namespace {
 
-/// The only place where the arguments of Python become options of a read. `nbThreads` is 0 for all cores.
+/// `nbThreads` is 0 for all cores.
+processor::ProcessorDispatchPolicy toThreads(unsigned int nbThreads) {
+    return nbThreads == 0 ? file::useAllProcessors() : file::useThreads(nbThreads);
+}
+
+/// The only place where the arguments of Python become options of a read.
 file::TiffReadOptions toReadOptions(std::string const& directories, std::string const& pixels,
-                                    unsigned int /*nbThreads*/) {
+                                    unsigned int nbThreads) {
     file::TiffReadOptions options;
+    options.threads = toThreads(nbThreads);
     options.directories = directories == "t" ? file::eTDM_Temporal : file::eTDM_Volume;
     options.pixels = pixels == "binary"  ? file::eTBM_Binary
                      : pixels == "label" ? file::eTBM_Label
@@ -31,8 +37,9 @@ file::TiffReadOptions toReadOptions(std::string const& directories, std::string 
 }
 
 /// The same for a write.
-file::TiffWriteOptions toWriteOptions(std::string const& compression, unsigned int /*nbThreads*/) {
+file::TiffWriteOptions toWriteOptions(std::string const& compression, unsigned int nbThreads) {
     file::TiffWriteOptions options;
+    options.threads = toThreads(nbThreads);
     options.compression = compression == "lzw"       ? file::eTC_Lzw
                           : compression == "deflate" ? file::eTC_Deflate
                                                      : file::eTC_None;
