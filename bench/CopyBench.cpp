@@ -44,7 +44,7 @@ double timeOneCopy(image::ImageConstPtr const& pSource, image::ImagePtr const& p
                    ProcessorDispatchPolicy const& policy) {
     Stopwatch const stopwatch;
     auto const pCopy = boost::make_shared<imaproc::util::CopyImgLvl1>();
-    pCopy->init(processor::ePRP_Strict);
+    require(static_cast<bool>(pCopy->init(processor::ePRP_Strict)), "The processor cannot be used");
     pCopy->set<imaproc::attr::InImg>(pSource);
     pCopy->set<imaproc::attr::OutImg>(pTarget);
     pCopy->restrictDispatchPolicy(policy);
@@ -74,7 +74,7 @@ void requireSameBytes(RawFile const& file) {
 void addAgainstTwoThreads(Suite& suite, std::string const& what, vlUInt64 sizeX, vlUInt64 sizeY,
                           vlUInt64 sizeZ) {
     suite.add("copy " + what + ", default / pread of 2 threads", Quantity::time(), atMost(1.2), [=, &suite] {
-        RawFile const file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+        RawFile const file = suite.getData().getVolume(sizeX, sizeY, suite.cut(sizeZ));
         requireSameBytes(file);
         return Contenders{[file] { return timeCopy(file, defaultPolicy()); },
                           [file] { return timePreadOfTwoThreads(file.path.string(), file.nbBytes); }};
@@ -84,7 +84,7 @@ void addAgainstTwoThreads(Suite& suite, std::string const& what, vlUInt64 sizeX,
 void addAgainstOneThread(Suite& suite, std::string const& size, vlUInt64 sizeX, vlUInt64 sizeY,
                          vlUInt64 sizeZ) {
     suite.add("copy " + size + ", default / 1 thread", Quantity::time(), atMost(1.05), [=, &suite] {
-        RawFile const file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+        RawFile const file = suite.getData().getVolume(sizeX, sizeY, suite.cut(sizeZ));
         requireSameBytes(file);
         return Contenders{[file] { return timeCopy(file, defaultPolicy()); },
                           [file] { return timeCopy(file, localPolicy()); }};

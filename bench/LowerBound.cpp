@@ -3,6 +3,7 @@
 
 #include "LowerBound.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <cstdint>
@@ -117,10 +118,14 @@ void Descriptor::setSize(vlUInt64 nbBytes) const {
     }
 }
 
-void Descriptor::sync() const {
-    if (fdatasync(_descriptor) != 0) {
-        raise("fdatasync");
+void Descriptor::syncFileSystem() const {
+    if (syncfs(_descriptor) != 0) {
+        raise("syncfs");
     }
+}
+
+vlUInt64 countProcessors() {
+    return std::max(1U, std::thread::hardware_concurrency());
 }
 
 double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork const& work) {

@@ -43,14 +43,18 @@ class Descriptor {
     void read(void* pTarget, vlUInt64 nbBytes, vlUInt64 offset) const;
     void write(void const* pSource, vlUInt64 nbBytes, vlUInt64 offset) const;
     void setSize(vlUInt64 nbBytes) const;
-    /// Waits until the file is on the disk, so that no write-back runs during a measurement.
-    void sync() const;
+    /// Waits until all files of the same file system are on the disk, so that no write-back runs during a
+    /// measurement.
+    void syncFileSystem() const;
 
   private:
     Descriptor(std::string const& path, int flags);
 
     int _descriptor;
 };
+
+/// Processors of the machine, at least 1: the threads that a call of the library uses by default.
+vlUInt64 countProcessors();
 
 /// Seconds since the construction.
 class Stopwatch {
