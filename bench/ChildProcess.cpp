@@ -20,7 +20,6 @@ namespace velmo::bench {
 
 namespace {
 
-
 /// Starts a program whose standard output is the descriptor `output`.
 pid_t start(Words const& command, int output) {
     std::vector<char*> words;

@@ -10,8 +10,8 @@
 
 namespace velmo::bench {
 
-// Measurements of whole processes. Programs are searched in $PATH; one whose exit status is not 0 is thrown as
-// std::runtime_error.
+// Measurements of whole processes. Programs are searched in $PATH; one whose exit status is not 0 is thrown
+// as std::runtime_error.
 
 using Words = std::vector<std::string>;
 
@@ -31,8 +31,8 @@ constexpr char const* g_workOption = "--work";
 /// A work that the benchmarks run in a process of its own (MemoryBench.cpp). Returns the exit status.
 int runWork(std::string const& name, Words const& arguments);
 
-/// The work behind `measurePeak`: runs a program and prints its peak. The kernel also counts the memory of the
-/// process that starts a program; the one that does this work is small.
+/// The work behind `measurePeak`: runs a program and prints its peak. The kernel also counts the memory of
+/// the process that starts a program; the one that does this work is small.
 void printPeak(Words const& command);
 
 } // namespace velmo::bench

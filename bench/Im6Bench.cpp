@@ -90,7 +90,7 @@ double measureClaim(fs::path const& path) {
 
 void addClaim(Suite& suite, std::string const& name, Quantity const& quantity,
               double (*measure)(fs::path const&)) {
-    suite.add(name + ", 4,000,000,000 planes / 1", quantity, atMost(2), [&suite, measure] {
+    suite.add(name + ", 4,000,000,000 planes / 1 plane", quantity, atMost(2), [&suite, measure] {
         fs::path const many = makeClaim(suite.getData(), 4000000000U);
         fs::path const one = makeClaim(suite.getData(), 1);
         return Contenders{[=] { return measure(many); }, [=] { return measure(one); }};

@@ -73,9 +73,10 @@ using ThreadWork = std::function<void(vlUInt64 thread)>;
 /// `work`. An exception in a thread ends the program.
 double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork const& work);
 
-/// Seconds to read a whole file into fresh memory. With one thread, the time includes allocating the memory
-/// and opening the file. With two threads, each reads one half, and the time does not include these steps.
+/// Seconds to read a whole file into fresh memory, with allocating the memory and opening the file.
 double timePread(std::string const& path, vlUInt64 nbBytes);
-double timePreadOfTwoThreads(std::string const& path, vlUInt64 nbBytes);
+/// Seconds in which as many threads as the machine has processors read a whole file, each one part, without
+/// allocating the memory and opening the file.
+double timePreadOfAllThreads(std::string const& path, vlUInt64 nbBytes);
 
 } // namespace velmo::bench

@@ -72,10 +72,11 @@ void addConvert(Suite& suite, std::string const& compression, Work const& work) 
     add(suite, "velmo-image convert, " + work.name + " / one plane", atMost(3), [=, &suite] {
         TiffFile const file = makeFile(suite, work);
         fs::path const output = suite.getData().getFolder() / "output.tif";
-        return Process{{VELMO_IMAGE_TOOL, "convert", file.path, output.string(), "--compression", compression},
-                       {VELMO_IMAGE_TOOL, "--version"},
-                       output,
-                       file.layout.getPlaneBytes()};
+        return Process{
+            {VELMO_IMAGE_TOOL, "convert", file.path, output.string(), "--compression", compression},
+            {VELMO_IMAGE_TOOL, "--version"},
+            output,
+            file.layout.getPlaneBytes()};
     });
 }
 
@@ -83,10 +84,11 @@ void addStack(Suite& suite) {
     add(suite, "velmo-image stack, 500 files of 0.5 MB / one plane", noLimit(), [&suite] {
         TiffSeriesPtr const pSeries = makeSeries(suite.getData(), 512, suite.cut(500));
         fs::path const output = suite.getData().getFolder() / "output.tif";
-        return Process{{VELMO_IMAGE_TOOL, "stack", pSeries->folder.string(), g_seriesPattern, output.string()},
-                       {VELMO_IMAGE_TOOL, "--version"},
-                       output,
-                       pSeries->layout.getPlaneBytes()};
+        return Process{
+            {VELMO_IMAGE_TOOL, "stack", pSeries->folder.string(), g_seriesPattern, output.string()},
+            {VELMO_IMAGE_TOOL, "--version"},
+            output,
+            pSeries->layout.getPlaneBytes()};
     });
 }
 

@@ -115,7 +115,7 @@ void add(Suite& suite, std::string const& what, Limit const& limit, vlUInt64 nbP
          vlUInt64 nbReadsAtAll) {
     vlUInt64 const nbReads = suite.cut(nbReadsAtAll);
     std::string const name =
-        "read " + what + ", " + std::to_string(nbThreads) + (nbThreads == 1 ? " thread" : " threads");
+        "raw read " + what + ", " + std::to_string(nbThreads) + (nbThreads == 1 ? " thread" : " threads");
     Quantity const quantity = Quantity::rate(nbReads * nbPixels * sizeof(std::uint16_t));
     suite.add(name + " / pread", quantity, limit, [=, &suite] {
         RawFile const file = suite.getData().getVolume(512, 512, suite.cut(512));

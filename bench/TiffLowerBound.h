@@ -69,8 +69,8 @@ TiffPlaces findPlaces(std::string const& path);
 /// The planes of a file that stores them one after the other, from `offset` on.
 std::vector<FilePart> splitIntoPlanes(TiffLayout const& layout, vlUInt64 offset);
 
-/// Seconds in which `nbThreads` threads read the parts, one after the other, into fresh memory. With one
-/// thread, the time includes allocating the memory and opening the file, otherwise also starting threads.
+/// Seconds in which `nbThreads` threads, with the calling one, read the parts into fresh memory, with
+/// allocating the memory, opening the file and starting the threads.
 double timePreadOfParts(std::string const& path, std::vector<FilePart> const& parts, vlUInt64 nbThreads);
 
 /// Seconds to follow the links of all directories, with one `pread` for each, and to read one part. The file

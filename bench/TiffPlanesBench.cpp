@@ -104,7 +104,7 @@ void addRows(Suite& suite) {
     suite.add("TIFF read planes of one LZW strip row by row / whole planes", Quantity::time(), atMost(2),
               [&suite] {
                   TiffFile const file =
-                      makeTiff(suite.getData(), {1024, 1024, suite.cut(8), 2, 1, 1024}, COMPRESSION_LZW);
+                      makeTiff(suite.getData(), {512, 512, suite.cut(8), 2, 1, 512}, COMPRESSION_LZW);
                   file.requireSamePixels(*openTiffImageFile(file.path));
                   return Contenders{[=] { return timeRows(file); }, [=] { return timeShared(file, 1); }};
               });
@@ -161,7 +161,7 @@ double timeAccessor(TiffFile const& file, image::eImageAccessMode mode) {
 
 /// The time for a plane must not grow with the number of planes.
 void addGrowth(Suite& suite, std::string const& mode, image::eImageAccessMode access) {
-    suite.add("TIFF accessor, " + mode + ", random reads of 60,000 planes, per plane / of 1,000 planes",
+    suite.add("TIFF accessor, random reads of 60,000 planes, " + mode + " / of 1,000, per plane",
               Quantity::time(), atMost(2), [=, &suite] {
                   auto const makeGrey = [&suite](vlUInt64 nbPlanes) {
                       return makeTiff(suite.getData(), {64, 64, suite.cut(nbPlanes)});

@@ -102,6 +102,7 @@ void addTiffSaveBenchmarks(Suite& suite) {
           Work{"20,000 planes of 4 KB", {64, 64, 20000, 1}}}) {
         addTime(suite, work, atMost(0.5));
     }
+    addTime(suite, {"20,000 RGB planes of 12 KB", {64, 64, 20000, 1, 3}}, atMost(1));
     Work const plain = {"50 planes of 2 MB", {1024, 1024, 50}};
     addTime(suite, plain, atMost(1));
     add(suite, "TIFF save 50 planes of 2 MB / pwrite", Quantity::time(), atMost(1.2), plain, timeSave,

@@ -49,8 +49,9 @@ void addConvert(Suite& suite, std::string const& what, TiffLayout const& layout,
         cut.nbPlanes = suite.cut(layout.nbPlanes);
         TiffFile const file = makeTiff(suite.getData(), cut);
         std::string const output = getOutput(suite);
-        Programs const programs = {{VELMO_IMAGE_TOOL, "convert", file.path, output, "--compression", ours, "--quiet"},
-                                   {"tiffcp", "-c", tiffcp, file.path, output}};
+        Programs const programs = {
+            {VELMO_IMAGE_TOOL, "convert", file.path, output, "--compression", ours, "--quiet"},
+            {"tiffcp", "-c", tiffcp, file.path, output}};
         return toContenders(programs, output, makePixels(cut));
     });
 }
@@ -69,15 +70,18 @@ void addStack(Suite& suite) {
 }
 
 void addInfo(Suite& suite, std::string const& name, Words const& options, Limit const& limit) {
-    suite.add("velmo-image " + name + ", 20,000 planes of 4 KB / tiffinfo", Quantity::time(), limit, [=, &suite] {
-        TiffFile const file = makeTiff(suite.getData(), {64, 64, suite.cut(20000), 1});
-        Words ours = {VELMO_IMAGE_TOOL, "info", file.path};
-        ours.insert(ours.end(), options.begin(), options.end());
-        std::string const size = "Z " + std::to_string(file.layout.nbPlanes) + ',';
-        require(runProgram(ours).find(size) != std::string::npos, "info does not print " + size);
-        return Contenders{[=] { return timeProgram(ours); },
-                          [=] { return timeProgram({"tiffinfo", file.path}); }};
-    });
+    suite.add("velmo-image " + name + ", 20,000 planes of 4 KB / tiffinfo", Quantity::time(), limit,
+              [=, &suite] {
+                  TiffFile const file = makeTiff(suite.getData(), {64, 64, suite.cut(20000), 1});
+                  Words ours = {VELMO_IMAGE_TOOL, "info", file.path};
+                  ours.insert(ours.end(), options.begin(), options.end());
+                  std::string const size = "Z " + std::to_string(file.layout.nbPlanes) + ',';
+                  require(runProgram(ours).find(size) != std::string::npos, "info does not print " + size);
+                  return Contenders{[=] { return timeProgram(ours); },
+                                    [=] {
+                                        return timeProgram({"tiffinfo", file.path});
+                                    }};
+              });
 }
 
 } // namespace
