@@ -163,6 +163,28 @@ vlUInt64 readByLibtiff(std::string const& path, std::byte* pPixels, vlUInt64 nbB
     return offset;
 }
 
+void readChannelsByLibtiff(std::string const& path, TiffLayout const& layout, std::byte* pChannels) {
+    Handle const handle = open(path, "r");
+    std::vector<std::byte> strip(static_cast<std::size_t>(TIFFStripSize(handle.get())));
+    vlUInt64 const channelBytes = layout.getNbBytes() / 3;
+    vlUInt64 pixel = 0;
+    do {
+        std::uint32_t const nbStrips = TIFFNumberOfStrips(handle.get());
+        for (std::uint32_t number = 0; number < nbStrips; ++number) {
+            tmsize_t const size = TIFFReadEncodedStrip(handle.get(), number, strip.data(), -1);
+            for (tmsize_t sample = 0; sample + 2 < size; sample += 3, ++pixel) {
+                std::byte const* const pSample = strip.data() + sample;
+                pChannels[pixel] = pSample[0];
+                pChannels[channelBytes + pixel] = pSample[1];
+                pChannels[2 * channelBytes + pixel] = pSample[2];
+            }
+        }
+    } while (TIFFReadDirectory(handle.get()) == 1);
+    if (pixel != channelBytes) {
+        throw std::runtime_error("libtiff reads another number of pixels");
+    }
+}
+
 double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes) {
     Stopwatch const stopwatch;
     FreshMemory const pixels(nbBytes);

@@ -45,6 +45,10 @@ constexpr vlUInt64 g_imageJPlanes = 512;
 /// Reads every directory, strip by strip, into an array of `nbBytes`. Returns the number of bytes read.
 vlUInt64 readByLibtiff(std::string const& path, std::byte* pPixels, vlUInt64 nbBytes);
 
+/// Reads RGB pages of 8 bits and separates the samples: all planes of the first channel, then of the second,
+/// then of the third.
+void readChannelsByLibtiff(std::string const& path, TiffLayout const& layout, std::byte* pChannels);
+
 /// Seconds to read every directory, strip by strip, into fresh memory of `nbBytes`.
 double timeLibtiffLoad(std::string const& path, vlUInt64 nbBytes);
 
