@@ -53,9 +53,7 @@ void read(image::BaseImage const& image, vlUInt64 plane, vlUInt64 firstPixel, vl
 
 /// All threads share one image.
 double timeShared(TiffFile const& file, vlUInt64 nbThreads) {
-    TiffReadOptions options;
-    options.threads = useThreads(nbThreads);
-    image::ImageConstPtr const pImage = openTiffImageFile(file.path, options);
+    image::ImageConstPtr const pImage = openTiffImageFile(file.path);
     vlUInt64 const nbPixels = file.layout.sizeX * file.layout.sizeY;
     return timeReads(file.layout, nbThreads, [&]() -> ReadPlane {
         return [&](vlUInt64 plane, std::byte* pPlane) { read(*pImage, plane, 0, nbPixels, pPlane); };
