@@ -12,7 +12,9 @@
 #include <cstdlib>
 #include <exception>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -113,11 +115,21 @@ void removeOnInterrupt(boost::filesystem::path const& folder) {
     }).detach();
 }
 
-void report(Suite const& suite, Options const& options) {
-    std::string const note =
-        options.run.bQuick ? "One pair of a fiftieth of the work: these figures say nothing about speed."
-                           : "Medians of " + std::to_string(options.run.nbPairs) +
-                                 " pairs; of the ratio also the quartiles.";
+/// How the figures of this run are obtained. Other programs that run at its start make them worthless.
+std::string describe(RunOptions const& run) {
+    if (run.bQuick) {
+        return "One pair of a fiftieth of the work: these figures say nothing about speed.";
+    }
+    double load = 0;
+    getloadavg(&load, 1);
+    std::ostringstream text;
+    text << "Medians of " << run.nbPairs
+         << " pairs; of the ratio also the quartiles. Load average before the run: " << std::fixed
+         << std::setprecision(2) << load << '.';
+    return text.str();
+}
+
+void report(Suite const& suite, Options const& options, std::string const& note) {
     Table const table = toTable(suite.getFigures());
     std::cout << '\n' << note << '\n';
     print(std::cout, table);
@@ -133,6 +145,7 @@ int runBenchmarks(Options const& options) {
     BenchData data(options.folder);
     removeOnInterrupt(data.getFolder());
     Suite suite(data, options.run);
+    std::string const note = describe(options.run);
     addLoadBenchmarks(suite);
     addCopyBenchmarks(suite);
     addThreadsBenchmarks(suite);
@@ -149,7 +162,7 @@ int runBenchmarks(Options const& options) {
     addResampleBenchmarks(suite);
     benchmark::RunSpecifiedBenchmarks();
     if (!suite.getFigures().empty()) {
-        report(suite, options);
+        report(suite, options, note);
     }
     bool const bGood =
         !suite.getFigures().empty() && std::all_of(suite.getFigures().begin(), suite.getFigures().end(),
