@@ -19,25 +19,24 @@ namespace fs = boost::filesystem;
 constexpr vlUInt64 g_chunkSize = vlUInt64{4} << 20;
 constexpr vlUInt64 g_stampedSize = 4096; ///< bytes that begin with their own offset
 
-void fillFile(RawFile const& file) {
+void fillFile(std::string const& path, vlUInt64 nbBytes) {
     std::vector<vlUInt64> chunk(g_chunkSize / sizeof(vlUInt64));
-    std::mt19937_64 random(file.nbBytes);
+    std::mt19937_64 random(nbBytes);
     std::generate(chunk.begin(), chunk.end(), random);
-    Descriptor const descriptor = Descriptor::create(file.path.string());
-    for (vlUInt64 offset = 0; offset < file.nbBytes; offset += g_chunkSize) {
+    Descriptor const descriptor = Descriptor::create(path);
+    for (vlUInt64 offset = 0; offset < nbBytes; offset += g_chunkSize) {
         for (vlUInt64 stamped = 0; stamped < g_chunkSize; stamped += g_stampedSize) {
             chunk[stamped / sizeof(vlUInt64)] = offset + stamped;
         }
-        descriptor.write(chunk.data(), std::min(g_chunkSize, file.nbBytes - offset), offset);
+        descriptor.write(chunk.data(), std::min(g_chunkSize, nbBytes - offset), offset);
     }
-    descriptor.sync();
 }
 
-void readFile(RawFile const& file) {
+void readFile(std::string const& path, vlUInt64 nbBytes) {
     std::vector<std::byte> chunk(g_chunkSize);
-    Descriptor const descriptor = Descriptor::openForReading(file.path.string());
-    for (vlUInt64 offset = 0; offset < file.nbBytes; offset += g_chunkSize) {
-        descriptor.read(chunk.data(), std::min(g_chunkSize, file.nbBytes - offset), offset);
+    Descriptor const descriptor = Descriptor::openForReading(path);
+    for (vlUInt64 offset = 0; offset < nbBytes; offset += g_chunkSize) {
+        descriptor.read(chunk.data(), std::min(g_chunkSize, nbBytes - offset), offset);
     }
 }
 
@@ -52,26 +51,33 @@ BenchData::~BenchData() {
     fs::remove_all(_folder, ignored);
 }
 
+fs::path BenchData::getOrMake(std::string const& name,
+                              std::function<void(std::string const& path)> const& make) {
+    fs::path const path = _folder / name;
+    if (_made.insert(path).second) {
+        make(path.string());
+        Descriptor::openForReading(_folder.string()).syncFileSystem();
+    }
+    return path;
+}
+
 RawFile BenchData::getVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ) {
     auto const pGeometry = image::geometry3d(image::eIBT_UInt16, sizeX, sizeY, sizeZ);
     vlUInt64 const nbBytes = pGeometry->getFullMemorySize();
-    RawFile const file = {_folder / ("volume" + std::to_string(nbBytes)), pGeometry, nbBytes};
-    if (_made.insert(file.path).second) {
-        fillFile(file);
-        readFile(file);
-    }
-    return file;
+    return {getOrMake("volume" + std::to_string(nbBytes),
+                      [&](std::string const& path) { fillFile(path, nbBytes); }),
+            pGeometry, nbBytes};
 }
 
 RawFile BenchData::getSparseVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ) {
     auto const pGeometry = image::geometry3d(image::eIBT_UInt8, sizeX, sizeY, sizeZ);
     vlUInt64 const nbBytes = pGeometry->getFullMemorySize();
-    RawFile const file = {_folder / ("sparse" + std::to_string(nbBytes)), pGeometry, nbBytes};
-    if (_made.insert(file.path).second) {
-        Descriptor::create(file.path.string()).setSize(nbBytes);
-        readFile(file);
-    }
-    return file;
+    return {getOrMake("sparse" + std::to_string(nbBytes),
+                      [&](std::string const& path) {
+                          Descriptor::create(path).setSize(nbBytes);
+                          readFile(path, nbBytes);
+                      }),
+            pGeometry, nbBytes};
 }
 
 } // namespace velmo::bench

@@ -6,6 +6,7 @@
 #include <VELMOImage/ImageGeometry.h>
 
 #include <boost/filesystem/path.hpp>
+#include <functional>
 #include <set>
 #include <string>
 
@@ -18,8 +19,9 @@ struct RawFile {
     vlUInt64 nbBytes;
 };
 
-/// The files that the benchmarks read and write. They are created in a separate folder at first use and
-/// removed at the end. Volumes of the same size share a file.
+/// The files that the benchmarks read and write. They are created in a separate folder at first use, are on
+/// the disk and in the page cache before a benchmark reads them, and are removed at the end. Volumes of the
+/// same size share a file.
 class BenchData {
   public:
     /// Makes a new folder in `parent`, which must exist.
@@ -29,6 +31,9 @@ class BenchData {
     BenchData& operator=(BenchData const&) = delete;
 
     boost::filesystem::path const& getFolder() const { return _folder; }
+    /// A file or a folder of this name, which `make(path)` creates at first use.
+    boost::filesystem::path getOrMake(std::string const& name,
+                                      std::function<void(std::string const& path)> const& make);
     /// A grey volume of 16 bits, whose parts are all different.
     RawFile getVolume(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeZ);
     /// The same with one byte for each pixel, as a sparse file that uses no disk space.

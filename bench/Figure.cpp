@@ -4,18 +4,15 @@
 #include "Figure.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <iomanip>
-#include <ostream>
+#include <iterator>
 #include <sstream>
 #include <utility>
 
 namespace velmo::bench {
 
 namespace {
-
-using Line = std::array<std::string, 7>;
 
 double getQuantile(std::vector<double> values, double quantile) {
     std::sort(values.begin(), values.end());
@@ -52,11 +49,12 @@ std::string toText(Limit const& limit) {
     return "-";
 }
 
-Line toLine(Figure const& figure) {
+Table::value_type toLine(Figure const& figure) {
     bool const bLimited = figure.getLimit().bound != eBound::None;
-    return {figure.getName(),
+    return {figure.getWork(),
+            figure.getComparedWith(),
             toText(figure.getOurs(), figure.getUnit()),
-            toText(figure.getLowerBound(), figure.getUnit()),
+            toText(figure.getOther(), figure.getUnit()),
             toText(figure.getRatio()),
             toText(figure.getRatioQuantile(0.25)) + " to " + toText(figure.getRatioQuantile(0.75)),
             toText(figure.getLimit()),
@@ -67,21 +65,26 @@ Line toLine(Figure const& figure) {
 
 } // namespace
 
-Figure::Figure(std::string name, std::string unit, Limit limit)
-    : _name(std::move(name)), _unit(std::move(unit)), _limit(limit) {}
+Figure::Figure(std::string const& name, std::string unit, Limit limit)
+    : _unit(std::move(unit)), _limit(limit) {
+    std::string const separator = " / ";
+    std::size_t const end = name.find(separator);
+    _work = name.substr(0, end);
+    _comparedWith = end == std::string::npos ? "" : name.substr(end + separator.size());
+}
 
-void Figure::add(double ours, double lowerBound) {
+void Figure::add(double ours, double other) {
     _ours.push_back(ours);
-    _lowerBounds.push_back(lowerBound);
-    _ratios.push_back(ours / lowerBound);
+    _others.push_back(other);
+    _ratios.push_back(ours / other);
 }
 
 double Figure::getOurs() const {
     return getQuantile(_ours, 0.5);
 }
 
-double Figure::getLowerBound() const {
-    return getQuantile(_lowerBounds, 0.5);
+double Figure::getOther() const {
+    return getQuantile(_others, 0.5);
 }
 
 double Figure::getRatioQuantile(double quantile) const {
@@ -100,22 +103,10 @@ bool Figure::holds() const {
     return true;
 }
 
-void print(std::ostream& out, std::vector<Figure> const& figures) {
-    std::vector<Line> lines = {{"figure", "ours", "lower bound", "ratio", "quartiles", "limit", "ok"}};
-    std::transform(figures.begin(), figures.end(), std::back_inserter(lines), toLine);
-    std::array<std::size_t, std::tuple_size<Line>::value> widths{};
-    for (Line const& line : lines) {
-        for (std::size_t column = 0; column < line.size(); ++column) {
-            widths[column] = std::max(widths[column], line[column].size());
-        }
-    }
-    for (Line const& line : lines) {
-        for (std::size_t column = 0; column < line.size(); ++column) {
-            out << (column == 0 ? "" : " | ") << (column == 0 ? std::left : std::right)
-                << std::setw(static_cast<int>(widths[column])) << line[column];
-        }
-        out << '\n';
-    }
+Table toTable(std::vector<Figure> const& figures) {
+    Table table = {{"work", "compared with", "ours", "other", "ratio", "quartiles", "limit", "ok"}};
+    std::transform(figures.begin(), figures.end(), std::back_inserter(table), toLine);
+    return table;
 }
 
 } // namespace velmo::bench

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include <iosfwd>
+#include <array>
 #include <string>
 #include <vector>
 
@@ -11,7 +11,7 @@ namespace velmo::bench {
 
 enum class eBound { None, AtMost, AtLeast };
 
-/// The limit of the ratio ours / lower bound; none with `eBound::None`.
+/// The limit of the ratio ours / other; none with `eBound::None`.
 struct Limit {
     eBound bound = eBound::None;
     double value = 0;
@@ -27,21 +27,23 @@ inline Limit noLimit() {
     return {};
 }
 
-/// One line of the table: pairs of measurements. The two measurements of a pair, ours and the lower bound,
-/// were made one after the other.
+/// One line of the table: pairs of measurements. The two measurements of a pair, ours and the other one, were
+/// made one after the other.
 class Figure {
   public:
-    Figure(std::string name, std::string unit, Limit limit);
+    /// `name` is "work / what it is compared with".
+    Figure(std::string const& name, std::string unit, Limit limit);
 
-    void add(double ours, double lowerBound);
+    void add(double ours, double other);
 
-    std::string const& getName() const { return _name; }
+    std::string const& getWork() const { return _work; }
+    std::string const& getComparedWith() const { return _comparedWith; }
     std::string const& getUnit() const { return _unit; }
     Limit const& getLimit() const { return _limit; }
 
     /// Medians. The figure must have at least one pair.
     double getOurs() const;
-    double getLowerBound() const;
+    double getOther() const;
     /// Median of the ratios of the pairs. A change of the machine's speed between pairs therefore has no
     /// effect.
     double getRatio() const { return getRatioQuantile(0.5); }
@@ -49,15 +51,19 @@ class Figure {
     bool holds() const;
 
   private:
-    std::string _name;
+    std::string _work;
+    std::string _comparedWith;
     std::string _unit;
     Limit _limit;
     std::vector<double> _ours;
-    std::vector<double> _lowerBounds;
+    std::vector<double> _others;
     std::vector<double> _ratios;
 };
 
-/// Prints the figures as a table: figure | ours | lower bound | ratio | quartiles | limit | ok.
-void print(std::ostream& out, std::vector<Figure> const& figures);
+/// Columns: work | compared with | ours | other | ratio | quartiles | limit | ok.
+using Table = std::vector<std::array<std::string, 8>>;
+
+/// The figures as texts, after a line with the names of the columns.
+Table toTable(std::vector<Figure> const& figures);
 
 } // namespace velmo::bench

@@ -39,15 +39,16 @@ Header makeHeader(std::uint32_t sizeX, std::uint32_t sizeY, std::uint32_t sizeZ)
     return header;
 }
 
-/// Creates an Im6 file: a header followed by the planes of a raw file.
-fs::path makeFile(BenchData& data, RawFile const& planes, Header const& header) {
-    fs::path const path = data.getFolder() / "planes.im6";
-    std::vector<char> pixels(planes.nbBytes);
-    Descriptor::openForReading(planes.path.string()).read(pixels.data(), planes.nbBytes, 0);
-    Descriptor const file = Descriptor::create(path.string());
-    file.write(header.data(), g_headerSize, 0);
-    file.write(pixels.data(), planes.nbBytes, g_headerSize);
-    return path;
+/// Creates an Im6 file: a header followed by the planes of a raw file, 1024 x 1024 pixels each.
+fs::path makeFile(BenchData& data, RawFile const& planes, std::uint32_t sizeZ) {
+    Header const header = makeHeader(1024, 1024, sizeZ);
+    return data.getOrMake("planes.im6", [&](std::string const& path) {
+        std::vector<char> pixels(planes.nbBytes);
+        Descriptor::openForReading(planes.path.string()).read(pixels.data(), planes.nbBytes, 0);
+        Descriptor const file = Descriptor::create(path);
+        file.write(header.data(), g_headerSize, 0);
+        file.write(pixels.data(), planes.nbBytes, g_headerSize);
+    });
 }
 
 double timeLoad(fs::path const& path) {
@@ -89,7 +90,7 @@ double measureClaim(fs::path const& path) {
 
 void addClaim(Suite& suite, std::string const& name, Quantity const& quantity,
               double (*measure)(fs::path const&)) {
-    suite.add(name + ", 4,000,000,000 planes / 1", quantity, atMost(2), [&suite, measure] {
+    suite.add(name + ", 4,000,000,000 planes / 1 plane", quantity, atMost(2), [&suite, measure] {
         fs::path const many = makeClaim(suite.getData(), 4000000000U);
         fs::path const one = makeClaim(suite.getData(), 1);
         return Contenders{[=] { return measure(many); }, [=] { return measure(one); }};
@@ -100,8 +101,9 @@ void addClaim(Suite& suite, std::string const& name, Quantity const& quantity,
 
 void addIm6Benchmarks(Suite& suite) {
     suite.add("Im6 load 200 MB / raw load", Quantity::time(), atMost(1.05), [&suite] {
-        RawFile const planes = suite.getData().getVolume(1024, 1024, 100);
-        fs::path const path = makeFile(suite.getData(), planes, makeHeader(1024, 1024, 100));
+        vlUInt64 const sizeZ = suite.cut(100);
+        RawFile const planes = suite.getData().getVolume(1024, 1024, sizeZ);
+        fs::path const path = makeFile(suite.getData(), planes, static_cast<std::uint32_t>(sizeZ));
         return Contenders{[=] { return timeLoad(path); }, [=] { return timeRawLoad(path, planes); }};
     });
     addClaim(suite, "Im6 header without its planes, open", Quantity::time(), timeClaim);

@@ -40,8 +40,8 @@ void requireSameBytes(image::BaseImage const& image, RawFile const& file) {
 
 void addLoad(Suite& suite, std::string const& what, Limit const& limit, vlUInt64 sizeX, vlUInt64 sizeY,
              vlUInt64 sizeZ) {
-    suite.add("load " + what + ", 1 thread / pread", Quantity::time(), limit, [=, &suite] {
-        RawFile const file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+    suite.add("raw load " + what + ", 1 thread / pread", Quantity::time(), limit, [=, &suite] {
+        RawFile const file = suite.getData().getVolume(sizeX, sizeY, suite.cut(sizeZ));
         requireSameBytes(*image::file::loadRawImageFile(file.path, *file.pGeometry), file);
         return Contenders{[file] { return timeLoad(file); },
                           [file] { return timePread(file.path.string(), file.nbBytes); }};
@@ -54,12 +54,12 @@ void addLoadBenchmarks(Suite& suite) {
     addLoad(suite, "800 MB in planes of 2 MB", atMost(1.15), 1024, 1024, 400);
     addLoad(suite, "800 MB in planes of 128 KB", noLimit(), 256, 256, 6400);
     addLoad(suite, "1 MB", noLimit(), 256, 256, 8);
-    suite.add("distributed load 800 MB / pread of 2 threads", Quantity::time(), atMost(1.2), [&suite] {
-        RawFile const file = suite.getData().getVolume(1024, 1024, 400);
+    suite.add("raw distributed load 800 MB / pread of all threads", Quantity::time(), atMost(1.2), [&suite] {
+        RawFile const file = suite.getData().getVolume(1024, 1024, suite.cut(400));
         requireSameBytes(*image::file::loadDistributedRawImageFile(file.path, *file.pGeometry, 0, true),
                          file);
         return Contenders{[file] { return timeDistributedLoad(file); },
-                          [file] { return timePreadOfTwoThreads(file.path.string(), file.nbBytes); }};
+                          [file] { return timePreadOfAllThreads(file.path.string(), file.nbBytes); }};
     });
 }
 

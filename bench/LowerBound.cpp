@@ -3,6 +3,7 @@
 
 #include "LowerBound.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <cstdint>
@@ -117,10 +118,14 @@ void Descriptor::setSize(vlUInt64 nbBytes) const {
     }
 }
 
-void Descriptor::sync() const {
-    if (fdatasync(_descriptor) != 0) {
-        raise("fdatasync");
+void Descriptor::syncFileSystem() const {
+    if (syncfs(_descriptor) != 0) {
+        raise("syncfs");
     }
+}
+
+vlUInt64 countProcessors() {
+    return std::max(1U, std::thread::hardware_concurrency());
 }
 
 double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork const& work) {
@@ -146,16 +151,17 @@ double timePread(std::string const& path, vlUInt64 nbBytes) {
     return stopwatch.getSeconds();
 }
 
-double timePreadOfTwoThreads(std::string const& path, vlUInt64 nbBytes) {
+double timePreadOfAllThreads(std::string const& path, vlUInt64 nbBytes) {
     FreshMemory const memory(nbBytes);
     Descriptor const descriptor = Descriptor::openForReading(path);
-    vlUInt64 const half = nbBytes / 2;
-    auto const readHalf = [&](vlUInt64 thread) {
-        vlUInt64 const first = thread * half;
-        descriptor.read(memory.getData() + first, thread == 0 ? half : nbBytes - half, first);
+    vlUInt64 const nbThreads = countProcessors();
+    auto const readPart = [&](vlUInt64 thread) {
+        vlUInt64 const first = nbBytes / nbThreads * thread;
+        vlUInt64 const end = thread + 1 == nbThreads ? nbBytes : nbBytes / nbThreads * (thread + 1);
+        descriptor.read(memory.getData() + first, end - first, first);
     };
     return timeThreads(
-        2, [](vlUInt64) {}, readHalf);
+        nbThreads, [](vlUInt64) {}, readPart);
 }
 
 } // namespace velmo::bench

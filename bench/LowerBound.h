@@ -43,14 +43,18 @@ class Descriptor {
     void read(void* pTarget, vlUInt64 nbBytes, vlUInt64 offset) const;
     void write(void const* pSource, vlUInt64 nbBytes, vlUInt64 offset) const;
     void setSize(vlUInt64 nbBytes) const;
-    /// Waits until the file is on the disk, so that no write-back runs during a measurement.
-    void sync() const;
+    /// Waits until all files of the same file system are on the disk, so that no write-back runs during a
+    /// measurement.
+    void syncFileSystem() const;
 
   private:
     Descriptor(std::string const& path, int flags);
 
     int _descriptor;
 };
+
+/// Processors of the machine, at least 1: the threads that a call of the library uses by default.
+vlUInt64 countProcessors();
 
 /// Seconds since the construction.
 class Stopwatch {
@@ -69,9 +73,10 @@ using ThreadWork = std::function<void(vlUInt64 thread)>;
 /// `work`. An exception in a thread ends the program.
 double timeThreads(vlUInt64 nbThreads, ThreadWork const& prepare, ThreadWork const& work);
 
-/// Seconds to read a whole file into fresh memory. With one thread, the time includes allocating the memory
-/// and opening the file. With two threads, each reads one half, and the time does not include these steps.
+/// Seconds to read a whole file into fresh memory, with allocating the memory and opening the file.
 double timePread(std::string const& path, vlUInt64 nbBytes);
-double timePreadOfTwoThreads(std::string const& path, vlUInt64 nbBytes);
+/// Seconds in which as many threads as the machine has processors read a whole file, each one part, without
+/// allocating the memory and opening the file.
+double timePreadOfAllThreads(std::string const& path, vlUInt64 nbBytes);
 
 } // namespace velmo::bench

@@ -71,8 +71,8 @@ double timeFinding(RawFile const& file) {
 
 void add(Suite& suite, std::string const& name, Quantity const& quantity, Limit const& limit,
          double (*measure)(RawFile const&)) {
-    suite.add(name + ", 10,000,000 planes / 10", quantity, limit, [&suite, measure] {
-        RawFile const many = getFile(suite, g_many);
+    suite.add("raw " + name + ", 10,000,000 planes / 10 planes", quantity, limit, [&suite, measure] {
+        RawFile const many = getFile(suite, suite.cut(g_many));
         RawFile const few = getFile(suite, g_few);
         return Contenders{[many, measure] { return measure(many); }, [few, measure] { return measure(few); }};
     });

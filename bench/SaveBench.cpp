@@ -55,8 +55,8 @@ void requireSameBytes(Saving const& saving) {
 
 void addSave(Suite& suite, std::string const& what, Limit const& limit, vlUInt64 sizeX, vlUInt64 sizeY,
              vlUInt64 sizeZ) {
-    suite.add("save " + what + " / pwrite", Quantity::time(), limit, [=, &suite] {
-        RawFile const file = suite.getData().getVolume(sizeX, sizeY, sizeZ);
+    suite.add("raw save " + what + " / pwrite", Quantity::time(), limit, [=, &suite] {
+        RawFile const file = suite.getData().getVolume(sizeX, sizeY, suite.cut(sizeZ));
         auto const pSaving = std::make_shared<Saving const>(
             Saving{file, image::file::loadRawImageFile(file.path, *file.pGeometry),
                    suite.getData().getFolder() / "saved"});

@@ -38,22 +38,22 @@ double toFigure(Quantity const& quantity, double measured) {
     return measured / 1024;
 }
 
-/// Measures ours and the lower bound alternately. The order changes from pair to pair, so that neither always
-/// runs after the other.
+/// Measures ours and the other alternately. The order changes from pair to pair, so that neither always runs
+/// after the other.
 void measurePairs(benchmark::State& state, Quantity const& quantity, Contenders const& contenders,
                   Figure& figure) {
     bool bOursFirst = true;
     for ([[maybe_unused]] auto const step : state) {
-        double lowerBound = bOursFirst ? 0 : contenders.lowerBound();
+        double other = bOursFirst ? 0 : contenders.other();
         Stopwatch const stopwatch;
         double const ours = contenders.ours();
         state.SetIterationTime(quantity.kind == Quantity::eKind::Memory ? stopwatch.getSeconds() : ours);
-        lowerBound = bOursFirst ? contenders.lowerBound() : lowerBound;
-        figure.add(toFigure(quantity, ours), toFigure(quantity, lowerBound));
+        other = bOursFirst ? contenders.other() : other;
+        figure.add(toFigure(quantity, ours), toFigure(quantity, other));
         bOursFirst = !bOursFirst;
     }
     state.counters["ours"] = figure.getOurs();
-    state.counters["lower bound"] = figure.getLowerBound();
+    state.counters["other"] = figure.getOther();
     state.counters["ratio"] = figure.getRatio();
 }
 
@@ -67,14 +67,20 @@ double measureMedian(vlUInt64 nbTimes, Measure const& measure) {
     return *middle;
 }
 
+vlUInt64 Suite::cut(vlUInt64 number) const {
+    return _options.bQuick ? std::max<vlUInt64>(2, number / 50) : number;
+}
+
 void Suite::add(std::string const& name, Quantity const& quantity, Limit const& limit,
                 std::function<Contenders()> const& prepare) {
     auto const run = [this, name, quantity, limit, prepare](benchmark::State& state) {
         try {
             Contenders const contenders = prepare();
-            Figure figure(name, getUnit(quantity), limit);
-            contenders.ours();
-            contenders.lowerBound();
+            Figure figure(name, getUnit(quantity), _options.bQuick ? noLimit() : limit);
+            if (!_options.bQuick) {
+                contenders.ours();
+                contenders.other();
+            }
             measurePairs(state, quantity, contenders, figure);
             _figures.push_back(figure);
         } catch (std::exception const& exception) {
@@ -84,7 +90,7 @@ void Suite::add(std::string const& name, Quantity const& quantity, Limit const& 
     };
     benchmark::RegisterBenchmark(name.c_str(), run)
         ->UseManualTime()
-        ->Iterations(static_cast<benchmark::IterationCount>(_nbPairs))
+        ->Iterations(static_cast<benchmark::IterationCount>(_options.nbPairs))
         ->Unit(benchmark::kMillisecond);
 }
 

@@ -19,10 +19,11 @@ using Measure = std::function<double()>;
 /// programs on the processor.
 double measureMedian(vlUInt64 nbTimes, Measure const& measure);
 
-/// The two functions that are measured alternately.
+/// The two functions that are measured alternately. The other one is a lower bound (system calls), a loop
+/// over libtiff, or another call of the library.
 struct Contenders {
     Measure ours;
-    Measure lowerBound;
+    Measure other;
 };
 
 /// The quantity of a figure. A rate is this number of bytes divided by the measured seconds.
@@ -37,23 +38,32 @@ struct Quantity {
     vlUInt64 nbBytes;
 };
 
+/// How the benchmarks run.
+struct RunOptions {
+    vlUInt64 nbPairs = 9;
+    bool bQuick = false; ///< a fiftieth of the work, one pair and no limits
+};
+
 /// The benchmarks and the figures of those that ran.
 class Suite {
   public:
-    Suite(BenchData& data, vlUInt64 nbPairs) : _data(data), _nbPairs(nbPairs) {}
+    Suite(BenchData& data, RunOptions const& options) : _data(data), _options(options) {}
 
     BenchData& getData() const { return _data; }
     std::vector<Figure> const& getFigures() const { return _figures; }
     /// Benchmarks that ended with an exception and have no figure.
     vlUInt64 getNbFailed() const { return _nbFailed; }
+    /// The number of planes, files or repetitions of a measurement: `number`, or in a quick run less.
+    vlUInt64 cut(vlUInt64 number) const;
 
-    /// Registers a benchmark. `prepare` runs once, when the benchmark runs, and creates what it needs.
+    /// Registers a benchmark. Its name is "work / what it is compared with". `prepare` runs once, when the
+    /// benchmark runs, and creates what it needs.
     void add(std::string const& name, Quantity const& quantity, Limit const& limit,
              std::function<Contenders()> const& prepare);
 
   private:
     BenchData& _data;
-    vlUInt64 _nbPairs;
+    RunOptions _options;
     vlUInt64 _nbFailed = 0;
     std::vector<Figure> _figures;
 };
@@ -71,6 +81,8 @@ void addTiffLoadBenchmarks(Suite& suite);
 void addTiffSaveBenchmarks(Suite& suite);
 void addTiffPlanesBenchmarks(Suite& suite);
 void addTiffFilesBenchmarks(Suite& suite);
+void addToolBenchmarks(Suite& suite);
+void addMemoryBenchmarks(Suite& suite);
 void addIm6Benchmarks(Suite& suite);
 void addPatternBenchmarks(Suite& suite);
 void addResampleBenchmarks(Suite& suite);

@@ -5,6 +5,7 @@
 #include "Suite.h"
 
 #include <VELMOImageFile/RawImageFile.h>
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -99,21 +100,25 @@ void requireSameBytes(Reads const& reads) {
     Descriptor const descriptor = Descriptor::openForReading(reads.file.path.string());
     std::vector<std::byte> ours(reads.getNbBytes());
     std::vector<std::byte> expected(reads.getNbBytes());
-    for (vlUInt64 read = 0; read < 16; ++read) {
-        Reads::Place const& place = reads.places.front()[read];
-        pAccessor->readRawData(place.z, 0, 0, place.firstPixel, reads.nbPixels, ours.data());
+    std::vector<Reads::Place> const& places = reads.places.front();
+    for (vlUInt64 read = 0; read < std::min<vlUInt64>(16, places.size()); ++read) {
+        Reads::Place const& place = places[read];
+        BoolResult const result =
+            pAccessor->readRawData(place.z, 0, 0, place.firstPixel, reads.nbPixels, ours.data());
+        require(static_cast<bool>(result), result.getMessage());
         descriptor.read(expected.data(), reads.getNbBytes(), reads.getOffset(place));
         require(ours == expected, "The accessor reads other bytes than the file has");
     }
 }
 
 void add(Suite& suite, std::string const& what, Limit const& limit, vlUInt64 nbPixels, vlUInt64 nbThreads,
-         vlUInt64 nbReads) {
+         vlUInt64 nbReadsAtAll) {
+    vlUInt64 const nbReads = suite.cut(nbReadsAtAll);
     std::string const name =
-        "read " + what + ", " + std::to_string(nbThreads) + (nbThreads == 1 ? " thread" : " threads");
+        "raw read " + what + ", " + std::to_string(nbThreads) + (nbThreads == 1 ? " thread" : " threads");
     Quantity const quantity = Quantity::rate(nbReads * nbPixels * sizeof(std::uint16_t));
     suite.add(name + " / pread", quantity, limit, [=, &suite] {
-        RawFile const file = suite.getData().getVolume(512, 512, 512);
+        RawFile const file = suite.getData().getVolume(512, 512, suite.cut(512));
         ReadsPtr const pReads = drawReads(file, nbPixels, nbThreads, nbReads);
         requireSameBytes(*pReads);
         return Contenders{[pReads] { return timeAccessor(*pReads); },

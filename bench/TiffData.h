@@ -7,28 +7,34 @@
 #include "TiffLowerBound.h"
 
 #include <VELMOImage/BaseImage.h>
+#include <tiff.h>
 
 namespace velmo::bench {
 
-/// A TIFF file in the page cache, its pixels in memory, and another path to write to.
-struct TiffVolume {
-    image::ImagePtr pImage;
-    boost::filesystem::path path;
-    boost::filesystem::path target;
-    vlUInt64 nbBytes;
+/// Pixels as a file stores them without compression: page after page, interleaved.
+using Pixels = std::vector<std::byte>;
 
-    PlanesOf16Bits getPlanes() const;
-    void requireSamePixels(image::BaseImage const& other) const;
+/// Pixels similar to those of a camera: a bright shape, and noise in the low bits. The same layout has the
+/// same pixels.
+Pixels makePixels(TiffLayout const& layout);
+/// An image in memory with these pixels.
+image::ImagePtr toImage(TiffLayout const& layout, Pixels const& pixels);
+void requireSamePixels(image::BaseImage const& image, TiffLayout const& layout, Pixels const& pixels);
+/// Reads the file by a loop over libtiff and compares it.
+void requireSamePixels(std::string const& path, Pixels const& pixels);
+
+/// A TIFF file in the page cache.
+struct TiffFile {
+    TiffLayout layout;
+    std::string path;
+
+    /// Compares the image with the pixels that the file was made of.
+    void requireSamePixels(image::BaseImage const& image) const;
 };
 
-/// Pixels of 16 bits similar to those of a camera: a bright shape, and noise in the low bits. `sizeC` is 1 or
-/// 3.
-image::ImagePtr makePicture(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 sizeC, vlUInt64 sizeZ);
-
-/// A file with one directory for each plane, written by a loop over libtiff; `compression` is libtiff's.
-TiffVolume makeTiff(BenchData& data, vlUInt64 size, vlUInt64 nbPlanes, int compression);
-
+/// A file with one directory for each plane, written by a loop over libtiff at first use.
+TiffFile makeTiff(BenchData& data, TiffLayout const& layout, int compression = COMPRESSION_NONE);
 /// A single-directory stack.
-TiffVolume makeImageJStack(BenchData& data, vlUInt64 size, vlUInt64 nbPlanes);
+TiffFile makeImageJStack(BenchData& data, TiffLayout const& layout);
 
 } // namespace velmo::bench

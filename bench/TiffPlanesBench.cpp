@@ -7,90 +7,180 @@
 
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
-#include <boost/filesystem/operations.hpp>
+#include <algorithm>
 #include <memory>
+#include <numeric>
 #include <random>
-#include <tiff.h>
-#include <vector>
 
 namespace velmo::bench {
 
 namespace {
 
-namespace fs = boost::filesystem;
 using namespace image::file;
 
-constexpr vlUInt64 g_size = 64;
-constexpr vlUInt64 g_few = 1000;
+/// Reads a plane of an open file.
+using ReadPlane = std::function<void(vlUInt64 plane, std::byte* pPlane)>;
+/// What each thread does before the clock starts.
+using OpenPlanes = std::function<ReadPlane()>;
 
-/// Seconds for each plane.
-using PlaneMeasure = std::function<double(TiffVolume const& volume)>;
-
-double timeLoad(TiffVolume const& volume) {
-    Stopwatch const stopwatch;
-    image::ImagePtr const pImage = loadTiffImageFile(volume.path, eTBM_Default);
-    return stopwatch.getSeconds() / static_cast<double>(volume.getPlanes().nbPlanes);
+/// Seconds in which each thread reads every plane once, in an order of its own.
+double timeReads(TiffLayout const& layout, vlUInt64 nbThreads, OpenPlanes const& open) {
+    std::vector<ReadPlane> readers(nbThreads);
+    std::vector<std::vector<vlUInt64>> orders(nbThreads);
+    std::vector<Pixels> buffers(nbThreads);
+    return timeThreads(
+        nbThreads,
+        [&](vlUInt64 thread) {
+            orders[thread].resize(layout.nbPlanes);
+            std::iota(orders[thread].begin(), orders[thread].end(), 0);
+            std::shuffle(orders[thread].begin(), orders[thread].end(), std::mt19937_64(thread));
+            buffers[thread].resize(layout.getPlaneBytes());
+            readers[thread] = open();
+            readers[thread](orders[thread].back(), buffers[thread].data());
+        },
+        [&](vlUInt64 thread) {
+            for (vlUInt64 const plane : orders[thread]) {
+                readers[thread](plane, buffers[thread].data());
+            }
+        });
 }
 
-double timeSave(TiffVolume const& volume) {
-    Stopwatch const stopwatch;
-    saveTiffImageFile(volume.target, volume.pImage, eTC_None);
-    double const seconds = stopwatch.getSeconds();
-    fs::remove(volume.target);
-    return seconds / static_cast<double>(volume.pImage->getGeometry().getSizeZ());
+void read(image::BaseImage const& image, vlUInt64 plane, vlUInt64 firstPixel, vlUInt64 nbPixels,
+          std::byte* pPixels) {
+    BoolResult const result = image.readPixels(plane, 0, 0, firstPixel, nbPixels, pPixels);
+    require(static_cast<bool>(result), result.getMessage());
 }
 
-/// Opens the file and reads random planes, as many as the file has.
-double timeRandomAccess(TiffVolume const& volume, image::eImageAccessMode mode) {
-    vlUInt64 const nbPlanes = volume.getPlanes().nbPlanes;
-    std::vector<std::byte> pixels(volume.getPlanes().getPlaneBytes());
+/// All threads share one image.
+double timeShared(TiffFile const& file, vlUInt64 nbThreads) {
+    image::ImageConstPtr const pImage = openTiffImageFile(file.path);
+    vlUInt64 const nbPixels = file.layout.sizeX * file.layout.sizeY;
+    return timeReads(file.layout, nbThreads, [&]() -> ReadPlane {
+        return [&](vlUInt64 plane, std::byte* pPlane) { read(*pImage, plane, 0, nbPixels, pPlane); };
+    });
+}
+
+double timeRows(TiffFile const& file) {
+    image::ImageConstPtr const pImage = openTiffImageFile(file.path);
+    TiffLayout const& layout = file.layout;
+    return timeReads(layout, 1, [&]() -> ReadPlane {
+        return [&](vlUInt64 plane, std::byte* pPlane) {
+            for (vlUInt64 y = 0; y < layout.sizeY; ++y) {
+                read(*pImage, plane, y * layout.sizeX, layout.sizeX, pPlane + y * layout.getRowBytes());
+            }
+        };
+    });
+}
+
+/// Each thread has a handle.
+double timeLibtiff(TiffFile const& file, std::vector<vlUInt64> const& directories, vlUInt64 nbThreads) {
+    return timeReads(file.layout, nbThreads, [&]() -> ReadPlane {
+        auto const pPlanes = std::make_shared<LibtiffPlanes const>(file.path);
+        return [&directories, pPlanes, nbBytes = file.layout.getPlaneBytes()](
+                   vlUInt64 plane, std::byte* pPlane) { pPlanes->read(directories[plane], pPlane, nbBytes); };
+    });
+}
+
+void addShared(Suite& suite, std::string const& what, TiffLayout const& layout, int compression,
+               vlUInt64 nbThreads, Limit const& limit) {
+    std::string const threads =
+        std::to_string(nbThreads) + (nbThreads == 1 ? " thread" : " threads, one image");
+    suite.add("TIFF read random planes, " + what + ", " + threads + " / libtiff, known offsets" +
+                  (nbThreads == 1 ? "" : ", a handle each"),
+              Quantity::time(), limit, [=, &suite] {
+                  TiffLayout cut = layout;
+                  cut.nbPlanes = suite.cut(layout.nbPlanes);
+                  TiffFile const file = makeTiff(suite.getData(), cut, compression);
+                  file.requireSamePixels(*openTiffImageFile(file.path));
+                  std::vector<vlUInt64> const directories = findPlaces(file.path).directories;
+                  return Contenders{[=] { return timeShared(file, nbThreads); },
+                                    [=] { return timeLibtiff(file, directories, nbThreads); }};
+              });
+}
+
+void addRows(Suite& suite) {
+    suite.add("TIFF read planes of one LZW strip row by row / whole planes", Quantity::time(), atMost(2),
+              [&suite] {
+                  TiffFile const file =
+                      makeTiff(suite.getData(), {512, 512, suite.cut(8), 2, 1, 512}, COMPRESSION_LZW);
+                  file.requireSamePixels(*openTiffImageFile(file.path));
+                  return Contenders{[=] { return timeRows(file); }, [=] { return timeShared(file, 1); }};
+              });
+}
+
+/// Opens a file and reads one plane.
+double timeOpening(TiffFile const& file, vlUInt64 plane, Pixels& pixels) {
+    Stopwatch const stopwatch;
+    image::ImageConstPtr const pImage = openTiffImageFile(file.path);
+    read(*pImage, plane, 0, file.layout.sizeX * file.layout.sizeY, pixels.data());
+    return stopwatch.getSeconds();
+}
+
+void addOpening(Suite& suite) {
+    auto const add = [&suite](std::string const& comparedWith, auto const& measure) {
+        suite.add("TIFF open 20,000 planes and read one / " + comparedWith, Quantity::time(), noLimit(),
+                  [&suite, measure] {
+                      TiffFile const file = makeTiff(suite.getData(), {64, 64, suite.cut(20000), 1});
+                      TiffPlaces const places = findPlaces(file.path);
+                      vlUInt64 const plane = file.layout.nbPlanes * 3 / 4;
+                      auto const pOurs = std::make_shared<Pixels>(file.layout.getPlaneBytes());
+                      auto const pOthers = std::make_shared<Pixels>(file.layout.getPlaneBytes());
+                      timeOpening(file, plane, *pOurs);
+                      timeLibtiffOpening(file.path, plane, file.layout.nbPlanes, *pOthers);
+                      require(*pOurs == *pOthers, "The plane has other pixels");
+                      return Contenders{[=] { return timeOpening(file, plane, *pOurs); },
+                                        [=] { return measure(file, places, plane, *pOthers); }};
+                  });
+    };
+    add("libtiff", [](TiffFile const& file, TiffPlaces const&, vlUInt64 plane, Pixels& pixels) {
+        return timeLibtiffOpening(file.path, plane, file.layout.nbPlanes, pixels);
+    });
+    add("pread of the links", [](TiffFile const& file, TiffPlaces const& places, vlUInt64 plane, Pixels&) {
+        return timePreadOfLinks(file.path, file.layout.nbPlanes, places.parts[plane]);
+    });
+}
+
+/// The accessor: opens the file and reads random planes, as many as the file has. Seconds for each plane.
+double timeAccessor(TiffFile const& file, image::eImageAccessMode mode) {
+    vlUInt64 const nbPlanes = file.layout.nbPlanes;
+    Pixels pixels(file.layout.getPlaneBytes());
     std::mt19937 random(7);
     Stopwatch const stopwatch;
     TiffImageFile accessor;
     std::string userProperties;
-    BoolResult result = accessor.openFile(volume.path, mode, eTDM_Volume, eTBM_Default, userProperties);
+    BoolResult result = accessor.openFile(file.path, mode, eTDM_Volume, eTBM_Default, userProperties);
     for (vlUInt64 i = 0; result && i < nbPlanes; ++i) {
-        result = accessor.readRawData(random() % nbPlanes, 0, 0, 0, g_size * g_size, pixels.data());
+        result = accessor.readRawData(random() % nbPlanes, 0, 0, 0, file.layout.sizeX * file.layout.sizeY,
+                                      pixels.data());
     }
     require(static_cast<bool>(result), result.getMessage());
     return stopwatch.getSeconds() / static_cast<double>(nbPlanes);
 }
 
-/// The page cache needs up to three times as much time for each byte of a large file. A time that grows with
-/// the square of the number of planes is far above the limit.
-void addPerPlane(Suite& suite, std::string const& what, vlUInt64 nbMany,
-                 std::function<TiffVolume(vlUInt64 nbPlanes)> const& make, PlaneMeasure const& measure) {
-    std::string const name = "TIFF " + what + ", per plane, " + std::to_string(nbMany) + " planes / 1000";
-    suite.add(name, Quantity::time(), atMost(4), [=] {
-        auto const pMany = std::make_shared<TiffVolume const>(make(nbMany));
-        auto const pFew = std::make_shared<TiffVolume const>(make(g_few));
-        return Contenders{[=] { return measure(*pMany); }, [=] { return measure(*pFew); }};
-    });
+/// The time for a plane must not grow with the number of planes.
+void addGrowth(Suite& suite, std::string const& mode, image::eImageAccessMode access) {
+    suite.add("TIFF accessor, random reads of 60,000 planes, " + mode + " / of 1,000, per plane",
+              Quantity::time(), atMost(2), [=, &suite] {
+                  auto const makeGrey = [&suite](vlUInt64 nbPlanes) {
+                      return makeTiff(suite.getData(), {64, 64, suite.cut(nbPlanes)});
+                  };
+                  TiffFile const many = makeGrey(60000);
+                  TiffFile const few = makeGrey(1000);
+                  return Contenders{[=] { return timeAccessor(many, access); },
+                                    [=] { return timeAccessor(few, access); }};
+              });
 }
 
 } // namespace
 
 void addTiffPlanesBenchmarks(Suite& suite) {
-    auto const makeGrey = [&suite](vlUInt64 nbPlanes) {
-        return makeTiff(suite.getData(), g_size, nbPlanes, COMPRESSION_NONE);
-    };
-    auto const makeOf = [&suite](vlUInt64 sizeC) {
-        return [&suite, sizeC](vlUInt64 nbPlanes) {
-            return TiffVolume{makePicture(g_size, g_size, sizeC, nbPlanes),
-                              {},
-                              suite.getData().getFolder() / "many.tif",
-                              0};
-        };
-    };
-    for (vlUInt64 const nbMany : {10000, 60000}) {
-        addPerPlane(suite, "load", nbMany, makeGrey, timeLoad);
-        addPerPlane(suite, "random reads, read only", nbMany, makeGrey,
-                    [](TiffVolume const& volume) { return timeRandomAccess(volume, image::eIAM_ReadOnly); });
-        addPerPlane(suite, "random reads, read and write", nbMany, makeGrey,
-                    [](TiffVolume const& volume) { return timeRandomAccess(volume, image::eIAM_ReadWrite); });
-        addPerPlane(suite, "save of RGB", nbMany, makeOf(3), timeSave);
-    }
-    addPerPlane(suite, "save", 32000, makeOf(1), timeSave); // 32767 planes of one channel at most
+    addOpening(suite);
+    addShared(suite, "10,000 of 4 KB", {64, 64, 10000, 1}, COMPRESSION_NONE, 1, atMost(1));
+    addShared(suite, "50 of 2 MB, LZW", {1024, 1024, 50}, COMPRESSION_LZW, 2, atMost(1.05));
+    addShared(suite, "200 of 2 MB", {1024, 1024, 200}, COMPRESSION_NONE, 4, atMost(1.1));
+    addRows(suite);
+    addGrowth(suite, "read only", image::eIAM_ReadOnly);
+    addGrowth(suite, "read and write", image::eIAM_ReadWrite);
 }
 
 } // namespace velmo::bench

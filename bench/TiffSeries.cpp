@@ -7,7 +7,6 @@
 
 #include <boost/filesystem/operations.hpp>
 #include <sys/resource.h>
-#include <tiff.h>
 
 namespace velmo::bench {
 
@@ -28,18 +27,22 @@ char const* const g_seriesPattern = "plane<INDEX>.tif";
 
 TiffSeriesPtr makeSeries(BenchData& data, vlUInt64 size, vlUInt64 nbFiles) {
     allowManyFiles();
-    fs::path const folder =
-        data.getFolder() / ("series" + std::to_string(size) + 'x' + std::to_string(nbFiles));
-    fs::create_directories(folder);
-    image::ImagePtr const pImage = makePicture(size, size, 1, nbFiles);
-    auto const pSeries = std::make_shared<TiffSeries>();
-    pSeries->volume = {pImage, folder, {}, pImage->getGeometry().getFullMemorySize()};
-    PlanesOf16Bits plane = pSeries->volume.getPlanes();
-    plane.nbPlanes = 1;
+    TiffLayout const layout = {size, size, nbFiles};
+    auto const getFile = [](fs::path const& folder, vlUInt64 file) {
+        return (folder / ("plane" + std::to_string(file) + ".tif")).string();
+    };
+    fs::path const folder = data.getOrMake(
+        "series" + std::to_string(size) + 'x' + std::to_string(nbFiles), [&](std::string const& made) {
+            fs::create_directories(made);
+            Pixels const pixels = makePixels(layout);
+            for (vlUInt64 file = 0; file < nbFiles; ++file) {
+                saveByLibtiff(getFile(made, file), {size, size, 1},
+                              pixels.data() + file * layout.getPlaneBytes(), COMPRESSION_NONE);
+            }
+        });
+    auto const pSeries = std::make_shared<TiffSeries>(TiffSeries{layout, folder, {}});
     for (vlUInt64 file = 0; file < nbFiles; ++file) {
-        pSeries->files.push_back((folder / ("plane" + std::to_string(file) + ".tif")).string());
-        saveByLibtiff(pSeries->files.back(), plane, COMPRESSION_NONE);
-        plane.pPixels += plane.getPlaneBytes();
+        pSeries->files.push_back(getFile(folder, file));
     }
     return pSeries;
 }

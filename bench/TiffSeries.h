@@ -13,10 +13,9 @@ namespace velmo::bench {
 
 /// A folder of files of one plane each, in the page cache: plane0.tif, plane1.tif and so on.
 struct TiffSeries {
-    TiffVolume volume; ///< all planes; its path is the folder
+    TiffLayout layout; ///< of all planes
+    boost::filesystem::path folder;
     std::vector<std::string> files;
-
-    double perFile(double seconds) const { return seconds / static_cast<double>(files.size()); }
 };
 using TiffSeriesPtr = std::shared_ptr<TiffSeries const>;
 

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """python_bench.py TIMER [--folder DIR] [--pairs N] [--require]: measures the Python package against the load of the
 library in C++ (the program TIMER) and against tifffile. The contenders of a figure run alternately; a figure is the
-ratio of their medians. --require: exit status 1 if a figure is outside of its limit."""
+ratio of their medians. --require: exit status 1 if a figure is outside of its limit. --quick: one pair, to test that the benchmark runs."""
 
 import argparse
 import concurrent.futures
@@ -158,8 +158,11 @@ def main():
     parser.add_argument("--folder")
     parser.add_argument("--pairs", type=int, default=9)
     parser.add_argument("--require", action="store_true")
+    parser.add_argument("--quick", action="store_true", help="one pair, without limits")
     parser.add_argument("--benchmark_filter", default="")
     options, _ = parser.parse_known_args()  # others are those of Google Benchmark
+    if options.quick:
+        options.pairs, options.require = 1, False
     bench = Bench(options)
     timer = LoadTimer(options.timer)
     with tempfile.TemporaryDirectory(dir=options.folder) as folder:

@@ -10,6 +10,7 @@
 #include "VELMOUtil/Failures.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace velmo::image {
 
@@ -70,6 +71,10 @@ BoolResult DistributedImage::fillFromAccessor(std::string const& accessorRecord)
     BoolResult ready = requireWorkers();
     if (!ready) {
         return ready;
+    }
+    std::vector<boost::shared_ptr<void>> fillings;
+    for (vlUInt64 owner = 0; owner < _pEngine->getNbOwners(); ++owner) {
+        fillings.push_back(_pEngine->getOwner(owner).beginFilling(accessorRecord));
     }
     return runParallel(_pEngine->getNbOwners(), _blockIds.size(), [&](vlUInt64 /*thread*/, vlUInt64 block) {
         return getOwnerOf(block).fillBlock(_blockIds[block], accessorRecord);

@@ -12,6 +12,8 @@
 #include "VELMOUtil/Failures.h"
 
 #include <atomic>
+#include <boost/make_shared.hpp>
+#include <boost/weak_ptr.hpp>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -23,6 +25,10 @@
 namespace velmo::image {
 
 BaseBlockOwner::~BaseBlockOwner() = default;
+
+boost::shared_ptr<void> BaseBlockOwner::beginFilling(std::string const& /*accessorRecord*/) {
+    return {};
+}
 
 BaseDistributionEngine::~BaseDistributionEngine() = default;
 
@@ -91,6 +97,21 @@ BoolResult rebuild(std::string const& accessorRecord, boost::shared_ptr<BaseImag
     return success();
 }
 
+/// The accessor of a record, restored by the first block that needs it.
+class Filling {
+  public:
+    BoolResult restore(std::string const& accessorRecord, boost::shared_ptr<BaseImageAccessor>& pAccessor) {
+        std::lock_guard<std::mutex> const lock(_mutex);
+        BoolResult result = _pAccessor ? success() : rebuild(accessorRecord, _pAccessor);
+        pAccessor = _pAccessor;
+        return result;
+    }
+
+  private:
+    std::mutex _mutex;
+    boost::shared_ptr<BaseImageAccessor> _pAccessor;
+};
+
 class LocalBlockOwner : public BaseBlockOwner {
   public:
     BoolResult addBlock(BaseImageGeometry const& geometry, PlanBlock const& plans) override {
@@ -122,11 +143,26 @@ class LocalBlockOwner : public BaseBlockOwner {
 
     BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) override {
         boost::shared_ptr<BaseImageAccessor> pAccessor;
-        BoolResult result = rebuild(accessorRecord, pAccessor);
+        BoolResult result = findFilling(accessorRecord)->restore(accessorRecord, pAccessor);
         return result ? readPlans(*find(id), *pAccessor) : result;
     }
 
+    boost::shared_ptr<void> beginFilling(std::string const& accessorRecord) override {
+        return findFilling(accessorRecord);
+    }
+
   private:
+    boost::shared_ptr<Filling> findFilling(std::string const& accessorRecord) {
+        std::unique_lock<std::shared_mutex> const lock(_mutex);
+        boost::shared_ptr<Filling> pFilling = _fillingRecord == accessorRecord ? _pFilling.lock() : nullptr;
+        if (!pFilling) {
+            pFilling = boost::make_shared<Filling>();
+            _pFilling = pFilling;
+            _fillingRecord = accessorRecord;
+        }
+        return pFilling;
+    }
+
     std::shared_ptr<Block> find(vlUInt64 id) const {
         std::shared_lock<std::shared_mutex> const lock(_mutex);
         return _blocks.at(id);
@@ -134,6 +170,8 @@ class LocalBlockOwner : public BaseBlockOwner {
 
     mutable std::shared_mutex _mutex;
     std::map<vlUInt64, std::shared_ptr<Block>> _blocks;
+    boost::weak_ptr<Filling> _pFilling;
+    std::string _fillingRecord; ///< of `_pFilling`
 };
 
 class ThreadDistributionEngine : public BaseDistributionEngine {

@@ -45,6 +45,9 @@ class VELMO_HOST_EXPORT BaseBlockOwner {
     /// Restores an accessor from its archive record and reads the planes of a block with it. Returns the
     /// first error.
     virtual BoolResult fillBlock(vlUInt64 id, std::string const& accessorRecord) = 0;
+    /// Announces calls of `fillBlock` with one record, which may run concurrently. As long as the result
+    /// exists, the owner may keep the restored accessor for the next call. By default null.
+    virtual boost::shared_ptr<void> beginFilling(std::string const& accessorRecord);
 };
 
 /// The workers of distributed images. Thread-safe.

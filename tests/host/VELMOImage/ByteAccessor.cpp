@@ -89,6 +89,7 @@ BoolResult ByteAccessor::read(BaseIArchive& archive) {
     BoolResult result = BaseDiskImageAccessor::read(archive);
     if (result && isInit()) {
         _pStorage = ByteStorage::open(getFilePath().string());
+        ++_pStorage->nbRestored;
     }
     return result;
 }

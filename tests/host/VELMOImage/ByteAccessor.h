@@ -7,6 +7,7 @@
 #include "VELMOImage/ImageAccessor.h"
 #include "VELMOSerialization/CopyableObject.h"
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -43,6 +44,9 @@ class ByteStorage {
     BoolResult visit(Gate const& gate, PixelRun const& run);
     std::set<std::thread::id> getThreads() const;
     vlUInt64 getNbVisits() const;
+
+    /// Accessors that were read from an archive and have found this storage.
+    std::atomic<vlUInt64> nbRestored{0};
 
   private:
     mutable std::mutex _mutex;

@@ -185,6 +185,18 @@ TEST_F(DefaultCopyFromDisk, SendsTheRecordOfARegisteredAccessorToTheWorkersWhich
     }
 }
 
+TEST_F(DefaultCopyFromDisk, EachWorkerRestoresTheAccessorOnceForAllOfItsBlocks) {
+    DynamicRegistrator<ByteAccessor> const registrator;
+    for (vlUInt64 const nbOwners : {1UL, 2UL, 3UL}) {
+        auto const pTarget = makeTarget(createThreadDistributionEngine(nbOwners));
+        vlUInt64 const nbBefore = pAccessor->getStorage().nbRestored;
+        EXPECT_EQ(runCopy(pDisk, pTarget, policy).getStatus(), 0U);
+        EXPECT_EQ(pAccessor->getStorage().nbRestored - nbBefore, nbOwners);
+        EXPECT_EQ(runCopy(pDisk, pTarget, policy).getStatus(), 0U); // nothing is kept between two runs
+        EXPECT_EQ(pAccessor->getStorage().nbRestored - nbBefore, 2 * nbOwners);
+    }
+}
+
 TEST_F(DefaultCopyFromDisk, OfAnAccessorThatIsNotRegisteredIsAnOrdinaryCopy) {
     CapturedLog const log(log4cplus::Logger::getRoot());
     auto const pEngine = boost::make_shared<CountingEngine>(3);
