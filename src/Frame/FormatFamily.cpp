@@ -80,42 +80,39 @@ void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& 
 }
 
 boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& pSource,
-                                                          ImagePtr const& pTarget, eDispatch dispatch) {
-    processor::ProcessorDispatchPolicy policy;
-    if (dispatch == eDispatch::Default) {
-        policy.initDefault();
-    } else {
-        policy.initLocal(1);
-    }
+                                                          ImagePtr const& pTarget,
+                                                          processor::ProcessorDispatchPolicy const& threads) {
     auto pCopy = boost::make_shared<imaproc::util::CopyImgLvl1>();
     static_cast<void>(pCopy->init(processor::ePRP_Strict)); // cannot fail
     pCopy->set<imaproc::attr::InImg>(pSource);
     pCopy->set<imaproc::attr::OutImg>(pTarget);
-    pCopy->restrictDispatchPolicy(policy);
+    pCopy->restrictDispatchPolicy(threads);
     return pCopy;
 }
 
-void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
-               FamilyFailure const& failure) {
-    auto const pCopy = prepareCopy(pSource, pTarget, dispatch);
+void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget,
+               processor::ProcessorDispatchPolicy const& threads, FamilyFailure const& failure) {
+    auto const pCopy = prepareCopy(pSource, pTarget, threads);
     failure.require(pCopy->run(processor::eST_Synchronous).toBoolResult());
 }
 
-DistributedImagePtr distributeImage(DiskImagePtr const& pSource, eDispatch dispatch,
+DistributedImagePtr distributeImage(DiskImagePtr const& pSource,
+                                    processor::ProcessorDispatchPolicy const& threads,
                                     FamilyFailure const& failure) {
     DistributedImagePtr pImage;
     failure.requireDistributed(
         ImageFactory::getInstance().createDistributedImage(pSource->getGeometry(), pImage));
-    copyImage(pSource, pImage, dispatch, failure);
+    copyImage(pSource, pImage, threads, failure);
     return pImage;
 }
 
 DistributedImagePtr distributeImage(DiskImagePtr const& pSource, DistributedImage const& model,
-                                    eDispatch dispatch, FamilyFailure const& failure) {
+                                    processor::ProcessorDispatchPolicy const& threads,
+                                    FamilyFailure const& failure) {
     DistributedImagePtr pImage;
     failure.requireDistributed(
         ImageFactory::getInstance().createDistributedImage(model, pSource->getBufferType(), pImage));
-    copyImage(pSource, pImage, dispatch, failure);
+    copyImage(pSource, pImage, threads, failure);
     return pImage;
 }
 

@@ -41,7 +41,7 @@ void loadIm6ImageFile(boost::filesystem::path const& path, ImagePtr const& image
     DiskImagePtr const pDiskImage = openDiskImage(path, failure);
     requireTarget(image);
     failure.require(image->init(pDiskImage->getGeometry()));
-    copyImage(pDiskImage, image, eDispatch::Local, failure);
+    copyImage(pDiskImage, image, useThreads(1), failure);
     if (pDiskImage->hasGeometricCalibration()) {
         image->setGeometricCalibration(pDiskImage->getGeometricCalibrationConstPtr());
     }
@@ -55,7 +55,7 @@ ImagePtr loadIm6ImageFile(boost::filesystem::path const& path) {
 
 DistributedImagePtr loadDistributedIm6ImageFile(boost::filesystem::path const& path, bool defaultDispatch) {
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
-    return distributeImage(openDiskImage(path, failure), toDispatch(defaultDispatch), failure);
+    return distributeImage(openDiskImage(path, failure), toThreads(defaultDispatch), failure);
 }
 
 DistributedImagePtr loadDistributedIm6ImageFile(boost::filesystem::path const& path,

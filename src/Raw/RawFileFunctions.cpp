@@ -38,7 +38,7 @@ DistributedImagePtr loadDistributed(boost::filesystem::path const& path, BaseIma
                                     vlUInt64 dataStartOffset, bool defaultDispatch,
                                     FamilyFailure const& failure) {
     return distributeImage(openDiskImage(path, geometry, dataStartOffset, failure),
-                           toDispatch(defaultDispatch), failure);
+                           toThreads(defaultDispatch), failure);
 }
 
 /// The file of a save with options. Its messages name the target, and their last line is the operating
@@ -109,7 +109,7 @@ void loadRawImageFile(boost::filesystem::path const& path, BaseImageGeometry con
                       ImagePtr const& image, vlUInt64 dataStartOffset) {
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
     DiskImagePtr const pDiskImage = openDiskImage(path, geometry, dataStartOffset, failure);
-    copyImage(pDiskImage, image, eDispatch::Local, failure);
+    copyImage(pDiskImage, image, useThreads(1), failure);
 }
 
 ImagePtr loadRawImageFile(boost::filesystem::path const& path, BaseImageGeometry const& geometry,
@@ -147,7 +147,7 @@ void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& 
     }
     auto const pAccessor = boost::make_shared<SavedRawFile>(file);
     failure.require(pAccessor->create(image->getGeometry(), options.fileHeader));
-    copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);
+    copyImage(image, createDiskImage(pAccessor, failure), useThreads(1), failure);
     failure.require(pAccessor->close());
     failure.require(toBoolResult(file.commit()));
 }
@@ -162,7 +162,7 @@ void saveRawImageFile(boost::filesystem::path const& path, ImageConstPtr const& 
     requireSource(image, path, failure);
     auto const pAccessor = boost::make_shared<RawImageFile>();
     failure.require(pAccessor->createFile(path, image->getGeometry(), fileHeader));
-    copyImage(image, createDiskImage(pAccessor, failure), eDispatch::Local, failure);
+    copyImage(image, createDiskImage(pAccessor, failure), useThreads(1), failure);
 }
 
 } // namespace velmo::image::file

@@ -5,6 +5,7 @@
 
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/DistributedImage.h>
+#include <VELMOImageFile/Threads.h>
 #include <VELMOUtil/GuardedRaise.h>
 #include <boost/filesystem/path.hpp>
 
@@ -63,11 +64,9 @@ class FamilyFailure {
     ReplacedFile const* _pReplaced = nullptr;
 };
 
-/// Where a copy runs: on the calling thread, or as the copy processor decides.
-enum class eDispatch { Local, Default };
-
-constexpr eDispatch toDispatch(bool defaultDispatch) {
-    return defaultDispatch ? eDispatch::Default : eDispatch::Local;
+/// The threads of a load into a distributed image: the calling one, or as the copy processor decides.
+inline processor::ProcessorDispatchPolicy toThreads(bool defaultDispatch) {
+    return defaultDispatch ? useAllProcessors() : useThreads(1);
 }
 
 // Steps of the public functions of all formats.
@@ -86,19 +85,22 @@ void requireSource(ImageConstPtr const& pSource, boost::filesystem::path const& 
 
 /// Prepares a copy of all pixels, which the caller then runs.
 boost::shared_ptr<imaproc::util::CopyImgLvl1> prepareCopy(ImageConstPtr const& pSource,
-                                                          ImagePtr const& pTarget, eDispatch dispatch);
+                                                          ImagePtr const& pTarget,
+                                                          processor::ProcessorDispatchPolicy const& threads);
 
 /// Copies all pixels and returns when they are copied.
-void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget, eDispatch dispatch,
-               FamilyFailure const& failure);
+void copyImage(ImageConstPtr const& pSource, ImagePtr const& pTarget,
+               processor::ProcessorDispatchPolicy const& threads, FamilyFailure const& failure);
 
 /// Creates a distributed image with the geometry and the pixels of `pSource`.
-DistributedImagePtr distributeImage(DiskImagePtr const& pSource, eDispatch dispatch,
+DistributedImagePtr distributeImage(DiskImagePtr const& pSource,
+                                    processor::ProcessorDispatchPolicy const& threads,
                                     FamilyFailure const& failure);
 
 /// Creates a distributed image with the geometry of `model`, the pixel type of the source and its pixels.
 DistributedImagePtr distributeImage(DiskImagePtr const& pSource, DistributedImage const& model,
-                                    eDispatch dispatch, FamilyFailure const& failure);
+                                    processor::ProcessorDispatchPolicy const& threads,
+                                    FamilyFailure const& failure);
 
 } // namespace file
 } // namespace image

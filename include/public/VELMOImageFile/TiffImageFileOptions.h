@@ -3,24 +3,10 @@
 
 #pragma once
 
-#include <VELMOBaseProcessing/ProcessorDispatchPolicy.h>
+#include <VELMOImageFile/Threads.h>
 #include <VELMOImageFile/TiffImageFileTypes.h>
 
 namespace velmo::image::file {
-
-/// All processors of the machine, as far as they make the work faster.
-inline processor::ProcessorDispatchPolicy useAllProcessors() {
-    processor::ProcessorDispatchPolicy policy;
-    policy.initDefault();
-    return policy;
-}
-
-/// `nbThreads` threads, including the calling one; 0 counts as 1.
-inline processor::ProcessorDispatchPolicy useThreads(vlUInt64 nbThreads) {
-    processor::ProcessorDispatchPolicy policy;
-    policy.initLocal(nbThreads);
-    return policy;
-}
 
 /// Options of the functions that read TIFF files.
 struct TiffReadOptions {

@@ -15,9 +15,11 @@
 #include <VELMOImageFile/Im6ImageFileUtils.h>
 #include <VELMOImageFile/ImageFileCheckMessage.h>
 #include <VELMOImageFile/ImageFileUtilsMessage.h>
+#include <VELMOImageFile/PageReader.h>
 #include <VELMOImageFile/RawImageFile.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
+#include <VELMOImageFile/Threads.h>
 #include <VELMOImageFile/TiffImageFile.h>
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>

@@ -130,7 +130,7 @@ DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& 
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
     return loadDistributed(path, {eIAM_ReadOnly, directoryMode, bufferMode, eTiffPolicy::Plain}, failure,
                            [&](DiskImagePtr const& pSource) {
-                               return distributeImage(pSource, toDispatch(defaultDispatch), failure);
+                               return distributeImage(pSource, toThreads(defaultDispatch), failure);
                            });
 }
 
@@ -140,7 +140,7 @@ DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& 
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
     return loadDistributed(path, {eIAM_ReadOnly, toDirectoryMode(model), bufferMode, eTiffPolicy::Plain},
                            failure, [&](DiskImagePtr const& pSource) {
-                               return distributeImage(pSource, model, toDispatch(defaultDispatch), failure);
+                               return distributeImage(pSource, model, toThreads(defaultDispatch), failure);
                            });
 }
 
@@ -175,7 +175,7 @@ DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& 
                                                  TiffReadOptions const& options, bool defaultDispatch) {
     FamilyFailure const failure = FamilyFailure::ofLoad(g_messages, VELMO_HERE, path);
     return loadDistributed(path, toRequest(options), failure, [&](DiskImagePtr const& pSource) {
-        return distributeImage(pSource, toDispatch(defaultDispatch), failure);
+        return distributeImage(pSource, toThreads(defaultDispatch), failure);
     });
 }
 
@@ -186,7 +186,7 @@ DistributedImagePtr loadDistributedTiffImageFile(boost::filesystem::path const& 
     TiffOpenRequest request = toRequest(options);
     request.directoryMode = toDirectoryMode(model);
     return loadDistributed(path, request, failure, [&](DiskImagePtr const& pSource) {
-        return distributeImage(pSource, model, toDispatch(defaultDispatch), failure);
+        return distributeImage(pSource, model, toThreads(defaultDispatch), failure);
     });
 }
 

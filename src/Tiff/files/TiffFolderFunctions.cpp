@@ -22,11 +22,12 @@ enum eImageType { eIT_Memory = 0, eIT_Disk = 1 };
 
 /// Copies the joined files into memory. A plain load along Z takes the image from the processor, which throws
 /// after a failed run. A plain load along T ignores the result of the run; the processor logs the failure.
-ImagePtr copyToMemory(TiffFolderImage& files, eTiffDirectoryMode directoryMode) {
+ImagePtr copyToMemory(TiffFolderImage& files, eTiffDirectoryMode directoryMode,
+                      processor::ProcessorDispatchPolicy const& threads) {
     ImagePtr const pJoined = files.join();
     ImagePtr pOutput;
     files.requireOutput(ImageFactory::getInstance().createDefaultImage(pJoined->getGeometry(), pOutput));
-    auto const pCopy = prepareCopy(pJoined, pOutput, eDispatch::Local);
+    auto const pCopy = prepareCopy(pJoined, pOutput, threads);
     processor::ActionResult const result = pCopy->run(processor::eST_Synchronous);
     if (files.getPolicy() == eTiffPolicy::Plain) {
         return directoryMode == eTDM_Temporal ? pOutput : pCopy->getStorage<imaproc::attr::OutImg>();
@@ -52,13 +53,14 @@ void describe(ImagePtr const& pImage, TiffFolderImage const& files, bool bKeepsU
     }
 }
 
+/// `threads` are those of a load into memory.
 ImagePtr loadList(Paths const& paths, TiffOpenRequest const& request, eImageType imageType,
-                  RaiseSite const& site) {
+                  processor::ProcessorDispatchPolicy const& threads, RaiseSite const& site) {
     bool const bTemporal = request.directoryMode == eTDM_Temporal;
     TiffFolderImage files(paths, request, site);
     files.compare(bTemporal ? TiffFolderImage::eRule::Temporal : TiffFolderImage::eRule::Volume);
     bool const bOnDisk = imageType == eIT_Disk;
-    ImagePtr pImage = bOnDisk ? files.joinOnDisk() : copyToMemory(files, request.directoryMode);
+    ImagePtr pImage = bOnDisk ? files.joinOnDisk() : copyToMemory(files, request.directoryMode, threads);
     describe(pImage, files, bTemporal && !bOnDisk);
     return pImage;
 }
@@ -66,13 +68,13 @@ ImagePtr loadList(Paths const& paths, TiffOpenRequest const& request, eImageType
 ImagePtr loadTiffImageFilesInVolumeMode(Paths const& paths, eTiffBufferMode const& bufferMode,
                                         eImageType const& imageType) {
     return loadList(paths, {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain}, imageType,
-                    VELMO_HERE);
+                    useThreads(1), VELMO_HERE);
 }
 
 ImagePtr loadTiffImageFilesInTemporalMode(Paths const& paths, eTiffBufferMode const& bufferMode,
                                           eImageType const& imageType) {
     return loadList(paths, {eIAM_ReadOnly, eTDM_Temporal, bufferMode, eTiffPolicy::Plain}, imageType,
-                    VELMO_HERE);
+                    useThreads(1), VELMO_HERE);
 }
 
 ImagePtr loadPlainList(Paths const& paths, eTiffDirectoryMode const& directoryMode,
@@ -114,7 +116,7 @@ ImagePtr loadTiffImageFiles(boost::filesystem::path const& directory, std::strin
         return {};
     }
     return paths.size() == 1 ? loadTiffImageFile(paths.front(), options)
-                             : loadList(paths, toRequest(options), eIT_Memory, VELMO_HERE);
+                             : loadList(paths, toRequest(options), eIT_Memory, options.threads, VELMO_HERE);
 }
 
 ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::string const& pattern,
@@ -124,7 +126,7 @@ ImagePtr openTiffImageFiles(boost::filesystem::path const& directory, std::strin
         return {};
     }
     return paths.size() == 1 ? ImagePtr(openTiffImageFile(paths.front(), options))
-                             : loadList(paths, toRequest(options), eIT_Disk, VELMO_HERE);
+                             : loadList(paths, toRequest(options), eIT_Disk, options.threads, VELMO_HERE);
 }
 
 } // namespace velmo::image::file

@@ -245,6 +245,34 @@ TEST_F(ParallelCalls, APageThatCannotBeDecodedIsReportedAsItsFirstChannel) {
     }
 }
 
+TEST_F(ParallelCalls, AFolderIsLoadedWithTheSamePixelsAndFailures) {
+    fs::path const folder = _folder / "planes";
+    fs::create_directory(folder);
+    std::string pixels;
+    for (unsigned int z = 0; z < 9; ++z) {
+        Directory page = stripDirectory(64, 64, 8, COMPRESSION_LZW);
+        page.pixels = countingBytes(64 * 64, z);
+        pixels += page.pixels;
+        writeTiff(folder / ("z" + std::to_string(z) + ".tif"), {page});
+    }
+    for (vlUInt64 const nbThreads : {1, 2, 8}) {
+        EXPECT_EQ(velmo::test::readPixels(*loadTiffImageFiles(folder, "z<INDEX>.tif", readWith(nbThreads))),
+                  pixels);
+    }
+    writeFile(folder / "z7.tif", readFile(folder / "z7.tif").substr(0, 8) + std::string(1000, '\xFF') +
+                                     readFile(folder / "z7.tif").substr(1008));
+    std::vector<std::string> failures;
+    for (vlUInt64 const nbThreads : {1, 2, 8}) {
+        try {
+            loadTiffImageFiles(folder, "z<INDEX>.tif", readWith(nbThreads));
+        } catch (std::exception const& exception) {
+            failures.emplace_back(exception.what());
+        }
+    }
+    EXPECT_THAT(failures, testing::SizeIs(3));
+    EXPECT_THAT(failures, testing::Each(testing::AllOf(HasSubstr("z7.tif"), failures.front())));
+}
+
 TEST_F(ParallelCalls, ALoadReportsTheFirstPlaneThatCannotBeDecoded) {
     writeDeflate();
     spoil(9, 1);
