@@ -184,6 +184,9 @@ DescribedSize readSize(pugi::xml_node pixels) {
     };
     size.y = read("PhysicalSizeY", "PhysicalSizeYUnit");
     size.z = read("PhysicalSizeZ", "PhysicalSizeZUnit");
+    if (!size.x || !size.y) { // the unit of the resolution tags counts, if there are any
+        return {};
+    }
     return size;
 }
 
@@ -238,8 +241,9 @@ std::optional<StackDescription> parseStackDescription(std::string const& descrip
     if (boost::algorithm::starts_with(description, "ImageJ=")) {
         return parseImageJ(description);
     }
-    return boost::algorithm::starts_with(description, "{\"shape\":") ? parseShaped(description)
-                                                                     : std::nullopt;
+    bool const bShaped = boost::algorithm::starts_with(description, "{") &&
+                         description.find("\"shape\":") != std::string::npos;
+    return bShaped ? parseShaped(description) : std::nullopt;
 }
 
 std::optional<OmeDescription> parseOmeXml(std::string const& description) {

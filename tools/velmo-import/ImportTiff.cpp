@@ -125,8 +125,9 @@ std::optional<std::string> findFlattenedAxes(fs::path const& file) {
         if (!bDescribed) {
             return std::nullopt;
         }
-        image::BaseImageGeometry const& geometry = *planImport(file, {}).pGeometry;
-        if (geometry.getSizeT() == 1 && geometry.getSizeC() <= 4) {
+        ImportPlan const plan = planImport(file, {});
+        image::BaseImageGeometry const& geometry = *plan.pGeometry;
+        if (geometry.getSizeT() == 1 && geometry.getSizeC() == plan.samples) {
             return std::nullopt;
         }
         return "Z " + std::to_string(geometry.getSizeZ()) + ", C " + std::to_string(geometry.getSizeC()) +

@@ -4,6 +4,7 @@
 #include "PageDecoder.h"
 
 #include "ChunkReader.h"
+#include "LabColours.h"
 
 #include <VELMOBase/ParallelRun.h>
 #include <algorithm>
@@ -90,7 +91,7 @@ class PageDecoder::Worker {
                       Planes const& planes) {
         vlUInt64 const first = (vlUInt64{chunk.y} + y) * kind.shape.sizeX + chunk.x;
         if (kind.pixels.decoding != eDecoding::Samples || kind.pixels.bPalette) {
-            putColours(kind.pixels, chunk, pRow, first, planes);
+            putColours(kind, chunk, pRow, first, planes);
             return success();
         }
         vlUInt64 const pixelSize = kind.pixels.getPixelSize();
@@ -113,10 +114,15 @@ class PageDecoder::Worker {
     }
 
     /// Colours of 8 bits that the codec or libtiff interleaves, or those of a palette.
-    void putColours(PixelKind const& pixels, Chunk const& chunk, std::byte const* pRow, vlUInt64 first,
+    void putColours(PageKind const& kind, Chunk const& chunk, std::byte const* pRow, vlUInt64 first,
                     Planes const& planes) {
+        PixelKind const& pixels = kind.pixels;
         if (pixels.bPalette) {
             putPalette(pixels, chunk, pRow, first, planes);
+            return;
+        }
+        if (pixels.decoding == eDecoding::LabRgb) {
+            putLab(kind.shape, chunk, pRow, first, planes);
             return;
         }
         for (vlUInt64 channel = 0; channel < 3; ++channel) {
@@ -124,6 +130,19 @@ class PageDecoder::Worker {
                 std::byte* const pPixels = planes[channel] + first;
                 for (vlUInt64 pixel = 0; pixel < chunk.nbColumns; ++pixel) {
                     pPixels[pixel] = pRow[pixel * pixels.nbStored + channel];
+                }
+            }
+        }
+    }
+
+    static void putLab(PageShape const& shape, Chunk const& chunk, std::byte const* pRow, vlUInt64 first,
+                       Planes const& planes) {
+        vlUInt64 const storedSize = vlUInt64{3} * shape.bits / 8;
+        for (vlUInt64 pixel = 0; pixel < chunk.nbColumns; ++pixel) {
+            auto const rgb = toRgb(shape, pRow + pixel * storedSize);
+            for (vlUInt64 channel = 0; channel < rgb.size(); ++channel) {
+                if (isWanted(planes, channel)) {
+                    planes[channel][first + pixel] = std::byte{rgb[channel]};
                 }
             }
         }

@@ -3,6 +3,7 @@
 
 #include "PixelKind.h"
 
+#include "LabColours.h"
 #include "Refusal.h"
 
 #include <VELMOImageFile/PixelTypeNames.h>
@@ -175,7 +176,15 @@ class KindChoice {
             refuse("--to-rgb cannot convert " + nameColours(_shape.photometric) + " with " +
                    std::to_string(_shape.countExtraSamples()) + " extra samples");
         }
-        add("colour", nameColours(_shape.photometric) + " became RGB of 8 bits, by libtiff");
+        if (isLab(_shape.photometric)) {
+            if (!isConvertibleLab(_shape)) {
+                refuse("--to-rgb converts interleaved CIE Lab and ICC Lab of 8 or 16 bits; the file has " +
+                       describePixels(_shape));
+            }
+            add("colour", nameColours(_shape.photometric) + " (white of D50) became sRGB of 8 bits");
+            return eDecoding::LabRgb;
+        }
+        add("colour", nameColours(_shape.photometric) + " became RGB of 8 bits, by libtiff without a profile");
         return eDecoding::Rgba;
     }
 
@@ -348,15 +357,18 @@ class KindChoice {
 
     void setRgb() {
         constexpr std::uint16_t nbRgba = 4;
-        bool const bOtherFourth = !_shape.extraSamples.empty() && !isAlpha(_shape.extraSamples.front());
-        if (_shape.samples == nbRgba && !bOtherFourth) {
-            _kind.color.init(eCGT_Rgba);
-            if (!_shape.extraSamples.empty() && _shape.extraSamples.front() == EXTRASAMPLE_ASSOCALPHA) {
-                add("alpha", "the colours are premultiplied with alpha: they are kept as stored");
-            }
+        if (_shape.samples != nbRgba) {
+            setChannels({"red", "green", "blue"}, eCGT_Rgb);
             return;
         }
-        setChannels({"red", "green", "blue"}, eCGT_Rgb);
+        _kind.color.init(eCGT_Rgba);
+        std::uint16_t const fourth =
+            _shape.extraSamples.empty() ? EXTRASAMPLE_UNSPECIFIED : _shape.extraSamples.front();
+        if (fourth == EXTRASAMPLE_ASSOCALPHA) {
+            add("alpha", "the colours are premultiplied with alpha: they are kept as stored");
+        } else if (fourth != EXTRASAMPLE_UNASSALPHA) {
+            add("alpha", "the kind of the fourth sample is not specified: taken as alpha");
+        }
     }
 
     void setPalette() {

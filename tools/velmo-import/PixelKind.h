@@ -26,7 +26,8 @@ enum class eSampleCode {
 enum class eDecoding {
     Samples, ///< as stored
     JpegRgb, ///< the JPEG codec converts YCbCr to RGB
-    Rgba     ///< libtiff converts the colours of the page to RGB of 8 bits
+    Rgba,    ///< libtiff converts the colours of the page to RGB of 8 bits
+    LabRgb   ///< samples of Lab become RGB of 8 bits
 };
 
 /// What becomes of the pixels of pages of one shape.

@@ -75,15 +75,30 @@ class BitReader {
     unsigned int _nbBits;
 };
 
+std::uint32_t loadThreeBytes(std::byte const* pBytes) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, pBytes, 3);
+    return value;
+}
+
 std::int32_t extendSign(std::uint32_t value, unsigned int nbBits) {
     std::uint64_t const sign = std::uint64_t{1} << (nbBits - 1);
     return static_cast<std::int32_t>(static_cast<std::int64_t>(value ^ sign) -
                                      static_cast<std::int64_t>(sign));
 }
 
-/// Calls `put(pixel, bits)` for each sample of the run.
+/// Calls `put(pixel, bits)` for each sample of the run. libtiff gives samples of 24 bits in the byte order of the
+/// machine, others as a sequence of bits.
 template <class Put>
 void forEachSample(PixelKind const& kind, StoredRun const& run, Put const& put) {
+    constexpr unsigned int bitsOfThreeBytes = 24;
+    if (kind.bits == bitsOfThreeBytes) {
+        std::byte const* pSample = run.pRow + run.sample * 3;
+        for (vlUInt64 pixel = 0; pixel < run.nbPixels; ++pixel, pSample += kind.nbStored * 3) {
+            put(pixel, loadThreeBytes(pSample));
+        }
+        return;
+    }
     BitReader const reader(run.pRow, kind.bits);
     vlUInt64 position = run.sample * kind.bits;
     for (vlUInt64 pixel = 0; pixel < run.nbPixels; ++pixel, position += kind.nbStored * kind.bits) {
