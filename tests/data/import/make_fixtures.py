@@ -248,7 +248,7 @@ def lab():
     read = numpy.asarray(tifffile.imread(path_of('pil-lab.tif')))
     expect('pil-lab.tif', 'lab', 'CIE Lab', channels(read), ['colour'], color='cielab')
     # Colours inside of sRGB; Little CMS converts the same samples with the profiles of Lab (D50) and sRGB.
-    lightness, a, b = numpy.meshgrid(numpy.arange(110, 227, 13), numpy.arange(-20, 21, 8), numpy.arange(-20, 21, 8))
+    lightness, a, b = numpy.meshgrid(numpy.arange(110, 227, 13), numpy.arange(-10, 21, 6), numpy.arange(-10, 21, 6))
     inside = numpy.stack([lightness, a & 255, b & 255], axis=-1).reshape(18, -1, 3).astype('u1')
     image = PIL.Image.fromarray(inside, 'LAB')
     transform = PIL.ImageCms.buildTransform(PIL.ImageCms.createProfile('LAB', 5000), PIL.ImageCms.createProfile('sRGB'),
