@@ -13,6 +13,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import uuid
 import zlib
 
 import cv2
@@ -26,6 +27,7 @@ sys.path.insert(0, os.path.join(FOLDER, '..', 'tiff'))
 import plain_tiff  # noqa: E402
 from patterns import HEIGHT, WIDTH, bilevel, colour, grey, stack  # noqa: E402
 
+uuid.uuid1 = lambda: uuid.UUID(int=1)  # a second run makes the same files
 EXPECTED = {}
 SOURCES = tempfile.mkdtemp()
 TYPES = {'bool': 'binary', 'uint8': 'uint8', 'int8': 'int8', 'uint16': 'uint16', 'int16': 'int16',
@@ -134,7 +136,7 @@ def tiles():
                 expect(name, 'tiles', 'tiles, ' + dtype, grey(dtype), ['tiles'], calibration=ONE)
         name = f'tf-tiled-rgb-{end}.tif'
         tf(name, colour('u2', 3), photometric='rgb', **TILE, **file)
-        expect(name, 'tiles', 'tiles of interleaved RGB', channels(colour('u2', 3)), ['tiles'], color='rgb',
+        expect(name, 'tiles-colour', 'tiles of interleaved RGB', channels(colour('u2', 3)), ['tiles'], color='rgb',
                calibration=ONE)
     for dtype in ('i1', 'i2', 'u4', 'i4'):
         tf(f'tf-tiled-{dtype}.tif', grey(dtype), photometric='minisblack', **TILE)
@@ -189,7 +191,7 @@ def planes():
         for name, layout, changes in ((f'tf-planar-{end}.tif', STRIP, ['planes']),
                                       (f'tf-planar-tiled-{end}.tif', TILE, ['planes', 'tiles'])):
             tf(name, numpy.moveaxis(colour('u2', 3), -1, 0), photometric='rgb', planarconfig='separate', **layout, **file)
-            expect(name, 'planes', 'RGB in planes of their own', channels(colour('u2', 3)), changes, color='rgb',
+            expect(name, 'planes-tiles' if 'tiles' in changes else 'planes', 'RGB in planes of their own', channels(colour('u2', 3)), changes, color='rgb',
                    calibration=ONE)
     tf('tf-planar-stack.tif', numpy.moveaxis(numpy.stack([colour('u1', 3), colour('u1', 3, 9)]), -1, 1),
        photometric='rgb', planarconfig='separate', compression=8, **STRIP)
@@ -231,7 +233,7 @@ def inks():
     expect('pil-cmyk.tif', 'cmyk', 'CMYK', channels(cmyk), ['colour'], color='user')
     inks_of = 255 - cmyk.astype('i4')
     rgb = (inks_of[..., :3] * inks_of[..., 3:] // 255).astype('u1')
-    expect('pil-cmyk.tif', 'cmyk', 'CMYK as RGB', channels(rgb), ['colour'], options=['--to-rgb'], color='rgb', tolerance=1)
+    expect('pil-cmyk.tif', 'to-rgb', 'CMYK as RGB', channels(rgb), ['colour'], options=['--to-rgb'], color='rgb', tolerance=1)
     for order, end in (('<', 'le'), ('>', 'be')):
         tf(f'tf-cmyk-{end}.tif', colour('u2', 4), photometric='separated', byteorder=order, **TILE)
         expect(f'tf-cmyk-{end}.tif', 'cmyk', 'CMYK of 16 bits', channels(colour('u2', 4)), ['colour', 'tiles'],
@@ -271,11 +273,11 @@ def lab():
     assert numpy.abs(other.astype('f8') - rgb).mean() < 1
     for order, end in (('<', 'le'), ('>', 'be')):
         tf(f'tf-lab-inside-{end}.tif', inside, photometric='cielab', byteorder=order, **STRIP)
-        expect(f'tf-lab-inside-{end}.tif', 'lab', 'CIE Lab as RGB', channels(rgb), ['colour'], options=['--to-rgb'],
+        expect(f'tf-lab-inside-{end}.tif', 'to-rgb', 'CIE Lab as RGB', channels(rgb), ['colour'], options=['--to-rgb'],
                color='rgb', calibration=ONE, tolerance=1)
         deep = numpy.stack([inside[..., 0].astype('u2') * 257, inside[..., 1].astype('u2') << 8, inside[..., 2].astype('u2') << 8], axis=-1).astype('u2')
         tf(f'tf-lab-16-{end}.tif', deep, photometric='cielab', byteorder=order, **STRIP)
-        expect(f'tf-lab-16-{end}.tif', 'lab', 'CIE Lab of 16 bits as RGB', channels(rgb), ['colour'], options=['--to-rgb'],
+        expect(f'tf-lab-16-{end}.tif', 'to-rgb', 'CIE Lab of 16 bits as RGB', channels(rgb), ['colour'], options=['--to-rgb'],
                color='rgb', calibration=ONE, tolerance=1)
 
 
@@ -286,14 +288,14 @@ def palettes():
         name = f'tf-palette-{end}.tif'
         tf(name, indexes, photometric='palette', colormap=colours, byteorder=order, **STRIP)
         expect(name, 'palette', 'palette of 16 bits: indexes', indexes, ['palette'], calibration=ONE)
-        expect(name, 'palette', 'palette of 16 bits: colours', colours[:, indexes][:, None], ['palette'],
+        expect(name, 'palette-colours', 'palette of 16 bits: colours', colours[:, indexes][:, None], ['palette'],
                options=['--palette', 'rgb'], color='rgb', calibration=ONE)
     few = numpy.random.RandomState(2).randint(0, 256, (256, 3)).astype('u1')
     image = PIL.Image.fromarray(indexes, 'P')
     image.putpalette(few.tobytes())
     image.save(path_of('pil-palette.tif'))
     expect('pil-palette.tif', 'palette', 'palette of 8 bits: indexes', indexes, ['palette'])
-    expect('pil-palette.tif', 'palette', 'palette of 8 bits: colours', channels(few[indexes]), ['palette'],
+    expect('pil-palette.tif', 'palette-colours', 'palette of 8 bits: colours', channels(few[indexes]), ['palette'],
            options=['--palette', 'rgb'], color='rgb')
     sixteen = grey('u1') & 15
     table = numpy.random.RandomState(3).randint(0, 256, (3, 16)).astype('u2') << 8
@@ -301,7 +303,7 @@ def palettes():
     plain_tiff.write(path_of('py-palette-4-bit.tif'), tags + [(320, plain_tiff.SHORT, table.ravel().tolist())],
                      plain_tiff.pack_bits(sixteen, 4))
     expect('py-palette-4-bit.tif', 'palette', 'palette of 4 bits: indexes', sixteen, ['bits', 'palette'])
-    expect('py-palette-4-bit.tif', 'palette', 'palette of 4 bits: colours',
+    expect('py-palette-4-bit.tif', 'palette-colours', 'palette of 4 bits: colours',
            (table >> 8).astype('u1')[:, sixteen][:, None], ['palette'], options=['--palette', 'rgb'], color='rgb')
 
 
@@ -324,7 +326,7 @@ def ycbcr():
     neutral = numpy.stack([grey_values, numpy.full_like(grey_values, 128), numpy.full_like(grey_values, 128)], axis=-1)
     tags = plain_tiff.image_tags(16, 8, 8, photometric=6, samples=3) + [(530, plain_tiff.SHORT, [1, 1])]
     plain_tiff.write(path_of('py-ycbcr.tif'), tags, neutral.tobytes())
-    expect('py-ycbcr.tif', 'ycbcr', 'YCbCr without compression', channels(numpy.stack([grey_values] * 3, axis=-1)),
+    expect('py-ycbcr.tif', 'ycbcr-other', 'YCbCr without compression', channels(numpy.stack([grey_values] * 3, axis=-1)),
            ['colour'], color='rgb', tolerance=1)
 
 
@@ -355,7 +357,7 @@ def bits():
                      plain_tiff.pack_bits(signed.view('u1') & 15, 4))
     expect('py-int4.tif', 'bits', 'signed 4 bits', signed, ['bits'])
     tf('tf-no-bits.tif', bilevel(), photometric='minisblack', **STRIP)  # leaves out BitsPerSample
-    expect('tf-no-bits.tif', '1-bit', 'no BitsPerSample', bilevel(), ['bits', 'bits'], calibration=ONE)
+    expect('tf-no-bits.tif', 'no-bits', 'no BitsPerSample', bilevel(), ['bits', 'bits'], calibration=ONE)
     rgb10 = colour('u2', 3) & 1023
     plain_tiff.write(path_of('py-rgb-10-bit.tif'), plain_tiff.image_tags(WIDTH, HEIGHT, 10, photometric=2, samples=3),
                      plain_tiff.pack_bits(rgb10.reshape(HEIGHT, -1), 10))
