@@ -10,6 +10,7 @@
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
 
 namespace velmo::test {
@@ -90,8 +91,8 @@ class ImportTable : public CliTest {
         for (vlUInt64 number = 0; number < geometry.getNbPlans(); ++number) {
             SCOPED_TRACE("plane " + std::to_string(number));
             std::string bytes(geometry.getPlanMemorySize(0), '\x55');
-            BoolResult const result =
-                image.readPixels(geometry.getPlanIndexes(number), 0, geometry.getPlanNbPixels(), bytes.data());
+            BoolResult const result = image.readPixels(geometry.getPlanIndexes(number), 0,
+                                                       geometry.getPlanNbPixels(), bytes.data());
             ASSERT_TRUE(result) << result.getMessage();
             if (entry.contains("tolerance")) {
                 expectNear(bytes, entry.at("pixels").at(number), entry.at("tolerance"));
@@ -132,6 +133,25 @@ TEST_F(ImportTable, EachKindOpensAsOtherReadersSeeItWithAllChangesReportedOrIsRe
         EXPECT_THAT(list(), testing::IsEmpty()) << "a refused import leaves no file";
         EXPECT_FALSE(json::parse(result.out).at("error").is_null());
     }
+}
+
+TEST_F(ImportTable, ThePageHasTheSameKinds) {
+    std::set<std::string> inTable = {"many-pages"}; // a file of them would be large: ImportTest.cpp makes one
+    json const expected = readExpected();
+    for (auto const& [name, entry] : expected.items()) {
+        inTable.insert(entry.at("kind"));
+    }
+    boost::filesystem::path const root = getForeignFolder().parent_path().parent_path().parent_path();
+    std::string const page = readFile(root / "docs/formats/import.md");
+    std::size_t const start = page.find("## Kinds");
+    std::string const kinds = page.substr(start, page.find("## Axes") - start);
+    std::set<std::string> onPage;
+    std::regex const row("\\n\\| `([a-z0-9-]+)` \\|");
+    for (std::sregex_iterator found(kinds.begin(), kinds.end(), row), end; found != end; ++found) {
+        onPage.insert((*found)[1]);
+    }
+    EXPECT_EQ(inTable, onPage);
+    EXPECT_GE(onPage.size(), 38U);
 }
 
 TEST_F(ImportTable, EveryFileOfTheFolderIsInIt) {

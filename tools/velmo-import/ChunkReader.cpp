@@ -80,8 +80,8 @@ BoolResult ChunkReader::requireNoPrematureEnd() {
 }
 
 BoolResult ChunkReader::requirePlausible(Chunk const& chunk, vlUInt64 nbBytes) const {
-    vlUInt64 const nbInFile = std::min<vlUInt64>(TIFFGetStrileByteCount(_handle.get(), chunk.index),
-                                                 _handle.getFile().getSize());
+    vlUInt64 const nbInFile =
+        std::min<vlUInt64>(TIFFGetStrileByteCount(_handle.get(), chunk.index), _handle.getFile().getSize());
     if (nbBytes > getLargestChunk(_shape.compression, nbInFile) && !isMissing(chunk)) {
         return failure("it announces " + std::to_string(nbBytes) + " bytes and has " +
                        std::to_string(nbInFile) + " in the file");
@@ -98,8 +98,7 @@ BoolResult ChunkReader::read(Chunk const& chunk, std::vector<std::byte>& buffer,
         return readRgba(chunk, buffer, sink);
     }
     TIFF* const pTiff = _handle.get();
-    vlUInt64 const nbBytes =
-        _shape.bTiled ? TIFFTileSize64(pTiff) : TIFFVStripSize64(pTiff, chunk.nbRows);
+    vlUInt64 const nbBytes = _shape.bTiled ? TIFFTileSize64(pTiff) : TIFFVStripSize64(pTiff, chunk.nbRows);
     vlUInt64 const rowBytes = _shape.bTiled ? TIFFTileRowSize64(pTiff) : TIFFScanlineSize64(pTiff);
     vlUInt64 const nbStoredRows = _shape.bTiled ? _shape.chunkY : chunk.nbRows;
     if (nbBytes == 0 || rowBytes == 0 || nbBytes / rowBytes < nbStoredRows) {
@@ -156,9 +155,9 @@ BoolResult ChunkReader::readWhole(Chunk const& chunk, vlUInt64 nbBytes, std::vec
 
 vlUInt64 ChunkReader::decode(Chunk const& chunk, std::vector<std::byte>& buffer) {
     auto const size = static_cast<tmsize_t>(buffer.size());
-    tmsize_t const nbDecoded =
-        _shape.bTiled ? TIFFReadEncodedTile(_handle.get(), chunk.index, buffer.data(), size)
-                      : TIFFReadEncodedStrip(_handle.get(), chunk.index, buffer.data(), size);
+    tmsize_t const nbDecoded = _shape.bTiled
+                                   ? TIFFReadEncodedTile(_handle.get(), chunk.index, buffer.data(), size)
+                                   : TIFFReadEncodedStrip(_handle.get(), chunk.index, buffer.data(), size);
     return nbDecoded < 0 ? 0 : static_cast<vlUInt64>(nbDecoded);
 }
 

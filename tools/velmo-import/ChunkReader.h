@@ -15,10 +15,10 @@ namespace velmo::importer {
 
 /// A tile or strip of a page.
 struct Chunk {
-    std::uint32_t index;  ///< as libtiff counts
-    std::uint16_t sample; ///< of a page with channels in planes of their own; otherwise 0
-    std::uint32_t x;      ///< first column
-    std::uint32_t y;      ///< first row
+    std::uint32_t index;     ///< as libtiff counts
+    std::uint16_t sample;    ///< of a page with channels in planes of their own; otherwise 0
+    std::uint32_t x;         ///< first column
+    std::uint32_t y;         ///< first row
     std::uint32_t nbColumns; ///< inside of the image
     std::uint32_t nbRows;    ///< inside of the image
 };
@@ -52,8 +52,8 @@ class ChunkReader {
 
     /// Prepares the codec. To be called after each change of the directory.
     void prepare();
-    /// Calls `sink` with each row of the chunk, top to bottom. Fails with libtiff's reason if the chunk cannot
-    /// be decoded completely.
+    /// Calls `sink` with each row of the chunk, top to bottom. Fails with libtiff's reason if the chunk
+    /// cannot be decoded completely.
     BoolResult read(Chunk const& chunk, std::vector<std::byte>& buffer, RowSink const& sink);
 
   private:

@@ -92,7 +92,8 @@ StackDescription parseImageJ(std::string const& description) {
 /// The characters between two signs behind a key; empty if they are missing.
 std::string findBetween(std::string const& text, std::string const& key, char open, char close) {
     std::size_t const position = text.find('"' + key + '"');
-    std::size_t const start = position == std::string::npos ? position : text.find(open, position + key.size() + 2);
+    std::size_t const start =
+        position == std::string::npos ? position : text.find(open, position + key.size() + 2);
     std::size_t const end = start == std::string::npos ? start : text.find(close, start + 1);
     return end == std::string::npos ? std::string() : text.substr(start + 1, end - start - 1);
 }

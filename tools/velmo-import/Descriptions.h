@@ -35,9 +35,9 @@ struct DescribedAxes {
 /// A description of a stack by ImageJ, or by tifffile, which announces more planes than there may be
 /// directories.
 struct StackDescription {
-    std::string program;            ///< "ImageJ" or "tifffile"
-    vlUInt64 nbPlanes = 1;          ///< announced by ImageJ
-    vlUInt64 nbValues = 0;          ///< announced by tifffile: samples of all planes
+    std::string program;               ///< "ImageJ" or "tifffile"
+    vlUInt64 nbPlanes = 1;             ///< announced by ImageJ
+    vlUInt64 nbValues = 0;             ///< announced by tifffile: samples of all planes
     std::optional<DescribedAxes> axes; ///< empty if the description does not name them
     DescribedSize size;
 };
@@ -58,10 +58,10 @@ struct OmeBlock {
 
 /// An image of OME-XML.
 struct OmeImage {
-    DescribedAxes axes;     ///< sizeC counts all channels, those of one directory included
+    DescribedAxes axes; ///< sizeC counts all channels, those of one directory included
     vlUInt64 sizeX = 0;
     vlUInt64 sizeY = 0;
-    vlUInt64 samples = 1;   ///< channels of one directory
+    vlUInt64 samples = 1; ///< channels of one directory
     DescribedSize size;
     std::vector<std::string> channelNames;
     std::vector<OmeBlock> blocks;

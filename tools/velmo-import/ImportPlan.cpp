@@ -123,8 +123,9 @@ class Planner {
             if (!pHandle) {
                 pHandle = std::make_unique<TiffHandle>(_files[page.file].pFile);
             }
-            bAllOf8 = bAllOf8 && (page.bStacked || (pHandle->select(page.offset) &&
-                                  readPalette(*pHandle, _plan.kinds[page.kind].shape).shift != 0));
+            bAllOf8 = bAllOf8 &&
+                      (page.bStacked || (pHandle->select(page.offset) &&
+                                         readPalette(*pHandle, _plan.kinds[page.kind].shape).shift != 0));
         }
         for (PageKind& kind : _plan.kinds) {
             kind.pixels.type = bAllOf8 ? eIBT_UInt8 : eIBT_UInt16;
@@ -137,8 +138,7 @@ class Planner {
     void chooseGeometry() {
         PixelKind const& pixels = _plan.kinds[_plan.pages.front().kind].pixels;
         for (PageKind const& kind : _plan.kinds) {
-            if (kind.pixels.type != pixels.type ||
-                kind.pixels.color.getSizeC() != pixels.color.getSizeC()) {
+            if (kind.pixels.type != pixels.type || kind.pixels.color.getSizeC() != pixels.color.getSizeC()) {
                 refuse("the pages become pixels of different types; choose pages with --page A:B");
             }
         }
@@ -163,9 +163,8 @@ class Planner {
         if (nbPages > 1) {
             vlUInt64 const samples = ofPage.getSizeC();
             color.initUser(samples * nbPages); // fits: the pages exist
-            for (vlUInt64 page = 0; page < std::min<vlUInt64>(nbPages, _selection.channelNames.size()) &&
-                                    samples == 1;
-                 ++page) {
+            for (vlUInt64 page = 0;
+                 page < std::min<vlUInt64>(nbPages, _selection.channelNames.size()) && samples == 1; ++page) {
                 if (!_selection.channelNames[page].empty()) {
                     color.setChannelName(_selection.channelNames[page], page);
                 }

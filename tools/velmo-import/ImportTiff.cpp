@@ -61,8 +61,8 @@ ImportedTiff::ImportedTiff(ImportedTiff&&) noexcept = default;
 ImportedTiff& ImportedTiff::operator=(ImportedTiff&&) noexcept = default;
 
 image::DiskImagePtr ImportedTiff::extract(ImagePart const& part) const {
-    bool const bWhole = part.nbZ == _pImage->getGeometry().getSizeZ() &&
-                        part.nbT == _pImage->getGeometry().getSizeT();
+    bool const bWhole =
+        part.nbZ == _pImage->getGeometry().getSizeZ() && part.nbT == _pImage->getGeometry().getSizeT();
     return bWhole || !_pSource ? _pImage : createImage(_pSource, part);
 }
 
@@ -120,8 +120,8 @@ std::optional<std::string> findFlattenedAxes(fs::path const& file) {
         if (isOwnDirectory(handle) || !description) {
             return std::nullopt;
         }
-        bool const bDescribed =
-            parseStackDescription(*description) || std::string(*description).find("<OME") != std::string::npos;
+        bool const bDescribed = parseStackDescription(*description) ||
+                                std::string(*description).find("<OME") != std::string::npos;
         if (!bDescribed) {
             return std::nullopt;
         }

@@ -51,8 +51,8 @@ BoolResult ImportSource::requireMemory(vlUInt64 nbBytes) const {
     vlUInt64 const nbAvailable = getAvailableMemory();
     return nbBytes <= nbAvailable
                ? success()
-               : failure("the channels of a page take " + std::to_string(nbBytes) +
-                         " bytes of memory, and " + std::to_string(nbAvailable) + " are available");
+               : failure("the channels of a page take " + std::to_string(nbBytes) + " bytes of memory, and " +
+                         std::to_string(nbAvailable) + " are available");
 }
 
 BoolResult ImportSource::readPlane(vlUInt64 page, vlUInt64 sample, std::byte* pPixels) {
@@ -122,8 +122,8 @@ std::vector<ImportChange> ImportSource::getChanges() const {
         bool const bExact = facts.rounding.greatestError == 0;
         changes.push_back({"rounding", std::string("float64 became real32; greatest error: ") +
                                            (bExact ? "0, all values are exact"
-                                                   : toText(facts.rounding.greatestError) + ", of the value " +
-                                                         toText(facts.rounding.value))});
+                                                   : toText(facts.rounding.greatestError) +
+                                                         ", of the value " + toText(facts.rounding.value))});
     }
     for (std::string const& warning : facts.warnings) {
         changes.push_back({"libtiff", warning});

@@ -39,9 +39,9 @@ class ImportSource {
     PageDecoder _decoder;
     bool _bKeepsChannels;
     std::optional<vlUInt64> _heldPage;
-    std::vector<std::vector<std::byte>> _heldPlanes; ///< channels of the page; empty ones are not held
+    std::vector<std::vector<std::byte>> _heldPlanes;        ///< channels of the page; empty ones are not held
     std::optional<std::pair<vlUInt64, vlUInt64>> _runPlane; ///< page and sample of `_runPixels`
-    std::vector<std::byte> _runPixels;              ///< for reads of a part of a plane
+    std::vector<std::byte> _runPixels;                      ///< for reads of a part of a plane
 };
 
 /// Reads a part of an ImportSource. Read only; it does not travel in archives.

@@ -65,8 +65,8 @@ class OmeSelector {
                    std::to_string(nbImages - 1));
         }
         if (nbImages > 1) {
-            add("series", "series " + std::to_string(number) + " of " + std::to_string(nbImages) +
-                              " was imported");
+            add("series",
+                "series " + std::to_string(number) + " of " + std::to_string(nbImages) + " was imported");
         }
         return _ome.images[number];
     }
@@ -74,9 +74,10 @@ class OmeSelector {
     [[noreturn]] void failToChoose() const {
         std::vector<ImportSeries> series;
         for (OmeImage const& image : _ome.images) {
-            series.push_back({series.size(), {}, std::to_string(image.sizeX) + " x " +
-                                                     std::to_string(image.sizeY) + ", " +
-                                                     describeAxes(image.axes)});
+            series.push_back({series.size(),
+                              {},
+                              std::to_string(image.sizeX) + " x " + std::to_string(image.sizeY) + ", " +
+                                  describeAxes(image.axes)});
         }
         ImportException failure("the OME-XML describes " + std::to_string(series.size()) +
                                     " images; choose one with --series N",
@@ -224,14 +225,17 @@ class OmeSelector {
         }
         for (SelectedPage const& page : _pages) {
             PageShape const& shape = _files[page.file].list.getShape(page.page);
-            bool const bFits = shape.sizeX == _image.sizeX && shape.sizeY == _image.sizeY &&
-                               shape.samples == _image.samples &&
-                               shape.hasPixelsLike(_files[_pages.front().file].list.getShape(_pages.front().page));
+            bool const bFits =
+                shape.sizeX == _image.sizeX && shape.sizeY == _image.sizeY &&
+                shape.samples == _image.samples &&
+                shape.hasPixelsLike(_files[_pages.front().file].list.getShape(_pages.front().page));
             if (!bFits) {
                 refuse("directory " + std::to_string(page.number) + " of \"" +
-                       _files[page.file].pFile->getPath().string() + "\" has other pixels than the OME-XML "
-                       "describes (" + std::to_string(_image.sizeX) + " x " + std::to_string(_image.sizeY) +
-                       ", " + std::to_string(_image.samples) + " samples)" + g_withoutDescription);
+                       _files[page.file].pFile->getPath().string() +
+                       "\" has other pixels than the OME-XML "
+                       "describes (" +
+                       std::to_string(_image.sizeX) + " x " + std::to_string(_image.sizeY) + ", " +
+                       std::to_string(_image.samples) + " samples)" + g_withoutDescription);
             }
         }
     }
@@ -252,8 +256,8 @@ class OmeSelector {
                                " directories that are not planes of the image were skipped");
         }
         if (nbBelow != 0) {
-            add("skipped", std::to_string(nbBelow) +
-                               " directories below the pages (pyramid levels) were skipped");
+            add("skipped",
+                std::to_string(nbBelow) + " directories below the pages (pyramid levels) were skipped");
         }
         if (_axes.sizeC * _axes.sizeT > 1) {
             add("axes", "axes as OME-XML describes them: " + describeAxes(_image.axes));

@@ -63,10 +63,9 @@ std::vector<OutputPart> divideOutput(fs::path const& output, BaseImageGeometry c
     for (vlUInt64 number = 0; number < nbFiles; ++number) {
         vlUInt64 const first = number * nbStepsOfFile;
         vlUInt64 const nbOfFile = std::min(nbStepsOfFile, nbSteps - first);
-        fs::path const path =
-            output.parent_path() / getNumberedName(output, toDigits(number, nbFiles - 1));
-        ImagePart const part = bAlongT ? ImagePart{0, geometry.getSizeZ(), first, nbOfFile}
-                                       : ImagePart{first, nbOfFile, 0, 1};
+        fs::path const path = output.parent_path() / getNumberedName(output, toDigits(number, nbFiles - 1));
+        ImagePart const part =
+            bAlongT ? ImagePart{0, geometry.getSizeZ(), first, nbOfFile} : ImagePart{first, nbOfFile, 0, 1};
         parts.push_back({path, part});
     }
     return parts;

@@ -66,8 +66,8 @@ class PageDecoder::Worker {
     BoolResult decodeStacked(InputFile const& file, PageSource const& source, PageKind const& kind,
                              Planes const& planes) {
         vlUInt64 const rowBytes = kind.shape.getRowBytes().value_or(0); // checked with the plane
-        auto const nbRowsOfPiece = static_cast<std::uint32_t>(
-            std::clamp<vlUInt64>(g_stackedPiece / rowBytes, 1, kind.shape.sizeY));
+        auto const nbRowsOfPiece =
+            static_cast<std::uint32_t>(std::clamp<vlUInt64>(g_stackedPiece / rowBytes, 1, kind.shape.sizeY));
         BoolResult result = success();
         for (std::uint32_t y = 0; y < kind.shape.sizeY && result; y += nbRowsOfPiece) {
             std::uint32_t const nbRows = std::min(nbRowsOfPiece, kind.shape.sizeY - y);

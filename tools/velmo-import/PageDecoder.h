@@ -17,10 +17,10 @@ namespace velmo::importer {
 /// Where the pixels of a page are.
 struct PageSource {
     std::size_t file = 0;
-    vlUInt64 offset = 0;    ///< of the directory; of the first pixel if it is stacked
-    vlUInt64 number = 0;    ///< of the directory, or of the plane in the stack
-    std::size_t kind = 0;   ///< index of its shape and PixelKind
-    bool bStacked = false;  ///< a plane of a stack in one directory, without tiles or strips of its own
+    vlUInt64 offset = 0;   ///< of the directory; of the first pixel if it is stacked
+    vlUInt64 number = 0;   ///< of the directory, or of the plane in the stack
+    std::size_t kind = 0;  ///< index of its shape and PixelKind
+    bool bStacked = false; ///< a plane of a stack in one directory, without tiles or strips of its own
 };
 
 /// The shape of pages and what becomes of their pixels.

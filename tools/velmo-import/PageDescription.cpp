@@ -93,8 +93,8 @@ PageShape readShape(TiffHandle const& handle, vlUInt64 number) {
     shape.sizeX = handle.getTagOr<std::uint32_t>(TIFFTAG_IMAGEWIDTH, 0);
     shape.sizeY = handle.getTagOr<std::uint32_t>(TIFFTAG_IMAGELENGTH, 0);
     if (shape.sizeX == 0 || shape.sizeY == 0) {
-        refuse("directory " + std::to_string(number) + " has no pixels: its size is " + std::to_string(shape.sizeX) + " x " +
-               std::to_string(shape.sizeY));
+        refuse("directory " + std::to_string(number) + " has no pixels: its size is " +
+               std::to_string(shape.sizeX) + " x " + std::to_string(shape.sizeY));
     }
     auto const bits = handle.getTag<std::uint16_t>(TIFFTAG_BITSPERSAMPLE);
     shape.bHasBits = bits.has_value();
@@ -108,9 +108,9 @@ PageShape readShape(TiffHandle const& handle, vlUInt64 number) {
     if (shape.photometric == PHOTOMETRIC_SEPARATED) {
         shape.inkSet = handle.getTagOr<std::uint16_t>(TIFFTAG_INKSET, INKSET_CMYK);
     }
-    shape.bSeparate = shape.samples > 1 && handle.getTagOr<std::uint16_t>(
-                                               TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) ==
-                                               PLANARCONFIG_SEPARATE;
+    shape.bSeparate =
+        shape.samples > 1 &&
+        handle.getTagOr<std::uint16_t>(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) == PLANARCONFIG_SEPARATE;
     shape.compression = handle.getTagOr<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     shape.fillOrder = handle.getTagOr<std::uint16_t>(TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
     shape.orientation = handle.getTagOr<std::uint16_t>(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);

@@ -47,12 +47,12 @@ enum class ePageKind { Page, Reduced, Mask };
 
 /// A directory of a file.
 struct Page {
-    vlUInt64 offset;    ///< of the directory
-    vlUInt64 number;    ///< of the directory, from 0
-    std::size_t shape;  ///< index of its PageShape
+    vlUInt64 offset;   ///< of the directory
+    vlUInt64 number;   ///< of the directory, from 0
+    std::size_t shape; ///< index of its PageShape
     ePageKind kind;
     std::uint32_t nbMissingChunks; ///< tiles or strips without bytes in the file
-    bool bPlausible;          ///< the bytes in the file can hold the pixels
+    bool bPlausible;               ///< the bytes in the file can hold the pixels
 };
 
 /// Reads the shape of the current directory, which has this number. Throws ImportException for a directory

@@ -134,8 +134,10 @@ class Selector {
         if (_options.pages &&
             (_options.pages->first > _options.pages->last || _options.pages->last >= nbDirectories)) {
             refuse("--page " + std::to_string(_options.pages->first) + ":" +
-                   std::to_string(_options.pages->last) + " is outside of the file, which has the directories "
-                   "0 to " + std::to_string(nbDirectories - 1));
+                   std::to_string(_options.pages->last) +
+                   " is outside of the file, which has the directories "
+                   "0 to " +
+                   std::to_string(nbDirectories - 1));
         }
     }
 
@@ -155,7 +157,8 @@ class Selector {
             }
         }
         if (nbReduced != 0) {
-            add("skipped", std::to_string(nbReduced) + " reduced pages (thumbnails, pyramid levels) were skipped");
+            add("skipped",
+                std::to_string(nbReduced) + " reduced pages (thumbnails, pyramid levels) were skipped");
         }
         if (nbMasks != 0) {
             add("skipped", std::to_string(nbMasks) + " masks were skipped");
@@ -177,8 +180,8 @@ class Selector {
     ImportSeries const& chooseSeries(std::vector<ImportSeries> const& series) const {
         if (_options.series) {
             if (*_options.series >= series.size()) {
-                refuse("there is no series " + std::to_string(*_options.series) + "; the file has the series 0 to " +
-                       std::to_string(series.size() - 1));
+                refuse("there is no series " + std::to_string(*_options.series) +
+                       "; the file has the series 0 to " + std::to_string(series.size() - 1));
             }
             return series[*_options.series];
         }

@@ -34,8 +34,8 @@ struct PageSelection {
     std::vector<std::string> channelNames;
 };
 
-/// Selects the pages of a file by its descriptions and the options. Files of a set are added to `files`, whose
-/// first one is the file. Throws ImportException.
+/// Selects the pages of a file by its descriptions and the options. Files of a set are added to `files`,
+/// whose first one is the file. Throws ImportException.
 PageSelection selectPages(std::vector<ListedFile>& files, ImportOptions const& options,
                           std::vector<ImportChange>& changes);
 

@@ -159,14 +159,15 @@ class KindChoice {
     eDecoding chooseDecoding() {
         if (_shape.photometric == PHOTOMETRIC_YCBCR) {
             bool const bJpeg = _shape.compression == COMPRESSION_JPEG && !_shape.bSeparate;
-            add("colour", bJpeg ? "YCbCr became RGB, by the JPEG codec"
-                                : "YCbCr became RGB of 8 bits, by libtiff");
+            add("colour",
+                bJpeg ? "YCbCr became RGB, by the JPEG codec" : "YCbCr became RGB of 8 bits, by libtiff");
             return bJpeg ? eDecoding::JpegRgb : eDecoding::Rgba;
         }
-        bool const bConvertible = _shape.photometric == PHOTOMETRIC_SEPARATED ||
-                                  isLab(_shape.photometric) || isLog(_shape.photometric);
+        bool const bConvertible = _shape.photometric == PHOTOMETRIC_SEPARATED || isLab(_shape.photometric) ||
+                                  isLog(_shape.photometric);
         if (isLog(_shape.photometric) && !_options.bToRgb) {
-            refuse("the pixels are " + nameColours(_shape.photometric) + ", which the library has no type for",
+            refuse("the pixels are " + nameColours(_shape.photometric) +
+                       ", which the library has no type for",
                    "--to-rgb");
         }
         if (!bConvertible || !_options.bToRgb) {
@@ -184,7 +185,8 @@ class KindChoice {
             add("colour", nameColours(_shape.photometric) + " (white of D50) became sRGB of 8 bits");
             return eDecoding::LabRgb;
         }
-        add("colour", nameColours(_shape.photometric) + " became RGB of 8 bits, by libtiff without a profile");
+        add("colour",
+            nameColours(_shape.photometric) + " became RGB of 8 bits, by libtiff without a profile");
         return eDecoding::Rgba;
     }
 
@@ -220,9 +222,8 @@ class KindChoice {
         if (_shape.bits == 0 || (_shape.bits > g_bitsOfLong && _shape.bits != g_bitsOfLongLong)) {
             refuseBits();
         }
-        _kind.largestValue = _shape.bits == g_bitsOfLongLong
-                                 ? NumericLimits<vlUInt64>::s_max
-                                 : (vlUInt64{1} << _shape.bits) - 1;
+        _kind.largestValue = _shape.bits == g_bitsOfLongLong ? NumericLimits<vlUInt64>::s_max
+                                                             : (vlUInt64{1} << _shape.bits) - 1;
         if (_shape.bits == 1 && !_kind.bSigned && _shape.photometric != PHOTOMETRIC_PALETTE) {
             _kind.type = eIBT_Binary;
         } else if (_shape.bits <= g_bitsOfByte) {
@@ -296,8 +297,8 @@ class KindChoice {
         case PHOTOMETRIC_ICCLAB:
         case PHOTOMETRIC_ITULAB:
             setChannels({"L", "a", "b"}, eCGT_CieLab);
-            add("colour", nameColours(_shape.photometric) +
-                              ": the samples are kept as stored; --to-rgb converts them");
+            add("colour",
+                nameColours(_shape.photometric) + ": the samples are kept as stored; --to-rgb converts them");
             break;
         case g_colourFilterArray:
         case g_linearRaw:
@@ -374,7 +375,8 @@ class KindChoice {
     void setPalette() {
         if (!_options.bPaletteToRgb) {
             setChannels({"index"}, eCGT_Grey);
-            add("palette", "the palette was left out: the values are its indexes; --palette rgb writes colours");
+            add("palette",
+                "the palette was left out: the values are its indexes; --palette rgb writes colours");
             return;
         }
         if (_shape.samples != 1 || _kind.type == eIBT_Real32 || _shape.bits > g_bitsOfShort ||
@@ -418,8 +420,8 @@ class KindChoice {
         }
         _kind.bTurn = true;
         _kind.color.setMinIsBlack(true);
-        add("minimum", "the minimum was white: each value v became " + std::to_string(_kind.largestValue) +
-                           " - v");
+        add("minimum",
+            "the minimum was white: each value v became " + std::to_string(_kind.largestValue) + " - v");
     }
 
     TiffHandle& _handle;

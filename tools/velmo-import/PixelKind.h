@@ -35,13 +35,13 @@ struct PixelKind {
     eDecoding decoding = eDecoding::Samples;
     eSampleCode code = eSampleCode::Copy;
     bool bSigned = false;
-    std::uint16_t bits = 8;               ///< of a stored sample
-    vlUInt64 nbStored = 1;                ///< samples of a stored pixel
+    std::uint16_t bits = 8; ///< of a stored sample
+    vlUInt64 nbStored = 1;  ///< samples of a stored pixel
     image::eImageBufferType type = image::eIBT_None;
-    image::ColorGeometry color;           ///< with the channels of one page
-    bool bTurn = false;                   ///< the first channel is turned: largest value - value
-    vlUInt64 largestValue = 0;            ///< of a stored sample
-    bool bPalette = false;                ///< indexes become three colours
+    image::ColorGeometry color; ///< with the channels of one page
+    bool bTurn = false;         ///< the first channel is turned: largest value - value
+    vlUInt64 largestValue = 0;  ///< of a stored sample
+    bool bPalette = false;      ///< indexes become three colours
 
     bool isCopy() const { return code == eSampleCode::Copy && !bTurn && !bPalette; }
     vlUInt64 getPixelSize() const { return image::getImageBufferBaseSize(type); }

@@ -87,8 +87,8 @@ std::int32_t extendSign(std::uint32_t value, unsigned int nbBits) {
                                      static_cast<std::int64_t>(sign));
 }
 
-/// Calls `put(pixel, bits)` for each sample of the run. libtiff gives samples of 24 bits in the byte order of the
-/// machine, others as a sequence of bits.
+/// Calls `put(pixel, bits)` for each sample of the run. libtiff gives samples of 24 bits in the byte order of
+/// the machine, others as a sequence of bits.
 template <class Put>
 void forEachSample(PixelKind const& kind, StoredRun const& run, Put const& put) {
     constexpr unsigned int bitsOfThreeBytes = 24;
@@ -208,15 +208,15 @@ float fromSmallFloat(std::uint32_t bits, int nbExponent, int nbFraction) {
     if (exponent == largestExponent) { // infinity, or not a number, whose fraction is kept
         constexpr std::uint32_t allExponentBits = 0x7f800000U;
         constexpr int nbFloatFraction = 23;
-        std::uint32_t const special = (bNegative ? 0x80000000U : 0U) | allExponentBits |
-                                      fraction << (nbFloatFraction - nbFraction);
+        std::uint32_t const special =
+            (bNegative ? 0x80000000U : 0U) | allExponentBits | fraction << (nbFloatFraction - nbFraction);
         float value = 0;
         std::memcpy(&value, &special, sizeof(value));
         return value;
     }
-    float const magnitude =
-        exponent == 0 ? std::ldexp(static_cast<float>(fraction), 1 - bias - nbFraction)
-                      : std::ldexp(static_cast<float>(fraction | 1U << nbFraction), exponent - bias - nbFraction);
+    float const magnitude = exponent == 0 ? std::ldexp(static_cast<float>(fraction), 1 - bias - nbFraction)
+                                          : std::ldexp(static_cast<float>(fraction | 1U << nbFraction),
+                                                       exponent - bias - nbFraction);
     return bNegative ? -magnitude : magnitude;
 }
 

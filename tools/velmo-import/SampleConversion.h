@@ -13,9 +13,9 @@ namespace velmo::importer {
 
 /// A run of pixels of one row, as libtiff decodes them: `nbStored` samples for each pixel.
 struct StoredRun {
-    std::byte const* pRow;   ///< first byte of the row
-    vlUInt64 sample;         ///< which sample of each pixel
-    vlUInt64 nbPixels;       ///< from the first pixel of the row on
+    std::byte const* pRow; ///< first byte of the row
+    vlUInt64 sample;       ///< which sample of each pixel
+    vlUInt64 nbPixels;     ///< from the first pixel of the row on
 };
 
 /// The first value of a run that cannot be converted.

@@ -87,15 +87,15 @@ ImportCommand::ImportCommand(CommandLine& line)
     getOptions().addOption("--page", _pages,
                            "A:B: import the directories A to B, from 0, as planes along Z; descriptions of "
                            "axes are ignored");
-    getOptions().addOption("--axes", _axes,
-                           "ORDER=SIZES: the axes of the pages, letters of z, c and t with the fastest first, "
-                           "and their sizes, such as czt=2,5,3; one size may be left out at the end "
-                           "(default: as the file describes them, otherwise along Z)");
+    getOptions().addOption(
+        "--axes", _axes,
+        "ORDER=SIZES: the axes of the pages, letters of z, c and t with the fastest first, "
+        "and their sizes, such as czt=2,5,3; one size may be left out at the end "
+        "(default: as the file describes them, otherwise along Z)");
     getOptions().addOption("--palette", _palette,
                            "index|rgb: the pixels of a palette are its indexes (default) or its colours");
     getOptions().addFlag("--to-rgb", _bToRgb, "Convert CMYK, Lab and LogLuv to RGB of 8 bits");
-    getOptions().addFlag("--min-is-black", _bMinIsBlack,
-                         "Turn the values of a file whose minimum is white");
+    getOptions().addFlag("--min-is-black", _bMinIsBlack, "Turn the values of a file whose minimum is white");
     getOptions().addFlag("--lossy", _bLossy,
                          "Round 64-bit floating point to 32 bits; the greatest error is reported");
     getOptions().addFlag("--json", _bJson, "Print the report as a JSON document");

@@ -19,8 +19,7 @@ class ImportCommand : public Command {
   private:
     importer::ImportOptions parseOptions() const;
     void importFile(importer::ImportOptions const& options) const;
-    void report(importer::ImportedTiff const& imported,
-                std::vector<importer::OutputPart> const& parts) const;
+    void report(importer::ImportedTiff const& imported, std::vector<importer::OutputPart> const& parts) const;
 
     std::string _inputFile;
     OutputOptions _output;

@@ -46,8 +46,8 @@ std::vector<std::string> findFlattenedWarnings(boost::filesystem::path const& fi
     if (!axes) {
         return {};
     }
-    return {"the file describes the axes " + *axes + ", its planes are read along one axis; to keep the axes: " +
-            getImportLine(file, "")};
+    return {"the file describes the axes " + *axes +
+            ", its planes are read along one axis; to keep the axes: " + getImportLine(file, "")};
 }
 
 } // namespace velmo::tool

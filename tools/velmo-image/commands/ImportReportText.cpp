@@ -49,7 +49,8 @@ std::string getOutputName(ImportSummary const& summary) {
     std::string const stem = first.stem().string();
     return summary.parts.size() == 1
                ? first.string()
-               : (first.parent_path() / (stem.substr(0, stem.rfind('-')) + first.extension().string())).string();
+               : (first.parent_path() / (stem.substr(0, stem.rfind('-')) + first.extension().string()))
+                     .string();
 }
 
 ordered_json toJson(image::GeometricCalibrationConstPtr const& pCalibration) {

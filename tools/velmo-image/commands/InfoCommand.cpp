@@ -47,6 +47,9 @@ FileDescription InfoCommand::describe(std::string const& file, InputDescription 
         InputImage const image = openInput(file, format, input);
         description.pImage = image.pImage;
         description.warnings = _bCheck ? findWarnings(image) : findTileWarnings(image);
+        if (!_bCheck && !description.warnings.empty()) {
+            description.warnings.front() += suggestImport(file);
+        }
         if (format == eFileFormat::Tiff) {
             std::vector<std::string> const flattened = findFlattenedWarnings(file);
             description.warnings.insert(description.warnings.end(), flattened.begin(), flattened.end());

@@ -83,8 +83,8 @@ void writeOutputs(std::vector<OutputTarget> const& targets, bool bOverwrite) {
     }
     std::vector<std::unique_ptr<ReplacedFile>> files;
     for (OutputTarget const& target : targets) {
-        files.push_back(std::make_unique<ReplacedFile>(target.path,
-                                                       bOverwrite ? eOldFile::Replace : eOldFile::Refuse));
+        files.push_back(
+            std::make_unique<ReplacedFile>(target.path, bOverwrite ? eOldFile::Replace : eOldFile::Refuse));
         require(files.back()->create(), "create", target.path);
         callWriter(target.write, *files.back());
     }

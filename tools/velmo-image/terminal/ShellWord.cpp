@@ -19,7 +19,8 @@ bool isPlain(char character) {
 } // namespace
 
 std::string toShellWord(std::string const& word) {
-    bool const bPlain = !word.empty() && word.front() != '-' && std::all_of(word.begin(), word.end(), isPlain);
+    bool const bPlain =
+        !word.empty() && word.front() != '-' && std::all_of(word.begin(), word.end(), isPlain);
     return bPlain ? word : '\'' + boost::algorithm::replace_all_copy(word, "'", "'\\''") + '\'';
 }
 
