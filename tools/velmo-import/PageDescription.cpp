@@ -33,7 +33,7 @@ vlUInt64 getLargestGrowth(std::uint16_t compression) {
     case COMPRESSION_ADOBE_DEFLATE:
         return 4096;
     default:
-        return vlUInt64{1} << 17; // a white page of fax, or zeros of ZSTD
+        return vlUInt64{1} << 15; // a white page of fax, or zeros of ZSTD
     }
 }
 
