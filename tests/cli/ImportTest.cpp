@@ -4,6 +4,7 @@
 #include "CliFixture.h"
 #include "ForeignFile.h"
 #include "InfoEntries.h"
+#include "TiffSample.h"
 
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImage/PixelAccess.h>
@@ -40,10 +41,15 @@ std::string makeStack(std::uint32_t nbPlanes, std::string const& axes) {
     std::uint32_t const nbTags = 9;
     std::uint32_t const afterDirectory = 8 + 2 + nbTags * 12 + 4;
     auto const length = static_cast<std::uint32_t>(description.size());
-    Tag const tags[nbTags] = {{256, 4, 1, 2}, {257, 4, 1, 1},
-                              {258, 4, 1, 8}, {259, 4, 1, 1},
-                              {262, 4, 1, 1}, {270, 2, length, afterDirectory},
-                              {273, 4, 1, afterDirectory + length}, {278, 4, 1, 1}, {279, 4, 1, 2}};
+    Tag const tags[nbTags] = {{256, 4, 1, 2},
+                              {257, 4, 1, 1},
+                              {258, 4, 1, 8},
+                              {259, 4, 1, 1},
+                              {262, 4, 1, 1},
+                              {270, 2, length, afterDirectory},
+                              {273, 4, 1, afterDirectory + length},
+                              {278, 4, 1, 1},
+                              {279, 4, 1, 2}};
     std::string bytes = "II*";
     append(bytes, 0, 1);
     append(bytes, 8, 4);
@@ -75,8 +81,9 @@ class Import : public CliTest {
 TEST_F(Import, PrintsTheOutputAndALineForEachChange) {
     ToolResult const result = import(getImportSample("tf-float16-all-be.tif"));
     expectDone(result);
-    EXPECT_THAT(result.out, hasWords(" -> " + path("out.tif") + '\n', "  pixels      real32\n",
-                                     "  change      tiles of 256 x 16", "  change      float16 became real32"));
+    EXPECT_THAT(result.out,
+                hasWords(" -> " + path("out.tif") + '\n', "  pixels      real32\n",
+                         "  change      tiles of 256 x 16", "  change      float16 became real32"));
     EXPECT_THAT(list(), ElementsAre("out.tif"));
 }
 
@@ -123,7 +130,8 @@ TEST_F(Import, CopiesAFileOfThisLibraryAsItIs) {
 
 TEST_F(Import, ListsTheSeriesOfAFileAsTextAndAsJson) {
     std::string const file = getImportSample("tf-two-series.tif");
-    expectFailure(import(file), 1, "2 series", "--series N", "series 0: 37 x 17, uint8, grey; 2 pages: directories 0-1",
+    expectFailure(import(file), 1, "2 series", "--series N",
+                  "series 0: 37 x 17, uint8, grey; 2 pages: directories 0-1",
                   "series 1: 20 x 9, uint16, grey; 1 page: directory 2");
     json const report = json::parse(import(file, {"--json"}).out);
     ASSERT_EQ(2U, report.at("series").size());
@@ -159,9 +167,15 @@ TEST_F(Import, DividesTimeStepsAlongTAndKeepsAllFilesOrNone) {
 
 TEST_F(Import, RejectsValuesOfOptionsThatDoNotFit) {
     std::string const file = getImportSample("tf-imagej-u1-le.tif");
-    for (Arguments const& options :
-         {Arguments{"--page", "3:1"}, {"--page", "a"}, {"--axes", "czz=1,2,3"}, {"--axes", "q"}, {"--axes", "cz"},
-          {"--axes", "c=0"}, {"--axes", "c=2,3"}, {"--palette", "red"}, {"--series", "-1"}}) {
+    for (Arguments const& options : {Arguments{"--page", "3:1"},
+                                     {"--page", "a"},
+                                     {"--axes", "czz=1,2,3"},
+                                     {"--axes", "q"},
+                                     {"--axes", "cz"},
+                                     {"--axes", "c=0"},
+                                     {"--axes", "c=2,3"},
+                                     {"--palette", "red"},
+                                     {"--series", "-1"}}) {
         expectFailure(import(file, options), 2, options.front());
     }
     expectFailure(import(file, {"--axes", "cz=5"}), 1, "--axes", "12 pages");
@@ -182,6 +196,25 @@ TEST_F(Import, LeavesNothingOfATruncatedFile) {
         EXPECT_THAT(list(), ElementsAre("cut.tif")) << size;
     }
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(Import, HoldsAtMostTwoPlanes) {
+    TiffPage page;
+    page.sizeX = 4096;
+    page.sizeY = 4096;
+    page.bits = 16;
+    page.tileSize = 256;
+    for (int const compression : {COMPRESSION_NONE, COMPRESSION_ADOBE_DEFLATE}) {
+        page.compression = static_cast<std::uint16_t>(compression);
+        writeTiff(_folder / "in.tif", {page, page, page, page});
+        ToolResult const result = import(path("in.tif"), {"--overwrite"});
+        expectDone(result);
+        constexpr long planeKiB = 32 * 1024;
+        constexpr long ofTheProgram = 28 * 1024;
+        EXPECT_LT(result.maxRss, 2 * planeKiB + ofTheProgram);
+    }
+}
+#endif
 
 // The suggestion to import
 
@@ -218,8 +251,9 @@ Arguments findSuggestion(std::string const& message, std::string const& output) 
 } // namespace
 
 TEST_F(Import, RefusalsOfOtherCommandsEndWithTheLineThatImportsTheFile) {
-    for (char const* const name : {"tf-tiled-f4-le.tif", "tf-planar-be.tif", "gdal-12-bit-le.tif", "pil-cmyk.tif",
-                                   "tf-float64-le.tif", "tf-two-series.tif", "tf-imagej-cut-7-be.tif"}) {
+    for (char const* const name :
+         {"tf-tiled-f4-le.tif", "tf-planar-be.tif", "gdal-12-bit-le.tif", "pil-cmyk.tif", "tf-float64-le.tif",
+          "tf-two-series.tif", "tf-imagej-cut-7-be.tif"}) {
         SCOPED_TRACE(name);
         std::string const file = create("file.tif", readFile(getImportSample(name)));
         ToolResult const converted = runTool({"convert", file, path("c.tif")});
