@@ -51,7 +51,10 @@ void readPlanes(image::BaseImage const& image) {
     for (vlUInt64 number = 0; number < std::min(geometry.getNbPlans(), g_nbPlanes); ++number) {
         image::PlanIndexes const indexes = geometry.getPlanIndexes(number);
         bool const bRead = static_cast<bool>(image.readPixels(indexes, 0, nbPixels, plane.data()));
-        bool const bRunRead = nbOfRun == 0 || image.readPixels(indexes, first, nbOfRun, run.data());
+        if (nbOfRun == 0) {
+            continue;
+        }
+        bool const bRunRead = static_cast<bool>(image.readPixels(indexes, first, nbOfRun, run.data()));
         if (bRead != bRunRead || (bRead && plane.compare(first * pixelSize, run.size(), run) != 0)) {
             abortWith("a run differs from its plane");
         }

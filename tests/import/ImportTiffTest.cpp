@@ -58,7 +58,8 @@ TiffPage makeTiledPage(int compression, std::uint16_t samples = 1) {
 
 std::string readBytes(BaseImage const& image, vlUInt64 c = 0) {
     std::string bytes(image.getGeometry().getPlanMemorySize(0), '\x55');
-    BoolResult const result = image.readPixels(0, c, 0, 0, image.getGeometry().getPlanNbPixels(), bytes.data());
+    BoolResult const result =
+        image.readPixels(0, c, 0, 0, image.getGeometry().getPlanNbPixels(), bytes.data());
     EXPECT_TRUE(result) << result.getMessage();
     return bytes;
 }
@@ -201,8 +202,8 @@ TEST(ImportTiff, DividesAnImageAlongTBeforeZ) {
     sequence.initSequence(100);
     ColorGeometry channels;
     channels.initUser(5);
-    auto const parts = importer::divideOutput(
-        "a/out.tif", *geometry(eIBT_UInt8, 2, 2, volume, channels, sequence));
+    auto const parts =
+        importer::divideOutput("a/out.tif", *geometry(eIBT_UInt8, 2, 2, volume, channels, sequence));
     ASSERT_EQ(17U, parts.size()); // 6 time steps of 5000 planes in each
     EXPECT_EQ("a/out-00.tif", parts.front().path);
     EXPECT_EQ("a/out-16.tif", parts.back().path);

@@ -17,8 +17,8 @@ double toValue(std::uint32_t bits, int nbExponent, int nbFraction) {
     auto const exponent = static_cast<int>(bits >> nbFraction & ((1U << nbExponent) - 1));
     double const fraction = static_cast<double>(bits & ((1U << nbFraction) - 1)) / std::pow(2, nbFraction);
     double const sign = (bits >> (nbExponent + nbFraction)) != 0 ? -1 : 1;
-    return sign * (exponent == 0 ? fraction * std::pow(2, 1 - bias)
-                                 : (1 + fraction) * std::pow(2, exponent - bias));
+    return sign *
+           (exponent == 0 ? fraction * std::pow(2, 1 - bias) : (1 + fraction) * std::pow(2, exponent - bias));
 }
 
 bool isInfiniteOrNan(std::uint32_t bits, int nbExponent, int nbFraction) {
@@ -77,7 +77,8 @@ TEST(SampleConversion, IntegersOfAnyBitsKeepTheirValuesAndSigns) {
         if (bits == 8 || bits == 16 || bits == 24) {
             continue;
         }
-        std::vector<std::uint32_t> const values = {0, 1, (1U << (bits - 1)) - 1, 1U << (bits - 1), (1U << bits) - 1};
+        std::vector<std::uint32_t> const values = {0, 1, (1U << (bits - 1)) - 1, 1U << (bits - 1),
+                                                   (1U << bits) - 1};
         std::vector<std::byte> row((values.size() * bits + 7) / 8);
         for (std::size_t index = 0; index < values.size() * bits; ++index) {
             bool const bSet = (values[index / bits] >> (bits - 1 - index % bits) & 1U) != 0;

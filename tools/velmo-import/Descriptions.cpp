@@ -222,7 +222,11 @@ OmeImage readImage(pugi::xml_node pixels) {
     image.axes.sizeT = requireSize(pixels, "SizeT");
     image.size = readSize(pixels);
     for (pugi::xml_node const channel : pixels.children("Channel")) {
-        image.samples = findCount(channel, "SamplesPerPixel").value_or(1);
+        vlUInt64 const samples = findCount(channel, "SamplesPerPixel").value_or(1);
+        if (!image.channelNames.empty() && samples != image.samples) {
+            refuse("the OME-XML has channels with different numbers of samples");
+        }
+        image.samples = samples;
         image.channelNames.emplace_back(channel.attribute("Name").value());
     }
     for (pugi::xml_node const node : pixels.children("TiffData")) {

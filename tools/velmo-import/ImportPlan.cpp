@@ -4,6 +4,8 @@
 #include "ImportPlan.h"
 
 #include "PageSelection.h"
+#include "Palette.h"
+#include "PixelNames.h"
 #include "Refusal.h"
 
 #include <VELMOBase/CheckedArithmetic.h>

@@ -5,6 +5,7 @@
 
 #include "ChunkReader.h"
 #include "LabColours.h"
+#include "Palette.h"
 
 #include <VELMOBase/ParallelRun.h>
 #include <algorithm>

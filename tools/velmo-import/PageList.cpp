@@ -3,7 +3,7 @@
 
 #include "PageList.h"
 
-#include "PixelKind.h"
+#include "PixelNames.h"
 #include "Refusal.h"
 
 #include <algorithm>

@@ -4,6 +4,8 @@
 #include "PixelKind.h"
 
 #include "LabColours.h"
+#include "Palette.h"
+#include "PixelNames.h"
 #include "Refusal.h"
 
 #include <VELMOImageFile/PixelTypeNames.h>
@@ -21,8 +23,6 @@ constexpr std::uint16_t g_bitsOfShort = 16;
 constexpr std::uint16_t g_bitsOfFloat24 = 24;
 constexpr std::uint16_t g_bitsOfLong = 32;
 constexpr std::uint16_t g_bitsOfLongLong = 64;
-constexpr std::uint16_t g_colourFilterArray = 32803;
-constexpr std::uint16_t g_linearRaw = 34892;
 constexpr std::uint16_t g_jpeg2000 = 34712;
 
 bool isInteger(PageShape const& shape) {
@@ -32,60 +32,6 @@ bool isInteger(PageShape const& shape) {
 
 bool isSigned(PageShape const& shape) {
     return shape.sampleFormat == SAMPLEFORMAT_INT;
-}
-
-std::string describeSamples(PageShape const& shape) {
-    switch (shape.sampleFormat) {
-    case SAMPLEFORMAT_INT:
-        return "int" + std::to_string(shape.bits);
-    case SAMPLEFORMAT_IEEEFP:
-        return "float" + std::to_string(shape.bits);
-    case SAMPLEFORMAT_COMPLEXINT:
-    case SAMPLEFORMAT_COMPLEXIEEEFP:
-        return "complex" + std::to_string(shape.bits);
-    default:
-        return "uint" + std::to_string(shape.bits);
-    }
-}
-
-char const* describeColours(std::uint16_t photometric) {
-    switch (photometric) {
-    case PHOTOMETRIC_MINISWHITE:
-        return "grey, minimum is white";
-    case PHOTOMETRIC_MINISBLACK:
-        return "grey";
-    case PHOTOMETRIC_RGB:
-        return "RGB";
-    case PHOTOMETRIC_PALETTE:
-        return "palette";
-    case PHOTOMETRIC_MASK:
-        return "mask";
-    case PHOTOMETRIC_SEPARATED:
-        return "inks";
-    case PHOTOMETRIC_YCBCR:
-        return "YCbCr";
-    case PHOTOMETRIC_CIELAB:
-        return "CIE Lab";
-    case PHOTOMETRIC_ICCLAB:
-        return "ICC Lab";
-    case PHOTOMETRIC_ITULAB:
-        return "ITU Lab";
-    case PHOTOMETRIC_LOGL:
-        return "LogL";
-    case PHOTOMETRIC_LOGLUV:
-        return "LogLuv";
-    case g_colourFilterArray:
-        return "colour filter array";
-    case g_linearRaw:
-        return "linear raw colours";
-    default:
-        return "";
-    }
-}
-
-std::string nameColours(std::uint16_t photometric) {
-    std::string const name = describeColours(photometric);
-    return name.empty() ? "photometric interpretation " + std::to_string(photometric) : name;
 }
 
 bool isLab(std::uint16_t photometric) {
@@ -433,39 +379,9 @@ class KindChoice {
 
 } // namespace
 
-Palette readPalette(TiffHandle const& handle, PageShape const& shape) {
-    std::uint16_t const* pRed = nullptr;
-    std::uint16_t const* pGreen = nullptr;
-    std::uint16_t const* pBlue = nullptr;
-    if (TIFFGetField(handle.get(), TIFFTAG_COLORMAP, &pRed, &pGreen, &pBlue) != 1 || pRed == nullptr ||
-        pGreen == nullptr || pBlue == nullptr) {
-        refuse("the palette is missing");
-    }
-    std::size_t const nbColours = std::size_t{1} << shape.bits;
-    Palette palette = {{pRed, pRed + nbColours}, {pGreen, pGreen + nbColours}, {pBlue, pBlue + nbColours}, 0};
-    constexpr std::uint16_t low = 0xff;
-    constexpr std::uint16_t repeat = 0x101;
-    bool bHighBytes = true;
-    bool bRepeated = true;
-    for (auto const* pChannel : {&palette.red, &palette.green, &palette.blue}) {
-        for (std::uint16_t const colour : *pChannel) {
-            bHighBytes = bHighBytes && (colour & low) == 0;
-            bRepeated = bRepeated && colour == (colour >> g_bitsOfByte) * repeat;
-        }
-    }
-    palette.shift = bHighBytes || bRepeated ? g_bitsOfByte : 0;
-    return palette;
-}
-
 PixelKind choosePixelKind(TiffHandle& handle, PageShape const& shape, ImportOptions const& options,
                           std::vector<ImportChange>& changes) {
     return KindChoice(handle, shape, options, changes).choose();
-}
-
-std::string describePixels(PageShape const& shape) {
-    return std::to_string(shape.sizeX) + " x " + std::to_string(shape.sizeY) + ", " +
-           (shape.samples > 1 ? std::to_string(shape.samples) + " samples of " : "") +
-           describeSamples(shape) + ", " + nameColours(shape.photometric);
 }
 
 } // namespace velmo::importer

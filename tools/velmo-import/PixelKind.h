@@ -47,24 +47,9 @@ struct PixelKind {
     vlUInt64 getPixelSize() const { return image::getImageBufferBaseSize(type); }
 };
 
-/// Colours of a palette, each of 16 bits as in the file.
-struct Palette {
-    std::vector<std::uint16_t> red;
-    std::vector<std::uint16_t> green;
-    std::vector<std::uint16_t> blue;
-    /// The bits by which colours are shifted to the right: 8 if all of them have 8 bits, otherwise 0.
-    unsigned int shift = 0;
-};
-
-/// The palette of the current directory. Throws ImportException if there is none.
-Palette readPalette(TiffHandle const& handle, PageShape const& shape);
-
 /// Decides what becomes of the pixels and adds what changes to `changes`. `handle` is at a page of the shape.
 /// Throws ImportException for pixels that cannot be imported with these options.
 PixelKind choosePixelKind(TiffHandle& handle, PageShape const& shape, ImportOptions const& options,
                           std::vector<ImportChange>& changes);
-
-/// "512 x 512, 3 samples of uint16, RGB".
-std::string describePixels(PageShape const& shape);
 
 } // namespace velmo::importer
