@@ -95,10 +95,7 @@ class Selector {
         if (nbHeld == 0) {
             refuse("the file ends before its first plane does");
         }
-        if (nbHeld < _nbAnnounced) {
-            add("missing", "the description announces " + std::to_string(_nbAnnounced) +
-                               " planes, the file holds " + std::to_string(nbHeld) + ": these are imported");
-        }
+        reportCount(nbHeld);
         if (nbHeld > 1) {
             add("stack", "one directory for all planes: " + std::to_string(nbHeld) +
                              " planes were read one behind the other");
@@ -117,6 +114,15 @@ class Selector {
         }
     }
 
+    /// Reports that the file holds another number of planes than its description announces.
+    void reportCount(vlUInt64 nbHeld) {
+        if (nbHeld != _nbAnnounced) {
+            add(nbHeld < _nbAnnounced ? "missing" : "pages",
+                "the description announces " + std::to_string(_nbAnnounced) + " planes, the file holds " +
+                    std::to_string(nbHeld) + ": these are imported");
+        }
+    }
+
     void selectDirectories() {
         requireRange();
         std::vector<std::size_t> const full = findFullPages(_file.list, _options.pages);
@@ -127,6 +133,9 @@ class Selector {
             _selection.pages.push_back({0, page, std::nullopt, number});
         }
         reportOtherSeries(series);
+        if (_stack && !_options.pages && series.size() == 1) {
+            reportCount(_selection.pages.size());
+        }
     }
 
     void requireRange() const {

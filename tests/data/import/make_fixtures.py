@@ -521,6 +521,10 @@ def imagej():
                 cut.write(file.read(start + count * HEIGHT * WIDTH * 2 + 5))
             expect(name, 'imagej-single', 'a stack that ends early', shown, changes, calibration=size(0.25, 0.5, 'um', 2),
                    color='user' if count == 6 else 'grey')
+    for name, count, changes in (('tf-imagej-fewer.tif', 2, ['missing']), ('tf-imagej-more.tif', 5, ['pages'])):
+        options = {'photometric': 'minisblack', 'description': 'ImageJ=1.53t\nimages=4\nslices=4\n', **STRIP}
+        tf_pages(name, [(grey('u1', 1 + page), options) for page in range(count)])
+        expect(name, 'imagej', 'another number of pages than announced', stack('u1', count), changes, calibration=ONE)
     rgb = numpy.stack([colour('u1', 3), colour('u1', 3, 9)])
     tf('tf-imagej-single-rgb.tif', rgb, imagej=True, metadata={'axes': 'TYXS'}, truncate=True)
     expect('tf-imagej-single-rgb.tif', 'imagej-single', 'RGB in one directory', numpy.moveaxis(rgb, -1, 1)[:, :, None],
