@@ -108,7 +108,7 @@ TEST(ImportTiff, DecodesWithAnyNumberOfThreadsToTheSamePixels) {
     for (int const compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE}) {
         TiffPage const page = makeTiledPage(compression);
         writeTiff(folder / "tiled.tif", {page});
-        for (vlUInt64 const nbThreads : {1, 2, 7}) {
+        for (vlUInt64 const nbThreads : {1UL, 2UL, 7UL}) {
             ImportOptions options;
             options.nbThreads = nbThreads;
             EXPECT_TRUE(readBytes(*ImportedTiff(folder / "tiled.tif", options).getImage()) == page.pixels);

@@ -84,6 +84,7 @@ StackDescription parseImageJ(std::string const& description) {
     }
     stack.size.unit = normaliseUnit(getValue("unit"));
     stack.size.z = parseLength(getValue("spacing"));
+    stack.bValueFunction = !getValue("cf").empty();
     return stack;
 }
 

@@ -40,6 +40,7 @@ struct StackDescription {
     vlUInt64 nbValues = 0;             ///< announced by tifffile: samples of all planes
     std::optional<DescribedAxes> axes; ///< empty if the description does not name them
     DescribedSize size;
+    bool bValueFunction = false; ///< ImageJ shows a function of the values, such as value - 32768
 };
 
 /// Parses the description of the first directory; empty if neither program wrote it.

@@ -221,6 +221,9 @@ class Planner {
     }
 
     void reportWarnings() {
+        if (_files.front().list.bIccProfile) {
+            add("profile", "the ICC profile was left out");
+        }
         for (ListedFile const& file : _files) {
             for (std::string const& warning : file.list.warnings) {
                 add("libtiff", warning);

@@ -50,6 +50,7 @@ class ListReader {
     void readFirst() {
         _list.description = readText(_handle, TIFFTAG_IMAGEDESCRIPTION);
         _list.bMetaMorph = hasBytes(_handle, g_metaMorphTag);
+        _list.bIccProfile = hasBytes(_handle, TIFFTAG_ICCPROFILE);
         _list.bBigEndian = TIFFIsBigEndian(_handle.get()) != 0;
     }
 

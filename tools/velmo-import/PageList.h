@@ -29,6 +29,7 @@ struct PageList {
     std::string description;
     bool bMetaMorph = false; ///< a stack of which libtiff sees one plane
     bool bBigEndian = false; ///< the byte order of the file
+    bool bIccProfile = false;
 
     std::vector<std::string> warnings; ///< of libtiff, about the directories
 

@@ -74,6 +74,11 @@ class Selector {
         if (_stack && !_options.pages) {
             _selection.size = _stack->size;
         }
+        if (_stack && _stack->bValueFunction) {
+            add("function",
+                "ImageJ shows a function of the values (cf, c0, c1 in the description): it was not "
+                "applied");
+        }
         chooseAxes();
         return std::move(_selection);
     }

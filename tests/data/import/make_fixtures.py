@@ -627,6 +627,14 @@ def other_programs():
     expect('gm-u2.tif', 'plain', '16 bits of GraphicsMagick', grey('u2'), [])
 
 
+def left_out():
+    profile = PIL.ImageCms.ImageCmsProfile(PIL.ImageCms.createProfile('sRGB')).tobytes()
+    PIL.Image.fromarray(colour('u1', 3)).save(path_of('pil-profile.tif'), icc_profile=profile[:24] + bytes(12) + profile[36:])
+    expect('pil-profile.tif', 'plain', 'an ICC profile', channels(colour('u1', 3)), ['profile'], color='rgb')
+    tf('tf-imagej-signed.tif', grey('u2'), photometric='minisblack', description='ImageJ=1.53t\ncf=0\nc0=-32768.0\nc1=1.0\n', **STRIP)
+    expect('tf-imagej-signed.tif', 'imagej', 'signed values of ImageJ', grey('u2'), ['function'], calibration=ONE)
+
+
 def oddities():
     tags = plain_tiff.image_tags(WIDTH, HEIGHT, 8)
     strip = grey('u1').tobytes()
@@ -691,7 +699,7 @@ def main():
         if name.endswith('.tif'):
             os.remove(path_of(name))
     for make in (tiles, codecs, planes, samples, inks, lab, palettes, ycbcr, bits, floats, long_integers, minimum, pages,
-                 pyramids, imagej, shaped, ome, ome_sets, other_programs, oddities, damaged):
+                 pyramids, imagej, shaped, ome, ome_sets, other_programs, left_out, oddities, damaged):
         make()
     shutil.rmtree(SOURCES)
     written = {name for name in os.listdir(FOLDER) if name.endswith('.tif')}
