@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Reads TIFF files that the module rejects: tiles, channels in planes of their own, other numbers of bits,
@@ -70,18 +71,20 @@ struct ImportSeries {
 /// in the last lines.
 class ImportException : public BaseException {
   public:
-    using BaseException::BaseException;
+    /// `option` and `series` are those of the accessors below; `function`, `file` and `line` are the place.
+    ImportException(std::string const& message, std::string option, std::vector<ImportSeries> series,
+                    char const* function, char const* file, unsigned int line)
+        : BaseException(message, function, file, line), _option(std::move(option)),
+          _series(std::move(series)) {}
 
-    /// The series of the file if none was chosen; otherwise empty.
-    std::vector<ImportSeries> const& getSeries() const { return _series; }
-    void setSeries(std::vector<ImportSeries> series) { _series = std::move(series); }
     /// The option that would allow the import, such as "--lossy"; empty if there is none.
     std::string const& getOption() const { return _option; }
-    void setOption(std::string option) { _option = std::move(option); }
+    /// The series of the file if none was chosen; otherwise empty.
+    std::vector<ImportSeries> const& getSeries() const { return _series; }
 
   private:
-    std::vector<ImportSeries> _series;
     std::string _option;
+    std::vector<ImportSeries> _series;
 };
 
 /// A consecutive part of the planes of an image.

@@ -79,12 +79,9 @@ class OmeSelector {
                               std::to_string(image.sizeX) + " x " + std::to_string(image.sizeY) + ", " +
                                   describeAxes(image.axes)});
         }
-        ImportException failure("the OME-XML describes " + std::to_string(series.size()) +
-                                    " images; choose one with --series N",
-                                __func__, __FILE__, __LINE__);
-        failure.setSeries(std::move(series));
-        failure.setOption("--series 0");
-        throw failure;
+        refuse("the OME-XML describes " + std::to_string(series.size()) +
+                   " images; choose one with --series N",
+               "--series 0", series);
     }
 
     void requireSizes() {

@@ -209,7 +209,8 @@ BoolResult PageDecoder::decode(PageSource const& source, std::vector<std::byte*>
         return result ? success() : failure(place + ": " + result.getMessage());
     }
     std::vector<std::uint16_t> samples; // in planes of their own
-    for (std::uint16_t sample = 0; sample < (kind.shape.bSeparate ? kind.shape.samples : 1); ++sample) {
+    std::uint16_t const nbSeparate = kind.shape.bSeparate ? kind.shape.samples : 1;
+    for (std::uint16_t sample = 0; sample < nbSeparate; ++sample) {
         if (!kind.shape.bSeparate || isWanted(planes, sample)) {
             samples.push_back(sample);
         }
@@ -220,7 +221,7 @@ BoolResult PageDecoder::decode(PageSource const& source, std::vector<std::byte*>
     ChunkGrid const grid(kind.shape);
     vlUInt64 const nbUnits = grid.getNbChunks() * samples.size();
     vlUInt64 const nbThreads = std::min(chooseThreads(kind), nbUnits);
-    BoolResult const result = runParallel(nbThreads, nbUnits, [&](vlUInt64 thread, vlUInt64 unit) {
+    BoolResult result = runParallel(nbThreads, nbUnits, [&](vlUInt64 thread, vlUInt64 unit) {
         if (_isStopped && _isStopped()) {
             return failure("interrupted");
         }

@@ -206,13 +206,9 @@ class Selector {
     }
 
     [[noreturn]] static void failToChoose(std::vector<ImportSeries> const& series) {
-        ImportException failure("the pages are of several sizes or types and make " +
-                                    std::to_string(series.size()) +
-                                    " series; choose one with --series N, or pages with --page A:B",
-                                __func__, __FILE__, __LINE__);
-        failure.setSeries(series);
-        failure.setOption("--series 0");
-        throw failure;
+        refuse("the pages are of several sizes or types and make " + std::to_string(series.size()) +
+                   " series; choose one with --series N, or pages with --page A:B",
+               "--series 0", series);
     }
 
     void reportOtherSeries(std::vector<ImportSeries> const& series) {
