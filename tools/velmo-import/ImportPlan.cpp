@@ -57,6 +57,11 @@ class Planner {
             _plan.pages.push_back({page.file, page.stackOffset.value_or(page.page.offset), page.number, kind,
                                    page.stackOffset.has_value()});
         }
+        if (_nbMissing != 0 && !_files.front().list.noData.empty() && _files.front().list.noData != "0") {
+            refuse(std::to_string(_nbMissing) +
+                   " tiles or strips have no bytes in the file and stand for the value " +
+                   _files.front().list.noData + " (tag GDAL_NODATA), which is not supported");
+        }
         if (_nbMissing != 0) {
             add("sparse", std::to_string(_nbMissing) +
                               " tiles or strips have no bytes in the file: their pixels are zero");

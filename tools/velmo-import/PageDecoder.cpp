@@ -33,6 +33,20 @@ bool isWanted(Planes const& planes, vlUInt64 channel) {
     return channel < planes.size() && planes[channel] != nullptr;
 }
 
+/// The samples in planes of their own that are wanted; the first one if a chunk holds all samples.
+std::vector<std::uint16_t> listSamples(PageKind const& kind, Planes const& planes) {
+    if (!kind.shape.bSeparate || kind.pixels.decoding == eDecoding::Rgba) {
+        return {0};
+    }
+    std::vector<std::uint16_t> samples;
+    for (std::uint16_t sample = 0; sample < kind.shape.samples; ++sample) {
+        if (isWanted(planes, sample)) {
+            samples.push_back(sample);
+        }
+    }
+    return samples;
+}
+
 } // namespace
 
 /// The handle and the buffers of one thread.
@@ -208,16 +222,7 @@ BoolResult PageDecoder::decode(PageSource const& source, std::vector<std::byte*>
         merge(worker);
         return result ? success() : failure(place + ": " + result.getMessage());
     }
-    std::vector<std::uint16_t> samples; // in planes of their own
-    std::uint16_t const nbSeparate = kind.shape.bSeparate ? kind.shape.samples : 1;
-    for (std::uint16_t sample = 0; sample < nbSeparate; ++sample) {
-        if (!kind.shape.bSeparate || isWanted(planes, sample)) {
-            samples.push_back(sample);
-        }
-    }
-    if (kind.pixels.decoding == eDecoding::Rgba) {
-        samples = {0};
-    }
+    std::vector<std::uint16_t> const samples = listSamples(kind, planes);
     ChunkGrid const grid(kind.shape);
     vlUInt64 const nbUnits = grid.getNbChunks() * samples.size();
     vlUInt64 const nbThreads = std::min(chooseThreads(kind), nbUnits);

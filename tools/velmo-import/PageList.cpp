@@ -7,6 +7,7 @@
 #include "Refusal.h"
 
 #include <algorithm>
+#include <cstring>
 #include <set>
 
 namespace velmo::importer {
@@ -17,10 +18,22 @@ constexpr std::size_t g_maxShapes = 1000;
 constexpr std::uint32_t g_storedGeometryTag = 34377;
 constexpr char const* g_ownSoftware = "VELMO_Library";
 constexpr std::uint32_t g_metaMorphTag = 33629;
+constexpr std::uint32_t g_noDataTag = 42113;
 
 std::string readText(TiffHandle const& handle, std::uint32_t tag) {
     auto const text = handle.getTag<char const*>(tag);
     return text && *text != nullptr ? *text : std::string();
+}
+
+/// The value of a text tag that libtiff does not know; empty if it is missing.
+std::string readUnknownText(TiffHandle const& handle, std::uint32_t tag) {
+    std::uint32_t count = 0;
+    char const* pText = nullptr;
+    TIFFField const* const pField = TIFFFindField(handle.get(), tag, TIFF_ANY);
+    bool const bText = pField != nullptr && TIFFFieldDataType(pField) == TIFF_ASCII &&
+                       TIFFFieldPassCount(pField) != 0 &&
+                       TIFFGetField(handle.get(), tag, &count, &pText) == 1 && pText != nullptr;
+    return bText ? std::string(pText, strnlen(pText, count)) : std::string();
 }
 
 /// Whether the current directory has a tag whose value is an array of bytes or that libtiff does not know.
@@ -50,6 +63,7 @@ class ListReader {
     void readFirst() {
         _list.description = readText(_handle, TIFFTAG_IMAGEDESCRIPTION);
         _list.bMetaMorph = hasBytes(_handle, g_metaMorphTag);
+        _list.noData = readUnknownText(_handle, g_noDataTag);
         _list.bIccProfile = hasBytes(_handle, TIFFTAG_ICCPROFILE);
         _list.bBigEndian = TIFFIsBigEndian(_handle.get()) != 0;
     }

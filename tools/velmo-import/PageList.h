@@ -30,6 +30,7 @@ struct PageList {
     bool bMetaMorph = false; ///< a stack of which libtiff sees one plane
     bool bBigEndian = false; ///< the byte order of the file
     bool bIccProfile = false;
+    std::string noData; ///< GDAL: value of pixels without data
 
     std::vector<std::string> warnings; ///< of libtiff, about the directories
 

@@ -658,9 +658,13 @@ def oddities():
     refuse('py-48-bit.tif', 'refused', '48 bits', '48')
     empty = numpy.zeros((64, 64), 'u1')
     empty[:16, :16] = 7
+    tifffile.imwrite(source('nodata.tif'), numpy.where(empty == 0, 9, empty).astype('u1'), photometric='minisblack', metadata=None)
     tifffile.imwrite(source('sparse.tif'), empty, photometric='minisblack', metadata=None)
     run('gdal_translate', '-q', '-co', 'SPARSE_OK=YES', '-co', 'TILED=YES', '-co', 'BLOCKXSIZE=16', '-co', 'BLOCKYSIZE=16',
         source('sparse.tif'), path_of('gdal-sparse.tif'))
+    run('gdal_translate', '-q', '-co', 'SPARSE_OK=YES', '-co', 'TILED=YES', '-co', 'BLOCKXSIZE=16', '-co', 'BLOCKYSIZE=16',
+        '-a_nodata', '9', source('nodata.tif'), path_of('gdal-sparse-nodata.tif'))
+    refuse('gdal-sparse-nodata.tif', 'sparse', 'tiles without bytes that stand for 9', 'GDAL_NODATA')
     expect('gdal-sparse.tif', 'sparse', 'tiles without bytes', empty, ['sparse', 'tiles'], calibration=ONE)
 
 
