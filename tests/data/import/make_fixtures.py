@@ -465,7 +465,7 @@ def pages():
 
 
 def pyramids():
-    large = numpy.kron(grey('u1'), numpy.ones((4, 4), 'u1'))
+    large = numpy.kron(grey('u1'), numpy.ones((3, 3), 'u1'))
     tifffile.imwrite(source('large.tif'), large, photometric='minisblack', metadata=None)
     for name, extra in (('vips-pyramid.tif', []), ('vips-pyramid-subifd.tif', ['--subifd'])):
         run('vips', 'tiffsave', source('large.tif'), path_of(name), '--pyramid', '--tile', '--tile-width', '64',
@@ -504,9 +504,10 @@ def imagej():
             planes, expected = hyper(dtype, 2, 3, 2)
             metadata = {'axes': 'TZCYX', 'unit': 'um', 'spacing': 2.0}
             options = {'imagej': True, 'byteorder': order, 'resolution': (4, 2), 'metadata': metadata}
-            tf(f'tf-imagej-{dtype}-{end}.tif', planes, **options)
-            expect(f'tf-imagej-{dtype}-{end}.tif', 'imagej', 'a hyperstack', expected, ['axes'],
-                   calibration=size(0.25, 0.5, 'um', 2), color='user')
+            if dtype != 'f4':
+                tf(f'tf-imagej-{dtype}-{end}.tif', planes, **options)
+                expect(f'tf-imagej-{dtype}-{end}.tif', 'imagej', 'a hyperstack', expected, ['axes'],
+                       calibration=size(0.25, 0.5, 'um', 2), color='user')
             tf(f'tf-imagej-single-{dtype}-{end}.tif', planes, truncate=True, **options)
             expect(f'tf-imagej-single-{dtype}-{end}.tif', 'imagej-single', 'a hyperstack in one directory', expected,
                    ['axes', 'stack'], calibration=size(0.25, 0.5, 'um', 2), color='user')
