@@ -171,6 +171,18 @@ TEST(ImportTiff, RunsOnSeveralThreadsAtOnce) {
     EXPECT_EQ(80, nbEqual);
 }
 
+TEST(ImportTiff, AReadOfADamagedPlaneFailsEachTime) {
+    for (char const* const name : {"py-truncated-jpeg.tif", "py-damaged-tile.tif"}) {
+        ImportedTiff const imported(getSample(name), ImportOptions());
+        std::string bytes(imported.getImage()->getGeometry().getPlanMemorySize(0), ' ');
+        for (int round = 0; round < 3; ++round) {
+            EXPECT_FALSE(imported.getImage()->readPixels(
+                0, 0, 0, 0, imported.getImage()->getGeometry().getPlanNbPixels(), bytes.data()))
+                << name << round;
+        }
+    }
+}
+
 TEST(ImportTiff, StopsWithinAPlane) {
     TemporaryFolder const folder;
     writeTiff(folder / "tiled.tif", {makeTiledPage(COMPRESSION_NONE)});

@@ -240,6 +240,9 @@ BoolResult PageDecoder::decode(PageSource const& source, std::vector<std::byte*>
         if (_workers[thread]) {
             merge(*_workers[thread]);
         }
+        if (!result) { // a codec may accept a damaged chunk when it is decoded again on the same handle
+            _workers[thread].reset();
+        }
     }
     return result;
 }

@@ -683,6 +683,14 @@ def damaged():
     with open(path_of('py-truncated-tile.tif'), 'wb') as file:
         file.write(whole[:-100])
     refuse('py-truncated-tile.tif', 'damaged', 'a truncated tile', 'tile')
+    with open(path_of('gm-ycbcr-jpeg.tif'), 'rb') as file:
+        whole = bytearray(file.read())
+    with tifffile.TiffFile(path_of('gm-ycbcr-jpeg.tif')) as tiff:
+        end = tiff.pages[0].dataoffsets[0] + tiff.pages[0].databytecounts[0]
+    whole[end - 60:end] = bytes(60)
+    with open(path_of('py-truncated-jpeg.tif'), 'wb') as file:
+        file.write(whole)
+    refuse('py-truncated-jpeg.tif', 'damaged', 'a truncated JPEG strip', 'Premature end')
     tf_pages('tf-loop.tif', [(grey('u1', 1 + page), {'photometric': 'minisblack', **STRIP}) for page in range(2)])
     with tifffile.TiffFile(path_of('tf-loop.tif')) as tiff:
         first, second = (page.offset for page in tiff.pages)
