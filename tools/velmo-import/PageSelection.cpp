@@ -156,7 +156,6 @@ class Selector {
     }
 
     void reportSkipped(std::vector<std::size_t> const& full) {
-        std::string numbers;
         vlUInt64 nbReduced = 0;
         vlUInt64 nbMasks = 0;
         std::size_t next = 0;
@@ -172,14 +171,14 @@ class Selector {
         }
         if (nbReduced != 0) {
             add("skipped",
-                std::to_string(nbReduced) + " reduced pages (thumbnails, pyramid levels) were skipped");
+                "reduced pages (thumbnails, pyramid levels) that were skipped: " + std::to_string(nbReduced));
         }
         if (nbMasks != 0) {
-            add("skipped", std::to_string(nbMasks) + " masks were skipped");
+            add("skipped", "masks that were skipped: " + std::to_string(nbMasks));
         }
         if (_file.list.nbSubDirectories != 0) {
-            add("skipped", std::to_string(_file.list.nbSubDirectories) +
-                               " directories below the pages (pyramid levels) were skipped");
+            add("skipped", "directories below the pages (pyramid levels) that were skipped: " +
+                               std::to_string(_file.list.nbSubDirectories));
         }
         if (_file.list.bFromSubDirectories) {
             add("pages", "the pages are in directories below the first ones, which are reduced pages");

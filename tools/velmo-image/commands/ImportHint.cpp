@@ -34,10 +34,10 @@ std::string getImportLine(boost::filesystem::path const& file, std::string const
     return "velmo-image import " + toShellWord(file.string()) + ' ' + toShellWord(output.string()) + options;
 }
 
-std::string suggestImport(boost::filesystem::path const& file) {
+std::string suggestImport(boost::filesystem::path const& file, std::string const& separator) {
     PromptInterrupts const prompt; // a file may have a million directories
     auto const options = needsImport(file) ? importer::findImportOptions(file) : std::nullopt;
-    return options ? "\nTo import it: " + getImportLine(file, *options) : std::string();
+    return options ? separator + getImportLine(file, *options) : std::string();
 }
 
 std::vector<std::string> findFlattenedWarnings(boost::filesystem::path const& file) {

@@ -14,9 +14,10 @@ namespace velmo::tool {
 /// The command line that imports a TIFF file, such as "velmo-image import a.tif a-imported.tif".
 std::string getImportLine(boost::filesystem::path const& file, std::string const& options);
 
-/// A line feed and the command line that imports a TIFF file which the library cannot read; empty for a file
+/// `separator` and the command line that imports a TIFF file which the library cannot read; empty for a file
 /// that it can read, and for one that cannot be imported either.
-std::string suggestImport(boost::filesystem::path const& file);
+std::string suggestImport(boost::filesystem::path const& file,
+                          std::string const& separator = "\nTo import it: ");
 
 /// The warning that the planes of a hyperstack are read along one axis, with the command line that keeps the
 /// axes; empty for other files.

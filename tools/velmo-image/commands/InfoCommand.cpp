@@ -48,7 +48,7 @@ FileDescription InfoCommand::describe(std::string const& file, InputDescription 
         description.pImage = image.pImage;
         description.warnings = _bCheck ? findWarnings(image) : findTileWarnings(image);
         if (!_bCheck && !description.warnings.empty()) {
-            description.warnings.front() += suggestImport(file);
+            description.warnings.front() += suggestImport(file, "; to import it: ");
         }
         if (format == eFileFormat::Tiff) {
             std::vector<std::string> const flattened = findFlattenedWarnings(file);
