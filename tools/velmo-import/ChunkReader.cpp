@@ -67,16 +67,13 @@ BoolResult ChunkReader::failToDecode() {
 
 /// A truncated JPEG or fax chunk is only a warning of libtiff.
 BoolResult ChunkReader::requireNoPrematureEnd() {
-    std::vector<std::string> const warnings = _handle.takeWarnings();
-    for (std::string const& warning : warnings) {
-        if (warning.find("remature") != std::string::npos) {
-            return failure(warning);
-        }
+    for (std::string const& warning : _handle.takeWarnings()) {
         if (_warnings.size() < g_maxWarnings) {
             _warnings.insert(warning);
         }
     }
-    return success();
+    std::string const end = _handle.takePrematureEnd();
+    return end.empty() ? success() : failure(end);
 }
 
 BoolResult ChunkReader::requirePlausible(Chunk const& chunk, vlUInt64 nbBytes) const {
@@ -93,7 +90,9 @@ BoolResult ChunkReader::requirePlausible(Chunk const& chunk, vlUInt64 nbBytes) c
 }
 
 BoolResult ChunkReader::read(Chunk const& chunk, std::vector<std::byte>& buffer, RowSink const& sink) {
-    static_cast<void>(_handle.takeError());
+    static_cast<void>(_handle.takeError()); // about the directory
+    static_cast<void>(_handle.takeWarnings());
+    static_cast<void>(_handle.takePrematureEnd());
     if (_kind.decoding == eDecoding::Rgba) {
         return readRgba(chunk, buffer, sink);
     }

@@ -57,16 +57,27 @@ class Planner {
             _plan.pages.push_back({page.file, page.stackOffset.value_or(page.page.offset), page.number, kind,
                                    page.stackOffset.has_value()});
         }
-        if (_nbMissing != 0 && !_files.front().list.noData.empty() && _files.front().list.noData != "0") {
-            refuse(std::to_string(_nbMissing) +
-                   " tiles or strips have no bytes in the file and stand for the value " +
-                   _files.front().list.noData + " (tag GDAL_NODATA), which is not supported");
-        }
         if (_nbMissing != 0) {
+            requireSparse();
             add("sparse", std::to_string(_nbMissing) +
                               " tiles or strips have no bytes in the file: their pixels are zero");
         }
         choosePaletteBits();
+    }
+
+    /// Tiles or strips without bytes must be missing on purpose and stand for zero.
+    void requireSparse() const {
+        std::string const missing = std::to_string(_nbMissing) + " tiles or strips have no bytes in the file";
+        bool const bIncomplete = std::any_of(
+            _files.begin(), _files.end(), [](ListedFile const& file) { return file.list.bIncompleteTable; });
+        if (bIncomplete) {
+            refuse(missing + ": the table of their positions is incomplete");
+        }
+        std::string const& noData = _files.front().list.noData;
+        if (!noData.empty() && noData != "0") {
+            refuse(missing + " and stand for the value " + noData +
+                   " (tag GDAL_NODATA), which is not supported");
+        }
     }
 
     void requireBytes(SelectedPage const& page) {

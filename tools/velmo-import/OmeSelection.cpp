@@ -249,12 +249,12 @@ class OmeSelector {
             used.emplace(page.file, page.number);
         }
         if (nbDirectories > used.size()) {
-            add("skipped", std::to_string(nbDirectories - used.size()) +
-                               " directories that are not planes of the image were skipped");
+            add("skipped", "directories that are not planes of the image and were skipped: " +
+                               std::to_string(nbDirectories - used.size()));
         }
         if (nbBelow != 0) {
             add("skipped",
-                std::to_string(nbBelow) + " directories below the pages (pyramid levels) were skipped");
+                "directories below the pages (pyramid levels) that were skipped: " + std::to_string(nbBelow));
         }
         if (_axes.sizeC * _axes.sizeT > 1) {
             add("axes", "axes as OME-XML describes them: " + describeAxes(_image.axes));

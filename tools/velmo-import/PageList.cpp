@@ -56,6 +56,7 @@ class ListReader {
         }
         _list.nbSubDirectories = _list.bFromSubDirectories ? 0 : _subDirectories.size();
         _list.warnings = _handle.takeWarnings();
+        _list.bIncompleteTable = _handle.hasIncompleteTable();
         return std::move(_list);
     }
 

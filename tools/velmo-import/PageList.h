@@ -33,6 +33,7 @@ struct PageList {
     std::string noData; ///< GDAL: value of pixels without data
 
     std::vector<std::string> warnings; ///< of libtiff, about the directories
+    bool bIncompleteTable = false;     ///< a table of tiles or strips has another length than their number
 
     PageShape const& getShape(Page const& page) const { return shapes[page.shape]; }
 };

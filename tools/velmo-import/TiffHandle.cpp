@@ -68,18 +68,12 @@ struct TiffHandle::Client {
 
     static int keepWarning(TIFF* /*pTiff*/, void* pClient, char const* /*module*/, char const* format,
                            va_list arguments) {
-        bool const bUnknownTag = std::strstr(format, "Unknown field with tag") != nullptr;
-        std::vector<std::string>& warnings = toHandle(pClient)._warnings;
-        if (bUnknownTag || warnings.size() == g_maxWarnings) {
-            return 1;
-        }
-        try {
-            std::string const text = formatText(format, arguments);
-            if (std::find(warnings.begin(), warnings.end(), text) == warnings.end()) {
-                warnings.push_back(text);
+        if (std::strstr(format, "Unknown field with tag") == nullptr) {
+            try {
+                toHandle(pClient).keep(formatText(format, arguments));
+            } catch (...) {
+                return 1;
             }
-        } catch (...) {
-            return 1;
         }
         return 1;
     }
@@ -104,6 +98,24 @@ TiffHandle::TiffHandle(InputFilePtr const& pFile) : _pFile(pFile) {
 
 TiffHandle::~TiffHandle() {
     TIFFClose(_pTiff);
+}
+
+/// Those on which a decision depends are kept even if there are many others.
+void TiffHandle::keep(std::string const& warning) {
+    bool const bTable = warning.find("Incorrect count for \"Strip") != std::string::npos ||
+                        warning.find("Incorrect count for \"Tile") != std::string::npos;
+    _bIncompleteTable = _bIncompleteTable || bTable;
+    if (_prematureEnd.empty() && warning.find("remature") != std::string::npos) {
+        _prematureEnd = warning;
+    }
+    bool const bKnown = std::find(_warnings.begin(), _warnings.end(), warning) != _warnings.end();
+    if (!bKnown && _warnings.size() < g_maxWarnings) {
+        _warnings.push_back(warning);
+    }
+}
+
+std::string TiffHandle::takePrematureEnd() {
+    return std::exchange(_prematureEnd, {});
 }
 
 bool TiffHandle::select(vlUInt64 offset) {

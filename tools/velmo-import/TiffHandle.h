@@ -33,6 +33,11 @@ class TiffHandle {
     /// libtiff's warnings since the last call, without those about unknown tags; at most a few.
     std::vector<std::string> takeWarnings();
 
+    /// libtiff's first warning about a chunk that ends early, since the last call; empty if there was none.
+    std::string takePrematureEnd();
+    /// Whether a table of tiles or strips had another length than their number, since the opening.
+    bool hasIncompleteTable() const { return _bIncompleteTable; }
+
     /// The value of a tag that libtiff stores as this type.
     template <class Value>
     std::optional<Value> getTag(std::uint32_t tag) const {
@@ -48,11 +53,15 @@ class TiffHandle {
   private:
     struct Client;
 
+    void keep(std::string const& warning);
+
     InputFilePtr const _pFile;
     TIFF* _pTiff = nullptr;
     vlUInt64 _position = 0;
     std::string _error;
     std::vector<std::string> _warnings;
+    std::string _prematureEnd;
+    bool _bIncompleteTable = false;
 };
 
 } // namespace velmo::importer

@@ -701,6 +701,10 @@ def damaged():
         file.write(struct.pack('<I', first))
     os.rename(path_of('tf-loop.tif'), path_of('py-loop.tif'))
     refuse('py-loop.tif', 'damaged', 'a chain that runs in a circle', 'chain of directories')
+    tags = [tag for tag in plain_tiff.image_tags(WIDTH, HEIGHT, 8, compression=8) if tag[0] != 278]
+    plain_tiff.write(path_of('py-incomplete-table.tif'), tags + [(278, plain_tiff.LONG, [5])],
+                     zlib.compress(grey('u1')[:5].tobytes()))
+    refuse('py-incomplete-table.tif', 'damaged', 'positions of three strips are missing', 'the table of their positions')
     plain_tiff.write(path_of('py-huge.tif'), plain_tiff.image_tags(2 ** 31 - 1, 2 ** 31 - 1, 8), bytes(16))
     refuse('py-huge.tif', 'damaged', 'more pixels than bytes', 'more pixels than the file holds')
     plain_tiff.write(path_of('py-huge-lzw.tif'), plain_tiff.image_tags(2 ** 20, 2 ** 20, 8, compression=5), bytes(16))
