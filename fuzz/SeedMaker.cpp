@@ -19,6 +19,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 #include <cstdio>
+#include <iterator>
 #include <sstream>
 #include <tiffio.h>
 
@@ -70,6 +71,21 @@ void makeTiffSeeds(fs::path const& fixtures, fs::path const& seeds) {
             files.add(FuzzSeed(bytes).putByte(mode % 6));
             files.add(FuzzSeed(bytes.substr(0, bytes.size() * 2 / 3)).putByte(mode % 6)); // a truncated copy
             ++mode;
+        }
+    }
+}
+
+/// `fixtures` is the folder of TIFF files; that of the files to import is beside it.
+void makeImportSeeds(fs::path const& fixtures, fs::path const& seeds) {
+    Seeds files(seeds, "import");
+    constexpr unsigned int choices[] = {0, 1, 4, 8, 16, 32};
+    unsigned int number = 0;
+    for (fs::directory_entry const& entry : fs::directory_iterator(fixtures.parent_path() / "import")) {
+        if (entry.path().extension() == ".tif") {
+            std::string const bytes = readBytes(entry.path());
+            files.add(FuzzSeed(bytes).putByte(choices[number % std::size(choices)]));
+            files.add(FuzzSeed(bytes.substr(0, bytes.size() * 2 / 3)).putByte(0)); // a truncated copy
+            ++number;
         }
     }
 }
@@ -231,6 +247,7 @@ int main(int argc, char** argv) {
     boost::filesystem::path const seeds(argv[2]);
     velmo::fuzz::Sandbox::get();
     velmo::fuzz::makeTiffSeeds(argv[1], seeds);
+    velmo::fuzz::makeImportSeeds(argv[1], seeds);
     velmo::fuzz::makeRecordSeeds(seeds);
     velmo::fuzz::makeIm6Seeds(seeds);
     velmo::fuzz::makeRawSeeds(seeds);

@@ -121,7 +121,8 @@ TEST_F(ForeignTiff, BigEndianStacksGiveNumbersOfThisMachineInEveryCommand) {
     for (char const* const name : g_bigEndianStacks) {
         SCOPED_TRACE(name);
         ForeignFile const& file = _files.at(name);
-        EXPECT_EQ(json::array(), describe({"--check", file.path.string()}).at("warnings"));
+        bool const bChannels = std::string(name) == "tf-imagej-stack-u2-be.tif"; // which are read as planes
+        EXPECT_EQ(bChannels ? 1U : 0U, describe({"--check", file.path.string()}).at("warnings").size());
         expectDone(convert(file));
         std::string const pixels = read("out.raw");
         EXPECT_EQ(file.planes, getChecksums(pixels, file.planes.size()));

@@ -30,13 +30,13 @@ TEST_F(Usage, TheHelpNamesTheCommandsAndTheExitStatuses) {
     ToolResult const result = runTool({"--help"});
     expectDone(result);
     for (char const* const text :
-         {"info", "convert", "preview", "stack", "resample", "match", "130 interrupted"}) {
+         {"info", "convert", "import", "preview", "stack", "resample", "match", "130 interrupted"}) {
         EXPECT_THAT(result.out, HasSubstr(text));
     }
 }
 
 TEST_F(Usage, TheHelpOfEachCommandEndsWithExamples) {
-    for (char const* const command : {"info", "convert", "preview", "stack", "resample", "match"}) {
+    for (char const* const command : {"info", "convert", "import", "preview", "stack", "resample", "match"}) {
         ToolResult const result = runTool({command, "--help"});
         expectDone(result);
         std::size_t const examples = result.out.find("\nExamples:\n  velmo-image " + std::string(command));
@@ -46,7 +46,7 @@ TEST_F(Usage, TheHelpOfEachCommandEndsWithExamples) {
 }
 
 TEST_F(Usage, TheHelpFitsInto80ColumnsButForItsExamplesAndLongWords) {
-    for (char const* const command : {"info", "convert", "preview", "stack", "resample", "match"}) {
+    for (char const* const command : {"info", "convert", "import", "preview", "stack", "resample", "match"}) {
         std::istringstream help(runTool({command, "--help"}).out);
         for (std::string line; std::getline(help, line) && line != "Examples:";) {
             bool const bLongWord = line.find("uint8|") != std::string::npos;

@@ -70,7 +70,9 @@ TEST_P(WrongUse, IsExplainedBeforeAnyWork) {
 INSTANTIATE_TEST_SUITE_P(
     Lines, WrongUse,
     testing::ValuesIn(WrongLines{
-        {"Nothing", {}, {"info, convert, preview, stack, resample, match", "see velmo-image --help\n"}},
+        {"Nothing",
+         {},
+         {"info, convert, import, preview, stack, resample, match", "see velmo-image --help\n"}},
         {"NoSuchCommand", {"undo", "x"}, {"\"undo\"", "info, convert", "see velmo-image --help\n"}},
         {"SwappedLetters", {"inof", "x"}, {"\"inof\"", "did you mean info? see velmo-image --help\n"}},
         {"MissingLetters", {"resampl"}, {"\"resampl\"", "did you mean resample?"}},

@@ -15,6 +15,8 @@ import sys
 import pages
 
 WIDTH, HEIGHT, PLANES, OFFSET = 181, 217, 181, 352
+FOREIGN = {"cells.ome.tif": "tf-ome-le.ome.tif", "hyperstack.tif": "ij-hyperstack-be.tif",
+           "height.tif": "tf-tiled-f4-le.tif", "slide.tif": "vips-pyramid.tif", "scan.tif": "py-white-1-bit.tif"}
 SHELL = re.compile(r"^```shell\n(.*?)^```$(?:\n+<!-- output -->\n```text\n(.*?)^```$)?", re.MULTILINE | re.DOTALL)
 
 
@@ -38,6 +40,8 @@ def prepare(folder):
     (folder / "ch2.nii").write_bytes(bytes(OFFSET) + b"".join(planes))
     for z, plane in enumerate(planes):
         (folder / "planes" / f"z{z}.tif").write_bytes(make_tiff(plane))
+    for name, source in FOREIGN.items():
+        shutil.copy(pages.ROOT / "tests/data/import" / source, folder / name)
     (folder / "steps.txt").write_text("".join("1\n" if z < 90 else "2\n" for z in range(PLANES - 1)))
 
 

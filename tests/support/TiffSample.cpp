@@ -48,12 +48,29 @@ void writeStrips(TIFF* pTiff, TiffPage const& page, std::string pixels) {
     }
 }
 
-/// Tiles of one value each: what is in them is not to be read.
+/// The part of a page that a tile holds, row by row. What is outside of the page is 'x'.
+std::string cutTile(TiffPage const& page, std::uint32_t index) {
+    std::uint32_t const nbAcross = (page.sizeX + page.tileSize - 1) / page.tileSize;
+    std::uint32_t const x = index % nbAcross * page.tileSize;
+    std::uint32_t const y = index / nbAcross * page.tileSize;
+    std::size_t const pixelSize = std::size_t{page.samples} * page.bits / 8;
+    std::size_t const nbBytes = std::min(page.tileSize, page.sizeX - x) * pixelSize;
+    std::string tile(page.tileSize * page.tileSize * pixelSize, 'x');
+    for (std::uint32_t row = 0; row < std::min(page.tileSize, page.sizeY - y); ++row) {
+        std::size_t const start = (std::size_t{y} + row) * page.countRowBytes() + x * pixelSize;
+        tile.replace(row * page.tileSize * pixelSize, nbBytes, page.pixels, start, nbBytes);
+    }
+    return tile;
+}
+
+/// Tiles of the pixels; without pixels, tiles of one value, which are not to be read.
 void writeTiles(TIFF* pTiff, TiffPage const& page) {
     TIFFSetField(pTiff, TIFFTAG_TILEWIDTH, page.tileSize);
     TIFFSetField(pTiff, TIFFTAG_TILELENGTH, page.tileSize);
-    std::string tile(static_cast<std::size_t>(TIFFTileSize(pTiff)), 'x');
+    bool const bPixels = page.pixels.size() == page.countBytes() && page.bits % 8 == 0;
     for (std::uint32_t index = 0; index < TIFFNumberOfTiles(pTiff); ++index) {
+        std::string tile =
+            bPixels ? cutTile(page, index) : std::string(static_cast<std::size_t>(TIFFTileSize(pTiff)), 'x');
         ASSERT_NE(-1, TIFFWriteEncodedTile(pTiff, index, tile.data(), -1));
     }
 }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "commands/ConvertCommand.h"
+#include "commands/ImportCommand.h"
 #include "commands/InfoCommand.h"
 #include "commands/MatchCommand.h"
 #include "commands/PreviewCommand.h"
@@ -29,6 +30,7 @@ eExitStatus runCommand(int argc, char** argv) {
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<InfoCommand>(line));
     commands.push_back(std::make_unique<ConvertCommand>(line));
+    commands.push_back(std::make_unique<ImportCommand>(line));
     commands.push_back(std::make_unique<PreviewCommand>(line));
     commands.push_back(std::make_unique<StackCommand>(line));
     commands.push_back(std::make_unique<ResampleCommand>(line));

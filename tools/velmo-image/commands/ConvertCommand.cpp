@@ -3,6 +3,7 @@
 
 #include "commands/ConvertCommand.h"
 
+#include "commands/ImportHint.h"
 #include "input/InputWarnings.h"
 #include "terminal/Terminal.h"
 
@@ -27,9 +28,17 @@ eExitStatus ConvertCommand::run() const {
     InputDescription const description = _input.describe({_inputFile});
     _output.requireHeaderApartFrom(_inputFile, "the input");
     _output.requireWritable();
-    InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
-    printWarnings(_inputFile, findWarnings(input));
-    _output.save(toSource(input));
+    eFileFormat const format = _input.getFormat(_inputFile);
+    auto const convert = [&] {
+        InputImage const input = openInput(_inputFile, format, description);
+        printWarnings(_inputFile, findWarnings(input));
+        _output.save(toSource(input));
+    };
+    if (format == eFileFormat::Tiff) {
+        withImportHint(_inputFile, convert);
+    } else {
+        convert();
+    }
     return eES_Done;
 }
 

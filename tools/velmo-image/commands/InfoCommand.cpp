@@ -5,6 +5,7 @@
 
 #include "FileExercise.h"
 #include "commands/FileDescription.h"
+#include "commands/ImportHint.h"
 #include "input/InputWarnings.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
@@ -45,8 +46,15 @@ FileDescription InfoCommand::describe(std::string const& file, InputDescription 
     try {
         InputImage const image = openInput(file, format, input);
         description.pImage = image.pImage;
+        description.warnings = _bCheck ? findWarnings(image) : findTileWarnings(image);
+        if (!_bCheck && !description.warnings.empty()) {
+            description.warnings.front() += suggestImport(file, "; to import it: ");
+        }
+        if (format == eFileFormat::Tiff) {
+            std::vector<std::string> const flattened = findFlattenedWarnings(file);
+            description.warnings.insert(description.warnings.end(), flattened.begin(), flattened.end());
+        }
         if (_bCheck) {
-            description.warnings = findWarnings(image);
             description.error = findDamage(file, image);
         }
     } catch (BaseException const& failure) {
@@ -55,6 +63,7 @@ FileDescription InfoCommand::describe(std::string const& file, InputDescription 
         description.error = failure.what();
     }
     if (!description.error.empty()) {
+        description.error += format == eFileFormat::Tiff ? suggestImport(file) : std::string();
         printMessage(description.error);
     }
     return description;

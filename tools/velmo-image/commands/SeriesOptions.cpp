@@ -3,6 +3,7 @@
 
 #include "commands/SeriesOptions.h"
 
+#include "commands/ImportHint.h"
 #include "input/FileSeries.h"
 #include "input/InputOptions.h"
 #include "output/OutputFile.h"
@@ -59,6 +60,19 @@ void SeriesOptions::requireFinished(fs::path const& file) const {
         throw WorkFailure("cannot read " + quoted(file.string()) +
                           ": it is an unfinished output of velmo-image that matches " + quoted(_pattern));
     }
+}
+
+std::string SeriesOptions::suggestImport(std::string const& message) const {
+    for (TiffFileSeries::File const& file : listMatches(findSeries(_directory, _pattern))) {
+        if (message.find(quoted(file.path.string())) != std::string::npos ||
+            message.find(file.path.string() + '\n') != std::string::npos) {
+            std::string const suggestion = tool::suggestImport(file.path);
+            if (!suggestion.empty()) {
+                return suggestion;
+            }
+        }
+    }
+    return {};
 }
 
 void SeriesOptions::failWithoutMatch() const {

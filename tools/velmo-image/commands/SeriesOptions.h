@@ -28,6 +28,9 @@ class SeriesOptions {
     /// --strict and warnings without it. An output that a later run would read as input is a warning.
     void check(OutputOptions const& output) const;
     [[noreturn]] void failWithoutMatch() const;
+    /// The suggestion to import the file that a message names, if it is one of the files and the library
+    /// cannot read it; otherwise empty.
+    std::string suggestImport(std::string const& message) const;
 
   private:
     void requireFinished(boost::filesystem::path const& file) const;

@@ -38,13 +38,25 @@ eExitStatus StackCommand::run() const {
     _series.getBufferMode();
     image::file::eTiffDirectoryMode const directoryMode = parseDirectoryMode("--along", _along);
     _series.check(_output);
+    std::string text;
+    try {
+        stack(directoryMode);
+        return eES_Done;
+    } catch (BaseException const& failure) {
+        text = getFullText(failure);
+    } catch (WorkFailure const& failure) {
+        text = failure.what();
+    }
+    throw WorkFailure(text + _series.suggestImport(text));
+}
+
+void StackCommand::stack(image::file::eTiffDirectoryMode directoryMode) const {
     image::ImagePtr const pImage = open(directoryMode);
     if (!pImage) {
         _series.failWithoutMatch(); // removed since the check
     }
     printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
     _output.save({pImage, false, true});
-    return eES_Done;
 }
 
 } // namespace velmo::tool

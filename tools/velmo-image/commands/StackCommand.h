@@ -16,6 +16,7 @@ class StackCommand : public Command {
     eExitStatus run() const override;
 
   private:
+    void stack(image::file::eTiffDirectoryMode directoryMode) const;
     image::ImagePtr open(image::file::eTiffDirectoryMode directoryMode) const;
 
     SeriesOptions _series;

@@ -10,6 +10,7 @@ _velmo_image_options() {
     case $1 in
     info) echo "--help --json --check $input" ;;
     convert) echo "--help $input $output --calibration-tags" ;;
+    import) echo "--help $output --calibration-tags --series --page --axes --palette --to-rgb --min-is-black --lossy --json" ;;
     preview) echo "--help --z --c --t --montage --max-size --range $input --overwrite --quiet" ;;
     stack) echo "--help --pixels --strict --along $output --calibration-tags" ;;
     resample) echo "--help --pixels --strict $output --size-z --interpolation" ;;
@@ -30,7 +31,8 @@ _velmo_image_values() {
     --pixels) echo 'default binary label' ;;
     --compression) echo 'none lzw deflate' ;;
     --interpolation) echo 'nearest linear cubic' ;;
-    --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory) echo - ;;
+    --palette) echo 'index rgb' ;;
+    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory) echo - ;;
     esac
 }
 
@@ -90,7 +92,7 @@ _velmo_image() {
     elif [ -z "$names_only" ] && [ "${word#-}" != "$word" ]; then
         values=$(_velmo_image_options "$command")
     elif [ -z "$command" ]; then
-        values='info convert preview stack resample match'
+        values='info convert import preview stack resample match'
         _velmo_image_offer "$word" none
     else
         _velmo_image_offer "$word" "$(_velmo_image_place "$command" "$place")"

@@ -43,17 +43,24 @@ Warnings findIm6Warnings(InputImage const& input) {
             " bytes of pixels, the file has " + std::to_string(*nbFound)};
 }
 
+std::string countOf(vlUInt64 nbDirectories, image::file::TiffFileReport const& report) {
+    return std::to_string(nbDirectories) + " of " + std::to_string(report.nbDirectories) + " directories ";
+}
+
+Warnings describeTiles(image::file::TiffFileReport const& report) {
+    if (report.nbTiled == 0) {
+        return {};
+    }
+    return {countOf(report.nbTiled, report) + "are tiled: tiles cannot be read"};
+}
+
 Warnings findTiffWarnings(InputImage const& input) {
     PromptInterrupts const prompt; // a file may have a million directories
     image::file::TiffFileReport const report =
         image::file::describeTiffFile(input.pImage->getAccessor()->getFilePath());
-    std::string const ofAll = " of " + std::to_string(report.nbDirectories) + " directories ";
-    Warnings warnings;
-    if (report.nbTiled != 0) {
-        warnings.push_back(std::to_string(report.nbTiled) + ofAll + "are tiled: tiles cannot be read");
-    }
+    Warnings warnings = describeTiles(report);
     if (report.nbTurned != 0) {
-        warnings.push_back(std::to_string(report.nbTurned) + ofAll +
+        warnings.push_back(countOf(report.nbTurned, report) +
                            "have another orientation than top left: rows are read as stored");
     }
     return warnings;
@@ -78,6 +85,14 @@ Warnings findWarnings(InputImage const& input) {
     Warnings const negative = findNegativeWarnings(*input.pImage);
     warnings.insert(warnings.end(), negative.begin(), negative.end());
     return warnings;
+}
+
+Warnings findTileWarnings(InputImage const& input) {
+    if (input.format != eFileFormat::Tiff) {
+        return {};
+    }
+    PromptInterrupts const prompt; // a file may have a million directories
+    return describeTiles(image::file::describeTiffFile(input.pImage->getAccessor()->getFilePath()));
 }
 
 Warnings findNegativeWarnings(image::BaseImage const& image) {

@@ -9,6 +9,7 @@
 #include <VELMOBase/ReplacedFile.h>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
+#include <memory>
 
 namespace velmo::tool {
 
@@ -73,11 +74,23 @@ void requireWritableTarget(fs::path const& target, bool bOverwrite) {
 }
 
 void writeOutput(fs::path const& target, bool bOverwrite, std::function<void(fs::path const&)> const& write) {
-    requireWritableTarget(target, bOverwrite);
-    ReplacedFile file(target, bOverwrite ? eOldFile::Replace : eOldFile::Refuse);
-    require(file.create(), "create", target);
-    callWriter(write, file);
-    require(file.commit(), "write", target);
+    writeOutputs({{target, write}}, bOverwrite);
+}
+
+void writeOutputs(std::vector<OutputTarget> const& targets, bool bOverwrite) {
+    for (OutputTarget const& target : targets) {
+        requireWritableTarget(target.path, bOverwrite);
+    }
+    std::vector<std::unique_ptr<ReplacedFile>> files;
+    for (OutputTarget const& target : targets) {
+        files.push_back(
+            std::make_unique<ReplacedFile>(target.path, bOverwrite ? eOldFile::Replace : eOldFile::Refuse));
+        require(files.back()->create(), "create", target.path);
+        callWriter(target.write, *files.back());
+    }
+    for (std::size_t index = 0; index < targets.size(); ++index) {
+        require(files[index]->commit(), "write", targets[index].path);
+    }
 }
 
 } // namespace velmo::tool

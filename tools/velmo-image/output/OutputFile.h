@@ -5,6 +5,7 @@
 
 #include <boost/filesystem/path.hpp>
 #include <functional>
+#include <vector>
 
 namespace velmo::tool {
 
@@ -19,6 +20,14 @@ namespace velmo::tool {
 /// Failures of `write` are thrown on, with the target's name in place of the temporary one.
 void writeOutput(boost::filesystem::path const& target, bool bOverwrite,
                  std::function<void(boost::filesystem::path const&)> const& write);
+
+/// A file to write and the function that writes it under the name that it is called with.
+struct OutputTarget {
+    boost::filesystem::path path;
+    std::function<void(boost::filesystem::path const&)> write;
+};
+/// The same for several files, which get their names together: a failure leaves none of them.
+void writeOutputs(std::vector<OutputTarget> const& targets, bool bOverwrite);
 
 /// What a chain of symbolic links ends at, whether that exists or not. Throws WorkFailure for a circle.
 boost::filesystem::path followLinks(boost::filesystem::path path);

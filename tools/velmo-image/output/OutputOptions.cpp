@@ -174,8 +174,25 @@ OutputOptions::Writer OutputOptions::createWriter(image::DiskImagePtr const& pIm
 }
 
 void OutputOptions::save(ObservedSource const& source) const {
-    Progress progress(source.pImage->getGeometry().getNbPixels(), _bQuiet);
-    writeOutput(_file, _bOverwrite, createWriter(observe(source, progress)));
+    saveAll({{_file, source}});
+}
+
+void OutputOptions::saveAll(std::vector<OutputImage> const& images) const {
+    vlUInt64 nbPixels = 0;
+    for (OutputImage const& image : images) {
+        nbPixels += image.source.pImage->getGeometry().getNbPixels();
+    }
+    Progress progress(nbPixels, _bQuiet);
+    std::vector<OutputTarget> targets;
+    targets.reserve(images.size());
+    for (OutputImage const& image : images) {
+        targets.push_back({image.file, createWriter(observe(image.source, progress))});
+    }
+    writeOutputs(targets, _bOverwrite);
+}
+
+bool OutputOptions::isTiff() const {
+    return getFormat() == eFileFormat::Tiff;
 }
 
 } // namespace velmo::tool

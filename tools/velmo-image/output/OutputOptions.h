@@ -15,6 +15,12 @@ namespace velmo::tool {
 
 class CommandOptions;
 
+/// An image and the file to which it is written.
+struct OutputImage {
+    boost::filesystem::path file;
+    ObservedSource source;
+};
+
 /// The output file of a command, and the options that say how an image is written to it.
 class OutputOptions {
   public:
@@ -36,6 +42,10 @@ class OutputOptions {
     void requireWritable() const;
     /// Writes the image plane by plane, with a progress bar, by `writeOutput`; an interrupt stops it.
     void save(ObservedSource const& source) const;
+    /// The same for images whose files are named by the caller; a failure leaves none of them.
+    void saveAll(std::vector<OutputImage> const& images) const;
+    /// Whether the output is a TIFF file.
+    bool isTiff() const;
 
   private:
     using Writer = std::function<void(boost::filesystem::path const&)>;

@@ -93,7 +93,8 @@ bool CommandOptions::isChosen() const {
 
 CommandLine::CommandLine(std::string const& version)
     : _pApp(std::make_unique<CLI::App>(
-          "Inspect, convert, preview, join and resample image files: TIFF, Im6 and raw", "velmo-image")) {
+          "Inspect, convert, import, preview, join and resample image files: TIFF, Im6 and raw",
+          "velmo-image")) {
     _pApp->formatter(std::make_shared<HelpFormatter>()); // before the commands, which take it over
     _pApp->set_version_flag("--version", version);
     _pApp->require_subcommand(1);

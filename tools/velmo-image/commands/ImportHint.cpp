@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "commands/ImportHint.h"
+
+#include "terminal/Interrupt.h"
+#include "terminal/ShellWord.h"
+
+#include <ImportTiff.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
+
+namespace velmo::tool {
+
+namespace {
+
+/// Whether the library cannot open the file, or cannot read tiles in it.
+bool needsImport(boost::filesystem::path const& file) {
+    try {
+        if (image::file::describeTiffFile(file).nbTiled != 0) {
+            return true;
+        }
+        image::file::openTiffImageFile(file, image::file::TiffReadOptions());
+        return false;
+    } catch (BaseException const&) {
+        return true;
+    }
+}
+
+} // namespace
+
+std::string getImportLine(boost::filesystem::path const& file, std::string const& options) {
+    boost::filesystem::path output = file.parent_path() / file.stem();
+    output += "-imported.tif";
+    return "velmo-image import " + toShellWord(file.string()) + ' ' + toShellWord(output.string()) + options;
+}
+
+std::string suggestImport(boost::filesystem::path const& file, std::string const& separator) {
+    PromptInterrupts const prompt; // a file may have a million directories
+    auto const options = needsImport(file) ? importer::findImportOptions(file) : std::nullopt;
+    return options ? separator + getImportLine(file, *options) : std::string();
+}
+
+std::vector<std::string> findFlattenedWarnings(boost::filesystem::path const& file) {
+    PromptInterrupts const prompt;
+    auto const axes = importer::findFlattenedAxes(file);
+    if (!axes) {
+        return {};
+    }
+    return {"the file describes the axes " + *axes +
+            ", its planes are read along one axis; to keep the axes: " + getImportLine(file, "")};
+}
+
+} // namespace velmo::tool

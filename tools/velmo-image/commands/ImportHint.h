@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "terminal/Failure.h"
+
+#include <boost/filesystem/path.hpp>
+#include <string>
+#include <vector>
+
+namespace velmo::tool {
+
+/// The command line that imports a TIFF file, such as "velmo-image import a.tif a-imported.tif".
+std::string getImportLine(boost::filesystem::path const& file, std::string const& options);
+
+/// `separator` and the command line that imports a TIFF file which the library cannot read; empty for a file
+/// that it can read, and for one that cannot be imported either.
+std::string suggestImport(boost::filesystem::path const& file,
+                          std::string const& separator = "\nTo import it: ");
+
+/// The warning that the planes of a hyperstack are read along one axis, with the command line that keeps the
+/// axes; empty for other files.
+std::vector<std::string> findFlattenedWarnings(boost::filesystem::path const& file);
+
+/// Does work on a TIFF file. The text of a failure ends with the suggestion to import the file.
+template <class Work>
+auto withImportHint(boost::filesystem::path const& file, Work const& work) {
+    std::string text;
+    try {
+        return work();
+    } catch (BaseException const& failure) {
+        text = getFullText(failure);
+    } catch (WorkFailure const& failure) {
+        text = failure.what();
+    }
+    throw WorkFailure(text + suggestImport(file));
+}
+
+} // namespace velmo::tool

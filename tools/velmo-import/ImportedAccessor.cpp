@@ -1,0 +1,110 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ImportedAccessor.h"
+
+#include "Refusal.h"
+
+#include <VELMOImage/ImageFactory.h>
+#include <VELMOImage/ImageGeometry.h>
+#include <boost/make_shared.hpp>
+#include <stdexcept>
+
+namespace velmo::importer {
+
+namespace {
+
+[[noreturn]] void refuseCopy() {
+    throw std::logic_error("an imported image has no copies");
+}
+
+} // namespace
+
+ImportedAccessor::ImportedAccessor(std::shared_ptr<ImportSource> const& pSource, ImagePart const& part)
+    : _pSource(pSource), _part(part) {
+    image::BaseImageGeometry const& whole = pSource->getGeometry();
+    image::VolumeGeometry volume;
+    if (whole.getVolumeGeometryType() == image::eVGT_3d) {
+        volume.init3d(part.nbZ);
+    }
+    image::TemporalGeometry temporal;
+    if (whole.getTemporalGeometryType() == image::eTGT_Sequence) {
+        temporal.initSequence(part.nbT);
+    }
+    image::ImageGeometryPtr const pGeometry =
+        image::geometry(whole.getBufferType(), whole.getSizeX(), whole.getSizeY(), volume,
+                        whole.getColorGeometry(), temporal);
+    initBase(pSource->getPath(), image::eIAM_ReadOnly, *pGeometry, pSource->getCalibration(), false);
+}
+
+std::string const& ImportedAccessor::getClassName() const {
+    static std::string const name("velmo::importer::ImportedAccessor");
+    return name;
+}
+
+BaseDynamicObject* ImportedAccessor::createNew() const {
+    refuseCopy();
+}
+
+DynamicObjectPtr ImportedAccessor::createShared() const {
+    refuseCopy();
+}
+
+bool ImportedAccessor::hasCopySupport() const {
+    return false;
+}
+
+BaseDynamicObject* ImportedAccessor::duplicate() const {
+    refuseCopy();
+}
+
+DynamicObjectPtr ImportedAccessor::duplicateShared() const {
+    refuseCopy();
+}
+
+void ImportedAccessor::copy(BaseDynamicObject const& /*other*/) {
+    refuseCopy();
+}
+
+bool ImportedAccessor::hasBinary8BitsStorage() const {
+    return true;
+}
+
+bool ImportedAccessor::isStoredIn(boost::filesystem::path const& path) const {
+    return _pSource && _pSource->isStoredIn(path);
+}
+
+BoolResult ImportedAccessor::resizeData(image::BaseImageGeometry const& /*geometry*/) {
+    return failure("an imported image is not resized");
+}
+
+BoolResult ImportedAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
+                                         vlUInt64 nbPixels, void* buffer) const {
+    return _pSource->read({_part.firstZ + z, c, _part.firstT + t}, pixelStartOffset, nbPixels, buffer);
+}
+
+BoolResult ImportedAccessor::writeRawData(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/,
+                                          vlUInt64 /*pixelStartOffset*/, vlUInt64 /*nbPixels*/,
+                                          void const* /*buffer*/) {
+    return failure("an imported image is not written to");
+}
+
+void ImportedAccessor::clearDerived() {
+    _pSource.reset();
+}
+
+ImagePart getWhole(image::BaseImageGeometry const& geometry) {
+    return {0, geometry.getSizeZ(), 0, geometry.getSizeT()};
+}
+
+image::DiskImagePtr createImage(std::shared_ptr<ImportSource> const& pSource, ImagePart const& part) {
+    image::DiskImagePtr pImage;
+    BoolResult const result = image::ImageFactory::getInstance().createDiskImage(
+        boost::make_shared<ImportedAccessor>(pSource, part), pImage);
+    if (!result) {
+        refuse(result.getMessage());
+    }
+    return pImage;
+}
+
+} // namespace velmo::importer
