@@ -104,6 +104,18 @@ BoolResult ImportSource::read(image::PlanIndexes const& plane, vlUInt64 pixelSta
     return success();
 }
 
+BoolResult ImportSource::readPage(vlUInt64 z, vlUInt64 t, std::vector<void*> const& buffers) {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    if (buffers.size() != _plan.samples || getGeometry().getSizeC() != _plan.samples) {
+        return failure("the channels are in several pages");
+    }
+    std::vector<std::byte*> planes;
+    for (void* const pBuffer : buffers) {
+        planes.push_back(static_cast<std::byte*>(pBuffer));
+    }
+    return _decoder.decode(_plan.pages[t * getGeometry().getSizeZ() + z], planes);
+}
+
 std::vector<ImportChange> ImportSource::getChanges() const {
     std::lock_guard<std::mutex> const lock(_mutex);
     std::vector<ImportChange> changes = _plan.changes;

@@ -25,6 +25,10 @@ class ImportSource {
     /// Reads pixels of a plane. The other channels of a page of colours are kept until they are read.
     BoolResult read(image::PlanIndexes const& plane, vlUInt64 pixelStart, vlUInt64 nbPixels, void* pBuffer);
 
+    /// Reads the whole planes of all channels of (z, t), one buffer for each. Fails if a page does not
+    /// contain all channels.
+    BoolResult readPage(vlUInt64 z, vlUInt64 t, std::vector<void*> const& buffers);
+
     /// The changes of the plan, and what the pixels that were read showed.
     std::vector<ImportChange> getChanges() const;
 

@@ -83,6 +83,14 @@ BoolResult ImportedAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlU
     return _pSource->read({_part.firstZ + z, c, _part.firstT + t}, pixelStartOffset, nbPixels, buffer);
 }
 
+BoolResult ImportedAccessor::readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                                         std::vector<void*> const& buffers) const {
+    if (pixelStartOffset != 0 || nbPixels != getGeometry().getPlanNbPixels()) {
+        return failure("only whole pages are read at once");
+    }
+    return _pSource->readPage(_part.firstZ + z, _part.firstT + t, buffers);
+}
+
 BoolResult ImportedAccessor::writeRawData(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/,
                                           vlUInt64 /*pixelStartOffset*/, vlUInt64 /*nbPixels*/,
                                           void const* /*buffer*/) {

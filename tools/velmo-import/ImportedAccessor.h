@@ -7,11 +7,12 @@
 
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/ImageAccessor.h>
+#include <VELMOImageFile/PageReader.h>
 
 namespace velmo::importer {
 
 /// Reads a part of an ImportSource. Read only; it does not travel in archives.
-class ImportedAccessor : public image::BaseDiskImageAccessor {
+class ImportedAccessor : public image::BaseDiskImageAccessor, public image::file::BasePageReader {
   public:
     ImportedAccessor(std::shared_ptr<ImportSource> const& pSource, ImagePart const& part);
 
@@ -30,6 +31,8 @@ class ImportedAccessor : public image::BaseDiskImageAccessor {
                            void* buffer) const override;
     BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                             void const* buffer) override;
+    BoolResult readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
+                           std::vector<void*> const& buffers) const override;
     void clearDerived() override;
 
   private:
