@@ -10,7 +10,7 @@
 #include "VELMOUtil/Failures.h"
 
 #include <algorithm>
-#include <vector>
+#include <mutex>
 
 namespace velmo::image {
 
@@ -20,6 +20,32 @@ namespace {
 constexpr vlUInt64 g_blocksPerOwner = 4;
 
 } // namespace
+
+/// The first block that could not be filled. Owners fill no block behind it.
+class DistributedImage::Fillings {
+  public:
+    explicit Fillings(vlUInt64 nbBlocks) : _firstFailed(nbBlocks) {}
+
+    bool isWanted(vlUInt64 block) const {
+        std::lock_guard<std::mutex> const lock(_mutex);
+        return block < _firstFailed;
+    }
+
+    void add(vlUInt64 block, BoolResult const& result) {
+        std::lock_guard<std::mutex> const lock(_mutex);
+        if (!result && block < _firstFailed) {
+            _firstFailed = block;
+            _result = result;
+        }
+    }
+
+    BoolResult const& getResult() const { return _result; }
+
+  private:
+    mutable std::mutex _mutex;
+    vlUInt64 _firstFailed;
+    BoolResult _result = success();
+};
 
 DistributedImage::DistributedImage(DistributionEnginePtr const& pEngine) : _pEngine(pEngine) {}
 
@@ -72,13 +98,23 @@ BoolResult DistributedImage::fillFromAccessor(std::string const& accessorRecord)
     if (!ready) {
         return ready;
     }
-    std::vector<boost::shared_ptr<void>> fillings;
-    for (vlUInt64 owner = 0; owner < _pEngine->getNbOwners(); ++owner) {
-        fillings.push_back(_pEngine->getOwner(owner).beginFilling(accessorRecord));
+    Fillings fillings(_blockIds.size());
+    BoolResult result = runParallel(_pEngine->getNbOwners(), _pEngine->getNbOwners(),
+                                    [&](vlUInt64 /*thread*/, vlUInt64 owner) {
+                                        fillBlocksOf(owner, accessorRecord, fillings);
+                                        return success();
+                                    });
+    return result ? fillings.getResult() : result;
+}
+
+/// One thread fills all blocks of an owner, in their order.
+void DistributedImage::fillBlocksOf(vlUInt64 owner, std::string const& accessorRecord, Fillings& fillings) {
+    BaseBlockOwner& blockOwner = _pEngine->getOwner(owner);
+    auto const pFilling = blockOwner.beginFilling(accessorRecord);
+    for (vlUInt64 block = owner; block < _blockIds.size() && fillings.isWanted(block);
+         block += _pEngine->getNbOwners()) {
+        fillings.add(block, blockOwner.fillBlock(_blockIds[block], accessorRecord));
     }
-    return runParallel(_pEngine->getNbOwners(), _blockIds.size(), [&](vlUInt64 /*thread*/, vlUInt64 block) {
-        return getOwnerOf(block).fillBlock(_blockIds[block], accessorRecord);
-    });
 }
 
 BaseBlockOwner& DistributedImage::getOwnerOf(vlUInt64 blockIndex) const {

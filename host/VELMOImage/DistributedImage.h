@@ -39,6 +39,9 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
     };
     Place locate(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels) const;
     BoolResult requireWorkers() const;
+    class Fillings;
+
+    void fillBlocksOf(vlUInt64 owner, std::string const& accessorRecord, Fillings& fillings);
     BaseBlockOwner& getOwnerOf(vlUInt64 blockIndex) const;
 
     DistributionEnginePtr _pEngine;

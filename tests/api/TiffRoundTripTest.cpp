@@ -142,7 +142,7 @@ TEST_F(TiffRoundTrip, ALoadedImageSavesAgainToTheSamePixelsAndCalibration) {
 #ifdef VELMO_TEST_LIMITS_MEMORY
 
 constexpr std::size_t g_planeKilobytes = 4096;
-constexpr std::size_t g_slackKilobytes = 3072;
+constexpr std::size_t g_slackKilobytes = 3584; // of libraries and of files; less than another plane
 
 TEST_F(TiffRoundTrip, ASaveTakesThePixelsOfOnePlaneWhateverTheImageHas) {
     auto const pImage = boost::make_shared<PlainImage>(*geometry3d(eIBT_UInt16, 2048, 1024, 16));

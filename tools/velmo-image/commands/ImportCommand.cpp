@@ -103,6 +103,8 @@ ImportCommand::ImportCommand(CommandLine& line)
 
 importer::ImportOptions ImportCommand::parseOptions() const {
     importer::ImportOptions options;
+    processor::ProcessorDispatchPolicy const threads = _output.getThreads();
+    options.nbThreads = threads.isDefault() ? 0 : threads.getNbThreads();
     options.bPaletteToRgb = parseChoice("--palette", _palette, g_palettes);
     options.bLossy = _bLossy;
     options.bMinIsBlack = _bMinIsBlack;

@@ -38,6 +38,8 @@ class OutputOptions {
     /// is the header.
     void requireApartFrom(boost::filesystem::path const& input, std::string const& what) const;
     void requireHeaderApartFrom(boost::filesystem::path const& input, std::string const& what) const;
+    /// Of --threads. Throws WrongUse for a number that is not possible.
+    processor::ProcessorDispatchPolicy getThreads() const;
     /// Throws WorkFailure where `save` would refuse the file, before any work is done.
     void requireWritable() const;
     /// Writes the image plane by plane, with a progress bar, by `writeOutput`; an interrupt stops it.
@@ -54,7 +56,6 @@ class OutputOptions {
     /// Empty without --calibration-tags. Prints a warning about what the tags cannot hold.
     std::optional<TiffResolution> getResolution(image::DiskImage const& image) const;
     image::file::eTiffCompression getCompression() const;
-    processor::ProcessorDispatchPolicy getThreads() const;
     /// Writes the image under the name that it is called with.
     Writer createWriter(image::DiskImagePtr const& pImage) const;
 
