@@ -209,7 +209,7 @@ TEST(RunInOrder, PreparesOnThreadsAndFinishesInOrder) {
 }
 
 TEST(RunInOrder, AFailureEndsTheRunAfterTheUnitsBefore) {
-    for (vlUInt64 const nbThreads : {1, 2, 8}) {
+    for (vlUInt64 const nbThreads : {1U, 2U, 8U}) {
         std::vector<vlUInt64> finished;
         BoolResult const result = runInOrder(
             nbThreads, 100, [](vlUInt64 /*thread*/, vlUInt64 unit) { return unit; },
@@ -224,7 +224,7 @@ TEST(RunInOrder, AFailureEndsTheRunAfterTheUnitsBefore) {
 
 // The exception of a higher unit comes first, and waits.
 TEST(RunInOrder, AnExceptionOfAPreparationCountsInItsOrder) {
-    for (vlUInt64 const nbThreads : {1, 2, 8}) {
+    for (vlUInt64 const nbThreads : {1U, 2U, 8U}) {
         std::atomic<bool> bThrown{nbThreads == 1};
         std::vector<vlUInt64> finished;
         auto const run = [&] {

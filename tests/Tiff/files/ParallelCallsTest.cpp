@@ -235,7 +235,7 @@ TEST_F(ParallelCalls, APageThatCannotBeDecodedIsReportedAsItsFirstChannel) {
     spoil(4, 0);
     spoil(5, 0);
     DiskImagePtr const pImage = openTiffImageFile(_path);
-    for (vlUInt64 const nbThreads : {1, 4}) {
+    for (vlUInt64 const nbThreads : {1U, 4U}) {
         try {
             saveTiffImageFile(_folder / "saved.tif", pImage, writeWith(nbThreads, eTC_Lzw));
             ADD_FAILURE();
@@ -255,14 +255,14 @@ TEST_F(ParallelCalls, AFolderIsLoadedWithTheSamePixelsAndFailures) {
         pixels += page.pixels;
         writeTiff(folder / ("z" + std::to_string(z) + ".tif"), {page});
     }
-    for (vlUInt64 const nbThreads : {1, 2, 8}) {
+    for (vlUInt64 const nbThreads : {1U, 2U, 8U}) {
         EXPECT_EQ(velmo::test::readPixels(*loadTiffImageFiles(folder, "z<INDEX>.tif", readWith(nbThreads))),
                   pixels);
     }
     writeFile(folder / "z7.tif", readFile(folder / "z7.tif").substr(0, 8) + std::string(1000, '\xFF') +
                                      readFile(folder / "z7.tif").substr(1008));
     std::vector<std::string> failures;
-    for (vlUInt64 const nbThreads : {1, 2, 8}) {
+    for (vlUInt64 const nbThreads : {1U, 2U, 8U}) {
         try {
             loadTiffImageFiles(folder, "z<INDEX>.tif", readWith(nbThreads));
         } catch (std::exception const& exception) {
@@ -279,7 +279,7 @@ TEST_F(ParallelCalls, ALoadReportsTheFirstPlaneThatCannotBeDecoded) {
     spoil(5, 7);
     spoil(5, 3);
     spoil(11, 0);
-    for (vlUInt64 const nbThreads : {1, 2, 3, 8}) {
+    for (vlUInt64 const nbThreads : {1U, 2U, 3U, 8U}) {
         std::string const failure = loadChecked(_path, readWith(nbThreads)).failure;
         EXPECT_THAT(failure, HasSubstr("strip 3 for directory z=5, c=0, t=0")) << nbThreads;
     }
@@ -310,7 +310,7 @@ TEST_F(ParallelCalls, APlaneThatIsDividedIsLoadedWhole) {
 
 TEST_F(ParallelCalls, ASaveReportsTheFirstPlaneThatTheImageCannotRead) {
     for (eTiffCompression const compression : {eTC_None, eTC_Deflate}) {
-        for (vlUInt64 const nbThreads : {1, 2, 8}) {
+        for (vlUInt64 const nbThreads : {1U, 2U, 8U}) {
             auto const pGeometry = makeGeometry(eIBT_UInt16, {30, 20, 50});
             auto const pImage =
                 boost::make_shared<UnreadablePlanes>(*pGeometry, std::set<vlUInt64>{31, 17, 49});
