@@ -84,6 +84,11 @@ constexpr bool readsInParallel(eTiffPolicy policy) {
     return policy != eTiffPolicy::Plain;
 }
 
+/// Whether a save reads all channels of a page on disk at once. Otherwise it reads one plane after the other.
+constexpr bool readsPagesAtOnce(eTiffPolicy policy) {
+    return policy != eTiffPolicy::Plain;
+}
+
 /// Whether a read may use the directory and the decoded pixels of the read before it. Otherwise each read
 /// takes them from the file again. What a broken strip leaves in the pixels depends on where libtiff began to
 /// decode, so that only reads that fail for such a strip may begin elsewhere.

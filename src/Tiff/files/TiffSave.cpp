@@ -10,16 +10,17 @@
 #include "Tiff/model/TiffPixels.h"
 #include "Tiff/planes/NewPageWriter.h"
 #include "Tiff/planes/PlaneEncoder.h"
-#include "Tiff/planes/StripTransfer.h"
 #include "Tiff/planes/TiffPlaneAccess.h"
 
 #include <VELMOBase/CheckedArithmetic.h>
+#include <VELMOBase/PageBuffer.h>
 #include <VELMOBase/ParallelRun.h>
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/ImageStrip.h>
 #include <VELMOImage/MemoryImage.h>
 #include <VELMOImageFile/PageReader.h>
 #include <algorithm>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <utility>
@@ -35,41 +36,77 @@ struct Page {
     std::vector<void const*> pixels; ///< of each channel
     std::optional<EncodedStrips> encoded;
 
-    // The memory of the pixels, unless the image lends its own.
+    /// The memory of the pixels, unless it is that of the image or of the batch.
     std::vector<boost::shared_ptr<InputImageYStrip2d>> planes;
-    ScratchBytes memory;
 };
 
 /// Consecutive pages up to the first one that cannot be read.
 struct PageBatch {
     std::vector<Page> pages;
     BoolResult result = success();
+    PageBuffer memory; ///< of the pixels of disk images
 };
 
-BasePageReader const* findPageReader(BaseImage const& image) {
-    auto const* const pDiskImage = dynamic_cast<DiskImage const*>(&image);
-    return pDiskImage != nullptr ? dynamic_cast<BasePageReader const*>(pDiskImage->getAccessor().get())
-                                 : nullptr;
-}
+/// Memory of batches that is used again, because new memory costs as much time as a copy of the pixels.
+class BatchMemory {
+  public:
+    /// Memory of at least `nbBytes`, the same number in all calls; empty if the system refuses it.
+    PageBuffer take(vlUInt64 nbBytes) {
+        try {
+            std::lock_guard<std::mutex> const lock(_mutex);
+            if (_free.empty()) {
+                _free.emplace_back(nbBytes);
+            }
+            PageBuffer taken = std::move(_free.back());
+            _free.pop_back();
+            return taken;
+        } catch (std::bad_alloc const&) {
+            return {};
+        }
+    }
+
+    void giveBack(PageBuffer& memory) {
+        if (memory.getData() != nullptr) {
+            std::lock_guard<std::mutex> const lock(_mutex);
+            _free.push_back(std::move(memory));
+        }
+    }
+
+  private:
+    std::mutex _mutex;
+    std::vector<PageBuffer> _free;
+};
 
 /// The pages of an image in the order of their directories.
 class ImagePages {
   public:
     explicit ImagePages(ImageConstPtr const& pImage)
         : _pImage(pImage), _geometry(pImage->getGeometry()), _bInterleaved(isInterleavedColor(_geometry)),
-          _pPageReader(_bInterleaved ? findPageReader(*pImage) : nullptr) {}
+          _pDiskImage(dynamic_cast<DiskImage const*>(pImage.get())),
+          _pPageReader(_bInterleaved && _pDiskImage != nullptr
+                           ? dynamic_cast<BasePageReader const*>(_pDiskImage->getAccessor().get())
+                           : nullptr) {}
+
+    bool areOnDisk() const { return _pDiskImage != nullptr; }
 
     vlUInt64 getNbPages() const {
         return _geometry.getSizeZ() * (_bInterleaved ? 1 : _geometry.getSizeC()) * _geometry.getSizeT();
     }
 
-    BoolResult read(vlUInt64 number, Page& page) const {
+    /// The memory of a page, whatever its pixel type is; empty if the number overflows 64 bits.
+    std::optional<vlUInt64> getPageBytes() const {
+        constexpr vlUInt64 largestSample = 4;
+        return checkedMultiply(_geometry.getPlanNbPixels(), largestSample * getNbPageChannels());
+    }
+
+    /// Reads a page, into `pMemory` unless that is null.
+    BoolResult read(vlUInt64 number, std::byte* pMemory, Page& page) const {
         page.place = toPlane(_geometry, _bInterleaved, number);
-        if (_pPageReader != nullptr && readAtOnce(page)) {
+        if (pMemory != nullptr && readInto(pMemory, page)) {
             return success();
         }
         page.pixels.clear();
-        vlUInt64 const nbChannels = _bInterleaved ? _geometry.getSizeC() : 1;
+        vlUInt64 const nbChannels = getNbPageChannels();
         BoolResult result = success();
         for (vlUInt64 c = 0; c < nbChannels && result; ++c) {
             PlaneRun plane = page.place;
@@ -93,23 +130,29 @@ class ImagePages {
     }
 
   private:
-    /// Reads all channels in one pass. Returns false if that fails; the channels are then read one by one,
-    /// which gives the failure.
-    bool readAtOnce(Page& page) const {
+    vlUInt64 getNbPageChannels() const { return _bInterleaved ? _geometry.getSizeC() : 1; }
+
+    /// Returns false if that fails. The channels are then read again one by one, which gives the failure.
+    bool readInto(std::byte* pMemory, Page& page) const {
         vlUInt64 const planeBytes =
             _geometry.getPlanNbPixels() * getImageBufferBaseSize(getPlaneBufferType(_geometry, page.place.t));
         std::vector<void*> buffers;
-        try {
-            std::byte* const pMemory = page.memory.provide(planeBytes * _geometry.getSizeC());
-            for (vlUInt64 c = 0; c < _geometry.getSizeC(); ++c) {
-                buffers.push_back(pMemory + c * planeBytes);
-            }
-        } catch (std::bad_alloc const&) {
-            return false;
+        for (vlUInt64 c = 0; c < getNbPageChannels(); ++c) {
+            buffers.push_back(pMemory + c * planeBytes);
         }
         page.pixels.assign(buffers.begin(), buffers.end());
-        return static_cast<bool>(
-            _pPageReader->readRawPage(page.place.z, page.place.t, 0, _geometry.getPlanNbPixels(), buffers));
+        return (_pPageReader != nullptr &&
+                _pPageReader->readRawPage(page.place.z, page.place.t, 0, page.place.nbPixels, buffers)) ||
+               readChannels(page.place, buffers);
+    }
+
+    bool readChannels(PlaneRun const& first, std::vector<void*> const& buffers) const {
+        bool bRead = true;
+        for (vlUInt64 c = 0; c < buffers.size() && bRead; ++c) {
+            bRead = static_cast<bool>(_pDiskImage->getAccessor()->readRawData(first.z, first.c + c, first.t,
+                                                                              0, first.nbPixels, buffers[c]));
+        }
+        return bRead;
     }
 
     /// Fails if a plane fails that a save of one channel after the other would read before `plane`. Both
@@ -128,6 +171,7 @@ class ImagePages {
     ImageConstPtr const& _pImage;
     BaseImageGeometry const& _geometry;
     bool _bInterleaved;
+    DiskImage const* _pDiskImage;       ///< null for other images
     BasePageReader const* _pPageReader; ///< of an interleaved image; null if each channel is read
 };
 
@@ -199,6 +243,14 @@ class PageSaver {
         }
     }
 
+    /// Memory for a batch of pages on disk; empty if they are read in another way.
+    PageBuffer takeMemory() {
+        auto const pageBytes =
+            _pages.areOnDisk() && readsPagesAtOnce(_policy) ? _pages.getPageBytes() : std::nullopt;
+        auto const nbBytes = pageBytes ? checkedMultiply(*pageBytes, _pagesPerBatch) : std::nullopt;
+        return nbBytes ? _memory.take(*nbBytes) : PageBuffer();
+    }
+
     PageBatch prepare(vlUInt64 thread, vlUInt64 number) {
         if (thread != 0) {
             TiffErrorHandler::getInstance().clearCurrentError();
@@ -206,15 +258,24 @@ class PageSaver {
         PageBatch batch;
         vlUInt64 const first = number * _pagesPerBatch;
         vlUInt64 const end = std::min(first + _pagesPerBatch, _pages.getNbPages());
+        batch.memory = takeMemory();
+        vlUInt64 const pageBytes = batch.memory.getSize() / _pagesPerBatch;
+        bool bNeedsMemory = _encoders.empty();
         for (vlUInt64 index = first; index < end && batch.result; ++index) {
             Page page;
-            batch.result = _pages.read(index, page);
+            std::byte* const pMemory = batch.memory.getData();
+            batch.result = _pages.read(
+                index, pMemory == nullptr ? nullptr : pMemory + (index - first) * pageBytes, page);
             if (batch.result && !_encoders.empty()) {
                 page.encoded = _encoders[thread].encode(page.place.t, page.pixels);
+                bNeedsMemory = bNeedsMemory || !page.encoded;
             }
             if (batch.result) {
                 batch.pages.push_back(std::move(page));
             }
+        }
+        if (!bNeedsMemory) {
+            _memory.giveBack(batch.memory);
         }
         return batch;
     }
@@ -229,6 +290,7 @@ class PageSaver {
                 return result;
             }
         }
+        _memory.giveBack(batch.memory);
         BoolResult const before = batch.result ? success() : _writer.flush();
         return before ? batch.result : before;
     }
@@ -240,6 +302,7 @@ class PageSaver {
     ImagePages _pages;
     NewPageWriter _writer;
     vlUInt64 _pagesPerBatch = 1;
+    BatchMemory _memory;
     std::optional<PlaneEncoding> _encoding;
     std::vector<PlaneEncoder> _encoders; ///< one for each thread; none if `writePlanes` encodes
 };
