@@ -239,6 +239,11 @@ TEST(ImportTiff, SaysWithWhichOptionsAFileCanBeImported) {
     EXPECT_EQ(" --series 0", importer::findImportOptions(getSample("tf-two-series.tif")));
     EXPECT_EQ(std::nullopt, importer::findImportOptions(getSample("tf-complex64.tif")));
     EXPECT_EQ(std::nullopt, importer::findImportOptions(getSample("no such file")));
+    EXPECT_TRUE(importer::needsImport(getSample("pil-cmyk.tif")));
+    EXPECT_TRUE(importer::needsImport(getSample("tf-tiled-u1-le.tif")));
+    EXPECT_FALSE(importer::needsImport(getSample("pil-u2.tif")));
+    EXPECT_EQ("\n  series 0: 5 x 4, uint8, grey; 3 pages: directories 0-1, 3\n  series 1: Z 2",
+              importer::describeSeries({{0, {0, 1, 3}, "5 x 4, uint8, grey"}, {1, {}, "Z 2"}}));
     EXPECT_EQ("Z 3, C 2, T 2", importer::findFlattenedAxes(getSample("tf-ome-be.ome.tif")));
     EXPECT_EQ(std::nullopt, importer::findFlattenedAxes(getSample("tf-tiled-stack.tif")));
 }

@@ -11,6 +11,7 @@
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOUtil/GuardedRaise.h>
 #include <algorithm>
 
 namespace velmo::importer {
@@ -42,6 +43,21 @@ void require(SystemResult const& result, std::string const& what, fs::path const
     if (!result) {
         refuse("cannot " + what + " \"" + path.string() + "\": " + result.getMessage());
     }
+}
+
+/// "0-4, 7".
+std::string toRanges(std::vector<vlUInt64> const& numbers) {
+    std::string text;
+    for (std::size_t index = 0; index < numbers.size();) {
+        std::size_t last = index;
+        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
+            ++last;
+        }
+        text += (text.empty() ? "" : ", ") + std::to_string(numbers[index]);
+        text += last == index ? "" : '-' + std::to_string(numbers[last]);
+        index = last + 1;
+    }
+    return text;
 }
 
 } // namespace
@@ -137,6 +153,19 @@ std::optional<std::string> findFlattenedAxes(fs::path const& file) {
     }
 }
 
+bool needsImport(fs::path const& file) {
+    UnloggedRaises const unlogged;
+    try {
+        if (image::file::describeTiffFile(file).nbTiled != 0) {
+            return true;
+        }
+        image::file::openTiffImageFile(file, image::file::TiffReadOptions());
+        return false;
+    } catch (BaseException const&) {
+        return true;
+    }
+}
+
 std::optional<std::string> findImportOptions(fs::path const& file) {
     struct Remedy {
         char const* option;
@@ -165,6 +194,19 @@ std::optional<std::string> findImportOptions(fs::path const& file) {
         }
     }
     return std::nullopt;
+}
+
+std::string describeSeries(std::vector<ImportSeries> const& series) {
+    std::string text;
+    for (ImportSeries const& one : series) {
+        text += "\n  series " + std::to_string(one.number) + ": " + one.pixels;
+        if (!one.directories.empty()) {
+            text += "; " + std::to_string(one.directories.size()) +
+                    (one.directories.size() == 1 ? " page: directory " : " pages: directories ") +
+                    toRanges(one.directories);
+        }
+    }
+    return text;
 }
 
 } // namespace velmo::importer
