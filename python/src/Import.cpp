@@ -64,7 +64,8 @@ std::string describeFailure(std::string const& path, importer::ImportException c
 }
 
 /// Runs an import of the file `path` without the interpreter lock.
-template <class Run> auto runImport(std::string const& path, Run const& run) {
+template <class Run>
+auto runImport(std::string const& path, Run const& run) {
     return runOnFile(path, [&] {
         try {
             return run();

@@ -11,8 +11,10 @@
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
 #include <VELMOUtil/GuardedRaise.h>
 #include <algorithm>
+#include <boost/algorithm/string/replace.hpp>
 
 namespace velmo::importer {
 
@@ -42,6 +44,20 @@ BoolResult copyPlanes(image::BaseImage const& source, image::BaseImage& target) 
 void require(SystemResult const& result, std::string const& what, fs::path const& path) {
     if (!result) {
         refuse("cannot " + what + " \"" + path.string() + "\": " + result.getMessage());
+    }
+}
+
+/// Saves a part under its temporary name. The text of an error names the output instead.
+void savePart(image::ImageConstPtr const& pImage, ReplacedFile const& file, fs::path const& output,
+              image::file::TiffWriteOptions const& options) {
+    try {
+        image::file::saveTiffImageFile(file.getPath(), pImage, options);
+    } catch (image::file::VELMOImageFileException const& failure) {
+        image::file::VELMOImageFileException named(
+            boost::replace_all_copy(std::string(failure.what()), file.getPath().string(), output.string()),
+            failure.getFunction().c_str(), failure.getFile().c_str(), failure.getLine());
+        named.setMessageIds(failure.getMessageIds());
+        throw named;
     }
 }
 
@@ -118,7 +134,7 @@ ImportReport importTiff(fs::path const& input, fs::path const& output, ImportOpt
         }
         files.push_back(std::make_unique<ReplacedFile>(part.path));
         require(files.back()->create(), "create", part.path);
-        image::file::saveTiffImageFile(files.back()->getPath(), imported.extract(part.part), directly);
+        savePart(imported.extract(part.part), *files.back(), part.path, directly);
         report.outputs.push_back(part.path);
     }
     for (std::unique_ptr<ReplacedFile> const& pFile : files) {
