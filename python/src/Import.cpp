@@ -9,8 +9,12 @@
 
 #include <ImportTiff.h>
 #include <algorithm>
+#include <optional>
 #include <pybind11/stl.h>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace velmo::python {
 
@@ -70,7 +74,8 @@ auto runImport(std::string const& path, Run const& run) {
         try {
             return run();
         } catch (importer::ImportException const& failure) {
-            throw BaseException(describeFailure(path, failure), __func__, __FILE__, __LINE__);
+            throw BaseException(describeFailure(path, failure), failure.getFunction().c_str(),
+                                failure.getFile().c_str(), failure.getLine());
         }
     });
 }

@@ -224,6 +224,23 @@ def test_the_input_is_not_replaced():
     assert pathlib.Path("in.tif").read_bytes() == content
 
 
+def test_names_that_are_not_utf8_are_those_of_the_files():
+    name = os.fsdecode(b"tiles \xff.tif")
+    shutil.copy(IMPORT / "tf-tiled-u1-le.tif", name)
+    with pytest.raises(VelmoImageError) as raised:
+        velmo_image.imread(name)
+    line = str(raised.value).splitlines()[-1]
+    assert eval(line[line.index("velmo_image") : line.index(", or")]).changes[0].kind == "tiles"
+    output = os.fsdecode(b"rows \xff.tif")
+    assert velmo_image.import_tiff(name, output).outputs == (output,)
+    assert velmo_image.open(output).dtype == np.uint8
+
+
+def test_a_full_disk_is_an_error():
+    with pytest.raises(VelmoImageError, match='"/dev/full"(?s:.*)No space left on device'):
+        velmo_image.import_tiff(IMPORT / "tf-tiled-u1-le.tif", "/dev/full")
+
+
 def test_an_output_that_cannot_be_written_is_named():
     with pytest.raises(VelmoImageError, match='"/nowhere/out.tif": .*No such file'):
         velmo_image.import_tiff(IMPORT / "tf-tiled-u1-le.tif", "/nowhere/out.tif")

@@ -9,6 +9,7 @@
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImage/PixelAccess.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
 #include <atomic>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
@@ -231,6 +232,19 @@ TEST(ImportTiff, DividesAnImageAlongTBeforeZ) {
     EXPECT_THROW(importer::divideOutput("out.tif", *geometry(eIBT_UInt8, 2, 2, volume, {}, sequence)),
                  ImportException);
     EXPECT_EQ("out-<INDEX>.tif", importer::getPartPattern("a/out.tif"));
+}
+
+TEST(ImportTiff, AnErrorOfTheOutputNamesItAndNoTemporaryFile) {
+    TemporaryFolder const folder;
+    fs::path const output = folder / "out.tif";
+    try {
+        importer::importTiff(getSample("py-damaged-tile.tif"), output);
+        FAIL() << "no exception";
+    } catch (file::VELMOImageFileException const& failure) {
+        EXPECT_THAT(failure.what(), HasSubstr("file \"" + output.string() + "\"\n"));
+        EXPECT_FALSE(failure.getMessageIds().getAll().empty());
+    }
+    EXPECT_THAT(listFolder(folder.getPath()), testing::IsEmpty());
 }
 
 TEST(ImportTiff, SaysWithWhichOptionsAFileCanBeImported) {

@@ -47,17 +47,24 @@ void require(SystemResult const& result, std::string const& what, fs::path const
     }
 }
 
-/// Saves a part under its temporary name. The text of an error names the output instead.
+using image::file::VELMOImageFileException;
+
+/// The error of a save under a temporary name, with the name of the output instead.
+VELMOImageFileException nameOutput(VELMOImageFileException const& failure, fs::path const& temporary,
+                                   fs::path const& output) {
+    VELMOImageFileException named(
+        boost::replace_all_copy(std::string(failure.what()), temporary.string(), output.string()),
+        failure.getFunction().c_str(), failure.getFile().c_str(), failure.getLine());
+    named.setMessageIds(failure.getMessageIds());
+    return named;
+}
+
 void savePart(image::ImageConstPtr const& pImage, ReplacedFile const& file, fs::path const& output,
               image::file::TiffWriteOptions const& options) {
     try {
         image::file::saveTiffImageFile(file.getPath(), pImage, options);
-    } catch (image::file::VELMOImageFileException const& failure) {
-        image::file::VELMOImageFileException named(
-            boost::replace_all_copy(std::string(failure.what()), file.getPath().string(), output.string()),
-            failure.getFunction().c_str(), failure.getFile().c_str(), failure.getLine());
-        named.setMessageIds(failure.getMessageIds());
-        throw named;
+    } catch (VELMOImageFileException const& failure) {
+        throw nameOutput(failure, file.getPath(), output);
     }
 }
 
