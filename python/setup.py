@@ -1,6 +1,10 @@
 # SPDX-FileCopyrightText: The VELMOImageFile authors
 # SPDX-License-Identifier: Apache-2.0
-"""The compiled part of the package, for setuptools. The version is that of the installed library."""
+"""The compiled part of the package, for setuptools. The version is that of the installed library.
+
+The library for imports and its base are not installed: they are compiled into the package, from the folders beside
+this one.
+"""
 
 import subprocess
 from glob import glob
@@ -14,7 +18,9 @@ def ask_pkg_config(*arguments):
     return done.stdout.split()
 
 
-LIBRARIES = ("velmo-image-file", "log4cplus")
+IMPORT = "../tools/velmo-import"
+BASE = "../base"
+LIBRARIES = ("velmo-image-file", "log4cplus", "libtiff-4", "pugixml")
 # pkg-config leaves the folders of the system out. A library in any other folder is found at run time as well.
 FOLDERS = [flag[2:] for flag in ask_pkg_config("--libs-only-L", *LIBRARIES)]
 
@@ -23,10 +29,12 @@ setup(
     ext_modules=[
         Pybind11Extension(
             "velmo_image._core",
-            sorted(glob("src/*.cpp")),
+            sorted(glob("src/*.cpp") + glob(f"{IMPORT}/*.cpp") + glob(f"{BASE}/VELMOBase/*.cpp")),
+            include_dirs=[IMPORT, BASE],
             cxx_std=17,
             extra_compile_args=ask_pkg_config("--cflags", *LIBRARIES),
             extra_link_args=ask_pkg_config("--libs", *LIBRARIES),
+            libraries=["boost_filesystem"],
             runtime_library_dirs=FOLDERS,
         )
     ],

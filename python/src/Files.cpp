@@ -36,31 +36,6 @@ file::TiffReadOptions toReadOptions(std::string const& directories, std::string 
     return options;
 }
 
-/// The same for a write.
-file::TiffWriteOptions toWriteOptions(std::string const& compression, unsigned int nbThreads) {
-    file::TiffWriteOptions options;
-    options.threads = toThreads(nbThreads);
-    options.compression = compression == "lzw"       ? file::eTC_Lzw
-                          : compression == "deflate" ? file::eTC_Deflate
-                                                     : file::eTC_None;
-    return options;
-}
-
-/// An array over the pixels of an image in memory, which it keeps alive, and the description of the image.
-py::tuple toArray(ImagePtr const& pImage, std::string const& path) {
-    Description const description = describe(*pImage, path);
-    void* pPixels = nullptr;
-    if (description.pGeometry->getFullMemorySize() != 0) {
-        pPixels = dynamic_cast<MemoryImage&>(*pImage).getDataPtr();
-    }
-    py::capsule const owner(new ImagePtr(pImage),
-                            [](void* pOwner) { delete static_cast<ImagePtr*>(pOwner); });
-    auto const shape = getShape(description);
-    py::array const array(getDtype(description), std::vector<py::ssize_t>(shape.begin(), shape.end()),
-                          pPixels, owner);
-    return py::make_tuple(array, description);
-}
-
 py::object toArrayOrNone(ImagePtr const& pImage, std::string const& path) {
     return pImage ? py::object(toArray(pImage, path)) : py::none();
 }
@@ -150,6 +125,29 @@ void saveRaw(std::string const& path, py::array const& array, Description const&
 }
 
 } // namespace
+
+file::TiffWriteOptions toWriteOptions(std::string const& compression, unsigned int nbThreads) {
+    file::TiffWriteOptions options;
+    options.threads = toThreads(nbThreads);
+    options.compression = compression == "lzw"       ? file::eTC_Lzw
+                          : compression == "deflate" ? file::eTC_Deflate
+                                                     : file::eTC_None;
+    return options;
+}
+
+py::tuple toArray(ImagePtr const& pImage, std::string const& path) {
+    Description const description = describe(*pImage, path);
+    void* pPixels = nullptr;
+    if (description.pGeometry->getFullMemorySize() != 0) {
+        pPixels = dynamic_cast<MemoryImage&>(*pImage).getDataPtr();
+    }
+    py::capsule const owner(new ImagePtr(pImage),
+                            [](void* pOwner) { delete static_cast<ImagePtr*>(pOwner); });
+    auto const shape = getShape(description);
+    py::array const array(getDtype(description), std::vector<py::ssize_t>(shape.begin(), shape.end()),
+                          pPixels, owner);
+    return py::make_tuple(array, description);
+}
 
 void bindFiles(py::module_& module) {
     char const* const load = "Loads an image: an array that owns its memory, and the description.";

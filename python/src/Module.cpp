@@ -4,6 +4,7 @@
 #include "Calls.h"
 #include "Description.h"
 #include "Files.h"
+#include "Import.h"
 #include "LogQueue.h"
 #include "Source.h"
 
@@ -28,4 +29,5 @@ PYBIND11_MODULE(_core, module) {
     python::bindDescription(module);
     python::bindSource(module);
     python::bindFiles(module);
+    python::bindImport(module);
 }

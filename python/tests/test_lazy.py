@@ -203,6 +203,8 @@ def list_calls(folder):
         "open": lambda: velmo_image.open("big.tif"),
         "open_folder": lambda: velmo_image.open_folder("planes", "<INDEX>.tif"),
         "open_raw": lambda: velmo_image.open_raw("big.raw", pixels.shape, "uint16"),
+        "foreign": lambda: velmo_image.imread("big.tif", foreign=True),
+        "import_tiff": lambda: velmo_image.import_tiff("big.tif", "imported.tif"),
         "imwrite": lambda: velmo_image.imwrite("other.tif", pixels),
         "imwrite_raw": lambda: velmo_image.imwrite_raw("other.raw", pixels),
         "read": lambda: lazy.asarray(out=out),

@@ -9,6 +9,7 @@ import weakref
 
 import numpy as np
 import pytest
+import tifffile
 import velmo_image
 from conftest import FOREIGN, make_array, run_python
 from velmo_image import VelmoImageError, _pixels
@@ -191,6 +192,8 @@ PEAK_CASES = {
     "imwrite lzw": MAKE + "velmo_image.imwrite('a.tif', a, compression='lzw')",
     "imwrite_raw": MAKE + "velmo_image.imwrite_raw('a.raw', a)",
     "imread": READ + "np.asarray(velmo_image.imread(sys.argv[1] + '/deflate.tif'))",
+    "foreign": READ + "np.asarray(velmo_image.imread(sys.argv[1] + '/tiles.tif', foreign=True))",
+    "import_tiff": "p = peak(); velmo_image.import_tiff(sys.argv[1] + '/tiles.tif', 'a.tif')",
     "imread_raw": READ + "np.asarray(velmo_image.imread_raw(sys.argv[1] + '/a.raw', (1, 1, 64, 1024, 1024), 'uint8'))",
     "open": READ + "velmo_image.open(sys.argv[1] + '/deflate.tif')[...]",
     "out": MAKE + "velmo_image.open(sys.argv[1] + '/deflate.tif').asarray(out=a)",
@@ -204,6 +207,7 @@ def big_files(tmp_path_factory):
     pixels[:, ::3, ::5] = 1
     velmo_image.imwrite(folder / "deflate.tif", pixels, axes="ZYX", compression="deflate")
     velmo_image.imwrite_raw(folder / "a.raw", pixels, axes="ZYX")
+    tifffile.imwrite(folder / "tiles.tif", pixels, tile=(256, 256), photometric="minisblack", compression="zlib")
     return folder
 
 

@@ -12,6 +12,7 @@ PathArgument = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 AXES = "TCZYX"
 DIRECTORY_AXES = ("z", "t")
 PIXELS = ("default", "binary", "label")
+COMPRESSIONS = ("none", "lzw", "deflate")
 
 
 def to_bytes(path: PathArgument) -> bytes:
@@ -25,6 +26,17 @@ def to_bytes(path: PathArgument) -> bytes:
 def to_absolute(path: PathArgument) -> bytes:
     """The path for an image that may be sent to a process in another folder."""
     return os.path.abspath(to_bytes(path))
+
+
+def is_im6(path: bytes) -> bool:
+    return path.lower().endswith(b".im6")
+
+
+def require_tiff_output(path: bytes) -> bytes:
+    """Return the path; raise ValueError if its extension is that of a format that cannot be written."""
+    if is_im6(path):
+        raise ValueError("Im6 files cannot be written: use the extension .tif")
+    return path
 
 
 def require_one_of(name: str, value: str, allowed: Sequence[str]) -> str:

@@ -10,7 +10,8 @@ from typing import Optional, Tuple
 class VelmoImageError(OSError):
     """An error of a file or of the library.
 
-    The first line of the text names the file, the last line is the reason.
+    The first line of the text names the file, the last line is the reason. If the import can read the file, one more
+    line has the call.
 
     Attributes
     ----------

@@ -5,7 +5,7 @@
 from __future__ import annotations
 
 import os
-from typing import Optional, Sequence, SupportsIndex
+from typing import Optional, Sequence, SupportsIndex, Tuple
 
 import numpy as np
 import numpy.typing as npt
@@ -13,25 +13,22 @@ import numpy.typing as npt
 from . import _core
 from ._arguments import (
     AXES,
+    COMPRESSIONS,
     PIXELS,
     DIRECTORY_AXES,
     PathArgument,
+    is_im6,
     require_one_of,
+    require_tiff_output,
     to_absolute,
     to_bytes,
     to_thread_count,
 )
 from ._errors import VelmoImageError
 from ._image import BaseImage, Image
+from ._import import PageArgument, add_import_line, to_changes, to_import_options
 from ._lazy import LazyImage
 from ._pixels import to_description, to_full_array
-
-COMPRESSIONS = ("none", "lzw", "deflate")
-
-
-def is_im6(path: bytes) -> bool:
-    return path.lower().endswith(b".im6")
-
 
 def imread(
     path: PathArgument,
@@ -39,11 +36,19 @@ def imread(
     directories: str = "z",
     pixels: str = "default",
     threads: Optional[SupportsIndex] = None,
+    foreign: bool = False,
+    series: Optional[SupportsIndex] = None,
+    pages: Optional[PageArgument] = None,
+    axes: Optional[str] = None,
+    palette: str = "index",
+    to_rgb: bool = False,
+    min_is_black: bool = False,
+    lossy: bool = False,
 ) -> Image:
     """Load a TIFF or Im6 file into memory.
 
-    The result has the pixels of the file, its calibration and its user properties; anything else is an error. Other
-    Python threads run during the load.
+    The result has the pixels of the file, its calibration and its user properties; anything else is an error. If the
+    file can be read with `foreign=True`, the error says so. Other Python threads run during the load.
 
     Parameters
     ----------
@@ -57,6 +62,11 @@ def imread(
         library and Im6 files.
     threads : int, optional
         Number of threads that decode the pixels; all cores by default.
+    foreign : bool
+        Import the file, as `import_tiff` does, whether or not it can also be read without. The import reads TIFF
+        files of any kind, but no Im6 files. The attribute `changes` of the image lists the differences to the file.
+    series, pages, axes, palette, to_rgb, min_is_black, lossy
+        As for `import_tiff`; only with `foreign=True`.
 
     Returns
     -------
@@ -67,12 +77,40 @@ def imread(
     ------
     VelmoImageError
         The file does not exist, is not of a supported kind, is damaged, or needs more memory than is available.
+    ValueError
+        An argument is not valid, or it does not apply because of the value of `foreign`.
     """
     name = to_bytes(path)
     require_one_of("directories", directories, DIRECTORY_AXES)
     require_one_of("pixels", pixels, PIXELS)
     number = to_thread_count(threads)
-    return Image(*(_core.load_im6(name) if is_im6(name) else _core.load_tiff(name, directories, pixels, number)))
+    if foreign:
+        require_defaults("does not apply with", directories=(directories, "z"), pixels=(pixels, "default"))
+        options = to_import_options(series, pages, axes, palette, to_rgb, min_is_black, lossy)
+        array, description, changes = _core.load_foreign(name, options, number)
+        return Image(array, description, to_changes(changes))
+    require_defaults(
+        "needs",
+        series=(series, None),
+        pages=(pages, None),
+        axes=(axes, None),
+        palette=(palette, "index"),
+        to_rgb=(to_rgb, False),
+        min_is_black=(min_is_black, False),
+        lossy=(lossy, False),
+    )
+    try:
+        return Image(*(_core.load_im6(name) if is_im6(name) else _core.load_tiff(name, directories, pixels, number)))
+    except VelmoImageError as error:
+        add_import_line(error)
+        raise
+
+
+def require_defaults(relation: str, **arguments: Tuple[object, object]) -> None:
+    """Raise ValueError if an argument of `imread`, (value, default), has another value than its default."""
+    for name, (value, default) in arguments.items():
+        if value != default:
+            raise ValueError(f"{name} {relation} foreign=True")
 
 
 def open(  # noqa: A001 # the name that users expect
@@ -84,7 +122,8 @@ def open(  # noqa: A001 # the name that users expect
 ) -> LazyImage:
     """Open a TIFF or Im6 file whose pixels are read on demand.
 
-    The parameters and errors are those of `imread`.
+    The parameters and errors are those of `imread`. A file that must be imported cannot be opened: convert it with
+    `import_tiff`.
 
     Returns
     -------
@@ -95,7 +134,11 @@ def open(  # noqa: A001 # the name that users expect
     require_one_of("directories", directories, DIRECTORY_AXES)
     require_one_of("pixels", pixels, PIXELS)
     number = to_thread_count(threads)
-    return LazyImage(_core.open_im6(name) if is_im6(name) else _core.open_tiff(name, directories, pixels, number))
+    try:
+        return LazyImage(_core.open_im6(name) if is_im6(name) else _core.open_tiff(name, directories, pixels, number))
+    except VelmoImageError as error:
+        add_import_line(error)
+        raise
 
 
 def no_match(folder: PathArgument, pattern: str) -> VelmoImageError:
@@ -220,9 +263,7 @@ def imwrite(
     ValueError
         `axes` does not name the dimensions of the array, or another argument is not valid.
     """
-    name = to_bytes(path)
-    if is_im6(name):
-        raise ValueError("Im6 files cannot be written: use the extension .tif")
+    name = require_tiff_output(to_bytes(path))
     require_one_of("compression", compression or "none", COMPRESSIONS)
     number = to_thread_count(threads)
     pixels_of_array = np.asarray(array)

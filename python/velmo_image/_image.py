@@ -12,6 +12,7 @@ import numpy.typing as npt
 
 from . import _core
 from ._arguments import AXES
+from ._import import ImportChange
 
 if TYPE_CHECKING:
     import dask.array
@@ -145,9 +146,17 @@ class Image(BaseImage):
     and the memory lives as long as one of them. The image can be pickled, with its pixels.
     """
 
-    def __init__(self, array: npt.NDArray[Any], description: _core.Description) -> None:
+    def __init__(
+        self, array: npt.NDArray[Any], description: _core.Description, changes: Tuple[ImportChange, ...] = ()
+    ) -> None:
         self._array = array
         self._description = description
+        self._changes = changes
+
+    @property
+    def changes(self) -> Tuple[ImportChange, ...]:
+        """Differences to the file of an imported image; empty if there are none and for other images."""
+        return self._changes
 
     def __getitem__(self, index: Any) -> Any:
         return self._array[index]

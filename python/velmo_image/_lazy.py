@@ -11,7 +11,9 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _core
+from ._errors import VelmoImageError
 from ._image import BaseImage, require_fit
+from ._import import add_import_line
 from ._indexing import resolve
 
 if TYPE_CHECKING:
@@ -43,7 +45,12 @@ class LazyImage(BaseImage):
         return source
 
     def _read(self, first: List[int], step: List[int], out: npt.NDArray[Any]) -> None:
-        self._open_source().read(first, step, out)
+        source = self._open_source()
+        try:
+            source.read(first, step, out)
+        except VelmoImageError as error:
+            add_import_line(error)
+            raise
 
     def __getitem__(self, index: Index) -> Any:
         """Read pixels.

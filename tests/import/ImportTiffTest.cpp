@@ -9,6 +9,7 @@
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImage/PixelAccess.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
 #include <atomic>
 #include <boost/filesystem/operations.hpp>
 #include <gmock/gmock.h>
@@ -233,12 +234,30 @@ TEST(ImportTiff, DividesAnImageAlongTBeforeZ) {
     EXPECT_EQ("out-<INDEX>.tif", importer::getPartPattern("a/out.tif"));
 }
 
+TEST(ImportTiff, AnErrorOfTheOutputNamesItAndNoTemporaryFile) {
+    TemporaryFolder const folder;
+    fs::path const output = folder / "out.tif";
+    try {
+        importer::importTiff(getSample("py-damaged-tile.tif"), output);
+        FAIL() << "no exception";
+    } catch (file::VELMOImageFileException const& failure) {
+        EXPECT_THAT(failure.what(), HasSubstr("file \"" + output.string() + "\"\n"));
+        EXPECT_FALSE(failure.getMessageIds().getAll().empty());
+    }
+    EXPECT_THAT(listFolder(folder.getPath()), testing::IsEmpty());
+}
+
 TEST(ImportTiff, SaysWithWhichOptionsAFileCanBeImported) {
     EXPECT_EQ("", importer::findImportOptions(getSample("pil-cmyk.tif")));
     EXPECT_EQ(" --lossy", importer::findImportOptions(getSample("tf-float64-be.tif")));
     EXPECT_EQ(" --series 0", importer::findImportOptions(getSample("tf-two-series.tif")));
     EXPECT_EQ(std::nullopt, importer::findImportOptions(getSample("tf-complex64.tif")));
     EXPECT_EQ(std::nullopt, importer::findImportOptions(getSample("no such file")));
+    EXPECT_TRUE(importer::needsImport(getSample("pil-cmyk.tif")));
+    EXPECT_TRUE(importer::needsImport(getSample("tf-tiled-u1-le.tif")));
+    EXPECT_FALSE(importer::needsImport(getSample("pil-u2.tif")));
+    EXPECT_EQ("\n  series 0: 5 x 4, uint8, grey; 3 pages: directories 0-1, 3\n  series 1: Z 2",
+              importer::describeSeries({{0, {0, 1, 3}, "5 x 4, uint8, grey"}, {1, {}, "Z 2"}}));
     EXPECT_EQ("Z 3, C 2, T 2", importer::findFlattenedAxes(getSample("tf-ome-be.ome.tif")));
     EXPECT_EQ(std::nullopt, importer::findFlattenedAxes(getSample("tf-tiled-stack.tif")));
 }

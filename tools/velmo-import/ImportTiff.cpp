@@ -11,7 +11,10 @@
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <VELMOImageFile/VELMOImageFileException.h>
+#include <VELMOUtil/GuardedRaise.h>
 #include <algorithm>
+#include <boost/algorithm/string/replace.hpp>
 
 namespace velmo::importer {
 
@@ -42,6 +45,42 @@ void require(SystemResult const& result, std::string const& what, fs::path const
     if (!result) {
         refuse("cannot " + what + " \"" + path.string() + "\": " + result.getMessage());
     }
+}
+
+using image::file::VELMOImageFileException;
+
+/// The error of a save under a temporary name, with the name of the output instead.
+VELMOImageFileException nameOutput(VELMOImageFileException const& failure, fs::path const& temporary,
+                                   fs::path const& output) {
+    VELMOImageFileException named(
+        boost::replace_all_copy(std::string(failure.what()), temporary.string(), output.string()),
+        failure.getFunction().c_str(), failure.getFile().c_str(), failure.getLine());
+    named.setMessageIds(failure.getMessageIds());
+    return named;
+}
+
+void savePart(image::ImageConstPtr const& pImage, ReplacedFile const& file, fs::path const& output,
+              image::file::TiffWriteOptions const& options) {
+    try {
+        image::file::saveTiffImageFile(file.getPath(), pImage, options);
+    } catch (VELMOImageFileException const& failure) {
+        throw nameOutput(failure, file.getPath(), output);
+    }
+}
+
+/// "0-4, 7".
+std::string toRanges(std::vector<vlUInt64> const& numbers) {
+    std::string text;
+    for (std::size_t index = 0; index < numbers.size();) {
+        std::size_t last = index;
+        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
+            ++last;
+        }
+        text += (text.empty() ? "" : ", ") + std::to_string(numbers[index]);
+        text += last == index ? "" : '-' + std::to_string(numbers[last]);
+        index = last + 1;
+    }
+    return text;
 }
 
 } // namespace
@@ -102,7 +141,7 @@ ImportReport importTiff(fs::path const& input, fs::path const& output, ImportOpt
         }
         files.push_back(std::make_unique<ReplacedFile>(part.path));
         require(files.back()->create(), "create", part.path);
-        image::file::saveTiffImageFile(files.back()->getPath(), imported.extract(part.part), directly);
+        savePart(imported.extract(part.part), *files.back(), part.path, directly);
         report.outputs.push_back(part.path);
     }
     for (std::unique_ptr<ReplacedFile> const& pFile : files) {
@@ -137,6 +176,19 @@ std::optional<std::string> findFlattenedAxes(fs::path const& file) {
     }
 }
 
+bool needsImport(fs::path const& file) {
+    UnloggedRaises const unlogged;
+    try {
+        if (image::file::describeTiffFile(file).nbTiled != 0) {
+            return true;
+        }
+        image::file::openTiffImageFile(file, image::file::TiffReadOptions());
+        return false;
+    } catch (BaseException const&) {
+        return true;
+    }
+}
+
 std::optional<std::string> findImportOptions(fs::path const& file) {
     struct Remedy {
         char const* option;
@@ -165,6 +217,19 @@ std::optional<std::string> findImportOptions(fs::path const& file) {
         }
     }
     return std::nullopt;
+}
+
+std::string describeSeries(std::vector<ImportSeries> const& series) {
+    std::string text;
+    for (ImportSeries const& one : series) {
+        text += "\n  series " + std::to_string(one.number) + ": " + one.pixels;
+        if (!one.directories.empty()) {
+            text += "; " + std::to_string(one.directories.size()) +
+                    (one.directories.size() == 1 ? " page: directory " : " pages: directories ") +
+                    toRanges(one.directories);
+        }
+    }
+    return text;
 }
 
 } // namespace velmo::importer

@@ -171,8 +171,14 @@ std::string getPartPattern(boost::filesystem::path const& output);
 /// other files and for files that cannot be imported.
 std::optional<std::string> findFlattenedAxes(boost::filesystem::path const& file);
 
+/// Whether the module cannot open the file, or cannot read tiles in it. Logs no error.
+bool needsImport(boost::filesystem::path const& file);
+
 /// The options with which a file can be imported, such as "" or " --lossy"; empty if it cannot be imported.
 /// Reads the directories, but no pixels.
 std::optional<std::string> findImportOptions(boost::filesystem::path const& file);
+
+/// A line for each series, each after a line break: its number, its pixels and its directories.
+std::string describeSeries(std::vector<ImportSeries> const& series);
 
 } // namespace velmo::importer

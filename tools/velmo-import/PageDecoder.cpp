@@ -8,6 +8,7 @@
 #include "Palette.h"
 
 #include <VELMOBase/ParallelRun.h>
+#include <VELMOImageFile/PixelTypeNames.h>
 #include <algorithm>
 #include <cstring>
 #include <thread>
@@ -122,7 +123,7 @@ class PageDecoder::Worker {
                 return failure("the value " + unfit->value + " in column " +
                                std::to_string(chunk.x + unfit->pixel) + ", row " +
                                std::to_string(vlUInt64{chunk.y} + y) + ", sample " + std::to_string(channel) +
-                               " does not fit into " + (pixels.bSigned ? "int32" : "uint32"));
+                               " does not fit into " + image::file::getPixelTypeName(pixels.type));
             }
         }
         return success();

@@ -171,7 +171,7 @@ eExitStatus ImportCommand::run() const {
                                      ? std::string()
                                      : "; " + failure.getOption() + " imports it";
         failed.error = "cannot import " + quoted(_inputFile) + ": " + failure.what() + hint +
-                       describeSeries(failure.getSeries());
+                       importer::describeSeries(failure.getSeries());
         failed.series = failure.getSeries();
     } catch (BaseException const& failure) {
         failed.error = getFullText(failure);

@@ -7,26 +7,8 @@
 #include "terminal/ShellWord.h"
 
 #include <ImportTiff.h>
-#include <VELMOImageFile/TiffImageFileUtils.h>
 
 namespace velmo::tool {
-
-namespace {
-
-/// Whether the library cannot open the file, or cannot read tiles in it.
-bool needsImport(boost::filesystem::path const& file) {
-    try {
-        if (image::file::describeTiffFile(file).nbTiled != 0) {
-            return true;
-        }
-        image::file::openTiffImageFile(file, image::file::TiffReadOptions());
-        return false;
-    } catch (BaseException const&) {
-        return true;
-    }
-}
-
-} // namespace
 
 std::string getImportLine(boost::filesystem::path const& file, std::string const& options) {
     boost::filesystem::path output = file.parent_path() / file.stem();
@@ -36,7 +18,7 @@ std::string getImportLine(boost::filesystem::path const& file, std::string const
 
 std::string suggestImport(boost::filesystem::path const& file, std::string const& separator) {
     PromptInterrupts const prompt; // a file may have a million directories
-    auto const options = needsImport(file) ? importer::findImportOptions(file) : std::nullopt;
+    auto const options = importer::needsImport(file) ? importer::findImportOptions(file) : std::nullopt;
     return options ? separator + getImportLine(file, *options) : std::string();
 }
 

@@ -16,21 +16,6 @@ namespace {
 
 using nlohmann::ordered_json;
 
-/// "0-4, 7".
-std::string toRanges(std::vector<vlUInt64> const& numbers) {
-    std::string text;
-    for (std::size_t index = 0; index < numbers.size();) {
-        std::size_t last = index;
-        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
-            ++last;
-        }
-        text += (text.empty() ? "" : ", ") + std::to_string(numbers[index]);
-        text += last == index ? "" : '-' + std::to_string(numbers[last]);
-        index = last + 1;
-    }
-    return text;
-}
-
 bool isAlongT(ImportSummary const& summary) {
     return summary.parts.front().part.nbT != summary.pImage->getGeometry().getSizeT();
 }
@@ -77,19 +62,6 @@ void putImage(image::BaseImage const& image, ordered_json& document) {
 }
 
 } // namespace
-
-std::string describeSeries(std::vector<importer::ImportSeries> const& series) {
-    std::string text;
-    for (importer::ImportSeries const& one : series) {
-        text += "\n  series " + std::to_string(one.number) + ": " + one.pixels;
-        if (!one.directories.empty()) {
-            text += "; " + std::to_string(one.directories.size()) +
-                    (one.directories.size() == 1 ? " page: directory " : " pages: directories ") +
-                    toRanges(one.directories);
-        }
-    }
-    return text;
-}
 
 std::string toText(ImportSummary const& summary) {
     std::ostringstream text;

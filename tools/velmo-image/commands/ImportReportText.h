@@ -24,7 +24,5 @@ struct ImportSummary {
 std::string toText(ImportSummary const& summary);
 /// A document that always has all keys.
 std::string toJson(ImportSummary const& summary);
-/// A line for each series: its number, its pixels and its directories.
-std::string describeSeries(std::vector<importer::ImportSeries> const& series);
 
 } // namespace velmo::tool
