@@ -21,9 +21,8 @@ bool DeflateDecoder::inflate(void* pBuffer, vlUInt64 nbBytes) {
         _pDecompressor.reset(libdeflate_alloc_decompressor());
     }
     // Without a place for the number of decoded bytes, libdeflate rejects any number other than nbBytes.
-    return _pDecompressor &&
-           libdeflate_zlib_decompress(_pDecompressor.get(), _packed.data(), _packed.size(), pBuffer, nbBytes,
-                                      nullptr) == LIBDEFLATE_SUCCESS;
+    return _pDecompressor && libdeflate_zlib_decompress(_pDecompressor.get(), _packed.data(), _packed.size(),
+                                                        pBuffer, nbBytes, nullptr) == LIBDEFLATE_SUCCESS;
 }
 
 } // namespace velmo::image::file

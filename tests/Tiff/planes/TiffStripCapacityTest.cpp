@@ -192,6 +192,28 @@ double measureWrite(path const& path, std::uint32_t nbStrips) {
 
 } // namespace
 
+TEST_F(TiffStripExtentsTest, SamplesInTheByteOrderOfTheMachineArePlain) {
+    for (std::uint16_t const bits : {std::uint16_t{8}, std::uint16_t{16}}) {
+        for (bool const bSwapped : {false, true}) {
+            Directory directory = stripDirectory(4, 6, 2, COMPRESSION_NONE, 1, bits);
+            directory.pixels = noise(directory.countBytes());
+            writeTiff(_path, {directory}, bSwapped ? "wb" : "wl");
+            Planes const planes = openPlanes(_path);
+            TiffStrips const strips(planes.pTiff.get(), {4, 6, 2, bits / 8U});
+            bool const bPlain = bits == 8 || !bSwapped;
+            EXPECT_EQ(strips.countPlain(0, 2), bPlain ? 2U : 0U);
+            EXPECT_EQ(strips.countPlain(1, 9), bPlain ? 2U : 0U); // there are no more
+        }
+    }
+}
+
+TEST_F(TiffStripExtentsTest, StripsAtGivenPlacesEndWithTheLastPlace) {
+    writeTiff(_path, {stripDirectory(4, 6, 2)});
+    Planes const planes = openPlanes(_path);
+    TiffStrips const strips(planes.pTiff.get(), {4, 6, 2, 1}, StripPlaces{{100, 108, 116}, {8, 8, 8}});
+    EXPECT_EQ(strips.countPlain(0, 9), 3U);
+}
+
 TEST_P(TiffHugeStripTest, AFileThatIsSmallOnDiskIsWrittenAndReadBack) {
     constexpr std::uint32_t size = 9000; // libtiff needs leave for more than 64 MiB
     writeTiff(_path, {stripDirectory(size, size, size, GetParam())});
