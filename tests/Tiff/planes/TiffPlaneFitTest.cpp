@@ -94,10 +94,20 @@ TEST_F(TiffPlaneFitTest, APlainReadOfAPageWithoutBitsPerSampleNamesNoBits) {
 // Strips that outgrow the type of their sizes
 
 TEST_F(TiffPlaneFitTest, StripsThatNoLongerFitTheirEntryAreWrittenWithAllStripsBehindThem) {
-    writeTiff(_path, {stripDirectory(1000, 300, 100, COMPRESSION_LZW)}); // sizes of 16 bits
-    std::string const pixels = noise(300000);
+    std::string zeros; // 90000 of them in PackBits
+    for (unsigned int run = 0; run < 750; ++run) {
+        zeros += std::string("\x89\0", 2); // 120 zeros
+    }
+    RawDirectory directory = greyDirectory(300, 600).set(TIFFTAG_ROWSPERSTRIP, shorts({300}));
+    directory.set(TIFFTAG_COMPRESSION, shorts({COMPRESSION_PACKBITS}));
+    directory.set(TIFFTAG_STRIPOFFSETS, longs({g_atPixels, g_atPixels}));
+    directory.set(TIFFTAG_STRIPBYTECOUNTS, shorts({zeros.size(), zeros.size()}));
+    directory.pixels = zeros;
+    writeRawTiff(_path, {directory});
+    std::string const pixels = noise(180000);
     {
         Planes const planes = openPlanesForWriting(_path);
+        EXPECT_TRUE(planes.readPlane() == std::string(pixels.size(), '\0'));
         planes.writePlane(pixels);
         EXPECT_TRUE(planes.readPlane() == pixels);
     }

@@ -207,6 +207,27 @@ TEST_F(TiffStripExtentsTest, SamplesInTheByteOrderOfTheMachineArePlain) {
     }
 }
 
+TEST_F(TiffStripExtentsTest, EncodedStripsThatGrowAreAllMovedToTheEnd) {
+    writeTiff(_path, {stripDirectory(4, 6, 2, COMPRESSION_PACKBITS)});
+    std::string const pixels = countingBytes(24);
+    EncodedStrips encoded;
+    for (std::size_t begin = 0; begin < pixels.size(); begin += 8) {
+        encoded.bytes.push_back(std::byte{7}); // eight bytes as they are
+        for (char const pixel : pixels.substr(begin, 8)) {
+            encoded.bytes.push_back(std::byte(pixel));
+        }
+        encoded.ends.push_back(encoded.bytes.size());
+    }
+    {
+        Planes const planes = openPlanesForWriting(_path);
+        TiffStrips const strips(planes.pTiff.get(), {4, 6, 2, 1});
+        for (vlUInt64 strip = 0; strip < g_nbBoundStrips; ++strip) {
+            EXPECT_EQ(strips.writeEncoded(strip, encoded), 8);
+        }
+    }
+    EXPECT_EQ(readDirectoryPixels(_path, 0), pixels);
+}
+
 TEST_F(TiffStripExtentsTest, StripsAtGivenPlacesEndWithTheLastPlace) {
     writeTiff(_path, {stripDirectory(4, 6, 2)});
     Planes const planes = openPlanes(_path);
