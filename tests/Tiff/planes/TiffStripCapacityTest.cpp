@@ -207,8 +207,12 @@ TEST_F(TiffStripExtentsTest, SamplesInTheByteOrderOfTheMachineArePlain) {
     }
 }
 
-TEST_F(TiffStripExtentsTest, EncodedStripsThatGrowAreAllMovedToTheEnd) {
-    writeTiff(_path, {stripDirectory(4, 6, 2, COMPRESSION_PACKBITS)});
+// The first and the last strip have no room for their new bytes. The one between them has, but must not stay
+// before the first.
+TEST_F(TiffStripExtentsTest, EncodedStripsAreInTheirOrderAndHaveTheirOwnSizes) {
+    Directory directory = stripDirectory(4, 6, 2, COMPRESSION_PACKBITS);
+    directory.pixels = std::string(8, '\0') + noise(8);
+    writeTiff(_path, {directory});
     std::string const pixels = countingBytes(24);
     EncodedStrips encoded;
     for (std::size_t begin = 0; begin < pixels.size(); begin += 8) {
@@ -226,6 +230,12 @@ TEST_F(TiffStripExtentsTest, EncodedStripsThatGrowAreAllMovedToTheEnd) {
         }
     }
     EXPECT_EQ(readDirectoryPixels(_path, 0), pixels);
+    TiffPtr const pTiff = openPlain(_path);
+    for (std::uint32_t strip = 0; strip < g_nbBoundStrips; ++strip) {
+        EXPECT_EQ(TIFFGetStrileByteCount(pTiff.get(), strip), 9U);
+        EXPECT_GT(TIFFGetStrileOffset(pTiff.get(), strip),
+                  strip == 0 ? 0 : TIFFGetStrileOffset(pTiff.get(), strip - 1));
+    }
 }
 
 TEST_F(TiffStripExtentsTest, StripsAtGivenPlacesEndWithTheLastPlace) {
