@@ -167,7 +167,8 @@ TEST_F(CheckedStrips, AGreyStripThatCannotBeDecodedIsZeroInTolerantReadsAlone) {
 }
 
 TEST_F(CheckedStrips, AStripThatIsNotInTheFileIsZeroInTolerantReadsAlone) {
-    for (unsigned int const compression : {COMPRESSION_NONE, COMPRESSION_LZW}) {
+    for (std::uint16_t const compression :
+         {std::uint16_t{COMPRESSION_NONE}, std::uint16_t{COMPRESSION_LZW}}) {
         RawDirectory directory = greyDirectory().set(TIFFTAG_COMPRESSION, shorts({compression}));
         writeRawTiff(_path, {directory.set(TIFFTAG_STRIPOFFSETS, longs({1000000}))});
         PolicyFile const file(_path, eTiffPolicy::Tolerant);
