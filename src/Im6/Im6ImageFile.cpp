@@ -60,9 +60,7 @@ GeometricCalibrationPtr readCalibration(HeaderData const& header, vlUInt64 offse
 
 Im6ImageFile::Im6ImageFile() : _planes(new PlaneFile(g_messages)) {}
 
-Im6ImageFile::~Im6ImageFile() {
-    Im6ImageFile::clearDerived();
-}
+Im6ImageFile::~Im6ImageFile() = default;
 
 VELMO_DEFINE_ACCESSOR_IDENTITY(Im6ImageFile, "velmo::image::file::Im6ImageFile", 1)
 

@@ -31,9 +31,7 @@ constexpr PlaneFileMessages g_messages = {"N5velmo5image4file20eRawImageFileMess
 
 RawImageFile::RawImageFile() : _planes(new PlaneFile(g_messages)) {}
 
-RawImageFile::~RawImageFile() {
-    RawImageFile::clearDerived();
-}
+RawImageFile::~RawImageFile() = default;
 
 VELMO_DEFINE_ACCESSOR_IDENTITY(RawImageFile, "velmo::image::file::RawImageFile", 2)
 

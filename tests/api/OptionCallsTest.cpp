@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "CapturedLog.h"
 #include "ImageBytes.h"
 #include "TemporaryFolder.h"
 #include "TiffFixture.h"
 
 #include <VELMOImageFile/VELMOImageFile.h>
+#include <VELMOImageFile/VELMOImageFileLog.h>
 
 namespace velmo::test {
 
@@ -89,7 +91,11 @@ TEST_F(OptionCalls, OfASaveTakeBracesForTheOptions) {
     expectCheck([&] { saveTiffImageFile(path, pImage, {}); }, withoutPixels);
     expectCheck([&] { saveTiffImageFile(path, pImage, {eTC_Lzw}); }, withoutPixels);
     expectCheck([&] { saveTiffImageFile(path, pImage, {eTC_Lzw, false}); }, withoutPixels);
+    CapturedLog const log(getVELMOImageFileLogger());
     EXPECT_NO_THROW(saveTiffImageFile(path, pImage, eTC_Lzw));
+    ASSERT_EQ(log.getRecords().size(), 1U);
+    EXPECT_EQ(log.getRecords()[0].message, "The image has no pixels, its file could not be loaded again");
+    EXPECT_EQ(log.getRecords()[0].level, log4cplus::WARN_LOG_LEVEL);
 }
 
 TEST_F(OptionCalls, InBracesCompressAsTheySay) {

@@ -51,6 +51,12 @@ TEST(TiffFileSeriesSelection, ComesInTheOrderOfTheNumbersWithDuplicatesAndGaps) 
     EXPECT_THAT(showGaps(series), ElementsAre("3 4", "6 9"));
 }
 
+TEST(TiffFileSeriesSelection, OfConsecutiveNumbersHasNoGap) {
+    TiffFileSeries const series = selectTiffFiles({"a3.tif", "a1.tif", "a2.tif"}, "a<INDEX>.tif");
+    EXPECT_THAT(showFiles(series.files), ElementsAre("a1.tif 1", "a2.tif 2", "a3.tif 3"));
+    EXPECT_THAT(showGaps(series), IsEmpty());
+}
+
 TEST(TiffFileSeriesSelection, HasNumbersOf64Bits) {
     TiffFileSeries const series = selectTiffFiles({"18446744073709551615", "0"}, "<INDEX>");
     EXPECT_THAT(showFiles(series.files), ElementsAre("0 0", "18446744073709551615 18446744073709551615"));

@@ -5,6 +5,7 @@
 import importlib.machinery
 import importlib.util
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -100,6 +101,38 @@ class Drawing(unittest.TestCase):
         for file in (ROOT / "src").rglob("*.cpp"):
             folders = file.relative_to(ROOT / "src").parent.parts
             self.assertIn(folders[0] if folders else "", mutate.PROGRAMS)
+
+    def test_each_test_program_of_the_module_is_run(self):
+        run = {program for programs in mutate.PROGRAMS.values() for program in programs}
+        for folder in ("accessors", "api", "exercise", "interop", "stress", *mutate.PROGRAMS):
+            listed = (ROOT / "tests" / folder / "CMakeLists.txt").read_text() if folder else ""
+            programs = set(re.findall(r"velmo_add_test\((\w+)", listed))
+            self.assertLessEqual(programs, set(mutate.PROGRAMS.get(folder, run)), folder)
+
+
+class Limits(unittest.TestCase):
+    def run_program(self, line, processor, wall):
+        with tempfile.TemporaryDirectory() as folder:
+            tree = mutate.Tree.__new__(mutate.Tree)
+            tree.build = pathlib.Path(folder)
+            tree.temporary = tree.build / "tmp"
+            program = tree.build / "bin" / "program"
+            program.parent.mkdir()
+            program.write_text(f"#!/bin/sh\n{line}\n")
+            program.chmod(0o755)
+            return tree.run("program", mutate.Seconds(processor, wall))
+
+    def test_a_program_that_computes_forever_fails(self):
+        self.assertFalse(self.run_program("while :; do :; done", 1, 600))
+
+    def test_a_program_that_waits_forever_fails(self):
+        self.assertFalse(self.run_program("sleep 600", 60, 0.1))
+
+    def test_waiting_uses_no_processor_time(self):
+        self.assertTrue(self.run_program("sleep 2", 1, 600))
+
+    def test_both_times_count_from_those_without_a_mutant(self):
+        self.assertEqual(mutate.limit(mutate.Seconds(1.5, 2)), mutate.Seconds(25, 130))
 
 
 @unittest.skipUnless("--slow" in sys.argv, "builds the tests; --slow runs it")

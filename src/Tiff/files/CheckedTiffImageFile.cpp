@@ -25,7 +25,7 @@ BoolResult CheckedTiffImageFile::readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pi
 }
 
 BoolResult CheckedTiffImageFile::write(BaseOArchive& archive) const {
-    int const tolerant = getPolicy() == eTiffPolicy::Tolerant ? 1 : 0;
+    auto const tolerant = static_cast<int>(getPolicy() == eTiffPolicy::Tolerant);
     archive << oItem("_bTolerant", tolerant);
     return TiffImageFile::write(archive);
 }

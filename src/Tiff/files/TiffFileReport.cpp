@@ -43,16 +43,13 @@ void readAnnouncement(TIFF* pTiff, TiffDirectories const& directories, TiffFileR
 
 /// Reads the current directory and all behind it.
 void readDirectories(TIFF* pTiff, TiffDirectories const& directories, TiffFileReport& report) {
-    vlUInt64 lastOffset = 0;
     do {
-        lastOffset = TIFFCurrentDirOffset(pTiff);
         ++report.nbDirectories;
         report.nbTiled += TIFFIsTiled(pTiff) != 0 ? 1 : 0;
         auto const orientation = getTag<std::uint16_t>(pTiff, TIFFTAG_ORIENTATION);
         report.nbTurned += orientation.value_or(ORIENTATION_TOPLEFT) != ORIENTATION_TOPLEFT ? 1 : 0;
     } while (TIFFReadDirectory(pTiff) == 1);
     report.bChainBroken = directories.isBroken() || report.nbDirectories != directories.count();
-    directories.reloadDirectory(lastOffset); // without a directory a handle must not be closed
 }
 
 } // namespace

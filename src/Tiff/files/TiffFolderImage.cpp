@@ -64,7 +64,7 @@ TiffFolderImage::FilePtr TiffFolderImage::open(fs::path const& path, std::string
 TiffFolderImage::FilePtr TiffFolderImage::openToCompare(fs::path const& path, std::string& userProperties) {
     FilePtr pFile = createAccessor(_request.policy);
     BoolResult const result = openAsVolume(*pFile, path, userProperties);
-    if (!result && lacksHandle(TiffStream::getOpenError()) && !_openFiles.empty()) {
+    if (lacksHandle(TiffStream::getOpenError())) {
         _openFiles.clear();
         _bKeepOpen = false;
         return open(path, userProperties);

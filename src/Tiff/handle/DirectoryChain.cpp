@@ -26,7 +26,7 @@ constexpr vlUInt64 g_longestText = 4096;
 constexpr std::size_t g_comparedShapes = 16;
 
 std::optional<vlUInt64> readNumber(TIFF* pTiff, TiffStream& stream, vlUInt64 offset, vlUInt64 nbBytes) {
-    unsigned char bytes[8] = {};
+    unsigned char bytes[sizeof(vlUInt64)] = {};
     if (stream.readAt(offset, bytes, nbBytes) != nbBytes) {
         return std::nullopt;
     }

@@ -92,13 +92,14 @@ BoolResult TiffForeignFile::readFirstColor(std::uint16_t& samples) {
         if (!result) {
             return result;
         }
-        FoundColor const found = retrieveColorGeometry(toShort(photometric.value_or(0)), toShort(samples));
+        std::uint16_t const number = photometric.value_or(0);
+        FoundColor const found = retrieveColorGeometry(toShort(number), toShort(samples));
         if (!found.bInit) {
-            return failForChannels(photometric.value_or(0), samples, _path);
+            return failForChannels(number, samples, _path);
         }
         _walk.color = found.color;
     }
-    _walk.color.setMinIsBlack(!photometric || *photometric != PHOTOMETRIC_MINISWHITE);
+    _walk.color.setMinIsBlack(photometric != PHOTOMETRIC_MINISWHITE);
     return success();
 }
 

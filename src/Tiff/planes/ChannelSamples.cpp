@@ -109,15 +109,9 @@ template <unsigned int Width, unsigned int NbChannels>
     return done;
 }
 
-bool hasShuffles() {
-    static bool const bShuffles = __builtin_cpu_supports("ssse3") != 0;
-    return bShuffles;
-}
-
 template <unsigned int Width, unsigned int NbChannels>
-void split(vlUInt64 nbPixels, std::byte const* pPixels, std::byte* const* ppPlanes) {
-    vlUInt64 const nbInBlocks =
-        hasShuffles() ? splitBlocks<Width, NbChannels>(nbPixels, pPixels, ppPlanes) : 0;
+void split(vlUInt64 nbPixels, std::byte const* pPixels, std::byte* const* ppPlanes, bool bShuffles) {
+    vlUInt64 const nbInBlocks = bShuffles ? splitBlocks<Width, NbChannels>(nbPixels, pPixels, ppPlanes) : 0;
     for (vlUInt64 pixel = nbInBlocks; pixel < nbPixels; ++pixel) {
         for (unsigned int channel = 0; channel < NbChannels; ++channel) {
             std::memcpy(ppPlanes[channel] + pixel * Width, pPixels + (pixel * NbChannels + channel) * Width,
@@ -127,9 +121,8 @@ void split(vlUInt64 nbPixels, std::byte const* pPixels, std::byte* const* ppPlan
 }
 
 template <unsigned int Width, unsigned int NbChannels>
-void merge(vlUInt64 nbPixels, std::byte const* const* ppPlanes, std::byte* pPixels) {
-    vlUInt64 const nbInBlocks =
-        hasShuffles() ? mergeBlocks<Width, NbChannels>(nbPixels, ppPlanes, pPixels) : 0;
+void merge(vlUInt64 nbPixels, std::byte const* const* ppPlanes, std::byte* pPixels, bool bShuffles) {
+    vlUInt64 const nbInBlocks = bShuffles ? mergeBlocks<Width, NbChannels>(nbPixels, ppPlanes, pPixels) : 0;
     for (vlUInt64 pixel = nbInBlocks; pixel < nbPixels; ++pixel) {
         for (unsigned int channel = 0; channel < NbChannels; ++channel) {
             std::memcpy(pPixels + (pixel * NbChannels + channel) * Width, ppPlanes[channel] + pixel * Width,
@@ -178,13 +171,18 @@ std::array<Byte*, 4> locate(std::vector<ChannelPlane<Byte>> const& planes, vlUIn
 
 } // namespace
 
+bool hasByteShuffles() {
+    static bool const bShuffles = __builtin_cpu_supports("ssse3") != 0;
+    return bShuffles;
+}
+
 void splitPixels(eImageBufferType bufferType, vlUInt64 nbChannels, vlUInt64 nbPixels,
-                 std::byte const* pPixels, TargetPlanes const& planes, vlUInt64 offset) {
+                 std::byte const* pPixels, TargetPlanes const& planes, vlUInt64 offset, bool bShuffles) {
     unsigned int const width = getSampleWidth(bufferType, VELMO_HERE);
     if (areAllChannels(planes, width, nbChannels)) {
         auto const places = locate(planes, offset);
         dispatch(width, nbChannels, [&](auto constantWidth, auto constantChannels) {
-            split<constantWidth(), constantChannels()>(nbPixels, pPixels, places.data());
+            split<constantWidth(), constantChannels()>(nbPixels, pPixels, places.data(), bShuffles);
         });
         return;
     }
@@ -194,12 +192,12 @@ void splitPixels(eImageBufferType bufferType, vlUInt64 nbChannels, vlUInt64 nbPi
 }
 
 void mergePixels(eImageBufferType bufferType, vlUInt64 nbChannels, vlUInt64 nbPixels,
-                 SourcePlanes const& planes, vlUInt64 offset, std::byte* pPixels) {
+                 SourcePlanes const& planes, vlUInt64 offset, std::byte* pPixels, bool bShuffles) {
     unsigned int const width = getSampleWidth(bufferType, VELMO_HERE);
     if (areAllChannels(planes, width, nbChannels)) {
         auto const places = locate(planes, offset);
         dispatch(width, nbChannels, [&](auto constantWidth, auto constantChannels) {
-            merge<constantWidth(), constantChannels()>(nbPixels, places.data(), pPixels);
+            merge<constantWidth(), constantChannels()>(nbPixels, places.data(), pPixels, bShuffles);
         });
         return;
     }

@@ -37,9 +37,7 @@ class PackedRows {
         if (_rowsPerStrip == 0) { // one strip of all rows
             _rowsPerStrip = std::max<vlUInt64>(1, _nbRows);
         }
-        tmsize_t const scanlineSize = TIFFScanlineSize(context.pTiff);
-        _buffer.resize(
-            std::max((_sizeX + 7) / 8, static_cast<vlUInt64>(std::max<tmsize_t>(0, scanlineSize))));
+        _buffer.resize(std::max<vlUInt64>((_sizeX + 7) / 8, TIFFScanlineSize64(context.pTiff)));
     }
 
     /// Codecs can only start at the first row of a strip, or go on after the row that they have decoded last.

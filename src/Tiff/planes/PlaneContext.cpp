@@ -29,7 +29,6 @@ PlaneContext::PlaneContext(TIFF*& givenTiff, boost::filesystem::path const& give
     : pTiff(givenTiff), path(givenPath), geometry(givenGeometry), run(givenRun), policy(givenPolicy),
       bufferType(getPlaneBufferType(givenGeometry, givenRun.t)) {
     bool const bPage = scope == eScope::Page;
-    run.c = bPage ? 0 : run.c;
     directory = bPage ? geometry.getSizeZ() * run.t + run.z : toDirectoryIndex(geometry, run.z, run.c, run.t);
     nbChannels = bPage || isInterleavedColor(geometry) ? geometry.getSizeC() : 1;
 }

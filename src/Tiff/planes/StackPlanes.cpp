@@ -87,7 +87,7 @@ class StackReader {
     /// Offset of a pixel of the run in the file; if it overflows 64 bits, an offset beyond the end of every
     /// file.
     vlUInt64 getOffset(vlUInt64 done) const {
-        constexpr vlUInt64 nowhere = NumericLimits<vlUInt64>::s_max >> 1U;
+        constexpr auto nowhere = static_cast<vlUInt64>(NumericLimits<std::streamoff>::s_max);
         vlUInt64 const planePixels = _context.geometry.getPlanNbPixels();
         auto const before = checkedMultiply(_context.directory, planePixels);
         auto const pixel = before ? checkedAdd(*before, _context.run.pixelStart + done) : std::nullopt;

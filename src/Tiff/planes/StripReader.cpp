@@ -85,7 +85,7 @@ BoolResult StripReader::decode(Block const& block) {
     std::byte* const pBuffer =
         bInPlace ? _channels.front().pSamples + getPlanOffset() : providePixels(nbBytes);
     long const nbRead = getStrips().read(block.strip, nbBytes, pBuffer);
-    vlUInt64 const nbDecoded = nbRead < 0 ? 0 : std::min(static_cast<vlUInt64>(nbRead), nbBytes);
+    vlUInt64 const nbDecoded = std::min(static_cast<vlUInt64>(std::max(nbRead, 0L)), nbBytes);
     if (nbDecoded < nbBytes) {
         std::memset(pBuffer + nbDecoded, 0, nbBytes - nbDecoded);
     }

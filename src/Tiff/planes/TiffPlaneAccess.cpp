@@ -74,12 +74,12 @@ BoolResult readStrips(PlaneContext const& context, void* pPixels) {
 }
 
 /// Reads RowsPerStrip, without which strips cannot be written. If the tag is missing, closes the handle.
-BoolResult requireRowsPerStrip(PlaneContext const& context, std::uint32_t& rowsPerStrip) {
-    auto const found = getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP);
-    if (!found) {
+BoolResult requireLayout(PlaneContext const& context, StripLayout& layout) {
+    auto const rowsPerStrip = getTag<std::uint32_t>(context.pTiff, TIFFTAG_ROWSPERSTRIP);
+    if (!rowsPerStrip) {
         return context.failToGetTagAndClose("TIFFTAG_ROWSPERSTRIP");
     }
-    rowsPerStrip = *found;
+    layout = context.getLayout(*rowsPerStrip);
     return success();
 }
 
@@ -89,16 +89,15 @@ BoolResult writeChannels(PlaneContext const& context, vlUInt64 firstChannel,
     if (moveWithoutLibtiff<StripWriter>(context, StripWriter::eWriteFailure::Report, firstChannel, planes)) {
         return success();
     }
-    std::uint32_t rowsPerStrip = 0;
+    StripLayout layout = {};
     BoolResult result =
         runSteps([&] { return context.requireHandle(); }, [&] { return context.reachDirectory(); },
-                 [&] { return requireRowsPerStrip(context, rowsPerStrip); },
+                 [&] { return requireLayout(context, layout); },
                  [&] { return context.isInterleaved() ? context.requireChannels() : success(); });
     if (!result) {
         return result;
     }
-    StripWriter writer(context, {context.pTiff, context.getLayout(rowsPerStrip)},
-                       StripWriter::eWriteFailure::Report);
+    StripWriter writer(context, {context.pTiff, layout}, StripWriter::eWriteFailure::Report);
     writer.setEncoded(pEncoded);
     for (vlUInt64 index = 0; index < planes.size(); ++index) {
         writer.addChannel(firstChannel + index, planes[index]);
@@ -224,14 +223,13 @@ BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImage
 BoolResult writePage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                      PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes) {
     PlaneContext const context(pTiff, path, geometry, run, policy, PlaneContext::eScope::Page);
-    std::uint32_t rowsPerStrip = 0;
-    BoolResult result = runSteps([&] { return reachPage(context); },
-                                 [&] { return requireRowsPerStrip(context, rowsPerStrip); });
+    StripLayout layout = {};
+    BoolResult result =
+        runSteps([&] { return reachPage(context); }, [&] { return requireLayout(context, layout); });
     if (!result) {
         return result;
     }
-    StripWriter writer(context, {context.pTiff, context.getLayout(rowsPerStrip)},
-                       StripWriter::eWriteFailure::IgnoreMinusOne);
+    StripWriter writer(context, {context.pTiff, layout}, StripWriter::eWriteFailure::IgnoreMinusOne);
     for (vlUInt64 channel = 0; channel < planes.size(); ++channel) {
         writer.addChannel(channel, planes[channel]);
     }

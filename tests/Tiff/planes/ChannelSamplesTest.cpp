@@ -3,6 +3,7 @@
 
 #include "Tiff/planes/ChannelSamples.h"
 
+#include "TemporaryFolder.h"
 #include "Tiff/model/TiffPixels.h"
 
 #include <gtest/gtest.h>
@@ -55,6 +56,20 @@ class ChannelSamples : public testing::TestWithParam<PixelKind> {
         return planes;
     }
 
+    /// Sets the samples of the first channels in the pixels to zero.
+    void clearChannels(vlUInt64 nbListed) {
+        std::vector<std::byte> const zeros(_planeBytes);
+        for (vlUInt64 channel = 0; channel < nbListed; ++channel) {
+            planToColor(GetParam().type, GetParam().nbChannels, channel, _nbPixels, zeros.data(),
+                        _pixels.data() + s_guard);
+        }
+    }
+
+    static constexpr bool s_bShuffles[] = {false, true};
+
+    /// Whether this processor can copy in this way.
+    static bool isPossible(bool bShuffles) { return !bShuffles || hasByteShuffles(); }
+
     vlUInt64 _nbPixels = 0;
     vlUInt64 _planeBytes = 0;
     std::vector<std::byte> _pixels;
@@ -68,9 +83,14 @@ TEST_P(ChannelSamples, AreSplitAsOneChannelAfterTheOther) {
         for (vlUInt64 nbListed = 1; nbListed <= GetParam().nbChannels; ++nbListed) {
             use(nbPixels);
             auto const expected = splitOneByOne(nbListed);
-            splitPixels(GetParam().type, GetParam().nbChannels, nbPixels, _pixels.data() + s_guard,
-                        listPlanes<TargetPlanes>(nbListed), s_guard);
-            ASSERT_EQ(_planes, expected) << nbPixels << " pixels, " << nbListed << " channels";
+            for (bool const bShuffles : s_bShuffles) {
+                if (isPossible(bShuffles)) {
+                    use(nbPixels);
+                    splitPixels(GetParam().type, GetParam().nbChannels, nbPixels, _pixels.data() + s_guard,
+                                listPlanes<TargetPlanes>(nbListed), s_guard, bShuffles);
+                    ASSERT_EQ(_planes, expected) << nbPixels << " pixels, " << nbListed << " channels";
+                }
+            }
         }
     }
 }
@@ -81,16 +101,21 @@ TEST_P(ChannelSamples, AreMergedToThePixelsThatWereSplitAndTouchNothingElse) {
             use(nbPixels);
             auto const expected = _pixels;
             _planes = splitOneByOne(nbListed);
-            for (vlUInt64 channel = 0; channel < nbListed; ++channel) {
-                std::vector<std::byte> const zeros(_planeBytes);
-                planToColor(GetParam().type, GetParam().nbChannels, channel, nbPixels, zeros.data(),
-                            _pixels.data() + s_guard);
+            for (bool const bShuffles : s_bShuffles) {
+                if (isPossible(bShuffles)) {
+                    clearChannels(nbListed);
+                    mergePixels(GetParam().type, GetParam().nbChannels, nbPixels,
+                                listPlanes<SourcePlanes>(nbListed), s_guard, _pixels.data() + s_guard,
+                                bShuffles);
+                    ASSERT_EQ(_pixels, expected) << nbPixels << " pixels, " << nbListed << " channels";
+                }
             }
-            mergePixels(GetParam().type, GetParam().nbChannels, nbPixels, listPlanes<SourcePlanes>(nbListed),
-                        s_guard, _pixels.data() + s_guard);
-            ASSERT_EQ(_pixels, expected) << nbPixels << " pixels, " << nbListed << " channels";
         }
     }
+}
+
+TEST(ByteShuffles, AreUsedOnAProcessorThatHasThem) {
+    EXPECT_EQ(hasByteShuffles(), test::readFile("/proc/cpuinfo").find(" ssse3 ") != std::string::npos);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, ChannelSamples,

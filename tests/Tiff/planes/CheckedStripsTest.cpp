@@ -166,6 +166,20 @@ TEST_F(CheckedStrips, AGreyStripThatCannotBeDecodedIsZeroInTolerantReadsAlone) {
     EXPECT_EQ(loadChecked(_path, tolerant()).pixels, expected);
 }
 
+TEST_F(CheckedStrips, AStripThatIsNotInTheFileIsZeroInTolerantReadsAlone) {
+    for (std::uint16_t const compression :
+         {std::uint16_t{COMPRESSION_NONE}, std::uint16_t{COMPRESSION_LZW}}) {
+        RawDirectory directory = greyDirectory().set(TIFFTAG_COMPRESSION, shorts({compression}));
+        writeRawTiff(_path, {directory.set(TIFFTAG_STRIPOFFSETS, longs({1000000}))});
+        PolicyFile const file(_path, eTiffPolicy::Tolerant);
+        ASSERT_THAT(file.getOpening(), Succeeds());
+        EXPECT_EQ(file.readPlane().pixels, std::string(12, '\0'));
+        EXPECT_EQ(file.getWarnings().size(), 1U);
+        EXPECT_THAT(PolicyFile(_path, eTiffPolicy::Strict).readPlane().failure,
+                    HasSubstr("Failed to read data of strip 0"));
+    }
+}
+
 TEST_F(CheckedStrips, APackedRowThatCannotBeDecodedIsZeroInTolerantReadsAlone) {
     Directory directory = stripDirectory(64, 30, 10, COMPRESSION_ADOBE_DEFLATE, 1, 1);
     directory.pixels = std::string(240, '\xff');

@@ -14,6 +14,8 @@ std::string loadError(path const& path, std::string const& lower) {
     return "Error while loading tiff image file \"" + path.string() + "\"\n" + lower;
 }
 
+using TiffPlaneFitTest = TiffTest;
+
 /// "loaded", or the text of what a load throws.
 std::string tryLoad(path const& path) {
     try {
@@ -76,6 +78,41 @@ TEST_P(TiffTwoSampleSizesTest, ThePageThatDoesNotFitIsNotWrittenAndNoByteChanges
 
 INSTANTIATE_TEST_SUITE_P(Sizes, TiffTwoSampleSizesTest, testing::Values(Sizes{8, 16}, Sizes{16, 8}),
                          testing::PrintToStringParamName());
+
+// A page without the size of its samples
+
+TEST_F(TiffPlaneFitTest, APlainReadOfAPageWithoutBitsPerSampleNamesNoBits) {
+    writeRawTiff(_path, {greyDirectory(), greyDirectory().without(TIFFTAG_BITSPERSAMPLE)});
+    Planes const planes = plainPlanes(_path, "r", makeGeometry(eIBT_UInt8, {4, 3, 2}));
+    PixelRun const second = planes.wholePlane(1);
+    EXPECT_THAT(planes.tryRead(second),
+                FailsWith(readStripFailed(0, second, _path) +
+                          "The directory has planes of 4 x 3 pixels of 0 bits, the image has planes of "
+                          "4 x 3 pixels of 8 bits"));
+}
+
+// Strips that outgrow the type of their sizes
+
+TEST_F(TiffPlaneFitTest, StripsThatNoLongerFitTheirEntryAreWrittenWithAllStripsBehindThem) {
+    std::string zeros; // 90000 of them in PackBits
+    for (unsigned int run = 0; run < 750; ++run) {
+        zeros += std::string("\x89\0", 2); // 120 zeros
+    }
+    RawDirectory directory = greyDirectory(300, 600).set(TIFFTAG_ROWSPERSTRIP, shorts({300}));
+    directory.set(TIFFTAG_COMPRESSION, shorts({COMPRESSION_PACKBITS}));
+    directory.set(TIFFTAG_STRIPOFFSETS, longs({g_atPixels, g_atPixels}));
+    directory.set(TIFFTAG_STRIPBYTECOUNTS, shorts({zeros.size(), zeros.size()}));
+    directory.pixels = zeros;
+    writeRawTiff(_path, {directory});
+    std::string const pixels = noise(180000);
+    {
+        Planes const planes = openPlanesForWriting(_path);
+        EXPECT_TRUE(planes.readPlane() == std::string(pixels.size(), '\0'));
+        planes.writePlane(pixels);
+        EXPECT_TRUE(planes.readPlane() == pixels);
+    }
+    EXPECT_TRUE(readDirectoryPixels(_path, 0) == pixels);
+}
 
 // Stored geometries beside other tags
 

@@ -192,6 +192,59 @@ double measureWrite(path const& path, std::uint32_t nbStrips) {
 
 } // namespace
 
+TEST_F(TiffStripExtentsTest, SamplesInTheByteOrderOfTheMachineArePlain) {
+    for (std::uint16_t const bits : {std::uint16_t{8}, std::uint16_t{16}}) {
+        for (bool const bSwapped : {false, true}) {
+            Directory directory = stripDirectory(4, 6, 2, COMPRESSION_NONE, 1, bits);
+            directory.pixels = noise(directory.countBytes());
+            writeTiff(_path, {directory}, bSwapped ? "wb" : "wl");
+            Planes const planes = openPlanes(_path);
+            TiffStrips const strips(planes.pTiff.get(), {4, 6, 2, bits / 8U});
+            bool const bPlain = bits == 8 || !bSwapped;
+            EXPECT_EQ(strips.countPlain(0, 2), bPlain ? 2U : 0U);
+            EXPECT_EQ(strips.countPlain(1, 9), bPlain ? 2U : 0U); // there are no more
+        }
+    }
+}
+
+// The first and the last strip have no room for their new bytes. The one between them has, but must not stay
+// before the first.
+TEST_F(TiffStripExtentsTest, EncodedStripsAreInTheirOrderAndHaveTheirOwnSizes) {
+    Directory directory = stripDirectory(4, 6, 2, COMPRESSION_PACKBITS);
+    directory.pixels = std::string(8, '\0') + noise(8);
+    writeTiff(_path, {directory});
+    std::string const pixels = countingBytes(24);
+    EncodedStrips encoded;
+    for (std::size_t begin = 0; begin < pixels.size(); begin += 8) {
+        encoded.bytes.push_back(std::byte{7}); // eight bytes as they are
+        for (char const pixel : pixels.substr(begin, 8)) {
+            encoded.bytes.push_back(std::byte(pixel));
+        }
+        encoded.ends.push_back(encoded.bytes.size());
+    }
+    {
+        Planes const planes = openPlanesForWriting(_path);
+        TiffStrips const strips(planes.pTiff.get(), {4, 6, 2, 1});
+        for (vlUInt64 strip = 0; strip < g_nbBoundStrips; ++strip) {
+            EXPECT_EQ(strips.writeEncoded(strip, encoded), 8);
+        }
+    }
+    EXPECT_EQ(readDirectoryPixels(_path, 0), pixels);
+    TiffPtr const pTiff = openPlain(_path);
+    for (std::uint32_t strip = 0; strip < g_nbBoundStrips; ++strip) {
+        EXPECT_EQ(TIFFGetStrileByteCount(pTiff.get(), strip), 9U);
+        EXPECT_GT(TIFFGetStrileOffset(pTiff.get(), strip),
+                  strip == 0 ? 0 : TIFFGetStrileOffset(pTiff.get(), strip - 1));
+    }
+}
+
+TEST_F(TiffStripExtentsTest, StripsAtGivenPlacesEndWithTheLastPlace) {
+    writeTiff(_path, {stripDirectory(4, 6, 2)});
+    Planes const planes = openPlanes(_path);
+    TiffStrips const strips(planes.pTiff.get(), {4, 6, 2, 1}, StripPlaces{{100, 108, 116}, {8, 8, 8}});
+    EXPECT_EQ(strips.countPlain(0, 9), 3U);
+}
+
 TEST_P(TiffHugeStripTest, AFileThatIsSmallOnDiskIsWrittenAndReadBack) {
     constexpr std::uint32_t size = 9000; // libtiff needs leave for more than 64 MiB
     writeTiff(_path, {stripDirectory(size, size, size, GetParam())});

@@ -33,7 +33,7 @@ BoolResult writePlanes(TIFF*& pTiff, boost::filesystem::path const& path, BaseIm
                        PlaneRun const& run, eTiffPolicy policy, std::vector<void const*> const& planes,
                        EncodedStrips const* pEncoded = nullptr);
 
-/// Transfers all channels of an interleaved page at once. `run.c` is ignored. `planes` contains one buffer
+/// Transfers all channels of an interleaved page at once. `run.c` must be 0. `planes` contains one buffer
 /// for each channel, in order; a read with fewer buffers fills only these.
 BoolResult readPage(TIFF*& pTiff, boost::filesystem::path const& path, BaseImageGeometry const& geometry,
                     PlaneRun const& run, eTiffPolicy policy, std::vector<void*> const& planes);
