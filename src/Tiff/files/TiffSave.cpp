@@ -102,24 +102,19 @@ class ImagePages {
     /// Reads a page, into `pMemory` unless that is null.
     BoolResult read(vlUInt64 number, std::byte* pMemory, Page& page) const {
         page.place = toPlane(_geometry, _bInterleaved, number);
-        if (pMemory != nullptr && readInto(pMemory, page)) {
+        vlUInt64 const planeBytes =
+            _geometry.getPlanNbPixels() * getImageBufferBaseSize(getPlaneBufferType(_geometry, page.place.t));
+        std::vector<void*> buffers;
+        for (vlUInt64 c = 0; c < getNbPageChannels() && pMemory != nullptr; ++c) {
+            buffers.push_back(pMemory + c * planeBytes);
+        }
+        page.pixels.assign(buffers.begin(), buffers.end());
+        bool const bAtOnce = _pPageReader != nullptr && !buffers.empty();
+        if (bAtOnce &&
+            _pPageReader->readRawPage(page.place.z, page.place.t, 0, page.place.nbPixels, buffers)) {
             return success();
         }
-        page.pixels.clear();
-        vlUInt64 const nbChannels = getNbPageChannels();
-        BoolResult result = success();
-        for (vlUInt64 c = 0; c < nbChannels && result; ++c) {
-            PlaneRun plane = page.place;
-            plane.c += c;
-            page.planes.emplace_back();
-            result = readPlane(plane, page.planes.back());
-            if (!result) {
-                BoolResult const earlier = readEarlierPlanes(plane);
-                result = earlier ? result : earlier;
-            }
-            page.pixels.push_back(page.planes.back()->accessBuffer().getDataPtr());
-        }
-        return result;
+        return readChannels(page, buffers);
     }
 
     BoolResult readPlane(PlaneRun const& place, boost::shared_ptr<InputImageYStrip2d>& pPlane) const {
@@ -132,27 +127,29 @@ class ImagePages {
   private:
     vlUInt64 getNbPageChannels() const { return _bInterleaved ? _geometry.getSizeC() : 1; }
 
-    /// Returns false if that fails. The channels are then read again one by one, which gives the failure.
-    bool readInto(std::byte* pMemory, Page& page) const {
-        vlUInt64 const planeBytes =
-            _geometry.getPlanNbPixels() * getImageBufferBaseSize(getPlaneBufferType(_geometry, page.place.t));
-        std::vector<void*> buffers;
-        for (vlUInt64 c = 0; c < getNbPageChannels(); ++c) {
-            buffers.push_back(pMemory + c * planeBytes);
+    /// Reads one channel after the other, into `buffers` unless there are none.
+    BoolResult readChannels(Page& page, std::vector<void*> const& buffers) const {
+        BoolResult result = success();
+        for (vlUInt64 c = 0; c < getNbPageChannels() && result; ++c) {
+            PlaneRun plane = page.place;
+            plane.c += c;
+            result = buffers.empty() ? readOwn(plane, page)
+                                     : _pDiskImage->getAccessor()->readRawData(plane.z, plane.c, plane.t, 0,
+                                                                               plane.nbPixels, buffers[c]);
+            if (!result) {
+                BoolResult const earlier = readEarlierPlanes(plane);
+                result = earlier ? result : earlier;
+            }
         }
-        page.pixels.assign(buffers.begin(), buffers.end());
-        return (_pPageReader != nullptr &&
-                _pPageReader->readRawPage(page.place.z, page.place.t, 0, page.place.nbPixels, buffers)) ||
-               readChannels(page.place, buffers);
+        return result;
     }
 
-    bool readChannels(PlaneRun const& first, std::vector<void*> const& buffers) const {
-        bool bRead = true;
-        for (vlUInt64 c = 0; c < buffers.size() && bRead; ++c) {
-            bRead = static_cast<bool>(_pDiskImage->getAccessor()->readRawData(first.z, first.c + c, first.t,
-                                                                              0, first.nbPixels, buffers[c]));
-        }
-        return bRead;
+    /// Reads the next channel of a page into memory of its own, or takes the memory of the image.
+    BoolResult readOwn(PlaneRun const& plane, Page& page) const {
+        page.planes.emplace_back();
+        BoolResult result = readPlane(plane, page.planes.back());
+        page.pixels.push_back(page.planes.back()->accessBuffer().getDataPtr());
+        return result;
     }
 
     /// Fails if a plane fails that a save of one channel after the other would read before `plane`. Both
