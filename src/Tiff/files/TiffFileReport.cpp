@@ -5,6 +5,7 @@
 
 #include "Frame/FailureText.h"
 #include "Tiff/TiffImageFileTools.h"
+#include "Tiff/handle/DirectoryWalk.h"
 #include "Tiff/handle/TiffDirectories.h"
 #include "Tiff/handle/TiffErrorHandler.h"
 #include "Tiff/handle/TiffFileClosure.h"
@@ -15,6 +16,7 @@
 
 #include <VELMOImageFile/TiffImageFileMessage.h>
 #include <stdexcept>
+#include <vector>
 
 namespace velmo::image::file {
 
@@ -41,14 +43,31 @@ void readAnnouncement(TIFF* pTiff, TiffDirectories const& directories, TiffFileR
     }
 }
 
-/// Reads the current directory and all behind it.
+/// What counts of a directory.
+struct DirectoryFacts {
+    bool bTiled;
+    bool bTurned;
+};
+
+DirectoryFacts readFacts(TIFF* pTiff) {
+    auto const orientation = getTag<std::uint16_t>(pTiff, TIFFTAG_ORIENTATION);
+    return {TIFFIsTiled(pTiff) != 0, orientation.value_or(ORIENTATION_TOPLEFT) != ORIENTATION_TOPLEFT};
+}
+
+/// Reads the current directory, which is the first one, and all behind it.
 void readDirectories(TIFF* pTiff, TiffDirectories const& directories, TiffFileReport& report) {
+    std::vector<DirectoryFacts> facts;
+    DirectoryWalk walk(pTiff);
     do {
-        ++report.nbDirectories;
-        report.nbTiled += TIFFIsTiled(pTiff) != 0 ? 1 : 0;
-        auto const orientation = getTag<std::uint16_t>(pTiff, TIFFTAG_ORIENTATION);
-        report.nbTurned += orientation.value_or(ORIENTATION_TOPLEFT) != ORIENTATION_TOPLEFT ? 1 : 0;
-    } while (TIFFReadDirectory(pTiff) == 1);
+        auto const model = walk.getModel();
+        facts.push_back(model ? facts[*model] : readFacts(pTiff));
+        if (!model) {
+            walk.accept();
+        }
+        report.nbTiled += facts.back().bTiled ? 1 : 0;
+        report.nbTurned += facts.back().bTurned ? 1 : 0;
+    } while (walk.next());
+    report.nbDirectories = facts.size();
     report.bChainBroken = directories.isBroken() || report.nbDirectories != directories.count();
 }
 
