@@ -3,6 +3,8 @@
 
 #include "ForeignFile.h"
 
+#include "TemporaryFolder.h"
+
 #include <algorithm>
 #include <array>
 #include <boost/crc.hpp>
@@ -118,6 +120,24 @@ std::string damage(std::string bytes, std::mt19937& random) {
         }
     }
     return bytes;
+}
+
+void forEachDamagedTiff(
+    boost::filesystem::path const& folder, unsigned int nbCopies, std::mt19937& random,
+    std::function<void(boost::filesystem::path const&, unsigned int number)> const& test) {
+    constexpr std::size_t largestFile = 20000;
+    std::vector<boost::filesystem::path> const files = findForeignTiffs();
+    for (unsigned int number = 0; number < nbCopies; ++number) {
+        boost::filesystem::path const& file = files[random() % files.size()];
+        std::string const bytes = readFile(file);
+        if (bytes.size() <= largestFile) {
+            boost::filesystem::path const damaged = folder / (std::to_string(number) + ".tif");
+            writeFile(damaged, damage(bytes, random));
+            SCOPED_TRACE(file.filename().string() + ", copy " + std::to_string(number));
+            test(damaged, number);
+            boost::filesystem::remove(damaged);
+        }
+    }
 }
 
 std::vector<ForeignFile> readForeignFiles() {

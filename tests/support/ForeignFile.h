@@ -8,6 +8,7 @@
 #include <VELMOImageFile/TiffImageFileTypes.h>
 #include <boost/filesystem/path.hpp>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <random>
 #include <string>
@@ -58,6 +59,11 @@ std::vector<boost::filesystem::path> findForeignTiffs();
 
 /// Changes a few bytes of a file, cuts it, or repeats a piece of it.
 std::string damage(std::string bytes, std::mt19937& random);
+
+/// Calls `test` with damaged copies of small files of that folder, one after the other, each with its number
+/// and a new name in `folder`.
+void forEachDamagedTiff(boost::filesystem::path const& folder, unsigned int nbCopies, std::mt19937& random,
+                        std::function<void(boost::filesystem::path const&, unsigned int number)> const& test);
 
 std::uint32_t getCrc(std::string const& bytes);
 

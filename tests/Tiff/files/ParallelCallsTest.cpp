@@ -154,20 +154,11 @@ TEST_F(ParallelCalls, LoadsOfEachForeignFileGiveTheSame) {
 
 TEST_F(ParallelCalls, LoadsOfDamagedFilesGiveTheSame) {
     std::mt19937 random(20261122);
-    std::vector<path> const fixtures = velmo::test::findForeignTiffs();
-    for (unsigned int mutant = 0; mutant < 600; ++mutant) {
-        path const& fixture = fixtures[random() % fixtures.size()];
-        std::string const bytes = readFile(fixture);
-        if (bytes.size() > 20000) {
-            continue;
-        }
-        path const damaged = _folder / (std::to_string(mutant) + ".tif");
-        writeFile(damaged, velmo::test::damage(bytes, random));
-        SCOPED_TRACE(fixture.filename().string() + ", mutant " + std::to_string(mutant));
-        compareLoads(damaged);
-        compareAccessors(damaged);
-        fs::remove(damaged);
-    }
+    velmo::test::forEachDamagedTiff(_folder.getPath(), 600, random,
+                                    [](path const& damaged, unsigned int /*number*/) {
+                                        compareLoads(damaged);
+                                        compareAccessors(damaged);
+                                    });
 }
 
 TEST_F(ParallelCalls, SavesOfEachKindGiveTheSameFile) {

@@ -5,7 +5,6 @@
 #include "CpuTime.h"
 #include "ForeignFile.h"
 
-#include <boost/filesystem/operations.hpp>
 #include <random>
 
 namespace velmo::image::file {
@@ -59,19 +58,10 @@ TEST_F(RepeatedReads, GiveThePixelsOfEachForeignFile) {
 
 TEST_F(RepeatedReads, OfDamagedFilesGiveTheSamePixelsAndFailures) {
     std::mt19937 random(20261123);
-    std::vector<path> const fixtures = velmo::test::findForeignTiffs();
-    for (unsigned int mutant = 0; mutant < 400; ++mutant) {
-        path const& fixture = fixtures[random() % fixtures.size()];
-        std::string const bytes = readFile(fixture);
-        if (bytes.size() > 20000) {
-            continue;
-        }
-        path const damaged = _folder / (std::to_string(mutant) + ".tif");
-        writeFile(damaged, velmo::test::damage(bytes, random));
-        SCOPED_TRACE(fixture.filename().string() + ", mutant " + std::to_string(mutant));
-        compareReads(damaged, g_checkedPolicies[mutant % 2], random);
-        boost::filesystem::remove(damaged);
-    }
+    velmo::test::forEachDamagedTiff(_folder.getPath(), 400, random,
+                                    [&](path const& damaged, unsigned int number) {
+                                        compareReads(damaged, g_checkedPolicies[number % 2], random);
+                                    });
 }
 
 TEST_F(RepeatedReads, AWriteBetweenThemIsSeen) {
