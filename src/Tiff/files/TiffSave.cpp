@@ -186,7 +186,7 @@ class PageSaver {
             BoolResult result = writeAll(nbThreads, compression);
             return result ? _writer.flush() : result;
         } catch (...) {
-            BoolResult const before = _writer.flush();
+            BoolResult before = _writer.flush();
             if (!before) {
                 return before;
             }
@@ -207,7 +207,7 @@ class PageSaver {
   private:
     BoolResult saveFirstChannel(PlaneRun const& plane) const {
         boost::shared_ptr<InputImageYStrip2d> pPlane;
-        BoolResult const read = _pages.readPlane(plane, pPlane);
+        BoolResult read = _pages.readPlane(plane, pPlane);
         if (!read) {
             return read;
         }
