@@ -76,13 +76,14 @@ std::unique_ptr<TiffHandles::Entry> TiffHandles::takeIdle() {
     return pEntry;
 }
 
-/// Null if the system has no memory for another handle.
+/// Null if the system has no memory for another handle, or for all of its tags.
 std::unique_ptr<TiffHandles::Entry> TiffHandles::openAgain() {
     try {
         _idle.reserve(_nbLent + 1); // `giveBack` must not fail
         auto pEntry = std::make_unique<Entry>(nullptr);
         pEntry->pTiff = TiffStream::openAgain(_pFile);
-        return pEntry->pTiff != nullptr ? std::move(pEntry) : nullptr;
+        bool const bWhole = pEntry->pTiff != nullptr && !TiffStream::find(pEntry->pTiff)->getMissedError();
+        return bWhole ? std::move(pEntry) : nullptr;
     } catch (std::bad_alloc const&) {
         return nullptr;
     }
