@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "Sanitizers.h"
 #include "SoftLimit.h"
 #include "StreamingFixture.h"
 
@@ -11,18 +12,6 @@ namespace velmo::test {
 using testing::ElementsAre;
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool g_bSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool g_bSanitized = true;
-#else
-constexpr bool g_bSanitized = false;
-#endif
-#else
-constexpr bool g_bSanitized = false;
-#endif
 
 class Streaming : public StreamingFixture {
   protected:
