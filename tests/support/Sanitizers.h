@@ -5,8 +5,8 @@
 
 namespace velmo::test {
 
-/// Whether the address or the thread sanitizer is built in. Both multiply memory and time, so bounds on them say
-/// nothing then. g++ tells by macros, clang by features.
+/// Whether the address or the thread sanitizer is built in. Both multiply memory and time, so bounds on them
+/// say nothing then. g++ tells by macros, clang by features.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool g_bSanitized = true;
 #elif defined(__has_feature)
