@@ -110,6 +110,7 @@ BoolResult ImportSource::readPage(vlUInt64 z, vlUInt64 t, std::vector<void*> con
         return failure("the channels are in several pages");
     }
     std::vector<std::byte*> planes;
+    planes.reserve(buffers.size());
     for (void* const pBuffer : buffers) {
         planes.push_back(static_cast<std::byte*>(pBuffer));
     }

@@ -66,7 +66,7 @@ std::string SeriesOptions::suggestImport(std::string const& message) const {
     for (TiffFileSeries::File const& file : listMatches(findSeries(_directory, _pattern))) {
         if (message.find(quoted(file.path.string())) != std::string::npos ||
             message.find(file.path.string() + '\n') != std::string::npos) {
-            std::string const suggestion = tool::suggestImport(file.path);
+            std::string suggestion = tool::suggestImport(file.path);
             if (!suggestion.empty()) {
                 return suggestion;
             }
