@@ -60,6 +60,7 @@ void readDirectories(TIFF* pTiff, TiffDirectories const& directories, TiffFileRe
     DirectoryWalk walk(pTiff);
     do {
         auto const model = walk.getModel();
+        // cppcheck-suppress containerOutOfBounds // a model is an earlier directory
         facts.push_back(model ? facts[*model] : readFacts(pTiff));
         if (!model) {
             walk.accept();
