@@ -3,20 +3,30 @@
 
 #pragma once
 
+// g++ tells of sanitizers by macros, clang by features.
+#if defined(__has_feature)
+#define VELMO_HAS_SANITIZER(name) __has_feature(name)
+#else
+#define VELMO_HAS_SANITIZER(name) 0
+#endif
+
 namespace velmo::test {
 
-/// Whether the address or the thread sanitizer is built in. Both multiply memory and time, so bounds on them
-/// say nothing then. g++ tells by macros, clang by features.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool g_bSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool g_bSanitized = true;
+#if defined(__SANITIZE_THREAD__) || VELMO_HAS_SANITIZER(thread_sanitizer)
+constexpr bool g_bThreadSanitized = true;
 #else
-constexpr bool g_bSanitized = false;
-#endif
-#else
-constexpr bool g_bSanitized = false;
+constexpr bool g_bThreadSanitized = false;
 #endif
 
+#if defined(__SANITIZE_ADDRESS__) || VELMO_HAS_SANITIZER(address_sanitizer)
+constexpr bool g_bAddressSanitized = true;
+#else
+constexpr bool g_bAddressSanitized = false;
+#endif
+
+/// Whether a sanitizer is built in that multiplies memory and time, so that bounds on them have no meaning.
+constexpr bool g_bSanitized = g_bThreadSanitized || g_bAddressSanitized;
+
 } // namespace velmo::test
+
+#undef VELMO_HAS_SANITIZER
