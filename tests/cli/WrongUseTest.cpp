@@ -72,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::ValuesIn(WrongLines{
         {"Nothing",
          {},
-         {"info, convert, import, preview, stack, resample, match", "see velmo-image --help\n"}},
+         {"info, convert, import, preview, stack, split, resample, match", "see velmo-image --help\n"}},
         {"NoSuchCommand", {"undo", "x"}, {"\"undo\"", "info, convert", "see velmo-image --help\n"}},
         {"SwappedLetters", {"inof", "x"}, {"\"inof\"", "did you mean info? see velmo-image --help\n"}},
         {"MissingLetters", {"resampl"}, {"\"resampl\"", "did you mean resample?"}},

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "output/TiffResolution.h"
+#include "output/TiffTags.h"
 
 #include "FileSizeLimit.h"
 #include "TemporaryFolder.h"
@@ -108,10 +108,10 @@ class ResolutionTags : public testing::TestWithParam<Kind> {
     void expectRefused(std::string const& reason) const {
         std::string const bytes = readFile(_path);
         try {
-            setTiffResolution(_path, g_resolution);
+            setTiffTags(_path, {g_resolution, {}});
             ADD_FAILURE() << "not refused: " << reason;
         } catch (WorkFailure const& failure) {
-            EXPECT_EQ("cannot set the resolution of \"" + _path.string() + "\": " + reason, failure.what());
+            EXPECT_EQ("cannot set tags of \"" + _path.string() + "\": " + reason, failure.what());
         }
         EXPECT_EQ(bytes, readFile(_path));
     }
@@ -132,7 +132,7 @@ class ResolutionTags : public testing::TestWithParam<Kind> {
 } // namespace
 
 TEST_P(ResolutionTags, AreSetInEachDirectoryInPlaceOfEarlierOnes) {
-    setTiffResolution(_path, g_resolution);
+    setTiffTags(_path, {g_resolution, {}});
     EXPECT_EQ(std::vector<PageResolution>(3, g_expected), readResolutions());
     std::vector<TiffPage> const pages = test::readTiff(_path);
     ASSERT_EQ(3U, pages.size());
@@ -143,7 +143,7 @@ TEST_P(ResolutionTags, AreSetInEachDirectoryInPlaceOfEarlierOnes) {
 
 TEST_P(ResolutionTags, LeaveAllOtherEntriesAndBytesAsTheyWere) {
     std::string before = readFile(_path);
-    setTiffResolution(_path, g_resolution);
+    setTiffTags(_path, {g_resolution, {}});
     std::string after = readFile(_path);
     auto const earlier = GetParam().readDirectories(before);
     auto const later = GetParam().readDirectories(after);
@@ -164,9 +164,9 @@ TEST_P(ResolutionTags, LeaveAllOtherEntriesAndBytesAsTheyWere) {
 }
 
 TEST_P(ResolutionTags, CanBeSetAgain) {
-    setTiffResolution(_path, {{1, 1}, {1, 1}, RESUNIT_NONE});
+    setTiffTags(_path, {TiffResolution{{1, 1}, {1, 1}, RESUNIT_NONE}, {}});
     EXPECT_EQ(std::vector<PageResolution>(3, {1, 1, RESUNIT_NONE}), readResolutions());
-    setTiffResolution(_path, g_resolution);
+    setTiffTags(_path, {g_resolution, {}});
     EXPECT_EQ(std::vector<PageResolution>(3, g_expected), readResolutions());
 }
 
@@ -209,7 +209,7 @@ TEST_P(ResolutionTags, OfAFileThatCannotGrowStayTheEarlierOnes) {
     std::vector<PageResolution> const earlier = readResolutions();
     {
         test::FileSizeLimit const limit(boost::filesystem::file_size(_path) + 300);
-        EXPECT_THROW(setTiffResolution(_path, g_resolution), WorkFailure);
+        EXPECT_THROW(setTiffTags(_path, {g_resolution, {}}), WorkFailure);
     }
     EXPECT_EQ(earlier, readResolutions());
 }
@@ -254,7 +254,7 @@ TEST(ResolutionTagsOfMany, TakeAFixedNumberOfTransfersForEachDirectory) {
     std::uint32_t const nbDirectories = 10000;
     writeFile(folder / "a.tif", makeChain(nbDirectories));
     unsigned long const before = countTransfers();
-    setTiffResolution(folder / "a.tif", g_resolution);
+    setTiffTags(folder / "a.tif", {g_resolution, {}});
     EXPECT_LT(countTransfers() - before, 2 * nbDirectories + 100);
     EXPECT_EQ(8 + 18 * nbDirectories + nbDirectories * 72, boost::filesystem::file_size(folder / "a.tif"));
 }

@@ -1,23 +1,22 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "output/TiffResolution.h"
+#include "output/TiffTags.h"
 
 #include "output/BinaryFile.h"
 #include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 
-#include <array>
 #include <limits>
 #include <map>
 #include <tiff.h>
 #include <unordered_set>
+#include <vector>
 
 namespace velmo::tool {
 
 namespace {
 
-constexpr std::array<vlUInt64, 3> g_tags = {TIFFTAG_XRESOLUTION, TIFFTAG_YRESOLUTION, TIFFTAG_RESOLUTIONUNIT};
 constexpr vlUInt64 g_maxEntries = std::numeric_limits<std::uint16_t>::max();
 constexpr std::size_t g_pieceSize = std::size_t{1} << 20;
 
@@ -58,12 +57,11 @@ constexpr Layout g_classic = {2, 12, 4, std::numeric_limits<std::uint32_t>::max(
 constexpr Layout g_big = {8, 20, 8, static_cast<vlUInt64>(std::numeric_limits<off_t>::max())};
 
 /// The directories of a file on their way to its end.
-class ResolutionWriter {
+class TagWriter {
   public:
-    ResolutionWriter(boost::filesystem::path const& path, TiffResolution const& resolution)
-        : _file(path), _path(path), _resolution(resolution), _header(_file.read(0, 16)),
-          _layout(findLayout()), _begin(align(_file.getSize())), _piece(_begin - _file.getSize(), '\0'),
-          _written(_file.getSize()) {}
+    TagWriter(boost::filesystem::path const& path, TiffTagEdits const& edits)
+        : _file(path), _path(path), _edits(edits), _header(_file.read(0, 16)), _layout(findLayout()),
+          _begin(align(_file.getSize())), _piece(_begin - _file.getSize(), '\0'), _written(_file.getSize()) {}
 
     void write() {
         std::size_t const link = _layout.offset; // where the header has the place of the first directory
@@ -82,7 +80,7 @@ class ResolutionWriter {
 
   private:
     [[noreturn]] void fail(std::string const& reason) const {
-        throw WorkFailure("cannot set the resolution of " + quoted(_path.string()) + ": " + reason);
+        throw WorkFailure("cannot set tags of " + quoted(_path.string()) + ": " + reason);
     }
     [[noreturn]] void failAtDirectory(vlUInt64 offset, std::string const& reason) const {
         fail("the directory at byte " + std::to_string(offset) + ' ' + reason);
@@ -133,31 +131,48 @@ class ResolutionWriter {
         return entries;
     }
 
-    /// `value` as it lies in the entry, which it fills from the left.
-    std::string createEntry(vlUInt64 tag, vlUInt64 type, std::string value) const {
-        value.resize(_layout.offset, '\0');
-        return toBytes(tag, 2) + toBytes(type, 2) + toBytes(1, _layout.offset) + value;
+    /// A value to set.
+    struct Value {
+        vlUInt64 tag;
+        vlUInt64 type;
+        vlUInt64 count;
+        std::string bytes;
+    };
+
+    std::vector<Value> listValues(bool bFirst) const {
+        std::vector<Value> values;
+        if (bFirst && !_edits.description.empty()) {
+            std::string const text = _edits.description + '\0';
+            values.push_back({TIFFTAG_IMAGEDESCRIPTION, TIFF_ASCII, text.size(), text});
+        }
+        if (_edits.resolution) {
+            values.push_back({TIFFTAG_XRESOLUTION, TIFF_RATIONAL, 1, toBytes(_edits.resolution->x)});
+            values.push_back({TIFFTAG_YRESOLUTION, TIFF_RATIONAL, 1, toBytes(_edits.resolution->y)});
+            values.push_back({TIFFTAG_RESOLUTIONUNIT, TIFF_SHORT, 1, toBytes(_edits.resolution->unit, 2)});
+        }
+        return values;
     }
 
-    /// Sets the three entries of a directory at `offset`; gives the bytes that belong behind it.
-    std::string setEntries(Entries& entries, vlUInt64 offset) const {
-        for (vlUInt64 const tag : g_tags) {
-            entries[tag]; // counted, and set below
+    /// Sets the entries of a directory at `offset`; gives the bytes that belong behind it.
+    std::string setEntries(Entries& entries, vlUInt64 offset, bool bFirst) const {
+        std::vector<Value> const values = listValues(bFirst);
+        for (Value const& value : values) {
+            entries[value.tag]; // counted, and set below
         }
-        std::string x = toBytes(_resolution.x);
-        std::string y = toBytes(_resolution.y);
-        std::string values;
-        if (_layout.offset < x.size()) { // too wide for an entry
-            vlUInt64 const place = offset + align(countBytes(entries));
-            values = x + y;
-            x = toBytes(place, _layout.offset);
-            y = toBytes(place + y.size(), _layout.offset);
+        vlUInt64 const place = offset + align(countBytes(entries));
+        std::string behind;
+        for (Value const& value : values) {
+            std::string bytes = value.bytes;
+            if (bytes.size() > _layout.offset) { // too wide for an entry
+                bytes = toBytes(place + behind.size(), _layout.offset);
+                behind += value.bytes;
+                behind.resize(align(behind.size()), '\0');
+            }
+            bytes.resize(_layout.offset, '\0'); // an entry is filled from the left
+            entries[value.tag] =
+                toBytes(value.tag, 2) + toBytes(value.type, 2) + toBytes(value.count, _layout.offset) + bytes;
         }
-        entries[TIFFTAG_XRESOLUTION] = createEntry(TIFFTAG_XRESOLUTION, TIFF_RATIONAL, x);
-        entries[TIFFTAG_YRESOLUTION] = createEntry(TIFFTAG_YRESOLUTION, TIFF_RATIONAL, y);
-        entries[TIFFTAG_RESOLUTIONUNIT] =
-            createEntry(TIFFTAG_RESOLUTIONUNIT, TIFF_SHORT, toBytes(_resolution.unit, 2));
-        return values;
+        return behind;
     }
 
     vlUInt64 countBytes(Entries const& entries) const {
@@ -172,7 +187,7 @@ class ResolutionWriter {
         vlUInt64 next = 0;
         Entries entries = readEntries(directory, next);
         vlUInt64 const offset = _written + _piece.size();
-        std::string const values = setEntries(entries, offset);
+        std::string const values = setEntries(entries, offset, _found.size() == 1);
         vlUInt64 const end = offset + align(countBytes(entries)) + values.size();
         if (entries.size() > g_maxEntries || end > _layout.largestOffset) {
             failAtDirectory(directory, "has no room for further entries");
@@ -198,7 +213,7 @@ class ResolutionWriter {
 
     BinaryFile _file;
     boost::filesystem::path const& _path;
-    TiffResolution const& _resolution;
+    TiffTagEdits const& _edits;
     std::string const _header;
     Layout const& _layout;
     vlUInt64 const _begin; ///< of the first directory written
@@ -209,8 +224,10 @@ class ResolutionWriter {
 
 } // namespace
 
-void setTiffResolution(boost::filesystem::path const& path, TiffResolution const& resolution) {
-    ResolutionWriter(path, resolution).write();
+void setTiffTags(boost::filesystem::path const& path, TiffTagEdits const& edits) {
+    if (!edits.isEmpty()) {
+        TagWriter(path, edits).write();
+    }
 }
 
 } // namespace velmo::tool
