@@ -32,13 +32,16 @@ eExitStatus ConvertCommand::run() const {
     _output.requireFit();
     _edit.requireFit();
     InputDescription const description = _input.describe({_inputFile});
+    if (_edit.isGiven()) {
+        _output.requireApartFrom(_inputFile, "the input");
+    }
     _output.requireHeaderApartFrom(_inputFile, "the input");
     _output.requireWritable();
     eFileFormat const format = _input.getFormat(_inputFile);
     auto const convert = [&] {
         InputImage const input = openInput(_inputFile, format, description);
         printWarnings(_inputFile, findWarnings(input));
-        _output.save(_edit.apply(toSource(input)));
+        _output.save(_edit.apply(toSource(input), _inputFile));
         if (std::string const changes = _edit.describeChanges(); !changes.empty()) {
             printWarnings(_output.getFile(), {changes});
         }

@@ -165,6 +165,18 @@ Cut EditOptions::getCut(image::BaseImageGeometry const& geometry) const {
     return cut;
 }
 
+bool EditOptions::isGiven() const {
+    return isCut() || _pixelSizeOption.isGiven() || _typeOption.isGiven();
+}
+
+ObservedSource EditOptions::apply(ObservedSource const& source, std::string const& file) const {
+    try {
+        return apply(source);
+    } catch (WorkFailure const& failure) {
+        throw WorkFailure(quoted(file) + ": " + failure.what());
+    }
+}
+
 ObservedSource EditOptions::apply(ObservedSource const& source) const {
     ObservedSource edited = source;
     if (isCut()) {

@@ -23,9 +23,11 @@ class EditOptions {
 
     /// Throws WrongUse for a wrong value, and for an option without the one that it belongs to.
     void requireFit() const;
-    /// The edited image; the source itself if no option was given. Throws WorkFailure for a part that the
-    /// image does not have. Must be called at most once.
-    ObservedSource apply(ObservedSource const& source) const;
+    /// Whether the image is to be edited.
+    bool isGiven() const;
+    /// The edited image; the source itself if no option was given. Throws WorkFailure, which names `file`,
+    /// for a part that the image does not have. Must be called at most once.
+    ObservedSource apply(ObservedSource const& source, std::string const& file) const;
     /// What the conversion changed in the pixels that were read, one sentence; empty if it changed nothing.
     std::string describeChanges() const;
 
@@ -34,6 +36,7 @@ class EditOptions {
     image::GeometricCalibrationConstPtr getCalibration() const;
     Cut getCut(image::BaseImageGeometry const& geometry) const;
     bool isCut() const;
+    ObservedSource apply(ObservedSource const& source) const;
 
     std::string _z;
     std::string _c;

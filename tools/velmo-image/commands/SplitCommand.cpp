@@ -14,8 +14,8 @@
 #include "terminal/CheckedParsing.h"
 #include "terminal/Terminal.h"
 
-#include <algorithm>
 #include <boost/filesystem/operations.hpp>
+#include <set>
 
 namespace velmo::tool {
 
@@ -89,8 +89,12 @@ std::vector<fs::path> SplitCommand::listFiles(vlUInt64 count) const {
 }
 
 void SplitCommand::warnOfOtherFiles(std::vector<fs::path> const& files) const {
+    std::set<fs::path> written;
+    for (fs::path const& file : files) {
+        written.insert(file.filename());
+    }
     for (auto const& match : listMatches(findSeries(_output.getFile(), _pattern))) {
-        if (!std::binary_search(files.begin(), files.end(), match.path)) {
+        if (written.count(match.path.filename()) == 0) {
             printMessage("warning: " + quoted(_output.getFile()) + " already has " +
                          quoted(match.path.filename().string()) +
                          ", which matches the pattern as well: stack would read it");
@@ -108,12 +112,11 @@ void SplitCommand::split(ObservedSource const& source) const {
     }
     vlUInt64 const count = bAlongT ? geometry.getSizeT() : geometry.getSizeZ();
     requireDescriptors(count);
-    std::vector<fs::path> files = listFiles(count);
+    std::vector<fs::path> const files = listFiles(count);
     OutputFolder folder(_output.getFile());
     _output.saveAll(
         {files, [&](std::size_t index) { return cutStep(source, bAlongT, index); }, geometry.getNbPixels()});
     folder.keep();
-    std::sort(files.begin(), files.end());
     warnOfOtherFiles(files);
 }
 
@@ -127,7 +130,7 @@ eExitStatus SplitCommand::run() const {
     auto const run = [&] {
         InputImage const input = openInput(_inputFile, format, description);
         printWarnings(_inputFile, findWarnings(input));
-        split(_edit.apply(toSource(input)));
+        split(_edit.apply(toSource(input), _inputFile));
         if (std::string const changes = _edit.describeChanges(); !changes.empty()) {
             printWarnings(_output.getFile(), {changes});
         }

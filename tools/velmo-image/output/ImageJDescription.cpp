@@ -20,21 +20,26 @@ namespace {
 
 using namespace image;
 
-void requireSupport(BaseImageGeometry const& geometry) {
+/// Larger files are BigTIFF.
+constexpr vlUInt64 g_largestClassicFile = vlUInt64{1} << 31;
+
+/// Why ImageJ cannot open an image; empty if it can.
+std::string findObstacle(BaseImageGeometry const& geometry) {
     for (vlUInt64 t = 1; t < geometry.getSizeT(); ++t) {
         if (geometry.getPlanGeometry(t).getBufferType() != geometry.getBufferType()) {
-            throw WorkFailure("--imagej needs one pixel type for all time steps; --to-type converts them");
+            return "it opens images of one pixel type, these time steps have several; --to-type converts "
+                   "them";
         }
     }
     eDataType const type = toDataType(geometry.getBufferType());
     eColorGeometryType const color = geometry.getColorGeometryType();
     if (color == eCGT_Rgb && type != eDT_UInt8 && type != eDT_UInt16) {
-        throw WorkFailure("--imagej: ImageJ opens RGB of uint8 and uint16 only; --to-type converts it");
+        return "it opens RGB of uint8 and uint16 only; --to-type converts the pixels";
     }
     if (color == eCGT_Rgba && type != eDT_UInt8) {
-        throw WorkFailure("--imagej: ImageJ opens RGBA of uint8 only; --to-type converts it, --c 0:2 leaves "
-                          "alpha out");
+        return "it opens RGBA of uint8 only; --to-type converts the pixels, --c 0:2 leaves alpha out";
     }
+    return {};
 }
 
 /// ASCII, as ImageJ writes it: other letters as \uXXXX.
@@ -100,12 +105,20 @@ std::string describe(GeometricCalibrationConstPtr const& pCalibration) {
 
 } // namespace
 
-ImageJTags describeForImageJ(BaseImage const& image) {
-    requireSupport(image.getGeometry());
+ImageJTags describeForImageJ(BaseImage const& image, std::string const& file) {
+    BaseImageGeometry const& geometry = image.getGeometry();
+    std::string const obstacle = findObstacle(geometry);
+    if (!obstacle.empty()) {
+        throw WorkFailure("cannot write " + quoted(file) + " for ImageJ: " + obstacle);
+    }
     GeometricCalibrationConstPtr const pCalibration = image.getGeometricCalibrationConstPtr();
     CalibrationTags const tags = toUnitTags(pCalibration);
     std::string const size = tags.warning.empty() ? describe(pCalibration) : std::string();
-    return {{tags.resolution, describe(image.getGeometry()) + size + "loop=false\n"}, tags.warning};
+    std::string const warning = geometry.getFullMemorySize() > g_largestClassicFile
+                                    ? "more than 2 GiB of pixels are written as BigTIFF, which ImageJ opens "
+                                      "only with a plugin"
+                                    : tags.warning;
+    return {{tags.resolution, describe(geometry) + size + "loop=false\n"}, warning};
 }
 
 } // namespace velmo::tool

@@ -6,6 +6,7 @@
 #include "output/TiffTags.h"
 
 #include <VELMOImage/BaseImage.h>
+#include <string>
 
 namespace velmo::tool {
 
@@ -16,8 +17,8 @@ struct ImageJTags {
 };
 
 /// The description in the form of ImageJ: numbers of channels, planes and time steps, the order of the
-/// pages, and the calibration, whose pixel size is in the resolution tags. Throws WorkFailure for images that
-/// ImageJ does not open: several pixel types, and colours of other types than it has.
-ImageJTags describeForImageJ(image::BaseImage const& image);
+/// pages, and the calibration, whose pixel size is in the resolution tags. Throws WorkFailure, which names
+/// `file`, for images that ImageJ does not open: several pixel types, and colours of other types than it has.
+ImageJTags describeForImageJ(image::BaseImage const& image, std::string const& file);
 
 } // namespace velmo::tool

@@ -171,7 +171,7 @@ void OutputOptions::requireWritable() const {
 TiffTagEdits OutputOptions::getTagEdits(image::BaseImage const& image) const {
     ImageJTags tags;
     if (_bImageJ) {
-        tags = describeForImageJ(image);
+        tags = describeForImageJ(image, _file);
     } else if (_bCalibrationTags) {
         CalibrationTags const calibration = toTags(image.getGeometricCalibrationConstPtr());
         tags = {{calibration.resolution, {}}, calibration.warning};

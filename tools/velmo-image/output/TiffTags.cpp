@@ -153,17 +153,12 @@ class TagWriter {
         return values;
     }
 
-    /// Sets the entries of a directory at `offset`; gives the bytes that belong behind it.
-    std::string setEntries(Entries& entries, vlUInt64 offset, bool bFirst) const {
-        std::vector<Value> const values = listValues(bFirst);
-        for (Value const& value : values) {
-            entries[value.tag]; // counted, and set below
-        }
-        vlUInt64 const place = offset + align(countBytes(entries));
+    /// Sets entries; values that are too wide for them go to `place`. Gives the bytes of these values.
+    std::string setEntries(Entries& entries, std::vector<Value> const& values, vlUInt64 place) const {
         std::string behind;
         for (Value const& value : values) {
             std::string bytes = value.bytes;
-            if (bytes.size() > _layout.offset) { // too wide for an entry
+            if (bytes.size() > _layout.offset) {
                 bytes = toBytes(place + behind.size(), _layout.offset);
                 behind += value.bytes;
                 behind.resize(align(behind.size()), '\0');
@@ -179,26 +174,58 @@ class TagWriter {
         return _layout.count + entries.size() * _layout.entry + _layout.offset;
     }
 
-    /// Appends the directory at `directory` as it is to be; the place of the one behind it, or 0.
+    /// Whether the directory that is being rewritten goes to the place of the first one. Programs that know
+    /// the descriptions of ImageJ expect the pixels of all pages without gaps from the first one on if the
+    /// second directory lies behind them. The first directory had more entries than the others.
+    bool takesFirstPlace() const { return _found.size() == 2 && !_edits.description.empty(); }
+
+    std::string composeDirectory(Entries const& entries, vlUInt64 next) const {
+        std::string bytes = toBytes(entries.size(), _layout.count);
+        for (auto const& [tag, entry] : entries) {
+            bytes += entry;
+        }
+        return bytes + toBytes(next, _layout.offset);
+    }
+
+    void writeToFirstPlace(std::string const& bytes) {
+        if (bytes.size() > _firstSize) {
+            failAtDirectory(_firstPlace, "has no room for another one");
+        }
+        _file.write(_firstPlace, bytes);
+    }
+
+    /// Writes the directory at `directory` as it is to be; the place of the one behind it, or 0.
     vlUInt64 rewrite(vlUInt64 directory) {
         if (!_found.insert(directory).second) {
             failAtDirectory(directory, "comes a second time");
         }
+        bool const bFirst = _found.size() == 1;
         vlUInt64 next = 0;
         Entries entries = readEntries(directory, next);
-        vlUInt64 const offset = _written + _piece.size();
-        std::string const values = setEntries(entries, offset, _found.size() == 1);
-        vlUInt64 const end = offset + align(countBytes(entries)) + values.size();
+        if (bFirst) {
+            _firstPlace = directory;
+            _firstSize = countBytes(entries);
+        }
+        std::vector<Value> const values = listValues(bFirst);
+        for (Value const& value : values) {
+            entries[value.tag]; // counted, and set below
+        }
+        vlUInt64 const place = _written + _piece.size();
+        vlUInt64 const nbBytes = takesFirstPlace() ? 0 : align(countBytes(entries));
+        std::string const behind = setEntries(entries, values, place + nbBytes);
+        vlUInt64 const end = place + nbBytes + behind.size();
         if (entries.size() > g_maxEntries || end > _layout.largestOffset) {
             failAtDirectory(directory, "has no room for further entries");
         }
-        _piece += toBytes(entries.size(), _layout.count);
-        for (auto const& [tag, entry] : entries) {
-            _piece += entry;
+        vlUInt64 const follower = bFirst && !_edits.description.empty() ? _firstPlace : end;
+        std::string const bytes = composeDirectory(entries, next == 0 ? 0 : follower);
+        if (takesFirstPlace()) {
+            writeToFirstPlace(bytes);
+        } else {
+            _piece += bytes;
+            _piece.resize(place + nbBytes - _written, '\0');
         }
-        _piece += toBytes(next == 0 ? 0 : end, _layout.offset);
-        _piece.resize(end - values.size() - _written, '\0');
-        _piece += values;
+        _piece += behind;
         if (_piece.size() >= g_pieceSize) {
             writePiece();
         }
@@ -216,9 +243,11 @@ class TagWriter {
     TiffTagEdits const& _edits;
     std::string const _header;
     Layout const& _layout;
-    vlUInt64 const _begin; ///< of the first directory written
-    std::string _piece;    ///< what is to be written next
-    vlUInt64 _written;     ///< where it is written to
+    vlUInt64 const _begin;    ///< of the first directory written
+    std::string _piece;       ///< what is to be written next
+    vlUInt64 _written;        ///< where it is written to
+    vlUInt64 _firstPlace = 0; ///< of the first directory before
+    vlUInt64 _firstSize = 0;
     std::unordered_set<vlUInt64> _found;
 };
 

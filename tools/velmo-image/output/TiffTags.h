@@ -29,7 +29,8 @@ struct TiffTagEdits {
 /// Sets XResolution, YResolution and ResolutionUnit in all directories of a little-endian TIFF file, classic
 /// or BigTIFF, and ImageDescription in the first one, and replaces existing ones. The new directories are
 /// appended to the file; the header, which points to the first one, is written last. Pixels and other values
-/// stay where they are. Throws WorkFailure and Interrupted; the file then still has its old directories.
+/// stay where they are. With a description the second directory takes the place of the first one. Throws
+/// WorkFailure and Interrupted; without a description the file then still has its old directories.
 ///
 /// libtiff is not used: it keeps a resolution as a 32-bit float, from which the size of a pixel does not come
 /// back bit-exact, and its TIFFRewriteDirectory follows the whole chain of directories for each of them.
