@@ -19,11 +19,11 @@ class Cut : public SeriesFixture {
         return read("out.raw");
     }
 
-    /// A failure that names the file and leaves no output.
+    /// Wrong use, explained with the name of the file; it leaves no output.
     template <class... Words>
     void expectRefusal(std::string const& input, Arguments const& options, Words const&... words) const {
         std::vector<std::string> const names = list();
-        expectFailure(runTool(Arguments{"convert", path(input), path("out.raw")} + options), 1, path(input),
+        expectFailure(runTool(Arguments{"convert", path(input), path("out.raw")} + options), 2, path(input),
                       words...);
         EXPECT_EQ(names, list());
     }
@@ -50,7 +50,7 @@ TEST_F(Cut, RangesOfPlanesIncludeTheirEnd) {
     EXPECT_EQ("abcdefghijklmnopqrstuvwx", convert("s/a.tif", {"--z", ":"}));
 }
 
-TEST_F(Cut, APlaneThatTheImageDoesNotHaveIsAFailure) {
+TEST_F(Cut, WhatTheImageDoesNotHaveIsWrongUse) {
     put("a.tif", "abcdefghijkl");
     expectRefusal("s/a.tif", {"--z", "2"}, "--z 2 does not exist", "2 planes, 0 to 1");
     expectRefusal("s/a.tif", {"--z", "1:2"}, "--z 2 does not exist");

@@ -172,6 +172,8 @@ bool EditOptions::isGiven() const {
 ObservedSource EditOptions::apply(ObservedSource const& source, std::string const& file) const {
     try {
         return apply(source);
+    } catch (WrongUse const& failure) {
+        throw WrongUse(quoted(file) + ": " + failure.what());
     } catch (WorkFailure const& failure) {
         throw WorkFailure(quoted(file) + ": " + failure.what());
     }

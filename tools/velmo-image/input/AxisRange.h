@@ -26,7 +26,7 @@ class AxisRange {
     /// Throws WrongUse for a text that is not such a value. `option` is the name as users write it.
     AxisRange(std::string option, std::string const& text);
 
-    /// The indexes of an axis of `size`, which `what` names, such as "planes". Throws WorkFailure where one
+    /// The indexes of an axis of `size`, which `what` names, such as "planes". Throws WrongUse where one
     /// of A, B and N does not exist.
     AxisIndexes select(vlUInt64 size, std::string const& what) const;
 

@@ -72,10 +72,12 @@ PlaneRegion parseRegion(std::string const& option, std::string const& text) {
     std::vector<std::string> fields;
     boost::algorithm::split(fields, text, boost::algorithm::is_any_of(","));
     std::vector<vlUInt64> numbers;
-    for (std::size_t index = 0; index < fields.size() && fields.size() == 4; ++index) {
-        numbers.push_back(parseNumber(option, fields[index]));
+    for (std::string const& field : fields) {
+        if (std::optional<vlUInt64> const number = findNumber(field)) {
+            numbers.push_back(*number);
+        }
     }
-    if (numbers.size() != 4 || numbers[2] == 0 || numbers[3] == 0) {
+    if (fields.size() != 4 || numbers.size() != 4 || numbers[2] == 0 || numbers[3] == 0) {
         throw WrongUse(option +
                        " must be X,Y,W,H, the first column and row from 0, the width and the height from 1, "
                        "such as 0,0,640,480, not " +
@@ -90,8 +92,8 @@ void requireInside(std::string const& option, PlaneRegion const& region, BaseIma
     bool const bInside = region.x < sizeX && region.sizeX <= sizeX - region.x && region.y < sizeY &&
                          region.sizeY <= sizeY - region.y;
     if (!bInside) {
-        throw WorkFailure(option + " is not within the planes, which have " + std::to_string(sizeX) + " x " +
-                          std::to_string(sizeY) + " pixels");
+        throw WrongUse(option + " is not within the planes, which have " + std::to_string(sizeX) + " x " +
+                       std::to_string(sizeY) + " pixels");
     }
 }
 

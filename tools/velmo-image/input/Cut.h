@@ -31,7 +31,7 @@ Cut getWholeCut(image::BaseImageGeometry const& geometry);
 
 /// The value X,Y,W,H of an option. Throws WrongUse.
 PlaneRegion parseRegion(std::string const& option, std::string const& text);
-/// Throws WorkFailure for a region that is not within the planes.
+/// Throws WrongUse for a region that is not within the planes.
 void requireInside(std::string const& option, PlaneRegion const& region,
                    image::BaseImageGeometry const& geometry);
 
