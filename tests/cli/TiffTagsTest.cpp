@@ -163,6 +163,31 @@ TEST_P(ResolutionTags, LeaveAllOtherEntriesAndBytesAsTheyWere) {
     EXPECT_EQ(before, after.substr(0, before.size()));
 }
 
+TEST_P(ResolutionTags, ADescriptionIsSetInTheFirstDirectoryAndTheSecondOneTakesItsPlace) {
+    writeTiff({page("abcdef", 4), page("ghijkl", 4), page("mnopqr", 0)});
+    std::uint64_t const firstPlace = GetParam().readDirectories(readFile(_path)).front().offset;
+    std::string const description = "ImageJ=1.53t\nimages=3\nslices=3\n";
+    setTiffTags(_path, {std::nullopt, description});
+    std::vector<TiffPage> const pages = test::readTiff(_path);
+    ASSERT_EQ(3U, pages.size());
+    EXPECT_EQ(description, pages[0].description);
+    EXPECT_EQ("a text too long for an entry", pages[1].description);
+    EXPECT_EQ("abcdef", pages[0].pixels);
+    EXPECT_EQ("ghijkl", pages[1].pixels);
+    EXPECT_EQ("mnopqr", pages[2].pixels);
+    EXPECT_EQ(firstPlace, GetParam().readDirectories(readFile(_path)).at(1).offset);
+}
+
+TEST_P(ResolutionTags, ASecondDirectoryThatDoesNotFitIntoThePlaceOfTheFirstIsRefused) {
+    try {
+        setTiffTags(_path, {g_resolution, "text"}); // three entries more
+        ADD_FAILURE() << "not refused";
+    } catch (WorkFailure const& failure) {
+        EXPECT_THAT(failure.what(), testing::HasSubstr("has no room for another one"));
+    }
+    EXPECT_EQ("abcdef", test::readTiff(_path).at(0).pixels);
+}
+
 TEST_P(ResolutionTags, CanBeSetAgain) {
     setTiffTags(_path, {TiffResolution{{1, 1}, {1, 1}, RESUNIT_NONE}, {}});
     EXPECT_EQ(std::vector<PageResolution>(3, {1, 1, RESUNIT_NONE}), readResolutions());
