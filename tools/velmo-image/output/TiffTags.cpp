@@ -4,6 +4,7 @@
 #include "output/TiffTags.h"
 
 #include "output/BinaryFile.h"
+#include "output/TiffLayout.h"
 #include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 
@@ -20,41 +21,10 @@ namespace {
 constexpr vlUInt64 g_maxEntries = std::numeric_limits<std::uint16_t>::max();
 constexpr std::size_t g_pieceSize = std::size_t{1} << 20;
 
-vlUInt64 toNumber(std::string const& bytes, std::size_t begin, std::size_t nbBytes) {
-    vlUInt64 number = 0;
-    for (std::size_t index = nbBytes; index-- > 0;) {
-        number = number << 8 | static_cast<unsigned char>(bytes[begin + index]);
-    }
-    return number;
-}
-
-std::string toBytes(vlUInt64 number, std::size_t nbBytes) {
-    std::string bytes;
-    for (; bytes.size() < nbBytes; number >>= 8) {
-        bytes += static_cast<char>(number & 0xff);
-    }
-    return bytes;
-}
-
-std::string toBytes(Rational const& value) {
-    return toBytes(value.numerator, 4) + toBytes(value.denominator, 4);
-}
-
 /// Directories begin at multiples of this, and so do the values behind them.
 vlUInt64 align(vlUInt64 offset) {
     return (offset + 7) / 8 * 8;
 }
-
-/// Sizes in bytes of what the two kinds of file are made of.
-struct Layout {
-    std::size_t count;  ///< of the number of entries before them
-    std::size_t entry;  ///< tag and type (2 each), number of values, their place or the values themselves
-    std::size_t offset; ///< of places and of numbers of values
-    vlUInt64 largestOffset;
-};
-
-constexpr Layout g_classic = {2, 12, 4, std::numeric_limits<std::uint32_t>::max()};
-constexpr Layout g_big = {8, 20, 8, static_cast<vlUInt64>(std::numeric_limits<off_t>::max())};
 
 /// The directories of a file on their way to its end.
 class TagWriter {
@@ -65,7 +35,7 @@ class TagWriter {
 
     void write() {
         std::size_t const link = _layout.offset; // where the header has the place of the first directory
-        vlUInt64 directory = toNumber(_header, link, _layout.offset);
+        vlUInt64 directory = fromLittleEndian(_header, link, _layout.offset);
         if (directory == 0) {
             fail("it has no directory");
         }
@@ -74,7 +44,7 @@ class TagWriter {
             directory = rewrite(directory);
         }
         writePiece();
-        _file.write(link, toBytes(_begin, _layout.offset));
+        _file.write(link, toLittleEndian(_begin, _layout.offset));
         _file.close();
     }
 
@@ -86,12 +56,12 @@ class TagWriter {
         fail("the directory at byte " + std::to_string(offset) + ' ' + reason);
     }
 
-    Layout const& findLayout() const {
+    DirectoryLayout const& findLayout() const {
         if (_header.size() >= 8 && _header.compare(0, 4, std::string("II\x2a\0", 4)) == 0) {
-            return g_classic;
+            return g_classicLayout;
         }
         if (_header.size() == 16 && _header.compare(0, 8, std::string("II\x2b\0\x08\0\0\0", 8)) == 0) {
-            return g_big;
+            return g_bigTiffLayout;
         }
         fail("it is not a little-endian TIFF file");
     }
@@ -113,7 +83,7 @@ class TagWriter {
     using Entries = std::map<vlUInt64, std::string>;
 
     Entries readEntries(vlUInt64 offset, vlUInt64& next) const {
-        vlUInt64 const nbEntries = toNumber(readPart(offset, 0, _layout.count), 0, _layout.count);
+        vlUInt64 const nbEntries = fromLittleEndian(readPart(offset, 0, _layout.count), 0, _layout.count);
         if (nbEntries == 0 || nbEntries > g_maxEntries) {
             failAtDirectory(offset, "has " + std::to_string(nbEntries) + " entries");
         }
@@ -121,13 +91,13 @@ class TagWriter {
         std::string const bytes = readPart(offset, _layout.count, nbBytes + _layout.offset);
         Entries entries;
         for (std::size_t begin = 0; begin < nbBytes; begin += _layout.entry) {
-            vlUInt64 const tag = toNumber(bytes, begin, 2);
+            vlUInt64 const tag = fromLittleEndian(bytes, begin, 2);
             if (!entries.empty() && entries.rbegin()->first >= tag) {
                 failAtDirectory(offset, "has entries that are not in order");
             }
             entries[tag] = bytes.substr(begin, _layout.entry);
         }
-        next = toNumber(bytes, nbBytes, _layout.offset);
+        next = fromLittleEndian(bytes, nbBytes, _layout.offset);
         return entries;
     }
 
@@ -146,9 +116,10 @@ class TagWriter {
             values.push_back({TIFFTAG_IMAGEDESCRIPTION, TIFF_ASCII, text.size(), text});
         }
         if (_edits.resolution) {
-            values.push_back({TIFFTAG_XRESOLUTION, TIFF_RATIONAL, 1, toBytes(_edits.resolution->x)});
-            values.push_back({TIFFTAG_YRESOLUTION, TIFF_RATIONAL, 1, toBytes(_edits.resolution->y)});
-            values.push_back({TIFFTAG_RESOLUTIONUNIT, TIFF_SHORT, 1, toBytes(_edits.resolution->unit, 2)});
+            values.push_back({TIFFTAG_XRESOLUTION, TIFF_RATIONAL, 1, toLittleEndian(_edits.resolution->x)});
+            values.push_back({TIFFTAG_YRESOLUTION, TIFF_RATIONAL, 1, toLittleEndian(_edits.resolution->y)});
+            values.push_back(
+                {TIFFTAG_RESOLUTIONUNIT, TIFF_SHORT, 1, toLittleEndian(_edits.resolution->unit, 2)});
         }
         return values;
     }
@@ -159,13 +130,13 @@ class TagWriter {
         for (Value const& value : values) {
             std::string bytes = value.bytes;
             if (bytes.size() > _layout.offset) {
-                bytes = toBytes(place + behind.size(), _layout.offset);
+                bytes = toLittleEndian(place + behind.size(), _layout.offset);
                 behind += value.bytes;
                 behind.resize(align(behind.size()), '\0');
             }
             bytes.resize(_layout.offset, '\0'); // an entry is filled from the left
-            entries[value.tag] =
-                toBytes(value.tag, 2) + toBytes(value.type, 2) + toBytes(value.count, _layout.offset) + bytes;
+            entries[value.tag] = toLittleEndian(value.tag, 2) + toLittleEndian(value.type, 2) +
+                                 toLittleEndian(value.count, _layout.offset) + bytes;
         }
         return behind;
     }
@@ -180,11 +151,11 @@ class TagWriter {
     bool takesFirstPlace() const { return _found.size() == 2 && !_edits.description.empty(); }
 
     std::string composeDirectory(Entries const& entries, vlUInt64 next) const {
-        std::string bytes = toBytes(entries.size(), _layout.count);
+        std::string bytes = toLittleEndian(entries.size(), _layout.count);
         for (auto const& [tag, entry] : entries) {
             bytes += entry;
         }
-        return bytes + toBytes(next, _layout.offset);
+        return bytes + toLittleEndian(next, _layout.offset);
     }
 
     void writeToFirstPlace(std::string const& bytes) {
@@ -242,7 +213,7 @@ class TagWriter {
     boost::filesystem::path const& _path;
     TiffTagEdits const& _edits;
     std::string const _header;
-    Layout const& _layout;
+    DirectoryLayout const& _layout;
     vlUInt64 const _begin;    ///< of the first directory written
     std::string _piece;       ///< what is to be written next
     vlUInt64 _written;        ///< where it is written to
