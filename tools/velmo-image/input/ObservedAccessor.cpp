@@ -75,8 +75,7 @@ void ObservedAccessor::clearDerived() {
 }
 
 image::DiskImagePtr observe(ObservedSource const& source, Progress& progress) {
-    image::DiskImagePtr const pObserved =
-        createDiskImage(boost::make_shared<ObservedAccessor>(source, progress));
+    image::DiskImagePtr pObserved = createDiskImage(boost::make_shared<ObservedAccessor>(source, progress));
     pObserved->setUserPropertiesStr(source.pImage->getUserPropertiesStr());
     return pObserved;
 }
