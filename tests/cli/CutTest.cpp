@@ -6,7 +6,6 @@
 namespace velmo::test {
 
 using nlohmann::json;
-using testing::HasSubstr;
 
 namespace {
 

@@ -139,7 +139,7 @@ TEST_F(Split, OddNamesAreNames) {
         ToolResult const result =
             runTool({"split", "--", "in.tif", "../" + folder, folder + "<INDEX>.tif"}, path("s"));
         expectDone(result);
-        EXPECT_EQ("ghijkl", pixelsOf(folder + '/' + folder + "1.tif"));
+        EXPECT_EQ("ghijkl", pixelsOf((fs::path(folder) / (folder + "1.tif")).string()));
     }
     expectDone(runTool({"split", "s/in.tif", "p/", "z<INDEX>.tif"}, _folder.getPath().string()));
     expectDone(runTool({"split", "in.tif", ".", "z<INDEX>.tif"}, path("s")));

@@ -11,6 +11,8 @@ namespace velmo::test {
 
 namespace {
 
+constexpr char const* g_numpyScript = VELMO_TEST_FOLDER "/edits_by_numpy.py";
+
 class Edits : public testing::TestWithParam<char const*> {};
 
 /// An image of 2 x 1 pixels a plane for ImageJ, and the line that ImageJ is to print.
@@ -47,8 +49,8 @@ TEST_P(Edits, AreThoseOfNumpyAndTifffile) {
         GTEST_SKIP() << "no python3 with tifffile";
     }
     TemporaryFolder const folder;
-    ProgramResult const result = runProgram({*python, "-B", VELMO_TEST_FOLDER "/edits_by_numpy.py",
-                                             GetParam(), VELMO_IMAGE_TOOL, folder.getPath().string()});
+    ProgramResult const result =
+        runProgram({*python, "-B", g_numpyScript, GetParam(), VELMO_IMAGE_TOOL, folder.getPath().string()});
     EXPECT_EQ(0, result.status);
     EXPECT_EQ("", result.err);
     std::vector<std::string> const lines = toLines(result.out);
