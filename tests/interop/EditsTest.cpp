@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "ForeignPrograms.h"
+#include "ImageBytes.h"
 #include "TemporaryFolder.h"
 #include "ToolProcess.h"
 
+#include <VELMOImage/ImageGeometry.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <gtest/gtest.h>
 
 namespace velmo::test {
@@ -60,6 +63,29 @@ TEST_P(Edits, AreThoseOfNumpyAndTifffile) {
 
 INSTANTIATE_TEST_SUITE_P(Checks, Edits, testing::Values("pairs", "types", "imagej", "split"),
                          [](auto const& check) { return std::string(check.param); });
+
+TEST(Hyperstacks, AreTheSameImagesToTheLibraryAsWithoutTheDescription) {
+    TemporaryFolder const folder;
+    std::string const input = (folder / "in.raw").string();
+    writeFile(input, "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.,");
+    for (Hyperstack const& stack : g_hyperstacks) {
+        Arguments line = {"convert",     input,     (folder / "plain.tif").string(),
+                          "--overwrite", "--size",  stack.size,
+                          "--type",      stack.type};
+        EXPECT_EQ(0, runTool(line).status);
+        line[2] = (folder / "described.tif").string();
+        line.emplace_back("--imagej");
+        EXPECT_EQ(0, runTool(line).status);
+        auto const pPlain = image::file::loadTiffImageFile(folder / "plain.tif");
+        for (auto const& pDescribed :
+             {image::file::loadTiffImageFile(folder / "described.tif"),
+              image::file::loadTiffImageFile(folder / "described.tif", image::file::eTDM_Temporal,
+                                             image::file::eTBM_Label)}) {
+            EXPECT_TRUE(haveSamePixels(pPlain->getGeometry(), pDescribed->getGeometry())) << stack.size;
+            EXPECT_EQ(readPixels(*pPlain), readPixels(*pDescribed)) << stack.size;
+        }
+    }
+}
 
 TEST(Hyperstacks, AreOpenedByImageJWithAxesAndPixelSize) {
     std::optional<Arguments> arguments = findImageJ();
