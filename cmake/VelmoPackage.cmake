@@ -45,7 +45,7 @@ VELMOHost, and the pkg-config modules velmo-image-file and velmo-host.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME velmo-image)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 set(CPACK_COMPONENT_TOOLS_DEPENDS Runtime)
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "look at, convert, join and resample scientific image files
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "look at, convert, join, split and resample scientific image files
 ${what}
 
 This package holds the command-line tool velmo-image.")

@@ -112,6 +112,15 @@ INSTANTIATE_TEST_SUITE_P(
                    [](auto const& folder, auto const& output) {
                        return Arguments{"convert", folder + "/s/a1.tif", output, "--calibration-tags"};
                    }},
+        DiskOutput{"TiffForImageJ", "out.tif",
+                   [](auto const& folder, auto const& output) {
+                       return Arguments{"convert", folder + "/s/a1.tif", output, "--imagej"};
+                   }},
+        DiskOutput{"PartOfAnotherType", "out.tif",
+                   [](auto const& folder, auto const& output) {
+                       return Arguments{"convert",     folder + "/s/a1.tif", output,  "--region",
+                                        "1,1,999,399", "--to-type",          "real32"};
+                   }},
         DiskOutput{"Stack", "out.raw",
                    [](auto const& folder, auto const& output) {
                        return Arguments{"stack", folder + "/s", "a<INDEX>.tif", output};

@@ -30,4 +30,22 @@ TEST_F(ObservedAccessor, IsStoredInEveryFileOfTheImageThatItReads) {
     EXPECT_FALSE(pObserved->isStoredIn(path("nowhere")));
 }
 
+TEST_F(ObservedAccessor, HasNoCopiesAndIsReadOnly) {
+    put("a1.tif", "abcdef");
+    tool::Progress progress(6, true);
+    auto const pAccessor =
+        tool::observe({image::file::openTiffImageFile(path("s/a1.tif")), false, true}, progress)
+            ->getAccessor();
+    EXPECT_FALSE(pAccessor->hasCopySupport());
+    EXPECT_FALSE(pAccessor->canBeRebuilt());
+    EXPECT_THROW(pAccessor->createNew(), std::logic_error);
+    EXPECT_THROW(pAccessor->createShared(), std::logic_error);
+    EXPECT_THROW(pAccessor->duplicate(), std::logic_error);
+    EXPECT_THROW(pAccessor->duplicateShared(), std::logic_error);
+    EXPECT_THROW(pAccessor->copy(*pAccessor), std::logic_error);
+    EXPECT_FALSE(pAccessor->resizeData(pAccessor->getGeometry()));
+    EXPECT_FALSE(pAccessor->writeRawData(0, 0, 0, 0, 1, "x"));
+    EXPECT_EQ("velmo::tool::ObservedAccessor", pAccessor->getClassName());
+}
+
 } // namespace velmo::test

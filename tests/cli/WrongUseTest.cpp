@@ -49,6 +49,7 @@ Arguments const g_convert = {"convert", "in.tif", "out.raw"};
 Arguments const g_toTiff = {"convert", "in.tif", "out.tif"};
 Arguments const g_convertRaw = Arguments{"convert", "in.raw", "out.raw"} + raw("2,1", "uint8");
 Arguments const g_stack = {"stack", "s", "*", "out.tif"};
+Arguments const g_split = {"split", "in.tif", "p", "z<INDEX>.tif"};
 Arguments const g_resample = {"resample", "s", "*", "z", "out.tif", "--size-z", "5"};
 Arguments const g_unsized = {"resample", "s", "*", "z", "out.tif"};
 
@@ -72,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::ValuesIn(WrongLines{
         {"Nothing",
          {},
-         {"info, convert, import, preview, stack, resample, match", "see velmo-image --help\n"}},
+         {"info, convert, import, preview, stack, split, resample, match", "see velmo-image --help\n"}},
         {"NoSuchCommand", {"undo", "x"}, {"\"undo\"", "info, convert", "see velmo-image --help\n"}},
         {"SwappedLetters", {"inof", "x"}, {"\"inof\"", "did you mean info? see velmo-image --help\n"}},
         {"MissingLetters", {"resampl"}, {"\"resampl\"", "did you mean resample?"}},
@@ -127,6 +128,47 @@ INSTANTIATE_TEST_SUITE_P(
         wrongOption("ThreadsInAWord", g_toTiff, "--threads", "all", "whole number"),
         {"ThreadsOfRaw", g_convert + Arguments{"--threads", "2"}, {"--threads", "TIFF outputs"}},
         {"HeaderOfTiff", g_toTiff + Arguments{"--header", "h"}, {"--header", "raw outputs"}},
+
+        wrongOption("NoPlanes", g_toTiff, "--z", "", "A:B[:STEP]"),
+        wrongOption("PlanesBackwards", g_toTiff, "--z", "3:1", "A:B[:STEP]"),
+        wrongOption("NoStep", g_toTiff, "--c", "0:1:0", "A:B[:STEP]"),
+        wrongOption("OnlyTooManyColons", g_toTiff, "--c", ":::", "A:B[:STEP]"),
+        wrongOption("EmptyStep", g_toTiff, "--c", "0:1:", "A:B[:STEP]"),
+        wrongOption("FourNumbersOfARange", g_toTiff, "--t", "0:1:1:1", "A:B[:STEP]"),
+        {"NegativePlane", g_toTiff + Arguments{"--z=-1"}, {"--z", "A:B[:STEP]", "\"-1\""}},
+        wrongOption("PlaneInAWord", g_toTiff, "--z", "all:", "A:B[:STEP]"),
+        wrongOption("RegionOfThreeNumbers", g_toTiff, "--region", "0,0,1", "X,Y,W,H"),
+        wrongOption("RegionWithoutRows", g_toTiff, "--region", "0,0,1,0", "X,Y,W,H"),
+        wrongOption("RegionOfFractions", g_toTiff, "--region", "0,0,1.5,1", "X,Y,W,H"),
+        wrongOption("PixelSizeZero", g_toTiff, "--pixel-size", "0,1", "greater than 0"),
+        wrongOption("PixelSizeInfinite", g_toTiff, "--pixel-size", "inf,1", "greater than 0"),
+        wrongOption("PixelSizeTooLarge", g_toTiff, "--pixel-size", "1e39,1", "greater than 0"),
+        wrongOption("PixelSizeOfOneNumber", g_toTiff, "--pixel-size", "1", "X,Y[,Z]"),
+        wrongOption("PixelSizeWithAnEmptyField", g_toTiff, "--pixel-size", "1,1,", "X,Y[,Z]"),
+        wrongOption("UnknownUnit", g_toTiff + Arguments{"--pixel-size", "1,1"}, "--unit", "parsec", "um"),
+        {"UnitAlone", g_toTiff + Arguments{"--unit", "um"}, {"--unit needs --pixel-size"}},
+        {"RangeAlone", g_toTiff + Arguments{"--range", "0,1"}, {"--range needs --to-type"}},
+        wrongOption("UnknownTargetType", g_toTiff, "--to-type", "uint64", "uint8, int8, uint16"),
+        wrongOption("RangeBackwards", g_toTiff + Arguments{"--to-type", "uint8"}, "--range", "1,0", "LO,HI"),
+        wrongOption("RangeTooWide", g_toTiff + Arguments{"--to-type", "uint8"}, "--range", "-1.7e308,1.7e308",
+                    "too wide"),
+        {"ImageJOfRaw", g_convert + Arguments{"--imagej"}, {"--imagej", "TIFF outputs"}},
+        {"ImageJAndCalibrationTags",
+         g_toTiff + Arguments{"--imagej", "--calibration-tags"},
+         {"--imagej", "--calibration-tags", "excludes"}},
+
+        {"NoPatternOfSplit", {"split", "in.tif", "p"}, {"PATTERN is required"}},
+        {"NoIndexOfSplit", {"split", "in.tif", "p", "z.tif"}, {"one <INDEX>", "\"z.tif\""}},
+        {"TwoIndexesOfSplit", {"split", "in.tif", "p", "<INDEX><INDEX>.tif"}, {"one <INDEX>"}},
+        {"WildcardOfSplit", {"split", "in.tif", "p", "z<INDEX>*.tif"}, {"? * | and /"}},
+        {"FolderInPatternOfSplit", {"split", "in.tif", "p", "q/z<INDEX>.tif"}, {"? * | and /"}},
+        {"RawFilesOfSplit", {"split", "in.tif", "p", "z<INDEX>.raw"}, {".tif or .tiff"}},
+        wrongOption("AxisOfSplit", g_split, "--along", "c", "z, t"),
+        wrongOption("NoDigits", g_split, "--digits", "0", "from 1 to 20"),
+        wrongOption("TooManyDigits", g_split, "--digits", "21", "from 1 to 20"),
+        wrongOption("CompressionOfSplit", g_split, "--compression", "jpeg", "none, lzw, deflate"),
+        {"FormatOfSplit", g_split + Arguments{"--output-format", "raw"}, {"\"--output-format\" of split"}},
+        {"SizeOfSplit", g_split + Arguments{"--size", "1,1"}, {"--size", "raw inputs"}},
 
         {"NoOutputOfStack", {"stack", "s", "*"}, {"OUTPUT is required"}},
         {"NoPatternOfStack", {"stack", "s"}, {"PATTERN is required"}},

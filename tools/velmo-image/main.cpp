@@ -7,6 +7,7 @@
 #include "commands/MatchCommand.h"
 #include "commands/PreviewCommand.h"
 #include "commands/ResampleCommand.h"
+#include "commands/SplitCommand.h"
 #include "commands/StackCommand.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
@@ -33,6 +34,7 @@ eExitStatus runCommand(int argc, char** argv) {
     commands.push_back(std::make_unique<ImportCommand>(line));
     commands.push_back(std::make_unique<PreviewCommand>(line));
     commands.push_back(std::make_unique<StackCommand>(line));
+    commands.push_back(std::make_unique<SplitCommand>(line));
     commands.push_back(std::make_unique<ResampleCommand>(line));
     commands.push_back(std::make_unique<MatchCommand>(line));
     if (!line.parse(argc, argv)) {

@@ -8,20 +8,11 @@
 #include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <boost/make_shared.hpp>
-#include <stdexcept>
 
 namespace velmo::importer {
 
-namespace {
-
-[[noreturn]] void refuseCopy() {
-    throw std::logic_error("an imported image has no copies");
-}
-
-} // namespace
-
 ImportedAccessor::ImportedAccessor(std::shared_ptr<ImportSource> const& pSource, ImagePart const& part)
-    : _pSource(pSource), _part(part) {
+    : ReadOnlyAccessor("velmo::importer::ImportedAccessor"), _pSource(pSource), _part(part) {
     image::BaseImageGeometry const& whole = pSource->getGeometry();
     image::VolumeGeometry volume;
     if (whole.getVolumeGeometryType() == image::eVGT_3d) {
@@ -37,45 +28,8 @@ ImportedAccessor::ImportedAccessor(std::shared_ptr<ImportSource> const& pSource,
     initBase(pSource->getPath(), image::eIAM_ReadOnly, *pGeometry, pSource->getCalibration(), false);
 }
 
-std::string const& ImportedAccessor::getClassName() const {
-    static std::string const name("velmo::importer::ImportedAccessor");
-    return name;
-}
-
-BaseDynamicObject* ImportedAccessor::createNew() const {
-    refuseCopy();
-}
-
-DynamicObjectPtr ImportedAccessor::createShared() const {
-    refuseCopy();
-}
-
-bool ImportedAccessor::hasCopySupport() const {
-    return false;
-}
-
-BaseDynamicObject* ImportedAccessor::duplicate() const {
-    refuseCopy();
-}
-
-DynamicObjectPtr ImportedAccessor::duplicateShared() const {
-    refuseCopy();
-}
-
-void ImportedAccessor::copy(BaseDynamicObject const& /*other*/) {
-    refuseCopy();
-}
-
-bool ImportedAccessor::hasBinary8BitsStorage() const {
-    return true;
-}
-
 bool ImportedAccessor::isStoredIn(boost::filesystem::path const& path) const {
     return _pSource && _pSource->isStoredIn(path);
-}
-
-BoolResult ImportedAccessor::resizeData(image::BaseImageGeometry const& /*geometry*/) {
-    return failure("an imported image is not resized");
 }
 
 BoolResult ImportedAccessor::readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset,
@@ -89,12 +43,6 @@ BoolResult ImportedAccessor::readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelS
         return failure("only whole pages are read at once");
     }
     return _pSource->readPage(_part.firstZ + z, _part.firstT + t, buffers);
-}
-
-BoolResult ImportedAccessor::writeRawData(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/,
-                                          vlUInt64 /*pixelStartOffset*/, vlUInt64 /*nbPixels*/,
-                                          void const* /*buffer*/) {
-    return failure("an imported image is not written to");
 }
 
 void ImportedAccessor::clearDerived() {

@@ -5,32 +5,20 @@
 
 #include "ImportSource.h"
 
+#include <ReadOnlyAccessor.h>
 #include <VELMOImage/DiskImage.h>
-#include <VELMOImage/ImageAccessor.h>
 #include <VELMOImageFile/PageReader.h>
 
 namespace velmo::importer {
 
-/// Reads a part of an ImportSource. Read only; it does not travel in archives.
-class ImportedAccessor : public image::BaseDiskImageAccessor, public image::file::BasePageReader {
+/// Reads a part of an ImportSource.
+class ImportedAccessor : public ReadOnlyAccessor, public image::file::BasePageReader {
   public:
     ImportedAccessor(std::shared_ptr<ImportSource> const& pSource, ImagePart const& part);
 
-    std::string const& getClassName() const override;
-    BaseDynamicObject* createNew() const override;
-    DynamicObjectPtr createShared() const override;
-    bool hasCopySupport() const override;
-    BaseDynamicObject* duplicate() const override;
-    DynamicObjectPtr duplicateShared() const override;
-    void copy(BaseDynamicObject const& other) override;
-
-    bool hasBinary8BitsStorage() const override;
     bool isStoredIn(boost::filesystem::path const& path) const override;
-    BoolResult resizeData(image::BaseImageGeometry const& geometry) override;
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
-    BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
-                            void const* buffer) override;
     BoolResult readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            std::vector<void*> const& buffers) const override;
     void clearDerived() override;

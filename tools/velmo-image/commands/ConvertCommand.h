@@ -4,12 +4,13 @@
 #pragma once
 
 #include "commands/Command.h"
+#include "commands/EditOptions.h"
 #include "input/InputOptions.h"
 #include "output/OutputOptions.h"
 
 namespace velmo::tool {
 
-/// `velmo-image convert`: one image file as another, plane by plane.
+/// `velmo-image convert`: one image file, or a part of it, as another, plane by plane.
 class ConvertCommand : public Command {
   public:
     explicit ConvertCommand(CommandLine& line);
@@ -18,6 +19,7 @@ class ConvertCommand : public Command {
   private:
     InputOptions _input;
     std::string _inputFile;
+    EditOptions _edit;
     OutputOptions _output;
 };
 

@@ -7,12 +7,14 @@
 _velmo_image_options() {
     local input='--format --size --type --offset --byte-order --directories --pixels'
     local output='--output-format --compression --header --threads --overwrite --quiet'
+    local edit='--z --c --t --region --pixel-size --unit --to-type --range'
     case $1 in
     info) echo "--help --json --check $input" ;;
-    convert) echo "--help $input $output --calibration-tags" ;;
+    convert) echo "--help $input $edit $output --calibration-tags --imagej" ;;
     import) echo "--help $output --calibration-tags --series --page --axes --palette --to-rgb --min-is-black --lossy --json" ;;
     preview) echo "--help --z --c --t --montage --max-size --range $input --overwrite --quiet" ;;
     stack) echo "--help --pixels --strict --along $output --calibration-tags" ;;
+    split) echo "--help $input $edit --along --digits --compression --threads --calibration-tags --overwrite --quiet" ;;
     resample) echo "--help --pixels --strict $output --size-z --interpolation" ;;
     match) echo "--help --directory --strict" ;;
     *) echo "--help --version" ;;
@@ -25,14 +27,14 @@ _velmo_image_values() {
     case $1 in
     --format) echo 'raw tiff im6' ;;
     --output-format) echo 'raw tiff' ;;
-    --type) echo 'uint8 int8 uint16 int16 uint32 int32 real32 binary label8 label16 label32' ;;
+    --type | --to-type) echo 'uint8 int8 uint16 int16 uint32 int32 real32 binary label8 label16 label32' ;;
     --byte-order) echo 'little big' ;;
     --directories | --along) echo 'z t' ;;
     --pixels) echo 'default binary label' ;;
     --compression) echo 'none lzw deflate' ;;
     --interpolation) echo 'nearest linear cubic' ;;
     --palette) echo 'index rgb' ;;
-    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory) echo - ;;
+    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory | --region | --pixel-size | --unit | --digits) echo - ;;
     esac
 }
 
@@ -51,7 +53,8 @@ _velmo_image_offer() {
 _velmo_image_place() {
     case $1:$2 in
     stack:0 | resample:0) echo folders ;;
-    stack:1 | resample:1 | match:0) echo none ;;
+    split:1) echo folders ;;
+    stack:1 | resample:1 | match:0 | split:2) echo none ;;
     *) echo files ;;
     esac
 }
@@ -92,7 +95,7 @@ _velmo_image() {
     elif [ -z "$names_only" ] && [ "${word#-}" != "$word" ]; then
         values=$(_velmo_image_options "$command")
     elif [ -z "$command" ]; then
-        values='info convert import preview stack resample match'
+        values='info convert import preview stack split resample match'
         _velmo_image_offer "$word" none
     else
         _velmo_image_offer "$word" "$(_velmo_image_place "$command" "$place")"

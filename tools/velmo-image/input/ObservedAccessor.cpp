@@ -3,82 +3,32 @@
 
 #include "input/ObservedAccessor.h"
 
+#include "input/AccessorImage.h"
 #include "input/ByteSwap.h"
-#include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Progress.h"
 
-#include <VELMOImage/ImageFactory.h>
 #include <VELMOImage/ImageGeometry.h>
 #include <boost/make_shared.hpp>
-#include <stdexcept>
 
 namespace velmo::tool {
 
-namespace {
-
-[[noreturn]] void refuseCopy() {
-    throw std::logic_error("an observed image has no copies");
-}
-
-/// Null for an image in memory.
-boost::shared_ptr<image::BaseDiskImageAccessor> getAccessorOf(image::ImagePtr const& pImage) {
-    auto const pDiskImage = boost::dynamic_pointer_cast<image::DiskImage>(pImage);
-    return pDiskImage ? pDiskImage->getAccessor() : nullptr;
-}
-
-} // namespace
-
 ObservedAccessor::ObservedAccessor(ObservedSource const& source, Progress& progress)
-    : _pImage(source.pImage),
-      _pPageReader(dynamic_cast<image::file::BasePageReader const*>(getAccessorOf(source.pImage).get())),
+    : ReadOnlyAccessor("velmo::tool::ObservedAccessor"), _pImage(source.pImage),
+      _pPageReader(findPageReader(*source.pImage)),
       _pPlanes(source.bWholePlanes ? std::make_unique<TiffPlanes>(source.pImage) : nullptr),
       _bSwapBytes(source.bSwapBytes), _progress(progress) {
-    auto const pAccessor = getAccessorOf(source.pImage);
-    initBase(pAccessor ? pAccessor->getFilePath() : boost::filesystem::path(), image::eIAM_ReadOnly,
-             source.pImage->getGeometry(), source.pImage->getGeometricCalibrationConstPtr(), false);
-}
-
-std::string const& ObservedAccessor::getClassName() const {
-    static std::string const name("velmo::tool::ObservedAccessor");
-    return name;
-}
-
-BaseDynamicObject* ObservedAccessor::createNew() const {
-    refuseCopy();
-}
-
-DynamicObjectPtr ObservedAccessor::createShared() const {
-    refuseCopy();
-}
-
-bool ObservedAccessor::hasCopySupport() const {
-    return false;
-}
-
-BaseDynamicObject* ObservedAccessor::duplicate() const {
-    refuseCopy();
-}
-
-DynamicObjectPtr ObservedAccessor::duplicateShared() const {
-    refuseCopy();
-}
-
-void ObservedAccessor::copy(BaseDynamicObject const& /*other*/) {
-    refuseCopy();
+    initBase(getPathOf(*source.pImage), image::eIAM_ReadOnly, source.pImage->getGeometry(),
+             source.pImage->getGeometricCalibrationConstPtr(), false);
 }
 
 bool ObservedAccessor::hasBinary8BitsStorage() const {
-    auto const pAccessor = getAccessorOf(_pImage);
+    auto const pAccessor = findAccessor(*_pImage);
     return !pAccessor || pAccessor->hasBinary8BitsStorage();
 }
 
 bool ObservedAccessor::isStoredIn(boost::filesystem::path const& path) const {
     return _pImage && _pImage->isStoredIn(path);
-}
-
-BoolResult ObservedAccessor::resizeData(image::BaseImageGeometry const& /*geometry*/) {
-    return failure("an input image is not resized");
 }
 
 BoolResult ObservedAccessor::readSource(image::PlanIndexes const& plane, vlUInt64 pixelStart,
@@ -119,24 +69,13 @@ BoolResult ObservedAccessor::readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelS
     });
 }
 
-BoolResult ObservedAccessor::writeRawData(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/,
-                                          vlUInt64 /*pixelStartOffset*/, vlUInt64 /*nbPixels*/,
-                                          void const* /*buffer*/) {
-    return failure("an input image is not written to");
-}
-
 void ObservedAccessor::clearDerived() {
     _pPlanes.reset();
     _pImage.reset();
 }
 
 image::DiskImagePtr observe(ObservedSource const& source, Progress& progress) {
-    image::DiskImagePtr pObserved;
-    BoolResult const result = image::ImageFactory::getInstance().createDiskImage(
-        boost::make_shared<ObservedAccessor>(source, progress), pObserved);
-    if (!result) {
-        throw WorkFailure(result.getMessage());
-    }
+    image::DiskImagePtr pObserved = createDiskImage(boost::make_shared<ObservedAccessor>(source, progress));
     pObserved->setUserPropertiesStr(source.pImage->getUserPropertiesStr());
     return pObserved;
 }

@@ -5,8 +5,8 @@
 
 #include "input/TiffPlanes.h"
 
+#include <ReadOnlyAccessor.h>
 #include <VELMOImage/DiskImage.h>
-#include <VELMOImage/ImageAccessor.h>
 #include <VELMOImageFile/PageReader.h>
 #include <memory>
 #include <vector>
@@ -23,29 +23,18 @@ struct ObservedSource {
 };
 
 /// Reads through to another image, so that a copy of it can be watched and stopped: each read swaps the bytes
-/// if asked to, counts its pixels, and fails after an interrupt. Read only; it does not travel in archives.
-class ObservedAccessor : public image::BaseDiskImageAccessor, public image::file::BasePageReader {
+/// if asked to, counts its pixels, and fails after an interrupt.
+class ObservedAccessor : public ReadOnlyAccessor, public image::file::BasePageReader {
   public:
     /// `progress` must outlive the accessor.
     ObservedAccessor(ObservedSource const& source, Progress& progress);
 
-    std::string const& getClassName() const override;
-    BaseDynamicObject* createNew() const override;
-    DynamicObjectPtr createShared() const override;
-    bool hasCopySupport() const override;
-    BaseDynamicObject* duplicate() const override;
-    DynamicObjectPtr duplicateShared() const override;
-    void copy(BaseDynamicObject const& other) override;
-
     bool hasBinary8BitsStorage() const override;
     bool isStoredIn(boost::filesystem::path const& path) const override;
-    BoolResult resizeData(image::BaseImageGeometry const& geometry) override;
     BoolResult readRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            void* buffer) const override;
     BoolResult readRawPage(vlUInt64 z, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
                            std::vector<void*> const& buffers) const override;
-    BoolResult writeRawData(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStartOffset, vlUInt64 nbPixels,
-                            void const* buffer) override;
     void clearDerived() override;
 
   private:

@@ -15,4 +15,9 @@ void raiseOpenFileLimit() {
     }
 }
 
+vlUInt64 getOpenFileLimit() {
+    rlimit limit = {};
+    return getrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : RLIM_INFINITY;
+}
+
 } // namespace velmo::tool

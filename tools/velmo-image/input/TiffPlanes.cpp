@@ -3,7 +3,8 @@
 
 #include "input/TiffPlanes.h"
 
-#include <VELMOBase/AvailableMemory.h>
+#include "input/PlaneMemory.h"
+
 #include <cstring>
 
 namespace velmo::tool {
@@ -38,7 +39,7 @@ BoolResult TiffPlanes::hold(image::PlanIndexes const& plane) {
         return success();
     }
     _heldPlane.reset();
-    BoolResult result = makeRoom(geometry.getPlanMemorySize(plane.t));
+    BoolResult result = makeRoom(_pixels, geometry.getPlanMemorySize(plane.t));
     if (result) {
         result = readPlane(plane, _pixels.getData());
     }
@@ -46,19 +47,6 @@ BoolResult TiffPlanes::hold(image::PlanIndexes const& plane) {
         _heldPlane = number;
     }
     return result;
-}
-
-BoolResult TiffPlanes::makeRoom(vlUInt64 nbBytes) {
-    if (nbBytes <= _pixels.getSize()) {
-        return success();
-    }
-    vlUInt64 const nbAvailable = getAvailableMemory();
-    if (nbBytes > nbAvailable) {
-        return failure("a plane takes " + std::to_string(nbBytes) + " bytes of memory, and " +
-                       std::to_string(nbAvailable) + " are available");
-    }
-    _pixels = PageBuffer(nbBytes);
-    return success();
 }
 
 } // namespace velmo::tool

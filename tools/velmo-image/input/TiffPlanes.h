@@ -24,7 +24,6 @@ class TiffPlanes {
   private:
     BoolResult readPlane(image::PlanIndexes const& plane, void* buffer) const;
     BoolResult hold(image::PlanIndexes const& plane);
-    BoolResult makeRoom(vlUInt64 nbBytes);
 
     image::ImageConstPtr const _pImage;
     std::mutex _mutex;

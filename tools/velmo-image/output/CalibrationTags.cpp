@@ -91,30 +91,48 @@ std::optional<Rational> countPixels(float size, double length) {
     return findRational(length / static_cast<double>(size), shareOfIt * rounding);
 }
 
+std::string getUnitName(image::GeometricCalibration const& calibration) {
+    return boost::algorithm::trim_copy(calibration.getUnit());
+}
+
+/// Pixels in `length` units.
+CalibrationTags createTags(image::GeometricCalibration const& calibration, double length,
+                           std::uint16_t unit) {
+    std::optional<Rational> const x = countPixels(calibration.getPixelSizeX(), length);
+    std::optional<Rational> const y = countPixels(calibration.getPixelSizeY(), length);
+    if (!x || !y) {
+        std::string const name = getUnitName(calibration);
+        return {std::nullopt, "no resolution tags were written: they cannot hold pixels of " +
+                                  toText(calibration.getPixelSizeX()) + " x " +
+                                  toText(calibration.getPixelSizeY()) + (name.empty() ? "" : ' ' + name)};
+    }
+    return {TiffResolution{*x, *y, unit}, {}};
+}
+
 } // namespace
 
+bool isKnownUnit(std::string const& name) {
+    return findUnit(name) != nullptr;
+}
+
+CalibrationTags toUnitTags(image::GeometricCalibrationConstPtr const& pCalibration) {
+    return pCalibration ? createTags(*pCalibration, 1, RESUNIT_NONE) : CalibrationTags{};
+}
+
 CalibrationTags toTags(image::GeometricCalibrationConstPtr const& pCalibration) {
-    std::string const without = "no resolution tags were written: ";
     if (!pCalibration) {
-        return {std::nullopt, without + "the image has no calibration"};
+        return {std::nullopt, "no resolution tags were written: the image has no calibration"};
     }
-    std::string const name = boost::algorithm::trim_copy(pCalibration->getUnit());
+    std::string const name = getUnitName(*pCalibration);
     LengthUnit const* const pUnit = findUnit(name);
     double const length = pUnit != nullptr ? pUnit->count / pUnit->centimetres : 1;
-    std::optional<Rational> const x = countPixels(pCalibration->getPixelSizeX(), length);
-    std::optional<Rational> const y = countPixels(pCalibration->getPixelSizeY(), length);
-    if (!x || !y) {
-        return {std::nullopt, without + "they cannot hold pixels of " +
-                                  toText(pCalibration->getPixelSizeX()) + " x " +
-                                  toText(pCalibration->getPixelSizeY()) + (name.empty() ? "" : ' ' + name)};
+    CalibrationTags tags =
+        createTags(*pCalibration, length, pUnit != nullptr ? RESUNIT_CENTIMETER : RESUNIT_NONE);
+    if (tags.resolution && pUnit == nullptr && !name.empty()) {
+        tags.warning = "the resolution tags have no unit: " + quoted(name) +
+                       " is unknown; known units are m, cm, mm, um, nm, inch and others";
     }
-    std::string warning;
-    if (pUnit == nullptr && !name.empty()) {
-        warning = "the resolution tags have no unit: " + quoted(name) +
-                  " is unknown; known units are m, cm, mm, um, nm, inch and others";
-    }
-    std::uint16_t const unit = pUnit != nullptr ? RESUNIT_CENTIMETER : RESUNIT_NONE;
-    return {TiffResolution{*x, *y, unit}, warning};
+    return tags;
 }
 
 } // namespace velmo::tool

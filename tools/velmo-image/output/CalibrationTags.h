@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "output/TiffResolution.h"
+#include "output/TiffTags.h"
 
 #include <VELMOImage/GeometricCalibration.h>
 #include <optional>
@@ -20,5 +20,10 @@ struct CalibrationTags {
 /// Pixels per centimetre for a known unit; pixels per unnamed unit for another one or none. `pCalibration`
 /// may be null.
 CalibrationTags toTags(image::GeometricCalibrationConstPtr const& pCalibration);
+/// Pixels per unit of the calibration, which the tags do not name; nothing without a calibration.
+CalibrationTags toUnitTags(image::GeometricCalibrationConstPtr const& pCalibration);
+
+/// Whether this is the name of a unit of length, such as "um", "inch" or "millimetres".
+bool isKnownUnit(std::string const& name);
 
 } // namespace velmo::tool

@@ -45,6 +45,27 @@ void require(SystemResult const& result, std::string const& what, fs::path const
     }
 }
 
+/// Gives all files their names. If one of them fails, those that replaced nothing are removed again.
+void commitAll(std::vector<OutputTarget> const& targets,
+               std::vector<std::unique_ptr<ReplacedFile>> const& files) {
+    std::vector<fs::path> created;
+    for (std::size_t index = 0; index < targets.size(); ++index) {
+        fs::path const& path = targets[index].path;
+        bool const bNew = getType(path) == fs::file_not_found;
+        SystemResult const result = files[index]->commit();
+        if (!result) {
+            boost::system::error_code ignored;
+            for (fs::path const& earlier : created) {
+                fs::remove(followLinks(earlier), ignored);
+            }
+            require(result, "write", path);
+        }
+        if (bNew) {
+            created.push_back(path);
+        }
+    }
+}
+
 } // namespace
 
 fs::path followLinks(fs::path path) {
@@ -88,9 +109,7 @@ void writeOutputs(std::vector<OutputTarget> const& targets, bool bOverwrite) {
         require(files.back()->create(), "create", target.path);
         callWriter(target.write, *files.back());
     }
-    for (std::size_t index = 0; index < targets.size(); ++index) {
-        require(files[index]->commit(), "write", targets[index].path);
-    }
+    commitAll(targets, files);
 }
 
 } // namespace velmo::tool

@@ -26,7 +26,9 @@ struct OutputTarget {
     boost::filesystem::path path;
     std::function<void(boost::filesystem::path const&)> write;
 };
-/// The same for several files, which get their names together: a failure leaves none of them.
+/// The same for several files, which get their names together: a failure leaves none of them. Only a failure
+/// that comes while they get their names leaves those that have already replaced an earlier file. Needs a
+/// file descriptor for each file.
 void writeOutputs(std::vector<OutputTarget> const& targets, bool bOverwrite);
 
 /// What a chain of symbolic links ends at, whether that exists or not. Throws WorkFailure for a circle.

@@ -4,6 +4,7 @@
 #include "output/OutputOptions.h"
 
 #include "output/CalibrationTags.h"
+#include "output/ImageJDescription.h"
 #include "output/OutputFile.h"
 #include "terminal/CheckedParsing.h"
 #include "terminal/CommandOptions.h"
@@ -60,10 +61,25 @@ void OutputOptions::addTo(CommandOptions& options) {
     options.addOption("--output-format", _format,
                       "raw|tiff: format of the output (default: by extension, .tif and .tiff are tiff, all "
                       "others raw; extensions of pictures such as .png are rejected)");
-    options.addOption("--compression", _compression,
-                      "none|lzw|deflate: compression of a TIFF output (default: none)");
+    addCompressionTo(options);
     options.addOption("--header", _headerFile,
                       "File whose bytes are written before the planes of a raw output");
+    addRunOptionsTo(options);
+}
+
+void OutputOptions::addFolderTo(CommandOptions& options) {
+    _format = "tiff";
+    options.addArgument("FOLDER", _file, "Folder of the files; created if it does not exist");
+    addCompressionTo(options);
+    addRunOptionsTo(options);
+}
+
+void OutputOptions::addCompressionTo(CommandOptions& options) {
+    options.addOption("--compression", _compression,
+                      "none|lzw|deflate: compression of a TIFF output (default: none)");
+}
+
+void OutputOptions::addRunOptionsTo(CommandOptions& options) {
     options.addOption("--threads", _threads,
                       "Number of threads that read the input and encode a TIFF output (default: as many as "
                       "there are processors)");
@@ -72,9 +88,18 @@ void OutputOptions::addTo(CommandOptions& options) {
 }
 
 void OutputOptions::addCalibrationTagsTo(CommandOptions& options) {
-    options.addFlag("--calibration-tags", _bCalibrationTags,
-                    "Write the pixel size along X and Y into the resolution tags of a TIFF output, for other "
-                    "programs: pixels per cm, or pixels per unit if the unit is unknown or missing");
+    _calibrationTagsOption = options.addFlag(
+        "--calibration-tags", _bCalibrationTags,
+        "Write the pixel size along X and Y into the resolution tags of a TIFF output, for other "
+        "programs: pixels per cm, or pixels per unit if the unit is unknown or missing");
+}
+
+void OutputOptions::addImageJTo(CommandOptions& options) {
+    CommandOption const option = options.addFlag(
+        "--imagej", _bImageJ,
+        "Describe axes and calibration of a TIFF output for ImageJ, which opens it as a hyperstack; writes "
+        "the pixel size into the resolution tags as well, in pixels per unit");
+    option.exclude(_calibrationTagsOption);
 }
 
 eFileFormat OutputOptions::getFormat() const {
@@ -109,15 +134,16 @@ void OutputOptions::requireFit() const {
     if (format == eFileFormat::Tiff && !_headerFile.empty()) {
         throw WrongUse("--header applies only to raw outputs; " + quoted(_file) + " is a TIFF file");
     }
-    if (format == eFileFormat::Raw && !_compression.empty()) {
-        throw WrongUse("--compression applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
-    }
-    if (format == eFileFormat::Raw && !_threads.empty()) {
-        throw WrongUse("--threads applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
-    }
-    if (format == eFileFormat::Raw && _bCalibrationTags) {
-        throw WrongUse("--calibration-tags applies only to TIFF outputs; " + quoted(_file) +
-                       " is a raw file");
+    std::array<std::pair<char const*, bool>, 4> const tiffOptions = {
+        {{"--compression", !_compression.empty()},
+         {"--threads", !_threads.empty()},
+         {"--calibration-tags", _bCalibrationTags},
+         {"--imagej", _bImageJ}}};
+    for (auto const& [option, bGiven] : tiffOptions) {
+        if (format == eFileFormat::Raw && bGiven) {
+            throw WrongUse(std::string(option) + " applies only to TIFF outputs; " + quoted(_file) +
+                           " is a raw file");
+        }
     }
     getCompression();
     getThreads();
@@ -142,29 +168,30 @@ void OutputOptions::requireWritable() const {
     requireWritableTarget(_file, _bOverwrite);
 }
 
-std::optional<TiffResolution> OutputOptions::getResolution(image::DiskImage const& image) const {
-    if (!_bCalibrationTags) {
-        return std::nullopt;
+TiffTagEdits OutputOptions::getTagEdits(image::BaseImage const& image) const {
+    ImageJTags tags;
+    if (_bImageJ) {
+        tags = describeForImageJ(image, _file);
+    } else if (_bCalibrationTags) {
+        CalibrationTags const calibration = toTags(image.getGeometricCalibrationConstPtr());
+        tags = {{calibration.resolution, {}}, calibration.warning};
     }
-    CalibrationTags const tags = toTags(image.getGeometricCalibrationConstPtr());
     if (!tags.warning.empty()) {
         printMessage("warning: " + quoted(_file) + ": " + tags.warning);
     }
-    return tags.resolution;
+    return tags.edits;
 }
 
-OutputOptions::Writer OutputOptions::createWriter(image::DiskImagePtr const& pImage) const {
+OutputOptions::Writer OutputOptions::createWriter(image::DiskImagePtr const& pImage,
+                                                  TiffTagEdits const& edits) const {
     if (getFormat() == eFileFormat::Tiff) {
         image::file::TiffWriteOptions options;
         options.compression = getCompression();
         options.threads = getThreads();
         options.bReplaceWhenWhole = false; // the path is a temporary one already
-        std::optional<TiffResolution> const resolution = getResolution(*pImage);
         return [=](boost::filesystem::path const& path) {
             image::file::saveTiffImageFile(path, pImage, options);
-            if (resolution) {
-                setTiffResolution(path, *resolution);
-            }
+            setTiffTags(path, edits);
         };
     }
     image::file::RawWriteOptions options;
@@ -186,7 +213,22 @@ void OutputOptions::saveAll(std::vector<OutputImage> const& images) const {
     std::vector<OutputTarget> targets;
     targets.reserve(images.size());
     for (OutputImage const& image : images) {
-        targets.push_back({image.file, createWriter(observe(image.source, progress))});
+        image::DiskImagePtr const pImage = observe(image.source, progress);
+        targets.push_back({image.file, createWriter(pImage, getTagEdits(*pImage))});
+    }
+    writeOutputs(targets, _bOverwrite);
+}
+
+void OutputOptions::saveAll(OutputImages const& images) const {
+    Progress progress(images.nbPixels, _bQuiet);
+    TiffTagEdits const edits =
+        images.files.empty() ? TiffTagEdits{} : getTagEdits(*images.createSource(0).pImage);
+    std::vector<OutputTarget> targets;
+    targets.reserve(images.files.size());
+    for (std::size_t index = 0; index < images.files.size(); ++index) {
+        targets.push_back({images.files[index], [this, &images, &progress, &edits, index](auto const& path) {
+                               createWriter(observe(images.createSource(index), progress), edits)(path);
+                           }});
     }
     writeOutputs(targets, _bOverwrite);
 }

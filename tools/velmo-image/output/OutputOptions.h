@@ -5,15 +5,20 @@
 
 #include "input/FileFormat.h"
 #include "input/ObservedAccessor.h"
-#include "output/TiffResolution.h"
+#include "output/TiffTags.h"
+#include "terminal/CommandOptions.h"
 
 #include <VELMOImageFile/TiffImageFileOptions.h>
 #include <functional>
-#include <optional>
 
 namespace velmo::tool {
 
-class CommandOptions;
+/// Files to write and the image of each, which is created when its file is written.
+struct OutputImages {
+    std::vector<boost::filesystem::path> files;
+    std::function<ObservedSource(std::size_t)> createSource; ///< of the file of an index
+    vlUInt64 nbPixels;                                       ///< of all images
+};
 
 /// An image and the file to which it is written.
 struct OutputImage {
@@ -27,8 +32,12 @@ class OutputOptions {
     /// Adds the argument OUTPUT as well. The options write into this object, which must outlive the parsing.
     void addTo(CommandOptions& options);
 
+    /// For TIFF files of a folder: adds the argument FOLDER, which `getFile` then is, and their options.
+    void addFolderTo(CommandOptions& options);
     /// Adds --calibration-tags.
     void addCalibrationTagsTo(CommandOptions& options);
+    /// Adds --imagej; after --calibration-tags, which it excludes.
+    void addImageJTo(CommandOptions& options);
 
     std::string const& getFile() const { return _file; }
     /// Throws WrongUse where the format cannot be written, the extension is that of a picture and no format
@@ -46,6 +55,10 @@ class OutputOptions {
     void save(ObservedSource const& source) const;
     /// The same for images whose files are named by the caller; a failure leaves none of them.
     void saveAll(std::vector<OutputImage> const& images) const;
+    /// The same for any number of files: only the image of the file that is being written exists. All images
+    /// have the calibration of the first one.
+    void saveAll(OutputImages const& images) const;
+    bool isOverwriteAllowed() const { return _bOverwrite; }
     /// Whether the output is a TIFF file.
     bool isTiff() const;
 
@@ -53,18 +66,23 @@ class OutputOptions {
     using Writer = std::function<void(boost::filesystem::path const&)>;
 
     eFileFormat getFormat() const;
-    /// Empty without --calibration-tags. Prints a warning about what the tags cannot hold.
-    std::optional<TiffResolution> getResolution(image::DiskImage const& image) const;
+    /// Adds the options --threads, --overwrite and --quiet.
+    void addRunOptionsTo(CommandOptions& options);
+    void addCompressionTo(CommandOptions& options);
+    /// Empty without --calibration-tags and --imagej. Prints a warning about what the tags cannot hold.
+    TiffTagEdits getTagEdits(image::BaseImage const& image) const;
     image::file::eTiffCompression getCompression() const;
     /// Writes the image under the name that it is called with.
-    Writer createWriter(image::DiskImagePtr const& pImage) const;
+    Writer createWriter(image::DiskImagePtr const& pImage, TiffTagEdits const& edits) const;
 
     std::string _file;
     std::string _format;
     std::string _compression;
     std::string _threads;
     std::string _headerFile;
+    CommandOption _calibrationTagsOption;
     bool _bCalibrationTags = false;
+    bool _bImageJ = false;
     bool _bOverwrite = false;
     bool _bQuiet = false;
 };

@@ -32,6 +32,11 @@ std::vector<std::string> splitFields(std::string const& text) {
 
 } // namespace
 
+std::optional<vlUInt64> findNumber(std::string const& text) {
+    vlUInt64 number = 0;
+    return parseWhole(text, number) ? std::optional(number) : std::nullopt;
+}
+
 vlUInt64 parseNumber(std::string const& option, std::string const& text) {
     vlUInt64 number = 0;
     if (!parseWhole(text, number)) {

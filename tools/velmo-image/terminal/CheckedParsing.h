@@ -7,6 +7,7 @@
 
 #include <VELMOUtil/Types.h>
 #include <array>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +17,8 @@ namespace velmo::tool {
 // Values of options. A value that does not fit throws WrongUse, whose text describes a valid one. `option` is
 // the name as users write it.
 
+/// The number that a text consists of; empty for other texts. Throws nothing.
+std::optional<vlUInt64> findNumber(std::string const& text);
 vlUInt64 parseNumber(std::string const& option, std::string const& text);
 /// X,Y[,Z[,C[,T]]]: two to five sizes, none of them 0.
 std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& text);

@@ -93,7 +93,7 @@ bool CommandOptions::isChosen() const {
 
 CommandLine::CommandLine(std::string const& version)
     : _pApp(std::make_unique<CLI::App>(
-          "Inspect, convert, import, preview, join and resample image files: TIFF, Im6 and raw",
+          "Inspect, convert, import, preview, join, split and resample image files: TIFF, Im6 and raw",
           "velmo-image")) {
     _pApp->formatter(std::make_shared<HelpFormatter>()); // before the commands, which take it over
     _pApp->set_version_flag("--version", version);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "output/TiffResolution.h"
+#include "output/TiffTags.h"
 
 #include "FileSizeLimit.h"
 #include "TemporaryFolder.h"
@@ -108,10 +108,10 @@ class ResolutionTags : public testing::TestWithParam<Kind> {
     void expectRefused(std::string const& reason) const {
         std::string const bytes = readFile(_path);
         try {
-            setTiffResolution(_path, g_resolution);
+            setTiffTags(_path, {g_resolution, {}});
             ADD_FAILURE() << "not refused: " << reason;
         } catch (WorkFailure const& failure) {
-            EXPECT_EQ("cannot set the resolution of \"" + _path.string() + "\": " + reason, failure.what());
+            EXPECT_EQ("cannot set tags of \"" + _path.string() + "\": " + reason, failure.what());
         }
         EXPECT_EQ(bytes, readFile(_path));
     }
@@ -132,7 +132,7 @@ class ResolutionTags : public testing::TestWithParam<Kind> {
 } // namespace
 
 TEST_P(ResolutionTags, AreSetInEachDirectoryInPlaceOfEarlierOnes) {
-    setTiffResolution(_path, g_resolution);
+    setTiffTags(_path, {g_resolution, {}});
     EXPECT_EQ(std::vector<PageResolution>(3, g_expected), readResolutions());
     std::vector<TiffPage> const pages = test::readTiff(_path);
     ASSERT_EQ(3U, pages.size());
@@ -143,7 +143,7 @@ TEST_P(ResolutionTags, AreSetInEachDirectoryInPlaceOfEarlierOnes) {
 
 TEST_P(ResolutionTags, LeaveAllOtherEntriesAndBytesAsTheyWere) {
     std::string before = readFile(_path);
-    setTiffResolution(_path, g_resolution);
+    setTiffTags(_path, {g_resolution, {}});
     std::string after = readFile(_path);
     auto const earlier = GetParam().readDirectories(before);
     auto const later = GetParam().readDirectories(after);
@@ -163,10 +163,35 @@ TEST_P(ResolutionTags, LeaveAllOtherEntriesAndBytesAsTheyWere) {
     EXPECT_EQ(before, after.substr(0, before.size()));
 }
 
+TEST_P(ResolutionTags, ADescriptionIsSetInTheFirstDirectoryAndTheSecondOneTakesItsPlace) {
+    writeTiff({page("abcdef", 4), page("ghijkl", 4), page("mnopqr", 0)});
+    std::uint64_t const firstPlace = GetParam().readDirectories(readFile(_path)).front().offset;
+    std::string const description = "ImageJ=1.53t\nimages=3\nslices=3\n";
+    setTiffTags(_path, {std::nullopt, description});
+    std::vector<TiffPage> const pages = test::readTiff(_path);
+    ASSERT_EQ(3U, pages.size());
+    EXPECT_EQ(description, pages[0].description);
+    EXPECT_EQ("a text too long for an entry", pages[1].description);
+    EXPECT_EQ("abcdef", pages[0].pixels);
+    EXPECT_EQ("ghijkl", pages[1].pixels);
+    EXPECT_EQ("mnopqr", pages[2].pixels);
+    EXPECT_EQ(firstPlace, GetParam().readDirectories(readFile(_path)).at(1).offset);
+}
+
+TEST_P(ResolutionTags, ASecondDirectoryThatDoesNotFitIntoThePlaceOfTheFirstIsRefused) {
+    try {
+        setTiffTags(_path, {g_resolution, "text"}); // three entries more
+        ADD_FAILURE() << "not refused";
+    } catch (WorkFailure const& failure) {
+        EXPECT_THAT(failure.what(), testing::HasSubstr("has no room for another one"));
+    }
+    EXPECT_EQ("abcdef", test::readTiff(_path).at(0).pixels);
+}
+
 TEST_P(ResolutionTags, CanBeSetAgain) {
-    setTiffResolution(_path, {{1, 1}, {1, 1}, RESUNIT_NONE});
+    setTiffTags(_path, {TiffResolution{{1, 1}, {1, 1}, RESUNIT_NONE}, {}});
     EXPECT_EQ(std::vector<PageResolution>(3, {1, 1, RESUNIT_NONE}), readResolutions());
-    setTiffResolution(_path, g_resolution);
+    setTiffTags(_path, {g_resolution, {}});
     EXPECT_EQ(std::vector<PageResolution>(3, g_expected), readResolutions());
 }
 
@@ -209,7 +234,7 @@ TEST_P(ResolutionTags, OfAFileThatCannotGrowStayTheEarlierOnes) {
     std::vector<PageResolution> const earlier = readResolutions();
     {
         test::FileSizeLimit const limit(boost::filesystem::file_size(_path) + 300);
-        EXPECT_THROW(setTiffResolution(_path, g_resolution), WorkFailure);
+        EXPECT_THROW(setTiffTags(_path, {g_resolution, {}}), WorkFailure);
     }
     EXPECT_EQ(earlier, readResolutions());
 }
@@ -254,7 +279,7 @@ TEST(ResolutionTagsOfMany, TakeAFixedNumberOfTransfersForEachDirectory) {
     std::uint32_t const nbDirectories = 10000;
     writeFile(folder / "a.tif", makeChain(nbDirectories));
     unsigned long const before = countTransfers();
-    setTiffResolution(folder / "a.tif", g_resolution);
+    setTiffTags(folder / "a.tif", {g_resolution, {}});
     EXPECT_LT(countTransfers() - before, 2 * nbDirectories + 100);
     EXPECT_EQ(8 + 18 * nbDirectories + nbDirectories * 72, boost::filesystem::file_size(folder / "a.tif"));
 }
