@@ -8,6 +8,7 @@
 #include "commands/PreviewCommand.h"
 #include "commands/ResampleCommand.h"
 #include "commands/StackCommand.h"
+#include "commands/StatsCommand.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
 
@@ -32,6 +33,7 @@ eExitStatus runCommand(int argc, char** argv) {
     commands.push_back(std::make_unique<ConvertCommand>(line));
     commands.push_back(std::make_unique<ImportCommand>(line));
     commands.push_back(std::make_unique<PreviewCommand>(line));
+    commands.push_back(std::make_unique<StatsCommand>(line));
     commands.push_back(std::make_unique<StackCommand>(line));
     commands.push_back(std::make_unique<ResampleCommand>(line));
     commands.push_back(std::make_unique<MatchCommand>(line));
