@@ -3,8 +3,9 @@
 
 #include "measure/Moments.h"
 
+#include "measure/Lanes.h"
+
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 
@@ -13,21 +14,7 @@ namespace velmo::tool {
 namespace {
 
 constexpr vlUInt64 g_blockSize = vlUInt64{1} << 14;
-/// Values that are added side by side, so that the compiler can use vector instructions.
-constexpr std::size_t g_nbLanes = 16;
 constexpr float g_largest = std::numeric_limits<float>::max();
-
-template <class Value>
-using Lanes = std::array<Value, g_nbLanes>;
-
-template <class Value>
-Value sumLanes(Lanes<Value> const& lanes) {
-    Value sum = 0;
-    for (Value const value : lanes) {
-        sum += value;
-    }
-    return sum;
-}
 
 bool isFinite(float value) {
     return std::abs(value) <= g_largest;
@@ -58,23 +45,10 @@ struct BlockSums {
     }
 };
 
-/// Calls `take(value, lane)` for each value of a block.
-template <class Take>
-void spread(float const* values, vlUInt64 nb, Take const& take) {
-    vlUInt64 const nbFull = nb / g_nbLanes * g_nbLanes;
-    for (vlUInt64 first = 0; first < nbFull; first += g_nbLanes) {
-        for (std::size_t lane = 0; lane < g_nbLanes; ++lane) {
-            take(values[first + lane], lane);
-        }
-    }
-    for (vlUInt64 index = nbFull; index < nb; ++index) {
-        take(values[index], index - nbFull);
-    }
-}
-
 double sumSquares(float const* values, vlUInt64 nb, double mean) {
     Lanes<double> sums{};
-    spread(values, nb, [&](float value, std::size_t lane) {
+    spreadOverLanes(nb, [&](vlUInt64 index, std::size_t lane) {
+        float const value = values[index];
         double const distance = isFinite(value) ? static_cast<double>(value) - mean : 0.0;
         sums[lane] += distance * distance;
     });
@@ -142,7 +116,7 @@ void FloatMoments::take(float const* values, vlUInt64 nb) {
 
 void FloatMoments::takeBlock(float const* values, vlUInt64 nb) {
     BlockSums sums;
-    spread(values, nb, [&](float value, std::size_t lane) { sums.take(value, lane); });
+    spreadOverLanes(nb, [&](vlUInt64 index, std::size_t lane) { sums.take(values[index], lane); });
     vlUInt64 const nbNaN = sumLanes(sums.nbNaN);
     vlUInt64 const nbPositive = sumLanes(sums.nbPositive);
     vlUInt64 const nbNegative = sumLanes(sums.nbNegative);

@@ -20,6 +20,17 @@ PixelRun RunLayout::getRun(image::PlanIndexes const& plane, vlUInt64 index) cons
     return {plane, nbChannels, start, std::min(nbRunPixels, nbPlanePixels - start)};
 }
 
+vlUInt64 RunLayout::countRuns(image::BaseImageGeometry const& geometry) const {
+    return geometry.getNbPlans() / nbChannels * nbRunsPerPlane;
+}
+
+PixelRun RunLayout::getRun(image::BaseImageGeometry const& geometry, vlUInt64 number) const {
+    vlUInt64 const plane = number / nbRunsPerPlane;
+    vlUInt64 const sizeZ = geometry.getSizeZ();
+    vlUInt64 const sizeC = geometry.getSizeC() / nbChannels;
+    return getRun({plane % sizeZ, plane / sizeZ % sizeC, plane / sizeZ / sizeC}, number % nbRunsPerPlane);
+}
+
 RunLayout layOutRuns(image::BaseImageGeometry const& geometry, bool bWholePlanes, bool bAllChannels) {
     vlUInt64 const nbPixels = geometry.getPlanNbPixels();
     vlUInt64 const nbRunPixels =

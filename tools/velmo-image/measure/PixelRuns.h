@@ -24,6 +24,10 @@ struct RunLayout {
     vlUInt64 nbRunsPerPlane; ///< 0 without pixels
 
     PixelRun getRun(image::PlanIndexes const& plane, vlUInt64 index) const;
+
+    /// The runs of all planes in (t, c, z) order.
+    vlUInt64 countRuns(image::BaseImageGeometry const& geometry) const;
+    PixelRun getRun(image::BaseImageGeometry const& geometry, vlUInt64 number) const;
 };
 
 /// Sizes of the runs. With `bWholePlanes` a run is a plane, with `bAllChannels` it has all channels.

@@ -106,7 +106,7 @@ void OutputOptions::requireFit() const {
     if (format == eFileFormat::Raw && !_compression.empty()) {
         throw WrongUse("--compression applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
     }
-    if (format == eFileFormat::Raw && !_threads.empty()) {
+    if (format == eFileFormat::Raw && !_threads.empty() && !_bThreadsForRaw) {
         throw WrongUse("--threads applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
     }
     if (format == eFileFormat::Raw && _bCalibrationTags) {

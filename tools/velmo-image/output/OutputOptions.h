@@ -30,7 +30,11 @@ class OutputOptions {
     /// Adds --calibration-tags.
     void addCalibrationTagsTo(CommandOptions& options);
 
+    /// --threads applies to raw outputs too, for commands that work on the input with several threads.
+    void allowThreadsForRaw() { _bThreadsForRaw = true; }
+
     std::string const& getFile() const { return _file; }
+    bool isQuiet() const { return _bQuiet; }
     /// Throws WrongUse where the format cannot be written, the extension is that of a picture and no format
     /// is given, an option does not apply to the format, or the header is the output.
     void requireFit() const;
@@ -67,6 +71,7 @@ class OutputOptions {
     bool _bCalibrationTags = false;
     bool _bOverwrite = false;
     bool _bQuiet = false;
+    bool _bThreadsForRaw = false;
 };
 
 } // namespace velmo::tool

@@ -76,6 +76,14 @@ std::vector<double> parsePercents(std::string const& option, std::string const& 
     return percents;
 }
 
+double parseDistance(std::string const& option, std::string const& text) {
+    double distance = 0;
+    if (!parseWhole(text, distance) || !std::isfinite(distance) || distance < 0) {
+        throw WrongUse(option + " must be a number from 0, such as 0.5, not " + quoted(text));
+    }
+    return distance;
+}
+
 ValueRange parseRange(std::string const& option, std::string const& text) {
     std::vector<std::string> const fields = splitFields(text);
     ValueRange range = {0, 0};

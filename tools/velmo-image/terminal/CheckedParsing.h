@@ -24,6 +24,8 @@ std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& t
 vlUInt64 parseThreads(std::string const& text);
 /// P[,P]...: percents from 0 to 100.
 std::vector<double> parsePercents(std::string const& option, std::string const& text);
+/// A finite number from 0.
+double parseDistance(std::string const& option, std::string const& text);
 
 struct ValueRange {
     double low;
