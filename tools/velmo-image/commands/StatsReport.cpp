@@ -35,15 +35,19 @@ vlUInt64 countNonFinite(TallySummary const& summary) {
     return summary.nbNaN + summary.nbPositiveInfinity + summary.nbNegativeInfinity;
 }
 
-std::string describeSet(PixelStatistics const& statistics) {
-    std::string text;
-    for (auto const& [name, index] :
-         {std::pair("z", statistics.z), {"c", statistics.c}, {"t", statistics.t}}) {
-        if (index) {
-            text += (text.empty() ? "" : ", ") + std::string(name) + ' ' + std::to_string(*index);
-        }
+std::ostream& putLine(std::ostream& text, std::string const& label) {
+    return text << "\n  " << std::left << std::setw(12) << label;
+}
+
+/// Which pixels were measured; nothing for the whole file.
+void putIndexes(PixelStatistics const& statistics, std::ostream& text) {
+    if (statistics.z) {
+        putLine(text, "plane") << "z " << *statistics.z << ", c " << *statistics.c << ", t " << *statistics.t;
+    } else if (statistics.c) {
+        putLine(text, "channel") << *statistics.c;
+    } else if (statistics.t) {
+        putLine(text, "time step") << *statistics.t;
     }
-    return text;
 }
 
 double findLargestError(PixelStatistics const& statistics) {
@@ -52,10 +56,6 @@ double findLargestError(PixelStatistics const& statistics) {
         error = std::max(error, percentile.error);
     }
     return error;
-}
-
-std::ostream& putLine(std::ostream& text, std::string const& label) {
-    return text << "\n  " << std::left << std::setw(12) << label;
 }
 
 void putPercentiles(PixelStatistics const& statistics, std::ostream& text) {
@@ -70,7 +70,8 @@ void putPercentiles(PixelStatistics const& statistics, std::ostream& text) {
 void putHistogram(Histogram const& histogram, std::ostream& text) {
     auto const nbParts = static_cast<double>(histogram.counts.size());
     double const step = (histogram.high - histogram.low) / nbParts;
-    putLine(text, "histogram") << (histogram.bExact ? "" : "pixels near a bound may count beside it");
+    putLine(text, "histogram") << histogram.counts.size() << " parts"
+                               << (histogram.bExact ? "" : "; pixels near a bound may be in the part beside");
     for (std::size_t part = 0; part < histogram.counts.size(); ++part) {
         text << "\n    from " << std::left << std::setw(14)
              << toText(histogram.low + static_cast<double>(part) * step) << ' ' << histogram.counts[part];
@@ -79,10 +80,7 @@ void putHistogram(Histogram const& histogram, std::ostream& text) {
 
 void putSet(PixelStatistics const& statistics, std::ostream& text) {
     TallySummary const& summary = statistics.summary;
-    std::string const set = describeSet(statistics);
-    if (!set.empty()) {
-        putLine(text, "set") << set;
-    }
+    putIndexes(statistics, text);
     putLine(text, "pixels") << summary.nbFinite + countNonFinite(summary) << ' '
                             << image::file::getPixelTypeName(statistics.type);
     if (countNonFinite(summary) != 0) {

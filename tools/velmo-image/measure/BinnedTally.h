@@ -123,7 +123,8 @@ class FloatTally : public Tally {
   private:
     BinCounts _bins;
     FloatMoments _moments;
-    std::uint32_t _lostBits = 0; ///< 0 if the bound of its bin is the value of each pixel
+    std::uint32_t _lostBits = 0;         ///< 0 if the bound of its bin is the value of each pixel
+    std::uint32_t _lostBitsNearZero = 0; ///< the same of the pixels of the smallest exponent
 };
 
 } // namespace velmo::tool

@@ -96,9 +96,7 @@ class ImageProjection {
           _pResult(boost::make_shared<MemoryImage>()) {
         BaseImageGeometry const& input = reader.getGeometry();
         vlUInt64 const nb = getSizeAlong(input, axis);
-        for (vlUInt64 result = 0; result < _steps.getNbResults(); ++result) {
-            _projectors.push_back(createProjector(input.getBufferType(), projection, nb));
-        }
+        createProjectors(projection, nb);
         BoolResult const result = _pResult->init(
             *createGeometry(input, axis, getProjectedType(input.getBufferType(), projection, nb)));
         if (!result) {
@@ -123,6 +121,16 @@ class ImageProjection {
     }
 
   private:
+    void createProjectors(eProjection projection, vlUInt64 nb) {
+        try {
+            for (vlUInt64 result = 0; result < _steps.getNbResults(); ++result) {
+                _projectors.push_back(createProjector(_reader.getGeometry().getBufferType(), projection, nb));
+            }
+        } catch (WorkFailure const& failure) {
+            _reader.fail(failure.what());
+        }
+    }
+
     /// At most, with the sums.
     vlUInt64 countThreadBytes() const {
         auto const sums = checkedMultiply(_layout.nbRunPixels, sizeof(double) * _steps.getNbResults());

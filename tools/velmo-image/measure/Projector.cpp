@@ -121,7 +121,7 @@ std::unique_ptr<Projector> createSum(bool bMean, vlUInt64 nb) {
             return std::make_unique<SumProjector<Value, Sum32<Value>, Sum32<Value>>>(divisor);
         }
         if (!fits<Value, Sum64<Value>>(nb)) {
-            throw WorkFailure("the sum of " + std::to_string(nb) + " pixels may overflow 64 bits");
+            throw WorkFailure("has so many planes that their sum may overflow 64 bits");
         }
         return std::make_unique<SumProjector<Value, Sum64<Value>, float>>(divisor);
     }
@@ -161,7 +161,7 @@ std::unique_ptr<Projector> createProjector(eImageBufferType type, eProjection pr
             break;
         }
         if (isLabels(type)) {
-            throw WorkFailure("labels have no mean and no sum; use --by max or min");
+            throw WorkFailure("has labels, which have no mean and no sum; use --by max or min");
         }
         return createSum<Value>(projection == eProjection::Mean, nb);
     });

@@ -35,8 +35,8 @@ class Projector {
     [[nodiscard]] virtual bool finish(std::byte* pixels) const = 0;
 };
 
-/// Of `nb` pixels of a type. Throws WorkFailure for mean and sum of labels, and for so many pixels that their
-/// sum overflows 64 bits.
+/// Of `nb` pixels of a type. Throws WorkFailure, whose text is to follow the name of the file, for mean and
+/// sum of labels, and for so many pixels that their sum may overflow 64 bits.
 std::unique_ptr<Projector> createProjector(image::eImageBufferType type, eProjection projection, vlUInt64 nb);
 
 } // namespace velmo::tool

@@ -5,7 +5,7 @@
 
 #include "measure/BinnedTally.h"
 #include "measure/CountedTally.h"
-#include "terminal/Failure.h"
+#include "measure/PixelValues.h"
 
 namespace velmo::tool {
 
@@ -19,12 +19,18 @@ void FloatTally::take(std::byte const* pixels, vlUInt64 nbPixels) {
         std::memcpy(values.data(), pixels + start * sizeof(float), nb * sizeof(float));
         std::memcpy(bits.data(), values.data(), nb * sizeof(float));
         _moments.take(values.data(), nb);
-        std::uint32_t lostBits = 0;
         for (vlUInt64 index = 0; index < nb; ++index) {
             _bins.count(bits[index]);
-            lostBits |= BinCounts::getLostBits(bits[index]);
+        }
+        std::uint32_t lostBits = 0;
+        std::uint32_t nearZero = 0;
+        for (vlUInt64 index = 0; index < nb; ++index) {
+            std::uint32_t const lost = BinCounts::getLostBits(bits[index]);
+            lostBits |= lost;
+            nearZero |= bits[index] << 1U >> 24U == 0 ? lost : 0;
         }
         _lostBits |= lostBits;
+        _lostBitsNearZero |= nearZero;
     }
 }
 
@@ -33,6 +39,7 @@ void FloatTally::add(Tally const& other) {
     _bins.add(tally._bins);
     _moments.append(tally._moments);
     _lostBits |= tally._lostBits;
+    _lostBitsNearZero |= tally._lostBitsNearZero;
 }
 
 TallySummary FloatTally::summarise() const {
@@ -57,25 +64,16 @@ void FloatTally::visitBins(std::function<void(TallyBin const&)> const& visit) co
 }
 
 std::unique_ptr<Tally> createTally(image::eImageBufferType type) {
-    switch (image::toDataType(type)) {
-    case image::eDT_Int8:
-        return std::make_unique<CountedTally<std::int8_t>>();
-    case image::eDT_UInt8:
-        return std::make_unique<CountedTally<std::uint8_t>>();
-    case image::eDT_Int16:
-        return std::make_unique<CountedTally<std::int16_t>>();
-    case image::eDT_UInt16:
-        return std::make_unique<CountedTally<std::uint16_t>>();
-    case image::eDT_Int32:
-        return std::make_unique<IntegerTally<std::int32_t>>();
-    case image::eDT_UInt32:
-        return std::make_unique<IntegerTally<std::uint32_t>>();
-    case image::eDT_Real32:
-        return std::make_unique<FloatTally>();
-    case image::eDT_None:
-        break;
-    }
-    throw WorkFailure("pixels without a type cannot be measured");
+    return withValueType(type, [](auto zero) -> std::unique_ptr<Tally> {
+        using Value = decltype(zero);
+        if constexpr (std::is_floating_point_v<Value>) {
+            return std::make_unique<FloatTally>();
+        } else if constexpr (sizeof(Value) == sizeof(std::uint32_t)) {
+            return std::make_unique<IntegerTally<Value>>();
+        } else {
+            return std::make_unique<CountedTally<Value>>();
+        }
+    });
 }
 
 } // namespace velmo::tool
