@@ -20,7 +20,9 @@ double toNumber(std::uint32_t bits) {
 void BinCounts::add(BinCounts const& other) {
     for (std::size_t exponent = 0; exponent < _pages.size(); ++exponent) {
         Page const& added = other._pages[exponent];
-        _pages[exponent].resize(added.empty() ? _pages[exponent].size() : g_pageSize);
+        if (!added.empty() && _pPages[exponent] == nullptr) {
+            _pPages[exponent] = addPage(static_cast<std::uint32_t>(exponent));
+        }
         for (std::size_t index = 0; index < added.size(); ++index) {
             _pages[exponent][index] += added[index];
         }

@@ -15,13 +15,17 @@ namespace velmo::tool {
 /// Memory is used for the exponents that occur.
 class BinCounts {
   public:
+    BinCounts() = default;
+    BinCounts(BinCounts const&) = delete;
+    BinCounts& operator=(BinCounts const&) = delete;
+
     /// A number as its bits. Those of NaN and infinities are not visited.
     void count(std::uint32_t bits) {
-        Page& page = _pages[bits >> g_fractionBits];
-        if (page.empty()) {
-            page.resize(g_pageSize);
+        vlUInt64*& pPage = _pPages[bits >> g_fractionBits];
+        if (pPage == nullptr) {
+            pPage = addPage(bits >> g_fractionBits);
         }
-        ++page[bits >> g_lostBits & (g_pageSize - 1)];
+        ++pPage[bits >> g_lostBits & (g_pageSize - 1)];
     }
     void add(BinCounts const& other);
 
@@ -40,7 +44,13 @@ class BinCounts {
     static constexpr std::uint32_t g_pageSize = 1U << (g_fractionBits - g_lostBits);
     static constexpr std::uint32_t g_nbExponents = 256;
 
-    std::array<Page, 2 * g_nbExponents> _pages; ///< empty ones have no numbers
+    vlUInt64* addPage(std::uint32_t exponent) {
+        _pages[exponent].resize(g_pageSize);
+        return _pages[exponent].data();
+    }
+
+    std::array<Page, 2 * g_nbExponents> _pages;         ///< empty ones have no numbers
+    std::array<vlUInt64*, 2 * g_nbExponents> _pPages{}; ///< the counts of the pages, or null
 };
 
 } // namespace velmo::tool

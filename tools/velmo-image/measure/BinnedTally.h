@@ -69,18 +69,22 @@ class IntegerTally : public Tally {
     void takeBlock(std::byte const* pixels, vlUInt64 nb) {
         std::array<Value, g_blockSize> values;
         std::memcpy(values.data(), pixels, nb * sizeof(Value));
+        Value least = values[0];
+        Value greatest = values[0];
         std::int64_t sum = 0;
         vlUInt64 squaresLow = 0;
         vlUInt64 squaresHigh = 0;
         for (vlUInt64 index = 0; index < nb; ++index) {
             Value const value = values[index];
-            _minimum = value < _minimum ? value : _minimum;
-            _maximum = value > _maximum ? value : _maximum;
+            least = value < least ? value : least;
+            greatest = value > greatest ? value : greatest;
             sum += value;
             vlUInt64 const magnitude = getMagnitude(value);
             squaresLow += magnitude * magnitude & 0xFFFFFFFFU;
             squaresHigh += magnitude * magnitude >> 32U;
         }
+        _minimum = std::min(_minimum, least);
+        _maximum = std::max(_maximum, greatest);
         for (vlUInt64 index = 0; index < nb; ++index) {
             count(values[index]);
         }

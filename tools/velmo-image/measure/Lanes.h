@@ -33,7 +33,7 @@ void spreadOverLanes(vlUInt64 nb, Take const& take) {
         }
     }
     for (vlUInt64 index = nbFull; index < nb; ++index) {
-        take(index, index - nbFull);
+        take(index, std::size_t{0}); // a constant lane, so that lanes can be registers
     }
 }
 

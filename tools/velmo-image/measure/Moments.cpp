@@ -6,7 +6,9 @@
 #include "measure/Lanes.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace velmo::tool {
@@ -14,42 +16,53 @@ namespace velmo::tool {
 namespace {
 
 constexpr vlUInt64 g_blockSize = vlUInt64{1} << 14;
-constexpr float g_largest = std::numeric_limits<float>::max();
+/// Values of a block that are finite.
+using FiniteValues = std::array<float, g_blockSize>;
 
-bool isFinite(float value) {
-    return std::abs(value) <= g_largest;
+/// Floating-point numbers as integers of the same order; those of NaN are beyond those of the infinities.
+std::int32_t toOrdered(float value) {
+    std::int32_t bits = 0;
+    std::memcpy(&bits, &value, sizeof(bits));
+    return bits ^ (bits >> 31 & 0x7FFFFFFF);
 }
 
-/// What is known of a block before its mean is.
-struct BlockSums {
-    Lanes<double> sums{};
-    Lanes<float> least;
-    Lanes<float> greatest;
-    Lanes<std::uint32_t> nbNaN{};
-    Lanes<std::uint32_t> nbPositive{};
-    Lanes<std::uint32_t> nbNegative{};
+float fromOrdered(std::int32_t ordered) {
+    std::int32_t const bits = ordered ^ (ordered >> 31 & 0x7FFFFFFF);
+    float value = 0;
+    std::memcpy(&value, &bits, sizeof(value));
+    return value;
+}
 
-    BlockSums() {
-        least.fill(g_largest);
-        greatest.fill(-g_largest);
+/// Least and greatest value. Found among integers, which the compiler can compare with vector instructions.
+struct BlockRange {
+    std::int32_t least = std::numeric_limits<std::int32_t>::max();
+    std::int32_t greatest = std::numeric_limits<std::int32_t>::min();
+
+    BlockRange(float const* values, vlUInt64 nb) {
+        for (vlUInt64 index = 0; index < nb; ++index) {
+            std::int32_t const value = toOrdered(values[index]);
+            least = value < least ? value : least;
+            greatest = value > greatest ? value : greatest;
+        }
     }
 
-    void take(float value, std::size_t lane) {
-        float const finite = isFinite(value) ? value : 0.0F;
-        sums[lane] += static_cast<double>(finite);
-        least[lane] = isFinite(value) && value < least[lane] ? value : least[lane];
-        greatest[lane] = isFinite(value) && value > greatest[lane] ? value : greatest[lane];
-        nbNaN[lane] += value != value ? 1U : 0U;
-        nbPositive[lane] += value > g_largest ? 1U : 0U;
-        nbNegative[lane] += value < -g_largest ? 1U : 0U;
+    bool isFinite() const {
+        constexpr float infinity = std::numeric_limits<float>::infinity();
+        return least > toOrdered(-infinity) && greatest < toOrdered(infinity);
     }
 };
+
+double sumValues(float const* values, vlUInt64 nb) {
+    Lanes<double> sums{};
+    spreadOverLanes(
+        nb, [&](vlUInt64 index, std::size_t lane) { sums[lane] += static_cast<double>(values[index]); });
+    return sumLanes(sums);
+}
 
 double sumSquares(float const* values, vlUInt64 nb, double mean) {
     Lanes<double> sums{};
     spreadOverLanes(nb, [&](vlUInt64 index, std::size_t lane) {
-        float const value = values[index];
-        double const distance = isFinite(value) ? static_cast<double>(value) - mean : 0.0;
+        double const distance = static_cast<double>(values[index]) - mean;
         sums[lane] += distance * distance;
     });
     return sumLanes(sums);
@@ -115,25 +128,33 @@ void FloatMoments::take(float const* values, vlUInt64 nb) {
 }
 
 void FloatMoments::takeBlock(float const* values, vlUInt64 nb) {
-    BlockSums sums;
-    spreadOverLanes(nb, [&](vlUInt64 index, std::size_t lane) { sums.take(values[index], lane); });
-    vlUInt64 const nbNaN = sumLanes(sums.nbNaN);
-    vlUInt64 const nbPositive = sumLanes(sums.nbPositive);
-    vlUInt64 const nbNegative = sumLanes(sums.nbNegative);
-    _nbNaN += nbNaN;
-    _nbPositive += nbPositive;
-    _nbNegative += nbNegative;
-    vlUInt64 const nbFinite = nb - nbNaN - nbPositive - nbNegative;
-    if (nbFinite == 0) {
+    BlockRange const range(values, nb);
+    if (range.isFinite()) {
+        takeFinite(values, nb, fromOrdered(range.least), fromOrdered(range.greatest));
         return;
     }
-    float const least = *std::min_element(sums.least.begin(), sums.least.end());
-    float const greatest = *std::max_element(sums.greatest.begin(), sums.greatest.end());
-    _minimum = _nbFinite == 0 ? least : std::min(_minimum, least);
-    _maximum = _nbFinite == 0 ? greatest : std::max(_maximum, greatest);
-    _nbFinite += nbFinite;
-    double const mean = sumLanes(sums.sums) / static_cast<double>(nbFinite);
-    _blocks.push_back({static_cast<double>(nbFinite), mean, sumSquares(values, nb, mean)});
+    FiniteValues finite;
+    vlUInt64 nbFinite = 0;
+    for (vlUInt64 index = 0; index < nb; ++index) {
+        float const value = values[index];
+        if (std::isfinite(value)) {
+            finite[nbFinite++] = value;
+        } else {
+            ++(std::isnan(value) ? _nbNaN : value > 0 ? _nbPositive : _nbNegative);
+        }
+    }
+    if (nbFinite != 0) {
+        BlockRange const rest(finite.data(), nbFinite);
+        takeFinite(finite.data(), nbFinite, fromOrdered(rest.least), fromOrdered(rest.greatest));
+    }
+}
+
+void FloatMoments::takeFinite(float const* values, vlUInt64 nb, float minimum, float maximum) {
+    _minimum = _nbFinite == 0 ? minimum : std::min(_minimum, minimum);
+    _maximum = _nbFinite == 0 ? maximum : std::max(_maximum, maximum);
+    _nbFinite += nb;
+    double const mean = sumValues(values, nb) / static_cast<double>(nb);
+    _blocks.push_back({static_cast<double>(nb), mean, sumSquares(values, nb, mean)});
 }
 
 void FloatMoments::append(FloatMoments const& other) {

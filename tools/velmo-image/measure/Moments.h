@@ -62,6 +62,8 @@ class FloatMoments {
 
   private:
     void takeBlock(float const* values, vlUInt64 nb);
+    /// At least one value; with the least and the greatest of them.
+    void takeFinite(float const* values, vlUInt64 nb, float minimum, float maximum);
 
     std::vector<BlockMoments> _blocks;
     vlUInt64 _nbFinite = 0;
