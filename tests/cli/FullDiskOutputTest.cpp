@@ -112,6 +112,11 @@ INSTANTIATE_TEST_SUITE_P(
                    [](auto const& folder, auto const& output) {
                        return Arguments{"convert", folder + "/s/a1.tif", output, "--calibration-tags"};
                    }},
+        DiskOutput{"Projection", "out.tif",
+                   [](auto const& folder, auto const& output) {
+                       return Arguments{"project", folder + "/s/a1.tif", output, "--along", "z", "--by",
+                                        "mean"};
+                   }},
         DiskOutput{"Stack", "out.raw",
                    [](auto const& folder, auto const& output) {
                        return Arguments{"stack", folder + "/s", "a<INDEX>.tif", output};

@@ -17,8 +17,8 @@ CompareCommand::CompareCommand(CommandLine& line)
               "  velmo-image compare before.tif after.tif --tolerance 0.5 --json\n"
               "  velmo-image compare a.tif b.tif --strict --quiet") {
     CommandOptions& options = getOptions();
-    options.addArgument("A", _fileA, "First file");
-    options.addArgument("B", _fileB, "Second file");
+    options.addArgument("FIRST", _fileA, "File to compare");
+    options.addArgument("SECOND", _fileB, "File to compare with it");
     options.addOption("--tolerance", _tolerance,
                       "Greatest difference of pixels that count as the same (default: 0)");
     options.addFlag("--strict", _bStrict,

@@ -12,6 +12,9 @@ _velmo_image_options() {
     convert) echo "--help $input $output --calibration-tags" ;;
     import) echo "--help $output --calibration-tags --series --page --axes --palette --to-rgb --min-is-black --lossy --json" ;;
     preview) echo "--help --z --c --t --montage --max-size --range $input --overwrite --quiet" ;;
+    stats) echo "--help --by --percentiles --histogram --json --csv $input --threads --quiet" ;;
+    compare) echo "--help --tolerance --strict --json $input --threads --quiet" ;;
+    project) echo "--help --along --by $input $output --calibration-tags" ;;
     stack) echo "--help --pixels --strict --along $output --calibration-tags" ;;
     resample) echo "--help --pixels --strict $output --size-z --interpolation" ;;
     match) echo "--help --directory --strict" ;;
@@ -19,10 +22,15 @@ _velmo_image_options() {
     esac
 }
 
-# _velmo_image_values OPTION: the values of an option that takes one of a few words; "-" for an option that
-# takes something else; nothing for one without a value.
+# _velmo_image_values OPTION COMMAND: the values of an option that takes one of a few words; "-" for an option
+# that takes something else; nothing for one without a value.
 _velmo_image_values() {
+    case $2:$1 in
+    project:--along) echo 'z t c' && return ;;
+    project:--by) echo 'max min mean sum' && return ;;
+    esac
     case $1 in
+    --by) echo 'file plane channel time' ;;
     --format) echo 'raw tiff im6' ;;
     --output-format) echo 'raw tiff' ;;
     --type) echo 'uint8 int8 uint16 int16 uint32 int32 real32 binary label8 label16 label32' ;;
@@ -32,7 +40,7 @@ _velmo_image_values() {
     --compression) echo 'none lzw deflate' ;;
     --interpolation) echo 'nearest linear cubic' ;;
     --palette) echo 'index rgb' ;;
-    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory) echo - ;;
+    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --percentiles | --histogram | --tolerance | --header | --threads | --directory) echo - ;;
     esac
 }
 
@@ -69,7 +77,7 @@ _velmo_image() {
         elif [ -z "$names_only" ] && [ "$passed" = -- ]; then
             names_only=yes
         elif [ -z "$names_only" ] && [ "${passed#-}" != "$passed" ]; then
-            [ -z "$(_velmo_image_values "$passed")" ] || option=$passed
+            [ -z "$(_velmo_image_values "$passed" "$command")" ] || option=$passed
         elif [ -z "$command" ]; then
             command=$passed
         else
@@ -78,7 +86,7 @@ _velmo_image() {
         index=$((index + 1))
     done
     [ "$word" != = ] || word=''
-    values=$(_velmo_image_values "$option")
+    values=$(_velmo_image_values "$option" "$command")
     case $option in
     --header) return ;;
     --directory)
@@ -92,7 +100,7 @@ _velmo_image() {
     elif [ -z "$names_only" ] && [ "${word#-}" != "$word" ]; then
         values=$(_velmo_image_options "$command")
     elif [ -z "$command" ]; then
-        values='info convert import preview stack resample match'
+        values='info convert import preview stats compare project stack resample match'
         _velmo_image_offer "$word" none
     else
         _velmo_image_offer "$word" "$(_velmo_image_place "$command" "$place")"
