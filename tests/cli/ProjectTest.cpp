@@ -184,7 +184,25 @@ TEST_F(Project, TheOptionsOfTheOutputApply) {
     EXPECT_EQ("headb", read("out.raw"));
     expectDone(
         runTool(Arguments{"project", path("in.raw"), path("o.tif"), "--compression", "deflate"} + options));
-    EXPECT_EQ(COMPRESSION_ADOBE_DEFLATE, readTiff(_folder / "o.tif").at(0).compression);
+    EXPECT_EQ(COMPRESSION_DEFLATE, readTiff(_folder / "o.tif").at(0).compression);
+}
+
+TEST_F(Project, AnOutputLargerThanMemoryIsRejected) {
+    createSparse("in.raw", 1UL << 43);
+    expectFailure(runTool(Arguments{"project", path("in.raw"), path("out.raw")} +
+                          raw("1048576,1048576,8", "uint8") + along("z", "mean")),
+                  1, "memory");
+    EXPECT_THAT(list(), ElementsAre("in.raw"));
+}
+
+TEST_F(Project, AnImageWhoseMinimumIsWhiteIsProjectedWithAWarning) {
+    TiffPage page;
+    page.photometric = PHOTOMETRIC_MINISWHITE;
+    page.pixels = "abcdef";
+    writeTiff(_folder / "in.tif", {page});
+    expectWarning(runTool(Arguments{"project", path("in.tif"), path("out.raw")} + along("z", "max")),
+                  path("in.tif"), "minimum is white");
+    EXPECT_EQ("abcdef", read("out.raw"));
 }
 
 TEST_F(Project, TheOutputMayReplaceTheInput) {

@@ -208,6 +208,33 @@ TEST_F(Stats, AFileThatCanBeImportedIsNamedWithTheCommand) {
     expectFailure(runTool({"stats", path("tiled.tif")}), 1, path("tiled.tif"), "velmo-image import ");
 }
 
+TEST_F(Stats, TimeStepsOfDifferentTypesAreMeasuredApart) {
+    TiffPage first;
+    first.pixels = "abcdef";
+    TiffPage second = first;
+    second.bits = 16;
+    second.pixels = toBytes<std::uint16_t>({300, 300, 300, 300, 300, 306});
+    writeTiff(_folder / "in.tif", {first, second});
+    Arguments const arguments = {path("in.tif"), "--directories", "t"};
+    expectFailure(runTool(Arguments{"stats"} + arguments), 1, path("in.tif"), "several pixel types",
+                  "--by time");
+    json const steps = measureFiles(arguments + Arguments{"--by", "time"}).at(0).at("statistics");
+    EXPECT_EQ("uint8", steps.at(0).at("pixelType"));
+    EXPECT_EQ('f', steps.at(0).at("maximum"));
+    EXPECT_EQ("uint16", steps.at(1).at("pixelType"));
+    EXPECT_EQ(301, steps.at(1).at("mean"));
+    EXPECT_EQ(0, runTool({"compare", path("in.tif"), path("in.tif"), "--directories", "t"}).status);
+    expectFailure(runTool({"project", path("in.tif"), path("o.raw"), "--directories", "t", "--along", "t",
+                           "--by", "max"}),
+                  1, path("in.tif"), "several pixel types");
+}
+
+TEST_F(Stats, MoreSetsThanMemoryHoldsAreRejected) {
+    std::string const input = createSparse("in.raw", 1UL << 42);
+    expectFailure(runTool(Arguments{"stats", input, "--by", "plane"} + raw("1,1,4398046511104", "uint8")), 1,
+                  "not enough memory", "4398046511104");
+}
+
 TEST_F(Stats, AnIm6FileIsMeasured) {
     makeIm6Sequence().write(_folder / "in.im6");
     json const file = measureFiles({path("in.im6"), "--by", "time"}).at(0);

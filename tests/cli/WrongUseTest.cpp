@@ -145,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(
         wrongOption("HistogramTooLarge", g_stats, "--histogram", "65537", "1 to 65536"),
         wrongOption("HistogramNegative", g_stats, "--histogram", "-1", "whole number"),
         wrongOption("ThreadsOfStats", g_stats, "--threads", "0", "from 1 to 1024"),
-        {"JsonAndCsv", g_stats + Arguments{"--json", "--csv"}, {"--csv excludes --json"}},
+        {"JsonAndCsv", g_stats + Arguments{"--json", "--csv"}, {"--json excludes --csv"}},
         {"SizeOfMeasuredTiff", g_stats + Arguments{"--size", "2,1"}, {"--size", "raw inputs"}},
         {"OneFileOfCompare", {"compare", "in.tif"}, {"SECOND is required", "compare FIRST SECOND"}},
         {"ThreeFilesOfCompare", g_compare + Arguments{"c"}, {"argument \"c\"", "FIRST SECOND"}},

@@ -19,6 +19,9 @@ using namespace image;
 /// Pixels that a thread counts before it adds the counts to those of the others.
 constexpr vlUInt64 g_unitPixels = vlUInt64{1} << 22;
 
+/// Memory that the counts of a set of pixels usually take.
+constexpr vlUInt64 g_tallyBytes = vlUInt64{2} << 20;
+
 /// The planes in the order in which they are read: those of a group, which are measured together, one after
 /// the other. With runs of all channels a plane stands for all of its channels.
 class PlaneGroups {
@@ -120,7 +123,8 @@ class Measurement {
 
     std::vector<PixelStatistics> measure() {
         requireMemory();
-        vlUInt64 const nbThreads = limitThreads(_request.nbThreads, _reader.countBytes(_layout));
+        auto const nbBytes = checkedAdd(_reader.countBytes(_layout), _groups.getNbSets() * g_tallyBytes);
+        vlUInt64 const nbThreads = limitThreads(_request.nbThreads, nbBytes ? *nbBytes : ~vlUInt64{0});
         std::vector<PageBuffer> buffers(nbThreads);
         auto const count = [&](vlUInt64 thread, vlUInt64 unit) {
             CountedUnit counted = {countUnit(unit, buffers[thread]), {}};
