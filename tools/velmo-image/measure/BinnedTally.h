@@ -28,8 +28,8 @@ template <class Value>
 class IntegerTally : public Tally {
   public:
     void take(std::byte const* pixels, vlUInt64 nbPixels) override {
-        for (vlUInt64 start = 0; start < nbPixels; start += g_blockSize) {
-            takeBlock(pixels + start * sizeof(Value), std::min(g_blockSize, nbPixels - start));
+        for (vlUInt64 start = 0; start < nbPixels; start += g_blockPixels) {
+            takeBlock(pixels + start * sizeof(Value), std::min(g_blockPixels, nbPixels - start));
         }
     }
 
@@ -64,10 +64,10 @@ class IntegerTally : public Tally {
 
   private:
     /// So few that the sums of a block fit in 64 bits.
-    static constexpr vlUInt64 g_blockSize = vlUInt64{1} << 14;
+    static constexpr vlUInt64 g_blockPixels = vlUInt64{1} << 14;
 
     void takeBlock(std::byte const* pixels, vlUInt64 nb) {
-        std::array<Value, g_blockSize> values;
+        std::array<Value, g_blockPixels> values;
         std::memcpy(values.data(), pixels, nb * sizeof(Value));
         Value least = values[0];
         Value greatest = values[0];

@@ -18,11 +18,11 @@ namespace {
 
 using namespace image;
 
-constexpr vlUInt64 g_blockSize = vlUInt64{1} << 12;
+constexpr vlUInt64 g_comparedBlock = vlUInt64{1} << 12;
 constexpr vlUInt64 g_pixelsPerUnit = vlUInt64{1} << 20;
 constexpr double g_infinity = std::numeric_limits<double>::infinity();
 
-using BlockValues = std::array<double, g_blockSize>;
+using BlockValues = std::array<double, g_comparedBlock>;
 
 void loadBlock(eImageBufferType type, std::byte const* pPixels, vlUInt64 nb, BlockValues& values) {
     withValueType(type, [&](auto zero) {
@@ -75,8 +75,8 @@ class BlockComparer {
         vlUInt64 const sizeA = getImageBufferBaseSize(a.type);
         vlUInt64 const sizeB = getImageBufferBaseSize(b.type);
         bool const bReal = toDataType(a.type) == eDT_Real32;
-        for (vlUInt64 first = 0; first < a.nbPixels; first += g_blockSize) {
-            vlUInt64 const nb = std::min(g_blockSize, a.nbPixels - first);
+        for (vlUInt64 first = 0; first < a.nbPixels; first += g_comparedBlock) {
+            vlUInt64 const nb = std::min(g_comparedBlock, a.nbPixels - first);
             std::byte const* const pA = a.getChannel(channel) + first * sizeA;
             std::byte const* const pB = b.getChannel(channel) + first * sizeB;
             bool const bEqual =

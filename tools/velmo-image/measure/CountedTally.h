@@ -4,6 +4,7 @@
 #pragma once
 
 #include "measure/Moments.h"
+#include "measure/PixelValues.h"
 #include "measure/Tally.h"
 
 #include <algorithm>
@@ -40,6 +41,12 @@ class CountedTally : public Tally {
     void close() override {
         settle();
         _recent = {};
+        while (_first <= _last && _totals[static_cast<Bits>(_first)] == 0) {
+            ++_first;
+        }
+        while (_first <= _last && _totals[static_cast<Bits>(_last)] == 0) {
+            --_last;
+        }
     }
 
     TallySummary summarise() const override {
@@ -72,20 +79,29 @@ class CountedTally : public Tally {
     static constexpr vlUInt64 g_maxRecent = std::numeric_limits<std::uint32_t>::max();
 
     void count(std::byte const* pixels, vlUInt64 nbPixels) {
-        _recent.resize(g_nbLanes * g_nbValues);
+        if (_recent.empty()) { // few pixels are not worth the memory of several lanes
+            _recent.resize((nbPixels < g_nbValues ? 1 : g_nbLanes) * g_nbValues);
+        }
+        if (_recent.size() == g_nbValues) {
+            countInLanes<1>(pixels, nbPixels);
+        } else {
+            countInLanes<g_nbLanes>(pixels, nbPixels);
+        }
+    }
+
+    template <std::size_t nbLanes>
+    void countInLanes(std::byte const* pixels, vlUInt64 nbPixels) {
         std::uint32_t* const pRecent = _recent.data();
-        vlUInt64 const nbFull = nbPixels / g_nbLanes * g_nbLanes;
-        for (vlUInt64 first = 0; first < nbFull; first += g_nbLanes) {
-            Bits values[g_nbLanes];
+        vlUInt64 const nbFull = nbPixels / nbLanes * nbLanes;
+        for (vlUInt64 first = 0; first < nbFull; first += nbLanes) {
+            Bits values[nbLanes];
             std::memcpy(values, pixels + first * sizeof(Value), sizeof(values));
-            for (std::size_t lane = 0; lane < g_nbLanes; ++lane) {
+            for (std::size_t lane = 0; lane < nbLanes; ++lane) {
                 ++pRecent[lane * g_nbValues + values[lane]];
             }
         }
         for (vlUInt64 index = nbFull; index < nbPixels; ++index) {
-            Bits value;
-            std::memcpy(&value, pixels + index * sizeof(Value), sizeof(value));
-            ++pRecent[value];
+            ++pRecent[loadValue<Bits>(pixels, index)];
         }
     }
 
@@ -114,8 +130,7 @@ class CountedTally : public Tally {
     /// In ascending order.
     template <class Visit>
     void visitCounts(Visit const& visit) const {
-        constexpr std::int64_t least = std::numeric_limits<Value>::min();
-        for (std::int64_t value = least; value <= std::numeric_limits<Value>::max(); ++value) {
+        for (std::int64_t value = _first; value <= _last; ++value) {
             vlUInt64 const nb = _totals[static_cast<Bits>(value)];
             if (nb != 0) {
                 visit(value, nb);
@@ -125,6 +140,8 @@ class CountedTally : public Tally {
 
     std::vector<std::uint32_t> _recent; ///< empty before the first pixel
     vlUInt64 _nbRecent = 0;
+    std::int64_t _first = std::numeric_limits<Value>::min(); ///< value that occurs, after the counting
+    std::int64_t _last = std::numeric_limits<Value>::max();
     std::vector<vlUInt64> _totals; ///< without the recent pixels; empty before the first addition
 };
 

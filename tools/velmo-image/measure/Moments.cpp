@@ -15,9 +15,9 @@ namespace velmo::tool {
 
 namespace {
 
-constexpr vlUInt64 g_blockSize = vlUInt64{1} << 14;
+constexpr vlUInt64 g_momentBlock = vlUInt64{1} << 14;
 /// Values of a block that are finite.
-using FiniteValues = std::array<float, g_blockSize>;
+using FiniteValues = std::array<float, g_momentBlock>;
 
 /// Floating-point numbers as integers of the same order; those of NaN are beyond those of the infinities.
 std::int32_t toOrdered(float value) {
@@ -122,8 +122,8 @@ double BlockMoments::getDeviation() const {
 }
 
 void FloatMoments::take(float const* values, vlUInt64 nb) {
-    for (vlUInt64 start = 0; start < nb; start += g_blockSize) {
-        takeBlock(values + start, std::min(g_blockSize, nb - start));
+    for (vlUInt64 start = 0; start < nb; start += g_momentBlock) {
+        takeBlock(values + start, std::min(g_momentBlock, nb - start));
     }
 }
 
