@@ -69,6 +69,12 @@ TEST_P(DamagedTiff, PreviewOfAllPlanesFails) {
     expectFailureOf({"preview", _damaged, path("out.png"), "--montage"});
 }
 
+TEST_P(DamagedTiff, MeasuringFails) {
+    expectFailureOf({"stats", _damaged});
+    expectFailureOf({"compare", _damaged, _damaged});
+    expectFailureOf({"project", _damaged, path("out.raw"), "--along", "z", "--by", "max"});
+}
+
 TEST_P(DamagedTiff, StackingFails) {
     for (char const* const axis : {"z", "t"}) {
         expectFailureOf({"stack", path("s"), "a<INDEX>.tif", path("out.raw"), "--along", axis});

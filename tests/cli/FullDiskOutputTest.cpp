@@ -121,6 +121,11 @@ INSTANTIATE_TEST_SUITE_P(
                        return Arguments{"convert",     folder + "/s/a1.tif", output,  "--region",
                                         "1,1,999,399", "--to-type",          "real32"};
                    }},
+        DiskOutput{"Projection", "out.tif",
+                   [](auto const& folder, auto const& output) {
+                       return Arguments{"project", folder + "/s/a1.tif", output, "--along", "z", "--by",
+                                        "mean"};
+                   }},
         DiskOutput{"Stack", "out.raw",
                    [](auto const& folder, auto const& output) {
                        return Arguments{"stack", folder + "/s", "a<INDEX>.tif", output};

@@ -28,6 +28,8 @@ WrongLines forEachReader(WrongLines const& lines) {
     for (WrongLine const& line : lines) {
         for (auto const& [name, command] : {std::pair("OfInfo", Arguments{"info", "in.raw"}),
                                             {"OfConvert", {"convert", "in.raw", "out"}},
+                                            {"OfStats", {"stats", "in.raw"}},
+                                            {"OfCompare", {"compare", "in.raw", "in.raw"}},
                                             {"OfPreview", {"preview", "in.raw", "out"}}}) {
             all.push_back({line.name + name, command + line.arguments, line.words});
         }
@@ -48,6 +50,9 @@ WrongLine wrongOption(char const* name, Arguments const& line, char const* optio
 Arguments const g_convert = {"convert", "in.tif", "out.raw"};
 Arguments const g_toTiff = {"convert", "in.tif", "out.tif"};
 Arguments const g_convertRaw = Arguments{"convert", "in.raw", "out.raw"} + raw("2,1", "uint8");
+Arguments const g_stats = {"stats", "in.tif"};
+Arguments const g_compare = {"compare", "in.tif", "in.tif"};
+Arguments const g_project = {"project", "in.tif", "out.raw", "--along", "z", "--by", "max"};
 Arguments const g_stack = {"stack", "s", "*", "out.tif"};
 Arguments const g_split = {"split", "in.tif", "p", "z<INDEX>.tif"};
 Arguments const g_resample = {"resample", "s", "*", "z", "out.tif", "--size-z", "5"};
@@ -73,7 +78,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::ValuesIn(WrongLines{
         {"Nothing",
          {},
-         {"info, convert, import, preview, stack, split, resample, match", "see velmo-image --help\n"}},
+         {"info, convert, import, preview, stats, compare, project, stack, split, resample, match",
+          "see velmo-image --help\n"}},
         {"NoSuchCommand", {"undo", "x"}, {"\"undo\"", "info, convert", "see velmo-image --help\n"}},
         {"SwappedLetters", {"inof", "x"}, {"\"inof\"", "did you mean info? see velmo-image --help\n"}},
         {"MissingLetters", {"resampl"}, {"\"resampl\"", "did you mean resample?"}},
@@ -169,6 +175,42 @@ INSTANTIATE_TEST_SUITE_P(
         wrongOption("CompressionOfSplit", g_split, "--compression", "jpeg", "none, lzw, deflate"),
         {"FormatOfSplit", g_split + Arguments{"--output-format", "raw"}, {"\"--output-format\" of split"}},
         {"SizeOfSplit", g_split + Arguments{"--size", "1,1"}, {"--size", "raw inputs"}},
+        {"NoFileOfStats", {"stats"}, {"FILE is required", "stats FILE..."}},
+        wrongOption("SetOfStats", g_stats, "--by", "row", "file, plane, channel, time"),
+        wrongOption("PercentileAbove100", g_stats, "--percentiles", "5,100.5", "from 0 to 100"),
+        wrongOption("PercentileBelow0", g_stats, "--percentiles", "-1", "from 0 to 100"),
+        wrongOption("PercentileNaN", g_stats, "--percentiles", "nan", "from 0 to 100"),
+        wrongOption("PercentileEmpty", g_stats, "--percentiles", "1,,2", "from 0 to 100"),
+        wrongOption("PercentilesEmpty", g_stats, "--percentiles", "", "from 0 to 100"),
+        wrongOption("HistogramZero", g_stats, "--histogram", "0", "1 to 65536"),
+        wrongOption("HistogramTooLarge", g_stats, "--histogram", "65537", "1 to 65536"),
+        wrongOption("HistogramNegative", g_stats, "--histogram", "-1", "whole number"),
+        wrongOption("ThreadsOfStats", g_stats, "--threads", "0", "from 1 to 1024"),
+        {"JsonAndCsv", g_stats + Arguments{"--json", "--csv"}, {"--json excludes --csv"}},
+        {"SizeOfMeasuredTiff", g_stats + Arguments{"--size", "2,1"}, {"--size", "raw inputs"}},
+        {"OneFileOfCompare", {"compare", "in.tif"}, {"SECOND is required", "compare FIRST SECOND"}},
+        {"ThreeFilesOfCompare", g_compare + Arguments{"c"}, {"argument \"c\"", "FIRST SECOND"}},
+        wrongOption("ToleranceNegative", g_compare, "--tolerance", "-1", "number from 0"),
+        wrongOption("ToleranceInfinite", g_compare, "--tolerance", "inf", "number from 0"),
+        wrongOption("ToleranceNaN", g_compare, "--tolerance", "nan", "number from 0"),
+        wrongOption("ToleranceWord", g_compare, "--tolerance", "1px", "number from 0"),
+        wrongOption("ThreadsOfCompare", g_compare, "--threads", "1025", "from 1 to 1024"),
+        {"NoAxisOfProject", {"project", "a", "b", "--by", "max"}, {"--along is required", "INPUT OUTPUT"}},
+        {"NoKindOfProject", {"project", "a", "b", "--along", "z"}, {"--by is required", "INPUT OUTPUT"}},
+        {"NoOutputOfProject", {"project", "a", "--along", "z", "--by", "max"}, {"OUTPUT is required"}},
+        {"AxisOfProject",
+         {"project", "in.tif", "out.raw", "--along", "x", "--by", "max"},
+         {"--along", "z, t, c"}},
+        {"KindOfProject",
+         {"project", "in.tif", "out.raw", "--along", "z", "--by", "median"},
+         {"--by", "max, min, mean, sum", "\"median\""}},
+        wrongOption("ThreadsOfProject", g_project, "--threads", "0", "from 1 to 1024"),
+        {"CompressionOfProjectedRaw",
+         g_project + Arguments{"--compression", "lzw"},
+         {"--compression", "TIFF outputs"}},
+        {"PictureOfProject",
+         {"project", "in.tif", "out.png", "--along", "z", "--by", "max"},
+         {"out.png", "extension of a picture"}},
 
         {"NoOutputOfStack", {"stack", "s", "*"}, {"OUTPUT is required"}},
         {"NoPatternOfStack", {"stack", "s"}, {"PATTERN is required"}},

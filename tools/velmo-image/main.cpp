@@ -1,14 +1,17 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "commands/CompareCommand.h"
 #include "commands/ConvertCommand.h"
 #include "commands/ImportCommand.h"
 #include "commands/InfoCommand.h"
 #include "commands/MatchCommand.h"
 #include "commands/PreviewCommand.h"
+#include "commands/ProjectCommand.h"
 #include "commands/ResampleCommand.h"
 #include "commands/SplitCommand.h"
 #include "commands/StackCommand.h"
+#include "commands/StatsCommand.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
 
@@ -33,6 +36,9 @@ eExitStatus runCommand(int argc, char** argv) {
     commands.push_back(std::make_unique<ConvertCommand>(line));
     commands.push_back(std::make_unique<ImportCommand>(line));
     commands.push_back(std::make_unique<PreviewCommand>(line));
+    commands.push_back(std::make_unique<StatsCommand>(line));
+    commands.push_back(std::make_unique<CompareCommand>(line));
+    commands.push_back(std::make_unique<ProjectCommand>(line));
     commands.push_back(std::make_unique<StackCommand>(line));
     commands.push_back(std::make_unique<SplitCommand>(line));
     commands.push_back(std::make_unique<ResampleCommand>(line));

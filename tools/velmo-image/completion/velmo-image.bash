@@ -13,6 +13,9 @@ _velmo_image_options() {
     convert) echo "--help $input $edit $output --calibration-tags --imagej" ;;
     import) echo "--help $output --calibration-tags --series --page --axes --palette --to-rgb --min-is-black --lossy --json" ;;
     preview) echo "--help --z --c --t --montage --max-size --range $input --overwrite --quiet" ;;
+    stats) echo "--help --by --percentiles --histogram --json --csv $input --threads --quiet" ;;
+    compare) echo "--help --tolerance --strict --json $input --threads --quiet" ;;
+    project) echo "--help --along --by $input $output --calibration-tags" ;;
     stack) echo "--help --pixels --strict --along $output --calibration-tags" ;;
     split) echo "--help $input $edit --along --digits --compression --threads --calibration-tags --overwrite --quiet" ;;
     resample) echo "--help --pixels --strict $output --size-z --interpolation" ;;
@@ -21,10 +24,15 @@ _velmo_image_options() {
     esac
 }
 
-# _velmo_image_values OPTION: the values of an option that takes one of a few words; "-" for an option that
-# takes something else; nothing for one without a value.
+# _velmo_image_values OPTION COMMAND: the values of an option that takes one of a few words; "-" for an option
+# that takes something else; nothing for one without a value.
 _velmo_image_values() {
+    case $2:$1 in
+    project:--along) echo 'z t c' && return ;;
+    project:--by) echo 'max min mean sum' && return ;;
+    esac
     case $1 in
+    --by) echo 'file plane channel time' ;;
     --format) echo 'raw tiff im6' ;;
     --output-format) echo 'raw tiff' ;;
     --type | --to-type) echo 'uint8 int8 uint16 int16 uint32 int32 real32 binary label8 label16 label32' ;;
@@ -34,7 +42,7 @@ _velmo_image_values() {
     --compression) echo 'none lzw deflate' ;;
     --interpolation) echo 'nearest linear cubic' ;;
     --palette) echo 'index rgb' ;;
-    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory | --region | --pixel-size | --unit | --digits) echo - ;;
+    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory | --percentiles | --histogram | --tolerance | --region | --pixel-size | --unit | --digits) echo - ;;
     esac
 }
 
@@ -72,7 +80,7 @@ _velmo_image() {
         elif [ -z "$names_only" ] && [ "$passed" = -- ]; then
             names_only=yes
         elif [ -z "$names_only" ] && [ "${passed#-}" != "$passed" ]; then
-            [ -z "$(_velmo_image_values "$passed")" ] || option=$passed
+            [ -z "$(_velmo_image_values "$passed" "$command")" ] || option=$passed
         elif [ -z "$command" ]; then
             command=$passed
         else
@@ -81,7 +89,7 @@ _velmo_image() {
         index=$((index + 1))
     done
     [ "$word" != = ] || word=''
-    values=$(_velmo_image_values "$option")
+    values=$(_velmo_image_values "$option" "$command")
     case $option in
     --header) return ;;
     --directory)
@@ -95,7 +103,7 @@ _velmo_image() {
     elif [ -z "$names_only" ] && [ "${word#-}" != "$word" ]; then
         values=$(_velmo_image_options "$command")
     elif [ -z "$command" ]; then
-        values='info convert import preview stack split resample match'
+        values='info convert import preview stats compare project stack split resample match'
         _velmo_image_offer "$word" none
     else
         _velmo_image_offer "$word" "$(_velmo_image_place "$command" "$place")"

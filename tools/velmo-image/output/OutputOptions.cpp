@@ -115,13 +115,7 @@ processor::ProcessorDispatchPolicy OutputOptions::getThreads() const {
     if (_threads.empty()) {
         return image::file::useAllProcessors();
     }
-    constexpr vlUInt64 mostThreads = 1024;
-    vlUInt64 const nbThreads = parseNumber("--threads", _threads);
-    if (nbThreads == 0 || nbThreads > mostThreads) {
-        throw WrongUse("--threads must be a number from 1 to " + std::to_string(mostThreads) + ", not " +
-                       quoted(_threads));
-    }
-    return image::file::useThreads(nbThreads);
+    return image::file::useThreads(parseThreads(_threads));
 }
 
 void OutputOptions::requireFit() const {
@@ -136,7 +130,7 @@ void OutputOptions::requireFit() const {
     }
     std::array<std::pair<char const*, bool>, 4> const tiffOptions = {
         {{"--compression", !_compression.empty()},
-         {"--threads", !_threads.empty()},
+         {"--threads", !_threads.empty() && !_bThreadsForRaw},
          {"--calibration-tags", _bCalibrationTags},
          {"--imagej", _bImageJ}}};
     for (auto const& [option, bGiven] : tiffOptions) {

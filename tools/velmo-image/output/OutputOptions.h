@@ -39,7 +39,11 @@ class OutputOptions {
     /// Adds --imagej; after --calibration-tags, which it excludes.
     void addImageJTo(CommandOptions& options);
 
+    /// --threads applies to raw outputs too, for commands that work on the input with several threads.
+    void allowThreadsForRaw() { _bThreadsForRaw = true; }
+
     std::string const& getFile() const { return _file; }
+    bool isQuiet() const { return _bQuiet; }
     /// Throws WrongUse where the format cannot be written, the extension is that of a picture and no format
     /// is given, an option does not apply to the format, or the header is the output.
     void requireFit() const;
@@ -85,6 +89,7 @@ class OutputOptions {
     bool _bImageJ = false;
     bool _bOverwrite = false;
     bool _bQuiet = false;
+    bool _bThreadsForRaw = false;
 };
 
 } // namespace velmo::tool

@@ -58,6 +58,37 @@ std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& t
     return sizes;
 }
 
+vlUInt64 parseThreads(std::string const& text) {
+    constexpr vlUInt64 mostThreads = 1024;
+    vlUInt64 const nbThreads = parseNumber("--threads", text);
+    if (nbThreads == 0 || nbThreads > mostThreads) {
+        throw WrongUse("--threads must be a number from 1 to " + std::to_string(mostThreads) + ", not " +
+                       quoted(text));
+    }
+    return nbThreads;
+}
+
+std::vector<double> parsePercents(std::string const& option, std::string const& text) {
+    std::vector<double> percents;
+    for (std::string const& field : splitFields(text)) {
+        double percent = 0;
+        if (!parseWhole(field, percent) || !(percent >= 0 && percent <= 100)) {
+            throw WrongUse(option + " must be P[,P]..., numbers from 0 to 100, such as 5,50,99.9, not " +
+                           quoted(text));
+        }
+        percents.push_back(percent);
+    }
+    return percents;
+}
+
+double parseDistance(std::string const& option, std::string const& text) {
+    double distance = 0;
+    if (!parseWhole(text, distance) || !std::isfinite(distance) || distance < 0) {
+        throw WrongUse(option + " must be a number from 0, such as 0.5, not " + quoted(text));
+    }
+    return distance;
+}
+
 ValueRange parseRange(std::string const& option, std::string const& text) {
     std::vector<std::string> const fields = splitFields(text);
     ValueRange range = {0, 0};
