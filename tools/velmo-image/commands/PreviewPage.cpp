@@ -129,7 +129,7 @@ void fit(PageComposer& composer, PagePlan& plan, PageOutput const& output) {
         if (!plan.thin()) {
             throw WorkFailure(quoted(output.outputFile) + " would be larger than --max-bytes " +
                               std::to_string(output.maxBytes) +
-                              " with a single plane; use a smaller --max-size");
+                              " with a single plane; use a smaller --max-size, or a greater --max-bytes");
         }
         composer.findRanges(plan);
     }

@@ -74,16 +74,24 @@ function draw() {
   drawBar();
 }
 
-// The longest of 1, 2 or 5 times a power of ten that takes at most 150 pixels and a third of the view.
+// The longest of 1, 2 or 5 times a power of ten that takes at most 150 pixels and a third of the view, in the
+// unit of the file or, of metres, in the one with the shortest number.
 function drawBar() {
   const bar = find("bar");
-  bar.hidden = !data.pixelSize;
+  bar.hidden = !data.pixelSize || !data.unit;
   if (bar.hidden) return;
-  const longest = Math.min(150, view.clientWidth / 3) / shown.scale * data.pixelSize;
-  const power = Math.pow(10, Math.floor(Math.log10(longest)));
-  const length = [5, 2, 1].find(factor => factor * power <= longest) * power;
-  find("bar-line").style.width = length / data.pixelSize * shown.scale + "px";
-  find("bar-text").textContent = Number(length.toPrecision(6)) + (data.unit ? " " + data.unit : "");
+  const metres = {km: 1e3, m: 1, cm: 1e-2, mm: 1e-3, "µm": 1e-6, nm: 1e-9};
+  let size = data.pixelSize, unit = data.unit;
+  const room = Math.min(150, view.clientWidth / 3) / shown.scale;
+  if (metres[unit]) {
+    size *= metres[unit];
+    unit = ["km", "m", "mm", "µm"].find(name => room * size >= metres[name]) || "nm";
+    size /= metres[unit];
+  }
+  const power = Math.pow(10, Math.floor(Math.log10(room * size)));
+  const length = ([5, 2, 1].find(factor => factor * power <= room * size) || 1) * power;
+  find("bar-line").style.width = length / size * shown.scale + "px";
+  find("bar-text").textContent = Number(length.toPrecision(6)) + " " + unit;
 }
 
 // Zoom
