@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
                    }},
         DiskOutput{"Page", "out.html",
                    [](auto const& folder, auto const& output) {
-                       return Arguments{"preview", folder + "/s/a1.tif", output};
+                       return Arguments{"preview", folder + "/s/a1.tif", output, "--max-size", "1000"};
                    }},
         DiskOutput{"RawPlanes", "out.raw",
                    [](auto const& folder, auto const& output) {

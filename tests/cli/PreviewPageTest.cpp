@@ -105,7 +105,7 @@ std::string createPageNoise(std::size_t nbBytes) {
 }
 
 /// How often a text occurs.
-std::size_t count(std::string const& page, std::string const& text) {
+std::size_t countTexts(std::string const& page, std::string const& text) {
     std::size_t nb = 0;
     for (std::size_t place = page.find(text); place != std::string::npos;
          place = page.find(text, place + 1)) {
@@ -214,11 +214,11 @@ TEST_F(PreviewPage, TextsOfTheFileAreNoMarkup) {
     std::string const name = "<script>alert(3)<!-- '\"&amp;{{data}}\xff\x1b.tif";
     boost::filesystem::rename(_folder / "in.tif", _folder / name);
     std::string const page = show(path(name));
-    EXPECT_EQ(2U, count(page, "<script")) << "those of the page";
-    EXPECT_EQ(2U, count(page, "</script"));
-    EXPECT_EQ(1U, count(page, "</template"));
-    EXPECT_EQ(1U, count(page, "</style"));
-    EXPECT_EQ(1U, count(page, "<img "));
+    EXPECT_EQ(2U, countTexts(page, "<script")) << "those of the page";
+    EXPECT_EQ(2U, countTexts(page, "</script"));
+    EXPECT_EQ(1U, countTexts(page, "</template"));
+    EXPECT_EQ(1U, countTexts(page, "</style"));
+    EXPECT_EQ(1U, countTexts(page, "<img "));
     EXPECT_THAT(page,
                 HasSubstr("<h1>&lt;script&gt;alert(3)&lt;!-- &#39;&quot;&amp;amp;{{data}}\xef\xbf\xbd\xef"
                           "\xbf\xbd.tif</h1>"));

@@ -81,7 +81,7 @@ Levels getColour(PngImage const& png, std::size_t index) {
     return {begin, begin + 3};
 }
 
-std::string planes(std::size_t nbPixels, std::vector<int> const& levels) {
+std::string createPlanes(std::size_t nbPixels, std::vector<int> const& levels) {
     std::string bytes;
     for (int const level : levels) {
         bytes += std::string(nbPixels, static_cast<char>(level));
@@ -262,8 +262,8 @@ TEST_F(PreviewPicture, ATurnedPlaneStaysInItsTileWhenItIsReduced) {
 TEST_F(PreviewPicture, TilesOfAMontageCarryNumbersThatAreReadableOverBlackAndWhite) {
     Arguments const options =
         raw("40,40,13", "uint8") + Arguments{"--montage", "--columns", "13", "--range", "0,255"};
-    PngImage const black = show(planes(1600, std::vector<int>(13, 0)), options);
-    PngImage const white = show(planes(1600, std::vector<int>(13, 255)), options);
+    PngImage const black = show(createPlanes(1600, std::vector<int>(13, 0)), options);
+    PngImage const white = show(createPlanes(1600, std::vector<int>(13, 255)), options);
     ASSERT_EQ(13U * 40, black.width);
     ASSERT_EQ(40U, black.height);
     std::set<Levels> shapes;
@@ -282,7 +282,7 @@ TEST_F(PreviewPicture, TilesOfAMontageCarryNumbersThatAreReadableOverBlackAndWhi
 }
 
 TEST_F(PreviewPicture, TheNumberOfATileIsThatOfItsPlane) {
-    std::string const bytes = planes(1600, std::vector<int>(13, 0));
+    std::string const bytes = createPlanes(1600, std::vector<int>(13, 0));
     Arguments const options = raw("40,40,13", "uint8") + Arguments{"--montage", "--columns", "99"};
     PngImage const all = show(bytes, options);
     PngImage const some = show(bytes, options + Arguments{"--step", "4"});
@@ -293,21 +293,22 @@ TEST_F(PreviewPicture, TheNumberOfATileIsThatOfItsPlane) {
 }
 
 TEST_F(PreviewPicture, TilesOfColoursCarryNumbers) {
-    PngImage const png = show(planes(1600, {0, 0, 9, 9}), raw("40,40,4", "label8") + Arguments{"--montage"});
+    PngImage const png =
+        show(createPlanes(1600, {0, 0, 9, 9}), raw("40,40,4", "label8") + Arguments{"--montage"});
     EXPECT_EQ(3U, png.nbChannels);
     EXPECT_THAT(png.pixels, Contains(255));
 }
 
 TEST_F(PreviewPicture, SmallTilesAndSinglePlanesCarryNoNumbers) {
-    PngImage const small = show(planes(64, {0, 0}), raw("8,8,2", "uint8") + Arguments{"--montage"});
+    PngImage const small = show(createPlanes(64, {0, 0}), raw("8,8,2", "uint8") + Arguments{"--montage"});
     EXPECT_THAT(small.pixels, Not(Contains(255)));
-    PngImage const single = show(planes(1600, {0, 0}), raw("40,40,2", "uint8"));
+    PngImage const single = show(createPlanes(1600, {0, 0}), raw("40,40,2", "uint8"));
     EXPECT_THAT(single.pixels, Not(Contains(255)));
 }
 
 TEST_F(PreviewPicture, AMontageHasTheGivenColumnsAndSteps) {
     Arguments const options = raw("1,1,7", "uint8") + Arguments{"--montage", "--range", "0,255"};
-    std::string const bytes = planes(1, {1, 2, 3, 4, 5, 6, 7});
+    std::string const bytes = createPlanes(1, {1, 2, 3, 4, 5, 6, 7});
     PngImage const two = show(bytes, options + Arguments{"--columns", "2"});
     EXPECT_EQ(2U, two.width);
     EXPECT_EQ((Levels{1, 2, 3, 4, 5, 6, 7, 0}), two.pixels);
@@ -385,6 +386,10 @@ TEST_F(PreviewPicture, OptionsThatDoNotFitAreWrongUse) {
     expectWrongUse(options + Arguments{"--max-bytes", "1M"}, "--max-bytes", ".html");
     expectWrongUse(raw("1,1,64", "uint8") + Arguments{"--montage", "--columns", "1", "--max-size", "63"},
                    "1 columns", "--max-size 63");
+    for (char const* const option :
+         {"--z", "--c", "--t", "--columns", "--step", "--projection", "--max-size", "--range"}) {
+        expectWrongUse(options + Arguments{option, ""}, option, "needs a value");
+    }
     for (char const* const range : {"min", "max,min", "min,max,", "0,max"}) {
         expectWrongUse(options + Arguments{"--range", range}, "--range must be LO,HI", "min,max");
     }

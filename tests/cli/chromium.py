@@ -19,7 +19,7 @@ def find_program():
 
 
 class Page:
-    """A tab. Requests to a network, messages of the console and uncaught errors are collected."""
+    """A tab. Requests to a network, errors and messages of the console are collected."""
 
     def __init__(self, commands, answers, width, height, dark):
         self._commands, self._answers = commands, answers
@@ -54,7 +54,7 @@ class Page:
             self.problems.append(values["exceptionDetails"])
         elif method == "Runtime.consoleAPICalled":
             self.problems.append(values["args"])
-        elif method == "Log.entryAdded":
+        elif method == "Log.entryAdded" and values["entry"]["level"] == "error":
             self.problems.append(values["entry"])
 
     def call(self, method, **values):

@@ -79,49 +79,37 @@ void putNothing(ordered_json& entry) {
     }
 }
 
-using Facts = std::vector<std::pair<std::string, std::string>>;
+std::ostream& line(std::ostream& text, std::string const& label) {
+    std::string const padded = "  " + label + std::string(14, ' ');
+    return text << '\n' << padded.substr(0, 14);
+}
 
-std::string toText(image::GeometricCalibration const& calibration) {
-    std::ostringstream text;
-    text << calibration.getPixelSizeX() << " x " << calibration.getPixelSizeY();
-    if (calibration.is3d()) {
-        text << " x " << calibration.getPixelSizeZ();
+void putCalibration(image::GeometricCalibrationConstPtr const& pCalibration, std::ostream& text) {
+    if (pCalibration) {
+        line(text, "pixel size") << pCalibration->getPixelSizeX() << " x " << pCalibration->getPixelSizeY();
+        if (pCalibration->is3d()) {
+            text << " x " << pCalibration->getPixelSizeZ();
+        }
+        text << (pCalibration->getUnit().empty() ? "" : " ") << pCalibration->getUnit();
     }
-    text << (calibration.getUnit().empty() ? "" : " ") << calibration.getUnit();
-    return text.str();
 }
 
-std::string describeSizes(image::BaseImageGeometry const& geometry) {
-    std::ostringstream text;
-    text << "X " << geometry.getSizeX() << ", Y " << geometry.getSizeY() << ", Z " << geometry.getSizeZ()
-         << ", C " << geometry.getSizeC() << ", T " << geometry.getSizeT();
-    return text.str();
-}
-
-Facts listFacts(image::BaseImage const& image) {
+void putImage(image::BaseImage const& image, std::ostream& text) {
     image::BaseImageGeometry const& geometry = image.getGeometry();
-    bool const bMinIsBlack = geometry.getColorGeometry().minIsBlack();
-    Facts facts = {{"size", describeSizes(geometry)},
-                   {"pixels", boost::algorithm::join(getTypeNames(geometry), ", ")},
-                   {"colour", image::file::getColorName(geometry.getColorGeometryType()) +
-                                  (bMinIsBlack ? ", minimum is black" : ", minimum is white")},
-                   {"kind", std::string(isVolume(geometry) ? "volume" : "plane") +
-                                (isSequence(geometry) ? ", sequence" : ", single time step")}};
-    if (image::GeometricCalibrationConstPtr const pCalibration = image.getGeometricCalibrationConstPtr()) {
-        facts.emplace_back("pixel size", toText(*pCalibration));
-    }
+    line(text, "size") << "X " << geometry.getSizeX() << ", Y " << geometry.getSizeY() << ", Z "
+                       << geometry.getSizeZ() << ", C " << geometry.getSizeC() << ", T "
+                       << geometry.getSizeT();
+    line(text, "pixels") << boost::algorithm::join(getTypeNames(geometry), ", ");
+    line(text, "colour") << image::file::getColorName(geometry.getColorGeometryType()) << ", "
+                         << (geometry.getColorGeometry().minIsBlack() ? "minimum is black"
+                                                                      : "minimum is white");
+    line(text, "kind") << (isVolume(geometry) ? "volume" : "plane")
+                       << (isSequence(geometry) ? ", sequence" : ", single time step");
+    putCalibration(image.getGeometricCalibrationConstPtr(), text);
     if (!image.getUserPropertiesStr().empty()) {
-        facts.emplace_back("properties", image.getUserPropertiesStr());
+        line(text, "properties") << image.getUserPropertiesStr();
     }
-    facts.emplace_back("bytes", std::to_string(geometry.getFullMemorySize()));
-    return facts;
-}
-
-void putLine(std::string const& label, std::string const& value, std::string& text) {
-    constexpr std::size_t widthOfLabel = 14;
-    std::string padded = "  " + label;
-    padded.resize(widthOfLabel, ' ');
-    text += '\n' + padded + value;
+    line(text, "bytes") << geometry.getFullMemorySize();
 }
 
 ordered_json toEntry(FileDescription const& description) {
@@ -149,24 +137,18 @@ std::string toJson(std::vector<FileDescription> const& descriptions) {
     return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
 }
 
-Facts listFacts(FileDescription const& description) {
-    Facts facts = {{"format", description.format}};
-    if (description.pImage) {
-        Facts const ofImage = listFacts(*description.pImage);
-        facts.insert(facts.end(), ofImage.begin(), ofImage.end());
-    }
-    return facts;
-}
-
 std::string toText(FileDescription const& description) {
-    std::string text = description.file;
-    for (auto const& [name, value] : listFacts(description)) {
-        putLine(name, value, text);
+    std::ostringstream text;
+    text << description.file;
+    line(text, "format") << description.format;
+    if (description.pImage) {
+        putImage(*description.pImage, text);
     }
     for (std::string const& warning : description.warnings) {
-        putLine("warning", warning, text);
+        line(text, "warning") << warning;
     }
-    return text + '\n';
+    text << '\n';
+    return text.str();
 }
 
 } // namespace velmo::tool

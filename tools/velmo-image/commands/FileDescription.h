@@ -5,7 +5,6 @@
 
 #include <VELMOImage/BaseImage.h>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace velmo::tool {
@@ -22,8 +21,6 @@ struct FileDescription {
 /// A document with one entry for each file. An entry always has all keys; a file that cannot be opened has
 /// null values.
 std::string toJson(std::vector<FileDescription> const& descriptions);
-/// The same as names and values for readers, without the file, warnings and errors.
-std::vector<std::pair<std::string, std::string>> listFacts(FileDescription const& description);
 /// Several lines for readers.
 std::string toText(FileDescription const& description);
 

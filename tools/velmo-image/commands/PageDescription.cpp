@@ -3,6 +3,8 @@
 
 #include "commands/PageDescription.h"
 
+#include "commands/FileFacts.h"
+
 #include <VELMOImage/ImageGeometry.h>
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -39,7 +41,7 @@ bool contains(ValueRange const& range, ValueRange const& part) {
     return range.low <= part.low && part.high <= range.high;
 }
 
-std::string toText(double value) {
+std::string writeValue(double value) {
     std::ostringstream text;
     text << value;
     return text.str();
@@ -49,17 +51,17 @@ std::string describePart(AxisPart const& part, vlUInt64 nbChosen, char const* wh
     return std::to_string(part.count) + " of " + std::to_string(nbChosen) + what;
 }
 
-ordered_json toJson(AxisPart const& part, vlUInt64 size) {
+ordered_json writeAxis(AxisPart const& part, vlUInt64 size) {
     return {{"first", part.first}, {"count", part.count}, {"step", part.step}, {"size", size}};
 }
 
 /// Size of a pixel of the pictures along their rows; empty where the calibration has none.
 std::optional<double> getPixelSize(PageContent const& content) {
-    auto const pCalibration = content.file.pImage->getGeometricCalibrationConstPtr();
+    auto const pCalibration = content.image.getGeometricCalibrationConstPtr();
     if (!pCalibration) {
         return std::nullopt;
     }
-    BaseImageGeometry const& geometry = content.file.pImage->getGeometry();
+    BaseImageGeometry const& geometry = content.image.getGeometry();
     bool const bSwap = content.display.orientation.swapsAxes();
     auto const stored = static_cast<double>(bSwap ? geometry.getSizeY() : geometry.getSizeX());
     double const size =
@@ -68,7 +70,7 @@ std::optional<double> getPixelSize(PageContent const& content) {
     return std::isfinite(size) && size > 0 ? std::optional(size) : std::nullopt;
 }
 
-std::string getUnit(BaseImage const& image) {
+std::string getShownUnit(BaseImage const& image) {
     auto const pCalibration = image.getGeometricCalibrationConstPtr();
     std::string const unit = pCalibration ? pCalibration->getUnit() : std::string();
     return unit == "um" ? "\xc2\xb5m" : unit;
@@ -91,7 +93,7 @@ ordered_json createRanges(PageContent const& content) {
 }
 
 std::string createData(PageContent const& content) {
-    BaseImageGeometry const& geometry = content.file.pImage->getGeometry();
+    BaseImageGeometry const& geometry = content.image.getGeometry();
     vlUInt64 const nbGroups = content.plan.getChannels().size();
     std::optional<double> const pixelSize = getPixelSize(content);
     ordered_json const data = {
@@ -100,29 +102,29 @@ std::string createData(PageContent const& content) {
         {"kind", getKind(content)},
         {"minIsBlack", geometry.getColorGeometry().minIsBlack()},
         {"isWhole", toDataType(geometry.getBufferType()) != eDT_Real32},
-        {"z", toJson(content.plan.getZ(), geometry.getSizeZ())},
-        {"c", toJson({content.plan.getChannels().front().front(), nbGroups, 1}, geometry.getSizeC())},
-        {"t", toJson(content.plan.getT(), geometry.getSizeT())},
+        {"z", writeAxis(content.plan.getZ(), geometry.getSizeZ())},
+        {"c", writeAxis({content.plan.getChannels().front().front(), nbGroups, 1}, geometry.getSizeC())},
+        {"t", writeAxis(content.plan.getT(), geometry.getSizeT())},
         {"ranges", createRanges(content)},
         {"pixelSize", pixelSize ? ordered_json(*pixelSize) : ordered_json()},
-        {"unit", getUnit(*content.file.pImage)}};
+        {"unit", getShownUnit(content.image)}};
     return data.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-std::string describeProjection(eProjection projection) {
+std::string describeProjection(eZProjection projection) {
     switch (projection) {
-    case eProjection::Max:
+    case eZProjection::Max:
         return "maximum";
-    case eProjection::Min:
+    case eZProjection::Min:
         return "minimum";
-    case eProjection::Mean:
+    case eZProjection::Mean:
         break;
     }
     return "mean";
 }
 
 std::vector<std::string> createNotes(PageContent const& content) {
-    BaseImageGeometry const& geometry = content.file.pImage->getGeometry();
+    BaseImageGeometry const& geometry = content.image.getGeometry();
     std::vector<std::string> notes;
     PlaneRun const run = content.plan.getRun({0, 0, 0});
     if (run.projection) {
@@ -140,9 +142,10 @@ std::vector<std::string> createNotes(PageContent const& content) {
     }
     for (PageRange const& range : content.ranges) {
         if (!contains(range.levels, range.extent)) {
-            notes.push_back("Values from " + toText(range.extent.low) + " to " + toText(range.extent.high) +
-                            " occur; those outside of " + toText(range.levels.low) + " to " +
-                            toText(range.levels.high) + " are shown as the nearer of these.");
+            notes.push_back("Values from " + writeValue(range.extent.low) + " to " +
+                            writeValue(range.extent.high) + " occur; those outside of " +
+                            writeValue(range.levels.low) + " to " + writeValue(range.levels.high) +
+                            " are shown as the nearer of these.");
         }
     }
     return notes;
@@ -162,7 +165,8 @@ PageRange choosePageRange(BaseImageGeometry const& geometry, ContrastChoice cons
 }
 
 PageTexts describePage(PageContent const& content) {
-    return {content.title, listFacts(content.file), createNotes(content), createData(content)};
+    return {content.title, listFacts(content.format, content.image), createNotes(content),
+            createData(content)};
 }
 
 std::string describeThinning(PagePlan const& plan) {

@@ -3,7 +3,6 @@
 
 #pragma once
 
-#include "commands/FileDescription.h"
 #include "commands/PagePlan.h"
 #include "picture/HtmlPage.h"
 
@@ -24,7 +23,8 @@ PageRange choosePageRange(image::BaseImageGeometry const& geometry, ContrastChoi
 /// What a page says about its pictures.
 struct PageContent {
     std::string title;
-    FileDescription const& file;
+    std::string format;
+    image::BaseImage const& image;
     PagePlan const& plan;
     PlaneDisplay const& display;
     PictureLayout layout;          ///< of a picture

@@ -24,8 +24,8 @@ constexpr vlUInt64 g_pictureSize = 1600;
 constexpr vlUInt64 g_pageSize = 512;
 constexpr vlUInt64 g_pageBytes = vlUInt64{20} << 20;
 
-constexpr std::array<Choice<eProjection>, 3> g_projections = {
-    {{"max", eProjection::Max}, {"min", eProjection::Min}, {"mean", eProjection::Mean}}};
+constexpr std::array<Choice<eZProjection>, 3> g_zProjections = {
+    {{"max", eZProjection::Max}, {"min", eZProjection::Min}, {"mean", eZProjection::Mean}}};
 
 std::optional<vlUInt64> parseGiven(char const* option, std::string const& text) {
     return text.empty() ? std::nullopt : std::optional(parseNumber(option, text));
@@ -71,37 +71,42 @@ PreviewCommand::PreviewCommand(CommandLine& line)
     addOptions();
 }
 
+CommandOption PreviewCommand::addValue(std::string const& name, std::string& value,
+                                       std::string const& description) {
+    CommandOption const option = getOptions().addOption(name, value, description);
+    _values.emplace_back(option, &value);
+    return option;
+}
+
 void PreviewCommand::addOptions() {
     CommandOptions& options = getOptions();
     options.addArgument("INPUT", _inputFile, "File to read");
     options.addArgument("OUTPUT", _outputFile,
                         "File to write: a page if its extension is .html or .htm, otherwise a PNG picture");
-    CommandOption const z =
-        options.addOption("--z", _z, "Plane, from 0 (default: the middle one; all in a page)");
-    options.addOption("--c", _c,
-                      "Channel, from 0, shown as grey (default: all of a colour image, else channel 0; all "
-                      "in a page)");
-    options.addOption("--t", _t, "Time step, from 0 (default: 0; all in a page)");
+    CommandOption const z = addValue("--z", _z, "Plane, from 0 (default: the middle one; all in a page)");
+    addValue("--c", _c,
+             "Channel, from 0, shown as grey (default: all of a colour image, else channel 0; all "
+             "in a page)");
+    addValue("--t", _t, "Time step, from 0 (default: 0; all in a page)");
     CommandOption const montage = options.addFlag(
         "--montage", _bMontage, "All planes along Z in a grid with their numbers, row by row; not with --z");
-    CommandOption const projection = options.addOption(
-        "--projection", _projection,
-        "max|min|mean: of the values of all planes along Z, in one picture; not with --z or "
-        "--montage");
+    CommandOption const projection =
+        addValue("--projection", _projection,
+                 "max|min|mean: of the values of all planes along Z, in one picture; not with --z or "
+                 "--montage");
     montage.exclude(z);
     projection.exclude(z);
     projection.exclude(montage);
-    options.addOption("--columns", _columns, "Columns of the montage (default: about as many as rows)");
-    options.addOption("--step", _step, "Take every N-th plane along Z into montage, projection or page")
-        .exclude(z);
-    options.addOption("--max-size", _maxSize,
-                      "Longest side of a picture in pixels, at most 16384 (default: 1600; 512 in a page)");
-    options.addOption("--max-bytes", _maxBytes,
-                      "Largest size of a page, in bytes or with K, M or G; fewer planes are shown if "
-                      "necessary (default: 20M)");
-    options.addOption("--range", _range,
-                      "LO,HI or min,max: values shown as black and white (default: all but the 0.1 % least "
-                      "and greatest); labels and palettes are shown as numbers");
+    addValue("--columns", _columns, "Columns of the montage (default: about as many as rows)");
+    addValue("--step", _step, "Take every N-th plane along Z into montage, projection or page").exclude(z);
+    addValue("--max-size", _maxSize,
+             "Longest side of a picture in pixels, at most 16384 (default: 1600; 512 in a page)");
+    addValue("--max-bytes", _maxBytes,
+             "Largest size of a page, in bytes or with K, M or G; fewer planes are shown if "
+             "necessary (default: 20M)");
+    addValue("--range", _range,
+             "LO,HI or min,max: values shown as black and white (default: all but the 0.1 % least "
+             "and greatest); labels and palettes are shown as numbers");
     _input.addTo(options);
     options.addFlag("--overwrite", _bOverwrite, "Replace an existing output");
     options.addFlag("--quiet", _bQuiet, "Hide the progress bar");
@@ -113,9 +118,9 @@ bool PreviewCommand::isPage() const {
 }
 
 PreviewChoice PreviewCommand::readChoice() const {
-    std::optional<eProjection> projection;
+    std::optional<eZProjection> projection;
     if (!_projection.empty()) {
-        projection = parseChoice("--projection", _projection, g_projections);
+        projection = parseChoice("--projection", _projection, g_zProjections);
     }
     return {parseGiven("--z", _z),
             parseGiven("--c", _c),
@@ -127,6 +132,11 @@ PreviewChoice PreviewCommand::readChoice() const {
 }
 
 void PreviewCommand::check() const {
+    for (auto const& [option, pValue] : _values) {
+        if (option.isGiven() && pValue->empty()) {
+            throw WrongUse(option.getName() + " needs a value");
+        }
+    }
     parseCount("--columns", _columns, 1);
     if (!_maxBytes.empty()) {
         parseBytes("--max-bytes", _maxBytes);

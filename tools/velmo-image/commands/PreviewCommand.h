@@ -16,6 +16,7 @@ class PreviewCommand : public Command {
 
   private:
     void addOptions();
+    CommandOption addValue(std::string const& name, std::string& value, std::string const& description);
     /// Whether the output is a page, by its extension.
     bool isPage() const;
     PreviewChoice readChoice() const;
@@ -24,6 +25,8 @@ class PreviewCommand : public Command {
     void writePicture(InputImage const& input, PreviewChoice const& choice) const;
     void writePage(InputImage const& input, PreviewChoice const& choice) const;
 
+    std::vector<std::pair<CommandOption, std::string const*>>
+        _values; ///< options that are empty if not given
     InputOptions _input;
     std::string _inputFile;
     std::string _outputFile;

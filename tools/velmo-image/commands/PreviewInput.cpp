@@ -14,8 +14,8 @@ namespace {
 using namespace image;
 
 /// The greatest and the least label are labels; the mean of labels and any projection of indexes are not.
-void requireMeaning(PlaneDisplay const& display, std::optional<eProjection> const& projection) {
-    bool const bMean = projection == eProjection::Mean;
+void requireMeaning(PlaneDisplay const& display, std::optional<eZProjection> const& projection) {
+    bool const bMean = projection == eZProjection::Mean;
     if (display.colouring == eColouring::Palette && projection) {
         throw WrongUse("--projection does not apply to the indexes of a palette; with --range they are shown "
                        "as numbers");

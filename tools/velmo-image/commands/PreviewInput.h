@@ -15,7 +15,7 @@ struct PreviewChoice {
     std::optional<vlUInt64> c;
     std::optional<vlUInt64> t;
     vlUInt64 step;
-    std::optional<eProjection> projection;
+    std::optional<eZProjection> projection;
     ContrastChoice contrast;
     vlUInt64 maxSize;
 };

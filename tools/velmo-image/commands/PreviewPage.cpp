@@ -25,9 +25,10 @@ constexpr vlUInt64 g_nbEstimated = 16;
 /// The passes over the pictures of a page.
 class PageComposer {
   public:
-    PageComposer(PagePictures& pictures, FileDescription const& file, std::string const& title,
+    /// The pictures and the input must outlive the object.
+    PageComposer(PagePictures& pictures, InputImage const& input, std::string const& title,
                  ContrastChoice const& contrast)
-        : _pictures(pictures), _file(file), _geometry(file.pImage->getGeometry()), _title(title),
+        : _pictures(pictures), _input(input), _geometry(input.pImage->getGeometry()), _title(title),
           _contrast(contrast) {}
 
     /// Leaves out planes until the pictures probably have at most `maxBytes` bytes: some of them are encoded.
@@ -42,7 +43,7 @@ class PageComposer {
     Bitmap draw(PagePlan const& plan, vlUInt64 number);
 
     PagePictures& _pictures;
-    FileDescription const& _file;
+    InputImage const& _input;
     BaseImageGeometry const& _geometry;
     std::string const _title;
     ContrastChoice const _contrast;
@@ -98,9 +99,10 @@ Bitmap PageComposer::draw(PagePlan const& plan, vlUInt64 number) {
 }
 
 HtmlPage PageComposer::begin(PagePlan const& plan, HtmlPage::Write const& write) const {
-    return HtmlPage(describePage({_title, _file, plan, _pictures.getDisplay(),
-                                  _pictures.getLayout(plan.getRun({0, 0, 0})), _ranges}),
-                    write);
+    return HtmlPage(
+        describePage({_title, getFormatName(_input.format), *_input.pImage, plan, _pictures.getDisplay(),
+                      _pictures.getLayout(plan.getRun({0, 0, 0})), _ranges}),
+        write);
 }
 
 vlUInt64 PageComposer::countBytes(PagePlan const& plan, vlUInt64 maxBytes) {
@@ -123,7 +125,7 @@ void PageComposer::write(PagePlan const& plan, HtmlPage::Write const& write) {
 }
 
 /// Leaves out planes until the page fits.
-void fit(PageComposer& composer, PagePlan& plan, PageOutput const& output) {
+void fitPage(PageComposer& composer, PagePlan& plan, PageOutput const& output) {
     composer.findRanges(plan);
     while (composer.countBytes(plan, output.maxBytes) > output.maxBytes) {
         if (!plan.thin()) {
@@ -136,13 +138,13 @@ void fit(PageComposer& composer, PagePlan& plan, PageOutput const& output) {
 }
 
 /// Composes the page from `image` and writes it. Returns what is left out.
-std::string composePage(BaseImage const& image, PlaneDisplay const& display, FileDescription const& file,
+std::string composePage(BaseImage const& image, PlaneDisplay const& display, InputImage const& input,
                         PreviewChoice const& choice, PageOutput const& output, PagePlan& plan) {
     PagePictures pictures(image, display, choice.maxSize);
-    PageComposer composer(pictures, file, boost::filesystem::path(output.inputFile).filename().string(),
+    PageComposer composer(pictures, input, boost::filesystem::path(output.inputFile).filename().string(),
                           choice.contrast);
     composer.estimate(plan, output.maxBytes);
-    fit(composer, plan, output);
+    fitPage(composer, plan, output);
     writeOutput(output.outputFile, output.bOverwrite, [&](boost::filesystem::path const& path) {
         SequentialFile target(path);
         composer.write(plan, [&](std::string const& part) { target.write(part); });
@@ -158,12 +160,11 @@ void writePreviewPage(InputImage const& input, PreviewChoice const& choice, Page
     PagePlan plan(geometry, choice);
     PlaneRun const firstRun = plan.getRun({0, 0, 0});
     PlaneDisplay const display = chooseDisplay(input, firstRun, choice.contrast);
-    FileDescription const file = {output.inputFile, getFormatName(input.format), input.pImage, {}, {}};
     std::string leftOut;
     {
         vlUInt64 const nbPlanes = plan.countPictures() * firstRun.nbZ * firstRun.channels.size();
         Progress progress(nbPlanes * geometry.getPlanNbPixels(), output.bQuiet);
-        leftOut = composePage(*observe(toSource(input), progress), display, file, choice, output, plan);
+        leftOut = composePage(*observe(toSource(input), progress), display, input, choice, output, plan);
     }
     if (!leftOut.empty()) {
         printMessage("warning: " + quoted(output.outputFile) + ' ' + leftOut +

@@ -32,7 +32,7 @@ constexpr std::array<Glyph, 10> g_digits = {
      {" ### ", "#   #", "#   #", " ### ", "#   #", "#   #", " ### "},
      {" ### ", "#   #", "#   #", " ####", "    #", "   # ", " ##  "}}};
 
-void fill(Rectangle const& part, unsigned char level, Bitmap& bitmap) {
+void fillPart(Rectangle const& part, unsigned char level, Bitmap& bitmap) {
     for (vlUInt64 y = part.y; y < part.y + part.height; ++y) {
         for (vlUInt64 x = part.x; x < part.x + part.width; ++x) {
             std::fill_n(bitmap.at(x, y), bitmap.nbChannels, level);
@@ -66,10 +66,10 @@ void drawNumber(vlUInt64 number, Rectangle const& part, Bitmap& bitmap) {
         return;
     }
     forEachDot(digits, dot, [&](vlUInt64 x, vlUInt64 y) {
-        fill({part.x + x - dot, part.y + y - dot, 3 * dot, 3 * dot}, g_black, bitmap);
+        fillPart({part.x + x - dot, part.y + y - dot, 3 * dot, 3 * dot}, g_black, bitmap);
     });
     forEachDot(digits, dot, [&](vlUInt64 x, vlUInt64 y) {
-        fill({part.x + x, part.y + y, dot, dot}, g_white, bitmap);
+        fillPart({part.x + x, part.y + y, dot, dot}, g_white, bitmap);
     });
 }
 

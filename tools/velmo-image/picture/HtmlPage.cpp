@@ -37,7 +37,7 @@ std::map<std::string, std::string> fillPlaces(PageTexts const& texts) {
 }
 
 /// Texts that were put in are not searched for places.
-std::string fill(std::string const& page, std::map<std::string, std::string> const& places) {
+std::string fillTemplate(std::string const& page, std::map<std::string, std::string> const& places) {
     std::string filled;
     std::size_t done = 0;
     for (std::size_t begin = page.find("{{"); begin != std::string::npos; begin = page.find("{{", done)) {
@@ -54,8 +54,8 @@ HtmlPage::HtmlPage(PageTexts const& texts, Write write) : _write(std::move(write
     std::string const page = g_pageTemplate;
     std::size_t const pictures = page.find(g_picturesPlace);
     std::map<std::string, std::string> const places = fillPlaces(texts);
-    _end = fill(page.substr(pictures + std::string(g_picturesPlace).size()), places);
-    _write(fill(page.substr(0, pictures), places));
+    _end = fillTemplate(page.substr(pictures + std::string(g_picturesPlace).size()), places);
+    _write(fillTemplate(page.substr(0, pictures), places));
 }
 
 vlUInt64 HtmlPage::countBytes(vlUInt64 nbPngBytes) {

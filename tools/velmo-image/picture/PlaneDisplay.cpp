@@ -53,7 +53,7 @@ Picture project(BaseImage const& image, PlaneDisplay const& display, PlaneRun co
     PictureCell const cell = getCell(display, layout, 0);
     Picture first = createPicture(layout, run);
     putChannels(image, run, 0, cell, first);
-    Projection projection(*run.projection, std::move(first));
+    ZProjection projection(*run.projection, std::move(first));
     for (vlUInt64 index = 1; index < run.nbZ; ++index) {
         Picture plane = createPicture(layout, run);
         putChannels(image, run, index, cell, plane);

@@ -8,7 +8,7 @@
 #include "picture/Orientation.h"
 #include "picture/Picture.h"
 #include "picture/PictureLayout.h"
-#include "picture/Projection.h"
+#include "picture/ZProjection.h"
 #include "terminal/CheckedParsing.h"
 
 #include <VELMOImage/BaseImage.h>
@@ -37,7 +37,7 @@ struct PlaneRun {
     vlUInt64 step;                  ///< from a plane to the next one
     std::vector<vlUInt64> channels; ///< shown together
     vlUInt64 t;
-    std::optional<eProjection> projection; ///< all of the planes make one picture
+    std::optional<eZProjection> projection; ///< all of the planes make one picture
 
     /// Pictures side by side.
     vlUInt64 countCells() const { return projection ? 1 : nbZ; }

@@ -7,21 +7,21 @@
 
 namespace velmo::tool {
 
-enum class eProjection { Max, Min, Mean };
+enum class eZProjection { Max, Min, Mean };
 
 /// The greatest, the least or the mean of the values that several pictures have at a pixel. Values that are
 /// not numbers are left out.
-class Projection {
+class ZProjection {
   public:
     /// The pictures have the sizes of `first`, which is the first of them.
-    Projection(eProjection kind, Picture first);
+    ZProjection(eZProjection kind, Picture first);
 
     void add(Picture const& picture);
     /// The result; the projection is empty then.
     Picture take();
 
   private:
-    eProjection const _kind;
+    eZProjection const _kind;
     Picture _result; ///< sums in place of means
     std::vector<double> _counts;
 };

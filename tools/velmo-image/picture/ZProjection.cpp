@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "picture/Projection.h"
+#include "picture/ZProjection.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,13 +11,13 @@ namespace velmo::tool {
 
 namespace {
 
-double combine(eProjection kind, double left, double right) {
+double combine(eZProjection kind, double left, double right) {
     switch (kind) {
-    case eProjection::Max:
+    case eZProjection::Max:
         return std::max(left, right);
-    case eProjection::Min:
+    case eZProjection::Min:
         return std::min(left, right);
-    case eProjection::Mean:
+    case eZProjection::Mean:
         break;
     }
     return left + right;
@@ -25,27 +25,28 @@ double combine(eProjection kind, double left, double right) {
 
 } // namespace
 
-Projection::Projection(eProjection kind, Picture first)
-    : _kind(kind), _result(std::move(first)), _counts(kind == eProjection::Mean ? _result.values.size() : 0) {
+ZProjection::ZProjection(eZProjection kind, Picture first)
+    : _kind(kind), _result(std::move(first)),
+      _counts(kind == eZProjection::Mean ? _result.values.size() : 0) {
     std::transform(_result.values.begin(),
                    _result.values.begin() + static_cast<std::ptrdiff_t>(_counts.size()), _counts.begin(),
                    [](double value) { return std::isnan(value) ? 0.0 : 1.0; });
 }
 
-void Projection::add(Picture const& picture) {
+void ZProjection::add(Picture const& picture) {
     for (std::size_t index = 0; index < picture.values.size(); ++index) {
         double const value = picture.values[index];
         double& result = _result.values[index];
         if (!std::isnan(value)) {
             result = std::isnan(result) ? value : combine(_kind, result, value);
-            if (_kind == eProjection::Mean) {
+            if (_kind == eZProjection::Mean) {
                 _counts[index] += 1;
             }
         }
     }
 }
 
-Picture Projection::take() {
+Picture ZProjection::take() {
     for (std::size_t index = 0; index < _counts.size(); ++index) {
         if (_counts[index] != 0) {
             _result.values[index] /= _counts[index];
