@@ -11,7 +11,7 @@ _velmo_image_options() {
     info) echo "--help --json --check $input" ;;
     convert) echo "--help $input $output --calibration-tags" ;;
     import) echo "--help $output --calibration-tags --series --page --axes --palette --to-rgb --min-is-black --lossy --json" ;;
-    preview) echo "--help --z --c --t --montage --max-size --range $input --overwrite --quiet" ;;
+    preview) echo "--help --z --c --t --montage --columns --step --projection --max-size --max-bytes --range $input --overwrite --quiet" ;;
     stack) echo "--help --pixels --strict --along $output --calibration-tags" ;;
     resample) echo "--help --pixels --strict $output --size-z --interpolation" ;;
     match) echo "--help --directory --strict" ;;
@@ -32,7 +32,8 @@ _velmo_image_values() {
     --compression) echo 'none lzw deflate' ;;
     --interpolation) echo 'nearest linear cubic' ;;
     --palette) echo 'index rgb' ;;
-    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory) echo - ;;
+    --projection) echo 'max min mean' ;;
+    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --columns | --step | --max-size | --max-bytes | --range | --header | --threads | --directory) echo - ;;
     esac
 }
 
