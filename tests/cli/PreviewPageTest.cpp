@@ -207,6 +207,32 @@ TEST_F(PreviewPage, APictureOfHalfTheSizeHasPixelsOfTwiceTheSize) {
     EXPECT_THAT(page, HasSubstr("reduced in size"));
 }
 
+TEST_F(PreviewPage, ATurnedFileIsShownUprightWithItsPixelSize) {
+    TiffPage page;
+    page.orientation = ORIENTATION_RIGHTTOP;
+    page.resolution = 10; // along Y twice that
+    page.pixels = "\1\2\3\4\5\6";
+    writeTiff(_folder / "in.tif", {page});
+    std::string const shown = show(path("in.tif"));
+    EXPECT_EQ((std::vector<Levels>{{4, 1, 5, 2, 6, 3}}), getLevels(shown));
+    EXPECT_EQ(2, getData(shown).at("width"));
+    EXPECT_NEAR(1.0 / 20, getData(shown).at("pixelSize"), 1e-6);
+    EXPECT_EQ("cm", getData(shown).at("unit"));
+}
+
+TEST_F(PreviewPage, AFileThatCannotBeReadLeavesNoPage) {
+    TiffPage page;
+    page.sizeX = 300;
+    page.sizeY = 300;
+    page.pixels = std::string(page.countBytes(), 'x');
+    writeTiff(_folder / "whole.tif", {page, page});
+    create("in.tif", read("whole.tif").substr(0, 2000));
+    boost::filesystem::remove(_folder / "whole.tif");
+    expectFailure(runTool({"preview", path("in.tif"), path("out.html")}), 1, path("in.tif"));
+    expectFailure(runTool({"preview", path("none.tif"), path("out.html")}), 1, path("none.tif"));
+    EXPECT_THAT(list(), ElementsAre("in.tif", "s"));
+}
+
 TEST_F(PreviewPage, TextsOfTheFileAreNoMarkup) {
     std::string const hostile = "</script><script>alert(1)</script>\"'&<!--{{script}}";
     saveVolume(_folder / "in.tif", 1, hostile + "</template></style></dd><img src=x onerror=alert(2)>",

@@ -182,6 +182,15 @@ class PageTest(unittest.TestCase):
         self.assertEqual(name, page.evaluate("document.title"))
         self.assertEqual(0, page.evaluate("document.querySelectorAll('img').length"))
 
+    def test_no_other_script_runs(self):
+        path = self.make("in.raw", make_plane(0), "--size", f"{WIDTH},{HEIGHT}", "--type", "uint8")
+        path.write_text(path.read_text().replace("</header>", "</header><script>document.title = 'bad'</script>"
+                                                 "<img src='x' onerror='document.title = 2'>"))
+        with chromium.show(path) as page:
+            self.wait_for_picture(page)
+            self.assertEqual("in.raw", page.evaluate("document.title"))
+            self.assertIn("Content Security Policy", str(page.problems))
+
     def test_a_phone_needs_no_sideways_scrolling(self):
         page = self.show("in.raw", self.PLANES, *self.RAW, width=360, height=640, dark=True)
         self.assertLessEqual(page.evaluate("document.documentElement.scrollWidth"), 360)

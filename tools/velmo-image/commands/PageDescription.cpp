@@ -140,12 +140,14 @@ std::vector<std::string> createNotes(PageContent const& content) {
         notes.push_back("The pictures are reduced in size: " + std::to_string(geometry.getSizeX()) +
                         " pixels along X are shown as " + std::to_string(shownX) + ".");
     }
-    for (PageRange const& range : content.ranges) {
+    for (std::size_t c = 0; c < content.ranges.size(); ++c) {
+        PageRange const& range = content.ranges[c];
         if (!contains(range.levels, range.extent)) {
-            notes.push_back("Values from " + writeValue(range.extent.low) + " to " +
-                            writeValue(range.extent.high) + " occur; those outside of " +
-                            writeValue(range.levels.low) + " to " + writeValue(range.levels.high) +
-                            " are shown as the nearer of these.");
+            notes.push_back((content.ranges.size() > 1 ? "Channel " + std::to_string(c) + ": values from "
+                                                       : "Values from ") +
+                            writeValue(range.extent.low) + " to " + writeValue(range.extent.high) +
+                            " occur; those outside of " + writeValue(range.levels.low) + " to " +
+                            writeValue(range.levels.high) + " are shown as the nearer of these.");
         }
     }
     return notes;

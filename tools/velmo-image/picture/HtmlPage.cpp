@@ -30,6 +30,8 @@ std::map<std::string, std::string> fillPlaces(PageTexts const& texts) {
     }
     return {{"{{title}}", escapeHtml(texts.title)},
             {"{{style}}", g_pageStyle},
+            {"{{style-hash}}", g_pageStyleHash},
+            {"{{script-hash}}", g_pageScriptHash},
             {"{{facts}}", facts},
             {"{{notes}}", notes},
             {"{{data}}", escapeJson(texts.data)},

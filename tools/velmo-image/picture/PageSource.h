@@ -10,5 +10,8 @@ namespace velmo::tool {
 extern char const* const g_pageTemplate; ///< with places for texts, such as {{title}}
 extern char const* const g_pageStyle;
 extern char const* const g_pageScript;
+// SHA-256 in Base64: the page runs no other script and has no other style.
+extern char const* const g_pageStyleHash;
+extern char const* const g_pageScriptHash;
 
 } // namespace velmo::tool
