@@ -11,21 +11,23 @@ PictureLayout PagePictures::getLayout(PlaneRun const& run) const {
     return layOutRun(_image.getGeometry(), _display, run, 1, _maxSize);
 }
 
-Picture PagePictures::compose(PlaneRun const& run) {
+std::shared_ptr<Picture const> PagePictures::compose(PlaneRun const& run) {
     constexpr vlUInt64 mostKeptBytes = vlUInt64{64} << 20;
+    constexpr vlUInt64 bytesOfEntry = 256;
     throwIfInterrupted();
     Key const key = {run.firstZ, run.channels.front(), run.t};
     auto const kept = _kept.find(key);
     if (kept != _kept.end()) {
         return kept->second;
     }
-    Picture picture = composePicture(_image, _display, run, getLayout(run));
-    vlUInt64 const nbBytes = picture.values.size() * sizeof(double);
+    auto const pPicture =
+        std::make_shared<Picture const>(composePicture(_image, _display, run, getLayout(run)));
+    vlUInt64 const nbBytes = pPicture->values.size() * sizeof(double) + bytesOfEntry;
     if (_nbKeptBytes + nbBytes <= mostKeptBytes) {
         _nbKeptBytes += nbBytes;
-        _kept.emplace(key, picture);
+        _kept.emplace(key, pPicture);
     }
-    return picture;
+    return pPicture;
 }
 
 } // namespace velmo::tool

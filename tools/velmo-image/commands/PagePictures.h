@@ -6,6 +6,7 @@
 #include "commands/PagePlan.h"
 
 #include <map>
+#include <memory>
 #include <tuple>
 
 namespace velmo::tool {
@@ -22,7 +23,7 @@ class PagePictures {
     /// The size of a picture in its width and height, the same for all of them.
     PictureLayout getLayout(PlaneRun const& run) const;
     /// Throws WorkFailure and Interrupted.
-    Picture compose(PlaneRun const& run);
+    std::shared_ptr<Picture const> compose(PlaneRun const& run);
 
   private:
     using Key = std::tuple<vlUInt64, vlUInt64, vlUInt64>; ///< plane, first channel, time step
@@ -30,7 +31,7 @@ class PagePictures {
     image::BaseImage const& _image;
     PlaneDisplay const _display;
     vlUInt64 const _maxSize;
-    std::map<Key, Picture> _kept;
+    std::map<Key, std::shared_ptr<Picture const>> _kept;
     vlUInt64 _nbKeptBytes = 0;
 };
 

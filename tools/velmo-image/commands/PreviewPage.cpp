@@ -31,16 +31,17 @@ class PageComposer {
         : _pictures(pictures), _input(input), _geometry(input.pImage->getGeometry()), _title(title),
           _contrast(contrast) {}
 
-    /// Leaves out planes until the pictures probably have at most `maxBytes` bytes: some of them are encoded.
-    void estimate(PagePlan& plan, vlUInt64 maxBytes);
     void findRanges(PagePlan const& plan);
-    /// The bytes of the page; stops to count behind `maxBytes`.
+    /// The bytes of the page; stops to count behind `maxBytes`. Keeps the encoded pictures in memory as far
+    /// as they fit into 64 MiB.
     vlUInt64 countBytes(PagePlan const& plan, vlUInt64 maxBytes);
     void write(PagePlan const& plan, HtmlPage::Write const& write);
 
   private:
+    using Bytes = std::vector<unsigned char>;
+
     HtmlPage begin(PagePlan const& plan, HtmlPage::Write const& write) const;
-    Bitmap draw(PagePlan const& plan, vlUInt64 number);
+    Bytes encode(PagePlan const& plan, vlUInt64 number);
 
     PagePictures& _pictures;
     InputImage const& _input;
@@ -48,28 +49,8 @@ class PageComposer {
     std::string const _title;
     ContrastChoice const _contrast;
     std::vector<PageRange> _ranges; ///< of each group of channels
+    std::vector<Bytes> _encoded;    ///< the first pictures of the page, as far as they are kept
 };
-
-void PageComposer::estimate(PagePlan& plan, vlUInt64 maxBytes) {
-    vlUInt64 const nbPictures = plan.countPictures();
-    if (nbPictures <= g_nbEstimated) {
-        return;
-    }
-    double nbBytes = 0;
-    for (vlUInt64 index = 0; index < g_nbEstimated; ++index) {
-        Picture const picture =
-            _pictures.compose(plan.getRun(plan.getPlace(nbPictures / g_nbEstimated * index)));
-        ValueSample sample(picture.values.size());
-        sample.add(picture.values);
-        ValueRange const levels = choosePageRange(_geometry, _contrast, sample).levels;
-        nbBytes += static_cast<double>(
-            HtmlPage::countBytes(encodePng(toBitmap(picture, _pictures.getDisplay(), levels, true)).size()));
-    }
-    double const nbEach = nbBytes / static_cast<double>(g_nbEstimated);
-    while (nbEach * static_cast<double>(plan.countPictures()) > static_cast<double>(maxBytes) &&
-           plan.thin()) {
-    }
-}
 
 void PageComposer::findRanges(PagePlan const& plan) {
     _ranges.clear();
@@ -78,13 +59,11 @@ void PageComposer::findRanges(PagePlan const& plan) {
     }
     PictureLayout const layout = _pictures.getLayout(plan.getRun({0, 0, 0}));
     vlUInt64 const nbPixels = layout.getWidth() * layout.getHeight();
-    std::vector<ValueSample> samples;
-    for (auto const& channels : plan.getChannels()) {
-        samples.emplace_back(nbPixels * channels.size() * plan.getZ().count * plan.getT().count);
-    }
+    vlUInt64 const nbValues = nbPixels * plan.getChannels().front().size() * plan.countPictures();
+    std::vector<ValueSample> samples(plan.getChannels().size(), ValueSample(nbValues)); // of all together
     for (vlUInt64 number = 0; number < plan.countPictures(); ++number) {
         PagePlace const place = plan.getPlace(number);
-        samples[place.c].add(_pictures.compose(plan.getRun(place)).values);
+        samples[place.c].add(_pictures.compose(plan.getRun(place))->values);
     }
     for (ValueSample& sample : samples) {
         _ranges.push_back(choosePageRange(_geometry, _contrast, sample));
@@ -92,10 +71,10 @@ void PageComposer::findRanges(PagePlan const& plan) {
 }
 
 /// Levels are values; the page turns them if the minimum is white.
-Bitmap PageComposer::draw(PagePlan const& plan, vlUInt64 number) {
+PageComposer::Bytes PageComposer::encode(PagePlan const& plan, vlUInt64 number) {
     PagePlace const place = plan.getPlace(number);
     ValueRange const levels = _ranges.empty() ? ValueRange{0, 0} : _ranges[place.c].levels;
-    return toBitmap(_pictures.compose(plan.getRun(place)), _pictures.getDisplay(), levels, true);
+    return encodePng(toBitmap(*_pictures.compose(plan.getRun(place)), _pictures.getDisplay(), levels, true));
 }
 
 HtmlPage PageComposer::begin(PagePlan const& plan, HtmlPage::Write const& write) const {
@@ -106,12 +85,19 @@ HtmlPage PageComposer::begin(PagePlan const& plan, HtmlPage::Write const& write)
 }
 
 vlUInt64 PageComposer::countBytes(PagePlan const& plan, vlUInt64 maxBytes) {
+    constexpr vlUInt64 mostKeptBytes = vlUInt64{64} << 20;
     vlUInt64 nbBytes = 0;
+    _encoded.clear();
     auto const count = [&](std::string const& part) { nbBytes += part.size(); };
     HtmlPage page = begin(plan, count);
     page.end();
     for (vlUInt64 number = 0; number < plan.countPictures() && nbBytes <= maxBytes; ++number) {
-        nbBytes += HtmlPage::countBytes(encodePng(draw(plan, number)).size());
+        Bytes png = encode(plan, number);
+        nbBytes += HtmlPage::countBytes(png.size());
+        if (nbBytes <= mostKeptBytes) {
+            png.shrink_to_fit(); // the memory is as large as a picture that is not compressed
+            _encoded.push_back(std::move(png));
+        }
     }
     return nbBytes;
 }
@@ -119,7 +105,7 @@ vlUInt64 PageComposer::countBytes(PagePlan const& plan, vlUInt64 maxBytes) {
 void PageComposer::write(PagePlan const& plan, HtmlPage::Write const& write) {
     HtmlPage page = begin(plan, write);
     for (vlUInt64 number = 0; number < plan.countPictures(); ++number) {
-        page.addPicture(draw(plan, number));
+        page.addPicture(number < _encoded.size() ? _encoded[number] : encode(plan, number));
     }
     page.end();
 }
@@ -137,37 +123,74 @@ void fitPage(PageComposer& composer, PagePlan& plan, PageOutput const& output) {
     }
 }
 
-/// Composes the page from `image` and writes it. Returns what is left out.
-std::string composePage(BaseImage const& image, PlaneDisplay const& display, InputImage const& input,
-                        PreviewChoice const& choice, PageOutput const& output, PagePlan& plan) {
-    PagePictures pictures(image, display, choice.maxSize);
-    PageComposer composer(pictures, input, boost::filesystem::path(output.inputFile).filename().string(),
-                          choice.contrast);
-    composer.estimate(plan, output.maxBytes);
-    fitPage(composer, plan, output);
-    writeOutput(output.outputFile, output.bOverwrite, [&](boost::filesystem::path const& path) {
+/// What the passes of a page have in common.
+struct PageJob {
+    InputImage const& input;
+    PlaneDisplay const& display;
+    PreviewChoice const& choice;
+    PageOutput const& output;
+};
+
+/// Pixels that are read for some of the pictures.
+vlUInt64 countPixels(PageJob const& job, PagePlan const& plan, vlUInt64 nbPictures) {
+    PlaneRun const run = plan.getRun({0, 0, 0});
+    return nbPictures * run.nbZ * run.channels.size() * job.input.pImage->getGeometry().getPlanNbPixels();
+}
+
+/// Bytes of a picture in its own contrast.
+vlUInt64 countPictureBytes(PageJob const& job, Picture const& picture) {
+    ValueSample sample(picture.values.size());
+    sample.add(picture.values);
+    ValueRange const levels =
+        choosePageRange(job.input.pImage->getGeometry(), job.choice.contrast, sample).levels;
+    return HtmlPage::countBytes(encodePng(toBitmap(picture, job.display, levels, true)).size());
+}
+
+/// Leaves out planes until the pictures probably fit: some of them are encoded.
+void estimate(PageJob const& job, PagePlan& plan) {
+    vlUInt64 const nbPictures = plan.countPictures();
+    if (nbPictures <= g_nbEstimated) {
+        return;
+    }
+    Progress progress(countPixels(job, plan, g_nbEstimated), job.output.bQuiet);
+    DiskImagePtr const pImage = observe(toSource(job.input), progress);
+    PagePictures pictures(*pImage, job.display, job.choice.maxSize);
+    double nbBytes = 0;
+    for (vlUInt64 index = 0; index < g_nbEstimated; ++index) {
+        PlaneRun const run = plan.getRun(plan.getPlace(nbPictures / g_nbEstimated * index));
+        nbBytes += static_cast<double>(countPictureBytes(job, *pictures.compose(run)));
+    }
+    double const nbEach = nbBytes / static_cast<double>(g_nbEstimated);
+    auto const maxBytes = static_cast<double>(job.output.maxBytes);
+    while (nbEach * static_cast<double>(plan.countPictures()) > maxBytes && plan.thin()) {
+    }
+}
+
+void composePage(PageJob const& job, PagePlan& plan) {
+    constexpr vlUInt64 nbPasses = 2;
+    Progress progress(countPixels(job, plan, nbPasses * plan.countPictures()), job.output.bQuiet);
+    DiskImagePtr const pImage = observe(toSource(job.input), progress);
+    PagePictures pictures(*pImage, job.display, job.choice.maxSize);
+    std::string const title = boost::filesystem::path(job.output.inputFile).filename().string();
+    PageComposer composer(pictures, job.input, title, job.choice.contrast);
+    fitPage(composer, plan, job.output);
+    writeOutput(job.output.outputFile, job.output.bOverwrite, [&](boost::filesystem::path const& path) {
         SequentialFile target(path);
         composer.write(plan, [&](std::string const& part) { target.write(part); });
         target.close();
     });
-    return describeThinning(plan);
 }
 
 } // namespace
 
 void writePreviewPage(InputImage const& input, PreviewChoice const& choice, PageOutput const& output) {
-    BaseImageGeometry const& geometry = input.pImage->getGeometry();
-    PagePlan plan(geometry, choice);
-    PlaneRun const firstRun = plan.getRun({0, 0, 0});
-    PlaneDisplay const display = chooseDisplay(input, firstRun, choice.contrast);
-    std::string leftOut;
-    {
-        vlUInt64 const nbPlanes = plan.countPictures() * firstRun.nbZ * firstRun.channels.size();
-        Progress progress(nbPlanes * geometry.getPlanNbPixels(), output.bQuiet);
-        leftOut = composePage(*observe(toSource(input), progress), display, input, choice, output, plan);
-    }
-    if (!leftOut.empty()) {
-        printMessage("warning: " + quoted(output.outputFile) + ' ' + leftOut +
+    PagePlan plan(input.pImage->getGeometry(), choice);
+    PlaneDisplay const display = chooseDisplay(input, plan.getRun({0, 0, 0}), choice.contrast);
+    PageJob const job = {input, display, choice, output};
+    estimate(job, plan);
+    composePage(job, plan);
+    if (plan.isThinned()) {
+        printMessage("warning: " + quoted(output.outputFile) + ' ' + describeThinning(plan) +
                      ": more would make it larger than --max-bytes " + std::to_string(output.maxBytes));
     }
 }

@@ -5,7 +5,6 @@
 
 #include "picture/PageSource.h"
 #include "picture/PageText.h"
-#include "picture/PngFile.h"
 
 #include <VELMOBase/CheckedArithmetic.h>
 #include <map>
@@ -64,9 +63,9 @@ vlUInt64 HtmlPage::countBytes(vlUInt64 nbPngBytes) {
     return g_pictureBegin.size() + divideUp(nbPngBytes, 3) * 4 + g_pictureEnd.size();
 }
 
-void HtmlPage::addPicture(Bitmap const& bitmap) {
+void HtmlPage::addPicture(std::vector<unsigned char> const& png) {
     std::string picture(g_pictureBegin);
-    picture += encodeBase64(encodePng(bitmap));
+    picture += encodeBase64(png);
     picture += g_pictureEnd;
     _write(picture);
 }

@@ -3,8 +3,7 @@
 
 #pragma once
 
-#include "picture/Bitmap.h"
-
+#include <VELMOUtil/Types.h>
 #include <functional>
 #include <string>
 #include <utility>
@@ -33,8 +32,8 @@ class HtmlPage {
 
     /// The bytes that a picture takes in a page, given those of its PNG file.
     static vlUInt64 countBytes(vlUInt64 nbPngBytes);
-    /// Z varies fastest, then the channel, then the time step. All bitmaps have the same size.
-    void addPicture(Bitmap const& bitmap);
+    /// Adds a PNG file. Z varies fastest, then the channel, then the time step. All have the same size.
+    void addPicture(std::vector<unsigned char> const& png);
     /// Writes what is behind the last picture. To be called once, at the end.
     void end();
 
