@@ -320,9 +320,9 @@ TEST_F(PreviewPicture, AMontageHasTheGivenColumnsAndSteps) {
 }
 
 TEST_F(PreviewPicture, AMontageOfThousandsOfPlanesStaysSmallInMemory) {
-    std::string const input = createSparse("in.raw", 5000UL * 512 * 512);
+    std::string const input = createSparse("in.raw", 5000UL * 256 * 256);
     ToolResult const result =
-        runTool(Arguments{"preview", input, path("out.png"), "--montage"} + raw("512,512,5000", "uint8"));
+        runTool(Arguments{"preview", input, path("out.png"), "--montage"} + raw("256,256,5000", "uint8"));
     expectDone(result);
     EXPECT_TRUE(g_bSanitized || result.maxRss < 200L << 10) << result.maxRss;
     EXPECT_GE(1600U, readPng(_folder / "out.png").width);
