@@ -20,7 +20,7 @@ std::shared_ptr<Picture const> PagePictures::compose(PlaneRun const& run) {
     if (kept != _kept.end()) {
         return kept->second;
     }
-    auto const pPicture =
+    std::shared_ptr<Picture const> pPicture =
         std::make_shared<Picture const>(composePicture(_image, _display, run, getLayout(run)));
     vlUInt64 const nbBytes = pPicture->values.size() * sizeof(double) + bytesOfEntry;
     if (_nbKeptBytes + nbBytes <= mostKeptBytes) {

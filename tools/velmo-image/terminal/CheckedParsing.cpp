@@ -53,6 +53,18 @@ std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& t
     return sizes;
 }
 
+ValueRange parseRange(std::string const& option, std::string const& text) {
+    std::vector<std::string> const fields = splitFields(text);
+    ValueRange range = {0, 0};
+    if (fields.size() != 2 || !parseWhole(fields[0], range.low) || !parseWhole(fields[1], range.high) ||
+        !std::isfinite(range.low) || !std::isfinite(range.high) || range.low >= range.high) {
+        throw WrongUse(option +
+                       " must be LO,HI, two numbers with LO less than HI, such as 0,255, or min,max, not " +
+                       quoted(text));
+    }
+    return range;
+}
+
 vlUInt64 parseBytes(std::string const& option, std::string const& text) {
     constexpr unsigned int bitsOfStep = 10;
     std::size_t const suffix = text.empty() ? std::string::npos : std::string("KMG").find(text.back());
@@ -64,18 +76,6 @@ vlUInt64 parseBytes(std::string const& option, std::string const& text) {
         throw WrongUse(option + " must be a number of bytes, such as 500000 or 20M, not " + quoted(text));
     }
     return number << shift;
-}
-
-ValueRange parseRange(std::string const& option, std::string const& text) {
-    std::vector<std::string> const fields = splitFields(text);
-    ValueRange range = {0, 0};
-    if (fields.size() != 2 || !parseWhole(fields[0], range.low) || !parseWhole(fields[1], range.high) ||
-        !std::isfinite(range.low) || !std::isfinite(range.high) || range.low >= range.high) {
-        throw WrongUse(option +
-                       " must be LO,HI, two numbers with LO less than HI, such as 0,255, or min,max, not " +
-                       quoted(text));
-    }
-    return range;
 }
 
 } // namespace velmo::tool

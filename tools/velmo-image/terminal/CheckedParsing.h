@@ -20,15 +20,14 @@ vlUInt64 parseNumber(std::string const& option, std::string const& text);
 /// X,Y[,Z[,C[,T]]]: two to five sizes, none of them 0.
 std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& text);
 
-/// A number of bytes, with or without the suffix K, M or G: powers of 1024.
-vlUInt64 parseBytes(std::string const& option, std::string const& text);
-
 struct ValueRange {
     double low;
     double high;
 };
 /// LO,HI with LO below HI, both finite.
 ValueRange parseRange(std::string const& option, std::string const& text);
+/// A number of bytes, with or without the suffix K, M or G: powers of 1024.
+vlUInt64 parseBytes(std::string const& option, std::string const& text);
 
 template <class Value>
 using Choice = std::pair<char const*, Value>;
