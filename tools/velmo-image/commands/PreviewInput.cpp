@@ -25,12 +25,12 @@ void requireMeaning(PlaneDisplay const& display, std::optional<eZProjection> con
     }
 }
 
-} // namespace
-
+/// Channels that are shown together: those of a colour image, of others the first.
 vlUInt64 countShownChannels(BaseImageGeometry const& geometry) {
     return geometry.getSizeC() == 3 || geometry.getColorGeometryType() == eCGT_Rgba ? 3 : 1;
 }
 
+/// `number` if it is an index of an axis of this size.
 vlUInt64 requireIndex(char const* option, vlUInt64 number, vlUInt64 size) {
     if (number >= size) {
         throw WrongUse(option + (' ' + std::to_string(number)) + " is out of range: 0 to " +
@@ -38,6 +38,8 @@ vlUInt64 requireIndex(char const* option, vlUInt64 number, vlUInt64 size) {
     }
     return number;
 }
+
+} // namespace
 
 PlaneRun selectRun(BaseImageGeometry const& geometry, PreviewChoice const& choice) {
     PlaneRun run = {0,

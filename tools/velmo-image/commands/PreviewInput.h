@@ -20,12 +20,6 @@ struct PreviewChoice {
     vlUInt64 maxSize;
 };
 
-/// Channels that are shown together: those of a colour image, of others the first.
-vlUInt64 countShownChannels(image::BaseImageGeometry const& geometry);
-
-/// `number` if it is an index of an axis of this size. Throws WrongUse, which names the option.
-vlUInt64 requireIndex(char const* option, vlUInt64 number, vlUInt64 size);
-
 /// All planes of the choice along Z, of the chosen or the first time step and of the channels shown together.
 /// Throws WrongUse for an index that does not exist.
 PlaneRun selectRun(image::BaseImageGeometry const& geometry, PreviewChoice const& choice);
