@@ -91,6 +91,10 @@ INSTANTIATE_TEST_SUITE_P(
                    [](auto const& folder, auto const& output) {
                        return Arguments{"preview", folder + "/s/a1.tif", output};
                    }},
+        DiskOutput{"Page", "out.html",
+                   [](auto const& folder, auto const& output) {
+                       return Arguments{"preview", folder + "/s/a1.tif", output, "--max-size", "1000"};
+                   }},
         DiskOutput{"RawPlanes", "out.raw",
                    [](auto const& folder, auto const& output) {
                        return Arguments{"convert", folder + "/s/a1.tif", output};

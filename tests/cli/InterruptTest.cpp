@@ -55,6 +55,16 @@ TEST_P(Interrupt, EndsTheWaitForAReaderOfThePicture) {
     expectStop(process);
 }
 
+TEST_P(Interrupt, EndsTheWaitForAReaderOfThePage) {
+    link(path("pipe"), "link.html");
+    ToolProcess process(Arguments{"preview", path("in.raw"), path("link.html")} + raw("2,2", "uint8"));
+    ASSERT_TRUE(process.waitForSleep());
+    process.send(GetParam());
+    ASSERT_TRUE(process.waitForEnd());
+    expectFailure(process.wait(), 130, "interrupted");
+    EXPECT_THAT(list(), ElementsAre("in.raw", "link.html", "pipe"));
+}
+
 INSTANTIATE_TEST_SUITE_P(Signals, Interrupt, testing::Values(SIGINT, SIGTERM, SIGHUP), getSignalName);
 
 } // namespace velmo::test

@@ -50,6 +50,7 @@ WrongLine wrongOption(char const* name, Arguments const& line, char const* optio
 Arguments const g_convert = {"convert", "in.tif", "out.raw"};
 Arguments const g_toTiff = {"convert", "in.tif", "out.tif"};
 Arguments const g_convertRaw = Arguments{"convert", "in.raw", "out.raw"} + raw("2,1", "uint8");
+Arguments const g_preview = {"preview", "in.tif", "out.png"};
 Arguments const g_stats = {"stats", "in.tif"};
 Arguments const g_compare = {"compare", "in.tif", "in.tif"};
 Arguments const g_project = {"project", "in.tif", "out.raw", "--along", "z", "--by", "max"};
@@ -110,6 +111,19 @@ INSTANTIATE_TEST_SUITE_P(
         {"OptionsThatDoNotGoTogether",
          {"preview", "a", "b", "--montage", "--z", "1"},
          {"--z excludes --montage"}},
+        {"ProjectionOfOnePlane",
+         {"preview", "a", "b", "--projection", "max", "--z", "1"},
+         {"--projection", "--z"}},
+        wrongOption("UnknownProjection", g_preview, "--projection", "sum", "max, min, mean"),
+        wrongOption("StepZero", g_preview + Arguments{"--montage"}, "--step", "0", "at least 1"),
+        wrongOption("ColumnsZero", g_preview + Arguments{"--montage"}, "--columns", "0", "at least 1"),
+        wrongOption("ColumnsWord", g_preview + Arguments{"--montage"}, "--columns", "all", "whole number"),
+        wrongOption("RangeOfPreview", g_preview, "--range", "max,min", "min,max"),
+        {"ColumnsWithoutAMontage", g_preview + Arguments{"--columns", "2"}, {"--columns", "--montage"}},
+        {"StepOfOnePlane", g_preview + Arguments{"--step", "2"}, {"--step", "--montage"}},
+        {"BytesOfAPicture", g_preview + Arguments{"--max-bytes", "1M"}, {"--max-bytes", ".html"}},
+        wrongOption("BytesOfAPage", {"preview", "in.tif", "out.html"}, "--max-bytes", "1MB", "20M"),
+        {"MontageOfAPage", {"preview", "in.tif", "out.html", "--montage"}, {"--montage", "page"}},
         {"MatchOfNothing", {"match", "a*"}, {"either names or --directory"}},
         {"MatchOfNamesAndADirectory",
          {"match", "a*", "a1", "--directory", "."},

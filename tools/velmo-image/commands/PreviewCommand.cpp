@@ -3,18 +3,14 @@
 
 #include "commands/PreviewCommand.h"
 
-#include "input/InputImage.h"
+#include "commands/PreviewPage.h"
 #include "output/OutputFile.h"
-#include "picture/GreyLevels.h"
-#include "picture/PictureLayout.h"
-#include "picture/PlaneReducer.h"
 #include "picture/PngFile.h"
 #include "terminal/Progress.h"
 #include "terminal/Terminal.h"
 
-#include <VELMOBase/AvailableMemory.h>
+#include <VELMOImage/ImageGeometry.h>
 #include <boost/algorithm/string/case_conv.hpp>
-#include <numeric>
 
 namespace velmo::tool {
 
@@ -24,144 +20,185 @@ using namespace image;
 
 /// Largest value of --max-size.
 constexpr vlUInt64 g_largestMaxSize = 16384;
+constexpr vlUInt64 g_pictureSize = 1600;
+constexpr vlUInt64 g_pageSize = 512;
+constexpr vlUInt64 g_pageBytes = vlUInt64{20} << 20;
 
-std::vector<vlUInt64> countUp(vlUInt64 first, vlUInt64 nb) {
-    std::vector<vlUInt64> numbers(nb);
-    std::iota(numbers.begin(), numbers.end(), first);
-    return numbers;
+constexpr std::array<Choice<eZProjection>, 3> g_zProjections = {
+    {{"max", eZProjection::Max}, {"min", eZProjection::Min}, {"mean", eZProjection::Mean}}};
+
+std::optional<vlUInt64> parseGiven(char const* option, std::string const& text) {
+    return text.empty() ? std::nullopt : std::optional(parseNumber(option, text));
 }
 
-vlUInt64 parseIndex(std::string const& option, std::string const& text, vlUInt64 size) {
-    vlUInt64 const index = parseNumber(option, text);
-    if (index >= size) {
-        throw WrongUse(option + ' ' + text + " is out of range: 0 to " + std::to_string(size - 1));
+/// A number from 1, or `otherwise` if the option is not given.
+vlUInt64 parseCount(char const* option, std::string const& text, vlUInt64 otherwise) {
+    vlUInt64 const number = parseGiven(option, text).value_or(otherwise);
+    if (number == 0 && !text.empty()) {
+        throw WrongUse(std::string(option) + " must be at least 1, not " + quoted(text));
     }
-    return index;
+    return number;
 }
 
-/// Channels that are shown together: those of a colour image, of others the first.
-vlUInt64 countShownChannels(BaseImageGeometry const& geometry) {
-    return geometry.getSizeC() == 3 || geometry.getColorGeometryType() == eCGT_Rgba ? 3 : 1;
-}
-
-Picture createPicture(PictureLayout const& layout, vlUInt64 nbChannels) {
-    vlUInt64 const nbBytes =
-        layout.getWidth() * layout.getHeight() * nbChannels * (sizeof(double) + sizeof(unsigned char));
-    vlUInt64 const nbAvailable = getAvailableMemory();
-    if (nbBytes > nbAvailable) {
-        throw WorkFailure("not enough memory: the picture needs " + std::to_string(nbBytes) + " bytes, " +
-                          std::to_string(nbAvailable) + " are available; use a smaller --max-size");
+vlUInt64 parseMaxSize(std::string const& text, vlUInt64 otherwise) {
+    vlUInt64 const maxSize = parseGiven("--max-size", text).value_or(otherwise);
+    if (maxSize == 0 || maxSize > g_largestMaxSize) {
+        throw WrongUse("--max-size must be 1 to " + std::to_string(g_largestMaxSize) + ", not " + text);
     }
-    return Picture(layout.getWidth(), layout.getHeight(), nbChannels);
+    return maxSize;
+}
+
+std::string getLowerExtension(std::string const& file) {
+    return boost::algorithm::to_lower_copy(boost::filesystem::path(file).extension().string());
+}
+
+void refuseIf(bool bWrong, char const* text) {
+    if (bWrong) {
+        throw WrongUse(text);
+    }
 }
 
 } // namespace
 
-/// The planes of a picture: one after the other along Z, and the channels of each pixel.
-struct PreviewCommand::Selection {
-    vlUInt64 firstZ;
-    vlUInt64 nbZ;
-    std::vector<vlUInt64> channels;
-    vlUInt64 t;
-
-    Picture compose(BaseImage const& image, PictureLayout const& layout) const {
-        Picture picture = createPicture(layout, channels.size());
-        for (vlUInt64 index = 0; index < nbZ; ++index) {
-            PictureCell cell = {index % layout.columns * layout.cellWidth,
-                                index / layout.columns * layout.cellHeight, layout.cellWidth,
-                                layout.cellHeight, 0};
-            for (vlUInt64 const c : channels) {
-                putPlane(image, {firstZ + index, c, t}, cell, picture);
-                ++cell.channel;
-            }
-        }
-        return picture;
-    }
-};
-
 PreviewCommand::PreviewCommand(CommandLine& line)
-    : Command(line, "preview", "Write planes of an image as a PNG picture",
-              "  velmo-image preview brain.tif planes.png --montage\n"
+    : Command(line, "preview", "Write planes of an image as a PNG picture or as an HTML page",
+              "  velmo-image preview brain.tif planes.png --montage --step 5\n"
+              "  velmo-image preview brain.tif brain.html\n"
               "  velmo-image preview brain.raw middle.png --size 181,217,181 --type uint8\n"
-              "  velmo-image preview brain.raw planes.png --size 181,217,181 --type uint8 --montage\n"
+              "  velmo-image preview brain.raw brightest.png --size 181,217,181 --type uint8 "
+              "--projection max\n"
               "  velmo-image preview heat.raw heat.png --size 640,480 --type real32 --range=-10,40") {
+    addOptions();
+}
+
+CommandOption PreviewCommand::addValue(std::string const& name, std::string& value,
+                                       std::string const& description) {
+    CommandOption const option = getOptions().addOption(name, value, description);
+    _values.emplace_back(option, &value);
+    return option;
+}
+
+void PreviewCommand::addOptions() {
     CommandOptions& options = getOptions();
     options.addArgument("INPUT", _inputFile, "File to read");
-    options.addArgument("OUTPUT", _outputFile, "PNG file to write");
-    CommandOption const z = options.addOption("--z", _z, "Plane, from 0 (default: the middle one)");
-    options.addOption("--c", _c,
-                      "Channel, from 0, shown as grey (default: all of a colour image, else channel 0)");
-    options.addOption("--t", _t, "Time step, from 0 (default: 0)");
-    options.addFlag("--montage", _bMontage, "All planes along Z in a grid, row by row; not with --z")
-        .exclude(z);
-    options.addOption("--max-size", _maxSize,
-                      "Longest side of the picture in pixels, at most 16384 (default: 1600)");
-    options.addOption("--range", _range,
-                      "LO,HI: values shown as black and white (default: minimum and maximum)");
+    options.addArgument("OUTPUT", _outputFile,
+                        "File to write: a page if its extension is .html or .htm, otherwise a PNG picture");
+    CommandOption const z = addValue("--z", _z, "Plane, from 0 (default: the middle one; all in a page)");
+    addValue("--c", _c,
+             "Channel, from 0, shown as grey (default: all of a colour image, else channel 0; all "
+             "in a page)");
+    addValue("--t", _t, "Time step, from 0 (default: 0; all in a page)");
+    CommandOption const montage = options.addFlag(
+        "--montage", _bMontage, "All planes along Z in a grid with their numbers, row by row; not with --z");
+    CommandOption const projection =
+        addValue("--projection", _projection,
+                 "max|min|mean: of the values of all planes along Z, in one picture; not with --z or "
+                 "--montage");
+    montage.exclude(z);
+    projection.exclude(z);
+    projection.exclude(montage);
+    addValue("--columns", _columns, "Columns of the montage (default: about as many as rows)");
+    addValue("--step", _step, "Take every N-th plane along Z into montage, projection or page").exclude(z);
+    addValue("--max-size", _maxSize,
+             "Longest side of a picture in pixels, at most 16384 (default: 1600; 512 in a page)");
+    addValue("--max-bytes", _maxBytes,
+             "Largest size of a page, in bytes or with K, M or G; fewer planes are shown if "
+             "necessary (default: 20M)");
+    addValue("--range", _range,
+             "LO,HI or min,max: values shown as black and white (default: all but the 0.1 % least "
+             "and greatest); labels and palettes are shown as numbers");
     _input.addTo(options);
     options.addFlag("--overwrite", _bOverwrite, "Replace an existing output");
     options.addFlag("--quiet", _bQuiet, "Hide the progress bar");
 }
 
-void PreviewCommand::check() const {
-    vlUInt64 const maxSize = parseNumber("--max-size", _maxSize);
-    if (maxSize == 0 || maxSize > g_largestMaxSize) {
-        throw WrongUse("--max-size must be 1 to " + std::to_string(g_largestMaxSize) + ", not " + _maxSize);
+bool PreviewCommand::isPage() const {
+    std::string const extension = getLowerExtension(_outputFile);
+    return extension == ".html" || extension == ".htm";
+}
+
+PreviewChoice PreviewCommand::readChoice() const {
+    std::optional<eZProjection> projection;
+    if (!_projection.empty()) {
+        projection = parseChoice("--projection", _projection, g_zProjections);
     }
-    if (!_range.empty()) {
-        parseRange("--range", _range);
+    return {parseGiven("--z", _z),
+            parseGiven("--c", _c),
+            parseGiven("--t", _t),
+            parseCount("--step", _step, 1),
+            projection,
+            parseContrast("--range", _range),
+            parseMaxSize(_maxSize, isPage() ? g_pageSize : g_pictureSize)};
+}
+
+void PreviewCommand::check() const {
+    for (auto const& [option, pValue] : _values) {
+        if (option.isGiven() && pValue->empty()) {
+            throw WrongUse(option.getName() + " needs a value");
+        }
+    }
+    parseCount("--columns", _columns, 1);
+    if (!_maxBytes.empty()) {
+        parseBytes("--max-bytes", _maxBytes);
+    }
+    refuseIf(!_columns.empty() && !_bMontage, "--columns applies only to --montage");
+    if (isPage()) {
+        refuseIf(_bMontage, "--montage does not apply to a page, which shows all planes");
+    } else {
+        refuseIf(!_maxBytes.empty(), "--max-bytes applies only to pages, with the extension .html");
+        refuseIf(!_step.empty() && !_bMontage && _projection.empty(),
+                 "--step applies only to --montage, --projection and pages");
     }
     requireWritableTarget(_outputFile, _bOverwrite);
-    std::string const extension = boost::filesystem::path(_outputFile).extension().string();
-    if (!extension.empty() && boost::algorithm::to_lower_copy(extension) != ".png") {
+    std::string const extension = getLowerExtension(_outputFile);
+    if (!isPage() && !extension.empty() && extension != ".png") {
         printMessage("warning: " + quoted(_outputFile) +
                      " is written as a PNG picture despite its extension");
     }
 }
 
-PreviewCommand::Selection PreviewCommand::select(BaseImageGeometry const& geometry) const {
-    vlUInt64 const sizeZ = geometry.getSizeZ();
-    Selection selection = {sizeZ / 2, 1, countUp(0, countShownChannels(geometry)),
-                           parseIndex("--t", _t, geometry.getSizeT())};
-    if (_bMontage) {
-        selection.firstZ = 0;
-        selection.nbZ = sizeZ;
-    } else if (!_z.empty()) {
-        selection.firstZ = parseIndex("--z", _z, sizeZ);
+/// The planes of a picture: without a montage or a projection the middle one.
+PlaneRun PreviewCommand::select(BaseImageGeometry const& geometry, PreviewChoice const& choice) const {
+    PreviewChoice chosen = choice;
+    if (!choice.z && !_bMontage && !choice.projection) {
+        chosen.z = geometry.getSizeZ() / 2;
     }
-    if (!_c.empty()) {
-        selection.channels = {parseIndex("--c", _c, geometry.getSizeC())};
-    }
-    return selection;
+    return selectRun(geometry, chosen);
 }
 
-void PreviewCommand::writePicture(Picture const& picture, BaseImageGeometry const& geometry) const {
-    ValueRange range = {0, 1};
-    if (!_range.empty()) {
-        range = parseRange("--range", _range);
-    } else if (geometry.getBufferType() != eIBT_Binary) {
-        range = findRange(picture.values);
+void PreviewCommand::writePicture(InputImage const& input, PreviewChoice const& choice) const {
+    BaseImageGeometry const& geometry = input.pImage->getGeometry();
+    PlaneRun const run = select(geometry, choice);
+    PlaneDisplay const display = chooseDisplay(input, run, choice.contrast);
+    PictureLayout const layout =
+        layOutRun(geometry, display, run, parseCount("--columns", _columns, 0), choice.maxSize);
+    Progress progress(run.nbZ * run.channels.size() * geometry.getPlanNbPixels(), _bQuiet);
+    Picture const picture = composePicture(*observe(toSource(input), progress), display, run, layout);
+    ValueSample sample(picture.values.size());
+    sample.add(picture.values);
+    Bitmap bitmap = toBitmap(picture, display, findShownRange(geometry, choice.contrast, sample),
+                             geometry.getColorGeometry().minIsBlack());
+    if (_bMontage) {
+        numberCells(run, layout, bitmap);
     }
-    std::vector<unsigned char> const levels =
-        toGreyLevels(picture.values, range, geometry.getColorGeometry().minIsBlack());
-    writeOutput(_outputFile, _bOverwrite, [&](boost::filesystem::path const& path) {
-        writePng(path, picture.width, picture.height, picture.nbChannels, levels);
-    });
+    writeOutput(_outputFile, _bOverwrite,
+                [&](boost::filesystem::path const& path) { writePng(path, bitmap); });
+}
+
+void PreviewCommand::writePage(InputImage const& input, PreviewChoice const& choice) const {
+    vlUInt64 const maxBytes = _maxBytes.empty() ? g_pageBytes : parseBytes("--max-bytes", _maxBytes);
+    writePreviewPage(input, choice, {_inputFile, _outputFile, maxBytes, _bOverwrite, _bQuiet});
 }
 
 eExitStatus PreviewCommand::run() const {
     InputDescription const description = _input.describe({_inputFile});
+    PreviewChoice const choice = readChoice();
     check();
     InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
-    BaseImageGeometry const& geometry = input.pImage->getGeometry();
-    if (geometry.getNbPixels() == 0) {
+    if (input.pImage->getGeometry().getNbPixels() == 0) {
         throw WorkFailure(quoted(_inputFile) + " has no pixels");
     }
-    Selection const selection = select(geometry);
-    PictureLayout const layout =
-        layOut(geometry.getSizeX(), geometry.getSizeY(), selection.nbZ, parseNumber("--max-size", _maxSize));
-    Progress progress(selection.nbZ * selection.channels.size() * geometry.getPlanNbPixels(), _bQuiet);
-    writePicture(selection.compose(*observe(toSource(input), progress), layout), geometry);
+    isPage() ? writePage(input, choice) : writePicture(input, choice);
     return eES_Done;
 }
 

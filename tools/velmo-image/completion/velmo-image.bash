@@ -12,7 +12,7 @@ _velmo_image_options() {
     info) echo "--help --json --check $input" ;;
     convert) echo "--help $input $edit $output --calibration-tags --imagej" ;;
     import) echo "--help $output --calibration-tags --series --page --axes --palette --to-rgb --min-is-black --lossy --json" ;;
-    preview) echo "--help --z --c --t --montage --max-size --range $input --overwrite --quiet" ;;
+    preview) echo "--help --z --c --t --montage --columns --step --projection --max-size --max-bytes --range $input --overwrite --quiet" ;;
     stats) echo "--help --by --percentiles --histogram --json --csv $input --threads --quiet" ;;
     compare) echo "--help --tolerance --strict --json $input --threads --quiet" ;;
     project) echo "--help --along --by $input $output --calibration-tags" ;;
@@ -42,7 +42,8 @@ _velmo_image_values() {
     --compression) echo 'none lzw deflate' ;;
     --interpolation) echo 'nearest linear cubic' ;;
     --palette) echo 'index rgb' ;;
-    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --max-size | --range | --header | --threads | --directory | --percentiles | --histogram | --tolerance | --region | --pixel-size | --unit | --digits) echo - ;;
+    --projection) echo 'max min mean' ;;
+    --series | --page | --axes | --size | --offset | --size-z | --z | --c | --t | --columns | --step | --max-size | --max-bytes | --range | --header | --threads | --directory | --percentiles | --histogram | --tolerance | --region | --pixel-size | --unit | --digits) echo - ;;
     esac
 }
 

@@ -18,19 +18,6 @@ double getShare(double value, ValueRange const& range) {
 
 } // namespace
 
-ValueRange findRange(std::vector<double> const& values) {
-    ValueRange range = {0, 0};
-    bool bFound = false;
-    for (double const value : values) {
-        if (std::isfinite(value)) {
-            range.low = bFound ? std::min(range.low, value) : value;
-            range.high = bFound ? std::max(range.high, value) : value;
-            bFound = true;
-        }
-    }
-    return range;
-}
-
 std::vector<unsigned char> toGreyLevels(std::vector<double> const& values, ValueRange const& range,
                                         bool bMinIsBlack) {
     std::vector<unsigned char> levels(values.size());

@@ -9,9 +9,6 @@
 
 namespace velmo::tool {
 
-/// The least and the greatest of the finite values; 0 and 0 where there is none.
-ValueRange findRange(std::vector<double> const& values);
-
 /// Levels from 0 (black) to 255, linearly over the range and the other way round without `bMinIsBlack`.
 /// Values outside of the range become the nearer end of it; one that is not a number is black. Over a range
 /// of a single value, that value is its low end.

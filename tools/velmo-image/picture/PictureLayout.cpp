@@ -24,12 +24,15 @@ vlUInt64 shrinkAlike(vlUInt64 otherSize, vlUInt64 size, vlUInt64 shrunk, vlUInt6
 
 } // namespace
 
-PictureLayout layOut(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 nbCells, vlUInt64 maxSize) {
-    auto const columns = static_cast<vlUInt64>(std::ceil(std::sqrt(static_cast<Real>(nbCells))));
+PictureLayout layOut(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 nbCells, vlUInt64 nbColumns, vlUInt64 maxSize) {
+    auto const columns = nbColumns != 0
+                             ? std::min(nbColumns, nbCells)
+                             : static_cast<vlUInt64>(std::ceil(std::sqrt(static_cast<Real>(nbCells))));
     PictureLayout layout = {columns, nbCells / columns + (nbCells % columns != 0 ? 1 : 0), sizeX, sizeY};
-    if (columns > maxSize) {
-        throw WrongUse("a montage of " + std::to_string(nbCells) + " planes does not fit in --max-size " +
-                       std::to_string(maxSize) + "; without --montage one plane is shown");
+    if (layout.columns > maxSize || layout.rows > maxSize) {
+        throw WrongUse("a montage of " + std::to_string(nbCells) + " planes in " + std::to_string(columns) +
+                       " columns does not fit in --max-size " + std::to_string(maxSize) +
+                       "; --step shows fewer, and without --montage one plane is shown");
     }
     Real const width = static_cast<Real>(sizeX) * static_cast<Real>(layout.columns);
     Real const height = static_cast<Real>(sizeY) * static_cast<Real>(layout.rows);

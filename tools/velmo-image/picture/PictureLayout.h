@@ -18,9 +18,10 @@ struct PictureLayout {
     vlUInt64 getHeight() const { return rows * cellHeight; }
 };
 
-/// About as many columns as rows, and cells that keep the shape of planes of `sizeX` by `sizeY` pixels: as
-/// large as these, or smaller so that no side of the picture is longer than `maxSize`. Throws WrongUse where
-/// even cells of one pixel don't fit. No size is 0.
-PictureLayout layOut(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 nbCells, vlUInt64 maxSize);
+/// Cells in at most `nbColumns` columns, or, if that is 0, in about as many columns as rows. The cells keep
+/// the shape of planes of `sizeX` by `sizeY` pixels: as large as these, or smaller so that no side of the
+/// picture is longer than `maxSize`. Throws WrongUse where even cells of one pixel don't fit. No other number
+/// is 0.
+PictureLayout layOut(vlUInt64 sizeX, vlUInt64 sizeY, vlUInt64 nbCells, vlUInt64 nbColumns, vlUInt64 maxSize);
 
 } // namespace velmo::tool

@@ -51,10 +51,6 @@ void convert(eImageBufferType type, std::vector<std::byte> const& bytes, std::ve
     throw WorkFailure("pixels without a type cannot be shown");
 }
 
-bool isLabel(eImageBufferType type) {
-    return type == eIBT_Label8 || type == eIBT_Label16 || type == eIBT_Label32;
-}
-
 /// The first of the `size` source pixels that pixel `index` of `nbShown` stands for; `nbShown` gives the end.
 vlUInt64 getFirstSource(vlUInt64 index, vlUInt64 size, vlUInt64 nbShown) {
     return size / nbShown * index + size % nbShown * index / nbShown;
@@ -64,17 +60,19 @@ vlUInt64 getFirstSource(vlUInt64 index, vlUInt64 size, vlUInt64 nbShown) {
 class CellFiller {
   public:
     CellFiller(ImagePlanGeometry const& plane, PictureCell const& cell, Picture& picture)
-        : _sizeX(plane.getSizeX()), _sizeY(plane.getSizeY()), _bMiddleOnly(isLabel(plane.getBufferType())),
-          _cell(cell), _picture(picture), _ends(cell.width), _sums(cell.width), _counts(cell.width) {
-        for (vlUInt64 column = 0; column < cell.width; ++column) {
-            _ends[column] = getFirstSource(column + 1, _sizeX, cell.width);
+        : _sizeX(plane.getSizeX()), _sizeY(plane.getSizeY()),
+          _nbColumns(cell.orientation.swapsAxes() ? cell.height : cell.width),
+          _nbRows(cell.orientation.swapsAxes() ? cell.width : cell.height), _cell(cell), _picture(picture),
+          _ends(_nbColumns), _sums(_nbColumns), _counts(_nbColumns) {
+        for (vlUInt64 column = 0; column < _nbColumns; ++column) {
+            _ends[column] = getFirstSource(column + 1, _sizeX, _nbColumns);
         }
     }
 
     void take(std::vector<double> const& values) {
         for (std::size_t next = 0; next < values.size();) {
             vlUInt64 const length = std::min<vlUInt64>(values.size() - next, _sizeX - _x);
-            if (!_bMiddleOnly || _y == getMiddle(_row, _sizeY, _cell.height)) {
+            if (!_cell.bNames || _y == getMiddle(_row, _sizeY, _nbRows)) {
                 takePartOfRow(values.data() + next, length);
             }
             next += length;
@@ -95,7 +93,7 @@ class CellFiller {
         for (vlUInt64 index = 0; index < length; ++index) {
             vlUInt64 const x = _x + index;
             _column += x == _ends[_column] ? 1 : 0;
-            bool const bTaken = !_bMiddleOnly || x == getMiddle(_column, _sizeX, _cell.width);
+            bool const bTaken = !_cell.bNames || x == getMiddle(_column, _sizeX, _nbColumns);
             if (bTaken && !std::isnan(values[index])) {
                 _sums[_column] += values[index];
                 _counts[_column] += 1;
@@ -107,12 +105,13 @@ class CellFiller {
         _x = 0;
         _column = 0;
         ++_y;
-        if (_y != getFirstSource(_row + 1, _sizeY, _cell.height)) {
+        if (_y != getFirstSource(_row + 1, _sizeY, _nbRows)) {
             return;
         }
-        for (vlUInt64 column = 0; column < _cell.width; ++column) {
+        for (vlUInt64 column = 0; column < _nbColumns; ++column) {
             if (_counts[column] != 0) {
-                _picture.at(_cell.x + column, _cell.y + _row, _cell.channel) =
+                PixelPlace const place = _cell.orientation.place({column, _row}, _cell.width, _cell.height);
+                _picture.at(_cell.x + place.x, _cell.y + place.y, _cell.channel) =
                     _sums[column] / _counts[column];
             }
         }
@@ -123,7 +122,8 @@ class CellFiller {
 
     vlUInt64 const _sizeX;
     vlUInt64 const _sizeY;
-    bool const _bMiddleOnly;
+    vlUInt64 const _nbColumns; ///< of the cell, as the file is turned
+    vlUInt64 const _nbRows;
     PictureCell const _cell;
     Picture& _picture;
     std::vector<vlUInt64> _ends; ///< of each column, the source pixel behind its last one
@@ -131,7 +131,7 @@ class CellFiller {
     std::vector<double> _counts;
     vlUInt64 _x = 0; ///< of the next pixel
     vlUInt64 _y = 0;
-    vlUInt64 _column = 0; ///< of the cell, of the pixel before it
+    vlUInt64 _column = 0; ///< of the pixel before it
     vlUInt64 _row = 0;
 };
 

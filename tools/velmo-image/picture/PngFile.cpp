@@ -18,33 +18,59 @@ namespace {
     throw WorkFailure("cannot write " + quoted(path.string()) + ": " + reason);
 }
 
+/// The description of a picture for libpng. It holds libpng's state until it is destroyed.
+class PngPicture {
+  public:
+    explicit PngPicture(Bitmap const& bitmap) {
+        _image.version = PNG_IMAGE_VERSION;
+        _image.width = static_cast<png_uint_32>(bitmap.width);
+        _image.height = static_cast<png_uint_32>(bitmap.height);
+        _image.format = bitmap.nbChannels == 1 ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB;
+    }
+    ~PngPicture() { png_image_free(&_image); }
+    PngPicture(PngPicture const&) = delete;
+    PngPicture& operator=(PngPicture const&) = delete;
+
+    png_image* get() { return &_image; }
+
+  private:
+    png_image _image = {};
+};
+
 } // namespace
 
-void writePng(boost::filesystem::path const& path, vlUInt64 width, vlUInt64 height, vlUInt64 nbChannels,
-              std::vector<unsigned char> const& pixels) {
+void writePng(boost::filesystem::path const& path, Bitmap const& bitmap) {
     std::FILE* const pFile = std::fopen(path.c_str(), "wbe");
     if (pFile == nullptr) {
         fail(path, std::strerror(errno));
     }
-    png_image image = {};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(width);
-    image.height = static_cast<png_uint_32>(height);
-    image.format = nbChannels == 1 ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB;
+    PngPicture picture(bitmap);
     errno = 0;
-    bool const bWritten = png_image_write_to_stdio(&image, pFile, 0, pixels.data(), 0, nullptr) != 0;
+    bool const bWritten =
+        png_image_write_to_stdio(picture.get(), pFile, 0, bitmap.pixels.data(), 0, nullptr) != 0;
     int const writeError = std::ferror(pFile) != 0 ? errno : 0; // libpng does not name the system's reason
     int const closeError = std::fclose(pFile) != 0 ? errno : 0;
-    png_image_free(&image);
     if (writeError != 0) {
         fail(path, std::strerror(writeError));
     }
     if (!bWritten) {
-        fail(path, image.message);
+        fail(path, picture.get()->message);
     }
     if (closeError != 0) {
         fail(path, std::strerror(closeError));
     }
+}
+
+std::vector<unsigned char> encodePng(Bitmap const& bitmap) {
+    PngPicture picture(bitmap);
+    png_alloc_size_t nbBytes = PNG_IMAGE_PNG_SIZE_MAX(*picture.get());
+    std::vector<unsigned char> bytes(nbBytes);
+    if (png_image_write_to_memory(picture.get(), bytes.data(), &nbBytes, 0, bitmap.pixels.data(), 0,
+                                  nullptr) == 0) {
+        throw WorkFailure(std::string("cannot encode a picture: ") + picture.get()->message);
+    }
+    bytes.resize(nbBytes);
+    return bytes;
 }
 
 } // namespace velmo::tool

@@ -3,15 +3,16 @@
 
 #pragma once
 
-#include <VELMOUtil/Types.h>
+#include "picture/Bitmap.h"
+
 #include <boost/filesystem/path.hpp>
-#include <vector>
 
 namespace velmo::tool {
 
-/// Writes 8-bit pixels, rows from the top, with one channel as grey and with three as RGB. Throws
-/// WorkFailure.
-void writePng(boost::filesystem::path const& path, vlUInt64 width, vlUInt64 height, vlUInt64 nbChannels,
-              std::vector<unsigned char> const& pixels);
+/// Writes a PNG file. Throws WorkFailure.
+void writePng(boost::filesystem::path const& path, Bitmap const& bitmap);
+
+/// The bytes of a PNG file. Throws WorkFailure.
+std::vector<unsigned char> encodePng(Bitmap const& bitmap);
 
 } // namespace velmo::tool

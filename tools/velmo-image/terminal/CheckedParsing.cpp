@@ -94,10 +94,24 @@ ValueRange parseRange(std::string const& option, std::string const& text) {
     ValueRange range = {0, 0};
     if (fields.size() != 2 || !parseWhole(fields[0], range.low) || !parseWhole(fields[1], range.high) ||
         !std::isfinite(range.low) || !std::isfinite(range.high) || range.low >= range.high) {
-        throw WrongUse(option + " must be LO,HI, two numbers with LO less than HI, such as 0,255, not " +
+        throw WrongUse(option +
+                       " must be LO,HI, two numbers with LO less than HI, such as 0,255, or min,max, not " +
                        quoted(text));
     }
     return range;
+}
+
+vlUInt64 parseBytes(std::string const& option, std::string const& text) {
+    constexpr unsigned int bitsOfStep = 10;
+    std::size_t const suffix = text.empty() ? std::string::npos : std::string("KMG").find(text.back());
+    unsigned int const shift =
+        suffix == std::string::npos ? 0 : bitsOfStep * (static_cast<unsigned int>(suffix) + 1);
+    vlUInt64 number = 0;
+    if (!parseWhole(text.substr(0, text.size() - (shift == 0 ? 0 : 1)), number) ||
+        number > NumericLimits<vlUInt64>::s_max >> shift) {
+        throw WrongUse(option + " must be a number of bytes, such as 500000 or 20M, not " + quoted(text));
+    }
+    return number << shift;
 }
 
 } // namespace velmo::tool

@@ -36,6 +36,8 @@ struct ValueRange {
 };
 /// LO,HI with LO below HI, both finite.
 ValueRange parseRange(std::string const& option, std::string const& text);
+/// A number of bytes, with or without the suffix K, M or G: powers of 1024.
+vlUInt64 parseBytes(std::string const& option, std::string const& text);
 
 template <class Value>
 using Choice = std::pair<char const*, Value>;
