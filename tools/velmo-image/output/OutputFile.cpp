@@ -49,6 +49,7 @@ void require(SystemResult const& result, std::string const& what, fs::path const
 void commitAll(std::vector<OutputTarget> const& targets,
                std::vector<std::unique_ptr<ReplacedFile>> const& files) {
     std::vector<bool> bNew; // before the first file has its name: from there on no memory is allocated
+    bNew.reserve(targets.size());
     for (OutputTarget const& target : targets) {
         bNew.push_back(getType(target.path) == fs::file_not_found);
     }
