@@ -3,13 +3,12 @@
 
 #include "CliFixture.h"
 #include "FaultSample.h"
-#include "FaultShim.h"
+#include "FaultedTool.h"
 #include "ImageBytes.h"
 
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <memory>
 
 namespace velmo::test {
@@ -22,20 +21,6 @@ namespace {
 
 constexpr char const* g_earlier = "an earlier output";
 constexpr long g_mostRuns = 60;
-
-/// A variable of the environment of what is started while it lives.
-class EnvironmentVariable {
-  public:
-    EnvironmentVariable(char const* name, std::string const& value) : _name(name) {
-        setenv(name, value.c_str(), 1);
-    }
-    ~EnvironmentVariable() { unsetenv(_name); }
-    EnvironmentVariable(EnvironmentVariable const&) = delete;
-    EnvironmentVariable& operator=(EnvironmentVariable const&) = delete;
-
-  private:
-    char const* _name;
-};
 
 /// A conversion of the four planes of a sample.
 struct Conversion {
@@ -62,18 +47,15 @@ class ToolFault : public CliTest, public testing::WithParamInterface<Conversion>
     }
 
     std::unique_ptr<ToolProcess> start(unsigned int calls, long at, eFaultMode mode) const {
-        EnvironmentVariable const preload("LD_PRELOAD", VELMO_FAULT_SHIM);
-        EnvironmentVariable const faults("VELMO_FAULTS", std::to_string(calls) + ' ' + std::to_string(at) +
-                                                             ' ' + std::to_string(mode));
-        EnvironmentVariable const count("VELMO_FAULTS_COUNT", (_counts / "count").string());
-        return std::make_unique<ToolProcess>(
+        return _tool.start(
             Arguments{"convert", path(GetParam().input), path(GetParam().output), "--overwrite"} +
-            GetParam().options);
+                GetParam().options,
+            calls, at, mode);
     }
 
     long countCalls(unsigned int calls) const {
         expectDone(convert(calls, 0, eFM_Count));
-        return std::stol(readFile(_counts / "count"));
+        return _tool.getCount();
     }
 
     bool isConverted() const {
@@ -127,7 +109,7 @@ class ToolFault : public CliTest, public testing::WithParamInterface<Conversion>
 
     std::vector<std::string> getNames() const { return {"in.raw", "in.tif", GetParam().output}; }
 
-    TemporaryFolder _counts;
+    FaultedTool _tool;
     std::string const _pixels = readPixels(*makeRawSample().pImage);
 };
 
@@ -190,6 +172,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Conversion{"RawToTiff", "in.raw", "out.tif", raw("70,64,4", "uint16")},
                     Conversion{"RawToLzw", "in.raw", "out.tif",
                                Arguments{"--compression", "lzw"} + raw("70,64,4", "uint16")},
+                    Conversion{
+                        "RawToTiffForImageJ", "in.raw", "out.tif",
+                        Arguments{"--imagej", "--pixel-size", "1,1,1", "--to-type", "int16", "--z", ":"} +
+                            raw("70,64,4", "int16")},
                     Conversion{"TiffToRaw", "in.tif", "out.raw", {}}),
     getName<Conversion>);
 

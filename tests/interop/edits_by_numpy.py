@@ -279,6 +279,43 @@ def check_split():
         run('stack', folder, 'a<INDEX>.tif', path('again.tif'), '--overwrite')
         expect(same(read_pages('again.tif', image.shape), image), 'joined again: %d channels' % channels)
         expect(dict(describe('again.tif'), file='') == dict(describe('in.tif'), file=''), 'description of the joined image')
+    check_split_pairs()
+
+
+def check_split_pairs():
+    """A split of time steps, and each pair of its options."""
+    image = numpy.random.default_rng(4).integers(0, 65536, (3, 2, 6, 5, 7), dtype='u2')
+    write_input('in.tif', image, 'uint16', '--pixel-size', '0.75,1.5,2.5', '--unit', 'mm')
+    options = {name: OPTIONS[name] for name in ('z', 'z one', 'c', 't', 't one', 'region', 'pixel size', 'micrometres', 'type',
+                                                'scaled', 'tags', 'compression', 'threads', 'quiet', 'size')}
+    options.update({'along t': (['--along', 't'], {'along t': True}), 'digits': (['--digits', '4'], {'digits': 4})})
+    for number, names in enumerate(itertools.combinations(options, 2)):
+        what = 'split with ' + ' and '.join(names)
+        folder = path('pair%d' % number)
+        asked = {key: value for name in names for key, value in options[name][1].items()}
+        arguments = [argument for name in names for argument in options[name][0]]
+        result = run('split', path('in.tif'), folder, 'f<INDEX>.tif', *arguments)
+        if is_wrong([name for name in names if name in OPTIONS], asked):
+            expect(result.returncode == 2 and not os.path.exists(folder), what + ' is not refused: ' + result.stderr)
+            continue
+        if not asked.get('along t') and not asked.get('single'):
+            expect(result.returncode == 1 and 'time steps' in result.stderr and not os.path.exists(folder),
+                   what + ' is not refused: ' + result.stderr)
+            continue
+        expect(result.returncode == 0, what + ': ' + result.stderr)
+        rows, columns = asked.get('region', (slice(None), slice(None)))
+        wanted = image[asked.get('t', slice(None))][:, asked.get('c', slice(None))]
+        wanted = wanted[:, :, asked.get('z', slice(None)), rows, columns]
+        if 'type' in asked:
+            wanted, *counts = convert(wanted, asked['type'], asked.get('limits'))
+            expect_counts(result.stderr, counts, what)
+        steps = numpy.split(wanted, wanted.shape[0 if asked.get('along t') else 2], 0 if asked.get('along t') else 2)
+        files = ['f%0*d.tif' % (asked.get('digits', 1), index) for index in range(len(steps))]
+        expect(sorted(os.listdir(folder)) == files, what + ': names')
+        for file, step in zip(files, steps):
+            expect(same(read_pages(os.path.join(folder, file), step.shape), step), '%s: %s' % (what, file))
+        expected = asked.get('calibration', {'x': 0.75, 'y': 1.5, 'z': 2.5 * asked.get('step', 1), 'unit': 'mm'})
+        expect(describe(os.path.join(folder, files[-1]))['calibration'] == expected, what + ': calibration')
 
 
 {'pairs': check_pairs, 'types': check_types, 'imagej': check_imagej_axes, 'split': check_split}[CHECK]()

@@ -89,6 +89,9 @@ std::vector<fs::path> SplitCommand::listFiles(vlUInt64 count) const {
 }
 
 void SplitCommand::warnOfOtherFiles(std::vector<fs::path> const& files) const {
+    if (!fs::exists(_output.getFile())) {
+        return;
+    }
     std::set<fs::path> written;
     for (fs::path const& file : files) {
         written.insert(file.filename());
@@ -113,11 +116,11 @@ void SplitCommand::split(ObservedSource const& source) const {
     vlUInt64 const count = bAlongT ? geometry.getSizeT() : geometry.getSizeZ();
     requireDescriptors(count);
     std::vector<fs::path> const files = listFiles(count);
+    warnOfOtherFiles(files);
     OutputFolder folder(_output.getFile());
     _output.saveAll(
         {files, [&](std::size_t index) { return cutStep(source, bAlongT, index); }, geometry.getNbPixels()});
     folder.keep();
-    warnOfOtherFiles(files);
 }
 
 eExitStatus SplitCommand::run() const {

@@ -48,20 +48,19 @@ void require(SystemResult const& result, std::string const& what, fs::path const
 /// Gives all files their names. If one of them fails, those that replaced nothing are removed again.
 void commitAll(std::vector<OutputTarget> const& targets,
                std::vector<std::unique_ptr<ReplacedFile>> const& files) {
-    std::vector<fs::path> created;
+    std::vector<bool> bNew; // before the first file has its name: from there on no memory is allocated
+    bNew.reserve(targets.size());
+    for (OutputTarget const& target : targets) {
+        bNew.push_back(getType(target.path) == fs::file_not_found);
+    }
     for (std::size_t index = 0; index < targets.size(); ++index) {
-        fs::path const& path = targets[index].path;
-        bool const bNew = getType(path) == fs::file_not_found;
         SystemResult const result = files[index]->commit();
         if (!result) {
             boost::system::error_code ignored;
-            for (fs::path const& earlier : created) {
-                fs::remove(followLinks(earlier), ignored);
+            for (std::size_t earlier = 0; earlier < index; ++earlier) {
+                fs::remove(bNew[earlier] ? followLinks(targets[earlier].path) : fs::path(), ignored);
             }
-            require(result, "write", path);
-        }
-        if (bNew) {
-            created.push_back(path);
+            require(result, "write", targets[index].path);
         }
     }
 }
