@@ -42,15 +42,16 @@ class BinCounts {
     static constexpr unsigned int g_fractionBits = 23;
     static constexpr unsigned int g_lostBits = 9;
     static constexpr std::uint32_t g_pageSize = 1U << (g_fractionBits - g_lostBits);
-    static constexpr std::uint32_t g_nbExponents = 256;
+    static constexpr std::uint32_t g_nbExponents = 256; ///< of each sign
+    static constexpr std::size_t g_nbPages = 512;
 
     vlUInt64* addPage(std::uint32_t exponent) {
         _pages[exponent].resize(g_pageSize);
         return _pages[exponent].data();
     }
 
-    std::array<Page, 2 * g_nbExponents> _pages;         ///< empty ones have no numbers
-    std::array<vlUInt64*, 2 * g_nbExponents> _pPages{}; ///< the counts of the pages, or null
+    std::array<Page, g_nbPages> _pages;         ///< empty ones have no numbers
+    std::array<vlUInt64*, g_nbPages> _pPages{}; ///< the counts of the pages, or null
 };
 
 } // namespace velmo::tool

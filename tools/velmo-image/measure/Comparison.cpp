@@ -38,10 +38,9 @@ double subtract(double a, double b) {
     return bEqual ? 0.0 : b - a;
 }
 
-/// Infinite if there is no difference.
+/// Infinite if there is no difference: NaN is not less than infinity.
 double getDistance(double difference) {
-    double const distance = std::abs(difference);
-    return distance < g_infinity ? distance : g_infinity;
+    return std::min(g_infinity, std::abs(difference));
 }
 
 /// What a part of the pixels adds to a comparison.

@@ -24,7 +24,7 @@ class IntegerSums {
     double getDeviation() const;
 
   private:
-    __extension__ typedef __int128 Wide;
+    __extension__ typedef __int128 Wide; // NOLINT(modernize-use-using): takes no __extension__
 
     vlUInt64 _nb = 0;
     Wide _sum = 0;

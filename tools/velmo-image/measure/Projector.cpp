@@ -31,6 +31,15 @@ using Sum32 = std::conditional_t<std::is_signed_v<Value>, std::int32_t, std::uin
 template <class Value>
 using Sum64 = std::conditional_t<std::is_signed_v<Value>, std::int64_t, std::uint64_t>;
 
+template <class Value>
+bool isNaN(Value value) {
+    if constexpr (std::is_floating_point_v<Value>) {
+        return value != value;
+    } else {
+        return false;
+    }
+}
+
 /// Maximum or minimum.
 template <class Value, bool bMaximum>
 class ExtremeProjector : public Projector {
@@ -49,10 +58,10 @@ class ExtremeProjector : public Projector {
         Value* const pValues = _values.data();
         vlUInt64 const nb = _values.size();
         for (vlUInt64 index = 0; index < nb; ++index) {
-            Value const value = loadValue<Value>(pixels, index);
+            auto const value = loadValue<Value>(pixels, index);
             Value const kept = pValues[index];
             // A NaN that is kept is neither greater nor less than any value.
-            bool const bTaken = (bMaximum ? value > kept : value < kept) || value != value;
+            bool const bTaken = (bMaximum ? value > kept : value < kept) || isNaN(value);
             pValues[index] = bTaken ? value : kept;
         }
     }
