@@ -91,8 +91,9 @@ _velmo_image() {
         _velmo_image_offer "$word" none
     elif [ -z "$names_only" ] && [ "${word#-}" != "$word" ]; then
         values=$(_velmo_image_options "$command")
-    elif [ -z "$command" ]; then
+    elif [ -z "$command" ] || [ "$command:$place" = help:0 ]; then
         values='info convert import preview stack resample match'
+        [ -n "$command" ] || values+=' help'
         _velmo_image_offer "$word" none
     else
         _velmo_image_offer "$word" "$(_velmo_image_place "$command" "$place")"

@@ -3,11 +3,12 @@
 
 #include "terminal/Progress.h"
 
+#include "terminal/Terminal.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace velmo::tool {
@@ -18,14 +19,6 @@ constexpr auto g_delay = std::chrono::seconds(1);
 constexpr auto g_interval = std::chrono::milliseconds(100);
 constexpr std::size_t g_longestBar = 40;
 constexpr std::size_t g_shortestBar = 5;
-constexpr std::size_t g_usualColumns = 80;
-
-/// Of the terminal as it is now; terminals that do not tell are taken for usual ones.
-std::size_t countColumns() {
-    winsize size = {};
-    bool const bTold = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
-    return bTold ? size.ws_col : g_usualColumns;
-}
 
 /// Whether there is a terminal that can erase a line.
 bool canDraw() {
@@ -77,7 +70,8 @@ void Progress::add(vlUInt64 nbPixels) {
 
 void Progress::draw() const {
     double const share = std::min(1.0, static_cast<double>(_nbDone) / static_cast<double>(_nbPixels));
-    std::fputs(("\r" + composeLine(share, countColumns()) + "\x1b[K").c_str(), stderr);
+    std::fputs(("\r" + composeLine(share, findColumns(STDERR_FILENO).value_or(0)) + "\x1b[K").c_str(),
+               stderr);
 }
 
 } // namespace velmo::tool

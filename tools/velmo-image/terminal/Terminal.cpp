@@ -8,11 +8,14 @@
 
 #include <cerrno>
 #include <cstring>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace velmo::tool {
 
 namespace {
+
+constexpr std::size_t g_usualColumns = 80;
 
 /// 0, or the error number of the write that failed; EINTR where an interrupt ended a wait for a reader.
 int writeAll(int descriptor, std::string const& text) {
@@ -29,6 +32,15 @@ int writeAll(int descriptor, std::string const& text) {
 }
 
 } // namespace
+
+std::optional<std::size_t> findColumns(int descriptor) {
+    if (isatty(descriptor) != 1) {
+        return std::nullopt;
+    }
+    winsize size = {};
+    bool const bReported = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return bReported ? size.ws_col : g_usualColumns;
+}
 
 void printOutput(std::string const& text) {
     int const error = writeAll(STDOUT_FILENO, text);
