@@ -62,6 +62,17 @@ TEST_F(ProgressBar, IsAsWideAsTheTerminalHasRoomForAtEachMoment) {
     EXPECT_THAT(result.out, testing::EndsWith("\r\x1b[Kvelmo-image: interrupted\r\n"));
 }
 
+TEST_F(ProgressBar, OfACheckIsRemovedBeforeTheTextOfAFile) {
+    std::string const quick = create("quick.raw", "ABCD");
+    TerminalProcess process(Arguments{"info", "--check", "--threads", "1", createEndless(), quick} +
+                            raw("268435456,1,3", "uint8"));
+    EXPECT_TRUE(process.waitFor(" %"));
+    ToolResult const result = process.wait();
+    EXPECT_EQ(1, result.status); // the second file is too short
+    EXPECT_THAT(result.out, HasSubstr("\r\x1b[K" + path("in.raw") + "\r\n"));
+    EXPECT_THAT(result.out.substr(result.out.find(path("in.raw"))), HasSubstr("\r\nvelmo-image: "));
+}
+
 TEST_F(ProgressBar, IsNotDrawnOnATerminalThatCannotEraseALine) {
     TerminalProcess process(createLongWork(), 80, "dumb");
     EXPECT_TRUE(waitForLongWork(process.getPid()));

@@ -111,6 +111,8 @@ INSTANTIATE_TEST_SUITE_P(
         {"OptionsThatDoNotGoTogether",
          {"preview", "a", "b", "--montage", "--z", "1"},
          {"--z excludes --montage"}},
+        {"TableAndJson", {"info", "a", "--table", "--json"}, {"--json excludes --table"}},
+        wrongOption("NoThreadsOfInfo", {"info", "in.tif"}, "--threads", "0", "from 1 to 1024"),
         {"MatchOfNothing", {"match", "a*"}, {"either names or --directory"}},
         {"MatchOfNamesAndADirectory",
          {"match", "a*", "a1", "--directory", "."},

@@ -8,7 +8,7 @@ _velmo_image_options() {
     local input='--format --size --type --offset --byte-order --directories --pixels'
     local output='--output-format --compression --header --threads --overwrite --quiet'
     case $1 in
-    info) echo "--help --json --check $input" ;;
+    info) echo "--help --json --table --check $input --threads --quiet" ;;
     convert) echo "--help $input $output --calibration-tags" ;;
     import) echo "--help $output --calibration-tags --series --page --axes --palette --to-rgb --min-is-black --lossy --json" ;;
     preview) echo "--help --z --c --t --montage --max-size --range $input --overwrite --quiet" ;;

@@ -95,8 +95,8 @@ file::eTiffDirectoryMode parseDirectoryMode(std::string const& option, std::stri
 void InputOptions::addTo(CommandOptions& options) {
     options.addOption(
         "--format", _format,
-        "raw|tiff|im6: format of the input (default: by extension, .tif and .tiff are tiff, .im6 is im6, "
-        "all others raw)");
+        "raw|tiff|im6: format of the input (default: by content, otherwise by extension, .tif and .tiff are "
+        "tiff, .im6 is im6, all others raw; with --size or --type, by extension)");
     _rawOptions = {
         options.addOption("--size", _size, "X,Y[,Z[,C[,T]]]: dimensions of a raw input"),
         options.addOption("--type", _type,
@@ -113,7 +113,13 @@ void InputOptions::addTo(CommandOptions& options) {
 }
 
 eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
-    return chooseInputFormat(path, _format);
+    eFileFormat const ofName = chooseInputFormat(path, _format);
+    bool const bDescribed = std::any_of(_rawOptions.begin(), _rawOptions.end(),
+                                        [](CommandOption const& option) { return option.isGiven(); });
+    if (!_format.empty() || (ofName == eFileFormat::Raw && bDescribed)) {
+        return ofName;
+    }
+    return findFormatOfContent(path).value_or(ofName);
 }
 
 std::string const* InputOptions::findInput(std::vector<std::string> const& files, eFileFormat format) const {

@@ -43,6 +43,8 @@ class InputOptions {
     /// The options write into this object, which must outlive the parsing.
     void addTo(CommandOptions& options);
 
+    /// That of --format; without it raw, if the options describe a raw file and the extension is that of no
+    /// other format; otherwise that of the content, and, where the content is of none, that of the extension.
     eFileFormat getFormat(boost::filesystem::path const& path) const;
     /// How the options say to read the files, none of which is opened. Throws WrongUse for a wrong value, for
     /// an option that applies to none of the files, and for a raw file without its required options;

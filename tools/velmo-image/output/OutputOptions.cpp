@@ -87,16 +87,8 @@ image::file::eTiffCompression OutputOptions::getCompression() const {
 }
 
 processor::ProcessorDispatchPolicy OutputOptions::getThreads() const {
-    if (_threads.empty()) {
-        return image::file::useAllProcessors();
-    }
-    constexpr vlUInt64 mostThreads = 1024;
-    vlUInt64 const nbThreads = parseNumber("--threads", _threads);
-    if (nbThreads == 0 || nbThreads > mostThreads) {
-        throw WrongUse("--threads must be a number from 1 to " + std::to_string(mostThreads) + ", not " +
-                       quoted(_threads));
-    }
-    return image::file::useThreads(nbThreads);
+    return _threads.empty() ? image::file::useAllProcessors()
+                            : image::file::useThreads(parseThreads("--threads", _threads));
 }
 
 void OutputOptions::requireFit() const {

@@ -17,6 +17,8 @@ namespace velmo::tool {
 // the name as users write it.
 
 vlUInt64 parseNumber(std::string const& option, std::string const& text);
+/// A number of threads, from 1 to 1024.
+vlUInt64 parseThreads(std::string const& option, std::string const& text);
 /// X,Y[,Z[,C[,T]]]: two to five sizes, none of them 0.
 std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& text);
 

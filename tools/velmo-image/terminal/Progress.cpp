@@ -3,6 +3,7 @@
 
 #include "terminal/Progress.h"
 
+#include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
 
 #include <algorithm>
@@ -50,9 +51,21 @@ Progress::Progress(vlUInt64 nbPixels, bool bQuiet)
       _nextDrawing(Clock::now() + g_delay) {}
 
 Progress::~Progress() {
+    erase();
+}
+
+void Progress::erase() {
     if (_bDrawn) {
         std::fputs("\r\x1b[K", stderr);
+        _bDrawn = false;
+        setBarDrawn(false);
     }
+}
+
+void Progress::pauseFor(std::function<void()> const& print) {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    erase();
+    print();
 }
 
 void Progress::add(vlUInt64 nbPixels) {
@@ -62,6 +75,7 @@ void Progress::add(vlUInt64 nbPixels) {
     std::lock_guard<std::mutex> const lock(_mutex);
     _nbDone += nbPixels;
     if (Clock::now() >= _nextDrawing) {
+        setBarDrawn(true);
         draw();
         _bDrawn = true;
         _nextDrawing = Clock::now() + g_interval;

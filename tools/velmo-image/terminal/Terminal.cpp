@@ -6,8 +6,11 @@
 #include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -21,10 +24,15 @@ constexpr std::size_t g_usualColumns = 80;
 int writeAll(int descriptor, std::string const& text) {
     std::size_t done = 0;
     while (done < text.size()) {
-        ssize_t const nbWritten = write(descriptor, text.data() + done, text.size() - done);
+        if (!waitForDescriptor(descriptor, POLLOUT)) {
+            return EINTR;
+        }
+        // A pipe that is ready takes as many without a wait.
+        std::size_t const nbBytes = std::min<std::size_t>(text.size() - done, PIPE_BUF);
+        ssize_t const nbWritten = write(descriptor, text.data() + done, nbBytes);
         if (nbWritten >= 0) {
             done += static_cast<std::size_t>(nbWritten);
-        } else if (errno != EINTR || isInterruptRequested()) {
+        } else if (errno != EINTR && errno != EAGAIN) {
             return errno;
         }
     }
