@@ -16,8 +16,9 @@ ConvertCommand::ConvertCommand(CommandLine& line)
               "  velmo-image convert cells.im6 cells.tif --calibration-tags\n"
               "  velmo-image convert big.raw little.raw --size 512,512,100 --type int16 --byte-order big\n"
               "  velmo-image convert scan.bin planes.raw --size 256,256,64 --type uint16 --offset 348\n"
-              "  velmo-image convert planes.raw scan.bin --size 256,256,64 --type uint16 --header scan.hdr") {
-    getOptions().addArgument("INPUT", _inputFile, "File to read");
+              "  velmo-image convert planes.raw scan.bin --size 256,256,64 --type uint16 --header scan.hdr\n"
+              "  velmo-image convert - brain.tif --size 181,217,181 --type uint8") {
+    getOptions().addArgument("INPUT", _inputFile, "File to read; - reads raw planes from standard input");
     _input.addTo(getOptions());
     _output.addTo(getOptions());
     _output.addCalibrationTagsTo(getOptions());

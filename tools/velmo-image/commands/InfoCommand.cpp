@@ -66,7 +66,8 @@ InfoCommand::InfoCommand(CommandLine& line)
               "  velmo-image info --table brain.tif cells.tif frames.im6\n"
               "  velmo-image info brain.raw --size 181,217,181 --type uint8\n"
               "  velmo-image info --json --check frames.raw --size 640,480,1,3 --type uint8 --offset 512") {
-    getOptions().addArguments("FILE", _files, "Files to describe");
+    getOptions().addArguments("FILE", _files,
+                              "Files to describe; - describes raw planes from standard input");
     CommandOption const json = getOptions().addFlag("--json", _bJson, "Print a JSON document");
     getOptions()
         .addFlag("--table", _bTable, "Print a table with one line for each file; not with --json")

@@ -86,7 +86,7 @@ PreviewCommand::PreviewCommand(CommandLine& line)
               "  velmo-image preview brain.raw planes.png --size 181,217,181 --type uint8 --montage\n"
               "  velmo-image preview heat.raw heat.png --size 640,480 --type real32 --range=-10,40") {
     CommandOptions& options = getOptions();
-    options.addArgument("INPUT", _inputFile, "File to read");
+    options.addArgument("INPUT", _inputFile, "File to read; - reads raw planes from standard input");
     options.addArgument("OUTPUT", _outputFile, "PNG file to write");
     CommandOption const z = options.addOption("--z", _z, "Plane, from 0 (default: the middle one)");
     options.addOption("--c", _c,

@@ -8,6 +8,7 @@
 #include "input/InputOptions.h"
 #include "output/OutputFile.h"
 #include "output/OutputOptions.h"
+#include "output/StreamedOutput.h"
 #include "terminal/Failure.h"
 #include "terminal/Terminal.h"
 
@@ -50,6 +51,9 @@ void SeriesOptions::check(OutputOptions const& output) const {
 }
 
 bool SeriesOptions::isLaterFound(fs::path const& outputFile) const {
+    if (isStandardOutput(outputFile)) {
+        return false;
+    }
     fs::path const target = followLinks(outputFile);
     return isSameFile(_directory, target.has_parent_path() ? target.parent_path() : ".") &&
            !selectSeries({target.filename().string()}, _pattern).files.empty();

@@ -5,8 +5,10 @@
 
 #include "input/Im6Input.h"
 #include "input/InputFile.h"
+#include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 
+#include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOUtil/BaseException.h>
@@ -25,20 +27,46 @@ image::DiskImagePtr openTiffInput(boost::filesystem::path const& path,
     }
 }
 
+vlUInt64 addOffsets(vlUInt64 left, vlUInt64 right) {
+    auto const sum = checkedAdd(left, right);
+    if (!sum) {
+        throw WorkFailure("the offset and the dimensions need more bytes than 64 bits can count");
+    }
+    return *sum;
+}
+
+InputImage openRawInput(boost::filesystem::path const& path, RawDescription const& raw) {
+    boost::filesystem::path const file = toInputPath(path);
+    requireReadable(file);
+    image::ImageGeometryPtr const pGeometry = raw.createGeometry();
+    if (isStreamedInput(path)) {
+        vlUInt64 const nbBytes = pGeometry->getFullMemorySize();
+        addOffsets(raw.offset, nbBytes);
+        auto const pStream = std::make_shared<StreamedInput const>(path, raw.offset, nbBytes);
+        return {eFileFormat::Raw, image::file::openRawImageFile(pStream->getPath(), *pGeometry, 0), 0,
+                raw.bSwapBytes, pStream};
+    }
+    vlUInt64 const offset = addOffsets(raw.offset, getInputPosition(path));
+    return {eFileFormat::Raw, image::file::openRawImageFile(file, *pGeometry, offset), offset, raw.bSwapBytes,
+            nullptr};
+}
+
 } // namespace
 
 InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
                      InputDescription const& description) {
-    if (format == eFileFormat::Tiff) {
-        return {format, openTiffInput(path, description.tiff), 0, false};
+    if (format == eFileFormat::Raw) {
+        return openRawInput(path, description.raw);
     }
-    if (format == eFileFormat::Im6) {
-        return {format, openIm6Input(path), 0, false};
+    if (isStandardInput(path) && isStreamedInput(path)) {
+        throw WorkFailure(
+            "cannot read " + quoted(path.string()) +
+            ": TIFF and Im6 files are read only from a file, a pipe is not seekable; it can have "
+            "raw planes, with --size and --type");
     }
-    requireReadable(path);
-    RawDescription const& raw = description.raw;
-    return {format, image::file::openRawImageFile(path, *raw.createGeometry(), raw.offset), raw.offset,
-            raw.bSwapBytes};
+    boost::filesystem::path const file = toInputPath(path);
+    return {format, format == eFileFormat::Tiff ? openTiffInput(file, description.tiff) : openIm6Input(file),
+            0, false, nullptr};
 }
 
 ObservedSource toSource(InputImage const& input) {

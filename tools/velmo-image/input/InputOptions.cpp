@@ -4,6 +4,7 @@
 #include "input/InputOptions.h"
 
 #include "input/InputFile.h"
+#include "input/StreamedInput.h"
 #include "terminal/CheckedParsing.h"
 
 #include <VELMOImageFile/PixelTypeNames.h>
@@ -119,7 +120,7 @@ eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
     if (!_format.empty() || (ofName == eFileFormat::Raw && bDescribed)) {
         return ofName;
     }
-    return findFormatOfContent(path).value_or(ofName);
+    return findFormatOfContent(toInputPath(path)).value_or(ofName);
 }
 
 std::string const* InputOptions::findInput(std::vector<std::string> const& files, eFileFormat format) const {
@@ -130,7 +131,7 @@ std::string const* InputOptions::findInput(std::vector<std::string> const& files
 
 RawDescription InputOptions::describeRaw(std::string const& file) const {
     if (_size.empty() || _type.empty()) {
-        requireReadable(file);
+        requireReadable(toInputPath(file));
         throw WrongUse(quoted(file) +
                        " is read as a raw file, which needs --size X,Y[,Z[,C[,T]]] and --type TYPE, such "
                        "as --size 181,217,181 --type uint8; for other formats use --format "

@@ -24,6 +24,11 @@ std::optional<vlUInt64> countBytesBehind(InputImage const& input, vlUInt64 offse
 }
 
 Warnings findRawWarnings(InputImage const& input) {
+    if (input.pStream) {
+        return input.pStream->hasSurplus() ? Warnings{"the input is larger than its dimensions: bytes after "
+                                                      "the last plane are ignored"}
+                                           : Warnings();
+    }
     vlUInt64 const nbBytes = input.pImage->getGeometry().getFullMemorySize();
     auto const nbFound = countBytesBehind(input, input.offset);
     if (!nbFound || *nbFound <= nbBytes) {

@@ -42,7 +42,8 @@ class OutputOptions {
     processor::ProcessorDispatchPolicy getThreads() const;
     /// Throws WorkFailure where `save` would refuse the file, before any work is done.
     void requireWritable() const;
-    /// Writes the image plane by plane, with a progress bar, by `writeOutput`; an interrupt stops it.
+    /// Writes the image plane by plane, with a progress bar, by `writeOutput`, or by `writeStream` to the
+    /// standard output or a pipe; an interrupt stops it.
     void save(ObservedSource const& source) const;
     /// The same for images whose files are named by the caller; a failure leaves none of them.
     void saveAll(std::vector<OutputImage> const& images) const;
@@ -53,6 +54,7 @@ class OutputOptions {
     using Writer = std::function<void(boost::filesystem::path const&)>;
 
     eFileFormat getFormat() const;
+    void requireFitOfStream(eFileFormat format) const;
     /// Empty without --calibration-tags. Prints a warning about what the tags cannot hold.
     std::optional<TiffResolution> getResolution(image::DiskImage const& image) const;
     image::file::eTiffCompression getCompression() const;
