@@ -3,6 +3,7 @@
 
 #include "commands/ConvertCommand.h"
 
+#include "commands/DroppedWarnings.h"
 #include "commands/ImportHint.h"
 #include "input/InputWarnings.h"
 #include "terminal/Terminal.h"
@@ -33,6 +34,10 @@ eExitStatus ConvertCommand::run() const {
     auto const convert = [&] {
         InputImage const input = openInput(_inputFile, format, description);
         printWarnings(_inputFile, findWarnings(input));
+        if (format == eFileFormat::Tiff) {
+            printWarnings(_inputFile, findFlattenedWarnings(_inputFile));
+            printWarnings(_inputFile, findDroppedWarnings({_inputFile}, _output.isTiff()));
+        }
         _output.save(toSource(input));
     };
     if (format == eFileFormat::Tiff) {

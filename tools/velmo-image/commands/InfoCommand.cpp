@@ -4,6 +4,7 @@
 #include "commands/InfoCommand.h"
 
 #include "FileExercise.h"
+#include "commands/DroppedWarnings.h"
 #include "commands/FileDescription.h"
 #include "commands/FileTable.h"
 #include "commands/ImportHint.h"
@@ -99,6 +100,10 @@ FileDescription InfoCommand::describe(std::string const& file, InputDescription 
         if (format == eFileFormat::Tiff) {
             std::vector<std::string> const flattened = findFlattenedWarnings(file);
             description.warnings.insert(description.warnings.end(), flattened.begin(), flattened.end());
+        }
+        if (_bCheck && format == eFileFormat::Tiff) {
+            std::vector<std::string> const dropped = findDroppedWarnings({file}, true);
+            description.warnings.insert(description.warnings.end(), dropped.begin(), dropped.end());
         }
         if (_bCheck) {
             description.error = findDamage(file, image, fileProgress);

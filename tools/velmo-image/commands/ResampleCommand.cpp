@@ -80,6 +80,7 @@ eExitStatus ResampleCommand::run() const {
         _series.failWithoutMatch(); // removed since the check
     }
     printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
+    _series.warnOfDroppedParts(_output);
     _output.save({pImage, false, false});
     return eES_Done;
 }

@@ -3,6 +3,7 @@
 
 #include "commands/SeriesOptions.h"
 
+#include "commands/DroppedWarnings.h"
 #include "commands/ImportHint.h"
 #include "input/FileSeries.h"
 #include "input/InputOptions.h"
@@ -48,6 +49,14 @@ void SeriesOptions::check(OutputOptions const& output) const {
         printMessage("warning: " + quoted(output.getFile()) +
                      " is in the input directory and matches the pattern: a later run would read it");
     }
+}
+
+void SeriesOptions::warnOfDroppedParts(OutputOptions const& output) const {
+    std::vector<fs::path> files;
+    for (TiffFileSeries::File const& file : findSeries(_directory, _pattern).files) {
+        files.push_back(file.path);
+    }
+    printWarnings(_directory, findDroppedWarnings(files, output.isTiff()));
 }
 
 bool SeriesOptions::isLaterFound(fs::path const& outputFile) const {
