@@ -5,6 +5,7 @@
 
 #include "input/Im6Input.h"
 #include "input/InputFile.h"
+#include "input/RawFit.h"
 #include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
 
@@ -12,6 +13,7 @@
 #include <VELMOImageFile/RawImageFileUtils.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOUtil/BaseException.h>
+#include <boost/filesystem/operations.hpp>
 
 namespace velmo::tool {
 
@@ -35,6 +37,22 @@ vlUInt64 addOffsets(vlUInt64 left, vlUInt64 right) {
     return *sum;
 }
 
+/// Opens a raw file. The text of a failure ends with options that would fit its size, if there are any.
+image::DiskImagePtr openRawFile(boost::filesystem::path const& file, image::BaseImageGeometry const& geometry,
+                                vlUInt64 offset) {
+    try {
+        return image::file::openRawImageFile(file, geometry, offset);
+    } catch (BaseException const& failure) {
+        boost::system::error_code error;
+        vlUInt64 const size = boost::filesystem::file_size(file, error);
+        std::string const fit = error ? std::string() : proposeFit(geometry, offset, size);
+        if (fit.empty()) {
+            throw;
+        }
+        throw WorkFailure(getFullText(failure) + "\nThe size of the file would fit with " + fit);
+    }
+}
+
 InputImage openRawInput(boost::filesystem::path const& path, RawDescription const& raw) {
     boost::filesystem::path const file = toInputPath(path);
     requireReadable(file);
@@ -47,8 +65,7 @@ InputImage openRawInput(boost::filesystem::path const& path, RawDescription cons
                 raw.bSwapBytes, pStream};
     }
     vlUInt64 const offset = addOffsets(raw.offset, getInputPosition(path));
-    return {eFileFormat::Raw, image::file::openRawImageFile(file, *pGeometry, offset), offset, raw.bSwapBytes,
-            nullptr};
+    return {eFileFormat::Raw, openRawFile(file, *pGeometry, offset), offset, raw.bSwapBytes, nullptr};
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "input/InputWarnings.h"
 
+#include "input/RawFit.h"
 #include "terminal/Interrupt.h"
 
 #include <VELMOImageFile/TiffFileReport.h>
@@ -34,8 +35,10 @@ Warnings findRawWarnings(InputImage const& input) {
     if (!nbFound || *nbFound <= nbBytes) {
         return {};
     }
+    std::string const fit = proposeFit(input.pImage->getGeometry(), input.offset, input.offset + *nbFound);
     return {"the file is larger than its dimensions: " + std::to_string(*nbFound - nbBytes) +
-            " bytes after the last plane are ignored"};
+            " bytes after the last plane are ignored" +
+            (fit.empty() ? "" : "; its size would fit with " + fit)};
 }
 
 Warnings findIm6Warnings(InputImage const& input) {
