@@ -93,7 +93,7 @@ processor::ProcessorDispatchPolicy OutputOptions::getThreads() const {
                             : image::file::useThreads(parseThreads("--threads", _threads));
 }
 
-void OutputOptions::requireFit() const {
+void OutputOptions::requireFit(bool bThreadsCompute) const {
     eFileFormat const format = getFormat();
     if (_format.empty() && hasPictureExtension(_file)) {
         throw WrongUse(quoted(_file) +
@@ -107,7 +107,7 @@ void OutputOptions::requireFit() const {
     if (format == eFileFormat::Raw && !_compression.empty()) {
         throw WrongUse("--compression applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
     }
-    if (format == eFileFormat::Raw && !_threads.empty()) {
+    if (format == eFileFormat::Raw && !_threads.empty() && !bThreadsCompute) {
         throw WrongUse("--threads applies only to TIFF outputs; " + quoted(_file) + " is a raw file");
     }
     if (format == eFileFormat::Raw && _bCalibrationTags) {

@@ -33,7 +33,8 @@ class OutputOptions {
     std::string const& getFile() const { return _file; }
     /// Throws WrongUse where the format cannot be written, the extension is that of a picture and no format
     /// is given, an option does not apply to the format, or the header is the output.
-    void requireFit() const;
+    /// With `bThreadsCompute` --threads applies to a raw output as well.
+    void requireFit(bool bThreadsCompute = false) const;
     /// Throws for a file to read, which `what` names: WorkFailure where it is the output, WrongUse where it
     /// is the header.
     void requireApartFrom(boost::filesystem::path const& input, std::string const& what) const;
@@ -47,6 +48,8 @@ class OutputOptions {
     void save(ObservedSource const& source) const;
     /// The same for images whose files are named by the caller; a failure leaves none of them.
     void saveAll(std::vector<OutputImage> const& images) const;
+    /// Whether --quiet is given.
+    bool isQuiet() const { return _bQuiet; }
     /// Whether the output is a TIFF file.
     bool isTiff() const;
 
