@@ -27,7 +27,8 @@ ConvertCommand::ConvertCommand(CommandLine& line)
 
 eExitStatus ConvertCommand::run() const {
     _output.requireFit();
-    InputDescription const description = _input.describe({_inputFile});
+    InputDescription description = _input.describe({_inputFile});
+    description.bQuiet = _output.isQuiet();
     _output.requireHeaderApartFrom(_inputFile, "the input");
     _output.requireWritable();
     eFileFormat const format = _input.getFormat(_inputFile);

@@ -126,7 +126,8 @@ std::unique_ptr<InfoReport> InfoCommand::createReport() const {
 eExitStatus InfoCommand::run() const {
     vlUInt64 const nbThreads = _threads.empty() ? std::max(1U, std::thread::hardware_concurrency())
                                                 : parseThreads("--threads", _threads);
-    InputDescription const input = _input.describe(_files);
+    InputDescription input = _input.describe(_files);
+    input.bQuiet = true; // the bar of all files is shown
     std::unique_ptr<InfoReport> const pReport = createReport();
     eExitStatus status = eES_Done;
     {

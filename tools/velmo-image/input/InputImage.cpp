@@ -53,14 +53,16 @@ image::DiskImagePtr openRawFile(boost::filesystem::path const& file, image::Base
     }
 }
 
-InputImage openRawInput(boost::filesystem::path const& path, RawDescription const& raw) {
+InputImage openRawInput(boost::filesystem::path const& path, InputDescription const& description) {
+    RawDescription const& raw = description.raw;
     boost::filesystem::path const file = toInputPath(path);
     requireReadable(file);
     image::ImageGeometryPtr const pGeometry = raw.createGeometry();
     if (isStreamedInput(path)) {
         vlUInt64 const nbBytes = pGeometry->getFullMemorySize();
         addOffsets(raw.offset, nbBytes);
-        auto const pStream = std::make_shared<StreamedInput const>(path, raw.offset, nbBytes);
+        auto const pStream =
+            std::make_shared<StreamedInput const>(path, raw.offset, nbBytes, description.bQuiet);
         return {eFileFormat::Raw, image::file::openRawImageFile(pStream->getPath(), *pGeometry, 0), 0,
                 raw.bSwapBytes, pStream};
     }
@@ -73,7 +75,7 @@ InputImage openRawInput(boost::filesystem::path const& path, RawDescription cons
 InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
                      InputDescription const& description) {
     if (format == eFileFormat::Raw) {
-        return openRawInput(path, description.raw);
+        return openRawInput(path, description);
     }
     if (isStandardInput(path) && isStreamedInput(path)) {
         throw WorkFailure(

@@ -152,7 +152,7 @@ InputDescription InputOptions::describe(std::vector<std::string> const& files) c
     file::TiffReadOptions tiff;
     tiff.directories = parseDirectoryMode("--directories", _directories);
     tiff.pixels = parseBufferMode(_pixels);
-    return {pRaw != nullptr ? describeRaw(*pRaw) : RawDescription{{}, eIBT_None, 0, false}, tiff};
+    return {pRaw != nullptr ? describeRaw(*pRaw) : RawDescription{{}, eIBT_None, 0, false}, tiff, false};
 }
 
 } // namespace velmo::tool

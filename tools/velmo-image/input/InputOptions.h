@@ -28,6 +28,7 @@ struct RawDescription {
 struct InputDescription {
     RawDescription raw; ///< without sizes where no input is raw
     image::file::TiffReadOptions tiff;
+    bool bQuiet = false; ///< whether the reading of a pipe hides its progress
 };
 
 /// The option --pixels, which writes into `value`; `what` names the inputs in its description.

@@ -5,6 +5,7 @@
 
 #include "terminal/Failure.h"
 #include "terminal/Interrupt.h"
+#include "terminal/Progress.h"
 
 #include <VELMOBase/TransferAll.h>
 #include <algorithm>
@@ -132,10 +133,12 @@ vlUInt64 getInputPosition(boost::filesystem::path const& path) {
     return position > 0 ? static_cast<vlUInt64>(position) : 0;
 }
 
-StreamedInput::StreamedInput(boost::filesystem::path const& path, vlUInt64 nbSkipped, vlUInt64 nbBytes) {
+StreamedInput::StreamedInput(boost::filesystem::path const& path, vlUInt64 nbSkipped, vlUInt64 nbBytes,
+                             bool bQuiet) {
     Descriptor const stream(openStream(path));
     Descriptor const file(createNamelessFile());
     std::vector<char> buffer(g_pieceSize);
+    Progress progress(nbSkipped + nbBytes, bQuiet);
     for (vlUInt64 done = 0; done < nbSkipped + nbBytes;) {
         bool const bSkips = done < nbSkipped;
         vlUInt64 const nbLeft = (bSkips ? nbSkipped : nbSkipped + nbBytes) - done;
@@ -147,6 +150,7 @@ StreamedInput::StreamedInput(boost::filesystem::path const& path, vlUInt64 nbSki
         }
         store(file.get(), buffer, bSkips ? 0 : nbRead);
         done += nbRead;
+        progress.add(nbRead);
     }
     _bSurplus = readSome(stream.get(), path, buffer, 1) != 0;
     _file = fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);

@@ -25,7 +25,8 @@ class StreamedInput {
     /// Reads `nbSkipped` bytes, which are not stored, and `nbBytes` more. Waits for the writer of a pipe.
     /// Throws WorkFailure if the input ends before, for a terminal, and if there is no room for the file;
     /// Interrupted after a request.
-    StreamedInput(boost::filesystem::path const& path, vlUInt64 nbSkipped, vlUInt64 nbBytes);
+    /// A progress bar is shown unless `bQuiet`.
+    StreamedInput(boost::filesystem::path const& path, vlUInt64 nbSkipped, vlUInt64 nbBytes, bool bQuiet);
     ~StreamedInput();
     StreamedInput(StreamedInput const&) = delete;
     StreamedInput& operator=(StreamedInput const&) = delete;
