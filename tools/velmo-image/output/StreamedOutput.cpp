@@ -24,9 +24,9 @@ namespace {
 /// Bytes that are read from the image at a time.
 constexpr vlUInt64 g_runSize = vlUInt64{4} << 20;
 
-bool isPipe(int descriptor) {
+mode_t getMode(int descriptor) {
     struct stat state = {};
-    return fstat(descriptor, &state) == 0 && S_ISFIFO(state.st_mode);
+    return fstat(descriptor, &state) == 0 ? state.st_mode : 0;
 }
 
 /// A descriptor that is written to. A pipe gets one of its own that does not block, so that an interrupt ends
@@ -38,13 +38,13 @@ class Stream {
             _descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC); // waits for a reader
             throwIfInterrupted();
             _bBlocks = _descriptor >= 0 && fcntl(_descriptor, F_SETFL, O_WRONLY | O_NONBLOCK) != 0;
-        } else if (isPipe(STDOUT_FILENO)) {
+        } else if (S_ISFIFO(getMode(STDOUT_FILENO))) {
             _descriptor = open("/proc/self/fd/1", O_WRONLY | O_CLOEXEC | O_NONBLOCK);
             _bBlocks = false;
         }
         if (_descriptor < 0 && isStandardOutput(path)) {
             _descriptor = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-            _bBlocks = true;
+            _bBlocks = !S_ISREG(getMode(STDOUT_FILENO));
         }
         if (_descriptor < 0) {
             failAt("write", _path, errno);
@@ -131,9 +131,7 @@ boost::filesystem::path getOutputFile(boost::filesystem::path const& path) {
     if (!isStandardOutput(path)) {
         return path;
     }
-    struct stat state = {};
-    bool const bFile = fstat(STDOUT_FILENO, &state) == 0 && S_ISREG(state.st_mode);
-    return bFile ? "/proc/self/fd/1" : "";
+    return S_ISREG(getMode(STDOUT_FILENO)) ? "/proc/self/fd/1" : "";
 }
 
 void writeStream(boost::filesystem::path const& path, std::string const& header,

@@ -1,11 +1,10 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "SeriesFixture.h"
+#include "PipeFixture.h"
 
 #include <array>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -59,114 +58,7 @@ class StandardInput {
     int const _earlier;
 };
 
-class Pipe : public SeriesFixture {
-  protected:
-    /// Lines of bash, in the folder of the test; $tool is the tool.
-    ToolResult runScript(std::string const& script) const {
-        create("script", "set -o pipefail\ntool='" VELMO_IMAGE_TOOL "'\ncd '" + _folder.getPath().string() +
-                             "'\n" + script + '\n');
-        int const status = std::system(("bash --norc '" + path("script") + "' >'" + path("script.out") +
-                                        "' 2>'" + path("script.err") + "' </dev/null")
-                                           .c_str());
-        ToolResult const result = {WEXITSTATUS(status), 0, read("script.out"), read("script.err")};
-        for (char const* const name : {"script", "script.out", "script.err"}) {
-            boost::filesystem::remove(_folder / name);
-        }
-        return result;
-    }
-
-    void writeInput(std::string const& pixels) const {
-        TiffPage one = page(pixels);
-        writeTiff(_folder / "in.tif", {one, one});
-    }
-};
-
-std::string const g_raw = " --size 2,2,2 --type uint8 ";
-
 } // namespace
-
-TEST_F(Pipe, RawPlanesComeFromStandardInputUnderEachOfItsNames) {
-    create("in.raw", "ABCDEFGH");
-    for (char const* const name : {"-", "/dev/stdin", "/dev/fd/0"}) {
-        SCOPED_TRACE(name);
-        std::string const line = std::string(" | $tool convert ") + name + " out.raw --overwrite" + g_raw;
-        expectDone(runScript("cat in.raw" + line));
-        EXPECT_EQ("ABCDEFGH", read("out.raw"));
-        expectDone(runScript("(printf AB; sleep 0.1; printf CDEF; sleep 0.1; printf GH)" + line));
-        EXPECT_EQ("ABCDEFGH", read("out.raw"));
-    }
-    expectDone(runScript("$tool convert <(cat in.raw) out.raw --overwrite" + g_raw));
-    EXPECT_EQ("ABCDEFGH", read("out.raw"));
-    expectDone(runScript("cat in.raw | $tool convert - out.tif" + g_raw));
-    EXPECT_EQ("EFGH", readTiff(path("out.tif")).at(1).pixels);
-    expectDone(runScript("cat in.raw | $tool preview - out.png" + g_raw));
-    ToolResult const described = runScript("cat in.raw | $tool info --check -" + g_raw);
-    expectDone(described);
-    EXPECT_THAT(described.out, hasWords("-\n  format      raw\n", "X 2, Y 2, Z 2"));
-}
-
-TEST_F(Pipe, AnOffsetAndAByteOrderApplyToStandardInput) {
-    create("in.raw", "headA1B2");
-    expectDone(runScript(
-        "cat in.raw | $tool convert - out.raw --size 2,1 --type uint16 --offset 4 --byte-order big"));
-    EXPECT_EQ("1A2B", read("out.raw"));
-}
-
-TEST_F(Pipe, AStandardInputThatIsAFileIsReadFromItsPosition) {
-    create("in.raw", "headABCDEFGH");
-    expectDone(runScript("(head -c 4 >/dev/null; $tool convert - out.raw" + g_raw + ") <in.raw"));
-    // what head reads ahead it gives back to a file
-    EXPECT_EQ("ABCDEFGH", read("out.raw"));
-    writeInput("abcdef");
-    EXPECT_THAT(runScript("$tool info - <in.tif").out, HasSubstr("format      tiff"));
-}
-
-TEST_F(Pipe, AShortInputIsAnErrorThatSaysHowManyBytesCame) {
-    for (char const* const command : {"convert - out.raw", "info -", "preview - out.png"}) {
-        ToolResult const result = runScript("printf ABCDE | $tool " + (command + g_raw) + "--offset 1");
-        expectFailure(result, 1, "\"-\"", "after 5 of 9 bytes");
-    }
-    expectFailure(runScript("$tool info - --size 2,2 --type uint8"), 1, "after 0 of 4 bytes");
-    EXPECT_EQ(std::vector<std::string>{"s"}, list());
-}
-
-TEST_F(Pipe, ALongerInputIsWarnedOfAndNotReadToItsEnd) {
-    expectWarning(runScript("printf ABCDEFGHI | $tool convert - out.raw" + g_raw), "\"-\"", "larger",
-                  "after the last plane");
-    EXPECT_EQ("ABCDEFGH", read("out.raw"));
-    expectWarning(runScript("set +o pipefail; yes | $tool convert - out.raw --overwrite" + g_raw), "larger");
-    EXPECT_EQ("y\ny\ny\ny\n", read("out.raw"));
-}
-
-TEST_F(Pipe, StandardInputNeedsDimensionsAndRawPlanes) {
-    expectFailure(runScript("printf ABCD | $tool info -"), 2, "\"-\"", "--size", "--type");
-    writeInput("abcdef");
-    expectFailure(runScript("cat in.tif | $tool info - --format tiff"), 1, "\"-\"", "not seekable");
-    TerminalProcess process(Arguments{"info", "-"} + raw("1,1", "uint8"));
-    ToolResult const result = process.wait();
-    EXPECT_EQ(1, result.status);
-    EXPECT_THAT(result.out, hasWords("terminal", "redirect"));
-}
-
-TEST_F(Pipe, AFileOfThatNameIsGivenWithItsFolder) {
-    create("-", "ABCDEFGH");
-    expectDone(runScript("$tool convert ./- ./out.raw" + g_raw));
-    EXPECT_EQ("ABCDEFGH", read("out.raw"));
-    expectDone(runScript("$tool convert out.raw ./- --overwrite" + g_raw));
-    EXPECT_EQ("ABCDEFGH", read("-"));
-}
-
-TEST_F(Pipe, TheTemporaryFileIsInTheFolderOfTheUser) {
-    create("in.raw", "ABCDEFGH");
-    boost::filesystem::create_directory(_folder / "tmp");
-    expectDone(runScript("cat in.raw | TMPDIR=tmp $tool convert - out.raw" + g_raw));
-    EXPECT_TRUE(boost::filesystem::is_empty(_folder / "tmp"));
-    expectFailure(runScript("cat in.raw | TMPDIR=none $tool convert - out.raw --overwrite" + g_raw), 1,
-                  "\"none\"", "No such file or directory", "TMPDIR");
-    expectFailure(
-        runScript("head -c 10000 /dev/zero | (ulimit -f 1; $tool info - --size 100,100 --type uint8)"), 1,
-        "temporary file", "File too large");
-}
 
 TEST_F(Pipe, RawPlanesGoToStandardOutputUnderEachOfItsNames) {
     writeInput("abcdef");
