@@ -178,6 +178,16 @@ BoolResult resampleRun(BaseImage const& source, PlanePositions const& positions,
     return result;
 }
 
+/// A thread has four planes in memory. As many threads as are useful are fewer than the processors if these
+/// planes would be more than 4 % of the result.
+vlUInt64 getUsefulThreads(processor::ProcessorDispatchPolicy const& policy,
+                          BaseImageGeometry const& geometry) {
+    constexpr vlUInt64 nbPlanesForThread = 100;
+    return policy.isDefault()
+               ? std::clamp<vlUInt64>(geometry.getNbPlans() / nbPlanesForThread, 1, policy.getNbThreads())
+               : policy.getNbThreads();
+}
+
 BoolResult resample(BaseImage const& source, PlanePositions const& positions,
                     attr::eInterpolationPolicy policy, vlUInt64 nbThreads, BaseImage& target) {
     BaseImageGeometry const& geometry = target.getGeometry();
@@ -260,7 +270,7 @@ BoolResult ResampleCustomZStack3dImgLvl1::runDerived() {
     if (result) {
         pTarget->setGeometricCalibration(_pSource->getGeometricCalibrationConstPtr());
         result = resample(*_pSource, PlanePositions(_pSteps->getSteps()), _policy,
-                          getDispatchPolicy().getNbThreads(), *pTarget);
+                          getUsefulThreads(getDispatchPolicy(), *pGeometry), *pTarget);
     }
     if (result) {
         _pTarget = pTarget;

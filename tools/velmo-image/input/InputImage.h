@@ -17,7 +17,8 @@ struct InputImage {
     image::DiskImagePtr pImage; ///< as the file gives it: bytes not yet swapped
     vlUInt64 offset;            ///< of a raw file: bytes before the first plane
     bool bSwapBytes;
-    std::shared_ptr<StreamedInput const> pStream; ///< the file of `pImage`; null unless a pipe was read
+    std::shared_ptr<StreamedInput const> pStream =
+        nullptr; ///< the file of `pImage`; null unless a pipe was read
 };
 
 /// Opens a file; "-" is the standard input. A pipe is read to the last pixel first. Throws the errors of the
