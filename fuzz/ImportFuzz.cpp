@@ -5,6 +5,7 @@
 #include "FuzzTarget.h"
 #include "Sandbox.h"
 
+#include <DroppedParts.h>
 #include <ImportTiff.h>
 #include <VELMOImage/DiskImage.h>
 #include <VELMOImage/ImageGeometry.h>
@@ -74,6 +75,7 @@ void importAndRead(std::string const& bytes, importer::ImportOptions const& opti
         return; // such as a geometry whose size overflows 64 bits
     }
     static_cast<void>(importer::findFlattenedAxes(path));
+    static_cast<void>(importer::findDroppedParts(path));
 }
 
 } // namespace

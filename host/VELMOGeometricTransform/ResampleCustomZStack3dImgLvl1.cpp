@@ -3,7 +3,9 @@
 
 #include "VELMOGeometricTransform/ResampleCustomZStack3dImgLvl1.h"
 
+#include "VELMOBase/CheckedArithmetic.h"
 #include "VELMOBase/PageBuffer.h"
+#include "VELMOBase/ParallelRun.h"
 #include "VELMOBaseProcessing/VELMOBaseProcessingLog.h"
 #include "VELMOGeometricTransform/detail/PlaneBlend.h"
 #include "VELMOGeometricTransform/detail/PlaneWeights.h"
@@ -127,26 +129,75 @@ BoolResult blendPlane(PlaneWindow& window, PlaneWeights const& weights, BaseImag
     return result;
 }
 
+/// Consecutive planes of one channel and time step of the result.
+struct PlaneRun {
+    vlUInt64 firstZ;
+    vlUInt64 endZ;
+    vlUInt64 c;
+    vlUInt64 t;
+};
+
+/// The planes of the result in runs, in the order in which one thread makes them.
+class PlaneRuns {
+  public:
+    PlaneRuns(BaseImageGeometry const& geometry, vlUInt64 nbThreads)
+        : _geometry(geometry),
+          _length(nbThreads == 1 ? geometry.getSizeZ()
+                                 : std::max(g_fewestPlanes, divideUp(geometry.getSizeZ(), 2 * nbThreads))),
+          _nbOfChannel(divideUp(geometry.getSizeZ(), _length)) {}
+
+    vlUInt64 getNb() const { return _nbOfChannel * _geometry.getSizeC() * _geometry.getSizeT(); }
+    PlaneRun get(vlUInt64 number) const {
+        vlUInt64 const firstZ = number % _nbOfChannel * _length;
+        vlUInt64 const channel = number / _nbOfChannel;
+        return {firstZ, std::min(firstZ + _length, _geometry.getSizeZ()), channel % _geometry.getSizeC(),
+                channel / _geometry.getSizeC()};
+    }
+
+  private:
+    /// Each run reads up to three planes that its neighbours read as well.
+    static constexpr vlUInt64 g_fewestPlanes = 8;
+
+    BaseImageGeometry const& _geometry;
+    vlUInt64 const _length;
+    vlUInt64 const _nbOfChannel;
+};
+
+BoolResult resampleRun(BaseImage const& source, PlanePositions const& positions,
+                       attr::eInterpolationPolicy policy, PlaneRun const& run, BaseImage& target) {
+    BaseImageGeometry const& geometry = target.getGeometry();
+    bool const bBlendable = isBlendable(geometry.getPlanGeometry(run.t).getBufferType());
+    PlaneWindow window(source, run.c, run.t);
+    BoolResult result = success();
+    for (vlUInt64 z = run.firstZ; result && z < run.endZ; ++z) {
+        PlaneWeights const weights =
+            positions.weigh(z, geometry.getSizeZ(), bBlendable ? policy : attr::eIP_Nearest);
+        auto* const pTarget = static_cast<std::byte*>(target.accessPlan(z, run.c, run.t));
+        result = blendPlane(window, weights, geometry, run.t, pTarget);
+    }
+    return result;
+}
+
+/// A thread has four planes in memory. As many threads as are useful are fewer than the processors if these
+/// planes would be more than 4 % of the result.
+vlUInt64 getUsefulThreads(processor::ProcessorDispatchPolicy const& policy,
+                          BaseImageGeometry const& geometry) {
+    constexpr vlUInt64 nbPlanesForThread = 100;
+    return policy.isDefault()
+               ? std::clamp<vlUInt64>(geometry.getNbPlans() / nbPlanesForThread, 1, policy.getNbThreads())
+               : policy.getNbThreads();
+}
+
 BoolResult resample(BaseImage const& source, PlanePositions const& positions,
-                    attr::eInterpolationPolicy policy, BaseImage& target) {
+                    attr::eInterpolationPolicy policy, vlUInt64 nbThreads, BaseImage& target) {
     BaseImageGeometry const& geometry = target.getGeometry();
     if (geometry.getFullMemorySize() == 0) {
         return success();
     }
-    BoolResult result = success();
-    for (vlUInt64 t = 0; result && t < geometry.getSizeT(); ++t) {
-        bool const bBlendable = isBlendable(geometry.getPlanGeometry(t).getBufferType());
-        for (vlUInt64 c = 0; result && c < geometry.getSizeC(); ++c) {
-            PlaneWindow window(source, c, t);
-            for (vlUInt64 z = 0; result && z < geometry.getSizeZ(); ++z) {
-                PlaneWeights const weights =
-                    positions.weigh(z, geometry.getSizeZ(), bBlendable ? policy : attr::eIP_Nearest);
-                auto* const pTarget = static_cast<std::byte*>(target.accessPlan(z, c, t));
-                result = blendPlane(window, weights, geometry, t, pTarget);
-            }
-        }
-    }
-    return result;
+    PlaneRuns const runs(geometry, nbThreads);
+    return runParallel(nbThreads, runs.getNb(), [&](vlUInt64 /*thread*/, vlUInt64 number) {
+        return resampleRun(source, positions, policy, runs.get(number), target);
+    });
 }
 
 } // namespace
@@ -218,7 +269,8 @@ BoolResult ResampleCustomZStack3dImgLvl1::runDerived() {
     BoolResult result = image::ImageFactory::getInstance().createDefaultImage(*pGeometry, pTarget);
     if (result) {
         pTarget->setGeometricCalibration(_pSource->getGeometricCalibrationConstPtr());
-        result = resample(*_pSource, PlanePositions(_pSteps->getSteps()), _policy, *pTarget);
+        result = resample(*_pSource, PlanePositions(_pSteps->getSteps()), _policy,
+                          getUsefulThreads(getDispatchPolicy(), *pGeometry), *pTarget);
     }
     if (result) {
         _pTarget = pTarget;

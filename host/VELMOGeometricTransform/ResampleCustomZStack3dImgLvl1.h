@@ -14,7 +14,9 @@ namespace velmo::imaproc::gtrans {
 ///
 /// The pixel type stays the same: integers are rounded and clamped to their range; labels and binary images
 /// take the nearest plane under every policy. The run creates the result in memory, with the calibration of
-/// the input. At most four planes of the input are in memory at a time. Single-threaded.
+/// the input. Each thread has at most four planes of the input in memory. A run uses the threads of the
+/// dispatch policy, the default policy at most one for 100 planes of the result; they read the input at the
+/// same time. Their number changes neither the pixels nor the error of a failure. Not thread-safe.
 class VELMO_HOST_EXPORT ResampleCustomZStack3dImgLvl1 : public processor::BaseProcessor {
   public:
     /// Throws VELMOBaseProcessingException before `init`, for a null pointer, if the number of steps is not

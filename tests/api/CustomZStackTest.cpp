@@ -110,6 +110,26 @@ TEST_F(CustomZStack, ValuesOnAParabolaAreMetByTheCubicBetweenInnerPlanes) {
     EXPECT_EQ(Values(values.begin() + 1, values.begin() + 5), (Values{100, 400, 900, 1600}));
 }
 
+TEST_F(CustomZStack, OfAnOpenImageIsTheSame) {
+    save({makePart(makeVolume(3, 2), 1), makePart(makeVolume(4, 2), 2), makePart(makeVolume(1, 2), 3)});
+    writeSteps("1\n2\n1\n3\n1\n1\n2\n");
+    ImagePtr const pStack = openTiffImageFiles(_folder, g_numbered, {});
+    for (eInterpolationPolicy const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
+        std::string const pixels = readPixels(*loadStack(40, policy));
+        for (vlUInt64 const nbThreads : {1, 2, 7}) {
+            ImagePtr const pImage =
+                resampleCustomZStack(pStack, getStepsPath(), 40, policy, useThreads(nbThreads));
+            EXPECT_EQ(readPixels(*pImage), pixels) << policy << ' ' << nbThreads;
+        }
+    }
+    writeSteps("1\n");
+    EXPECT_EQ(thrownText<VELMOImageFileException>(
+                  [&] { resampleCustomZStack(pStack, getStepsPath(), 4, eIP_Linear); }),
+              countMismatch(1, 8));
+    writeEvenSteps(8);
+    EXPECT_THROW(resampleCustomZStack({}, getStepsPath(), 4, eIP_Linear), VELMOBaseProcessingException);
+}
+
 // The number of steps
 
 TEST_F(CustomZStack, FilesOf3And4PlanesNeedExactly6Steps) {

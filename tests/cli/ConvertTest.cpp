@@ -155,12 +155,6 @@ TEST_F(Convert, ADeviceIsWrittenTo) {
     EXPECT_TRUE(S_ISCHR(state.st_mode));
 }
 
-TEST_F(Convert, APipeIsRefusedWithTheLibrarysWords) {
-    std::string const input = create("in.raw", "ABCD");
-    ASSERT_EQ(0, mkfifo(path("out.raw").c_str(), 0600));
-    expectFailure(convert(input, "2,2"), 1, path("out.raw"), "\nIllegal seek\n");
-}
-
 TEST_F(Convert, ANewFileHasThePermissionsOfTheMask) {
     std::string const input = create("in.raw", "ABCD");
     mode_t const mask = umask(027);

@@ -110,6 +110,7 @@ TEST_F(StuckOutput, IsGivenUpAfterAnInterrupt) {
                                        {"info", "--json", path("s/a1.tif")},
                                        {"stats", path("s/a1.tif")},
                                        {"compare", path("s/a1.tif"), path("s/a1.tif")},
+                                       {"info", path("s/a1.tif"), path("s/a1.tif"), path("s/a1.tif")},
                                        {"match", "a<INDEX>", "a1"},
                                        {"match", "*", "--directory", path("s")},
                                        {"stack", "--help"}}) {
@@ -125,7 +126,8 @@ TEST_F(StuckOutput, IsGivenUpAfterAnInterrupt) {
 
 TEST_F(StuckOutput, AnInterruptDuringACheckEndsItAtTheNextPlane) {
     create("b.raw", "ABCD");
-    ToolProcess process(Arguments{"info", "--check", path("s/a1.tif"), path("b.raw")} + raw("2,2", "uint8"),
+    ToolProcess process(Arguments{"info", "--check", "--threads", "1", path("s/a1.tif"), path("b.raw")} +
+                            raw("2,2", "uint8"),
                         _ends[1]);
     ASSERT_TRUE(process.waitForSleep());
     SyscallTrace trace(process.getPid());

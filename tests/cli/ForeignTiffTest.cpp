@@ -122,8 +122,9 @@ TEST_F(ForeignTiff, BigEndianStacksGiveNumbersOfThisMachineInEveryCommand) {
         SCOPED_TRACE(name);
         ForeignFile const& file = _files.at(name);
         bool const bChannels = std::string(name) == "tf-imagej-stack-u2-be.tif"; // which are read as planes
-        EXPECT_EQ(bChannels ? 1U : 0U, describe({"--check", file.path.string()}).at("warnings").size());
-        expectDone(convert(file));
+        std::string const warnings = describe({"--check", file.path.string()}).at("warnings").dump();
+        EXPECT_EQ(bChannels, warnings.find("velmo-image import") != std::string::npos) << warnings;
+        EXPECT_EQ(0, convert(file).status);
         std::string const pixels = read("out.raw");
         EXPECT_EQ(file.planes, getChecksums(pixels, file.planes.size()));
 

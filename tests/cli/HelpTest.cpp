@@ -51,7 +51,7 @@ std::vector<std::string> listCommands() {
 }
 
 Names listOptions(std::string const& help) {
-    return toNames(findAll(help, "\n  (?:-h,)?(--[a-z-]+)"));
+    return toNames(findAll(help, "\n  (?:-[hV],)?(--[a-z-]+)"));
 }
 
 /// Options that take one of a few words, and these: "  --name VALUE   a|b|c: ...".
@@ -137,7 +137,10 @@ TEST_F(Help, PatternsInExamplesAreInQuotes) {
 }
 
 TEST_F(Help, TheCompletionOffersEachCommandAndItsOptionsAndNothingElse) {
-    EXPECT_EQ(toNames(listCommands()), complete({""}));
+    Names commands = toNames(listCommands());
+    EXPECT_EQ(commands, complete({"help", ""}));
+    commands.insert("help");
+    EXPECT_EQ(commands, complete({""}));
     EXPECT_EQ(listOptions(readHelp("")), complete({"--"}));
     for (std::string const& command : listCommands()) {
         EXPECT_EQ(listOptions(readHelp(command)), complete({command, "--"})) << command;
@@ -185,7 +188,8 @@ TEST_F(Help, TheManualPageExplainsEachOptionWithItsValues) {
     for (std::string const& command : commands) {
         std::string const help = readHelp(command);
         for (std::string const& option : listOptions(help)) {
-            EXPECT_THAT(page, testing::ContainsRegex("\n\\.TP\n\\.B[IR]? (-h \", \" )?" + option + "[ \n]"))
+            EXPECT_THAT(page,
+                        testing::ContainsRegex("\n\\.TP\n\\.B[IR]? (-[hV] \", \" )?" + option + "[ \n]"))
                 << command;
         }
         for (auto const& [option, values] : listValues(help)) {

@@ -229,6 +229,11 @@ TEST_F(Import, InfoSaysThatAFileIsTiledOrFlattenedWithoutBeingAskedToCheck) {
     std::string const flat = getImportSample("tf-imagej-u2-be.tif");
     EXPECT_THAT(describe({flat}).at("warnings").at(0).get<std::string>(),
                 hasWords("Z 3, C 2, T 2", "velmo-image import " + flat));
+    std::string const ome = getImportSample("tf-ome-le.ome.tif");
+    json const ofOme = describe({ome}).at("warnings");
+    ASSERT_EQ(1U, ofOme.size());
+    EXPECT_THAT(ofOme.at(0).get<std::string>(),
+                hasWords("describes the axes Z", "velmo-image import " + ome));
     EXPECT_EQ(json::array(), describe({getImportSample("pil-u2.tif")}).at("warnings"));
 }
 

@@ -3,6 +3,8 @@
 
 #include "InfoEntries.h"
 
+#include <array>
+
 namespace velmo::test {
 
 using nlohmann::json;
@@ -20,9 +22,9 @@ class Info : public CliTest {
 };
 
 std::vector<std::string> const g_keys = {
-    "file",        "format",         "sizeX", "sizeY",    "sizeZ",      "sizeC",
-    "sizeT",       "pixelType",      "color", "isVolume", "isSequence", "minIsBlack",
-    "calibration", "userProperties", "bytes", "warnings", "error"};
+    "file",       "format",     "sizeX",       "sizeY",          "sizeZ", "sizeC",    "sizeT",
+    "pixelType",  "dtype",      "shape",       "axes",           "type",  "color",    "isVolume",
+    "isSequence", "minIsBlack", "calibration", "userProperties", "bytes", "warnings", "error"};
 
 std::vector<std::string> getKeys(json const& entry) {
     std::vector<std::string> keys;
@@ -45,6 +47,10 @@ TEST_F(Info, TheJsonEntryHasTheGeometryUnderItsKeys) {
                            {"sizeC", 3},
                            {"sizeT", 5},
                            {"pixelType", "uint16"},
+                           {"dtype", "uint16"},
+                           {"shape", {5, 3, 4, 3, 2}},
+                           {"axes", "TCZYX"},
+                           {"type", "number"},
                            {"color", "rgb"},
                            {"isVolume", true},
                            {"isSequence", true},
@@ -66,6 +72,26 @@ TEST_F(Info, EachTypeHasTheNameThatTheOptionTakes) {
             json const entry = describe("10,10", type);
             EXPECT_EQ(type, entry.at("pixelType"));
             EXPECT_EQ(100 * nbBytes, entry.at("bytes")) << type;
+        }
+    }
+}
+
+TEST_F(Info, TheTypeOfNumpyHasTheByteOrderOfTheFileWhereItIsAnother) {
+    std::string const input = create("in.raw", std::string(4096, 'x'));
+    bool const bBig = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
+    for (auto const& [type, name, code, kind] :
+         std::vector<std::array<std::string, 4>>{{"uint8", "uint8", "", "number"},
+                                                 {"binary", "uint8", "", "mask"},
+                                                 {"label8", "uint8", "", "label"},
+                                                 {"int16", "int16", "i2", "number"},
+                                                 {"label16", "uint16", "u2", "label"},
+                                                 {"uint32", "uint32", "u4", "number"},
+                                                 {"real32", "float32", "f4", "number"}}) {
+        for (char const* const order : {"little", "big"}) {
+            bool const bOther = bBig != (order == std::string("big")) && !code.empty();
+            json const entry = test::describe(Arguments{input, "--byte-order", order} + raw("9,9", type));
+            EXPECT_EQ(bOther ? (bBig ? "<" : ">") + code : name, entry.at("dtype")) << type << ' ' << order;
+            EXPECT_EQ(kind, entry.at("type"));
         }
     }
 }

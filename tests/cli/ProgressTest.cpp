@@ -62,6 +62,29 @@ TEST_F(ProgressBar, IsAsWideAsTheTerminalHasRoomForAtEachMoment) {
     EXPECT_THAT(result.out, testing::EndsWith("\r\x1b[Kvelmo-image: interrupted\r\n"));
 }
 
+TEST_F(ProgressBar, OfACheckIsRemovedBeforeTheTextOfAFile) {
+    std::string const quick = create("quick.raw", "ABCD");
+    TerminalProcess process(Arguments{"info", "--check", "--threads", "1", createEndless(), quick} +
+                            raw("268435456,1,3", "uint8"));
+    EXPECT_TRUE(process.waitFor(" %"));
+    ToolResult const result = process.wait();
+    EXPECT_EQ(1, result.status); // the second file is too short
+    EXPECT_THAT(result.out, HasSubstr("\r\x1b[K" + path("in.raw") + "\r\n"));
+    EXPECT_THAT(result.out.substr(result.out.find(path("in.raw"))), HasSubstr("\r\nvelmo-image: "));
+}
+
+TEST_F(ProgressBar, IsDrawnWhileAPipeIsRead) {
+    for (auto const& [option, bDrawn] : {std::pair{" ", true}, {" --quiet ", false}}) {
+        std::string const script =
+            "(head -c 700; sleep 1.5; head -c 300; sleep 0.1) </dev/zero | " VELMO_IMAGE_TOOL " convert - '" +
+            path("out.raw") + "' --overwrite --size 10,100 --type uint8" + option;
+        TerminalProcess process({"--norc", "-c", script}, 80, "xterm", "/bin/bash");
+        ToolResult const result = process.wait();
+        EXPECT_EQ(0, result.status) << result.out;
+        EXPECT_EQ(bDrawn, result.out.find(" %\x1b[K") != std::string::npos) << result.out;
+    }
+}
+
 TEST_F(ProgressBar, IsNotDrawnOnATerminalThatCannotEraseALine) {
     TerminalProcess process(createLongWork(), 80, "dumb");
     EXPECT_TRUE(waitForLongWork(process.getPid()));

@@ -6,6 +6,7 @@
 
 #include <VELMOAttributes/ZSteps.h>
 #include <VELMOSerialization/XmlFile.h>
+#include <csignal>
 
 namespace velmo::test {
 
@@ -145,6 +146,76 @@ TEST_F(Resample, ASizeBeyondTheMemoryIsOneFailureWithBothFigures) {
                 testing::MatchesRegex("velmo-image: [^\n]*6000000000000000[^\n]* [0-9]+[^\n]*\n"));
     EXPECT_THAT(result.err, Not(HasSubstr("OutImg")));
     EXPECT_FALSE(exists("out.raw"));
+}
+
+TEST_F(Resample, TheNumberOfThreadsDoesNotChangeThePlanes) {
+    std::string pixels;
+    std::string steps;
+    for (int plane = 0; plane < 50; ++plane) {
+        pixels += std::string(6, static_cast<char>(plane * 37 % 251));
+        steps += plane == 0 ? "" : std::to_string(1 + plane % 3) + '\n';
+    }
+    put("many.tif", pixels);
+    create("steps.txt", steps);
+    for (char const* const interpolation : {"nearest", "linear", "cubic"}) {
+        std::string once;
+        for (char const* const threads : {"1", "2", "3", "8"}) {
+            expectDone(
+                runTool({"resample", path("s"), "many.tif", path("steps.txt"), path("out.raw"), "--size-z",
+                         "99", "--interpolation", interpolation, "--threads", threads, "--overwrite"}));
+            once = once.empty() ? read("out.raw") : once;
+            EXPECT_EQ(99U * 6, once.size());
+            EXPECT_EQ(once, read("out.raw")) << interpolation << ' ' << threads;
+        }
+    }
+}
+
+TEST_F(Resample, TheFirstPlaneThatCannotBeReadIsNamedByAnyNumberOfThreads) {
+    for (int number = 0; number < 40; ++number) {
+        putPlane("d" + std::to_string(number) + ".tif", number);
+        if (number == 17 || number == 30) { // the strip is behind the end of the file
+            std::string bytes = read("s/d" + std::to_string(number) + ".tif");
+            std::size_t const entry = bytes.find(std::string("\x11\x01\x04\x00\x01\x00\x00\x00", 8));
+            ASSERT_NE(std::string::npos, entry);
+            create("s/d" + std::to_string(number) + ".tif", bytes.replace(entry + 8, 4, "\xff\xff\xff\x0f"));
+        }
+    }
+    std::string steps;
+    for (int step = 1; step < 40; ++step) {
+        steps += "1\n";
+    }
+    create("steps.txt", steps);
+    Arguments const line = {"resample",      path("s"),  "d<INDEX>.tif", path("steps.txt"),
+                            path("out.raw"), "--size-z", "40",           "--threads"};
+    ToolResult const alone = runTool(line + Arguments{"1"});
+    expectFailure(alone, 1, path("s/d17.tif"));
+    for (char const* const threads : {"2", "5"}) {
+        EXPECT_EQ(alone.err, runTool(line + Arguments{threads}).err) << threads;
+    }
+}
+
+TEST_F(Resample, ShowsItsProgressWhileItCalculatesAndIsInterrupted) {
+    TiffPage slow = page("");
+    slow.sizeX = 16;
+    slow.sizeY = 100000;
+    slow.rowsPerStrip = 1;
+    slow.compression = COMPRESSION_LZW;
+    writeTiff(_folder / "s" / "slow.tif", std::vector<TiffPage>(64, slow));
+    std::string steps;
+    for (int step = 1; step < 64; ++step) {
+        steps += "1\n";
+    }
+    create("steps.txt", steps);
+    TerminalProcess process({"resample", path("s"), "slow.tif", path("steps.txt"), path("out.raw"),
+                             "--size-z", "64", "--threads", "1"});
+    EXPECT_TRUE(process.waitFor(" %"));
+    EXPECT_FALSE(exists("out.raw"));
+    EXPECT_EQ((std::vector<std::string>{"s", "steps.txt"}), list()); // nothing is written yet
+    process.send(SIGINT);
+    ToolResult const result = process.wait();
+    EXPECT_EQ(130, result.status);
+    EXPECT_THAT(result.out, testing::EndsWith("\r\x1b[Kvelmo-image: interrupted\r\n"));
+    EXPECT_EQ((std::vector<std::string>{"s", "steps.txt"}), list());
 }
 
 TEST_F(Resample, MoreFilesThanTheSoftLimitOfOpenFilesAreJoined) {

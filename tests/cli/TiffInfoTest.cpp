@@ -98,6 +98,10 @@ TEST_F(TiffInfo, TheEntryOfAForeignVolumeHasItsGeometryAndItsCalibration) {
                            {"sizeC", 1},
                            {"sizeT", 1},
                            {"pixelType", "uint16"},
+                           {"dtype", "uint16"},
+                           {"shape", {1, 1, 5, 2, 3}},
+                           {"axes", "TCZYX"},
+                           {"type", "number"},
                            {"color", "grey"},
                            {"isVolume", true},
                            {"isSequence", false},
@@ -175,6 +179,8 @@ TEST_F(TiffInfo, DirectoriesOfDifferentTypesHaveOneTypeEach) {
     json const entry = describe({page(8), page(16), page(8)});
     EXPECT_EQ(0U, entry.count("bufferType"));
     EXPECT_THAT(entry.at("pixelTypes"), ElementsAre("uint8", "uint16", "uint8"));
+    EXPECT_THAT(entry.at("dtype"), ElementsAre("uint8", "uint16", "uint8"));
+    EXPECT_EQ("number", entry.at("type"));
 }
 
 TEST_F(TiffInfo, AFileIsOpenedForReadingAndStaysAsItIs) {

@@ -24,6 +24,51 @@ TEST_F(Usage, TheVersionIsTold) {
     ToolResult const result = runTool({"--version"});
     expectDone(result);
     EXPECT_THAT(result.out, testing::MatchesRegex("velmo-image [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    ToolResult const shortOption = runTool({"-V"});
+    expectDone(shortOption);
+    EXPECT_EQ(result.out, shortOption.out);
+}
+
+TEST_F(Usage, HelpIsAlsoACommand) {
+    EXPECT_EQ(runTool({"--help"}).out, runTool({"help"}).out);
+    EXPECT_EQ(runTool({"--help"}).out, runTool({"help", "--help"}).out);
+    for (char const* const command : {"info", "convert", "match"}) {
+        ToolResult const result = runTool({"help", command});
+        expectDone(result);
+        EXPECT_EQ(runTool({command, "--help"}).out, result.out);
+    }
+}
+
+TEST_F(Usage, ANameWithADashIsReadAfterTwoDashesAndWithAFolder) {
+    create("-x.raw", "x");
+    std::string const folder = _folder.getPath().string();
+    expectDone(runTool(Arguments{"info"} + raw("1,1", "uint8") + Arguments{"--", "-x.raw"}, folder));
+    expectDone(runTool(Arguments{"info", "./-x.raw"} + raw("1,1", "uint8"), folder));
+}
+
+TEST_F(Usage, TheHelpFitsTheTerminal) {
+    for (unsigned short const nbColumns : std::vector<unsigned short>{40, 60, 80, 100, 200}) {
+        for (Arguments const& arguments : {Arguments{"--help"}, {"convert", "--help"}, {"help", "import"}}) {
+            TerminalProcess process(arguments, nbColumns);
+            ToolResult const result = process.wait();
+            EXPECT_EQ(0, result.status);
+            std::istringstream help(result.out);
+            std::size_t longest = 0;
+            for (std::string line; std::getline(help, line) && line != "Examples:\r";) {
+                longest = std::max(longest, line.size() - 1); // without the carriage return
+            }
+            EXPECT_LE(longest, std::min<std::size_t>(nbColumns, 120)) << result.out;
+            EXPECT_LT(nbColumns > 100 ? 100U : nbColumns * 3U / 4, longest) << result.out;
+        }
+    }
+}
+
+TEST_F(Usage, ATerminalThatDoesNotTellItsWidthIsTakenFor80Columns) {
+    TerminalProcess process({"import", "--help"}, 0);
+    std::istringstream help(process.wait().out);
+    for (std::string line; std::getline(help, line) && line != "Examples:\r";) {
+        EXPECT_LE(line.size(), 81U) << line;
+    }
 }
 
 TEST_F(Usage, TheHelpNamesTheCommandsAndTheExitStatuses) {

@@ -240,6 +240,14 @@ VELMO_IMAGE_FILE_EXPORT ImagePtr loadCustomZStackImageFiles(
     unsigned long outputSizeZ, velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
     std::string const& pattern, TiffReadOptions const& options = {});
 
+/// Resamples the planes of an image in the same way, such as of one that `openTiffImageFiles` opened. The
+/// steps, the result and the errors are those of the call above; a null pointer is an error. `stack` is read
+/// by `threads` at the same time, whole plane by whole plane.
+VELMO_IMAGE_FILE_EXPORT ImagePtr resampleCustomZStack(
+    ImageConstPtr const& stack, boost::filesystem::path const& zStepsFile, unsigned long outputSizeZ,
+    velmo::imaproc::attr::eInterpolationPolicy const& interpolationPolicy,
+    processor::ProcessorDispatchPolicy const& threads = useAllProcessors());
+
 /// The same with `{}` for the default options.
 inline ImagePtr
 loadCustomZStackImageFiles(boost::filesystem::path const& directory,

@@ -100,17 +100,16 @@ void requireCount(RaiseSite const& site, attr::ZSteps const& steps, vlUInt64 nbP
     }
 }
 
-ImagePtr resample(ImagePtr const& pStack, attr::ZStepsConstPtr const& pSteps, vlUInt64 outputSizeZ,
-                  attr::eInterpolationPolicy const& interpolationPolicy) {
-    processor::ProcessorDispatchPolicy policy;
-    policy.initLocal(1);
+ImagePtr resample(ImageConstPtr const& pStack, attr::ZStepsConstPtr const& pSteps, vlUInt64 outputSizeZ,
+                  attr::eInterpolationPolicy const& interpolationPolicy,
+                  processor::ProcessorDispatchPolicy const& threads) {
     auto const pResample = boost::make_shared<imaproc::gtrans::ResampleCustomZStack3dImgLvl1>();
     static_cast<void>(pResample->init(processor::ePRP_Strict)); // cannot fail
     pResample->set<attr::InImg3d>(pStack);
     pResample->set<attr::InZSteps>(pSteps);
     pResample->set<attr::InInterpolationPolicy>(interpolationPolicy);
     pResample->set<attr::InOutputImg3dZSize>(outputSizeZ);
-    pResample->restrictDispatchPolicy(policy);
+    pResample->restrictDispatchPolicy(threads);
     static_cast<void>(pResample->run(processor::eST_Synchronous)); // after a failed run, the next line throws
     return pResample->getStorage<attr::OutImg>();
 }
@@ -118,11 +117,12 @@ ImagePtr resample(ImagePtr const& pStack, attr::ZStepsConstPtr const& pSteps, vl
 ImagePtr loadCustomZStackImageFiles(Paths const& paths, attr::ZStepsConstPtr const& pSteps,
                                     vlUInt64 outputSizeZ,
                                     attr::eInterpolationPolicy const& interpolationPolicy,
-                                    TiffOpenRequest const& request) {
+                                    TiffOpenRequest const& request,
+                                    processor::ProcessorDispatchPolicy const& threads) {
     TiffFolderImage files(paths, request, VELMO_HERE);
     files.compare(TiffFolderImage::eRule::Volume);
     requireCount(VELMO_HERE, *pSteps, files.getNbPlanes());
-    ImagePtr pImage = resample(files.join(), pSteps, outputSizeZ, interpolationPolicy);
+    ImagePtr pImage = resample(files.join(), pSteps, outputSizeZ, interpolationPolicy, threads);
     if (!files.getUserProperties().empty()) {
         pImage->setUserPropertiesStr(files.getUserProperties());
     }
@@ -141,9 +141,9 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     }
     return paths.size() == 1
                ? loadTiffImageFile(paths.front(), eTDM_Volume, bufferMode)
-               : loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, eTiffPolicy::Plain),
-                                            outputSizeZ, interpolationPolicy,
-                                            {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain});
+               : loadCustomZStackImageFiles(
+                     paths, readZStepsFile(zStepsFile, eTiffPolicy::Plain), outputSizeZ, interpolationPolicy,
+                     {eIAM_ReadOnly, eTDM_Volume, bufferMode, eTiffPolicy::Plain}, useThreads(1));
 }
 
 ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
@@ -156,7 +156,20 @@ ImagePtr loadCustomZStackImageFiles(boost::filesystem::path const& directory,
     }
     TiffOpenRequest const request = toRequest(options);
     return loadCustomZStackImageFiles(paths, readZStepsFile(zStepsFile, request.policy), outputSizeZ,
-                                      interpolationPolicy, request);
+                                      interpolationPolicy, request, options.threads);
+}
+
+ImagePtr resampleCustomZStack(ImageConstPtr const& stack, boost::filesystem::path const& zStepsFile,
+                              unsigned long outputSizeZ,
+                              attr::eInterpolationPolicy const& interpolationPolicy,
+                              processor::ProcessorDispatchPolicy const& threads) {
+    attr::ZStepsConstPtr const pSteps = readZStepsFile(zStepsFile, eTiffPolicy::Strict);
+    if (stack) { // the processor raises the lack of one
+        requireCount(VELMO_HERE, *pSteps, stack->getGeometry().getSizeZ());
+    }
+    ImagePtr pImage = resample(stack, pSteps, outputSizeZ, interpolationPolicy, threads);
+    pImage->setUserPropertiesStr(stack->getUserPropertiesStr());
+    return pImage;
 }
 
 } // namespace velmo::image::file

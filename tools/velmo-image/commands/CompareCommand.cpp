@@ -26,7 +26,7 @@ CompareCommand::CompareCommand(CommandLine& line)
                     "the same");
     options.addFlag("--json", _bJson, "Print a JSON document");
     _input.addTo(options);
-    _work.addTo(options);
+    _work.addTo(options, "threads that read and measure");
 }
 
 double CompareCommand::getTolerance() const {
@@ -58,7 +58,7 @@ std::string CompareCommand::suggestImports() const {
 eExitStatus CompareCommand::run() const {
     ComparedFiles files = {_fileA, _fileB, getTolerance(), false, {}, {}, std::nullopt, {}, {}};
     _work.getNbThreads();
-    InputDescription const description = _input.describe({_fileA, _fileB});
+    InputDescription const description = _input.describe({_fileA, _fileB}, _work.isQuiet());
     try {
         compare(description, files);
     } catch (BaseException const& failure) {

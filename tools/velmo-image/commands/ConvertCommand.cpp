@@ -3,8 +3,8 @@
 
 #include "commands/ConvertCommand.h"
 
+#include "commands/DroppedWarnings.h"
 #include "commands/ImportHint.h"
-#include "input/InputWarnings.h"
 #include "terminal/Terminal.h"
 
 namespace velmo::tool {
@@ -19,8 +19,9 @@ ConvertCommand::ConvertCommand(CommandLine& line)
               "  velmo-image convert scan.tif scan-um.tif --pixel-size 0.5,0.5,2 --unit um\n"
               "  velmo-image convert big.raw little.raw --size 512,512,100 --type int16 --byte-order big\n"
               "  velmo-image convert scan.bin planes.raw --size 256,256,64 --type uint16 --offset 348\n"
-              "  velmo-image convert planes.raw scan.bin --size 256,256,64 --type uint16 --header scan.hdr") {
-    getOptions().addArgument("INPUT", _inputFile, "File to read");
+              "  velmo-image convert planes.raw scan.bin --size 256,256,64 --type uint16 --header scan.hdr\n"
+              "  velmo-image convert - brain.tif --size 181,217,181 --type uint8") {
+    getOptions().addArgument("INPUT", _inputFile, "File to read; - reads raw planes from standard input");
     _input.addTo(getOptions());
     _edit.addTo(getOptions());
     _output.addTo(getOptions());
@@ -31,7 +32,7 @@ ConvertCommand::ConvertCommand(CommandLine& line)
 eExitStatus ConvertCommand::run() const {
     _output.requireFit();
     _edit.requireFit();
-    InputDescription const description = _input.describe({_inputFile});
+    InputDescription const description = _input.describe({_inputFile}, _output.isQuiet());
     if (_edit.isGiven()) {
         _output.requireApartFrom(_inputFile, "the input");
     }
@@ -40,7 +41,7 @@ eExitStatus ConvertCommand::run() const {
     eFileFormat const format = _input.getFormat(_inputFile);
     auto const convert = [&] {
         InputImage const input = openInput(_inputFile, format, description);
-        printWarnings(_inputFile, findWarnings(input));
+        warnOfCopy(_inputFile, input, _output.isTiff());
         _output.save(_edit.apply(toSource(input), _inputFile));
         if (std::string const changes = _edit.describeChanges(); !changes.empty()) {
             printWarnings(_output.getFile(), {changes});

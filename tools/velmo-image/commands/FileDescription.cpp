@@ -3,9 +3,13 @@
 
 #include "commands/FileDescription.h"
 
+#include "commands/FileFacts.h"
+
 #include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/PixelTypeNames.h>
-#include <boost/algorithm/string/join.hpp>
+#include <algorithm>
+#include <array>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -27,17 +31,54 @@ bool isHeterogeneous(image::BaseImageGeometry const& geometry) {
     return dynamic_cast<image::HeterogeneousImageGeometry const*>(&geometry) != nullptr;
 }
 
-/// One name; for a heterogeneous geometry one for each of its types.
-std::vector<std::string> getTypeNames(image::BaseImageGeometry const& geometry) {
-    auto const* const pTypes = dynamic_cast<image::HeterogeneousImageGeometry const*>(&geometry);
-    if (pTypes == nullptr) {
-        return {image::file::getPixelTypeName(geometry.getBufferType())};
+constexpr bool g_bMachineIsBig = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
+
+/// The name of numpy for pixels as they lie in the file, or, where the library converts them, in memory. The
+/// byte order is part of the name where it is not that of the machine.
+std::string getNumpyName(std::string const& type, bool bSwapBytes) {
+    constexpr std::array<std::array<char const*, 3>, 11> names = {{{"uint8", "uint8", "u1"},
+                                                                   {"int8", "int8", "i1"},
+                                                                   {"uint16", "uint16", "u2"},
+                                                                   {"int16", "int16", "i2"},
+                                                                   {"uint32", "uint32", "u4"},
+                                                                   {"int32", "int32", "i4"},
+                                                                   {"real32", "float32", "f4"},
+                                                                   {"binary", "uint8", "u1"},
+                                                                   {"label8", "uint8", "u1"},
+                                                                   {"label16", "uint16", "u2"},
+                                                                   {"label32", "uint32", "u4"}}};
+    for (auto const& [pixelType, name, code] : names) {
+        if (type == pixelType) {
+            bool const bOrder = bSwapBytes && code[1] != '1';
+            return bOrder ? std::string(g_bMachineIsBig ? "<" : ">") + code : name;
+        }
     }
-    std::vector<std::string> names;
-    for (image::eImageBufferType const type : pTypes->getBufferTypes()) {
-        names.push_back(image::file::getPixelTypeName(type));
+    return {};
+}
+
+/// What pixels of a type are: "number", "mask" or "label".
+std::string getKindOfPixels(std::string const& type) {
+    return type == "binary" ? "mask" : type.compare(0, 5, "label") == 0 ? "label" : "number";
+}
+
+/// Of several equal words the first, of others all of them.
+ordered_json toOneOrAll(std::vector<std::string> const& words) {
+    bool const bEqual = std::adjacent_find(words.begin(), words.end(), std::not_equal_to<>()) == words.end();
+    return bEqual ? ordered_json(words.front()) : ordered_json(words);
+}
+
+void putNumpy(image::BaseImageGeometry const& geometry, bool bSwapBytes, ordered_json& entry) {
+    std::vector<std::string> dtypes;
+    std::vector<std::string> kinds;
+    for (std::string const& type : getTypeNames(geometry)) {
+        dtypes.push_back(getNumpyName(type, bSwapBytes));
+        kinds.push_back(getKindOfPixels(type));
     }
-    return names;
+    entry["dtype"] = toOneOrAll(dtypes);
+    entry["shape"] = {geometry.getSizeT(), geometry.getSizeC(), geometry.getSizeZ(), geometry.getSizeY(),
+                      geometry.getSizeX()};
+    entry["axes"] = "TCZYX";
+    entry["type"] = toOneOrAll(kinds);
 }
 
 ordered_json toJson(image::GeometricCalibrationConstPtr const& pCalibration) {
@@ -50,7 +91,7 @@ ordered_json toJson(image::GeometricCalibrationConstPtr const& pCalibration) {
             {"unit", pCalibration->getUnit()}};
 }
 
-void putImage(image::BaseImage const& image, ordered_json& entry) {
+void putImage(image::BaseImage const& image, bool bSwapBytes, ordered_json& entry) {
     image::BaseImageGeometry const& geometry = image.getGeometry();
     entry["sizeX"] = geometry.getSizeX();
     entry["sizeY"] = geometry.getSizeY();
@@ -62,6 +103,7 @@ void putImage(image::BaseImage const& image, ordered_json& entry) {
     } else {
         entry["pixelType"] = getTypeNames(geometry).front();
     }
+    putNumpy(geometry, bSwapBytes, entry);
     entry["color"] = image::file::getColorName(geometry.getColorGeometryType());
     entry["isVolume"] = isVolume(geometry);
     entry["isSequence"] = isSequence(geometry);
@@ -73,8 +115,8 @@ void putImage(image::BaseImage const& image, ordered_json& entry) {
 
 void putNothing(ordered_json& entry) {
     for (char const* const key :
-         {"sizeX", "sizeY", "sizeZ", "sizeC", "sizeT", "pixelType", "color", "isVolume", "isSequence",
-          "minIsBlack", "calibration", "userProperties", "bytes"}) {
+         {"sizeX", "sizeY", "sizeZ", "sizeC", "sizeT", "pixelType", "dtype", "shape", "axes", "type", "color",
+          "isVolume", "isSequence", "minIsBlack", "calibration", "userProperties", "bytes"}) {
         entry[key] = nullptr;
     }
 }
@@ -84,40 +126,12 @@ std::ostream& line(std::ostream& text, std::string const& label) {
     return text << '\n' << padded.substr(0, 14);
 }
 
-void putCalibration(image::GeometricCalibrationConstPtr const& pCalibration, std::ostream& text) {
-    if (pCalibration) {
-        line(text, "pixel size") << pCalibration->getPixelSizeX() << " x " << pCalibration->getPixelSizeY();
-        if (pCalibration->is3d()) {
-            text << " x " << pCalibration->getPixelSizeZ();
-        }
-        text << (pCalibration->getUnit().empty() ? "" : " ") << pCalibration->getUnit();
-    }
-}
-
-void putImage(image::BaseImage const& image, std::ostream& text) {
-    image::BaseImageGeometry const& geometry = image.getGeometry();
-    line(text, "size") << "X " << geometry.getSizeX() << ", Y " << geometry.getSizeY() << ", Z "
-                       << geometry.getSizeZ() << ", C " << geometry.getSizeC() << ", T "
-                       << geometry.getSizeT();
-    line(text, "pixels") << boost::algorithm::join(getTypeNames(geometry), ", ");
-    line(text, "colour") << image::file::getColorName(geometry.getColorGeometryType()) << ", "
-                         << (geometry.getColorGeometry().minIsBlack() ? "minimum is black"
-                                                                      : "minimum is white");
-    line(text, "kind") << (isVolume(geometry) ? "volume" : "plane")
-                       << (isSequence(geometry) ? ", sequence" : ", single time step");
-    putCalibration(image.getGeometricCalibrationConstPtr(), text);
-    if (!image.getUserPropertiesStr().empty()) {
-        line(text, "properties") << image.getUserPropertiesStr();
-    }
-    line(text, "bytes") << geometry.getFullMemorySize();
-}
-
 ordered_json toEntry(FileDescription const& description) {
     ordered_json entry;
     entry["file"] = description.file;
     entry["format"] = description.format;
     if (description.pImage) {
-        putImage(*description.pImage, entry);
+        putImage(*description.pImage, description.bSwapBytes, entry);
     } else {
         putNothing(entry);
     }
@@ -126,29 +140,50 @@ ordered_json toEntry(FileDescription const& description) {
     return entry;
 }
 
-} // namespace
-
-std::string toJson(std::vector<FileDescription> const& descriptions) {
-    ordered_json files = ordered_json::array();
-    for (FileDescription const& description : descriptions) {
-        files.push_back(toEntry(description));
-    }
-    ordered_json const document = {{"schema", 2}, {"files", files}};
-    return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
-}
-
 std::string toText(FileDescription const& description) {
     std::ostringstream text;
     text << description.file;
-    line(text, "format") << description.format;
-    if (description.pImage) {
-        putImage(*description.pImage, text);
+    for (auto const& [name, value] : listFacts(description.format, *description.pImage)) {
+        line(text, name) << value;
     }
     for (std::string const& warning : description.warnings) {
         line(text, "warning") << warning;
     }
     text << '\n';
     return text.str();
+}
+
+class TextReport : public InfoReport {
+  public:
+    std::string add(FileDescription const& description) override {
+        return description.pImage ? toText(description) : std::string();
+    }
+    std::string finish() override { return {}; }
+};
+
+class JsonReport : public InfoReport {
+  public:
+    std::string add(FileDescription const& description) override {
+        _files.push_back(toEntry(description));
+        return {};
+    }
+    std::string finish() override {
+        ordered_json const document = {{"schema", 2}, {"files", _files}};
+        return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+    }
+
+  private:
+    ordered_json _files = ordered_json::array();
+};
+
+} // namespace
+
+std::unique_ptr<InfoReport> createTextReport() {
+    return std::make_unique<TextReport>();
+}
+
+std::unique_ptr<InfoReport> createJsonReport() {
+    return std::make_unique<JsonReport>();
 }
 
 } // namespace velmo::tool

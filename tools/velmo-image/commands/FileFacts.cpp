@@ -34,30 +34,50 @@ std::string listTypes(image::BaseImageGeometry const& geometry) {
     return text;
 }
 
-std::string listPixelSize(image::GeometricCalibration const& calibration) {
-    std::ostringstream text;
-    text << calibration.getPixelSizeX() << " x " << calibration.getPixelSizeY();
-    if (calibration.is3d()) {
-        text << " x " << calibration.getPixelSizeZ();
+} // namespace
+
+std::vector<std::string> getTypeNames(image::BaseImageGeometry const& geometry) {
+    auto const* const pTypes = dynamic_cast<image::HeterogeneousImageGeometry const*>(&geometry);
+    if (pTypes == nullptr) {
+        return {image::file::getPixelTypeName(geometry.getBufferType())};
     }
-    text << (calibration.getUnit().empty() ? "" : " ") << calibration.getUnit();
-    return text.str();
+    std::vector<std::string> names;
+    for (image::eImageBufferType const type : pTypes->getBufferTypes()) {
+        names.push_back(image::file::getPixelTypeName(type));
+    }
+    return names;
 }
 
-} // namespace
+std::string describePixelSize(image::GeometricCalibrationConstPtr const& pCalibration) {
+    if (!pCalibration) {
+        return {};
+    }
+    std::ostringstream text;
+    text << pCalibration->getPixelSizeX() << " x " << pCalibration->getPixelSizeY();
+    if (pCalibration->is3d()) {
+        text << " x " << pCalibration->getPixelSizeZ();
+    }
+    text << (pCalibration->getUnit().empty() ? "" : " ") << pCalibration->getUnit();
+    return text.str();
+}
 
 std::vector<std::pair<std::string, std::string>> listFacts(std::string const& format,
                                                            image::BaseImage const& image) {
     image::BaseImageGeometry const& geometry = image.getGeometry();
+    bool const bVolume = geometry.getVolumeGeometryType() == image::eVGT_3d;
+    bool const bSequence = geometry.getTemporalGeometryType() == image::eTGT_Sequence;
     bool const bMinIsBlack = geometry.getColorGeometry().minIsBlack();
     std::vector<std::pair<std::string, std::string>> facts = {
         {"format", format},
         {"size", listSizes(geometry)},
         {"pixels", listTypes(geometry)},
         {"colour", image::file::getColorName(geometry.getColorGeometryType()) +
-                       (bMinIsBlack ? ", minimum is black" : ", minimum is white")}};
-    if (image::GeometricCalibrationConstPtr const pCalibration = image.getGeometricCalibrationConstPtr()) {
-        facts.emplace_back("pixel size", listPixelSize(*pCalibration));
+                       (bMinIsBlack ? ", minimum is black" : ", minimum is white")},
+        {"kind",
+         std::string(bVolume ? "volume" : "plane") + (bSequence ? ", sequence" : ", single time step")}};
+    std::string const pixelSize = describePixelSize(image.getGeometricCalibrationConstPtr());
+    if (!pixelSize.empty()) {
+        facts.emplace_back("pixel size", pixelSize);
     }
     if (!image.getUserPropertiesStr().empty()) {
         facts.emplace_back("properties", image.getUserPropertiesStr());

@@ -6,6 +6,7 @@
 #include "commands/ImportReportText.h"
 #include "input/InputFile.h"
 #include "input/OpenFileLimit.h"
+#include "output/StreamedOutput.h"
 #include "terminal/CheckedParsing.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
@@ -64,6 +65,9 @@ std::vector<importer::PageAxis> parseAxes(std::string const& text) {
 
 /// Whether text on the standard output could get into the output: it is a device or a pipe.
 bool isStream(std::string const& file) {
+    if (isStandardOutput(file)) {
+        return true;
+    }
     boost::system::error_code error;
     boost::filesystem::file_status const status = boost::filesystem::status(file, error);
     return boost::filesystem::exists(status) && !boost::filesystem::is_regular_file(status);

@@ -4,11 +4,16 @@
 #pragma once
 
 #include "commands/Command.h"
+#include "commands/WorkOptions.h"
 #include "input/InputOptions.h"
+
+#include <memory>
 
 namespace velmo::tool {
 
 struct FileDescription;
+class InfoReport;
+class Progress;
 
 /// `velmo-image info`: what files contain, as text or as JSON.
 class InfoCommand : public Command {
@@ -17,11 +22,15 @@ class InfoCommand : public Command {
     eExitStatus run() const override;
 
   private:
-    FileDescription describe(std::string const& file, InputDescription const& input) const;
+    FileDescription describe(std::string const& file, InputDescription const& input,
+                             Progress& progress) const;
+    std::unique_ptr<InfoReport> createReport() const;
 
     InputOptions _input;
     std::vector<std::string> _files;
     bool _bJson = false;
+    bool _bTable = false;
+    WorkOptions _work;
     bool _bCheck = false;
 };
 

@@ -80,7 +80,7 @@ CommandOption PreviewCommand::addValue(std::string const& name, std::string& val
 
 void PreviewCommand::addOptions() {
     CommandOptions& options = getOptions();
-    options.addArgument("INPUT", _inputFile, "File to read");
+    options.addArgument("INPUT", _inputFile, "File to read; - reads raw planes from standard input");
     options.addArgument("OUTPUT", _outputFile,
                         "File to write: a page if its extension is .html or .htm, otherwise a PNG picture");
     CommandOption const z = addValue("--z", _z, "Plane, from 0 (default: the middle one; all in a page)");
@@ -191,7 +191,7 @@ void PreviewCommand::writePage(InputImage const& input, PreviewChoice const& cho
 }
 
 eExitStatus PreviewCommand::run() const {
-    InputDescription const description = _input.describe({_inputFile});
+    InputDescription const description = _input.describe({_inputFile}, _bQuiet);
     PreviewChoice const choice = readChoice();
     check();
     InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);

@@ -3,8 +3,8 @@
 
 #include "commands/ProjectCommand.h"
 
+#include "commands/DroppedWarnings.h"
 #include "commands/ImportHint.h"
-#include "input/InputWarnings.h"
 #include "terminal/CheckedParsing.h"
 #include "terminal/Progress.h"
 #include "terminal/Terminal.h"
@@ -58,7 +58,7 @@ eProjection ProjectCommand::getProjection() const {
 }
 
 image::ImagePtr ProjectCommand::project(InputImage const& input) const {
-    printWarnings(_inputFile, findWarnings(input));
+    warnOfCopy(_inputFile, input, _output.isTiff());
     Progress progress(input.pImage->getGeometry().getNbPixels(), _output.isQuiet());
     image::ImagePtr pProjection = projectImage(PixelReader(toSource(input), progress), getAxis(),
                                                getProjection(), _output.getThreads().getNbThreads());
@@ -73,7 +73,7 @@ eExitStatus ProjectCommand::run() const {
     _output.requireFit();
     getAxis();
     getProjection();
-    InputDescription const description = _input.describe({_inputFile});
+    InputDescription const description = _input.describe({_inputFile}, _output.isQuiet());
     _output.requireHeaderApartFrom(_inputFile, "the input");
     _output.requireWritable();
     eFileFormat const format = _input.getFormat(_inputFile);

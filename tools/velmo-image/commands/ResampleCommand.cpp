@@ -7,10 +7,13 @@
 #include "input/OpenFileLimit.h"
 #include "terminal/CheckedParsing.h"
 #include "terminal/Interrupt.h"
+#include "terminal/Progress.h"
 #include "terminal/Terminal.h"
 
 #include <VELMOBaseProcessing/VELMOBaseProcessingLog.h>
+#include <VELMOImage/ImageGeometry.h>
 #include <VELMOImageFile/TiffImageFileUtils.h>
+#include <algorithm>
 
 namespace velmo::tool {
 
@@ -20,6 +23,16 @@ using namespace imaproc::attr;
 
 constexpr std::array<Choice<eInterpolationPolicy>, 3> g_interpolations = {
     {{"nearest", eIP_Nearest}, {"linear", eIP_Linear}, {"cubic", eIP_Cubic}}};
+
+/// About as many as the planes of the result need: each plane of the input once, or fewer if there are fewer
+/// planes in the result.
+vlUInt64 countReadPixels(image::BaseImageGeometry const& geometry, vlUInt64 sizeZ,
+                         eInterpolationPolicy interpolation) {
+    vlUInt64 const nbForPlane = interpolation == eIP_Nearest ? 1 : interpolation == eIP_Linear ? 2 : 4;
+    vlUInt64 const nbPlanes =
+        std::min(geometry.getSizeZ(), sizeZ <= geometry.getSizeZ() ? nbForPlane * sizeZ : sizeZ);
+    return nbPlanes * geometry.getSizeC() * geometry.getSizeT() * geometry.getPlanNbPixels();
+}
 
 } // namespace
 
@@ -36,6 +49,7 @@ ResampleCommand::ResampleCommand(CommandLine& line)
         "Distances between neighbouring planes, one fewer than there are planes: a text with one "
         "number per line, or an archive with the extension .xml");
     _output.addTo(getOptions());
+    _output.allowThreadsForRaw();
     getOptions().addRequiredOption("--size-z", _sizeZ, "Number of planes of the output");
     getOptions().addOption("--interpolation", _interpolation,
                            "nearest|linear|cubic: interpolation between planes (default: linear)");
@@ -56,11 +70,18 @@ eInterpolationPolicy ResampleCommand::getInterpolation() const {
 image::ImagePtr ResampleCommand::load() const {
     raiseOpenFileLimit();
     PromptInterrupts const prompt;
+    image::file::TiffReadOptions options;
+    options.pixels = _series.getBufferMode();
+    image::ImagePtr const pStack =
+        image::file::openTiffImageFiles(_series.getDirectory(), _series.getPattern(), options);
+    if (!pStack) {
+        return {};
+    }
+    Progress progress(countReadPixels(pStack->getGeometry(), getSizeZ(), getInterpolation()),
+                      _output.isQuiet());
     try {
-        image::file::TiffReadOptions options;
-        options.pixels = _series.getBufferMode();
-        return image::file::loadCustomZStackImageFiles(_series.getDirectory(), _zStepsFile, getSizeZ(),
-                                                       getInterpolation(), _series.getPattern(), options);
+        return image::file::resampleCustomZStack(observe({pStack, false, true}, progress), _zStepsFile,
+                                                 getSizeZ(), getInterpolation(), _output.getThreads());
     } catch (processor::VELMOBaseProcessingException const& failure) {
         std::string const text = getFullText(failure);
         // The first line names the processor that failed, the reason follows.
@@ -80,6 +101,7 @@ eExitStatus ResampleCommand::run() const {
         _series.failWithoutMatch(); // removed since the check
     }
     printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
+    _series.warnOfDroppedParts(_output);
     _output.save({pImage, false, false});
     return eES_Done;
 }

@@ -3,11 +3,13 @@
 
 #include "commands/SeriesOptions.h"
 
+#include "commands/DroppedWarnings.h"
 #include "commands/ImportHint.h"
 #include "input/FileSeries.h"
 #include "input/InputOptions.h"
 #include "output/OutputFile.h"
 #include "output/OutputOptions.h"
+#include "output/StreamedOutput.h"
 #include "terminal/Failure.h"
 #include "terminal/Terminal.h"
 
@@ -49,7 +51,18 @@ void SeriesOptions::check(OutputOptions const& output) const {
     }
 }
 
+void SeriesOptions::warnOfDroppedParts(OutputOptions const& output) const {
+    std::vector<fs::path> files;
+    for (TiffFileSeries::File const& file : findSeries(_directory, _pattern).files) {
+        files.push_back(file.path);
+    }
+    printWarnings(_directory, findDroppedWarnings(files, output.isTiff()));
+}
+
 bool SeriesOptions::isLaterFound(fs::path const& outputFile) const {
+    if (isStandardOutput(outputFile)) {
+        return false;
+    }
     fs::path const target = followLinks(outputFile);
     return isSameFile(_directory, target.has_parent_path() ? target.parent_path() : ".") &&
            !selectSeries({target.filename().string()}, _pattern).files.empty();

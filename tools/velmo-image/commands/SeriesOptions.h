@@ -27,6 +27,8 @@ class SeriesOptions {
     /// of the tool, and where the output cannot be written. Duplicate and missing numbers are errors with
     /// --strict and warnings without it. An output that a later run would read as input is a warning.
     void check(OutputOptions const& output) const;
+    /// Prints one warning about what the output lacks of all files.
+    void warnOfDroppedParts(OutputOptions const& output) const;
     [[noreturn]] void failWithoutMatch() const;
     /// The suggestion to import the file that a message names, if it is one of the files and the library
     /// cannot read it; otherwise empty.

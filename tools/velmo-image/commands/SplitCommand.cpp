@@ -3,11 +3,11 @@
 
 #include "commands/SplitCommand.h"
 
+#include "commands/DroppedWarnings.h"
 #include "commands/ImportHint.h"
 #include "commands/NumberedNames.h"
 #include "input/CutAccessor.h"
 #include "input/FileSeries.h"
-#include "input/InputWarnings.h"
 #include "input/OpenFileLimit.h"
 #include "output/OutputFile.h"
 #include "output/OutputFolder.h"
@@ -128,11 +128,11 @@ eExitStatus SplitCommand::run() const {
     _edit.requireFit();
     NumberedNames(_pattern).list(1, parseDigits());
     isAlongT();
-    InputDescription const description = _input.describe({_inputFile});
+    InputDescription const description = _input.describe({_inputFile}, _output.isQuiet());
     eFileFormat const format = _input.getFormat(_inputFile);
     auto const run = [&] {
         InputImage const input = openInput(_inputFile, format, description);
-        printWarnings(_inputFile, findWarnings(input));
+        warnOfCopy(_inputFile, input, true);
         split(_edit.apply(toSource(input), _inputFile));
         if (std::string const changes = _edit.describeChanges(); !changes.empty()) {
             printWarnings(_output.getFile(), {changes});

@@ -56,6 +56,7 @@ void StackCommand::stack(image::file::eTiffDirectoryMode directoryMode) const {
         _series.failWithoutMatch(); // removed since the check
     }
     printWarnings(_series.getDirectory(), findNegativeWarnings(*pImage));
+    _series.warnOfDroppedParts(_output);
     _output.save({pImage, false, true});
 }
 

@@ -42,7 +42,7 @@ StatsCommand::StatsCommand(CommandLine& line)
     CommandOption const json = options.addFlag("--json", _bJson, "Print a JSON document");
     options.addFlag("--csv", _bCsv, "Print a table of comma-separated values; not with --json").exclude(json);
     _input.addTo(options);
-    _work.addTo(options);
+    _work.addTo(options, "threads that read and measure");
 }
 
 StatisticsRequest StatsCommand::createRequest() const {
@@ -90,7 +90,7 @@ MeasuredFile StatsCommand::measure(std::string const& file, InputDescription con
 
 eExitStatus StatsCommand::run() const {
     StatisticsRequest const request = createRequest();
-    InputDescription const description = _input.describe(_files);
+    InputDescription const description = _input.describe(_files, _work.isQuiet());
     eExitStatus status = eES_Done;
     std::vector<MeasuredFile> measured;
     if (_bCsv) {

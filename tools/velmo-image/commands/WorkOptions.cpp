@@ -9,14 +9,15 @@
 
 namespace velmo::tool {
 
-void WorkOptions::addTo(CommandOptions& options) {
+void WorkOptions::addTo(CommandOptions& options, std::string const& what) {
     options.addOption("--threads", _threads,
-                      "Number of threads that read and measure (default: as many as there are processors)");
+                      "Number of " + what + " (default: as many as there are processors)");
     options.addFlag("--quiet", _bQuiet, "Hide the progress bar");
 }
 
 vlUInt64 WorkOptions::getNbThreads() const {
-    return _threads.empty() ? image::file::useAllProcessors().getNbThreads() : parseThreads(_threads);
+    return _threads.empty() ? image::file::useAllProcessors().getNbThreads()
+                            : parseThreads("--threads", _threads);
 }
 
 } // namespace velmo::tool

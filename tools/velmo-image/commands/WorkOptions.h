@@ -12,8 +12,9 @@ namespace velmo::tool {
 /// --threads and --quiet of commands that write no image.
 class WorkOptions {
   public:
-    /// The options write into this object, which must outlive the parsing.
-    void addTo(CommandOptions& options);
+    /// `what` names in the description of --threads what is counted. The options write into this object,
+    /// which must outlive the parsing.
+    void addTo(CommandOptions& options, std::string const& what);
 
     /// Throws WrongUse for a number that is not possible.
     vlUInt64 getNbThreads() const;

@@ -9,7 +9,7 @@ _velmo_image_options() {
     local output='--output-format --compression --header --threads --overwrite --quiet'
     local edit='--z --c --t --region --pixel-size --unit --to-type --range'
     case $1 in
-    info) echo "--help --json --check $input" ;;
+    info) echo "--help --json --table --check $input --threads --quiet" ;;
     convert) echo "--help $input $edit $output --calibration-tags --imagej" ;;
     import) echo "--help $output --calibration-tags --series --page --axes --palette --to-rgb --min-is-black --lossy --json" ;;
     preview) echo "--help --z --c --t --montage --columns --step --projection --max-size --max-bytes --range $input --overwrite --quiet" ;;
@@ -103,8 +103,9 @@ _velmo_image() {
         _velmo_image_offer "$word" none
     elif [ -z "$names_only" ] && [ "${word#-}" != "$word" ]; then
         values=$(_velmo_image_options "$command")
-    elif [ -z "$command" ]; then
+    elif [ -z "$command" ] || [ "$command:$place" = help:0 ]; then
         values='info convert import preview stats compare project stack split resample match'
+        [ -n "$command" ] || values+=' help'
         _velmo_image_offer "$word" none
     else
         _velmo_image_offer "$word" "$(_velmo_image_place "$command" "$place")"

@@ -5,8 +5,13 @@
 
 #include "terminal/CheckedParsing.h"
 
+#include <VELMOBase/FileKind.h>
+#include <VELMOBase/TransferAll.h>
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
+#include <fcntl.h>
+#include <string_view>
+#include <unistd.h>
 
 namespace velmo::tool {
 
@@ -29,7 +34,40 @@ eFileFormat getFormatOfName(boost::filesystem::path const& path) {
     return extension == ".im6" ? eFileFormat::Im6 : eFileFormat::Raw;
 }
 
+/// The first bytes of a file; fewer where it is shorter or cannot be read.
+std::string readBeginning(boost::filesystem::path const& path, std::size_t nbBytes) {
+    if (getReadAllError(path)) {
+        return {};
+    }
+    int const descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    std::string bytes(nbBytes, '\0');
+    bytes.resize(descriptor < 0 ? 0 : transferAll(nbBytes, [&](std::uint64_t done) {
+                                          return pread(descriptor, bytes.data() + done, nbBytes - done,
+                                                       static_cast<off_t>(done));
+                                      }).nbBytes);
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+    return bytes;
+}
+
 } // namespace
+
+std::optional<eFileFormat> findFormatOfContent(boost::filesystem::path const& path) {
+    constexpr std::array<std::pair<std::string_view, eFileFormat>, 5> signatures = {
+        {{std::string_view("II\x2a\0", 4), eFileFormat::Tiff},
+         {std::string_view("MM\0\x2a", 4), eFileFormat::Tiff},
+         {std::string_view("II\x2b\0\x08\0\0\0", 8), eFileFormat::Tiff},
+         {std::string_view("MM\0\x2b\0\x08\0\0", 8), eFileFormat::Tiff},
+         {std::string_view("\x34\x69\0\0", 4), eFileFormat::Im6}}};
+    std::string const beginning = readBeginning(path, 8);
+    for (auto const& [signature, format] : signatures) {
+        if (beginning.compare(0, signature.size(), signature) == 0) {
+            return format;
+        }
+    }
+    return std::nullopt;
+}
 
 char const* getFormatName(eFileFormat format) {
     return g_formats[static_cast<std::size_t>(format)].first;

@@ -5,6 +5,9 @@
 
 #include "input/InputOptions.h"
 #include "input/ObservedAccessor.h"
+#include "input/StreamedInput.h"
+
+#include <memory>
 
 namespace velmo::tool {
 
@@ -14,9 +17,12 @@ struct InputImage {
     image::DiskImagePtr pImage; ///< as the file gives it: bytes not yet swapped
     vlUInt64 offset;            ///< of a raw file: bytes before the first plane
     bool bSwapBytes;
+    std::shared_ptr<StreamedInput const> pStream =
+        nullptr; ///< the file of `pImage`; null unless a pipe was read
 };
 
-/// Throws the errors of the library.
+/// Opens a file; "-" is the standard input. A pipe is read to the last pixel first. Throws the errors of the
+/// library, and WorkFailure for a pipe that ends too early or whose format needs a seekable file.
 InputImage openInput(boost::filesystem::path const& path, eFileFormat format,
                      InputDescription const& description);
 

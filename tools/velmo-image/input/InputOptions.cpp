@@ -4,6 +4,7 @@
 #include "input/InputOptions.h"
 
 #include "input/InputFile.h"
+#include "input/StreamedInput.h"
 #include "terminal/CheckedParsing.h"
 
 #include <VELMOImageFile/PixelTypeNames.h>
@@ -38,7 +39,9 @@ eImageBufferType parsePixelType(std::string const& text) {
 void refuseGiven(std::vector<CommandOption> const& options, std::string const& formatName) {
     for (CommandOption const& option : options) {
         if (option.isGiven()) {
-            throw WrongUse(option.getName() + " applies only to " + formatName + " inputs");
+            std::string const hint =
+                option.getName() == "--type" ? "; convert --to-type converts pixels" : "";
+            throw WrongUse(option.getName() + " applies only to " + formatName + " inputs" + hint);
         }
     }
 }
@@ -95,8 +98,8 @@ file::eTiffDirectoryMode parseDirectoryMode(std::string const& option, std::stri
 void InputOptions::addTo(CommandOptions& options) {
     options.addOption(
         "--format", _format,
-        "raw|tiff|im6: format of the input (default: by extension, .tif and .tiff are tiff, .im6 is im6, "
-        "all others raw)");
+        "raw|tiff|im6: format of the input (default: by content, otherwise by extension, .tif and .tiff are "
+        "tiff, .im6 is im6, all others raw; with --size or --type, by extension)");
     _rawOptions = {
         options.addOption("--size", _size, "X,Y[,Z[,C[,T]]]: dimensions of a raw input"),
         options.addOption("--type", _type,
@@ -113,7 +116,13 @@ void InputOptions::addTo(CommandOptions& options) {
 }
 
 eFileFormat InputOptions::getFormat(boost::filesystem::path const& path) const {
-    return chooseInputFormat(path, _format);
+    eFileFormat const ofName = chooseInputFormat(path, _format);
+    bool const bDescribed = std::any_of(_rawOptions.begin(), _rawOptions.end(),
+                                        [](CommandOption const& option) { return option.isGiven(); });
+    if (!_format.empty() || (ofName == eFileFormat::Raw && bDescribed)) {
+        return ofName;
+    }
+    return findFormatOfContent(toInputPath(path)).value_or(ofName);
 }
 
 std::string const* InputOptions::findInput(std::vector<std::string> const& files, eFileFormat format) const {
@@ -124,7 +133,7 @@ std::string const* InputOptions::findInput(std::vector<std::string> const& files
 
 RawDescription InputOptions::describeRaw(std::string const& file) const {
     if (_size.empty() || _type.empty()) {
-        requireReadable(file);
+        requireReadable(toInputPath(file));
         throw WrongUse(quoted(file) +
                        " is read as a raw file, which needs --size X,Y[,Z[,C[,T]]] and --type TYPE, such "
                        "as --size 181,217,181 --type uint8; for other formats use --format "
@@ -134,7 +143,7 @@ RawDescription InputOptions::describeRaw(std::string const& file) const {
             parseChoice("--byte-order", _byteOrder, g_byteOrders)};
 }
 
-InputDescription InputOptions::describe(std::vector<std::string> const& files) const {
+InputDescription InputOptions::describe(std::vector<std::string> const& files, bool bQuiet) const {
     std::string const* const pRaw = findInput(files, eFileFormat::Raw);
     if (pRaw == nullptr) {
         refuseGiven(_rawOptions, "raw");
@@ -145,7 +154,7 @@ InputDescription InputOptions::describe(std::vector<std::string> const& files) c
     file::TiffReadOptions tiff;
     tiff.directories = parseDirectoryMode("--directories", _directories);
     tiff.pixels = parseBufferMode(_pixels);
-    return {pRaw != nullptr ? describeRaw(*pRaw) : RawDescription{{}, eIBT_None, 0, false}, tiff};
+    return {pRaw != nullptr ? describeRaw(*pRaw) : RawDescription{{}, eIBT_None, 0, false}, tiff, bQuiet};
 }
 
 } // namespace velmo::tool

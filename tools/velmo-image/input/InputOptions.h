@@ -28,6 +28,7 @@ struct RawDescription {
 struct InputDescription {
     RawDescription raw; ///< without sizes where no input is raw
     image::file::TiffReadOptions tiff;
+    bool bQuiet; ///< whether the reading of a pipe hides its progress
 };
 
 /// The option --pixels, which writes into `value`; `what` names the inputs in its description.
@@ -43,11 +44,14 @@ class InputOptions {
     /// The options write into this object, which must outlive the parsing.
     void addTo(CommandOptions& options);
 
+    /// That of --format; without it raw, if the options describe a raw file and the extension is that of no
+    /// other format; otherwise that of the content, and, where the content is of none, that of the extension.
     eFileFormat getFormat(boost::filesystem::path const& path) const;
-    /// How the options say to read the files, none of which is opened. Throws WrongUse for a wrong value, for
+    /// How the options say to read the files, none of which is opened; with `bQuiet` without a progress bar
+    /// for the reading of a pipe. Throws WrongUse for a wrong value, for
     /// an option that applies to none of the files, and for a raw file without its required options;
     /// WorkFailure where that file cannot be read anyway.
-    InputDescription describe(std::vector<std::string> const& files) const;
+    InputDescription describe(std::vector<std::string> const& files, bool bQuiet) const;
 
   private:
     /// The first one of the format, or null.

@@ -3,6 +3,7 @@
 
 #include "input/InputWarnings.h"
 
+#include "input/RawFit.h"
 #include "terminal/Interrupt.h"
 
 #include <VELMOImageFile/TiffFileReport.h>
@@ -24,13 +25,20 @@ std::optional<vlUInt64> countBytesBehind(InputImage const& input, vlUInt64 offse
 }
 
 Warnings findRawWarnings(InputImage const& input) {
+    if (input.pStream) {
+        return input.pStream->hasSurplus() ? Warnings{"the input is larger than its dimensions: bytes after "
+                                                      "the last plane are ignored"}
+                                           : Warnings();
+    }
     vlUInt64 const nbBytes = input.pImage->getGeometry().getFullMemorySize();
     auto const nbFound = countBytesBehind(input, input.offset);
     if (!nbFound || *nbFound <= nbBytes) {
         return {};
     }
+    std::string const fit = proposeFit(input.pImage->getGeometry(), input.offset, input.offset + *nbFound);
     return {"the file is larger than its dimensions: " + std::to_string(*nbFound - nbBytes) +
-            " bytes after the last plane are ignored"};
+            " bytes after the last plane are ignored" +
+            (fit.empty() ? "" : "; its size would fit with " + fit)};
 }
 
 Warnings findIm6Warnings(InputImage const& input) {

@@ -6,6 +6,7 @@
 #include "output/CalibrationTags.h"
 #include "output/ImageJDescription.h"
 #include "output/OutputFile.h"
+#include "output/StreamedOutput.h"
 #include "terminal/CheckedParsing.h"
 #include "terminal/CommandOptions.h"
 #include "terminal/Interrupt.h"
@@ -20,6 +21,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <unistd.h>
 
 namespace velmo::tool {
 
@@ -57,7 +59,7 @@ constexpr std::array<Choice<image::file::eTiffCompression>, 3> g_compressions = 
 } // namespace
 
 void OutputOptions::addTo(CommandOptions& options) {
-    options.addArgument("OUTPUT", _file, "File to write");
+    options.addArgument("OUTPUT", _file, "File to write; - writes raw planes to standard output");
     options.addOption("--output-format", _format,
                       "raw|tiff: format of the output (default: by extension, .tif and .tiff are tiff, all "
                       "others raw; extensions of pictures such as .png are rejected)");
@@ -112,10 +114,8 @@ image::file::eTiffCompression OutputOptions::getCompression() const {
 }
 
 processor::ProcessorDispatchPolicy OutputOptions::getThreads() const {
-    if (_threads.empty()) {
-        return image::file::useAllProcessors();
-    }
-    return image::file::useThreads(parseThreads(_threads));
+    return _threads.empty() ? image::file::useAllProcessors()
+                            : image::file::useThreads(parseThreads("--threads", _threads));
 }
 
 void OutputOptions::requireFit() const {
@@ -125,6 +125,7 @@ void OutputOptions::requireFit() const {
                        " has the extension of a picture, which this command cannot write; use velmo-image "
                        "preview for PNG pictures, or --output-format raw or tiff");
     }
+    requireFitOfStream(format);
     if (format == eFileFormat::Tiff && !_headerFile.empty()) {
         throw WrongUse("--header applies only to raw outputs; " + quoted(_file) + " is a TIFF file");
     }
@@ -141,11 +142,22 @@ void OutputOptions::requireFit() const {
     }
     getCompression();
     getThreads();
-    requireHeaderApartFrom(_file, "the output");
+    requireHeaderApartFrom(getOutputFile(_file), "the output");
+}
+
+void OutputOptions::requireFitOfStream(eFileFormat format) const {
+    if (isStandardOutput(_file) && format == eFileFormat::Tiff) {
+        throw WrongUse("a TIFF file cannot be written to standard output: its writing needs a seekable file; "
+                       "give the name of a file, or write raw planes");
+    }
+    if (isStandardOutput(_file) && isatty(STDOUT_FILENO) == 1) {
+        throw WrongUse(
+            "planes are not written to a terminal: redirect the standard output to a file or a pipe");
+    }
 }
 
 void OutputOptions::requireApartFrom(boost::filesystem::path const& input, std::string const& what) const {
-    if (isSameFile(input, _file)) {
+    if (isSameFile(input, getOutputFile(_file))) {
         throw WorkFailure("cannot write " + quoted(_file) + ": it is " + what);
     }
     requireHeaderApartFrom(input, what);
@@ -159,7 +171,9 @@ void OutputOptions::requireHeaderApartFrom(boost::filesystem::path const& input,
 }
 
 void OutputOptions::requireWritable() const {
-    requireWritableTarget(_file, _bOverwrite);
+    if (!isStandardOutput(_file)) {
+        requireWritableTarget(_file, _bOverwrite);
+    }
 }
 
 TiffTagEdits OutputOptions::getTagEdits(image::BaseImage const& image) const {
@@ -204,6 +218,11 @@ void OutputOptions::saveAll(std::vector<OutputImage> const& images) const {
         nbPixels += image.source.pImage->getGeometry().getNbPixels();
     }
     Progress progress(nbPixels, _bQuiet);
+    if (!isTiff() && images.size() == 1 && isStreamedOutput(images.front().file)) {
+        writeStream(images.front().file, _headerFile.empty() ? std::string() : readHeader(_headerFile),
+                    *observe(images.front().source, progress));
+        return;
+    }
     std::vector<OutputTarget> targets;
     targets.reserve(images.size());
     for (OutputImage const& image : images) {

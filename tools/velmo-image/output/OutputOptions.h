@@ -43,6 +43,7 @@ class OutputOptions {
     void allowThreadsForRaw() { _bThreadsForRaw = true; }
 
     std::string const& getFile() const { return _file; }
+    /// Whether --quiet is given.
     bool isQuiet() const { return _bQuiet; }
     /// Throws WrongUse where the format cannot be written, the extension is that of a picture and no format
     /// is given, an option does not apply to the format, or the header is the output.
@@ -55,7 +56,8 @@ class OutputOptions {
     processor::ProcessorDispatchPolicy getThreads() const;
     /// Throws WorkFailure where `save` would refuse the file, before any work is done.
     void requireWritable() const;
-    /// Writes the image plane by plane, with a progress bar, by `writeOutput`; an interrupt stops it.
+    /// Writes the image plane by plane, with a progress bar, by `writeOutput`, or by `writeStream` to the
+    /// standard output or a pipe; an interrupt stops it.
     void save(ObservedSource const& source) const;
     /// The same for images whose files are named by the caller; a failure leaves none of them.
     void saveAll(std::vector<OutputImage> const& images) const;
@@ -73,6 +75,7 @@ class OutputOptions {
     /// Adds the options --threads, --overwrite and --quiet.
     void addRunOptionsTo(CommandOptions& options);
     void addCompressionTo(CommandOptions& options);
+    void requireFitOfStream(eFileFormat format) const;
     /// Empty without --calibration-tags and --imagej. Prints a warning about what the tags cannot hold.
     TiffTagEdits getTagEdits(image::BaseImage const& image) const;
     image::file::eTiffCompression getCompression() const;

@@ -45,6 +45,16 @@ vlUInt64 parseNumber(std::string const& option, std::string const& text) {
     return number;
 }
 
+vlUInt64 parseThreads(std::string const& option, std::string const& text) {
+    constexpr vlUInt64 mostThreads = 1024;
+    vlUInt64 const nbThreads = parseNumber(option, text);
+    if (nbThreads == 0 || nbThreads > mostThreads) {
+        throw WrongUse(option + " must be a number from 1 to " + std::to_string(mostThreads) + ", not " +
+                       quoted(text));
+    }
+    return nbThreads;
+}
+
 std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& text) {
     std::vector<vlUInt64> sizes;
     bool bFits = true;
@@ -56,16 +66,6 @@ std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& t
                        "640,480 or 181,217,181, not " + quoted(text));
     }
     return sizes;
-}
-
-vlUInt64 parseThreads(std::string const& text) {
-    constexpr vlUInt64 mostThreads = 1024;
-    vlUInt64 const nbThreads = parseNumber("--threads", text);
-    if (nbThreads == 0 || nbThreads > mostThreads) {
-        throw WrongUse("--threads must be a number from 1 to " + std::to_string(mostThreads) + ", not " +
-                       quoted(text));
-    }
-    return nbThreads;
 }
 
 std::vector<double> parsePercents(std::string const& option, std::string const& text) {

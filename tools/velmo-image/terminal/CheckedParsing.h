@@ -20,11 +20,11 @@ namespace velmo::tool {
 /// The number that a text consists of; empty for other texts. Throws nothing.
 std::optional<vlUInt64> findNumber(std::string const& text);
 vlUInt64 parseNumber(std::string const& option, std::string const& text);
+/// A number of threads, from 1 to 1024.
+vlUInt64 parseThreads(std::string const& option, std::string const& text);
 /// X,Y[,Z[,C[,T]]]: two to five sizes, none of them 0.
 std::vector<vlUInt64> parseSizes(std::string const& option, std::string const& text);
 
-/// The value of --threads, 1 to 1024.
-vlUInt64 parseThreads(std::string const& text);
 /// P[,P]...: percents from 0 to 100.
 std::vector<double> parsePercents(std::string const& option, std::string const& text);
 /// A finite number from 0.

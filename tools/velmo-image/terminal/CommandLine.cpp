@@ -10,34 +10,83 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <sstream>
+#include <unistd.h>
 
 namespace velmo::tool {
 
 namespace {
 
-constexpr std::size_t g_nbColumns = 80;
+/// Without a terminal.
+constexpr std::size_t g_usualColumns = 80;
+/// Longer lines are hard to read.
+constexpr std::size_t g_mostColumns = 120;
+constexpr std::size_t g_fewestColumns = 30;
+constexpr std::size_t g_widestNames = 30;
 
-/// Breaks a text into lines of whole words.
-std::string wrap(std::string const& text, std::size_t length) {
+/// Splits a list such as "a|b|c" that is longer than a line behind its bars; other words stay whole.
+std::vector<std::string> breakWord(std::string word, std::size_t length) {
+    std::vector<std::string> parts;
+    while (word.size() > length) {
+        std::size_t const bar = word.rfind('|', length - 1);
+        if (bar == std::string::npos || bar + 1 == word.size()) {
+            break;
+        }
+        parts.push_back(word.substr(0, bar + 1));
+        word.erase(0, bar + 1);
+    }
+    parts.push_back(word);
+    return parts;
+}
+
+/// Breaks a text into lines of whole words. With `bBreaksWords` lists of values are broken too.
+std::string wrap(std::string const& text, std::size_t length, bool bBreaksWords) {
     std::istringstream stream(text);
     std::string wrapped;
     std::size_t column = 0;
-    for (std::string word; stream >> word; column += word.size()) {
-        if (column != 0 && column + 1 + word.size() > length) {
-            wrapped += '\n';
-            column = 0;
-        } else if (column != 0) {
-            wrapped += ' ';
-            ++column;
+    for (std::string word; stream >> word;) {
+        for (std::string const& part : breakWord(word, bBreaksWords ? length : word.size())) {
+            if (column != 0 && column + 1 + part.size() > length) {
+                wrapped += '\n';
+                column = 0;
+            } else if (column != 0) {
+                wrapped += ' ';
+                ++column;
+            }
+            wrapped += part;
+            column += part.size();
         }
-        wrapped += word;
     }
     return wrapped;
 }
 
-/// The text of --help, which fits into 80 columns where its words allow it.
+/// The text of --help, which is as wide as the terminal, or 80 columns, where its words allow it.
 class HelpFormatter : public CLI::Formatter {
   public:
+    HelpFormatter() {
+        auto const nbFound = findColumns(STDOUT_FILENO);
+        _bTerminal = nbFound.has_value();
+        // Some terminals begin a new line behind their last column.
+        _nbColumns = std::clamp(nbFound ? *nbFound - 1 : g_usualColumns, g_fewestColumns, g_mostColumns);
+        column_width(std::min(g_widestNames, _nbColumns * 3 / 8));
+    }
+
+    std::string make_description(CLI::App const* pApp) const override {
+        return wrap(CLI::Formatter::make_description(pApp), _nbColumns, _bTerminal) + '\n';
+    }
+    std::string make_usage(CLI::App const* pApp, std::string name) const override {
+        return wrap(CLI::Formatter::make_usage(pApp, name), _nbColumns, _bTerminal) + '\n';
+    }
+    std::string make_subcommand(CLI::App const* pCommand) const override {
+        std::ostringstream text;
+        CLI::detail::format_help(text, pCommand->get_display_name(true),
+                                 wrapDescription(pCommand->get_description()), get_column_width());
+        return text.str();
+    }
+    /// Examples of commands are lines to copy.
+    std::string make_footer(CLI::App const* pApp) const override {
+        std::string const footer = CLI::Formatter::make_footer(pApp);
+        return pApp->get_parent() != nullptr ? footer : wrap(footer, _nbColumns, _bTerminal) + '\n';
+    }
     std::string make_option_opts(CLI::Option const* pOption) const override {
         if (pOption->get_positional() || pOption->get_items_expected_max() == 0) {
             return {};
@@ -45,9 +94,31 @@ class HelpFormatter : public CLI::Formatter {
         return pOption->get_required() ? " VALUE (required)" : " VALUE";
     }
     std::string make_option_desc(CLI::Option const* pOption) const override {
-        return wrap(CLI::Formatter::make_option_desc(pOption), g_nbColumns - get_column_width());
+        return wrapDescription(CLI::Formatter::make_option_desc(pOption));
     }
+
+  private:
+    std::string wrapDescription(std::string const& text) const {
+        return wrap(text, _nbColumns - get_column_width(), _bTerminal);
+    }
+
+    bool _bTerminal = false;
+    std::size_t _nbColumns = 0;
 };
+
+/// The arguments with "help" and "help COMMAND" as the option that they stand for.
+std::vector<std::string> replaceHelpCommand(std::vector<std::string> words) {
+    if (words.empty() || words.front() != "help") {
+        return words;
+    }
+    words.erase(words.begin());
+    if (words.size() > 1) {
+        throw WrongUse("unexpected argument " + tool::quoted(words[1]) +
+                       ": the line is velmo-image help [COMMAND]; see velmo-image --help");
+    }
+    words.emplace_back("--help");
+    return words;
+}
 
 } // namespace
 
@@ -96,9 +167,10 @@ CommandLine::CommandLine(std::string const& version)
           "Inspect, convert, import, preview, join, split and resample image files: TIFF, Im6 and raw",
           "velmo-image")) {
     _pApp->formatter(std::make_shared<HelpFormatter>()); // before the commands, which take it over
-    _pApp->set_version_flag("--version", version);
+    _pApp->set_version_flag("-V,--version", version);
     _pApp->require_subcommand(1);
-    _pApp->footer("Exit status: 0 success, 1 failure, 2 wrong command line, 130 interrupted.");
+    _pApp->footer("velmo-image help COMMAND prints the options of a command. "
+                  "Exit status: 0 success, 1 failure, 2 wrong command line, 130 interrupted.");
 }
 
 CommandLine::~CommandLine() = default;
@@ -111,12 +183,15 @@ CommandOptions CommandLine::addCommand(std::string const& name, std::string cons
 }
 
 bool CommandLine::parse(int argc, char** argv) {
+    std::vector<std::string> const words = replaceHelpCommand({argv + std::min(argc, 1), argv + argc});
     try {
-        _pApp->parse(argc, argv);
+        _pApp->parse(
+            std::vector<std::string>(words.rbegin(), words.rend())); // which takes the last one first
         return true;
     } catch (CLI::ParseError const& stop) {
-        if (stop.get_exit_code() != 0) {
-            throw WrongUse(explainRefusal(*_pApp, stop, {argv + std::min(argc, 1), argv + argc}));
+        std::string const refusal = explainRefusal(*_pApp, stop, words);
+        if (!refusal.empty()) {
+            throw WrongUse(refusal);
         }
         std::ostringstream text;
         _pApp->exit(stop, text, text);

@@ -5,7 +5,13 @@
 
 #include "terminal/Failure.h"
 
+#include <array>
+#include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace velmo::tool {
@@ -13,15 +19,31 @@ namespace velmo::tool {
 namespace {
 
 volatile std::sig_atomic_t g_bRequested = 0;
-volatile std::sig_atomic_t g_bPrompt = 0;
+volatile std::sig_atomic_t g_bBarDrawn = 0;
+/// An event descriptor that is readable after a request; -1 if the system has none left.
+volatile int g_requestDescriptor = -1;
+/// Threads that have a PromptInterrupts.
+std::atomic<int> g_nbPrompt = 0;
+static_assert(std::atomic<int>::is_always_lock_free, "handlers of signals need it");
+
+template <std::size_t size>
+void writeFromHandler(char const (&message)[size]) {
+    static_cast<void>(!write(STDERR_FILENO, message, size - 1));
+}
 
 extern "C" void requestInterrupt(int /*signal*/) {
+    int const error = errno; // of the call that the signal came into
     g_bRequested = 1;
-    if (g_bPrompt != 0) {
-        constexpr char message[] = "velmo-image: interrupted\n";
-        static_cast<void>(!write(STDERR_FILENO, message, sizeof(message) - 1));
+    constexpr std::uint64_t one = 1;
+    static_cast<void>(!write(g_requestDescriptor, &one, sizeof(one)));
+    if (g_nbPrompt != 0) {
+        if (g_bBarDrawn != 0) {
+            writeFromHandler("\r\x1b[K");
+        }
+        writeFromHandler("velmo-image: interrupted\n");
         _exit(eES_Interrupted);
     }
+    errno = error;
 }
 
 void catchSignal(int signal) {
@@ -38,6 +60,7 @@ void catchSignal(int signal) {
 } // namespace
 
 void catchInterrupts() {
+    g_requestDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     catchSignal(SIGINT);
     catchSignal(SIGTERM);
     catchSignal(SIGHUP);
@@ -53,16 +76,33 @@ void throwIfInterrupted() {
     }
 }
 
+bool waitForDescriptor(int descriptor, short events) {
+    std::array<pollfd, 2> states = {{{descriptor, events, 0}, {g_requestDescriptor, POLLIN, 0}}};
+    while (true) {
+        int const nbReady = poll(states.data(), states.size(), -1);
+        if (nbReady > 0 && states[0].revents != 0) {
+            return true; // also after an error, which the next call reports
+        }
+        if (isInterruptRequested()) {
+            return false;
+        }
+    }
+}
+
+void setBarDrawn(bool bDrawn) {
+    g_bBarDrawn = bDrawn ? 1 : 0;
+}
+
 PromptInterrupts::PromptInterrupts() {
-    g_bPrompt = 1;
+    ++g_nbPrompt;
     if (isInterruptRequested()) {
-        g_bPrompt = 0;
+        --g_nbPrompt;
         throw Interrupted();
     }
 }
 
 PromptInterrupts::~PromptInterrupts() {
-    g_bPrompt = 0;
+    --g_nbPrompt;
 }
 
 } // namespace velmo::tool

@@ -12,9 +12,16 @@ bool isInterruptRequested();
 /// Throws Interrupted after a request.
 void throwIfInterrupted();
 
+/// Waits until a descriptor is ready for `events` (POLLIN or POLLOUT). False if it is not and a request comes,
+/// whichever thread receives the signal.
+bool waitForDescriptor(int descriptor, short events);
+
+/// Whether a progress bar is on the terminal, which the message of such an end removes first.
+void setBarDrawn(bool bDrawn);
+
 /// While it lives, a request ends the process at once, with the message and the exit status of an interrupt:
 /// for work that cannot be asked to stop and leaves nothing behind. A request before it is thrown as
-/// Interrupted. One at a time.
+/// Interrupted. Several threads may have one at a time; the process ends while any of them has.
 class PromptInterrupts {
   public:
     PromptInterrupts();

@@ -3,11 +3,13 @@
 
 #include "terminal/Progress.h"
 
+#include "terminal/Interrupt.h"
+#include "terminal/Terminal.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace velmo::tool {
@@ -18,14 +20,6 @@ constexpr auto g_delay = std::chrono::seconds(1);
 constexpr auto g_interval = std::chrono::milliseconds(100);
 constexpr std::size_t g_longestBar = 40;
 constexpr std::size_t g_shortestBar = 5;
-constexpr std::size_t g_usualColumns = 80;
-
-/// Of the terminal as it is now; terminals that do not tell are taken for usual ones.
-std::size_t countColumns() {
-    winsize size = {};
-    bool const bTold = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
-    return bTold ? size.ws_col : g_usualColumns;
-}
 
 /// Whether there is a terminal that can erase a line.
 bool canDraw() {
@@ -57,9 +51,21 @@ Progress::Progress(vlUInt64 nbPixels, bool bQuiet)
       _nextDrawing(Clock::now() + g_delay) {}
 
 Progress::~Progress() {
+    erase();
+}
+
+void Progress::erase() {
     if (_bDrawn) {
         std::fputs("\r\x1b[K", stderr);
+        _bDrawn = false;
+        setBarDrawn(false);
     }
+}
+
+void Progress::pauseFor(std::function<void()> const& print) {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    erase();
+    print();
 }
 
 void Progress::add(vlUInt64 nbPixels) {
@@ -69,6 +75,7 @@ void Progress::add(vlUInt64 nbPixels) {
     std::lock_guard<std::mutex> const lock(_mutex);
     _nbDone += nbPixels;
     if (Clock::now() >= _nextDrawing) {
+        setBarDrawn(true);
         draw();
         _bDrawn = true;
         _nextDrawing = Clock::now() + g_interval;
@@ -77,7 +84,8 @@ void Progress::add(vlUInt64 nbPixels) {
 
 void Progress::draw() const {
     double const share = std::min(1.0, static_cast<double>(_nbDone) / static_cast<double>(_nbPixels));
-    std::fputs(("\r" + composeLine(share, countColumns()) + "\x1b[K").c_str(), stderr);
+    std::fputs(("\r" + composeLine(share, findColumns(STDERR_FILENO).value_or(0)) + "\x1b[K").c_str(),
+               stderr);
 }
 
 } // namespace velmo::tool

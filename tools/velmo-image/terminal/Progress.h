@@ -5,6 +5,7 @@
 
 #include <VELMOUtil/Types.h>
 #include <chrono>
+#include <functional>
 #include <mutex>
 
 namespace velmo::tool {
@@ -19,11 +20,14 @@ class Progress {
     Progress& operator=(Progress const&) = delete;
 
     void add(vlUInt64 nbPixels);
+    /// Removes the line, and calls `print`, which writes to the terminal. The bar is not drawn meanwhile.
+    void pauseFor(std::function<void()> const& print);
 
   private:
     using Clock = std::chrono::steady_clock;
 
     void draw() const;
+    void erase();
 
     vlUInt64 const _nbPixels;
     bool const _bEnabled;

@@ -78,6 +78,28 @@ std::string suggest(std::string const& word, Words const& candidates) {
     return meant.empty() ? "" : ", did you mean " + meant + '?';
 }
 
+/// `suggestion`, or, for a word that is rather the name of a file, how such a name is given.
+std::string explainOption(std::string const& word, std::string const& suggestion) {
+    bool const bName = word.compare(0, 2, "--") != 0 || word.find_first_of("./") != std::string::npos;
+    return suggestion.empty() && bName
+               ? "; a name that begins with a dash goes after --, or is given as ./" + word
+               : suggestion;
+}
+
+/// The first word that the parser takes for short options, one of which prints help or the version, and that
+/// has more letters; empty if there is none.
+std::string findShortOptions(Words const& words) {
+    for (std::string const& word : words) {
+        if (word == "--") {
+            break;
+        }
+        if (word.size() > 2 && word.front() == '-' && (word[1] == 'h' || word[1] == 'V')) {
+            return word;
+        }
+    }
+    return {};
+}
+
 /// For a line without a command.
 std::string explainWithoutCommand(CLI::App const& app, Words const& words) {
     std::string const commands = boost::algorithm::join(listCommands(app), ", ");
@@ -87,7 +109,9 @@ std::string explainWithoutCommand(CLI::App const& app, Words const& words) {
     if (isOption(words.front())) {
         return "unknown option " + quoted(words.front()) + suggest(words.front(), listOptions(app));
     }
-    std::string const suggestion = suggest(words.front(), listCommands(app));
+    Words candidates = listCommands(app);
+    candidates.emplace_back("help");
+    std::string const suggestion = suggest(words.front(), candidates);
     return "unknown command " + quoted(words.front()) +
            (suggestion.empty() ? ": must be one of " + commands : suggestion);
 }
@@ -99,7 +123,7 @@ std::string explainExtras(CLI::App const& command) {
     if (pOption != extras.end()) {
         std::string const name = pOption->substr(0, pOption->find('='));
         return "unknown option " + quoted(name) + " of " + command.get_name() +
-               suggest(name, listOptions(command));
+               explainOption(*pOption, suggest(name, listOptions(command)));
     }
     std::string const positionals = listPositionals(command);
     std::string text = "unexpected argument " + quoted(extras.empty() ? std::string() : extras.front()) +
@@ -143,13 +167,23 @@ std::string findMeant(std::string const& word, Words const& candidates) {
 
 std::string explainRefusal(CLI::App const& app, CLI::ParseError const& refusal, Words const& words) {
     std::vector<CLI::App*> const chosen = app.get_subcommands();
+    auto const kind = static_cast<CLI::ExitCodes>(refusal.get_exit_code());
+    if (kind == CLI::ExitCodes::Success) {
+        std::string const name = findShortOptions(words);
+        if (!name.empty()) {
+            return addHelp("unknown option " + quoted(name) + explainOption(name, {}), "");
+        }
+        return chosen.empty() && !app.remaining().empty()
+                   ? addHelp(explainWithoutCommand(app, app.remaining()), "")
+                   : std::string();
+    }
     if (chosen.empty()) {
         return addHelp(explainWithoutCommand(app, words), "");
     }
     CLI::App const& command = *chosen.front();
+    Words const extras = command.remaining();
     std::string text = refusal.what();
-    auto const kind = static_cast<CLI::ExitCodes>(refusal.get_exit_code());
-    if (kind == CLI::ExitCodes::ExtrasError) {
+    if (kind == CLI::ExitCodes::ExtrasError || std::any_of(extras.begin(), extras.end(), isOption)) {
         text = app.remaining().empty() ? explainExtras(command) : explainWithoutCommand(app, app.remaining());
     } else if (kind == CLI::ExitCodes::ArgumentMismatch) {
         text = explainValues(text);

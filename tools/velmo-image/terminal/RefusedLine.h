@@ -13,7 +13,8 @@ class ParseError;
 
 namespace velmo::tool {
 
-/// Explains why the parser rejected a command line. `words` are the arguments of the program.
+/// Explains why a command line that the parser did not accept is wrong; empty for a request for help or the
+/// version. `words` are the arguments of the program.
 std::string explainRefusal(CLI::App const& app, CLI::ParseError const& refusal,
                            std::vector<std::string> const& words);
 
