@@ -16,6 +16,7 @@ namespace {
 struct Measurement {
     char const* name;
     Arguments (*createArguments)(std::string const& folder);
+    unsigned long nbInputs;
 };
 
 class MeasureStreaming : public StreamingFixture, public testing::WithParamInterface<Measurement> {
@@ -35,6 +36,17 @@ TEST_P(MeasureStreaming, MemoryDoesNotGrowWithTheVolume) {
     EXPECT_EQ(0, small.status) << small.err; // may warn about the bytes behind
     expectDone(large);
     EXPECT_LT(large.maxRss - small.maxRss, 32 * 1024);
+}
+
+TEST_P(MeasureStreaming, EachInputIsReadOnce) {
+    unsigned long const nbBytes = 1UL << 26;
+    createSparse("in.raw", nbBytes);
+    ToolProcess process(getArguments() + raw("1024,1024,64", "uint8"));
+    ASSERT_TRUE(process.waitForEnd());
+    unsigned long const nbRead = countReadBytes(process.getPid());
+    expectDone(process.wait());
+    EXPECT_GE(nbRead, GetParam().nbInputs * nbBytes);
+    EXPECT_LT(nbRead, GetParam().nbInputs * nbBytes + nbBytes / 2);
 }
 
 TEST_P(MeasureStreaming, AnInterruptEndsItAndLeavesNothing) {
@@ -63,18 +75,21 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Measurement{"Stats",
                                 [](std::string const& folder) {
                                     return Arguments{"stats", folder + "/in.raw"};
-                                }},
+                                },
+                                1},
                     Measurement{"Compare",
                                 [](std::string const& folder) {
                                     return Arguments{"compare", folder + "/in.raw", folder + "/in.raw"};
-                                }},
+                                },
+                                2},
                     Measurement{
                         "Project",
                         [](std::string const& folder) {
                             return Arguments{
                                 "project", folder + "/in.raw", folder + "/out.raw", "--along", "z", "--by",
                                 "sum",     "--overwrite"};
-                        }}),
+                        },
+                        1}),
     getName<Measurement>);
 
 } // namespace velmo::test
