@@ -195,27 +195,32 @@ TEST_F(Resample, TheFirstPlaneThatCannotBeReadIsNamedByAnyNumberOfThreads) {
 }
 
 TEST_F(Resample, ShowsItsProgressWhileItCalculatesAndIsInterrupted) {
-    TiffPage slow = page("");
-    slow.sizeX = 16;
-    slow.sizeY = 100000;
+    TiffPage slow = page(""); // each row is a strip to be decoded
+    slow.sizeX = 1;
+    slow.sizeY = 20000;
     slow.rowsPerStrip = 1;
     slow.compression = COMPRESSION_LZW;
-    writeTiff(_folder / "s" / "slow.tif", std::vector<TiffPage>(64, slow));
+    constexpr int nbPlanes = 32;
+    constexpr int nbFiles = 200;
+    writeTiff(_folder / "volume", std::vector<TiffPage>(nbPlanes, slow));
+    for (int number = 0; number < nbFiles; ++number) {
+        link("../volume", "s/b" + std::to_string(number) + ".tif");
+    }
     std::string steps;
-    for (int step = 1; step < 64; ++step) {
+    for (int step = 1; step < nbFiles * nbPlanes; ++step) {
         steps += "1\n";
     }
     create("steps.txt", steps);
-    TerminalProcess process({"resample", path("s"), "slow.tif", path("steps.txt"), path("out.raw"),
-                             "--size-z", "64", "--threads", "1"});
+    TerminalProcess process({"resample", path("s"), "b<INDEX>.tif", path("steps.txt"), path("out.raw"),
+                             "--size-z", "1600", "--interpolation", "cubic", "--threads", "1"});
     EXPECT_TRUE(process.waitFor(" %"));
-    EXPECT_FALSE(exists("out.raw"));
-    EXPECT_EQ((std::vector<std::string>{"s", "steps.txt"}), list()); // nothing is written yet
+    std::vector<std::string> const names = {"s", "steps.txt", "volume"};
+    EXPECT_EQ(names, list()); // nothing is written yet
     process.send(SIGINT);
     ToolResult const result = process.wait();
     EXPECT_EQ(130, result.status);
     EXPECT_THAT(result.out, testing::EndsWith("\r\x1b[Kvelmo-image: interrupted\r\n"));
-    EXPECT_EQ((std::vector<std::string>{"s", "steps.txt"}), list());
+    EXPECT_EQ(names, list());
 }
 
 TEST_F(Resample, MoreFilesThanTheSoftLimitOfOpenFilesAreJoined) {
