@@ -18,13 +18,15 @@ namespace velmo::tool {
 
 namespace {
 
-volatile std::sig_atomic_t g_bRequested = 0;
-volatile std::sig_atomic_t g_bBarDrawn = 0;
+// The handler runs on any thread.
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free,
+              "handlers of signals need it");
+std::atomic<bool> g_bRequested = false;
+std::atomic<bool> g_bBarDrawn = false;
 /// An event descriptor that is readable after a request; -1 if the system has none left.
-volatile int g_requestDescriptor = -1;
+std::atomic<int> g_requestDescriptor = -1;
 /// Threads that have a PromptInterrupts.
 std::atomic<int> g_nbPrompt = 0;
-static_assert(std::atomic<int>::is_always_lock_free, "handlers of signals need it");
 
 template <std::size_t size>
 void writeFromHandler(char const (&message)[size]) {
@@ -33,11 +35,11 @@ void writeFromHandler(char const (&message)[size]) {
 
 extern "C" void requestInterrupt(int /*signal*/) {
     int const error = errno; // of the call that the signal came into
-    g_bRequested = 1;
+    g_bRequested = true;
     constexpr std::uint64_t one = 1;
     static_cast<void>(!write(g_requestDescriptor, &one, sizeof(one)));
     if (g_nbPrompt != 0) {
-        if (g_bBarDrawn != 0) {
+        if (g_bBarDrawn) {
             writeFromHandler("\r\x1b[K");
         }
         writeFromHandler("velmo-image: interrupted\n");
@@ -67,7 +69,7 @@ void catchInterrupts() {
 }
 
 bool isInterruptRequested() {
-    return g_bRequested != 0;
+    return g_bRequested;
 }
 
 void throwIfInterrupted() {
@@ -90,7 +92,7 @@ bool waitForDescriptor(int descriptor, short events) {
 }
 
 void setBarDrawn(bool bDrawn) {
-    g_bBarDrawn = bDrawn ? 1 : 0;
+    g_bBarDrawn = bDrawn;
 }
 
 PromptInterrupts::PromptInterrupts() {

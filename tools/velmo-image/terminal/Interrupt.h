@@ -12,8 +12,8 @@ bool isInterruptRequested();
 /// Throws Interrupted after a request.
 void throwIfInterrupted();
 
-/// Waits until a descriptor is ready for `events` (POLLIN or POLLOUT). False if it is not and a request comes,
-/// whichever thread receives the signal.
+/// Waits until a descriptor is ready for `events` (POLLIN or POLLOUT). False if it is not and a request
+/// comes, whichever thread receives the signal.
 bool waitForDescriptor(int descriptor, short events);
 
 /// Whether a progress bar is on the terminal, which the message of such an end removes first.
