@@ -1,0 +1,283 @@
+// SPDX-FileCopyrightText: The VELMOImageFile authors
+// SPDX-License-Identifier: Apache-2.0
+
+#include "session/Driver.h"
+
+#include "wire/Failure.h"
+
+#include <VELMOUtil/BaseException.h>
+#include <VELMOUtil/GuardedRaise.h>
+#include <algorithm>
+#include <numeric>
+
+namespace velmo::image::mpi {
+
+namespace {
+
+std::vector<int> getServers(int nbRanks) {
+    std::vector<int> servers(static_cast<std::size_t>(nbRanks - 1));
+    std::iota(servers.begin(), servers.end(), 1);
+    return servers;
+}
+
+[[noreturn]] void raiseText(std::string const& text, RaiseSite const& site) {
+    throw BaseException(text, site.function, site.file, site.line);
+}
+
+} // namespace
+
+Driver::Driver(std::unique_ptr<Transport> pTransport, RankDescription const& self, Timing const& timing)
+    : _pTransport(std::move(pTransport)), _timing(timing),
+      _ranks(static_cast<std::size_t>(_pTransport->getNbRanks())), _bHello(_ranks.size(), false) {
+    _ranks[0] = self;
+    if (getNbRanks() == 1) {
+        return;
+    }
+    _pCourier = std::make_unique<Courier>(*_pTransport, *this, getServers(getNbRanks()), timing);
+    try {
+        awaitHellos();
+    } catch (...) {
+        _pCourier.reset(); // before the members that its thread uses
+        throw;
+    }
+}
+
+Driver::~Driver() {
+    end();
+}
+
+void Driver::awaitHellos() {
+    std::unique_lock<std::mutex> lock(_mutex);
+    bool const bAll = _changed.wait_for(lock, _timing.start,
+                                        [this] { return !_broken.empty() || _nbHellos == getNbRanks(); });
+    if (!_broken.empty()) {
+        raiseBroken();
+    }
+    if (!bAll) {
+        auto const first = std::find(_bHello.begin() + 1, _bHello.end(), false) - _bHello.begin();
+        raiseText("rank " + std::to_string(first) + " has not begun the session", VELMO_HERE);
+    }
+    BoolResult const fit = requireSameKind(_ranks);
+    lock.unlock();
+    settle(fit);
+}
+
+void Driver::settle(BoolResult const& fit) {
+    if (fit) {
+        tellAll(eMessage::Welcome);
+        return;
+    }
+    tellAll(eMessage::Refused, fit.getMessage());
+    raiseText(fit.getMessage(), VELMO_HERE);
+}
+
+void Driver::tellAll(eMessage message, std::string const& text) {
+    for (int rank = 1; rank < getNbRanks(); ++rank) {
+        tell(rank, message, text);
+    }
+}
+
+void Driver::tell(int rank, eMessage message, std::string const& text) {
+    Parcel parcel;
+    parcel.peer = rank;
+    parcel.header.message = message;
+    auto const pText = std::make_shared<std::string const>(text);
+    parcel.header.nbPayload = text.size();
+    parcel.pPayload = pText->data();
+    parcel.pKeptAlive = pText;
+    _pCourier->send(std::move(parcel));
+}
+
+void Driver::end() {
+    {
+        std::unique_lock<std::mutex> lock(_mutex);
+        if (_bEnded) {
+            return;
+        }
+        _bEnded = true;
+        _changed.wait(lock, [this] { return _pending.empty(); });
+    }
+    if (!_pCourier) {
+        return;
+    }
+    tellAll(eMessage::Stop);
+    {
+        std::unique_lock<std::mutex> lock(_mutex);
+        _changed.wait(lock, [this] { return !_broken.empty() || _nbStopped == getNbRanks(); });
+    }
+    _pCourier.reset();
+}
+
+BoolResult Driver::ask(int rank, Request const& request) {
+    Answer answer;
+    return ask(rank, request, answer);
+}
+
+BoolResult Driver::ask(int rank, Request const& request, Answer& answer) {
+    if (request.header.nbPayload > g_largestPayload) {
+        return failure("A request of " + std::to_string(request.header.nbPayload) +
+                       " bytes is too large to be sent" + namePlace(rank, getRank(rank)));
+    }
+    Pending pending;
+    pending.rank = rank;
+    pending.pRequest = &request;
+    Parcel parcel;
+    parcel.peer = rank;
+    parcel.header = request.header;
+    parcel.pPayload = request.pPayload;
+    std::unique_lock<std::mutex> lock(_mutex);
+    if (!_broken.empty()) {
+        raiseBroken();
+    }
+    if (_bEnded) {
+        return failure("The session of the ranks has ended");
+    }
+    parcel.header.request = _nextRequest++;
+    _pending.emplace(parcel.header.request, &pending);
+    _pCourier->send(parcel);
+    return await(lock, pending, answer);
+}
+
+BoolResult Driver::await(std::unique_lock<std::mutex>& lock, Pending& pending, Answer& answer) {
+    pending.answered.wait(lock, [&] { return pending.bAnswered; });
+    if (!_broken.empty()) {
+        raiseBroken();
+    }
+    lock.unlock();
+    std::string const place = namePlace(pending.rank, getRank(pending.rank));
+    if (!pending.failure.empty()) {
+        return failure(pending.failure + place);
+    }
+    BoolResult result = takeOutcome(pending.reply.outcome, pending.payload, place);
+    if (result && pending.pRequest->pAnswer != nullptr &&
+        pending.reply.nbPayload != pending.pRequest->nbAnswer) {
+        return failure("The reply to a request has " + std::to_string(pending.reply.nbPayload) +
+                       " bytes, not " + std::to_string(pending.pRequest->nbAnswer) + place);
+    }
+    answer.arguments = pending.reply.arguments;
+    answer.payload = std::move(pending.payload);
+    return result;
+}
+
+void Driver::raiseBroken() const {
+    raiseText(_broken, VELMO_HERE);
+}
+
+// Calls of the courier
+
+Landing Driver::findLanding(int peer, Header const& header) {
+    if (header.message == eMessage::Reply) {
+        std::lock_guard<std::mutex> const lock(_mutex);
+        auto const found = _pending.find(header.request);
+        if (found == _pending.end() || found->second->rank != peer) {
+            return {};
+        }
+        Request const& request = *found->second->pRequest;
+        if (header.outcome == eOutcome::Success && request.pAnswer != nullptr) {
+            bool const bFits = header.nbPayload == request.nbAnswer;
+            return {bFits ? request.pAnswer : nullptr, nullptr};
+        }
+    }
+    auto const pText = std::make_shared<std::string>(header.nbPayload, '\0');
+    return {pText->data(), pText};
+}
+
+void Driver::onMessage(int peer, Header const& header, Landing const& landing, bool bIntact) {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    switch (header.message) {
+    case eMessage::Hello:
+        takeHello(peer, landing, bIntact);
+        break;
+    case eMessage::Reply:
+        takeReply(header, landing, bIntact);
+        break;
+    case eMessage::Lost:
+        takeLost(peer, header.arguments[0]);
+        break;
+    case eMessage::Stopped:
+        _pCourier->stopWatching(peer);
+        ++_nbStopped;
+        break;
+    default:
+        break;
+    }
+    _changed.notify_all();
+}
+
+void Driver::takeHello(int peer, Landing const& landing, bool bIntact) {
+    auto const index = static_cast<std::size_t>(peer);
+    if (!bIntact || _bHello[index]) {
+        return; // no hello at all, in the end
+    }
+    auto const& text = *std::static_pointer_cast<std::string>(landing.pKeptAlive);
+    if (!decodeDescription(text, _ranks[index])) {
+        _ranks[index].protocol = 0;
+    }
+    _bHello[index] = true;
+    ++_nbHellos;
+}
+
+void Driver::takeReply(Header const& header, Landing const& landing, bool bIntact) {
+    auto const found = _pending.find(header.request);
+    if (found == _pending.end()) {
+        return;
+    }
+    Pending& pending = *found->second;
+    pending.reply = header;
+    if (!bIntact) {
+        pending.failure = "The reply to a request was damaged on its way";
+    } else if (landing.pKeptAlive) {
+        pending.payload = std::move(*std::static_pointer_cast<std::string>(landing.pKeptAlive));
+    }
+    pending.bAnswered = true;
+    pending.answered.notify_one();
+    _pending.erase(found);
+}
+
+void Driver::takeLost(int peer, std::uint64_t sequence) {
+    for (auto place = _pending.begin(); place != _pending.end(); ++place) {
+        Pending& pending = *place->second;
+        if (pending.rank == peer && pending.sequence == sequence + 1) {
+            pending.failure = "A request was lost on its way";
+            pending.bAnswered = true;
+            pending.answered.notify_one();
+            _pending.erase(place);
+            return;
+        }
+    }
+    if (_bEnded) { // it may have been the end of the session
+        tell(peer, eMessage::Stop, {});
+    }
+}
+
+void Driver::onLeaving(int /*peer*/, Header const& header) {
+    if (header.request == 0) {
+        return;
+    }
+    std::lock_guard<std::mutex> const lock(_mutex);
+    auto const found = _pending.find(header.request);
+    if (found != _pending.end()) {
+        found->second->sequence = header.sequence + 1; // 0 for a request that has not left
+    }
+}
+
+void Driver::onLost(int peer, std::uint64_t /*sequence*/) {
+    raiseText("Messages of " + describe(peer) + " were lost", VELMO_HERE); // ends the courier
+}
+
+std::string Driver::describe(int peer) const {
+    return nameRank(peer, _ranks[static_cast<std::size_t>(peer)]);
+}
+
+void Driver::onBroken(std::string const& reason) {
+    std::lock_guard<std::mutex> const lock(_mutex);
+    _broken = reason;
+    for (auto const& [number, pPending] : _pending) {
+        pPending->bAnswered = true;
+        pPending->answered.notify_one();
+    }
+    _pending.clear();
+    _changed.notify_all();
+}
+
+} // namespace velmo::image::mpi
