@@ -55,7 +55,9 @@ void Driver::awaitHellos() {
     }
     if (!bAll) {
         auto const first = std::find(_bHello.begin() + 1, _bHello.end(), false) - _bHello.begin();
-        raiseText("rank " + std::to_string(first) + " has not begun the session", VELMO_HERE);
+        _pCourier->breakSession("rank " + std::to_string(first) + " has not begun the session");
+        _changed.wait(lock, [this] { return !_broken.empty(); });
+        raiseBroken();
     }
     BoolResult const fit = requireSameKind(_ranks);
     lock.unlock();
@@ -97,15 +99,13 @@ void Driver::end() {
         _bEnded = true;
         _changed.wait(lock, [this] { return _pending.empty(); });
     }
-    if (!_pCourier) {
-        return;
-    }
-    tellAll(eMessage::Stop);
-    {
+    if (_pCourier) {
+        tellAll(eMessage::Stop);
         std::unique_lock<std::mutex> lock(_mutex);
         _changed.wait(lock, [this] { return !_broken.empty() || _nbStopped == getNbRanks(); });
     }
     _pCourier.reset();
+    _pTransport.reset(); // images may own the driver longer than MPI exists
 }
 
 BoolResult Driver::ask(int rank, Request const& request) {

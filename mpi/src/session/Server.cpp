@@ -59,11 +59,15 @@ void Server::awaitWelcome() {
     std::unique_lock<std::mutex> lock(_mutex);
     _changed.wait_for(lock, _timing.start,
                       [this] { return _bWelcome || _bStopped || _bBroken || !_reason.empty(); });
-    if (!_bWelcome) {
-        auto const site = VELMO_HERE;
-        throw BaseException(_reason.empty() ? "rank 0 does not answer" : _reason, site.function, site.file,
-                            site.line);
+    if (_bWelcome) {
+        return;
     }
+    if (_reason.empty()) {
+        _pCourier->breakSession("rank 0 has not begun the session");
+        _changed.wait(lock, [this] { return _bBroken; });
+    }
+    auto const site = VELMO_HERE;
+    throw BaseException(_reason, site.function, site.file, site.line);
 }
 
 int Server::serve() {

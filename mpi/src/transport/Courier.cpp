@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <new>
+#include <stdexcept>
 
 namespace velmo::image::mpi {
 
@@ -45,6 +46,14 @@ void Courier::send(Parcel parcel) noexcept {
     _posted.notify_one();
 }
 
+void Courier::breakSession(std::string const& reason) {
+    {
+        std::lock_guard<std::mutex> const lock(_mutex);
+        _failure = reason;
+    }
+    _posted.notify_one();
+}
+
 void Courier::run() {
     std::string reason;
     try {
@@ -66,7 +75,7 @@ void Courier::run() {
             }
         }
     } catch (std::exception const& exception) {
-        reason = std::string("The messages of this rank cannot be handled: ") + exception.what();
+        reason = exception.what();
     }
     breakOff(reason);
 }
@@ -119,6 +128,9 @@ bool Courier::sendPosted() {
         parcels.swap(_outbox);
         if (_bWithoutMemory) {
             throw std::bad_alloc();
+        }
+        if (!_failure.empty()) {
+            throw std::runtime_error(_failure);
         }
     }
     for (Parcel& parcel : parcels) {
@@ -219,7 +231,7 @@ void Courier::keepAlive() {
 
 void Courier::pause(std::chrono::microseconds time) {
     std::unique_lock<std::mutex> lock(_mutex);
-    _posted.wait_for(lock, time, [this] { return _bEnding || !_outbox.empty(); });
+    _posted.wait_for(lock, time, [this] { return _bEnding || !_failure.empty() || !_outbox.empty(); });
 }
 
 } // namespace velmo::image::mpi

@@ -70,6 +70,8 @@ class Courier {
     /// Sends a message. Thread-safe; does not wait. Ignored after the session has broken. Without memory the
     /// session breaks.
     void send(Parcel parcel) noexcept;
+    /// Ends the job for a reason that the owner has found. Thread-safe; does not wait.
+    void breakSession(std::string const& reason);
     /// From now on silence of the rank is not an error. Only for calls from the client.
     void stopWatching(int peer) { _watch.forget(peer); }
 
@@ -110,6 +112,7 @@ class Courier {
     bool _bEnding = false;
     bool _bBroken = false;
     bool _bWithoutMemory = false;
+    std::string _failure; ///< why the owner ends the job
     std::thread _thread;
 };
 
