@@ -4,6 +4,7 @@
 #include <VELMOImageFileMpi/DistributedFiles.h>
 
 #include "engine/RankEngine.h"
+#include "process/EndOfProcess.h"
 
 #include <VELMOBase/CheckedArithmetic.h>
 #include <VELMOBase/ReplacedFile.h>
@@ -23,6 +24,16 @@ using Message = file::eRawImageFileMessage;
 
 namespace {
 
+/// The ranks remove the temporary files of this process if rank 0 is killed.
+BoolResult guardTemporaryFiles(DistributedImage const& image) {
+    std::vector<std::string> const paths = findTemporaryFiles();
+    return paths.empty() ? success()
+                         : image.forEachBlock([&](BaseBlockOwner& owner, PlanBlock const& /*block*/) {
+                               auto* const pRemote = dynamic_cast<RemoteOwner*>(&owner);
+                               return pRemote == nullptr ? success() : pRemote->guardFile(paths.back());
+                           });
+}
+
 class StreamedImage : public BaseImage {
   public:
     explicit StreamedImage(DistributedImagePtr pImage) : _pImage(std::move(pImage)) {
@@ -34,7 +45,9 @@ class StreamedImage : public BaseImage {
   private:
     BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                                  void* buffer) const override {
-        return _pImage->readPixels(z, c, t, pixelStart, nbPixels, buffer);
+        bool const bBegins = z == 0 && c == 0 && t == 0 && pixelStart == 0;
+        BoolResult result = bBegins ? guardTemporaryFiles(*_pImage) : success();
+        return result ? _pImage->readPixels(z, c, t, pixelStart, nbPixels, buffer) : result;
     }
     BoolResult writePixelsDerived(vlUInt64 /*z*/, vlUInt64 /*c*/, vlUInt64 /*t*/, vlUInt64 /*pixelStart*/,
                                   vlUInt64 /*nbPixels*/, void const* /*buffer*/) override {
@@ -72,6 +85,7 @@ class RawSave {
 
     void run() {
         require(create());
+        require(guardTemporaryFiles(_image));
         require(_image.forEachBlock(
             [this](BaseBlockOwner& owner, PlanBlock const& block) { return write(owner, block); }));
         SystemResult const committed = _file.commit();

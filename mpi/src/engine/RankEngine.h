@@ -3,9 +3,9 @@
 
 #pragma once
 
-#include "engine/BlockFile.h"
-#include "engine/PlaneRun.h"
-#include "session/Driver.h"
+#include "blocks/BlockFile.h"
+#include "blocks/PlaneRun.h"
+#include "ranks/Driver.h"
 
 #include <VELMOImage/DistributionEngine.h>
 #include <atomic>
@@ -30,6 +30,8 @@ class RemoteOwner : public BaseBlockOwner {
     /// `runOnPlanes` and `writeBlockToFile` at the rank.
     BoolResult runPlanes(PlanBlock const& block, PlaneWork const& work, std::vector<std::string>& results);
     BoolResult writeToFile(PlanBlock const& block, FilePart const& part);
+    /// The rank removes this temporary file if the job ends before its time.
+    BoolResult guardFile(std::string const& path);
 
   private:
     class Filling;

@@ -151,4 +151,8 @@ BoolResult RemoteOwner::writeToFile(PlanBlock const& block, FilePart const& part
                          makeRequest(eMessage::WriteFile, {block.id, part.offset, part.fileSize}, part.path));
 }
 
+BoolResult RemoteOwner::guardFile(std::string const& path) {
+    return _pDriver->ask(_rank, makeRequest(eMessage::GuardFile, {}, path));
+}
+
 } // namespace velmo::image::mpi

@@ -3,7 +3,7 @@
 
 #include <VELMOImageFileMpi/MpiSession.h>
 
-#include "session/EndOfProcess.h"
+#include "process/EndOfProcess.h"
 #include "session/RankSession.h"
 #include "transport/MpiTransport.h"
 

@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "session/Driver.h"
-#include "session/Server.h"
+#include "ranks/Driver.h"
+#include "ranks/Server.h"
 
 #include <VELMOImage/DistributionEngine.h>
 

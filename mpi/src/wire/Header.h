@@ -35,7 +35,8 @@ enum class eMessage : std::uint64_t {
     GetRoom,      ///< answered with the available memory
     RunPlanes,    ///< block; name and argument of the function are in the payload
     WriteFile,    ///< block, offset in the file, size of the file; the path is in the payload
-    Last = WriteFile
+    GuardFile,    ///< the path of a temporary file of the driver is in the payload
+    Last = GuardFile
 };
 
 /// How a request ended. The payload of all but the first one is a failure.

@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "engine/BlockStore.h"
+#include "blocks/BlockStore.h"
 
-#include "engine/BlockFile.h"
-#include "engine/PlaneRun.h"
+#include "blocks/BlockFile.h"
+#include "blocks/PlaneRun.h"
+#include "process/EndOfProcess.h"
 #include "wire/Bytes.h"
 
 #include <VELMOBase/AvailableMemory.h>
@@ -41,6 +42,9 @@ BoolResult BlockStore::execute(Header const& header, std::string const& payload,
         return runPlanes(header, payload, answer);
     case eMessage::WriteFile:
         return writeFile(header, payload);
+    case eMessage::GuardFile:
+        guardTemporaryFile(payload);
+        return success();
     default:
         return failure("A request is of no known kind");
     }

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "engine/BlockFile.h"
+#include "blocks/BlockFile.h"
 
 #include <VELMOBase/SystemResult.h>
 #include <VELMOBase/TransferAll.h>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "engine/PlaneRun.h"
+#include "blocks/PlaneRun.h"
 
 #include "wire/Bytes.h"
 

@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "engine/BlockStore.h"
-#include "session/RankDescription.h"
+#include "blocks/BlockStore.h"
+#include "ranks/RankDescription.h"
 #include "transport/Courier.h"
 
 #include <deque>

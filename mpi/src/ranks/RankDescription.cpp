@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "session/RankDescription.h"
+#include "ranks/RankDescription.h"
 
 #include "wire/Bytes.h"
 

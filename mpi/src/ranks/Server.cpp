@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "session/Server.h"
+#include "ranks/Server.h"
 
 #include "wire/Failure.h"
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "session/EndOfProcess.h"
+#include "process/EndOfProcess.h"
 
 #include <VELMOBase/ReplacedFile.h>
 #include <algorithm>

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "session/RankDescription.h"
+#include "ranks/RankDescription.h"
 #include "transport/Courier.h"
 
 #include <map>
