@@ -63,6 +63,12 @@ TEST_F(MpiJob, EveryLoadHasThePixelsOfALoadInMemory) {
     }
 }
 
+TEST_F(MpiJob, IdleRanksNeedAlmostNoProcessorTime) {
+    JobResult const result = run(2, "idle load");
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_LT(std::stod(result.out), 0.02);
+}
+
 // The texts of one process, with the rank
 
 TEST_F(MpiJob, AFileThatARankDoesNotSeeIsTheErrorOfOneProcessWithTheRank) {

@@ -12,9 +12,11 @@
 #include <VELMOImageFileMpi/PlaneFunctions.h>
 #include <VELMOSerialization/DynamicObjectFactory.h>
 #include <VELMOSerialization/VELMOSerializationLog.h>
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -142,9 +144,32 @@ void saveTiff(Job const& job, DistributedImagePtr const& pImage) {
     file::saveTiffImageFile(job.output, mpi::streamPlanes(pImage), options);
 }
 
+double getCpuSeconds() {
+    timespec time = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+/// The largest part of a processor that a rank needs while nothing happens.
+double measureIdleLoad(Job const& job) {
+    DistributedImagePtr const pImage = load(job);
+    std::vector<std::string> const before = mpi::forEachPlane(*pImage, "processor time");
+    constexpr int nbSeconds = 4;
+    std::this_thread::sleep_for(std::chrono::seconds(nbSeconds));
+    std::vector<std::string> const after = mpi::forEachPlane(*pImage, "processor time");
+    double most = 0;
+    for (std::size_t plane = 0; plane < before.size(); ++plane) {
+        most = std::max(most, (std::stod(after[plane]) - std::stod(before[plane])) / nbSeconds);
+    }
+    return most;
+}
+
 std::string runCommand(std::string const& command, Job const& job) {
     if (command == "compare") {
         return compareAll(job);
+    }
+    if (command == "idle load") {
+        return std::to_string(measureIdleLoad(job));
     }
     if (command == "idle") {
         std::this_thread::sleep_for(std::chrono::seconds(30));
@@ -177,6 +202,9 @@ std::string describe(std::exception const& exception) {
 int main(int argc, char** argv) {
     silenceLog();
     mpi::registerPlaneFunction("nothing", [](mpi::PlaneMemory const&, std::string const&) { return ""; });
+    mpi::registerPlaneFunction("processor time", [](mpi::PlaneMemory const&, std::string const&) {
+        return std::to_string(getCpuSeconds());
+    });
     Fault const fault = readFault();
     failBeforeSession(fault);
     mpi::MpiSession session(argc, argv);

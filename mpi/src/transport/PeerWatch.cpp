@@ -49,7 +49,7 @@ void PeerWatch::advance(Peer& peer) {
 void PeerWatch::tick() {
     auto const now = Clock::now();
     auto const passed = now - _lastTick;
-    if (passed > _timing.aliveInterval) { // this rank was stopped, perhaps all others with it
+    if (passed > _timing.silence / 2) { // this rank was stopped, perhaps all others with it
         for (auto& [number, peer] : _peers) {
             peer.lastHeard += passed;
             peer.missingSince += passed;
