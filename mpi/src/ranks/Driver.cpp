@@ -34,10 +34,11 @@ Driver::Driver(std::unique_ptr<Transport> pTransport, RankDescription const& sel
         return;
     }
     _pCourier = std::make_unique<Courier>(*_pTransport, *this, getServers(getNbRanks()), timing);
+    _pCourier->start();
     try {
         awaitHellos();
     } catch (...) {
-        _pCourier.reset(); // before the members that its thread uses
+        _pCourier->stop(); // before the members that its thread uses
         throw;
     }
 }
@@ -103,6 +104,8 @@ void Driver::end() {
         tellAll(eMessage::Stop);
         std::unique_lock<std::mutex> lock(_mutex);
         _changed.wait(lock, [this] { return !_broken.empty() || _nbStopped == getNbRanks(); });
+        lock.unlock();
+        _pCourier->stop();
     }
     _pCourier.reset();
     _pTransport.reset(); // images may own the driver longer than MPI exists

@@ -35,17 +35,18 @@ bool isAnsweredAtOnce(eMessage message) {
 Server::Server(std::unique_ptr<Transport> pTransport, RankDescription const& self, Timing const& timing)
     : _pTransport(std::move(pTransport)), _timing(timing) {
     _pCourier = std::make_unique<Courier>(*_pTransport, *this, std::vector<int>{g_driver}, timing);
+    _pCourier->start();
     try {
         sayHello(self);
         awaitWelcome();
     } catch (...) {
-        _pCourier.reset(); // before the members that its thread uses
+        _pCourier->stop(); // before the members that its thread uses
         throw;
     }
 }
 
 Server::~Server() {
-    _pCourier.reset();
+    _pCourier->stop();
 }
 
 void Server::sayHello(RankDescription const& self) {
@@ -84,7 +85,7 @@ int Server::serve() {
     Parcel parcel;
     parcel.header.message = eMessage::Stopped;
     _pCourier->send(std::move(parcel));
-    _pCourier.reset();
+    _pCourier->stop();
     return 0;
 }
 

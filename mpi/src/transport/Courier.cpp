@@ -19,16 +19,25 @@ constexpr std::chrono::microseconds g_firstPause(20);
 
 Courier::Courier(Transport& transport, CourierClient& client, std::vector<int> const& watched,
                  Timing const& timing)
-    : _transport(transport), _client(client), _timing(timing), _watch(watched, timing),
-      _thread([this] { run(); }) {}
+    : _transport(transport), _client(client), _timing(timing), _watch(watched, timing) {}
 
 Courier::~Courier() {
+    stop();
+}
+
+void Courier::start() {
+    _thread = std::thread([this] { run(); });
+}
+
+void Courier::stop() {
     {
         std::lock_guard<std::mutex> const lock(_mutex);
         _bEnding = true;
     }
     _posted.notify_one();
-    _thread.join();
+    if (_thread.joinable()) {
+        _thread.join();
+    }
 }
 
 void Courier::send(Parcel parcel) noexcept {

@@ -58,14 +58,19 @@ class CourierClient {
 /// job if one of them is silent for too long.
 class Courier {
   public:
-    /// `watched` are the ranks with which this one exchanges messages. Starts the thread. The client and the
-    /// transport must outlive the courier.
+    /// `watched` are the ranks with which this one exchanges messages. The client and the transport must
+    /// outlive the courier.
     Courier(Transport& transport, CourierClient& client, std::vector<int> const& watched,
             Timing const& timing);
-    /// Waits until everything is sent, then ends the thread.
+    /// Same as `stop`.
     ~Courier();
     Courier(Courier const&) = delete;
     Courier& operator=(Courier const&) = delete;
+
+    /// Starts the thread. From now on the client is called.
+    void start();
+    /// Waits until everything is sent, then ends the thread. The client is not called afterwards.
+    void stop();
 
     /// Sends a message. Thread-safe; does not wait. Ignored after the session has broken. Without memory the
     /// session breaks.
