@@ -11,6 +11,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdio>
+#include <mutex>
 #include <string_view>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -79,6 +80,8 @@ std::vector<std::string> findTemporaryFiles() {
 }
 
 void guardTemporaryFile(std::string const& path) {
+    static std::mutex mutex; // for writers; a signal handler cannot wait
+    std::lock_guard<std::mutex> const lock(mutex);
     g_bGuarded = false;
     if (path.size() < g_guarded.size()) {
         std::copy(path.begin(), path.end(), g_guarded.begin());
