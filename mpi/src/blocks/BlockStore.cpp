@@ -70,7 +70,7 @@ BoolResult BlockStore::addBlock(Header const& header, std::string const& payload
 }
 
 BoolResult BlockStore::fillBlock(Header const& header) {
-    BoolResult const known = requireBlock(header.arguments[0]);
+    BoolResult known = requireBlock(header.arguments[0]);
     if (!known) {
         return known;
     }
@@ -82,7 +82,7 @@ BoolResult BlockStore::fillBlock(Header const& header) {
 }
 
 BoolResult BlockStore::runPlanes(Header const& header, std::string const& payload, std::string& answer) {
-    BoolResult const known = requireBlock(header.arguments[0]);
+    BoolResult known = requireBlock(header.arguments[0]);
     if (!known) {
         return known;
     }
@@ -104,7 +104,7 @@ BoolResult BlockStore::runPlanes(Header const& header, std::string const& payloa
 }
 
 BoolResult BlockStore::writeFile(Header const& header, std::string const& path) {
-    BoolResult const known = requireBlock(header.arguments[0]);
+    BoolResult known = requireBlock(header.arguments[0]);
     if (!known) {
         return known;
     }

@@ -62,7 +62,7 @@ struct Header {
 };
 
 /// Bytes of a header: its eleven numbers, a constant and a checksum, each 8 bytes and little-endian.
-constexpr std::size_t g_headerSize = 12 * 8;
+constexpr std::size_t g_headerSize = std::size_t{12} * 8;
 using HeaderBytes = std::array<std::byte, g_headerSize>;
 
 HeaderBytes encodeHeader(Header const& header);
