@@ -3,7 +3,7 @@
 
 // Measures work over the ranks of an MPI job, without the start of the job: mpirun -n RANKS velmo_mpi_timer
 // load FILE, or gather FILE, or copy FILE. Prints the seconds. gather copies a distributed image to the
-// memory of rank 0; copy is one memcpy of the same pixels into new memory.
+// memory of rank 0; copy is one memcpy of the same pixels into a new image.
 
 #include <VELMOImage/MemoryImage.h>
 #include <VELMOImageFile/VELMOImageFile.h>
@@ -12,7 +12,6 @@
 #include <cstring>
 #include <functional>
 #include <iostream>
-#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -39,12 +38,13 @@ double measure(std::string const& work, std::string const& file) {
         return gather;
     }
     std::size_t const nbBytes = pCopy->getGeometry().getFullMemorySize();
-    std::unique_ptr<char[]> pTarget;
+    MemoryImage target;
     double const copy = timeCall([&] {
-        pTarget.reset(new char[nbBytes]);
-        std::memcpy(pTarget.get(), pCopy->accessPlan(0, 0, 0), nbBytes);
+        if (target.init(pCopy->getGeometry())) {
+            std::memcpy(target.accessPlan(0, 0, 0), pCopy->accessPlan(0, 0, 0), nbBytes);
+        }
     });
-    if (std::memcmp(pTarget.get(), pCopy->accessPlan(0, 0, 0), nbBytes) != 0) {
+    if (std::memcmp(target.accessPlan(0, 0, 0), pCopy->accessPlan(0, 0, 0), nbBytes) != 0) {
         throw std::runtime_error("the copy has other pixels");
     }
     return copy;

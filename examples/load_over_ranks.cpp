@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-// Distributes a TIFF file over the ranks of an MPI job: mpirun -n 4 load_over_ranks. Needs the library for MPI.
+// Distributes a TIFF file over the ranks of an MPI job: mpirun -n 4 load_over_ranks. Needs the library for
+// MPI.
 
 #include "Example.h"
 
@@ -22,7 +23,7 @@ void loadOverRanks() {
     std::vector<std::string> const brightest = mpi::forEachPlane(*volume, "brightest");
     // Each rank writes its own planes. A TIFF file is written by rank 0, a few planes at a time.
     mpi::saveDistributedRawImageFile("big.raw", volume);
-    file::saveTiffImageFile("copy.tif", mpi::streamPlanes(volume));
+    mpi::saveDistributedTiffImageFile("copy.tif", volume);
     // [at rank 0]
     require(brightest[6] == std::to_string(pixelOf(6, 999)), "a result of a plane");
     require(readPlane<std::uint16_t>(file::loadTiffImageFile("copy.tif"), {6, 0, 0})[9] == pixelOf(6, 9),

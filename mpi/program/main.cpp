@@ -43,7 +43,7 @@ void save(CommandLine const& line, DistributedImagePtr const& pImage) {
     if (isTiff(line.output)) {
         file::TiffWriteOptions options;
         options.compression = line.compression;
-        file::saveTiffImageFile(line.output, mpi::streamPlanes(pImage), options);
+        mpi::saveDistributedTiffImageFile(line.output, pImage, options);
     } else {
         mpi::saveDistributedRawImageFile(line.output, pImage);
     }

@@ -303,7 +303,7 @@ TEST(LoopbackLoad, AStreamedImageIsSavedAsItsDistributedImage) {
     pImage->setUserPropertiesStr("of the user");
     for (eTiffCompression const compression : {eTC_None, eTC_Deflate}) {
         saveTiffImageFile(folder / "expected.tif", pImage, {compression});
-        saveTiffImageFile(folder / "image.tif", streamPlanes(pImage), {compression});
+        saveDistributedTiffImageFile(folder / "image.tif", pImage, {compression});
         EXPECT_EQ(readFile(folder / "image.tif"), readFile(folder / "expected.tif"));
     }
 }

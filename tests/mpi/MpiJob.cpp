@@ -25,11 +25,18 @@ void redirect(boost::filesystem::path const& path, int descriptor) {
     close(file);
 }
 
+void addToVariable(char const* name, std::string const& text) {
+    char const* const value = std::getenv(name);
+    setenv(name, (value == nullptr ? text : std::string(value) + ":" + text).c_str(), 1);
+}
+
 [[noreturn]] void startJob(std::vector<std::string> words, boost::filesystem::path const& folder,
                            boost::filesystem::path const& outputs, RankFault const& fault) {
     setpgid(0, 0);
     setenv("OMPI_ALLOW_RUN_AS_ROOT", "1", 1);
     setenv("OMPI_ALLOW_RUN_AS_ROOT_CONFIRM", "1", 1);
+    addToVariable("TSAN_OPTIONS", "ignore_noninstrumented_modules=1"); // MPI is not instrumented,
+    addToVariable("ASAN_OPTIONS", "detect_leaks=0");                   // and keeps memory until the end
     setenv("VELMO_TEST_RANK", std::to_string(fault.rank).c_str(), 1);
     setenv("VELMO_TEST_FAULT", fault.fault.c_str(), 1);
     redirect(outputs / "out", STDOUT_FILENO);

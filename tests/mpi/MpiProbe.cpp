@@ -141,7 +141,7 @@ void saveTiff(Job const& job, DistributedImagePtr const& pImage) {
     file::TiffWriteOptions options;
     options.compression = file::eTC_Deflate;
     options.threads = file::useThreads(1);
-    file::saveTiffImageFile(job.output, mpi::streamPlanes(pImage), options);
+    mpi::saveDistributedTiffImageFile(job.output, pImage, options);
 }
 
 double getCpuSeconds() {

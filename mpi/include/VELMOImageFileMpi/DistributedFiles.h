@@ -4,6 +4,7 @@
 #pragma once
 
 #include <VELMOImage/DistributedImage.h>
+#include <VELMOImageFile/TiffImageFileOptions.h>
 #include <VELMOImageFileMpi/Export.h>
 #include <boost/filesystem/path.hpp>
 #include <string>
@@ -19,6 +20,14 @@ namespace velmo::image::mpi {
 VELMO_MPI_EXPORT void saveDistributedRawImageFile(boost::filesystem::path const& path,
                                                   DistributedImagePtr const& pImage,
                                                   std::string const& fileHeader = std::string());
+
+/// Saves an image as `saveTiffImageFile` does, and reads the planes when they are needed: rank 0 holds a few
+/// planes at a time. If rank 0 is killed, the other ranks remove the temporary file.
+///
+/// Every error is logged and thrown as VELMOImageFileException, with the messages of `saveTiffImageFile`.
+VELMO_MPI_EXPORT void
+saveDistributedTiffImageFile(boost::filesystem::path const& path, DistributedImagePtr const& pImage,
+                             file::TiffWriteOptions const& options = file::TiffWriteOptions());
 
 /// An image that reads the planes of `pImage` when they are needed, so that a save as TIFF, raw or Im6 file
 /// holds a few planes at a time in the memory of rank 0. Without it a save copies the whole image there

@@ -45,6 +45,9 @@ BoolResult BlockStore::execute(Header const& header, std::string const& payload,
     case eMessage::GuardFile:
         guardTemporaryFile(payload);
         return success();
+    case eMessage::GuardFolder:
+        guardFolder(payload);
+        return success();
     default:
         return failure("A request is of no known kind");
     }

@@ -10,6 +10,8 @@
 #include <VELMOBase/ReplacedFile.h>
 #include <VELMOBase/TransferAll.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
+#include <VELMOImageFile/TiffImageFileMessage.h>
+#include <VELMOImageFile/TiffImageFileUtils.h>
 #include <VELMOUtil/Failures.h>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
@@ -24,14 +26,31 @@ using Message = file::eRawImageFileMessage;
 
 namespace {
 
+template <class Guard>
+BoolResult guardAtRanks(DistributedImage const& image, Guard const& guard) {
+    return image.forEachBlock([&](BaseBlockOwner& owner, PlanBlock const& /*block*/) {
+        auto* const pRemote = dynamic_cast<RemoteOwner*>(&owner);
+        return pRemote == nullptr ? success() : guard(*pRemote);
+    });
+}
+
 /// The ranks remove the temporary files of this process if rank 0 is killed.
 BoolResult guardTemporaryFiles(DistributedImage const& image) {
     std::vector<std::string> const paths = findTemporaryFiles();
-    return paths.empty() ? success()
-                         : image.forEachBlock([&](BaseBlockOwner& owner, PlanBlock const& /*block*/) {
-                               auto* const pRemote = dynamic_cast<RemoteOwner*>(&owner);
-                               return pRemote == nullptr ? success() : pRemote->guardFile(paths.back());
-                           });
+    if (paths.empty()) {
+        return success();
+    }
+    return guardAtRanks(image, [&](RemoteOwner& owner) { return owner.guardFile(paths.back()); });
+}
+
+/// The same for those that this process will create beside a target.
+BoolResult guardFolderOf(boost::filesystem::path const& target, DistributedImage const& image) {
+    boost::system::error_code error;
+    auto const folder = boost::filesystem::weakly_canonical(target, error).parent_path();
+    if (error) {
+        return success(); // the save reports it
+    }
+    return guardAtRanks(image, [&](RemoteOwner& owner) { return owner.guardFolder(folder.string()); });
 }
 
 class StreamedImage : public BaseImage {
@@ -84,6 +103,7 @@ class RawSave {
         : _path(path), _image(image), _header(header), _file(path) {}
 
     void run() {
+        require(guardFolderOf(_path, _image));
         require(create());
         require(guardTemporaryFiles(_image));
         require(_image.forEachBlock(
@@ -148,6 +168,16 @@ class RawSave {
 void saveDistributedRawImageFile(boost::filesystem::path const& path, DistributedImagePtr const& pImage,
                                  std::string const& fileHeader) {
     RawSave(path, *pImage, fileHeader).run();
+}
+
+void saveDistributedTiffImageFile(boost::filesystem::path const& path, DistributedImagePtr const& pImage,
+                                  file::TiffWriteOptions const& options) {
+    BoolResult const guarded = guardFolderOf(path, *pImage);
+    if (!guarded) {
+        raiseMessage(VELMO_HERE, g_saveRaise, file::eTiffImageFileMessage::eTIFM_SaveFileError, path,
+                     guarded);
+    }
+    file::saveTiffImageFile(path, streamPlanes(pImage), options);
 }
 
 ImageConstPtr streamPlanes(DistributedImagePtr const& pImage) {

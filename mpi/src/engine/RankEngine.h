@@ -30,8 +30,12 @@ class RemoteOwner : public BaseBlockOwner {
     /// `runOnPlanes` and `writeBlockToFile` at the rank.
     BoolResult runPlanes(PlanBlock const& block, PlaneWork const& work, std::vector<std::string>& results);
     BoolResult writeToFile(PlanBlock const& block, FilePart const& part);
-    /// The rank removes this temporary file if the job ends before its time.
+    /// @{
+    /// If the job ends before its time, the rank removes this temporary file, and those of dead processes in
+    /// the folder.
     BoolResult guardFile(std::string const& path);
+    BoolResult guardFolder(std::string const& path);
+    /// @}
 
   private:
     class Filling;

@@ -155,4 +155,8 @@ BoolResult RemoteOwner::guardFile(std::string const& path) {
     return _pDriver->ask(_rank, makeRequest(eMessage::GuardFile, {}, path));
 }
 
+BoolResult RemoteOwner::guardFolder(std::string const& path) {
+    return _pDriver->ask(_rank, makeRequest(eMessage::GuardFolder, {}, path));
+}
+
 } // namespace velmo::image::mpi

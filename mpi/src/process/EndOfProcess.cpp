@@ -11,9 +11,13 @@
 #include <climits>
 #include <cstddef>
 #include <cstdio>
+#include <dirent.h>
+#include <fcntl.h>
 #include <mutex>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace velmo::image::mpi {
@@ -22,9 +26,24 @@ namespace {
 
 using Path = std::array<char, PATH_MAX>;
 
-/// The guarded file, in a form that a signal handler can read while `g_bGuarded` is set.
-Path g_guarded = {};
-std::atomic<bool> g_bGuarded{false};
+/// A path that a signal handler can read while `bSet` is true.
+struct GuardedPath {
+    Path path = {};
+    std::atomic<bool> bSet{false};
+
+    void set(std::string const& text) {
+        static std::mutex mutex; // for writers; a signal handler cannot wait
+        std::lock_guard<std::mutex> const lock(mutex);
+        bSet = false;
+        if (text.size() < path.size()) {
+            std::copy(text.begin(), text.end(), path.begin());
+            path[text.size()] = '\0';
+            bSet = true;
+        }
+    }
+};
+GuardedPath g_guardedFile;
+GuardedPath g_guardedFolder;
 
 int countDescriptors() noexcept {
     constexpr rlim_t most = 65536;
@@ -58,6 +77,37 @@ bool readTemporaryPath(int descriptor, Path& path) noexcept {
     return slash != std::string_view::npos && isTemporaryName(text.substr(slash + 1));
 }
 
+/// Removes a temporary file whose process does not hold its lock any more.
+void removeIfAbandoned(int folder, char const* name) noexcept {
+    int const file = openat(folder, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (file >= 0) {
+        if (flock(file, LOCK_EX | LOCK_NB) == 0) {
+            unlinkat(folder, name, 0);
+        }
+        close(file);
+    }
+}
+
+/// Reads the folder with system calls, since a signal handler must not call `readdir`.
+void removeAbandonedIn(char const* path) noexcept {
+    int const folder = open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) {
+        return;
+    }
+    alignas(dirent64) std::array<char, 4096> entries;
+    long nbBytes = 0;
+    while ((nbBytes = syscall(SYS_getdents64, folder, entries.data(), entries.size())) > 0) {
+        for (long at = 0; at < nbBytes;) {
+            auto const* const pEntry = reinterpret_cast<dirent64 const*>(entries.data() + at);
+            if (isTemporaryName(pEntry->d_name)) {
+                removeIfAbandoned(folder, pEntry->d_name);
+            }
+            at += pEntry->d_reclen;
+        }
+    }
+    close(folder);
+}
+
 extern "C" void velmoMpiTerminate(int signal) {
     removeTemporaryFiles();
     struct sigaction byDefault = {};
@@ -80,14 +130,11 @@ std::vector<std::string> findTemporaryFiles() {
 }
 
 void guardTemporaryFile(std::string const& path) {
-    static std::mutex mutex; // for writers; a signal handler cannot wait
-    std::lock_guard<std::mutex> const lock(mutex);
-    g_bGuarded = false;
-    if (path.size() < g_guarded.size()) {
-        std::copy(path.begin(), path.end(), g_guarded.begin());
-        g_guarded[path.size()] = '\0';
-        g_bGuarded = true;
-    }
+    g_guardedFile.set(path);
+}
+
+void guardFolder(std::string const& path) {
+    g_guardedFolder.set(path);
 }
 
 void removeTemporaryFiles() noexcept {
@@ -98,8 +145,11 @@ void removeTemporaryFiles() noexcept {
             unlink(path.data());
         }
     }
-    if (g_bGuarded) {
-        unlink(g_guarded.data());
+    if (g_guardedFile.bSet) {
+        unlink(g_guardedFile.path.data());
+    }
+    if (g_guardedFolder.bSet) {
+        removeAbandonedIn(g_guardedFolder.path.data());
     }
     errno = error;
 }

@@ -12,9 +12,13 @@ namespace velmo::image::mpi {
 /// Paths of the temporary files of saves that this process has open.
 std::vector<std::string> findTemporaryFiles();
 
-/// Adds a temporary file of another process, which this one removes if the job ends before its time. Keeps
-/// the last one; a path that is too long for the system is ignored. Thread-safe.
+/// @{
+/// A temporary file of another process, or a folder in which another process saves: if the job ends before
+/// its time, this process removes the file, and temporary files in the folder whose process has died. Both
+/// keep the last path, and ignore one that is too long for the system. Thread-safe.
 void guardTemporaryFile(std::string const& path);
+void guardFolder(std::string const& path);
+/// @}
 
 /// Removes all these files. May be called by a signal handler.
 void removeTemporaryFiles() noexcept;

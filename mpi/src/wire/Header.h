@@ -36,7 +36,8 @@ enum class eMessage : std::uint64_t {
     RunPlanes,    ///< block; name and argument of the function are in the payload
     WriteFile,    ///< block, offset in the file, size of the file; the path is in the payload
     GuardFile,    ///< the path of a temporary file of the driver is in the payload
-    Last = GuardFile
+    GuardFolder,  ///< the path of a folder in which the driver saves is in the payload
+    Last = GuardFolder
 };
 
 /// How a request ended. The payload of all but the first one is a failure.
