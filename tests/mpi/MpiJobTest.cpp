@@ -1,12 +1,10 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "MpiJob.h"
+#include "MpiJobFixture.h"
 
-#include "Im6Sample.h"
 #include "ImageBytes.h"
 #include "Sanitizers.h"
-#include "TemporaryFolder.h"
 
 #include <VELMOImageFile/VELMOImageFile.h>
 #include <boost/filesystem/operations.hpp>
@@ -20,39 +18,7 @@ using namespace image::file;
 
 namespace {
 
-std::string getHost() {
-    char name[256] = {};
-    gethostname(name, sizeof(name) - 1);
-    return name;
-}
-
-/// A folder with the files that mpi_probe reads, as a job's working folder.
-class MpiJob : public testing::Test {
-  protected:
-    MpiJob() {
-        fs::create_directory(_folder / "work");
-        fs::create_directory(_folder / "other");
-        ImageGeometryPtr const pGeometry = geometry3d(eIBT_UInt16, 7, 5, 23);
-        ImagePtr const pImage = makeMemoryImage(*pGeometry, makePixels(*pGeometry));
-        saveTiffImageFile(getFile("image.tif"), pImage, {eTC_Deflate});
-        saveRawImageFile(getFile("more.raw"), pImage, std::string("head"));
-        makeIm6Sequence().write(getFile("more.im6"));
-    }
-
-    fs::path getFile(std::string const& name) const { return _folder.getPath() / "work" / name; }
-    fs::path getOther() const { return _folder.getPath() / "other"; }
-
-    JobResult run(int nbRanks, std::string const& command, RankFault const& fault = {}) const {
-        return runProbe(nbRanks, {command, "image.tif", "more"}, _folder.getPath() / "work", fault);
-    }
-
-    /// The end of a text of rank 1.
-    std::string placeOfRank1(fs::path const& folder) const {
-        return " (rank 1 on " + getHost() + " in " + fs::canonical(folder).string() + ")";
-    }
-
-    TemporaryFolder const _folder;
-};
+class MpiJob : public MpiJobFixture {};
 
 } // namespace
 
@@ -125,39 +91,14 @@ TEST_F(MpiJob, ARankWithoutMemoryIsAnErrorWithTheRank) {
 }
 #endif
 
-// Dead and hung ranks
+// Dead ranks; mpi_death_test has all cases
 
-/// Command of the driver, and fault of a rank.
-class MpiDeath : public MpiJob,
-                 public testing::WithParamInterface<std::tuple<char const*, int, char const*>> {};
-
-TEST_P(MpiDeath, EndsTheJobNamesTheRankAndLeavesNoPartialFile) {
-    auto const [command, rank, fault] = GetParam();
-    ImageGeometryPtr const pGeometry = geometry3d(eIBT_UInt16, 500, 400, 60);
-    ImagePtr const pImage = makeMemoryImage(*pGeometry, makePixels(*pGeometry));
-    saveTiffImageFile(getFile("image.tif"), pImage, {eTC_None});
-    JobResult const result = run(2, command, {rank, fault});
-    EXPECT_NE(result.status, 0);
-    EXPECT_LT(result.seconds, 14) << "10 seconds after the fault";
-    EXPECT_THAT(result.err, testing::HasSubstr("rank " + std::to_string(rank)));
-    for (auto const& entry : fs::directory_iterator(getFile(""))) {
-        std::string const name = entry.path().filename().string();
-        EXPECT_THAT(name, testing::AnyOf("image.tif", "more.raw", "more.im6", "more")) << result.err;
-    }
-    if (std::string(command) == "save raw" && fs::exists(getFile("more"))) {
-        EXPECT_EQ(fs::file_size(getFile("more")), pGeometry->getFullMemorySize());
-    }
-    if (std::string(command) == "save tiff" && fs::exists(getFile("more"))) {
-        EXPECT_EQ(readPixels(*loadTiffImageFile(getFile("more"), {})), readPixels(*pImage));
-    }
+TEST_F(MpiJob, ARankThatDiesDuringALoadEndsTheJob) {
+    expectEnd("load", {1, "kill:1500"});
 }
 
-INSTANTIATE_TEST_SUITE_P(Phases, MpiDeath,
-                         testing::Combine(testing::Values("idle", "load", "gather", "functions", "save tiff",
-                                                          "save raw"),
-                                          testing::Values(0, 1), testing::Values("kill:1500", "stop:1500")));
-INSTANTIATE_TEST_SUITE_P(Start, MpiDeath,
-                         testing::Combine(testing::Values("idle"), testing::Values(0, 1),
-                                          testing::Values("kill at start")));
+TEST_F(MpiJob, IfRank0DiesDuringASaveNothingIsLeft) {
+    expectEnd("save raw", {0, "kill:1500"});
+}
 
 } // namespace velmo::test

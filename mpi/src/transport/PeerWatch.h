@@ -21,7 +21,7 @@ struct Timing {
     std::chrono::milliseconds silence{6000};       ///< a rank that sends nothing for so long counts as dead
     std::chrono::milliseconds loss{2000};          ///< a message that is so late counts as lost
     std::chrono::milliseconds start{20000};        ///< until all ranks must have begun
-    std::chrono::microseconds longestPause{2000};  ///< between two polls of an idle rank
+    std::chrono::microseconds longestPause{4000};  ///< between two polls of an idle rank
 };
 
 /// Sequence numbers and times of the messages of some ranks. Used by one thread.
