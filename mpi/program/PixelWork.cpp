@@ -46,7 +46,11 @@ auto withPixels(PlaneMemory const& plane, Work const& work) {
 
 template <class Pixel>
 Pixel getWhite() {
-    return std::is_floating_point_v<Pixel> ? Pixel(1) : std::numeric_limits<Pixel>::max();
+    if constexpr (std::is_floating_point_v<Pixel>) {
+        return 1;
+    } else {
+        return std::numeric_limits<Pixel>::max();
+    }
 }
 
 /// Rounded, and limited to the values of the type.

@@ -17,6 +17,7 @@
 #include <VELMOSerialization/VELMOSerializationLog.h>
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
+#include <boost/make_shared.hpp>
 #include <sstream>
 
 namespace velmo::test {
@@ -259,6 +260,53 @@ TEST(LoopbackLoad, APlaneFunctionRunsWhereThePlanesAre) {
         ASSERT_EQ(results.size(), 17U);
         EXPECT_EQ(results[16].substr(0, 4), "z16:");
     }
+}
+
+namespace {
+
+class ClosedOwner : public BaseBlockOwner {
+  public:
+    BoolResult addBlock(BaseImageGeometry const& /*geometry*/, PlanBlock const& /*block*/) override {
+        return success();
+    }
+    void dropBlock(vlUInt64 /*id*/) override {}
+    BoolResult readBlock(vlUInt64, vlUInt64, vlUInt64, void* /*buffer*/) const override { return success(); }
+    BoolResult writeBlock(vlUInt64, vlUInt64, vlUInt64, void const* /*buffer*/) override { return success(); }
+    BoolResult fillBlock(vlUInt64 /*id*/, std::string const& /*record*/) override { return success(); }
+};
+
+/// An engine of an application that gives no access to the memory of its blocks.
+class ClosedEngine : public BaseDistributionEngine {
+  public:
+    vlUInt64 getNbOwners() const override { return 1; }
+    vlUInt64 createBlockId() override { return 1; }
+    BaseBlockOwner& getOwner(vlUInt64 /*index*/) override { return _owner; }
+
+  private:
+    ClosedOwner _owner;
+};
+
+} // namespace
+
+TEST(LoopbackLoad, PlaneFunctionsAndSavesWorkWithoutRanks) {
+    registerPlaneFunction("first pixel", [](PlaneMemory const& plane, std::string const&) {
+        return std::to_string(*static_cast<std::uint16_t const*>(plane.pPixels));
+    });
+    TemporaryFolder const folder;
+    std::string const pixels = makePixels(*makeVolume(16));
+    {
+        UsedEngine const engine(createThreadDistributionEngine(3));
+        DistributedImagePtr const pImage = makeDistributedImage(*makeVolume(16), pixels);
+        EXPECT_EQ(forEachPlane(*pImage, "first pixel").size(), 16U);
+        saveDistributedRawImageFile(folder / "image.raw", pImage);
+        EXPECT_EQ(readFile(folder / "image.raw"), pixels);
+    }
+    UsedEngine const closed(boost::make_shared<ClosedEngine>());
+    DistributedImagePtr const pImage = makeDistributedImage(*makeVolume(16), pixels);
+    EXPECT_THAT(thrownText<BaseException>([&] { forEachPlane(*pImage, "first pixel"); }),
+                testing::HasSubstr("does not give access"));
+    EXPECT_THROW(saveDistributedRawImageFile(folder / "image.raw", pImage), VELMOImageFileException);
+    EXPECT_EQ(readFile(folder / "image.raw"), pixels);
 }
 
 TEST(LoopbackLoad, AFailingPlaneFunctionIsTheFailureOfTheCall) {

@@ -3,6 +3,8 @@
 
 #include "blocks/BlockFile.h"
 
+#include "blocks/PlaneRun.h"
+
 #include <VELMOBase/SystemResult.h>
 #include <VELMOBase/TransferAll.h>
 #include <VELMOImageFile/RawImageFileMessage.h>
@@ -70,8 +72,9 @@ PlanIndexes findPlane(BaseImageGeometry const& geometry, PlanBlock const& block,
 
 BoolResult writeBlockToFile(BaseImageGeometry const& geometry, PlanBlock const& block,
                             BlockMemory const& memory, FilePart const& part) {
-    if (memory.nbBytes == 0) {
-        return success();
+    BoolResult inMemory = requireWholeBlock(geometry, block, memory);
+    if (!inMemory || memory.nbBytes == 0) {
+        return inMemory;
     }
     auto const fail = [&](vlUInt64 nbDone, std::string const& reason) {
         PlanIndexes const plane = findPlane(geometry, block, nbDone);

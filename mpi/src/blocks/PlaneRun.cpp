@@ -48,6 +48,10 @@ BoolResult runOnPlanes(BaseImageGeometry const& geometry, PlanBlock const& block
     if (!function) {
         return failure("No plane function \"" + work.function + "\" is registered");
     }
+    BoolResult inMemory = requireWholeBlock(geometry, block, memory);
+    if (!inMemory) {
+        return inMemory;
+    }
     std::byte* pPixels = memory.pBytes.get();
     for (vlUInt64 number = 0; number < block.nbPlans; ++number) {
         PlanIndexes const indexes = geometry.getPlanIndexes(block.firstPlan + number);
@@ -55,6 +59,15 @@ BoolResult runOnPlanes(BaseImageGeometry const& geometry, PlanBlock const& block
         pPixels += geometry.getPlanMemorySize(indexes.t);
     }
     return success();
+}
+
+BoolResult requireWholeBlock(BaseImageGeometry const& geometry, PlanBlock const& block,
+                             BlockMemory const& memory) {
+    vlUInt64 const nbBytes = geometry.getPlansMemorySize(block.firstPlan + block.nbPlans) -
+                             geometry.getPlansMemorySize(block.firstPlan);
+    return memory.nbBytes == nbBytes
+               ? success()
+               : failure("The engine of the image does not give access to the memory of its blocks");
 }
 
 std::string encodeResults(std::vector<std::string> const& results) {

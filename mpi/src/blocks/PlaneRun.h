@@ -11,6 +11,10 @@
 
 namespace velmo::image::mpi {
 
+/// Fails unless the memory is that of the block: an engine need not give access to it.
+BoolResult requireWholeBlock(BaseImageGeometry const& geometry, PlanBlock const& block,
+                             BlockMemory const& memory);
+
 /// Name and argument of a registered function.
 struct PlaneWork {
     std::string function;
