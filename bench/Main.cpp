@@ -160,6 +160,9 @@ int runBenchmarks(Options const& options) {
     addIm6Benchmarks(suite);
     addPatternBenchmarks(suite);
     addResampleBenchmarks(suite);
+#if defined(VELMO_MPI)
+    addMpiBenchmarks(suite);
+#endif
     benchmark::RunSpecifiedBenchmarks();
     if (!suite.getFigures().empty()) {
         report(suite, options, note);

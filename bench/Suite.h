@@ -86,5 +86,8 @@ void addMemoryBenchmarks(Suite& suite);
 void addIm6Benchmarks(Suite& suite);
 void addPatternBenchmarks(Suite& suite);
 void addResampleBenchmarks(Suite& suite);
+#if defined(VELMO_MPI)
+void addMpiBenchmarks(Suite& suite);
+#endif
 
 } // namespace velmo::bench

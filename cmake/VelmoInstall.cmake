@@ -19,25 +19,30 @@ function(velmo_export_only_velmo target)
 endfunction()
 
 # velmo_install_library(TARGET HEADERS folder/
-#   PKG_CONFIG name DESCRIPTION text [REQUIRES module...] [LIBRARIES flag...])
+#   PKG_CONFIG name DESCRIPTION text [REQUIRES module...] [LIBRARIES flag...] [RUNTIME component] [DEVELOPMENT component])
 # Installs a library as a CMake package with the name of the target (cmake/TARGETConfig.cmake.in) and as a pkg-config
-# module.
+# module, in the components Runtime and Development unless others are given.
 function(velmo_install_library target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS;PKG_CONFIG;DESCRIPTION" "REQUIRES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS;PKG_CONFIG;DESCRIPTION;RUNTIME;DEVELOPMENT" "REQUIRES;LIBRARIES")
   if(NOT VELMO_INSTALL)
     return()
   endif()
+  if(NOT arg_RUNTIME)
+    set(arg_RUNTIME Runtime)
+    set(arg_DEVELOPMENT Development)
+  endif()
   install(TARGETS ${target} EXPORT ${target}
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${arg_RUNTIME} NAMELINK_COMPONENT ${arg_DEVELOPMENT}
     INCLUDES DESTINATION ${VELMO_INSTALL_INCLUDEDIR})
   # An external host is in another folder.
   set_target_properties(${target} PROPERTIES INSTALL_RPATH $ORIGIN INSTALL_RPATH_USE_LINK_PATH ON)
-  install(DIRECTORY ${arg_HEADERS} DESTINATION ${VELMO_INSTALL_INCLUDEDIR} COMPONENT Development
+  install(DIRECTORY ${arg_HEADERS} DESTINATION ${VELMO_INSTALL_INCLUDEDIR} COMPONENT ${arg_DEVELOPMENT}
     FILES_MATCHING PATTERN *.h PATTERN detail EXCLUDE)
   velmo_install_cmake_package(${target})
   velmo_install_pkg_config(${target})
 endfunction()
 
+# Uses the arguments of velmo_install_library.
 function(velmo_install_cmake_package target)
   set(folder ${CMAKE_INSTALL_LIBDIR}/cmake/${target})
   configure_package_config_file(${velmo_install_templates}/${target}Config.cmake.in
@@ -46,8 +51,9 @@ function(velmo_install_cmake_package target)
     COMPATIBILITY SameMajorVersion)
   install(
     FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}Config.cmake ${CMAKE_CURRENT_BINARY_DIR}/${target}ConfigVersion.cmake
-    DESTINATION ${folder} COMPONENT Development)
-  install(EXPORT ${target} FILE ${target}Targets.cmake NAMESPACE VELMO:: DESTINATION ${folder} COMPONENT Development)
+    DESTINATION ${folder} COMPONENT ${arg_DEVELOPMENT})
+  install(EXPORT ${target} FILE ${target}Targets.cmake NAMESPACE VELMO:: DESTINATION ${folder}
+    COMPONENT ${arg_DEVELOPMENT})
 endfunction()
 
 # Uses the arguments of velmo_install_library.
@@ -57,8 +63,13 @@ function(velmo_install_pkg_config target)
   string(REGEX REPLACE "/$" "" prefix "${prefix}")
   list(JOIN arg_REQUIRES ", " requires)
   list(JOIN arg_LIBRARIES " " libraries)
+  get_target_property(arg_LIBRARY ${target} OUTPUT_NAME)
+  if(NOT arg_LIBRARY)
+    set(arg_LIBRARY ${target})
+  endif()
   configure_file(${velmo_install_templates}/velmo.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${arg_PKG_CONFIG}.pc @ONLY)
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${arg_PKG_CONFIG}.pc DESTINATION ${folder} COMPONENT Development)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${arg_PKG_CONFIG}.pc DESTINATION ${folder}
+    COMPONENT ${arg_DEVELOPMENT})
 endfunction()
 
 # velmo_install_tool(TARGET MAN_PAGE file COMPLETION file): files of the current folder.

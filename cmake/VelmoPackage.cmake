@@ -4,6 +4,9 @@ set(CPACK_COMPONENTS_ALL Runtime Development Tools)
 if(VELMO_PYTHON)
   list(APPEND CPACK_COMPONENTS_ALL Python)
 endif()
+if(VELMO_MPI)
+  list(APPEND CPACK_COMPONENTS_ALL Mpi MpiDevelopment)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -63,6 +66,25 @@ if(VELMO_PYTHON)
 ${what}
 
 This package holds the Python package velmo_image.")
+endif()
+
+if(VELMO_MPI)
+  set(CPACK_DEBIAN_MPI_PACKAGE_NAME libvelmoimagefile-mpi${PROJECT_VERSION_MAJOR})
+  set(CPACK_DEBIAN_MPI_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_MPI_PACKAGE_RECOMMENDS openmpi-bin)
+  set(CPACK_COMPONENT_MPI_DEPENDS Runtime)
+  set(CPACK_COMPONENT_MPI_DESCRIPTION "scientific image files as images over the ranks of an MPI job
+${what}
+
+This package holds the shared library that distributes images over the ranks of
+an MPI job, and the program velmo-image-mpi.")
+  set(CPACK_DEBIAN_MPIDEVELOPMENT_PACKAGE_NAME libvelmoimagefile-mpi-dev)
+  set(CPACK_DEBIAN_MPIDEVELOPMENT_PACKAGE_SECTION libdevel)
+  set(CPACK_COMPONENT_MPIDEVELOPMENT_DEPENDS Mpi Development)
+  set(CPACK_COMPONENT_MPIDEVELOPMENT_DESCRIPTION "scientific image files over the ranks of an MPI job - development
+${what}
+
+This package holds the headers and the CMake package of the library for MPI.")
 endif()
 
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)

@@ -1,4 +1,4 @@
-# velmo_add_test(NAME SOURCES source... [LIBRARIES target...])
+# velmo_add_test(NAME SOURCES source... [LIBRARIES target...] [LABELS label...])
 # Adds a test program of GoogleTest cases. Each case is a test of CTest. Under sanitizers, where a process starts slowly,
 # only two tests of CTest run half of the cases each.
 include(GoogleTest)
@@ -6,7 +6,7 @@ include(GoogleTest)
 add_library(velmo_ignored_results INTERFACE)
 target_compile_options(velmo_ignored_results INTERFACE -Wno-unused-result)
 function(velmo_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;LABELS")
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF) # like the precompiled header
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} velmo_test_support velmo_warnings velmo_ignored_results)
@@ -17,9 +17,9 @@ function(velmo_add_test name)
     foreach(half 0 1)
       add_test(NAME ${name}.${half} COMMAND ${name} --gtest_brief=1)
       set_tests_properties(${name}.${half} PROPERTIES
-        TIMEOUT 600 ENVIRONMENT "GTEST_TOTAL_SHARDS=2;GTEST_SHARD_INDEX=${half}")
+        TIMEOUT 600 LABELS "${arg_LABELS}" ENVIRONMENT "GTEST_TOTAL_SHARDS=2;GTEST_SHARD_INDEX=${half}")
     endforeach()
   else()
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${arg_LABELS}")
   endif()
 endfunction()

@@ -21,7 +21,7 @@ constexpr vlUInt64 g_blocksPerOwner = 4;
 
 } // namespace
 
-/// The first block that could not be filled. Owners fill no block behind it.
+/// The first block whose work failed. Owners start no block behind it.
 class DistributedImage::Fillings {
   public:
     explicit Fillings(vlUInt64 nbBlocks) : _firstFailed(nbBlocks) {}
@@ -94,6 +94,17 @@ bool DistributedImage::requiresCpuCopy() const {
 }
 
 BoolResult DistributedImage::fillFromAccessor(std::string const& accessorRecord) {
+    return runOwners([&](BaseBlockOwner& owner) { return owner.beginFilling(accessorRecord); },
+                     [&](BaseBlockOwner& owner, PlanBlock const& block) {
+                         return owner.fillBlock(block.id, accessorRecord);
+                     });
+}
+
+BoolResult DistributedImage::forEachBlock(BlockWork const& work) const {
+    return runOwners([](BaseBlockOwner& /*owner*/) { return boost::shared_ptr<void>(); }, work);
+}
+
+BoolResult DistributedImage::runOwners(OwnerStart const& start, BlockWork const& work) const {
     BoolResult ready = requireWorkers();
     if (!ready) {
         return ready;
@@ -101,20 +112,26 @@ BoolResult DistributedImage::fillFromAccessor(std::string const& accessorRecord)
     Fillings fillings(_blockIds.size());
     BoolResult result = runParallel(_pEngine->getNbOwners(), _pEngine->getNbOwners(),
                                     [&](vlUInt64 /*thread*/, vlUInt64 owner) {
-                                        fillBlocksOf(owner, accessorRecord, fillings);
+                                        runBlocksOf(owner, start, work, fillings);
                                         return success();
                                     });
     return result ? fillings.getResult() : result;
 }
 
-/// One thread fills all blocks of an owner, in their order.
-void DistributedImage::fillBlocksOf(vlUInt64 owner, std::string const& accessorRecord, Fillings& fillings) {
+/// One thread takes all blocks of an owner, in their order.
+void DistributedImage::runBlocksOf(vlUInt64 owner, OwnerStart const& start, BlockWork const& work,
+                                   Fillings& fillings) const {
     BaseBlockOwner& blockOwner = _pEngine->getOwner(owner);
-    auto const pFilling = blockOwner.beginFilling(accessorRecord);
+    auto const pStarted = start(blockOwner);
     for (vlUInt64 block = owner; block < _blockIds.size() && fillings.isWanted(block);
          block += _pEngine->getNbOwners()) {
-        fillings.add(block, blockOwner.fillBlock(_blockIds[block], accessorRecord));
+        fillings.add(block, work(blockOwner, getBlock(block)));
     }
+}
+
+PlanBlock DistributedImage::getBlock(vlUInt64 index) const {
+    vlUInt64 const first = index * _nbPlansPerBlock;
+    return {_blockIds[index], first, std::min(_nbPlansPerBlock, getGeometry().getNbPlans() - first)};
 }
 
 BaseBlockOwner& DistributedImage::getOwnerOf(vlUInt64 blockIndex) const {

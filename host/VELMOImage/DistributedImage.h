@@ -6,6 +6,8 @@
 #include "VELMOImage/BaseImage.h"
 #include "VELMOImage/DistributionEngine.h"
 
+#include <functional>
+
 namespace velmo::image {
 
 /// An image whose planes are distributed, in blocks of consecutive planes, over the workers of an engine.
@@ -24,6 +26,13 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
     /// of planes, or throws the exception of its worker.
     BoolResult fillFromAccessor(std::string const& accessorRecord);
 
+    /// Work on one block and its owner. Called concurrently for blocks of different owners.
+    using BlockWork = std::function<BoolResult(BaseBlockOwner& owner, PlanBlock const& block)>;
+    /// Calls `work` for all blocks, with one thread for each owner, which takes its blocks in the order of
+    /// planes. After an error no further block is started. Returns the error of the first block in the order
+    /// of planes, or throws its exception.
+    BoolResult forEachBlock(BlockWork const& work) const;
+
   private:
     BoolResult readPixelsDerived(vlUInt64 z, vlUInt64 c, vlUInt64 t, vlUInt64 pixelStart, vlUInt64 nbPixels,
                                  void* buffer) const override;
@@ -41,7 +50,12 @@ class VELMO_HOST_EXPORT DistributedImage : public BaseImage {
     BoolResult requireWorkers() const;
     class Fillings;
 
-    void fillBlocksOf(vlUInt64 owner, std::string const& accessorRecord, Fillings& fillings);
+    /// Called for each owner before its first block; what it returns is kept until its last block is done.
+    using OwnerStart = std::function<boost::shared_ptr<void>(BaseBlockOwner& owner)>;
+    BoolResult runOwners(OwnerStart const& start, BlockWork const& work) const;
+    void runBlocksOf(vlUInt64 owner, OwnerStart const& start, BlockWork const& work,
+                     Fillings& fillings) const;
+    PlanBlock getBlock(vlUInt64 index) const;
     BaseBlockOwner& getOwnerOf(vlUInt64 blockIndex) const;
 
     DistributionEnginePtr _pEngine;

@@ -30,6 +30,10 @@ boost::shared_ptr<void> BaseBlockOwner::beginFilling(std::string const& /*access
     return {};
 }
 
+BlockMemory BaseBlockOwner::accessBlock(vlUInt64 /*id*/) const {
+    return {nullptr, 0};
+}
+
 BaseDistributionEngine::~BaseDistributionEngine() = default;
 
 BoolResult BaseDistributionEngine::requireRoom(vlUInt64 /*nbBytes*/) const {
@@ -149,6 +153,16 @@ class LocalBlockOwner : public BaseBlockOwner {
 
     boost::shared_ptr<void> beginFilling(std::string const& accessorRecord) override {
         return findFilling(accessorRecord);
+    }
+
+    BlockMemory accessBlock(vlUInt64 id) const override {
+        std::shared_lock<std::shared_mutex> const lock(_mutex);
+        auto const found = _blocks.find(id);
+        if (found == _blocks.end()) {
+            return {nullptr, 0};
+        }
+        Block const& block = *found->second;
+        return {block.pPixels, getBlockSize(*block.pGeometry, block.plans)};
     }
 
   private:

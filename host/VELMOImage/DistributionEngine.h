@@ -8,6 +8,8 @@
 #include "VELMOUtil/Types.h"
 
 #include <boost/shared_ptr.hpp>
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,14 @@ struct PlanBlock {
     vlUInt64 firstPlan;
     /// Number of planes, at least 1.
     vlUInt64 nbPlans;
+};
+
+/// The bytes of a block in the memory of this process.
+struct BlockMemory {
+    /// The first pixel; null if the block is not in the memory of this process. Co-owns the bytes.
+    std::shared_ptr<std::byte> pBytes;
+    /// Number of bytes.
+    vlUInt64 nbBytes;
 };
 
 /// A worker that owns blocks of planes. All arguments can be sent in a message: numbers, bytes, and the
@@ -48,6 +58,9 @@ class VELMO_HOST_EXPORT BaseBlockOwner {
     /// Announces calls of `fillBlock` with one record, which may run concurrently. As long as the result
     /// exists, the owner may keep the restored accessor for the next call. By default null.
     virtual boost::shared_ptr<void> beginFilling(std::string const& accessorRecord);
+    /// The bytes of a block, for work that runs where the block is. No bytes for an unknown id and for a
+    /// block in another process; by default none.
+    virtual BlockMemory accessBlock(vlUInt64 id) const;
 };
 
 /// The workers of distributed images. Thread-safe.

@@ -52,7 +52,9 @@ def main(prefix, besides):
     declared = declared_names((prefix / "include" / "velmo").rglob("*.h"))
     wrong = []
     shown = set()
-    for library in ("libVELMOHost.so", "libVELMOImageFile.so"):
+    libraries = ["libVELMOHost.so", "libVELMOImageFile.so"]
+    libraries += [library.name for library in (prefix / "lib").glob("libvelmoimagefile-mpi.so")]  # with VELMO_MPI
+    for library in libraries:
         for symbol in shown_symbols(prefix / "lib" / library):
             match = SYMBOL.fullmatch(symbol)
             if match:
