@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <mutex>
 #include <random>
 
 using namespace velmo;
@@ -205,4 +206,45 @@ TEST(DistributedImage, EachWorkerIsAskedToFillItsOwnBlocksFromTheRecord) {
         std::sort(filled.begin(), filled.end());
         EXPECT_EQ(filled, ids);
     }
+}
+
+TEST(DistributedImage, WorkOnBlocksIsDoneOnceForEachPlaneAndEndsAfterAFailure) {
+    DistributedImage image(createThreadDistributionEngine(3));
+    ASSERT_TRUE(image.init(*GeometryBuilder().volume(40).build()));
+    std::mutex mutex;
+    std::vector<int> nbVisits(40);
+    ASSERT_TRUE(image.forEachBlock([&](BaseBlockOwner& /*owner*/, PlanBlock const& block) {
+        std::lock_guard<std::mutex> const lock(mutex);
+        for (vlUInt64 plane = block.firstPlan; plane < block.firstPlan + block.nbPlans; ++plane) {
+            ++nbVisits.at(plane);
+        }
+        return success();
+    }));
+    EXPECT_EQ(nbVisits, std::vector<int>(40, 1));
+    int nbCalls = 0;
+    DistributedImage ofOne(createThreadDistributionEngine(1));
+    ASSERT_TRUE(ofOne.init(*GeometryBuilder().volume(40).build()));
+    BoolResult const result = ofOne.forEachBlock([&](BaseBlockOwner& /*owner*/, PlanBlock const& block) {
+        ++nbCalls;
+        return block.firstPlan < 10 ? success() : failure("from plane " + std::to_string(block.firstPlan));
+    });
+    EXPECT_EQ(result.getMessage(), "from plane 10");
+    EXPECT_EQ(nbCalls, 2);
+    EXPECT_FALSE(DistributedImage(nullptr).forEachBlock(
+        [](BaseBlockOwner& /*owner*/, PlanBlock const& /*block*/) { return success(); }));
+}
+
+TEST(DistributedImage, AWorkerOfThisProcessGivesAccessToTheBytesOfABlock) {
+    ImageGeometryPtr const pGeometry = GeometryBuilder().volume(6).type(eIBT_Int16).build();
+    DistributionEnginePtr const pEngine = createThreadDistributionEngine(1);
+    BaseBlockOwner& owner = pEngine->getOwner(0);
+    ASSERT_TRUE(owner.addBlock(*pGeometry, {7, 2, 3}));
+    Bytes const pattern = makePattern(3 * 15 * 2);
+    ASSERT_TRUE(owner.writeBlock(7, 0, pattern.size(), pattern.data()));
+    BlockMemory const memory = owner.accessBlock(7);
+    ASSERT_EQ(memory.nbBytes, pattern.size());
+    owner.dropBlock(7); // the memory is co-owned
+    EXPECT_TRUE(std::equal(pattern.begin(), pattern.end(), memory.pBytes.get()));
+    EXPECT_EQ(owner.accessBlock(7).pBytes, nullptr);
+    EXPECT_EQ(CountingEngine(1).getOwner(0).accessBlock(7).pBytes, nullptr);
 }
