@@ -43,7 +43,9 @@ void MpiJobFixture::expectEnd(std::string const& command, RankFault const& fault
     JobResult const result = run(2, command, fault);
     EXPECT_NE(result.status, 0);
     EXPECT_LT(result.seconds, 14) << "10 seconds after the fault";
-    EXPECT_THAT(result.err, testing::HasSubstr("rank " + std::to_string(fault.rank)));
+    if (fault.fault != "kill at start") { // mpirun does not always name a rank that never used MPI
+        EXPECT_THAT(result.err, testing::HasSubstr("rank " + std::to_string(fault.rank)));
+    }
     for (auto const& entry : fs::directory_iterator(getFile(""))) {
         std::string const name = entry.path().filename().string();
         EXPECT_THAT(name, testing::AnyOf("image.tif", "more.raw", "more.im6", "more")) << result.err;

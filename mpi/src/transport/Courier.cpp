@@ -12,8 +12,11 @@ namespace velmo::image::mpi {
 namespace {
 
 /// For so long after the last message a rank polls without a pause.
-constexpr std::chrono::microseconds g_busyTime(300);
-constexpr std::chrono::microseconds g_firstPause(20);
+constexpr std::chrono::microseconds g_busyTime(100);
+/// Then each pause is this part of the time since the last message. A whole part would be unstable: two ranks
+/// that exchange messages would each wait for the pause of the other, and both pauses would grow to the
+/// longest one.
+constexpr int g_partOfIdleTime = 8;
 
 } // namespace
 
@@ -67,20 +70,15 @@ void Courier::run() {
     std::string reason;
     try {
         auto lastBusy = Clock::now();
-        auto nextPause = g_firstPause;
         while (true) {
             if (runOnce(reason)) {
                 lastBusy = Clock::now();
-                nextPause = g_firstPause;
             } else if (!reason.empty()) {
                 break;
             } else if (isAtEnd()) {
                 return;
-            } else if (Clock::now() - lastBusy < g_busyTime) {
-                std::this_thread::yield();
             } else {
-                pause(nextPause);
-                nextPause = std::min(2 * nextPause, _timing.longestPause);
+                pause(Clock::now() - lastBusy);
             }
         }
     } catch (std::exception const& exception) {
@@ -238,9 +236,15 @@ void Courier::keepAlive() {
     }
 }
 
-void Courier::pause(std::chrono::microseconds time) {
+/// Waits for a part of the time that has passed since the last message, or until this rank sends one.
+void Courier::pause(Clock::duration idle) {
+    if (idle < g_busyTime) {
+        std::this_thread::yield();
+        return;
+    }
     std::unique_lock<std::mutex> lock(_mutex);
-    _posted.wait_for(lock, time, [this] { return _bEnding || !_failure.empty() || !_outbox.empty(); });
+    _posted.wait_for(lock, std::min<Clock::duration>(idle / g_partOfIdleTime, _timing.longestPause),
+                     [this] { return _bEnding || !_failure.empty() || !_outbox.empty(); });
 }
 
 } // namespace velmo::image::mpi

@@ -103,7 +103,7 @@ class Courier {
     void take(Arrival const& arrival);
     bool endReceives();
     void keepAlive();
-    void pause(std::chrono::microseconds time);
+    void pause(Clock::duration idle);
 
     Transport& _transport;
     CourierClient& _client;
