@@ -116,8 +116,9 @@ class Completion : public CliTest {
 } // namespace
 
 TEST_F(Help, TellsOfEachCommandAndOfItsOptions) {
-    EXPECT_THAT(listCommands(), testing::ElementsAre("info", "convert", "import", "preview", "stats", "compare",
-                                                     "project", "stack", "split", "resample", "match"));
+    EXPECT_THAT(listCommands(),
+                testing::ElementsAre("info", "convert", "import", "preview", "stats", "compare", "project",
+                                     "stack", "split", "resample", "match"));
     EXPECT_THAT(listOptions(readHelp("convert")), IsSupersetOf({"--help", "--size", "--calibration-tags"}));
     EXPECT_THAT(listValues(readHelp("resample")).at("--interpolation"),
                 testing::ElementsAre("cubic", "linear", "nearest"));
