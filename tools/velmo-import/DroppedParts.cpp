@@ -164,8 +164,7 @@ std::string describeImageJMetadata(TiffHandle const& handle) {
 class PartList {
   public:
     void addDirectory(TiffHandle const& handle) {
-        std::uint16_t const photometric =
-            handle.getTagOr<std::uint16_t>(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+        auto const photometric = handle.getTagOr<std::uint16_t>(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
         _bColourMap = _bColourMap || photometric == PHOTOMETRIC_PALETTE;
         std::string const description = describeDescription(handle);
         if (!description.empty()) {

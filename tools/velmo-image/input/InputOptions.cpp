@@ -39,9 +39,9 @@ eImageBufferType parsePixelType(std::string const& text) {
 void refuseGiven(std::vector<CommandOption> const& options, std::string const& formatName) {
     for (CommandOption const& option : options) {
         if (option.isGiven()) {
-            std::string const hint =
+            char const* const hint =
                 option.getName() == "--type" ? "; convert --to-type converts pixels" : "";
-            throw WrongUse(option.getName() + " applies only to " + formatName + " inputs" + hint);
+            throw WrongUse((option.getName() + " applies only to " + formatName + " inputs").append(hint));
         }
     }
 }

@@ -22,16 +22,18 @@ constexpr vlUInt64 g_unitPixels = vlUInt64{1} << 22;
 /// Memory that the counts of a set of pixels usually take.
 constexpr vlUInt64 g_tallyBytes = vlUInt64{2} << 20;
 
+bool measuresChannelsApart(eGrouping grouping) {
+    return grouping == eGrouping::Channel || grouping == eGrouping::Plane;
+}
+
 /// The planes in the order in which they are read: those of a group, which are measured together, one after
 /// the other. With runs of all channels a plane stands for all of its channels.
 class PlaneGroups {
   public:
     PlaneGroups(BaseImageGeometry const& geometry, bool bAllChannels, eGrouping grouping)
         : _sizeZ(geometry.getSizeZ()), _sizeC(bAllChannels ? 1 : geometry.getSizeC()),
-          _sizeT(geometry.getSizeT()), _grouping(grouping) {
-        bool const bByChannel = grouping == eGrouping::Channel || grouping == eGrouping::Plane;
-        _nbSets = bAllChannels && bByChannel ? geometry.getSizeC() : 1;
-    }
+          _sizeT(geometry.getSizeT()), _grouping(grouping),
+          _nbSets(bAllChannels && measuresChannelsApart(grouping) ? geometry.getSizeC() : 1) {}
 
     vlUInt64 getNbGroups() const {
         switch (_grouping) {

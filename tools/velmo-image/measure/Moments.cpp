@@ -23,11 +23,11 @@ using FiniteValues = std::array<float, g_momentBlock>;
 std::int32_t toOrdered(float value) {
     std::int32_t bits = 0;
     std::memcpy(&bits, &value, sizeof(bits));
-    return bits ^ (bits >> 31 & 0x7FFFFFFF);
+    return bits ^ (bits < 0 ? 0x7FFFFFFF : 0);
 }
 
 float fromOrdered(std::int32_t ordered) {
-    std::int32_t const bits = ordered ^ (ordered >> 31 & 0x7FFFFFFF);
+    std::int32_t const bits = ordered ^ (ordered < 0 ? 0x7FFFFFFF : 0);
     float value = 0;
     std::memcpy(&value, &bits, sizeof(value));
     return value;

@@ -34,7 +34,7 @@ using Sum64 = std::conditional_t<std::is_signed_v<Value>, std::int64_t, std::uin
 template <class Value>
 bool isNaN(Value value) {
     if constexpr (std::is_floating_point_v<Value>) {
-        return value != value;
+        return std::isnan(value);
     } else {
         return false;
     }
@@ -150,7 +150,8 @@ eImageBufferType getProjectedType(eImageBufferType type, eProjection projection,
         using Value = decltype(zero);
         if constexpr (std::is_integral_v<Value>) {
             if (projection == eProjection::Sum && fits<Value, Sum32<Value>>(nb)) {
-                return std::is_signed_v<Value> ? eIBT_Int32 : eIBT_UInt32;
+                constexpr bool bSigned = std::is_signed_v<Value>;
+                return bSigned ? eIBT_Int32 : eIBT_UInt32;
             }
         }
         return eIBT_Real32;
