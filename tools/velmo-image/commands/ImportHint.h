@@ -11,7 +11,8 @@
 
 namespace velmo::tool {
 
-/// The command line that imports a TIFF file, such as "velmo-image import a.tif a-imported.tif".
+/// The command line that imports a TIFF file, such as "velmo-image import a.tif a-imported.tif". For the
+/// standard input, which `import` does not read, it has FILE in place of a name.
 std::string getImportLine(boost::filesystem::path const& file, std::string const& options);
 
 /// `separator` and the command line that imports a TIFF file which the library cannot read; empty for a file

@@ -74,7 +74,7 @@ eExitStatus ProjectCommand::run() const {
     getAxis();
     getProjection();
     InputDescription const description = _input.describe({_inputFile}, _output.isQuiet());
-    _output.requireHeaderApartFrom(_inputFile, "the input");
+    _output.requireApartFrom(_inputFile, "the input");
     _output.requireWritable();
     eFileFormat const format = _input.getFormat(_inputFile);
     auto const read = [&] { return project(openInput(_inputFile, format, description)); };

@@ -9,6 +9,7 @@
 #include "input/CutAccessor.h"
 #include "input/FileSeries.h"
 #include "input/OpenFileLimit.h"
+#include "input/StreamedInput.h"
 #include "output/OutputFile.h"
 #include "output/OutputFolder.h"
 #include "terminal/CheckedParsing.h"
@@ -80,7 +81,7 @@ std::vector<fs::path> SplitCommand::listFiles(vlUInt64 count) const {
     std::vector<fs::path> files;
     for (std::string const& name : NumberedNames(_pattern).list(count, parseDigits())) {
         files.push_back(fs::path(_output.getFile()) / name);
-        if (isSameFile(_inputFile, files.back())) {
+        if (isSameFile(toInputPath(_inputFile), files.back())) {
             throw WorkFailure("cannot write " + quoted(files.back().string()) + ": it is the input");
         }
         requireWritableTarget(files.back(), _output.isOverwriteAllowed());
