@@ -85,6 +85,14 @@ TEST_F(Pipe, ATiffFileBehindStandardInputIsWarnedOfLikeANamedOne) {
     expectFailure(runScript("$tool stats -" + tiled), 1, "tiled", "velmo-image import FILE");
 }
 
+TEST_F(Pipe, TheCommandThatImportsAFileWhoseNameBeginsWithADashWorks) {
+    std::string const file = (getForeignFolder() / "ij-hyperstack.tif").string();
+    ToolResult const result = runScript("cp '" + file + "' ./-h.tif; $tool convert -- -h.tif out.tif");
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.err, HasSubstr("velmo-image import ./-h.tif ./-h-imported.tif\n"));
+    EXPECT_EQ(0, runScript("$tool import ./-h.tif ./-h-imported.tif").status);
+}
+
 TEST_F(Pipe, TheFileBehindStandardInputIsNotReplaced) {
     writeInput("abcdef");
     std::string const bytes = read("in.tif");

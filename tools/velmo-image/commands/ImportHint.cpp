@@ -11,13 +11,23 @@
 
 namespace velmo::tool {
 
+namespace {
+
+/// A name that begins with a dash gets its folder, since it would be read as an option.
+std::string toFileWord(boost::filesystem::path const& file) {
+    std::string const name = file.string();
+    return toShellWord(name.empty() || name.front() != '-' ? name : "./" + name);
+}
+
+} // namespace
+
 std::string getImportLine(boost::filesystem::path const& file, std::string const& options) {
     if (isStandardInput(file)) {
         return "velmo-image import FILE imported.tif" + options;
     }
     boost::filesystem::path output = file.parent_path() / file.stem();
     output += "-imported.tif";
-    return "velmo-image import " + toShellWord(file.string()) + ' ' + toShellWord(output.string()) + options;
+    return "velmo-image import " + toFileWord(file) + ' ' + toFileWord(output) + options;
 }
 
 std::string suggestImport(boost::filesystem::path const& file, std::string const& separator) {
