@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "input/FileFormat.h"
 #include "terminal/Failure.h"
 
 #include <boost/filesystem/path.hpp>
@@ -24,9 +25,9 @@ std::string suggestImport(boost::filesystem::path const& file,
 /// axes; empty for other files.
 std::vector<std::string> findFlattenedWarnings(boost::filesystem::path const& file);
 
-/// Does work on a TIFF file. The text of a failure ends with the suggestion to import the file.
+/// Does work on a file. The text of a failure with a TIFF file ends with the suggestion to import it.
 template <class Work>
-auto withImportHint(boost::filesystem::path const& file, Work const& work) {
+auto withImportHint(boost::filesystem::path const& file, eFileFormat format, Work const& work) {
     std::string text;
     try {
         return work();
@@ -35,7 +36,7 @@ auto withImportHint(boost::filesystem::path const& file, Work const& work) {
     } catch (WorkFailure const& failure) {
         text = failure.what();
     }
-    throw WorkFailure(text + suggestImport(file));
+    throw WorkFailure(text + (format == eFileFormat::Tiff ? suggestImport(file) : std::string()));
 }
 
 } // namespace velmo::tool

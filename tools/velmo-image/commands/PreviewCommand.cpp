@@ -203,18 +203,13 @@ eExitStatus PreviewCommand::run() const {
     PreviewChoice const choice = readChoice();
     check();
     eFileFormat const format = _input.getFormat(_inputFile);
-    auto const write = [&] {
+    withImportHint(_inputFile, format, [&] {
         InputImage const input = openInput(_inputFile, format, description);
         if (input.pImage->getGeometry().getNbPixels() == 0) {
             throw WorkFailure(quoted(_inputFile) + " has no pixels");
         }
         isPage() ? writePage(input, choice) : writePicture(input, choice);
-    };
-    if (format == eFileFormat::Tiff) {
-        withImportHint(_inputFile, write);
-    } else {
-        write();
-    }
+    });
     return eES_Done;
 }
 

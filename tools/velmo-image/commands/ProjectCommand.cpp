@@ -77,9 +77,8 @@ eExitStatus ProjectCommand::run() const {
     _output.requireApartFrom(_inputFile, "the input");
     _output.requireWritable();
     eFileFormat const format = _input.getFormat(_inputFile);
-    auto const read = [&] { return project(openInput(_inputFile, format, description)); };
-    image::ImagePtr const pProjection =
-        format == eFileFormat::Tiff ? withImportHint(_inputFile, read) : read();
+    image::ImagePtr const pProjection = withImportHint(
+        _inputFile, format, [&] { return project(openInput(_inputFile, format, description)); });
     _output.save({pProjection, false, false});
     return eES_Done;
 }

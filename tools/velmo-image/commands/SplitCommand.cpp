@@ -131,19 +131,14 @@ eExitStatus SplitCommand::run() const {
     isAlongT();
     InputDescription const description = _input.describe({_inputFile}, _output.isQuiet());
     eFileFormat const format = _input.getFormat(_inputFile);
-    auto const run = [&] {
+    withImportHint(_inputFile, format, [&] {
         InputImage const input = openInput(_inputFile, format, description);
         warnOfCopy(_inputFile, input, true);
         split(_edit.apply(toSource(input), _inputFile));
         if (std::string const changes = _edit.describeChanges(); !changes.empty()) {
             printWarnings(_output.getFile(), {changes});
         }
-    };
-    if (format == eFileFormat::Tiff) {
-        withImportHint(_inputFile, run);
-    } else {
-        run();
-    }
+    });
     return eES_Done;
 }
 
