@@ -37,7 +37,7 @@ ProjectCommand::ProjectCommand(CommandLine& line)
               "  velmo-image project film.tif background.tif --along t --by mean --compression deflate\n"
               "  velmo-image project cells.tif total.raw --along c --by sum --overwrite\n"
               "  velmo-image project big.raw flat.tif --size 512,512,100 --type int16 --along z --by max") {
-    getOptions().addArgument("INPUT", _inputFile, "File to read");
+    getOptions().addArgument("INPUT", _inputFile, "File to read; - reads raw planes from standard input");
     _input.addTo(getOptions());
     _output.addTo(getOptions());
     _output.addCalibrationTagsTo(getOptions());

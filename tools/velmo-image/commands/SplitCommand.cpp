@@ -50,7 +50,7 @@ SplitCommand::SplitCommand(CommandLine& line)
               "  velmo-image split film.tif frames 'frame<INDEX>.tif' --along t --digits 5\n"
               "  velmo-image split brain.raw planes 'z<INDEX>.tif' --size 181,217,181 --type uint8\n"
               "  velmo-image split cells.tif cells 'z<INDEX>.tif' --t 0 --c 1 --compression deflate") {
-    getOptions().addArgument("INPUT", _inputFile, "File to read");
+    getOptions().addArgument("INPUT", _inputFile, "File to read; - reads raw planes from standard input");
     _output.addFolderTo(getOptions());
     getOptions().addArgument("PATTERN", _pattern,
                              "Names of the files, with <INDEX> for the number from 0: a name that stack "
