@@ -138,6 +138,30 @@ TEST_F(Cut, MasksAndLabelsStayWhatTheyAre) {
     EXPECT_EQ(std::string("\1\0", 2), convert("out.tif", {}));
 }
 
+TEST_F(Cut, EachByteOfAMaskButZeroIsConvertedToOne) {
+    create("in.raw", std::string("\0\1\2\377", 4));
+    Arguments const mask = raw("2,2", "binary");
+    std::string const ones("\0\1\1\1", 4);
+    EXPECT_EQ(ones, convert("in.raw", mask + Arguments{"--to-type", "uint8"}));
+    EXPECT_EQ(ones, convert("in.raw", mask + Arguments{"--to-type", "binary"}));
+    EXPECT_EQ(toBytes<float>({0, 1, 1, 1}),
+              convert("in.raw", mask + Arguments{"--to-type", "real32", "--range", "0,1"}));
+}
+
+TEST_F(Cut, BillionsOfTimeStepsAreNotListed) {
+    create("in.raw", "");
+    boost::filesystem::resize_file(_folder / "in.raw", std::uint64_t{1} << 32);
+    std::vector<Arguments> const edits = {{"--t", "0:"}, {"--imagej"}};
+    for (Arguments const& edit : edits) {
+        Arguments const line = Arguments{"convert", path("in.raw"), path("out.tif"), "--quiet"} +
+                               raw("1,1,1,1,4294967296", "uint8") + edit;
+        ToolResult const result = runTool(line);
+        EXPECT_EQ(1, result.status);
+        EXPECT_THAT(result.err, hasWords("4294967296", "32767"));
+        EXPECT_LT(result.maxRss, 1L << 20);
+    }
+}
+
 TEST_F(Cut, ValuesThatAConversionChangesAreCountedOnce) {
     create("in.raw", toBytes<float>({0.4F, 300, -1, 2, 0.0F / 0.0F, 1.5F}));
     Arguments const line =

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The VELMOImageFile authors
 // SPDX-License-Identifier: Apache-2.0
 
+#include "ForeignFile.h"
 #include "PipeFixture.h"
 
 namespace velmo::test {
@@ -68,6 +69,49 @@ TEST_F(Pipe, StandardInputNeedsDimensionsAndRawPlanes) {
     ToolResult const result = process.wait();
     EXPECT_EQ(1, result.status);
     EXPECT_THAT(result.out, hasWords("terminal", "redirect"));
+}
+
+TEST_F(Pipe, ATiffFileBehindStandardInputIsWarnedOfLikeANamedOne) {
+    std::string const input = " <'" + (getForeignFolder() / "ij-hyperstack.tif").string() + "'";
+    for (char const* const line :
+         {"convert - out.tif", "project - flat.tif --along z --by max", "split - planes 'z<INDEX>.tif'"}) {
+        ToolResult const result = runScript("$tool " + (line + input));
+        EXPECT_EQ(0, result.status);
+        EXPECT_THAT(result.err, hasWords("\"-\"", "axes Z 3, C 2, T 1", "velmo-image import FILE",
+                                         "a copy lacks: ImageJ metadata"));
+    }
+    EXPECT_THAT(runScript("$tool info -" + input).out, HasSubstr("axes Z 3, C 2, T 1"));
+    std::string const tiled = " <'" + (getForeignFolder() / "lt-u1-tiled.tif").string() + "'";
+    expectFailure(runScript("$tool stats -" + tiled), 1, "tiled", "velmo-image import FILE");
+}
+
+TEST_F(Pipe, TheCommandThatImportsAFileWhoseNameBeginsWithADashWorks) {
+    std::string const file = (getForeignFolder() / "ij-hyperstack.tif").string();
+    ToolResult const result = runScript("cp '" + file + "' ./-h.tif; $tool convert -- -h.tif out.tif");
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.err, HasSubstr("velmo-image import ./-h.tif ./-h-imported.tif\n"));
+    EXPECT_EQ(0, runScript("$tool import ./-h.tif ./-h-imported.tif").status);
+}
+
+TEST_F(Pipe, TheFileBehindStandardInputIsNotReplaced) {
+    writeInput("abcdef");
+    std::string const bytes = read("in.tif");
+    for (char const* const line :
+         {"convert - in.tif --z 0", "project - in.tif --along z --by max", "preview - in.tif"}) {
+        expectFailure(runScript("$tool " + (line + std::string(" --overwrite <in.tif"))), 1, "\"in.tif\"",
+                      "it is the input");
+        EXPECT_EQ(bytes, read("in.tif"));
+    }
+    boost::filesystem::rename(_folder / "in.tif", _folder / "z0.tif");
+    expectFailure(runScript("$tool split - . 'z<INDEX>.tif' --overwrite <z0.tif"), 1, "z0.tif",
+                  "it is the input");
+    EXPECT_EQ(bytes, read("z0.tif"));
+}
+
+TEST_F(Pipe, APictureIsNotWrittenToStandardOutput) {
+    writeInput("abcdef");
+    expectFailure(runScript("$tool preview in.tif - | cat"), 2, "standard output");
+    EXPECT_THAT(list(), testing::ElementsAre("in.tif", "s"));
 }
 
 TEST_F(Pipe, AFileOfThatNameIsGivenWithItsFolder) {

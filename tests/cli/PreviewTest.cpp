@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "CliFixture.h"
+#include "ForeignFile.h"
 #include "PngImage.h"
 
 #include <csignal>
@@ -238,6 +239,24 @@ TEST_F(Preview, AnExistingOutputIsRefusedWithoutOverwrite) {
     expectFailure(runTool(Arguments{"preview", input, output} + raw("1,1", "uint8")), 1, output, "exists",
                   "--overwrite");
     EXPECT_EQ("earlier", read("out.png"));
+}
+
+TEST_F(Preview, TheInputIsNotReplaced) {
+    for (std::string const name : {"in.raw", "in.html"}) {
+        std::string const file = create(name, "abcd");
+        expectFailure(runTool(Arguments{"preview", file, file, "--overwrite"} + raw("2,2", "uint8")), 1, file,
+                      "it is the input");
+        EXPECT_EQ("abcd", read(name));
+    }
+}
+
+TEST_F(Preview, AFileThatCanBeImportedIsAnErrorWithTheCommand) {
+    std::string const tiled = (getForeignFolder() / "lt-u1-tiled.tif").string();
+    for (char const* const name : {"out.png", "out.html"}) {
+        expectFailure(runTool({"preview", tiled, path(name)}), 1, "tiled",
+                      "To import it: velmo-image import " + tiled);
+    }
+    EXPECT_TRUE(list().empty());
 }
 
 TEST_F(Preview, AFailedPictureLeavesNothing) {

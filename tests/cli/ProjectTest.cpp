@@ -205,11 +205,12 @@ TEST_F(Project, AnImageWhoseMinimumIsWhiteIsProjectedWithAWarning) {
     EXPECT_EQ("abcdef", read("out.raw"));
 }
 
-TEST_F(Project, TheOutputMayReplaceTheInput) {
+TEST_F(Project, TheInputIsNotReplaced) {
     std::string const file = create("in.raw", "abcd");
-    expectDone(
-        runTool(Arguments{"project", file, file, "--overwrite"} + raw("2,1,2", "uint8") + along("z", "max")));
-    EXPECT_EQ("cd", read("in.raw"));
+    Arguments const options = raw("2,1,2", "uint8") + along("z", "max");
+    expectFailure(runTool(Arguments{"project", file, file, "--overwrite"} + options), 1, file,
+                  "it is the input");
+    EXPECT_EQ("abcd", read("in.raw"));
 }
 
 } // namespace velmo::test

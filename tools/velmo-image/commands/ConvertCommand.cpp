@@ -39,19 +39,14 @@ eExitStatus ConvertCommand::run() const {
     _output.requireHeaderApartFrom(_inputFile, "the input");
     _output.requireWritable();
     eFileFormat const format = _input.getFormat(_inputFile);
-    auto const convert = [&] {
+    withImportHint(_inputFile, format, [&] {
         InputImage const input = openInput(_inputFile, format, description);
         warnOfCopy(_inputFile, input, _output.isTiff());
         _output.save(_edit.apply(toSource(input), _inputFile));
         if (std::string const changes = _edit.describeChanges(); !changes.empty()) {
             printWarnings(_output.getFile(), {changes});
         }
-    };
-    if (format == eFileFormat::Tiff) {
-        withImportHint(_inputFile, convert);
-    } else {
-        convert();
-    }
+    });
     return eES_Done;
 }
 

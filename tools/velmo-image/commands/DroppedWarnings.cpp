@@ -5,6 +5,7 @@
 
 #include "commands/ImportHint.h"
 #include "input/InputWarnings.h"
+#include "input/StreamedInput.h"
 #include "terminal/Interrupt.h"
 #include "terminal/Terminal.h"
 
@@ -37,7 +38,7 @@ std::vector<std::string> findDroppedWarnings(std::vector<boost::filesystem::path
     PromptInterrupts const prompt;
     Counts counts;
     for (boost::filesystem::path const& file : files) {
-        for (importer::DroppedPart const& part : importer::findDroppedParts(file)) {
+        for (importer::DroppedPart const& part : importer::findDroppedParts(toInputPath(file))) {
             if (bTiffOutput || part.bGivesMeaning) {
                 count(part.name, counts);
             }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "input/FileFormat.h"
 #include "terminal/Failure.h"
 
 #include <boost/filesystem/path.hpp>
@@ -11,7 +12,8 @@
 
 namespace velmo::tool {
 
-/// The command line that imports a TIFF file, such as "velmo-image import a.tif a-imported.tif".
+/// The command line that imports a TIFF file, such as "velmo-image import a.tif a-imported.tif". For the
+/// standard input, which `import` does not read, it has FILE in place of a name.
 std::string getImportLine(boost::filesystem::path const& file, std::string const& options);
 
 /// `separator` and the command line that imports a TIFF file which the library cannot read; empty for a file
@@ -23,9 +25,9 @@ std::string suggestImport(boost::filesystem::path const& file,
 /// axes; empty for other files.
 std::vector<std::string> findFlattenedWarnings(boost::filesystem::path const& file);
 
-/// Does work on a TIFF file. The text of a failure ends with the suggestion to import the file.
+/// Does work on a file. The text of a failure with a TIFF file ends with the suggestion to import it.
 template <class Work>
-auto withImportHint(boost::filesystem::path const& file, Work const& work) {
+auto withImportHint(boost::filesystem::path const& file, eFileFormat format, Work const& work) {
     std::string text;
     try {
         return work();
@@ -34,7 +36,7 @@ auto withImportHint(boost::filesystem::path const& file, Work const& work) {
     } catch (WorkFailure const& failure) {
         text = failure.what();
     }
-    throw WorkFailure(text + suggestImport(file));
+    throw WorkFailure(text + (format == eFileFormat::Tiff ? suggestImport(file) : std::string()));
 }
 
 } // namespace velmo::tool

@@ -3,8 +3,11 @@
 
 #include "commands/PreviewCommand.h"
 
+#include "commands/ImportHint.h"
 #include "commands/PreviewPage.h"
+#include "input/StreamedInput.h"
 #include "output/OutputFile.h"
+#include "output/StreamedOutput.h"
 #include "picture/PngFile.h"
 #include "terminal/Progress.h"
 #include "terminal/Terminal.h"
@@ -149,6 +152,11 @@ void PreviewCommand::check() const {
         refuseIf(!_step.empty() && !_bMontage && _projection.empty(),
                  "--step applies only to --montage, --projection and pages");
     }
+    if (isSameFile(toInputPath(_inputFile), _outputFile)) {
+        throw WorkFailure("cannot write " + quoted(_outputFile) + ": it is the input");
+    }
+    refuseIf(isStandardOutput(_outputFile),
+             "preview does not write to standard output; give the name of a file");
     requireWritableTarget(_outputFile, _bOverwrite);
     std::string const extension = getLowerExtension(_outputFile);
     if (!isPage() && !extension.empty() && extension != ".png") {
@@ -194,11 +202,14 @@ eExitStatus PreviewCommand::run() const {
     InputDescription const description = _input.describe({_inputFile}, _bQuiet);
     PreviewChoice const choice = readChoice();
     check();
-    InputImage const input = openInput(_inputFile, _input.getFormat(_inputFile), description);
-    if (input.pImage->getGeometry().getNbPixels() == 0) {
-        throw WorkFailure(quoted(_inputFile) + " has no pixels");
-    }
-    isPage() ? writePage(input, choice) : writePicture(input, choice);
+    eFileFormat const format = _input.getFormat(_inputFile);
+    withImportHint(_inputFile, format, [&] {
+        InputImage const input = openInput(_inputFile, format, description);
+        if (input.pImage->getGeometry().getNbPixels() == 0) {
+            throw WorkFailure(quoted(_inputFile) + " has no pixels");
+        }
+        isPage() ? writePage(input, choice) : writePicture(input, choice);
+    });
     return eES_Done;
 }
 

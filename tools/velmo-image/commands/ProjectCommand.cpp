@@ -37,7 +37,7 @@ ProjectCommand::ProjectCommand(CommandLine& line)
               "  velmo-image project film.tif background.tif --along t --by mean --compression deflate\n"
               "  velmo-image project cells.tif total.raw --along c --by sum --overwrite\n"
               "  velmo-image project big.raw flat.tif --size 512,512,100 --type int16 --along z --by max") {
-    getOptions().addArgument("INPUT", _inputFile, "File to read");
+    getOptions().addArgument("INPUT", _inputFile, "File to read; - reads raw planes from standard input");
     _input.addTo(getOptions());
     _output.addTo(getOptions());
     _output.addCalibrationTagsTo(getOptions());
@@ -74,12 +74,11 @@ eExitStatus ProjectCommand::run() const {
     getAxis();
     getProjection();
     InputDescription const description = _input.describe({_inputFile}, _output.isQuiet());
-    _output.requireHeaderApartFrom(_inputFile, "the input");
+    _output.requireApartFrom(_inputFile, "the input");
     _output.requireWritable();
     eFileFormat const format = _input.getFormat(_inputFile);
-    auto const read = [&] { return project(openInput(_inputFile, format, description)); };
-    image::ImagePtr const pProjection =
-        format == eFileFormat::Tiff ? withImportHint(_inputFile, read) : read();
+    image::ImagePtr const pProjection = withImportHint(
+        _inputFile, format, [&] { return project(openInput(_inputFile, format, description)); });
     _output.save({pProjection, false, false});
     return eES_Done;
 }

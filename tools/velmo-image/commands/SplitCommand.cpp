@@ -9,6 +9,7 @@
 #include "input/CutAccessor.h"
 #include "input/FileSeries.h"
 #include "input/OpenFileLimit.h"
+#include "input/StreamedInput.h"
 #include "output/OutputFile.h"
 #include "output/OutputFolder.h"
 #include "terminal/CheckedParsing.h"
@@ -49,7 +50,7 @@ SplitCommand::SplitCommand(CommandLine& line)
               "  velmo-image split film.tif frames 'frame<INDEX>.tif' --along t --digits 5\n"
               "  velmo-image split brain.raw planes 'z<INDEX>.tif' --size 181,217,181 --type uint8\n"
               "  velmo-image split cells.tif cells 'z<INDEX>.tif' --t 0 --c 1 --compression deflate") {
-    getOptions().addArgument("INPUT", _inputFile, "File to read");
+    getOptions().addArgument("INPUT", _inputFile, "File to read; - reads raw planes from standard input");
     _output.addFolderTo(getOptions());
     getOptions().addArgument("PATTERN", _pattern,
                              "Names of the files, with <INDEX> for the number from 0: a name that stack "
@@ -80,7 +81,7 @@ std::vector<fs::path> SplitCommand::listFiles(vlUInt64 count) const {
     std::vector<fs::path> files;
     for (std::string const& name : NumberedNames(_pattern).list(count, parseDigits())) {
         files.push_back(fs::path(_output.getFile()) / name);
-        if (isSameFile(_inputFile, files.back())) {
+        if (isSameFile(toInputPath(_inputFile), files.back())) {
             throw WorkFailure("cannot write " + quoted(files.back().string()) + ": it is the input");
         }
         requireWritableTarget(files.back(), _output.isOverwriteAllowed());
@@ -130,19 +131,14 @@ eExitStatus SplitCommand::run() const {
     isAlongT();
     InputDescription const description = _input.describe({_inputFile}, _output.isQuiet());
     eFileFormat const format = _input.getFormat(_inputFile);
-    auto const run = [&] {
+    withImportHint(_inputFile, format, [&] {
         InputImage const input = openInput(_inputFile, format, description);
         warnOfCopy(_inputFile, input, true);
         split(_edit.apply(toSource(input), _inputFile));
         if (std::string const changes = _edit.describeChanges(); !changes.empty()) {
             printWarnings(_output.getFile(), {changes});
         }
-    };
-    if (format == eFileFormat::Tiff) {
-        withImportHint(_inputFile, run);
-    } else {
-        run();
-    }
+    });
     return eES_Done;
 }
 

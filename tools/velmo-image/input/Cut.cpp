@@ -109,8 +109,9 @@ ImageGeometryPtr createCutGeometry(BaseImageGeometry const& geometry, Cut const&
     if (geometry.getTemporalGeometryType() == eTGT_Sequence && !cut.t.bSingle) {
         temporal.initSequence(cut.t.count);
     }
-    std::vector<eImageBufferType> types;
-    for (vlUInt64 t = 0; t < cut.t.count; ++t) {
+    bool const bOneType = dynamic_cast<HomogeneousImageGeometry const*>(&geometry) != nullptr;
+    std::vector<eImageBufferType> types; // one if all time steps have it, since there may be billions of them
+    for (vlUInt64 t = 0; t < (bOneType ? 1 : cut.t.count); ++t) {
         types.push_back(geometry.getPlanGeometry(cut.t[t]).getBufferType());
     }
     return createGeometryOf(types, cut.region.sizeX, cut.region.sizeY, volume,

@@ -46,14 +46,16 @@ struct Counts {
 /// The values of one run of pixels.
 class Converter {
   public:
-    explicit Converter(PixelConversion const& conversion)
-        : _bScaled(conversion.range.has_value()), _bReal(toDataType(conversion.type) == eDT_Real32),
+    Converter(PixelConversion const& conversion, bool bFromMask)
+        : _bFromMask(bFromMask), _bScaled(conversion.range.has_value()),
+          _bReal(toDataType(conversion.type) == eDT_Real32),
           _from(conversion.range.value_or(ValueRange{0, 1})), _to(getFullRange(conversion.type)) {}
 
     template <class From, class To>
     void convert(From const* pFrom, To* pTo, vlUInt64 nbValues) {
         for (vlUInt64 index = 0; index < nbValues; ++index) {
-            auto const value = static_cast<double>(pFrom[index]);
+            auto const stored = static_cast<double>(pFrom[index]);
+            double const value = _bFromMask && stored != 0 ? 1 : stored;
             pTo[index] = static_cast<To>(_bReal ? toReal(value) : toInteger(value));
         }
     }
@@ -93,6 +95,7 @@ class Converter {
         return clamped;
     }
 
+    bool const _bFromMask; ///< whose pixels are 0 and 1: any other byte than 0 counts as 1
     bool const _bScaled;
     bool const _bReal;
     ValueRange const _from;
@@ -116,7 +119,7 @@ ValueRange getFullRange(eImageBufferType type) {
 
 void convertPixels(void const* pFrom, eImageBufferType fromType, void* pTo, PixelConversion const& conversion,
                    vlUInt64 nbValues, ConversionCounts& counts) {
-    Converter converter(conversion);
+    Converter converter(conversion, fromType == eIBT_Binary);
     withPixelType(fromType, [&](auto from) {
         withPixelType(conversion.type, [&](auto to) {
             converter.convert(static_cast<decltype(from) const*>(pFrom), static_cast<decltype(to)*>(pTo),

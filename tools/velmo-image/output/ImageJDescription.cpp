@@ -25,7 +25,8 @@ constexpr vlUInt64 g_largestClassicFile = vlUInt64{1} << 31;
 
 /// Why ImageJ cannot open an image; empty if it can.
 std::string findObstacle(BaseImageGeometry const& geometry) {
-    for (vlUInt64 t = 1; t < geometry.getSizeT(); ++t) {
+    bool const bOneType = dynamic_cast<HomogeneousImageGeometry const*>(&geometry) != nullptr;
+    for (vlUInt64 t = 1; t < geometry.getSizeT() && !bOneType; ++t) {
         if (geometry.getPlanGeometry(t).getBufferType() != geometry.getBufferType()) {
             return "it opens images of one pixel type, these time steps have several; --to-type converts "
                    "them";

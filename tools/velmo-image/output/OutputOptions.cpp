@@ -3,6 +3,7 @@
 
 #include "output/OutputOptions.h"
 
+#include "input/StreamedInput.h"
 #include "output/CalibrationTags.h"
 #include "output/ImageJDescription.h"
 #include "output/OutputFile.h"
@@ -157,7 +158,7 @@ void OutputOptions::requireFitOfStream(eFileFormat format) const {
 }
 
 void OutputOptions::requireApartFrom(boost::filesystem::path const& input, std::string const& what) const {
-    if (isSameFile(input, getOutputFile(_file))) {
+    if (isSameFile(toInputPath(input), getOutputFile(_file))) {
         throw WorkFailure("cannot write " + quoted(_file) + ": it is " + what);
     }
     requireHeaderApartFrom(input, what);
@@ -165,7 +166,7 @@ void OutputOptions::requireApartFrom(boost::filesystem::path const& input, std::
 
 void OutputOptions::requireHeaderApartFrom(boost::filesystem::path const& input,
                                            std::string const& what) const {
-    if (!_headerFile.empty() && isSameFile(input, _headerFile)) {
+    if (!_headerFile.empty() && isSameFile(toInputPath(input), _headerFile)) {
         throw WrongUse("--header " + quoted(_headerFile) + " is " + what);
     }
 }
