@@ -116,7 +116,7 @@ TEST_F(CustomZStack, OfAnOpenImageIsTheSame) {
     ImagePtr const pStack = openTiffImageFiles(_folder, g_numbered, {});
     for (eInterpolationPolicy const policy : {eIP_Nearest, eIP_Linear, eIP_Cubic}) {
         std::string const pixels = readPixels(*loadStack(40, policy));
-        for (vlUInt64 const nbThreads : {1, 2, 7}) {
+        for (vlUInt64 const nbThreads : {1U, 2U, 7U}) {
             ImagePtr const pImage =
                 resampleCustomZStack(pStack, getStepsPath(), 40, policy, useThreads(nbThreads));
             EXPECT_EQ(readPixels(*pImage), pixels) << policy << ' ' << nbThreads;
