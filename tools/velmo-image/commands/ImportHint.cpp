@@ -15,7 +15,7 @@ namespace {
 
 /// A name that begins with a dash gets its folder, since it would be read as an option.
 std::string toFileWord(boost::filesystem::path const& file) {
-    std::string const name = file.string();
+    std::string const& name = file.string();
     return toShellWord(name.empty() || name.front() != '-' ? name : "./" + name);
 }
 
