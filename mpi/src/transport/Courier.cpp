@@ -14,8 +14,8 @@ namespace {
 /// For so long after the last message a rank polls without a pause.
 constexpr std::chrono::microseconds g_busyTime(100);
 /// Then each pause is this part of the time since the last message, so that a message waits for a small part
-/// of the work before it. A whole part would be unstable: two ranks that exchange messages would each wait for
-/// the pause of the other, and both pauses would grow to the longest one.
+/// of the work before it. A whole part would be unstable: two ranks that exchange messages would each wait
+/// for the pause of the other, and both pauses would grow to the longest one.
 constexpr int g_partOfIdleTime = 64;
 
 } // namespace
