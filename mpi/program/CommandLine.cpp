@@ -57,15 +57,16 @@ void addOptions(CLI::App& app, CommandLine& line, RawOptions& raw) {
         ->required();
     app.add_option("OUTPUT", line.output,
                    "TIFF (.tif, .tiff) or raw (.raw) file; without it nothing is written");
-    auto* const pSize =
-        app.add_option("--size", raw.size, "X,Y[,Z[,C[,T]]]: sizes of a raw input")->delimiter(',');
+    auto* const pSize = app.add_option("--size", raw.size, "X,Y[,Z[,C[,T]]]: sizes of a raw input")
+                            ->delimiter(',')
+                            ->allow_extra_args(false);
     auto* const pType = app.add_option("--type", raw.type, "Pixel type of a raw input, such as uint16");
     pSize->needs(pType);
     pType->needs(pSize);
     app.add_option("--offset", line.offset, "Bytes before the first plane of a raw input")->needs(pSize);
     app.add_option("--apply", line.applied,
                    "invert, threshold=VALUE or scale=FACTOR[,OFFSET]; repeat it for several functions")
-        ->expected(1)
+        ->allow_extra_args(false) // what follows is a file
         ->take_all();
     app.add_flag("--statistics", line.bStatistics, "Print minimum, maximum and mean of each volume");
     app.add_option("--compression", line.compression, "none, lzw or deflate: compression of a TIFF output")

@@ -6,11 +6,11 @@
 #include <VELMOImage/ImageGeometry.h>
 #include <algorithm>
 #include <array>
+#include <boost/lexical_cast/try_lexical_convert.hpp>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 
 namespace velmo::mpi_tool {
@@ -67,20 +67,21 @@ Pixel toPixel(double value) {
 
 /// One or two finite numbers, "A" or "A,B".
 std::optional<std::array<double, 2>> parseNumbers(std::string const& text, bool bSecond) {
-    std::istringstream stream(text);
+    auto const comma = text.find(',');
+    bool const bTwo = comma != std::string::npos;
     std::array<double, 2> numbers = {0, 0};
-    char comma = ',';
-    stream >> numbers[0];
-    if (bSecond && stream && stream.peek() == ',') {
-        stream >> comma >> numbers[1];
-    }
-    bool const bGood = !stream.fail() && stream.peek() == std::istringstream::traits_type::eof() &&
-                       std::isfinite(numbers[0]) && std::isfinite(numbers[1]);
+    bool const bGood =
+        boost::conversion::try_lexical_convert(text.substr(0, comma), numbers[0]) &&
+        (!bTwo || (bSecond && boost::conversion::try_lexical_convert(text.substr(comma + 1), numbers[1]))) &&
+        std::isfinite(numbers[0]) && std::isfinite(numbers[1]);
     return bGood ? std::optional(numbers) : std::nullopt;
 }
 
 std::array<double, 2> requireNumbers(std::string const& text) {
-    return parseNumbers(text, true).value_or(std::array<double, 2>{0, 0});
+    if (auto const numbers = parseNumbers(text, true)) {
+        return *numbers;
+    }
+    throw std::invalid_argument("\"" + text + "\" is no number");
 }
 
 std::string invert(PlaneMemory const& plane, std::string const& /*argument*/) {
