@@ -23,17 +23,6 @@ namespace fs = boost::filesystem;
 constexpr std::size_t g_diskSize = std::size_t{256} << 10;
 constexpr std::size_t g_pageSize = 4096;
 
-/// Bytes that no compression makes smaller.
-std::string createNoise(std::size_t nbBytes) {
-    std::string bytes(nbBytes, '\0');
-    std::uint32_t state = 1;
-    for (char& byte : bytes) {
-        state = state * 1664525 + 1013904223;
-        byte = static_cast<char>(state >> 24);
-    }
-    return bytes;
-}
-
 class FullDiskOutput : public CliTest, public testing::WithParamInterface<DiskOutput> {
   protected:
     FullDiskOutput() {

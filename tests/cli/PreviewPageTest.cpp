@@ -94,17 +94,6 @@ std::string countUpBytes(int count) {
     return bytes;
 }
 
-/// Bytes that no compression makes smaller.
-std::string createPageNoise(std::size_t nbBytes) {
-    std::string bytes(nbBytes, '\0');
-    std::uint32_t state = 1;
-    for (char& byte : bytes) {
-        state = state * 1664525 + 1013904223;
-        byte = static_cast<char>(state >> 24);
-    }
-    return bytes;
-}
-
 /// How often a text occurs.
 std::size_t countTexts(std::string const& page, std::string const& text) {
     std::size_t nb = 0;
@@ -272,7 +261,7 @@ TEST_F(PreviewPage, BothExtensionsMakeAPage) {
 }
 
 TEST_F(PreviewPage, IsNotLargerThanAllowed) {
-    create("in.raw", createPageNoise(100UL * 100 * 60));
+    create("in.raw", createNoise(100UL * 100 * 60));
     for (auto const& [limit, nbBytes] : std::vector<std::pair<std::string, std::size_t>>{
              {"300000", 300000}, {"200K", 200UL << 10}, {"90K", 90UL << 10}}) {
         ToolResult const result = runTool(
@@ -294,7 +283,7 @@ TEST_F(PreviewPage, IsNotLargerThanAllowed) {
 }
 
 TEST_F(PreviewPage, KeptPlanesAreEvenlySpaced) {
-    std::string const bytes = createPageNoise(100UL * 100 * 40);
+    std::string const bytes = createNoise(100UL * 100 * 40);
     create("in.raw", bytes);
     runTool(Arguments{"preview", path("in.raw"), path("out.html"), "--max-bytes", "200K"} +
             raw("100,100,40", "uint8"));
@@ -312,7 +301,7 @@ TEST_F(PreviewPage, KeptPlanesAreEvenlySpaced) {
 }
 
 TEST_F(PreviewPage, ASinglePlaneThatDoesNotFitFails) {
-    create("in.raw", createPageNoise(100UL * 100 * 4));
+    create("in.raw", createNoise(100UL * 100 * 4));
     for (char const* const limit : {"0", "100", "25K"}) {
         expectFailure(runTool(Arguments{"preview", path("in.raw"), path("out.html"), "--max-bytes", limit} +
                               raw("100,100,4", "uint8")),

@@ -12,9 +12,11 @@ import warnings
 import numpy
 import tifffile
 
+from random_pixels import RandomPixels
+
 TOOL, FOLDER = sys.argv[1:]
 NAMES = {'u1': 'uint8', 'i1': 'int8', 'u2': 'uint16', 'i2': 'int16', 'u4': 'uint32', 'i4': 'int32', 'f4': 'real32'}
-random = numpy.random.default_rng(3)
+fill = RandomPixels(3).fill
 warnings.simplefilter('ignore')  # of numpy about NaN and infinities
 checked = 0
 
@@ -76,14 +78,6 @@ def create(name, pixels):
     return path
 
 
-def fill(dtype, shape):
-    dtype = numpy.dtype(dtype)
-    if dtype.kind == 'f':
-        return random.standard_normal(shape).astype(dtype)
-    limits = numpy.iinfo(dtype)
-    return random.integers(limits.min, limits.max, shape, dtype, endpoint=True)
-
-
 for dtype, name in NAMES.items():
     for shape in ((1, 1, 1, 1, 1), (2, 3, 4, 31, 22), (1, 1, 2, 700, 601)):
         a = fill(dtype, shape)
@@ -122,7 +116,7 @@ check('not finite but equal', a, a, compare(path, create('b.raw', a), *options))
 
 # Values of different types.
 tiff = os.path.join(FOLDER, 'b.tif')
-a = random.integers(0, 200, (1, 1, 1, 50, 40)).astype('u1')
+a = fill('u1', (1, 1, 1, 50, 40)) % 200
 for dtype in ('u2', 'i2', 'u4', 'i4', 'f4'):
     b = a.astype(dtype)
     tifffile.imwrite(tiff, b[0, 0, 0], photometric='minisblack')

@@ -12,10 +12,12 @@ import warnings
 import numpy
 import tifffile
 
+from random_pixels import RandomPixels
+
 TOOL, FOLDER = sys.argv[1:]
 AXES = {'t': 0, 'c': 1, 'z': 2}
 NAMES = {'u1': 'uint8', 'i1': 'int8', 'u2': 'uint16', 'i2': 'int16', 'u4': 'uint32', 'i4': 'int32', 'f4': 'real32'}
-random = numpy.random.default_rng(2)
+fill = RandomPixels(2).fill
 warnings.simplefilter('ignore')  # of numpy about NaN
 compared = 0
 
@@ -58,14 +60,6 @@ def compare(name, path, pixels, axis, kind, *options):
     if not numpy.array_equal(expected, found, equal_nan=expected.dtype.kind == 'f'):
         place = tuple(numpy.argwhere(expected != found)[0])
         print(name, axis, kind, ': at', place, 'numpy', expected[place], ', velmo-image', found[place])
-
-
-def fill(dtype, shape):
-    dtype = numpy.dtype(dtype)
-    if dtype.kind == 'f':
-        return random.standard_normal(shape).astype(dtype)
-    limits = numpy.iinfo(dtype)
-    return random.integers(limits.min, limits.max, shape, dtype, endpoint=True)
 
 
 for dtype, name in NAMES.items():

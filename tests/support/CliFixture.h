@@ -12,6 +12,17 @@
 
 namespace velmo::test {
 
+/// Bytes that no compression makes smaller.
+inline std::string createNoise(std::size_t nbBytes) {
+    std::string bytes(nbBytes, '\0');
+    std::uint32_t state = 1;
+    for (char& byte : bytes) {
+        state = state * 1664525 + 1013904223;
+        byte = static_cast<char>(state >> 24);
+    }
+    return bytes;
+}
+
 /// The bytes of values as they lie in memory.
 template <class Value>
 std::string toBytes(std::vector<Value> const& values) {
